@@ -1,0 +1,76 @@
+#ifndef FOUNDATION_TEXT_LOGBASE_H
+#define FOUNDATION_TEXT_LOGBASE_H
+
+#include "foundation/text/StringBuffer.h"
+#include "foundation/text/byte_view.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace vantrel {
+
+class DataBuffer;
+class XString;
+
+// The diagnostic log as its writers see it: nested named contexts that hold key/value lines, info
+// lines and error lines. It also carries two settings that callers read: the verbose flag and the
+// options text, which is searched for words such as "ZATCA".
+class LogBase {
+public:
+    LogBase() noexcept = default;
+    LogBase(const LogBase&) = delete;
+    LogBase& operator=(const LogBase&) = delete;
+    virtual ~LogBase() = default;
+
+    virtual void LogError(const char* text) = 0;
+    virtual void LogInfo(const char* text) = 0;
+    virtual void enterContext(const char* name) = 0;
+    virtual void leaveContext() = 0;
+    // One key/value line. Every LogData call ends here.
+    virtual void logText(const char* key, std::string_view value) = 0;
+    // The structured (JSON) result of the operation, and forgetting it.
+    virtual void setLastJsonData(const StringBuffer& json) = 0;
+    virtual void clearLastJsonData() = 0;
+    // False for a log that discards everything: lets a writer skip preparing large values.
+    [[nodiscard]] virtual bool isRecording() const noexcept = 0;
+
+    void LogDataSb(const char* key, const StringBuffer& value) { logText(key, value.view()); }
+    void LogDataX(const char* key, const XString& value);
+    void LogDataLong(const char* key, std::int64_t value);
+    void LogDataUint32(const char* key, std::uint32_t value);
+    void LogDataBool(const char* key, bool value);
+    void LogDataHexDb(const char* key, const DataBuffer& value);
+    // The value stands in brackets, so that white space at its ends stays visible.
+    virtual void LogBracketed(const char* key, std::string_view text) = 0;
+
+    [[nodiscard]] bool verbose() const noexcept { return m_verbose; }
+    void setVerbose(bool verbose) noexcept { m_verbose = verbose; }
+    [[nodiscard]] const StringBuffer& options() const noexcept { return m_options; }
+    [[nodiscard]] StringBuffer& options() noexcept { return m_options; }
+
+private:
+    bool m_verbose = false;
+    StringBuffer m_options;
+};
+
+// Discards everything; for callees that insist on a log whose output nobody wants.
+class LogNull final : public LogBase {
+public:
+    LogNull() noexcept = default;
+    // Discards, but carries the settings of another log.
+    explicit LogNull(const LogBase& settings);
+
+    void LogError(const char* /*text*/) override {}
+    void LogInfo(const char* /*text*/) override {}
+    void enterContext(const char* /*name*/) override {}
+    void leaveContext() override {}
+    void logText(const char* /*key*/, std::string_view /*value*/) override {}
+    void LogBracketed(const char* /*key*/, std::string_view /*text*/) override {}
+    void setLastJsonData(const StringBuffer& /*json*/) override {}
+    void clearLastJsonData() override {}
+    [[nodiscard]] bool isRecording() const noexcept override { return false; }
+};
+
+} // namespace vantrel
+
+#endif
