@@ -1,0 +1,80 @@
+#ifndef FOUNDATION_XML_CANON_CANONICALIZER_H
+#define FOUNDATION_XML_CANON_CANONICALIZER_H
+
+#include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/byte_range.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace vantrel::xml {
+
+class XmlDocument;
+
+enum class CanonMethod : std::uint8_t {
+    Inclusive, // Canonical XML 1.0
+    Exclusive, // Exclusive XML Canonicalization 1.0
+};
+
+// The order in which the attributes of a start tag are written. Only Canonical is what the
+// recommendations demand; the others repeat the mistakes of signers in the wild.
+enum class AttributeOrder : std::uint8_t {
+    Canonical,       // namespace name, then local name; unqualified attributes first
+    PrefixThenLocal, // unqualified attributes first, then the prefix as written, then local name
+    LocalName,       // local name only, ties by namespace name
+};
+
+// Takes canonical octets as they come, in pieces of at most a few ten kilobytes that are valid for
+// the duration of the call. Returning false ends the canonicalization, which then fails.
+class CanonSink {
+public:
+    CanonSink() noexcept = default;
+    CanonSink(const CanonSink&) = delete;
+    CanonSink& operator=(const CanonSink&) = delete;
+    virtual ~CanonSink() = default;
+
+    [[nodiscard]] virtual bool write(const char* data, std::size_t size) = 0;
+};
+
+// Appends to a text.
+class StringBufferSink final : public CanonSink {
+public:
+    explicit StringBufferSink(StringBuffer& out) noexcept : m_out(out) {}
+    [[nodiscard]] bool write(const char* data, std::size_t size) override;
+
+private:
+    StringBuffer& m_out;
+};
+
+// What to canonicalize, and how. The spans must outlive the call.
+struct CanonRequest {
+    CanonMethod method = CanonMethod::Inclusive;
+    bool withComments = false;
+    // InclusiveNamespaces PrefixList of the exclusive method; "#default" is the default namespace.
+    std::span<const std::string_view> prefixes = {};
+    // The whole document, else the element number `apex` of the document with its subtree.
+    bool wholeDocument = true;
+    std::uint32_t apex = 0;
+    // False: the apex element receives no namespace declaration of its ancestors.
+    bool inheritNamespaces = true;
+    AttributeOrder order = AttributeOrder::Canonical;
+    // Stretches that count as absent, ascending and disjoint; each must satisfy isHole.
+    std::span<const ByteRange> omitted = {};
+};
+
+// True when leaving `range` out while walking gives the same octets as cutting it out of the text
+// and parsing what is left: it holds whole sibling elements below the root, first start tag to last
+// end tag, and the characters on both sides of it do not combine into something else.
+[[nodiscard]] bool isHole(const XmlDocument& document, ByteRange range);
+
+// Writes the canonical form of `document`, or of one element of it, to `sink`. Work and memory are
+// proportional to the apex element's extent plus its ancestors' start tags, whatever the size of
+// the document. False only when the sink refuses. May throw std::bad_alloc.
+[[nodiscard]] bool canonicalize(const XmlDocument& document, const CanonRequest& request,
+                                CanonSink& sink);
+
+} // namespace vantrel::xml
+
+#endif

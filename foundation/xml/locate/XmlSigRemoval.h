@@ -1,0 +1,43 @@
+#ifndef FOUNDATION_XML_LOCATE_XMLSIGREMOVAL_H
+#define FOUNDATION_XML_LOCATE_XMLSIGREMOVAL_H
+
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/byte_range.h"
+
+#include <memory>
+#include <vector>
+
+namespace vantrel {
+
+class _vlXmlDtd;
+
+namespace xml {
+class XmlDocument;
+}
+
+// Removes every `Signature` element of the XML Signature namespace from XML text, nested ones with
+// their outermost. Namesakes of other vocabularies, and unqualified ones, stay: what they hold is
+// signed content. In a text cut out of its document, an element with an undeclared prefix counts
+// when it has a SignedInfo child.
+class XmlSigRemoval final {
+public:
+    // out := `xml` without its signatures, all other bytes as they are. Text that is not
+    // well-formed is an error line and false, with `out` unchanged.
+    bool removeSignatures(const char* xml, _vlXmlDtd& dtd, StringBuffer& out, LogBase& log);
+    // The same for a text with a length; where there is nothing to remove, `out` shares its
+    // storage.
+    bool removeSignatures(const StringBuffer& xml, _vlXmlDtd& dtd, StringBuffer& out, LogBase& log);
+
+    // The structure of the text, where the caller has it: used when it shares its storage with
+    // `xml`.
+    std::shared_ptr<const xml::XmlDocument> m_document;
+    // Prefixes without a declaration are tolerated (text cut out of a document).
+    bool m_fragmentText = false;
+    // Set by a successful call: what was removed, as ranges of `xml`, ascending and disjoint.
+    std::vector<xml::ByteRange> m_removed;
+};
+
+} // namespace vantrel
+
+#endif
