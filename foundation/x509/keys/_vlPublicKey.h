@@ -1,0 +1,55 @@
+#ifndef FOUNDATION_X509_KEYS__VLPUBLICKEY_H
+#define FOUNDATION_X509_KEYS__VLPUBLICKEY_H
+
+#include "foundation/text/byte_view.h"
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace vantrel {
+
+class DsaKeyData;
+class EccVerifier;
+class RsaKeyData;
+
+// The kinds of public key; the numbers are those of the signature-method mapping.
+enum class KeyKind : std::uint8_t { None = 0, Rsa = 1, Dsa = 2, Ec = 3 };
+
+// Holds exactly one public key of one kind, or none. Every load replaces the key that was held; a
+// load that fails leaves none and puts a short reason, a text of static lifetime, into `whyNot`.
+// All numbers are big-endian magnitudes; leading zero bytes are ignored.
+class _vlPublicKey final {
+public:
+    _vlPublicKey() noexcept;
+    _vlPublicKey(const _vlPublicKey&) = delete;
+    _vlPublicKey& operator=(const _vlPublicKey&) = delete;
+    ~_vlPublicKey();
+
+    [[nodiscard]] bool loadRsa(ByteView modulus, ByteView exponent, std::string_view& whyNot);
+    [[nodiscard]] bool loadDsa(ByteView p, ByteView q, ByteView g, ByteView y,
+                               std::string_view& whyNot);
+    // Takes over a point that its curve has accepted.
+    void takeEc(std::unique_ptr<EccVerifier> point) noexcept;
+    void clear() noexcept;
+
+    // The key when it is of that kind, else null. The holder keeps it.
+    [[nodiscard]] RsaKeyData* getRsaKeyPtr() const noexcept { return m_rsa.get(); }
+    [[nodiscard]] DsaKeyData* getDsaKeyPtr() const noexcept { return m_dsa.get(); }
+    [[nodiscard]] EccVerifier* getEccKeyPtr() const noexcept { return m_ec.get(); }
+
+    [[nodiscard]] KeyKind kind() const noexcept;
+    // Size of the RSA modulus, of the DSA prime p, or of the curve's field; 0 without a key.
+    [[nodiscard]] unsigned bits() const noexcept;
+    // "P-256", "secp256k1", ...; empty unless this is an elliptic-curve key.
+    [[nodiscard]] std::string_view curveName() const noexcept;
+
+private:
+    std::unique_ptr<RsaKeyData> m_rsa;
+    std::unique_ptr<DsaKeyData> m_dsa;
+    std::unique_ptr<EccVerifier> m_ec;
+};
+
+} // namespace vantrel
+
+#endif
