@@ -1,0 +1,70 @@
+#ifndef FOUNDATION_CRYPTO_BIGNUM_MONTGOMERY_H
+#define FOUNDATION_CRYPTO_BIGNUM_MONTGOMERY_H
+
+#include "foundation/crypto/bignum/limbs.h"
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+namespace vantrel::crypto {
+
+inline constexpr std::size_t kMaxModulusBits = 16384;
+inline constexpr std::size_t kMaxModulusLimbs = kMaxModulusBits / kLimbBits;
+
+struct MontgomeryKernel;
+
+// One odd modulus n > 1 with its precomputed values, and Montgomery arithmetic over it. Numbers
+// are in the representation of the kernel that was chosen when the modulus was set (`size()` limbs
+// of its own radix); they enter by `enter` and leave by `leave`. Fixed storage, no allocation.
+// Variable time: public data only. Immutable once set, so that threads may share it.
+class MontgomeryModulus final {
+public:
+    // The members are left unset on purpose: a modulus is several kilobytes.
+    MontgomeryModulus() noexcept {} // NOLINT(modernize-use-equals-default)
+    MontgomeryModulus(const MontgomeryModulus& other) noexcept { copyFrom(other); }
+    MontgomeryModulus& operator=(const MontgomeryModulus& other) noexcept;
+    ~MontgomeryModulus() = default;
+
+    // Sets n, which must be odd, above 1, without leading zero limbs, of at most kMaxModulusLimbs.
+    // The best kernel for its size on this machine is taken, or the one given.
+    void set(std::span<const Limb> n) noexcept;
+    void set(std::span<const Limb> n, const MontgomeryKernel& kernel) noexcept;
+
+    // The limbs of n, and the number of limbs of a number in Montgomery form.
+    [[nodiscard]] std::span<const Limb> value() const noexcept { return {m_n.data(), m_limbs}; }
+    [[nodiscard]] std::size_t size() const noexcept { return m_size; }
+    [[nodiscard]] const MontgomeryKernel& kernel() const noexcept { return *m_kernel; }
+
+    // z := x * R mod n, for x[k] below n with k = value().size().
+    void enter(std::span<Limb> z, std::span<const Limb> x) const noexcept;
+    // z[k] := x / R mod n, fully reduced.
+    void leave(std::span<Limb> z, std::span<const Limb> x) const noexcept;
+    // z := x * y / R mod n and z := x * x / R mod n, in Montgomery form; z may alias x and y.
+    void multiply(std::span<Limb> z, std::span<const Limb> x,
+                  std::span<const Limb> y) const noexcept;
+    void square(std::span<Limb> z, std::span<const Limb> x) const noexcept;
+    // z := R mod n, the number one.
+    void one(std::span<Limb> z) const noexcept;
+
+    // z[k] := x^exponent mod n for x[k] below n, both plain. exponent[] > 0.
+    void power(std::span<Limb> z, std::span<const Limb> x,
+               std::span<const Limb> exponent) const noexcept;
+
+private:
+    friend struct MontgomeryKernel;
+    void copyFrom(const MontgomeryModulus& other) noexcept;
+    void computeRSquared() noexcept;
+
+    const MontgomeryKernel* m_kernel = nullptr;
+    std::size_t m_limbs = 0; // of n
+    std::size_t m_size = 0;  // of a number in Montgomery form
+    Limb m_negInverse = 0;   // -1/n modulo the kernel's radix
+    std::array<Limb, kMaxModulusLimbs> m_n;
+    std::array<Limb, kMaxModulusLimbs> m_kernelN;  // n in the kernel's radix
+    std::array<Limb, kMaxModulusLimbs> m_rSquared; // R^2 mod n in the kernel's radix
+};
+
+} // namespace vantrel::crypto
+
+#endif
