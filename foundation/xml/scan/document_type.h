@@ -1,0 +1,70 @@
+#ifndef FOUNDATION_XML_SCAN_DOCUMENT_TYPE_H
+#define FOUNDATION_XML_SCAN_DOCUMENT_TYPE_H
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace vantrel::xml {
+
+// The declared type of an attribute, as far as it matters without validation: every type but CDATA
+// has its value trimmed and its inner spaces collapsed (XML 1.0, 3.3.3).
+enum class AttributeType : std::uint8_t { Cdata, Id, Tokenized };
+
+// One attribute of an attribute-list declaration.
+struct DeclaredAttribute {
+    std::string name; // qualified, as written
+    AttributeType type = AttributeType::Cdata;
+    bool hasDefault = false;
+    std::string value; // the default, normalised for the type
+};
+
+// A general entity of the internal subset.
+struct Entity {
+    std::string text;      // replacement text of an internal entity
+    bool external = false; // has a system identifier; never fetched
+    bool unparsed = false; // has a notation
+    bool checked = false;  // used while a document is read: its text is known to be balanced
+};
+
+struct StringHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+        return std::hash<std::string_view>()(text);
+    }
+};
+template <class T> using NameMap = std::unordered_map<std::string, T, StringHash, std::equal_to<>>;
+
+// What the document type declaration says, external parts unread.
+class DocumentType final {
+public:
+    // The attributes declared for an element type, in the order of their declarations.
+    [[nodiscard]] std::span<const DeclaredAttribute> declaredAttributes(
+        std::string_view element) const noexcept;
+    [[nodiscard]] AttributeType attributeType(std::string_view element,
+                                              std::string_view attribute) const noexcept;
+    [[nodiscard]] bool hasAttributeDefaults() const noexcept { return m_hasDefaults; }
+    [[nodiscard]] bool hasAttributeTypes() const noexcept { return !m_attributes.empty(); }
+    // True when declarations may exist that were not read (external subset, or a reference to an
+    // external parameter entity) and the document does not claim to stand alone.
+    [[nodiscard]] bool hasUnreadDeclarations() const noexcept { return m_unreadDeclarations; }
+    [[nodiscard]] const Entity* findEntity(std::string_view name) const noexcept;
+    // Bytes of the replacement texts of all entities, parameter entities included.
+    [[nodiscard]] std::uint64_t entityTextSize() const noexcept { return m_entityTextSize; }
+
+private:
+    friend class DtdReader;
+
+    NameMap<std::vector<DeclaredAttribute>> m_attributes;
+    NameMap<Entity> m_entities;
+    std::uint64_t m_entityTextSize = 0; // bytes of all internal entities
+    bool m_hasDefaults = false;
+    bool m_unreadDeclarations = false;
+};
+
+} // namespace vantrel::xml
+
+#endif

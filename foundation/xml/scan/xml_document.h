@@ -1,0 +1,231 @@
+#ifndef FOUNDATION_XML_SCAN_XML_DOCUMENT_H
+#define FOUNDATION_XML_SCAN_XML_DOCUMENT_H
+
+#include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/document_type.h"
+#include "foundation/xml/scan/grow_array.h"
+#include "foundation/xml/scan/id_table.h"
+#include "foundation/xml/scan/limits.h"
+#include "foundation/xml/scan/prefix_table.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace vantrel::xml {
+
+inline constexpr std::string_view kXmlDsigNamespace = "http://www.w3.org/2000/09/xmldsig#";
+inline constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+inline constexpr std::string_view kXmlnsNamespace = "http://www.w3.org/2000/xmlns/";
+
+struct TextRange {
+    std::uint32_t start = 0;
+    std::uint32_t length = 0;
+    [[nodiscard]] std::uint32_t end() const noexcept { return start + length; }
+    [[nodiscard]] bool empty() const noexcept { return length == 0; }
+};
+
+// One element. Records stand in document order, so the subtree of element e is [e, next(e)): the
+// first child of e is e + 1 when that is below next(e), and the sibling after e is next(e) when
+// that is below next(parent). Offsets are into XmlDocument::text().
+struct ElementRecord {
+    std::uint32_t start; // of the '<' of the start tag
+    std::uint32_t end;   // past the end tag, or past an empty-element tag
+    ElementId parent;    // kNoElement for the root
+    ElementId next;      // first element after the subtree; may be the number of elements
+};
+
+// One namespace declaration, from the text or from an attribute default; in document order, those
+// of one element together.
+struct NamespaceDecl {
+    ElementId element;
+    std::uint32_t prefixId;    // see XmlDocument::prefixText
+    std::uint32_t valueStart;  // raw value in text(), or normalised value in side storage
+    std::uint32_t valueLength; // top bit set: side storage
+};
+
+// What an element called `Signature` or `AuthSignature` is.
+enum class SignatureKind : std::uint8_t {
+    XmlDsig,          // Signature in the XML-DSig namespace
+    NoNamespace,      // Signature in no namespace
+    OtherNamespace,   // Signature in another namespace, with a SignedInfo child
+    UndeclaredPrefix, // the same in a text cut out of its document, its prefix undeclared
+    AuthSignature     // AuthSignature with a SignedInfo child of the XML-DSig namespace
+};
+
+struct SignatureElement {
+    ElementId element;
+    SignatureKind kind;
+    std::uint8_t signedInfoCount; // SignedInfo children: 0, 1, or 2 for more than one
+    ElementId signedInfo;         // the first of them, or kNoElement
+};
+
+struct ParseOptions {
+    // The text was cut out of a document: undeclared prefixes are tolerated.
+    bool fragment = false;
+};
+
+// Where and why a text was refused. Line and column count from 1, columns in characters; the offset
+// counts bytes from 0. All refer to the text as given.
+struct ParseFailure {
+    std::uint32_t line = 0;
+    std::uint32_t column = 0;
+    std::uint32_t offset = 0;
+    std::string message;
+};
+
+// A well-formed XML 1.0 document with its structure: XML 1.0 fifth edition and Namespaces in
+// XML 1.0, fully checked, the internal DTD subset included; external entities are never fetched,
+// and a reference to one is an error. Immutable, so any number of threads may read it.
+//
+// The text is not copied: names and values are ranges of it. Character references and the five
+// predefined entities stay in it and are resolved when a value is asked for (values.h). References
+// to entities of the internal subset never occur: where a document contains one, the text is
+// expanded once, text() is the expanded text, and sourceOffset() and elementAtSourceOffset()
+// translate. In the expanded text a carriage return that came from an entity stands as "&#13;".
+// Attribute defaults do not occur in the text; see documentType().
+class XmlDocument final {
+public:
+    // Null, with the reason in `why`, when the text is not a well-formed document or passes a limit
+    // (limits.h). std::bad_alloc is passed on.
+    [[nodiscard]] static std::shared_ptr<const XmlDocument> parse(const StringBuffer& text,
+                                                                  const ParseOptions& options,
+                                                                  ParseFailure& why);
+
+    XmlDocument(const XmlDocument&) = delete;
+    XmlDocument& operator=(const XmlDocument&) = delete;
+    ~XmlDocument() = default;
+
+    // The text as given to parse(), and the text that all ranges refer to (the same unless
+    // expanded).
+    [[nodiscard]] const StringBuffer& sourceText() const noexcept { return m_source; }
+    [[nodiscard]] const StringBuffer& textBuffer() const noexcept { return m_text; }
+    [[nodiscard]] std::string_view text() const noexcept { return m_text.view(); }
+    [[nodiscard]] std::string_view text(TextRange range) const noexcept {
+        return text().substr(range.start, range.length);
+    }
+    [[nodiscard]] bool isExpanded() const noexcept { return !m_segments.empty(); }
+    [[nodiscard]] bool isFragment() const noexcept { return m_fragment; }
+    // Facts that let a reader take a short way.
+    [[nodiscard]] bool hasCarriageReturn() const noexcept { return m_hasCarriageReturn; }
+
+    // Elements. There is always at least one: the root, element 0.
+    [[nodiscard]] std::span<const ElementRecord> elements() const noexcept {
+        return m_elements.span();
+    }
+    [[nodiscard]] std::uint32_t elementCount() const noexcept {
+        return static_cast<std::uint32_t>(m_elements.size());
+    }
+    [[nodiscard]] const ElementRecord& element(ElementId id) const noexcept {
+        return m_elements[id];
+    }
+    // kNoElement when there is none.
+    [[nodiscard]] ElementId parent(ElementId id) const noexcept { return m_elements[id].parent; }
+    [[nodiscard]] ElementId firstChild(ElementId id) const noexcept {
+        return id + 1 < m_elements[id].next ? id + 1 : kNoElement;
+    }
+    [[nodiscard]] ElementId nextSibling(ElementId id) const noexcept {
+        const ElementRecord& record = m_elements[id];
+        return record.parent != kNoElement && record.next < m_elements[record.parent].next
+                   ? record.next
+                   : kNoElement;
+    }
+    // Qualified name, its part before the colon (empty without one), its part after.
+    [[nodiscard]] std::string_view qualifiedName(ElementId id) const noexcept;
+    [[nodiscard]] std::string_view prefix(ElementId id) const noexcept;
+    [[nodiscard]] std::string_view localName(ElementId id) const noexcept;
+    // The element whose start tag begins at this offset of text(), or kNoElement.
+    [[nodiscard]] ElementId elementAt(std::uint32_t offset) const noexcept;
+    // The same for an offset of sourceText().
+    [[nodiscard]] ElementId elementAtSourceOffset(std::uint32_t offset) const noexcept;
+    // The extent in sourceText(); false for an element whose start or end came from an entity.
+    [[nodiscard]] bool sourceRange(ElementId id, TextRange& range) const noexcept;
+
+    // Namespaces.
+    [[nodiscard]] std::span<const NamespaceDecl> namespaceDecls() const noexcept {
+        return m_namespaces.span();
+    }
+    // Those of one element; by binary search, and at once for a document without any on the way.
+    [[nodiscard]] std::span<const NamespaceDecl> namespaceDecls(ElementId id) const noexcept;
+    // Index in namespaceDecls() of the first declaration of element `id` or of a later element.
+    [[nodiscard]] std::uint32_t firstNamespaceDecl(ElementId id) const noexcept;
+    // Distinct declared prefixes have ids 0, 1, ...: 0 is the default namespace (empty prefix), 1
+    // is "xml", which is never in namespaceDecls() unless the document declares it.
+    [[nodiscard]] std::uint32_t prefixCount() const noexcept { return m_prefixes.size(); }
+    [[nodiscard]] std::string_view prefixText(std::uint32_t prefixId) const noexcept {
+        return m_prefixes.text(prefixId);
+    }
+    // kNoPrefix for a prefix that is declared nowhere.
+    [[nodiscard]] std::uint32_t findPrefix(std::string_view prefix) const noexcept {
+        return m_prefixes.find(prefix);
+    }
+    // The namespace name, normalised: references resolved, as written otherwise. Empty for
+    // xmlns="".
+    [[nodiscard]] std::string_view namespaceName(const NamespaceDecl& decl) const noexcept;
+    // The namespace name bound to `prefix` at an element, by walking its ancestors; empty for no
+    // namespace. False when the prefix is undeclared (which only a fragment can contain).
+    [[nodiscard]] bool lookUpNamespace(ElementId id, std::string_view prefix,
+                                       std::string_view& name) const noexcept;
+    [[nodiscard]] std::string_view namespaceUri(ElementId id) const noexcept;
+
+    // Ids: attributes with the local name Id, ID or id under any prefix, with the name AssertionID,
+    // RequestID or ResponseID, and those declared of type ID. Values are compared normalised.
+    [[nodiscard]] IdMatch findById(std::string_view value, ElementId& element) const;
+
+    // Every signature element in document order, nested ones included: local name Signature and in
+    // the XML-DSig namespace, in no namespace, or with a SignedInfo child; AuthSignature with a
+    // SignedInfo child of the XML-DSig namespace.
+    [[nodiscard]] std::span<const SignatureElement> signatures() const noexcept {
+        return m_signatures;
+    }
+
+    // The document type declaration: its extent from "<!DOCTYPE" to ">" (empty when absent), and
+    // what it declares (null when absent).
+    [[nodiscard]] TextRange doctypeRange() const noexcept { return m_doctypeRange; }
+    [[nodiscard]] const DocumentType* documentType() const noexcept { return m_documentType.get(); }
+    [[nodiscard]] bool hasAttributeDefaults() const noexcept {
+        return m_documentType != nullptr && m_documentType->hasAttributeDefaults();
+    }
+    [[nodiscard]] bool hasAttributeTypes() const noexcept {
+        return m_documentType != nullptr && m_documentType->hasAttributeTypes();
+    }
+    // The XML declaration, from "<?xml" to "?>"; empty when absent. A byte-order mark stands before
+    // it.
+    [[nodiscard]] TextRange xmlDeclRange() const noexcept { return m_xmlDeclRange; }
+
+private:
+    friend class DocumentScanner;
+
+    // A stretch of the expanded text that was copied from the source.
+    struct Segment {
+        std::uint32_t start;
+        std::uint32_t sourceStart;
+        std::uint32_t length;
+    };
+
+    XmlDocument() = default;
+    [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
+
+    StringBuffer m_source;
+    StringBuffer m_text;
+    GrowArray<ElementRecord> m_elements;
+    GrowArray<NamespaceDecl> m_namespaces;
+    PrefixTable m_prefixes;
+    IdTable m_ids;
+    std::vector<SignatureElement> m_signatures;
+    std::string m_side; // normalised values that do not stand in the text as they are
+    std::unique_ptr<const DocumentType> m_documentType;
+    std::vector<Segment> m_segments;
+    TextRange m_doctypeRange;
+    TextRange m_xmlDeclRange;
+    bool m_fragment = false;
+    bool m_hasCarriageReturn = false;
+};
+
+} // namespace vantrel::xml
+
+#endif
