@@ -47,7 +47,7 @@ public:
     bool m_fragmentText = false;
     // Stretches of `xml` that count as cut out of it (ascending, disjoint). Where they are whole
     // elements the text is not copied.
-    std::vector<xml::ByteRange> m_omitted;
+    std::vector<xml::TextRange> m_omitted;
 
     // Appends to `out` the canonical form of `xml` (UTF-8): of the whole document when `fragmentId`
     // is null or empty and `startOffset` is 0; of the element with that Id; or of the element whose

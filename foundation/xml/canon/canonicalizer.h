@@ -2,7 +2,7 @@
 #define FOUNDATION_XML_CANON_CANONICALIZER_H
 
 #include "foundation/text/StringBuffer.h"
-#include "foundation/xml/scan/byte_range.h"
+#include "foundation/xml/scan/xml_document.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,8 +10,6 @@
 #include <string_view>
 
 namespace vantrel::xml {
-
-class XmlDocument;
 
 enum class CanonMethod : std::uint8_t {
     Inclusive, // Canonical XML 1.0
@@ -54,20 +52,20 @@ struct CanonRequest {
     bool withComments = false;
     // InclusiveNamespaces PrefixList of the exclusive method; "#default" is the default namespace.
     std::span<const std::string_view> prefixes = {};
-    // The whole document, else the element number `apex` of the document with its subtree.
-    bool wholeDocument = true;
-    std::uint32_t apex = 0;
+    // The element whose subtree is canonicalized; kNoElement for the whole document.
+    ElementId apex = kNoElement;
     // False: the apex element receives no namespace declaration of its ancestors.
     bool inheritNamespaces = true;
     AttributeOrder order = AttributeOrder::Canonical;
-    // Stretches that count as absent, ascending and disjoint; each must satisfy isHole.
-    std::span<const ByteRange> omitted = {};
+    // Stretches of the document's text() that count as absent, ascending and disjoint; each must
+    // satisfy isHole.
+    std::span<const TextRange> omitted = {};
 };
 
 // True when leaving `range` out while walking gives the same octets as cutting it out of the text
 // and parsing what is left: it holds whole sibling elements below the root, first start tag to last
 // end tag, and the characters on both sides of it do not combine into something else.
-[[nodiscard]] bool isHole(const XmlDocument& document, ByteRange range);
+[[nodiscard]] bool isHole(const XmlDocument& document, TextRange range);
 
 // Writes the canonical form of `document`, or of one element of it, to `sink`. Work and memory are
 // proportional to the apex element's extent plus its ancestors' start tags, whatever the size of

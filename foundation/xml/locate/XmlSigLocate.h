@@ -3,17 +3,11 @@
 
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/_vlXmlDtd.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace vantrel {
-
-class _vlXmlDtd;
-
-namespace xml {
-class XmlDocument;
-}
 
 // Finds a `Signature` element in XML text and reports where it and its parts stand, as byte offsets
 // into that text. Which elements count is what the tree counts (Signature of the XML Signature
@@ -27,15 +21,11 @@ public:
     XmlSigLocate(const XmlSigLocate&) = delete;
     XmlSigLocate& operator=(const XmlSigLocate&) = delete;
 
-    static constexpr std::uint32_t kNoSignature = 0xFFFFFFFFU;
-
-    // The structure of the text, where the caller has it: used when its text and the call's text
-    // share their storage; other text is parsed by the call.
-    std::shared_ptr<const xml::XmlDocument> m_document;
-    // The selected Signature, as element number of m_document. In that document's own text the
-    // answer is this element or nothing, so that no other signature with the same Id or digest can
-    // stand in for it. kNoSignature: the first that matches, as in any other text.
-    std::uint32_t m_selectedElement = kNoSignature;
+    // The selected Signature, as element of the structure that the `_vlXmlDtd` of the call knows.
+    // In that structure's own text the answer is this element or nothing, so that no other
+    // signature with the same Id or digest can stand in for it. kNoElement: the first that matches,
+    // as in any other text.
+    xml::ElementId m_selectedElement = xml::kNoElement;
     // Prefixes without a declaration are tolerated (text cut out of a document).
     bool m_fragmentText = false;
     // Record the offsets of the inner parts below, too.
@@ -60,6 +50,8 @@ public:
     std::uint32_t m_objectInsertLoc = 0;
     std::uint32_t m_objectInsertLen = 0;
 
+    // Both use the structure that `dtd` knows when it is that of `text` (shared storage); any other
+    // text is parsed, and its structure left in `dtd` unless a selected element pins the one there.
     // Locates the signature whose `Id` attribute (under any prefix) has the value `id`.
     bool FindXmlSigById(const StringBuffer& id, const StringBuffer& text, _vlXmlDtd& dtd,
                         LogBase& log);

@@ -3,18 +3,12 @@
 
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
-#include "foundation/xml/scan/byte_range.h"
+#include "foundation/xml/scan/_vlXmlDtd.h"
 
 #include <memory>
 #include <vector>
 
 namespace vantrel {
-
-class _vlXmlDtd;
-
-namespace xml {
-class XmlDocument;
-}
 
 // Removes every `Signature` element of the XML Signature namespace from XML text, nested ones with
 // their outermost. Namesakes of other vocabularies, and unqualified ones, stay: what they hold is
@@ -29,13 +23,10 @@ public:
     // storage.
     bool removeSignatures(const StringBuffer& xml, _vlXmlDtd& dtd, StringBuffer& out, LogBase& log);
 
-    // The structure of the text, where the caller has it: used when it shares its storage with
-    // `xml`.
-    std::shared_ptr<const xml::XmlDocument> m_document;
     // Prefixes without a declaration are tolerated (text cut out of a document).
     bool m_fragmentText = false;
     // Set by a successful call: what was removed, as ranges of `xml`, ascending and disjoint.
-    std::vector<xml::ByteRange> m_removed;
+    std::vector<xml::TextRange> m_removed;
 };
 
 } // namespace vantrel
