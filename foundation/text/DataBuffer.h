@@ -20,9 +20,10 @@ public:
     DataBuffer() noexcept = default;
     explicit DataBuffer(ByteView bytes) { append(bytes); }
     DataBuffer(const DataBuffer&) noexcept = default;
-    DataBuffer& operator=(const DataBuffer&) noexcept = default;
+    // A secure buffer wipes what it held and stays secure.
+    DataBuffer& operator=(const DataBuffer& other) noexcept;
     DataBuffer(DataBuffer&&) noexcept = default;
-    DataBuffer& operator=(DataBuffer&&) noexcept = default;
+    DataBuffer& operator=(DataBuffer&& other) noexcept;
     ~DataBuffer() override;
 
     [[nodiscard]] ByteView view() const noexcept { return m_bytes.bytes(); }
@@ -60,6 +61,9 @@ public:
     void setStorage(const SharedBytes& bytes) noexcept { m_bytes = bytes; }
 
 private:
+    // Makes room, wiping the storage that became too small.
+    [[nodiscard]] bool growSecurely(std::size_t capacity);
+
     SharedBytes m_bytes;
     bool m_secure = false;
 };

@@ -42,8 +42,7 @@ public:
 };
 
 // A typed, move-only owner of one reference.
-template <class T>
-class Ref final {
+template <class T> class Ref final {
 public:
     Ref() noexcept = default;
     // Takes over the reference that a call returned.

@@ -78,7 +78,8 @@ public:
 
     // out := the text from the first `start` to the `end` that follows it; the markers belong to it
     // when `withMarkers`. False, with `out` unchanged, when either is absent.
-    bool getDelimited(const char* start, const char* end, bool withMarkers, StringBuffer& out) const;
+    bool getDelimited(const char* start, const char* end, bool withMarkers,
+                      StringBuffer& out) const;
     // Removes the first stretch from `start` to the `end` that follows it. `withStart`, `withEnd`:
     // the marker goes too.
     bool removeDelimited(const char* start, const char* end, bool withStart, bool withEnd);

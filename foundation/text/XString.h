@@ -4,6 +4,7 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/VantrelObject.h"
 
+#include <cstddef>
 #include <string_view>
 
 namespace vantrel {
@@ -19,7 +20,8 @@ public:
     XString() noexcept = default;
     explicit XString(std::string_view utf8) { m_text.appendView(utf8); }
     XString(const XString&) noexcept = default;
-    XString& operator=(const XString&) noexcept = default;
+    // A secure text wipes what it held and stays secure.
+    XString& operator=(const XString& other) noexcept;
     ~XString() override;
 
     [[nodiscard]] const char* getUtf8() const noexcept { return m_text.getString(); }
@@ -34,7 +36,8 @@ public:
     [[nodiscard]] bool isEmpty() const noexcept { return m_text.isEmpty(); }
     void setSecureX(bool secure) noexcept { m_secure = secure; }
 
-    // Appends the text in the given character set to `out`; false when a character has no place in it.
+    // Appends the text in the given character set to `out`; false when a character has no place in
+    // it.
     bool getConverted(const _vlCharset& charset, DataBuffer& out) const;
     // Bytes that are not valid UTF-8 are taken for Windows-1252 and re-encoded; valid UTF-8 stays.
     bool checkFixUtf8Windows1252(LogBase& log);
@@ -44,6 +47,8 @@ public:
     bool reencode(const char* from, const char* to);
 
 private:
+    [[nodiscard]] bool makeRoomFor(std::size_t count);
+
     StringBuffer m_text;
     bool m_secure = false;
 };

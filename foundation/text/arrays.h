@@ -20,7 +20,8 @@ public:
     [[nodiscard]] int getSize() const noexcept { return static_cast<int>(m_elements.size()); }
     // Null when out of range or empty.
     [[nodiscard]] VantrelObject* elementAt(int index) const noexcept;
-    // Takes over `object`; grows the array as needed and deletes what was there.
+    // Takes over `object`, even when it fails (negative index, out of memory); grows the array as
+    // needed and deletes what was there.
     bool setAt(int index, VantrelObject* object);
     bool appendObject(VantrelObject* object);
     void removeAllObjects() noexcept { m_elements.clear(); }
@@ -47,7 +48,7 @@ public:
 
     [[nodiscard]] int getSize() const noexcept { return static_cast<int>(m_elements.size()); }
     [[nodiscard]] RefCountedObject* elementAt(int index) const noexcept;
-    // Takes over the caller's reference.
+    // Takes over the caller's reference, even when it fails.
     bool appendRefCounted(RefCountedObject* object);
     // Puts `object` at `index` (growing with empty slots), taking over the caller's reference, and
     // returns the old element with its reference, or null.

@@ -17,7 +17,8 @@ inline constexpr std::uint32_t kMaxTextSize = 0xFFFFFF00U;
 // behind StringBuffer and DataBuffer. Copying shares; every mutating call first makes the bytes its
 // own. The count is atomic, so copies may live in different threads; one object may not be used by
 // two threads at once. Mutating calls return false (and change nothing) when memory runs out or the
-// size limit is passed. Empty storage holds no memory.
+// size limit is passed. clear() gives up large storage; truncate(0) and resize(0) keep it for
+// reuse.
 class SharedBytes final {
 public:
     SharedBytes() noexcept = default;
@@ -28,13 +29,20 @@ public:
     ~SharedBytes();
 
     [[nodiscard]] std::uint32_t size() const noexcept { return m_size; }
-    [[nodiscard]] const char* cString() const noexcept { return m_block != nullptr ? data(m_block) : ""; }
+    [[nodiscard]] const char* cString() const noexcept {
+        return m_block != nullptr ? data(m_block) : "";
+    }
     [[nodiscard]] std::string_view text() const noexcept { return {cString(), m_size}; }
     [[nodiscard]] ByteView bytes() const noexcept { return asBytes(text()); }
     // True when both are the same stretch of the same block (two empty ones are not).
     [[nodiscard]] bool sharesWith(const SharedBytes& other) const noexcept {
         return m_block != nullptr && m_block == other.m_block && m_size == other.m_size;
     }
+
+    // Bytes that fit without new storage; 0 while the storage is shared.
+    [[nodiscard]] std::size_t capacity() const noexcept { return isOwn() ? m_block->capacity : 0; }
+    // True when `pointer` lies in this storage or just behind it.
+    [[nodiscard]] bool holds(const void* pointer) const noexcept;
 
     [[nodiscard]] bool append(const void* source, std::size_t count) noexcept;
     // Room for `capacity` bytes in storage of its own.
@@ -44,7 +52,8 @@ public:
     // Bytes that may be written to, storage of its own; null when empty or out of memory.
     [[nodiscard]] char* mutableData() noexcept;
     // Replaces [start, start + count) by `replacement`, which must not point into this storage.
-    [[nodiscard]] bool splice(std::size_t start, std::size_t count, std::string_view replacement) noexcept;
+    [[nodiscard]] bool splice(std::size_t start, std::size_t count,
+                              std::string_view replacement) noexcept;
     void truncate(std::uint32_t size) noexcept;
     void clear() noexcept;
     void secureClear() noexcept;
@@ -57,6 +66,11 @@ private:
     };
 
     static char* data(Block* block) noexcept { return reinterpret_cast<char*>(block + 1); }
+    static Block* newBlock(std::size_t capacity) noexcept;
+    static void releaseBlock(Block* block) noexcept;
+    [[nodiscard]] bool isOwn() const noexcept;
+    // Carries the bytes over into a new block.
+    [[nodiscard]] bool moveTo(std::size_t capacity) noexcept;
 
     Block* m_block = nullptr;
     std::uint32_t m_size = 0;

@@ -1,0 +1,40 @@
+#include "foundation/text/block_memory.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace vantrel::text {
+
+namespace {
+
+std::atomic<HugePageAdvice> g_hugePageAdvice{nullptr};
+
+} // namespace
+
+void* allocateBlock(std::size_t size) noexcept {
+    if (size < kLargeBlock) {
+        return std::malloc(size);
+    }
+    const std::size_t rounded = (size + kHugePage - 1) / kHugePage * kHugePage;
+    void* const block = rounded >= size ? std::aligned_alloc(kHugePage, rounded) : nullptr;
+    const HugePageAdvice advice = g_hugePageAdvice.load(std::memory_order_acquire);
+    if (block != nullptr && advice != nullptr) {
+        advice(block, rounded);
+    }
+    return block;
+}
+
+void freeBlock(void* block) noexcept { std::free(block); }
+
+void setHugePageAdvice(HugePageAdvice advice) noexcept {
+    g_hugePageAdvice.store(advice, std::memory_order_release);
+}
+
+void secureWipe(void* start, std::size_t size) noexcept {
+    volatile unsigned char* bytes = static_cast<unsigned char*>(start);
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = 0;
+    }
+}
+
+} // namespace vantrel::text

@@ -1,0 +1,233 @@
+#include "foundation/text/shared_bytes.h"
+
+#include "foundation/text/block_memory.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <utility>
+
+namespace vantrel {
+
+namespace {
+
+// clear() keeps storage up to this size for the next use.
+constexpr std::size_t kKeptCapacity = std::size_t{64} << 10;
+constexpr std::size_t kSmallestCapacity = 40;
+
+// Room for `needed` bytes where `current` were too few: the first block is exact, so that a text
+// read in one piece wastes nothing; later ones grow geometrically.
+std::size_t grownCapacity(std::size_t current, std::size_t needed) noexcept {
+    if (current == 0) {
+        return std::max(needed, kSmallestCapacity);
+    }
+    const std::size_t step = current < text::kLargeBlock ? current : current / 2;
+    return std::min<std::size_t>(std::max(needed, current + step), kMaxTextSize);
+}
+
+} // namespace
+
+SharedBytes::Block* SharedBytes::newBlock(std::size_t capacity) noexcept {
+    void* const memory = text::allocateBlock(sizeof(Block) + capacity + 1);
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    Block* const block = new (memory) Block;
+    block->references.store(1, std::memory_order_relaxed);
+    block->capacity = capacity;
+    return block;
+}
+
+void SharedBytes::releaseBlock(Block* block) noexcept {
+    if (block != nullptr && block->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        block->~Block();
+        text::freeBlock(block);
+    }
+}
+
+SharedBytes::SharedBytes(const SharedBytes& other) noexcept {
+    // An empty one may hold reserved storage, which stays its own.
+    if (other.m_size != 0) {
+        m_block = other.m_block;
+        m_size = other.m_size;
+        m_block->references.fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
+SharedBytes::SharedBytes(SharedBytes&& other) noexcept
+    : m_block(std::exchange(other.m_block, nullptr)), m_size(std::exchange(other.m_size, 0)) {}
+
+SharedBytes& SharedBytes::operator=(const SharedBytes& other) noexcept {
+    if (this != &other) {
+        SharedBytes copy(other);
+        swap(copy);
+    }
+    return *this;
+}
+
+SharedBytes& SharedBytes::operator=(SharedBytes&& other) noexcept {
+    if (this != &other) {
+        SharedBytes taken(std::move(other));
+        swap(taken);
+    }
+    return *this;
+}
+
+SharedBytes::~SharedBytes() { releaseBlock(m_block); }
+
+bool SharedBytes::isOwn() const noexcept {
+    return m_block != nullptr && m_block->references.load(std::memory_order_acquire) == 1;
+}
+
+bool SharedBytes::holds(const void* pointer) const noexcept {
+    const std::less_equal<const void*> notAfter;
+    return m_block != nullptr && notAfter(cString(), pointer) &&
+           notAfter(pointer, cString() + m_size);
+}
+
+bool SharedBytes::moveTo(std::size_t capacity) noexcept {
+    Block* const block = newBlock(capacity);
+    if (block == nullptr) {
+        return false;
+    }
+    std::memcpy(data(block), cString(), std::size_t{m_size} + 1);
+    releaseBlock(m_block);
+    m_block = block;
+    return true;
+}
+
+bool SharedBytes::append(const void* source, std::size_t count) noexcept {
+    if (count == 0) {
+        return true;
+    }
+    if (count > kMaxTextSize - m_size) {
+        return false;
+    }
+    const std::size_t newSize = m_size + count;
+    if (!isOwn() || m_block->capacity < newSize) {
+        // The old block lives until the bytes are copied: they may be a part of it.
+        const std::size_t held = m_block == nullptr ? 0 : std::max<std::size_t>(m_size, 1);
+        Block* const block = newBlock(grownCapacity(held, newSize));
+        if (block == nullptr) {
+            return false;
+        }
+        std::memcpy(data(block), cString(), m_size);
+        std::memcpy(data(block) + m_size, source, count);
+        releaseBlock(m_block);
+        m_block = block;
+    } else {
+        std::memcpy(data(m_block) + m_size, source, count);
+    }
+    m_size = static_cast<std::uint32_t>(newSize);
+    data(m_block)[m_size] = '\0';
+    return true;
+}
+
+bool SharedBytes::reserve(std::size_t capacity) noexcept {
+    if (capacity > kMaxTextSize) {
+        return false;
+    }
+    if (isOwn() && m_block->capacity >= capacity) {
+        return true;
+    }
+    return moveTo(std::max<std::size_t>(capacity, m_size));
+}
+
+bool SharedBytes::resize(std::size_t size) noexcept {
+    if (size > kMaxTextSize) {
+        return false;
+    }
+    if (!isOwn() || m_block->capacity < size) {
+        const bool grows = size > m_size;
+        Block* const block =
+            newBlock(grows ? grownCapacity(m_size, size) : std::max(size, kSmallestCapacity));
+        if (block == nullptr) {
+            return false;
+        }
+        std::memcpy(data(block), cString(), std::min<std::size_t>(size, m_size));
+        releaseBlock(m_block);
+        m_block = block;
+    }
+    m_size = static_cast<std::uint32_t>(size);
+    data(m_block)[m_size] = '\0';
+    return true;
+}
+
+char* SharedBytes::mutableData() noexcept {
+    if (m_size == 0 || (!isOwn() && !moveTo(m_size))) {
+        return nullptr;
+    }
+    return data(m_block);
+}
+
+bool SharedBytes::splice(std::size_t start, std::size_t count,
+                         std::string_view replacement) noexcept {
+    start = std::min<std::size_t>(start, m_size);
+    count = std::min<std::size_t>(count, m_size - start);
+    const std::size_t kept = m_size - count;
+    if (replacement.size() > kMaxTextSize - kept) {
+        return false;
+    }
+    const std::size_t newSize = kept + replacement.size();
+    const std::size_t tail = m_size - start - count;
+    if (isOwn() && m_block->capacity >= newSize) {
+        char* const at = data(m_block) + start;
+        std::memmove(at + replacement.size(), at + count, tail);
+        std::copy(replacement.begin(), replacement.end(), at);
+    } else {
+        Block* const block = newBlock(std::max(newSize, kSmallestCapacity));
+        if (block == nullptr) {
+            return false;
+        }
+        char* const at = data(block) + start;
+        std::memcpy(data(block), cString(), start);
+        std::copy(replacement.begin(), replacement.end(), at);
+        std::memcpy(at + replacement.size(), cString() + start + count, tail);
+        releaseBlock(m_block);
+        m_block = block;
+    }
+    m_size = static_cast<std::uint32_t>(newSize);
+    data(m_block)[m_size] = '\0';
+    return true;
+}
+
+void SharedBytes::truncate(std::uint32_t size) noexcept {
+    if (size >= m_size) {
+        return;
+    }
+    if (isOwn()) {
+        m_size = size;
+        data(m_block)[size] = '\0';
+    } else if (size == 0) {
+        clear();
+    } else {
+        static_cast<void>(splice(size, m_size - size, {}));
+    }
+}
+
+void SharedBytes::clear() noexcept {
+    if (isOwn() && m_block->capacity <= kKeptCapacity) {
+        data(m_block)[0] = '\0';
+    } else {
+        releaseBlock(m_block);
+        m_block = nullptr;
+    }
+    m_size = 0;
+}
+
+void SharedBytes::secureClear() noexcept {
+    if (isOwn()) {
+        text::secureWipe(data(m_block), m_block->capacity);
+    }
+    releaseBlock(m_block);
+    m_block = nullptr;
+    m_size = 0;
+}
+
+void SharedBytes::swap(SharedBytes& other) noexcept {
+    std::swap(m_block, other.m_block);
+    std::swap(m_size, other.m_size);
+}
+
+} // namespace vantrel
