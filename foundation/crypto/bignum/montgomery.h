@@ -52,13 +52,16 @@ public:
                std::span<const Limb> exponent) const noexcept;
 
 private:
-    friend struct MontgomeryKernel;
     void copyFrom(const MontgomeryModulus& other) noexcept;
     void computeRSquared() noexcept;
+    // Between limbs and the digits of the kernel; the latter reduces from below 2n.
+    void toKernel(std::span<Limb> z, std::span<const Limb> x) const noexcept;
+    void fromKernel(std::span<Limb> z, std::span<const Limb> x) const noexcept;
 
     const MontgomeryKernel* m_kernel = nullptr;
     std::size_t m_limbs = 0; // of n
     std::size_t m_size = 0;  // of a number in Montgomery form
+    std::size_t m_steps = 0; // digits that R counts; m_size less the padding
     Limb m_negInverse = 0;   // -1/n modulo the kernel's radix
     std::array<Limb, kMaxModulusLimbs> m_n;
     std::array<Limb, kMaxModulusLimbs> m_kernelN;  // n in the kernel's radix

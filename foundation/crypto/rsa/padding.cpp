@@ -1,0 +1,100 @@
+#include "foundation/crypto/rsa/padding.h"
+
+#include "foundation/crypto/hash/hasher.h"
+#include "foundation/crypto/rsa/digest_info.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vantrel::crypto {
+namespace {
+
+constexpr std::size_t kMinPkcs1Fill = 8;
+
+// data := data xor MGF1(seed) (RFC 8017, B.2.1).
+void unmask(std::span<std::uint8_t> data, ByteView seed, int hashId) noexcept {
+    Hasher seeded(hashId);
+    seeded.update(seed);
+    std::array<std::uint8_t, kMaxDigestSize> mask;
+    const std::size_t size = seeded.digestSize();
+    std::uint32_t counter = 0;
+    for (std::size_t done = 0; done < data.size(); done += size, ++counter) {
+        const std::array<std::uint8_t, 4> suffix = {
+            static_cast<std::uint8_t>(counter >> 24), static_cast<std::uint8_t>(counter >> 16),
+            static_cast<std::uint8_t>(counter >> 8), static_cast<std::uint8_t>(counter)};
+        Hasher hasher = seeded;
+        hasher.update(suffix);
+        hasher.final(std::span(mask).first(size));
+        const std::size_t count = std::min(size, data.size() - done);
+        for (std::size_t i = 0; i < count; ++i) {
+            data[done + i] ^= mask[i];
+        }
+    }
+}
+
+} // namespace
+
+PaddingVerdict checkPkcs1(ByteView block, int hashId, ByteView hash) noexcept {
+    if (block.size() < 3 + kMinPkcs1Fill || block[0] != 0 || block[1] != 1) {
+        return PaddingVerdict::NoForm;
+    }
+    const ByteView afterType = block.subspan(2);
+    const auto fillEnd = std::find_if(afterType.begin(), afterType.end(),
+                                      [](std::uint8_t byte) { return byte != 0xff; });
+    const std::size_t fill = static_cast<std::size_t>(fillEnd - afterType.begin());
+    if (fill < kMinPkcs1Fill || fillEnd == afterType.end() || *fillEnd != 0) {
+        return PaddingVerdict::NoForm;
+    }
+    // The fill ends at the first byte that is not FF, so that comparing what follows it, to the
+    // end of the block, compares the whole block.
+    const ByteView content = afterType.subspan(fill + 1);
+    for (const bool withNull : {true, false}) {
+        const ByteView prefix = digestInfoPrefix(hashId, withNull);
+        if (!prefix.empty() && content.size() == prefix.size() + hash.size() &&
+            std::equal(prefix.begin(), prefix.end(), content.begin()) &&
+            std::equal(hash.begin(), hash.end(), content.subspan(prefix.size()).begin())) {
+            return PaddingVerdict::Match;
+        }
+    }
+    return PaddingVerdict::Different;
+}
+
+PaddingVerdict checkPss(std::span<std::uint8_t> block, std::size_t modulusBits, int hashId,
+                        int mgfHashId, ByteView hash) noexcept {
+    const std::size_t encodedBits = modulusBits - 1;
+    const std::size_t encodedSize = (encodedBits + 7) / 8;
+    // A modulus of 8k + 1 bits leaves a whole zero byte in front of the encoding.
+    if (encodedSize < block.size() && block[0] != 0) {
+        return PaddingVerdict::NoForm;
+    }
+    const std::span<std::uint8_t> encoded = block.last(encodedSize);
+    const std::size_t hashSize = hash.size();
+    if (encodedSize < hashSize + 2 || encoded.back() != 0xbc) {
+        return PaddingVerdict::NoForm;
+    }
+    const std::span<std::uint8_t> masked = encoded.first(encodedSize - hashSize - 1);
+    const ByteView digest = encoded.subspan(masked.size(), hashSize);
+    const std::uint8_t topMask = static_cast<std::uint8_t>(0xff >> (8 * encodedSize - encodedBits));
+    if ((masked[0] & static_cast<std::uint8_t>(~topMask)) != 0) {
+        return PaddingVerdict::NoForm;
+    }
+    unmask(masked, digest, mgfHashId);
+    masked[0] &= topMask;
+    const auto one =
+        std::find_if(masked.begin(), masked.end(), [](std::uint8_t byte) { return byte != 0; });
+    if (one == masked.end() || *one != 1) {
+        return PaddingVerdict::NoForm;
+    }
+    // H' = Hash(00 00 00 00 00 00 00 00 || mHash || salt)
+    const std::array<std::uint8_t, 8> zeros{};
+    std::array<std::uint8_t, kMaxDigestSize> expected;
+    Hasher hasher(hashId);
+    hasher.update(zeros);
+    hasher.update(hash);
+    hasher.update(ByteView(one + 1, masked.end()));
+    hasher.final(std::span(expected).first(hashSize));
+    return std::equal(digest.begin(), digest.end(), expected.begin()) ? PaddingVerdict::Match
+                                                                      : PaddingVerdict::Different;
+}
+
+} // namespace vantrel::crypto
