@@ -61,6 +61,27 @@ public:
     // given a part of them only if it refused one itself.
     [[nodiscard]] bool canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
                                       unsigned int startOffset, xml::CanonSink& sink, LogBase& log);
+
+private:
+    struct Selection;
+
+    [[nodiscard]] bool run(const StringBuffer& xml, const Selection& selection,
+                           xml::CanonSink& sink, LogBase& log);
+    [[nodiscard]] bool runWithout(const StringBuffer& xml, const Selection& selection,
+                                  xml::CanonSink& sink, LogBase& log);
+    [[nodiscard]] std::shared_ptr<const xml::XmlDocument> structureOf(const StringBuffer& xml,
+                                                                      bool fragment, LogBase& log);
+    [[nodiscard]] bool findApex(const xml::XmlDocument& document, const Selection& selection,
+                                xml::ElementId& apex, LogBase& log);
+    [[nodiscard]] bool findAuthenticated(const xml::XmlDocument& document, xml::ElementId& apex,
+                                         LogBase& log);
+    [[nodiscard]] bool canonicalizeApex(const xml::XmlDocument& document, xml::ElementId apex,
+                                        std::span<const xml::TextRange> omitted,
+                                        xml::CanonSink& sink) const;
+
+    // The elements that EBICS mode counts, of the document they were collected from.
+    std::vector<xml::ElementId> m_authenticated;
+    std::shared_ptr<const xml::XmlDocument> m_authenticatedIn;
 };
 
 } // namespace vantrel

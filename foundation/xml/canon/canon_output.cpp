@@ -19,7 +19,7 @@ void CanonOutput::flush() {
 void CanonOutput::putLong(std::string_view piece) {
     flush();
     while (piece.size() > kBuffer) {
-        const std::size_t portion = std::min(piece.size(), kPortion);
+        const std::size_t portion = std::min<std::size_t>(piece.size(), kPortion);
         if (!m_refused) {
             m_refused = !m_sink.write(piece.data(), portion);
         }

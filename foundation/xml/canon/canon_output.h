@@ -4,17 +4,31 @@
 #include "foundation/xml/canon/canonicalizer.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
 namespace vantrel::xml {
 
-// Collects the pieces of a canonical form and hands them to the sink in portions that fit the first
-// level cache. Long pieces go to the sink straight from where they stand. After a refusal the rest
-// is dropped.
+// Puts a canonical form together from stretches of the text that stay as they are and pieces in
+// between, and hands it to the sink in portions that fit the first level cache. A stretch is copied
+// only when it ends; long ones go to the sink straight from the text. After a refusal the rest is
+// dropped.
 class CanonOutput final {
 public:
-    explicit CanonOutput(CanonSink& sink) noexcept : m_sink(sink) {}
+    static constexpr std::uint32_t kPortion = 32U << 10;
+
+    CanonOutput(const char* text, CanonSink& sink) noexcept : m_text(text), m_sink(sink) {}
+
+    // Where the stretch that is not yet written begins.
+    [[nodiscard]] std::uint32_t stretchStart() const noexcept { return m_start; }
+    // Writes the stretch up to `offset`. What follows in the text is left out until skipTo.
+    void copyUpTo(std::uint32_t offset) {
+        put(std::string_view(m_text + m_start, offset - m_start));
+        m_start = offset;
+    }
+    // The next stretch begins at `offset`.
+    void skipTo(std::uint32_t offset) noexcept { m_start = offset; }
 
     void put(std::string_view piece) {
         if (piece.size() > sizeof m_buffer - m_used) {
@@ -23,10 +37,6 @@ public:
         }
         std::memcpy(m_buffer + m_used, piece.data(), piece.size());
         m_used += piece.size();
-    }
-
-    void put(const char* begin, const char* end) {
-        put(std::string_view(begin, static_cast<std::size_t>(end - begin)));
     }
 
     void put(char c) {
@@ -41,19 +51,19 @@ public:
         flush();
         return !m_refused;
     }
-
     [[nodiscard]] bool refused() const noexcept { return m_refused; }
 
 private:
     static constexpr std::size_t kBuffer = std::size_t{16} << 10;
-    static constexpr std::size_t kPortion = std::size_t{32} << 10;
 
     void flush();
     void putLong(std::string_view piece);
 
+    const char* m_text;
     CanonSink& m_sink;
-    std::size_t m_used = 0;
+    std::uint32_t m_start = 0;
     bool m_refused = false;
+    std::size_t m_used = 0;
     char m_buffer[kBuffer]; // left uninitialised: only what was put is read
 };
 

@@ -93,6 +93,4 @@ void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden
     settle(binding);
 }
 
-std::string_view NamespaceState::keep(std::string_view text) { return m_kept.emplace_back(text); }
-
 } // namespace vantrel::xml

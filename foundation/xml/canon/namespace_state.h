@@ -2,8 +2,6 @@
 #define FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 
 #include <cstdint>
-#include <deque>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +22,7 @@ struct PrefixBinding {
 
 // Namespace bindings in scope and bindings already written, as one table with an undo stack:
 // entering and leaving an element costs what it declares and writes, whatever its depth and
-// whatever else is in scope. Texts given to it must outlive it, except through keep().
+// whatever else is in scope. The texts given to it must outlive it.
 class NamespaceState final {
 public:
     using PrefixId = std::uint32_t;
@@ -34,9 +32,12 @@ public:
     NamespaceState(const NamespaceState&) = delete;
     NamespaceState& operator=(const NamespaceState&) = delete;
 
-    // The number of a prefix, given out at first sight. `end` bounds what may be read after it.
+    // The number of a prefix, given out at first sight.
     [[nodiscard]] PrefixId id(std::string_view prefix) {
         return prefix.empty() ? kDefault : idOf(prefix);
+    }
+    [[nodiscard]] PrefixId size() const noexcept {
+        return static_cast<PrefixId>(m_bindings.size());
     }
     [[nodiscard]] PrefixBinding& operator[](PrefixId prefix) { return m_bindings[prefix]; }
     [[nodiscard]] const PrefixBinding& operator[](PrefixId prefix) const {
@@ -57,9 +58,6 @@ public:
             undoLast();
         }
     }
-
-    // A copy of `text` that lives as long as this object.
-    [[nodiscard]] std::string_view keep(std::string_view text);
 
 private:
     struct Undo {
@@ -82,7 +80,6 @@ private:
     std::vector<PrefixBinding> m_bindings;
     std::vector<std::uint32_t> m_slots; // open hash table of binding number + 1; a power of two
     std::vector<Undo> m_undo;
-    std::deque<std::string> m_kept;
     std::vector<bool> m_inherited;
 };
 

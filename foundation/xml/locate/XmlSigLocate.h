@@ -26,8 +26,6 @@ public:
     // signature with the same Id or digest can stand in for it. kNoElement: the first that matches,
     // as in any other text.
     xml::ElementId m_selectedElement = xml::kNoElement;
-    // Prefixes without a declaration are tolerated (text cut out of a document).
-    bool m_fragmentText = false;
     // Record the offsets of the inner parts below, too.
     bool m_recordLocations = false;
 
@@ -52,13 +50,22 @@ public:
 
     // Both use the structure that `dtd` knows when it is that of `text` (shared storage); any other
     // text is parsed, and its structure left in `dtd` unless a selected element pins the one there.
-    // Locates the signature whose `Id` attribute (under any prefix) has the value `id`.
+    // Locates the signature whose attribute `Id` (without a prefix) has the value `id`.
     bool FindXmlSigById(const StringBuffer& id, const StringBuffer& text, _vlXmlDtd& dtd,
                         LogBase& log);
     // Locates the signature whose SignedInfo has a Reference with that DigestValue; white space in
     // either is ignored. An empty digest matches nothing.
     bool FindXmlSigByRefDigest(const StringBuffer& digestValue, const StringBuffer& text,
                                _vlXmlDtd& dtd, LogBase& log);
+
+private:
+    template <class Matches>
+    bool locate(const StringBuffer& text, _vlXmlDtd& dtd, LogBase& log, Matches matches);
+    bool setExtent(const xml::XmlDocument& document, const xml::SignatureElement& signature,
+                   LogBase& log);
+    void recordParts(const xml::XmlDocument& document, xml::ElementId signature);
+    void recordObject(const xml::XmlDocument& document, xml::ElementId object);
+    void forget() noexcept;
 };
 
 } // namespace vantrel

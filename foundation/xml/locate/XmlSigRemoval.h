@@ -13,7 +13,7 @@ namespace vantrel {
 // Removes every `Signature` element of the XML Signature namespace from XML text, nested ones with
 // their outermost. Namesakes of other vocabularies, and unqualified ones, stay: what they hold is
 // signed content. In a text cut out of its document, an element with an undeclared prefix counts
-// when it has a SignedInfo child.
+// when it has a SignedInfo child. A structure of the text that `dtd` knows is used.
 class XmlSigRemoval final {
 public:
     // out := `xml` without its signatures, all other bytes as they are. Text that is not
@@ -23,9 +23,8 @@ public:
     // storage.
     bool removeSignatures(const StringBuffer& xml, _vlXmlDtd& dtd, StringBuffer& out, LogBase& log);
 
-    // Prefixes without a declaration are tolerated (text cut out of a document).
-    bool m_fragmentText = false;
-    // Set by a successful call: what was removed, as ranges of `xml`, ascending and disjoint.
+    // Set by a successful call: what was removed, as ranges of `xml`, ascending and disjoint. Empty
+    // also when a signature came from an entity; `out` is then made from the expanded text.
     std::vector<xml::TextRange> m_removed;
 };
 

@@ -1,0 +1,279 @@
+#include "foundation/xml/canon/XmlCanon.h"
+
+#include "foundation/xml/scan/log_failure.h"
+#include "foundation/xml/scan/start_tag.h"
+#include "foundation/xml/scan/values.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+
+namespace vantrel {
+
+using xml::ElementId;
+using xml::IdMatch;
+using xml::kNoElement;
+using xml::TextRange;
+using xml::XmlDocument;
+
+namespace {
+
+constexpr std::int32_t kExclusiveMethod = 2;
+
+// The Id that xpointer(id('x')) names, by either quote; empty for any other text.
+std::string_view idOfXPointer(std::string_view fragment) noexcept {
+    constexpr std::string_view kOpen = "xpointer(id(";
+    constexpr std::string_view kClose = "))";
+    if (!fragment.starts_with(kOpen) || !fragment.ends_with(kClose) ||
+        fragment.size() < kOpen.size() + kClose.size() + 2) {
+        return {};
+    }
+    fragment.remove_prefix(kOpen.size());
+    fragment.remove_suffix(kClose.size());
+    const char quote = fragment.front();
+    if ((quote != '\'' && quote != '"') || fragment.back() != quote) {
+        return {};
+    }
+    return fragment.substr(1, fragment.size() - 2);
+}
+
+// True for an element with the unqualified attribute authenticate="true".
+bool isAuthenticated(const XmlDocument& document, ElementId element) {
+    constexpr std::string_view kName = "authenticate";
+    constexpr std::string_view kValue = "true";
+    xml::StartTagReader tag(document.text(), document.element(element).start);
+    for (xml::Attribute attribute; tag.next(attribute);) {
+        if (attribute.name == kName) {
+            std::string value;
+            const xml::DocumentType* const types = document.documentType();
+            xml::appendAttributeValue(attribute.raw,
+                                      types != nullptr ? types->attributeType(tag.name(), kName)
+                                                       : xml::AttributeType::Cdata,
+                                      value);
+            return value == kValue;
+        }
+    }
+    if (!document.hasAttributeDefaults()) {
+        return false;
+    }
+    const auto declared = document.documentType()->declaredAttributes(tag.name());
+    return std::any_of(declared.begin(), declared.end(), [&](const xml::DeclaredAttribute& one) {
+        return one.hasDefault && one.name == kName && one.value == kValue;
+    });
+}
+
+std::vector<ElementId> collectAuthenticated(const XmlDocument& document) {
+    std::vector<ElementId> found;
+    for (ElementId element = 0; element < document.elementCount(); ++element) {
+        if (isAuthenticated(document, element)) {
+            found.push_back(element);
+        }
+    }
+    return found;
+}
+
+bool contains(std::span<const TextRange> ranges, std::uint32_t offset) {
+    return std::any_of(ranges.begin(), ranges.end(), [offset](TextRange range) {
+        return offset >= range.start && offset < range.end();
+    });
+}
+
+// The ranges lie in a text of `size` bytes, ascending and disjoint.
+bool areOrdered(std::span<const TextRange> ranges, std::uint32_t size) {
+    std::uint32_t reached = 0;
+    for (const TextRange range : ranges) {
+        if (range.start < reached || range.start > size || range.length > size - range.start) {
+            return false;
+        }
+        reached = range.end();
+    }
+    return true;
+}
+
+bool areHoles(const XmlDocument& document, std::span<const TextRange> ranges) {
+    return std::all_of(ranges.begin(), ranges.end(),
+                       [&](TextRange range) { return xml::isHole(document, range); });
+}
+
+} // namespace
+
+// Which part of the text a call asks for.
+struct XmlCanon::Selection {
+    std::string_view fragment;
+    std::uint32_t startOffset = 0;
+    std::span<const TextRange> omitted;
+};
+
+bool XmlCanon::xmlCanonicalize(const StringBuffer& xml, const char* fragmentId,
+                               unsigned int startOffset, StringBuffer& out, LogBase& log) {
+    const std::uint32_t before = out.getSize();
+    if (before == 0 && startOffset == 0 && (fragmentId == nullptr || *fragmentId == '\0')) {
+        static_cast<void>(out.reserve(xml.getSize())); // only to spare growing step by step
+    }
+    xml::StringBufferSink sink(out);
+    const bool ok = canonicalizeTo(xml, fragmentId, startOffset, sink, log);
+    if (!ok) {
+        out.shorten(out.getSize() - before);
+    }
+    return ok;
+}
+
+bool XmlCanon::canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
+                              unsigned int startOffset, xml::CanonSink& sink, LogBase& log) {
+    try {
+        Selection selection;
+        selection.fragment = fragmentId != nullptr ? fragmentId : "";
+        selection.startOffset = startOffset;
+        selection.omitted = m_omitted;
+        if (!areOrdered(selection.omitted, xml.getSize())) {
+            log.LogError("The omitted stretches of the XML are out of order.");
+            return false;
+        }
+        return run(xml, selection, sink, log);
+    } catch (const std::bad_alloc&) {
+        log.LogError("Out of memory in XML canonicalization.");
+        return false;
+    }
+}
+
+std::shared_ptr<const XmlDocument> XmlCanon::structureOf(const StringBuffer& xml, bool fragment,
+                                                         LogBase& log) {
+    if (m_document != nullptr && m_document->sourceText().sharesStorageWith(xml) &&
+        (fragment || !m_document->isFragment())) {
+        return m_document;
+    }
+    xml::ParseFailure why;
+    auto parsed = XmlDocument::parse(xml, {fragment}, why);
+    if (parsed == nullptr) {
+        xml::logParseFailure(why, log);
+    } else if (m_document == nullptr) {
+        m_document = parsed;
+    }
+    return parsed;
+}
+
+bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::CanonSink& sink,
+                   LogBase& log) {
+    const bool fragment = m_fragmentText || selection.startOffset != 0;
+    const auto document = structureOf(xml, fragment, log);
+    if (document == nullptr) {
+        return false;
+    }
+    if (!selection.omitted.empty()) {
+        // Which element an Id or a count names depends on what is left of the text.
+        ElementId unused = kNoElement;
+        const bool counted =
+            m_ebicsMode || document->findById(selection.fragment, unused) == IdMatch::NotUnique;
+        if (counted || document->isExpanded() || !areHoles(*document, selection.omitted)) {
+            return runWithout(xml, selection, sink, log);
+        }
+    }
+    if (m_ebicsMode && m_authenticatedIn != document) {
+        m_authenticated = collectAuthenticated(*document);
+        m_authenticatedIn = document;
+    }
+    ElementId apex = kNoElement;
+    if (!findApex(*document, selection, apex, log)) {
+        return false;
+    }
+    if (apex != kNoElement && contains(selection.omitted, document->element(apex).start)) {
+        log.LogError("The element to canonicalize is an omitted one.");
+        return false;
+    }
+    return canonicalizeApex(*document, apex, selection.omitted, sink);
+}
+
+// The plain way to leave something out: cuts it out of the text, and starts again.
+bool XmlCanon::runWithout(const StringBuffer& xml, const Selection& selection, xml::CanonSink& sink,
+                          LogBase& log) {
+    StringBuffer rest;
+    std::uint32_t at = 0;
+    Selection shifted = selection;
+    shifted.omitted = {};
+    for (const TextRange range : selection.omitted) {
+        if (!rest.appendView(xml.view().substr(at, range.start - at))) {
+            throw std::bad_alloc();
+        }
+        at = range.end();
+        if (selection.startOffset >= at) {
+            shifted.startOffset -= range.length;
+        }
+    }
+    if (!rest.appendView(xml.view().substr(at))) {
+        throw std::bad_alloc();
+    }
+    if (contains(selection.omitted, selection.startOffset) && selection.startOffset != 0) {
+        shifted.startOffset = rest.getSize(); // nothing is there any more
+    }
+    return run(rest, shifted, sink, log);
+}
+
+bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection, ElementId& apex,
+                        LogBase& log) {
+    if (m_ebicsMode) {
+        return findAuthenticated(document, apex, log);
+    }
+    if (selection.startOffset != 0) {
+        apex = document.elementAtSourceOffset(selection.startOffset);
+        if (apex == kNoElement) {
+            log.LogError("No element begins at the start offset.");
+            log.LogDataUint32("startOffset", selection.startOffset);
+        }
+        return apex != kNoElement;
+    }
+    if (selection.fragment.empty()) {
+        apex = kNoElement;
+        return true;
+    }
+    IdMatch match = document.findById(selection.fragment, apex);
+    if (match == IdMatch::None && selection.fragment == "xpointer(/)") {
+        apex = kNoElement;
+        return true;
+    }
+    const std::string_view named = idOfXPointer(selection.fragment);
+    if (match == IdMatch::None && !named.empty()) {
+        match = document.findById(named, apex);
+    }
+    if (match == IdMatch::Unique) {
+        return true;
+    }
+    log.LogError(match == IdMatch::None ? "No element of the XML has the Id."
+                                        : "The Id is not unique: it stands on several elements.");
+    log.logText("fragmentId", selection.fragment);
+    return false;
+}
+
+bool XmlCanon::findAuthenticated(const XmlDocument& /*document*/, ElementId& apex, LogBase& log) {
+    const auto count = static_cast<std::int64_t>(m_authenticated.size());
+    if (m_ebicsIndex >= 0 && m_ebicsIndex < count) {
+        apex = m_authenticated[static_cast<std::size_t>(m_ebicsIndex)];
+        return true;
+    }
+    // Callers count up until there is no more, so only an empty list is worth a line.
+    if (m_authenticated.empty()) {
+        log.LogError("No element of the XML is marked to be authenticated.");
+    }
+    return false;
+}
+
+bool XmlCanon::canonicalizeApex(const XmlDocument& document, ElementId apex,
+                                std::span<const TextRange> omitted, xml::CanonSink& sink) const {
+    std::vector<std::string_view> prefixes;
+    for (int i = 0; i < m_inclusivePrefixes.getSize(); ++i) {
+        if (const StringBuffer* const prefix = m_inclusivePrefixes.sbAt(i); prefix != nullptr) {
+            prefixes.push_back(prefix->view());
+        }
+    }
+    xml::CanonRequest request;
+    request.method =
+        m_method == kExclusiveMethod ? xml::CanonMethod::Exclusive : xml::CanonMethod::Inclusive;
+    request.withComments = m_withComments;
+    request.prefixes = prefixes;
+    request.apex = apex;
+    request.inheritNamespaces = m_signedDocFlag;
+    request.order = m_duplicateAttrSortBug ? m_faultyOrder : xml::AttributeOrder::Canonical;
+    request.omitted = omitted;
+    return xml::canonicalize(document, request, sink);
+}
+
+} // namespace vantrel

@@ -1,0 +1,52 @@
+#ifndef FOUNDATION_XML_CANON_CANON_WALKER_H
+#define FOUNDATION_XML_CANON_CANON_WALKER_H
+
+#include "foundation/xml/canon/canon_output.h"
+#include "foundation/xml/canon/canonicalizer.h"
+#include "foundation/xml/canon/start_tag_writer.h"
+#include "foundation/xml/scan/grow_array.h"
+
+#include <cstdint>
+
+namespace vantrel::xml {
+
+// Walks once over the text of an element, or of a whole document, and writes its canonical form.
+// What need not change is only passed over.
+class CanonWalker final {
+public:
+    CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink);
+
+    void walkDocument();
+    void walkElement(ElementId apex);
+    [[nodiscard]] bool finish() { return m_out.finish(); }
+
+private:
+    void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
+    [[nodiscard]] std::uint32_t markup(std::uint32_t at);
+    [[nodiscard]] std::uint32_t startTag(std::uint32_t at);
+    [[nodiscard]] std::uint32_t endTag(std::uint32_t at);
+    [[nodiscard]] std::uint32_t commentOrCdata(std::uint32_t at);
+    [[nodiscard]] std::uint32_t instruction(std::uint32_t at);
+    [[nodiscard]] std::uint32_t reference(std::uint32_t at);
+    [[nodiscard]] std::uint32_t greaterThan(std::uint32_t at);
+    [[nodiscard]] std::uint32_t carriageReturn(std::uint32_t at);
+    [[nodiscard]] bool passHole(std::uint32_t& at);
+    void planEvent(std::uint32_t at) noexcept;
+    void putInstruction(std::string_view body);
+
+    const XmlDocument& m_document;
+    const CanonRequest& m_request;
+    const std::string_view m_text;
+    CanonOutput m_out;
+    StartTagWriter m_tags;
+    GrowArray<std::uint32_t> m_open; // name lengths of the open elements
+    ElementId m_nextElement = 0;
+    // The next start tag at or behind this offset is either a hole or the place to hand over what
+    // was passed, while it is still in the cache.
+    std::uint32_t m_nextEvent = 0;
+    std::size_t m_nextHole = 0;
+};
+
+} // namespace vantrel::xml
+
+#endif

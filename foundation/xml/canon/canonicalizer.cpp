@@ -1,0 +1,52 @@
+#include "foundation/xml/canon/canonicalizer.h"
+
+#include "foundation/xml/canon/canon_walker.h"
+
+namespace vantrel::xml {
+
+namespace {
+
+// The last of the sibling elements from `first` on that begin before `end`.
+ElementId lastSiblingBefore(const XmlDocument& document, ElementId first, std::uint32_t end) {
+    ElementId last = first;
+    for (ElementId next = document.nextSibling(last);
+         next != kNoElement && document.element(next).start < end;
+         next = document.nextSibling(last)) {
+        last = next;
+    }
+    return last;
+}
+
+} // namespace
+
+bool isHole(const XmlDocument& document, TextRange range) {
+    const std::string_view text = document.text();
+    if (range.start >= text.size() || range.length > text.size() - range.start) {
+        return false;
+    }
+    const ElementId first = document.elementAt(range.start);
+    if (first == kNoElement || first == 0) {
+        return false;
+    }
+    const ElementId last = lastSiblingBefore(document, first, range.end());
+    if (document.element(last).end != range.end()) {
+        return false;
+    }
+    // Something stands on either side, since the root encloses the range. CR and LF would become
+    // one line end, and "]]" and ">" what character data may not hold; "]" is enough to be careful.
+    const char before = text[range.start - 1];
+    const char after = text[range.end()];
+    return !(before == '\r' && after == '\n') && before != ']';
+}
+
+bool canonicalize(const XmlDocument& document, const CanonRequest& request, CanonSink& sink) {
+    CanonWalker walker(document, request, sink);
+    if (request.apex == kNoElement) {
+        walker.walkDocument();
+    } else {
+        walker.walkElement(request.apex);
+    }
+    return walker.finish();
+}
+
+} // namespace vantrel::xml

@@ -1,0 +1,311 @@
+#include "foundation/xml/canon/start_tag_writer.h"
+
+#include "foundation/xml/canon/escape.h"
+#include "foundation/xml/scan/values.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_set>
+
+namespace vantrel::xml {
+
+namespace {
+
+constexpr std::string_view kXmlPrefixText = "xml";
+constexpr std::size_t kInsertionSortLimit = 8;
+
+// Few items are the rule, and mostly in order already.
+template <class T, class Less> void sortFew(std::vector<T>& items, Less less) {
+    if (items.size() > kInsertionSortLimit) {
+        std::sort(items.begin(), items.end(), less);
+        return;
+    }
+    for (std::size_t i = 1; i < items.size(); ++i) {
+        for (std::size_t k = i; k > 0 && less(items[k], items[k - 1]); --k) {
+            std::swap(items[k], items[k - 1]);
+        }
+    }
+}
+
+} // namespace
+
+StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& request,
+                               CanonOutput& out)
+    : m_document(document), m_request(request), m_out(out), m_text(document.text()),
+      m_declarations(document.namespaceDecls()),
+      m_exclusive(request.method == CanonMethod::Exclusive),
+      m_hasDeclaredAttributes(document.hasAttributeTypes()) {
+    if (m_exclusive) {
+        for (const std::string_view prefix : request.prefixes) {
+            const PrefixId id = m_namespaces.id(prefix == "#default" ? std::string_view() : prefix);
+            m_namespaces[id].listed = true;
+        }
+    }
+    goOnAt(0);
+}
+
+void StartTagWriter::goOnAt(ElementId element) noexcept {
+    m_nextDeclaration = element == 0 ? 0 : m_document.firstNamespaceDecl(element);
+    m_nextDeclaring = m_nextDeclaration < m_declarations.size()
+                          ? m_declarations[m_nextDeclaration].element
+                          : kNoElement;
+}
+
+void StartTagWriter::inherit(ElementId apex) {
+    goOnAt(apex);
+    const bool hidden = !m_request.inheritNamespaces;
+    for (ElementId above = m_document.parent(apex); above != kNoElement;
+         above = m_document.parent(above)) {
+        for (const NamespaceDecl& declaration : m_document.namespaceDecls(above)) {
+            if (declaration.prefixId == kXmlPrefix) {
+                continue;
+            }
+            const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration.prefixId));
+            m_namespaces.inherit(prefix, m_document.namespaceName(declaration), hidden);
+        }
+    }
+}
+
+WrittenTag StartTagWriter::write(ElementId element, std::uint32_t start, std::uint32_t depth) {
+    return rewrite(element, start, depth);
+}
+
+// The long way: the tag is taken apart and written anew, up to its '>'.
+WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::uint32_t depth) {
+    StartTagReader tag(m_text, start);
+    m_out.copyUpTo(tag.nameEnd());
+    m_attributes.clear();
+    for (Attribute attribute; tag.next(attribute);) {
+        if (!attribute.isNamespaceDecl()) {
+            m_attributes.push_back({attribute, {}, AttributeType::Cdata, false});
+        }
+    }
+    if (m_hasDeclaredAttributes) {
+        addDefaults(tag.name());
+    }
+    if (depth == 0 && !m_exclusive) {
+        inheritXmlAttributes(element);
+    }
+    declareNamespaces(element, depth);
+    chooseNamespaces(tag.prefix(), depth);
+    putNamespaces(depth);
+    sortAttributes();
+    for (const TagAttribute& attribute : m_attributes) {
+        putAttribute(attribute);
+    }
+    m_out.put('>');
+    if (tag.selfClosing()) {
+        m_out.put("</");
+        m_out.put(tag.name());
+        m_out.put('>');
+        m_namespaces.leave(depth);
+    }
+    m_out.skipTo(tag.end());
+    return {tag.end(), static_cast<std::uint32_t>(tag.name().size()), tag.selfClosing()};
+}
+
+void StartTagWriter::declareNamespaces(ElementId element, std::uint32_t depth) {
+    m_declared.clear();
+    while (m_nextDeclaring == element) {
+        const NamespaceDecl& declaration = m_declarations[m_nextDeclaration];
+        if (declaration.prefixId != kXmlPrefix) {
+            const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration.prefixId));
+            m_namespaces.declare(prefix, m_document.namespaceName(declaration), depth);
+            m_declared.push_back(prefix);
+        }
+        ++m_nextDeclaration;
+        m_nextDeclaring = m_nextDeclaration < m_declarations.size()
+                              ? m_declarations[m_nextDeclaration].element
+                              : kNoElement;
+    }
+}
+
+// Attribute types and defaults of the internal subset.
+void StartTagWriter::addDefaults(std::string_view elementName) {
+    const std::span<const DeclaredAttribute> declared =
+        m_document.documentType()->declaredAttributes(elementName);
+    if (declared.empty()) {
+        return;
+    }
+    const std::size_t written = m_attributes.size();
+    const auto byName = [](const TagAttribute& a, const TagAttribute& b) {
+        return a.source.name < b.source.name;
+    };
+    std::sort(m_attributes.begin(), m_attributes.end(), byName);
+    for (const DeclaredAttribute& attribute : declared) {
+        const auto end = m_attributes.begin() + static_cast<std::ptrdiff_t>(written);
+        const auto found = std::lower_bound(
+            m_attributes.begin(), end, std::string_view(attribute.name),
+            [](const TagAttribute& a, std::string_view name) { return a.source.name < name; });
+        if (found != end && found->source.name == attribute.name) {
+            found->type = attribute.type;
+        } else if (attribute.hasDefault) {
+            addDefault(attribute);
+        }
+    }
+}
+
+void StartTagWriter::addDefault(const DeclaredAttribute& declared) {
+    TagAttribute added;
+    added.source.name = declared.name;
+    const std::size_t colon = added.source.name.find(':');
+    added.source.prefixLength =
+        colon == std::string_view::npos ? 0 : static_cast<std::uint32_t>(colon);
+    added.source.raw = declared.value;
+    added.isNormalised = true;
+    if (!added.source.isNamespaceDecl()) { // those are in the table of declarations
+        m_attributes.push_back(added);
+    }
+}
+
+// Canonical XML 1.0, 2.4: the apex of a subtree also gets the nearest xml: attributes of its
+// ancestors, unless it has its own.
+void StartTagWriter::inheritXmlAttributes(ElementId apex) {
+    std::unordered_set<std::string_view> present;
+    for (const TagAttribute& attribute : m_attributes) {
+        if (attribute.source.prefix() == kXmlPrefixText) {
+            present.insert(attribute.source.name);
+        }
+    }
+    for (ElementId above = m_document.parent(apex); above != kNoElement;
+         above = m_document.parent(above)) {
+        StartTagReader tag(m_text, m_document.element(above).start);
+        const DocumentType* const types = m_document.documentType();
+        for (Attribute attribute; tag.next(attribute);) {
+            if (attribute.prefix() == kXmlPrefixText && present.insert(attribute.name).second) {
+                const AttributeType type = types != nullptr
+                                               ? types->attributeType(tag.name(), attribute.name)
+                                               : AttributeType::Cdata;
+                m_attributes.push_back({attribute, {}, type, false});
+            }
+        }
+        if (!m_hasDeclaredAttributes) {
+            continue;
+        }
+        for (const DeclaredAttribute& declared : types->declaredAttributes(tag.name())) {
+            if (declared.hasDefault && declared.name.starts_with("xml:") &&
+                present.insert(declared.name).second) {
+                addDefault(declared);
+            }
+        }
+    }
+}
+
+void StartTagWriter::take(PrefixId prefix) {
+    PrefixBinding& binding = m_namespaces[prefix];
+    if (binding.pending && binding.takenBy != m_tagSerial) {
+        binding.takenBy = m_tagSerial;
+        m_due.push_back(prefix);
+    }
+}
+
+void StartTagWriter::noteUse(std::string_view prefix) {
+    if (prefix != kXmlPrefixText) {
+        take(m_namespaces.id(prefix));
+    }
+}
+
+// Collects in m_due the declarations that the tag must write.
+void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth) {
+    m_due.clear();
+    ++m_tagSerial;
+    if (m_exclusive) {
+        noteUse(elementPrefix);
+        for (const TagAttribute& attribute : m_attributes) {
+            if (attribute.source.prefixLength != 0) {
+                noteUse(attribute.source.prefix());
+            }
+        }
+    }
+    // What is in scope at the apex, and what an element declares, is written whether used or not:
+    // always inclusive, for the prefixes of the list exclusive.
+    const auto takeUnused = [this](PrefixId prefix) {
+        if (!m_exclusive || m_namespaces[prefix].listed) {
+            take(prefix);
+        }
+    };
+    if (depth == 0) {
+        for (PrefixId prefix = 0; prefix < m_namespaces.size(); ++prefix) {
+            takeUnused(prefix);
+        }
+    } else {
+        std::for_each(m_declared.begin(), m_declared.end(), takeUnused);
+    }
+}
+
+void StartTagWriter::putNamespaces(std::uint32_t depth) {
+    sortFew(m_due, [this](PrefixId a, PrefixId b) {
+        return m_namespaces[a].prefix < m_namespaces[b].prefix;
+    });
+    for (const PrefixId prefix : m_due) {
+        const PrefixBinding& binding = m_namespaces[prefix];
+        m_out.put(" xmlns");
+        if (!binding.prefix.empty()) {
+            m_out.put(':');
+            m_out.put(binding.prefix);
+        }
+        m_out.put("=\"");
+        putAttributeValue(binding.inScope, m_out);
+        m_out.put('"');
+        m_namespaces.render(prefix, depth);
+    }
+}
+
+void StartTagWriter::sortAttributes() {
+    if (m_attributes.size() < 2) {
+        return;
+    }
+    for (TagAttribute& attribute : m_attributes) {
+        const std::string_view prefix = attribute.source.prefix();
+        if (prefix == kXmlPrefixText) {
+            attribute.namespaceName = kXmlNamespace;
+        } else if (!prefix.empty()) {
+            attribute.namespaceName = m_namespaces[m_namespaces.id(prefix)].inScope;
+        }
+    }
+    // The qualified name decides among equals, which only undeclared prefixes can bring about.
+    switch (m_request.order) {
+    case AttributeOrder::Canonical:
+        sortFew(m_attributes, [](const TagAttribute& a, const TagAttribute& b) {
+            return std::tuple(a.namespaceName, a.source.localName(), a.source.name) <
+                   std::tuple(b.namespaceName, b.source.localName(), b.source.name);
+        });
+        break;
+    case AttributeOrder::PrefixThenLocal:
+        sortFew(m_attributes, [](const TagAttribute& a, const TagAttribute& b) {
+            return std::tuple(a.source.prefix(), a.source.localName()) <
+                   std::tuple(b.source.prefix(), b.source.localName());
+        });
+        break;
+    case AttributeOrder::LocalName:
+        sortFew(m_attributes, [](const TagAttribute& a, const TagAttribute& b) {
+            return std::tuple(a.source.localName(), a.namespaceName, a.source.name) <
+                   std::tuple(b.source.localName(), b.namespaceName, b.source.name);
+        });
+        break;
+    }
+}
+
+void StartTagWriter::putAttribute(const TagAttribute& attribute) {
+    m_out.put(' ');
+    m_out.put(attribute.source.name);
+    m_out.put("=\"");
+    if (attribute.isNormalised) {
+        putAttributeValue(attribute.source.raw, m_out);
+    } else if (attribute.source.plain && attribute.type == AttributeType::Cdata) {
+        // All that can need escaping is a double quote between single ones.
+        const char* const quote = attribute.source.raw.data() + attribute.source.raw.size();
+        if (*quote == '"') {
+            m_out.put(attribute.source.raw);
+        } else {
+            putAttributeValue(attribute.source.raw, m_out);
+        }
+    } else {
+        m_value.clear();
+        appendAttributeValue(attribute.source.raw, attribute.type, m_value);
+        putAttributeValue(m_value, m_out);
+    }
+    m_out.put('"');
+}
+
+} // namespace vantrel::xml
