@@ -28,8 +28,8 @@ public:
     [[nodiscard]] bool isWide() const noexcept { return m_form >= Form::Utf16Le; }
 
     // Appends the text that the bytes stand for. False, with `out` unchanged, when they are not
-    // valid. A byte-order mark at the front is not part of the text; it decides the order of "utf-16"
-    // and "utf-32", whose order is otherwise little-endian.
+    // valid. A byte-order mark at the front is not part of the text; it decides the order of
+    // "utf-16" and "utf-32", whose order is otherwise little-endian.
     [[nodiscard]] bool toUtf8(ByteView bytes, StringBuffer& out) const;
     // Appends the bytes of a valid UTF-8 text, without a byte-order mark. False, with `out`
     // unchanged, when the text is not valid or a character has no place in the set.
@@ -37,11 +37,7 @@ public:
 
 private:
     enum class Form : std::uint8_t { Utf8, SingleByte, Utf16Le, Utf16Be, Utf32Le, Utf32Be };
-    struct Choice {
-        Form form;
-        bool orderFromMark;
-    };
-    static bool choose(std::string_view name, Choice& choice) noexcept;
+    [[nodiscard]] bool choose(std::string_view foldedName) noexcept;
 
     Form m_form = Form::Utf8;
     bool m_orderFromMark = false;

@@ -1,0 +1,56 @@
+#ifndef FOUNDATION_TEXT_BASE64_KERNELS_H
+#define FOUNDATION_TEXT_BASE64_KERNELS_H
+
+// Internal: the inner loops of base64 decoding and their choice.
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace vantrel {
+
+class DataBuffer;
+
+namespace text {
+
+// A kernel may write this much beyond what it reports.
+inline constexpr std::size_t kBase64Slack = 64;
+
+// Decodes whole groups of four characters of the standard alphabet and returns the number of
+// characters taken. It stops before the block that holds any other character, and where less than
+// a block is left; blocks are at most 64 characters.
+using Base64DecodeBlocks = std::size_t (*)(const char* text, std::size_t length,
+                                           std::uint8_t* out) noexcept;
+// Copies the text without white space (space, TAB, CR, LF); returns the number of characters left.
+// Source and target do not overlap.
+using Base64Squeeze = std::size_t (*)(const char* text, std::size_t length, char* out) noexcept;
+
+struct Base64Kernel {
+    std::string_view name;
+    bool (*supported)() noexcept;
+    Base64DecodeBlocks decodeBlocks;
+    Base64Squeeze squeeze;
+};
+
+// Best first, "portable" last. Tests and benchmarks go through all that this machine supports.
+[[nodiscard]] std::span<const Base64Kernel> base64Kernels() noexcept;
+
+// text::decodeBase64 with a given kernel.
+[[nodiscard]] bool decodeBase64With(const Base64Kernel& kernel, std::string_view text,
+                                    DataBuffer& out);
+
+[[nodiscard]] std::size_t base64DecodeBlocksPortable(const char* text, std::size_t length,
+                                                     std::uint8_t* out) noexcept;
+[[nodiscard]] std::size_t base64SqueezePortable(const char* text, std::size_t length,
+                                                char* out) noexcept;
+
+inline constexpr std::string_view kBase64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+inline constexpr std::string_view kBase64UrlAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+
+} // namespace text
+} // namespace vantrel
+
+#endif

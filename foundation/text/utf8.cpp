@@ -1,0 +1,114 @@
+#include "foundation/text/utf8.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace vantrel::text {
+
+namespace {
+
+constexpr std::size_t kBlock = 64;
+
+// The compiler makes one vector OR of this loop.
+bool isAsciiBlock(const char* block) noexcept {
+    unsigned char seen = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        seen |= static_cast<unsigned char>(block[i]);
+    }
+    return seen < 0x80;
+}
+
+} // namespace
+
+std::size_t asciiPrefix(std::string_view text) noexcept {
+    std::size_t at = 0;
+    while (text.size() - at >= kBlock && isAsciiBlock(text.data() + at)) {
+        at += kBlock;
+    }
+    for (; text.size() - at >= 8; at += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + at, 8);
+        if ((word & 0x8080808080808080U) != 0) {
+            break;
+        }
+    }
+    while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80) {
+        ++at;
+    }
+    return at;
+}
+
+std::size_t decodeUtf8(std::string_view text, char32_t& character) noexcept {
+    if (text.empty()) {
+        return 0;
+    }
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        character = lead;
+        return 1;
+    }
+    const std::size_t length = lead >= 0xF0 ? 4 : (lead >= 0xE0 ? 3 : 2);
+    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
+        return 0;
+    }
+    char32_t value = lead & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        const auto next = static_cast<unsigned char>(text[i]);
+        if ((next & 0xC0) != 0x80) {
+            return 0;
+        }
+        value = value << 6 | (next & 0x3FU);
+    }
+    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (value < kSmallest[length] || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) {
+        return 0;
+    }
+    character = value;
+    return length;
+}
+
+std::size_t validUtf8Prefix(std::string_view text) noexcept {
+    std::size_t at = asciiPrefix(text);
+    while (at < text.size()) {
+        char32_t character = 0;
+        const std::size_t length = decodeUtf8(text.substr(at), character);
+        if (length == 0) {
+            break;
+        }
+        at += length;
+        if (length == 1) {
+            at += asciiPrefix(text.substr(at));
+        }
+    }
+    return at;
+}
+
+bool isValidUtf8(std::string_view text) noexcept { return validUtf8Prefix(text) == text.size(); }
+
+std::size_t encodeUtf8(char32_t character, char (&out)[4]) noexcept {
+    const auto tail = [&](unsigned shift) {
+        return static_cast<char>(0x80 | (character >> shift & 0x3F));
+    };
+    if (character < 0x80) {
+        out[0] = static_cast<char>(character);
+        return 1;
+    }
+    if (character < 0x800) {
+        out[0] = static_cast<char>(0xC0 | character >> 6);
+        out[1] = tail(0);
+        return 2;
+    }
+    if (character < 0x10000) {
+        out[0] = static_cast<char>(0xE0 | character >> 12);
+        out[1] = tail(6);
+        out[2] = tail(0);
+        return 3;
+    }
+    out[0] = static_cast<char>(0xF0 | character >> 18);
+    out[1] = tail(12);
+    out[2] = tail(6);
+    out[3] = tail(0);
+    return 4;
+}
+
+} // namespace vantrel::text
