@@ -1,0 +1,227 @@
+#include "foundation/x509/cert_table.h"
+
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/crypto/hash/hasher.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/x509/DistinguishedName.h"
+#include "foundation/x509/name_match.h"
+#include "foundation/x509/name_reader.h"
+#include "foundation/x509/name_text.h"
+#include "foundation/x509/oids.h"
+#include "foundation/x509/serial_number.h"
+
+namespace vantrel {
+
+namespace {
+
+using x509::HashIndex;
+
+constexpr std::size_t kSha1Size = 20;
+
+std::uint64_t issuerSerialKey(std::string_view cn, std::string_view serial, std::string& scratch) {
+    scratch.clear();
+    x509::appendFoldedValue(cn, scratch);
+    return x509::hashBytes(serial, x509::hashBytes(scratch, 2));
+}
+
+std::uint64_t keyIdKey(ByteView keyId) noexcept { return x509::hashBytes(asText(keyId), 3); }
+
+std::string folded(std::string_view text) {
+    std::string out;
+    x509::appendFoldedValue(text, out);
+    return out;
+}
+
+// Calls `use` with each common name of a Name, as UTF-8.
+template <class Use> void forEachCommonName(ByteView name, Use use) {
+    x509::NameReader reader(name);
+    x509::DerAttribute attribute;
+    std::string value;
+    while (reader.next(attribute)) {
+        value.clear();
+        if (x509::sameBytes(attribute.type, x509::oid::kCommonName) &&
+            x509::appendStringValue(attribute.value.tag, attribute.value.contents, value)) {
+            use(std::string_view(value));
+        }
+    }
+}
+
+// Whether the certificate's subject, in the order of RFC 4514 or (when allowed) in the other one,
+// has the canonical key `key`.
+bool hasSubjectKey(const VantrelX509& certificate, const StringBuffer& key, bool eitherOrder) {
+    LogNull discard;
+    for (const bool mostSpecificFirst : {true, false}) {
+        StringBuffer text;
+        StringBuffer own;
+        if (DistinguishedName::fromDer(certificate.subject(), mostSpecificFirst, text) &&
+            DistinguishedName::toVlCanonHashKey(text.getString(), own, discard) &&
+            own.equals(key)) {
+            return true;
+        }
+        if (!eitherOrder) {
+            break;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool CertTable::add(const DataBuffer& der, LogBase& log) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_records.size() >= HashIndex::kNone) {
+        return false;
+    }
+    m_records.emplace_back();
+    if (!m_records.back().m_holder.getX509Ptr()->loadX509Der(der, log)) {
+        m_records.pop_back();
+        return false;
+    }
+    return true;
+}
+
+std::uint32_t CertTable::size() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<std::uint32_t>(m_records.size());
+}
+
+CertRecord* CertTable::at(std::uint32_t index) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return index < m_records.size() ? &m_records[index] : nullptr;
+}
+
+void CertTable::updateIssuerSerial() {
+    std::string serial;
+    for (; m_issuerSerial.indexed < m_records.size(); ++m_issuerSerial.indexed) {
+        const std::uint32_t index = m_issuerSerial.indexed;
+        const VantrelX509& one = certificate(index);
+        serial.clear();
+        x509::appendSerialText(one.serialNumber(), serial);
+        forEachCommonName(one.issuer(), [&](std::string_view cn) {
+            m_issuerSerial.entries.add(issuerSerialKey(cn, serial, m_scratch), index);
+        });
+    }
+}
+
+void CertTable::updateSubjects() {
+    for (; m_subjects.indexed < m_records.size(); ++m_subjects.indexed) {
+        const std::uint32_t index = m_subjects.indexed;
+        const ByteView subject = certificate(index).subject();
+        m_subjects.entries.add(x509::nameTokenHash(subject, m_scratch), index);
+    }
+}
+
+void CertTable::updateKeyIds() {
+    for (; m_keyIds.indexed < m_records.size(); ++m_keyIds.indexed) {
+        ByteView id;
+        if (certificate(m_keyIds.indexed).subjectKeyId(id)) {
+            m_keyIds.entries.add(keyIdKey(id), m_keyIds.indexed);
+        }
+    }
+}
+
+void CertTable::updateKeyHashes() {
+    for (; m_keyHashes.indexed < m_records.size(); ++m_keyHashes.indexed) {
+        std::uint8_t digest[crypto::kMaxDigestSize];
+        const ByteView bits = certificate(m_keyHashes.indexed).subjectPublicKeyBits();
+        m_keyHashes.entries.add(keyIdKey(crypto::hashBytes(kHashSha1, bits, digest)),
+                                m_keyHashes.indexed);
+    }
+}
+
+bool CertTable::issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact) {
+    bool found = false;
+    exact = false;
+    const std::string wanted = folded(cn);
+    forEachCommonName(certificate(index).issuer(), [&](std::string_view own) {
+        found = found || folded(own) == wanted;
+        exact = exact || own == cn;
+    });
+    return found;
+}
+
+CertTable::Match CertTable::findByIssuerSerial(std::string_view issuerCn, std::string_view serial) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    updateIssuerSerial();
+    Match match;
+    std::uint32_t entry =
+        m_issuerSerial.entries.first(issuerSerialKey(issuerCn, serial, m_scratch));
+    std::string own;
+    for (; entry != HashIndex::kNone; entry = m_issuerSerial.entries.next(entry)) {
+        const std::uint32_t index = m_issuerSerial.entries.certificate(entry);
+        bool exact = false;
+        own.clear();
+        x509::appendSerialText(certificate(index).serialNumber(), own);
+        if (own != serial || !issuerHasCn(index, issuerCn, exact)) {
+            continue;
+        }
+        if (exact) {
+            return {&m_records[index], true};
+        }
+        if (match.record == nullptr) {
+            match.record = &m_records[index];
+        }
+    }
+    return match;
+}
+
+CertTable::Match CertTable::findBySubject(std::string_view dn, bool ignoreOrder) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    updateSubjects();
+    std::uint32_t entry = m_subjects.entries.first(x509::nameTokenHash(dn, m_scratch));
+    if (entry == HashIndex::kNone) {
+        return {};
+    }
+    LogNull discard;
+    StringBuffer key;
+    static_cast<void>(DistinguishedName::toVlCanonHashKey(std::string(dn).c_str(), key, discard));
+    const std::vector<std::string> tokens = x509::nameTokens(dn);
+    Match match;
+    ByteView judged; // many certificates may have the same subject, which is judged once
+    for (; entry != HashIndex::kNone; entry = m_subjects.entries.next(entry)) {
+        const std::uint32_t index = m_subjects.entries.certificate(entry);
+        const ByteView subject = certificate(index).subject();
+        if (x509::sameBytes(subject, judged)) {
+            continue;
+        }
+        judged = subject;
+        if (hasSubjectKey(certificate(index), key, ignoreOrder)) {
+            return {&m_records[index], true};
+        }
+        if (match.record == nullptr && ignoreOrder && x509::nameTokens(subject) == tokens) {
+            match.record = &m_records[index];
+        }
+    }
+    return match;
+}
+
+CertTable::Match CertTable::findByKeyId(ByteView keyId) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    updateKeyIds();
+    const std::uint64_t key = keyIdKey(keyId);
+    std::uint32_t entry = m_keyIds.entries.first(key);
+    for (; entry != HashIndex::kNone; entry = m_keyIds.entries.next(entry)) {
+        const std::uint32_t index = m_keyIds.entries.certificate(entry);
+        ByteView own;
+        if (certificate(index).subjectKeyId(own) && x509::sameBytes(own, keyId)) {
+            return {&m_records[index], true};
+        }
+    }
+    if (keyId.size() != kSha1Size) {
+        return {};
+    }
+    updateKeyHashes();
+    entry = m_keyHashes.entries.first(key);
+    for (; entry != HashIndex::kNone; entry = m_keyHashes.entries.next(entry)) {
+        const std::uint32_t index = m_keyHashes.entries.certificate(entry);
+        std::uint8_t digest[crypto::kMaxDigestSize];
+        const ByteView bits = certificate(index).subjectPublicKeyBits();
+        if (x509::sameBytes(crypto::hashBytes(kHashSha1, bits, digest), keyId)) {
+            return {&m_records[index], true};
+        }
+    }
+    return {};
+}
+
+} // namespace vantrel

@@ -1,0 +1,105 @@
+#ifndef FOUNDATION_X509_CERT_TABLE_H
+#define FOUNDATION_X509_CERT_TABLE_H
+
+#include "foundation/text/byte_view.h"
+#include "foundation/x509/CertificateHolder.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel {
+
+class DataBuffer;
+class LogBase;
+
+namespace x509 {
+
+// A hash index: certificates by 64-bit keys, each key in the order of insertion. Adding takes
+// constant time also when many certificates share a key. May throw std::bad_alloc.
+class HashIndex {
+public:
+    static constexpr std::uint32_t kNone = 0xFFFFFFFFU;
+
+    void add(std::uint64_t key, std::uint32_t certificate);
+    // The first entry with `key`, and the one after `entry` with the same key; kNone at the end.
+    [[nodiscard]] std::uint32_t first(std::uint64_t key) const noexcept;
+    [[nodiscard]] std::uint32_t next(std::uint32_t entry) const noexcept;
+    [[nodiscard]] std::uint32_t certificate(std::uint32_t entry) const noexcept {
+        return m_entries[entry].certificate;
+    }
+
+private:
+    struct Entry {
+        std::uint64_t key;
+        std::uint32_t certificate;
+        std::uint32_t next;
+    };
+    // The entries of one key are a list; a slot holds both its ends.
+    struct Slot {
+        std::uint32_t head = kNone;
+        std::uint32_t tail = kNone;
+    };
+
+    [[nodiscard]] std::size_t findSlot(std::uint64_t key) const noexcept;
+    void grow();
+
+    std::vector<Entry> m_entries;
+    std::vector<Slot> m_slots; // open addressing, a power of two, at most half full
+    std::size_t m_used = 0;
+};
+
+} // namespace x509
+
+// The certificates of one vault with their indexes. Records are never moved or removed, so pointers
+// to them stay valid as long as the table. An index is brought up to date by the first look-up that
+// needs it: loading costs hardly more than parsing. All members lock; the lock is not held while a
+// record is in the caller's hands, and records do not change.
+class CertTable final {
+public:
+    // What a look-up found, and whether the match was exact rather than folded.
+    struct Match {
+        CertRecord* record = nullptr;
+        bool exact = false;
+    };
+
+    bool add(const DataBuffer& der, LogBase& log);
+    [[nodiscard]] std::uint32_t size() const;
+    [[nodiscard]] CertRecord* at(std::uint32_t index);
+
+    // `serial`: the text of the number (serial_number.h).
+    [[nodiscard]] Match findByIssuerSerial(std::string_view issuerCn, std::string_view serial);
+    [[nodiscard]] Match findBySubject(std::string_view dn, bool ignoreOrder);
+    [[nodiscard]] Match findByKeyId(ByteView keyId);
+
+private:
+    struct Index {
+        x509::HashIndex entries;
+        std::uint32_t indexed = 0; // certificates that are in it
+    };
+
+    [[nodiscard]] const VantrelX509& certificate(std::uint32_t index) const noexcept {
+        return *m_records[index].m_holder.getX509Ptr();
+    }
+    void updateIssuerSerial();
+    void updateSubjects();
+    void updateKeyIds();
+    void updateKeyHashes();
+    [[nodiscard]] bool issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact);
+
+    mutable std::mutex m_mutex;
+    std::deque<CertRecord> m_records;
+    Index m_issuerSerial;
+    Index m_subjects;
+    Index m_keyIds;    // subject key identifier extensions
+    Index m_keyHashes; // SHA-1 of the public keys; made only when an extension did not answer
+    std::string m_scratch;
+};
+
+} // namespace vantrel
+
+#endif

@@ -1,0 +1,52 @@
+#include "foundation/x509/cert_table.h"
+
+namespace vantrel::x509 {
+
+namespace {
+
+constexpr std::size_t kFirstSlots = 64;
+
+} // namespace
+
+std::size_t HashIndex::findSlot(std::uint64_t key) const noexcept {
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t slot = static_cast<std::size_t>(key) & mask;
+    while (m_slots[slot].head != kNone && m_entries[m_slots[slot].head].key != key) {
+        slot = (slot + 1) & mask;
+    }
+    return slot;
+}
+
+void HashIndex::grow() {
+    std::vector<Slot> old(m_slots.empty() ? kFirstSlots : 2 * m_slots.size());
+    old.swap(m_slots);
+    for (const Slot& slot : old) {
+        if (slot.head != kNone) {
+            m_slots[findSlot(m_entries[slot.head].key)] = slot;
+        }
+    }
+}
+
+void HashIndex::add(std::uint64_t key, std::uint32_t certificate) {
+    if (2 * (m_used + 1) > m_slots.size()) {
+        grow();
+    }
+    const auto entry = static_cast<std::uint32_t>(m_entries.size());
+    m_entries.push_back({key, certificate, kNone});
+    Slot& slot = m_slots[findSlot(key)];
+    if (slot.head == kNone) {
+        slot.head = entry;
+        ++m_used;
+    } else {
+        m_entries[slot.tail].next = entry;
+    }
+    slot.tail = entry;
+}
+
+std::uint32_t HashIndex::first(std::uint64_t key) const noexcept {
+    return m_slots.empty() ? kNone : m_slots[findSlot(key)].head;
+}
+
+std::uint32_t HashIndex::next(std::uint32_t entry) const noexcept { return m_entries[entry].next; }
+
+} // namespace vantrel::x509

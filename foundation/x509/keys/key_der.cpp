@@ -1,0 +1,207 @@
+#include "foundation/x509/keys/key_der.h"
+
+#include "foundation/asn1/ber_normalize.h"
+#include "foundation/asn1/der_reader.h"
+#include "foundation/asn1/der_values.h"
+#include "foundation/asn1/oid.h"
+#include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/ecc/curves.h"
+#include "foundation/x509/keys/_vlPublicKey.h"
+#include "foundation/x509/oids.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vantrel::x509 {
+
+using asn1::DerReader;
+using asn1::Tag;
+
+namespace {
+
+constexpr std::string_view kMalformed = "the key is malformed";
+
+struct KeyInfoParts {
+    ByteView algorithm;
+    DerReader parameters;
+    ByteView keyBits;
+};
+
+// RFC 5280 4.1
+bool readKeyInfo(ByteView der, KeyInfoParts& parts) noexcept {
+    DerReader reader(der);
+    // SubjectPublicKeyInfo ::= SEQUENCE {
+    DerReader info;
+    if (!reader.enter(Tag::Sequence, info) || !reader.atEnd()) {
+        return false;
+    }
+    //     algorithm         AlgorithmIdentifier ::= SEQUENCE {
+    DerReader algorithm;
+    if (!info.enter(Tag::Sequence, algorithm)) {
+        return false;
+    }
+    //         algorithm     OBJECT IDENTIFIER,
+    if (!algorithm.read(Tag::Oid, parts.algorithm)) {
+        return false;
+    }
+    //         parameters    ANY OPTIONAL },
+    parts.parameters = algorithm;
+    if (!algorithm.atEnd() && (!algorithm.skip() || !algorithm.atEnd())) {
+        return false;
+    }
+    //     subjectPublicKey  BIT STRING }
+    return asn1::readOctetBits(info, parts.keyBits) && info.atEnd();
+}
+
+bool loadDsa(const KeyInfoParts& parts, _vlPublicKey& key, std::string_view& whyNot) {
+    if (parts.parameters.atEnd() || parts.parameters.nextIs(Tag::Null)) {
+        whyNot = "the DSA key has no parameters";
+        return false;
+    }
+    whyNot = kMalformed;
+    DerReader parameters = parts.parameters;
+    // RFC 3279 2.3.2: Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }
+    DerReader numbers;
+    ByteView p;
+    ByteView q;
+    ByteView g;
+    if (!parameters.enter(Tag::Sequence, numbers) || !asn1::readUnsigned(numbers, p) ||
+        !asn1::readUnsigned(numbers, q) || !asn1::readUnsigned(numbers, g) || !numbers.atEnd()) {
+        return false;
+    }
+    // DSAPublicKey ::= INTEGER
+    DerReader bits(parts.keyBits);
+    ByteView y;
+    if (!asn1::readUnsigned(bits, y) || !bits.atEnd()) {
+        return false;
+    }
+    return key.loadDsa(p, q, g, y, whyNot);
+}
+
+// RFC 3279 2.3.5, SEC 1 C.2
+const crypto::Curve* readExplicitCurve(DerReader reader) noexcept {
+    // ECParameters ::= SEQUENCE {
+    DerReader parameters;
+    std::int64_t version = 0;
+    //     version   INTEGER,
+    if (!reader.enter(Tag::Sequence, parameters) || !asn1::readSmallInteger(parameters, version)) {
+        return nullptr;
+    }
+    //     fieldID   SEQUENCE { fieldType OBJECT IDENTIFIER, prime-p INTEGER },
+    DerReader field;
+    ByteView fieldType;
+    ByteView p;
+    if (!parameters.enter(Tag::Sequence, field) || !field.read(Tag::Oid, fieldType) ||
+        !sameBytes(fieldType, oid::kPrimeField) || !asn1::readUnsigned(field, p)) {
+        return nullptr;
+    }
+    //     curve     SEQUENCE { a OCTET STRING, b OCTET STRING, seed BIT STRING OPTIONAL },
+    DerReader curve;
+    ByteView a;
+    ByteView b;
+    if (!parameters.enter(Tag::Sequence, curve) || !curve.read(Tag::OctetString, a) ||
+        !curve.read(Tag::OctetString, b)) {
+        return nullptr;
+    }
+    //     base      OCTET STRING, order INTEGER, cofactor INTEGER OPTIONAL }
+    ByteView base;
+    ByteView order;
+    if (!parameters.read(Tag::OctetString, base) || !asn1::readUnsigned(parameters, order)) {
+        return nullptr;
+    }
+    std::int64_t cofactor = 1;
+    if (parameters.nextIs(Tag::Integer) &&
+        (!asn1::readSmallInteger(parameters, cofactor) || cofactor != 1)) {
+        return nullptr;
+    }
+    return crypto::findCurveByParameters(p, a, b, base, order);
+}
+
+bool loadEc(const KeyInfoParts& parts, _vlPublicKey& key, std::string_view& whyNot) {
+    DerReader parameters = parts.parameters;
+    const crypto::Curve* curve = nullptr;
+    ByteView name;
+    if (parameters.read(Tag::Oid, name)) {
+        std::string dotted;
+        if (asn1::oidToText(name, dotted)) {
+            curve = crypto::findCurveByOid(dotted);
+        }
+    } else {
+        curve = readExplicitCurve(parameters);
+    }
+    if (curve == nullptr) {
+        whyNot = "the curve is not supported";
+        return false;
+    }
+    auto point = std::make_unique<EccVerifier>();
+    if (!point->loadPoint(*curve, parts.keyBits, whyNot)) {
+        return false;
+    }
+    key.takeEc(std::move(point));
+    return true;
+}
+
+} // namespace
+
+bool loadRsaPublicKey(ByteView der, _vlPublicKey& key, std::string_view& whyNot) {
+    key.clear();
+    whyNot = kMalformed;
+    DerReader reader(der);
+    // RSAPublicKey ::= SEQUENCE {
+    DerReader numbers;
+    if (!reader.enter(Tag::Sequence, numbers) || !reader.atEnd()) {
+        return false;
+    }
+    //     modulus         INTEGER,
+    //     publicExponent  INTEGER }
+    ByteView modulus;
+    ByteView exponent;
+    if (!asn1::readUnsigned(numbers, modulus) || !asn1::readUnsigned(numbers, exponent) ||
+        !numbers.atEnd()) {
+        return false;
+    }
+    return key.loadRsa(modulus, exponent, whyNot);
+}
+
+bool loadSubjectPublicKeyInfo(ByteView der, _vlPublicKey& key, std::string_view& whyNot) {
+    key.clear();
+    whyNot = kMalformed;
+    KeyInfoParts parts;
+    if (!readKeyInfo(der, parts)) {
+        return false;
+    }
+    if (sameBytes(parts.algorithm, oid::kRsaEncryption) ||
+        sameBytes(parts.algorithm, oid::kRsaPss) || sameBytes(parts.algorithm, oid::kRsaX500)) {
+        return loadRsaPublicKey(parts.keyBits, key, whyNot);
+    }
+    if (sameBytes(parts.algorithm, oid::kEcPublicKey)) {
+        return loadEc(parts, key, whyNot);
+    }
+    if (sameBytes(parts.algorithm, oid::kDsa) || sameBytes(parts.algorithm, oid::kDsaOiw)) {
+        return loadDsa(parts, key, whyNot);
+    }
+    whyNot = "the key's algorithm is not supported";
+    return false;
+}
+
+bool loadKeyDer(ByteView der, _vlPublicKey& key, std::string_view& whyNot) {
+    DerReader reader(der);
+    DerReader inner;
+    if (reader.enter(Tag::Sequence, inner)) {
+        return inner.nextIs(Tag::Integer) ? loadRsaPublicKey(der, key, whyNot)
+                                          : loadSubjectPublicKeyInfo(der, key, whyNot);
+    }
+    key.clear();
+    whyNot = kMalformed;
+    std::vector<std::uint8_t> normal;
+    std::size_t consumed = 0;
+    if (!asn1::normalizeBer(der, normal, consumed) || consumed != der.size()) {
+        return false;
+    }
+    return DerReader(normal).enter(Tag::Sequence, inner) && inner.nextIs(Tag::Integer)
+               ? loadRsaPublicKey(normal, key, whyNot)
+               : loadSubjectPublicKeyInfo(normal, key, whyNot);
+}
+
+} // namespace vantrel::x509

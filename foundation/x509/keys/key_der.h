@@ -1,0 +1,33 @@
+#ifndef FOUNDATION_X509_KEYS_KEY_DER_H
+#define FOUNDATION_X509_KEYS_KEY_DER_H
+
+#include "foundation/text/byte_view.h"
+
+#include <string_view>
+
+namespace vantrel {
+
+class _vlPublicKey;
+
+namespace x509 {
+
+// Public keys in DER. On failure the key is left empty and `whyNot` is a short text of static
+// lifetime. May throw std::bad_alloc.
+
+// A SubjectPublicKeyInfo (RFC 5280 4.1.2.7): RSA (also under the PSS identifier), DSA with its
+// parameters, or an elliptic-curve point on a curve that is named or whose explicit parameters
+// equal those of a known curve.
+[[nodiscard]] bool loadSubjectPublicKeyInfo(ByteView der, _vlPublicKey& key,
+                                            std::string_view& whyNot);
+
+// An RSAPublicKey (RFC 8017 A.1.1).
+[[nodiscard]] bool loadRsaPublicKey(ByteView der, _vlPublicKey& key, std::string_view& whyNot);
+
+// Either of them, told apart by what the outer sequence begins with. BER is converted first.
+[[nodiscard]] bool loadKeyDer(ByteView der, _vlPublicKey& key, std::string_view& whyNot);
+
+} // namespace x509
+
+} // namespace vantrel
+
+#endif
