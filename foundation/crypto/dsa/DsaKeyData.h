@@ -16,7 +16,8 @@ inline constexpr std::size_t kMinDsaOrderBits = 160;
 inline constexpr std::size_t kMaxDsaOrderBits = 256;
 
 // One DSA public key (FIPS 186-4): the domain p, q, g and the value y. Copies share the numbers,
-// which do not change once they are loaded.
+// which do not change once they are loaded. The third verification with one key prepares tables
+// that make all later ones faster. Several threads may use one key.
 class DsaKeyData final {
 public:
     struct Numbers;

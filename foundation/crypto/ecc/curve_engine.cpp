@@ -1,0 +1,59 @@
+#include "foundation/crypto/ecc/curve_engine.h"
+
+#include "foundation/crypto/ecc/field.h"
+#include "foundation/crypto/ecc/weierstrass_engine.h"
+
+namespace vantrel::crypto {
+namespace {
+
+template <CurveId kId, std::size_t N, CoefficientA kA>
+const CurveEngine& portableEngine() noexcept {
+    static const Curve& curve = *findCurve(kId);
+    static const WeierstrassEngine<MontgomeryField<N>, kA> engine(curve,
+                                                                  MontgomeryField<N>(curve.p));
+    return engine;
+}
+
+template <CurveId kId, std::size_t N, CoefficientA kA>
+constexpr CurveKernel kPortable{"portable", CpuFeature::None, portableEngine<kId, N, kA>};
+
+constexpr CoefficientA kMinusThree = CoefficientA::MinusThree;
+
+constexpr CurveKernel kP192[] = {kPortable<CurveId::P192, 3, kMinusThree>};
+constexpr CurveKernel kP224[] = {kPortable<CurveId::P224, 4, kMinusThree>};
+constexpr CurveKernel kP256[] = {kPortable<CurveId::P256, 4, kMinusThree>};
+constexpr CurveKernel kP384[] = {kPortable<CurveId::P384, 6, kMinusThree>};
+constexpr CurveKernel kP521[] = {kPortable<CurveId::P521, 9, kMinusThree>};
+constexpr CurveKernel kSecp256k1[] = {kPortable<CurveId::Secp256k1, 4, CoefficientA::Zero>};
+constexpr CurveKernel kBrainpool256[] = {kPortable<CurveId::BrainpoolP256r1, 4, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool384[] = {kPortable<CurveId::BrainpoolP384r1, 6, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool512[] = {kPortable<CurveId::BrainpoolP512r1, 8, CoefficientA::Any>};
+
+} // namespace
+
+std::span<const CurveKernel> curveKernels(CurveId id) noexcept {
+    switch (id) {
+    case CurveId::P192: return kP192;
+    case CurveId::P224: return kP224;
+    case CurveId::P256: return kP256;
+    case CurveId::P384: return kP384;
+    case CurveId::P521: return kP521;
+    case CurveId::Secp256k1: return kSecp256k1;
+    case CurveId::BrainpoolP256r1: return kBrainpool256;
+    case CurveId::BrainpoolP384r1: return kBrainpool384;
+    case CurveId::BrainpoolP512r1: return kBrainpool512;
+    }
+    return {};
+}
+
+const CurveEngine& chosenCurveEngine(CurveId id) noexcept {
+    const std::span<const CurveKernel> kernels = curveKernels(id);
+    for (const CurveKernel& kernel : kernels) {
+        if (cpuSupports(kernel.needs)) {
+            return kernel.engine();
+        }
+    }
+    return kernels.back().engine();
+}
+
+} // namespace vantrel::crypto

@@ -1,0 +1,206 @@
+#ifndef FOUNDATION_CRYPTO_ECC_WEIERSTRASS_ENGINE_H
+#define FOUNDATION_CRYPTO_ECC_WEIERSTRASS_ENGINE_H
+
+#include "foundation/crypto/ecc/curve_engine.h"
+#include "foundation/crypto/ecc/jacobian.h"
+#include "foundation/crypto/ecc/wnaf.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <span>
+
+namespace vantrel::crypto {
+
+// A CurveEngine over any field and shape of curve.
+//
+// Sums of multiples are computed jointly: scalars in wNAF, one chain of doublings for all of them.
+// A scalar is cut into kPieces pieces when there are tables for P, 2^L P, 2^2L P, ..; the chain is
+// then only L doublings long. The generator always has such tables, a key when it is prepared.
+template <class Field, CoefficientA kA> class WeierstrassEngine : public CurveEngine {
+public:
+    using Arithmetic = CurveArithmetic<Field, kA>;
+    using Element = typename Field::Element;
+    using Affine = typename Arithmetic::Affine;
+    using Jacobian = typename Arithmetic::Jacobian;
+
+    static constexpr std::size_t kLimbs = Field::kLimbs;
+    static constexpr std::size_t kMaxBits = kLimbs * kLimbBits;
+    static constexpr std::size_t kPieces = 4;
+    static constexpr unsigned kGeneratorWidth = 8;
+    static constexpr unsigned kKeyWidth = 5;      // of a key that is used once
+    static constexpr unsigned kPreparedWidth = 6; // of a prepared key
+
+    using KeyTable = std::array<Affine, wnafTableSize(kKeyWidth)>;
+    using PreparedTable = std::array<Affine, wnafTableSize(kPreparedWidth)>;
+    using GeneratorTable = std::array<Affine, wnafTableSize(kGeneratorWidth)>;
+
+    WeierstrassEngine(const Curve& curve, const Field& field) noexcept
+        : m_curve(curve), m_field(field), m_pieceBits((curve.orderBits + kPieces - 1) / kPieces),
+          m_arithmetic(m_field, m_a) {
+        enter(m_a, curve.a);
+        enter(m_b, curve.b);
+        fillTables(std::span<GeneratorTable>(m_generator), point(curve.gx, curve.gy));
+    }
+
+    bool isOnCurve(const CurveNumber& x, const CurveNumber& y) const noexcept override {
+        const Affine p = point(x, y);
+        Element left;
+        Element right;
+        m_field.square(left, p.y);
+        m_field.square(right, p.x);
+        m_field.add(right, right, m_a);
+        m_field.multiply(right, right, p.x);
+        m_field.add(right, right, m_b);
+        return left == right;
+    }
+
+    bool satisfies(const CurveNumber& u1, const CurveNumber& u2, const CurveNumber& x,
+                   const CurveNumber& y, const CurveNumber& r) const noexcept override {
+        KeyTable table;
+        m_arithmetic.oddMultiples(std::span(table), point(x, y));
+        std::array<Term, 2> terms;
+        setTerm(terms[0], m_generator[0], u1, 0, m_curve.orderBits, kGeneratorWidth);
+        setTerm(terms[1], table, u2, 0, m_curve.orderBits, kKeyWidth);
+        return hasX(sum(terms), r);
+    }
+
+    bool satisfies(const CurveNumber& u1, const CurveNumber& u2, const PreparedKey& key,
+                   const CurveNumber& r) const noexcept override {
+        const Prepared& prepared = static_cast<const Prepared&>(key);
+        std::array<Term, 2 * kPieces> terms;
+        for (std::size_t i = 0; i < kPieces; ++i) {
+            const std::size_t first = i * m_pieceBits;
+            setTerm(terms[2 * i], m_generator[i], u1, first, m_pieceBits, kGeneratorWidth);
+            setTerm(terms[2 * i + 1], prepared.tables[i], u2, first, m_pieceBits, kPreparedWidth);
+        }
+        return hasX(sum(terms), r);
+    }
+
+    std::unique_ptr<PreparedKey> prepare(const CurveNumber& x,
+                                         const CurveNumber& y) const noexcept override {
+        std::unique_ptr<Prepared> prepared(new (std::nothrow) Prepared);
+        if (prepared) {
+            fillTables(std::span<PreparedTable>(prepared->tables), point(x, y));
+        }
+        return prepared;
+    }
+
+protected:
+    struct Prepared final : PreparedKey {
+        std::array<PreparedTable, kPieces> tables;
+    };
+
+    // One scalar in wNAF with the odd multiples of its point.
+    struct Term {
+        std::span<const Affine> table;
+        std::size_t length = 0;
+        bool negate = false;
+        std::array<std::int16_t, kMaxBits + 1> digits;
+    };
+
+    [[nodiscard]] const Arithmetic& arithmetic() const noexcept { return m_arithmetic; }
+    [[nodiscard]] const GeneratorTable& generatorTable(std::size_t piece) const noexcept {
+        return m_generator[piece];
+    }
+
+    [[nodiscard]] Affine point(const CurveNumber& x, const CurveNumber& y) const noexcept {
+        Affine p;
+        enter(p.x, x);
+        enter(p.y, y);
+        return p;
+    }
+
+    template <std::size_t Size>
+    static void setTerm(Term& term, const std::array<Affine, Size>& table,
+                        std::span<const Limb> scalar, std::size_t first, std::size_t count,
+                        unsigned width) noexcept {
+        term.table = table;
+        term.length =
+            recodeWnaf(std::span(term.digits).first(count + 1), scalar, first, count, width);
+    }
+
+    [[nodiscard]] Jacobian sum(std::span<const Term> terms) const noexcept {
+        std::size_t length = 0;
+        for (const Term& term : terms) {
+            length = std::max(length, term.length);
+        }
+        Jacobian result{};
+        for (std::size_t i = length; i-- > 0;) {
+            if (i + 1 < length) {
+                m_arithmetic.doubleInPlace(result);
+            }
+            for (const Term& term : terms) {
+                const int digit = i < term.length ? term.digits[i] : 0;
+                if (digit != 0) {
+                    const std::size_t index = static_cast<std::size_t>(digit < 0 ? -digit : digit);
+                    m_arithmetic.addInPlace(result, term.table[index / 2],
+                                            (digit < 0) != term.negate);
+                }
+            }
+        }
+        return result;
+    }
+
+    // x = X / Z^2 is r or, where that is still below p, r + n.
+    [[nodiscard]] bool hasX(const Jacobian& p, const CurveNumber& r) const noexcept {
+        if (m_field.isZero(p.z)) {
+            return false;
+        }
+        Element zz;
+        m_field.square(zz, p.z);
+        CurveNumber candidate = r;
+        for (int round = 0; round < 2; ++round) {
+            if (!lessThan(candidate, m_curve.p)) {
+                return false;
+            }
+            Element x;
+            enter(x, candidate);
+            m_field.multiply(x, x, zz);
+            if (x == p.x) {
+                return true;
+            }
+            if (add(candidate, m_curve.n) != 0) {
+                return false;
+            }
+        }
+        return false;
+    }
+
+private:
+    void enter(Element& z, const CurveNumber& number) const noexcept {
+        Element plain;
+        std::copy_n(number.begin(), kLimbs, plain.begin());
+        m_field.enter(z, plain);
+    }
+
+    template <class Table>
+    void fillTables(std::span<Table> tables, const Affine& base) const noexcept {
+        Affine p = base;
+        for (std::size_t i = 0; i < tables.size(); ++i) {
+            m_arithmetic.oddMultiples(std::span(tables[i]), p);
+            if (i + 1 < tables.size()) {
+                Jacobian q{p.x, p.y, m_field.one()};
+                for (std::size_t bit = 0; bit < m_pieceBits; ++bit) {
+                    m_arithmetic.doubleInPlace(q);
+                }
+                p = m_arithmetic.affine(q);
+            }
+        }
+    }
+
+    const Curve& m_curve;
+    Field m_field;
+    std::size_t m_pieceBits;
+    Element m_a{};
+    Element m_b{};
+    Arithmetic m_arithmetic;
+    std::array<GeneratorTable, kPieces> m_generator;
+};
+
+} // namespace vantrel::crypto
+
+#endif
