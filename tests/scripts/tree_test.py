@@ -1,0 +1,166 @@
+#!/usr/bin/env python3
+"""Checks of the source tree that no compiler makes: who includes whom, guards, log texts written
+once, words that stay out. Run from anywhere: tree_test.py [TOP]. Ends with "N passed, N failed"."""
+
+import pathlib
+import re
+import sys
+
+TOP = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else __file__).resolve()
+if TOP.is_file():
+    TOP = TOP.parents[2]
+
+CODE_FOLDERS = ("foundation", "dsig", "cli", "bindings", "tests", "bench", "fuzz", "examples")
+PRODUCT_FOLDERS = ("foundation", "dsig", "cli", "bindings")
+
+# Who may include whom, by the longest prefix of the path. Every folder may include itself.
+XML = ("foundation/xml/scan", "foundation/text", "foundation/log")
+CRYPTO = ("foundation/crypto", "foundation/text")
+X509 = ("foundation/x509", "foundation/xml", "foundation/crypto", "foundation/asn1",
+        "foundation/log", "foundation/text")
+MAY_INCLUDE = {
+    "foundation/text": (),
+    "foundation/log": ("foundation/text",),
+    "foundation/asn1": ("foundation/text",),
+    "foundation/crypto/cpu": ("foundation/text",),
+    "foundation/io": ("foundation/text", "foundation/log"),
+    "foundation/json": ("foundation/text", "foundation/log"),
+    "foundation/crypto/hash": ("foundation/text", "foundation/crypto/cpu", "foundation/io",
+                               "foundation/log"),
+    "foundation/crypto/mac": ("foundation/text", "foundation/crypto/cpu",
+                              "foundation/crypto/hash"),
+    "foundation/crypto/bignum": ("foundation/text", "foundation/crypto/cpu"),
+    "foundation/crypto/rsa": ("foundation/text", "foundation/crypto/cpu",
+                              "foundation/crypto/bignum", "foundation/crypto/hash"),
+    "foundation/crypto/dsa": ("foundation/text", "foundation/crypto/cpu",
+                              "foundation/crypto/bignum"),
+    "foundation/crypto/ecc": ("foundation/text", "foundation/crypto/cpu",
+                              "foundation/crypto/bignum"),
+    "foundation/xml/scan": ("foundation/text",),
+    "foundation/xml/tree": XML,
+    "foundation/xml/canon": XML,
+    "foundation/xml/locate": XML,
+    "foundation/x509": X509 + ("foundation/io",),
+    "foundation/cms": X509 + ("foundation/io", "foundation/json"),
+    "dsig/object": ("foundation",),
+    "dsig/transform": ("dsig/object", "foundation"),
+    "dsig/reference": ("dsig/transform", "dsig/object", "foundation"),
+    "dsig/keys": ("dsig/transform", "dsig/object", "foundation"),
+    "dsig/xades": ("dsig/reference", "dsig/transform", "dsig/object", "foundation"),
+    "dsig/verify": ("dsig", "foundation"),
+}
+
+# The public headers: all that programs outside the library may include.
+PUBLIC = re.compile(
+    r"^(dsig/object/ClsXmlDSig\.h"
+    r"|foundation/(text|log|json|io|x509|xml/tree)/(.*/)?(Cls\w+|_clsEncode|XString|StringBuffer"
+    r"|DataBuffer|VantrelObject|RefCountedObject|byte_view|shared_bytes|LogBase)\.h"
+    r"|foundation/json/json_(reader|writer|value)\.h|foundation/io/\w+\.h)$")
+PUBLIC_ONLY = ("cli", "bindings", "examples", "tests/consumer")
+
+# Written so that this file does not contain the words it looks for.
+FORBIDDEN = [
+    (re.compile(r"\b[Pp]art" + r"s? [1-7]\.[0-9]\b"), "a chapter reference"),
+    (re.compile(r"\b[Ss]pe" + r"c(s|ification|ifications)?\b"), "the design paper"),
+    (re.compile(r"\b(TO" + r"DO|FIX" + r"ME|XX" + r"X|HA" + r"CK)\b"), "unfinished work"),
+    (re.compile(r"(?<![\w.])/(wor" + r"k|tm" + r"p|roo" + r"t|hom" + r"e)/\w"), "a machine's path"),
+]
+TEXT_SUFFIXES = {".cpp", ".h", ".py", ".sh", ".md", ".txt", ".cmake", ".vec", ".awk", ".in", ".json"}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
+LOG_CALL = re.compile(r'\b(?:LogError|LogInfo)\s*\(\s*"((?:[^"\\]|\\.)*)"')
+
+failures = []
+passed = 0
+
+
+def check(name, problems):
+    global passed
+    problems = sorted(set(problems))
+    if not problems:
+        passed += 1
+        return
+    failures.append(name)
+    print(f"FAILED: {name}")
+    for problem in problems[:40]:
+        print(f"    {problem}")
+
+
+def tree_files(folders, suffixes):
+    for folder in folders:
+        for path in sorted((TOP / folder).rglob("*")):
+            if path.suffix in suffixes and path.is_file() and "build" not in path.parts:
+                yield path, path.relative_to(TOP).as_posix()
+
+
+def folder_rule(name):
+    matches = [folder for folder in MAY_INCLUDE if name.startswith(folder + "/")]
+    return max(matches, key=len) if matches else None
+
+
+def include_problems():
+    for path, name in tree_files(CODE_FOLDERS, {".cpp", ".h"}):
+        own = folder_rule(name)
+        public_only = name.startswith(tuple(f + "/" for f in PUBLIC_ONLY))
+        for header in INCLUDE.findall(path.read_text()):
+            if not (TOP / header).is_file():
+                yield f"{name}: there is no {header}"
+            elif public_only:
+                if not header.startswith(name.split("/")[0] + "/") and not PUBLIC.match(header):
+                    yield f"{name} includes {header}, which is not public"
+            elif own is not None:
+                allowed = (own,) + MAY_INCLUDE[own]
+                if not header.startswith(tuple(folder + "/" for folder in allowed)):
+                    yield f"{name} may not include {header}"
+            elif name.startswith(("foundation/", "dsig/")):
+                yield f"{name}: no rule says what this folder may include"
+
+
+def guard_problems():
+    for path, name in tree_files(CODE_FOLDERS, {".h"}):
+        guard = re.sub(r"[^A-Z0-9]+|_+", "_", name.upper()).replace("__", "_")
+        if f"#ifndef {guard}\n#define {guard}\n" not in path.read_text():
+            yield f"{name}: the guard is not {guard}"
+
+
+def log_text_problems():
+    places = {}
+    for path, name in tree_files(PRODUCT_FOLDERS, {".cpp", ".h"}):
+        text = path.read_text()
+        for match in LOG_CALL.finditer(text):
+            line = text.count("\n", 0, match.start()) + 1
+            places.setdefault(match.group(1), []).append(f"{name}:{line}")
+    for text, where in places.items():
+        if len(where) > 1:
+            yield f'"{text}" is written in {", ".join(where)}'
+
+
+def word_problems():
+    for path in sorted(TOP.rglob("*")):
+        name = path.relative_to(TOP).as_posix()
+        if name.startswith((".git/", "build", "third_party/")) or not path.is_file():
+            continue
+        if name.startswith(("fuzz/corpus/", "examples/")) and path.suffix != ".md":
+            continue
+        if path.suffix in TEXT_SUFFIXES or name in ("xmldsig", ".ci/run"):
+            for number, line in enumerate(path.read_text(errors="replace").splitlines(), 1):
+                for pattern, what in FORBIDDEN:
+                    hit = pattern.search(line)
+                    if hit and "names:" + hit.group(0) + ":ubl" not in line:
+                        yield f"{name}:{number}: {what} ({hit.group(0)})"
+
+
+def ascii_problems():
+    for path, name in tree_files(CODE_FOLDERS, {".cpp", ".h"}):
+        for number, line in enumerate(path.read_bytes().splitlines(), 1):
+            if not line.isascii():
+                yield f"{name}:{number}: not ASCII"
+
+
+check("includes", include_problems())
+check("include guards", guard_problems())
+check("log texts occur once", log_text_problems())
+check("words that stay out", word_problems())
+check("ASCII sources", ascii_problems())
+print(f"{passed} passed, {len(failures)} failed")
+sys.exit(1 if failures else 0)
