@@ -1,5 +1,6 @@
 #include "foundation/xml/canon/XmlCanon.h"
 
+#include "foundation/xml/canon/fragment_id.h"
 #include "foundation/xml/scan/log_failure.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/values.h"
@@ -11,7 +12,6 @@
 namespace vantrel {
 
 using xml::ElementId;
-using xml::IdMatch;
 using xml::kNoElement;
 using xml::TextRange;
 using xml::XmlDocument;
@@ -19,23 +19,6 @@ using xml::XmlDocument;
 namespace {
 
 constexpr std::int32_t kExclusiveMethod = 2;
-
-// The Id that xpointer(id('x')) names, by either quote; empty for any other text.
-std::string_view idOfXPointer(std::string_view fragment) noexcept {
-    constexpr std::string_view kOpen = "xpointer(id(";
-    constexpr std::string_view kClose = "))";
-    if (!fragment.starts_with(kOpen) || !fragment.ends_with(kClose) ||
-        fragment.size() < kOpen.size() + kClose.size() + 2) {
-        return {};
-    }
-    fragment.remove_prefix(kOpen.size());
-    fragment.remove_suffix(kClose.size());
-    const char quote = fragment.front();
-    if ((quote != '\'' && quote != '"') || fragment.back() != quote) {
-        return {};
-    }
-    return fragment.substr(1, fragment.size() - 2);
-}
 
 // True for an element with the unqualified attribute authenticate="true".
 bool isAuthenticated(const XmlDocument& document, ElementId element) {
@@ -163,7 +146,8 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
         // Which element an Id or a count names depends on what is left of the text.
         ElementId unused = kNoElement;
         const bool counted =
-            m_ebicsMode || document->findById(selection.fragment, unused) == IdMatch::NotUnique;
+            m_ebicsMode || xml::resolveFragment(*document, selection.fragment, unused) ==
+                               xml::FragmentTarget::NotUnique;
         if (counted || document->isExpanded() || !areHoles(*document, selection.omitted)) {
             return runWithout(xml, selection, sink, log);
         }
@@ -209,9 +193,9 @@ bool XmlCanon::runWithout(const StringBuffer& xml, const Selection& selection, x
 }
 
 bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection, ElementId& apex,
-                        LogBase& log) {
+                        LogBase& log) const {
     if (m_ebicsMode) {
-        return findAuthenticated(document, apex, log);
+        return findAuthenticated(apex, log);
     }
     if (selection.startOffset != 0) {
         apex = document.elementAtSourceOffset(selection.startOffset);
@@ -221,29 +205,19 @@ bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection,
         }
         return apex != kNoElement;
     }
-    if (selection.fragment.empty()) {
-        apex = kNoElement;
-        return true;
+    switch (xml::resolveFragment(document, selection.fragment, apex)) {
+    case xml::FragmentTarget::Document: apex = kNoElement; return true;
+    case xml::FragmentTarget::Element: return true;
+    case xml::FragmentTarget::NotFound: log.LogError("No element of the XML has the Id."); break;
+    case xml::FragmentTarget::NotUnique:
+        log.LogError("The Id is not unique: it stands on several elements.");
+        break;
     }
-    IdMatch match = document.findById(selection.fragment, apex);
-    if (match == IdMatch::None && selection.fragment == "xpointer(/)") {
-        apex = kNoElement;
-        return true;
-    }
-    const std::string_view named = idOfXPointer(selection.fragment);
-    if (match == IdMatch::None && !named.empty()) {
-        match = document.findById(named, apex);
-    }
-    if (match == IdMatch::Unique) {
-        return true;
-    }
-    log.LogError(match == IdMatch::None ? "No element of the XML has the Id."
-                                        : "The Id is not unique: it stands on several elements.");
     log.logText("fragmentId", selection.fragment);
     return false;
 }
 
-bool XmlCanon::findAuthenticated(const XmlDocument& /*document*/, ElementId& apex, LogBase& log) {
+bool XmlCanon::findAuthenticated(ElementId& apex, LogBase& log) const {
     const auto count = static_cast<std::int64_t>(m_authenticated.size());
     if (m_ebicsIndex >= 0 && m_ebicsIndex < count) {
         apex = m_authenticated[static_cast<std::size_t>(m_ebicsIndex)];

@@ -72,9 +72,8 @@ private:
     [[nodiscard]] std::shared_ptr<const xml::XmlDocument> structureOf(const StringBuffer& xml,
                                                                       bool fragment, LogBase& log);
     [[nodiscard]] bool findApex(const xml::XmlDocument& document, const Selection& selection,
-                                xml::ElementId& apex, LogBase& log);
-    [[nodiscard]] bool findAuthenticated(const xml::XmlDocument& document, xml::ElementId& apex,
-                                         LogBase& log);
+                                xml::ElementId& apex, LogBase& log) const;
+    [[nodiscard]] bool findAuthenticated(xml::ElementId& apex, LogBase& log) const;
     [[nodiscard]] bool canonicalizeApex(const xml::XmlDocument& document, xml::ElementId apex,
                                         std::span<const xml::TextRange> omitted,
                                         xml::CanonSink& sink) const;

@@ -1,6 +1,7 @@
 #include "foundation/xml/canon/start_tag_writer.h"
 
 #include "foundation/xml/canon/escape.h"
+#include "foundation/xml/canon/name_scan.h"
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
@@ -34,7 +35,8 @@ StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& 
     : m_document(document), m_request(request), m_out(out), m_text(document.text()),
       m_declarations(document.namespaceDecls()),
       m_exclusive(request.method == CanonMethod::Exclusive),
-      m_hasDeclaredAttributes(document.hasAttributeTypes()) {
+      m_hasDeclaredAttributes(document.hasAttributeTypes()),
+      m_localNameOrder(request.order == AttributeOrder::LocalName) {
     if (m_exclusive) {
         for (const std::string_view prefix : request.prefixes) {
             const PrefixId id = m_namespaces.id(prefix == "#default" ? std::string_view() : prefix);
@@ -67,7 +69,87 @@ void StartTagWriter::inherit(ElementId apex) {
 }
 
 WrittenTag StartTagWriter::write(ElementId element, std::uint32_t start, std::uint32_t depth) {
+    WrittenTag tag;
+    if (element != m_nextDeclaring && depth != 0 && !m_hasDeclaredAttributes &&
+        passOver(start, tag)) {
+        return tag;
+    }
     return rewrite(element, start, depth);
+}
+
+// True when the prefix needs no declaration at this tag.
+bool StartTagWriter::isWritten(std::uint32_t nameStart, std::uint32_t prefixLength) {
+    const std::string_view prefix = m_text.substr(nameStart, prefixLength);
+    return prefix == kXmlPrefixText || !m_namespaces[m_namespaces.id(prefix)].pending;
+}
+
+// Passes over a tag that declares nothing and is canonical as it stands; false, with nothing done,
+// for any other. An empty-element tag gets its end tag.
+bool StartTagWriter::passOver(std::uint32_t start, WrittenTag& tag) {
+    const char* const text = m_text.data();
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    const ScannedName name = scanName(text, start + 1, size);
+    std::uint32_t at = start + 1 + name.length;
+    if (m_exclusive && !isWritten(start + 1, name.prefixLength)) {
+        return false;
+    }
+    if (text[at] == ' ' && !passAttributes(at)) {
+        return false;
+    }
+    tag.nameLength = name.length;
+    if (text[at] == '>') {
+        tag.end = at + 1;
+        return true;
+    }
+    if (text[at] != '/') {
+        return false;
+    }
+    m_out.copyUpTo(at);
+    m_out.put("></");
+    m_out.put(m_text.substr(start + 1, name.length));
+    m_out.skipTo(at + 1); // its '>'
+    tag.selfClosing = true;
+    tag.end = at + 2;
+    return true;
+}
+
+// From the space before the first attribute to the '>' or '/' of the tag.
+bool StartTagWriter::passAttributes(std::uint32_t& at) {
+    const char* const text = m_text.data();
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    std::string_view before;
+    std::string_view prefixBefore;
+    while (text[at] == ' ') {
+        const std::uint32_t start = at + 1;
+        const ScannedName name = scanName(text, start, size);
+        const std::uint32_t equals = start + name.length;
+        if (name.length == 0 || text[equals] != '=' || text[equals + 1] != '"') {
+            return false;
+        }
+        const std::uint32_t end = findAttributeStop(text, equals + 2, size, '"');
+        if (text[end] != '"') {
+            return false;
+        }
+        const std::string_view whole(text + start, name.length);
+        if (name.prefixLength == 0) {
+            if (!prefixBefore.empty() || whole < before) {
+                return false;
+            }
+            before = whole;
+        } else {
+            const std::string_view prefix = whole.substr(0, name.prefixLength);
+            const std::string_view local = whole.substr(name.prefixLength + 1);
+            if (m_localNameOrder ||
+                (!prefixBefore.empty() && (prefix != prefixBefore || local < before)) ||
+                (m_exclusive && !isWritten(start, name.prefixLength))) {
+                return false;
+            }
+            prefixBefore = prefix;
+            before = local;
+        }
+        at = end + 1;
+    }
+    return true;
 }
 
 // The long way: the tag is taken apart and written anew, up to its '>'.

@@ -50,6 +50,9 @@ private:
         bool isNormalised = false; // a default: its value is no raw text
     };
 
+    [[nodiscard]] bool passOver(std::uint32_t start, WrittenTag& tag);
+    [[nodiscard]] bool passAttributes(std::uint32_t& at);
+    [[nodiscard]] bool isWritten(std::uint32_t nameStart, std::uint32_t prefixLength);
     [[nodiscard]] WrittenTag rewrite(ElementId element, std::uint32_t start, std::uint32_t depth);
     void declareNamespaces(ElementId element, std::uint32_t depth);
     void inheritXmlAttributes(ElementId apex);
@@ -69,6 +72,8 @@ private:
     const std::span<const NamespaceDecl> m_declarations;
     const bool m_exclusive;
     const bool m_hasDeclaredAttributes; // by the DTD
+    // Attributes of one prefix may stand behind unqualified ones in every order but LocalName.
+    const bool m_localNameOrder;
     NamespaceState m_namespaces;
     std::uint32_t m_nextDeclaration = 0;
     ElementId m_nextDeclaring = kNoElement; // the element of that declaration
