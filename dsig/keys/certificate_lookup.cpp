@@ -1,0 +1,67 @@
+// Keys and certificates of the certificate store.
+
+#include "dsig/keys/store_lookup.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/log/MethodFrame.h"
+#include "foundation/x509/CertMgr.h"
+#include "foundation/x509/ClsXmlCertVault.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+
+#include <new>
+
+namespace vantrel {
+
+bool ClsXmlDSig::UseCertVault(ClsXmlCertVault& vault) {
+    MethodFrame frame(*this, "UseCertVault");
+    frame.begin();
+    try {
+        SystemCerts* const store = getSystemCertsPtr();
+        CertMgr* const manager = vault.getCertMgr();
+        return frame.finish(store != nullptr && manager != nullptr &&
+                            store->addCertVault(*manager, m_log));
+    } catch (const std::bad_alloc&) {
+        return frame.outOfMemory();
+    }
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
+                                                            const StringBuffer& serialHex,
+                                                            LogBase& log) {
+    const LogContextExitor context(log, "getPublicKeyByIssuerNameAndSerial");
+    VantrelX509* const cert = dsig::findByIssuerSerial(getSystemCertsPtr(), issuerCn, serialHex, log);
+    return cert != nullptr ? publicKeyFromX509(*cert, log) : nullptr;
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyBySubjectName(const StringBuffer& subject, LogBase& log) {
+    const LogContextExitor context(log, "getPublicKeyBySubjectName");
+    VantrelX509* const cert = dsig::findBySubject(getSystemCertsPtr(), subject, log);
+    return cert != nullptr ? publicKeyFromX509(*cert, log) : nullptr;
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyBySKI(const StringBuffer& ski, LogBase& log) {
+    const LogContextExitor context(log, "getPublicKeyBySKI");
+    VantrelX509* const cert = dsig::findBySki(getSystemCertsPtr(), ski, log);
+    return cert != nullptr ? publicKeyFromX509(*cert, log) : nullptr;
+}
+
+bool ClsXmlDSig::getCertByIssuerNameAndSerial(const StringBuffer& issuerCn,
+                                              const StringBuffer& serialHex, StringBuffer& out,
+                                              LogBase& log) {
+    const LogContextExitor context(log, "getCertByIssuerNameAndSerial");
+    return dsig::certBase64(dsig::findByIssuerSerial(getSystemCertsPtr(), issuerCn, serialHex, log), out);
+}
+
+bool ClsXmlDSig::getCertBySubjectName(const StringBuffer& subject, StringBuffer& out,
+                                      LogBase& log) {
+    const LogContextExitor context(log, "getCertSubjectName");
+    return dsig::certBase64(dsig::findBySubject(getSystemCertsPtr(), subject, log), out);
+}
+
+bool ClsXmlDSig::getCertBySKI(const StringBuffer& ski, StringBuffer& out, LogBase& log) {
+    const LogContextExitor context(log, "getCertBySKI");
+    return dsig::certBase64(dsig::findBySki(getSystemCertsPtr(), ski, log), out);
+}
+
+} // namespace vantrel

@@ -1,0 +1,151 @@
+#include "dsig/keys/certificate_text.h"
+
+#include "dsig/keys/key_sources.h"
+#include "foundation/asn1/asn1_time.h"
+#include "foundation/io/clock.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/XString.h"
+#include "foundation/text/arrays.h"
+#include "foundation/text/encoders.h"
+#include "foundation/x509/DistinguishedName.h"
+#include "foundation/x509/StringHashSet.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel::dsig {
+
+namespace {
+
+StringBuffer issuerSerialKey(const StringBuffer& issuerCn, const StringBuffer& serialHex) {
+    StringBuffer key = issuerCn;
+    key.append2(":", serialHex.getString());
+    return key;
+}
+
+void noteSeen(const VantrelX509& cert, StringHashSet& seen, LogBase& log) {
+    XString issuerCn;
+    XString serial;
+    cert.get_IssuerCN(issuerCn, log);
+    cert.get_SerialNumber(serial, log);
+    seen.hashAddKey(issuerSerialKey(issuerCn.getUtf8Sb(), serial.getUtf8Sb()).getString());
+
+    XString subject;
+    cert.getDN(true, true, subject, log, 0);
+    StringBuffer subjectKey;
+    DistinguishedName::toVlCanonHashKey(subject.getUtf8(), subjectKey, log);
+    seen.hashAddKey(subjectKey.getString());
+}
+
+} // namespace
+
+bool loadCertificateText(StringBuffer& base64, StringHashSet& seen, VantrelX509& cert,
+                         LogBase& log) {
+    base64.replaceAllOccurances("&#13;", "");
+    base64.replaceAllOccurances("&#xD;", "");
+    DataBuffer der;
+    if (!ContentCoding::decodeBase64ToDb(base64.getString(), base64.getSize(), der)) {
+        log.LogError("Failed to decode base64 cert.");
+        return false;
+    }
+    if (!cert.loadX509Der(der, log)) {
+        log.LogError("Failed to parse X.509 certificate.");
+        return false;
+    }
+    noteSeen(cert, seen, log);
+    return true;
+}
+
+bool readIssuerSerial(const ClsXml& x509Data, IssuerSerial& name, LogBase& log) {
+    const Ref<ClsXml> element =
+        Ref<ClsXml>::adopt(x509Data.getChildWithTagUtf8("*:X509IssuerSerial"));
+    StringBuffer issuer;
+    XString serial;
+    if (!element || !element->getChildContentUtf8("*:X509IssuerName", issuer, false) ||
+        !element->getChildContentUtf8("*:X509SerialNumber", serial.getUtf8Sb_rw(), false) ||
+        issuer.isEmpty() || serial.isEmpty()) {
+        return false;
+    }
+    log.LogDataX("sbSerialNumber_dec", serial);
+    serial.reencode("decimal", "hex");
+    log.LogDataX("sbSerialNumber_hex", serial);
+    if (!DistinguishedName::getDnPart(issuer.getString(), "CN", name.issuerCn, log)) {
+        return false;
+    }
+    name.issuerCn.trim2();
+    name.serialHex = serial.getUtf8Sb();
+    name.key = issuerSerialKey(name.issuerCn, name.serialHex);
+    return true;
+}
+
+bool readUnseenSubjectName(const ClsXml& keyInfo, const StringHashSet& seen, StringBuffer& reversed,
+                           LogBase& log) {
+    StringBuffer subject;
+    if (!keyInfo.getChildContentUtf8("*:X509Data|*:X509SubjectName", subject, false) ||
+        subject.isEmpty()) {
+        return false;
+    }
+    StringBuffer key;
+    DistinguishedName::toVlCanonHashKey(subject.getString(), key, log);
+    if (seen.hashContainsSb(key)) {
+        return false;
+    }
+    reverseSubjectNameDN(subject, reversed, log);
+    return true;
+}
+
+bool readSubjectKeyId(const ClsXml& keyInfo, StringBuffer& ski) {
+    return keyInfo.getChildContentUtf8("*:X509Data|*:X509SKI", ski, false) && !ski.isEmpty();
+}
+
+void reverseSubjectNameDN(const StringBuffer& dn, StringBuffer& out, LogBase& /*log*/) {
+    ExtPtrArraySb pieces;
+    dn.split(pieces, ',', true, true);
+    if (pieces.getSize() == 0) {
+        out.append(dn);
+        return;
+    }
+    for (int i = pieces.getSize() - 1; i >= 0; --i) {
+        StringBuffer* const piece = pieces.sbAt(i);
+        piece->trim2();
+        out.append(*piece);
+        if (i > 0) {
+            out.append(", ");
+        }
+    }
+}
+
+KeyReport describeKey(const ClsPublicKey& key, std::string_view source, const VantrelX509* cert) {
+    KeyReport report;
+    report.source = source;
+    report.type = key.keyType();
+    report.bits = static_cast<int>(key.keyBits());
+    report.curve = key.curveName();
+    report.weak = key.isWeak();
+    report.fromDocument = source == keysource::kKeyValue || source == keysource::kCertificate ||
+                          source == keysource::kSecurityToken;
+    if (cert == nullptr || !cert->isLoaded()) {
+        return report;
+    }
+    LogNull log;
+    XString text;
+    report.hasCertificate = true;
+    cert->getDN(true, true, text, log, 0);
+    report.subject = text.getUtf8Sb().view();
+    cert->getDN(false, true, text, log, 0);
+    report.issuer = text.getUtf8Sb().view();
+    cert->get_SerialNumber(text, log);
+    report.serial = text.getUtf8Sb().view();
+    std::int64_t notBefore = 0;
+    std::int64_t notAfter = 0;
+    if (cert->validity(notBefore, notAfter)) {
+        report.notBefore = asn1::isoTime(notBefore);
+        report.notAfter = asn1::isoTime(notAfter);
+        const std::int64_t now = io::secondsSince1970();
+        report.outsideValidity = now < notBefore || now > notAfter;
+    }
+    return report;
+}
+
+} // namespace vantrel::dsig

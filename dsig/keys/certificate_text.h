@@ -1,0 +1,52 @@
+#ifndef DSIG_KEYS_CERTIFICATE_TEXT_H
+#define DSIG_KEYS_CERTIFICATE_TEXT_H
+
+#include "dsig/object/verification_report.h"
+#include "foundation/text/StringBuffer.h"
+
+#include <string_view>
+
+namespace vantrel {
+
+class ClsPublicKey;
+class ClsXml;
+class LogBase;
+class StringHashSet;
+class VantrelX509;
+
+namespace dsig {
+
+// Size hint of the set of certificates already taken in one walk over a KeyInfo.
+inline constexpr int kSeenSetSize = 79;
+
+// Loads a certificate from base64 text, in which character references for carriage returns are
+// removed (in place), and notes its issuer with serial, and its subject, as seen.
+[[nodiscard]] bool loadCertificateText(StringBuffer& base64, StringHashSet& seen, VantrelX509& cert,
+                                       LogBase& log);
+
+// The X509IssuerSerial of an X509Data element.
+struct IssuerSerial {
+    StringBuffer issuerCn;
+    StringBuffer serialHex;
+    StringBuffer key; // both, as the seen-set holds them
+};
+// False when there is none, it is not complete, or the issuer's name has no common name.
+[[nodiscard]] bool readIssuerSerial(const ClsXml& x509Data, IssuerSerial& name, LogBase& log);
+
+// The X509SubjectName of a KeyInfo in reversed component order. False when there is none, or the
+// certificate it names was taken already.
+[[nodiscard]] bool readUnseenSubjectName(const ClsXml& keyInfo, const StringHashSet& seen,
+                                         StringBuffer& reversed, LogBase& log);
+[[nodiscard]] bool readSubjectKeyId(const ClsXml& keyInfo, StringBuffer& ski);
+
+// Appends the comma-separated components of a name in reverse order.
+void reverseSubjectNameDN(const StringBuffer& dn, StringBuffer& out, LogBase& log);
+
+// What reports say of a key; `cert` is the certificate it came from, or null.
+[[nodiscard]] KeyReport describeKey(const ClsPublicKey& key, std::string_view source,
+                                    const VantrelX509* cert);
+
+} // namespace dsig
+} // namespace vantrel
+
+#endif

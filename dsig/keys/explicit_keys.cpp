@@ -1,0 +1,114 @@
+// Keys that the caller supplies, and the collector of all candidate keys.
+
+#include "dsig/keys/key_sources.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/log/MethodFrame.h"
+#include "foundation/text/encoders.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <new>
+
+namespace vantrel {
+
+namespace {
+
+constexpr int kLastKeyIndex = 199;
+
+} // namespace
+
+ClsXml* ClsXmlDSig::GetKeyInfo() {
+    MethodFrame frame(*this, "GetKeyInfo");
+    frame.begin();
+    return getKeyInfo(m_log);
+}
+
+ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
+    const LogContextExitor context(log, "getKeyInfo");
+    log.LogDataLong("numSignatures", m_signatures.getSize());
+    log.LogDataLong("selector", m_selector);
+    const ClsXml* const signature = selectedSignature();
+    if (signature == nullptr) {
+        return nullptr;
+    }
+    ClsXml* const keyInfo = signature->findChild("*:KeyInfo");
+    if (keyInfo == nullptr) {
+        log.LogError("No KeyInfo child.");
+    }
+    return keyInfo;
+}
+
+bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
+    MethodFrame frame(*this, "SetPublicKey");
+    frame.begin();
+    // The bound is fixed, whatever number of signatures the document has.
+    if (m_selector < 0 || m_selector > kLastKeyIndex) {
+        m_log.LogError("Selector index is not sane.");
+        m_log.LogDataLong("m_selector", m_selector);
+        return false;
+    }
+    try {
+        const Ref<RefCountedObject> previous = Ref<RefCountedObject>::adopt(
+            m_publicKeys.replaceRefCountedAt(m_selector, Ref<ClsPublicKey>::share(&key).release()));
+        return true;
+    } catch (const std::bad_alloc&) {
+        return frame.outOfMemory();
+    }
+}
+
+bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
+    MethodFrame frame(*this, "SetHmacKey");
+    frame.begin();
+    m_hmacKey.setSecure(true);
+    m_hmacKey.secureClear();
+    key.setSecureX(true);
+    try {
+        _clsEncode encoder;
+        encoder.put_EncodingMode(encoding);
+        return encoder.decodeBinary(key, m_hmacKey, false, m_log);
+    } catch (const std::bad_alloc&) {
+        return frame.outOfMemory();
+    }
+}
+
+ClsPublicKey* ClsXmlDSig::GetPublicKey() {
+    MethodFrame frame(*this, "GetPublicKey");
+    frame.begin();
+    try {
+        ExtPtrArrayRc keys;
+        if (!getPublicKey(true, keys, m_log)) {
+            return nullptr;
+        }
+        return static_cast<ClsPublicKey*>(keys.removeRefCountedAt(0));
+    } catch (const std::bad_alloc&) {
+        frame.outOfMemory();
+        return nullptr;
+    }
+}
+
+bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
+    const LogContextExitor context(log, "getXmlDsigPublicKey");
+    if (log.verbose()) {
+        log.LogDataLong("bKeyInfoOnly", keyInfoOnly ? 1 : 0);
+    }
+    m_report.keys.clear();
+    if (const Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(getKeyInfo(log))) {
+        // Keys found before a failure stay candidates.
+        static_cast<void>(publicKeyFromKeyInfo(*keyInfo, keys, log));
+        if (log.verbose()) {
+            log.LogDataLong("numPublicKeys", keys.getSize());
+        }
+    }
+    if (!keyInfoOnly) {
+        auto* const explicitKey =
+            static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
+        if (explicitKey != nullptr) {
+            appendKey(keys, Ref<ClsPublicKey>::share(explicitKey), dsig::keysource::kExplicit,
+                      nullptr);
+        }
+    }
+    return keys.getSize() > 0;
+}
+
+} // namespace vantrel

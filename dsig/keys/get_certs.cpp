@@ -1,0 +1,120 @@
+// The certificates that a KeyInfo element carries or names.
+
+#include "dsig/keys/certificate_text.h"
+#include "dsig/keys/security_tokens.h"
+#include "dsig/keys/store_lookup.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/log/ClsStringArray.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/log/MethodFrame.h"
+#include "foundation/x509/StringHashSet.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <new>
+
+namespace vantrel {
+
+// The context's name differs from the operation's, and the log records a failure whatever the
+// result: kept, since readers of the log know both.
+bool ClsXmlDSig::GetCerts(ClsStringArray& outCerts) {
+    MethodFrame frame(*this, "GetCert");
+    frame.begin();
+    try {
+        const Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(getKeyInfo(m_log));
+        const bool ok = !keyInfo || certsFromKeyInfo(*keyInfo, outCerts, m_log);
+        frame.finish(false);
+        return ok;
+    } catch (const std::bad_alloc&) {
+        return frame.outOfMemory();
+    }
+}
+
+bool ClsXmlDSig::processCertBase64(StringBuffer& base64, StringHashSet& seen, LogBase& log) {
+    const LogContextExitor context(log, "processCertBase64");
+    VantrelX509Holder holder;
+    return dsig::loadCertificateText(base64, seen, *holder.getX509Ptr(), log);
+}
+
+bool ClsXmlDSig::appendCert(StringBuffer& base64, StringHashSet& seen, ClsStringArray& out,
+                            LogBase& log) {
+    return processCertBase64(base64, seen, log) && out.appendUtf8(base64.getString());
+}
+
+bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
+    const LogContextExitor context(log, "certsFromKeyInfo");
+    StringHashSet seen(dsig::kSeenSetSize);
+    certsFromX509Data(keyInfo, seen, out, log);
+    const Ref<ClsXml> tokenReference =
+        Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
+    return !tokenReference || certsFromTokenReference(*tokenReference, seen, out, log);
+}
+
+void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStringArray& out,
+                                   LogBase& log) {
+    StringBuffer base64;
+    if (const Ref<ClsXml> x509Data =
+            Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:X509Data"))) {
+        const std::vector<xml::ElementId> elements = x509Data->childrenWithTag("*:X509Certificate");
+        log.LogDataLong("NumX509Certificates", static_cast<std::int64_t>(elements.size()));
+        for (const xml::ElementId element : elements) {
+            Ref<ClsXml>::adopt(x509Data->handleOn(element))->get_Content(base64);
+            if (!base64.isEmpty()) {
+                appendCert(base64, seen, out, log);
+            }
+        }
+        dsig::IssuerSerial name;
+        if (dsig::readIssuerSerial(*x509Data, name, log) && !seen.hashContainsSb(name.key) &&
+            getCertByIssuerNameAndSerial(name.issuerCn, name.serialHex, base64, log)) {
+            appendCert(base64, seen, out, log);
+        }
+    }
+    StringBuffer reversed;
+    if (dsig::readUnseenSubjectName(keyInfo, seen, reversed, log) &&
+        getCertBySubjectName(reversed, base64, log)) {
+        appendCert(base64, seen, out, log);
+    }
+    StringBuffer ski;
+    if (dsig::readSubjectKeyId(keyInfo, ski) && getCertBySKI(ski, base64, log)) {
+        appendCert(base64, seen, out, log);
+    }
+}
+
+bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, StringHashSet& seen,
+                                         ClsStringArray& out, LogBase& log) {
+    StringBuffer identifier;
+    StringBuffer base64;
+    if (tokenReference.getChildContentUtf8("*:KeyIdentifier", identifier, false) &&
+        !identifier.isEmpty() &&
+        dsig::certBase64(dsig::findBySki(getSystemCertsPtr(), identifier, log), base64)) {
+        appendCert(base64, seen, out, log);
+    }
+    const Ref<ClsXml> reference =
+        Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:Reference"));
+    if (!reference) {
+        return true;
+    }
+    dsig::TokenReference target;
+    if (!dsig::readTokenReference(*reference, target, log)) {
+        return false;
+    }
+    log.LogInfo("Need to locate BinarySecurityToken within XML....");
+    log.LogDataSb("URI", target.uri);
+    if (m_xmlRoot == nullptr) {
+        return false;
+    }
+    // Only the token that is named: unlike for a key, another one does not do.
+    const Ref<ClsXml> token = dsig::findTokenById(*m_xmlRoot, target.id());
+    if (!token) {
+        dsig::logNoToken(log);
+        return false;
+    }
+    token->get_Content(base64);
+    if (target.isPkiPath() && !dsig::takeLastOfPkiPath(base64, log)) {
+        return false;
+    }
+    appendCert(base64, seen, out, log);
+    return true;
+}
+
+} // namespace vantrel

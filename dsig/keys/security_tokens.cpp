@@ -1,0 +1,83 @@
+#include "dsig/keys/security_tokens.h"
+
+#include "foundation/cms/AsnXmlCodec.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel::dsig {
+
+namespace {
+
+const char* const kToken = "*:BinarySecurityToken";
+
+// The base64 of the last certificate of a PKI path: a DER sequence of certificates, the signer's
+// last.
+bool pkiPathV1_to_cert(const StringBuffer& in, StringBuffer& out, LogBase& log) {
+    const LogContextExitor context(log, "pkiPathV1_to_cert");
+    out.clear();
+    DataBuffer der;
+    der.appendEncoded(in.view(), "base64");
+    StringBuffer xml;
+    if (!AsnXmlCodec::derToXml(der, false, true, xml, nullptr, log)) {
+        log.LogError("Invalid binary security token content.");
+        return false;
+    }
+    const Ref<ClsXml> path = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+    if (!path || !path->loadXml(xml, false, log) || path->get_NumChildren() == 0) {
+        log.LogError("Invalid binary security token content..");
+        return false;
+    }
+    path->getChild2(path->get_NumChildren() - 1);
+    log.LogInfo("Getting last cert from X509PKIPathv1...");
+    AsnXmlCodec::xmlToDer(*path, der, log);
+    der.encodeDB("base64", out);
+    return true;
+}
+
+} // namespace
+
+bool readTokenReference(const ClsXml& reference, TokenReference& target, LogBase& log) {
+    const bool hasUri = reference.getAttrValue("URI", target.uri);
+    const bool hasType = reference.getAttrValue("ValueType", target.valueType);
+    if (hasUri && hasType && target.uri.beginsWith("#") &&
+        target.valueType.containsSubstring("#X509")) {
+        return true;
+    }
+    log.LogError("Unhandled security token reference.");
+    log.LogDataSb("uri", target.uri);
+    log.LogDataSb("valueType", target.valueType);
+    return false;
+}
+
+Ref<ClsXml> findTokenById(ClsXml& root, const char* id) {
+    return Ref<ClsXml>::adopt(root.searchForAttribute(nullptr, kToken, "*:Id", false, id));
+}
+
+Ref<ClsXml> findAnyToken(ClsXml& root) {
+    return Ref<ClsXml>::adopt(root.searchForTag(nullptr, kToken));
+}
+
+Ref<ClsXml> findX509Token(ClsXml& root) {
+    return Ref<ClsXml>::adopt(
+        root.searchForAttribute(nullptr, kToken, "*:ValueType", false, "*#X509v3"));
+}
+
+void logTokenSearch(LogBase& log) {
+    log.LogInfo("Need to locate BinarySecurityToken within XML...");
+}
+
+void logNoToken(LogBase& log) {
+    log.LogError("Failed to find the wsse:BinarySecurityToken element");
+}
+
+bool takeLastOfPkiPath(StringBuffer& content, LogBase& log) {
+    StringBuffer last;
+    if (!pkiPathV1_to_cert(content, last, log)) {
+        return false;
+    }
+    content.takeSb(last);
+    return true;
+}
+
+} // namespace vantrel::dsig

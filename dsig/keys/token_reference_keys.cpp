@@ -1,0 +1,167 @@
+// WS-Security: keys that a SecurityTokenReference points at, in a BinarySecurityToken of the document
+// or in the certificate store.
+
+#include "dsig/keys/certificate_text.h"
+#include "dsig/keys/key_sources.h"
+#include "dsig/keys/security_tokens.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/text/encoders.h"
+#include "foundation/x509/CertRecord.h"
+#include "foundation/x509/CertificateHolder.h"
+#include "foundation/x509/StringHashSet.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <memory>
+
+namespace vantrel {
+
+bool ClsXmlDSig::keysFromTokenReference(const ClsXml& keyInfo, StringHashSet& seen,
+                                        ExtPtrArrayRc& keys, LogBase& log) {
+    const Ref<ClsXml> tokenReference =
+        Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
+    if (!tokenReference) {
+        return true;
+    }
+    if (log.verbose()) {
+        log.LogInfo("Check for and handle SecurityTokenReference cases..");
+    }
+    keyFromKeyIdentifier(*tokenReference, keys, log);
+    const Ref<ClsXml> reference =
+        Ref<ClsXml>::adopt(tokenReference->getChildWithTagUtf8("*:Reference"));
+    if (reference && !keyFromReferencedToken(*reference, seen, keys, log)) {
+        return false;
+    }
+    return keyFromThumbprint(*tokenReference, seen, keys, log);
+}
+
+// A key identifier that is a certificate, or that names one of the store.
+void ClsXmlDSig::keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayRc& keys,
+                                      LogBase& log) {
+    SystemCerts* const store = getSystemCertsPtr();
+    const Ref<ClsXml> identifier =
+        Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));
+    if (store == nullptr || !identifier) {
+        return;
+    }
+    StringBuffer content;
+    identifier->get_Content(content);
+    if (content.isEmpty()) {
+        return;
+    }
+    StringBuffer valueType;
+    identifier->getAttrValue("ValueType", valueType);
+    log.LogDataSb("ValueType", valueType);
+
+    std::unique_ptr<CertificateHolder> holder;
+    CertRecord* record = nullptr;
+    if (valueType.endsWith("#X509v3")) {
+        holder.reset(CertificateHolder::createFromBase64(content.getString(), content.getSize(),
+                                                         store, log));
+        record = holder ? holder->getCertPtr(log) : nullptr;
+    } else {
+        record = store->findBySubjectKeyId(content, log);
+    }
+    VantrelX509* const cert = record != nullptr ? record->holder().getX509Ptr() : nullptr;
+    if (cert != nullptr) {
+        appendFoundKey(keys, publicKeyFromX509(*cert, log), dsig::keysource::kKeyIdentifier);
+    }
+}
+
+bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, StringHashSet& seen,
+                                        ExtPtrArrayRc& keys, LogBase& log) {
+    if (log.verbose()) {
+        log.LogInfo("We have a *:Reference...");
+    }
+    dsig::TokenReference target;
+    if (!dsig::readTokenReference(reference, target, log)) {
+        return false;
+    }
+    dsig::logTokenSearch(log);
+    log.LogDataSb("URI", target.uri);
+    if (m_xmlRoot == nullptr) {
+        return false;
+    }
+    Ref<ClsXml> token = dsig::findTokenById(*m_xmlRoot, target.id());
+    if (!token) {
+        log.LogInfo("Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
+        token = dsig::findAnyToken(*m_xmlRoot);
+        m_report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
+    }
+    if (!token) {
+        dsig::logNoToken(log);
+        return false;
+    }
+    StringBuffer content;
+    token->get_Content(content);
+    if (target.isPkiPath() && !dsig::takeLastOfPkiPath(content, log)) {
+        return false;
+    }
+    return appendTokenKey(content, seen, keys, log);
+}
+
+// A thumbprint is not compared: the first X.509 token of the document is taken. The signature value
+// decides whether it was the right one.
+bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& seen,
+                                   ExtPtrArrayRc& keys, LogBase& log) {
+    const Ref<ClsXml> identifier =
+        Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));
+    if (!identifier) {
+        return true;
+    }
+    log.LogInfo("We have a *:SecurityTokenReference/KeyIdentifier...");
+    StringBuffer valueType;
+    StringBuffer thumbprint;
+    identifier->getAttrValue("ValueType", valueType);
+    identifier->get_Content(thumbprint);
+    if (!valueType.containsSubstring("ThumbprintSHA1")) {
+        return true;
+    }
+    log.LogInfo("Need to find the cert from the binary security token with a given SHA1 thumbprint...");
+    log.LogDataSb("sbKeyIdentData", thumbprint);
+    dsig::logTokenSearch(log);
+    if (m_xmlRoot == nullptr) {
+        return false;
+    }
+    const Ref<ClsXml> token = dsig::findX509Token(*m_xmlRoot);
+    if (!token) {
+        dsig::logNoToken(log);
+        return false;
+    }
+    StringBuffer content;
+    token->get_Content(content);
+    logThumbprint(content, log);
+    const int before = keys.getSize();
+    if (!appendTokenKey(content, seen, keys, log)) {
+        return false;
+    }
+    if (keys.getSize() > before) {
+        log.LogInfo("Got public key from base64 cert.");
+    }
+    return true;
+}
+
+void ClsXmlDSig::logThumbprint(const StringBuffer& certBase64, LogBase& log) {
+    DataBuffer der;
+    ContentCoding::decodeBase64ToDb(certBase64.getString(), certBase64.getSize(), der);
+    DataBuffer digest;
+    _vlHash::doHash(der.getData2(), der.getSize(), kHashSha1, digest);
+    StringBuffer base64;
+    digest.encodeDB("base64", base64);
+    log.LogDataSb("sbSha1Base64", base64);
+}
+
+bool ClsXmlDSig::appendTokenKey(StringBuffer& certBase64, StringHashSet& seen, ExtPtrArrayRc& keys,
+                                LogBase& log) {
+    ClsPublicKey* const key = publicKeyFromCertBase64(certBase64, seen, log);
+    if (key == nullptr) {
+        log.LogError("Failed to get public key from cert.");
+        return false;
+    }
+    appendFoundKey(keys, key, dsig::keysource::kSecurityToken);
+    return true;
+}
+
+} // namespace vantrel

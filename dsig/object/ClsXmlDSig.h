@@ -1,0 +1,356 @@
+#ifndef DSIG_OBJECT_CLSXMLDSIG_H
+#define DSIG_OBJECT_CLSXMLDSIG_H
+
+#include "dsig/object/_clsXmlDSigBase.h"
+#include "dsig/object/verification_report.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/text/XString.h"
+#include "foundation/text/arrays.h"
+#include "foundation/x509/SystemCerts.h"
+#include "foundation/x509/VantrelX509.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace vantrel {
+
+class ClsBinData;
+class ClsHttp;
+class ClsJsonObject;
+class ClsPublicKey;
+class ClsStringArray;
+class ClsStringBuilder;
+class ClsXml;
+class ClsXmlCertVault;
+class DSigRefExternalData;
+class DSigReference;
+class Pkcs7SignedData;
+class StringHashSet;
+class XmlSigLocate;
+
+namespace xml {
+class CanonSink;
+}
+
+namespace dsig {
+struct DigestInput;
+struct LoadedStructure;
+struct VerifyRun;
+} // namespace dsig
+
+struct TransformState;
+
+/// Verifier of XML digital signatures (XML Signature 1.0 and 1.1).
+///
+/// Load a signed document, choose one of its signatures with the selector, hand over keys,
+/// certificates or external data where the document does not carry them, and verify:
+///
+///     vantrel::ClsXmlDSig verifier;
+///     vantrel::XString xml(text);
+///     if (verifier.LoadSignature(xml) && verifier.VerifySignature(true)) { ... }
+///
+/// Operations return true on success and leave a diagnostic log (LastErrorText) and, for a
+/// verification, a structured result (LastJsonData). No exception leaves them. An object may be used
+/// by several threads; each operation holds the object's lock. Certificates are not checked for
+/// trust, dates or revocation: LastJsonData says whose key it was and where it came from.
+class ClsXmlDSig final : public _clsXmlDSigBase, public SystemCertsHolder {
+public:
+    ClsXmlDSig();
+    ~ClsXmlDSig() override;
+
+    /// A new verifier that the caller deletes; null when out of memory.
+    [[nodiscard]] static ClsXmlDSig* createNewCls();
+
+    // Loading and selection.
+
+    /// Loads a document from text. False when it is not well-formed XML; a document without
+    /// signatures loads.
+    bool LoadSignature(XString& xml);
+    bool LoadSignatureSb(ClsStringBuilder& sb);
+    /// Loads from bytes in the encoding that the document itself declares.
+    bool LoadSignatureBd(ClsBinData& bd);
+    /// Number of Signature elements, at any depth.
+    [[nodiscard]] int get_NumSignatures();
+    /// Zero-based index, in document order, of the signature that operations address. Setting a
+    /// value past the end selects the last, a negative one the first.
+    [[nodiscard]] int get_Selector() const noexcept { return m_selector; }
+    void put_Selector(int index);
+    /// Selects the first signature whose Id attribute equals `id`; false, selector unchanged, if none.
+    bool SelectById(XString& id);
+
+    /// CMS options as JSON text, e.g. {"requireTrustedTsa": true}.
+    void get_VerifyOptions(XString& options);
+    void put_VerifyOptions(XString& options);
+    /// Directories, separated by ";", in which files named by external references are looked for.
+    void get_ExternalRefDirs(XString& dirs);
+    void put_ExternalRefDirs(XString& dirs);
+    /// Why the last reference digest failed: 0 match, 1 mismatch, 2 external data missing or
+    /// unreadable, 3 no such reference, 5 canonicalization failed, 99 other.
+    [[nodiscard]] int get_RefFailReason() const noexcept { return m_refFailReason; }
+    /// Missing external data is reported but does not fail a verification.
+    [[nodiscard]] bool get_IgnoreExternalRefs() const noexcept { return m_ignoreExternalRefs; }
+    void put_IgnoreExternalRefs(bool ignore) noexcept { m_ignoreExternalRefs = ignore; }
+    [[nodiscard]] bool get_WithComments() const noexcept { return m_withCommentsOption; }
+    void put_WithComments(bool withComments) noexcept { m_withCommentsOption = withComments; }
+
+    // References of the selected signature.
+
+    [[nodiscard]] int get_NumReferences();
+    /// URI attribute as written, empty when there is none; false when there is no such reference.
+    bool ReferenceUri(int index, XString& outUri);
+    /// True when the URI is neither empty nor begins with "#".
+    bool IsReferenceExternal(int index);
+    /// Data of an external reference of the selected signature, index 0 to 100: a file's path, text
+    /// in a character set, or bytes.
+    bool SetRefDataFile(int index, XString& path);
+    bool SetRefDataSb(int index, ClsStringBuilder& sb, XString& charset);
+    bool SetRefDataBd(int index, ClsBinData& bd);
+
+    // Verification.
+
+    /// Checks the digest of one reference; RefFailReason tells why it failed.
+    bool VerifyReferenceDigest(int index);
+    /// Checks the selected signature: its value over the canonical SignedInfo and, when asked, the
+    /// digest of every reference first.
+    bool VerifySignature(bool verifyReferenceDigests);
+    /// The structured result of the last verification: one JSON object with status, references,
+    /// keys, warnings and accommodations. Empty when there is none.
+    void get_LastJsonData(XString& json);
+    /// Describes the selected signature without verifying it, as one JSON object.
+    bool DescribeSignature(XString& outJson);
+    /// Appends the octets over which the reference's digest is computed.
+    bool DigestInput(int index, ClsBinData& out);
+    /// Appends the canonical SignedInfo of the selected signature.
+    bool SignedInfoOctets(ClsBinData& out);
+
+    // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
+    // anything else Canonical XML 1.0.
+
+    bool CanonicalizeXml(XString& xml, XString& version, bool withComments, XString& outXml);
+    /// Only the element with the Id `fragmentId` and its subtree, with the namespaces it inherits.
+    bool CanonicalizeFragment(XString& xml, XString& fragmentId, XString& version,
+                              XString& prefixList, bool withComments, XString& outXml);
+
+    // Keys and certificates.
+
+    /// The KeyInfo element of the selected signature, which the caller releases; null if none.
+    [[nodiscard]] ClsXml* GetKeyInfo();
+    /// The first key that KeyInfo yields, which the caller releases; null if none.
+    [[nodiscard]] ClsPublicKey* GetPublicKey();
+    /// A key for the selected signature's index, tried after the keys of KeyInfo. It survives loads.
+    bool SetPublicKey(ClsPublicKey& key);
+    /// The secret of HMAC signatures, in the named encoding ("hex", "base64", "ascii", ...). The
+    /// caller's text is marked secure.
+    bool SetHmacKey(XString& key, XString& encoding);
+    /// Makes the vault's certificates available for look-ups.
+    bool UseCertVault(ClsXmlCertVault& vault);
+    /// Appends the certificates that KeyInfo carries or names, as base64 of their DER form.
+    bool GetCerts(ClsStringArray& outCerts);
+
+    // Time-stamps.
+
+    /// The connection to the time-stamp authority. Not owned; must outlive its use.
+    void SetHttpObj(ClsHttp& http);
+    [[nodiscard]] bool HasEncapsulatedTimeStamp();
+    /// Adds a signature time-stamp to the selected XAdES signature; the whole document goes to
+    /// `sbOut`, the loaded one stays.
+    bool AddEncapsulatedTimeStamp(ClsJsonObject& json, ClsStringBuilder& sbOut);
+
+    // Text helpers of the time-stamp check.
+
+    /// The text behind the first tag whose text contains `tagStart`, up to the next tag, trimmed.
+    static bool captureUniqueTagContent(const char* tagStart, const StringBuffer& xml,
+                                        StringBuffer& out, LogBase& log);
+    /// The value of an attribute of that tag, which must stand in double quotes.
+    static bool captureUniqueAttrContent(const char* tagStart, const char* attrName,
+                                         const StringBuffer& xml, StringBuffer& out, LogBase& log);
+
+private:
+    friend struct ClsXmlDSigTestAccess;
+
+    // object/
+    bool loadSignature(XString& xml, LogBase& log);
+    void unloadDocument();
+    bool parseLoadedText(LogBase& log);
+    bool selectBySignatureId(const StringBuffer& id, LogBase& log);
+    bool selectedSignatureId(StringBuffer& out, LogBase& log);
+    void checkSetZatca(LogBase& log);
+    [[nodiscard]] int numReferences(const ClsXml& signature, LogBase& log) const;
+    [[nodiscard]] ClsXml* selectedSignature() const;
+    [[nodiscard]] ClsXml* getReference(int index, LogBase& log);
+    bool getReferenceUri(int index, StringBuffer& outUri, LogBase& log);
+    bool getCanonicalizationMethod(StringBuffer& outAlgorithm, StringBuffer& outPrefixList,
+                                   LogBase& log);
+    bool getSignatureMethod(StringBuffer& outAlgorithm, LogBase& log);
+    bool getSignedInfoField(const char* childName, const char* attrName, StringBuffer& out,
+                            LogBase& log);
+    bool getSignatureValue(StringBuffer& outBase64, LogBase& log);
+    // Sets the locator up to answer with the selected signature or with nothing.
+    void useSelectedSignature(XmlSigLocate& locator) const;
+    static bool locateSignatureById(const StringBuffer& id, const StringBuffer& text,
+                                    XmlSigLocate& locator, LogBase& log);
+    // The selected signature in the loaded text, by its Id, else by its first reference's digest.
+    bool locateSelectedSignature(const StringBuffer& signatureId, const DSigReference& first,
+                                 XmlSigLocate& locator, LogBase& log) const;
+    bool parseFirstReference(DSigReference& first, LogBase& log);
+    void splitRefDirs(ExtPtrArraySb& dirs) const;
+    dsig::LoadedStructure& structure();
+    void beginReport();
+    void finishReport();
+    void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
+
+    // reference/
+    void logOptionsAndSetZatca(LogBase& log);
+    bool verifyReferenceDigest(int index, bool& externalMissing, ExtPtrArraySb& dirs, LogBase& log);
+    bool verifyReferenceDigest2(int index, bool& externalMissing, ExtPtrArraySb& dirs,
+                                LogBase& log);
+    bool retryReferenceDigest(int index, bool& externalMissing, ExtPtrArraySb& dirs, LogBase& log);
+    // A reference into the document: from its transforms to the comparison.
+    bool verifyInternalReference(int index, StringBuffer& fragmentId, DSigReference& ref,
+                                 LogBase& log);
+    bool compareInternalDigest(const StringBuffer& fragmentId, DSigReference& ref,
+                               dsig::ReferenceReport& report, LogBase& log);
+    bool computeDigest(const StringBuffer& fragmentId, const DSigReference& ref,
+                       dsig::DigestInput& input, StringBuffer& calculated, LogBase& log);
+    void digestText(const DSigReference& ref, dsig::DigestInput& input, DataBuffer& digest,
+                    LogBase& log);
+    static bool isStoredDigest(const StringBuffer& calculated, const DSigReference& ref,
+                               const char* key, LogBase& log);
+    bool retryWithZatcaRules(const StringBuffer& fragmentId, const DSigReference& ref,
+                             dsig::DigestInput& input, StringBuffer& calculated, LogBase& log);
+    bool isHexDigest(const StringBuffer& calculated, const DSigReference& ref, LogBase& log);
+    [[nodiscard]] bool isToleratedMismatch(const LogBase& log) const;
+    void keepDigestInput(ByteView octets);
+    // With a sink, the last canonicalization of the chain streams into it where nothing follows.
+    bool buildDigestInput(const StringBuffer& fragmentId, const DSigReference& ref,
+                          xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
+    void startWorkingText(dsig::WorkingText& text, LogBase& log);
+    bool runImpliedTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
+                              xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
+    bool runTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
+                       xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
+    const ClsXml* parsedTransforms(const DSigReference& ref, LogBase& log);
+    bool runTransform(const ClsXml& transform, const StringBuffer& fragmentId,
+                      const DSigReference& ref, dsig::DigestInput& input, TransformState& state,
+                      LogBase& log);
+    bool canonicalizeOrFail(const ClsXml* transform, dsig::WorkingText& text,
+                            const StringBuffer& algorithm, const StringBuffer& fragmentId,
+                            LogBase& log);
+    static void base64Transform(const StringBuffer& text, DataBuffer& decoded, LogBase& log);
+    bool verifyExternalReference(const StringBuffer& uri, int index, const DSigReference& ref,
+                                 bool& externalMissing, const ExtPtrArraySb& dirs, LogBase& log);
+    static bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
+                                 LogBase& log);
+    bool digestExternalData(const DSigRefExternalData& data, int hashAlg, DataBuffer& digest,
+                            LogBase& log);
+    // Borrowed from the arrays; null when out of range, or absent and not to be created.
+    DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
+    // Takes the selected signature, and those directly behind it, out of the text. Always true.
+    bool transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& unused1,
+                                     StringBuffer& unused2, DSigReference& ref, LogBase& log);
+    void removeEnvelopedSignature(dsig::WorkingText& text, const DSigReference& ref, LogBase& log);
+    bool locateEnvelopedSignature(const StringBuffer& id, const DSigReference& ref,
+                                  dsig::WorkingText& text, XmlSigLocate& locator,
+                                  LogBase& log) const;
+    bool removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
+                                         std::uint32_t length, LogBase& log);
+
+    // verify/
+    bool verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log);
+    bool referencePass(LogBase& log);
+    bool timeStampPass(const dsig::VerifyRun& run, LogBase& log);
+    bool canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log);
+    bool configureCanonicalizer(dsig::VerifyRun& run, XmlCanon& canonicalizer, LogBase& log);
+    bool runSignedInfoRoute(dsig::VerifyRun& run, XmlCanon& canonicalizer, LogBase& log);
+    static bool canonicalizeFrom(const StringBuffer& text, std::uint32_t offset,
+                                 XmlCanon& canonicalizer, StringBuffer& out, const char* failure,
+                                 LogBase& log);
+    bool takeZatcaInvoiceHash(dsig::VerifyRun& run, LogBase& log);
+    bool readSignatureValue(dsig::VerifyRun& run, LogBase& log);
+    bool hashSignedInfo(dsig::VerifyRun& run, LogBase& log);
+    bool gatherKeys(dsig::VerifyRun& run, LogBase& log);
+    void verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log);
+    void reportHmacKey(bool used);
+
+    // keys/
+    // The candidate keys in the order in which they are tried: those of KeyInfo, then the explicit
+    // one. True when there is one.
+    bool getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log);
+    [[nodiscard]] ClsXml* getKeyInfo(LogBase& log);
+    bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
+    bool keysFromKeyValue(const ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
+    void keysFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void keysFromCertificates(ClsXml& x509Data, StringHashSet& seen, ExtPtrArrayRc& keys,
+                              LogBase& log);
+    bool keysFromTokenReference(const ClsXml& keyInfo, StringHashSet& seen, ExtPtrArrayRc& keys,
+                                LogBase& log);
+    void keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromReferencedToken(const ClsXml& reference, StringHashSet& seen, ExtPtrArrayRc& keys,
+                                LogBase& log);
+    bool keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& seen, ExtPtrArrayRc& keys,
+                           LogBase& log);
+    static void logThumbprint(const StringBuffer& certBase64, LogBase& log);
+    bool appendTokenKey(StringBuffer& certBase64, StringHashSet& seen, ExtPtrArrayRc& keys,
+                        LogBase& log);
+    [[nodiscard]] ClsPublicKey* publicKeyFromCertBase64(StringBuffer& base64, StringHashSet& seen,
+                                                        LogBase& log);
+    [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
+    void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, std::string_view source);
+    void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, std::string_view source,
+                   const VantrelX509* cert);
+    // Look-ups in the certificate store: a new key, or the certificate as base64.
+    [[nodiscard]] ClsPublicKey* getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
+                                                                  const StringBuffer& serialHex,
+                                                                  LogBase& log);
+    [[nodiscard]] ClsPublicKey* getPublicKeyBySubjectName(const StringBuffer& subject,
+                                                          LogBase& log);
+    [[nodiscard]] ClsPublicKey* getPublicKeyBySKI(const StringBuffer& ski, LogBase& log);
+    bool getCertByIssuerNameAndSerial(const StringBuffer& issuerCn, const StringBuffer& serialHex,
+                                      StringBuffer& out, LogBase& log);
+    bool getCertBySubjectName(const StringBuffer& subject, StringBuffer& out, LogBase& log);
+    bool getCertBySKI(const StringBuffer& ski, StringBuffer& out, LogBase& log);
+    bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
+    void certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStringArray& out, LogBase& log);
+    bool certsFromTokenReference(const ClsXml& tokenReference, StringHashSet& seen,
+                                 ClsStringArray& out, LogBase& log);
+    bool processCertBase64(StringBuffer& base64, StringHashSet& seen, LogBase& log);
+    bool appendCert(StringBuffer& base64, StringHashSet& seen, ClsStringArray& out, LogBase& log);
+
+    // xades/
+    // True when there is no time-stamp to check, or the check passes.
+    bool verifyEncapsulatedTimeStamp(const StringBuffer& sigXml, const ClsXml& sigElem,
+                                     LogBase& log);
+    bool verifyToken(const StringBuffer& token, DataBuffer& content, LogBase& log);
+    static void logTimeStampFailure(LogBase& log);
+    void reportTimeStamp(const Pkcs7SignedData& signedData);
+    void canonicalizeForTimeStamp(std::int32_t method, const StringBuffer& signatureValueId,
+                                  StringBuffer& out, LogBase& log) const;
+    bool hasEncapsulatedTimeStamp(LogBase& log);
+    bool addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, LogBase& log);
+    static bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator,
+                                     StringBuffer& id, LogBase& log);
+
+    bool m_withCommentsOption = false;
+    bool m_ignoreExternalRefs = false;
+    std::int32_t m_refFailReason = 0;
+    StringBuffer m_xmlText;           // the whole document as UTF-8, as handed to the parser
+    ClsXml* m_xmlRoot = nullptr;      // one reference held
+    XString m_externalRefDirs;
+    ExtPtrArrayRc m_signatures;       // ClsXml of every Signature element, in document order
+    ExtPtrArrayRc m_publicKeys;       // ClsPublicKey by signature index
+    ExtPtrArray m_externalData;       // DSigExternalData by signature index
+    bool m_externalDataOwned = true;
+    DataBuffer m_hmacKey;
+    std::int32_t m_selector = 0;
+
+    dsig::SignatureReport m_report;
+    std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document
+    VantrelX509 m_keyCertificate;            // of the key that a look-up returned last
+    DataBuffer* m_digestInputCopy = nullptr; // set while somebody wants the octets themselves
+};
+
+} // namespace vantrel
+
+#endif

@@ -1,0 +1,107 @@
+// The selected signature as it stands, without verifying it.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/loaded_structure.h"
+#include "dsig/reference/DSigReference.h"
+#include "foundation/json/json_writer.h"
+#include "foundation/log/MethodFrame.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <new>
+
+namespace vantrel {
+
+namespace {
+
+using json::JsonWriter;
+
+void writeTransforms(const ClsXml& reference, JsonWriter& out) {
+    out.key("transforms");
+    out.beginArray();
+    if (const Ref<ClsXml> transforms =
+            Ref<ClsXml>::adopt(reference.getChildWithTagUtf8("*:Transforms"))) {
+        for (const xml::ElementId child : transforms->children()) {
+            StringBuffer algorithm;
+            Ref<ClsXml>::adopt(transforms->handleOn(child))->getAttrValue("Algorithm", algorithm);
+            out.value(algorithm.view());
+        }
+    }
+    out.endArray();
+}
+
+void writeReference(const ClsXml& element, std::size_t index, JsonWriter& out) {
+    LogNull log;
+    DSigReference reference;
+    reference.parseReference(element, log);
+    out.beginObject();
+    out.member("index", static_cast<std::int64_t>(index));
+    out.member("uri", reference.m_uri.view());
+    out.member("uriOmitted", reference.m_uriOmitted != 0);
+    out.member("external", !reference.m_uri.isEmpty() && !reference.m_uri.beginsWith("#"));
+    writeTransforms(element, out);
+    out.member("digestMethod", reference.m_digestMethod.view());
+    out.member("digestValue", reference.m_digestValue.view());
+    out.endObject();
+}
+
+// The kinds of key information, by element name and, for X509Data and KeyValue, what they hold.
+void writeKeyInfo(const ClsXml& signature, JsonWriter& out) {
+    out.key("keyInfo");
+    out.beginArray();
+    if (const Ref<ClsXml> keyInfo =
+            Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:KeyInfo"))) {
+        for (const xml::ElementId child : keyInfo->children()) {
+            const Ref<ClsXml> entry = Ref<ClsXml>::adopt(keyInfo->handleOn(child));
+            out.beginObject();
+            out.member("element", entry->localName());
+            out.key("holds");
+            out.beginArray();
+            for (const xml::ElementId part : entry->children()) {
+                out.value(Ref<ClsXml>::adopt(entry->handleOn(part))->localName());
+            }
+            out.endArray();
+            out.endObject();
+        }
+    }
+    out.endArray();
+}
+
+} // namespace
+
+bool ClsXmlDSig::DescribeSignature(XString& outJson) {
+    MethodFrame frame(*this, "DescribeSignature");
+    frame.begin();
+    outJson.clear();
+    const ClsXml* const signature = selectedSignature();
+    if (signature == nullptr) {
+        m_log.LogError("No signature is selected.");
+        return false;
+    }
+    try {
+        beginReport();
+        JsonWriter out(outJson.getUtf8Sb_rw());
+        out.beginObject();
+        out.member("index", static_cast<std::int64_t>(m_selector));
+        out.member("id", m_report.id.view());
+        out.member("path", std::string_view(m_report.path));
+        out.member("profile", m_report.profile);
+        out.member("signatureMethod", m_report.signatureMethod.view());
+        out.member("canonicalizationMethod", m_report.canonicalizationMethod.view());
+        out.key("references");
+        out.beginArray();
+        const std::vector<xml::ElementId>& references = structure().referencesOf(*signature);
+        for (std::size_t i = 0; i < references.size(); ++i) {
+            writeReference(*Ref<ClsXml>::adopt(signature->handleOn(references[i])), i, out);
+        }
+        out.endArray();
+        writeKeyInfo(*signature, out);
+        out.member("timestamp", m_report.timestamp != "absent");
+        out.endObject();
+        m_report = {};
+        return frame.result(true);
+    } catch (const std::bad_alloc&) {
+        return frame.outOfMemory();
+    }
+}
+
+} // namespace vantrel

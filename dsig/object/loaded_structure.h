@@ -1,0 +1,39 @@
+#ifndef DSIG_OBJECT_LOADED_STRUCTURE_H
+#define DSIG_OBJECT_LOADED_STRUCTURE_H
+
+#include "dsig/object/element_paths.h"
+#include "foundation/text/RefCountedObject.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <memory>
+#include <vector>
+
+namespace vantrel::dsig {
+
+// What is computed once from the loaded document and used again by every reference of every
+// signature. It lives until the next load.
+struct LoadedStructure {
+    explicit LoadedStructure(std::shared_ptr<const xml::XmlDocument> loaded)
+        : document(std::move(loaded)), paths(*document) {}
+
+    // The Reference elements of a signature's SignedInfo, in document order; collected once for the
+    // signature that was asked for last.
+    const std::vector<xml::ElementId>& referencesOf(const ClsXml& signature);
+
+    std::shared_ptr<const xml::XmlDocument> document;
+    ElementPaths paths;
+
+    // References often carry the same Transforms, so the last one parsed is kept.
+    StringBuffer transformsText;
+    Ref<ClsXml> transforms;
+
+private:
+    xml::ElementId m_signature = xml::kNoElement;
+    std::vector<xml::ElementId> m_references;
+};
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,46 @@
+// Finding the selected signature in the text of the document.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/loaded_structure.h"
+#include "dsig/reference/DSigReference.h"
+#include "foundation/xml/locate/XmlSigLocate.h"
+#include "foundation/xml/scan/_vlXmlDtd.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel {
+
+void ClsXmlDSig::useSelectedSignature(XmlSigLocate& locator) const {
+    const ClsXml* const signature = selectedSignature();
+    if (signature != nullptr) {
+        locator.m_document = signature->document();
+        locator.m_selectedElement = signature->elementId();
+    }
+}
+
+bool ClsXmlDSig::locateSignatureById(const StringBuffer& id, const StringBuffer& text,
+                                     XmlSigLocate& locator, LogBase& log) {
+    _vlXmlDtd dtd;
+    if (!locator.FindXmlSigById(id, text, dtd, log)) {
+        log.LogError("Unable to find the Signature by Id.");
+        log.LogDataSb("signatureId", id);
+        return false;
+    }
+    return true;
+}
+
+bool ClsXmlDSig::locateSelectedSignature(const StringBuffer& signatureId,
+                                         const DSigReference& first, XmlSigLocate& locator,
+                                         LogBase& log) const {
+    useSelectedSignature(locator);
+    if (!signatureId.isEmpty()) {
+        return locateSignatureById(signatureId, m_xmlText, locator, log);
+    }
+    _vlXmlDtd dtd;
+    if (!locator.FindXmlSigByRefDigest(first.m_digestValue, m_xmlText, dtd, log)) {
+        log.LogError("Unable to find the Signature.");
+        return false;
+    }
+    return true;
+}
+
+} // namespace vantrel

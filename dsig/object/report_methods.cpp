@@ -1,0 +1,147 @@
+// What an operation found out, for whoever asks afterwards.
+
+#include "dsig/keys/key_sources.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/loaded_structure.h"
+#include "dsig/verify/signature_method.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/log/CritSecExitor.h"
+#include "foundation/xml/canon/fragment_id.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <new>
+
+namespace vantrel {
+
+namespace {
+
+using dsig::SignatureReport;
+
+void warnOfHash(const StringBuffer& algorithm, SignatureReport& report) {
+    struct WeakHash {
+        const char* name;
+        std::string_view warning;
+    };
+    constexpr WeakHash kWeakHashes[] = {
+        {"sha1", "sha1"}, {"md5", "md5"}, {"md2", "md2"}, {"ripemd128", "ripemd128"}};
+    for (const WeakHash& weak : kWeakHashes) {
+        if (algorithm.containsSubstringNoCase(weak.name)) {
+            report.warnings.add(weak.warning);
+        }
+    }
+}
+
+void warnOfKeys(SignatureReport& report) {
+    for (const dsig::KeyReport& key : report.keys) {
+        if (!key.used) {
+            continue;
+        }
+        if (key.fromDocument) {
+            report.warnings.add("key-from-document");
+        }
+        if (key.weak) {
+            report.warnings.add("weak-key");
+        }
+        if (key.outsideValidity) {
+            report.warnings.add("certificate-outside-validity");
+        }
+    }
+}
+
+void warnOfReferences(SignatureReport& report, bool documentCovered) {
+    if (!documentCovered) {
+        report.warnings.add("document-not-covered");
+    }
+    for (const dsig::ReferenceReport& reference : report.references) {
+        warnOfHash(reference.digestMethod, report);
+        if (reference.accommodations.contains(dsig::accommodation::kDigestTolerated)) {
+            report.warnings.add("digest-tolerated");
+        }
+        if (reference.dataMissing) {
+            report.warnings.add("external-missing");
+        }
+    }
+}
+
+} // namespace
+
+void ClsXmlDSig::beginReport() {
+    m_report = {};
+    m_report.present = true;
+    m_report.profile = profileName();
+    m_report.index = m_selector;
+    const ClsXml* const signature = selectedSignature();
+    if (signature == nullptr) {
+        return;
+    }
+    LogNull log;
+    selectedSignatureId(m_report.id, log);
+    m_report.path = structure().paths.pathOf(signature->elementId());
+    getSignatureMethod(m_report.signatureMethod, log);
+    StringBuffer prefixList;
+    getCanonicalizationMethod(m_report.canonicalizationMethod, prefixList, log);
+    if (const Ref<ClsXml> stamp =
+            Ref<ClsXml>::adopt(signature->searchForTag(nullptr, "*:EncapsulatedTimeStamp"))) {
+        m_report.timestamp = "not-checked";
+    }
+}
+
+void ClsXmlDSig::finishReport() {
+    if (!m_report.valid) {
+        m_report.reason = m_log.lastErrorLine();
+    }
+    warnOfHash(m_report.signatureMethod, m_report);
+    bool documentCovered = m_report.references.empty();
+    for (const dsig::ReferenceReport& reference : m_report.references) {
+        documentCovered = documentCovered || reference.covers == "document";
+    }
+    warnOfReferences(m_report, documentCovered);
+    warnOfKeys(m_report);
+}
+
+// What the reference's digest covers, in the document as it was loaded.
+void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report) {
+    dsig::LoadedStructure& loaded = structure();
+    xml::ElementId element = xml::kNoElement;
+    switch (xml::resolveFragment(*loaded.document, fragmentId.view(), element)) {
+    case xml::FragmentTarget::Document:
+        report.covers = "document";
+        return;
+    case xml::FragmentTarget::Element:
+        // The root element is the document but for what may stand around it.
+        report.covers = "element";
+        report.element = loaded.document->qualifiedName(element);
+        report.path = loaded.paths.pathOf(element);
+        return;
+    case xml::FragmentTarget::NotFound:
+    case xml::FragmentTarget::NotUnique:
+        report.covers = {};
+        return;
+    }
+}
+
+void ClsXmlDSig::reportHmacKey(bool used) {
+    dsig::KeyReport key;
+    key.source = dsig::keysource::kExplicit;
+    key.type = "HMAC";
+    key.bits = static_cast<int>(m_hmacKey.getSize()) * 8;
+    key.used = used;
+    m_report.keys = {key};
+}
+
+void ClsXmlDSig::get_LastJsonData(XString& json) {
+    const CritSecExitor lock(m_critSec);
+    try {
+        // Written when somebody asks, since many a verification's result is never read.
+        if (m_report.present) {
+            StringBuffer text;
+            dsig::writeReport(m_report, text);
+            m_log.setLastJsonData(text);
+        }
+        ClsBase::get_LastJsonData(json);
+    } catch (const std::bad_alloc&) {
+        json.clear();
+    }
+}
+
+} // namespace vantrel

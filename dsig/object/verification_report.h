@@ -1,0 +1,107 @@
+#ifndef DSIG_OBJECT_VERIFICATION_REPORT_H
+#define DSIG_OBJECT_VERIFICATION_REPORT_H
+
+#include "foundation/text/StringBuffer.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig {
+
+// Every leniency that a verification used, by its fixed code.
+namespace accommodation {
+inline constexpr std::string_view kAttrSortEmulated = "c14n.attr-sort-emulated";
+inline constexpr std::string_view kDigestHex = "digest.hex";
+inline constexpr std::string_view kDigestUnknownSha1 = "digest.unknown-sha1";
+inline constexpr std::string_view kDigestTolerated = "digest.tolerated";
+inline constexpr std::string_view kZatcaRules = "zatca.rules";
+inline constexpr std::string_view kZatcaAuto = "zatca.auto";
+inline constexpr std::string_view kEnvelopedExtraRemoved = "enveloped.extra-removed";
+inline constexpr std::string_view kTokenIdMismatch = "token.id-mismatch";
+inline constexpr std::string_view kReferencesUnchecked = "refs.unchecked";
+inline constexpr std::string_view kLimit100 = "limit.100";
+inline constexpr std::string_view kProfileCutOut = "profile.cut-out";
+inline constexpr std::string_view kProfileRemoval = "profile.removal";
+} // namespace accommodation
+
+// A set of short fixed words, in the order in which they were first added.
+class CodeSet {
+public:
+    void add(std::string_view code);
+    [[nodiscard]] const std::vector<std::string_view>& codes() const noexcept { return m_codes; }
+    [[nodiscard]] bool contains(std::string_view code) const noexcept;
+
+private:
+    std::vector<std::string_view> m_codes; // of static storage
+};
+
+// Notes a leniency where somebody keeps a record.
+inline void noteAccommodation(CodeSet* accommodations, std::string_view code) {
+    if (accommodations != nullptr) {
+        accommodations->add(code);
+    }
+}
+
+struct ReferenceReport {
+    int index = 0;
+    StringBuffer uri;
+    bool external = false;
+    StringBuffer digestMethod;
+    bool checked = false;
+    bool matched = false;
+    bool dataMissing = false;
+    int reason = 0;            // RefFailReason of the last attempt
+    std::string_view covers;   // "document", "element" or "external"; empty when unknown
+    std::string element;       // qualified name of the digested element
+    std::string path;          // its path from the root
+    CodeSet accommodations;
+};
+
+struct KeyReport {
+    std::string_view source; // "KeyValue", "X509Certificate", ..., "SetPublicKey", "SetHmacKey"
+    std::string type;        // "RSA", "DSA", "EC", "HMAC"
+    int bits = 0;
+    std::string curve;
+    bool weak = false;
+    bool fromDocument = false;
+    bool used = false;
+    bool hasCertificate = false;
+    std::string subject;
+    std::string issuer;
+    std::string serial;
+    std::string notBefore; // ISO 8601
+    std::string notAfter;
+    bool outsideValidity = false;
+};
+
+// What one verification found out: the operation's structured result.
+struct SignatureReport {
+    bool present = false; // false until an operation began to fill it
+    int index = 0;
+    StringBuffer id;
+    std::string path;
+    bool valid = false;
+    std::string reason;
+    StringBuffer signatureMethod;
+    StringBuffer canonicalizationMethod;
+    std::string_view profile;
+    std::vector<ReferenceReport> references;
+    std::vector<KeyReport> keys;
+    std::string_view timestamp = "absent";
+    std::string timestampTime;      // ISO 8601
+    std::string timestampAuthority; // subject of the signer's certificate
+    bool timestampTrusted = false;
+    CodeSet warnings;
+    CodeSet accommodations;
+
+    // The reference's entry, added when it is not there.
+    ReferenceReport& reference(int refIndex);
+};
+
+// The report as one JSON object.
+void writeReport(const SignatureReport& report, StringBuffer& json);
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,75 @@
+#include "dsig/reference/DSigReference.h"
+
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel {
+
+namespace {
+
+struct DigestName {
+    const char* name; // substring of the identifier, any case
+    int hashAlg;
+};
+
+// The first name found decides, so the order matters.
+constexpr DigestName kDigestNames[] = {
+    {"sha256", kHashSha256}, {"sha512", kHashSha512},
+    {"sha384", kHashSha384}, {"md5", kHashMd5},
+    {"ripemd160", kHashRipemd160},
+};
+
+} // namespace
+
+bool DSigReference::parseReference(const ClsXml& referenceElement, LogBase& log) {
+    const LogContextExitor context(log, "parseReference");
+    referenceElement.getAttrValue("Id", m_id);
+    m_uriOmitted = referenceElement.getAttrValue("URI", m_uri) ? 0 : 1;
+    if (log.verbose()) {
+        log.LogDataSb("Id", m_id);
+        log.LogDataSb("URI", m_uri);
+    }
+
+    m_transforms.clear();
+    if (const Ref<ClsXml> transforms =
+            Ref<ClsXml>::adopt(referenceElement.getChildWithTagUtf8("*:Transforms"))) {
+        transforms->getXml(false, m_transforms, log);
+    }
+    referenceElement.getChildAttrValue("*:DigestMethod", "Algorithm", m_digestMethod);
+    referenceElement.getChildContentUtf8("*:DigestValue", m_digestValue, false);
+    m_digestValue.removeCharsOf("\n\r\t ");
+    if (log.verbose()) {
+        log.LogDataSb("DigestMethod", m_digestMethod);
+        log.LogDataSb("DigestValue", m_digestValue);
+    }
+    return true;
+}
+
+void DSigReference::logReference(LogBase& log) const {
+    const LogContextExitor context(log, "logDsigReference");
+    log.LogDataSb("id", m_id);
+    log.LogDataSb("uri", m_uri);
+    if (m_uri.isEmpty()) {
+        log.LogDataLong("uriOmitted", m_uriOmitted);
+    }
+    log.LogDataSb("digestMethod", m_digestMethod);
+    log.LogDataSb("digestValue", m_digestValue);
+    log.LogDataSb("transforms", m_transforms);
+}
+
+int DSigReference::getHashAlg() const {
+    for (const DigestName& known : kDigestNames) {
+        if (m_digestMethod.containsSubstringNoCase(known.name)) {
+            return known.hashAlg;
+        }
+    }
+    return kHashSha1;
+}
+
+bool DSigReference::digestMethodIsKnown() const {
+    return getHashAlg() != kHashSha1 || m_digestMethod.containsSubstringNoCase("sha1");
+}
+
+} // namespace vantrel

@@ -1,0 +1,40 @@
+#ifndef DSIG_REFERENCE_DSIGREFERENCE_H
+#define DSIG_REFERENCE_DSIGREFERENCE_H
+
+#include "foundation/text/StringBuffer.h"
+
+namespace vantrel {
+
+class ClsXml;
+class LogBase;
+
+// One Reference element of a SignedInfo, parsed. A record is filled once, fresh from its constructor.
+class DSigReference {
+public:
+    DSigReference() = default;
+    DSigReference(const DSigReference&) = default;
+    DSigReference& operator=(const DSigReference&) = default;
+    virtual ~DSigReference() = default;
+
+    // Reads the element. A missing child leaves its member empty; the result is always true.
+    bool parseReference(const ClsXml& referenceElement, LogBase& log);
+    void logReference(LogBase& log) const;
+    // The hash that the digest method names (hash_ids.h); SHA-1 when it names none that is known.
+    [[nodiscard]] int getHashAlg() const;
+    // False when the digest method is not one that getHashAlg recognises, so that SHA-1 is a guess.
+    [[nodiscard]] bool digestMethodIsKnown() const;
+
+    // Removes from `xml` the header blocks addressed to the next SOAP actor, at most 13.
+    static void removeEbXmlFragments(StringBuffer& xml, LogBase& log);
+
+    int m_uriOmitted = 1;        // 1: there is no URI attribute, not even an empty one
+    StringBuffer m_uri;          // as written
+    StringBuffer m_id;
+    StringBuffer m_digestMethod; // algorithm identifier
+    StringBuffer m_transforms;   // the Transforms element as XML text, empty when there is none
+    StringBuffer m_digestValue;  // base64 text without white space
+};
+
+} // namespace vantrel
+
+#endif

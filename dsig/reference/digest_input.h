@@ -1,0 +1,16 @@
+#ifndef DSIG_REFERENCE_DIGEST_INPUT_H
+#define DSIG_REFERENCE_DIGEST_INPUT_H
+
+#include "dsig/transform/working_text.h"
+
+namespace vantrel::dsig {
+
+// What the transforms of a reference made of the document.
+struct DigestInput {
+    WorkingText text;
+    bool base64Pending = false; // the octets are what the text decodes to
+};
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,40 @@
+#ifndef DSIG_REFERENCE_HASH_SINK_H
+#define DSIG_REFERENCE_HASH_SINK_H
+
+#include "foundation/crypto/hash/hasher.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/xml/canon/canonicalizer.h"
+
+#include <array>
+#include <cstdint>
+
+namespace vantrel::dsig {
+
+// Hashes canonical octets as they come, while they are still in the processor's cache.
+class HashSink final : public xml::CanonSink {
+public:
+    explicit HashSink(int hashAlg) noexcept : m_hasher(hashAlg) {}
+
+    [[nodiscard]] bool write(const char* data, std::size_t size) override {
+        m_hasher.update(asBytes({data, size}));
+        m_size += size;
+        return true;
+    }
+    // Appends the digest of everything written. Nothing written has no digest: an empty canonical
+    // form equals nothing.
+    void finish(DataBuffer& digest) {
+        if (m_size == 0) {
+            return;
+        }
+        std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
+        digest.append(ByteView(m_hasher.final(bytes)));
+    }
+
+private:
+    crypto::Hasher m_hasher;
+    std::uint64_t m_size = 0;
+};
+
+} // namespace vantrel::dsig
+
+#endif

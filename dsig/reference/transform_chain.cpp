@@ -1,0 +1,228 @@
+// The transforms of a same-document reference, in their order, and the steps that XML Signature
+// implies where they are not written.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/loaded_structure.h"
+#include "dsig/reference/DSigReference.h"
+#include "dsig/reference/digest_input.h"
+#include "dsig/transform/canonicalization_method.h"
+#include "dsig/transform/profile_markers.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/text/encoders.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr int kReasonCanonicalization = 5;
+
+// Each transform may read the whole text again, so their number is bounded.
+constexpr std::size_t kMostTransforms = 100;
+
+const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
+const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
+
+// What one entry of a Transforms list asks for.
+enum class TransformKind { XPath, EnvelopedSignature, Canonicalization, Base64, Unrecognized };
+
+struct TransformName {
+    const char* part; // case-sensitive substring of the algorithm identifier
+    TransformKind kind;
+};
+
+// The first part found decides; the order matters.
+constexpr TransformName kTransformNames[] = {
+    {"REC-xpath", TransformKind::XPath},
+    {"2002/06/xmldsig-filter2", TransformKind::XPath},
+    {"enveloped-signature", TransformKind::EnvelopedSignature},
+    {"xml-c14n", TransformKind::Canonicalization},
+    {"xml-exc-c14n", TransformKind::Canonicalization},
+    {"xmldsig#base64", TransformKind::Base64},
+};
+
+TransformKind transformKind(const StringBuffer& algorithm) {
+    for (const TransformName& name : kTransformNames) {
+        if (algorithm.containsSubstring(name.part)) {
+            return name.kind;
+        }
+    }
+    return TransformKind::Unrecognized;
+}
+
+constexpr std::uint32_t kLongestLoggedBase64 = 200;
+
+} // namespace
+
+// Where a chain of transforms stands.
+struct TransformState final {
+    bool envelopedSeen = false;
+    bool canonicalized = false;
+    bool isLast = false;
+    xml::CanonSink* sink = nullptr;
+};
+
+bool ClsXmlDSig::buildDigestInput(const StringBuffer& fragmentId, const DSigReference& ref,
+                                  xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log) {
+    startWorkingText(input.text, log);
+    preprocessWorkingText(fragmentId, ref, input.text, log);
+    const bool built = ref.m_transforms.isEmpty()
+                           ? runImpliedTransforms(fragmentId, ref, sink, input, log)
+                           : runTransforms(fragmentId, ref, sink, input, log);
+    if (!built) {
+        return false;
+    }
+    if (!input.text.wasStreamed()) {
+        postProcessWorkingText(fragmentId, ref, input.text, log);
+    }
+    return true;
+}
+
+void ClsXmlDSig::startWorkingText(dsig::WorkingText& text, LogBase& log) {
+    text = dsig::WorkingText(m_xmlText, structure().document);
+    if (!m_isSatDoda) {
+        return;
+    }
+    log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
+    StringBuffer doda;
+    m_xmlText.getDelimited(dsig::marker::kDodaStart.data(), dsig::marker::kDodaEnd.data(), true,
+                           doda);
+    text.replace(doda);
+    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+}
+
+// A reference without transforms. The algorithm text of a whole-document reference names both
+// steps, the second appended to the first; the canonicalization looks for its own name only.
+bool ClsXmlDSig::runImpliedTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
+                                      xml::CanonSink* sink, dsig::DigestInput& input,
+                                      LogBase& log) {
+    StringBuffer algorithm;
+    if (fragmentId.isEmpty()) {
+        algorithm.setString(kEnvelopedSignatureId);
+        removeEnvelopedSignature(input.text, ref, log);
+    }
+    algorithm.append(m_zatcaRules ? "xml-exc-c14n" : kDefaultCanonicalization);
+    input.text.streamTo(sink);
+    return canonicalizeOrFail(nullptr, input.text, algorithm, fragmentId, log);
+}
+
+bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
+                               xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log) {
+    const ClsXml* const transforms = parsedTransforms(ref, log);
+    if (transforms == nullptr) {
+        return false;
+    }
+    const std::vector<xml::ElementId> children = transforms->children();
+    if (children.size() > kMostTransforms) {
+        log.LogError("More than 100 transforms in one reference.");
+        return false;
+    }
+    TransformState state;
+    state.sink = sink;
+    for (std::size_t i = 0; i < children.size(); ++i) {
+        state.isLast = i + 1 == children.size();
+        const Ref<ClsXml> transform = Ref<ClsXml>::adopt(transforms->handleOn(children[i]));
+        if (!runTransform(*transform, fragmentId, ref, input, state, log)) {
+            return false;
+        }
+    }
+
+    StringBuffer algorithm;
+    if (!state.envelopedSeen && fragmentId.isEmpty()) {
+        algorithm.setString(kEnvelopedSignatureId);
+        removeEnvelopedSignature(input.text, ref, log);
+    }
+    if (state.canonicalized) {
+        return true;
+    }
+    // Inclusive here, whatever the ZATCA rules say; only a reference without transforms differs.
+    algorithm.append(kDefaultCanonicalization);
+    input.text.streamTo(input.base64Pending ? nullptr : sink);
+    return canonicalizeOrFail(nullptr, input.text, algorithm, fragmentId, log);
+}
+
+const ClsXml* ClsXmlDSig::parsedTransforms(const DSigReference& ref, LogBase& log) {
+    dsig::LoadedStructure& loaded = structure();
+    if (!loaded.transforms || !loaded.transformsText.equals(ref.m_transforms)) {
+        loaded.transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+        if (!loaded.transforms || !loaded.transforms->loadXml(ref.m_transforms, true, log)) {
+            loaded.transforms.reset();
+            return nullptr;
+        }
+        loaded.transformsText = ref.m_transforms;
+    }
+    return loaded.transforms.get();
+}
+
+bool ClsXmlDSig::runTransform(const ClsXml& transform, const StringBuffer& fragmentId,
+                              const DSigReference& ref, dsig::DigestInput& input,
+                              TransformState& state, LogBase& log) {
+    StringBuffer algorithm;
+    transform.getAttrValue("Algorithm", algorithm);
+    log.LogDataSb("transformAlgorithm", algorithm);
+    switch (transformKind(algorithm)) {
+    case TransformKind::XPath: {
+        StringBuffer xPath;
+        if (!transform.getChildContentUtf8("*:XPath", xPath, false)) {
+            log.LogError("No XPath found in transform.");
+            return false;
+        }
+        return xPathWorkingText(&transform, input.text, algorithm, xPath, log);
+    }
+    case TransformKind::EnvelopedSignature:
+        state.envelopedSeen = true;
+        removeEnvelopedSignature(input.text, ref, log);
+        return true;
+    case TransformKind::Canonicalization: {
+        state.canonicalized = true;
+        const bool nothingFollows = state.isLast && !input.base64Pending &&
+                                    (state.envelopedSeen || !fragmentId.isEmpty());
+        input.text.streamTo(nothingFollows ? state.sink : nullptr);
+        return canonicalizeOrFail(&transform, input.text, algorithm, fragmentId, log);
+    }
+    case TransformKind::Base64:
+        input.base64Pending = true;
+        return true;
+    case TransformKind::Unrecognized:
+        break;
+    }
+    log.LogDataSb("unrecognizedTransform", algorithm);
+    return false;
+}
+
+bool ClsXmlDSig::canonicalizeOrFail(const ClsXml* transform, dsig::WorkingText& text,
+                                    const StringBuffer& algorithm, const StringBuffer& fragmentId,
+                                    LogBase& log) {
+    if (canonicalizeWorkingText(transform, text, algorithm, fragmentId, log)) {
+        return true;
+    }
+    m_refFailReason = kReasonCanonicalization;
+    return false;
+}
+
+// Decodes what it can of the root element's text; what is missing shows in the comparison.
+void ClsXmlDSig::base64Transform(const StringBuffer& text, DataBuffer& decoded, LogBase& log) {
+    const LogContextExitor context(log, "base64Transform");
+    const Ref<ClsXml> root = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+    if (!root || !root->loadXml(text, true, log)) {
+        return;
+    }
+    if (const int numChildren = root->get_NumChildren(); numChildren > 0) {
+        log.LogError("Expected 0 XML children.");
+        log.LogDataLong("numChildren", numChildren);
+    }
+    StringBuffer content;
+    root->get_Content(content);
+    log.LogDataUint32("base64_string_length", content.getSize());
+    if (!ContentCoding::decodeBase64ToDb(content.getString(), content.getSize(), decoded)) {
+        log.LogError("base64 decoding failed.  Maybe this was not actually base64?");
+        if (content.getSize() > kLongestLoggedBase64) {
+            content.shorten(content.getSize() - kLongestLoggedBase64);
+            content.append("...");
+        }
+        log.LogDataSb("base64_string", content);
+    }
+    log.LogDataUint32("decodedSize", decoded.getSize());
+}
+
+} // namespace vantrel

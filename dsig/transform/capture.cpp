@@ -1,0 +1,74 @@
+// Reading one value out of serialized XML by searching for it.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/strings.h"
+
+#include <string>
+
+namespace vantrel {
+
+namespace {
+
+bool captureFailed(const char* message, const StringBuffer& startTag, LogBase& log) {
+    log.LogError(message);
+    log.LogDataSb("sb", startTag);
+    return false;
+}
+
+} // namespace
+
+bool ClsXmlDSig::captureUniqueTagContent(const char* tagStart, const StringBuffer& xml,
+                                         StringBuffer& out, LogBase& /*log*/) {
+    out.clear();
+    const std::string_view all = xml.view();
+    const std::size_t tag = text::findText(all, text::viewOf(tagStart));
+    const std::size_t close = tag == std::string_view::npos ? tag : all.find('>', tag);
+    if (close == std::string_view::npos) {
+        return false;
+    }
+    const std::size_t end = all.find('<', close);
+    if (end == std::string_view::npos) {
+        return false;
+    }
+    return out.setView(text::trimmed(all.substr(close + 1, end - close - 1)));
+}
+
+// The value must be in double quotes. The first message names one attribute whatever the tag is.
+bool ClsXmlDSig::captureUniqueAttrContent(const char* tagStart, const char* attrName,
+                                          const StringBuffer& xml, StringBuffer& out,
+                                          LogBase& log) {
+    out.clear();
+    if (tagStart == nullptr || attrName == nullptr) {
+        return false;
+    }
+    const std::string_view all = xml.view();
+    const std::size_t tag = text::findText(all, tagStart);
+    const std::size_t close = tag == std::string_view::npos ? tag : all.find('>', tag);
+    if (close == std::string_view::npos) {
+        return false;
+    }
+    StringBuffer startTag(all.substr(tag, close - tag));
+    startTag.replaceChar5("\t\r\n", ' ');
+    startTag.trimInsideSpaces();
+    const std::string assignment = std::string(attrName) + '=';
+    startTag.replaceFirstOccurance((std::string(attrName) + " =").c_str(), assignment.c_str(),
+                                   false);
+
+    const std::string_view tagText = startTag.view();
+    std::size_t at = tagText.find(assignment);
+    if (at == std::string_view::npos) {
+        return captureFailed("Failed to find SignatureValue Id", startTag, log);
+    }
+    at = tagText.find_first_not_of(' ', at + assignment.size());
+    if (at == std::string_view::npos || tagText[at] != '"') {
+        return captureFailed("Expected open double quote", startTag, log);
+    }
+    const std::size_t end = tagText.find('"', at + 1);
+    if (end == std::string_view::npos) {
+        return captureFailed("Expected end double quote", startTag, log);
+    }
+    return out.setView(tagText.substr(at + 1, end - at - 1));
+}
+
+} // namespace vantrel

@@ -1,0 +1,44 @@
+#ifndef DSIG_TRANSFORM_PROFILE_MARKERS_H
+#define DSIG_TRANSFORM_PROFILE_MARKERS_H
+
+#include <string_view>
+
+// The texts by which documents of national and industry systems are recognised: plain,
+// case-sensitive substrings of the document. Every such value of the verifier stands here.
+namespace vantrel::dsig::marker {
+
+// Chilean tax service.
+inline constexpr std::string_view kSii = "sii.cl";
+// Peruvian tax administration, UBL documents.
+inline constexpr std::string_view kPeruUbl = "urn:sunat:names:specification:ubl:peru";
+// Polish finance ministry, and the central repository of document templates that its declarations name.
+inline constexpr std::string_view kPolishFinance1 = "mf.gov.pl";
+inline constexpr std::string_view kPolishFinance2 = "crd.gov.pl";
+// Polish social insurance institution; some of its namespaces have no "www.".
+inline constexpr std::string_view kPolishSocialInsurance = "zus.pl";
+inline constexpr std::string_view kHl7 = "urn:hl7-org:";
+// Italian electronic health record.
+inline constexpr std::string_view kItalianHealthRecord = "fascicolosanitario.gov.it";
+// Polish health registry.
+inline constexpr std::string_view kPolishHealthRegistry = "ezdrowie.gov.pl";
+// Polish health IT centre.
+inline constexpr std::string_view kPolishHealthItCentre = "csioz.gov.pl";
+inline constexpr std::string_view kCmaStp = "urn:cma:stp:xsd:stp";
+// Mexican tax service; counts only together with the element that its signers sign.
+inline constexpr std::string_view kSat = "sat.gob.mx";
+inline constexpr std::string_view kDodaStart = "<doda>";
+inline constexpr std::string_view kDodaEnd = "</doda>";
+// SK-XML signed documents.
+inline constexpr std::string_view kSignedDoc = "<SignedDoc ";
+inline constexpr std::string_view kSkXml = "SK-XML";
+// SWIFT messages with a local authentication block.
+inline constexpr std::string_view kSwift = "urn:swift:saa:xsd:saa.2.0";
+inline constexpr std::string_view kLauStart = "<LAU";
+inline constexpr std::string_view kLauEnd = "</LAU>";
+// ebXML messaging: header blocks for the next actor, by the SOAP 1.1 name and by ebXML's own.
+inline constexpr std::string_view kSoapNextActor = "http://schemas.xmlsoap.org/soap/actor/next";
+inline constexpr std::string_view kEbXmlNextActor = "urn:oasis:names:tc:ebxml-msg:actor:nextMSH";
+
+} // namespace vantrel::dsig::marker
+
+#endif

@@ -1,0 +1,24 @@
+#include "dsig/transform/working_text.h"
+
+namespace vantrel::dsig {
+
+void WorkingText::omit(xml::ByteRange range) {
+    if (m_isLoadedText && m_omitted.empty() && m_structure && xml::isHole(*m_structure, range)) {
+        m_omitted.push_back(range);
+        return;
+    }
+    change().removeChunk(range.start, range.end - range.start);
+}
+
+void WorkingText::cutOmitted() {
+    if (m_omitted.empty()) {
+        return;
+    }
+    for (auto range = m_omitted.rbegin(); range != m_omitted.rend(); ++range) {
+        m_text.removeChunk(range->start, range->end - range->start);
+    }
+    m_omitted.clear();
+    forgetStructure();
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,40 @@
+#ifndef DSIG_TRANSFORM_XPATH_SHAPES_H
+#define DSIG_TRANSFORM_XPATH_SHAPES_H
+
+#include "foundation/text/StringBuffer.h"
+
+namespace vantrel::dsig {
+
+// The expressions that are recognised, by what they take out of the document.
+enum class XPathShape {
+    BusinessSignatures,    // cac:Signature elements
+    Signatures,            // all XML signatures
+    EbXmlNextActor,        // header blocks for the next actor
+    UblDocumentSignatures, // sig:UBLDocumentSignatures
+    SubtractSignatures,    // Filter 2.0: all XML signatures
+    SubtractExtensions,    // Filter 2.0: ext:UBLExtensions
+    ElementWithId,         // elements of a name that hold a certain ID
+    Element,               // elements of a name
+    Unknown
+};
+
+struct RecognisedXPath {
+    XPathShape shape;
+    int option; // the number by which logs name the shape; 0: none
+};
+
+// The shape of an expression; the first that fits.
+[[nodiscard]] const RecognisedXPath& recogniseXPath(const StringBuffer& algorithm,
+                                                    const StringBuffer& xPath);
+
+// The texts that an expression of the shape ElementWithId asks for.
+struct ElementWithIdTexts {
+    StringBuffer startTag;
+    StringBuffer endTag;
+    StringBuffer mustContain;
+};
+[[nodiscard]] ElementWithIdTexts elementWithIdTexts(const StringBuffer& xPath);
+
+} // namespace vantrel::dsig
+
+#endif

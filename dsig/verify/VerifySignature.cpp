@@ -1,0 +1,165 @@
+// The verification of the selected signature: the steps in their order.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/loaded_structure.h"
+#include "dsig/verify/signature_method.h"
+#include "dsig/verify/verify_run.h"
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/log/MethodFrame.h"
+#include "foundation/text/encoders.h"
+#include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <new>
+
+namespace vantrel {
+
+bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
+    MethodFrame frame(*this, "VerifySignature");
+    frame.begin();
+    try {
+        beginReport();
+        if (!verifyReferenceDigests) {
+            m_report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
+        }
+        bool summarise = false;
+        m_report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);
+        finishReport();
+        return summarise ? frame.finish(m_report.valid) : frame.result(m_report.valid);
+    } catch (const std::bad_alloc&) {
+        return frame.outOfMemory();
+    }
+}
+
+// `summarise`: the outcome is to be recorded as the method's success or failure; a verification that
+// ends before a signature value is looked at leaves no such record.
+bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log) {
+    logOptionsAndSetZatca(log);
+    log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
+    log.LogDataLong("selector", m_selector);
+    if (m_signatures.getSize() == 0) {
+        log.LogError("There are no signatures.");
+        return false;
+    }
+    dsig::VerifyRun run;
+    selectedSignatureId(run.signatureId, log);
+    log.LogDataSb("SignatureId", run.signatureId);
+    if (get_NumReferences() == 0) {
+        log.LogError("There are no references.");
+        return false;
+    }
+    if (verifyReferenceDigests && !referencePass(log)) {
+        summarise = true;
+        return false;
+    }
+    if (!parseFirstReference(run.firstReference, log)) {
+        return false;
+    }
+    if (!locateSelectedSignature(run.signatureId, run.firstReference, run.locator, log) ||
+        !timeStampPass(run, log) || !canonicalizeSignedInfo(run, log) ||
+        !readSignatureValue(run, log) || !hashSignedInfo(run, log) || !gatherKeys(run, log)) {
+        return false;
+    }
+    verifyValue(run, summarise, log);
+    return run.verified;
+}
+
+bool ClsXmlDSig::parseFirstReference(DSigReference& first, LogBase& log) {
+    const Ref<ClsXml> reference = Ref<ClsXml>::adopt(getReference(0, log));
+    if (!reference) {
+        log.LogError("No Reference at index 0");
+        return false;
+    }
+    return first.parseReference(*reference, log);
+}
+
+bool ClsXmlDSig::canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log) {
+    if (!m_zatcaRules) {
+        log.LogBracketed("signedInfo", m_xmlText.view().substr(run.locator.m_signedInfoStart,
+                                                               run.locator.m_signedInfoLength));
+    }
+    XmlCanon canonicalizer;
+    if (!configureCanonicalizer(run, canonicalizer, log) ||
+        !runSignedInfoRoute(run, canonicalizer, log)) {
+        return false;
+    }
+    if (log.verbose()) {
+        log.LogBracketed("canonicalizedSignedInfo", run.canonicalSignedInfo.view());
+    }
+    return true;
+}
+
+bool ClsXmlDSig::readSignatureValue(dsig::VerifyRun& run, LogBase& log) {
+    if (!getSignatureValue(run.signatureText, log)) {
+        log.LogError("Unable to find the SignatureValue element.");
+        return false;
+    }
+    if (!ContentCoding::decodeBase64ToDb(run.signatureText.getString(),
+                                         run.signatureText.getSize(), run.signature)) {
+        log.LogError("Failed to decode base64 SignatureValue.");
+        return false;
+    }
+    return true;
+}
+
+bool ClsXmlDSig::hashSignedInfo(dsig::VerifyRun& run, LogBase& log) {
+    if (!getSignedInfoField("SignatureMethod", "Algorithm", run.signatureMethod, log)) {
+        log.LogError("Unable to location the SignatureMethod algorithm within the SignedInfo.");
+        return false;
+    }
+    log.LogDataSb("SignatureMethod", run.signatureMethod);
+    run.hashAlg = signatureMethodToHashAlg(run.signatureMethod, log);
+    if (run.hashAlg < 0) {
+        log.LogError("Hash algorithm not implemented yet by Vantrel.");
+        return false;
+    }
+    run.keyType = signatureMethodToKeyType(run.signatureMethod, log);
+    if (run.keyType < 0) {
+        log.LogError("Key type not implemented yet by Vantrel.");
+        return false;
+    }
+    // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
+    if (run.hashAlg == kHashNone) {
+        return true;
+    }
+    if (m_zatcaRules) {
+        DataBuffer invoiceHash;
+        invoiceHash.appendEncoded(run.canonicalSignedInfo.view(), "base64");
+        _vlHash::doHash(invoiceHash.getData2(), invoiceHash.getSize(), run.hashAlg, run.hash);
+    } else {
+        _vlHash::doHash(run.canonicalSignedInfo.getString(), run.canonicalSignedInfo.getSize(),
+                        run.hashAlg, run.hash);
+    }
+    return true;
+}
+
+bool ClsXmlDSig::gatherKeys(dsig::VerifyRun& run, LogBase& log) {
+    if (run.keyType == dsig::kKeyTypeHmac) {
+        if (m_hmacKey.isEmpty()) {
+            log.LogError("No HMAC key available to verify signature.");
+            return false;
+        }
+        return true;
+    }
+    if (!getPublicKey(false, run.keys, log)) {
+        log.LogError("No public key available to verify signature.");
+        return false;
+    }
+    return true;
+}
+
+void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log) {
+    summarise = true;
+    if (run.keyType == dsig::kKeyTypeHmac) {
+        reportHmacKey(dsig::tryHmac(run, m_hmacKey, log));
+        return;
+    }
+    bool endedEarly = false;
+    const int used = dsig::tryKeys(run, log, endedEarly);
+    summarise = !endedEarly;
+    if (used >= 0 && static_cast<std::size_t>(used) < m_report.keys.size()) {
+        m_report.keys[static_cast<std::size_t>(used)].used = true;
+    }
+}
+
+} // namespace vantrel

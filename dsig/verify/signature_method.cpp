@@ -1,0 +1,55 @@
+#include "dsig/verify/signature_method.h"
+
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/StringBuffer.h"
+
+#include <span>
+
+namespace vantrel {
+
+namespace {
+
+struct MethodName {
+    const char* part; // case-sensitive substring of the identifier
+    int meaning;
+};
+
+// Substrings, not whole identifiers: so one table serves XML Signature 1.0 and 1.1, RFC 6931 and the
+// RSA-PSS identifiers alike. In both tables the first part found decides; the order matters.
+constexpr MethodName kHashNames[] = {
+    {"-sha256", kHashSha256},       {"#sha256", kHashSha256},
+    {"-sha1", kHashSha1},           {"#sha1", kHashSha1},
+    {"-sha384", kHashSha384},       {"#sha384", kHashSha384},
+    {"-sha512", kHashSha512},       {"#sha512", kHashSha512},
+    {"-ripemd160", kHashRipemd160}, {"#ripemd160", kHashRipemd160},
+    {"-ripemd128", kHashRipemd128}, {"#ripemd128", kHashRipemd128},
+    {"-md5", kHashMd5},             {"#md5", kHashMd5},
+    {"-md2", kHashMd2},             {"#md2", kHashMd2},
+    {"#sha3", -1},
+};
+
+constexpr MethodName kKeyTypeNames[] = {
+    {"#dsa-", kKeyTypeDsa}, {"#rsa-", kKeyTypeRsa},   {"-rsa-", kKeyTypeRsa},
+    {"/rsa-", kKeyTypeRsa}, {"#hmac-", kKeyTypeHmac}, {"#ecdsa-", kKeyTypeEcdsa},
+};
+
+int firstMatch(const StringBuffer& algorithmUri, std::span<const MethodName> names, int otherwise) {
+    for (const MethodName& name : names) {
+        if (algorithmUri.containsSubstring(name.part)) {
+            return name.meaning;
+        }
+    }
+    return otherwise;
+}
+
+} // namespace
+
+int signatureMethodToHashAlg(const StringBuffer& algorithmUri, LogBase& /*log*/) {
+    return firstMatch(algorithmUri, kHashNames, kHashNone);
+}
+
+int signatureMethodToKeyType(const StringBuffer& algorithmUri, LogBase& /*log*/) {
+    return firstMatch(algorithmUri, kKeyTypeNames, kKeyTypeUnknown);
+}
+
+} // namespace vantrel

@@ -1,0 +1,101 @@
+// The octets that the signature value covers: the canonical SignedInfo, by the route that the
+// document's profile asks for.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/loaded_structure.h"
+#include "dsig/transform/canonicalization_method.h"
+#include "dsig/transform/profile_markers.h"
+#include "dsig/verify/verify_run.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/encoders.h"
+#include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel {
+
+bool ClsXmlDSig::configureCanonicalizer(dsig::VerifyRun& run, XmlCanon& canonicalizer,
+                                        LogBase& log) {
+    if (!getCanonicalizationMethod(run.c14nAlgorithm, run.prefixList, log)) {
+        log.LogError("Unable to get SignedInfo CanonicalizationMethod.");
+        return false;
+    }
+    if (!run.prefixList.isEmpty()) {
+        dsig::setPrefixList(canonicalizer, run.prefixList);
+    }
+    canonicalizer.m_method = dsig::kInclusive;
+    if (!dsig::namesInclusive(run.c14nAlgorithm)) {
+        if (dsig::namesExclusive(run.c14nAlgorithm)) {
+            canonicalizer.m_method = dsig::kExclusive;
+        } else {
+            // No failure: the inclusive method is tried, and the signature value decides.
+            log.LogError("Unrecognized canonicalization method.");
+            log.LogDataSb("canonicalizationMethod", run.c14nAlgorithm);
+        }
+    }
+    canonicalizer.m_withComments = run.c14nAlgorithm.containsSubstringNoCase("WithComments");
+    configureAttrSort(canonicalizer, log);
+    if (m_isSkXmlSignedDoc) {
+        canonicalizer.m_signedDocFlag = false;
+    }
+    return true;
+}
+
+bool ClsXmlDSig::runSignedInfoRoute(dsig::VerifyRun& run, XmlCanon& canonicalizer, LogBase& log) {
+    const std::uint32_t signedInfoStart = run.locator.m_signedInfoStart;
+    StringBuffer& out = run.canonicalSignedInfo;
+    if (m_isSiiDocument && !m_siiDteXml.isEmpty() && m_siiDteOffset != 0 &&
+        m_siiDteOffset < signedInfoStart) {
+        return canonicalizeFrom(m_siiDteXml, signedInfoStart - m_siiDteOffset, canonicalizer, out,
+                                "Failed to canonicalize sii.cl SignedInfo fragment.", log);
+    }
+    if (m_isSatDoda) {
+        StringBuffer doda;
+        m_xmlText.getDelimited(dsig::marker::kDodaStart.data(), dsig::marker::kDodaEnd.data(), true,
+                               doda);
+        const std::int32_t at = m_xmlText.indexOf(dsig::marker::kDodaStart.data());
+        const std::uint32_t offset = at < 0 ? 0 : static_cast<std::uint32_t>(at);
+        return canonicalizeFrom(doda, signedInfoStart - offset, canonicalizer, out,
+                                "Failed to canonicalize doda SignedInfo fragment.", log);
+    }
+    if (!m_zatcaRules) {
+        canonicalizer.m_document = structure().document;
+        return canonicalizeFrom(m_xmlText, signedInfoStart, canonicalizer, out,
+                                "Failed to canonicalize SignedInfo fragment.", log);
+    }
+    return takeZatcaInvoiceHash(run, log);
+}
+
+bool ClsXmlDSig::canonicalizeFrom(const StringBuffer& text, std::uint32_t offset,
+                                  XmlCanon& canonicalizer, StringBuffer& out, const char* failure,
+                                  LogBase& log) {
+    if (!canonicalizer.xmlCanonicalize(text, nullptr, offset, out, log)) {
+        log.LogError(failure);
+        return false;
+    }
+    return true;
+}
+
+bool ClsXmlDSig::takeZatcaInvoiceHash(dsig::VerifyRun& run, LogBase& log) {
+    m_report.accommodations.add(dsig::accommodation::kZatcaRules);
+    const Ref<ClsXml> reference = Ref<ClsXml>::adopt(getReference(0, log));
+    if (!reference) {
+        log.LogError("Failed to get first reference for signature verification.");
+        return false;
+    }
+    if (!reference->getChildContentUtf8("*:DigestValue", run.canonicalSignedInfo, false)) {
+        log.LogError("Failed to get invoiceHash for signature verification.");
+        return false;
+    }
+    // Only a digest of the reference's method, raw or as its hexadecimal text, is one: otherwise any
+    // bytes that the key ever signed could stand here.
+    DataBuffer invoiceHash;
+    const std::size_t digestSize = crypto::hashDigestSize(run.firstReference.getHashAlg());
+    if (!invoiceHash.appendEncoded(run.canonicalSignedInfo.view(), "base64") ||
+        (invoiceHash.getSize() != digestSize && invoiceHash.getSize() != 2 * digestSize)) {
+        log.LogError("The first DigestValue is not a digest of its method.");
+        return false;
+    }
+    return true;
+}
+
+} // namespace vantrel

@@ -1,0 +1,39 @@
+#ifndef DSIG_VERIFY_VERIFY_RUN_H
+#define DSIG_VERIFY_VERIFY_RUN_H
+
+#include "dsig/reference/DSigReference.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/text/arrays.h"
+#include "foundation/xml/locate/XmlSigLocate.h"
+
+namespace vantrel::dsig {
+
+// The working values of one verification of one signature.
+struct VerifyRun {
+    StringBuffer signatureId;
+    DSigReference firstReference;
+    XmlSigLocate locator; // where the Signature and its SignedInfo stand in the document
+    StringBuffer c14nAlgorithm;
+    StringBuffer prefixList;
+    // What was signed: the canonical SignedInfo or, by the ZATCA rules, the invoice hash.
+    StringBuffer canonicalSignedInfo;
+    StringBuffer signatureText;
+    DataBuffer signature;
+    StringBuffer signatureMethod;
+    int hashAlg = 0;
+    int keyType = 0;
+    DataBuffer hash; // empty when the method names no digest
+    ExtPtrArrayRc keys;
+    bool verified = false;
+};
+
+// Tries the candidate keys of the run's key type in turn, or the HMAC key, and sets `verified`.
+// Returns the index of the key that verified, -1 when there is none. `endedEarly`: the verification
+// is over at once, without a summary.
+int tryKeys(VerifyRun& run, LogBase& log, bool& endedEarly);
+bool tryHmac(VerifyRun& run, const DataBuffer& key, LogBase& log);
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,37 @@
+#ifndef DSIG_XADES_TIMESTAMP_FRAGMENT_H
+#define DSIG_XADES_TIMESTAMP_FRAGMENT_H
+
+#include "foundation/text/StringBuffer.h"
+
+#include <cstdint>
+
+namespace vantrel {
+
+class ClsXml;
+class LogBase;
+class XmlSigLocate;
+
+namespace dsig {
+
+// Stands in the fragment where the token's base64 goes.
+inline constexpr const char* kTokenMark = "ENCAP_TIMESTAMP_BASE64";
+
+// The markup that carries a time-stamp, and where in the document it goes (0: nowhere).
+struct TimestampFragment {
+    StringBuffer xml;
+    std::uint32_t offset = 0;
+};
+
+// The smallest addition that the signature needs: from a SignatureTimeStamp in properties that are
+// there to a new Object with everything around it.
+[[nodiscard]] TimestampFragment makeTimestampFragment(const ClsXml& signature,
+                                                      const StringBuffer& signatureId,
+                                                      const XmlSigLocate& locator,
+                                                      const StringBuffer& document);
+
+void logLocations(const XmlSigLocate& locator, LogBase& log);
+
+} // namespace dsig
+} // namespace vantrel
+
+#endif
