@@ -29,6 +29,9 @@ public:
     [[nodiscard]] std::size_t blockSize() const noexcept { return m_blockSize; }
 
     void update(ByteView data) noexcept {
+        if (m_room > kMaxHashBlockSize) {
+            __builtin_unreachable(); // tells the compiler how much the memcpy can write
+        }
         // m_room is 0 in an invalid hasher and never 0 in a valid one.
         if (data.size() < m_room) {
             if (!data.empty()) {

@@ -1,0 +1,211 @@
+#include "foundation/crypto/hash/hasher.h"
+
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/StringBuffer.h"
+#include "tests/support/bytes.h"
+#include "tests/support/vectors.h"
+
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+
+namespace {
+
+using crypto::Hasher;
+using crypto::HashKernel;
+
+constexpr int kAllHashes[] = {kHashSha1, kHashSha384, kHashSha512,    kHashMd2,
+                              kHashMd5,  kHashSha256, kHashRipemd128, kHashRipemd160};
+
+// What every test of this program runs with; see limitCpuFromEnvironment.
+const bool kLimitRead = crypto::limitCpuFromEnvironment();
+
+std::string nameOf(int id, const HashKernel& kernel) {
+    return std::string(crypto::findHash(id)->name) + " " + std::string(kernel.name) + " ";
+}
+
+Bytes finish(Hasher& hasher) {
+    Bytes digest(hasher.digestSize());
+    hasher.final(digest);
+    return digest;
+}
+
+Bytes digestOf(int id, const HashKernel& kernel, ByteView message) {
+    Hasher hasher(id, kernel);
+    hasher.update(message);
+    return finish(hasher);
+}
+
+// The message of a vector, absorbed; see the comment of hash.vec.
+Bytes digestOfCase(VecCase& c, int id, const HashKernel& kernel) {
+    if (c.has("First")) {
+        Bytes pattern(6000);
+        for (std::size_t i = 0; i < pattern.size(); ++i) {
+            pattern[i] = static_cast<std::uint8_t>(i * 7 + (i >> 8) * 13);
+        }
+        Hasher all(id, kernel);
+        const auto last = static_cast<std::size_t>(c.integer("Last"));
+        const auto step = static_cast<std::size_t>(c.integer("Step"));
+        for (auto n = static_cast<std::size_t>(c.integer("First")); n <= last; n += step) {
+            all.update(digestOf(id, kernel, ByteView(pattern).first(n)));
+        }
+        return finish(all);
+    }
+    const Bytes message = c.hex("Msg");
+    const auto repeat = static_cast<std::size_t>(c.integerOr("Repeat", 1));
+    Hasher hasher(id, kernel);
+    for (std::size_t i = 0; i < repeat; ++i) {
+        hasher.update(message);
+    }
+    return finish(hasher);
+}
+
+// Calls run(id, kernel) for every kernel that may run here.
+template <typename Run> void forEachKernel(Run run) {
+    for (const int id : kAllHashes) {
+        for (const HashKernel& kernel : crypto::hashKernels(id)) {
+            if (crypto::cpuSupports(kernel.needs)) {
+                run(id, kernel);
+            }
+        }
+    }
+}
+
+TEST(Hasher, KnownAnswersFromEveryKernel) {
+    ASSERT_TRUE(kLimitRead);
+    for (const int id : kAllHashes) {
+        const std::string section(crypto::findHash(id)->name);
+        forEachVector("crypto/hash/hash.vec", section, [id](VecCase& c) {
+            const Bytes digest = c.hex("Digest");
+            for (const HashKernel& kernel : crypto::hashKernels(id)) {
+                if (!crypto::cpuSupports(kernel.needs)) {
+                    c.skip(kernel.name);
+                    continue;
+                }
+                EXPECT_EQ(toHex(digestOfCase(c, id, kernel)), toHex(digest))
+                    << c.where() << kernel.name;
+            }
+        });
+    }
+}
+
+TEST(Hasher, MessagesBeyondFourGigabits) {
+    forEachVector("crypto/hash/hash.vec", "long", [](VecCase& c) {
+        Hasher hasher(static_cast<int>(c.integer("Hash")));
+        const Bytes piece(std::size_t{1} << 20, c.hex("Msg").at(0));
+        for (std::int64_t left = c.integer("Repeat"); left > 0; left -= 1 << 20) {
+            hasher.update(piece);
+        }
+        EXPECT_EQ(toHex(finish(hasher)), toHex(c.hex("Digest"))) << c.where();
+    });
+}
+
+// Every message of up to two of the largest blocks and some, cut at every place in two, and fed
+// byte by byte.
+TEST(Hasher, ResultDoesNotDependOnHowTheMessageIsCut) {
+    const Bytes message = RandomBytes(1).bytes(300);
+    forEachKernel([&message](int id, const HashKernel& kernel) {
+        const std::size_t longest = id == kHashMd2 ? 50 : message.size();
+        for (std::size_t size = 0; size <= longest; ++size) {
+            const ByteView all = ByteView(message).first(size);
+            const Bytes digest = digestOf(id, kernel, all);
+            for (std::size_t cut = 0; cut <= size; ++cut) {
+                Hasher hasher(id, kernel);
+                hasher.update(all.first(cut));
+                Hasher copy = hasher;
+                hasher.update(all.subspan(cut));
+                ASSERT_EQ(finish(hasher), digest) << nameOf(id, kernel) << size << " at " << cut;
+                if (cut == size / 2) {
+                    copy.update(all.subspan(cut));
+                    ASSERT_EQ(finish(copy), digest) << nameOf(id, kernel) << "copied";
+                }
+            }
+            Hasher bytewise(id, kernel);
+            for (const std::uint8_t byte : all) {
+                bytewise.update(byte);
+            }
+            ASSERT_EQ(finish(bytewise), digest) << nameOf(id, kernel) << size;
+        }
+    });
+}
+
+// Random sizes at random addresses, up to several batches of the widest kernel, as one call to the
+// compression function and as several.
+TEST(Hasher, EveryKernelAgreesWithThePortableOne) {
+    RandomBytes random(2);
+    const Bytes pool = random.bytes(9000);
+    forEachKernel([&](int id, const HashKernel& kernel) {
+        const HashKernel& portable = crypto::hashKernels(id).back();
+        if (portable.compress == kernel.compress) {
+            return;
+        }
+        for (int round = 0; round < 300; ++round) {
+            const std::size_t offset = random.below(64);
+            const std::size_t size = random.below(pool.size() - offset);
+            const ByteView message = ByteView(pool).subspan(offset, size);
+            const std::size_t cut = random.below(size + 1);
+            Hasher hasher(id, kernel);
+            hasher.update(message.first(cut));
+            hasher.update(message.subspan(cut));
+            ASSERT_EQ(finish(hasher), digestOf(id, portable, message))
+                << nameOf(id, kernel) << offset << " " << size << " " << cut;
+        }
+    });
+}
+
+TEST(Hasher, UnknownIdentifierYieldsNothing) {
+    for (const int id : {-1, 0, 6, 8, 11, 255, 256 + kHashSha1, 1 << 30}) {
+        Hasher hasher(id);
+        hasher.update(asBytes("abc"));
+        std::uint8_t out[crypto::kMaxDigestSize];
+        EXPECT_FALSE(hasher.valid()) << id;
+        EXPECT_TRUE(hasher.final(out).empty()) << id;
+        EXPECT_TRUE(crypto::hashKernels(id).empty()) << id;
+
+        DataBuffer digest(asBytes("kept"));
+        _vlHash::doHash("abc", 3, id, digest);
+        EXPECT_EQ(asText(digest.view()), "kept") << id;
+    }
+}
+
+TEST(VlHash, AppendsTheDigest) {
+    for (const int id : kAllHashes) {
+        const Bytes expected = digestOf(id, crypto::hashKernels(id).back(), asBytes("abc"));
+        const Bytes ofNothing = digestOf(id, crypto::hashKernels(id).back(), {});
+        DataBuffer out(asBytes("x"));
+        _vlHash::doHash("abc", 3, id, out);
+        _vlHash::doHash(nullptr, 0, id, out);
+        Bytes both = bytesOf("x");
+        both.insert(both.end(), expected.begin(), expected.end());
+        both.insert(both.end(), ofNothing.begin(), ofNothing.end());
+        EXPECT_EQ(toHex(out.view()), toHex(both)) << id;
+    }
+}
+
+TEST(VlHash, ObjectIdentifiers) {
+    const std::pair<const char*, int> known[] = {
+        {"1.3.14.3.2.26", kHashSha1},
+        {"2.16.840.1.101.3.4.2.1", kHashSha256},
+        {"2.16.840.1.101.3.4.2.2", kHashSha384},
+        {"2.16.840.1.101.3.4.2.3", kHashSha512},
+        {"1.2.840.113549.2.2", kHashMd2},
+        {"1.2.840.113549.2.5", kHashMd5},
+        {"1.3.36.3.2.1", kHashRipemd160},
+        {"1.3.36.3.2.2", kHashRipemd128},
+        {"2.16.840.1.101.3.4.2.4", kHashNone},
+        {"1.3.14.3.2.2", kHashNone},
+        {"1.3.14.3.2.26.1", kHashNone},
+        {"", kHashNone},
+    };
+    for (const auto& [oid, id] : known) {
+        EXPECT_EQ(_vlHash::oidToHashAlg(StringBuffer(oid)), id) << oid;
+    }
+}
+
+} // namespace
+
+} // namespace vantrel::test
