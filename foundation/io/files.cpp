@@ -1,0 +1,113 @@
+#include "foundation/io/files.h"
+
+#include "foundation/io/file_handle.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vantrel::io {
+
+namespace {
+
+constexpr std::uint64_t kFirstPiece = std::uint64_t{64} << 10;
+
+bool open(std::string_view path, int flags, FileHandle& file, LogBase& log) {
+    StringBuffer name;
+    if (path.find('\0') == std::string_view::npos && name.appendView(path)) {
+        file.reset(::open(name.getString(), flags | O_CLOEXEC | O_NOCTTY, 0666));
+    }
+    if (file.get() < 0) {
+        log.LogError("The file cannot be opened.");
+        log.logText("filePath", path);
+        return false;
+    }
+    return true;
+}
+
+// One buffer that takes the expected size at once, and grows when there is more.
+bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log) {
+    struct stat status {};
+    const bool sized = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    // One byte more than expected, so that the end shows itself without growing the buffer.
+    std::uint64_t room = sized ? static_cast<std::uint64_t>(status.st_size) + 1 : kFirstPiece;
+    std::uint64_t size = 0;
+    while (true) {
+        room = std::min<std::uint64_t>(room, std::uint64_t{limit} + 1);
+        std::uint8_t* const target = out.resize(static_cast<std::uint32_t>(room));
+        if (target == nullptr) {
+            log.LogError("There is not enough memory for the file.");
+            return false;
+        }
+        while (size < room) {
+            std::size_t count = 0;
+            if (!readSome(descriptor, {target + size, static_cast<std::size_t>(room - size)}, count,
+                          log)) {
+                return false;
+            }
+            if (count == 0) {
+                static_cast<void>(out.resize(static_cast<std::uint32_t>(size)));
+                return true;
+            }
+            size += count;
+        }
+        if (size > limit) {
+            log.LogError("The file is larger than the limit.");
+            log.LogDataUint32("limit", limit);
+            return false;
+        }
+        room = 2 * size;
+    }
+}
+
+bool readOrClear(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log) {
+    out.clear();
+    if (readAll(descriptor, std::min(limit, kMaxTextSize - 1), out, log)) {
+        return true;
+    }
+    out.clear();
+    return false;
+}
+
+} // namespace
+
+bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out, LogBase& log) {
+    FileHandle file;
+    if (!open(path, O_RDONLY, file, log)) {
+        out.clear();
+        return false;
+    }
+    return readOrClear(file.get(), limit, out, log);
+}
+
+bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log) {
+    return readOrClear(STDIN_FILENO, limit, out, log);
+}
+
+bool writeFile(std::string_view path, ByteView bytes, LogBase& log) {
+    FileHandle file;
+    if (!open(path, O_WRONLY | O_CREAT | O_TRUNC, file, log)) {
+        return false;
+    }
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            log.LogError("The file cannot be written.");
+            log.logText("filePath", path);
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+} // namespace vantrel::io

@@ -1,0 +1,29 @@
+#ifndef FOUNDATION_IO_FILES_H
+#define FOUNDATION_IO_FILES_H
+
+#include "foundation/text/byte_view.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace vantrel {
+
+class DataBuffer;
+class LogBase;
+
+namespace io {
+
+// Replaces `out` by the contents of a file, or of the standard input. Pipes and devices are read as
+// well: the name is the user's own choice. False, with an error line, when it cannot be read or
+// holds more than `limit` bytes; `out` is then empty.
+[[nodiscard]] bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out,
+                            LogBase& log);
+[[nodiscard]] bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log);
+
+// Writes a file, replacing what was there. False, with an error line, when that fails.
+[[nodiscard]] bool writeFile(std::string_view path, ByteView bytes, LogBase& log);
+
+} // namespace io
+} // namespace vantrel
+
+#endif
