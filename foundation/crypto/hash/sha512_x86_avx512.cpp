@@ -129,6 +129,12 @@ std::size_t takeBlocks(const std::uint8_t*& data, std::size_t& blocks, Blocks& l
 
 VANTREL_TARGET_AVX512 void sha512CompressX86Avx512(HashState& state, const std::uint8_t* data,
                                                    std::size_t blocks) noexcept {
+    // Schedules take the same time for one block as for eight.
+    constexpr std::size_t kWorthwhile = 4;
+    if (blocks < kWorthwhile) {
+        sha2Blocks(state.w64, data, blocks);
+        return;
+    }
     Schedules schedules[2];
     Schedules* now = &schedules[0];
     Schedules* next = &schedules[1];

@@ -1,7 +1,9 @@
 #include "foundation/crypto/hash/hasher.h"
 
 #include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/io/_vlDataSource.h"
 #include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 #include "tests/support/bytes.h"
 #include "tests/support/vectors.h"
@@ -184,6 +186,56 @@ TEST(VlHash, AppendsTheDigest) {
         both.insert(both.end(), ofNothing.begin(), ofNothing.end());
         EXPECT_EQ(toHex(out.view()), toHex(both)) << id;
     }
+}
+
+// Hands out a message in pieces of changing sizes; fails when `failAt` bytes were handed out.
+class PiecewiseSource final : public _vlDataSource {
+public:
+    PiecewiseSource(ByteView message, std::size_t failAt) : m_rest(message), m_failAt(failAt) {}
+
+    bool readSource(std::span<std::uint8_t> room, std::size_t& count, LogBase& /*log*/) override {
+        if (m_given >= m_failAt) {
+            return false;
+        }
+        m_piece = m_piece * 5 % 9973 + 1;
+        count = std::min({m_piece, room.size(), m_rest.size(), m_failAt - m_given});
+        std::copy_n(m_rest.begin(), count, room.begin());
+        m_rest = m_rest.subspan(count);
+        m_given += count;
+        return true;
+    }
+
+private:
+    ByteView m_rest;
+    std::size_t m_failAt;
+    std::size_t m_given = 0;
+    std::size_t m_piece = 1;
+};
+
+TEST(VlHash, StreamsGiveTheDigestOfTheirBytes) {
+    const Bytes message = RandomBytes(4).bytes(200000);
+    LogNull log;
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, message.size()}) {
+        const ByteView bytes = ByteView(message).first(size);
+        DataBuffer expected(asBytes("x"));
+        _vlHash::doHash(bytes.data(), static_cast<std::uint32_t>(size), kHashSha384, expected);
+        PiecewiseSource source(bytes, SIZE_MAX);
+        DataBuffer out(asBytes("x"));
+        DataBuffer content;
+        EXPECT_TRUE(_vlHash::hashDataSource(source, kHashSha384, &content, out, nullptr, log));
+        EXPECT_TRUE(out.equals(expected)) << size;
+        EXPECT_TRUE(std::ranges::equal(content.view(), bytes)) << size;
+    }
+    for (const std::size_t failAt : {std::size_t{0}, std::size_t{1}, std::size_t{150000}}) {
+        PiecewiseSource source(message, failAt);
+        DataBuffer out(asBytes("x"));
+        EXPECT_FALSE(_vlHash::hashDataSource(source, kHashSha1, nullptr, out, nullptr, log));
+        EXPECT_EQ(asText(out.view()), "x") << failAt;
+    }
+    PiecewiseSource source(message, SIZE_MAX);
+    DataBuffer out;
+    EXPECT_FALSE(_vlHash::hashDataSource(source, kHashNone, nullptr, out, nullptr, log));
+    EXPECT_TRUE(out.isEmpty());
 }
 
 TEST(VlHash, ObjectIdentifiers) {
