@@ -1,0 +1,38 @@
+// Canonicalization of arbitrary text. A canonical form must be well-formed and its own canonical
+// form; an element by offset must give octets of its own, too.
+
+#include "foundation/text/LogBase.h"
+#include "foundation/xml/canon/XmlCanon.h"
+
+#include <cstdlib>
+#include <string_view>
+
+using namespace vantrel;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 2 || size > 65536) {
+        return 0;
+    }
+    LogNull log;
+    XmlCanon canon;
+    canon.m_method = (data[0] & 1) != 0 ? 2 : 1;
+    canon.m_withComments = (data[0] & 2) != 0;
+    canon.m_signedDocFlag = (data[0] & 4) == 0;
+    const StringBuffer text{asText({data + 2, size - 2})};
+    StringBuffer once;
+    StringBuffer twice;
+    if (canon.xmlCanonicalize(text, nullptr, 0, once, log)) {
+        XmlCanon again;
+        again.m_method = canon.m_method;
+        again.m_withComments = canon.m_withComments;
+        if (!again.xmlCanonicalize(once, nullptr, 0, twice, log) || twice.view() != once.view()) {
+            std::abort();
+        }
+    }
+    StringBuffer part;
+    canon.m_fragmentText = true;
+    if (canon.xmlCanonicalize(text, nullptr, data[1], part, log) && part.isEmpty()) {
+        std::abort();
+    }
+    return 0;
+}
