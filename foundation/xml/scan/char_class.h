@@ -60,12 +60,16 @@ inline bool isSpace(char c) noexcept {
 [[nodiscard]] bool isNameStartChar(char32_t c) noexcept;
 [[nodiscard]] bool isNameChar(char32_t c) noexcept;
 
-// Decodes the character at `at` of valid UTF-8 and moves `at` behind it.
+// What decodeUtf8 yields for bytes that are no UTF-8; no character of any class.
+inline constexpr char32_t kBadCharacter = 0xFFFFFFFF;
+
+// Decodes the character at `at`, which must lie inside `text`, and moves `at` behind it (behind one
+// byte when it is kBadCharacter).
 [[nodiscard]] char32_t decodeUtf8(std::string_view text, std::size_t& at) noexcept;
 // Writes a character as UTF-8; returns the number of bytes, 1 to 4.
 [[nodiscard]] std::uint32_t encodeUtf8(char32_t c, char (&out)[4]) noexcept;
 
-// Productions [5] Name and [7] Nmtoken over valid UTF-8: length of the longest name (name token) at
+// Productions [5] Name and [7] Nmtoken over UTF-8: length of the longest name (name token) at
 // the beginning of `text`, 0 when there is none.
 [[nodiscard]] std::size_t matchName(std::string_view text) noexcept;
 [[nodiscard]] std::size_t matchNmtoken(std::string_view text) noexcept;

@@ -27,7 +27,6 @@ struct Entity {
     std::string text;      // replacement text of an internal entity
     bool external = false; // has a system identifier; never fetched
     bool unparsed = false; // has a notation
-    bool checked = false;  // used while a document is read: its text is known to be balanced
 };
 
 struct StringHash {
@@ -58,7 +57,12 @@ public:
 private:
     friend class DtdReader;
 
-    NameMap<std::vector<DeclaredAttribute>> m_attributes;
+    struct AttributeList {
+        std::vector<DeclaredAttribute> list;
+        NameMap<std::uint32_t> byName; // index in the list
+    };
+
+    NameMap<AttributeList> m_attributes; // by element type
     NameMap<Entity> m_entities;
     std::uint64_t m_entityTextSize = 0; // bytes of all internal entities
     bool m_hasDefaults = false;

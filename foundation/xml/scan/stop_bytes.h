@@ -2,6 +2,7 @@
 #define FOUNDATION_XML_SCAN_STOP_BYTES_H
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #if defined(__SSE2__)
@@ -16,12 +17,24 @@ namespace vantrel::xml {
 // that is chosen for the CPU at run time.
 
 namespace detail {
+
 // Stop bytes as a list of six; unused places repeat the first.
 struct StopSet {
     char bytes[6];
 };
+using FindStop = std::uint32_t (*)(const char* text, std::uint32_t at, std::uint32_t size,
+                                   const StopSet& set) noexcept;
+struct FindStopKernel {
+    std::string_view name;
+    bool (*supported)() noexcept;
+    FindStop find;
+};
+// Best first, "portable" last.
+[[nodiscard]] std::span<const FindStopKernel> findStopKernels() noexcept;
+// The search by the first kernel that this processor supports.
 [[nodiscard]] std::uint32_t findStopFar(const char* text, std::uint32_t at, std::uint32_t size,
                                         const StopSet& set) noexcept;
+
 } // namespace detail
 
 // `<`, `&`, `>` and CR: what character data must be searched for when it is written canonically.

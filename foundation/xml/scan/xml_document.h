@@ -78,6 +78,13 @@ struct ParseFailure {
     std::string message;
 };
 
+// A stretch of an expanded text that was copied from the source.
+struct CopiedStretch {
+    std::uint32_t start;
+    std::uint32_t sourceStart;
+    std::uint32_t length;
+};
+
 // A well-formed XML 1.0 document with its structure: XML 1.0 fifth edition and Namespaces in
 // XML 1.0, fully checked, the internal DTD subset included; external entities are never fetched,
 // and a reference to one is an error. Immutable, so any number of threads may read it.
@@ -200,13 +207,6 @@ public:
 private:
     friend class DocumentScanner;
 
-    // A stretch of the expanded text that was copied from the source.
-    struct Segment {
-        std::uint32_t start;
-        std::uint32_t sourceStart;
-        std::uint32_t length;
-    };
-
     XmlDocument() = default;
     [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
 
@@ -219,7 +219,7 @@ private:
     std::vector<SignatureElement> m_signatures;
     std::string m_side; // normalised values that do not stand in the text as they are
     std::unique_ptr<const DocumentType> m_documentType;
-    std::vector<Segment> m_segments;
+    std::vector<CopiedStretch> m_segments;
     TextRange m_doctypeRange;
     TextRange m_xmlDeclRange;
     bool m_fragment = false;

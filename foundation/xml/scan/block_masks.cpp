@@ -1,0 +1,125 @@
+#include "foundation/xml/scan/block_masks.h"
+
+#include "foundation/xml/scan/block_masks_x86.h"
+#include "foundation/xml/scan/char_class.h"
+
+#include <array>
+
+namespace vantrel::xml {
+namespace {
+
+constexpr std::array<std::uint8_t, 256> makeStopTable() {
+    std::array<std::uint8_t, 256> table{};
+    for (unsigned c = 0; c < 256; ++c) {
+        const bool named = c < 0x80 && (kByteClasses[c] & kNameByte) != 0;
+        const bool opening = c == '<' || c == '&';
+        const unsigned stops = (static_cast<unsigned>(opening || c == ']') << kMarkupStops) |
+                               (static_cast<unsigned>(!named) << kNameStops) |
+                               (static_cast<unsigned>(opening || c == '"') << kDoubleQuoteStops) |
+                               (static_cast<unsigned>(opening || c == '\'') << kSingleQuoteStops) |
+                               (static_cast<unsigned>(c == ':') << kColons);
+        table[c] = static_cast<std::uint8_t>(stops);
+    }
+    return table;
+}
+
+constexpr std::array<std::uint8_t, 256> kStopTable = makeStopTable();
+
+// Start of the character that reaches from `before` into the block behind it, or that block's
+// start.
+std::size_t unfinishedBefore(const char* text) noexcept {
+    for (std::size_t back = 1; back <= 3; ++back) {
+        const auto byte = static_cast<unsigned char>(*(text - back));
+        if (byte < 0x80) {
+            return 0;
+        }
+        if (byte >= 0xC0) {
+            const std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+            return length > back ? back : 0;
+        }
+    }
+    return 0;
+}
+
+// True when every character that ends within `text` is allowed; what its last bytes leave
+// unfinished is checked with the next block.
+bool checkCharacters(std::string_view text) noexcept {
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t start = at;
+        const auto lead = static_cast<unsigned char>(text[start]);
+        if (!isXmlChar(decodeUtf8(text, at))) {
+            const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+            return lead >= 0xC2 && lead <= 0xF4 && length > text.size() - start;
+        }
+    }
+    return true;
+}
+
+void classifyPortable(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
+                      TextFacts& facts) noexcept {
+    for (std::size_t block = 0; block < count; ++block) {
+        std::uint64_t words[kStopClasses] = {};
+        bool carriageReturn = false;
+        for (unsigned i = 0; i < kBlockSize; ++i) {
+            const auto byte = static_cast<unsigned char>(text[block * kBlockSize + i]);
+            const std::uint64_t stops = kStopTable[byte];
+            for (unsigned stop = 0; stop < kStopClasses; ++stop) {
+                words[stop] |= ((stops >> stop) & 1U) << i;
+            }
+            carriageReturn |= byte == '\r';
+        }
+        for (unsigned stop = 0; stop < kStopClasses; ++stop) {
+            masks.rows[stop][block] = words[stop];
+        }
+        facts.carriageReturn |= carriageReturn;
+    }
+    facts.bad |= !checkBlocks(text, count, hasBefore);
+}
+
+bool always() noexcept { return true; }
+
+constexpr ClassifyKernel kKernels[] = {
+#if defined(__x86_64__)
+    {"avx512", hasAvx512Bytes, classifyAvx512},
+    {"avx2", hasAvx2, classifyAvx2},
+    {"sse2", always, classifySse2},
+#endif
+    {"portable", always, classifyPortable},
+};
+
+const ClassifyKernel& chooseKernel() noexcept {
+    for (const ClassifyKernel& kernel : kKernels) {
+        if (kernel.supported()) {
+            return kernel;
+        }
+    }
+    return kKernels[std::size(kKernels) - 1];
+}
+
+} // namespace
+
+bool checkBlocks(const char* text, std::size_t count, bool hasBefore) noexcept {
+    const std::size_t back = hasBefore ? unfinishedBefore(text) : 0;
+    return checkCharacters({text - back, count * kBlockSize + back});
+}
+
+std::span<const ClassifyKernel> classifyKernels() noexcept { return kKernels; }
+
+const ClassifyKernel& classifyKernel() noexcept {
+    static const ClassifyKernel& kernel = chooseKernel();
+    return kernel;
+}
+
+std::size_t findBadCharacter(std::string_view text) noexcept {
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t start = at;
+        if (!isXmlChar(decodeUtf8(text, at))) {
+            return start;
+        }
+    }
+    return text.size();
+}
+
+} // namespace vantrel::xml

@@ -1,0 +1,65 @@
+#ifndef FOUNDATION_XML_SCAN_BLOCK_MASKS_H
+#define FOUNDATION_XML_SCAN_BLOCK_MASKS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace vantrel::xml {
+
+// The first stage of reading: text is classified 64 bytes at a time into bit masks, one bit a byte,
+// and its characters are checked on the way. The second stage asks the masks where things end.
+
+inline constexpr std::uint32_t kBlockSize = 64;
+inline constexpr std::uint32_t kWindowBlocks = 256;
+
+enum StopClass : unsigned {
+    kMarkupStops,      // '<', '&', ']': what character data must be searched for
+    kNameStops,        // every byte that is no ASCII name character
+    kDoubleQuoteStops, // '"', '<', '&'
+    kSingleQuoteStops, // '\'', '<', '&'
+    kColons,
+    kStopClasses
+};
+
+// One row a class, one word a block; one word more, which stays zero, so that two neighbouring
+// words may be read at the last block.
+struct BlockMasks {
+    std::uint64_t rows[kStopClasses][kWindowBlocks + 1];
+};
+
+// What was met on the way. Flags are set, never cleared.
+struct TextFacts {
+    bool bad = false; // not UTF-8, or a character that XML does not allow
+    bool carriageReturn = false;
+};
+
+// Classifies `count` blocks from `text` on. Where `hasBefore`, the 64 bytes before `text` are
+// readable and belong to the text; a character that begins there is checked with the block it ends
+// in. A character that the last block leaves unfinished is not reported.
+using ClassifyBlocks = void (*)(const char* text, std::size_t count, bool hasBefore,
+                                BlockMasks& masks, TextFacts& facts) noexcept;
+
+struct ClassifyKernel {
+    std::string_view name;
+    bool (*supported)() noexcept;
+    ClassifyBlocks classify;
+};
+
+// Best first, "portable" last; all give the same masks and facts.
+[[nodiscard]] std::span<const ClassifyKernel> classifyKernels() noexcept;
+// The first that this processor supports, chosen once.
+[[nodiscard]] const ClassifyKernel& classifyKernel() noexcept;
+
+// The character check of a kernel in portable form: false when a character that ends in these
+// blocks is not allowed.
+[[nodiscard]] bool checkBlocks(const char* text, std::size_t count, bool hasBefore) noexcept;
+
+// Offset of the first character that is not allowed in XML or not UTF-8; the size when there is
+// none.
+[[nodiscard]] std::size_t findBadCharacter(std::string_view text) noexcept;
+
+} // namespace vantrel::xml
+
+#endif

@@ -1,0 +1,24 @@
+#ifndef FOUNDATION_XML_SCAN_BLOCK_MASKS_X86_H
+#define FOUNDATION_XML_SCAN_BLOCK_MASKS_X86_H
+
+#include "foundation/xml/scan/block_masks.h"
+
+#if defined(__x86_64__)
+
+namespace vantrel::xml {
+
+[[nodiscard]] bool hasAvx2() noexcept;
+[[nodiscard]] bool hasAvx512Bytes() noexcept;
+
+void classifySse2(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
+                  TextFacts& facts) noexcept;
+void classifyAvx2(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
+                  TextFacts& facts) noexcept;
+void classifyAvx512(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
+                    TextFacts& facts) noexcept;
+
+} // namespace vantrel::xml
+
+#endif
+
+#endif

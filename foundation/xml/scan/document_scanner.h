@@ -1,0 +1,152 @@
+#ifndef FOUNDATION_XML_SCAN_DOCUMENT_SCANNER_H
+#define FOUNDATION_XML_SCAN_DOCUMENT_SCANNER_H
+
+#include "foundation/xml/scan/text_window.h"
+#include "foundation/xml/scan/xml_document.h"
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::xml {
+
+enum class ScanOutcome : std::uint8_t { Done, Refused, NeedsExpansion };
+
+// The one checked pass over a document: well-formedness, namespaces, and the structure that
+// XmlDocument keeps. Reading functions take an offset and return the one behind what they read, or
+// kFailed after noting the failure. There is no recursion: the open elements are linked by their
+// parent fields.
+class DocumentScanner final {
+public:
+    // What the text is. An entity's replacement text is checked between the tags of a made-up root;
+    // references to general entities are then left to whoever checks those.
+    enum class Mode : std::uint8_t { Document, Fragment, EntityText };
+
+    // Reads document.textBuffer() into `document`.
+    DocumentScanner(XmlDocument& document, Mode mode);
+
+    [[nodiscard]] ScanOutcome scan();
+    // After Refused: where (in the text that was read) and why.
+    [[nodiscard]] std::uint32_t failureOffset() const noexcept { return m_failureOffset; }
+    [[nodiscard]] const std::string& failureMessage() const noexcept { return m_failureMessage; }
+    // Offset of the root's start tag; valid once the prolog was read.
+    [[nodiscard]] std::uint32_t rootStart() const noexcept { return m_rootStart; }
+
+    // What parse() and the entity code may do with a document that is being made.
+    static std::shared_ptr<XmlDocument> newDocument(const StringBuffer& source,
+                                                    const StringBuffer& text);
+    static std::shared_ptr<const XmlDocument> parse(const StringBuffer& text,
+                                                    const ParseOptions& options, ParseFailure& why);
+
+private:
+    static std::shared_ptr<const XmlDocument> parseExpanded(const StringBuffer& text, Mode mode,
+                                                            const XmlDocument& prolog,
+                                                            std::uint32_t rootStart,
+                                                            ParseFailure& why);
+
+    static constexpr std::uint32_t kFailed = 0xFFFFFFFF;
+    static constexpr std::uint32_t kUnbound = 0xFFFFFFFF;
+
+    // An attribute of the start tag being read.
+    struct Read {
+        const char* name;
+        std::uint32_t nameLength;
+        std::uint32_t prefixLength;
+        const char* value;
+        std::uint32_t valueLength;
+        std::uint32_t offset; // of the name, or of the start tag for a default
+        bool fromText;        // false: a default of the document type declaration
+        bool hasReference;
+        bool namespaceDecl;
+        std::uint64_t key; // first eight bytes of the name and its length, for a quick comparison
+
+        [[nodiscard]] std::string_view nameView() const noexcept { return {name, nameLength}; }
+        [[nodiscard]] std::string_view valueView() const noexcept { return {value, valueLength}; }
+        [[nodiscard]] std::string_view local() const noexcept {
+            return prefixLength == 0 ? nameView() : nameView().substr(prefixLength + 1);
+        }
+    };
+    struct Rebound {
+        std::uint32_t prefixId;
+        std::uint32_t before;
+    };
+    struct CachedPrefix {
+        std::uint64_t key = 0;
+        std::uint32_t id = 0;
+    };
+
+    // document_scanner.cpp: prolog, content, end tags, other markup.
+    [[nodiscard]] std::uint32_t readProlog();
+    [[nodiscard]] std::uint32_t readXmlDecl(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readDoctype(std::uint32_t at);
+    [[nodiscard]] bool readContent(std::uint32_t& at);
+    [[nodiscard]] bool readEpilog(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readEndTag(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readOddEndTag(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readOtherMarkup(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readComment(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readProcessingInstruction(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readTextSpecial(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readReference(std::uint32_t at, bool inAttribute);
+    [[nodiscard]] std::uint32_t readEntityReference(std::uint32_t at, std::string_view name,
+                                                    bool inAttribute);
+    [[nodiscard]] bool matchesOpenTag(std::uint32_t at, std::uint32_t length,
+                                      std::uint32_t start) const noexcept;
+    std::uint32_t closeElement(std::uint32_t end) noexcept;
+    void finish();
+
+    // start_tag_scanner.cpp: start tags, attributes, namespaces, signatures, Ids.
+    [[nodiscard]] std::uint32_t readStartTag(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readAttributes(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readAttribute(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readEquals(std::uint32_t at);
+    [[nodiscard]] std::uint32_t readName(std::uint32_t at, std::uint32_t& prefixLength);
+    [[nodiscard]] std::uint32_t readOddName(std::uint32_t at, std::uint32_t& prefixLength);
+    [[nodiscard]] bool addDefaults(std::string_view element, std::uint32_t offset);
+    [[nodiscard]] bool takeAttributes(ElementId element, std::uint32_t tagStart);
+    [[nodiscard]] bool declareNamespace(ElementId element, const Read& attribute);
+    [[nodiscard]] bool checkDeclaration(const Read& attribute, std::string_view name);
+    [[nodiscard]] bool checkUnique();
+    [[nodiscard]] bool checkUniqueExpanded();
+    void noteId(ElementId element, const Read& attribute, std::string_view elementName);
+    [[nodiscard]] std::uint32_t prefixId(const char* prefix, std::uint32_t length) noexcept;
+    [[nodiscard]] bool checkPrefix(std::uint32_t nameStart, std::uint32_t length);
+    [[nodiscard]] std::string_view boundName(std::uint32_t prefixId) const noexcept;
+    void noteSignature(ElementId element, std::uint32_t nameStart, std::uint32_t prefixLength,
+                       std::uint32_t nameLength);
+    void addSignature(ElementId element, std::string_view local, std::string_view prefix);
+    void addSignedInfo(ElementId element, std::string_view prefix);
+
+    std::uint32_t fail(std::uint32_t offset, std::string_view message);
+    std::uint32_t fail(std::uint32_t offset, std::string_view message, std::string_view name);
+    [[nodiscard]] std::uint32_t skipSpace(std::uint32_t at) const noexcept;
+    [[nodiscard]] std::string_view rest(std::uint32_t at) const noexcept {
+        return {m_text + at, m_size - at};
+    }
+    // Eight bytes of the text from `at`, of which `length` count (the others are zero).
+    [[nodiscard]] std::uint64_t load8(const char* at, std::uint32_t length) const noexcept;
+
+    XmlDocument& m_document;
+    const char* m_text;
+    std::uint32_t m_size;
+    const Mode m_mode;
+    bool m_standalone = false;
+    bool m_needsExpansion = false;
+    bool m_checkTypes = false;
+    ElementId m_current = kNoElement;
+    std::uint32_t m_depth = 0;
+    std::uint32_t m_rootStart = 0;
+    std::uint32_t m_failureOffset = 0;
+    std::string m_failureMessage;
+
+    GrowArray<Read> m_attributes;
+    std::vector<std::uint32_t> m_order; // scratch of the duplicate checks
+    std::vector<std::uint32_t> m_bound; // prefix id -> index of its declaration, or kUnbound
+    GrowArray<Rebound> m_rebound;       // undo list of m_bound
+    CachedPrefix m_prefixCache[64];
+    TextWindow m_window;
+};
+
+} // namespace vantrel::xml
+
+#endif

@@ -1,0 +1,388 @@
+#include "foundation/xml/scan/char_class.h"
+#include "foundation/xml/scan/document_scanner.h"
+#include "foundation/xml/scan/stop_bytes.h"
+#include "foundation/xml/scan/values.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vantrel::xml {
+namespace {
+
+// Pairwise comparison up to this many attributes; sorting beyond.
+constexpr std::size_t kFewAttributes = 8;
+
+std::uint64_t eightBytes(const char (&text)[9]) noexcept {
+    std::uint64_t value = 0;
+    std::memcpy(&value, text, 8);
+    return value;
+}
+
+bool isIdName(std::string_view name, std::string_view local) noexcept {
+    if (local.size() == 2) {
+        return local == "Id" || local == "ID" || local == "id";
+    }
+    return name.size() >= 9 && name.ends_with("ID") &&
+           (name == "AssertionID" || name == "RequestID" || name == "ResponseID");
+}
+
+} // namespace
+
+std::uint64_t DocumentScanner::load8(const char* at, std::uint32_t length) const noexcept {
+    std::uint64_t value = 0;
+    if (m_text + m_size - at >= 8 && length != 0) [[likely]] {
+        std::memcpy(&value, at, 8);
+        return length >= 8 ? value : value & (~std::uint64_t{0} >> (64 - 8 * length));
+    }
+    std::memcpy(&value, at, std::min<std::uint32_t>(length, 8));
+    return value;
+}
+
+// Reads a qualified name and returns its end. The dispatch of the caller has made sure of nothing.
+std::uint32_t DocumentScanner::readName(std::uint32_t at, std::uint32_t& prefixLength) {
+    const std::uint32_t end = m_window.find<kNameStops>(at);
+    const unsigned char first = static_cast<unsigned char>(m_text[at]);
+    std::uint64_t colons = 0;
+    // In ASCII the masks decide everything but the first characters of the two parts.
+    if ((kByteClasses[first] & kNameStartByte) == 0 || first == ':' ||
+        static_cast<unsigned char>(m_text[end]) >= 0x80 || !m_window.colons(at, end - at, colons))
+        [[unlikely]] {
+        return readOddName(at, prefixLength);
+    }
+    if (colons == 0) {
+        prefixLength = 0;
+        return end;
+    }
+    prefixLength = static_cast<std::uint32_t>(__builtin_ctzll(colons));
+    if ((colons & (colons - 1)) != 0 || !isNameStartByte(m_text[at + prefixLength + 1]))
+        [[unlikely]] {
+        return fail(at, "The name is no qualified name");
+    }
+    return end;
+}
+
+// Any name: with characters beyond ASCII, very long, or none at all.
+std::uint32_t DocumentScanner::readOddName(std::uint32_t at, std::uint32_t& prefixLength) {
+    const std::string_view text = rest(at);
+    const std::size_t length = matchName(text);
+    if (length == 0) {
+        return fail(at, "A name is expected");
+    }
+    const std::string_view name = text.substr(0, length);
+    const std::size_t colon = name.find(':');
+    prefixLength = colon == name.npos ? 0 : static_cast<std::uint32_t>(colon);
+    if (colon != name.npos) {
+        const std::string_view local = name.substr(colon + 1);
+        if (colon == 0 || local.find(':') != local.npos || matchName(local) == 0) {
+            return fail(at, "The name is no qualified name");
+        }
+    }
+    return at + static_cast<std::uint32_t>(length);
+}
+
+// XML 1.0, productions [40] STag and [44] EmptyElemTag.
+std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
+    std::uint32_t prefixLength = 0;
+    const std::uint32_t nameStart = at + 1;
+    const std::uint32_t nameEnd = readName(nameStart, prefixLength);
+    if (nameEnd == kFailed) [[unlikely]] {
+        return kFailed;
+    }
+    if (++m_depth > kMaxDepth) [[unlikely]] {
+        return fail(at, "Limit passed: the nesting depth of elements");
+    }
+    const ElementId element = m_document.elementCount();
+    // Until the element is closed, `end` holds the length of its name and `next` the height of the
+    // undo list of namespace bindings.
+    m_document.m_elements.push_back(
+        {at, nameEnd - nameStart, m_current, static_cast<std::uint32_t>(m_rebound.size())});
+    m_current = element;
+
+    std::uint32_t behind = nameEnd;
+    const bool simple = m_text[behind] == '>' || m_text[behind] == '/';
+    if (!simple || m_document.hasAttributeDefaults()) [[unlikely]] {
+        m_attributes.clear();
+        if (!simple && (behind = readAttributes(behind)) == kFailed) {
+            return kFailed;
+        }
+        if (m_document.hasAttributeDefaults() &&
+            !addDefaults({m_text + nameStart, nameEnd - nameStart}, at)) {
+            return kFailed;
+        }
+        if (!m_attributes.empty() && !takeAttributes(element, at)) {
+            return kFailed;
+        }
+    }
+    if (prefixLength != 0 && !checkPrefix(nameStart, prefixLength)) [[unlikely]] {
+        return kFailed;
+    }
+    noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
+    if (m_text[behind] == '>') {
+        return behind + 1;
+    }
+    if (m_text[behind + 1] != '>') [[unlikely]] {
+        return fail(behind, "The start tag is not closed by '>'");
+    }
+    return closeElement(behind + 2);
+}
+
+// From behind the name of the element to its '>' or '/'.
+std::uint32_t DocumentScanner::readAttributes(std::uint32_t at) {
+    for (;;) {
+        const char c = m_text[at];
+        if (c == '>' || c == '/') {
+            return at;
+        }
+        if (!isSpace(c)) [[unlikely]] {
+            return at >= m_size ? fail(at, "The document ends inside a tag")
+                                : fail(at, "White space is missing in the tag");
+        }
+        ++at;
+        if (static_cast<unsigned char>(m_text[at]) <= ' ') {
+            at = skipSpace(at);
+        }
+        if (m_text[at] == '>' || m_text[at] == '/') {
+            return at;
+        }
+        if (m_attributes.size() >= kMaxAttributes) [[unlikely]] {
+            return fail(at, "Limit passed: the number of attributes of an element");
+        }
+        at = readAttribute(at);
+        if (at == kFailed) [[unlikely]] {
+            return kFailed;
+        }
+    }
+}
+
+std::uint32_t DocumentScanner::readAttribute(std::uint32_t at) {
+    Read attribute{};
+    const std::uint32_t nameEnd = readName(at, attribute.prefixLength);
+    if (nameEnd == kFailed) [[unlikely]] {
+        return kFailed;
+    }
+    attribute.name = m_text + at;
+    attribute.nameLength = nameEnd - at;
+    attribute.offset = at;
+    attribute.fromText = true;
+    attribute.key = load8(attribute.name, attribute.nameLength);
+    std::uint32_t valueStart = nameEnd + 1;
+    if (m_text[nameEnd] != '=' || (m_text[valueStart] != '"' && m_text[valueStart] != '\''))
+        [[unlikely]] {
+        valueStart = readEquals(nameEnd);
+        if (valueStart == kFailed) {
+            return kFailed;
+        }
+    }
+    const char quote = m_text[valueStart++];
+    std::uint32_t end = valueStart;
+    for (;;) {
+        end = quote == '"' ? m_window.find<kDoubleQuoteStops>(end)
+                           : m_window.find<kSingleQuoteStops>(end);
+        if (m_text[end] == quote) [[likely]] {
+            break;
+        }
+        if (end >= m_size) {
+            return fail(at, "The attribute value is not closed:", attribute.nameView());
+        }
+        if (m_text[end] == '<') {
+            return fail(end, "An attribute value may not contain '<'");
+        }
+        attribute.hasReference = true;
+        end = readReference(end, true);
+        if (end == kFailed) {
+            return kFailed;
+        }
+    }
+    attribute.value = m_text + valueStart;
+    attribute.valueLength = end - valueStart;
+    // "xmlns", or "xmlns:" and more: the first five bytes decide with what follows them.
+    constexpr std::uint64_t kFiveBytes = 0xFF'FFFF'FFFF;
+    if ((attribute.key & kFiveBytes) == (eightBytes("xmlns\0\0\0") & kFiveBytes)) {
+        attribute.namespaceDecl = attribute.nameLength == 5 || attribute.prefixLength == 5;
+    }
+    m_attributes.push_back(attribute);
+    return end + 1;
+}
+
+// [25] Eq with white space in it, up to the opening quote.
+std::uint32_t DocumentScanner::readEquals(std::uint32_t at) {
+    at = skipSpace(at);
+    if (m_text[at] != '=') {
+        return fail(at, "'=' is missing behind the name of an attribute");
+    }
+    at = skipSpace(at + 1);
+    return m_text[at] == '"' || m_text[at] == '\'' ? at
+                                                   : fail(at, "The attribute value is not quoted");
+}
+
+// Adds the defaults of attributes that the tag does not have.
+bool DocumentScanner::addDefaults(std::string_view element, std::uint32_t offset) {
+    const std::size_t written = m_attributes.size();
+    const auto declared = m_document.documentType()->declaredAttributes(element);
+    if (declared.empty()) {
+        return true;
+    }
+    // Names of the tag, sorted, so that many attributes with many defaults stay cheap.
+    std::vector<std::string_view> names(written);
+    for (std::size_t i = 0; i < written; ++i) {
+        names[i] = m_attributes[i].nameView();
+    }
+    std::sort(names.begin(), names.end());
+    for (const DeclaredAttribute& declaredAttribute : declared) {
+        const std::string_view name = declaredAttribute.name;
+        if (!declaredAttribute.hasDefault || std::binary_search(names.begin(), names.end(), name)) {
+            continue;
+        }
+        if (m_attributes.size() >= kMaxAttributes) {
+            fail(offset, "Limit passed: the number of attributes with their defaults");
+            return false;
+        }
+        const std::size_t colon = name.find(':');
+        Read attribute{};
+        attribute.name = name.data();
+        attribute.nameLength = static_cast<std::uint32_t>(name.size());
+        attribute.prefixLength = colon == name.npos ? 0 : static_cast<std::uint32_t>(colon);
+        attribute.value = declaredAttribute.value.data();
+        attribute.valueLength = static_cast<std::uint32_t>(declaredAttribute.value.size());
+        attribute.offset = offset;
+        attribute.key = 0;
+        std::memcpy(&attribute.key, attribute.name, std::min<std::size_t>(name.size(), 8));
+        attribute.namespaceDecl = name == "xmlns" || name.starts_with("xmlns:");
+        m_attributes.push_back(attribute);
+    }
+    return true;
+}
+
+// Declarations first, since they hold for the tag they stand in; then everything that rests on
+// them.
+bool DocumentScanner::takeAttributes(ElementId element, std::uint32_t tagStart) {
+    if (m_attributes.size() > 1 && !checkUnique()) {
+        return false;
+    }
+    for (const Read& attribute : m_attributes) {
+        if (attribute.namespaceDecl && !declareNamespace(element, attribute)) {
+            return false;
+        }
+    }
+    const std::string_view elementName =
+        m_checkTypes ? std::string_view(m_text + tagStart + 1, m_document.m_elements[element].end)
+                     : std::string_view();
+    std::uint32_t qualified = 0;
+    for (const Read& attribute : m_attributes) {
+        if (attribute.namespaceDecl) {
+            continue;
+        }
+        if (attribute.prefixLength != 0) {
+            ++qualified;
+            const std::uint32_t id = prefixId(attribute.name, attribute.prefixLength);
+            const bool bound = id != kNoPrefix && (id == kXmlPrefix || m_bound[id] != kUnbound);
+            if (!bound && m_mode == Mode::Document) {
+                fail(attribute.offset,
+                     "The prefix of the attribute is not declared:", attribute.nameView());
+                return false;
+            }
+        }
+        if (m_checkTypes || isIdName(attribute.nameView(), attribute.local())) {
+            noteId(element, attribute, elementName);
+        }
+    }
+    return qualified < 2 || checkUniqueExpanded();
+}
+
+// XML 1.0, 3.1: no attribute name twice in one tag.
+bool DocumentScanner::checkUnique() {
+    const std::size_t count = m_attributes.size();
+    const Read* twice = nullptr;
+    if (count <= kFewAttributes) {
+        for (std::size_t i = 1; i < count; ++i) {
+            for (std::size_t j = 0; j < i; ++j) {
+                if (m_attributes[i].key == m_attributes[j].key &&
+                    m_attributes[i].nameView() == m_attributes[j].nameView()) {
+                    twice = &m_attributes[i];
+                }
+            }
+        }
+    } else {
+        m_order.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            m_order[i] = static_cast<std::uint32_t>(i);
+        }
+        const auto less = [this](std::uint32_t a, std::uint32_t b) {
+            const Read& left = m_attributes[a];
+            const Read& right = m_attributes[b];
+            return left.key != right.key ? left.key < right.key
+                                         : left.nameView() < right.nameView();
+        };
+        std::sort(m_order.begin(), m_order.end(), less);
+        for (std::size_t i = 1; i < count; ++i) {
+            if (m_attributes[m_order[i]].nameView() == m_attributes[m_order[i - 1]].nameView()) {
+                twice = &m_attributes[std::max(m_order[i], m_order[i - 1])];
+            }
+        }
+    }
+    if (twice != nullptr) {
+        fail(twice->offset, "The attribute stands twice in one tag:", twice->nameView());
+    }
+    return twice == nullptr;
+}
+
+// Namespaces in XML 1.0, 6.3: nor the same expanded name under two prefixes.
+bool DocumentScanner::checkUniqueExpanded() {
+    m_order.clear();
+    for (std::size_t i = 0; i < m_attributes.size(); ++i) {
+        if (m_attributes[i].prefixLength != 0 && !m_attributes[i].namespaceDecl) {
+            m_order.push_back(static_cast<std::uint32_t>(i));
+        }
+    }
+    const auto uri = [this](const Read& attribute) {
+        return boundName(prefixId(attribute.name, attribute.prefixLength));
+    };
+    const auto compare = [&](std::uint32_t a, std::uint32_t b) {
+        const Read& left = m_attributes[a];
+        const Read& right = m_attributes[b];
+        const int order = left.local().compare(right.local());
+        return order != 0 ? order : uri(left).compare(uri(right));
+    };
+    std::sort(m_order.begin(), m_order.end(),
+              [&](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; });
+    for (std::size_t i = 1; i < m_order.size(); ++i) {
+        // Undeclared prefixes (of a fragment) have no name to compare.
+        if (compare(m_order[i - 1], m_order[i]) == 0 && !uri(m_attributes[m_order[i]]).empty()) {
+            const Read& twice = m_attributes[std::max(m_order[i], m_order[i - 1])];
+            fail(twice.offset,
+                 "The attribute stands twice in one tag, under two prefixes:", twice.nameView());
+            return false;
+        }
+    }
+    return true;
+}
+
+void DocumentScanner::noteId(ElementId element, const Read& attribute,
+                             std::string_view elementName) {
+    AttributeType type = AttributeType::Cdata;
+    if (m_checkTypes) {
+        type = m_document.documentType()->attributeType(elementName, attribute.nameView());
+        if (type != AttributeType::Id && !isIdName(attribute.nameView(), attribute.local())) {
+            return;
+        }
+    }
+    const std::string_view raw = attribute.valueView();
+    const bool asWritten = attribute.fromText && type == AttributeType::Cdata &&
+                           !attribute.hasReference && raw.find_first_of("\t\n\r") == raw.npos;
+    if (asWritten) {
+        m_document.m_ids.add(element, static_cast<std::uint32_t>(attribute.value - m_text),
+                             attribute.valueLength);
+        return;
+    }
+    const std::size_t start = m_document.m_side.size();
+    if (attribute.fromText) {
+        appendAttributeValue(raw, type, m_document.m_side);
+    } else {
+        m_document.m_side.append(raw);
+    }
+    m_document.m_ids.add(element, static_cast<std::uint32_t>(start),
+                         static_cast<std::uint32_t>(m_document.m_side.size() - start) |
+                             kSideStorage);
+}
+
+} // namespace vantrel::xml

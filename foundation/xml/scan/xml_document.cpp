@@ -1,0 +1,138 @@
+#include "foundation/xml/scan/xml_document.h"
+
+#include "foundation/xml/scan/char_class.h"
+#include "foundation/xml/scan/document_scanner.h"
+
+#include <algorithm>
+
+namespace vantrel::xml {
+
+std::shared_ptr<const XmlDocument> XmlDocument::parse(const StringBuffer& text,
+                                                      const ParseOptions& options,
+                                                      ParseFailure& why) {
+    return DocumentScanner::parse(text, options, why);
+}
+
+std::string_view XmlDocument::qualifiedName(ElementId id) const noexcept {
+    const std::string_view whole = text();
+    const std::size_t start = m_elements[id].start + 1;
+    std::size_t end = start;
+    while (isNameByte(whole[end])) {
+        ++end;
+    }
+    return whole.substr(start, end - start);
+}
+
+std::string_view XmlDocument::prefix(ElementId id) const noexcept {
+    const std::string_view name = qualifiedName(id);
+    const std::size_t colon = name.find(':');
+    return colon == name.npos ? std::string_view() : name.substr(0, colon);
+}
+
+std::string_view XmlDocument::localName(ElementId id) const noexcept {
+    const std::string_view name = qualifiedName(id);
+    return name.substr(name.find(':') + 1);
+}
+
+ElementId XmlDocument::elementAt(std::uint32_t offset) const noexcept {
+    const auto* const found = std::lower_bound(
+        m_elements.begin(), m_elements.end(), offset,
+        [](const ElementRecord& record, std::uint32_t start) { return record.start < start; });
+    return found != m_elements.end() && found->start == offset
+               ? static_cast<ElementId>(found - m_elements.begin())
+               : kNoElement;
+}
+
+ElementId XmlDocument::elementAtSourceOffset(std::uint32_t offset) const noexcept {
+    if (!isExpanded()) {
+        return elementAt(offset);
+    }
+    for (auto segment = std::upper_bound(m_segments.begin(), m_segments.end(), offset,
+                                         [](std::uint32_t source, const CopiedStretch&candidate) {
+                                             return source < candidate.sourceStart;
+                                         });
+         segment != m_segments.begin();) {
+        --segment;
+        const std::uint32_t distance = offset - segment->sourceStart;
+        return distance < segment->length ? elementAt(segment->start + distance) : kNoElement;
+    }
+    return kNoElement;
+}
+
+// Offset in the source of a byte of the expanded text; false for a byte from an entity.
+bool XmlDocument::toSource(std::uint32_t offset, std::uint32_t& source) const noexcept {
+    if (!isExpanded()) {
+        source = offset;
+        return true;
+    }
+    auto segment = std::upper_bound(
+        m_segments.begin(), m_segments.end(), offset,
+        [](std::uint32_t at, const CopiedStretch& candidate) { return at < candidate.start; });
+    if (segment == m_segments.begin()) {
+        return false;
+    }
+    --segment;
+    const std::uint32_t distance = offset - segment->start;
+    source = segment->sourceStart + std::min(distance, segment->length);
+    return distance < segment->length;
+}
+
+bool XmlDocument::sourceRange(ElementId id, TextRange& range) const noexcept {
+    std::uint32_t first = 0;
+    std::uint32_t last = 0;
+    if (!toSource(m_elements[id].start, first) || !toSource(m_elements[id].end - 1, last)) {
+        return false;
+    }
+    range = {first, last + 1 - first};
+    return true;
+}
+
+std::uint32_t XmlDocument::firstNamespaceDecl(ElementId id) const noexcept {
+    const auto* const found = std::lower_bound(
+        m_namespaces.begin(), m_namespaces.end(), id,
+        [](const NamespaceDecl& decl, ElementId element) { return decl.element < element; });
+    return static_cast<std::uint32_t>(found - m_namespaces.begin());
+}
+
+std::span<const NamespaceDecl> XmlDocument::namespaceDecls(ElementId id) const noexcept {
+    const std::uint32_t first = firstNamespaceDecl(id);
+    std::uint32_t last = first;
+    while (last < m_namespaces.size() && m_namespaces[last].element == id) {
+        ++last;
+    }
+    return m_namespaces.span().subspan(first, last - first);
+}
+
+std::string_view XmlDocument::namespaceName(const NamespaceDecl& decl) const noexcept {
+    const std::uint32_t length = decl.valueLength & ~kSideStorage;
+    return (decl.valueLength & kSideStorage) != 0
+               ? std::string_view(m_side).substr(decl.valueStart, length)
+               : text().substr(decl.valueStart, length);
+}
+
+bool XmlDocument::lookUpNamespace(ElementId id, std::string_view prefix,
+                                  std::string_view& name) const noexcept {
+    const std::uint32_t wanted = m_prefixes.find(prefix);
+    for (ElementId at = id; wanted != kNoPrefix && at != kNoElement; at = m_elements[at].parent) {
+        for (const NamespaceDecl& decl : namespaceDecls(at)) {
+            if (decl.prefixId == wanted) {
+                name = namespaceName(decl);
+                return true;
+            }
+        }
+    }
+    name = wanted == kXmlPrefix ? kXmlNamespace : std::string_view();
+    return wanted == kXmlPrefix || wanted == kDefaultPrefix;
+}
+
+std::string_view XmlDocument::namespaceUri(ElementId id) const noexcept {
+    std::string_view name;
+    (void)lookUpNamespace(id, prefix(id), name);
+    return name;
+}
+
+IdMatch XmlDocument::findById(std::string_view value, ElementId& element) const {
+    return m_ids.find(value, text(), m_side, element);
+}
+
+} // namespace vantrel::xml
