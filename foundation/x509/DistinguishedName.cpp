@@ -64,6 +64,12 @@ std::string nameKey(const std::vector<TextAttribute>& attributes) {
     return key;
 }
 
+// One attribute as text, and what parts it from the one before it in the encoding.
+struct NamePiece {
+    std::string text;
+    char separator;
+};
+
 bool appendDerAttribute(const x509::DerAttribute& attribute, std::string& out) {
     if (!x509::appendAttributeLabel(attribute.type, out)) {
         return false;
@@ -124,29 +130,29 @@ void DistinguishedName::removeDnTags(const XString& dn, XString& out) {
 
 bool DistinguishedName::fromDer(ByteView name, bool mostSpecificFirst, StringBuffer& out) {
     return x509::noThrow(false, [&] {
-        std::vector<std::string> components;
+        std::vector<NamePiece> pieces;
         x509::NameReader reader(name);
         x509::DerAttribute attribute;
         while (reader.next(attribute)) {
-            if (attribute.startsComponent) {
-                components.emplace_back();
-            } else {
-                components.back().push_back('+');
-            }
-            if (!appendDerAttribute(attribute, components.back())) {
+            pieces.push_back({{}, attribute.startsComponent ? ',' : '+'});
+            if (!appendDerAttribute(attribute, pieces.back().text)) {
                 return false;
             }
         }
         if (reader.failed()) {
             return false;
         }
-        if (mostSpecificFirst) {
-            std::reverse(components.begin(), components.end());
-        }
         std::string text;
-        for (const std::string& component : components) {
-            text += &component == components.data() ? "" : ",";
-            text += component;
+        if (mostSpecificFirst) {
+            for (std::size_t i = pieces.size(); i-- > 0;) {
+                text += pieces[i].text;
+                text.append(i != 0 ? 1 : 0, pieces[i].separator);
+            }
+        } else {
+            for (std::size_t i = 0; i < pieces.size(); ++i) {
+                text.append(i != 0 ? 1 : 0, pieces[i].separator);
+                text += pieces[i].text;
+            }
         }
         return out.appendView(text);
     });

@@ -119,12 +119,13 @@ bool NameReader::next(DerAttribute& attribute) noexcept {
         return false;
     }
     attribute.startsComponent = m_attributes.atEnd();
-    if (attribute.startsComponent) {
+    while (m_attributes.atEnd()) {
         if (m_components.atEnd()) {
             return false;
         }
-        // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
-        if (!m_components.enter(Tag::Set, m_attributes) || m_attributes.atEnd()) {
+        // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue. Issuers in the
+        // wild write empty sets, which are passed over.
+        if (!m_components.enter(Tag::Set, m_attributes)) {
             m_failed = true;
             return false;
         }
