@@ -57,9 +57,11 @@ function(vantrel_tool)
   endif()
 endfunction()
 
-# vantrel_test(name path libraries...): every *_test.cpp below tests/`path`, as one program test_<name>.
+# vantrel_test(name path libraries...): the tests below tests/`path` and what they share, as one
+# program test_<name>.
 function(vantrel_test name path)
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${path}/*_test.cpp")
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${path}/*_test.cpp"
+    "${PROJECT_SOURCE_DIR}/tests/${path}/*_case.cpp")
   if(NOT sources)
     return()
   endif()

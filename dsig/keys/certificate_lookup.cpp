@@ -30,7 +30,8 @@ ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(const StringBuffer& 
                                                             const StringBuffer& serialHex,
                                                             LogBase& log) {
     const LogContextExitor context(log, "getPublicKeyByIssuerNameAndSerial");
-    VantrelX509* const cert = dsig::findByIssuerSerial(getSystemCertsPtr(), issuerCn, serialHex, log);
+    VantrelX509* const cert =
+        dsig::findByIssuerSerial(getSystemCertsPtr(), issuerCn, serialHex, log);
     return cert != nullptr ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
@@ -50,7 +51,8 @@ bool ClsXmlDSig::getCertByIssuerNameAndSerial(const StringBuffer& issuerCn,
                                               const StringBuffer& serialHex, StringBuffer& out,
                                               LogBase& log) {
     const LogContextExitor context(log, "getCertByIssuerNameAndSerial");
-    return dsig::certBase64(dsig::findByIssuerSerial(getSystemCertsPtr(), issuerCn, serialHex, log), out);
+    return dsig::certBase64(dsig::findByIssuerSerial(getSystemCertsPtr(), issuerCn, serialHex, log),
+                            out);
 }
 
 bool ClsXmlDSig::getCertBySubjectName(const StringBuffer& subject, StringBuffer& out,

@@ -2,7 +2,6 @@
 
 #include "dsig/keys/key_sources.h"
 #include "foundation/asn1/asn1_time.h"
-#include "foundation/io/clock.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
@@ -13,6 +12,8 @@
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"
+
+#include <chrono>
 
 namespace vantrel::dsig {
 
@@ -140,9 +141,11 @@ KeyReport describeKey(const ClsPublicKey& key, std::string_view source, const Va
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
     if (cert->validity(notBefore, notAfter)) {
-        report.notBefore = asn1::isoTime(notBefore);
-        report.notAfter = asn1::isoTime(notAfter);
-        const std::int64_t now = io::secondsSince1970();
+        asn1::appendIsoTime(notBefore, report.notBefore);
+        asn1::appendIsoTime(notAfter, report.notAfter);
+        const std::int64_t now = std::chrono::duration_cast<std::chrono::seconds>(
+                                     std::chrono::system_clock::now().time_since_epoch())
+                                     .count();
         report.outsideValidity = now < notBefore || now > notAfter;
     }
     return report;

@@ -65,7 +65,7 @@ bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     key.setSecureX(true);
     try {
         _clsEncode encoder;
-        encoder.put_EncodingMode(encoding);
+        encoder.put_EncodingMode(encoding.getUtf8());
         return encoder.decodeBinary(key, m_hmacKey, false, m_log);
     } catch (const std::bad_alloc&) {
         return frame.outOfMemory();
@@ -101,8 +101,7 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
         }
     }
     if (!keyInfoOnly) {
-        auto* const explicitKey =
-            static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
+        auto* const explicitKey = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
         if (explicitKey != nullptr) {
             appendKey(keys, Ref<ClsPublicKey>::share(explicitKey), dsig::keysource::kExplicit,
                       nullptr);

@@ -79,7 +79,8 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ExtPtrAr
         keysFromCertificates(*x509Data, seen, keys, log);
         dsig::IssuerSerial name;
         if (dsig::readIssuerSerial(*x509Data, name, log) && !seen.hashContainsSb(name.key)) {
-            appendFoundKey(keys, getPublicKeyByIssuerNameAndSerial(name.issuerCn, name.serialHex, log),
+            appendFoundKey(keys,
+                           getPublicKeyByIssuerNameAndSerial(name.issuerCn, name.serialHex, log),
                            keysource::kIssuerSerial);
         }
     }

@@ -2,7 +2,7 @@
 
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/XString.h"
-#include "foundation/x509/CertRecord.h"
+#include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
@@ -28,7 +28,7 @@ VantrelX509* findBySubject(SystemCerts* store, const StringBuffer& subject, LogB
 
 VantrelX509* findBySki(SystemCerts* store, const StringBuffer& ski, LogBase& log) {
     CertRecord* const record = store == nullptr ? nullptr : store->findBySubjectKeyId(ski, log);
-    return record == nullptr ? nullptr : record->holder().getX509Ptr();
+    return record == nullptr ? nullptr : record->getX509Ptr();
 }
 
 bool certBase64(const VantrelX509* cert, StringBuffer& out) {

@@ -1,5 +1,5 @@
-// WS-Security: keys that a SecurityTokenReference points at, in a BinarySecurityToken of the document
-// or in the certificate store.
+// WS-Security: keys that a SecurityTokenReference points at, in a BinarySecurityToken of the
+// document or in the certificate store.
 
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/key_sources.h"
@@ -7,7 +7,6 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/text/encoders.h"
-#include "foundation/x509/CertRecord.h"
 #include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/StringHashSet.h"
 #include "foundation/x509/VantrelX509.h"
@@ -64,7 +63,7 @@ void ClsXmlDSig::keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayR
     } else {
         record = store->findBySubjectKeyId(content, log);
     }
-    VantrelX509* const cert = record != nullptr ? record->holder().getX509Ptr() : nullptr;
+    VantrelX509* const cert = record != nullptr ? record->getX509Ptr() : nullptr;
     if (cert != nullptr) {
         appendFoundKey(keys, publicKeyFromX509(*cert, log), dsig::keysource::kKeyIdentifier);
     }
@@ -86,7 +85,8 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, StringHashSet& 
     }
     Ref<ClsXml> token = dsig::findTokenById(*m_xmlRoot, target.id());
     if (!token) {
-        log.LogInfo("Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
+        log.LogInfo(
+            "Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
         token = dsig::findAnyToken(*m_xmlRoot);
         m_report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
     }
@@ -119,7 +119,8 @@ bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& 
     if (!valueType.containsSubstring("ThumbprintSHA1")) {
         return true;
     }
-    log.LogInfo("Need to find the cert from the binary security token with a given SHA1 thumbprint...");
+    log.LogInfo(
+        "Need to find the cert from the binary security token with a given SHA1 thumbprint...");
     log.LogDataSb("sbKeyIdentData", thumbprint);
     dsig::logTokenSearch(log);
     if (m_xmlRoot == nullptr) {

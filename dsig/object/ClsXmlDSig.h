@@ -52,9 +52,9 @@ struct TransformState;
 ///     if (verifier.LoadSignature(xml) && verifier.VerifySignature(true)) { ... }
 ///
 /// Operations return true on success and leave a diagnostic log (LastErrorText) and, for a
-/// verification, a structured result (LastJsonData). No exception leaves them. An object may be used
-/// by several threads; each operation holds the object's lock. Certificates are not checked for
-/// trust, dates or revocation: LastJsonData says whose key it was and where it came from.
+/// verification, a structured result (LastJsonData). No exception leaves them. An object may be
+/// used by several threads; each operation holds the object's lock. Certificates are not checked
+/// for trust, dates or revocation: LastJsonData says whose key it was and where it came from.
 class ClsXmlDSig final : public _clsXmlDSigBase, public SystemCertsHolder {
 public:
     ClsXmlDSig();
@@ -77,7 +77,8 @@ public:
     /// value past the end selects the last, a negative one the first.
     [[nodiscard]] int get_Selector() const noexcept { return m_selector; }
     void put_Selector(int index);
-    /// Selects the first signature whose Id attribute equals `id`; false, selector unchanged, if none.
+    /// Selects the first signature whose Id attribute equals `id`; false, selector unchanged, if
+    /// none.
     bool SelectById(XString& id);
 
     /// CMS options as JSON text, e.g. {"requireTrustedTsa": true}.
@@ -139,7 +140,8 @@ public:
     [[nodiscard]] ClsXml* GetKeyInfo();
     /// The first key that KeyInfo yields, which the caller releases; null if none.
     [[nodiscard]] ClsPublicKey* GetPublicKey();
-    /// A key for the selected signature's index, tried after the keys of KeyInfo. It survives loads.
+    /// A key for the selected signature's index, tried after the keys of KeyInfo. It survives
+    /// loads.
     bool SetPublicKey(ClsPublicKey& key);
     /// The secret of HMAC signatures, in the named encoding ("hex", "base64", "ascii", ...). The
     /// caller's text is marked secure.
@@ -335,19 +337,19 @@ private:
     bool m_withCommentsOption = false;
     bool m_ignoreExternalRefs = false;
     std::int32_t m_refFailReason = 0;
-    StringBuffer m_xmlText;           // the whole document as UTF-8, as handed to the parser
-    ClsXml* m_xmlRoot = nullptr;      // one reference held
+    StringBuffer m_xmlText;      // the whole document as UTF-8, as handed to the parser
+    ClsXml* m_xmlRoot = nullptr; // one reference held
     XString m_externalRefDirs;
-    ExtPtrArrayRc m_signatures;       // ClsXml of every Signature element, in document order
-    ExtPtrArrayRc m_publicKeys;       // ClsPublicKey by signature index
-    ExtPtrArray m_externalData;       // DSigExternalData by signature index
+    ExtPtrArrayRc m_signatures; // ClsXml of every Signature element, in document order
+    ExtPtrArrayRc m_publicKeys; // ClsPublicKey by signature index
+    ExtPtrArray m_externalData; // DSigExternalData by signature index
     bool m_externalDataOwned = true;
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
 
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document
-    VantrelX509 m_keyCertificate;            // of the key that a look-up returned last
+    VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last
     DataBuffer* m_digestInputCopy = nullptr; // set while somebody wants the octets themselves
 };
 

@@ -24,8 +24,8 @@ enum class DocumentProfile { Sii, PeruUbl, AttrSort, AttrSortAlways, CmaStp, Sat
 } // namespace dsig
 
 // The transforms and the document profiles of the verifier: what does not depend on the selected
-// signature. The flags describe the loaded document (detectSpecial); the transform chain, the digest
-// check and the signature check read them.
+// signature. The flags describe the loaded document (detectSpecial); the transform chain, the
+// digest check and the signature check read them.
 class _clsXmlDSigBase : public ClsBase, public _clsCades {
 public:
     _clsXmlDSigBase();
@@ -52,8 +52,8 @@ public:
                                   StringBuffer& xml, LogBase& log);
     bool postProcessTransformedXml(const StringBuffer& refId, const DSigReference& ref,
                                    StringBuffer& xml, LogBase& log);
-    // Cuts `xml` down to the DTE element around the Documento whose ID attribute has the value `id`;
-    // remembers its offset and, with `keepCopy`, its text. False when nothing was cut.
+    // Cuts `xml` down to the DTE element around the Documento whose ID attribute has the value
+    // `id`; remembers its offset and, with `keepCopy`, its text. False when nothing was cut.
     bool extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy, LogBase& log);
     // Deletes the first stretch from `start` to the `end` that follows it, both included.
     bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase& log);

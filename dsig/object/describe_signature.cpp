@@ -23,7 +23,7 @@ void writeTransforms(const ClsXml& reference, JsonWriter& out) {
         for (const xml::ElementId child : transforms->children()) {
             StringBuffer algorithm;
             Ref<ClsXml>::adopt(transforms->handleOn(child))->getAttrValue("Algorithm", algorithm);
-            out.value(algorithm.view());
+            out.text(algorithm.view());
         }
     }
     out.endArray();
@@ -34,13 +34,13 @@ void writeReference(const ClsXml& element, std::size_t index, JsonWriter& out) {
     DSigReference reference;
     reference.parseReference(element, log);
     out.beginObject();
-    out.member("index", static_cast<std::int64_t>(index));
-    out.member("uri", reference.m_uri.view());
-    out.member("uriOmitted", reference.m_uriOmitted != 0);
-    out.member("external", !reference.m_uri.isEmpty() && !reference.m_uri.beginsWith("#"));
+    out.integerMember("index", static_cast<std::int64_t>(index));
+    out.textMember("uri", reference.m_uri.view());
+    out.booleanMember("uriOmitted", reference.m_uriOmitted != 0);
+    out.booleanMember("external", !reference.m_uri.isEmpty() && !reference.m_uri.beginsWith("#"));
     writeTransforms(element, out);
-    out.member("digestMethod", reference.m_digestMethod.view());
-    out.member("digestValue", reference.m_digestValue.view());
+    out.textMember("digestMethod", reference.m_digestMethod.view());
+    out.textMember("digestValue", reference.m_digestValue.view());
     out.endObject();
 }
 
@@ -53,11 +53,11 @@ void writeKeyInfo(const ClsXml& signature, JsonWriter& out) {
         for (const xml::ElementId child : keyInfo->children()) {
             const Ref<ClsXml> entry = Ref<ClsXml>::adopt(keyInfo->handleOn(child));
             out.beginObject();
-            out.member("element", entry->localName());
+            out.textMember("element", entry->localName());
             out.key("holds");
             out.beginArray();
             for (const xml::ElementId part : entry->children()) {
-                out.value(Ref<ClsXml>::adopt(entry->handleOn(part))->localName());
+                out.text(Ref<ClsXml>::adopt(entry->handleOn(part))->localName());
             }
             out.endArray();
             out.endObject();
@@ -81,12 +81,12 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         beginReport();
         JsonWriter out(outJson.getUtf8Sb_rw());
         out.beginObject();
-        out.member("index", static_cast<std::int64_t>(m_selector));
-        out.member("id", m_report.id.view());
-        out.member("path", std::string_view(m_report.path));
-        out.member("profile", m_report.profile);
-        out.member("signatureMethod", m_report.signatureMethod.view());
-        out.member("canonicalizationMethod", m_report.canonicalizationMethod.view());
+        out.integerMember("index", static_cast<std::int64_t>(m_selector));
+        out.textMember("id", m_report.id.view());
+        out.textMember("path", m_report.path);
+        out.textMember("profile", m_report.profile);
+        out.textMember("signatureMethod", m_report.signatureMethod.view());
+        out.textMember("canonicalizationMethod", m_report.canonicalizationMethod.view());
         out.key("references");
         out.beginArray();
         const std::vector<xml::ElementId>& references = structure().referencesOf(*signature);
@@ -95,7 +95,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         }
         out.endArray();
         writeKeyInfo(*signature, out);
-        out.member("timestamp", m_report.timestamp != "absent");
+        out.booleanMember("timestamp", m_report.timestamp != "absent");
         out.endObject();
         m_report = {};
         return frame.result(true);

@@ -9,9 +9,10 @@
 
 namespace vantrel::dsig {
 
-// Paths of elements from the root, as reports show them: "/Batch/Item[3]", with a one-based position
-// where siblings share the name. The positions of all children of a parent are computed together the
-// first time one of them is asked for, so naming every child of a large element stays linear.
+// Paths of elements from the root, as reports show them: "/Batch/Item[3]", with a one-based
+// position where siblings share the name. The positions of all children of a parent are computed
+// together the first time one of them is asked for, so naming every child of a large element stays
+// linear.
 class ElementPaths {
 public:
     // The document must outlive this object.

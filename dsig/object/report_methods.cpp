@@ -104,9 +104,7 @@ void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::Referenc
     dsig::LoadedStructure& loaded = structure();
     xml::ElementId element = xml::kNoElement;
     switch (xml::resolveFragment(*loaded.document, fragmentId.view(), element)) {
-    case xml::FragmentTarget::Document:
-        report.covers = "document";
-        return;
+    case xml::FragmentTarget::Document: report.covers = "document"; return;
     case xml::FragmentTarget::Element:
         // The root element is the document but for what may stand around it.
         report.covers = "element";
@@ -114,9 +112,7 @@ void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::Referenc
         report.path = loaded.paths.pathOf(element);
         return;
     case xml::FragmentTarget::NotFound:
-    case xml::FragmentTarget::NotUnique:
-        report.covers = {};
-        return;
+    case xml::FragmentTarget::NotUnique: report.covers = {}; return;
     }
 }
 

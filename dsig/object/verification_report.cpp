@@ -54,25 +54,25 @@ void writeCodes(JsonWriter& out, std::string_view name, const CodeSet& codes) {
     out.key(name);
     out.beginArray();
     for (const std::string_view code : codes.codes()) {
-        out.value(code);
+        out.text(code);
     }
     out.endArray();
 }
 
 void writeReference(JsonWriter& out, const ReferenceReport& reference) {
     out.beginObject();
-    out.member("index", static_cast<std::int64_t>(reference.index));
-    out.member("uri", reference.uri.view());
-    out.member("external", reference.external);
-    out.member("digestMethod", reference.digestMethod.view());
-    out.member("status", statusOf(reference));
-    out.member("reason", static_cast<std::int64_t>(reference.reason));
+    out.integerMember("index", static_cast<std::int64_t>(reference.index));
+    out.textMember("uri", reference.uri.view());
+    out.booleanMember("external", reference.external);
+    out.textMember("digestMethod", reference.digestMethod.view());
+    out.textMember("status", statusOf(reference));
+    out.integerMember("reason", static_cast<std::int64_t>(reference.reason));
     if (!reference.covers.empty()) {
-        out.member("covers", reference.covers);
+        out.textMember("covers", reference.covers);
     }
     if (!reference.element.empty()) {
-        out.member("element", std::string_view(reference.element));
-        out.member("path", std::string_view(reference.path));
+        out.textMember("element", reference.element);
+        out.textMember("path", reference.path);
     }
     writeCodes(out, "accommodations", reference.accommodations);
     out.endObject();
@@ -80,21 +80,21 @@ void writeReference(JsonWriter& out, const ReferenceReport& reference) {
 
 void writeKey(JsonWriter& out, const KeyReport& key) {
     out.beginObject();
-    out.member("source", key.source);
-    out.member("type", std::string_view(key.type));
-    out.member("bits", static_cast<std::int64_t>(key.bits));
+    out.textMember("source", key.source);
+    out.textMember("type", key.type);
+    out.integerMember("bits", static_cast<std::int64_t>(key.bits));
     if (!key.curve.empty()) {
-        out.member("curve", std::string_view(key.curve));
+        out.textMember("curve", key.curve);
     }
     if (key.hasCertificate) {
-        out.member("subject", std::string_view(key.subject));
-        out.member("issuer", std::string_view(key.issuer));
-        out.member("serial", std::string_view(key.serial));
-        out.member("notBefore", std::string_view(key.notBefore));
-        out.member("notAfter", std::string_view(key.notAfter));
+        out.textMember("subject", key.subject);
+        out.textMember("issuer", key.issuer);
+        out.textMember("serial", key.serial);
+        out.textMember("notBefore", key.notBefore);
+        out.textMember("notAfter", key.notAfter);
     }
     if (key.used) {
-        out.member("used", true);
+        out.booleanMember("used", true);
     }
     out.endObject();
 }
@@ -104,14 +104,14 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
 void writeReport(const SignatureReport& report, StringBuffer& json) {
     JsonWriter out(json);
     out.beginObject();
-    out.member("index", static_cast<std::int64_t>(report.index));
-    out.member("id", report.id.view());
-    out.member("path", std::string_view(report.path));
-    out.member("status", std::string_view(report.valid ? "valid" : "invalid"));
-    out.member("reason", std::string_view(report.reason));
-    out.member("profile", report.profile);
-    out.member("signatureMethod", report.signatureMethod.view());
-    out.member("canonicalizationMethod", report.canonicalizationMethod.view());
+    out.integerMember("index", static_cast<std::int64_t>(report.index));
+    out.textMember("id", report.id.view());
+    out.textMember("path", report.path);
+    out.textMember("status", report.valid ? "valid" : "invalid");
+    out.textMember("reason", report.reason);
+    out.textMember("profile", report.profile);
+    out.textMember("signatureMethod", report.signatureMethod.view());
+    out.textMember("canonicalizationMethod", report.canonicalizationMethod.view());
     out.key("references");
     out.beginArray();
     for (const ReferenceReport& reference : report.references) {
@@ -124,11 +124,11 @@ void writeReport(const SignatureReport& report, StringBuffer& json) {
         writeKey(out, key);
     }
     out.endArray();
-    out.member("timestamp", report.timestamp);
+    out.textMember("timestamp", report.timestamp);
     if (!report.timestampTime.empty()) {
-        out.member("timestampTime", std::string_view(report.timestampTime));
-        out.member("timestampAuthority", std::string_view(report.timestampAuthority));
-        out.member("timestampTrusted", report.timestampTrusted);
+        out.textMember("timestampTime", report.timestampTime);
+        out.textMember("timestampAuthority", report.timestampAuthority);
+        out.booleanMember("timestampTrusted", report.timestampTrusted);
     }
     writeCodes(out, "warnings", report.warnings);
     writeCodes(out, "accommodations", report.accommodations);

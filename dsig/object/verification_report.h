@@ -51,10 +51,10 @@ struct ReferenceReport {
     bool checked = false;
     bool matched = false;
     bool dataMissing = false;
-    int reason = 0;            // RefFailReason of the last attempt
-    std::string_view covers;   // "document", "element" or "external"; empty when unknown
-    std::string element;       // qualified name of the digested element
-    std::string path;          // its path from the root
+    int reason = 0;          // RefFailReason of the last attempt
+    std::string_view covers; // "document", "element" or "external"; empty when unknown
+    std::string element;     // qualified name of the digested element
+    std::string path;        // its path from the root
     CodeSet accommodations;
 };
 

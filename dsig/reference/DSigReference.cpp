@@ -16,9 +16,8 @@ struct DigestName {
 
 // The first name found decides, so the order matters.
 constexpr DigestName kDigestNames[] = {
-    {"sha256", kHashSha256}, {"sha512", kHashSha512},
-    {"sha384", kHashSha384}, {"md5", kHashMd5},
-    {"ripemd160", kHashRipemd160},
+    {"sha256", kHashSha256}, {"sha512", kHashSha512},       {"sha384", kHashSha384},
+    {"md5", kHashMd5},       {"ripemd160", kHashRipemd160},
 };
 
 } // namespace

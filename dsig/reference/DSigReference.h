@@ -8,7 +8,8 @@ namespace vantrel {
 class ClsXml;
 class LogBase;
 
-// One Reference element of a SignedInfo, parsed. A record is filled once, fresh from its constructor.
+// One Reference element of a SignedInfo, parsed. A record is filled once, fresh from its
+// constructor.
 class DSigReference {
 public:
     DSigReference() = default;
@@ -27,8 +28,8 @@ public:
     // Removes from `xml` the header blocks addressed to the next SOAP actor, at most 13.
     static void removeEbXmlFragments(StringBuffer& xml, LogBase& log);
 
-    int m_uriOmitted = 1;        // 1: there is no URI attribute, not even an empty one
-    StringBuffer m_uri;          // as written
+    int m_uriOmitted = 1; // 1: there is no URI attribute, not even an empty one
+    StringBuffer m_uri;   // as written
     StringBuffer m_id;
     StringBuffer m_digestMethod; // algorithm identifier
     StringBuffer m_transforms;   // the Transforms element as XML text, empty when there is none

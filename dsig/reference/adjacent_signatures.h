@@ -9,9 +9,10 @@ namespace vantrel::dsig {
 // The signature at [start, start + length) of `text`, and the signatures that follow it without a
 // byte between, go together when an enveloped signature is removed: some signers digest that way.
 // Returns the length of the whole stretch. An element counts as a signature when its local name
-// begins with "Signature"; its end is the last end tag `Signature` of the same prefix in the rest of
-// the text, not the matching one. At most 100 elements are added.
-[[nodiscard]] std::uint32_t lengthWithFollowingSignatures(std::string_view text, std::uint32_t start,
+// begins with "Signature"; its end is the last end tag `Signature` of the same prefix in the rest
+// of the text, not the matching one. At most 100 elements are added.
+[[nodiscard]] std::uint32_t lengthWithFollowingSignatures(std::string_view text,
+                                                          std::uint32_t start,
                                                           std::uint32_t length);
 
 } // namespace vantrel::dsig

@@ -16,9 +16,8 @@ namespace vantrel {
 bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& /*unused1*/,
                                              StringBuffer& /*unused2*/, DSigReference& ref,
                                              LogBase& log) {
-    dsig::onWorkingText(workingText, [&](dsig::WorkingText& text) {
-        removeEnvelopedSignature(text, ref, log);
-    });
+    dsig::onWorkingText(workingText,
+                        [&](dsig::WorkingText& text) { removeEnvelopedSignature(text, ref, log); });
     return true;
 }
 
@@ -41,7 +40,7 @@ void ClsXmlDSig::removeEnvelopedSignature(dsig::WorkingText& text, const DSigRef
     if (length != locator.m_sigLength) {
         dsig::noteAccommodation(m_accommodations, dsig::accommodation::kEnvelopedExtraRemoved);
     }
-    text.omit({locator.m_sigStart, locator.m_sigStart + length});
+    text.omit({locator.m_sigStart, length});
 }
 
 bool ClsXmlDSig::locateEnvelopedSignature(const StringBuffer& id, const DSigReference& ref,

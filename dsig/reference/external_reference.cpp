@@ -106,8 +106,10 @@ bool ClsXmlDSig::verifyExternalReference(const StringBuffer& uri, int index,
     }
     if (data == nullptr) {
         log.LogError("No external data defined for this reference.");
-        log.LogInfo("Hint 1: Set the IgnoreExternalRefs property to verify without checking digests for external file references.");
-        log.LogInfo("Hint 2: Set the ExternalRefDirs property to specify a set of directories to look for the referenced file.");
+        log.LogInfo(
+            "Hint 1: Set the IgnoreExternalRefs property to verify without checking digests for external file references.");
+        log.LogInfo(
+            "Hint 2: Set the ExternalRefDirs property to specify a set of directories to look for the referenced file.");
         externalMissing = true;
         m_refFailReason = kReasonNoData;
         return false;

@@ -136,8 +136,7 @@ bool ClsXmlDSig::isStoredDigest(const StringBuffer& calculated, const DSigRefere
 bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigReference& ref,
                                      dsig::DigestInput& input, StringBuffer& calculated,
                                      LogBase& log) {
-    if (m_zatcaRules ||
-        calculated.getSize() + kHexDigestExcess >= ref.m_digestValue.getSize()) {
+    if (m_zatcaRules || calculated.getSize() + kHexDigestExcess >= ref.m_digestValue.getSize()) {
         return false;
     }
     if (input.text.wasStreamed()) {
@@ -180,7 +179,8 @@ bool ClsXmlDSig::isHexDigest(const StringBuffer& calculated, const DSigReference
     if (!ref.m_digestValue.isHexidecimal()) {
         return false;
     }
-    log.LogError("Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
+    log.LogError(
+        "Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
     DataBuffer stored;
     StringBuffer storedBase64;
     if (!stored.appendEncoded(ref.m_digestValue.getString(), "hex")) {

@@ -175,16 +175,13 @@ bool ClsXmlDSig::runTransform(const ClsXml& transform, const StringBuffer& fragm
         return true;
     case TransformKind::Canonicalization: {
         state.canonicalized = true;
-        const bool nothingFollows = state.isLast && !input.base64Pending &&
-                                    (state.envelopedSeen || !fragmentId.isEmpty());
+        const bool nothingFollows =
+            state.isLast && !input.base64Pending && (state.envelopedSeen || !fragmentId.isEmpty());
         input.text.streamTo(nothingFollows ? state.sink : nullptr);
         return canonicalizeOrFail(&transform, input.text, algorithm, fragmentId, log);
     }
-    case TransformKind::Base64:
-        input.base64Pending = true;
-        return true;
-    case TransformKind::Unrecognized:
-        break;
+    case TransformKind::Base64: input.base64Pending = true; return true;
+    case TransformKind::Unrecognized: break;
     }
     log.LogDataSb("unrecognizedTransform", algorithm);
     return false;

@@ -62,7 +62,8 @@ bool ClsXmlDSig::retryReferenceDigest(int index, bool& externalMissing, ExtPtrAr
         return false;
     }
     if (m_duplicateAttrSortBug) {
-        log.LogInfo("Retry without duplication of common XML canonicalization attribute sorting bug...");
+        log.LogInfo(
+            "Retry without duplication of common XML canonicalization attribute sorting bug...");
         m_duplicateAttrSortBug = false;
         return verifyReferenceDigest2(index, externalMissing, dirs, log);
     }

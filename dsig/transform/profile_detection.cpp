@@ -127,19 +127,13 @@ void _clsXmlDSigBase::applyProfile(dsig::DocumentProfile profile, LogBase& log) 
         m_profileCode = 3;
         m_isPeruUbl = true;
         return;
-    case Profile::AttrSortAlways:
-        m_alwaysDuplicateAttrSortBug = true;
-        [[fallthrough]];
+    case Profile::AttrSortAlways: m_alwaysDuplicateAttrSortBug = true; [[fallthrough]];
     case Profile::AttrSort:
         logAttrSortEmulation(log);
         m_duplicateAttrSortBug = true;
         return;
-    case Profile::CmaStp:
-        m_cmaStpDocument = true;
-        return;
-    case Profile::SatDoda:
-        m_isSatDoda = true;
-        return;
+    case Profile::CmaStp: m_cmaStpDocument = true; return;
+    case Profile::SatDoda: m_isSatDoda = true; return;
     }
 }
 

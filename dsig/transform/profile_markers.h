@@ -11,7 +11,8 @@ namespace vantrel::dsig::marker {
 inline constexpr std::string_view kSii = "sii.cl";
 // Peruvian tax administration, UBL documents.
 inline constexpr std::string_view kPeruUbl = "urn:sunat:names:specification:ubl:peru";
-// Polish finance ministry, and the central repository of document templates that its declarations name.
+// Polish finance ministry, and the central repository of document templates that its declarations
+// name.
 inline constexpr std::string_view kPolishFinance1 = "mf.gov.pl";
 inline constexpr std::string_view kPolishFinance2 = "crd.gov.pl";
 // Polish social insurance institution; some of its namespaces have no "www.".

@@ -19,9 +19,13 @@ namespace marker = dsig::marker;
 
 namespace {
 
-// The DTE element around the Documento whose ID attribute, written with double quotes, has the value
-// `id`. Nothing but white space or text may stand between the two start tags.
-std::optional<xml::ByteRange> findSiiDte(std::string_view text, std::string_view id) {
+xml::TextRange rangeOf(std::size_t start, std::size_t end) {
+    return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)};
+}
+
+// The DTE element around the Documento whose ID attribute, written with double quotes, has the
+// value `id`. Nothing but white space or text may stand between the two start tags.
+std::optional<xml::TextRange> findSiiDte(std::string_view text, std::string_view id) {
     const std::string attribute = "ID=\"" + std::string(id) + '"';
     const std::size_t match = text::findText(text, attribute);
     if (match == std::string_view::npos) {
@@ -41,12 +45,11 @@ std::optional<xml::ByteRange> findSiiDte(std::string_view text, std::string_view
     if (end == std::string_view::npos) {
         return std::nullopt;
     }
-    return xml::ByteRange{static_cast<std::uint32_t>(dte),
-                          static_cast<std::uint32_t>(end + endTag.size())};
+    return rangeOf(dte, end + endTag.size());
 }
 
 // The authentication block of a SWIFT message, which its digest leaves out.
-std::optional<xml::ByteRange> findSwiftLau(std::string_view text) {
+std::optional<xml::TextRange> findSwiftLau(std::string_view text) {
     if (text::findText(text, marker::kSwift) == std::string_view::npos) {
         return std::nullopt;
     }
@@ -57,12 +60,11 @@ std::optional<xml::ByteRange> findSwiftLau(std::string_view text) {
         end <= start) {
         return std::nullopt;
     }
-    return xml::ByteRange{static_cast<std::uint32_t>(start),
-                          static_cast<std::uint32_t>(end + marker::kLauEnd.size())};
+    return rangeOf(start, end + marker::kLauEnd.size());
 }
 
-void keepOnly(StringBuffer& text, xml::ByteRange range) {
-    text.shorten(text.getSize() - range.end);
+void keepOnly(StringBuffer& text, xml::TextRange range) {
+    text.shorten(text.getSize() - range.end());
     text.removeChunk(0, range.start);
 }
 
@@ -70,17 +72,15 @@ void keepOnly(StringBuffer& text, xml::ByteRange range) {
 
 bool _clsXmlDSigBase::preprocessXmlToTransform(const StringBuffer& refId, const DSigReference& ref,
                                                StringBuffer& xml, LogBase& log) {
-    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
-        preprocessWorkingText(refId, ref, text, log);
-    });
+    dsig::onWorkingText(
+        xml, [&](dsig::WorkingText& text) { preprocessWorkingText(refId, ref, text, log); });
     return true;
 }
 
 bool _clsXmlDSigBase::postProcessTransformedXml(const StringBuffer& refId, const DSigReference& ref,
                                                 StringBuffer& xml, LogBase& log) {
-    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
-        postProcessWorkingText(refId, ref, text, log);
-    });
+    dsig::onWorkingText(
+        xml, [&](dsig::WorkingText& text) { postProcessWorkingText(refId, ref, text, log); });
     return true;
 }
 
@@ -101,7 +101,7 @@ void _clsXmlDSigBase::preprocessWorkingText(const StringBuffer& refId, const DSi
 bool _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy,
                                          LogBase& log) {
     const LogContextExitor context(log, "extract_sii_cl_dte");
-    const std::optional<xml::ByteRange> dte = findSiiDte(xml.view(), id != nullptr ? id : "");
+    const std::optional<xml::TextRange> dte = findSiiDte(xml.view(), id != nullptr ? id : "");
     if (!dte) {
         return false;
     }
@@ -117,12 +117,12 @@ void _clsXmlDSigBase::postProcessWorkingText(const StringBuffer& /*refId*/,
                                              const DSigReference& /*ref*/, dsig::WorkingText& text,
                                              LogBase& log) {
     const LogContextExitor context(log, "postProcessTransformedXml");
-    const std::optional<xml::ByteRange> lau = findSwiftLau(text.text().view());
+    const std::optional<xml::TextRange> lau = findSwiftLau(text.text().view());
     if (!lau) {
         return;
     }
     log.LogInfo("Adjusting XML to canonicalized by removing <LAU ... </LAU>");
-    text.change().removeChunk(lau->start, lau->end - lau->start);
+    text.change().removeChunk(lau->start, lau->length);
     dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileRemoval);
 }
 
@@ -144,7 +144,8 @@ bool _clsXmlDSigBase::zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
     if (xml.beginsWith("<?")) {
         if (const std::size_t end = xml.view().find("?>"); end != std::string_view::npos) {
             const std::size_t rest = xml.view().find_first_not_of("\t\n\r ", end + 2);
-            xml.removeChunk(0, static_cast<std::uint32_t>(std::min<std::size_t>(rest, xml.getSize())));
+            xml.removeChunk(0,
+                            static_cast<std::uint32_t>(std::min<std::size_t>(rest, xml.getSize())));
         }
     }
     if (const std::size_t end = xml.view().find('>');

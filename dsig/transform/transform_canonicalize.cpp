@@ -35,7 +35,8 @@ void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& l
 bool canonicalizeOnce(XmlCanon& canonicalizer, dsig::WorkingText& text,
                       const StringBuffer& fragmentId, StringBuffer& out, LogBase& log) {
     if (xml::CanonSink* const sink = text.sink(); sink != nullptr) {
-        if (!canonicalizer.canonicalizeTo(text.wholeText(), fragmentId.getString(), 0, *sink, log)) {
+        if (!canonicalizer.canonicalizeTo(text.wholeText(), fragmentId.getString(), 0, *sink,
+                                          log)) {
             return false;
         }
         text.markStreamed();
@@ -130,8 +131,8 @@ void _clsXmlDSigBase::configureAttrSort(XmlCanon& canonicalizer, LogBase& log) c
     }
     logAttrSortEmulation(log);
     canonicalizer.m_duplicateAttrSortBug = true;
-    canonicalizer.m_faultyOrder = m_secondAttrOrder ? xml::AttributeOrder::LocalName
-                                                    : xml::AttributeOrder::PrefixThenLocal;
+    canonicalizer.m_faultyOrder =
+        m_secondAttrOrder ? xml::AttributeOrder::LocalName : xml::AttributeOrder::PrefixThenLocal;
 }
 
 void _clsXmlDSigBase::logAttrSortEmulation(LogBase& log) {

@@ -2,12 +2,12 @@
 
 namespace vantrel::dsig {
 
-void WorkingText::omit(xml::ByteRange range) {
+void WorkingText::omit(xml::TextRange range) {
     if (m_isLoadedText && m_omitted.empty() && m_structure && xml::isHole(*m_structure, range)) {
         m_omitted.push_back(range);
         return;
     }
-    change().removeChunk(range.start, range.end - range.start);
+    change().removeChunk(range.start, range.length);
 }
 
 void WorkingText::cutOmitted() {
@@ -15,7 +15,7 @@ void WorkingText::cutOmitted() {
         return;
     }
     for (auto range = m_omitted.rbegin(); range != m_omitted.rend(); ++range) {
-        m_text.removeChunk(range->start, range->end - range->start);
+        m_text.removeChunk(range->start, range->length);
     }
     m_omitted.clear();
     forgetStructure();

@@ -3,7 +3,6 @@
 
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/canon/canonicalizer.h"
-#include "foundation/xml/scan/byte_range.h"
 #include "foundation/xml/scan/xml_document.h"
 
 #include <memory>
@@ -44,7 +43,7 @@ public:
     [[nodiscard]] const std::shared_ptr<const xml::XmlDocument>& structure() const noexcept {
         return m_structure;
     }
-    [[nodiscard]] const std::vector<xml::ByteRange>& omitted() const noexcept { return m_omitted; }
+    [[nodiscard]] const std::vector<xml::TextRange>& omitted() const noexcept { return m_omitted; }
     // True as long as this is the loaded document with nothing left out of it.
     [[nodiscard]] bool isWholeLoadedText() const noexcept {
         return m_isLoadedText && m_omitted.empty();
@@ -53,7 +52,7 @@ public:
     [[nodiscard]] bool isLoadedText() const noexcept { return m_isLoadedText; }
 
     // Leaves a stretch out; cuts it at once where that is not the same.
-    void omit(xml::ByteRange range);
+    void omit(xml::TextRange range);
 
     // A canonicalization writes to `sink` from now on; null: into the text.
     void streamTo(xml::CanonSink* sink) noexcept { m_sink = sink; }
@@ -71,15 +70,14 @@ private:
 
     StringBuffer m_text;
     std::shared_ptr<const xml::XmlDocument> m_structure;
-    std::vector<xml::ByteRange> m_omitted;
+    std::vector<xml::TextRange> m_omitted;
     xml::CanonSink* m_sink = nullptr;
     bool m_isLoadedText = false;
     bool m_streamed = false;
 };
 
 // Runs a step on a text that stands alone: step(WorkingText&).
-template <class Step>
-void onWorkingText(StringBuffer& xml, Step step) {
+template <class Step> void onWorkingText(StringBuffer& xml, Step step) {
     WorkingText text;
     StringBuffer copy = xml;
     text.replace(copy);

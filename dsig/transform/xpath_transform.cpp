@@ -115,12 +115,9 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
         dsig::removeChunks(text.change(), {"<ext:UBLExtensions>", "</ext:UBLExtensions>"}, 1);
         return true;
     }
-    case XPathShape::ElementWithId:
-        return removeElementsWithId(text, xPath, log);
-    case XPathShape::Element:
-        return removeElementsNamed(text, xPath, log);
-    case XPathShape::Unknown:
-        break;
+    case XPathShape::ElementWithId: return removeElementsWithId(text, xPath, log);
+    case XPathShape::Element: return removeElementsNamed(text, xPath, log);
+    case XPathShape::Unknown: break;
     }
     return unhandled(2, log);
 }
@@ -157,8 +154,8 @@ bool _clsXmlDSigBase::removeElementsWithId(dsig::WorkingText& text, const String
     log.LogDataSb("startTag", texts.startTag);
     log.LogDataSb("endTag", texts.endTag);
     log.LogDataSb("mustContain", texts.mustContain);
-    return removeRepeatedly(text, {texts.startTag.view(), texts.endTag.view(),
-                                   "<cbc:ID>QR</cbc:ID>"});
+    return removeRepeatedly(text,
+                            {texts.startTag.view(), texts.endTag.view(), "<cbc:ID>QR</cbc:ID>"});
 }
 
 } // namespace vantrel

@@ -31,8 +31,8 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
     }
 }
 
-// `summarise`: the outcome is to be recorded as the method's success or failure; a verification that
-// ends before a signature value is looked at leaves no such record.
+// `summarise`: the outcome is to be recorded as the method's success or failure; a verification
+// that ends before a signature value is looked at leaves no such record.
 bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log) {
     logOptionsAndSetZatca(log);
     log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
@@ -94,8 +94,8 @@ bool ClsXmlDSig::readSignatureValue(dsig::VerifyRun& run, LogBase& log) {
         log.LogError("Unable to find the SignatureValue element.");
         return false;
     }
-    if (!ContentCoding::decodeBase64ToDb(run.signatureText.getString(),
-                                         run.signatureText.getSize(), run.signature)) {
+    if (!ContentCoding::decodeBase64ToDb(run.signatureText.getString(), run.signatureText.getSize(),
+                                         run.signature)) {
         log.LogError("Failed to decode base64 SignatureValue.");
         return false;
     }

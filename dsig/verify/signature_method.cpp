@@ -14,17 +14,25 @@ struct MethodName {
     int meaning;
 };
 
-// Substrings, not whole identifiers: so one table serves XML Signature 1.0 and 1.1, RFC 6931 and the
-// RSA-PSS identifiers alike. In both tables the first part found decides; the order matters.
+// Substrings, not whole identifiers: so one table serves XML Signature 1.0 and 1.1, RFC 6931 and
+// the RSA-PSS identifiers alike. In both tables the first part found decides; the order matters.
 constexpr MethodName kHashNames[] = {
-    {"-sha256", kHashSha256},       {"#sha256", kHashSha256},
-    {"-sha1", kHashSha1},           {"#sha1", kHashSha1},
-    {"-sha384", kHashSha384},       {"#sha384", kHashSha384},
-    {"-sha512", kHashSha512},       {"#sha512", kHashSha512},
-    {"-ripemd160", kHashRipemd160}, {"#ripemd160", kHashRipemd160},
-    {"-ripemd128", kHashRipemd128}, {"#ripemd128", kHashRipemd128},
-    {"-md5", kHashMd5},             {"#md5", kHashMd5},
-    {"-md2", kHashMd2},             {"#md2", kHashMd2},
+    {"-sha256", kHashSha256},
+    {"#sha256", kHashSha256},
+    {"-sha1", kHashSha1},
+    {"#sha1", kHashSha1},
+    {"-sha384", kHashSha384},
+    {"#sha384", kHashSha384},
+    {"-sha512", kHashSha512},
+    {"#sha512", kHashSha512},
+    {"-ripemd160", kHashRipemd160},
+    {"#ripemd160", kHashRipemd160},
+    {"-ripemd128", kHashRipemd128},
+    {"#ripemd128", kHashRipemd128},
+    {"-md5", kHashMd5},
+    {"#md5", kHashMd5},
+    {"-md2", kHashMd2},
+    {"#md2", kHashMd2},
     {"#sha3", -1},
 };
 

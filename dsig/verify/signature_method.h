@@ -13,8 +13,8 @@ inline constexpr int kKeyTypeDsa = 2;
 inline constexpr int kKeyTypeEcdsa = 3;
 inline constexpr int kKeyTypeHmac = 4;
 
-// The hash that a signature method's identifier names (hash_ids.h); 0 when it names none, -1 when it
-// names one that is not supported. Pure functions of the text; nothing is logged.
+// The hash that a signature method's identifier names (hash_ids.h); 0 when it names none, -1 when
+// it names one that is not supported. Pure functions of the text; nothing is logged.
 [[nodiscard]] int signatureMethodToHashAlg(const StringBuffer& algorithmUri, LogBase& log);
 // The key type that it names, kKeyTypeUnknown when it names none.
 [[nodiscard]] int signatureMethodToKeyType(const StringBuffer& algorithmUri, LogBase& log);

@@ -86,8 +86,8 @@ bool ClsXmlDSig::takeZatcaInvoiceHash(dsig::VerifyRun& run, LogBase& log) {
         log.LogError("Failed to get invoiceHash for signature verification.");
         return false;
     }
-    // Only a digest of the reference's method, raw or as its hexadecimal text, is one: otherwise any
-    // bytes that the key ever signed could stand here.
+    // Only a digest of the reference's method, raw or as its hexadecimal text, is one: otherwise
+    // any bytes that the key ever signed could stand here.
     DataBuffer invoiceHash;
     const std::size_t digestSize = crypto::hashDigestSize(run.firstReference.getHashAlg());
     if (!invoiceHash.appendEncoded(run.canonicalSignedInfo.view(), "base64") ||

@@ -25,10 +25,10 @@ KeyVerdict verifyWithRsaKey(const VerifyRun& run, RsaKeyData& key, LogBase& log)
     const bool pss = run.signatureMethod.containsSubstring("MGF1");
     bool verified = false;
     bool wrongKey = false;
-    const bool ran = RsaVerifier::verifyHashExt(
-        run.signature.getData2(), run.signature.getSize(), run.hash.getData2(), run.hash.getSize(),
-        run.hashAlg, pss ? kPaddingPss : kPaddingPkcs1, run.hashAlg, verified, key, 0, true,
-        wrongKey, log);
+    const bool ran = RsaVerifier::verifyHashExt(run.signature.getData2(), run.signature.getSize(),
+                                                run.hash.getData2(), run.hash.getSize(),
+                                                run.hashAlg, pss ? kPaddingPss : kPaddingPkcs1,
+                                                run.hashAlg, verified, key, 0, true, wrongKey, log);
 
     if (!ran && wrongKey) {
         log.LogInfo("Not the correct key.");
@@ -132,12 +132,9 @@ int tryEcdsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
 
 int tryKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
     switch (run.keyType) {
-    case kKeyTypeRsa:
-        return tryRsaKeys(run, log);
-    case kKeyTypeDsa:
-        return tryDsaKeys(run, log, endedEarly);
-    case kKeyTypeEcdsa:
-        return tryEcdsaKeys(run, log, endedEarly);
+    case kKeyTypeRsa: return tryRsaKeys(run, log);
+    case kKeyTypeDsa: return tryDsaKeys(run, log, endedEarly);
+    case kKeyTypeEcdsa: return tryEcdsaKeys(run, log, endedEarly);
     default:
         log.LogInfo("Unknown key type...");
         log.LogError("Invalid key type");
@@ -159,8 +156,7 @@ bool tryHmac(VerifyRun& run, const DataBuffer& key, LogBase& log) {
     mac.encodeDB("base64", expected);
     StringBuffer given = run.signatureText;
     given.trim2();
-    run.verified =
-        crypto::constantTimeEqual(asBytes(expected.view()), asBytes(given.view()));
+    run.verified = crypto::constantTimeEqual(asBytes(expected.view()), asBytes(given.view()));
     if (!run.verified) {
         log.LogError("HMAC validation failed.");
     }

@@ -9,28 +9,23 @@ namespace vantrel::dsig {
 
 namespace {
 
-// A multiplicative congruential generator (the "minimal standard" of Park and Miller); state 0
-// means not seeded. Relaxed loads and stores: a lost step does no harm.
-constexpr std::uint32_t kMultiplier = 16807;
-constexpr std::uint32_t kModulus = 2147483647;
 constexpr std::uint32_t kLowest = 1000;
 constexpr std::uint32_t kHighest = 9998;
 
+// 0 means not seeded. Relaxed loads and stores: a lost step does no harm.
 std::atomic<std::uint32_t> generatorState{0};
-
-std::uint32_t seed() { return static_cast<std::uint32_t>(Psdk::getTickCount()); }
 
 std::uint32_t nextGroup() {
     std::uint32_t state = generatorState.load(std::memory_order_relaxed);
     if (state == 0) {
-        state = seed();
+        state = Psdk::getTickCount();
     }
-    state = kMultiplier * state % kModulus;
+    state = static_cast<std::uint32_t>(std::uint64_t{Psdk::n1()} * state % Psdk::n2());
     if (state == 0) {
-        state = seed();
+        state = Psdk::getTickCount();
     }
     generatorState.store(state, std::memory_order_relaxed);
-    return kLowest + state % (kHighest - kLowest + 1);
+    return Psdk::toIntRange(state, kLowest, kHighest);
 }
 
 } // namespace

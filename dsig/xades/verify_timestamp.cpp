@@ -24,7 +24,8 @@ struct Imprint {
 bool readImprint(const DataBuffer& tstInfo, Imprint& imprint, LogBase& log) {
     StringBuffer xml;
     if (!AsnXmlCodec::derToXml(tstInfo, true, false, xml, nullptr, log)) {
-        log.LogError("Failed to decoded ASN.1 extracted from the encapsulated timestamp signature.");
+        log.LogError(
+            "Failed to decoded ASN.1 extracted from the encapsulated timestamp signature.");
         return false;
     }
     const Ref<ClsXml> payload = Ref<ClsXml>::adopt(ClsXml::createNewCls());

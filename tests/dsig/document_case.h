@@ -1,0 +1,30 @@
+#ifndef TESTS_DSIG_DOCUMENT_CASE_H
+#define TESTS_DSIG_DOCUMENT_CASE_H
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/json/json_value.h"
+
+#include <string>
+#include <vector>
+
+namespace vantrel::test {
+
+// The manifest's JSON, its array `list`; a fault fails the running test and gives an empty value.
+[[nodiscard]] json::JsonValue readManifest(const std::string& path, const char* list);
+
+[[nodiscard]] std::string textOf(const json::JsonValue& object, const char* name);
+[[nodiscard]] std::int64_t integerOf(const json::JsonValue& object, const char* name);
+
+// Loads a document from a file; a failure fails the running test.
+void loadDocument(ClsXmlDSig& verifier, const std::string& path);
+// Hands over what the entry's `key` and `external` say, for the selected signature. Files are
+// relative to `folder`. False when the entry's key is of a kind that the verifier cannot be given.
+void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
+                       const std::string& folder);
+[[nodiscard]] std::string logOf(ClsXmlDSig& verifier);
+// The structured result of the last verification.
+[[nodiscard]] json::JsonValue reportOf(ClsXmlDSig& verifier);
+
+} // namespace vantrel::test
+
+#endif
