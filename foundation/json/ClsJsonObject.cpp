@@ -59,28 +59,52 @@ const JsonValue* follow(const JsonValue& from, const Step& step) noexcept {
     return step.index < from.elements().size() ? &from.elements()[step.index] : nullptr;
 }
 
-// As follow(), but makes what is missing. Null when the value there is of another kind, or the
-// index lies beyond the next one.
-JsonValue* followOrMake(JsonValue& from, const Step& step) {
-    const auto wanted = step.isIndex ? JsonValue::Kind::Array : JsonValue::Kind::Object;
-    if (from.kind() == JsonValue::Kind::Null) {
-        from = JsonValue(wanted);
+JsonValue::Kind containerFor(const Step& step) noexcept {
+    return step.isIndex ? JsonValue::Kind::Array : JsonValue::Kind::Object;
+}
+
+// True when the whole path can be followed or made: what is there is of the right kind, what is not
+// there begins at the next index.
+bool canMake(const JsonValue& root, std::string_view path) noexcept {
+    const JsonValue* at = &root;
+    std::size_t steps = 0;
+    while (!path.empty()) {
+        Step step;
+        if (!takeStep(path, step) || ++steps >= json::kMaxJsonDepth) {
+            return false;
+        }
+        if (at == nullptr || at->kind() == JsonValue::Kind::Null) {
+            at = nullptr;
+            if (step.index != 0) {
+                return false;
+            }
+            continue;
+        }
+        if (at->kind() != containerFor(step) || step.index > at->elements().size()) {
+            return false;
+        }
+        at = follow(*at, step);
     }
-    if (from.kind() != wanted || (step.isIndex && step.index > from.elements().size())) {
-        return nullptr;
+    return steps != 0;
+}
+
+// As follow(), but makes what is missing; only where canMake() agreed.
+JsonValue& followOrMake(JsonValue& from, const Step& step) {
+    if (from.kind() == JsonValue::Kind::Null) {
+        from = JsonValue(containerFor(step));
     }
     if (step.isIndex) {
-        return step.index < from.elements().size() ? &from.elements()[step.index]
-                                                   : &from.elements().emplace_back();
+        return step.index < from.elements().size() ? from.elements()[step.index]
+                                                   : from.elements().emplace_back();
     }
     if (JsonValue* const known = from.find(step.name); known != nullptr) {
-        return known;
+        return *known;
     }
     json::JsonMember member;
     if (!member.name.appendView(step.name)) {
         throw std::bad_alloc();
     }
-    return &from.members().emplace_back(std::move(member)).value;
+    return from.members().emplace_back(std::move(member)).value;
 }
 
 } // namespace
@@ -219,18 +243,16 @@ bool ClsJsonObject::IsNullOf(const XString& path) {
 }
 
 bool ClsJsonObject::update(std::string_view path, JsonValue value) {
-    // On a copy: a path that cannot be followed to its end leaves nothing behind.
-    JsonValue root = m_root;
-    JsonValue* at = path.empty() ? nullptr : &root;
-    while (at != nullptr && !path.empty()) {
-        Step step;
-        at = takeStep(path, step) ? followOrMake(*at, step) : nullptr;
-    }
-    if (at == nullptr) {
+    if (!canMake(m_root, path)) {
         return false;
     }
+    JsonValue* at = &m_root;
+    while (!path.empty()) {
+        Step step;
+        static_cast<void>(takeStep(path, step));
+        at = &followOrMake(*at, step);
+    }
     *at = std::move(value);
-    m_root = std::move(root);
     return true;
 }
 
