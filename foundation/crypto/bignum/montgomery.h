@@ -64,8 +64,8 @@ private:
     std::size_t m_steps = 0; // digits that R counts; m_size less the padding
     Limb m_negInverse = 0;   // -1/n modulo the kernel's radix
     std::array<Limb, kMaxModulusLimbs> m_n;
-    std::array<Limb, kMaxModulusLimbs> m_kernelN;  // n in the kernel's radix
-    std::array<Limb, kMaxModulusLimbs> m_rSquared; // R^2 mod n in the kernel's radix
+    alignas(64) std::array<Limb, kMaxModulusLimbs> m_kernelN;  // n in the kernel's radix
+    alignas(64) std::array<Limb, kMaxModulusLimbs> m_rSquared; // R^2 mod n in the kernel's radix
 };
 
 } // namespace vantrel::crypto

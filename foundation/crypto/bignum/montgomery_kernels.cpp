@@ -7,6 +7,10 @@ namespace vantrel::crypto {
 namespace {
 
 constexpr MontgomeryKernel kKernels[] = {
+#if defined(__x86_64__)
+    {"ifma", CpuFeature::Avx512 | CpuFeature::Avx512Ifma | CpuFeature::Bmi2, 52, true, 8,
+     kIfmaMinLimbs, kIfmaMaxLimbs, montgomeryMultiplyIfma, montgomerySquareIfma},
+#endif
     {"portable", CpuFeature::None, 64, false, 1, 1, kMaxModulusLimbs, montgomeryMultiplyPortable,
      montgomerySquarePortable},
 };

@@ -13,6 +13,16 @@ void montgomeryMultiplyPortable(Limb* z, const Limb* x, const Limb* y, const Lim
 void montgomerySquarePortable(Limb* z, const Limb* x, const Limb* n, Limb negInverse,
                               std::size_t size) noexcept;
 
+#if defined(__x86_64__)
+// For 17 to 80 digits of 52 bits.
+inline constexpr std::size_t kIfmaMinLimbs = 16;
+inline constexpr std::size_t kIfmaMaxLimbs = 64;
+void montgomeryMultiplyIfma(Limb* z, const Limb* x, const Limb* y, const Limb* n, Limb negInverse,
+                            std::size_t size) noexcept;
+void montgomerySquareIfma(Limb* z, const Limb* x, const Limb* n, Limb negInverse,
+                          std::size_t size) noexcept;
+#endif
+
 } // namespace vantrel::crypto
 
 #endif
