@@ -27,6 +27,7 @@ template <int F>
 [[gnu::always_inline]] VANTREL_TARGET_SHA inline void fourRounds(Registers& r, __m128i w) noexcept {
     const __m128i e = _mm_sha1nexte_epu32(r.before, w);
     r.before = r.abcd;
+    __asm__("" : "+x"(r.before)); // the copy goes aside: not on the path from abcd to abcd
     r.abcd = _mm_sha1rnds4_epu32(r.abcd, e, F);
 }
 
