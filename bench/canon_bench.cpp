@@ -7,6 +7,7 @@
 
 #include <random>
 #include <string>
+#include <string_view>
 
 #include <benchmark/benchmark.h>
 #include <libxml/c14n.h>
@@ -39,10 +40,10 @@ std::string invoices(std::size_t size, bool tidy) {
                                  "ID",     "Price"};
     for (int number = 0; text.size() < size; ++number) {
         text += "  <Invoice Id=\"inv-" + std::to_string(number) + "\">\n";
-        for (unsigned line = 0, lines = 2 + random() % 9; line < lines; ++line) {
-            const std::string name = names[random() % 6];
-            const std::string prefix = random() % 2 == 0 ? "c:" : "";
-            text += "    <" + prefix + name;
+        for (std::uint64_t line = 0, lines = 2 + random() % 9; line < lines; ++line) {
+            const std::string_view name = names[random() % 6];
+            const std::string_view prefix = random() % 2 == 0 ? "c:" : "";
+            text.append("    <").append(prefix).append(name);
             if (random() % 2 == 0) {
                 text += tidy ? " currencyID=\"EUR\"" : " currencyID='EUR'";
             }
@@ -50,14 +51,15 @@ std::string invoices(std::size_t size, bool tidy) {
                 text += tidy ? " unit=\"C62\" xsi:type=\"c:T\"" : " xsi:type=\"c:T\"  unit=\"C62\"";
             }
             if (random() % 12 == 0) {
-                text += tidy ? "></" + prefix + name + ">\n" : "/>\n";
+                tidy ? text.append("></").append(prefix).append(name).append(">\n")
+                     : text.append("/>\n");
                 continue;
             }
-            text += ">" + std::string(random() % 40, 'x') + std::to_string(random());
+            text.append(">").append(random() % 40, 'x').append(std::to_string(random()));
             if (!tidy && random() % 8 == 0) {
                 text += " &amp; co &#233; > <!-- checked --> \r\n";
             }
-            text += "</" + prefix + name + ">\n";
+            text.append("</").append(prefix).append(name).append(">\n");
         }
         text += "  </Invoice>\n";
     }

@@ -147,6 +147,7 @@ TEST(XmlCanon, LeavesHolesOutAsIfTheyWereCutOut) {
         XmlCanon canon;
         canon.m_omitted = takeMarks(text);
         const CanonCall call = readCall(vector);
+        setUp(canon, call);
         RecordingLog log;
         const auto out = run(canon, StringBuffer{text}, call, log);
         if (vector.has("Error")) {
