@@ -1,0 +1,75 @@
+// `xmldsig certs`: the certificates of KeyInfo as PEM.
+
+#include "cli/commands.h"
+#include "cli/document.h"
+#include "cli/terminal.h"
+#include "foundation/log/ClsStringArray.h"
+
+namespace vantrel::cli {
+
+namespace {
+
+constexpr std::size_t kPemLine = 64; // RFC 7468
+
+std::string asPem(std::string_view base64) {
+    std::string out = "-----BEGIN CERTIFICATE-----\n";
+    for (std::size_t at = 0; at < base64.size(); at += kPemLine) {
+        out += base64.substr(at, kPemLine);
+        out += '\n';
+    }
+    return out + "-----END CERTIFICATE-----\n";
+}
+
+int runFile(const std::optional<int>& wanted, const std::string& name, std::string& complaint) {
+    ClsXmlDSig verifier;
+    if (!loadDocument(name, verifier, complaint)) {
+        return kCannotTell;
+    }
+    const int count = verifier.get_NumSignatures();
+    if (wanted && *wanted >= count) {
+        complaint = "there is no signature with index " + std::to_string(*wanted) +
+                    "; the document has " + std::to_string(count);
+        return kCannotTell;
+    }
+    if (count == 0) {
+        complaint = "there is no signature";
+        return kSomethingFails;
+    }
+    int certificates = 0;
+    for (int i = wanted.value_or(0); i < (wanted ? *wanted + 1 : count); ++i) {
+        verifier.put_Selector(i);
+        ClsStringArray found;
+        (void)verifier.GetCerts(found); // false where there is none, which is no failure here
+        for (int k = 0; k < found.get_Count(); ++k, ++certificates) {
+            writeOutput(asPem(found.getStringUtf8(k)));
+        }
+    }
+    if (certificates == 0) {
+        complaint = "KeyInfo holds no certificate";
+    }
+    return kEverythingHolds;
+}
+
+int runCerts(const Arguments& arguments) {
+    std::optional<int> wanted;
+    std::string complaint;
+    if (!arguments.number("--signature", 0, 0x7FFFFFFE, wanted, complaint)) {
+        complain(complaint);
+        return kCannotTell;
+    }
+    return forEachFile(arguments, false, [&wanted](const std::string& name, std::string& why) {
+        return runFile(wanted, name, why);
+    });
+}
+
+} // namespace
+
+Command certsCommand() {
+    return {"certs",
+            "[--signature N] FILE",
+            "Writes the certificates of KeyInfo as PEM, in document order.",
+            {{"--signature", "N", "only those of the signature with this index (default: all)"}},
+            runCerts};
+}
+
+} // namespace vantrel::cli

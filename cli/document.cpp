@@ -1,0 +1,51 @@
+#include "cli/document.h"
+
+#include "cli/input.h"
+#include "cli/terminal.h"
+#include "foundation/log/ClsBinData.h"
+
+#include <algorithm>
+
+namespace vantrel::cli {
+
+bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& complaint) {
+    ClsBinData bytes;
+    if (!readInput(name, bytes.data(), complaint)) {
+        return false;
+    }
+    if (!verifier.LoadSignatureBd(bytes)) {
+        XString line;
+        verifier.get_LastErrorLine(line);
+        complaint = line.isEmpty() ? "the document could not be loaded"
+                                   : std::string(line.getUtf8Sb().view());
+        return false;
+    }
+    return true;
+}
+
+int forEachFile(const Arguments& arguments, bool inputByDefault,
+                const std::function<int(const std::string& name, std::string& complaint)>& work) {
+    std::vector<std::string> names = arguments.operands();
+    if (names.empty() && inputByDefault) {
+        names.emplace_back("-");
+    }
+    if (names.empty()) {
+        complain("no file is named");
+        return kCannotTell;
+    }
+    if (std::count(names.begin(), names.end(), "-") > 1) {
+        complain("the standard input can be read only once");
+        return kCannotTell;
+    }
+    int code = kEverythingHolds;
+    for (const std::string& name : names) {
+        std::string complaint;
+        code = std::max(code, work(name, complaint));
+        if (!complaint.empty()) {
+            complain(name + ": " + complaint);
+        }
+    }
+    return code;
+}
+
+} // namespace vantrel::cli

@@ -1,0 +1,59 @@
+#include "cli/input.h"
+
+#include "foundation/io/files.h"
+#include "foundation/log/_vlLogger.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace vantrel::cli {
+
+bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint) {
+    _vlLogger log;
+    const bool ok = name == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
+                                : io::readFile(name, kMaxInputSize, bytes, log);
+    if (!ok) {
+        complaint = log.lastErrorLine();
+    }
+    return ok;
+}
+
+NameSource::~NameSource() {
+    if (m_list != nullptr && m_list != stdin) {
+        std::fclose(m_list);
+    }
+}
+
+bool NameSource::openList(const std::string& path, std::string& complaint) {
+    m_list = path == "-" ? stdin : std::fopen(path.c_str(), "re");
+    if (m_list == nullptr) {
+        complaint = path + ": " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+bool NameSource::next(std::string& name) {
+    if (m_position < m_names.size()) {
+        name = m_names[m_position++];
+        return true;
+    }
+    if (m_list == nullptr) {
+        return false;
+    }
+    char* line = nullptr;
+    std::size_t capacity = 0;
+    ssize_t length = 0;
+    name.clear();
+    while (name.empty() && (length = getline(&line, &capacity, m_list)) >= 0) {
+        name.assign(line, static_cast<std::size_t>(length));
+        while (!name.empty() && (name.back() == '\n' || name.back() == '\r')) {
+            name.pop_back();
+        }
+    }
+    std::free(line);
+    return !name.empty();
+}
+
+} // namespace vantrel::cli

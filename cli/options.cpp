@@ -1,0 +1,121 @@
+#include "cli/options.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace vantrel::cli {
+
+namespace {
+
+const OptionSpec* find(std::span<const OptionSpec> table, std::string_view name) {
+    const auto place = std::find_if(table.begin(), table.end(),
+                                    [name](const OptionSpec& spec) { return spec.name == name; });
+    return place == table.end() ? nullptr : &*place;
+}
+
+} // namespace
+
+bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* const> arguments,
+                      std::string& complaint) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string_view argument = arguments[i];
+        if (argument == "--") {
+            m_operands.insert(m_operands.end(),
+                              arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                              arguments.end());
+            return true;
+        }
+        if (argument.size() < 2 || argument[0] != '-') {
+            m_operands.emplace_back(argument);
+            continue;
+        }
+        const std::size_t equals = argument.find('=');
+        const std::string_view name = argument.substr(0, equals);
+        const OptionSpec* const spec = find(table, name);
+        if (spec == nullptr) {
+            complaint = "unknown option " + std::string(name);
+            return false;
+        }
+        std::string value;
+        if (spec->argument.empty()) {
+            if (equals != std::string_view::npos) {
+                complaint = "option " + std::string(name) + " takes no value";
+                return false;
+            }
+        } else if (equals != std::string_view::npos) {
+            value = argument.substr(equals + 1);
+        } else if (++i < arguments.size()) {
+            value = arguments[i];
+        } else {
+            complaint = "option " + std::string(name) + " needs a value";
+            return false;
+        }
+        m_options.emplace_back(spec->name, std::move(value));
+    }
+    return true;
+}
+
+const std::string* Arguments::last(std::string_view name) const noexcept {
+    const std::string* found = nullptr;
+    for (const auto& [given, value] : m_options) {
+        if (given == name) {
+            found = &value;
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> Arguments::all(std::string_view name) const {
+    std::vector<std::string> values;
+    for (const auto& [given, value] : m_options) {
+        if (given == name) {
+            values.push_back(value);
+        }
+    }
+    return values;
+}
+
+bool Arguments::number(std::string_view name, int lowest, int highest, std::optional<int>& value,
+                       std::string& complaint) const {
+    const std::string* const text = last(name);
+    if (text == nullptr) {
+        value.reset();
+        return true;
+    }
+    int parsed = 0;
+    if (!parseNumber(*text, lowest, highest, parsed)) {
+        complaint = std::string(name) + " takes a number from " + std::to_string(lowest) + " to " +
+                    std::to_string(highest) + ", not \"" + *text + "\"";
+        return false;
+    }
+    value = parsed;
+    return true;
+}
+
+bool parseNumber(std::string_view text, int lowest, int highest, int& value) noexcept {
+    if (text.empty() || text[0] < '0' || text[0] > '9') {
+        return false;
+    }
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && value >= lowest &&
+           value <= highest;
+}
+
+std::string describeOptions(std::span<const OptionSpec> table) {
+    constexpr std::size_t kColumn = 26;
+    std::string out;
+    for (const OptionSpec& spec : table) {
+        std::string left = "  " + std::string(spec.name);
+        if (!spec.argument.empty()) {
+            left += " " + std::string(spec.argument);
+        }
+        out += left;
+        out += left.size() < kColumn ? std::string(kColumn - left.size(), ' ')
+                                     : "\n" + std::string(kColumn, ' ');
+        out += spec.help;
+        out += '\n';
+    }
+    return out;
+}
+
+} // namespace vantrel::cli

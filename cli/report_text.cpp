@@ -1,0 +1,229 @@
+#include "cli/report_text.h"
+
+#include "cli/terminal.h"
+#include "foundation/json/json_value.h"
+
+#include <array>
+#include <cstdint>
+#include <utility>
+
+namespace vantrel::cli {
+
+namespace {
+
+using json::JsonValue;
+
+// References beyond this number are summed up, but for those that do not match.
+constexpr std::size_t kListedReferences = 20;
+
+std::string_view textOf(const JsonValue& object, std::string_view name) {
+    const JsonValue* const value = object.find(name);
+    return value != nullptr ? value->text() : std::string_view();
+}
+
+std::int64_t numberOf(const JsonValue& object, std::string_view name) {
+    const JsonValue* const value = object.find(name);
+    std::int64_t number = 0;
+    return value != nullptr && value->integer(number) ? number : 0;
+}
+
+bool flagOf(const JsonValue& object, std::string_view name) {
+    const JsonValue* const value = object.find(name);
+    return value != nullptr && value->kind() == JsonValue::Kind::True;
+}
+
+const std::vector<JsonValue>& listOf(const JsonValue& object, std::string_view name) {
+    static const std::vector<JsonValue> none;
+    const JsonValue* const value = object.find(name);
+    return value != nullptr ? value->elements() : none;
+}
+
+std::string wordsOf(const JsonValue& object, std::string_view name) {
+    std::string words;
+    for (const JsonValue& word : listOf(object, name)) {
+        words += words.empty() ? "" : ", ";
+        words += printable(word.text());
+    }
+    return words;
+}
+
+std::string line(std::string_view label, std::string_view text) {
+    std::string out = "    " + std::string(label);
+    out.append(label.size() < 10 ? 10 - label.size() : 1, ' ');
+    return out + std::string(text) + "\n";
+}
+
+Colour colourOf(std::string_view status) {
+    if (status == "valid" || status == "match") {
+        return Colour::Good;
+    }
+    return status == "not-checked" ? Colour::Note : Colour::Bad;
+}
+
+std::string heading(const JsonValue& signature) {
+    std::string out = "  signature " + std::to_string(numberOf(signature, "index"));
+    if (const std::string_view id = textOf(signature, "id"); !id.empty()) {
+        out += " \"" + printable(id) + "\"";
+    }
+    return out;
+}
+
+std::string targetOf(const JsonValue& reference) {
+    const std::string_view covers = textOf(reference, "covers");
+    const std::string uri = printable(textOf(reference, "uri"));
+    if (covers == "document") {
+        return "the whole document";
+    }
+    if (covers == "element") {
+        return "element " + printable(textOf(reference, "path")) + " (" + uri + ")";
+    }
+    if (covers == "external") {
+        return "external " + uri;
+    }
+    return "\"" + uri + "\"";
+}
+
+std::string referenceLine(const JsonValue& reference) {
+    const std::string_view status = textOf(reference, "status");
+    std::string text = targetOf(reference) + ", " +
+                       algorithmName(textOf(reference, "digestMethod")) + ": " +
+                       coloured(status, colourOf(status));
+    if (status != "match" && status != "not-checked") {
+        text += " (reason " + std::to_string(numberOf(reference, "reason")) + ")";
+    }
+    if (const std::string words = wordsOf(reference, "accommodations"); !words.empty()) {
+        text += " [" + words + "]";
+    }
+    return line("covers", text);
+}
+
+std::string referenceLines(const JsonValue& signature) {
+    const std::vector<JsonValue>& references = listOf(signature, "references");
+    std::string out;
+    std::size_t unlisted = 0;
+    for (const JsonValue& reference : references) {
+        const bool matches = textOf(reference, "status") == "match";
+        if (references.size() > kListedReferences && matches && numberOf(reference, "index") > 9) {
+            ++unlisted;
+        } else {
+            out += referenceLine(reference);
+        }
+    }
+    if (unlisted > 0) {
+        out += line("", "and " + std::to_string(unlisted) + " more that match (--json lists all)");
+    }
+    return out;
+}
+
+std::string keyLine(const JsonValue& key) {
+    std::string text = printable(textOf(key, "type"));
+    if (const std::string_view curve = textOf(key, "curve"); !curve.empty()) {
+        text += " " + printable(curve);
+    } else {
+        text += " " + std::to_string(numberOf(key, "bits"));
+    }
+    text += ", from " + printable(textOf(key, "source"));
+    if (const std::string_view subject = textOf(key, "subject"); !subject.empty()) {
+        text += ", " + printable(subject);
+    }
+    return line(flagOf(key, "used") ? "key" : "tried", text);
+}
+
+// The key that verified; where none did, all that were there.
+std::string keyLines(const JsonValue& signature) {
+    std::string used;
+    std::string all;
+    for (const JsonValue& key : listOf(signature, "keys")) {
+        (flagOf(key, "used") ? used : all) += keyLine(key);
+    }
+    return used.empty() ? all : used;
+}
+
+} // namespace
+
+std::string algorithmName(std::string_view identifier) {
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kKnown = {{
+        {"http://www.w3.org/TR/2001/REC-xml-c14n-20010315", "c14n"},
+        {"http://www.w3.org/TR/2001/REC-xml-c14n-20010315#WithComments", "c14n with comments"},
+        {"http://www.w3.org/2001/10/xml-exc-c14n#", "exclusive c14n"},
+        {"http://www.w3.org/2001/10/xml-exc-c14n#WithComments", "exclusive c14n with comments"},
+    }};
+    for (const auto& [known, name] : kKnown) {
+        if (identifier == known) {
+            return std::string(name);
+        }
+    }
+    const std::size_t mark = identifier.find_last_of("#/:");
+    if (mark != std::string_view::npos && mark + 1 < identifier.size()) {
+        identifier.remove_prefix(mark + 1);
+    }
+    return printable(identifier);
+}
+
+std::string fileHeading(std::string_view name, std::string_view status) {
+    return printable(name) + ": " + coloured(status, colourOf(status)) + "\n";
+}
+
+std::string signatureText(std::string_view json) {
+    JsonValue signature;
+    std::size_t faultAt = 0;
+    if (!json::parseJson(json, signature, faultAt)) {
+        return "  (no report)\n";
+    }
+    const std::string_view status = textOf(signature, "status");
+    std::string out = heading(signature) + ": " + coloured(status, colourOf(status)) + "\n";
+    if (const std::string_view reason = textOf(signature, "reason"); !reason.empty()) {
+        out += line("reason", printable(reason));
+    }
+    out += line("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
+                              algorithmName(textOf(signature, "canonicalizationMethod")));
+    if (const std::string_view profile = textOf(signature, "profile"); !profile.empty()) {
+        out += line("profile", printable(profile));
+    }
+    out += keyLines(signature) + referenceLines(signature);
+    if (const std::string_view stamp = textOf(signature, "timestamp"); stamp != "absent") {
+        const std::string_view time = textOf(signature, "timestampTime");
+        out += line("stamp", coloured(stamp, colourOf(stamp)) +
+                                 (time.empty() ? "" : ", " + printable(time)));
+    }
+    if (const std::string words = wordsOf(signature, "accommodations"); !words.empty()) {
+        out += line("leniency", coloured(words, Colour::Note));
+    }
+    if (const std::string words = wordsOf(signature, "warnings"); !words.empty()) {
+        out += line("warnings", coloured(words, Colour::Note));
+    }
+    return out;
+}
+
+std::string descriptionText(std::string_view json) {
+    JsonValue signature;
+    std::size_t faultAt = 0;
+    if (!json::parseJson(json, signature, faultAt)) {
+        return "  (no description)\n";
+    }
+    std::string out = heading(signature) + "\n";
+    out += line("path", printable(textOf(signature, "path")));
+    out += line("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
+                              algorithmName(textOf(signature, "canonicalizationMethod")));
+    for (const JsonValue& reference : listOf(signature, "references")) {
+        std::string text = "\"" + printable(textOf(reference, "uri")) + "\"";
+        if (flagOf(reference, "external")) {
+            text += " (external)";
+        }
+        for (const JsonValue& transform : listOf(reference, "transforms")) {
+            text += ", " + algorithmName(transform.text());
+        }
+        out += line("reference", text);
+        out += line("", algorithmName(textOf(reference, "digestMethod")) + " " +
+                            printable(textOf(reference, "digestValue")));
+    }
+    for (const JsonValue& entry : listOf(signature, "keyInfo")) {
+        const std::string holds = wordsOf(entry, "holds");
+        out += line("keyinfo",
+                    printable(textOf(entry, "element")) + (holds.empty() ? "" : ": " + holds));
+    }
+    out += line("stamp", flagOf(signature, "timestamp") ? "present" : "absent");
+    return out;
+}
+
+} // namespace vantrel::cli

@@ -1,0 +1,97 @@
+#include "cli/terminal.h"
+
+#include "foundation/text/utf8.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace vantrel::cli {
+
+namespace {
+
+bool g_outputFailed = false;
+
+bool wantsColour() {
+    static const bool wanted = [] {
+        const char* const noColour = std::getenv("NO_COLOR");
+        const char* const terminal = std::getenv("TERM");
+        return outputIsTerminal() && (noColour == nullptr || noColour[0] == '\0') &&
+               (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+    }();
+    return wanted;
+}
+
+bool isHarmless(char32_t character) {
+    const bool control = character < 0x20 || (character >= 0x7F && character < 0xA0);
+    const bool direction = character == 0x061C || character == 0x200E || character == 0x200F ||
+                           (character >= 0x2028 && character <= 0x202E) ||
+                           (character >= 0x2066 && character <= 0x2069);
+    return !control && !direction;
+}
+
+} // namespace
+
+void complain(std::string_view text) {
+    const std::string line = "xmldsig: " + printable(text) + "\n";
+    std::fflush(stdout);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void writeOutput(std::string_view bytes) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
+        g_outputFailed = true;
+    }
+}
+
+bool finishOutput() {
+    if (std::fflush(stdout) != 0) {
+        g_outputFailed = true;
+    }
+    if (g_outputFailed) {
+        complain("cannot write the output: " + std::string(std::strerror(errno)));
+    }
+    return !g_outputFailed;
+}
+
+std::string printable(std::string_view text) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        char32_t character = 0;
+        const std::size_t length = text::decodeUtf8(text, character);
+        if (length > 0 && isHarmless(character)) {
+            out += text.substr(0, length);
+            text.remove_prefix(length);
+            continue;
+        }
+        for (std::size_t i = 0; i < (length > 0 ? length : 1); ++i) {
+            const auto byte = static_cast<unsigned char>(text[i]);
+            out += "\\x";
+            out += digits[byte >> 4];
+            out += digits[byte & 15];
+        }
+        text.remove_prefix(length > 0 ? length : 1);
+    }
+    return out;
+}
+
+std::string coloured(std::string_view text, Colour colour) {
+    if (colour == Colour::Plain || !wantsColour()) {
+        return std::string(text);
+    }
+    const char* const code = colour == Colour::Good  ? "\033[32m"
+                             : colour == Colour::Bad ? "\033[1;31m"
+                                                     : "\033[33m";
+    return code + std::string(text) + "\033[0m";
+}
+
+bool outputIsTerminal() noexcept { return isatty(STDOUT_FILENO) != 0; }
+
+bool errorsAreTerminal() noexcept { return isatty(STDERR_FILENO) != 0; }
+
+} // namespace vantrel::cli

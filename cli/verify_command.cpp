@@ -1,0 +1,99 @@
+// `xmldsig verify`: every signature of every file.
+
+#include "cli/commands.h"
+#include "cli/ordered_runner.h"
+#include "cli/progress.h"
+#include "cli/terminal.h"
+#include "cli/verify_file.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <thread>
+
+namespace vantrel::cli {
+
+namespace {
+
+constexpr int kMostJobs = 1024;
+
+bool loadNames(const Arguments& arguments, NameSource& names, std::string& complaint) {
+    const std::string* const list = arguments.last("--files-from");
+    const auto& operands = arguments.operands();
+    const auto inputs = std::count(operands.begin(), operands.end(), "-");
+    if (inputs + (list != nullptr && *list == "-" ? 1 : 0) > 1) {
+        complaint = "the standard input can be read only once";
+        return false;
+    }
+    if (list == nullptr) {
+        if (operands.empty()) {
+            complaint = "no file is named";
+        }
+        return !operands.empty();
+    }
+    if (!names.openList(*list, complaint)) {
+        complaint = "--files-from " + complaint;
+        return false;
+    }
+    return true;
+}
+
+std::size_t jobsFor(const std::optional<int>& asked, std::size_t files) {
+    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+    const std::size_t jobs = asked ? static_cast<std::size_t>(*asked) : processors;
+    return files > 0 ? std::min(jobs, files) : jobs;
+}
+
+int usageError(const std::string& complaint) {
+    complain(complaint);
+    return kCannotTell;
+}
+
+int runVerify(const Arguments& arguments) {
+    std::string complaint;
+    NameSource names(arguments.operands());
+    VerifySettings settings;
+    std::optional<int> jobs;
+    if (!arguments.number("--jobs", 1, kMostJobs, jobs, complaint) ||
+        !loadNames(arguments, names, complaint) || !settings.load(arguments, complaint)) {
+        return usageError(complaint);
+    }
+    const bool quiet = arguments.has("--quiet");
+    const ReportForm form = quiet                     ? ReportForm::None
+                            : arguments.has("--json") ? ReportForm::Json
+                                                      : ReportForm::Text;
+    int code = kEverythingHolds;
+    Progress progress(names.total(), !quiet);
+    OrderedRunner runner(
+        names,
+        [&settings, form](const std::string& name) { return verifyFile(name, settings, form); },
+        [&](const FileResult& result) {
+            code = std::max<int>(code, result.code);
+            if (!result.errors.empty() || !result.report.empty()) {
+                progress.hide();
+            }
+            if (!quiet || settings.wantsLog()) {
+                std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
+            }
+            writeOutput(result.report);
+            std::fflush(stdout);
+            progress.advance(result.code == kEverythingHolds);
+        });
+    runner.run(jobsFor(jobs, names.total()));
+    return code;
+}
+
+} // namespace
+
+Command verifyCommand() {
+    std::vector<OptionSpec> options = verificationOptions();
+    options.insert(options.end(),
+                   {{"--files-from", "FILE", "read the file names from FILE, one a line"},
+                    {"--jobs", "N", "files verified in parallel (default: one a processor)"},
+                    {"--json", "", "one JSON object a file, one a line"},
+                    {"--quiet", "", "no output, only the exit code"}});
+    return {"verify", "[options] FILE...",
+            "Verifies every signature: its value and every reference digest.", std::move(options),
+            runVerify};
+}
+
+} // namespace vantrel::cli

@@ -1,0 +1,170 @@
+#include "cli/verify_file.h"
+
+#include "cli/input.h"
+#include "cli/report_text.h"
+#include "cli/terminal.h"
+#include "foundation/json/json_writer.h"
+#include "foundation/log/ClsBinData.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+namespace vantrel::cli {
+
+namespace {
+
+struct SignatureResult {
+    bool valid = false;
+    std::string json; // the operation's structured result
+};
+
+std::string fileJson(std::string_view name, std::string_view status, std::string_view complaint,
+                     const std::vector<SignatureResult>& signatures) {
+    StringBuffer text;
+    json::JsonWriter out(text);
+    out.beginObject();
+    out.textMember("file", name);
+    out.textMember("status", status);
+    out.textMember("error", complaint);
+    out.key("signatures");
+    out.beginArray();
+    for (const SignatureResult& signature : signatures) {
+        out.raw(signature.json);
+    }
+    out.endArray();
+    out.endObject();
+    if (!out.ok()) {
+        throw std::bad_alloc();
+    }
+    return std::string(text.view()) + "\n";
+}
+
+// One file on its way: a new verifier each, so that no document leaves anything to the next.
+class FileRun {
+public:
+    FileRun(const std::string& name, const VerifySettings& settings, ReportForm form)
+        : m_settings(settings), m_form(form) {
+        m_result.name = name;
+    }
+
+    FileResult run() {
+        std::string complaint;
+        const bool verified = verify(complaint);
+        if (!verified) {
+            m_status = "error";
+            m_result.code = kCannotTell;
+            m_result.errors += "xmldsig: " + printable(m_result.name + ": " + complaint) + "\n";
+        }
+        report(complaint);
+        return std::move(m_result);
+    }
+
+private:
+    bool verify(std::string& complaint) {
+        ClsBinData document;
+        ClsXmlDSig verifier;
+        if (!readInput(m_result.name, document.data(), complaint) ||
+            !m_settings.prepare(verifier, complaint)) {
+            return false;
+        }
+        const bool loaded = verifier.LoadSignatureBd(document);
+        keepLog(verifier, -1);
+        if (!loaded) {
+            complaint = lastErrorOf(verifier);
+            return false;
+        }
+        document.Clear();
+        std::vector<int> indexes;
+        if (!m_settings.select(verifier, indexes, complaint)) {
+            return false;
+        }
+        bool allValid = true;
+        for (const int index : indexes) {
+            verifier.put_Selector(index);
+            if (!m_settings.prepareSelected(verifier, complaint)) {
+                return false;
+            }
+            allValid = verifySelected(verifier) && allValid;
+        }
+        m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
+        m_result.code = allValid && !indexes.empty() ? kEverythingHolds : kSomethingFails;
+        return true;
+    }
+
+    bool verifySelected(ClsXmlDSig& verifier) {
+        SignatureResult result;
+        result.valid = m_settings.reference()
+                           ? verifier.VerifyReferenceDigest(*m_settings.reference())
+                           : verifier.VerifySignature(m_settings.checkReferences());
+        if (m_form != ReportForm::None) {
+            XString json;
+            verifier.get_LastJsonData(json);
+            result.json = json.getUtf8Sb().view();
+        }
+        keepLog(verifier, verifier.get_Selector());
+        const bool valid = result.valid;
+        m_signatures.push_back(std::move(result));
+        return valid;
+    }
+
+    void keepLog(ClsXmlDSig& verifier, int signature) {
+        if (!m_settings.wantsLog()) {
+            return;
+        }
+        XString log;
+        verifier.get_LastErrorText(log);
+        m_result.errors += "--- " + printable(m_result.name);
+        m_result.errors += signature < 0 ? "\n" : ", signature " + std::to_string(signature) + "\n";
+        m_result.errors += log.getUtf8Sb().view();
+        if (!m_result.errors.ends_with('\n')) {
+            m_result.errors += '\n';
+        }
+    }
+
+    static std::string lastErrorOf(ClsXmlDSig& verifier) {
+        XString line;
+        verifier.get_LastErrorLine(line);
+        return line.isEmpty() ? "the document could not be loaded"
+                              : std::string(line.getUtf8Sb().view());
+    }
+
+    void report(const std::string& complaint) {
+        if (m_form == ReportForm::Json) {
+            m_result.report = fileJson(m_result.name, m_status, complaint, m_signatures);
+        } else if (m_form == ReportForm::Text) {
+            reportText();
+        }
+    }
+
+    void reportText() {
+        m_result.report = fileHeading(m_result.name, m_status);
+        for (const SignatureResult& signature : m_signatures) {
+            m_result.report += signatureText(signature.json);
+        }
+    }
+
+    const VerifySettings& m_settings;
+    ReportForm m_form;
+    FileResult m_result;
+    std::string_view m_status = "error";
+    std::vector<SignatureResult> m_signatures;
+};
+
+} // namespace
+
+FileResult verifyFile(const std::string& name, const VerifySettings& settings, ReportForm form) {
+    try {
+        return FileRun(name, settings, form).run();
+    } catch (const std::exception& error) {
+        FileResult result;
+        result.name = name;
+        result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
+        if (form == ReportForm::Json) {
+            result.report = fileJson(name, "error", error.what(), {});
+        }
+        return result;
+    }
+}
+
+} // namespace vantrel::cli

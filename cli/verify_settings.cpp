@@ -1,0 +1,286 @@
+#include "cli/verify_settings.h"
+
+#include "cli/input.h"
+#include "foundation/io/_vlDataSource.h"
+#include "foundation/log/_vlLogger.h"
+#include "foundation/text/XString.h"
+
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+namespace vantrel::cli {
+
+namespace {
+
+// Highest index of a reference for which the verifier takes data, and of a signature for which it
+// takes a key of its own.
+constexpr int kLastReferenceWithData = 100;
+constexpr int kLastSignatureWithKey = 199;
+constexpr int kHighestIndex = 0x7FFFFFFE;
+
+std::string lastError(ClsBase& object) {
+    XString line;
+    object.get_LastErrorLine(line);
+    return std::string(line.getUtf8Sb().view());
+}
+
+bool bothGiven(const Arguments& arguments, std::string_view one, std::string_view other,
+               std::string& complaint) {
+    if (arguments.has(one) && arguments.has(other)) {
+        complaint = std::string(one) + " and " + std::string(other) + " exclude each other";
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::vector<OptionSpec> verificationOptions() {
+    return {
+        {"--signature", "N", "only the signature with this zero-based index"},
+        {"--id", "ID", "only the signature with this Id"},
+        {"--no-references", "", "check signature values only"},
+        {"--reference", "N", "check only the digest of reference N"},
+        {"--key", "FILE",
+         "public key (PEM, DER, certificate or XML), used after the keys of KeyInfo"},
+        {"--hmac-key", "TEXT", "HMAC secret"},
+        {"--hmac-encoding", "NAME", "its encoding: hex (default), base64 or ascii"},
+        {"--hmac-key-file", "FILE", "HMAC secret as the raw bytes of a file"},
+        {"--cert", "FILE", "certificates (PEM or DER) for look-ups; repeatable"},
+        {"--ref-data", "N=FILE", "content of external reference N; repeatable"},
+        {"--ref-dir", "DIR", "where external references are looked for; repeatable"},
+        {"--ignore-external", "", "report a missing external file, do not count it"},
+        {"--timestamps", "", "also verify an encapsulated time-stamp"},
+        {"--option", "WORD", "a word for the verifier's uncommon options; repeatable"},
+        {"--log", "", "print the log of each verification to standard error"},
+        {"--verbose", "", "the same with its verbose entries"},
+    };
+}
+
+bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
+    m_ignoreExternal = arguments.has("--ignore-external");
+    m_verbose = arguments.has("--verbose");
+    m_log = m_verbose || arguments.has("--log");
+    for (const std::string& word : arguments.all("--option")) {
+        m_words += (m_words.empty() ? "" : ",") + word;
+    }
+    if (arguments.has("--timestamps")) {
+        m_words += m_words.empty() ? "" : ",";
+        m_words += "VerifyEncapsulatedTimeStamp";
+    }
+    return loadSelection(arguments, complaint) && loadKey(arguments, complaint) &&
+           loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
+           loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint);
+}
+
+bool VerifySettings::loadSelection(const Arguments& arguments, std::string& complaint) {
+    if (bothGiven(arguments, "--signature", "--id", complaint) ||
+        bothGiven(arguments, "--no-references", "--reference", complaint) ||
+        !arguments.number("--signature", 0, kHighestIndex, m_signature, complaint) ||
+        !arguments.number("--reference", 0, kHighestIndex, m_reference, complaint)) {
+        return false;
+    }
+    if (const std::string* const id = arguments.last("--id")) {
+        m_id = *id;
+    }
+    m_checkReferences = !arguments.has("--no-references");
+    return true;
+}
+
+bool VerifySettings::loadKey(const Arguments& arguments, std::string& complaint) {
+    const std::string* const path = arguments.last("--key");
+    if (path == nullptr) {
+        return true;
+    }
+    if (!readInput(*path, m_keyBytes, complaint)) {
+        complaint = "--key " + *path + ": " + complaint;
+        return false;
+    }
+    _vlLogger log;
+    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+    if (!key || !key->loadAnyBytes(m_keyBytes.view(), log)) {
+        complaint = "--key " + *path + ": " + std::string(log.lastErrorLine());
+        return false;
+    }
+    return true;
+}
+
+bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& complaint) {
+    if (bothGiven(arguments, "--hmac-key", "--hmac-key-file", complaint)) {
+        return false;
+    }
+    constexpr std::array<std::string_view, 3> kEncodings = {"hex", "base64", "ascii"};
+    const std::string* const encoding = arguments.last("--hmac-encoding");
+    m_hmacEncoding = encoding != nullptr ? *encoding : "hex";
+    bool known = false;
+    for (const std::string_view each : kEncodings) {
+        known = known || m_hmacEncoding == each;
+    }
+    if (!known) {
+        complaint = "--hmac-encoding is hex, base64 or ascii, not \"" + m_hmacEncoding + "\"";
+        return false;
+    }
+    if (const std::string* const path = arguments.last("--hmac-key-file")) {
+        DataBuffer secret;
+        secret.setSecure(true);
+        if (!readInput(*path, secret, complaint)) {
+            complaint = "--hmac-key-file " + *path + ": " + complaint;
+            return false;
+        }
+        StringBuffer text;
+        secret.encodeDB("base64", text);
+        m_hmacKey = text.view();
+        m_hmacEncoding = "base64";
+        text.secureClear();
+        if (m_hmacKey.empty()) {
+            complaint = "--hmac-key-file " + *path + " is empty";
+            return false;
+        }
+        return true;
+    }
+    if (const std::string* const text = arguments.last("--hmac-key")) {
+        m_hmacKey = *text;
+        ClsXmlDSig probe;
+        XString key(m_hmacKey);
+        XString name(m_hmacEncoding);
+        if (m_hmacKey.empty() || !probe.SetHmacKey(key, name)) {
+            complaint = "--hmac-key is not valid in the encoding " + m_hmacEncoding;
+            return false;
+        }
+    }
+    return true;
+}
+
+bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
+    for (const std::string& path : arguments.all("--cert")) {
+        if (!m_vault) {
+            m_vault = std::make_unique<ClsXmlCertVault>();
+        }
+        const XString name(path);
+        if (!m_vault->AddCertFile(name)) {
+            complaint = "--cert " + path + ": " + lastError(*m_vault);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& complaint) {
+    for (const std::string& given : arguments.all("--ref-data")) {
+        const std::size_t equals = given.find('=');
+        int index = 0;
+        if (equals == std::string::npos || !parseNumber(std::string_view(given).substr(0, equals),
+                                                        0, kLastReferenceWithData, index)) {
+            complaint = "--ref-data takes N=FILE with N from 0 to " +
+                        std::to_string(kLastReferenceWithData) + ", not \"" + given + "\"";
+            return false;
+        }
+        const std::string path = given.substr(equals + 1);
+        _vlLogger log;
+        _vlFileDataSource probe;
+        if (!probe.openDataSourceFile(XString(path), log)) {
+            complaint = "--ref-data " + path + ": " + std::string(log.lastErrorLine());
+            return false;
+        }
+        m_referenceData.emplace_back(index, path);
+    }
+    return true;
+}
+
+bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::string& complaint) {
+    for (const std::string& folder : arguments.all("--ref-dir")) {
+        std::error_code problem;
+        std::filesystem::directory_iterator probe(folder, problem);
+        if (problem) {
+            complaint = "--ref-dir " + folder + ": " + problem.message();
+            return false;
+        }
+        if (folder.find(';') != std::string::npos) {
+            complaint = "--ref-dir " + folder + ": a folder's name may not hold a semicolon";
+            return false;
+        }
+        m_referenceFolders += (m_referenceFolders.empty() ? "" : ";") + folder;
+    }
+    return true;
+}
+
+bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
+    if (!m_words.empty()) {
+        XString words(m_words);
+        verifier.put_UncommonOptions(words);
+    }
+    if (!m_referenceFolders.empty()) {
+        XString folders(m_referenceFolders);
+        verifier.put_ExternalRefDirs(folders);
+    }
+    verifier.put_VerboseLogging(m_verbose);
+    verifier.put_IgnoreExternalRefs(m_ignoreExternal);
+    if (m_vault && !verifier.UseCertVault(*m_vault)) {
+        complaint = lastError(verifier);
+        return false;
+    }
+    if (!m_hmacKey.empty()) {
+        XString key(m_hmacKey);
+        XString encoding(m_hmacEncoding);
+        if (!verifier.SetHmacKey(key, encoding)) {
+            complaint = "the HMAC key was refused";
+            return false;
+        }
+    }
+    return true;
+}
+
+bool VerifySettings::prepareSelected(ClsXmlDSig& verifier, std::string& complaint) const {
+    for (const auto& [index, path] : m_referenceData) {
+        XString name(path);
+        if (!verifier.SetRefDataFile(index, name)) {
+            complaint = "--ref-data " + path + ": " + lastError(verifier);
+            return false;
+        }
+    }
+    if (m_keyBytes.isEmpty()) {
+        return true;
+    }
+    if (verifier.get_Selector() > kLastSignatureWithKey) {
+        complaint = "--key serves the first " + std::to_string(kLastSignatureWithKey + 1) +
+                    " signatures of a document only";
+        return false;
+    }
+    _vlLogger log;
+    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+    if (!key || !key->loadAnyBytes(m_keyBytes.view(), log) || !verifier.SetPublicKey(*key)) {
+        complaint = "the public key was refused";
+        return false;
+    }
+    return true;
+}
+
+bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
+                            std::string& complaint) const {
+    const int count = verifier.get_NumSignatures();
+    if (m_id) {
+        XString id(*m_id);
+        if (!verifier.SelectById(id)) {
+            complaint = "there is no signature with the Id \"" + *m_id + "\"";
+            return false;
+        }
+        indexes.push_back(verifier.get_Selector());
+        return true;
+    }
+    if (m_signature) {
+        if (*m_signature >= count) {
+            complaint = "there is no signature with index " + std::to_string(*m_signature) +
+                        "; the document has " + std::to_string(count);
+            return false;
+        }
+        indexes.push_back(*m_signature);
+        return true;
+    }
+    for (int i = 0; i < count; ++i) {
+        indexes.push_back(i);
+    }
+    return true;
+}
+
+} // namespace vantrel::cli
