@@ -7,10 +7,17 @@
 
 namespace vantrel::text {
 
-// Looks for several texts at once. found[i] := offset of the first occurrence of needles[i] in
-// `text`, or npos. Needles are not empty; `found` has as many places as there are needles.
+// Looks for several texts in one pass. found[i] := offset of the first occurrence of needles[i] in
+// `text`, or npos. `found` has as many places as there are needles; needles have at least three
+// bytes.
 void findAll(std::string_view text, std::span<const std::string_view> needles,
              std::span<std::size_t> found);
+
+// Internal, public to tests: whether findAll uses the vector filter on this machine, and the search
+// with the filter chosen.
+[[nodiscard]] bool hasVectorMultiSearch() noexcept;
+void findAllWith(bool vectorFilter, std::string_view text,
+                 std::span<const std::string_view> needles, std::span<std::size_t> found);
 
 } // namespace vantrel::text
 

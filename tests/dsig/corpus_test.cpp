@@ -1,7 +1,8 @@
 // Verdicts on the documents of the shared corpus, from its manifests.
 
-#include "tests/dsig/document_case.h"
 #include "tests/support/corpus.h"
+
+#include "tests/dsig/document_case.h"
 #include "tests/support/live_objects.h"
 
 #include <gtest/gtest.h>

@@ -78,7 +78,8 @@ void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
         for (const json::JsonValue& one : external->elements()) {
             if (const std::string file = textOf(one, "file"); !file.empty()) {
                 XString path(folder + "/" + file);
-                ASSERT_TRUE(verifier.SetRefDataFile(static_cast<int>(integerOf(one, "reference")), path));
+                ASSERT_TRUE(
+                    verifier.SetRefDataFile(static_cast<int>(integerOf(one, "reference")), path));
             }
         }
     }
