@@ -9,7 +9,7 @@ namespace {
 
 const OptionSpec* find(std::span<const OptionSpec> table, std::string_view name) {
     const auto place = std::find_if(table.begin(), table.end(),
-                                    [name](const OptionSpec& spec) { return spec.name == name; });
+                                    [name](const OptionSpec& option) { return option.name == name; });
     return place == table.end() ? nullptr : &*place;
 }
 
@@ -31,13 +31,13 @@ bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* c
         }
         const std::size_t equals = argument.find('=');
         const std::string_view name = argument.substr(0, equals);
-        const OptionSpec* const spec = find(table, name);
-        if (spec == nullptr) {
+        const OptionSpec* const option = find(table, name);
+        if (option == nullptr) {
             complaint = "unknown option " + std::string(name);
             return false;
         }
         std::string value;
-        if (spec->argument.empty()) {
+        if (option->argument.empty()) {
             if (equals != std::string_view::npos) {
                 complaint = "option " + std::string(name) + " takes no value";
                 return false;
@@ -50,7 +50,7 @@ bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* c
             complaint = "option " + std::string(name) + " needs a value";
             return false;
         }
-        m_options.emplace_back(spec->name, std::move(value));
+        m_options.emplace_back(option->name, std::move(value));
     }
     return true;
 }
@@ -104,15 +104,15 @@ bool parseNumber(std::string_view text, int lowest, int highest, int& value) noe
 std::string describeOptions(std::span<const OptionSpec> table) {
     constexpr std::size_t kColumn = 26;
     std::string out;
-    for (const OptionSpec& spec : table) {
-        std::string left = "  " + std::string(spec.name);
-        if (!spec.argument.empty()) {
-            left += " " + std::string(spec.argument);
+    for (const OptionSpec& option : table) {
+        std::string left = "  " + std::string(option.name);
+        if (!option.argument.empty()) {
+            left += " " + std::string(option.argument);
         }
         out += left;
         out += left.size() < kColumn ? std::string(kColumn - left.size(), ' ')
                                      : "\n" + std::string(kColumn, ' ');
-        out += spec.help;
+        out += option.help;
         out += '\n';
     }
     return out;
