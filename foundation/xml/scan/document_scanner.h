@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace vantrel::xml {
@@ -103,12 +104,14 @@ private:
     [[nodiscard]] std::uint32_t readName(std::uint32_t at, std::uint32_t& prefixLength);
     [[nodiscard]] std::uint32_t readOddName(std::uint32_t at, std::uint32_t& prefixLength);
     [[nodiscard]] bool addDefaults(std::string_view element, std::uint32_t offset);
-    [[nodiscard]] bool takeAttributes(ElementId element, std::uint32_t tagStart);
+    [[nodiscard]] bool takeAttributes(ElementId element);
     [[nodiscard]] bool declareNamespace(ElementId element, const Read& attribute);
     [[nodiscard]] bool checkDeclaration(const Read& attribute, std::string_view name);
     [[nodiscard]] bool checkUnique();
     [[nodiscard]] bool checkUniqueExpanded();
-    void noteId(ElementId element, const Read& attribute, std::string_view elementName);
+    void noteId(ElementId element, const Read& attribute);
+    [[nodiscard]] AttributeType typeOf(ElementId element, const Read& attribute) const noexcept;
+    [[nodiscard]] TextRange storeValue(const Read& attribute, AttributeType type);
     [[nodiscard]] std::uint32_t prefixId(const char* prefix, std::uint32_t length) noexcept;
     [[nodiscard]] bool checkPrefix(std::uint32_t nameStart, std::uint32_t length);
     [[nodiscard]] std::string_view boundName(std::uint32_t prefixId) const noexcept;
@@ -143,6 +146,9 @@ private:
     std::vector<std::uint32_t> m_order; // scratch of the duplicate checks
     std::vector<std::uint32_t> m_bound; // prefix id -> index of its declaration, or kUnbound
     GrowArray<Rebound> m_rebound;       // undo list of m_bound
+    std::uint64_t m_defaultBytes = 0;   // of attribute defaults taken on so far
+    // Where the value of a default stands in the side storage, by its address.
+    std::unordered_map<const char*, std::uint32_t> m_storedDefaults;
     CachedPrefix m_prefixCache[64];
     TextWindow m_window;
 };

@@ -28,7 +28,9 @@ namespace vantrel::xml {
         bytes.remove_prefix(8);
     }
     std::uint64_t word = 0;
-    std::memcpy(&word, bytes.data(), bytes.size());
+    if (!bytes.empty()) {
+        std::memcpy(&word, bytes.data(), bytes.size());
+    }
     state = foldMultiply(state ^ word, kStep ^ (seed << 1));
     return static_cast<std::uint32_t>(state ^ (state >> 32));
 }

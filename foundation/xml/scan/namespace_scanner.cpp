@@ -71,25 +71,33 @@ std::string_view DocumentScanner::boundName(std::uint32_t prefixId) const noexce
     return m_document.namespaceName(m_document.m_namespaces[m_bound[prefixId]]);
 }
 
-bool DocumentScanner::declareNamespace(ElementId element, const Read& attribute) {
-    std::uint32_t start = static_cast<std::uint32_t>(m_document.m_side.size());
-    std::uint32_t length = attribute.valueLength;
+// Where the value of a declaration or Id is kept: in the text when it is its own normalised form,
+// else in side storage. Defaults, which many elements may share, are stored once.
+TextRange DocumentScanner::storeValue(const Read& attribute, AttributeType type) {
     const std::string_view raw = attribute.valueView();
-    if (attribute.fromText && !attribute.hasReference && raw.find_first_of("\t\n\r") == raw.npos)
-        [[likely]] {
-        start = static_cast<std::uint32_t>(attribute.value - m_text);
-    } else {
-        if (attribute.fromText) {
-            appendAttributeValue(raw, AttributeType::Cdata, m_document.m_side);
-        } else {
-            m_document.m_side.append(raw);
-        }
-        length = static_cast<std::uint32_t>(m_document.m_side.size() - start) | kSideStorage;
+    if (attribute.fromText && type == AttributeType::Cdata && !attribute.hasReference &&
+        raw.find_first_of("\t\n\r") == raw.npos) [[likely]] {
+        return {static_cast<std::uint32_t>(attribute.value - m_text), attribute.valueLength};
     }
+    const auto start = static_cast<std::uint32_t>(m_document.m_side.size());
+    if (attribute.fromText) {
+        appendAttributeValue(raw, type, m_document.m_side);
+        const auto end = static_cast<std::uint32_t>(m_document.m_side.size());
+        return {start, (end - start) | kSideStorage};
+    }
+    const auto [known, added] = m_storedDefaults.try_emplace(attribute.value, start);
+    if (added) {
+        m_document.m_side.append(raw);
+    }
+    return {known->second, attribute.valueLength | kSideStorage};
+}
+
+bool DocumentScanner::declareNamespace(ElementId element, const Read& attribute) {
+    const TextRange value = storeValue(attribute, typeOf(element, attribute));
     const std::string_view prefix =
         attribute.nameLength == 5 ? std::string_view() : attribute.nameView().substr(6);
     const std::uint32_t id = m_document.m_prefixes.findOrAdd(prefix);
-    const NamespaceDecl decl{element, id, start, length};
+    const NamespaceDecl decl{element, id, value.start, value.length};
     if (!checkDeclaration(attribute, m_document.namespaceName(decl))) {
         return false;
     }

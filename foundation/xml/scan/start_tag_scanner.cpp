@@ -1,7 +1,6 @@
 #include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/document_scanner.h"
 #include "foundation/xml/scan/stop_bytes.h"
-#include "foundation/xml/scan/values.h"
 
 #include <algorithm>
 #include <cstring>
@@ -109,7 +108,7 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
             !addDefaults({m_text + nameStart, nameEnd - nameStart}, at)) {
             return kFailed;
         }
-        if (!m_attributes.empty() && !takeAttributes(element, at)) {
+        if (!m_attributes.empty() && !takeAttributes(element)) {
             return kFailed;
         }
     }
@@ -237,6 +236,11 @@ bool DocumentScanner::addDefaults(std::string_view element, std::uint32_t offset
             fail(offset, "Limit passed: the number of attributes with their defaults");
             return false;
         }
+        m_defaultBytes += name.size() + declaredAttribute.value.size();
+        if (m_defaultBytes > kMaxDefaultBytes + 4 * std::uint64_t{m_size}) {
+            fail(offset, "Limit passed: the size of attribute defaults");
+            return false;
+        }
         const std::size_t colon = name.find(':');
         Read attribute{};
         attribute.name = name.data();
@@ -255,7 +259,7 @@ bool DocumentScanner::addDefaults(std::string_view element, std::uint32_t offset
 
 // Declarations first, since they hold for the tag they stand in; then everything that rests on
 // them.
-bool DocumentScanner::takeAttributes(ElementId element, std::uint32_t tagStart) {
+bool DocumentScanner::takeAttributes(ElementId element) {
     if (m_attributes.size() > 1 && !checkUnique()) {
         return false;
     }
@@ -264,9 +268,6 @@ bool DocumentScanner::takeAttributes(ElementId element, std::uint32_t tagStart) 
             return false;
         }
     }
-    const std::string_view elementName =
-        m_checkTypes ? std::string_view(m_text + tagStart + 1, m_document.m_elements[element].end)
-                     : std::string_view();
     std::uint32_t qualified = 0;
     for (const Read& attribute : m_attributes) {
         if (attribute.namespaceDecl) {
@@ -283,7 +284,7 @@ bool DocumentScanner::takeAttributes(ElementId element, std::uint32_t tagStart) 
             }
         }
         if (m_checkTypes || isIdName(attribute.nameView(), attribute.local())) {
-            noteId(element, attribute, elementName);
+            noteId(element, attribute);
         }
     }
     return qualified < 2 || checkUniqueExpanded();
@@ -357,32 +358,21 @@ bool DocumentScanner::checkUniqueExpanded() {
     return true;
 }
 
-void DocumentScanner::noteId(ElementId element, const Read& attribute,
-                             std::string_view elementName) {
-    AttributeType type = AttributeType::Cdata;
-    if (m_checkTypes) {
-        type = m_document.documentType()->attributeType(elementName, attribute.nameView());
-        if (type != AttributeType::Id && !isIdName(attribute.nameView(), attribute.local())) {
-            return;
-        }
+AttributeType DocumentScanner::typeOf(ElementId element, const Read& attribute) const noexcept {
+    if (!m_checkTypes) [[likely]] {
+        return AttributeType::Cdata;
     }
-    const std::string_view raw = attribute.valueView();
-    const bool asWritten = attribute.fromText && type == AttributeType::Cdata &&
-                           !attribute.hasReference && raw.find_first_of("\t\n\r") == raw.npos;
-    if (asWritten) {
-        m_document.m_ids.add(element, static_cast<std::uint32_t>(attribute.value - m_text),
-                             attribute.valueLength);
-        return;
+    const ElementRecord& record = m_document.m_elements[element];
+    return m_document.documentType()->attributeType({m_text + record.start + 1, record.end},
+                                                    attribute.nameView());
+}
+
+void DocumentScanner::noteId(ElementId element, const Read& attribute) {
+    const AttributeType type = typeOf(element, attribute);
+    if (type == AttributeType::Id || isIdName(attribute.nameView(), attribute.local())) {
+        const TextRange value = storeValue(attribute, type);
+        m_document.m_ids.add(element, value.start, value.length);
     }
-    const std::size_t start = m_document.m_side.size();
-    if (attribute.fromText) {
-        appendAttributeValue(raw, type, m_document.m_side);
-    } else {
-        m_document.m_side.append(raw);
-    }
-    m_document.m_ids.add(element, static_cast<std::uint32_t>(start),
-                         static_cast<std::uint32_t>(m_document.m_side.size() - start) |
-                             kSideStorage);
 }
 
 } // namespace vantrel::xml
