@@ -1,0 +1,173 @@
+#include "foundation/xml/tree/element_text.h"
+
+#include "foundation/xml/scan/content_reader.h"
+#include "foundation/xml/scan/values.h"
+#include "foundation/xml/tree/tag_pattern.h"
+
+namespace vantrel::xml {
+namespace {
+
+// Offset behind the element's start tag.
+std::uint32_t contentStart(const XmlDocument& document, ElementId element) {
+    StartTagReader tag(document.text(), document.element(element).start);
+    for (Attribute attribute; tag.next(attribute);) {}
+    return tag.end();
+}
+
+void appendQuoted(std::string_view value, std::string& out) {
+    out.push_back('"');
+    for (const char c : value) {
+        switch (c) {
+        case '"': out.append("&quot;"); break;
+        case '<': out.append("&lt;"); break;
+        case '&': out.append("&amp;"); break;
+        case '\t': out.append("&#9;"); break;
+        case '\n': out.append("&#10;"); break;
+        case '\r': out.append("&#13;"); break;
+        default: out.push_back(c); break;
+        }
+    }
+    out.push_back('"');
+}
+
+// Appends the start tag with the defaults that it takes on; returns the offset behind it.
+std::uint32_t appendCompletedTag(const XmlDocument& document, ElementId element, std::string& out) {
+    const std::uint32_t start = document.element(element).start;
+    const std::uint32_t behind = contentStart(document, element);
+    const bool empty = document.text()[behind - 2] == '/';
+    out.append(document.text(), start, behind - start - (empty ? 2 : 1));
+    std::size_t written = 0;
+    StartTagReader tag(document.text(), start);
+    for (Attribute attribute; tag.next(attribute);) {
+        ++written;
+    }
+    forEachAttribute(document, element, [&](std::string_view name, std::string_view value) {
+        if (written > 0) {
+            --written;
+            return true;
+        }
+        out.append(" ").append(name).push_back('=');
+        appendQuoted(value, out);
+        return true;
+    });
+    out.append(empty ? "/>" : ">");
+    return behind;
+}
+
+} // namespace
+
+namespace detail {
+
+std::string_view normalisedValue(const XmlDocument& document, ElementId element,
+                                 const Attribute& attribute, std::string& storage) {
+    const AttributeType type = document.hasAttributeTypes()
+                                   ? document.documentType()->attributeType(
+                                         document.qualifiedName(element), attribute.name)
+                                   : AttributeType::Cdata;
+    if (attribute.plain && type == AttributeType::Cdata) {
+        return attribute.raw;
+    }
+    storage.clear();
+    appendAttributeValue(attribute.raw, type, storage);
+    return storage;
+}
+
+} // namespace detail
+
+void appendElementContent(const XmlDocument& document, ElementId element, std::string& out) {
+    ElementId child = document.firstChild(element);
+    ContentReader reader(document.text(), contentStart(document, element),
+                         document.element(element).end);
+    ContentPiece piece;
+    for (;;) {
+        switch (reader.next(piece)) {
+        case ContentKind::Text: appendText(piece.body, out); break;
+        case ContentKind::Cdata: appendCdata(piece.body, out); break;
+        case ContentKind::StartTag:
+            reader.skipTo(document.element(child).end);
+            child = document.nextSibling(child);
+            break;
+        case ContentKind::Comment:
+        case ContentKind::ProcessingInstruction: break;
+        case ContentKind::EndTag:
+        case ContentKind::Doctype:
+        case ContentKind::End: return;
+        }
+    }
+}
+
+bool attributeValue(const XmlDocument& document, ElementId element, const NamePattern& pattern,
+                    std::string& value) {
+    bool found = false;
+    forEachAttribute(document, element, [&](std::string_view name, std::string_view text) {
+        found = pattern.matches(name);
+        if (found) {
+            value.assign(text);
+        }
+        return !found;
+    });
+    return found;
+}
+
+void appendElementXml(const XmlDocument& document, ElementId element, std::string& out) {
+    const ElementRecord& record = document.element(element);
+    std::uint32_t copied = record.start;
+    if (document.hasAttributeDefaults()) {
+        for (ElementId at = element; at < record.next; ++at) {
+            out.append(document.text(), copied, document.element(at).start - copied);
+            copied = appendCompletedTag(document, at, out);
+        }
+    }
+    out.append(document.text(), copied, record.end - copied);
+}
+
+void ElementPaths::numberChildren(ElementId parent) {
+    struct Count {
+        std::uint32_t seen = 0;
+        ElementId first = kNoElement;
+    };
+    NameMap<Count> counts;
+    for (ElementId child = m_document.firstChild(parent); child != kNoElement;
+         child = m_document.nextSibling(child)) {
+        const std::string_view name = m_document.qualifiedName(child);
+        auto found = counts.find(name);
+        if (found == counts.end()) {
+            found = counts.emplace(std::string(name), Count()).first;
+            found->second.first = child;
+        }
+        const std::uint32_t position = ++found->second.seen;
+        m_positions[child] = position == 1 ? 0 : position;
+        if (position == 2) {
+            m_positions[found->second.first] = 1;
+        }
+    }
+}
+
+std::uint32_t ElementPaths::position(ElementId element) {
+    const ElementId parent = m_document.parent(element);
+    if (parent == kNoElement) {
+        return 0;
+    }
+    const auto known = m_positions.find(element);
+    if (known != m_positions.end()) {
+        return known->second;
+    }
+    numberChildren(parent);
+    return m_positions[element];
+}
+
+void ElementPaths::append(ElementId element, std::string& out) {
+    std::vector<ElementId> steps;
+    for (ElementId at = element; at != kNoElement; at = m_document.parent(at)) {
+        steps.push_back(at);
+    }
+    while (!steps.empty()) {
+        out.append("/").append(m_document.qualifiedName(steps.back()));
+        if (const std::uint32_t place = position(steps.back()); place != 0) {
+            out.append("[").append(std::to_string(place)).append("]");
+        }
+        steps.pop_back();
+    }
+}
+
+} // namespace vantrel::xml

@@ -1,0 +1,71 @@
+#include "foundation/xml/tree/tag_pattern.h"
+
+#include "foundation/text/strings.h"
+
+namespace vantrel::xml {
+
+ElementId findChildFrom(const XmlDocument& document, ElementId from,
+                        const NamePattern& pattern) noexcept {
+    while (from != kNoElement && !pattern.matches(document.qualifiedName(from))) {
+        from = document.nextSibling(from);
+    }
+    return from;
+}
+
+ElementId findNthChild(const XmlDocument& document, ElementId parent, const NamePattern& pattern,
+                       std::uint32_t n) noexcept {
+    ElementId child = findChildFrom(document, document.firstChild(parent), pattern);
+    while (child != kNoElement && n > 0) {
+        child = findChildFrom(document, document.nextSibling(child), pattern);
+        --n;
+    }
+    return child;
+}
+
+ElementId followPath(const XmlDocument& document, ElementId from, std::string_view path,
+                     std::uint32_t index) noexcept {
+    constexpr std::string_view kIndexed = "[i]";
+    ElementId at = from;
+    while (!path.empty() && at != kNoElement) {
+        const std::size_t end = path.find('|');
+        std::string_view step = path.substr(0, end);
+        path = end == path.npos ? std::string_view() : path.substr(end + 1);
+        const bool indexed = step.ends_with(kIndexed);
+        if (indexed) {
+            step.remove_suffix(kIndexed.size());
+        }
+        at = findNthChild(document, at, NamePattern(step), indexed ? index : 0);
+    }
+    return at;
+}
+
+bool matchesWildcards(std::string_view text, std::string_view pattern, bool ignoreCase) noexcept {
+    const auto same = [ignoreCase](char a, char b) {
+        return ignoreCase ? text::toLowerAscii(a) == text::toLowerAscii(b) : a == b;
+    };
+    // Only the last star needs to be tried again: what stood before it matches already.
+    std::size_t at = 0;
+    std::size_t wanted = 0;
+    std::size_t star = pattern.npos;
+    std::size_t resume = 0;
+    while (at < text.size()) {
+        if (wanted < pattern.size() && pattern[wanted] == '*') {
+            star = wanted++;
+            resume = at;
+        } else if (wanted < pattern.size() && same(text[at], pattern[wanted])) {
+            ++at;
+            ++wanted;
+        } else if (star != pattern.npos) {
+            wanted = star + 1;
+            at = ++resume;
+        } else {
+            return false;
+        }
+    }
+    while (wanted < pattern.size() && pattern[wanted] == '*') {
+        ++wanted;
+    }
+    return wanted == pattern.size();
+}
+
+} // namespace vantrel::xml
