@@ -19,7 +19,7 @@ namespace {
 
 // Converting between number systems takes quadratic time; no serial number comes near this.
 constexpr std::size_t kMostDigits = 20000;
-constexpr std::size_t kMostBytes = 8304; // hold that many decimal digits
+constexpr std::size_t kMostBytes = 8305; // hold that many decimal digits
 
 constexpr std::uint32_t kChunkBase = 1000000000; // nine decimal digits
 constexpr std::size_t kChunkDigits = 9;

@@ -1,0 +1,142 @@
+#include "foundation/json/ClsJsonObject.h"
+#include "foundation/json/json_value.h"
+#include "foundation/json/json_writer.h"
+#include "tests/support/vectors.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+std::string written(const json::JsonValue& value) {
+    StringBuffer out;
+    json::JsonWriter writer(out);
+    writer.value(value);
+    EXPECT_TRUE(writer.ok());
+    return out.getString();
+}
+
+TEST(Json, ReadsAndWritesEveryForm) {
+    forEachVector("json/json.vec", "valid", [](VecCase& v) {
+        const std::string text = v.escaped("Text");
+        const std::string wanted = v.escaped("Out");
+        json::JsonValue value;
+        std::size_t faultAt = 0;
+        ASSERT_TRUE(json::parseJson(text, value, faultAt)) << v.where() << faultAt;
+        EXPECT_EQ(written(value), wanted) << v.where();
+        // What is written reads back as itself.
+        ASSERT_TRUE(json::parseJson(wanted, value, faultAt)) << v.where();
+        EXPECT_EQ(written(value), wanted) << v.where();
+        // No proper front of an array, object or string is a JSON text.
+        const std::string_view inner = wanted;
+        for (std::size_t cut = 1; cut < inner.size() && inner.find_first_of("[{\"") == 0; ++cut) {
+            EXPECT_FALSE(json::parseJson(inner.substr(0, cut), value, faultAt)) << v.where() << cut;
+        }
+    });
+}
+
+TEST(Json, SaysWhereATextStopsBeingJson) {
+    forEachVector("json/json.vec", "invalid", [](VecCase& v) {
+        json::JsonValue value = json::JsonValue::ofInteger(7);
+        std::size_t faultAt = 99;
+        EXPECT_FALSE(json::parseJson(v.escaped("Text"), value, faultAt)) << v.where();
+        EXPECT_EQ(faultAt, static_cast<std::size_t>(v.integer("Fault"))) << v.where();
+        EXPECT_EQ(written(value), "7") << v.where();
+    });
+}
+
+TEST(Json, BoundsTheNesting) {
+    const auto nested = [](std::size_t depth) {
+        return std::string(depth, '[') + std::string(depth, ']');
+    };
+    json::JsonValue value;
+    std::size_t faultAt = 0;
+    EXPECT_TRUE(json::parseJson(nested(json::kMaxJsonDepth), value, faultAt));
+    EXPECT_FALSE(json::parseJson(nested(json::kMaxJsonDepth + 1), value, faultAt));
+    EXPECT_FALSE(json::parseJson(std::string(1000000, '['), value, faultAt));
+    EXPECT_FALSE(json::parseJson(std::string(1000000, '{'), value, faultAt));
+}
+
+TEST(Json, WriterSetsCommasAndReplacesWhatIsNotUtf8) {
+    StringBuffer out;
+    json::JsonWriter writer(out);
+    writer.beginObject();
+    writer.textMember("a\"", "x\xE4y\xED\xA0\x80");
+    writer.key("list");
+    writer.beginArray();
+    writer.integer(-1);
+    writer.null();
+    writer.beginObject();
+    writer.endObject();
+    writer.raw("{\"r\":1}");
+    writer.endArray();
+    writer.booleanMember("b", false);
+    writer.integerMember("n", INT64_MIN);
+    writer.endObject();
+    EXPECT_EQ(out.view(),
+              "{\"a\\\"\":\"x\xEF\xBF\xBDy\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\","
+              "\"list\":[-1,null,{},{\"r\":1}],\"b\":false,\"n\":-9223372036854775808}");
+    json::JsonValue value;
+    std::size_t faultAt = 0;
+    EXPECT_TRUE(json::parseJson(out.view(), value, faultAt));
+}
+
+TEST(JsonObject, FollowsPaths) {
+    forEachVector("json/json.vec", "paths", [](VecCase& v) {
+        ClsJsonObject object;
+        ASSERT_TRUE(object.Load(XString(v.text("Json")))) << v.where();
+        XString text("before");
+        const XString path(v.text("Path"));
+        EXPECT_EQ(object.StringOf(path, text), v.has("Value")) << v.where();
+        EXPECT_EQ(text.getUtf8(), v.textOr("Value", "")) << v.where();
+    });
+}
+
+TEST(JsonObject, UpdatesPathsWholeOrNotAtAll) {
+    forEachVector("json/json.vec", "updates", [](VecCase& v) {
+        ClsJsonObject object;
+        ASSERT_TRUE(object.Load(XString(v.text("Json")))) << v.where();
+        const XString path(v.text("Path"));
+        EXPECT_EQ(object.UpdateString(path, XString("v")), v.has("Out")) << v.where();
+        XString json;
+        EXPECT_TRUE(object.Emit(json));
+        EXPECT_EQ(json.getUtf8(), v.textOr("Out", v.text("Json"))) << v.where();
+        EXPECT_EQ(object.Delete(path), v.has("Out")) << v.where();
+        EXPECT_FALSE(object.HasMember(path)) << v.where();
+    });
+}
+
+TEST(JsonObject, ConvertsWhatItIsAskedFor) {
+    ClsJsonObject object;
+    ASSERT_TRUE(object.UpdateInt(XString("i"), -5));
+    ASSERT_TRUE(object.UpdateBool(XString("b"), true));
+    ASSERT_TRUE(object.UpdateNull(XString("n")));
+    ASSERT_TRUE(object.UpdateString(XString("s"), XString("42")));
+    ASSERT_TRUE(object.UpdateInt(XString("l[0]"), 1));
+    EXPECT_EQ(object.IntOf(XString("i")), -5);
+    EXPECT_EQ(object.IntOf(XString("s")), 42);
+    EXPECT_EQ(object.IntOf(XString("none")), 0);
+    EXPECT_TRUE(object.BoolOf(XString("b")));
+    EXPECT_TRUE(object.BoolOf(XString("i")));
+    EXPECT_FALSE(object.BoolOf(XString("s")));
+    EXPECT_TRUE(object.IsNullOf(XString("n")));
+    EXPECT_EQ(object.SizeOfArray(XString("l")), 1);
+    EXPECT_EQ(object.SizeOfArray(XString("i")), -1);
+    EXPECT_EQ(object.get_Size(), 5);
+    EXPECT_FALSE(object.Load(XString("[1]")));
+    EXPECT_EQ(object.get_Size(), 5);
+    XString line;
+    object.get_LastErrorLine(line);
+    EXPECT_STREQ(line.getUtf8(), "The JSON text is not an object.");
+    // A path deeper than a text may be is refused.
+    XString deep("a");
+    for (int i = 0; i < 300; ++i) {
+        deep.appendUtf8(".a");
+    }
+    EXPECT_FALSE(object.UpdateInt(deep, 1));
+}
+
+} // namespace
+} // namespace vantrel::test

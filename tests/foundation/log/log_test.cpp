@@ -1,0 +1,215 @@
+#include "foundation/log/ClsBase.h"
+#include "foundation/log/ClsBinData.h"
+#include "foundation/log/ClsStringArray.h"
+#include "foundation/log/ClsStringBuilder.h"
+#include "foundation/log/MethodFrame.h"
+#include "foundation/log/_vlLogger.h"
+#include "foundation/text/DataBuffer.h"
+#include "tests/support/bytes.h"
+#include "tests/support/process.h"
+
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+TEST(Logger, WritesNestedEntries) {
+    _vlLogger log;
+    {
+        const LogContextExitor outer(log, "outer");
+        log.LogDataLong("n", -5);
+        const LogContextExitor inner(log, "inner");
+        log.LogInfo("An info line.");
+        log.LogDataBool("flag", true);
+        log.LogDataUint32("big", 4294967295U);
+        log.LogDataHexDb("hash", DataBuffer(ByteView(bytesOf("\x01\xFE"))));
+        log.LogBracketed("text", " a\nb ");
+    }
+    log.LogDataX("after", XString("x"));
+    EXPECT_EQ(log.text().view(), "outer:\n"
+                                 "  n: -5\n"
+                                 "  inner:\n"
+                                 "    An info line.\n"
+                                 "    flag: true\n"
+                                 "    big: 4294967295\n"
+                                 "    hash: 01FE\n"
+                                 "    text: [ a\nb ]\n"
+                                 "after: x\n");
+}
+
+// No value from a document can look like an entry of its own, at whatever place the escape falls.
+TEST(Logger, KeepsValuesOnOneLine) {
+    for (std::size_t before = 0; before < 70; ++before) {
+        _vlLogger log;
+        const std::string value = std::string(before, 'v') + "\n\r\t\x01\x7F\xC3\xA4Success.";
+        log.logText("uri", value);
+        EXPECT_EQ(log.text().view(), std::string("uri: ")
+                                         .append(before, 'v')
+                                         .append("\\n\\r\\t\\x01\\x7F\xC3\xA4Success.\n"));
+    }
+}
+
+TEST(Logger, RemembersTheFirstAndTheLastError) {
+    _vlLogger log;
+    EXPECT_EQ(log.firstErrorLine(), "");
+    log.LogError("one");
+    log.LogInfo("between");
+    log.LogError("two");
+    EXPECT_EQ(log.firstErrorLine(), "one");
+    EXPECT_EQ(log.lastErrorLine(), "two");
+    log.clearLog();
+    EXPECT_EQ(log.lastErrorLine(), "");
+    EXPECT_TRUE(log.text().isEmpty());
+    for (int i = 0; i < 200; ++i) {
+        log.enterContext("deep"); // indentation is bounded, the depth is not
+    }
+    for (int i = 0; i < 300; ++i) {
+        log.leaveContext();
+    }
+    log.LogError("flat");
+    EXPECT_TRUE(log.text().view().ends_with("\nError: flat\n"));
+}
+
+class Sample final : public ClsBase {
+public:
+    bool Outer(bool ok) {
+        MethodFrame frame(*this, "Outer");
+        frame.begin();
+        m_log.LogInfo("outer line");
+        Inner();
+        return frame.finish(ok);
+    }
+    int Inner() {
+        MethodFrame frame(*this, "Inner");
+        m_log.LogError("inner line");
+        return 1;
+    }
+    bool Quiet() {
+        MethodFrame frame(*this, "Quiet");
+        frame.begin();
+        return frame.result(true);
+    }
+    bool Failing() {
+        MethodFrame frame(*this, "Failing");
+        return frame.outOfMemory();
+    }
+    void setJson() { m_log.setLastJsonData(StringBuffer("{}")); }
+};
+
+std::string logOf(ClsBase& object) {
+    XString text;
+    object.get_LastErrorText(text);
+    return text.getUtf8();
+}
+
+TEST(MethodFrame, EachOutermostOperationStartsItsOwnLog) {
+    Sample object;
+    object.setJson();
+    EXPECT_TRUE(object.Outer(true));
+    const std::string first = "Outer:\n  outer line\n  Inner:\n    Error: inner line\n  Success.\n";
+    EXPECT_EQ(logOf(object), first);
+    EXPECT_TRUE(object.get_LastMethodSuccess());
+    XString json;
+    object.get_LastJsonData(json);
+    EXPECT_TRUE(json.isEmpty());
+
+    EXPECT_FALSE(object.Outer(false));
+    EXPECT_FALSE(object.get_LastMethodSuccess());
+    XString line;
+    object.get_LastErrorLine(line);
+    EXPECT_STREQ(line.getUtf8(), "inner line");
+
+    EXPECT_TRUE(object.Quiet());
+    EXPECT_EQ(logOf(object), "Quiet:\n");
+    EXPECT_TRUE(object.get_LastMethodSuccess());
+    EXPECT_FALSE(object.Failing());
+    EXPECT_EQ(logOf(object), "Failing:\n  Error: Out of memory.\n");
+
+    object.injectError("Wrapper", "no such object");
+    EXPECT_EQ(logOf(object), "Wrapper:\n  Error: no such object\n");
+    object.injectStatus("Wrapper", true);
+    EXPECT_TRUE(object.get_LastMethodSuccess());
+    object.dotNetDispose();
+    EXPECT_EQ(logOf(object), "");
+}
+
+TEST(ClsBase, SharesItsOptionsWithItsLog) {
+    Sample object;
+    XString options("ZATCA,other");
+    object.put_UncommonOptions(options);
+    object.put_VerboseLogging(true);
+    EXPECT_TRUE(object.log().options().containsSubstring("ZATCA"));
+    EXPECT_TRUE(object.log().verbose());
+    const LogNull quiet(object.log());
+    EXPECT_TRUE(quiet.verbose());
+    EXPECT_TRUE(quiet.options().equals("ZATCA,other"));
+    EXPECT_FALSE(quiet.isRecording());
+}
+
+TEST(ClsBase, AppendsTheLogOfEachOperationToTheDebugLog) {
+    const TempDir folder;
+    Sample object;
+    XString path(folder.file("debug.log"));
+    object.put_DebugLogFilePath(path);
+    object.Quiet();
+    object.Quiet();
+    EXPECT_EQ(readText(folder.file("debug.log")), "Quiet:\nQuiet:\n");
+    XString nowhere(folder.file("no/such/folder"));
+    object.put_DebugLogFilePath(nowhere);
+    EXPECT_TRUE(object.Quiet());
+}
+
+TEST(ClsBase, OperationsOfSeveralThreadsDoNotMix) {
+    Sample object;
+    const auto work = [&] {
+        for (int i = 0; i < 500; ++i) {
+            object.Outer(true);
+        }
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    EXPECT_EQ(logOf(object), "Outer:\n  outer line\n  Inner:\n    Error: inner line\n  Success.\n");
+}
+
+TEST(ValueObjects, HoldTextBytesAndLists) {
+    ClsStringBuilder text;
+    EXPECT_TRUE(text.Append(XString("a b a")));
+    EXPECT_TRUE(text.AppendInt(-7));
+    EXPECT_EQ(text.Replace(XString("a"), XString("xy")), 2);
+    EXPECT_TRUE(text.AppendBytes("\xE4", 1, XString("iso-8859-1")));
+    EXPECT_FALSE(text.AppendBytes("\xE4", 1, XString("utf-8")));
+    EXPECT_STREQ(text.xstring().getUtf8(), "xy b xy-7\xC3\xA4");
+    EXPECT_TRUE(text.AppendSb(text));
+    EXPECT_EQ(text.get_Length(), 22U);
+    EXPECT_TRUE(text.Contains(XString("XY"), false));
+    EXPECT_FALSE(text.Contains(XString("XY"), true));
+
+    ClsBinData data;
+    EXPECT_EQ(data.GetBytes(), nullptr);
+    EXPECT_TRUE(data.AppendEncoded(XString("AQI="), XString("base64")));
+    EXPECT_TRUE(data.AppendBd(data));
+    ClsBinData copy;
+    EXPECT_TRUE(copy.SetData(data));
+    EXPECT_TRUE(data.AppendData("\x03", 1));
+    XString hex;
+    EXPECT_TRUE(copy.GetEncoded(XString("hex"), hex));
+    EXPECT_STREQ(hex.getUtf8(), "01020102");
+    EXPECT_EQ(data.get_NumBytes(), 5U);
+
+    ClsStringArray list;
+    EXPECT_TRUE(list.appendUtf8("one"));
+    EXPECT_TRUE(list.Append(XString("two")));
+    XString got;
+    EXPECT_TRUE(list.GetString(1, got));
+    EXPECT_STREQ(got.getUtf8(), "two");
+    EXPECT_FALSE(list.GetString(2, got));
+    EXPECT_EQ(list.getStringUtf8(-1), nullptr);
+    EXPECT_EQ(list.get_Count(), 2);
+}
+
+} // namespace
+} // namespace vantrel::test
