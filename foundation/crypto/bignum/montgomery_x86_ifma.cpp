@@ -5,6 +5,12 @@
 #include <cassert>
 #include <cstdint>
 
+// The compiler's own header reads an undefined vector where the value does not matter, and gcc 12
+// warns of it wherever the intrinsics are inlined.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
 #include <immintrin.h>
 
 // Almost-Montgomery multiplication in radix 2^52 with the AVX-512 IFMA instructions (Gueron and
@@ -84,22 +90,24 @@ VANTREL_IFMA void multiplyVectors(Limb* z, const Limb* x, const Limb* y, const L
     Limb q = 0;
     Limb carry = 0;
     for (std::size_t i = 0; i < steps; ++i) {
-        // Invariant: lane 0 of r is digit i of the sum, without the shares of q and of the carry.
+        // Invariant: lane 0 of r is digit i of the sum, without the shares of x * y[i], of the last
+        // q and of the carry. The shares of q are summed apart: one chain through r for all four
+        // products would be too long.
         const __m512i digit = _mm512_set1_epi64(static_cast<long long>(y[i]));
         const __m512i factor = _mm512_set1_epi64(static_cast<long long>(q));
-        const __m512i withDigit = _mm512_madd52lo_epu64(r[0], xs[0], digit);
+#pragma GCC unroll 10
+        for (std::size_t v = 0; v < V; ++v) {
+            r[v] = _mm512_madd52lo_epu64(r[v], xs[v], digit);
+        }
         const Limb high = static_cast<Limb>((static_cast<DoubleLimb>(q) * n0Shifted) >> kLimbBits);
-        const Limb sum = lowLane(withDigit) + ((q * n1) & kMask52) + high + carry;
+        const Limb sum = lowLane(r[0]) + ((q * n1) & kMask52) + high + carry;
         q = (sum * negInverse) & kMask52;
         carry = (sum + kMask52) >> 52; // q[i] * n[0] fills the low 52 bits up to a carry, or zero
-
-        r[0] = _mm512_add_epi64(_mm512_madd52lo_epu64(withDigit, nextNs[0], factor),
-                                _mm512_madd52hi_epu64(zero, ns[0], factor));
 #pragma GCC unroll 10
-        for (std::size_t v = 1; v < V; ++v) {
-            r[v] = _mm512_madd52lo_epu64(r[v], xs[v], digit);
-            r[v] = _mm512_madd52lo_epu64(r[v], nextNs[v], factor);
-            r[v] = _mm512_madd52hi_epu64(r[v], ns[v], factor);
+        for (std::size_t v = 0; v < V; ++v) {
+            __m512i share = _mm512_madd52lo_epu64(zero, nextNs[v], factor);
+            share = _mm512_madd52hi_epu64(share, ns[v], factor);
+            r[v] = _mm512_add_epi64(r[v], share);
         }
 #pragma GCC unroll 10
         for (std::size_t v = 0; v < V; ++v) {

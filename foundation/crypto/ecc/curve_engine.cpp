@@ -1,27 +1,36 @@
 #include "foundation/crypto/ecc/curve_engine.h"
 
 #include "foundation/crypto/ecc/field.h"
+#include "foundation/crypto/ecc/p256_x86_adx.h"
 #include "foundation/crypto/ecc/weierstrass_engine.h"
 
 namespace vantrel::crypto {
 namespace {
 
-template <CurveId kId, std::size_t N, CoefficientA kA>
-const CurveEngine& portableEngine() noexcept {
+template <CurveId kId, class Field, CoefficientA kA> const CurveEngine& engineOf() noexcept {
     static const Curve& curve = *findCurve(kId);
-    static const WeierstrassEngine<MontgomeryField<N>, kA> engine(curve,
-                                                                  MontgomeryField<N>(curve.p));
+    static const WeierstrassEngine<Field, kA> engine(curve, Field(curve.p));
     return engine;
 }
 
 template <CurveId kId, std::size_t N, CoefficientA kA>
-constexpr CurveKernel kPortable{"portable", CpuFeature::None, portableEngine<kId, N, kA>};
+constexpr CurveKernel kPortable{"portable", CpuFeature::None,
+                                engineOf<kId, MontgomeryField<N>, kA>};
+
+#if defined(__x86_64__)
+template <CurveId kId, class Field, CoefficientA kA>
+constexpr CurveKernel kAdx{"adx", CpuFeature::Bmi2 | CpuFeature::Adx, engineOf<kId, Field, kA>};
+#endif
 
 constexpr CoefficientA kMinusThree = CoefficientA::MinusThree;
 
 constexpr CurveKernel kP192[] = {kPortable<CurveId::P192, 3, kMinusThree>};
 constexpr CurveKernel kP224[] = {kPortable<CurveId::P224, 4, kMinusThree>};
-constexpr CurveKernel kP256[] = {kPortable<CurveId::P256, 4, kMinusThree>};
+constexpr CurveKernel kP256[] = {
+#if defined(__x86_64__)
+    kAdx<CurveId::P256, FieldP256Adx, kMinusThree>,
+#endif
+    kPortable<CurveId::P256, 4, kMinusThree>};
 constexpr CurveKernel kP384[] = {kPortable<CurveId::P384, 6, kMinusThree>};
 constexpr CurveKernel kP521[] = {kPortable<CurveId::P521, 9, kMinusThree>};
 constexpr CurveKernel kSecp256k1[] = {kPortable<CurveId::Secp256k1, 4, CoefficientA::Zero>};
