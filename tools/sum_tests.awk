@@ -35,6 +35,12 @@ function close_section() {
     summed = 1
 }
 /^Test Passed\.$/ { ok = 1 }
+/^Test Skipped\.?$/ {
+    ok = summed = 1
+    if (caseSkipped == 0) {
+        caseSkipped = 1
+    }
+}
 END {
     close_section()
     printf "%d passed, %d failed, %d skipped\n", passed, failed, skipped
