@@ -14,11 +14,12 @@ namespace vantrel {
 class ClsJsonObject;
 class LogBase;
 class SystemCerts;
+class VantrelX509;
 class _clsCades;
 
 namespace cms {
+class CertificateSource;
 struct SignedData;
-struct CheckedSigner;
 } // namespace cms
 
 // A CMS ContentInfo that holds SignedData (RFC 5652), such as an RFC 3161 time-stamp token. BER
@@ -83,8 +84,9 @@ public:
     // Subject and issuer (RFC 4514) of the certificate of the (first) signer.
     [[nodiscard]] const StringBuffer& signerSubject() const noexcept { return m_signerSubject; }
     [[nodiscard]] const StringBuffer& signerIssuer() const noexcept { return m_signerIssuer; }
-    // Every signer's certificate leads to a certificate of the store.
-    [[nodiscard]] bool signersTrusted() const noexcept { return m_signersTrusted; }
+    // The time-stamp authority's certificate leads to a certificate of the store. Never true of
+    // content that is no time-stamp.
+    [[nodiscard]] bool authorityTrusted() const noexcept { return m_authorityTrusted; }
     [[nodiscard]] std::uint32_t numSigners() const noexcept;
 
 private:
@@ -92,14 +94,14 @@ private:
     [[nodiscard]] bool load(const DataBuffer& der, bool& otherContentType, LogBase& log);
     [[nodiscard]] bool verify(const _clsCades& options, SystemCerts* store, LogBase& log);
     [[nodiscard]] bool readTimeStamp(LogBase& log);
-    [[nodiscard]] bool verifySigner(std::uint32_t index, SystemCerts* store, bool& trusted,
-                                    LogBase& log);
-    void logTrust(bool trusted, LogBase& log) const;
+    [[nodiscard]] bool verifySigners(SystemCerts* store, LogBase& log);
+    [[nodiscard]] bool isTrusted(const VantrelX509& certificate,
+                                 const cms::CertificateSource& source, LogBase& log) const;
 
     DataBuffer m_der; // what the views of m_data and m_tstInfo point into
     std::unique_ptr<cms::SignedData> m_data;
     bool m_isTimeStamp = false;
-    bool m_signersTrusted = false;
+    bool m_authorityTrusted = false;
     cms::TstInfo m_tstInfo;
     std::string m_genTime;
     StringBuffer m_signerSubject;

@@ -1,0 +1,202 @@
+#include "foundation/cms/Pkcs7SignedData.h"
+
+#include "foundation/asn1/asn1_time.h"
+#include "foundation/asn1/ber_normalize.h"
+#include "foundation/cms/_clsCades.h"
+#include "foundation/cms/certificate_path.h"
+#include "foundation/cms/certificate_source.h"
+#include "foundation/cms/cms_oids.h"
+#include "foundation/cms/signed_data.h"
+#include "foundation/cms/signer_check.h"
+#include "foundation/json/ClsJsonObject.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/x509/DistinguishedName.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/no_throw.h"
+#include "foundation/x509/oids.h"
+
+#include <string_view>
+#include <vector>
+
+namespace vantrel {
+
+namespace {
+
+// A text that is no JSON may have meant to demand something, so it fails the verification.
+bool readOptions(const _clsCades& options, bool& requireTrusted, LogBase& log) {
+    requireTrusted = false;
+    const StringBuffer& text = options.cmsOptions().getUtf8Sb();
+    if (text.isEmpty()) {
+        return true;
+    }
+    LogNull quiet;
+    ClsJsonObject json;
+    if (!json.load(text.view(), quiet)) {
+        log.LogError("The CMS options are not a JSON object.");
+        return false;
+    }
+    requireTrusted = json.boolOf("requireTrustedTsa");
+    return true;
+}
+
+bool toDer(const DataBuffer& ber, DataBuffer& der) {
+    std::vector<std::uint8_t> normal;
+    std::size_t consumed = 0;
+    return asn1::normalizeBer(ber.view(), normal, consumed) && der.append(ByteView(normal));
+}
+
+} // namespace
+
+Pkcs7SignedData::Pkcs7SignedData() noexcept = default;
+Pkcs7SignedData::~Pkcs7SignedData() = default;
+
+void Pkcs7SignedData::clearResults() noexcept {
+    m_isTimeStamp = false;
+    m_authorityTrusted = false;
+    m_tstInfo = cms::TstInfo();
+    m_genTime.clear();
+    m_signerSubject.clear();
+    m_signerIssuer.clear();
+}
+
+std::uint32_t Pkcs7SignedData::numSigners() const noexcept {
+    return m_data ? static_cast<std::uint32_t>(m_data->signers.size()) : 0;
+}
+
+bool Pkcs7SignedData::loadPkcs7Der(const DataBuffer& der, const char* /*reservedName*/,
+                                   int /*reservedNumber*/, bool& otherContentType,
+                                   SystemCerts* /*store*/, LogBase& log) {
+    const LogContextExitor context(log, "loadPkcs7Der");
+    otherContentType = false;
+    m_data.reset();
+    clearResults();
+    const bool loaded = x509::noThrow(false, [&] { return load(der, otherContentType, log); });
+    if (!loaded) {
+        m_data.reset();
+        m_der.clear();
+    }
+    return loaded;
+}
+
+bool Pkcs7SignedData::load(const DataBuffer& der, bool& otherContentType, LogBase& log) {
+    using cms::SignedDataVerdict;
+    m_der = der;
+    m_data = std::make_unique<cms::SignedData>();
+    std::string_view whyNot;
+    SignedDataVerdict verdict = cms::parseSignedData(m_der.view(), *m_data, whyNot);
+    std::size_t rest = m_der.getSize() - m_data->size;
+    DataBuffer normal;
+    if (verdict == SignedDataVerdict::Malformed && toDer(der, normal) && !normal.equals(der)) {
+        m_der = normal;
+        verdict = cms::parseSignedData(m_der.view(), *m_data, whyNot);
+        rest = 0;
+    }
+    otherContentType = verdict == SignedDataVerdict::OtherContentType;
+    if (verdict != SignedDataVerdict::Parsed) {
+        log.LogError("The bytes are not CMS signed data.");
+        log.logText("reason", whyNot);
+        return false;
+    }
+    if (rest != 0) {
+        log.LogInfo("Bytes after the signed data were ignored.");
+    }
+    return true;
+}
+
+bool Pkcs7SignedData::verifyOpaqueSignature(DataBuffer& content, const _clsCades& options,
+                                            SystemCerts* store, LogBase& log) {
+    const LogContextExitor context(log, "verifyOpaqueSignature");
+    content.clear();
+    clearResults();
+    const bool verified = x509::noThrow(
+        false, [&] { return verify(options, store, log) && content.append(m_data->content); });
+    if (!verified) {
+        clearResults();
+    }
+    return verified;
+}
+
+bool Pkcs7SignedData::verify(const _clsCades& options, SystemCerts* store, LogBase& log) {
+    bool requireTrusted = false;
+    if (!readOptions(options, requireTrusted, log)) {
+        return false;
+    }
+    if (!m_data || !m_data->hasContent || m_data->signers.empty()) {
+        log.LogError("The signed data has no content or no signer.");
+        return false;
+    }
+    if (x509::sameBytes(m_data->contentType, cms::oid::kTstInfo)) {
+        if (!readTimeStamp(log)) {
+            return false;
+        }
+    } else if (requireTrusted) {
+        log.LogError("A trusted time-stamp is required, but the content is no time-stamp.");
+        return false;
+    }
+    if (!verifySigners(store, log)) {
+        return false;
+    }
+    if (requireTrusted && !m_authorityTrusted) {
+        log.LogError("The time-stamp authority is not trusted, but this is required.");
+        return false;
+    }
+    return true;
+}
+
+bool Pkcs7SignedData::readTimeStamp(LogBase& log) {
+    if (m_data->signers.size() != 1) {
+        log.LogError("A time-stamp token must have exactly one signer.");
+        return false;
+    }
+    std::string_view whyNot;
+    if (!cms::parseTstInfo(m_data->content, m_tstInfo, whyNot)) {
+        log.LogError("The content of the time-stamp token is malformed.");
+        log.logText("reason", whyNot);
+        return false;
+    }
+    m_isTimeStamp = true;
+    asn1::appendIsoTime(m_tstInfo.genTime, m_genTime);
+    log.logText("genTime", m_genTime);
+    return true;
+}
+
+bool Pkcs7SignedData::verifySigners(SystemCerts* store, LogBase& log) {
+    const cms::CertificateSource source(m_data->certificates, store);
+    cms::ContentDigests digests(m_data->content);
+    bool trusted = true;
+    for (const cms::SignerInfo& signer : m_data->signers) {
+        const VantrelX509* certificate = nullptr;
+        if (!cms::checkSigner(*m_data, signer, digests, source, certificate, log) ||
+            (m_isTimeStamp && !cms::isMadeForTimeStamping(*certificate, log))) {
+            return false;
+        }
+        if (&signer == m_data->signers.data()) {
+            DistinguishedName::fromDer(certificate->subject(), true, m_signerSubject);
+            DistinguishedName::fromDer(certificate->issuer(), true, m_signerIssuer);
+            log.LogDataSb("signerSubject", m_signerSubject);
+        }
+        trusted = trusted && isTrusted(*certificate, source, log);
+    }
+    m_authorityTrusted = trusted;
+    log.LogInfo("The signature of the signed data is valid.");
+    return true;
+}
+
+// Only a time-stamp says at what time its certificates must have been valid.
+bool Pkcs7SignedData::isTrusted(const VantrelX509& certificate,
+                                const cms::CertificateSource& source, LogBase& log) const {
+    if (!m_isTimeStamp) {
+        return false;
+    }
+    std::string_view whyNot;
+    if (cms::leadsToStore(certificate, source, m_tstInfo.genTime, whyNot, log)) {
+        log.LogInfo("The time-stamp authority is trusted.");
+        return true;
+    }
+    log.LogInfo("The time-stamp authority was not checked.");
+    log.logText("reason", whyNot);
+    return false;
+}
+
+} // namespace vantrel

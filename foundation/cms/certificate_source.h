@@ -1,0 +1,55 @@
+#ifndef FOUNDATION_CMS_CERTIFICATE_SOURCE_H
+#define FOUNDATION_CMS_CERTIFICATE_SOURCE_H
+
+#include "foundation/text/byte_view.h"
+#include "foundation/x509/VantrelX509.h"
+
+#include <cstddef>
+#include <deque>
+#include <span>
+#include <vector>
+
+namespace vantrel {
+
+class SystemCerts;
+
+namespace cms {
+
+struct SignerInfo;
+
+// Where certificates come from during one verification: those that the message carries, which prove
+// nothing by themselves, and those of the store, which are held to be trusted. May throw
+// std::bad_alloc.
+class CertificateSource final {
+public:
+    // Certificates of the message that cannot be parsed are passed over. `store` may be null; it
+    // must outlive this object.
+    CertificateSource(std::span<const ByteView> certificates, SystemCerts* store);
+    CertificateSource(const CertificateSource&) = delete;
+    CertificateSource& operator=(const CertificateSource&) = delete;
+
+    // The certificates that a signer may mean: those of the message first, then that of the store.
+    [[nodiscard]] std::vector<const VantrelX509*> signerCandidates(const SignerInfo& signer) const;
+
+    // The certificates that carry the name of the issuer of `certificate`. The first `fromStore` of
+    // them are the store's.
+    [[nodiscard]] std::vector<const VantrelX509*> issuerCandidates(const VantrelX509& certificate,
+                                                                   std::size_t& fromStore) const;
+
+    // Whether the store holds this very certificate.
+    [[nodiscard]] bool storeHolds(const VantrelX509& certificate) const;
+
+private:
+    [[nodiscard]] const VantrelX509* fromStore(const SignerInfo& signer) const;
+    [[nodiscard]] const VantrelX509* byKeyId(ByteView keyId) const;
+    [[nodiscard]] const VantrelX509* bySubject(const VantrelX509& named, bool subject) const;
+    [[nodiscard]] const VantrelX509* byIssuerAndSerial(ByteView issuer, ByteView serial) const;
+
+    std::deque<VantrelX509> m_carried;
+    SystemCerts* m_store;
+};
+
+} // namespace cms
+} // namespace vantrel
+
+#endif

@@ -1,0 +1,33 @@
+#ifndef FOUNDATION_CMS_CMS_OIDS_H
+#define FOUNDATION_CMS_CMS_OIDS_H
+
+#include <cstdint>
+#include <string_view>
+
+// Object identifiers of signed data and time-stamps, as contents octets.
+namespace vantrel::cms::oid {
+
+// RFC 5652 4, 5.1, 11: content types and attributes
+inline constexpr std::uint8_t kData[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 7, 1};
+inline constexpr std::uint8_t kSignedData[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 7, 2};
+inline constexpr std::uint8_t kContentType[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 3};
+inline constexpr std::uint8_t kMessageDigest[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 4};
+
+// RFC 3161 2.4.2: the content of a time-stamp token
+inline constexpr std::uint8_t kTstInfo[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 1, 9, 16, 1, 4};
+
+// RFC 5035 3, 4: signing-certificate attributes
+inline constexpr std::uint8_t kSigningCertificate[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                                       1,    9,    16,   2,    12};
+inline constexpr std::uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                                         1,    9,    16,   2,    47};
+
+// RFC 5280 4.2.1.1
+inline constexpr std::uint8_t kAuthorityKeyId[] = {0x55, 0x1D, 35};
+
+// RFC 3161 2.3: id-kp-timeStamping
+inline constexpr std::string_view kTimeStampingPurpose = "1.3.6.1.5.5.7.3.8";
+
+} // namespace vantrel::cms::oid
+
+#endif

@@ -1,0 +1,93 @@
+#include "foundation/cms/signed_attributes.h"
+
+#include "foundation/asn1/der_reader.h"
+#include "foundation/asn1/der_writer.h"
+#include "foundation/cms/cms_oids.h"
+#include "foundation/x509/oids.h"
+
+#include <algorithm>
+
+namespace vantrel::cms {
+
+using asn1::DerElement;
+using asn1::DerReader;
+using asn1::Tag;
+using x509::sameBytes;
+
+namespace {
+
+// Puts the one value of an attribute into `slot`, which no attribute may have filled before.
+bool takeOnlyValue(DerReader values, ByteView& slot) noexcept {
+    DerElement value;
+    if (!slot.empty() || !values.readAny(value) || !values.atEnd()) {
+        return false;
+    }
+    slot = value.whole;
+    return true;
+}
+
+bool unwrap(Tag tag, ByteView& slot) noexcept {
+    DerReader reader(slot);
+    return reader.read(tag, slot) && !slot.empty();
+}
+
+} // namespace
+
+bool parseSignedAttributes(ByteView elements, SignedAttributes& out) noexcept {
+    SignedAttributes found;
+    DerReader set(elements);
+    while (!set.atEnd()) {
+        // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }
+        DerReader attribute;
+        ByteView type;
+        DerReader values;
+        if (!set.enter(Tag::Sequence, attribute) || !attribute.read(Tag::Oid, type) ||
+            !attribute.enter(Tag::Set, values) || !attribute.atEnd()) {
+            return false;
+        }
+        ByteView* slot = nullptr;
+        if (sameBytes(type, oid::kContentType)) {
+            slot = &found.contentType;
+        } else if (sameBytes(type, oid::kMessageDigest)) {
+            slot = &found.messageDigest;
+        } else if (sameBytes(type, oid::kSigningCertificate)) {
+            slot = &found.signingCertificate;
+        } else if (sameBytes(type, oid::kSigningCertificateV2)) {
+            slot = &found.signingCertificateV2;
+        }
+        if (slot != nullptr && !takeOnlyValue(values, *slot)) {
+            return false;
+        }
+    }
+    if (!unwrap(Tag::Oid, found.contentType) || !unwrap(Tag::OctetString, found.messageDigest)) {
+        return false;
+    }
+    out = found;
+    return true;
+}
+
+bool encodeSignedAttributes(ByteView elements, bool sorted, std::vector<std::uint8_t>& out) {
+    std::vector<ByteView> order;
+    DerReader set(elements);
+    DerElement element;
+    while (set.readAny(element)) {
+        order.push_back(element.whole);
+    }
+    const auto before = [](ByteView a, ByteView b) {
+        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+    };
+    const bool reorder = sorted && !std::is_sorted(order.begin(), order.end(), before);
+    if (reorder) {
+        std::sort(order.begin(), order.end(), before);
+    }
+    asn1::DerWriter writer;
+    writer.open(Tag::Set);
+    for (const ByteView one : order) {
+        writer.writeRaw(one);
+    }
+    writer.close();
+    out.assign(writer.bytes().begin(), writer.bytes().end());
+    return reorder;
+}
+
+} // namespace vantrel::cms

@@ -1,0 +1,31 @@
+#ifndef FOUNDATION_CMS_SIGNED_ATTRIBUTES_H
+#define FOUNDATION_CMS_SIGNED_ATTRIBUTES_H
+
+#include "foundation/text/byte_view.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace vantrel::cms {
+
+// The signed attributes that matter here (RFC 5652 11, RFC 5035). Views point into the parsed
+// bytes; an attribute that is absent is empty.
+struct SignedAttributes {
+    ByteView contentType;          // contents of the object identifier
+    ByteView messageDigest;        // contents of the octet string
+    ByteView signingCertificate;   // the value, with header
+    ByteView signingCertificateV2; // the value, with header
+};
+
+// Reads the elements of a set of attributes. False when one is malformed, when one of the above
+// stands there twice or has not exactly one value, or when one of the first two is missing.
+[[nodiscard]] bool parseSignedAttributes(ByteView elements, SignedAttributes& out) noexcept;
+
+// `out` := the set as it is signed: with the tag of a SET, its elements in the order of DER (X.690
+// 11.6) if `sorted`, else as they stand. True when sorting changed their order. May throw
+// std::bad_alloc. The elements must have been parsed before.
+bool encodeSignedAttributes(ByteView elements, bool sorted, std::vector<std::uint8_t>& out);
+
+} // namespace vantrel::cms
+
+#endif

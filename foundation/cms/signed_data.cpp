@@ -1,0 +1,191 @@
+#include "foundation/cms/signed_data.h"
+
+#include "foundation/asn1/der_reader.h"
+#include "foundation/asn1/der_values.h"
+#include "foundation/cms/cms_oids.h"
+#include "foundation/x509/oids.h"
+
+#include <cstdint>
+
+namespace vantrel::cms {
+
+using asn1::contextConstructed;
+using asn1::contextPrimitive;
+using asn1::DerElement;
+using asn1::DerReader;
+using asn1::Tag;
+using x509::sameBytes;
+
+namespace {
+
+// RFC 5652 5.2
+bool parseContent(DerReader& body, SignedData& out, std::string_view& whyNot) noexcept {
+    whyNot = "the encapsulated content is malformed";
+    // EncapsulatedContentInfo ::= SEQUENCE {
+    DerReader encapsulated;
+    if (!body.enter(Tag::Sequence, encapsulated)) {
+        return false;
+    }
+    //     eContentType  ContentType,
+    if (!encapsulated.read(Tag::Oid, out.contentType)) {
+        return false;
+    }
+    //     eContent      [0] EXPLICIT OCTET STRING OPTIONAL }
+    if (encapsulated.atEnd()) {
+        return true;
+    }
+    DerReader wrapper;
+    out.hasContent = encapsulated.enter(contextConstructed(0), wrapper) &&
+                     wrapper.read(Tag::OctetString, out.content) && wrapper.atEnd();
+    return out.hasContent && encapsulated.atEnd();
+}
+
+// RFC 5652 10.2.3
+bool parseCertificates(DerReader& body, SignedData& out, std::string_view& whyNot) {
+    whyNot = "the set of certificates is malformed";
+    // certificates [0] IMPLICIT SET OF CertificateChoices OPTIONAL
+    if (!body.nextIs(contextConstructed(0))) {
+        return true;
+    }
+    DerReader set;
+    if (!body.enter(contextConstructed(0), set)) {
+        return false;
+    }
+    while (!set.atEnd()) {
+        DerElement choice;
+        if (!set.readAny(choice)) {
+            return false;
+        }
+        if (choice.tag != Tag::Sequence) {
+            continue; // attribute certificates and the like
+        }
+        if (out.certificates.size() == kMaxCertificates) {
+            whyNot = "there are too many certificates";
+            return false;
+        }
+        out.certificates.push_back(choice.whole);
+    }
+    return true;
+}
+
+// RFC 5652 5.3
+bool parseSignerIdentifier(DerReader& fields, SignerInfo& out) noexcept {
+    // SignerIdentifier ::= CHOICE {
+    //     issuerAndSerialNumber  IssuerAndSerialNumber,
+    //     subjectKeyIdentifier   [0] SubjectKeyIdentifier }
+    if (fields.nextIs(contextPrimitive(0))) {
+        return fields.read(contextPrimitive(0), out.keyIdentifier) && !out.keyIdentifier.empty();
+    }
+    // IssuerAndSerialNumber ::= SEQUENCE { issuer Name, serialNumber INTEGER }
+    DerReader name;
+    return fields.enter(Tag::Sequence, name) && name.readWhole(Tag::Sequence, out.issuer) &&
+           name.read(Tag::Integer, out.serialNumber) && !out.serialNumber.empty() && name.atEnd();
+}
+
+// RFC 5652 5.3
+bool parseSignerInfo(DerReader fields, SignerInfo& out) noexcept {
+    // SignerInfo ::= SEQUENCE {
+    //     version             CMSVersion,
+    //     sid                 SignerIdentifier,
+    //     digestAlgorithm     DigestAlgorithmIdentifier,
+    std::int64_t version = 0;
+    if (!asn1::readSmallInteger(fields, version) || !parseSignerIdentifier(fields, out) ||
+        !fields.readWhole(Tag::Sequence, out.digestAlgorithm)) {
+        return false;
+    }
+    //     signedAttrs         [0] IMPLICIT SignedAttributes OPTIONAL,
+    if (fields.nextIs(contextConstructed(0))) {
+        if (!fields.read(contextConstructed(0), out.signedAttributes)) {
+            return false;
+        }
+        out.hasSignedAttributes = true;
+    }
+    //     signatureAlgorithm  SignatureAlgorithmIdentifier,
+    //     signature           OCTET STRING,
+    //     unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
+    return fields.readWhole(Tag::Sequence, out.signatureAlgorithm) &&
+           fields.read(Tag::OctetString, out.signature) &&
+           fields.skipOptional(contextConstructed(1)) && fields.atEnd();
+}
+
+bool parseSigners(DerReader& body, SignedData& out, std::string_view& whyNot) {
+    whyNot = "a signer is malformed";
+    // SignerInfos ::= SET OF SignerInfo
+    DerReader set;
+    if (!body.enter(Tag::Set, set)) {
+        return false;
+    }
+    while (!set.atEnd()) {
+        DerReader fields;
+        SignerInfo signer;
+        if (!set.enter(Tag::Sequence, fields) || !parseSignerInfo(fields, signer)) {
+            return false;
+        }
+        if (out.signers.size() == kMaxSigners) {
+            whyNot = "there are too many signers";
+            return false;
+        }
+        out.signers.push_back(signer);
+    }
+    return true;
+}
+
+// RFC 5652 5.1
+bool parseBody(DerReader& content, SignedData& out, std::string_view& whyNot) {
+    whyNot = "the version or the digest algorithms are malformed";
+    // SignedData ::= SEQUENCE {
+    DerReader body;
+    if (!content.enter(Tag::Sequence, body) || !content.atEnd()) {
+        return false;
+    }
+    //     version           CMSVersion,
+    //     digestAlgorithms  DigestAlgorithmIdentifiers,
+    std::int64_t version = 0;
+    ByteView digests;
+    if (!asn1::readSmallInteger(body, version) || !body.read(Tag::Set, digests)) {
+        return false;
+    }
+    //     encapContentInfo  EncapsulatedContentInfo,
+    //     certificates      [0] IMPLICIT CertificateSet OPTIONAL,
+    if (!parseContent(body, out, whyNot) || !parseCertificates(body, out, whyNot)) {
+        return false;
+    }
+    //     crls              [1] IMPLICIT RevocationInfoChoices OPTIONAL,
+    whyNot = "the revocation data are malformed";
+    if (!body.skipOptional(contextConstructed(1))) {
+        return false;
+    }
+    //     signerInfos       SignerInfos }
+    if (!parseSigners(body, out, whyNot)) {
+        return false;
+    }
+    whyNot = "something follows the signers";
+    return body.atEnd();
+}
+
+} // namespace
+
+SignedDataVerdict parseSignedData(ByteView der, SignedData& out, std::string_view& whyNot) {
+    out = SignedData();
+    whyNot = "the outer structure is malformed";
+    // ContentInfo ::= SEQUENCE { contentType ContentType, content [0] EXPLICIT ANY }
+    DerReader reader(der);
+    DerReader info;
+    ByteView type;
+    DerReader content;
+    if (!reader.enter(Tag::Sequence, info) || !info.read(Tag::Oid, type)) {
+        return SignedDataVerdict::Malformed;
+    }
+    if (!sameBytes(type, oid::kSignedData)) {
+        whyNot = "the content is of another type";
+        return SignedDataVerdict::OtherContentType;
+    }
+    if (!info.enter(contextConstructed(0), content) || !info.atEnd() ||
+        !parseBody(content, out, whyNot)) {
+        return SignedDataVerdict::Malformed;
+    }
+    out.size = der.size() - reader.rest().size();
+    return SignedDataVerdict::Parsed;
+}
+
+} // namespace vantrel::cms

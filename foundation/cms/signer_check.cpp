@@ -1,0 +1,210 @@
+#include "foundation/cms/signer_check.h"
+
+#include "foundation/cms/certificate_source.h"
+#include "foundation/cms/cms_oids.h"
+#include "foundation/cms/signed_attributes.h"
+#include "foundation/cms/signed_data.h"
+#include "foundation/cms/signing_certificate.h"
+#include "foundation/crypto/hash/hasher.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/keys/_vlPublicKey.h"
+#include "foundation/x509/keys/key_der.h"
+#include "foundation/x509/oids.h"
+#include "foundation/x509/signature_algorithm.h"
+
+#include <string>
+#include <vector>
+
+namespace vantrel::cms {
+
+using x509::sameBytes;
+using x509::SignatureAlgorithm;
+
+namespace {
+
+// Bits of KeyUsage that allow a signature over data.
+constexpr std::uint32_t kSigningUsages = 1U << 0 | 1U << 1; // digitalSignature, nonRepudiation
+
+// What the signature is over, and how it was made.
+struct Claim {
+    SignatureAlgorithm algorithm;
+    int digestId = kHashNone;
+    std::vector<std::uint8_t> attributes; // the encoded set, when there are signed attributes
+    ByteView signedBytes;
+    ByteView signature;
+};
+
+bool readAlgorithms(const SignerInfo& signer, Claim& claim, LogBase& log) {
+    claim.digestId = x509::parseDigestAlgorithm(signer.digestAlgorithm);
+    if (claim.digestId == kHashNone) {
+        log.LogError("The digest algorithm of the signed data is not supported.");
+        return false;
+    }
+    if (!x509::parseSignatureAlgorithm(signer.signatureAlgorithm, claim.algorithm)) {
+        std::string name;
+        log.LogError("The signature algorithm of the signed data is not supported.");
+        if (x509::appendSignatureAlgorithmName(signer.signatureAlgorithm, name)) {
+            log.logText("signatureAlgorithm", name);
+        }
+        return false;
+    }
+    claim.signature = signer.signature;
+    return true;
+}
+
+// RFC 5652 11.1, 11.2
+bool attributesMatch(const SignedData& data, const SignedAttributes& attributes, int digestId,
+                     ContentDigests& digests, LogBase& log) {
+    if (!sameBytes(attributes.contentType, data.contentType)) {
+        log.LogError("The content-type attribute is not the type of the content.");
+        return false;
+    }
+    if (!sameBytes(attributes.messageDigest, digests.digest(digestId))) {
+        log.LogError("The message-digest attribute is not the digest of the content.");
+        return false;
+    }
+    return true;
+}
+
+bool verifies(const Claim& claim, const _vlPublicKey& key, LogBase& log) {
+    SignatureAlgorithm algorithm = claim.algorithm;
+    if (algorithm.hashId != kHashNone &&
+        x509::verifySignedBytes(algorithm, key, claim.signedBytes, claim.signature, log)) {
+        return true;
+    }
+    // "rsaEncryption" and the like name no hash: the digest algorithm does. Where the two disagree
+    // signers in the wild mean the digest algorithm. RSA-PSS has its own parameters.
+    if (algorithm.pss || algorithm.hashId == claim.digestId) {
+        return false;
+    }
+    algorithm.hashId = claim.digestId;
+    return x509::verifySignedBytes(algorithm, key, claim.signedBytes, claim.signature, log);
+}
+
+// The signature over the set of attributes as DER has it, or over the order in which it stands.
+bool verifiesInAnyOrder(Claim& claim, const SignerInfo& signer, const _vlPublicKey& key,
+                        LogBase& log) {
+    if (!signer.hasSignedAttributes) {
+        return verifies(claim, key, log);
+    }
+    const bool reordered = encodeSignedAttributes(signer.signedAttributes, true, claim.attributes);
+    claim.signedBytes = claim.attributes;
+    if (verifies(claim, key, log)) {
+        return true;
+    }
+    if (!reordered) {
+        return false;
+    }
+    static_cast<void>(encodeSignedAttributes(signer.signedAttributes, false, claim.attributes));
+    claim.signedBytes = claim.attributes;
+    if (!verifies(claim, key, log)) {
+        return false;
+    }
+    log.LogInfo("The signed attributes were signed in an order that DER does not allow.");
+    return true;
+}
+
+bool verifiesWith(Claim& claim, const SignerInfo& signer, const VantrelX509& certificate,
+                  LogBase& log) {
+    _vlPublicKey key;
+    std::string_view whyNot;
+    if (!x509::loadSubjectPublicKeyInfo(certificate.publicKeyInfo(), key, whyNot)) {
+        log.logText("signerKeyFault", whyNot);
+        return false;
+    }
+    return verifiesInAnyOrder(claim, signer, key, log);
+}
+
+// RFC 5035 2
+bool isNamedBy(const SignedAttributes& attributes, const VantrelX509& certificate) {
+    return (attributes.signingCertificate.empty() ||
+            namesCertificate(attributes.signingCertificate, certificate)) &&
+           (attributes.signingCertificateV2.empty() ||
+            namesCertificateV2(attributes.signingCertificateV2, certificate));
+}
+
+bool findVerifyingCertificate(Claim& claim, const SignerInfo& signer,
+                              const SignedAttributes& attributes, const CertificateSource& source,
+                              const VantrelX509*& certificate, LogBase& log) {
+    const std::vector<const VantrelX509*> candidates = source.signerCandidates(signer);
+    if (candidates.empty()) {
+        log.LogError("The signer's certificate is neither in the signed data nor in the store.");
+        return false;
+    }
+    bool verified = false;
+    for (const VantrelX509* const candidate : candidates) {
+        if (!verifiesWith(claim, signer, *candidate, log)) {
+            continue;
+        }
+        verified = true;
+        if (isNamedBy(attributes, *candidate)) {
+            certificate = candidate;
+            return true;
+        }
+    }
+    log.LogError(verified
+                     ? "The signing-certificate attribute does not name the signer's certificate."
+                     : "The signature of the signed data is invalid.");
+    return false;
+}
+
+} // namespace
+
+ByteView ContentDigests::digest(int hashId) noexcept {
+    if (crypto::hashDigestSize(hashId) == 0) {
+        return {};
+    }
+    Entry& entry = m_entries[static_cast<std::size_t>(hashId) % m_entries.size()];
+    if (entry.size == 0) {
+        entry.size = crypto::hashBytes(hashId, m_content, entry.bytes).size();
+    }
+    return ByteView(entry.bytes).first(entry.size);
+}
+
+bool checkSigner(const SignedData& data, const SignerInfo& signer, ContentDigests& digests,
+                 const CertificateSource& source, const VantrelX509*& certificate, LogBase& log) {
+    Claim claim;
+    if (!readAlgorithms(signer, claim, log)) {
+        return false;
+    }
+    SignedAttributes attributes;
+    if (signer.hasSignedAttributes) {
+        if (!parseSignedAttributes(signer.signedAttributes, attributes)) {
+            log.LogError("The signed attributes are malformed or incomplete.");
+            return false;
+        }
+        if (!attributesMatch(data, attributes, claim.digestId, digests, log)) {
+            return false;
+        }
+    } else if (!sameBytes(data.contentType, oid::kData)) {
+        // RFC 5652 5.3. Without this rule the signed attributes of one message could be passed off
+        // as the content of another.
+        log.LogError("There are no signed attributes, although the content is not plain data.");
+        return false;
+    } else {
+        claim.signedBytes = data.content;
+    }
+    return findVerifyingCertificate(claim, signer, attributes, source, certificate, log);
+}
+
+bool isMadeForTimeStamping(const VantrelX509& certificate, LogBase& log) {
+    bool present = false;
+    bool named = false;
+    bool onlyOne = false;
+    bool critical = false;
+    certificate.extendedKeyUsage(oid::kTimeStampingPurpose, present, named, onlyOne, critical);
+    std::uint32_t usage = 0;
+    const bool maySign = !certificate.keyUsage(usage) || (usage & kSigningUsages) != 0;
+    if (named && onlyOne && critical && maySign) {
+        return true;
+    }
+    log.LogError("The signer's certificate is not made for time-stamping.");
+    log.logText("reason", !named      ? "its extended key usage is not time-stamping"
+                          : !onlyOne  ? "it has other extended key usages"
+                          : !critical ? "its extended key usage is not critical"
+                                      : "its key usage does not allow signatures");
+    return false;
+}
+
+} // namespace vantrel::cms
