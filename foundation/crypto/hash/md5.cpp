@@ -27,7 +27,8 @@ constexpr std::size_t wordOfStep(std::size_t i) noexcept {
 }
 
 // One step, a := b + ((a + F(b, c, d) + X[k] + T[i]) <<< s). What does not wait for the previous
-// step's result, b, is summed first; the two halves of G have no bit in common and may be added.
+// step's result, b, is summed first, which the empty assembly keeps the compiler from undoing; the
+// two halves of G have no bit in common and may be added.
 template <std::size_t I>
 [[gnu::always_inline]] inline void step(std::uint32_t (&v)[4], std::uint32_t word) noexcept {
     std::uint32_t& a = v[(64 - I) % 4];
@@ -36,10 +37,12 @@ template <std::size_t I>
     const std::uint32_t d = v[(67 - I) % 4];
 
     a += word + kSines[I];
+    __asm__("" : "+r"(a));
     if constexpr (I < 16) {
         a += ((c ^ d) & b) ^ d;
     } else if constexpr (I < 32) {
         a += c & ~d;
+        __asm__("" : "+r"(a));
         a += b & d;
     } else if constexpr (I < 48) {
         a += (c ^ d) ^ b;

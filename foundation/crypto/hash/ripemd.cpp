@@ -67,7 +67,9 @@ template <std::size_t I, std::size_t F>
     std::uint32_t& c = v[(82 - I) % 5];
     const std::uint32_t d = v[(83 - I) % 5];
     const std::uint32_t e = v[(84 - I) % 5];
-    a = std::rotl(plusMix<F>(a + wordAndConstant, b, c, d), shift) + e;
+    a += wordAndConstant;
+    __asm__("" : "+r"(a)); // keeps the early sum early
+    a = std::rotl(plusMix<F>(a, b, c, d), shift) + e;
     c = std::rotl(c, 10);
 }
 
@@ -79,7 +81,9 @@ template <std::size_t I, std::size_t F>
     const std::uint32_t b = v[(65 - I) % 4];
     const std::uint32_t c = v[(66 - I) % 4];
     const std::uint32_t d = v[(67 - I) % 4];
-    a = std::rotl(plusMix<F>(a + wordAndConstant, b, c, d), shift);
+    a += wordAndConstant;
+    __asm__("" : "+r"(a)); // keeps the early sum early
+    a = std::rotl(plusMix<F>(a, b, c, d), shift);
 }
 
 } // namespace

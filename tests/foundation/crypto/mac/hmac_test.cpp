@@ -2,12 +2,15 @@
 
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/mac/constant_time.h"
+#include "foundation/json/json_value.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "tests/support/bytes.h"
+#include "tests/support/corpus.h"
 #include "tests/support/vectors.h"
 
 #include <climits>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +33,54 @@ TEST(Hmac, KnownAnswers) {
         expected.insert(expected.begin(), 'x');
         EXPECT_EQ(toHex(out.view()), toHex(expected)) << c.where();
     });
+}
+
+std::string_view member(const json::JsonValue& object, std::string_view name) {
+    const json::JsonValue* const value = object.find(name);
+    return value != nullptr ? value->text() : std::string_view();
+}
+
+// One Wycheproof case: the code, cut to the size of the group's tags, equals the tag exactly when
+// the case is valid. The files have no "acceptable" cases.
+void checkWycheproofCase(const json::JsonValue& test, std::size_t tagSize, int hashId) {
+    const Bytes key = fromHex(member(test, "key"));
+    const Bytes message = fromHex(member(test, "msg"));
+    const Bytes tag = fromHex(member(test, "tag"));
+    LogNull log;
+    DataBuffer out;
+    ASSERT_TRUE(
+        Hmac::doHMAC(message.data(), sizeOf(message), key.data(), sizeOf(key), hashId, out, log));
+    const bool equal = crypto::constantTimeEqual(out.view().first(tagSize), tag);
+    EXPECT_EQ(equal ? "valid" : "invalid", member(test, "result")) << member(test, "tcId");
+}
+
+TEST(Hmac, Wycheproof) {
+    struct File {
+        const char* name;
+        int hashId;
+        int cases;
+    };
+    for (const File& file : {File{"hmac_sha1_test.json", kHashSha1, 170},
+                             File{"hmac_sha256_test.json", kHashSha256, 174},
+                             File{"hmac_sha384_test.json", kHashSha384, 174},
+                             File{"hmac_sha512_test.json", kHashSha512, 174}}) {
+        SCOPED_TRACE(file.name);
+        VANTREL_NEED_CORPUS(path, std::string("wycheproof/") + file.name);
+        const std::string content = readText(path);
+        json::JsonValue root;
+        std::size_t faultAt = 0;
+        ASSERT_TRUE(json::parseJson(content, root, faultAt)) << faultAt;
+        int cases = 0;
+        for (const json::JsonValue& group : root.find("testGroups")->elements()) {
+            std::int64_t tagBits = 0;
+            ASSERT_TRUE(group.find("tagSize")->integer(tagBits));
+            for (const json::JsonValue& test : group.find("tests")->elements()) {
+                checkWycheproofCase(test, static_cast<std::size_t>(tagBits / 8), file.hashId);
+                ++cases;
+            }
+        }
+        EXPECT_EQ(cases, file.cases);
+    }
 }
 
 TEST(Hmac, RefusesWhatItCannotCompute) {
