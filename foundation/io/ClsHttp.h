@@ -64,7 +64,7 @@ public:
     void put_MaxResponseSize(std::uint32_t bytes) noexcept { m_maxResponseSize = bytes; }
 
     /// Basic authentication (RFC 7617), sent when the login is not empty.
-    void put_Login(const XString& login) { m_login.copyFromX(login); }
+    void put_Login(const XString& login);
     void put_Password(const XString& password);
 
     /// Puts another transport in the place of the built-in one; an empty function restores it.
