@@ -41,12 +41,14 @@ private:
         std::uint32_t size = 0;
     };
 
+    class Entry;
+
     [[nodiscard]] std::string_view line(Line where) const noexcept {
-        return m_text.view().substr(where.start, where.size);
+        const std::string_view text = m_text.view();
+        // An entry that memory was too short for is not there.
+        return where.start < text.size() ? text.substr(where.start, where.size)
+                                         : std::string_view{};
     }
-    void indent();
-    void writeKey(const char* key);
-    void writeEscaped(std::string_view value);
 
     StringBuffer m_text;
     StringBuffer m_lastJsonData;
