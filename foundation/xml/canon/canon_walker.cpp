@@ -22,8 +22,8 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 } // namespace
 
 CanonWalker::CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink)
-    : m_document(document), m_request(request), m_text(document.text()), m_out(m_text.data(), sink),
-      m_tags(document, request, m_out) {}
+    : m_document(document), m_request(request), m_text(document.text()), m_window(m_text),
+      m_out(m_text.data(), sink), m_tags(document, request, m_window, m_out) {}
 
 // Canonical XML 1.0, 2.3: comments and processing instructions outside the root element stand on
 // lines of their own; everything else there is left out.
@@ -81,10 +81,10 @@ void CanonWalker::walkElement(ElementId apex) {
     planEvent(record.start);
     m_tags.inherit(apex);
 
-    const auto size = static_cast<std::uint32_t>(m_text.size());
+    m_window.open(record.start, record.end);
     std::uint32_t at = record.start;
     while (at < record.end) {
-        at = findTextStop(m_text.data(), at, size);
+        at = m_window.findContentStop(at);
         switch (m_text[at]) {
         case '<': at = markup(at); break;
         case '&': at = reference(at); break;

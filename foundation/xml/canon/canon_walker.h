@@ -2,6 +2,7 @@
 #define FOUNDATION_XML_CANON_CANON_WALKER_H
 
 #include "foundation/xml/canon/canon_output.h"
+#include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/start_tag_writer.h"
 #include "foundation/xml/scan/grow_array.h"
@@ -37,6 +38,7 @@ private:
     const XmlDocument& m_document;
     const CanonRequest& m_request;
     const std::string_view m_text;
+    CanonWindow m_window;
     CanonOutput m_out;
     StartTagWriter m_tags;
     GrowArray<std::uint32_t> m_open; // name lengths of the open elements

@@ -6,17 +6,19 @@ namespace vantrel::xml {
 
 namespace {
 
-// Writes `text` with each byte of `special` replaced by what `escape` says of it.
-template <class Escape>
-void putEscaped(std::string_view text, std::string_view special, CanonOutput& out, Escape escape) {
+constexpr std::string_view kAttributeSpecial = "&<\"\t\n\r";
+
+// Passes `text` to put(piece), with each byte of `special` replaced by what `escape` says of it.
+template <class Put, class Escape>
+void putEscaped(std::string_view text, std::string_view special, Put put, Escape escape) {
     for (;;) {
         const std::size_t stop = text.find_first_of(special);
-        out.put(text.substr(0, stop));
+        put(text.substr(0, stop));
         if (stop == std::string_view::npos) {
             return;
         }
         const char next = stop + 1 < text.size() ? text[stop + 1] : '\0';
-        out.put(escape(text[stop], next));
+        put(escape(text[stop], next));
         text.remove_prefix(stop + 1);
     }
 }
@@ -59,16 +61,27 @@ void putTextCharacter(char32_t c, CanonOutput& out) {
 }
 
 void putCdata(std::string_view raw, CanonOutput& out) {
-    putEscaped(raw, "&<>\r", out,
-               [](char c, char next) { return c == '\r' ? lineEnd(next) : escapedText(c); });
+    putEscaped(
+        raw, "&<>\r", [&out](std::string_view piece) { out.put(piece); },
+        [](char c, char next) { return c == '\r' ? lineEnd(next) : escapedText(c); });
 }
 
 void putAttributeValue(std::string_view value, CanonOutput& out) {
-    putEscaped(value, "&<\"\t\n\r", out, [](char c, char) { return escapedAttribute(c); });
+    putEscaped(
+        value, kAttributeSpecial, [&out](std::string_view piece) { out.put(piece); },
+        [](char c, char) { return escapedAttribute(c); });
+}
+
+void appendAttributeEscaped(std::string_view value, std::string& out) {
+    putEscaped(
+        value, kAttributeSpecial, [&out](std::string_view piece) { out += piece; },
+        [](char c, char) { return escapedAttribute(c); });
 }
 
 void putLines(std::string_view raw, CanonOutput& out) {
-    putEscaped(raw, "\r", out, [](char, char next) { return lineEnd(next); });
+    putEscaped(
+        raw, "\r", [&out](std::string_view piece) { out.put(piece); },
+        [](char, char next) { return lineEnd(next); });
 }
 
 std::uint32_t canonicalReference(std::string_view text) noexcept {

@@ -4,6 +4,7 @@
 #include "foundation/xml/canon/canon_output.h"
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace vantrel::xml {
@@ -16,11 +17,12 @@ void putTextCharacter(char32_t c, CanonOutput& out);
 void putCdata(std::string_view raw, CanonOutput& out);
 // An attribute value or namespace name that is already normalised.
 void putAttributeValue(std::string_view value, CanonOutput& out);
+void appendAttributeEscaped(std::string_view value, std::string& out);
 // The text of a comment or processing instruction: line ends become LF.
 void putLines(std::string_view raw, CanonOutput& out);
 
-// The reference at text[at], when it is written as the canonical form writes that character: its
-// length. Else 0.
+// The length of the reference that `text` begins with, when it stands as the canonical form writes
+// that character in character data. Else 0.
 [[nodiscard]] std::uint32_t canonicalReference(std::string_view text) noexcept;
 
 } // namespace vantrel::xml

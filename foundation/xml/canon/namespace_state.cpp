@@ -1,96 +1,100 @@
 #include "foundation/xml/canon/namespace_state.h"
 
-#include <functional>
+#include "foundation/xml/canon/escape.h"
+
+#include <cstring>
 
 namespace vantrel::xml {
 
 namespace {
 
-constexpr std::size_t kFirstSlots = 32;
+constexpr std::uint32_t kHiddenBit = 0x80000000;
 
 } // namespace
 
-NamespaceState::NamespaceState() : m_slots(kFirstSlots, 0) {
-    m_bindings.reserve(kFirstSlots / 2);
-    m_bindings.emplace_back(); // kDefault, reached without the hash table
+NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
+    const PrefixId number = m_prefixes.number(prefix);
+    if (number >= m_bindings.size()) {
+        m_bindings.resize(std::size_t{number} + 1);
+    }
+    return number;
 }
 
-NamespaceState::PrefixId NamespaceState::idOf(std::string_view prefix) {
-    std::size_t slot = std::hash<std::string_view>{}(prefix) & (m_slots.size() - 1);
-    while (m_slots[slot] != 0) {
-        const PrefixId found = m_slots[slot] - 1;
-        if (m_bindings[found].prefix == prefix) {
-            return found;
-        }
-        slot = (slot + 1) & (m_slots.size() - 1);
+NamespaceState::PrefixId NamespaceState::recentId(const char* at, std::uint32_t length) {
+    if (length == 0) {
+        return kDefault;
     }
-    return insert(prefix, slot);
-}
-
-NamespaceState::PrefixId NamespaceState::insert(std::string_view prefix, std::size_t slot) {
-    const auto added = static_cast<PrefixId>(m_bindings.size());
-    m_bindings.emplace_back().prefix = prefix;
-    m_slots[slot] = added + 1;
-    if (m_bindings.size() * 2 > m_slots.size()) {
-        grow();
+    if (length > 8) {
+        return id(std::string_view(at, length));
     }
-    return added;
-}
-
-void NamespaceState::grow() {
-    m_slots.assign(m_slots.size() * 4, 0);
-    for (std::size_t i = 1; i < m_bindings.size(); ++i) {
-        std::size_t slot =
-            std::hash<std::string_view>{}(m_bindings[i].prefix) & (m_slots.size() - 1);
-        while (m_slots[slot] != 0) {
-            slot = (slot + 1) & (m_slots.size() - 1);
-        }
-        m_slots[slot] = static_cast<std::uint32_t>(i + 1);
+    std::uint64_t key = 0;
+    std::memcpy(&key, at, sizeof key);
+    key &=
+        ~std::uint64_t{0} >> (64 - 8 * length); // no prefix holds a NUL: the length is in the key
+    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
+    Recent& recent = m_recent[(key * kSpread) >> 60];
+    if (recent.key != key) {
+        recent = {key, id(std::string_view(at, length))};
     }
+    return recent.prefix;
 }
 
 void NamespaceState::remember(PrefixId prefix, std::uint32_t depth) {
     const PrefixBinding& binding = m_bindings[prefix];
-    m_undo.push_back({depth, prefix, binding.inScope, binding.rendered, binding.hidden});
+    m_undo.push_back(
+        {depth, binding.hidden ? prefix | kHiddenBit : prefix, binding.inScope, binding.rendered});
 }
 
 void NamespaceState::undoLast() noexcept {
-    const Undo& last = m_undo.back();
-    PrefixBinding& binding = m_bindings[last.prefix];
+    const Undo last = m_undo.back();
+    m_undo.pop_back();
+    PrefixBinding& binding = m_bindings[last.prefix & ~kHiddenBit];
     binding.inScope = last.inScope;
     binding.rendered = last.rendered;
-    binding.hidden = last.hidden;
+    binding.hidden = (last.prefix & kHiddenBit) != 0;
     settle(binding);
-    m_undo.pop_back();
 }
 
 void NamespaceState::declare(PrefixId prefix, std::string_view name, std::uint32_t depth) {
     remember(prefix, depth);
     PrefixBinding& binding = m_bindings[prefix];
-    binding.inScope = name;
+    binding.inScope = m_names.number(name);
     binding.hidden = false;
     settle(binding);
 }
 
-void NamespaceState::render(PrefixId prefix, std::uint32_t depth) {
+std::string_view NamespaceState::render(PrefixId prefix, std::uint32_t depth) {
     remember(prefix, depth);
     PrefixBinding& binding = m_bindings[prefix];
     binding.rendered = binding.inScope;
     binding.pending = false;
+    if (binding.declaration.empty() || binding.declarationOf != binding.inScope) {
+        writeDeclaration(prefix);
+    }
+    return binding.declaration;
+}
+
+void NamespaceState::writeDeclaration(PrefixId prefix) {
+    PrefixBinding& binding = m_bindings[prefix];
+    binding.declaration = " xmlns";
+    if (prefix != kDefault) {
+        binding.declaration += ':';
+        binding.declaration += m_prefixes[prefix];
+    }
+    binding.declaration += "=\"";
+    appendAttributeEscaped(m_names[binding.inScope], binding.declaration);
+    binding.declaration += '"';
+    binding.declarationOf = binding.inScope;
 }
 
 void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden) {
-    if (m_inherited.size() <= prefix) {
-        m_inherited.resize(std::size_t{prefix} * 2 + 8);
-    }
-    if (m_inherited[prefix]) {
-        return;
-    }
-    m_inherited[prefix] = true;
     PrefixBinding& binding = m_bindings[prefix];
-    binding.inScope = name;
-    binding.hidden = hidden;
-    settle(binding);
+    if (!binding.inherited) {
+        binding.inherited = true;
+        binding.inScope = m_names.number(name);
+        binding.hidden = hidden;
+        settle(binding);
+    }
 }
 
 } // namespace vantrel::xml

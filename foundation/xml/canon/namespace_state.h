@@ -1,23 +1,31 @@
 #ifndef FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 #define FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 
+#include "foundation/xml/canon/view_table.h"
+#include "foundation/xml/scan/grow_array.h"
+
+#include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace vantrel::xml {
 
-// What the canonicalizer knows of one prefix at the place it has reached.
+// What the canonicalizer knows of one prefix at the place it has reached. Namespace names are
+// numbers of NamespaceState; 0 is none, which a prefix other than the default one is never bound
+// to.
 struct PrefixBinding {
-    std::string_view prefix;   // empty: the default namespace
-    std::string_view inScope;  // namespace name; empty: none (prefixes are never bound to "")
-    std::string_view rendered; // what the nearest output ancestor that wrote the prefix wrote
-    bool hidden = false;       // bound outside the apex element, and not to be written
-    bool listed = false;       // in the PrefixList
+    std::uint32_t inScope = 0;
+    std::uint32_t rendered = 0; // what the nearest output ancestor that wrote the prefix wrote
     // The binding in scope must be written by the next element that uses the prefix.
     bool pending = false;
-    // Serial of the tag that last took this prefix into its list.
-    std::uint32_t takenBy = 0;
+    bool hidden = false; // bound outside the apex element, and not to be written
+    bool listed = false; // in the PrefixList
+    bool inherited = false;
+    std::uint32_t takenBy = 0;       // serial of the tag that last listed this prefix
+    std::uint32_t declarationOf = 0; // the name that `declaration` writes
+    std::string declaration;         // ` xmlns:prefix="name"`, made when first needed
 };
 
 // Namespace bindings in scope and bindings already written, as one table with an undo stack:
@@ -28,14 +36,15 @@ public:
     using PrefixId = std::uint32_t;
     static constexpr PrefixId kDefault = 0;
 
-    NamespaceState();
+    NamespaceState() : m_bindings(1) {}
     NamespaceState(const NamespaceState&) = delete;
     NamespaceState& operator=(const NamespaceState&) = delete;
 
     // The number of a prefix, given out at first sight.
-    [[nodiscard]] PrefixId id(std::string_view prefix) {
-        return prefix.empty() ? kDefault : idOf(prefix);
-    }
+    [[nodiscard]] PrefixId id(std::string_view prefix);
+    // The same for the `length` bytes at `at`, of which eight are readable: remembers the last
+    // ones.
+    [[nodiscard]] PrefixId recentId(const char* at, std::uint32_t length);
     [[nodiscard]] PrefixId size() const noexcept {
         return static_cast<PrefixId>(m_bindings.size());
     }
@@ -43,11 +52,16 @@ public:
     [[nodiscard]] const PrefixBinding& operator[](PrefixId prefix) const {
         return m_bindings[prefix];
     }
+    [[nodiscard]] std::string_view prefixText(PrefixId prefix) const { return m_prefixes[prefix]; }
+    [[nodiscard]] std::string_view nameInScope(PrefixId prefix) const {
+        return m_names[m_bindings[prefix].inScope];
+    }
 
     // Binds the prefix from the element at `depth` on.
     void declare(PrefixId prefix, std::string_view name, std::uint32_t depth);
-    // Notes that the element at `depth` writes the binding in scope.
-    void render(PrefixId prefix, std::uint32_t depth);
+    // Notes that the element at `depth` writes the binding in scope, and returns how: a namespace
+    // declaration with a space before it, valid until the next call.
+    [[nodiscard]] std::string_view render(PrefixId prefix, std::uint32_t depth);
     // Binds the prefix for the whole walk, from outside the apex; the first call for a prefix
     // counts.
     void inherit(PrefixId prefix, std::string_view name, bool hidden);
@@ -62,25 +76,27 @@ public:
 private:
     struct Undo {
         std::uint32_t depth;
-        PrefixId prefix;
-        std::string_view inScope;
-        std::string_view rendered;
-        bool hidden;
+        PrefixId prefix; // top bit: hidden
+        std::uint32_t inScope;
+        std::uint32_t rendered;
+    };
+    struct Recent {
+        std::uint64_t key = 0;
+        PrefixId prefix = 0;
     };
 
-    [[nodiscard]] PrefixId idOf(std::string_view prefix);
-    [[nodiscard]] PrefixId insert(std::string_view prefix, std::size_t slot);
-    void grow();
     void remember(PrefixId prefix, std::uint32_t depth);
     void undoLast() noexcept;
+    void writeDeclaration(PrefixId prefix);
     static void settle(PrefixBinding& binding) noexcept {
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
     }
 
-    std::vector<PrefixBinding> m_bindings;
-    std::vector<std::uint32_t> m_slots; // open hash table of binding number + 1; a power of two
-    std::vector<Undo> m_undo;
-    std::vector<bool> m_inherited;
+    ViewTable m_prefixes;
+    ViewTable m_names;
+    std::vector<PrefixBinding> m_bindings; // by prefix number
+    GrowArray<Undo> m_undo;
+    std::array<Recent, 16> m_recent;
 };
 
 } // namespace vantrel::xml

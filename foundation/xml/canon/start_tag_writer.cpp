@@ -31,9 +31,9 @@ template <class T, class Less> void sortFew(std::vector<T>& items, Less less) {
 } // namespace
 
 StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& request,
-                               CanonOutput& out)
-    : m_document(document), m_request(request), m_out(out), m_text(document.text()),
-      m_declarations(document.namespaceDecls()),
+                               CanonWindow& window, CanonOutput& out)
+    : m_document(document), m_request(request), m_window(window), m_out(out),
+      m_text(document.text()), m_declarations(document.namespaceDecls()),
       m_exclusive(request.method == CanonMethod::Exclusive),
       m_hasDeclaredAttributes(document.hasAttributeTypes()),
       m_localNameOrder(request.order == AttributeOrder::LocalName) {
@@ -71,50 +71,106 @@ void StartTagWriter::inherit(ElementId apex) {
 WrittenTag StartTagWriter::write(ElementId element, std::uint32_t start, std::uint32_t depth) {
     WrittenTag tag;
     if (element != m_nextDeclaring && depth != 0 && !m_hasDeclaredAttributes &&
-        passOver(start, tag)) {
+        (passShape(start, depth, tag) || passOver(start, depth, tag))) {
         return tag;
     }
     return rewrite(element, start, depth);
 }
 
-// True when the prefix needs no declaration at this tag.
-bool StartTagWriter::isWritten(std::uint32_t nameStart, std::uint32_t prefixLength) {
-    const std::string_view prefix = m_text.substr(nameStart, prefixLength);
-    return prefix == kXmlPrefixText || !m_namespaces[m_namespaces.id(prefix)].pending;
-}
-
-// Passes over a tag that declares nothing and is canonical as it stands; false, with nothing done,
-// for any other. An empty-element tag gets its end tag.
-bool StartTagWriter::passOver(std::uint32_t start, WrittenTag& tag) {
-    const char* const text = m_text.data();
-    const auto size = static_cast<std::uint32_t>(m_text.size());
-    const ScannedName name = scanName(text, start + 1, size);
-    std::uint32_t at = start + 1 + name.length;
-    if (m_exclusive && !isWritten(start + 1, name.prefixLength)) {
+// The tag at a glance: passes over one that is canonical as it stands, or would be but for one
+// declaration. False, with nothing done, for any other; some of those are canonical, too.
+bool StartTagWriter::passShape(std::uint32_t start, std::uint32_t depth, WrittenTag& tag) {
+    const TagShape shape = m_window.tagAt(start);
+    if (!shape.tidy || shape.qualified) {
         return false;
     }
-    if (text[at] == ' ' && !passAttributes(at)) {
+    const bool several = (shape.blanks & (shape.blanks - 1)) != 0;
+    if (several && !areOrdered(start, shape.blanks)) {
         return false;
     }
-    tag.nameLength = name.length;
-    if (text[at] == '>') {
-        tag.end = at + 1;
+    const PrefixId due = m_exclusive ? pendingAt(start + 1, shape.prefixLength) : kNothingDue;
+    tag.nameLength = shape.nameEnd - 1;
+    if (due == kNothingDue && !shape.selfClosing) {
+        tag.end = start + shape.close + 1;
         return true;
     }
-    if (text[at] != '/') {
-        return false;
-    }
-    m_out.copyUpTo(at);
-    m_out.put("></");
-    m_out.put(m_text.substr(start + 1, name.length));
-    m_out.skipTo(at + 1); // its '>'
-    tag.selfClosing = true;
-    tag.end = at + 2;
+    finishPassed(start, start + shape.close - (shape.selfClosing ? 1U : 0U), depth, due, tag);
     return true;
 }
 
-// From the space before the first attribute to the '>' or '/' of the tag.
-bool StartTagWriter::passAttributes(std::uint32_t& at) {
+// Unqualified attribute names, each behind one of the `blanks`, ascend byte by byte.
+bool StartTagWriter::areOrdered(std::uint32_t start, std::uint64_t blanks) const noexcept {
+    const char* before = m_text.data() + start + __builtin_ctzll(blanks) + 1;
+    for (blanks &= blanks - 1; blanks != 0; blanks &= blanks - 1) {
+        const char* const name = m_text.data() + start + __builtin_ctzll(blanks) + 1;
+        std::size_t i = 0;
+        while (before[i] == name[i] && before[i] != '=') {
+            ++i;
+        }
+        // Names differ; '=' ends a name and comes before whatever another goes on with.
+        const auto left = static_cast<unsigned char>(before[i]);
+        const auto right = static_cast<unsigned char>(name[i]);
+        if (left != '=' && (right == '=' || left > right)) {
+            return false;
+        }
+        before = name;
+    }
+    return true;
+}
+
+StartTagWriter::PrefixId StartTagWriter::prefixAt(std::uint32_t start, std::uint32_t length) {
+    return m_text.size() - start >= 8 ? m_namespaces.recentId(m_text.data() + start, length)
+                                      : m_namespaces.id(m_text.substr(start, length));
+}
+
+// The prefix at `start`, when the use of it calls for a declaration.
+StartTagWriter::PrefixId StartTagWriter::pendingAt(std::uint32_t start, std::uint32_t length) {
+    const PrefixId prefix = prefixAt(start, length);
+    const bool pending =
+        m_namespaces[prefix].pending && m_text.substr(start, length) != kXmlPrefixText;
+    return pending ? prefix : kNothingDue;
+}
+
+// The rest of a tag that was passed over: writes the declaration that is due, if any, and the end
+// tag of an empty element. `at` is the offset of the '>' or "/>".
+void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth,
+                                  PrefixId due, WrittenTag& tag) {
+    if (due != kNothingDue) {
+        m_out.copyUpTo(start + 1 + tag.nameLength);
+        m_out.put(m_namespaces.render(due, depth));
+    }
+    tag.selfClosing = m_text[at] == '/';
+    tag.end = at + 1;
+    if (tag.selfClosing) {
+        m_out.copyUpTo(at);
+        m_out.put("></");
+        m_out.put(m_text.substr(start + 1, tag.nameLength));
+        m_out.skipTo(at + 1); // its '>'
+        tag.end = at + 2;
+        m_namespaces.leave(depth);
+    }
+}
+
+// The same as passShape, step by step, for tags of any length and with qualified attributes.
+bool StartTagWriter::passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag) {
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    const ScannedName name = scanName(m_text.data(), start + 1, size);
+    const PrefixId due = m_exclusive ? pendingAt(start + 1, name.prefixLength) : kNothingDue;
+    std::uint32_t at = start + 1 + name.length;
+    if (m_text[at] == ' ' && !passAttributes(at, due)) {
+        return false;
+    }
+    if (m_text[at] != '>' && m_text[at] != '/') {
+        return false;
+    }
+    tag.nameLength = name.length;
+    finishPassed(start, at, depth, due, tag);
+    return true;
+}
+
+// From the space before the first attribute to the '>' or '/' of the tag. Attributes may use no
+// prefix that needs a declaration, but for the one that is `due` anyway.
+bool StartTagWriter::passAttributes(std::uint32_t& at, PrefixId due) {
     const char* const text = m_text.data();
     const auto size = static_cast<std::uint32_t>(m_text.size());
     std::string_view before;
@@ -126,28 +182,32 @@ bool StartTagWriter::passAttributes(std::uint32_t& at) {
         if (name.length == 0 || text[equals] != '=' || text[equals + 1] != '"') {
             return false;
         }
-        const std::uint32_t end = findAttributeStop(text, equals + 2, size, '"');
-        if (text[end] != '"') {
+        at = findAttributeStop(text, equals + 2, size, '"');
+        if (text[at++] != '"') {
             return false;
         }
         const std::string_view whole(text + start, name.length);
-        if (name.prefixLength == 0) {
+        const std::string_view prefix = whole.substr(0, name.prefixLength);
+        if (prefix.empty()) {
             if (!prefixBefore.empty() || whole < before) {
                 return false;
             }
             before = whole;
-        } else {
-            const std::string_view prefix = whole.substr(0, name.prefixLength);
-            const std::string_view local = whole.substr(name.prefixLength + 1);
-            if (m_localNameOrder ||
-                (!prefixBefore.empty() && (prefix != prefixBefore || local < before)) ||
-                (m_exclusive && !isWritten(start, name.prefixLength))) {
+            continue;
+        }
+        const std::string_view local = whole.substr(prefix.size() + 1);
+        const bool ordered = prefixBefore.empty() || (prefix == prefixBefore && before < local);
+        if (!ordered || m_localNameOrder) {
+            return false;
+        }
+        if (m_exclusive) {
+            const PrefixId pending = pendingAt(start, name.prefixLength);
+            if (pending != kNothingDue && pending != due) {
                 return false;
             }
-            prefixBefore = prefix;
-            before = local;
         }
-        at = end + 1;
+        prefixBefore = prefix;
+        before = local;
     }
     return true;
 }
@@ -317,19 +377,10 @@ void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint3
 
 void StartTagWriter::putNamespaces(std::uint32_t depth) {
     sortFew(m_due, [this](PrefixId a, PrefixId b) {
-        return m_namespaces[a].prefix < m_namespaces[b].prefix;
+        return m_namespaces.prefixText(a) < m_namespaces.prefixText(b);
     });
     for (const PrefixId prefix : m_due) {
-        const PrefixBinding& binding = m_namespaces[prefix];
-        m_out.put(" xmlns");
-        if (!binding.prefix.empty()) {
-            m_out.put(':');
-            m_out.put(binding.prefix);
-        }
-        m_out.put("=\"");
-        putAttributeValue(binding.inScope, m_out);
-        m_out.put('"');
-        m_namespaces.render(prefix, depth);
+        m_out.put(m_namespaces.render(prefix, depth));
     }
 }
 
@@ -342,7 +393,7 @@ void StartTagWriter::sortAttributes() {
         if (prefix == kXmlPrefixText) {
             attribute.namespaceName = kXmlNamespace;
         } else if (!prefix.empty()) {
-            attribute.namespaceName = m_namespaces[m_namespaces.id(prefix)].inScope;
+            attribute.namespaceName = m_namespaces.nameInScope(m_namespaces.id(prefix));
         }
     }
     // The qualified name decides among equals, which only undeclared prefixes can bring about.

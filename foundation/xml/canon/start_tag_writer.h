@@ -2,6 +2,7 @@
 #define FOUNDATION_XML_CANON_START_TAG_WRITER_H
 
 #include "foundation/xml/canon/canon_output.h"
+#include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/namespace_state.h"
 #include "foundation/xml/scan/start_tag.h"
@@ -25,7 +26,8 @@ struct WrittenTag {
 // order. A tag that is already canonical is left to the stretch of text that it stands in.
 class StartTagWriter final {
 public:
-    StartTagWriter(const XmlDocument& document, const CanonRequest& request, CanonOutput& out);
+    StartTagWriter(const XmlDocument& document, const CanonRequest& request, CanonWindow& window,
+                   CanonOutput& out);
     StartTagWriter(const StartTagWriter&) = delete;
     StartTagWriter& operator=(const StartTagWriter&) = delete;
 
@@ -42,6 +44,7 @@ public:
 
 private:
     using PrefixId = NamespaceState::PrefixId;
+    static constexpr PrefixId kNothingDue = 0xFFFFFFFF;
 
     struct TagAttribute {
         Attribute source;
@@ -50,9 +53,14 @@ private:
         bool isNormalised = false; // a default: its value is no raw text
     };
 
-    [[nodiscard]] bool passOver(std::uint32_t start, WrittenTag& tag);
-    [[nodiscard]] bool passAttributes(std::uint32_t& at);
-    [[nodiscard]] bool isWritten(std::uint32_t nameStart, std::uint32_t prefixLength);
+    [[nodiscard]] bool passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
+    [[nodiscard]] bool passShape(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
+    [[nodiscard]] bool areOrdered(std::uint32_t start, std::uint64_t blanks) const noexcept;
+    [[nodiscard]] bool passAttributes(std::uint32_t& at, PrefixId due);
+    [[nodiscard]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length);
+    [[nodiscard]] PrefixId pendingAt(std::uint32_t start, std::uint32_t length);
+    void finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth, PrefixId due,
+                      WrittenTag& tag);
     [[nodiscard]] WrittenTag rewrite(ElementId element, std::uint32_t start, std::uint32_t depth);
     void declareNamespaces(ElementId element, std::uint32_t depth);
     void inheritXmlAttributes(ElementId apex);
@@ -67,6 +75,7 @@ private:
 
     const XmlDocument& m_document;
     const CanonRequest& m_request;
+    CanonWindow& m_window;
     CanonOutput& m_out;
     const std::string_view m_text;
     const std::span<const NamespaceDecl> m_declarations;

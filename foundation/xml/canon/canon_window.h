@@ -1,0 +1,116 @@
+#ifndef FOUNDATION_XML_CANON_CANON_WINDOW_H
+#define FOUNDATION_XML_CANON_CANON_WINDOW_H
+
+#include "foundation/xml/canon/canon_masks.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace vantrel::xml {
+
+// A start tag at a glance. Offsets count from its '<'.
+struct TagShape {
+    std::uint32_t close = 0;        // of its '>'; what follows holds when `tidy`
+    bool tidy = false;              // no longer than 64 bytes, and canonical but for what is below
+    bool selfClosing = false;       // "/>"
+    std::uint32_t nameEnd = 0;      // behind the qualified name
+    std::uint32_t prefixLength = 0; // of the name's prefix; 0 without a colon
+    std::uint64_t blanks = 0;       // the spaces before its attributes; 0 without any
+    bool qualified = false;         // an attribute's name has a colon
+};
+
+// The masks of a stretch of the text around the place that a walk has reached; it moves along.
+class CanonWindow final {
+public:
+    explicit CanonWindow(std::string_view text) noexcept
+        : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
+          m_make(canonMaskKernel()) {}
+
+    // The walk begins at `begin`; the masks will not be asked for what lies behind `end`.
+    void open(std::uint32_t begin, std::uint32_t end) noexcept {
+        m_limit = end;
+        slideTo(begin);
+    }
+
+    // The first byte at `at` or behind it that character data must stop at. There is one: the end
+    // tag of the element that the walk is in.
+    [[nodiscard]] std::uint32_t findContentStop(std::uint32_t at) noexcept {
+        for (;;) {
+            if (at >= m_safe) [[unlikely]] {
+                slideTo(at);
+            }
+            const std::uint64_t bits = word(&CanonMasks::content, at);
+            if (bits != 0) [[likely]] {
+                return at + static_cast<std::uint32_t>(__builtin_ctzll(bits));
+            }
+            at += kMaskedBytes;
+        }
+    }
+
+    [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
+
+private:
+    static constexpr std::uint32_t kBlocks = 128;
+
+    // Bits from `at` on, which must lie before m_safe.
+    [[nodiscard]] std::uint64_t word(std::uint64_t CanonMasks::*row,
+                                     std::uint32_t at) const noexcept {
+        const std::uint32_t distance = at - m_begin;
+        const CanonMasks* const block = m_masks + distance / kMaskedBytes;
+        const std::uint32_t shift = distance % kMaskedBytes;
+        return (block[0].*row >> shift) | ((block[1].*row << 1) << (63 - shift));
+    }
+    void slideTo(std::uint32_t at) noexcept;
+
+    const char* m_text;
+    const std::uint32_t m_size;
+    const MakeCanonMasks m_make;
+    std::uint32_t m_limit = 0;
+    std::uint32_t m_begin = 0; // of the stretch
+    std::uint32_t m_safe = 0;  // 64 bits from any offset before this one lie in the stretch
+    CanonMasks m_masks[kBlocks + 1];
+};
+
+inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
+    if (at >= m_safe) [[unlikely]] {
+        slideTo(at);
+    }
+    TagShape shape;
+    const std::uint64_t greater = word(&CanonMasks::greater, at);
+    if (greater == 0) {
+        return shape;
+    }
+    shape.close = static_cast<std::uint32_t>(__builtin_ctzll(greater));
+    const std::uint64_t inTag = (greater & (0 - greater)) - 1;
+    shape.selfClosing = m_text[at + shape.close - 1] == '/';
+    const std::uint32_t contentEnd = shape.close - (shape.selfClosing ? 1U : 0U);
+    const std::uint64_t quotes = word(&CanonMasks::quote, at) & inTag;
+    // Bit i: an odd number of quotes up to and with byte i. So a value with its opening quote.
+    std::uint64_t inside = quotes;
+    inside ^= inside << 1;
+    inside ^= inside << 2;
+    inside ^= inside << 4;
+    inside ^= inside << 8;
+    inside ^= inside << 16;
+    inside ^= inside << 32;
+    const std::uint64_t blanks = word(&CanonMasks::space, at) & inTag & ~inside;
+    const std::uint64_t closing = quotes & ~inside;
+    // One space before each attribute and none elsewhere: the first space ends the name, each other
+    // one follows a closing quote, and a closing quote ends the tag.
+    const std::uint64_t first = blanks & (0 - blanks);
+    const std::uint64_t behindValues = (closing << 1) & ((std::uint64_t{1} << contentEnd) - 1);
+    const bool closed = ((closing >> (contentEnd - 1)) & 1U) != 0;
+    const bool wellSpaced = blanks == (behindValues | first) && closed == (blanks != 0);
+    shape.tidy = wellSpaced && (word(&CanonMasks::odd, at) & inTag) == 0;
+    shape.blanks = blanks;
+    shape.nameEnd = blanks == 0 ? contentEnd : static_cast<std::uint32_t>(__builtin_ctzll(blanks));
+    const std::uint64_t colons = word(&CanonMasks::colon, at) & inTag & ~inside;
+    const std::uint64_t inName = colons & ((std::uint64_t{1} << shape.nameEnd) - 1);
+    shape.prefixLength = inName == 0 ? 0 : static_cast<std::uint32_t>(__builtin_ctzll(inName)) - 1;
+    shape.qualified = colons != inName;
+    return shape;
+}
+
+} // namespace vantrel::xml
+
+#endif

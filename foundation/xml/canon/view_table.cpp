@@ -1,0 +1,50 @@
+#include "foundation/xml/canon/view_table.h"
+
+#include <functional>
+
+namespace vantrel::xml {
+
+std::uint32_t ViewTable::find(std::string_view text) {
+    if (!m_slots.empty()) {
+        return findHashed(text);
+    }
+    for (std::uint32_t number = 1; number < m_views.size(); ++number) {
+        if (m_views[number] == text) {
+            return number;
+        }
+    }
+    m_views.push_back(text);
+    if (m_views.size() > kFew) {
+        index();
+    }
+    return size() - 1;
+}
+
+std::uint32_t ViewTable::findHashed(std::string_view text) {
+    std::size_t slot = std::hash<std::string_view>{}(text) & (m_slots.size() - 1);
+    while (m_slots[slot] != 0) {
+        if (m_views[m_slots[slot]] == text) {
+            return m_slots[slot];
+        }
+        slot = (slot + 1) & (m_slots.size() - 1);
+    }
+    m_slots[slot] = size();
+    m_views.push_back(text);
+    if (m_views.size() * 2 > m_slots.size()) {
+        index();
+    }
+    return size() - 1;
+}
+
+void ViewTable::index() {
+    m_slots.assign(m_slots.empty() ? kFew * 4 : m_slots.size() * 4, 0);
+    for (std::uint32_t number = 1; number < m_views.size(); ++number) {
+        std::size_t slot = std::hash<std::string_view>{}(m_views[number]) & (m_slots.size() - 1);
+        while (m_slots[slot] != 0) {
+            slot = (slot + 1) & (m_slots.size() - 1);
+        }
+        m_slots[slot] = number;
+    }
+}
+
+} // namespace vantrel::xml
