@@ -1,7 +1,10 @@
 #include "foundation/crypto/ecc/curve_engine.h"
 
 #include "foundation/crypto/ecc/field.h"
+#include "foundation/crypto/ecc/field_p521.h"
 #include "foundation/crypto/ecc/p256_x86_adx.h"
+#include "foundation/crypto/ecc/secp256k1_engine.h"
+#include "foundation/crypto/ecc/secp256k1_x86_adx.h"
 #include "foundation/crypto/ecc/weierstrass_engine.h"
 
 namespace vantrel::crypto {
@@ -22,6 +25,12 @@ template <CurveId kId, class Field, CoefficientA kA>
 constexpr CurveKernel kAdx{"adx", CpuFeature::Bmi2 | CpuFeature::Adx, engineOf<kId, Field, kA>};
 #endif
 
+template <class Field> const CurveEngine& secp256k1EngineOf() noexcept {
+    static const Curve& curve = *findCurve(CurveId::Secp256k1);
+    static const Secp256k1Engine<Field> engine(curve, Field(curve.p));
+    return engine;
+}
+
 constexpr CoefficientA kMinusThree = CoefficientA::MinusThree;
 
 constexpr CurveKernel kP192[] = {kPortable<CurveId::P192, 3, kMinusThree>};
@@ -32,8 +41,15 @@ constexpr CurveKernel kP256[] = {
 #endif
     kPortable<CurveId::P256, 4, kMinusThree>};
 constexpr CurveKernel kP384[] = {kPortable<CurveId::P384, 6, kMinusThree>};
-constexpr CurveKernel kP521[] = {kPortable<CurveId::P521, 9, kMinusThree>};
-constexpr CurveKernel kSecp256k1[] = {kPortable<CurveId::Secp256k1, 4, CoefficientA::Zero>};
+constexpr CurveKernel kP521[] = {
+    {"radix58", CpuFeature::None, engineOf<CurveId::P521, FieldP521, kMinusThree>},
+    kPortable<CurveId::P521, 9, kMinusThree>};
+constexpr CurveKernel kSecp256k1[] = {
+#if defined(__x86_64__)
+    {"adx", CpuFeature::Bmi2 | CpuFeature::Adx, secp256k1EngineOf<FieldSecp256k1Adx>},
+#endif
+    {"endomorphism", CpuFeature::None, secp256k1EngineOf<MontgomeryField<4>>},
+    kPortable<CurveId::Secp256k1, 4, CoefficientA::Zero>};
 constexpr CurveKernel kBrainpool256[] = {kPortable<CurveId::BrainpoolP256r1, 4, CoefficientA::Any>};
 constexpr CurveKernel kBrainpool384[] = {kPortable<CurveId::BrainpoolP384r1, 6, CoefficientA::Any>};
 constexpr CurveKernel kBrainpool512[] = {kPortable<CurveId::BrainpoolP512r1, 8, CoefficientA::Any>};

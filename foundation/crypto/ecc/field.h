@@ -124,6 +124,7 @@ public:
         subtractModulo(z, x, y, m_p);
     }
     [[nodiscard]] bool isZero(const Element& x) const noexcept { return x == Element{}; }
+    [[nodiscard]] bool equal(const Element& x, const Element& y) const noexcept { return x == y; }
 
     // Between plain numbers below p and elements.
     void enter(Element& z, const Element& plain) const noexcept { multiply(z, plain, m_rSquared); }

@@ -36,6 +36,7 @@ public:
     [[nodiscard]] static bool isZero(const Element& x) noexcept {
         return (x[0] | x[1] | x[2] | x[3]) == 0;
     }
+    [[nodiscard]] static bool equal(const Element& x, const Element& y) noexcept { return x == y; }
     static void enter(Element& z, const Element& plain) noexcept { multiply(z, plain, kRSquared); }
     static void leave(Element& plain, const Element& x) noexcept { multiply(plain, x, {1}); }
     static void invert(Element& z, const Element& x) noexcept {

@@ -55,7 +55,7 @@ public:
         m_field.add(right, right, m_a);
         m_field.multiply(right, right, p.x);
         m_field.add(right, right, m_b);
-        return left == right;
+        return m_field.equal(left, right);
     }
 
     bool satisfies(const CurveNumber& u1, const CurveNumber& u2, const CurveNumber& x,
@@ -102,9 +102,16 @@ protected:
         std::array<std::int16_t, kMaxBits + 1> digits;
     };
 
+    [[nodiscard]] std::size_t pieceBits() const noexcept { return m_pieceBits; }
     [[nodiscard]] const Arithmetic& arithmetic() const noexcept { return m_arithmetic; }
     [[nodiscard]] const GeneratorTable& generatorTable(std::size_t piece) const noexcept {
         return m_generator[piece];
+    }
+
+    void enter(Element& z, const CurveNumber& number) const noexcept {
+        Element plain;
+        std::copy_n(number.begin(), kLimbs, plain.begin());
+        m_field.enter(z, plain);
     }
 
     [[nodiscard]] Affine point(const CurveNumber& x, const CurveNumber& y) const noexcept {
@@ -160,7 +167,7 @@ protected:
             Element x;
             enter(x, candidate);
             m_field.multiply(x, x, zz);
-            if (x == p.x) {
+            if (m_field.equal(x, p.x)) {
                 return true;
             }
             if (add(candidate, m_curve.n) != 0) {
@@ -171,12 +178,6 @@ protected:
     }
 
 private:
-    void enter(Element& z, const CurveNumber& number) const noexcept {
-        Element plain;
-        std::copy_n(number.begin(), kLimbs, plain.begin());
-        m_field.enter(z, plain);
-    }
-
     template <class Table>
     void fillTables(std::span<Table> tables, const Affine& base) const noexcept {
         Affine p = base;
