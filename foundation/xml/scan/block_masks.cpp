@@ -3,6 +3,7 @@
 #include "foundation/xml/scan/block_masks_x86.h"
 #include "foundation/xml/scan/char_class.h"
 
+#include <algorithm>
 #include <array>
 
 namespace vantrel::xml {
@@ -41,16 +42,23 @@ std::size_t unfinishedBefore(const char* text) noexcept {
     return 0;
 }
 
+// True when `rest` is a leading byte and fewer continuation bytes than it announces.
+bool isUnfinished(std::string_view rest) noexcept {
+    const auto lead = static_cast<unsigned char>(rest[0]);
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    return lead >= 0xC2 && lead <= 0xF4 && length > rest.size() &&
+           std::all_of(rest.begin() + 1, rest.end(),
+                       [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; });
+}
+
 // True when every character that ends within `text` is allowed; what its last bytes leave
 // unfinished is checked with the next block.
 bool checkCharacters(std::string_view text) noexcept {
     std::size_t at = 0;
     while (at < text.size()) {
         const std::size_t start = at;
-        const auto lead = static_cast<unsigned char>(text[start]);
         if (!isXmlChar(decodeUtf8(text, at))) {
-            const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-            return lead >= 0xC2 && lead <= 0xF4 && length > text.size() - start;
+            return isUnfinished(text.substr(start));
         }
     }
     return true;

@@ -5,6 +5,7 @@
 #include "foundation/xml/scan/references.h"
 
 #include <algorithm>
+#include <new>
 
 namespace vantrel::xml {
 namespace {
@@ -203,23 +204,18 @@ bool EntityExpander::enterEntity(std::string_view name, const Entity& entity) {
 
 // XML 1.0, 4.3.2: the replacement text must match the content of an element by itself.
 bool EntityExpander::checkReplacementText(const Entity& entity) {
-    const auto place = std::lower_bound(m_checked.begin(), m_checked.end(), &entity);
-    if (place != m_checked.end() && *place == &entity) {
+    if (entity.text.find_first_of("<&>") == std::string::npos ||
+        !m_checked.insert(&entity).second) {
         return true;
     }
-    if (entity.text.find_first_of("<&>") != std::string::npos) {
-        StringBuffer wrapped("<x>");
-        if (!wrapped.appendView(entity.text) || !wrapped.append("</x>")) {
-            throw std::bad_alloc();
-        }
-        const auto document = DocumentScanner::newDocument(wrapped, wrapped);
-        DocumentScanner scanner(*document, DocumentScanner::Mode::EntityText);
-        if (scanner.scan() != ScanOutcome::Done) {
-            return fail("The replacement text of an entity is not well-formed content: ");
-        }
+    StringBuffer wrapped("<x>");
+    if (!wrapped.appendView(entity.text) || !wrapped.append("</x>")) {
+        throw std::bad_alloc();
     }
-    m_checked.insert(place, &entity);
-    return true;
+    const auto document = DocumentScanner::newDocument(wrapped, wrapped);
+    DocumentScanner scanner(*document, DocumentScanner::Mode::EntityText);
+    return scanner.scan() == ScanOutcome::Done ||
+           fail("The replacement text of an entity is not well-formed content: ");
 }
 
 // A start tag, with the references in its attribute values expanded.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace vantrel::xml {
@@ -73,7 +74,7 @@ private:
     std::string_view m_source;
     const DocumentType& m_type;
     std::vector<Input> m_inputs;
-    std::vector<const Entity*> m_checked; // sorted: replacement text known to be balanced
+    std::unordered_set<const Entity*> m_checked; // replacement text known to be balanced
     ExpansionBudget m_budget;
     std::string m_out;
     std::vector<CopiedStretch> m_segments;

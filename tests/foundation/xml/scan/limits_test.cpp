@@ -1,0 +1,173 @@
+#include "tests/foundation/xml/scan/scan_support.h"
+
+#include <ctime>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+std::string repeat(std::string_view text, std::size_t count) {
+    std::string result;
+    result.reserve(text.size() * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        result += text;
+    }
+    return result;
+}
+
+std::string numbered(std::string_view before, std::size_t count, std::string_view after) {
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i) {
+        result.append(before).append(std::to_string(i)).append(after);
+    }
+    return result;
+}
+
+void expectRefused(const std::string& text, std::string_view limit) {
+    const Parsed parsed = parseXml(text);
+    EXPECT_NE(parsed.verdict().find("Limit passed: " + std::string(limit)), std::string::npos)
+        << parsed.verdict();
+}
+
+TEST(XmlLimits, NestingDepth) {
+    const auto nested = [](std::size_t depth) {
+        return repeat("<a>", depth) + repeat("</a>", depth);
+    };
+    EXPECT_EQ(parseXml(nested(xml::kMaxDepth - 1)).verdict(), "");
+    EXPECT_EQ(parseXml(nested(xml::kMaxDepth)).verdict(), "");
+    expectRefused(nested(xml::kMaxDepth + 1), "the nesting depth of elements");
+}
+
+TEST(XmlLimits, AttributesOfOneElement) {
+    const auto withAttributes = [](std::size_t count) {
+        return "<a " + numbered("b", count, "='' ") + "/>";
+    };
+    EXPECT_EQ(parseXml(withAttributes(xml::kMaxAttributes)).verdict(), "");
+    expectRefused(withAttributes(xml::kMaxAttributes + 1),
+                  "the number of attributes of an element");
+    const auto withDefault = [](std::size_t count) {
+        return "<!DOCTYPE a [<!ATTLIST a d CDATA 'x'>]><a " + numbered("b", count, "='' ") + "/>";
+    };
+    EXPECT_EQ(parseXml(withDefault(xml::kMaxAttributes - 1)).verdict(), "");
+    expectRefused(withDefault(xml::kMaxAttributes), "the number of attributes with their defaults");
+}
+
+TEST(XmlLimits, EntityExpansion) {
+    // Each entity ten times the one before it.
+    const auto laughs = [](int levels, std::string_view first) {
+        std::string text = "<!DOCTYPE a [<!ENTITY e0 '" + std::string(first) + "'>";
+        for (int i = 1; i <= levels; ++i) {
+            text += "<!ENTITY e" + std::to_string(i) + " '" +
+                    repeat("&e" + std::to_string(i - 1) + ";", 10) + "'>";
+        }
+        return text + "]>";
+    };
+    const auto inContent = [&](int levels) {
+        return laughs(levels, "lol") + "<a>&e" + std::to_string(levels) + ";</a>";
+    };
+    const Parsed small = parseXml(inContent(4));
+    ASSERT_EQ(small.verdict(), "");
+    EXPECT_EQ(small.document->text().size(), small.document->sourceText().getSize() - 4 + 30'000);
+    expectRefused(inContent(9), "the amplification of entities");
+    // What expands to nothing costs time all the same.
+    expectRefused(laughs(12, "") + "<a>&e12;</a>", "the amplification of entities");
+    expectRefused(laughs(9, "x") + "<a b='&e9;'/>", "the amplification of entities");
+    // A large entity often, within the multiple, up to the size.
+    const auto large = [](std::size_t count) {
+        return "<!DOCTYPE a [<!ENTITY e '" + std::string(1 << 20, 'x') + "'>]><a>" +
+               repeat("&e;", count) + "</a>";
+    };
+    EXPECT_EQ(parseXml(large(63)).verdict(), "");
+    expectRefused(large(64), "the size of expanded entities");
+    // A small one as often as a document likes.
+    EXPECT_EQ(
+        parseXml("<!DOCTYPE a [<!ENTITY e 'GmbH'>]><a>" + repeat("&e;", 5000) + "</a>").verdict(),
+        "");
+}
+
+TEST(XmlLimits, ParameterEntitiesDefaultsAndModels) {
+    std::string parameters = "<!DOCTYPE a [<!ENTITY % p0 '<!---->'>";
+    for (int i = 1; i <= 12; ++i) {
+        parameters += "<!ENTITY % p" + std::to_string(i) + " '" +
+                      repeat("&#37;p" + std::to_string(i - 1) + ";", 10) + "'>";
+    }
+    expectRefused(parameters + "%p12;]><a/>", "the amplification of entities");
+    const auto defaults = [](std::size_t elements) {
+        return "<!DOCTYPE a [<!ATTLIST b d CDATA '" + std::string(1 << 16, 'x') + "'>]><a>" +
+               repeat("<b/>", elements) + "</a>";
+    };
+    EXPECT_EQ(parseXml(defaults(1000)).verdict(), "");
+    expectRefused(defaults(1100), "the size of attribute defaults");
+    const auto model = [](std::size_t depth) {
+        return "<!DOCTYPE a [<!ELEMENT a " + repeat("(", depth) + "b" + repeat(")", depth) +
+               ">]><a/>";
+    };
+    EXPECT_EQ(parseXml(model(xml::kMaxModelNesting)).verdict(), "");
+    expectRefused(model(xml::kMaxModelNesting + 1), "the nesting of a content model");
+    std::string chain = "<!DOCTYPE a [<!ENTITY e0 'x'>";
+    for (std::uint32_t i = 1; i <= xml::kMaxEntityNesting + 1; ++i) {
+        chain += "<!ENTITY e" + std::to_string(i) + " '&e" + std::to_string(i - 1) + ";'>";
+    }
+    const auto chained = [&](std::uint32_t level) {
+        return chain + "]><a>&e" + std::to_string(level) + ";</a>";
+    };
+    EXPECT_EQ(parseXml(chained(xml::kMaxEntityNesting - 1)).verdict(), "");
+    EXPECT_NE(parseXml(chained(xml::kMaxEntityNesting + 1)).verdict(), "");
+}
+
+// Seconds of processor time for one reading, the least of several.
+double cost(const std::string& text) {
+    double least = 1e9;
+    for (int round = 0; round < 5; ++round) {
+        const std::clock_t begin = std::clock();
+        const Parsed parsed = parseXml(text);
+        least = std::min(least, static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
+        EXPECT_EQ(parsed.verdict(), "");
+        xml::ElementId element = 0;
+        (void)parsed.document->findById("no such", element);
+    }
+    return least;
+}
+
+// What a hostile document may multiply. Eight times the input may cost eight times the work, with
+// room for caches; a quadratic step would cost sixty-four times.
+TEST(XmlLimits, WorkGrowsLinearly) {
+    using Make = std::function<std::string(std::size_t)>;
+    const std::pair<const char*, Make> shapes[] = {
+        {"attributes", [](std::size_t n) { return "<a " + numbered("b", n, "='' ") + "/>"; }},
+        {"prefixed attributes",
+         [](std::size_t n) {
+             return "<a xmlns:p='u' xmlns:q='v' " + numbered("p:b", n / 2, "='' ") +
+                    numbered("q:b", n / 2, "='' ") + "/>";
+         }},
+        {"declarations",
+         [](std::size_t n) {
+             return "<a " + numbered("xmlns:p", n, "='u' ") + ">" + numbered("<p", n, ":c/>") +
+                    "</a>";
+         }},
+        {"redeclarations",
+         [](std::size_t n) { return "<a>" + repeat("<p:b xmlns:p='u'/>", n) + "</a>"; }},
+        {"ids", [](std::size_t n) { return "<a>" + repeat("<b Id='same'/>", n) + "</a>"; }},
+        {"signatures",
+         [](std::size_t n) {
+             return "<a>" + repeat("<Signature><SignedInfo/></Signature>", n) + "</a>";
+         }},
+        {"brackets", [](std::size_t n) { return "<a>" + repeat("]] ", n) + "</a>"; }},
+        {"references", [](std::size_t n) { return "<a>" + repeat("&#x41;", n) + "</a>"; }},
+        {"entities",
+         [](std::size_t n) {
+             return "<!DOCTYPE a [" + numbered("<!ENTITY e", n, " 'x'>") + "]><a>" +
+                    numbered("&e", n, ";") + "</a>";
+         }},
+    };
+    for (const auto& [name, make] : shapes) {
+        const double small = std::max(cost(make(4'000)), 0.0005);
+        const double large = cost(make(32'000));
+        EXPECT_LT(large, small * 30) << name;
+    }
+}
+
+} // namespace
+} // namespace vantrel::test
