@@ -20,6 +20,7 @@ class _clsCades;
 namespace cms {
 class CertificateSource;
 struct SignedData;
+struct TimestampRequest;
 } // namespace cms
 
 // A CMS ContentInfo that holds SignedData (RFC 5652), such as an RFC 3161 time-stamp token. BER
@@ -94,6 +95,8 @@ private:
     [[nodiscard]] bool load(const DataBuffer& der, bool& otherContentType, LogBase& log);
     [[nodiscard]] bool verify(const _clsCades& options, SystemCerts* store, LogBase& log);
     [[nodiscard]] bool readTimeStamp(LogBase& log);
+    [[nodiscard]] bool acceptToken(const DataBuffer& token, const cms::TimestampRequest& request,
+                                   LogBase& log);
     [[nodiscard]] bool verifySigners(SystemCerts* store, LogBase& log);
     [[nodiscard]] bool isTrusted(const VantrelX509& certificate,
                                  const cms::CertificateSource& source, LogBase& log) const;
