@@ -1,0 +1,63 @@
+#include "foundation/cms/AsnXmlCodec.h"
+
+#include "foundation/asn1/ber_normalize.h"
+#include "foundation/cms/asn_xml_reader.h"
+#include "foundation/cms/asn_xml_writer.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/x509/no_throw.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vantrel {
+
+namespace {
+
+constexpr std::size_t kMaxInput = std::size_t{64} << 20U;
+constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
+
+bool render(ByteView ber, bool exact, std::string& out) {
+    if (exact) {
+        return cms::writeAsnXml(ber, out);
+    }
+    std::vector<std::uint8_t> der;
+    std::size_t consumed = 0;
+    return asn1::normalizeBer(ber, der, consumed) && consumed == ber.size() &&
+           cms::writeAsnXml(der, out);
+}
+
+} // namespace
+
+bool AsnXmlCodec::derToXml(const DataBuffer& der, bool declaration, bool exact, StringBuffer& out,
+                           ExtPtrArray* /*reserved*/, LogBase& log) {
+    return x509::noThrow(false, [&] {
+        if (der.getSize() > kMaxInput) {
+            log.LogError("The ASN.1 data is larger than the limit of 64 MiB.");
+            return false;
+        }
+        std::string text(declaration ? kDeclaration : std::string_view());
+        if (!render(der.view(), exact, text)) {
+            log.LogError("The data is not one well-formed ASN.1 element.");
+            return false;
+        }
+        return out.appendView(text);
+    });
+}
+
+bool AsnXmlCodec::xmlToDer(ClsXml& xml, DataBuffer& out, LogBase& log) {
+    return x509::noThrow(false, [&] {
+        std::vector<std::uint8_t> der;
+        if (!xml.document() || !cms::readAsnXml(*xml.document(), xml.elementId(), der)) {
+            log.LogError("The XML is not a rendering of ASN.1.");
+            return false;
+        }
+        out.clear();
+        return out.append(ByteView(der));
+    });
+}
+
+} // namespace vantrel
