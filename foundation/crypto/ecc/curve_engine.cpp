@@ -2,6 +2,7 @@
 
 #include "foundation/crypto/ecc/field.h"
 #include "foundation/crypto/ecc/field_p521.h"
+#include "foundation/crypto/ecc/montgomery_x86_adx.h"
 #include "foundation/crypto/ecc/p256_x86_adx.h"
 #include "foundation/crypto/ecc/secp256k1_engine.h"
 #include "foundation/crypto/ecc/secp256k1_x86_adx.h"
@@ -34,13 +35,21 @@ template <class Field> const CurveEngine& secp256k1EngineOf() noexcept {
 constexpr CoefficientA kMinusThree = CoefficientA::MinusThree;
 
 constexpr CurveKernel kP192[] = {kPortable<CurveId::P192, 3, kMinusThree>};
-constexpr CurveKernel kP224[] = {kPortable<CurveId::P224, 4, kMinusThree>};
+constexpr CurveKernel kP224[] = {
+#if defined(__x86_64__)
+    kAdx<CurveId::P224, MontgomeryField<4, AdxProducts>, kMinusThree>,
+#endif
+    kPortable<CurveId::P224, 4, kMinusThree>};
 constexpr CurveKernel kP256[] = {
 #if defined(__x86_64__)
     kAdx<CurveId::P256, FieldP256Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P256, 4, kMinusThree>};
-constexpr CurveKernel kP384[] = {kPortable<CurveId::P384, 6, kMinusThree>};
+constexpr CurveKernel kP384[] = {
+#if defined(__x86_64__)
+    kAdx<CurveId::P384, MontgomeryField<6, AdxProducts>, kMinusThree>,
+#endif
+    kPortable<CurveId::P384, 6, kMinusThree>};
 constexpr CurveKernel kP521[] = {
     {"radix58", CpuFeature::None, engineOf<CurveId::P521, FieldP521, kMinusThree>},
     kPortable<CurveId::P521, 9, kMinusThree>};
@@ -50,8 +59,16 @@ constexpr CurveKernel kSecp256k1[] = {
 #endif
     {"endomorphism", CpuFeature::None, secp256k1EngineOf<MontgomeryField<4>>},
     kPortable<CurveId::Secp256k1, 4, CoefficientA::Zero>};
-constexpr CurveKernel kBrainpool256[] = {kPortable<CurveId::BrainpoolP256r1, 4, CoefficientA::Any>};
-constexpr CurveKernel kBrainpool384[] = {kPortable<CurveId::BrainpoolP384r1, 6, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool256[] = {
+#if defined(__x86_64__)
+    kAdx<CurveId::BrainpoolP256r1, MontgomeryField<4, AdxProducts>, CoefficientA::Any>,
+#endif
+    kPortable<CurveId::BrainpoolP256r1, 4, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool384[] = {
+#if defined(__x86_64__)
+    kAdx<CurveId::BrainpoolP384r1, MontgomeryField<6, AdxProducts>, CoefficientA::Any>,
+#endif
+    kPortable<CurveId::BrainpoolP384r1, 6, CoefficientA::Any>};
 constexpr CurveKernel kBrainpool512[] = {kPortable<CurveId::BrainpoolP512r1, 8, CoefficientA::Any>};
 
 } // namespace

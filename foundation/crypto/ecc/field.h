@@ -68,15 +68,57 @@ inline void subtractModulo(FieldElement<N>& z, const FieldElement<N>& x, const F
     }
 }
 
+// A prime and -1/p modulo 2^64, which follows it in memory.
+template <std::size_t N> struct MontgomeryPrime {
+    FieldElement<N> p;
+    Limb negInverse;
+};
+
+// z := x * y / R mod p with R = 2^(64 N), product and reduction interleaved row by row.
+struct PortableProducts {
+    template <std::size_t N>
+    static void multiply(FieldElement<N>& z, const FieldElement<N>& x, const FieldElement<N>& y,
+                         const MontgomeryPrime<N>& prime) noexcept {
+        FieldElement<N> t{};
+        Limb top = 0;
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < N; ++i) {
+            // t := (t + x[i] * y + q * p) / 2^64
+            DoubleLimb product = static_cast<DoubleLimb>(x[i]) * y[0] + t[0];
+            const Limb q = static_cast<Limb>(product) * prime.negInverse;
+            DoubleLimb reduced =
+                static_cast<DoubleLimb>(q) * prime.p[0] + static_cast<Limb>(product);
+#pragma GCC unroll 9
+            for (std::size_t j = 1; j < N; ++j) {
+                product = static_cast<DoubleLimb>(x[i]) * y[j] + t[j] +
+                          static_cast<Limb>(product >> kLimbBits);
+                reduced = static_cast<DoubleLimb>(q) * prime.p[j] + static_cast<Limb>(product) +
+                          static_cast<Limb>(reduced >> kLimbBits);
+                t[j - 1] = static_cast<Limb>(reduced);
+            }
+            const DoubleLimb last = (product >> kLimbBits) + (reduced >> kLimbBits) + top;
+            t[N - 1] = static_cast<Limb>(last);
+            top = static_cast<Limb>(last >> kLimbBits);
+        }
+        reduceOnce(t, top, prime.p);
+        z = t;
+    }
+    template <std::size_t N>
+    static void square(FieldElement<N>& z, const FieldElement<N>& x,
+                       const MontgomeryPrime<N>& prime) noexcept {
+        multiply(z, x, x, prime);
+    }
+};
+
 // Montgomery arithmetic (R = 2^(64 N)) modulo any odd prime.
-template <std::size_t N> class MontgomeryField {
+template <std::size_t N, class Products = PortableProducts> class MontgomeryField {
 public:
     static constexpr std::size_t kLimbs = N;
     using Element = FieldElement<N>;
 
     explicit MontgomeryField(std::span<const Limb> p) noexcept {
-        std::copy_n(p.begin(), N, m_p.begin());
-        m_negInverse = negInverse(m_p[0]);
+        std::copy_n(p.begin(), N, m_prime.p.begin());
+        m_prime.negInverse = negInverse(m_prime.p[0]);
         // 2^(128 N) mod p by doubling; done once for each curve.
         m_one = {};
         m_one[0] = 1;
@@ -89,39 +131,18 @@ public:
         }
     }
 
-    [[nodiscard]] const Element& prime() const noexcept { return m_p; }
+    [[nodiscard]] const Element& prime() const noexcept { return m_prime.p; }
     [[nodiscard]] const Element& one() const noexcept { return m_one; }
 
     void multiply(Element& z, const Element& x, const Element& y) const noexcept {
-        Element t{};
-        Limb top = 0;
-#pragma GCC unroll 9
-        for (std::size_t i = 0; i < N; ++i) {
-            // t := (t + x[i] * y + q * p) / 2^64
-            DoubleLimb product = static_cast<DoubleLimb>(x[i]) * y[0] + t[0];
-            const Limb q = static_cast<Limb>(product) * m_negInverse;
-            DoubleLimb reduced = static_cast<DoubleLimb>(q) * m_p[0] + static_cast<Limb>(product);
-#pragma GCC unroll 9
-            for (std::size_t j = 1; j < N; ++j) {
-                product = static_cast<DoubleLimb>(x[i]) * y[j] + t[j] +
-                          static_cast<Limb>(product >> kLimbBits);
-                reduced = static_cast<DoubleLimb>(q) * m_p[j] + static_cast<Limb>(product) +
-                          static_cast<Limb>(reduced >> kLimbBits);
-                t[j - 1] = static_cast<Limb>(reduced);
-            }
-            const DoubleLimb last = (product >> kLimbBits) + (reduced >> kLimbBits) + top;
-            t[N - 1] = static_cast<Limb>(last);
-            top = static_cast<Limb>(last >> kLimbBits);
-        }
-        reduceOnce(t, top, m_p);
-        z = t;
+        Products::multiply(z, x, y, m_prime);
     }
-    void square(Element& z, const Element& x) const noexcept { multiply(z, x, x); }
+    void square(Element& z, const Element& x) const noexcept { Products::square(z, x, m_prime); }
     void add(Element& z, const Element& x, const Element& y) const noexcept {
-        addModulo(z, x, y, m_p);
+        addModulo(z, x, y, m_prime.p);
     }
     void subtract(Element& z, const Element& x, const Element& y) const noexcept {
-        subtractModulo(z, x, y, m_p);
+        subtractModulo(z, x, y, m_prime.p);
     }
     [[nodiscard]] bool isZero(const Element& x) const noexcept { return x == Element{}; }
     [[nodiscard]] bool equal(const Element& x, const Element& y) const noexcept { return x == y; }
@@ -138,17 +159,16 @@ public:
     void invert(Element& z, const Element& x) const noexcept {
         Element plain;
         leave(plain, x);
-        if (!invertModulo(plain, plain, m_p)) {
+        if (!invertModulo(plain, plain, m_prime.p)) {
             plain = {}; // x = 0 only, p being a prime
         }
         enter(z, plain);
     }
 
 private:
-    Element m_p{};
+    MontgomeryPrime<N> m_prime{};
     Element m_one{};
     Element m_rSquared{};
-    Limb m_negInverse = 0;
 };
 
 } // namespace vantrel::crypto
