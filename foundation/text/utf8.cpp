@@ -1,5 +1,8 @@
 #include "foundation/text/utf8.h"
 
+#include "foundation/text/base64_x86.h"
+#include "foundation/text/utf8_x86.h"
+
 #include <cstdint>
 #include <cstring>
 
@@ -8,6 +11,7 @@ namespace vantrel::text {
 namespace {
 
 constexpr std::size_t kBlock = 64;
+constexpr std::size_t kWorthVectors = 256;
 
 // The compiler makes one vector OR of this loop.
 bool isAsciiBlock(const char* block) noexcept {
@@ -16,6 +20,33 @@ bool isAsciiBlock(const char* block) noexcept {
         seen |= static_cast<unsigned char>(block[i]);
     }
     return seen < 0x80;
+}
+
+// By the byte that leads it.
+std::size_t lengthOf(unsigned char lead) noexcept {
+    return lead >= 0xF0 ? 4 : (lead >= 0xE0 ? 3 : 2);
+}
+
+// Bytes at the front that a vector kernel vouches for, up to the end of a character.
+std::size_t validBlocks(std::string_view text) noexcept {
+#if defined(__x86_64__)
+    static const bool usable = hasAvx2();
+    if (text.size() < kWorthVectors || !usable) {
+        return 0;
+    }
+    const std::size_t at = utf8BlocksAvx2(text);
+    // The last character may be cut off there: back to where it begins.
+    for (std::size_t back = 1; back <= 3 && back <= at; ++back) {
+        const auto byte = static_cast<unsigned char>(text[at - back]);
+        if (byte >= 0xC0) {
+            return lengthOf(byte) > back ? at - back : at;
+        }
+    }
+    return at;
+#else
+    static_cast<void>(text);
+    return 0;
+#endif
 }
 
 } // namespace
@@ -47,7 +78,7 @@ std::size_t decodeUtf8(std::string_view text, char32_t& character) noexcept {
         character = lead;
         return 1;
     }
-    const std::size_t length = lead >= 0xF0 ? 4 : (lead >= 0xE0 ? 3 : 2);
+    const std::size_t length = lengthOf(lead);
     if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
         return 0;
     }
@@ -68,7 +99,8 @@ std::size_t decodeUtf8(std::string_view text, char32_t& character) noexcept {
 }
 
 std::size_t validUtf8Prefix(std::string_view text) noexcept {
-    std::size_t at = asciiPrefix(text);
+    std::size_t at = validBlocks(text);
+    at += asciiPrefix(text.substr(at));
     while (at < text.size()) {
         char32_t character = 0;
         const std::size_t length = decodeUtf8(text.substr(at), character);

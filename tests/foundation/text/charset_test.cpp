@@ -167,7 +167,8 @@ TEST(Utf8, AcceptsExactlyTheWellFormedSequences) {
             }
             const bool valid = length != 0 && mayFollow(lead, second);
             // At every place relative to the blocks, and cut off, and with a broken last byte.
-            for (const std::size_t before : {0U, 1U, 7U, 63U, 64U, 100U}) {
+            for (const std::size_t before :
+                 {0U, 1U, 7U, 63U, 254U, 255U, 316U, 317U, 318U, 319U, 320U}) {
                 const std::string padded = std::string(before, 'a') + text;
                 EXPECT_EQ(text::isValidUtf8(padded + "a"), valid) << toHex(asBytes(text));
                 EXPECT_EQ(text::validUtf8Prefix(padded + "a") == before, !valid)
@@ -192,6 +193,39 @@ TEST(Utf8, AcceptsExactlyTheWellFormedSequences) {
         const bool surrogate = c >= 0xD800 && c <= 0xDFFF;
         ASSERT_EQ(text::decodeUtf8({bytes, count}, back), surrogate ? 0 : count);
         ASSERT_TRUE(surrogate || back == c);
+    }
+}
+
+// Long texts, which go through the vector kernel where there is one, against one character at a
+// time.
+TEST(Utf8, LongTextsAreValidUpToTheSamePlace) {
+    RandomBytes random(12);
+    for (int round = 0; round < 4000; ++round) {
+        std::string text;
+        const std::size_t size = 250 + random.below(200);
+        const bool mostlyAscii = random.below(2) == 0;
+        while (text.size() < size) {
+            const std::uint64_t kind = mostlyAscii && random.below(50) != 0 ? 0 : random.below(4);
+            constexpr char32_t kBounds[] = {0x80, 0x800, 0xD800, 0x110000};
+            char bytes[4];
+            text.append(
+                bytes, text::encodeUtf8(static_cast<char32_t>(random.below(kBounds[kind])), bytes));
+            if (random.below(100) == 0) {
+                text.append(bytes, text::encodeUtf8(0xD7FF, bytes));
+            }
+        }
+        if (random.below(3) != 0) {
+            text[random.below(text.size())] = static_cast<char>(random.below(256));
+        }
+        text.resize(text.size() - random.below(5));
+        std::size_t valid = 0;
+        char32_t character = 0;
+        while (const std::size_t length =
+                   text::decodeUtf8(std::string_view(text).substr(valid), character)) {
+            valid += length;
+        }
+        ASSERT_EQ(text::validUtf8Prefix(text), valid) << toHex(asBytes(text));
+        ASSERT_EQ(text::isValidUtf8(text), valid == text.size());
     }
 }
 
