@@ -11,6 +11,7 @@ using vantrel::crypto::HashKernel;
 using vantrel::crypto::hashKernels;
 using vantrel::crypto::kMaxDigestSize;
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name that fuzzing engines look for
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) {
         return 0;

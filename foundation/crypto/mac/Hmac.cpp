@@ -16,6 +16,7 @@ using crypto::Hasher;
 // RFC 2104, 2: H(K XOR opad, H(K XOR ipad, text)). Constant time in the key and the text.
 class HmacRun final {
 public:
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled as far as they are used
     HmacRun(int hashId, ByteView key) noexcept : m_hasher(hashId) {
         const std::size_t blockSize = m_hasher.blockSize();
         if (key.size() > blockSize) {
