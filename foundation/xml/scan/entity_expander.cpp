@@ -306,7 +306,7 @@ void EntityExpander::copyText(std::size_t length) {
     for (const std::string_view tail : {std::string_view(">"), std::string_view("]>")}) {
         const std::string_view head = std::string_view("]]>").substr(0, 3 - tail.size());
         if (run.starts_with(tail) && m_out.ends_with(head)) {
-            m_out.append(tail.substr(1)).append("&gt;");
+            m_out.append(tail.substr(0, tail.size() - 1)).append("&gt;");
             in().at += tail.size();
             length -= tail.size();
             break;

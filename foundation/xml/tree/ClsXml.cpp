@@ -61,7 +61,7 @@ bool ClsXml::loadXml(const StringBuffer& text, bool fragment, LogBase& log) {
 
 bool ClsXml::getXml(bool /*unused*/, StringBuffer& out, LogBase& /*log*/) const {
     return m_document != nullptr && guarded(false, [&] {
-               if (!m_document->hasAttributeDefaults()) {
+               if (!m_document->hasAttributeTypes()) {
                    const xml::ElementRecord& record = m_document->element(m_element);
                    return out.setView(
                        m_document->text().substr(record.start, record.end - record.start));

@@ -30,27 +30,17 @@ void appendQuoted(std::string_view value, std::string& out) {
     out.push_back('"');
 }
 
-// Appends the start tag with the defaults that it takes on; returns the offset behind it.
-std::uint32_t appendCompletedTag(const XmlDocument& document, ElementId element, std::string& out) {
-    const std::uint32_t start = document.element(element).start;
-    const std::uint32_t behind = contentStart(document, element);
-    const bool empty = document.text()[behind - 2] == '/';
-    out.append(document.text(), start, behind - start - (empty ? 2 : 1));
-    std::size_t written = 0;
-    StartTagReader tag(document.text(), start);
-    for (Attribute attribute; tag.next(attribute);) {
-        ++written;
-    }
+// Appends the start tag with its attributes normalised and the defaults that it takes on; returns
+// the offset behind it.
+std::uint32_t appendResolvedTag(const XmlDocument& document, ElementId element, std::string& out) {
+    out.append("<").append(document.qualifiedName(element));
     forEachAttribute(document, element, [&](std::string_view name, std::string_view value) {
-        if (written > 0) {
-            --written;
-            return true;
-        }
         out.append(" ").append(name).push_back('=');
         appendQuoted(value, out);
         return true;
     });
-    out.append(empty ? "/>" : ">");
+    const std::uint32_t behind = contentStart(document, element);
+    out.append(document.text()[behind - 2] == '/' ? "/>" : ">");
     return behind;
 }
 
@@ -112,10 +102,10 @@ bool attributeValue(const XmlDocument& document, ElementId element, const NamePa
 void appendElementXml(const XmlDocument& document, ElementId element, std::string& out) {
     const ElementRecord& record = document.element(element);
     std::uint32_t copied = record.start;
-    if (document.hasAttributeDefaults()) {
+    if (document.hasAttributeTypes()) {
         for (ElementId at = element; at < record.next; ++at) {
             out.append(document.text(), copied, document.element(at).start - copied);
-            copied = appendCompletedTag(document, at, out);
+            copied = appendResolvedTag(document, at, out);
         }
     }
     out.append(document.text(), copied, record.end - copied);
