@@ -57,6 +57,33 @@ bool parseAccuracy(DerReader& info, std::int64_t& micros) noexcept {
     return true;
 }
 
+// RFC 3161 2.4.2: a critical extension that is not known makes the token unusable; none is known.
+bool checkExtensions(DerReader& info, std::string_view& whyNot) noexcept {
+    whyNot = "the extensions are malformed";
+    if (info.atEnd()) {
+        return true;
+    }
+    DerReader extensions;
+    if (!info.enter(contextConstructed(1), extensions)) {
+        return false;
+    }
+    while (!extensions.atEnd()) {
+        // Extension ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE, ... }
+        DerReader extension;
+        ByteView id;
+        bool critical = false;
+        if (!extensions.enter(Tag::Sequence, extension) || !extension.read(Tag::Oid, id) ||
+            (extension.nextIs(Tag::Boolean) && !asn1::readBoolean(extension, critical))) {
+            return false;
+        }
+        if (critical) {
+            whyNot = "there is an unknown critical extension";
+            return false;
+        }
+    }
+    return true;
+}
+
 // What may follow genTime.
 bool parseOptional(DerReader& info, TstInfo& out, std::string_view& whyNot) noexcept {
     //     accuracy        Accuracy OPTIONAL,
@@ -76,9 +103,11 @@ bool parseOptional(DerReader& info, TstInfo& out, std::string_view& whyNot) noex
     }
     //     tsa             [0] GeneralName OPTIONAL,
     //     extensions      [1] IMPLICIT Extensions OPTIONAL }
-    whyNot = "the authority's name or the extensions are malformed";
-    return (!info.nextIs(contextConstructed(0)) || info.read(contextConstructed(0), out.tsa)) &&
-           info.skipOptional(contextConstructed(1)) && info.atEnd();
+    whyNot = "the authority's name is malformed";
+    if (info.nextIs(contextConstructed(0)) && !info.read(contextConstructed(0), out.tsa)) {
+        return false;
+    }
+    return checkExtensions(info, whyNot) && info.atEnd();
 }
 
 } // namespace

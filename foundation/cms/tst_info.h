@@ -21,7 +21,7 @@ struct TstInfo {
     bool ordering = false;
     bool hasNonce = false;
     ByteView nonce; // contents of the INTEGER
-    ByteView tsa;   // GeneralName, with header; empty when absent
+    ByteView tsa;   // GeneralName, with its header; empty when absent
 };
 
 // Reads a TSTInfo of version 1. On failure `out` is unchanged and `whyNot`, a text of static
