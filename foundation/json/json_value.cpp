@@ -6,6 +6,15 @@
 
 namespace vantrel::json {
 
+// Here, where the type of its members is complete.
+JsonValue::JsonValue() noexcept = default;
+JsonValue::JsonValue(Kind kind) noexcept : m_kind(kind) {}
+JsonValue::JsonValue(const JsonValue& other) = default;
+JsonValue::JsonValue(JsonValue&& other) noexcept = default;
+JsonValue& JsonValue::operator=(const JsonValue& other) = default;
+JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
+JsonValue::~JsonValue() = default;
+
 JsonValue JsonValue::ofText(std::string_view text) {
     JsonValue value(Kind::String);
     if (!value.m_text.appendView(text)) {

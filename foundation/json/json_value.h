@@ -22,8 +22,14 @@ class JsonValue final {
 public:
     enum class Kind : std::uint8_t { Null, False, True, Number, String, Array, Object };
 
-    JsonValue() noexcept = default;
-    explicit JsonValue(Kind kind) noexcept : m_kind(kind) {}
+    // Null, and empty of another kind.
+    JsonValue() noexcept;
+    explicit JsonValue(Kind kind) noexcept;
+    JsonValue(const JsonValue& other);
+    JsonValue(JsonValue&& other) noexcept;
+    JsonValue& operator=(const JsonValue& other);
+    JsonValue& operator=(JsonValue&& other) noexcept;
+    ~JsonValue();
     [[nodiscard]] static JsonValue ofText(std::string_view text);
     [[nodiscard]] static JsonValue ofText(StringBuffer&& text) noexcept;
     // `number` must be the text of a JSON number.
