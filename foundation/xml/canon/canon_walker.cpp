@@ -82,29 +82,40 @@ void CanonWalker::walkElement(ElementId apex) {
     m_tags.inherit(apex);
 
     m_window.open(record.start, record.end);
-    std::uint32_t at = record.start;
-    while (at < record.end) {
-        at = m_window.findContentStop(at);
-        switch (m_text[at]) {
-        case '<': at = markup(at); break;
-        case '&': at = reference(at); break;
-        case '>': at = greaterThan(at); break;
-        default: at = carriageReturn(at); break;
-        }
+    m_open.clear();
+    const WrittenTag tag = m_tags.writeApex(m_nextElement++, record.start);
+    if (!tag.selfClosing) {
+        m_open.push_back(tag.nameLength);
+        walkContent(tag.end);
     }
     m_out.copyUpTo(record.end);
 }
 
-std::uint32_t CanonWalker::markup(std::uint32_t at) {
-    switch (m_text[at + 1]) {
-    case '/': return endTag(at);
-    case '!': return commentOrCdata(at);
-    case '?': return instruction(at);
-    default: return startTag(at);
+// From behind the start tag of the apex to behind its end tag.
+void CanonWalker::walkContent(std::uint32_t at) {
+    while (!m_open.empty()) {
+        at = m_window.findContentStop(at);
+        const char c = m_text[at];
+        if (c == '<') [[likely]] {
+            const char next = m_text[at + 1];
+            if (next == '/') {
+                at = endTag(at);
+            } else if (next == '!') [[unlikely]] {
+                at = commentOrCdata(at);
+            } else if (next == '?') [[unlikely]] {
+                at = instruction(at);
+            } else {
+                at = startTag(at);
+            }
+        } else if (c == '&') {
+            at = reference(at);
+        } else {
+            at = c == '>' ? greaterThan(at) : carriageReturn(at);
+        }
     }
 }
 
-std::uint32_t CanonWalker::startTag(std::uint32_t at) {
+inline std::uint32_t CanonWalker::startTag(std::uint32_t at) {
     if (at >= m_nextEvent && passHole(at)) {
         return at;
     }
@@ -116,7 +127,7 @@ std::uint32_t CanonWalker::startTag(std::uint32_t at) {
     return tag.end;
 }
 
-std::uint32_t CanonWalker::endTag(std::uint32_t at) {
+inline std::uint32_t CanonWalker::endTag(std::uint32_t at) {
     const std::uint32_t nameEnd = at + 2 + m_open.back();
     m_open.pop_back();
     m_tags.leave(static_cast<std::uint32_t>(m_open.size()));

@@ -23,7 +23,7 @@ public:
 
 private:
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
-    [[nodiscard]] std::uint32_t markup(std::uint32_t at);
+    void walkContent(std::uint32_t at);
     [[nodiscard]] std::uint32_t startTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t endTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t commentOrCdata(std::uint32_t at);

@@ -16,7 +16,7 @@ struct TagShape {
     std::uint32_t nameEnd = 0;      // behind the qualified name
     std::uint32_t prefixLength = 0; // of the name's prefix; 0 without a colon
     std::uint64_t blanks = 0;       // the spaces before its attributes; 0 without any
-    bool qualified = false;         // an attribute's name has a colon
+    std::uint64_t colons = 0;       // in the names of its attributes
 };
 
 // The masks of a stretch of the text around the place that a walk has reached; it moves along.
@@ -107,7 +107,7 @@ inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
     const std::uint64_t colons = word(&CanonMasks::colon, at) & inTag & ~inside;
     const std::uint64_t inName = colons & ((std::uint64_t{1} << shape.nameEnd) - 1);
     shape.prefixLength = inName == 0 ? 0 : static_cast<std::uint32_t>(__builtin_ctzll(inName)) - 1;
-    shape.qualified = colons != inName;
+    shape.colons = colons ^ inName;
     return shape;
 }
 

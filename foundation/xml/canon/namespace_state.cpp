@@ -2,8 +2,6 @@
 
 #include "foundation/xml/canon/escape.h"
 
-#include <cstring>
-
 namespace vantrel::xml {
 
 namespace {
@@ -20,39 +18,24 @@ NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
     return number;
 }
 
-NamespaceState::PrefixId NamespaceState::recentId(const char* at, std::uint32_t length) {
-    if (length == 0) {
-        return kDefault;
-    }
-    if (length > 8) {
-        return id(std::string_view(at, length));
-    }
-    std::uint64_t key = 0;
-    std::memcpy(&key, at, sizeof key);
-    key &=
-        ~std::uint64_t{0} >> (64 - 8 * length); // no prefix holds a NUL: the length is in the key
-    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
-    Recent& recent = m_recent[(key * kSpread) >> 60];
-    if (recent.key != key) {
-        recent = {key, id(std::string_view(at, length))};
-    }
-    return recent.prefix;
-}
-
 void NamespaceState::remember(PrefixId prefix, std::uint32_t depth) {
     const PrefixBinding& binding = m_bindings[prefix];
     m_undo.push_back(
         {depth, binding.hidden ? prefix | kHiddenBit : prefix, binding.inScope, binding.rendered});
+    m_undoneBelow = depth + 1;
 }
 
-void NamespaceState::undoLast() noexcept {
-    const Undo last = m_undo.back();
-    m_undo.pop_back();
-    PrefixBinding& binding = m_bindings[last.prefix & ~kHiddenBit];
-    binding.inScope = last.inScope;
-    binding.rendered = last.rendered;
-    binding.hidden = (last.prefix & kHiddenBit) != 0;
-    settle(binding);
+void NamespaceState::undoDownTo(std::uint32_t depth) noexcept {
+    while (!m_undo.empty() && m_undo.back().depth >= depth) {
+        const Undo last = m_undo.back();
+        m_undo.pop_back();
+        PrefixBinding& binding = m_bindings[last.prefix & ~kHiddenBit];
+        binding.inScope = last.inScope;
+        binding.rendered = last.rendered;
+        binding.hidden = (last.prefix & kHiddenBit) != 0;
+        settle(binding);
+    }
+    m_undoneBelow = m_undo.empty() ? 0 : m_undo.back().depth + 1;
 }
 
 void NamespaceState::declare(PrefixId prefix, std::string_view name, std::uint32_t depth) {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,9 +43,23 @@ public:
 
     // The number of a prefix, given out at first sight.
     [[nodiscard]] PrefixId id(std::string_view prefix);
-    // The same for the `length` bytes at `at`, of which eight are readable: remembers the last
-    // ones.
-    [[nodiscard]] PrefixId recentId(const char* at, std::uint32_t length);
+    // The same for the `length` bytes at `at`, where eight bytes are readable. It remembers the
+    // last ones.
+    [[nodiscard]] PrefixId recentId(const char* at, std::uint32_t length) {
+        if (length - 1 >= 8) [[unlikely]] {
+            return length == 0 ? kDefault : id(std::string_view(at, length));
+        }
+        // No prefix holds a NUL, so the key tells the length as well.
+        std::uint64_t key = 0;
+        std::memcpy(&key, at, sizeof key);
+        key &= ~std::uint64_t{0} >> (64 - 8 * length);
+        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
+        Recent& recent = m_recent[(key * kSpread) >> 60];
+        if (recent.key != key) [[unlikely]] {
+            recent = {key, id(std::string_view(at, length))};
+        }
+        return recent.prefix;
+    }
     [[nodiscard]] PrefixId size() const noexcept {
         return static_cast<PrefixId>(m_bindings.size());
     }
@@ -67,9 +82,9 @@ public:
     void inherit(PrefixId prefix, std::string_view name, bool hidden);
 
     // Takes back what elements at `depth` and below did.
-    void leave(std::uint32_t depth) {
-        while (!m_undo.empty() && m_undo.back().depth >= depth) {
-            undoLast();
+    void leave(std::uint32_t depth) noexcept {
+        if (m_undoneBelow > depth) {
+            undoDownTo(depth);
         }
     }
 
@@ -86,7 +101,7 @@ private:
     };
 
     void remember(PrefixId prefix, std::uint32_t depth);
-    void undoLast() noexcept;
+    void undoDownTo(std::uint32_t depth) noexcept;
     void writeDeclaration(PrefixId prefix);
     static void settle(PrefixBinding& binding) noexcept {
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
@@ -96,6 +111,7 @@ private:
     ViewTable m_names;
     std::vector<PrefixBinding> m_bindings; // by prefix number
     GrowArray<Undo> m_undo;
+    std::uint32_t m_undoneBelow = 0; // one more than the depth of the last undo; 0 without one
     std::array<Recent, 16> m_recent;
 };
 

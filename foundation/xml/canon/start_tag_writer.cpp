@@ -1,7 +1,6 @@
 #include "foundation/xml/canon/start_tag_writer.h"
 
 #include "foundation/xml/canon/escape.h"
-#include "foundation/xml/canon/name_scan.h"
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
@@ -66,150 +65,6 @@ void StartTagWriter::inherit(ElementId apex) {
             m_namespaces.inherit(prefix, m_document.namespaceName(declaration), hidden);
         }
     }
-}
-
-WrittenTag StartTagWriter::write(ElementId element, std::uint32_t start, std::uint32_t depth) {
-    WrittenTag tag;
-    if (element != m_nextDeclaring && depth != 0 && !m_hasDeclaredAttributes &&
-        (passShape(start, depth, tag) || passOver(start, depth, tag))) {
-        return tag;
-    }
-    return rewrite(element, start, depth);
-}
-
-// The tag at a glance: passes over one that is canonical as it stands, or would be but for one
-// declaration. False, with nothing done, for any other; some of those are canonical, too.
-bool StartTagWriter::passShape(std::uint32_t start, std::uint32_t depth, WrittenTag& tag) {
-    const TagShape shape = m_window.tagAt(start);
-    if (!shape.tidy || shape.qualified) {
-        return false;
-    }
-    const bool several = (shape.blanks & (shape.blanks - 1)) != 0;
-    if (several && !areOrdered(start, shape.blanks)) {
-        return false;
-    }
-    const PrefixId due = m_exclusive ? pendingAt(start + 1, shape.prefixLength) : kNothingDue;
-    tag.nameLength = shape.nameEnd - 1;
-    if (due == kNothingDue && !shape.selfClosing) {
-        tag.end = start + shape.close + 1;
-        return true;
-    }
-    finishPassed(start, start + shape.close - (shape.selfClosing ? 1U : 0U), depth, due, tag);
-    return true;
-}
-
-// Unqualified attribute names, each behind one of the `blanks`, ascend byte by byte.
-bool StartTagWriter::areOrdered(std::uint32_t start, std::uint64_t blanks) const noexcept {
-    const char* before = m_text.data() + start + __builtin_ctzll(blanks) + 1;
-    for (blanks &= blanks - 1; blanks != 0; blanks &= blanks - 1) {
-        const char* const name = m_text.data() + start + __builtin_ctzll(blanks) + 1;
-        std::size_t i = 0;
-        while (before[i] == name[i] && before[i] != '=') {
-            ++i;
-        }
-        // Names differ; '=' ends a name and comes before whatever another goes on with.
-        const auto left = static_cast<unsigned char>(before[i]);
-        const auto right = static_cast<unsigned char>(name[i]);
-        if (left != '=' && (right == '=' || left > right)) {
-            return false;
-        }
-        before = name;
-    }
-    return true;
-}
-
-StartTagWriter::PrefixId StartTagWriter::prefixAt(std::uint32_t start, std::uint32_t length) {
-    return m_text.size() - start >= 8 ? m_namespaces.recentId(m_text.data() + start, length)
-                                      : m_namespaces.id(m_text.substr(start, length));
-}
-
-// The prefix at `start`, when the use of it calls for a declaration.
-StartTagWriter::PrefixId StartTagWriter::pendingAt(std::uint32_t start, std::uint32_t length) {
-    const PrefixId prefix = prefixAt(start, length);
-    const bool pending =
-        m_namespaces[prefix].pending && m_text.substr(start, length) != kXmlPrefixText;
-    return pending ? prefix : kNothingDue;
-}
-
-// The rest of a tag that was passed over: writes the declaration that is due, if any, and the end
-// tag of an empty element. `at` is the offset of the '>' or "/>".
-void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth,
-                                  PrefixId due, WrittenTag& tag) {
-    if (due != kNothingDue) {
-        m_out.copyUpTo(start + 1 + tag.nameLength);
-        m_out.put(m_namespaces.render(due, depth));
-    }
-    tag.selfClosing = m_text[at] == '/';
-    tag.end = at + 1;
-    if (tag.selfClosing) {
-        m_out.copyUpTo(at);
-        m_out.put("></");
-        m_out.put(m_text.substr(start + 1, tag.nameLength));
-        m_out.skipTo(at + 1); // its '>'
-        tag.end = at + 2;
-        m_namespaces.leave(depth);
-    }
-}
-
-// The same as passShape, step by step, for tags of any length and with qualified attributes.
-bool StartTagWriter::passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag) {
-    const auto size = static_cast<std::uint32_t>(m_text.size());
-    const ScannedName name = scanName(m_text.data(), start + 1, size);
-    const PrefixId due = m_exclusive ? pendingAt(start + 1, name.prefixLength) : kNothingDue;
-    std::uint32_t at = start + 1 + name.length;
-    if (m_text[at] == ' ' && !passAttributes(at, due)) {
-        return false;
-    }
-    if (m_text[at] != '>' && m_text[at] != '/') {
-        return false;
-    }
-    tag.nameLength = name.length;
-    finishPassed(start, at, depth, due, tag);
-    return true;
-}
-
-// From the space before the first attribute to the '>' or '/' of the tag. Attributes may use no
-// prefix that needs a declaration, but for the one that is `due` anyway.
-bool StartTagWriter::passAttributes(std::uint32_t& at, PrefixId due) {
-    const char* const text = m_text.data();
-    const auto size = static_cast<std::uint32_t>(m_text.size());
-    std::string_view before;
-    std::string_view prefixBefore;
-    while (text[at] == ' ') {
-        const std::uint32_t start = at + 1;
-        const ScannedName name = scanName(text, start, size);
-        const std::uint32_t equals = start + name.length;
-        if (name.length == 0 || text[equals] != '=' || text[equals + 1] != '"') {
-            return false;
-        }
-        at = findAttributeStop(text, equals + 2, size, '"');
-        if (text[at++] != '"') {
-            return false;
-        }
-        const std::string_view whole(text + start, name.length);
-        const std::string_view prefix = whole.substr(0, name.prefixLength);
-        if (prefix.empty()) {
-            if (!prefixBefore.empty() || whole < before) {
-                return false;
-            }
-            before = whole;
-            continue;
-        }
-        const std::string_view local = whole.substr(prefix.size() + 1);
-        const bool ordered = prefixBefore.empty() || (prefix == prefixBefore && before < local);
-        if (!ordered || m_localNameOrder) {
-            return false;
-        }
-        if (m_exclusive) {
-            const PrefixId pending = pendingAt(start, name.prefixLength);
-            if (pending != kNothingDue && pending != due) {
-                return false;
-            }
-        }
-        prefixBefore = prefix;
-        before = local;
-    }
-    return true;
 }
 
 // The long way: the tag is taken apart and written anew, up to its '>'.
@@ -333,29 +188,14 @@ void StartTagWriter::inheritXmlAttributes(ElementId apex) {
     }
 }
 
-void StartTagWriter::take(PrefixId prefix) {
-    PrefixBinding& binding = m_namespaces[prefix];
-    if (binding.pending && binding.takenBy != m_tagSerial) {
-        binding.takenBy = m_tagSerial;
-        m_due.push_back(prefix);
-    }
-}
-
-void StartTagWriter::noteUse(std::string_view prefix) {
-    if (prefix != kXmlPrefixText) {
-        take(m_namespaces.id(prefix));
-    }
-}
-
 // Collects in m_due the declarations that the tag must write.
 void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth) {
-    m_due.clear();
-    ++m_tagSerial;
-    if (m_exclusive) {
-        noteUse(elementPrefix);
+    startList();
+    if (m_exclusive) { // the prefix xml is never bound here, so never due
+        take(m_namespaces.id(elementPrefix));
         for (const TagAttribute& attribute : m_attributes) {
             if (attribute.source.prefixLength != 0) {
-                noteUse(attribute.source.prefix());
+                take(m_namespaces.id(attribute.source.prefix()));
             }
         }
     }

@@ -34,9 +34,19 @@ public:
     // Takes over what the apex inherits from its ancestors. To be called before its tag is written,
     // unless the apex is the root.
     void inherit(ElementId apex);
-    // Writes the start tag of `element`, which begins at `start`. `depth` counts from the apex (0).
-    // Elements come in document order.
-    [[nodiscard]] WrittenTag write(ElementId element, std::uint32_t start, std::uint32_t depth);
+    // Writes the start tag of `element`, which begins at `start`. `depth` counts from the apex,
+    // whose tag is written by writeApex. Elements come in document order.
+    [[nodiscard]] WrittenTag write(ElementId element, std::uint32_t start, std::uint32_t depth) {
+        WrittenTag tag;
+        if (element == m_nextDeclaring || m_hasDeclaredAttributes ||
+            !(passAtAGlance(start, depth, tag) || passOver(start, depth, tag))) {
+            tag = rewrite(element, start, depth);
+        }
+        return tag;
+    }
+    [[nodiscard]] WrittenTag writeApex(ElementId apex, std::uint32_t start) {
+        return rewrite(apex, start, 0);
+    }
     // Forgets what the element at `depth` declared.
     void leave(std::uint32_t depth) { m_namespaces.leave(depth); }
     // The next tag is that of `element`: some were passed over.
@@ -44,7 +54,6 @@ public:
 
 private:
     using PrefixId = NamespaceState::PrefixId;
-    static constexpr PrefixId kNothingDue = 0xFFFFFFFF;
 
     struct TagAttribute {
         Attribute source;
@@ -53,21 +62,32 @@ private:
         bool isNormalised = false; // a default: its value is no raw text
     };
 
+    [[nodiscard]] bool passAtAGlance(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
     [[nodiscard]] bool passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
-    [[nodiscard]] bool passShape(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
-    [[nodiscard]] bool areOrdered(std::uint32_t start, std::uint64_t blanks) const noexcept;
-    [[nodiscard]] bool passAttributes(std::uint32_t& at, PrefixId due);
-    [[nodiscard]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length);
-    [[nodiscard]] PrefixId pendingAt(std::uint32_t start, std::uint32_t length);
-    void finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth, PrefixId due,
-                      WrittenTag& tag);
+    [[nodiscard]] bool passAttributes(std::uint32_t& at);
+    [[nodiscard]] bool areOrdered(std::uint32_t start, const TagShape& shape) const noexcept;
+    void finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth, WrittenTag& tag);
+    [[nodiscard]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
+        return m_text.size() - start >= 8 ? m_namespaces.recentId(m_text.data() + start, length)
+                                          : m_namespaces.id(m_text.substr(start, length));
+    }
     [[nodiscard]] WrittenTag rewrite(ElementId element, std::uint32_t start, std::uint32_t depth);
     void declareNamespaces(ElementId element, std::uint32_t depth);
     void inheritXmlAttributes(ElementId apex);
     void addDefaults(std::string_view elementName);
     void addDefault(const DeclaredAttribute& declared);
-    void noteUse(std::string_view prefix);
-    void take(PrefixId prefix);
+    void startList() {
+        m_due.clear();
+        ++m_tagSerial;
+    }
+    // Lists a prefix that the tag uses, when its binding is to be written.
+    void take(PrefixId prefix) {
+        PrefixBinding& binding = m_namespaces[prefix];
+        if (binding.pending && binding.takenBy != m_tagSerial) {
+            binding.takenBy = m_tagSerial;
+            m_due.push_back(prefix);
+        }
+    }
     void chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth);
     void sortAttributes();
     void putNamespaces(std::uint32_t depth);
@@ -91,9 +111,40 @@ private:
     // Of the tag at hand; kept to reuse their memory.
     std::vector<TagAttribute> m_attributes;
     std::vector<PrefixId> m_declared;
-    std::vector<PrefixId> m_due;
+    std::vector<PrefixId> m_due; // whose declarations it must write
     std::string m_value;
 };
+
+// Passes over a tag that is canonical as it stands, or would be with some declarations added.
+// False, with nothing done, for any other; passOver finds some of those canonical, too.
+inline bool StartTagWriter::passAtAGlance(std::uint32_t start, std::uint32_t depth,
+                                          WrittenTag& tag) {
+    const TagShape shape = m_window.tagAt(start);
+    if (!shape.tidy) {
+        return false;
+    }
+    const std::uint64_t several = shape.blanks & (shape.blanks - 1);
+    if ((several | shape.colons) != 0 && !areOrdered(start, shape)) {
+        return false;
+    }
+    tag.nameLength = shape.nameEnd - 1;
+    m_due.clear();
+    if (m_exclusive) {
+        ++m_tagSerial;
+        take(prefixAt(start + 1, shape.prefixLength));
+        if (shape.colons != 0) { // there is one, behind the last blank
+            const unsigned blank = 63 - static_cast<unsigned>(__builtin_clzll(shape.blanks));
+            const auto colon = static_cast<unsigned>(__builtin_ctzll(shape.colons));
+            take(prefixAt(start + blank + 1, colon - blank - 1));
+        }
+    }
+    if (!shape.selfClosing && m_due.empty()) {
+        tag.end = start + shape.close + 1;
+        return true;
+    }
+    finishPassed(start, start + shape.close - (shape.selfClosing ? 1U : 0U), depth, tag);
+    return true;
+}
 
 } // namespace vantrel::xml
 
