@@ -52,7 +52,8 @@ public:
         m_modulus.one(one);
         CurveNumber exponent = q; // (q + 1) / 2
         halve(exponent);
-        exponent[0] += 1; // q is odd; no carry, since (q - 1) / 2 is not all ones
+        for (std::size_t i = 0; i < exponent.size() && ++exponent[i] == 0; ++i) {
+        } // q is odd; the lowest limb of (q - 1) / 2 may be all ones, as it is for P-256
         power(root, x, exponent);
         CurveNumber t{};
         power(t, x, q);

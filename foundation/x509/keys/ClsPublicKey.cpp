@@ -72,7 +72,7 @@ bool loadUnknown(ByteView bytes, _vlPublicKey& key, std::string_view& whyNot) {
     whyNot = "the data is neither PEM, DER, base64 nor an XML key value";
     DataBuffer der;
     const bool isDer = !bytes.empty() && bytes[0] == 0x30;
-    if (isDer ? !der.append(bytes) : !text::decodeBase64(all.substr(mark), der)) {
+    if (isDer ? !der.append(bytes) : !text::decodeBase64(all.substr(mark), der) || der.isEmpty()) {
         return false;
     }
     return loadKeyOrCertificate(der, key, whyNot);

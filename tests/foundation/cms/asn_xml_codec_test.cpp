@@ -113,7 +113,7 @@ TEST(AsnXmlCodec, WhiteSpaceBetweenElementsMeansNothing) {
         unrender("<?xml version='1.0'?>\n<sequence>\n  <int> 0A </int>\n  <octets>\n   AQID\n"
                  "  </octets>\n <!-- note --> <oid>\n1.2.840\n</oid><null> </null>\n</sequence>\n",
                  back));
-    EXPECT_EQ(test::toHex(back), "300e02010a0403010203"
+    EXPECT_EQ(test::toHex(back), "300f02010a0403010203"
                                  "06032a86480500");
 }
 
