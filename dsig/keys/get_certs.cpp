@@ -4,6 +4,7 @@
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/store_lookup.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/child_elements.h"
 #include "foundation/log/ClsStringArray.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"
@@ -58,7 +59,7 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStri
         const std::vector<xml::ElementId> elements = x509Data->childrenWithTag("*:X509Certificate");
         log.LogDataLong("NumX509Certificates", static_cast<std::int64_t>(elements.size()));
         for (const xml::ElementId element : elements) {
-            Ref<ClsXml>::adopt(x509Data->handleOn(element))->get_Content(base64);
+            dsig::handleOn(*x509Data, element)->getContentSb(base64);
             if (!base64.isEmpty()) {
                 appendCert(base64, seen, out, log);
             }
@@ -109,7 +110,7 @@ bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, StringHas
         dsig::logNoToken(log);
         return false;
     }
-    token->get_Content(base64);
+    token->getContentSb(base64);
     if (target.isPkiPath() && !dsig::takeLastOfPkiPath(base64, log)) {
         return false;
     }

@@ -3,6 +3,7 @@
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/child_elements.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/StringHashSet.h"
@@ -100,9 +101,9 @@ void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, StringHashSet& seen, Ext
     const std::vector<xml::ElementId> certificates = x509Data.childrenWithTag("*:X509Certificate");
     log.LogDataLong("numX509Certificates", static_cast<std::int64_t>(certificates.size()));
     for (const xml::ElementId certificate : certificates) {
-        const Ref<ClsXml> element = Ref<ClsXml>::adopt(x509Data.handleOn(certificate));
+        const Ref<ClsXml> element = dsig::handleOn(x509Data, certificate);
         StringBuffer content;
-        element->get_Content(content);
+        element->getContentSb(content);
         if (!content.isEmpty()) {
             appendFoundKey(keys, publicKeyFromCertBase64(content, seen, log),
                            keysource::kCertificate);

@@ -46,7 +46,7 @@ void ClsXmlDSig::keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayR
         return;
     }
     StringBuffer content;
-    identifier->get_Content(content);
+    identifier->getContentSb(content);
     if (content.isEmpty()) {
         return;
     }
@@ -95,7 +95,7 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, StringHashSet& 
         return false;
     }
     StringBuffer content;
-    token->get_Content(content);
+    token->getContentSb(content);
     if (target.isPkiPath() && !dsig::takeLastOfPkiPath(content, log)) {
         return false;
     }
@@ -115,7 +115,7 @@ bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& 
     StringBuffer valueType;
     StringBuffer thumbprint;
     identifier->getAttrValue("ValueType", valueType);
-    identifier->get_Content(thumbprint);
+    identifier->getContentSb(thumbprint);
     if (!valueType.containsSubstring("ThumbprintSHA1")) {
         return true;
     }
@@ -132,7 +132,7 @@ bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& 
         return false;
     }
     StringBuffer content;
-    token->get_Content(content);
+    token->getContentSb(content);
     logThumbprint(content, log);
     const int before = keys.getSize();
     if (!appendTokenKey(content, seen, keys, log)) {

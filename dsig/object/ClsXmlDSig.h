@@ -29,6 +29,7 @@ class DSigReference;
 class Pkcs7SignedData;
 class StringHashSet;
 class XmlSigLocate;
+class _vlXmlDtd;
 
 namespace xml {
 class CanonSink;
@@ -190,9 +191,9 @@ private:
                             LogBase& log);
     bool getSignatureValue(StringBuffer& outBase64, LogBase& log);
     // Sets the locator up to answer with the selected signature or with nothing.
-    void useSelectedSignature(XmlSigLocate& locator) const;
+    void useSelectedSignature(XmlSigLocate& locator, _vlXmlDtd& dtd) const;
     static bool locateSignatureById(const StringBuffer& id, const StringBuffer& text,
-                                    XmlSigLocate& locator, LogBase& log);
+                                    XmlSigLocate& locator, _vlXmlDtd& dtd, LogBase& log);
     // The selected signature in the loaded text, by its Id, else by its first reference's digest.
     bool locateSelectedSignature(const StringBuffer& signatureId, const DSigReference& first,
                                  XmlSigLocate& locator, LogBase& log) const;

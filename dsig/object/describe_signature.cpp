@@ -1,6 +1,7 @@
 // The selected signature as it stands, without verifying it.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/child_elements.h"
 #include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
 #include "foundation/json/json_writer.h"
@@ -20,9 +21,9 @@ void writeTransforms(const ClsXml& reference, JsonWriter& out) {
     out.beginArray();
     if (const Ref<ClsXml> transforms =
             Ref<ClsXml>::adopt(reference.getChildWithTagUtf8("*:Transforms"))) {
-        for (const xml::ElementId child : transforms->children()) {
+        for (const xml::ElementId child : dsig::childElements(*transforms)) {
             StringBuffer algorithm;
-            Ref<ClsXml>::adopt(transforms->handleOn(child))->getAttrValue("Algorithm", algorithm);
+            dsig::handleOn(*transforms, child)->getAttrValue("Algorithm", algorithm);
             out.text(algorithm.view());
         }
     }
@@ -50,14 +51,14 @@ void writeKeyInfo(const ClsXml& signature, JsonWriter& out) {
     out.beginArray();
     if (const Ref<ClsXml> keyInfo =
             Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:KeyInfo"))) {
-        for (const xml::ElementId child : keyInfo->children()) {
-            const Ref<ClsXml> entry = Ref<ClsXml>::adopt(keyInfo->handleOn(child));
+        for (const xml::ElementId child : dsig::childElements(*keyInfo)) {
+            const Ref<ClsXml> entry = dsig::handleOn(*keyInfo, child);
             out.beginObject();
             out.textMember("element", entry->localName());
             out.key("holds");
             out.beginArray();
-            for (const xml::ElementId part : entry->children()) {
-                out.text(Ref<ClsXml>::adopt(entry->handleOn(part))->localName());
+            for (const xml::ElementId part : dsig::childElements(*entry)) {
+                out.text(dsig::handleOn(*entry, part)->localName());
             }
             out.endArray();
             out.endObject();
@@ -91,7 +92,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         out.beginArray();
         const std::vector<xml::ElementId>& references = structure().referencesOf(*signature);
         for (std::size_t i = 0; i < references.size(); ++i) {
-            writeReference(*Ref<ClsXml>::adopt(signature->handleOn(references[i])), i, out);
+            writeReference(*dsig::handleOn(*signature, references[i]), i, out);
         }
         out.endArray();
         writeKeyInfo(*signature, out);

@@ -9,17 +9,16 @@
 
 namespace vantrel {
 
-void ClsXmlDSig::useSelectedSignature(XmlSigLocate& locator) const {
+void ClsXmlDSig::useSelectedSignature(XmlSigLocate& locator, _vlXmlDtd& dtd) const {
     const ClsXml* const signature = selectedSignature();
     if (signature != nullptr) {
-        locator.m_document = signature->document();
+        dtd.setDocument(signature->document());
         locator.m_selectedElement = signature->elementId();
     }
 }
 
 bool ClsXmlDSig::locateSignatureById(const StringBuffer& id, const StringBuffer& text,
-                                     XmlSigLocate& locator, LogBase& log) {
-    _vlXmlDtd dtd;
+                                     XmlSigLocate& locator, _vlXmlDtd& dtd, LogBase& log) {
     if (!locator.FindXmlSigById(id, text, dtd, log)) {
         log.LogError("Unable to find the Signature by Id.");
         log.LogDataSb("signatureId", id);
@@ -31,11 +30,11 @@ bool ClsXmlDSig::locateSignatureById(const StringBuffer& id, const StringBuffer&
 bool ClsXmlDSig::locateSelectedSignature(const StringBuffer& signatureId,
                                          const DSigReference& first, XmlSigLocate& locator,
                                          LogBase& log) const {
-    useSelectedSignature(locator);
-    if (!signatureId.isEmpty()) {
-        return locateSignatureById(signatureId, m_xmlText, locator, log);
-    }
     _vlXmlDtd dtd;
+    useSelectedSignature(locator, dtd);
+    if (!signatureId.isEmpty()) {
+        return locateSignatureById(signatureId, m_xmlText, locator, dtd, log);
+    }
     if (!locator.FindXmlSigByRefDigest(first.m_digestValue, m_xmlText, dtd, log)) {
         log.LogError("Unable to find the Signature.");
         return false;

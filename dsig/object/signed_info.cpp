@@ -1,6 +1,7 @@
 // Read access to the selected signature's SignedInfo, SignatureValue and references, on the tree.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/child_elements.h"
 #include "dsig/object/loaded_structure.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"
@@ -45,7 +46,7 @@ ClsXml* ClsXmlDSig::getReference(int index, LogBase& log) {
         log.LogDataLong("index", index);
         return nullptr;
     }
-    return signature->handleOn(references[static_cast<std::size_t>(index)]);
+    return dsig::handleOn(*signature, references[static_cast<std::size_t>(index)]).release();
 }
 
 int ClsXmlDSig::get_NumReferences() {
@@ -82,7 +83,7 @@ bool ClsXmlDSig::getSignedInfoField(const char* childName, const char* attrName,
     if (attrName != nullptr) {
         child->getAttrValue(attrName, out);
     } else {
-        child->get_Content(out);
+        child->getContentSb(out);
     }
     return true;
 }

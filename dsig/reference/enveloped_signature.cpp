@@ -47,21 +47,19 @@ bool ClsXmlDSig::locateEnvelopedSignature(const StringBuffer& id, const DSigRefe
                                           dsig::WorkingText& text, XmlSigLocate& locator,
                                           LogBase& log) const {
     const StringBuffer& searched = text.text();
+    _vlXmlDtd dtd;
     if (text.isWholeLoadedText()) {
-        useSelectedSignature(locator);
-    } else {
-        locator.m_fragmentText = true;
+        useSelectedSignature(locator, dtd);
     }
     if (!id.isEmpty()) {
         if (log.verbose()) {
             log.LogDataSb("removeSignatureWithId", id);
         }
-        return locateSignatureById(id, searched, locator, log);
+        return locateSignatureById(id, searched, locator, dtd, log);
     }
     if (log.verbose()) {
         log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
     }
-    _vlXmlDtd dtd;
     if (!locator.FindXmlSigByRefDigest(ref.m_digestValue, searched, dtd, log)) {
         log.LogError("Unable to find Signature by digest value for enveloped-signature..");
         return false;

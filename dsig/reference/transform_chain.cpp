@@ -2,6 +2,7 @@
 // implies where they are not written.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/child_elements.h"
 #include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/digest_input.h"
@@ -112,7 +113,7 @@ bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReferen
     if (transforms == nullptr) {
         return false;
     }
-    const std::vector<xml::ElementId> children = transforms->children();
+    const std::vector<xml::ElementId> children = dsig::childElements(*transforms);
     if (children.size() > kMostTransforms) {
         log.LogError("More than 100 transforms in one reference.");
         return false;
@@ -121,7 +122,7 @@ bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReferen
     state.sink = sink;
     for (std::size_t i = 0; i < children.size(); ++i) {
         state.isLast = i + 1 == children.size();
-        const Ref<ClsXml> transform = Ref<ClsXml>::adopt(transforms->handleOn(children[i]));
+        const Ref<ClsXml> transform = dsig::handleOn(*transforms, children[i]);
         if (!runTransform(*transform, fragmentId, ref, input, state, log)) {
             return false;
         }
@@ -209,7 +210,7 @@ void ClsXmlDSig::base64Transform(const StringBuffer& text, DataBuffer& decoded, 
         log.LogDataLong("numChildren", numChildren);
     }
     StringBuffer content;
-    root->get_Content(content);
+    root->getContentSb(content);
     log.LogDataUint32("base64_string_length", content.getSize());
     if (!ContentCoding::decodeBase64ToDb(content.getString(), content.getSize(), decoded)) {
         log.LogError("base64 decoding failed.  Maybe this was not actually base64?");

@@ -37,9 +37,8 @@ bool readFilterChild(const ClsXml& transform, int child, StringBuffer& filter,
 
 bool removeAllSignatures(dsig::WorkingText& text, LogBase& log) {
     XmlSigRemoval removal;
-    removal.m_document = text.structure();
-    removal.m_fragmentText = !text.isLoadedText();
     _vlXmlDtd dtd;
+    dtd.setDocument(text.structure());
     const StringBuffer before = text.text();
     StringBuffer without;
     if (!removal.removeSignatures(before, dtd, without, log)) {

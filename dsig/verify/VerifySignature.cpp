@@ -134,7 +134,7 @@ bool ClsXmlDSig::hashSignedInfo(dsig::VerifyRun& run, LogBase& log) {
 }
 
 bool ClsXmlDSig::gatherKeys(dsig::VerifyRun& run, LogBase& log) {
-    if (run.keyType == dsig::kKeyTypeHmac) {
+    if (run.keyType == kKeyTypeHmac) {
         if (m_hmacKey.isEmpty()) {
             log.LogError("No HMAC key available to verify signature.");
             return false;
@@ -150,7 +150,7 @@ bool ClsXmlDSig::gatherKeys(dsig::VerifyRun& run, LogBase& log) {
 
 void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log) {
     summarise = true;
-    if (run.keyType == dsig::kKeyTypeHmac) {
+    if (run.keyType == kKeyTypeHmac) {
         reportHmacKey(dsig::tryHmac(run, m_hmacKey, log));
         return;
     }

@@ -144,6 +144,15 @@ bool ClsXmlDSig::verifyToken(const StringBuffer& token, DataBuffer& content, Log
     return true;
 }
 
+void ClsXmlDSig::reportTimeStamp(const Pkcs7SignedData& signedData) {
+    m_report.timestampTime = signedData.genTime();
+    m_report.timestampAuthority = signedData.signerSubject().view();
+    m_report.timestampTrusted = signedData.authorityTrusted();
+    if (!m_report.timestampTrusted) {
+        m_report.warnings.add("timestamp-authority-not-checked");
+    }
+}
+
 void ClsXmlDSig::logTimeStampFailure(LogBase& log) {
     log.LogError("Verification of encapsulated timestamp failed.");
 }

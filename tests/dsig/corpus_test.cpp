@@ -33,7 +33,8 @@ void compareReferences(ClsXmlDSig& verifier, const json::JsonValue& entry,
 void runManifest(const std::string& manifest, const std::string& folder, const char* list,
                  const char* status, const char* option) {
     std::size_t compared = 0;
-    for (const json::JsonValue& entry : readManifest(manifest, list).elements()) {
+    const json::JsonValue entries = readManifest(manifest, list);
+    for (const json::JsonValue& entry : entries.elements()) {
         const std::string expected = textOf(entry, status);
         const std::string where = textOf(entry, "path") + " signature " +
                                   std::to_string(integerOf(entry, "signature_index"));
@@ -55,7 +56,6 @@ void runManifest(const std::string& manifest, const std::string& folder, const c
             << logOf(verifier);
         compareReferences(verifier, entry, where);
     }
-    RecordProperty("compared", static_cast<int>(compared));
     EXPECT_GT(compared, 0U);
 }
 

@@ -1,0 +1,29 @@
+#ifndef DSIG_OBJECT_CHILD_ELEMENTS_H
+#define DSIG_OBJECT_CHILD_ELEMENTS_H
+
+#include "foundation/text/RefCountedObject.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <vector>
+
+namespace vantrel::dsig {
+
+// The child elements of an element, in document order.
+[[nodiscard]] inline std::vector<xml::ElementId> childElements(const ClsXml& parent) {
+    std::vector<xml::ElementId> children;
+    const xml::XmlDocument& document = *parent.document();
+    for (xml::ElementId child = document.firstChild(parent.elementId()); child != xml::kNoElement;
+         child = document.nextSibling(child)) {
+        children.push_back(child);
+    }
+    return children;
+}
+
+// A handle on another element of the same document.
+[[nodiscard]] inline Ref<ClsXml> handleOn(const ClsXml& any, xml::ElementId element) {
+    return Ref<ClsXml>::adopt(ClsXml::onElement(any.document(), element));
+}
+
+} // namespace vantrel::dsig
+
+#endif
