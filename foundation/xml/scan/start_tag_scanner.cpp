@@ -276,6 +276,9 @@ bool DocumentScanner::takeAttributes(ElementId element) {
         if (attribute.prefixLength != 0) {
             ++qualified;
             const std::uint32_t id = prefixId(attribute.name, attribute.prefixLength);
+            if (id == kXmlPrefix) [[unlikely]] {
+                m_document.noteXmlAttribute(element);
+            }
             const bool bound = id != kNoPrefix && (id == kXmlPrefix || m_bound[id] != kUnbound);
             if (!bound && m_mode == Mode::Document) {
                 fail(attribute.offset,

@@ -179,6 +179,11 @@ public:
                                        std::string_view& name) const noexcept;
     [[nodiscard]] std::string_view namespaceUri(ElementId id) const noexcept;
 
+    // The elements that have an attribute of the prefix xml, defaults included, in document order.
+    [[nodiscard]] std::span<const ElementId> elementsWithXmlAttributes() const noexcept {
+        return m_xmlAttributes.span();
+    }
+
     // Ids: attributes with the local name Id, ID or id under any prefix, with the name AssertionID,
     // RequestID or ResponseID, and those declared of type ID. Values are compared normalised.
     [[nodiscard]] IdMatch findById(std::string_view value, ElementId& element) const;
@@ -208,6 +213,11 @@ private:
     friend class DocumentScanner;
 
     XmlDocument() = default;
+    void noteXmlAttribute(ElementId element) {
+        if (m_xmlAttributes.empty() || m_xmlAttributes.back() != element) {
+            m_xmlAttributes.push_back(element);
+        }
+    }
     [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
 
     StringBuffer m_source;
@@ -216,6 +226,7 @@ private:
     GrowArray<NamespaceDecl> m_namespaces;
     PrefixTable m_prefixes;
     IdTable m_ids;
+    GrowArray<ElementId> m_xmlAttributes;
     std::vector<SignatureElement> m_signatures;
     std::string m_side; // normalised values that do not stand in the text as they are
     std::unique_ptr<const DocumentType> m_documentType;
