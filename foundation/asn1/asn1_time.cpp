@@ -59,8 +59,8 @@ bool isValid(const ClockTime& t) noexcept {
            t.hour <= 23 && t.minute <= 59 && t.second <= 59;
 }
 
-// "Z", "+hhmm", "-hhmm" (or, in GeneralizedTime, "+hh"), and nothing after it.
-bool takeZone(ByteView rest, std::int64_t& offset) noexcept {
+// "Z", "+hhmm", "-hhmm" or (only with `hoursAlone`) "+hh", and nothing after it.
+bool takeZone(ByteView rest, bool hoursAlone, std::int64_t& offset) noexcept {
     if (rest.size() == 1 && rest[0] == 'Z') {
         offset = 0;
         return true;
@@ -72,8 +72,9 @@ bool takeZone(ByteView rest, std::int64_t& offset) noexcept {
     rest = rest.subspan(1);
     int hours = 0;
     int minutes = 0;
-    if (!takeNumber(rest, 2, hours) || (!rest.empty() && !takeNumber(rest, 2, minutes)) ||
-        !rest.empty() || hours > 23 || minutes > 59) {
+    if (!takeNumber(rest, 2, hours) ||
+        (!(rest.empty() && hoursAlone) && !takeNumber(rest, 2, minutes)) || !rest.empty() ||
+        hours > 23 || minutes > 59) {
         return false;
     }
     offset = (hours * 60 + minutes) * 60;
@@ -81,9 +82,9 @@ bool takeZone(ByteView rest, std::int64_t& offset) noexcept {
     return true;
 }
 
-bool finish(const ClockTime& t, ByteView zone, std::int64_t& seconds) noexcept {
+bool finish(const ClockTime& t, ByteView zone, bool hoursAlone, std::int64_t& seconds) noexcept {
     std::int64_t offset = 0;
-    if (!isValid(t) || !takeZone(zone, offset)) {
+    if (!isValid(t) || !takeZone(zone, hoursAlone, offset)) {
         return false;
     }
     const std::int64_t clock = (t.hour * 60 + t.minute) * 60 + t.second;
@@ -113,7 +114,7 @@ bool parseUtcTime(ByteView contents, std::int64_t& seconds) noexcept {
     if (!rest.empty() && isDigit(rest[0]) && !takeNumber(rest, 2, t.second)) {
         return false;
     }
-    return finish(t, rest, seconds);
+    return finish(t, rest, false, seconds);
 }
 
 bool parseGeneralizedTime(ByteView contents, std::int64_t& seconds) noexcept {
@@ -138,7 +139,7 @@ bool parseGeneralizedTime(ByteView contents, std::int64_t& seconds) noexcept {
             rest = rest.subspan(1);
         }
     }
-    return finish(t, rest, seconds);
+    return finish(t, rest, true, seconds);
 }
 
 bool readTime(DerReader& reader, std::int64_t& seconds) noexcept {
