@@ -5,16 +5,23 @@
 #include "cli/terminal.h"
 #include "foundation/log/ClsStringArray.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace vantrel::cli {
 
 namespace {
 
 constexpr std::size_t kPemLine = 64; // RFC 7468
 
-std::string asPem(std::string_view base64) {
+// The text of the document may be broken into lines of any length.
+std::string asPem(std::string_view text) {
+    std::string base64;
+    std::copy_if(text.begin(), text.end(), std::back_inserter(base64),
+                 [](char c) { return c != ' ' && c != '\t' && c != '\r' && c != '\n'; });
     std::string out = "-----BEGIN CERTIFICATE-----\n";
     for (std::size_t at = 0; at < base64.size(); at += kPemLine) {
-        out += base64.substr(at, kPemLine);
+        out.append(base64, at, kPemLine);
         out += '\n';
     }
     return out + "-----END CERTIFICATE-----\n";

@@ -8,8 +8,9 @@ namespace vantrel::cli {
 namespace {
 
 const OptionSpec* find(std::span<const OptionSpec> table, std::string_view name) {
-    const auto place = std::find_if(table.begin(), table.end(),
-                                    [name](const OptionSpec& option) { return option.name == name; });
+    const auto place = std::find_if(table.begin(), table.end(), [name](const OptionSpec& option) {
+        return option.name == name;
+    });
     return place == table.end() ? nullptr : &*place;
 }
 

@@ -202,6 +202,7 @@ private:
     dsig::LoadedStructure& structure();
     void beginReport();
     void finishReport();
+    void reportUncheckedReferences();
     void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
 
     // reference/

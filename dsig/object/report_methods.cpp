@@ -3,6 +3,7 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/loaded_structure.h"
+#include "dsig/reference/DSigReference.h"
 #include "dsig/verify/signature_method.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/log/CritSecExitor.h"
@@ -113,6 +114,29 @@ void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::Referenc
         return;
     case xml::FragmentTarget::NotFound:
     case xml::FragmentTarget::NotUnique: report.covers = {}; return;
+    }
+}
+
+// What the references name, where their digests were not asked for.
+void ClsXmlDSig::reportUncheckedReferences() {
+    LogNull log;
+    const int count = get_NumReferences();
+    for (int index = 0; index < count; ++index) {
+        const Ref<ClsXml> element = Ref<ClsXml>::adopt(getReference(index, log));
+        if (!element) {
+            continue;
+        }
+        DSigReference ref;
+        ref.parseReference(*element, log);
+        dsig::ReferenceReport& report = m_report.reference(index);
+        report.describe(ref.m_uri, ref.m_digestMethod);
+        if (report.external) {
+            report.covers = "external";
+            continue;
+        }
+        StringBuffer fragmentId = ref.m_uri;
+        fragmentId.removeChunk(0, 1);
+        describeCoverage(fragmentId, report);
     }
 }
 

@@ -18,6 +18,12 @@ bool CodeSet::contains(std::string_view code) const noexcept {
     return std::find(m_codes.begin(), m_codes.end(), code) != m_codes.end();
 }
 
+void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod) {
+    uri = itsUri;
+    digestMethod = itsDigestMethod;
+    external = !uri.isEmpty() && !uri.beginsWith("#");
+}
+
 // References are asked for in ascending order, the current one many times.
 ReferenceReport& SignatureReport::reference(int refIndex) {
     const auto place = std::lower_bound(

@@ -56,6 +56,9 @@ struct ReferenceReport {
     std::string element;     // qualified name of the digested element
     std::string path;        // its path from the root
     CodeSet accommodations;
+
+    // What the reference says of itself.
+    void describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod);
 };
 
 struct KeyReport {

@@ -98,9 +98,7 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalMissing, ExtPtr
     }
     DSigReference ref;
     ref.parseReference(*element, log);
-    report.uri = ref.m_uri;
-    report.digestMethod = ref.m_digestMethod;
-    report.external = !ref.m_uri.isEmpty() && !ref.m_uri.beginsWith("#");
+    report.describe(ref.m_uri, ref.m_digestMethod);
     if (!ref.digestMethodIsKnown()) {
         report.accommodations.add(dsig::accommodation::kDigestUnknownSha1);
     }

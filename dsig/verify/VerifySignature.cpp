@@ -21,6 +21,7 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
         beginReport();
         if (!verifyReferenceDigests) {
             m_report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
+            reportUncheckedReferences();
         }
         bool summarise = false;
         m_report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);

@@ -1,0 +1,216 @@
+#include "foundation/json/json_value.h"
+#include "tests/support/corpus.h"
+#include "tests/support/process.h"
+#include "tests/support/vectors.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+std::string tool() { return binaryPath("xmldsig"); }
+
+std::string expand(std::string text) {
+    const std::string examples = sourcePath("examples");
+    for (std::size_t at = 0; (at = text.find("{ex}", at)) != std::string::npos;) {
+        text.replace(at, 4, examples);
+    }
+    return text;
+}
+
+// Words divided by blanks; double quotes hold one word together.
+std::vector<std::string> words(const std::string& text) {
+    std::vector<std::string> out;
+    bool quoted = false;
+    bool open = false;
+    for (const char c : text) {
+        if (c == '"') {
+            quoted = !quoted;
+        }
+        if (c == ' ' && !quoted) {
+            open = false;
+            continue;
+        }
+        if (!open) {
+            out.emplace_back();
+            open = true;
+        }
+        if (c != '"') {
+            out.back() += c;
+        }
+    }
+    return out;
+}
+
+void checkStream(VecCase& c, const std::string& name, const std::string& stream) {
+    for (const std::string& text : c.all(name)) {
+        EXPECT_NE(stream.find(text), std::string::npos) << c.where() << "no \"" << text << "\" in\n"
+                                                        << stream;
+    }
+    for (const std::string& text : c.all("Not" + name)) {
+        EXPECT_EQ(stream.find(text), std::string::npos) << c.where() << "\"" << text << "\" in\n"
+                                                        << stream;
+    }
+    // What a document holds may steer no terminal, whatever else happens.
+    EXPECT_EQ(stream.find('\033'), std::string::npos) << c.where();
+}
+
+void runCase(VecCase& c) {
+    const TempDir folder;
+    for (const std::string& file : c.all("File")) {
+        const std::size_t colon = file.find(':');
+        ASSERT_NE(colon, std::string::npos) << c.where();
+        const std::size_t content = std::min(colon + 2, file.size());
+        folder.write(file.substr(0, colon), unescape(expand(file.substr(content))));
+    }
+    std::vector<std::string> arguments = words(expand(c.text("Args")));
+    arguments.insert(arguments.begin(), tool());
+    ProcessOptions options;
+    options.folder = folder.path();
+    options.input = unescape(expand(c.textOr("Input", "")));
+    const ProcessResult result = runProgram(arguments, options);
+    EXPECT_EQ(result.exitCode, c.integer("Exit")) << c.where() << result.output << result.errors;
+    if (c.has("Exactly")) {
+        EXPECT_EQ(result.output, c.escaped("Exactly")) << c.where() << result.errors;
+    }
+    checkStream(c, "Out", result.output);
+    checkStream(c, "Err", result.errors);
+    for (const std::string& stream : c.all("Silent")) {
+        EXPECT_EQ(stream == "out" ? result.output : result.errors, "") << c.where();
+    }
+}
+
+TEST(Tool, KeepsItsContract) { forEachVector("cli/tool.vec", "", runCase); }
+
+json::JsonValue parsed(const std::string& line) {
+    json::JsonValue value;
+    std::size_t faultAt = 0;
+    EXPECT_TRUE(json::parseJson(line, value, faultAt)) << "byte " << faultAt << " of " << line;
+    return value;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::size_t start = 0;
+    for (std::size_t end = 0; (end = text.find('\n', start)) != std::string::npos;
+         start = end + 1) {
+        lines.push_back(text.substr(start, end - start));
+    }
+    EXPECT_EQ(start, text.size()) << "the last line has no end";
+    return lines;
+}
+
+void expectMembers(const json::JsonValue& object, const std::vector<const char*>& names) {
+    for (const char* const name : names) {
+        EXPECT_NE(object.find(name), nullptr) << "no member " << name;
+    }
+}
+
+// Every key that scripts may rely on is there, in every kind of result.
+TEST(Tool, JsonHasAllItsKeys) {
+    const std::string ex = sourcePath("examples/");
+    const ProcessResult result =
+        runProgram({tool(), "verify", "--json", ex + "invoice.xml", ex + "invoice-tampered.xml",
+                    ex + "orders.xml", ex + "transfer-hmac.xml", ex + "letter-detached.xml",
+                    ex + "letter.txt", ex + "absent.xml"});
+    EXPECT_EQ(result.exitCode, 2);
+    const std::vector<std::string> statuses = {"valid",   "invalid", "valid", "invalid",
+                                               "invalid", "error",   "error"};
+    const std::vector<std::string> lines = linesOf(result.output);
+    ASSERT_EQ(lines.size(), statuses.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const json::JsonValue file = parsed(lines[i]);
+        expectMembers(file, {"file", "status", "error", "signatures"});
+        EXPECT_EQ(file.find("status")->text(), statuses[i]) << lines[i];
+        EXPECT_EQ(file.find("error")->text().empty(), statuses[i] != "error") << lines[i];
+        for (const json::JsonValue& signature : file.find("signatures")->elements()) {
+            expectMembers(signature, {"index", "id", "status", "reason", "signatureMethod",
+                                      "canonicalizationMethod", "references", "keys", "timestamp",
+                                      "warnings"});
+            EXPECT_EQ(signature.find("reason")->text().empty(), statuses[i] == "valid") << lines[i];
+            EXPECT_FALSE(signature.find("references")->elements().empty()) << lines[i];
+            for (const json::JsonValue& reference : signature.find("references")->elements()) {
+                expectMembers(reference, {"index", "uri", "external", "digestMethod", "status",
+                                          "reason", "covers"});
+            }
+            for (const json::JsonValue& key : signature.find("keys")->elements()) {
+                expectMembers(key, {"source", "type", "bits"});
+            }
+        }
+    }
+}
+
+// Many files on many threads come out in the order in which they went in.
+TEST(Tool, KeepsTheOrderOfTheFiles) {
+    const TempDir folder;
+    std::string list;
+    std::vector<std::string> names;
+    const std::string good = readText(sourcePath("examples/invoice.xml"));
+    for (int i = 0; i < 300; ++i) {
+        const std::string padding(static_cast<std::size_t>(i % 7 == 0 ? 100000 : i), ' ');
+        names.push_back(folder.write(std::to_string(i) + ".xml", good + padding));
+        list += names.back() + "\n";
+    }
+    ProcessOptions options;
+    options.input = list;
+    const ProcessResult result =
+        runProgram({tool(), "verify", "--json", "--jobs", "5", "--files-from", "-"}, options);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    const std::vector<std::string> lines = linesOf(result.output);
+    ASSERT_EQ(lines.size(), names.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const json::JsonValue file = parsed(lines[i]);
+        EXPECT_EQ(file.find("file")->text(), names[i]);
+        EXPECT_EQ(file.find("status")->text(), "valid");
+    }
+}
+
+// certs writes what was put into the document, to the byte.
+TEST(Tool, CertsAreTheSignersOwn) {
+    const ProcessResult result = runProgram({tool(), "certs", sourcePath("examples/invoice.xml")});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, readText(sourcePath("examples/keys/signer.pem")));
+}
+
+// The octets of digest-input are those whose digest the document states.
+TEST(Tool, DigestInputHasTheStatedDigest) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    const ProcessResult octets =
+        runProgram({tool(), "digest-input", sourcePath("examples/invoice.xml")});
+    ProcessOptions options;
+    options.input = octets.output;
+    const ProcessResult digest = runProgram({openssl, "dgst", "-sha256", "-binary"}, options);
+    const std::string stated = toBase64(bytesOf(digest.output));
+    EXPECT_NE(readText(sourcePath("examples/invoice.xml")).find(">" + stated + "<"),
+              std::string::npos);
+
+    // And the signature value is one over the octets of --signed-info.
+    const TempDir folder;
+    const ProcessResult signedInfo =
+        runProgram({tool(), "digest-input", "--signed-info", sourcePath("examples/invoice.xml")});
+    const std::string document = readText(sourcePath("examples/invoice.xml"));
+    const std::size_t start = document.find("<SignatureValue>") + 16;
+    const Bytes value =
+        fromBase64(std::string_view(document).substr(start, document.find('<', start) - start));
+    options.input = signedInfo.output;
+    const ProcessResult verified =
+        runProgram({openssl, "dgst", "-sha256", "-verify", sourcePath("examples/keys/signer.pub"),
+                    "-signature", folder.write("value", textOf(value))},
+                   options);
+    EXPECT_EQ(verified.exitCode, 0) << verified.output;
+}
+
+// An output that cannot be written is an error, not a silent loss.
+TEST(Tool, FullDiskIsAnError) {
+    const ProcessResult result = runProgram({"sh", "-c", "exec \"$0\" c14n \"$1\" >/dev/full",
+                                             tool(), sourcePath("examples/invoice.xml")});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.errors.find("cannot write"), std::string::npos) << result.errors;
+}
+
+} // namespace
+} // namespace vantrel::test
