@@ -2,25 +2,40 @@
 
 #include "foundation/xml/scan/char_class.h"
 
+#include <array>
+
 namespace vantrel::xml {
 
 namespace {
 
-constexpr std::string_view kAttributeSpecial = "&<\"\t\n\r";
+// Which bytes are replaced where.
+enum Special : std::uint8_t { kInText = 1, kInAttribute = 2, kInLines = 4 };
 
-// Passes `text` to put(piece), with each byte of `special` replaced by what `escape` says of it.
+constexpr std::array<std::uint8_t, 256> makeSpecial() {
+    std::array<std::uint8_t, 256> table{};
+    table['&'] = table['<'] = kInText | kInAttribute;
+    table['>'] = kInText;
+    table['"'] = table['\t'] = table['\n'] = kInAttribute;
+    table['\r'] = kInText | kInAttribute | kInLines;
+    return table;
+}
+
+constexpr std::array<std::uint8_t, 256> kSpecial = makeSpecial();
+
+// Passes `text` to put(piece), with each byte of the class replaced by what `escape` says of it.
 template <class Put, class Escape>
-void putEscaped(std::string_view text, std::string_view special, Put put, Escape escape) {
-    for (;;) {
-        const std::size_t stop = text.find_first_of(special);
-        put(text.substr(0, stop));
-        if (stop == std::string_view::npos) {
-            return;
+void putEscaped(std::string_view text, Special where, Put put, Escape escape) {
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((kSpecial[static_cast<unsigned char>(text[i])] & where) == 0) {
+            continue;
         }
-        const char next = stop + 1 < text.size() ? text[stop + 1] : '\0';
-        put(escape(text[stop], next));
-        text.remove_prefix(stop + 1);
+        const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+        put(text.substr(start, i - start));
+        put(escape(text[i], next));
+        start = i + 1;
     }
+    put(text.substr(start));
 }
 
 // A CR before an LF vanishes, any other becomes an LF (XML 1.0, 2.11).
@@ -62,25 +77,25 @@ void putTextCharacter(char32_t c, CanonOutput& out) {
 
 void putCdata(std::string_view raw, CanonOutput& out) {
     putEscaped(
-        raw, "&<>\r", [&out](std::string_view piece) { out.put(piece); },
+        raw, kInText, [&out](std::string_view piece) { out.put(piece); },
         [](char c, char next) { return c == '\r' ? lineEnd(next) : escapedText(c); });
 }
 
 void putAttributeValue(std::string_view value, CanonOutput& out) {
     putEscaped(
-        value, kAttributeSpecial, [&out](std::string_view piece) { out.put(piece); },
+        value, kInAttribute, [&out](std::string_view piece) { out.put(piece); },
         [](char c, char) { return escapedAttribute(c); });
 }
 
 void appendAttributeEscaped(std::string_view value, std::string& out) {
     putEscaped(
-        value, kAttributeSpecial, [&out](std::string_view piece) { out += piece; },
+        value, kInAttribute, [&out](std::string_view piece) { out += piece; },
         [](char c, char) { return escapedAttribute(c); });
 }
 
 void putLines(std::string_view raw, CanonOutput& out) {
     putEscaped(
-        raw, "\r", [&out](std::string_view piece) { out.put(piece); },
+        raw, kInLines, [&out](std::string_view piece) { out.put(piece); },
         [](char, char next) { return lineEnd(next); });
 }
 

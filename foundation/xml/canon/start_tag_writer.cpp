@@ -67,22 +67,30 @@ void StartTagWriter::inherit(ElementId apex) {
     }
 }
 
-// The long way: the tag is taken apart and written anew, up to its '>'.
-WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::uint32_t depth) {
+// Appends the attributes of the start tag at `start` but for declarations, with their types and
+// defaults, to m_attributes.
+StartTagReader StartTagWriter::readAttributes(std::uint32_t start) {
     StartTagReader tag(m_text, start);
-    m_out.copyUpTo(tag.nameEnd());
-    m_attributes.clear();
+    const std::size_t before = m_attributes.size();
     for (Attribute attribute; tag.next(attribute);) {
         if (!attribute.isNamespaceDecl()) {
             m_attributes.push_back({attribute, {}, AttributeType::Cdata, false});
         }
     }
     if (m_hasDeclaredAttributes) {
-        addDefaults(tag.name());
+        addDeclared(tag.name(), before);
     }
+    return tag;
+}
+
+// The long way: the tag is taken apart and written anew, up to its '>'.
+WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::uint32_t depth) {
+    m_attributes.clear();
+    const StartTagReader tag = readAttributes(start);
     if (depth == 0 && !m_exclusive) {
         inheritXmlAttributes(element);
     }
+    m_out.copyUpTo(tag.nameEnd());
     declareNamespaces(element, depth);
     chooseNamespaces(tag.prefix(), depth);
     putNamespaces(depth);
@@ -117,24 +125,25 @@ void StartTagWriter::declareNamespaces(ElementId element, std::uint32_t depth) {
     }
 }
 
-// Attribute types and defaults of the internal subset.
-void StartTagWriter::addDefaults(std::string_view elementName) {
+// Attribute types and defaults of the internal subset, for the attributes from `first` on.
+void StartTagWriter::addDeclared(std::string_view elementName, std::size_t first) {
     const std::span<const DeclaredAttribute> declared =
         m_document.documentType()->declaredAttributes(elementName);
     if (declared.empty()) {
         return;
     }
-    const std::size_t written = m_attributes.size();
-    const auto byName = [](const TagAttribute& a, const TagAttribute& b) {
-        return a.source.name < b.source.name;
+    const std::size_t last = m_attributes.size();
+    const auto at = [this](std::size_t index) {
+        return m_attributes.begin() + static_cast<std::ptrdiff_t>(index);
     };
-    std::sort(m_attributes.begin(), m_attributes.end(), byName);
+    std::sort(at(first), at(last), [](const TagAttribute& a, const TagAttribute& b) {
+        return a.source.name < b.source.name;
+    });
     for (const DeclaredAttribute& attribute : declared) {
-        const auto end = m_attributes.begin() + static_cast<std::ptrdiff_t>(written);
         const auto found = std::lower_bound(
-            m_attributes.begin(), end, std::string_view(attribute.name),
+            at(first), at(last), std::string_view(attribute.name),
             [](const TagAttribute& a, std::string_view name) { return a.source.name < name; });
-        if (found != end && found->source.name == attribute.name) {
+        if (found != at(last) && found->source.name == attribute.name) {
             found->type = attribute.type;
         } else if (attribute.hasDefault) {
             addDefault(attribute);
@@ -158,34 +167,30 @@ void StartTagWriter::addDefault(const DeclaredAttribute& declared) {
 // Canonical XML 1.0, 2.4: the apex of a subtree also gets the nearest xml: attributes of its
 // ancestors, unless it has its own.
 void StartTagWriter::inheritXmlAttributes(ElementId apex) {
+    const std::span<const ElementId> holders = m_document.elementsWithXmlAttributes();
+    if (holders.empty() || holders.front() >= apex) {
+        return;
+    }
     std::unordered_set<std::string_view> present;
     for (const TagAttribute& attribute : m_attributes) {
         if (attribute.source.prefix() == kXmlPrefixText) {
             present.insert(attribute.source.name);
         }
     }
+    const std::size_t own = m_attributes.size();
     for (ElementId above = m_document.parent(apex); above != kNoElement;
          above = m_document.parent(above)) {
-        StartTagReader tag(m_text, m_document.element(above).start);
-        const DocumentType* const types = m_document.documentType();
-        for (Attribute attribute; tag.next(attribute);) {
-            if (attribute.prefix() == kXmlPrefixText && present.insert(attribute.name).second) {
-                const AttributeType type = types != nullptr
-                                               ? types->attributeType(tag.name(), attribute.name)
-                                               : AttributeType::Cdata;
-                m_attributes.push_back({attribute, {}, type, false});
-            }
-        }
-        if (!m_hasDeclaredAttributes) {
-            continue;
-        }
-        for (const DeclaredAttribute& declared : types->declaredAttributes(tag.name())) {
-            if (declared.hasDefault && declared.name.starts_with("xml:") &&
-                present.insert(declared.name).second) {
-                addDefault(declared);
-            }
+        if (std::binary_search(holders.begin(), holders.end(), above)) {
+            readAttributes(m_document.element(above).start);
         }
     }
+    // The nearest came first.
+    const auto isTaken = [&present](const TagAttribute& attribute) {
+        return attribute.source.prefix() != kXmlPrefixText ||
+               !present.insert(attribute.source.name).second;
+    };
+    const auto inherited = m_attributes.begin() + static_cast<std::ptrdiff_t>(own);
+    m_attributes.erase(std::remove_if(inherited, m_attributes.end(), isTaken), m_attributes.end());
 }
 
 // Collects in m_due the declarations that the tag must write.

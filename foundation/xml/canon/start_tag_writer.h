@@ -72,9 +72,10 @@ private:
                                           : m_namespaces.id(m_text.substr(start, length));
     }
     [[nodiscard]] WrittenTag rewrite(ElementId element, std::uint32_t start, std::uint32_t depth);
+    StartTagReader readAttributes(std::uint32_t start);
     void declareNamespaces(ElementId element, std::uint32_t depth);
     void inheritXmlAttributes(ElementId apex);
-    void addDefaults(std::string_view elementName);
+    void addDeclared(std::string_view elementName, std::size_t first);
     void addDefault(const DeclaredAttribute& declared);
     void startList() {
         m_due.clear();
