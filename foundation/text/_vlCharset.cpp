@@ -257,6 +257,12 @@ bool _vlCharset::choose(std::string_view name) noexcept {
 
 bool _vlCharset::toUtf8(ByteView bytes, StringBuffer& out) const {
     StringBuffer converted;
+    if (bytes.size() > kMaxTextSize) {
+        return false;
+    }
+    // Room for ordinary text, so that a large document is not moved while it grows.
+    const std::size_t usual = isWide() ? bytes.size() / 2 : bytes.size();
+    static_cast<void>(converted.reserve(static_cast<std::uint32_t>(usual + usual / 16)));
     bool ok = false;
     bool bigEndian = m_form == Form::Utf16Be || m_form == Form::Utf32Be;
     const std::size_t width = m_form >= Form::Utf32Le ? 4 : 2;
@@ -281,6 +287,9 @@ bool _vlCharset::toUtf8(ByteView bytes, StringBuffer& out) const {
 
 bool _vlCharset::fromUtf8(std::string_view text, DataBuffer& out) const {
     const std::uint32_t before = out.getSize();
+    if (text.size() <= kMaxTextSize - before) {
+        static_cast<void>(out.reserve(static_cast<std::uint32_t>(before + text.size())));
+    }
     bool ok = false;
     switch (m_form) {
     case Form::Utf8: ok = text::isValidUtf8(text) && out.append(asBytes(text)); break;

@@ -22,8 +22,7 @@ std::size_t grownCapacity(std::size_t current, std::size_t needed) noexcept {
     if (current == 0) {
         return std::max(needed, kSmallestCapacity);
     }
-    const std::size_t step = current < text::kLargeBlock ? current : current / 2;
-    return std::min<std::size_t>(std::max(needed, current + step), kMaxTextSize);
+    return std::min<std::size_t>(std::max(needed, 2 * current), kMaxTextSize);
 }
 
 } // namespace
@@ -131,7 +130,8 @@ bool SharedBytes::reserve(std::size_t capacity) noexcept {
     if (isOwn() && m_block->capacity >= capacity) {
         return true;
     }
-    return moveTo(std::max<std::size_t>(capacity, m_size));
+    // Geometric as well: a caller may reserve a little again and again.
+    return moveTo(capacity > m_size ? grownCapacity(m_size, capacity) : m_size);
 }
 
 bool SharedBytes::resize(std::size_t size) noexcept {
