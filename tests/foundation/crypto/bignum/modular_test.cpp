@@ -1,0 +1,154 @@
+#include "foundation/crypto/bignum/inverse.h"
+#include "foundation/crypto/bignum/montgomery.h"
+#include "foundation/crypto/bignum/montgomery_kernels.h"
+#include "foundation/crypto/bignum/scalar.h"
+#include "tests/support/vectors.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+using namespace crypto;
+using Number = std::vector<Limb>;
+
+Number number(const Bytes& bytes, std::size_t limbs = 0) {
+    Number x(limbs != 0 ? limbs : limbsForBits(8 * bytes.size()));
+    EXPECT_TRUE(loadBigEndian(x, bytes));
+    while (limbs == 0 && x.size() > 1 && x.back() == 0) {
+        x.pop_back();
+    }
+    return x;
+}
+
+bool takes(const MontgomeryKernel& kernel, std::size_t limbs) {
+    return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpuSupports(kernel.needs);
+}
+
+TEST(MontgomeryModulus, PowersOnEveryKernel) {
+    std::size_t runs = 0;
+    forEachVector("crypto/bignum/modular.vec", "power", [&](VecCase& c) {
+        const Number n = number(c.hex("N"));
+        const Number x = number(c.hex("X"), n.size());
+        const Number e = number(c.hex("E"));
+        const Number z = number(c.hex("Z"), n.size());
+        for (const MontgomeryKernel& kernel : montgomeryKernels()) {
+            if (takes(kernel, n.size())) {
+                const auto modulus = std::make_unique<MontgomeryModulus>();
+                modulus->set(n, kernel);
+                Number result(n.size());
+                modulus->power(result, x, e);
+                EXPECT_EQ(result, z) << c.where() << kernel.name;
+                ++runs;
+            }
+        }
+    });
+    EXPECT_GT(runs, 0U);
+}
+
+// Chains of products on each kernel against the portable one; z is x or y at times.
+TEST(MontgomeryModulus, KernelsAgreeWithPortable) {
+    RandomBytes random(7);
+    const auto ours = std::make_unique<MontgomeryModulus>();
+    const auto portable = std::make_unique<MontgomeryModulus>();
+    for (const MontgomeryKernel& kernel : montgomeryKernels()) {
+        for (std::size_t limbs = 1; limbs <= 70; ++limbs) {
+            if (!takes(kernel, limbs)) {
+                continue;
+            }
+            for (int shape = 0; shape < 4; ++shape) {
+                Number n(limbs, shape == 0 ? ~Limb{0} : 0); // all ones: every carry is needed
+                if (shape != 0) {
+                    std::generate(n.begin(), n.end(), [&] { return random.word(); });
+                }
+                n.back() = shape == 2 ? 1 : n.back() | 1; // as short as it can be
+                n.back() |= shape == 1 ? Limb{1} << 63 : 0;
+                n[0] |= shape == 2 && limbs == 1 ? 3 : 1;
+                ours->set(n, kernel);
+                portable->set(n, montgomeryKernels().back());
+                Number x = n;
+                subtract(x, Number(limbs, 0));
+                x[0] -= 1; // n - 1
+                Number a(ours->size() + 16);
+                Number b(a.size());
+                Number p(limbs);
+                Number q(limbs);
+                ours->enter(a, x);
+                portable->enter(p, x);
+                ours->one(b);
+                portable->one(q);
+                for (int step = 0; step < 20; ++step) {
+                    ours->multiply(step % 2 == 0 ? b : a, a, b);
+                    portable->multiply(step % 2 == 0 ? q : p, p, q);
+                    ours->square(a, a);
+                    portable->square(p, p);
+                }
+                Number left(limbs);
+                Number right(limbs);
+                ours->leave(left, b);
+                portable->leave(right, q);
+                ASSERT_EQ(left, right) << kernel.name << ' ' << limbs << ' ' << shape;
+                ours->leave(left, a);
+                portable->leave(right, p);
+                ASSERT_EQ(left, right) << kernel.name << ' ' << limbs << ' ' << shape;
+            }
+        }
+    }
+}
+
+TEST(MontgomeryModulus, TheFastestKernelOfAMachineIsChosen) {
+    EXPECT_EQ(montgomeryKernels().back().name, "portable");
+    for (std::size_t limbs : {8U, 16U, 32U, 64U, 65U, 256U}) {
+        const MontgomeryKernel& chosen = chosenMontgomeryKernel(limbs);
+        for (const MontgomeryKernel& kernel : montgomeryKernels()) {
+            if (takes(kernel, limbs)) {
+                EXPECT_EQ(chosen.name, kernel.name) << limbs;
+                break;
+            }
+        }
+        const CpuFeatureLimit limit(CpuFeature::None);
+        EXPECT_EQ(chosenMontgomeryKernel(limbs).name, "portable");
+    }
+}
+
+TEST(InvertModulo, Vectors) {
+    forEachVector("crypto/bignum/modular.vec", "inverse", [](VecCase& c) {
+        const Number n = number(c.hex("N"));
+        Number x = number(c.hex("X"), n.size());
+        const std::string expected = c.text("Z");
+        const bool done = invertModulo(x, x, n);
+        EXPECT_EQ(done, expected != "none") << c.where();
+        if (done) {
+            EXPECT_EQ(x, number(fromHex(expected), n.size())) << c.where();
+        }
+    });
+}
+
+TEST(IsMultipleOf, ProductsAndTheirNeighbours) {
+    RandomBytes random(11);
+    for (int round = 0; round < 200; ++round) {
+        const std::size_t small = 1 + random.below(9);
+        const std::size_t large = 1 + random.below(kMaxDividendLimbs - small);
+        Number n(small);
+        std::generate(n.begin(), n.end(), [&] { return random.word(); });
+        n[0] |= 3;
+        Number product(small + large);
+        for (std::size_t i = 0; i < large; ++i) {
+            const Limb factor = random.word();
+            const Limb carry = addScaled(std::span(product).subspan(i, small), factor, n);
+            product[i + small] += carry; // a carry lost here would show below
+        }
+        EXPECT_TRUE(isMultipleOf(product, n));
+        product[random.below(product.size())] ^= Limb{1} << random.below(64);
+        EXPECT_FALSE(isMultipleOf(product, n)); // n is odd and above 1
+    }
+    EXPECT_TRUE(isMultipleOf(Number(3), Number{5}));
+}
+
+} // namespace
+} // namespace vantrel::test
