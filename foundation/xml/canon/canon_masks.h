@@ -19,6 +19,8 @@ struct alignas(64) CanonMasks {
     std::uint64_t space;   // ' '
     std::uint64_t colon;   // ':'
     std::uint64_t odd;     // '\'', '&', TAB, LF, CR: no tag that is canonical at a glance has these
+
+    friend bool operator==(const CanonMasks&, const CanonMasks&) = default;
 };
 
 using MakeCanonMasks = void (*)(const char* text, std::size_t count, CanonMasks* masks) noexcept;

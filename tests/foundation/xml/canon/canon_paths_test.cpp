@@ -1,0 +1,210 @@
+// The ways through the canonicalizer that exist for speed only, against the plain ones.
+
+#include "foundation/xml/canon/canon_masks.h"
+#include "foundation/xml/canon/namespace_state.h"
+#include "tests/foundation/xml/canon/canon_support.h"
+#include "tests/support/bytes.h"
+
+#include <ctime>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+TEST(CanonMasks, KernelsAgreeWithThePortableOne) {
+    const auto kernels = xml::canonMaskKernels();
+    const auto& portable = kernels.back();
+    RandomBytes random(1);
+    constexpr std::string_view kLikely = "<>&\r\n\t\"': =/ax";
+    for (const auto& kernel : kernels) {
+        if (!kernel.supported()) {
+            GTEST_LOG_(INFO) << "this processor has no " << kernel.name;
+            continue;
+        }
+        for (std::size_t blocks = 0; blocks < 40; ++blocks) {
+            Bytes text = random.bytes(blocks * xml::kMaskedBytes + 3);
+            for (std::size_t i = 0; i < text.size(); i += 1 + random.below(3)) {
+                text[i] = static_cast<std::uint8_t>(kLikely[random.below(kLikely.size())]);
+            }
+            const char* const start = asText(text).data() + random.below(4);
+            std::vector<xml::CanonMasks> expected(blocks);
+            std::vector<xml::CanonMasks> masks(blocks);
+            portable.make(start, blocks, expected.data());
+            kernel.make(start, blocks, masks.data());
+            EXPECT_EQ(masks, expected) << kernel.name << " over " << blocks << " blocks";
+        }
+    }
+}
+
+// Random elements whose start tags are canonical, or nearly so.
+class TagMaker final {
+public:
+    explicit TagMaker(std::uint64_t seed) : m_random(seed) {}
+
+    std::string document() {
+        std::string text = "<r xmlns:p='urn:1' xmlns:qq='urn:0' xmlns:verylongprefix='urn:2'>";
+        while (text.size() < 600) {
+            text += element(3);
+        }
+        return text + "</r>";
+    }
+
+private:
+    bool rarely() { return m_random.below(12) == 0; }
+    std::string pick(std::initializer_list<const char*> list) {
+        return list.begin()[m_random.below(list.size())];
+    }
+
+    std::string element(int depth) {
+        const std::string name = pick({"", "", "p:", "qq:", "verylongprefix:"}) +
+                                 pick({"a", "Item", "a-name-of-more-than-sixteen-bytes"});
+        std::string tag = "<" + name + attributes();
+        if (rarely()) {
+            return tag + "/>";
+        }
+        tag += rarely() ? " >" : ">";
+        tag += std::string(m_random.below(90), 't') + pick({"", "", ">", "&amp;", "\r\n"});
+        for (std::uint64_t i = 0, count = depth == 0 ? 0 : m_random.below(3); i < count; ++i) {
+            tag += element(depth - 1);
+        }
+        return tag + "</" + name + (rarely() ? "\n>" : ">");
+    }
+
+    // Mostly in order: a random part of a sorted list.
+    std::string attributes() {
+        std::vector<std::string> names;
+        for (const char* const name : {"A", "a", "a-b", "a.b", "a1", "aa", "ab", "b", "p:a", "p:b",
+                                       "qq:a", "verylongprefix:b", "xml:lang"}) {
+            if (m_random.below(5) == 0) {
+                names.emplace_back(name);
+            }
+        }
+        if (names.size() > 1 && rarely()) {
+            std::swap(names[0], names[names.size() - 1]);
+        }
+        std::string text;
+        if (rarely()) {
+            text += " xmlns:p='urn:" + std::to_string(m_random.below(4)) + "'";
+        }
+        for (const std::string& name : names) {
+            const char quote = rarely() ? '\'' : '"';
+            text += (rarely() ? "  " : " ") + name + (rarely() ? " = " : "=") + quote;
+            const std::string value =
+                pick({"", "", ">", "a b", "'", "=", "x:y", "/", "\"", "&lt;", "\n"});
+            text += value[0] == quote ? "" : value;
+            text += std::string(m_random.below(4) == 0 ? m_random.below(70) : 1, 'v') + quote;
+        }
+        return text;
+    }
+
+    RandomBytes m_random;
+};
+
+// Any attribute declaration makes the canonicalizer take every tag apart.
+TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
+    int compared = 0;
+    for (std::uint64_t seed = 0; seed < 3000; ++seed) {
+        const std::string text = TagMaker(seed).document();
+        const std::string declared = "<!DOCTYPE r [<!ATTLIST none x CDATA #IMPLIED>]>" + text;
+        for (const CanonCall& call : {CanonCall{.form = "inc"}, CanonCall{.form = "exc"},
+                                      CanonCall{.form = "exc", .prefixes = "qq #default"}}) {
+            const auto out = canonical(text, call);
+            ASSERT_EQ(out, canonical(declared, call)) << text;
+            if (out) {
+                ++compared;
+                ASSERT_EQ(canonical(*out, call), out) << text;
+            }
+        }
+        for (const auto order :
+             {xml::AttributeOrder::PrefixThenLocal, xml::AttributeOrder::LocalName}) {
+            XmlCanon canon;
+            canon.m_duplicateAttrSortBug = true;
+            canon.m_faultyOrder = order;
+            RecordingLog log;
+            ASSERT_EQ(run(canon, StringBuffer{text}, {}, log),
+                      run(canon, StringBuffer{declared}, {}, log))
+                << text;
+        }
+    }
+    EXPECT_GT(compared, 6000);
+}
+
+TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
+    xml::NamespaceState state;
+    std::vector<std::string> prefixes;
+    for (int i = 0; i < 1000; ++i) {
+        prefixes.push_back("p" + std::to_string(i));
+    }
+    for (std::uint32_t depth = 1; depth < 1000; ++depth) {
+        state.declare(state.id(prefixes[depth]), depth % 2 == 0 ? "urn:even" : "urn:odd", depth);
+        EXPECT_EQ(state.render(state.id(prefixes[depth]), depth),
+                  " xmlns:" + prefixes[depth] +
+                      (depth % 2 == 0 ? "=\"urn:even\"" : "=\"urn:odd\""));
+    }
+    state.leave(500);
+    for (std::uint32_t depth = 1; depth < 1000; ++depth) {
+        const auto& binding = state[state.id(prefixes[depth])];
+        EXPECT_EQ(binding.inScope != 0, depth < 500) << depth;
+        EXPECT_FALSE(binding.pending) << depth;
+    }
+    EXPECT_EQ(state.size(), 1000U);
+}
+
+// Processor seconds of one canonicalization, and the octets it gave.
+double secondsOf(const std::string& text, const CanonCall& call, std::size_t& octets) {
+    XmlCanon canon;
+    setUp(canon, call);
+    RecordingLog log;
+    const std::clock_t begin = std::clock();
+    octets = run(canon, StringBuffer{text}, call, log).value_or("").size();
+    EXPECT_EQ(log.errors, "");
+    return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+}
+
+std::string repeated(int count, const std::function<std::string(int)>& piece) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        text += piece(i);
+    }
+    return text;
+}
+
+// Documents made to turn a careless look-up quadratic. At these sizes that means billions of steps,
+// so the bound may be as generous as a loaded machine needs.
+TEST(CanonPaths, HostileDocumentsTakeLinearTime) {
+    constexpr int kMany = 60000;
+    const auto number = [](int i) { return std::to_string(i); };
+    const std::string declarations =
+        repeated(kMany, [&](int i) { return " xmlns:p" + number(i) + "='urn:" + number(i) + "'"; });
+    const std::string uses =
+        repeated(kMany, [&](int i) { return "<p" + number(kMany - 1 - i) + ":e/>"; });
+    const std::string deep =
+        repeated(9000, [&](int i) { return "<e xmlns:p='urn:" + number(i) + "'>"; }) +
+        repeated(9000, [](int) { return "</e>"; });
+    const std::string attributes = repeated(
+        kMany, [&](int i) { return " a" + number(i * 7919 % kMany) + "='" + number(i) + "'"; });
+    std::string list;
+    for (int i = 0; i < kMany; ++i) {
+        list += "p" + number(i) + " ";
+    }
+    const std::pair<std::string, CanonCall> cases[] = {
+        {"<r" + declarations + ">" + uses + "</r>", {.form = "inc"}},
+        {"<r" + declarations + ">" + uses + "</r>", {.form = "exc"}},
+        {"<r" + declarations + ">" + uses + "</r>", {.form = "exc", .prefixes = list}},
+        {deep, {.form = "inc"}},
+        {deep, {.form = "exc", .prefixes = "p"}},
+        {"<r" + attributes + "><e" + attributes + "/></r>", {.form = "inc"}},
+        {"<r>" + std::string(1 << 20, '>') + std::string(1 << 20, '\r') + "</r>", {.form = "inc"}},
+        {"<r>" + repeated(kMany, [](int) { return "<!----><?p?><![CDATA[]]>"; }) + "</r>",
+         {.form = "inc+c"}}};
+    for (const auto& [text, call] : cases) {
+        std::size_t octets = 0;
+        EXPECT_LT(secondsOf(text, call, octets), 3.0) << text.substr(0, 60) << call.form;
+        EXPECT_GT(octets, text.size() / 3) << text.substr(0, 60) << call.form;
+    }
+}
+
+} // namespace
+} // namespace vantrel::test
