@@ -4,10 +4,6 @@
 #include "foundation/cms/signed_data.h"
 
 #include "foundation/asn1/der_writer.h"
-#include "foundation/cms/certificate_path.h"
-#include "foundation/cms/certificate_source.h"
-#include "foundation/cms/cms_oids.h"
-#include "foundation/cms/signing_certificate.h"
 #include "tests/foundation/cms/cms_support.h"
 #include "tests/foundation/cms/test_authority.h"
 
