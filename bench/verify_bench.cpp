@@ -5,6 +5,7 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/log/ClsBinData.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -68,7 +69,7 @@ std::string signature(const char* c14n, const std::string& references) {
            "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + c14n +
            "\"/><SignatureMethod "
            "Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#rsa-sha256\"/>" +
-           references + "</SignedInfo><SignatureValue/><KeyInfo><KeyValue/></KeyInfo></Signature>";
+           references + "</SignedInfo><SignatureValue/></Signature>";
 }
 
 std::string reference(const std::string& uri, bool enveloped, const char* c14n) {
@@ -112,13 +113,12 @@ struct PeerDocument {
         for (xmlNodePtr node = nextSignature(xmlDocGetRootElement(document)); node != nullptr;
              node = nextSignature(node->next)) {
             const xmlSecDSigCtxPtr context = xmlSecDSigCtxCreate(nullptr);
+            EVP_PKEY_up_ref(rsaKey());
+            context->signKey = xmlSecKeyCreate();
+            xmlSecKeySetValue(context->signKey, xmlSecOpenSSLEvpKeyAdopt(rsaKey()));
             if (sign) {
-                EVP_PKEY_up_ref(rsaKey());
-                context->signKey = xmlSecKeyCreate();
-                xmlSecKeySetValue(context->signKey, xmlSecOpenSSLEvpKeyAdopt(rsaKey()));
                 ok = xmlSecDSigCtxSign(context, node) == 0 && ok;
             } else {
-                context->keyInfoReadCtx.flags |= 0;
                 ok = xmlSecDSigCtxVerify(context, node) == 0 &&
                      context->status == xmlSecDSigStatusSucceeded && ok;
             }
@@ -183,6 +183,22 @@ const std::string& many(std::size_t count, bool signatures) {
     return text;
 }
 
+// The signer's key, ready for use: the peer is given it ready as well.
+vantrel::ClsPublicKey& ourKey() {
+    static vantrel::ClsPublicKey* const key = [] {
+        unsigned char* der = nullptr;
+        const int size = i2d_PUBKEY(rsaKey(), &der);
+        vantrel::ClsPublicKey* const loaded = vantrel::ClsPublicKey::createNewCls();
+        vantrel::LogNull log;
+        if (!loaded->loadAnyDer(vantrel::ByteView(der, static_cast<std::size_t>(size)), log)) {
+            std::abort();
+        }
+        OPENSSL_free(der);
+        return loaded;
+    }();
+    return *key;
+}
+
 void runOurs(benchmark::State& state, const std::string& text) {
     for (auto _ : state) {
         vantrel::ClsXmlDSig verifier;
@@ -191,6 +207,7 @@ void runOurs(benchmark::State& state, const std::string& text) {
         bool ok = verifier.LoadSignatureBd(data);
         for (int i = 0; i < verifier.get_NumSignatures(); ++i) {
             verifier.put_Selector(i);
+            verifier.SetPublicKey(ourKey());
             ok = verifier.VerifySignature(true) && ok;
         }
         if (!ok) {
@@ -231,18 +248,24 @@ void sizes(benchmark::internal::Benchmark* bench) {
         bench->Args({size, 0})->Args({size, 1});
     }
 }
-void counts(benchmark::internal::Benchmark* bench, std::initializer_list<std::int64_t> numbers) {
-    bench->ArgNames({"count", "signatures"})->Unit(benchmark::kMicrosecond);
-    for (const std::int64_t number : numbers) {
-        bench->Args({number, 0})->Args({number, 1});
-    }
-}
-
 BENCHMARK(envelopedOurs)->Apply(sizes);
 BENCHMARK(envelopedPeer)->Apply(sizes);
-BENCHMARK(manyOurs)->Apply([](auto* bench) { counts(bench, {100, 1000, 10000}); });
-// The peer needs minutes for more.
-BENCHMARK(manyPeer)->Apply([](auto* bench) { counts(bench, {100, 1000}); });
+BENCHMARK(manyOurs)
+    ->ArgNames({"count", "signatures"})
+    ->Unit(benchmark::kMicrosecond)
+    ->Args({100, 0})
+    ->Args({1000, 0})
+    ->Args({10000, 0})
+    ->Args({100, 1})
+    ->Args({1000, 1});
+// The peer needs many minutes for more.
+BENCHMARK(manyPeer)
+    ->ArgNames({"count", "signatures"})
+    ->Unit(benchmark::kMicrosecond)
+    ->Args({100, 0})
+    ->Args({1000, 0})
+    ->Args({100, 1})
+    ->Args({1000, 1});
 
 } // namespace
 
