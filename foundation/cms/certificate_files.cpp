@@ -51,6 +51,7 @@ bool addDirectory(std::string_view path, CertMgr& manager, std::uint32_t& total,
 bool ClsPublicKey::loadAnyFile(const XString& path, LogBase& log) {
     return x509::noThrow(false, [&] {
         DataBuffer bytes;
+        m_key.clear();
         return io::readFile(path.getUtf8Sb().view(), kMaxKeyFile, bytes, log) &&
                loadAnyBytes(bytes.view(), log);
     });
