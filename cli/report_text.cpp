@@ -126,7 +126,14 @@ std::string keyLine(const JsonValue& key) {
     if (const std::string_view subject = textOf(key, "subject"); !subject.empty()) {
         text += ", " + printable(subject);
     }
-    return line(flagOf(key, "used") ? "key" : "tried", text);
+    std::string out = line(flagOf(key, "used") ? "key" : "tried", text);
+    if (const std::string_view issuer = textOf(key, "issuer"); !issuer.empty()) {
+        out += line("", "issued by " + printable(issuer) + ", serial 0x" +
+                            printable(textOf(key, "serial")));
+        out += line("", "valid from " + printable(textOf(key, "notBefore")) + " to " +
+                            printable(textOf(key, "notAfter")));
+    }
+    return out;
 }
 
 // The key that verified; where none did, all that were there.

@@ -47,7 +47,7 @@ std::vector<OptionSpec> verificationOptions() {
         {"--hmac-key", "TEXT", "HMAC secret"},
         {"--hmac-encoding", "NAME", "its encoding: hex (default), base64 or ascii"},
         {"--hmac-key-file", "FILE", "HMAC secret as the raw bytes of a file"},
-        {"--cert", "FILE", "certificates (PEM or DER) for look-ups; repeatable"},
+        {"--cert", "FILE", "certificates (PEM, DER or a folder of them) for look-ups; repeatable"},
         {"--ref-data", "N=FILE", "content of external reference N; repeatable"},
         {"--ref-dir", "DIR", "where external references are looked for; repeatable"},
         {"--ignore-external", "", "report a missing external file, do not count it"},
@@ -158,7 +158,11 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
             m_vault = std::make_unique<ClsXmlCertVault>();
         }
         const XString name(path);
-        if (!m_vault->AddCertFile(name)) {
+        std::error_code ignored;
+        const bool added = std::filesystem::is_directory(path, ignored)
+                               ? m_vault->AddCertDirectory(name)
+                               : m_vault->AddCertFile(name);
+        if (!added) {
             complaint = "--cert " + path + ": " + lastError(*m_vault);
             return false;
         }
