@@ -195,13 +195,14 @@ private:
     static bool locateSignatureById(const StringBuffer& id, const StringBuffer& text,
                                     XmlSigLocate& locator, _vlXmlDtd& dtd, LogBase& log);
     // The selected signature in the loaded text, by its Id, else by its first reference's digest.
-    bool locateSelectedSignature(const StringBuffer& signatureId, const DSigReference& first,
+    bool locateSelectedSignature(const StringBuffer& signatureId, const StringBuffer& firstDigest,
                                  XmlSigLocate& locator, LogBase& log) const;
     bool parseFirstReference(DSigReference& first, LogBase& log);
     void splitRefDirs(ExtPtrArraySb& dirs) const;
     dsig::LoadedStructure& structure();
     void beginReport();
     void finishReport();
+    void nameElements();
     void reportUncheckedReferences();
     void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
 

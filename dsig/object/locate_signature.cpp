@@ -2,7 +2,6 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/loaded_structure.h"
-#include "dsig/reference/DSigReference.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/scan/_vlXmlDtd.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -28,14 +27,14 @@ bool ClsXmlDSig::locateSignatureById(const StringBuffer& id, const StringBuffer&
 }
 
 bool ClsXmlDSig::locateSelectedSignature(const StringBuffer& signatureId,
-                                         const DSigReference& first, XmlSigLocate& locator,
+                                         const StringBuffer& firstDigest, XmlSigLocate& locator,
                                          LogBase& log) const {
     _vlXmlDtd dtd;
     useSelectedSignature(locator, dtd);
     if (!signatureId.isEmpty()) {
         return locateSignatureById(signatureId, m_xmlText, locator, dtd, log);
     }
-    if (!locator.FindXmlSigByRefDigest(first.m_digestValue, m_xmlText, dtd, log)) {
+    if (!locator.FindXmlSigByRefDigest(firstDigest, m_xmlText, dtd, log)) {
         log.LogError("Unable to find the Signature.");
         return false;
     }

@@ -2,6 +2,7 @@
 #define DSIG_OBJECT_VERIFICATION_REPORT_H
 
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
 
 #include <string>
 #include <string_view>
@@ -53,8 +54,9 @@ struct ReferenceReport {
     bool dataMissing = false;
     int reason = 0;          // RefFailReason of the last attempt
     std::string_view covers; // "document", "element" or "external"; empty when unknown
-    std::string element;     // qualified name of the digested element
-    std::string path;        // its path from the root
+    xml::ElementId coveredElement = xml::kNoElement;
+    std::string element; // qualified name of the digested element
+    std::string path;    // its path from the root
     CodeSet accommodations;
 
     // What the reference says of itself.
@@ -83,6 +85,7 @@ struct SignatureReport {
     bool present = false; // false until an operation began to fill it
     int index = 0;
     StringBuffer id;
+    xml::ElementId signatureElement = xml::kNoElement;
     std::string path;
     bool valid = false;
     std::string reason;

@@ -1,5 +1,6 @@
 #include "dsig/reference/DSigReference.h"
 
+#include "dsig/transform/ebxml_fragments.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/text/LogBase.h"
@@ -69,6 +70,10 @@ int DSigReference::getHashAlg() const {
 
 bool DSigReference::digestMethodIsKnown() const {
     return getHashAlg() != kHashSha1 || m_digestMethod.containsSubstringNoCase("sha1");
+}
+
+void DSigReference::removeEbXmlFragments(StringBuffer& xml, LogBase& /*log*/) {
+    dsig::removeEbXmlFragments(xml);
 }
 
 } // namespace vantrel

@@ -1,12 +1,13 @@
 // ebXML messaging: header blocks addressed to the next actor are not signed.
 
-#include "dsig/reference/DSigReference.h"
+#include "dsig/transform/ebxml_fragments.h"
+
 #include "dsig/transform/profile_markers.h"
 #include "foundation/text/strings.h"
 
 #include <string>
 
-namespace vantrel {
+namespace vantrel::dsig {
 
 namespace {
 
@@ -38,8 +39,8 @@ private:
         return "actor=\"" + std::string(value) + '"';
     }
 
-    const std::string m_soap = attribute(dsig::marker::kSoapNextActor);
-    const std::string m_ebXml = attribute(dsig::marker::kEbXmlNextActor);
+    const std::string m_soap = attribute(marker::kSoapNextActor);
+    const std::string m_ebXml = attribute(marker::kEbXmlNextActor);
     bool m_soapExhausted = false;
 };
 
@@ -71,7 +72,7 @@ std::size_t endOfElement(std::string_view text, std::size_t open) {
 
 } // namespace
 
-void DSigReference::removeEbXmlFragments(StringBuffer& xml, LogBase& /*log*/) {
+void removeEbXmlFragments(StringBuffer& xml) {
     NextActorSearch search;
     std::size_t from = 0;
     for (int removed = 0; removed < kMostFragments;) {
@@ -94,4 +95,4 @@ void DSigReference::removeEbXmlFragments(StringBuffer& xml, LogBase& /*log*/) {
     }
 }
 
-} // namespace vantrel
+} // namespace vantrel::dsig

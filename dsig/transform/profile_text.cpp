@@ -3,7 +3,6 @@
 
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
-#include "dsig/reference/DSigReference.h"
 #include "dsig/transform/chunk_removal.h"
 #include "dsig/transform/profile_markers.h"
 #include "dsig/transform/working_text.h"

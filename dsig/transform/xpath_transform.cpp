@@ -3,8 +3,8 @@
 
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
-#include "dsig/reference/DSigReference.h"
 #include "dsig/transform/chunk_removal.h"
+#include "dsig/transform/ebxml_fragments.h"
 #include "dsig/transform/working_text.h"
 #include "dsig/transform/xpath_shapes.h"
 #include "foundation/log/LogContextExitor.h"
@@ -86,9 +86,7 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
     case XPathShape::Signatures:
         log.LogInfo("removing all Signatures from the XML to be canonicalized");
         return removeAllSignatures(text, log);
-    case XPathShape::EbXmlNextActor:
-        DSigReference::removeEbXmlFragments(text.change(), log);
-        return true;
+    case XPathShape::EbXmlNextActor: dsig::removeEbXmlFragments(text.change()); return true;
     case XPathShape::UblDocumentSignatures:
         dsig::removeChunks(text.change(),
                            {"<sig:UBLDocumentSignatures>", "</sig:UBLDocumentSignatures>"}, 1);

@@ -56,7 +56,8 @@ bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, Lo
     if (!parseFirstReference(run.firstReference, log)) {
         return false;
     }
-    if (!locateSelectedSignature(run.signatureId, run.firstReference, run.locator, log) ||
+    if (!locateSelectedSignature(run.signatureId, run.firstReference.m_digestValue, run.locator,
+                                 log) ||
         !timeStampPass(run, log) || !canonicalizeSignedInfo(run, log) ||
         !readSignatureValue(run, log) || !hashSignedInfo(run, log) || !gatherKeys(run, log)) {
         return false;

@@ -77,7 +77,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, Log
     locator.m_recordLocations = true;
     DSigReference first;
     if ((signatureId.isEmpty() && !parseFirstReference(first, log)) ||
-        !locateSelectedSignature(signatureId, first, locator, log)) {
+        !locateSelectedSignature(signatureId, first.m_digestValue, locator, log)) {
         return false;
     }
     dsig::logLocations(locator, log);

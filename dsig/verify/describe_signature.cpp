@@ -80,6 +80,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
     }
     try {
         beginReport();
+        nameElements();
         JsonWriter out(outJson.getUtf8Sb_rw());
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));

@@ -77,7 +77,7 @@ void ClsXmlDSig::beginReport() {
     }
     LogNull log;
     selectedSignatureId(m_report.id, log);
-    m_report.path = structure().paths.pathOf(signature->elementId());
+    m_report.signatureElement = signature->elementId();
     getSignatureMethod(m_report.signatureMethod, log);
     StringBuffer prefixList;
     getCanonicalizationMethod(m_report.canonicalizationMethod, prefixList, log);
@@ -94,7 +94,9 @@ void ClsXmlDSig::finishReport() {
     warnOfHash(m_report.signatureMethod, m_report);
     bool documentCovered = m_report.references.empty();
     for (const dsig::ReferenceReport& reference : m_report.references) {
-        documentCovered = documentCovered || reference.covers == "document";
+        // The root element is the document but for what may stand around it.
+        documentCovered =
+            documentCovered || reference.covers == "document" || reference.coveredElement == 0;
     }
     warnOfReferences(m_report, documentCovered);
     warnOfKeys(m_report);
@@ -102,15 +104,12 @@ void ClsXmlDSig::finishReport() {
 
 // What the reference's digest covers, in the document as it was loaded.
 void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report) {
-    dsig::LoadedStructure& loaded = structure();
     xml::ElementId element = xml::kNoElement;
-    switch (xml::resolveFragment(*loaded.document, fragmentId.view(), element)) {
+    switch (xml::resolveFragment(*structure().document, fragmentId.view(), element)) {
     case xml::FragmentTarget::Document: report.covers = "document"; return;
     case xml::FragmentTarget::Element:
-        // The root element is the document but for what may stand around it.
         report.covers = "element";
-        report.element = loaded.document->qualifiedName(element);
-        report.path = loaded.paths.pathOf(element);
+        report.coveredElement = element;
         return;
     case xml::FragmentTarget::NotFound:
     case xml::FragmentTarget::NotUnique: report.covers = {}; return;
@@ -140,6 +139,19 @@ void ClsXmlDSig::reportUncheckedReferences() {
     }
 }
 
+// Names and paths of the elements that the report speaks of.
+void ClsXmlDSig::nameElements() {
+    if (m_report.signatureElement != xml::kNoElement) {
+        m_report.path = structure().paths.pathOf(m_report.signatureElement);
+    }
+    for (dsig::ReferenceReport& reference : m_report.references) {
+        if (reference.coveredElement != xml::kNoElement && reference.path.empty()) {
+            reference.element = structure().document->qualifiedName(reference.coveredElement);
+            reference.path = structure().paths.pathOf(reference.coveredElement);
+        }
+    }
+}
+
 void ClsXmlDSig::reportHmacKey(bool used) {
     dsig::KeyReport key;
     key.source = dsig::keysource::kExplicit;
@@ -154,6 +166,7 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
     try {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_report.present) {
+            nameElements();
             StringBuffer text;
             dsig::writeReport(m_report, text);
             m_log.setLastJsonData(text);

@@ -47,11 +47,12 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         logOptionsAndSetZatca(m_log);
         dsig::VerifyRun run;
         selectedSignatureId(run.signatureId, m_log);
-        return frame.finish(
-            parseFirstReference(run.firstReference, m_log) &&
-            locateSelectedSignature(run.signatureId, run.firstReference, run.locator, m_log) &&
-            canonicalizeSignedInfo(run, m_log) &&
-            out.data().append(asBytes(run.canonicalSignedInfo.view())));
+        return frame.finish(parseFirstReference(run.firstReference, m_log) &&
+                            locateSelectedSignature(run.signatureId,
+                                                    run.firstReference.m_digestValue, run.locator,
+                                                    m_log) &&
+                            canonicalizeSignedInfo(run, m_log) &&
+                            out.data().append(asBytes(run.canonicalSignedInfo.view())));
     } catch (const std::bad_alloc&) {
         return frame.outOfMemory();
     }
