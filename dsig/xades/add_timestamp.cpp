@@ -103,6 +103,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, Log
     StringBuffer& document = out.getUtf8Sb_rw();
     document = m_xmlText;
     if (fragment.offset != 0) {
+        document.removeChunk(fragment.offset, fragment.replaced);
         document.insertAt(fragment.xml, fragment.offset);
     }
     logSuccessFailure2(true, m_log);

@@ -6,6 +6,7 @@
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -23,35 +24,72 @@ std::string freshId() {
     return std::string(id.view());
 }
 
-std::string enclose(const std::string& element, const std::string& content) {
-    return '<' + element + '>' + content + "</" + element + '>';
+// The prefixes that inserted markup uses, as far as they have to be declared on its first element.
+class Declarations final {
+public:
+    // `place`: the element that the markup goes into.
+    explicit Declarations(const ClsXml& place) {
+        add(place, "xades", kXades132);
+        add(place, "ds", xml::kXmlDsigNamespace);
+    }
+    // What the caller declares itself.
+    void drop(std::string_view prefix) { m_missing.erase(std::string(prefix)); }
+    [[nodiscard]] std::string text() const {
+        std::string attributes;
+        for (const auto& [prefix, name] : m_missing) {
+            attributes += " xmlns:";
+            attributes += prefix;
+            attributes += "=\"";
+            attributes += name;
+            attributes += '"';
+        }
+        return attributes;
+    }
+
+private:
+    void add(const ClsXml& place, const char* prefix, std::string_view name) {
+        std::string_view bound;
+        if (!place.document()->lookUpNamespace(place.elementId(), prefix, bound)) {
+            m_missing.emplace(prefix, name);
+        }
+    }
+
+    std::map<std::string, std::string> m_missing;
+};
+
+std::string enclose(const std::string& element, const std::string& declarations,
+                    const std::string& content) {
+    return "<" + element + declarations + ">" + content + "</" + element + ">";
 }
 
-std::string signatureTimeStamp() {
-    return "<xades:SignatureTimeStamp Id=\"signature-timestamp-" + freshId() +
-           "\"><ds:CanonicalizationMethod Algorithm=\"" + kExclusiveC14n +
+std::string signatureTimeStamp(const std::string& declarations) {
+    return "<xades:SignatureTimeStamp Id=\"signature-timestamp-" + freshId() + "\"" + declarations +
+           "><ds:CanonicalizationMethod Algorithm=\"" + kExclusiveC14n +
            "\"/><xades:EncapsulatedTimeStamp Encoding=\"" + kXades122 + "DER\">" + kTokenMark +
            "</xades:EncapsulatedTimeStamp></xades:SignatureTimeStamp>";
 }
 
-std::string unsignedSignatureProperties() {
-    return enclose("xades:UnsignedSignatureProperties", signatureTimeStamp());
+std::string unsignedSignatureProperties(const std::string& declarations) {
+    return enclose("xades:UnsignedSignatureProperties", declarations, signatureTimeStamp(""));
 }
 
-std::string unsignedProperties() {
-    return enclose("xades:UnsignedProperties", unsignedSignatureProperties());
+std::string unsignedProperties(const std::string& declarations) {
+    return enclose("xades:UnsignedProperties", declarations, unsignedSignatureProperties(""));
 }
 
-std::string qualifyingProperties(const ClsXml& signature, const StringBuffer& signatureId) {
+std::string qualifyingProperties(const ClsXml& signature, const StringBuffer& signatureId,
+                                 Declarations declarations) {
+    declarations.drop("xades");
     std::string xml = "<xades:QualifyingProperties";
     const XString xmlnsXades("xmlns:xades");
     if (!signature.HasAttribute(xmlnsXades)) {
-        xml += std::string(" xmlns:xades=\"") + kXades132 + '"';
+        xml += std::string(" xmlns:xades=\"") + kXades132 + "\"";
     }
+    xml += declarations.text();
     if (!signatureId.isEmpty()) {
-        xml += " Target=\"#" + std::string(signatureId.view()) + '"';
+        xml += " Target=\"#" + std::string(signatureId.view()) + "\"";
     }
-    return xml + '>' + unsignedProperties() + "</xades:QualifyingProperties>";
+    return xml + ">" + unsignedProperties("") + "</xades:QualifyingProperties>";
 }
 
 std::string newObject(const ClsXml& signature, const StringBuffer& signatureId) {
@@ -59,19 +97,58 @@ std::string newObject(const ClsXml& signature, const StringBuffer& signatureId) 
     signature.getTagNamespace(prefix);
     std::string name(prefix.view());
     name += name.empty() ? "Object" : ":Object";
-    const std::string properties = qualifyingProperties(signature, signatureId);
-    return '<' + name + " Id=\"signature-object-" + freshId() + "\">" + properties + "</" + name +
-           '>';
+    const std::string properties =
+        qualifyingProperties(signature, signatureId, Declarations(signature));
+    return "<" + name + " Id=\"signature-object-" + freshId() + "\">" + properties + "</" + name +
+           ">";
 }
 
-// Just behind the start tag at `tag`; 0 when it has no end.
-std::uint32_t behindStartTag(std::string_view document, std::uint32_t tag) {
-    const std::size_t close = document.find('>', tag);
-    return close == std::string_view::npos ? 0 : static_cast<std::uint32_t>(close + 1);
+// The offset of the '>' that ends the tag at `tag`; npos when it has none. Attribute values are
+// passed over.
+std::size_t endOfTag(std::string_view document, std::uint32_t tag) {
+    char quote = 0;
+    for (std::size_t at = tag; at < document.size(); ++at) {
+        const char c = document[at];
+        if (quote != 0) {
+            quote = c == quote ? '\0' : quote;
+        } else if (c == '"' || c == '\'') {
+            quote = c;
+        } else if (c == '>') {
+            return at;
+        }
+    }
+    return std::string_view::npos;
 }
 
-TimestampFragment make(const std::string& xml, std::uint32_t offset) {
-    return {StringBuffer(xml), offset};
+// `xml` as the first content of the element whose start tag is at `tag`.
+TimestampFragment asFirstContent(const std::string& xml, std::string_view document,
+                                 std::uint32_t tag) {
+    const std::size_t close = endOfTag(document, tag);
+    if (close == std::string_view::npos) {
+        return {};
+    }
+    if (document[close - 1] != '/') {
+        return {StringBuffer(xml), static_cast<std::uint32_t>(close + 1), 0};
+    }
+    const std::size_t nameEnd = document.find_first_of("/> \t\r\n", tag);
+    const std::string name(document.substr(tag + 1, nameEnd - tag - 1));
+    return {StringBuffer(">" + xml + "</" + name + ">"), static_cast<std::uint32_t>(close - 1), 2};
+}
+
+TimestampFragment behind(const std::string& xml, std::uint32_t start, std::uint32_t length) {
+    return {StringBuffer(xml), start + length, 0};
+}
+
+// The element of the loaded document that begins at an offset of its text; the signature where the
+// offset is none of an element's own (it came from an entity).
+Ref<ClsXml> elementAt(const ClsXml& signature, std::uint32_t offset) {
+    const xml::ElementId element = signature.document()->elementAtSourceOffset(offset);
+    return Ref<ClsXml>::adopt(ClsXml::onElement(
+        signature.document(), element != xml::kNoElement ? element : signature.elementId()));
+}
+
+std::string declarationsAt(const ClsXml& signature, std::uint32_t offset) {
+    return Declarations(*elementAt(signature, offset)).text();
 }
 
 } // namespace
@@ -81,22 +158,26 @@ TimestampFragment makeTimestampFragment(const ClsXml& signature, const StringBuf
                                         const XmlSigLocate& locator, const StringBuffer& document) {
     const std::string_view text = document.view();
     if (const std::uint32_t at = locator.m_unsignedSignaturePropertiesLoc; at != 0) {
-        return make(signatureTimeStamp(), behindStartTag(text, at));
+        return asFirstContent(signatureTimeStamp(declarationsAt(signature, at)), text, at);
     }
     if (const std::uint32_t at = locator.m_unsignedPropertiesLoc; at != 0) {
-        return make(unsignedSignatureProperties(), behindStartTag(text, at));
+        return asFirstContent(unsignedSignatureProperties(declarationsAt(signature, at)), text, at);
     }
     if (const std::uint32_t at = locator.m_signedPropertiesLoc; at != 0) {
-        return make(unsignedProperties(), at + locator.m_signedPropertiesLen);
+        return behind(
+            unsignedProperties(declarationsAt(signature, locator.m_qualifyingPropertiesLoc)), at,
+            locator.m_signedPropertiesLen);
     }
     if (const std::uint32_t at = locator.m_qualifyingPropertiesLoc; at != 0) {
-        return make(unsignedProperties(), behindStartTag(text, at));
+        return asFirstContent(unsignedProperties(declarationsAt(signature, at)), text, at);
     }
     if (const std::uint32_t at = locator.m_objectLoc; at != 0) {
-        return make(qualifyingProperties(signature, signatureId), behindStartTag(text, at));
+        const Ref<ClsXml> object = elementAt(signature, at);
+        return asFirstContent(qualifyingProperties(signature, signatureId, Declarations(*object)),
+                              text, at);
     }
     if (const std::uint32_t at = locator.m_objectInsertLoc; at != 0) {
-        return make(newObject(signature, signatureId), at + locator.m_objectInsertLen);
+        return behind(newObject(signature, signatureId), at, locator.m_objectInsertLen);
     }
     return {};
 }

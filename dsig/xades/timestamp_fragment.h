@@ -16,14 +16,17 @@ namespace dsig {
 // Stands in the fragment where the token's base64 goes.
 inline constexpr const char* kTokenMark = "ENCAP_TIMESTAMP_BASE64";
 
-// The markup that carries a time-stamp, and where in the document it goes (0: nowhere).
+// The markup that carries a time-stamp, where in the document it goes (0: nowhere), and how many
+// bytes it takes the place of (the "/>" of an element that was empty).
 struct TimestampFragment {
     StringBuffer xml;
     std::uint32_t offset = 0;
+    std::uint32_t replaced = 0;
 };
 
 // The smallest addition that the signature needs: from a SignatureTimeStamp in properties that are
-// there to a new Object with everything around it.
+// there to a new Object with everything around it. Prefixes that the addition uses and that are not
+// in scope where it goes are declared on it.
 [[nodiscard]] TimestampFragment makeTimestampFragment(const ClsXml& signature,
                                                       const StringBuffer& signatureId,
                                                       const XmlSigLocate& locator,
