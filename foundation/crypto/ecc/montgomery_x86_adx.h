@@ -62,12 +62,12 @@ template <>
 inline void AdxProducts::multiply<4>(FieldElement<4>& z, const FieldElement<4>& x,
                                      const FieldElement<4>& y,
                                      const MontgomeryPrime<4>& prime) noexcept {
-    Limb r0 = 0;
-    Limb r1 = 0;
-    Limb r2 = 0;
-    Limb r3 = 0;
-    Limb r4 = 0;
-    Limb r5 = 0;
+    Limb r0;
+    Limb r1;
+    Limb r2;
+    Limb r3;
+    Limb r4;
+    Limb r5;
     Limb low;
     Limb high;
     const Limb* const xs = x.data();
@@ -75,47 +75,62 @@ inline void AdxProducts::multiply<4>(FieldElement<4>& z, const FieldElement<4>& 
     // After each row its lowest register is zero and becomes the highest of the next.
     // clang-format off
     __asm__(
+        "xorl %k[r0], %k[r0]\n\t"
+        "xorl %k[r1], %k[r1]\n\t"
+        "xorl %k[r2], %k[r2]\n\t"
+        "xorl %k[r3], %k[r3]\n\t"
+        "xorl %k[r4], %k[r4]\n\t"
+        "xorl %k[r5], %k[r5]\n\t"
         VANTREL_ROW4(0, r0, r1, r2, r3, r4, r5)
         VANTREL_ROW4(8, r1, r2, r3, r4, r5, r0)
         VANTREL_ROW4(16, r2, r3, r4, r5, r0, r1)
         VANTREL_ROW4(24, r3, r4, r5, r0, r1, r2)
-        : [r0] "+&r"(r0), [r1] "+&r"(r1), [r2] "+&r"(r2), [r3] "+&r"(r3), [r4] "+&r"(r4),
-          [r5] "+&r"(r5), [lo] "=&r"(low), [hi] "=&r"(high)
-        : [x] "r"(xs), [y] "r"(ys), [p] "r"(&prime), "m"(x), "m"(y), "m"(prime)
-        : "rdx", "cc");
+        : [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4),
+          [r5] "=&r"(r5), [lo] "=&r"(low), [hi] "=&r"(high)
+        : [x] "r"(xs), [y] "r"(ys), [p] "r"(&prime)
+        : "rdx", "cc", "memory");
     // clang-format on
     z = {r4, r5, r0, r1};
     reduceOnce(z, r2, prime.p);
 }
 
+// Not inlined: it takes every register but one, which the code around it must not need.
 template <>
-inline void AdxProducts::multiply<6>(FieldElement<6>& z, const FieldElement<6>& x,
-                                     const FieldElement<6>& y,
-                                     const MontgomeryPrime<6>& prime) noexcept {
-    Limb r0 = 0;
-    Limb r1 = 0;
-    Limb r2 = 0;
-    Limb r3 = 0;
-    Limb r4 = 0;
-    Limb r5 = 0;
-    Limb r6 = 0;
-    Limb r7 = 0;
+[[gnu::noinline]] inline void AdxProducts::multiply<6>(FieldElement<6>& z, const FieldElement<6>& x,
+                                                       const FieldElement<6>& y,
+                                                       const MontgomeryPrime<6>& prime) noexcept {
+    Limb r0;
+    Limb r1;
+    Limb r2;
+    Limb r3;
+    Limb r4;
+    Limb r5;
+    Limb r6;
+    Limb r7;
     Limb low;
     Limb high;
     const Limb* const xs = x.data();
     const Limb* const ys = y.data();
     // clang-format off
     __asm__(
+        "xorl %k[r0], %k[r0]\n\t"
+        "xorl %k[r1], %k[r1]\n\t"
+        "xorl %k[r2], %k[r2]\n\t"
+        "xorl %k[r3], %k[r3]\n\t"
+        "xorl %k[r4], %k[r4]\n\t"
+        "xorl %k[r5], %k[r5]\n\t"
+        "xorl %k[r6], %k[r6]\n\t"
+        "xorl %k[r7], %k[r7]\n\t"
         VANTREL_ROW6(0, r0, r1, r2, r3, r4, r5, r6, r7)
         VANTREL_ROW6(8, r1, r2, r3, r4, r5, r6, r7, r0)
         VANTREL_ROW6(16, r2, r3, r4, r5, r6, r7, r0, r1)
         VANTREL_ROW6(24, r3, r4, r5, r6, r7, r0, r1, r2)
         VANTREL_ROW6(32, r4, r5, r6, r7, r0, r1, r2, r3)
         VANTREL_ROW6(40, r5, r6, r7, r0, r1, r2, r3, r4)
-        : [r0] "+&r"(r0), [r1] "+&r"(r1), [r2] "+&r"(r2), [r3] "+&r"(r3), [r4] "+&r"(r4),
-          [r5] "+&r"(r5), [r6] "+&r"(r6), [r7] "+&r"(r7), [lo] "=&r"(low), [hi] "=&r"(high)
-        : [x] "r"(xs), [y] "r"(ys), [p] "r"(&prime), "m"(x), "m"(y), "m"(prime)
-        : "rdx", "cc");
+        : [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4),
+          [r5] "=&r"(r5), [r6] "=&r"(r6), [r7] "=&r"(r7), [lo] "=&r"(low), [hi] "=&r"(high)
+        : [x] "r"(xs), [y] "r"(ys), [p] "r"(&prime)
+        : "rdx", "cc", "memory");
     // clang-format on
     z = {r6, r7, r0, r1, r2, r3};
     reduceOnce(z, r4, prime.p);

@@ -85,8 +85,8 @@ struct Eight {
         : [r0] "=&r"(t.r0), [r1] "=&r"(t.r1), [r2] "=&r"(t.r2), [r3] "=&r"(t.r3),
           [r4] "=&r"(t.r4), [r5] "=&r"(t.r5), [r6] "=&r"(t.r6), [r7] "=&r"(t.r7),
           [lo] "=&r"(low), [hi] "=&r"(high)
-        : [x] "r"(xs), [y] "r"(ys), "m"(x), "m"(y)
-        : "rdx", "cc");
+        : [x] "r"(xs), [y] "r"(ys)
+        : "rdx", "cc", "memory");
     // clang-format on
 }
 
@@ -145,8 +145,8 @@ struct Eight {
         : [r0] "=&r"(t.r0), [r1] "=&r"(t.r1), [r2] "=&r"(t.r2), [r3] "=&r"(t.r3),
           [r4] "=&r"(t.r4), [r5] "=&r"(t.r5), [r6] "=&r"(t.r6), [r7] "=&r"(t.r7),
           [lo] "=&r"(low), [hi] "=&r"(high)
-        : [x] "r"(xs), "m"(x)
-        : "rdx", "cc");
+        : [x] "r"(xs)
+        : "rdx", "cc", "memory");
     // clang-format on
 }
 
@@ -165,19 +165,19 @@ struct Eight {
     // clang-format off
     __asm__(
         "xorl %k[c], %k[c]\n\t"
-        "addq 0+%[y], %[a0]\n\t"
-        "adcq 8+%[y], %[a1]\n\t"
-        "adcq 16+%[y], %[a2]\n\t"
-        "adcq 24+%[y], %[a3]\n\t"
+        "addq 0(%[y]), %[a0]\n\t"
+        "adcq 8(%[y]), %[a1]\n\t"
+        "adcq 16(%[y]), %[a2]\n\t"
+        "adcq 24(%[y]), %[a3]\n\t"
         "adcq $0, %[c]\n\t"
         "movq %[a0], %[b0]\n\t"
         "movq %[a1], %[b1]\n\t"
         "movq %[a2], %[b2]\n\t"
         "movq %[a3], %[b3]\n\t"
-        "subq 0+%[p], %[b0]\n\t"
-        "sbbq 8+%[p], %[b1]\n\t"
-        "sbbq 16+%[p], %[b2]\n\t"
-        "sbbq 24+%[p], %[b3]\n\t"
+        "subq 0(%[p]), %[b0]\n\t"
+        "sbbq 8(%[p]), %[b1]\n\t"
+        "sbbq 16(%[p]), %[b2]\n\t"
+        "sbbq 24(%[p]), %[b3]\n\t"
         "sbbq $0, %[c]\n\t"
         "cmovncq %[b0], %[a0]\n\t"
         "cmovncq %[b1], %[a1]\n\t"
@@ -185,8 +185,8 @@ struct Eight {
         "cmovncq %[b3], %[a3]\n\t"
         : [a0] "+&r"(a0), [a1] "+&r"(a1), [a2] "+&r"(a2), [a3] "+&r"(a3), [c] "=&r"(carry),
           [b0] "=&r"(b0), [b1] "=&r"(b1), [b2] "=&r"(b2), [b3] "=&r"(b3)
-        : [y] "o"(y), [p] "o"(p)
-        : "cc");
+        : [y] "r"(y.data()), [p] "r"(p.data())
+        : "cc", "memory");
     // clang-format on
     z = {a0, a1, a2, a3};
 }
@@ -206,14 +206,14 @@ struct Eight {
     // clang-format off
     __asm__(
         "xorl %k[c], %k[c]\n\t"
-        "movq 0+%[p], %[b0]\n\t"
-        "movq 8+%[p], %[b1]\n\t"
-        "movq 16+%[p], %[b2]\n\t"
-        "movq 24+%[p], %[b3]\n\t"
-        "subq 0+%[y], %[a0]\n\t"
-        "sbbq 8+%[y], %[a1]\n\t"
-        "sbbq 16+%[y], %[a2]\n\t"
-        "sbbq 24+%[y], %[a3]\n\t"
+        "movq 0(%[p]), %[b0]\n\t"
+        "movq 8(%[p]), %[b1]\n\t"
+        "movq 16(%[p]), %[b2]\n\t"
+        "movq 24(%[p]), %[b3]\n\t"
+        "subq 0(%[y]), %[a0]\n\t"
+        "sbbq 8(%[y]), %[a1]\n\t"
+        "sbbq 16(%[y]), %[a2]\n\t"
+        "sbbq 24(%[y]), %[a3]\n\t"
         "cmovncq %[c], %[b0]\n\t"
         "cmovncq %[c], %[b1]\n\t"
         "cmovncq %[c], %[b2]\n\t"
@@ -224,8 +224,8 @@ struct Eight {
         "adcq %[b3], %[a3]\n\t"
         : [a0] "+&r"(a0), [a1] "+&r"(a1), [a2] "+&r"(a2), [a3] "+&r"(a3), [c] "=&r"(zero),
           [b0] "=&r"(b0), [b1] "=&r"(b1), [b2] "=&r"(b2), [b3] "=&r"(b3)
-        : [y] "o"(y), [p] "o"(p)
-        : "cc");
+        : [y] "r"(y.data()), [p] "r"(p.data())
+        : "cc", "memory");
     // clang-format on
     z = {a0, a1, a2, a3};
 }
