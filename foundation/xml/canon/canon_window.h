@@ -13,6 +13,7 @@ struct TagShape {
     std::uint32_t close = 0;        // of its '>'; what follows holds when `tidy`
     bool tidy = false;              // no longer than 64 bytes, and canonical but for what is below
     bool selfClosing = false;       // "/>"
+    std::uint32_t contentEnd = 0;   // of "/>", of a space before it, or of the '>'
     std::uint32_t nameEnd = 0;      // behind the qualified name
     std::uint32_t prefixLength = 0; // of the name's prefix; 0 without a colon
     std::uint64_t blanks = 0;       // the spaces before its attributes; 0 without any
@@ -83,7 +84,10 @@ inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
     shape.close = static_cast<std::uint32_t>(__builtin_ctzll(greater));
     const std::uint64_t inTag = (greater & (0 - greater)) - 1;
     shape.selfClosing = m_text[at + shape.close - 1] == '/';
-    const std::uint32_t contentEnd = shape.close - (shape.selfClosing ? 1U : 0U);
+    const std::uint32_t slash = shape.selfClosing ? 1 : 0;
+    const std::uint32_t blank = shape.selfClosing && m_text[at + shape.close - 2] == ' ' ? 1 : 0;
+    shape.contentEnd = shape.close - slash - blank;
+    const std::uint64_t inContent = (std::uint64_t{1} << shape.contentEnd) - 1;
     const std::uint64_t quotes = word(&CanonMasks::quote, at) & inTag;
     // Bit i: an odd number of quotes up to and with byte i. So a value with its opening quote.
     std::uint64_t inside = quotes;
@@ -93,17 +97,18 @@ inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
     inside ^= inside << 8;
     inside ^= inside << 16;
     inside ^= inside << 32;
-    const std::uint64_t blanks = word(&CanonMasks::space, at) & inTag & ~inside;
+    const std::uint64_t blanks = word(&CanonMasks::space, at) & inContent & ~inside;
     const std::uint64_t closing = quotes & ~inside;
     // One space before each attribute and none elsewhere: the first space ends the name, each other
     // one follows a closing quote, and a closing quote ends the tag.
     const std::uint64_t first = blanks & (0 - blanks);
-    const std::uint64_t behindValues = (closing << 1) & ((std::uint64_t{1} << contentEnd) - 1);
-    const bool closed = ((closing >> (contentEnd - 1)) & 1U) != 0;
+    const std::uint64_t behindValues = (closing << 1) & inContent;
+    const bool closed = ((closing >> (shape.contentEnd - 1)) & 1U) != 0;
     const bool wellSpaced = blanks == (behindValues | first) && closed == (blanks != 0);
     shape.tidy = wellSpaced && (word(&CanonMasks::odd, at) & inTag) == 0;
     shape.blanks = blanks;
-    shape.nameEnd = blanks == 0 ? contentEnd : static_cast<std::uint32_t>(__builtin_ctzll(blanks));
+    shape.nameEnd =
+        blanks == 0 ? shape.contentEnd : static_cast<std::uint32_t>(__builtin_ctzll(blanks));
     const std::uint64_t colons = word(&CanonMasks::colon, at) & inTag & ~inside;
     const std::uint64_t inName = colons & ((std::uint64_t{1} << shape.nameEnd) - 1);
     shape.prefixLength = inName == 0 ? 0 : static_cast<std::uint32_t>(__builtin_ctzll(inName)) - 1;

@@ -39,9 +39,7 @@ void putEscaped(std::string_view text, Special where, Put put, Escape escape) {
 }
 
 // A CR before an LF vanishes, any other becomes an LF (XML 1.0, 2.11).
-std::string_view lineEnd(char next) noexcept {
-    return next == '\n' ? "" : "\n";
-}
+std::string_view lineEnd(char next) noexcept { return next == '\n' ? "" : "\n"; }
 
 std::string_view escapedText(char c) noexcept {
     switch (c) {

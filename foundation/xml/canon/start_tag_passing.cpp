@@ -4,33 +4,52 @@
 
 namespace vantrel::xml {
 
+namespace {
+
+// True when the name at `before` comes before the other one, byte by byte. Names end at '=' and
+// differ.
+bool comesBefore(const char* before, const char* name) noexcept {
+    while (*before == *name && *before != '=') {
+        ++before;
+        ++name;
+    }
+    return *before == '=' || (*name != '=' && static_cast<unsigned char>(*before) <
+                                                  static_cast<unsigned char>(*name));
+}
+
+} // namespace
+
 // The attributes of a tidy tag, each behind one of its blanks, stand in order: unqualified names
-// ascending byte by byte, and behind them at most one qualified name.
+// ascending, and behind them names of one prefix, whatever its namespace, with their local parts
+// ascending.
 bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) const noexcept {
-    std::uint64_t blanks = shape.blanks;
-    if (shape.colons != 0) {
-        const std::uint64_t last = std::uint64_t{1} << (63 - __builtin_clzll(blanks));
-        const bool oneAndLast = (shape.colons & (shape.colons - 1)) == 0 && shape.colons > last;
-        if (!oneAndLast || m_localNameOrder) {
+    if (shape.colons != 0 && m_localNameOrder) {
+        return false;
+    }
+    const char* const tag = m_text.data() + start;
+    const char* before = nullptr;  // the last name, or its local part
+    std::string_view prefixBefore; // with its colon
+    std::uint64_t colons = shape.colons;
+    for (std::uint64_t blanks = shape.blanks; blanks != 0;) {
+        const auto nameAt = static_cast<std::uint32_t>(__builtin_ctzll(blanks)) + 1;
+        blanks &= blanks - 1;
+        const std::uint64_t toNext = (blanks & (0 - blanks)) - 1;
+        const char* name = tag + nameAt;
+        if ((colons & toNext) != 0) {
+            const auto local = static_cast<std::uint32_t>(__builtin_ctzll(colons)) + 1;
+            colons &= colons - 1;
+            const std::string_view prefix(name, local - nameAt);
+            name = tag + local;
+            if (prefixBefore.empty()) {
+                prefixBefore = prefix;
+                before = nullptr;
+            } else if (prefix != prefixBefore) {
+                return false;
+            }
+        } else if (!prefixBefore.empty()) {
             return false;
         }
-        blanks ^= last;
-        if (blanks == 0) {
-            return true;
-        }
-    }
-    const char* const tag = m_text.data() + start + 1;
-    const char* before = tag + __builtin_ctzll(blanks);
-    for (blanks &= blanks - 1; blanks != 0; blanks &= blanks - 1) {
-        const char* const name = tag + __builtin_ctzll(blanks);
-        std::size_t i = 0;
-        while (before[i] == name[i] && before[i] != '=') {
-            ++i;
-        }
-        // Names differ; '=' ends a name and comes before whatever another goes on with.
-        const auto left = static_cast<unsigned char>(before[i]);
-        const auto right = static_cast<unsigned char>(name[i]);
-        if (left != '=' && (right == '=' || left > right)) {
+        if (before != nullptr && !comesBefore(before, name)) {
             return false;
         }
         before = name;
@@ -39,21 +58,18 @@ bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) cons
 }
 
 // The rest of a tag that was passed over: writes the declarations that are due, and the end tag of
-// an empty element. `at` is the offset of the '>' or "/>".
-void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth,
-                                  WrittenTag& tag) {
+// an empty element. `contentEnd` is the offset of what closes the tag: '>', "/>" or " />".
+void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t contentEnd,
+                                  std::uint32_t depth, WrittenTag& tag) {
     if (!m_due.empty()) {
         m_out.copyUpTo(start + 1 + tag.nameLength);
         putNamespaces(depth);
     }
-    tag.selfClosing = m_text[at] == '/';
-    tag.end = at + 1;
     if (tag.selfClosing) {
-        m_out.copyUpTo(at);
+        m_out.copyUpTo(contentEnd);
         m_out.put("></");
         m_out.put(m_text.substr(start + 1, tag.nameLength));
-        m_out.skipTo(at + 1); // its '>'
-        tag.end = at + 2;
+        m_out.skipTo(tag.end - 1); // its '>'
         m_namespaces.leave(depth);
     }
 }
@@ -70,15 +86,19 @@ bool StartTagWriter::passOver(std::uint32_t start, std::uint32_t depth, WrittenT
     if (m_text[at] == ' ' && !passAttributes(at)) {
         return false;
     }
-    if (m_text[at] != '>' && m_text[at] != '/') {
+    const std::uint32_t contentEnd = at;
+    at += m_text[at] == ' ' ? 1U : 0U;
+    tag.selfClosing = m_text[at] == '/';
+    if (m_text[at] != '>' && !tag.selfClosing) {
         return false;
     }
     tag.nameLength = name.length;
-    finishPassed(start, at, depth, tag);
+    tag.end = at + (tag.selfClosing ? 2U : 1U);
+    finishPassed(start, contentEnd, depth, tag);
     return true;
 }
 
-// From the space before the first attribute to the '>' or '/' of the tag.
+// From the space before the first attribute to the '>', "/>" or " />" of the tag.
 bool StartTagWriter::passAttributes(std::uint32_t& at) {
     const char* const text = m_text.data();
     const auto size = static_cast<std::uint32_t>(m_text.size());
@@ -87,6 +107,9 @@ bool StartTagWriter::passAttributes(std::uint32_t& at) {
     while (text[at] == ' ') {
         const std::uint32_t start = at + 1;
         const ScannedName name = scanName(text, start, size);
+        if (text[start] == '/') {
+            return true;
+        }
         const std::uint32_t equals = start + name.length;
         if (name.length == 0 || text[equals] != '=' || text[equals + 1] != '"') {
             return false;

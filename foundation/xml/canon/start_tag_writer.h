@@ -66,7 +66,8 @@ private:
     [[nodiscard]] bool passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
     [[nodiscard]] bool areOrdered(std::uint32_t start, const TagShape& shape) const noexcept;
-    void finishPassed(std::uint32_t start, std::uint32_t at, std::uint32_t depth, WrittenTag& tag);
+    void finishPassed(std::uint32_t start, std::uint32_t contentEnd, std::uint32_t depth,
+                      WrittenTag& tag);
     [[nodiscard]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
         return m_text.size() - start >= 8 ? m_namespaces.recentId(m_text.data() + start, length)
                                           : m_namespaces.id(m_text.substr(start, length));
@@ -133,17 +134,18 @@ inline bool StartTagWriter::passAtAGlance(std::uint32_t start, std::uint32_t dep
     if (m_exclusive) {
         ++m_tagSerial;
         take(prefixAt(start + 1, shape.prefixLength));
-        if (shape.colons != 0) { // there is one, behind the last blank
-            const unsigned blank = 63 - static_cast<unsigned>(__builtin_clzll(shape.blanks));
+        if (shape.colons != 0) { // all of one prefix
             const auto colon = static_cast<unsigned>(__builtin_ctzll(shape.colons));
+            const std::uint64_t before = shape.blanks & ((std::uint64_t{1} << colon) - 1);
+            const unsigned blank = 63 - static_cast<unsigned>(__builtin_clzll(before));
             take(prefixAt(start + blank + 1, colon - blank - 1));
         }
     }
-    if (!shape.selfClosing && m_due.empty()) {
-        tag.end = start + shape.close + 1;
-        return true;
+    tag.selfClosing = shape.selfClosing;
+    tag.end = start + shape.close + 1;
+    if (shape.selfClosing || !m_due.empty()) {
+        finishPassed(start, start + shape.contentEnd, depth, tag);
     }
-    finishPassed(start, start + shape.close - (shape.selfClosing ? 1U : 0U), depth, tag);
     return true;
 }
 

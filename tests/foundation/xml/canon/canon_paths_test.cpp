@@ -62,7 +62,7 @@ private:
                                  pick({"a", "Item", "a-name-of-more-than-sixteen-bytes"});
         std::string tag = "<" + name + attributes();
         if (rarely()) {
-            return tag + "/>";
+            return tag + pick({"/>", " />", "  />", "\n/>"});
         }
         tag += rarely() ? " >" : ">";
         tag += std::string(m_random.below(90), 't') + pick({"", "", ">", "&amp;", "\r\n"});
