@@ -1,8 +1,10 @@
 // Canonicalization of arbitrary text. A canonical form must be well-formed and its own canonical
-// form; an element by offset must give octets of its own, too.
+// form; an element by offset must give octets of its own, too; and signatures left out while
+// walking make no difference to signatures cut out of the text.
 
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/locate/XmlSigRemoval.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -33,6 +35,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     canon.m_fragmentText = true;
     if (canon.xmlCanonicalize(text, nullptr, data[1], part, log) && part.isEmpty()) {
         std::abort();
+    }
+    _vlXmlDtd dtd;
+    XmlSigRemoval removal;
+    StringBuffer rest;
+    if (removal.removeSignatures(text, dtd, rest, log) && !removal.m_removed.empty()) {
+        canon.m_omitted = removal.m_removed;
+        XmlCanon plain;
+        plain.m_method = canon.m_method;
+        plain.m_withComments = canon.m_withComments;
+        plain.m_fragmentText = true;
+        StringBuffer left;
+        StringBuffer cut;
+        if (canon.xmlCanonicalize(text, nullptr, 0, left, log) !=
+                plain.xmlCanonicalize(rest, nullptr, 0, cut, log) ||
+            left.view() != cut.view()) {
+            std::abort();
+        }
     }
     return 0;
 }
