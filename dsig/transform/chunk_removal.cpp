@@ -2,8 +2,9 @@
 
 #include "foundation/text/strings.h"
 
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <cstring>
+#include <new>
 
 namespace vantrel::dsig {
 
@@ -36,72 +37,55 @@ bool findChunk(std::string_view text, const ChunkPattern& pattern, std::size_t& 
     }
 }
 
-// The last `count` bytes of what is kept before the last of `cuts`.
-std::string keptTail(std::string_view text, const std::vector<Stretch>& cuts, std::size_t count) {
-    std::string tail;
-    for (std::size_t i = cuts.size(); i-- > 0 && tail.size() < count;) {
-        const std::size_t keptFrom = i == 0 ? 0 : cuts[i - 1].end;
-        const std::size_t kept = std::min(cuts[i].start - keptFrom, count - tail.size());
-        tail.insert(0, text.substr(cuts[i].start - kept, kept));
-    }
-    return tail;
-}
-
-// True when a removal has put together, out of what stood before and behind it, another start.
-bool startAcrossJoin(std::string_view text, const std::vector<Stretch>& cuts,
-                     std::string_view start) {
-    const std::size_t reach = start.size() - 1;
-    std::string joined = keptTail(text, cuts, reach);
-    joined.append(text.substr(cuts.back().end, reach));
-    return joined.find(start) != std::string::npos;
-}
-
-bool cut(StringBuffer& text, const std::vector<Stretch>& cuts) {
-    if (cuts.empty()) {
-        return true;
-    }
-    const std::string_view old = text.view();
-    StringBuffer kept;
-    if (!kept.reserve(text.getSize())) {
-        return false;
-    }
-    std::size_t from = 0;
-    for (const Stretch& stretch : cuts) {
-        kept.appendView(old.substr(from, stretch.start - from));
-        from = stretch.end;
-    }
-    kept.appendView(old.substr(from));
-    text.takeSb(kept);
-    return true;
-}
-
-// One pass over the text. Stops early, with `again` set, when a removal has made a new start that
-// only the changed text shows.
-int removePass(StringBuffer& text, const ChunkPattern& pattern, int most, bool& again) {
-    again = false;
-    std::vector<Stretch> cuts;
-    std::size_t from = 0;
-    Stretch chunk{};
-    while (static_cast<int>(cuts.size()) < most && findChunk(text.view(), pattern, from, chunk)) {
-        cuts.push_back(chunk);
-        from = chunk.end;
-        if (startAcrossJoin(text.view(), cuts, pattern.start)) {
-            again = true;
-            break;
-        }
-    }
-    return cut(text, cuts) ? static_cast<int>(cuts.size()) : 0;
-}
-
 } // namespace
 
+// What is kept is moved to the front as the search goes on; between it and the rest of the text
+// there is a gap that grows by what is removed.
 int removeChunks(StringBuffer& text, const ChunkPattern& pattern, int most) {
-    int removed = 0;
-    bool again = true;
-    while (again && removed < most) {
-        removed += removePass(text, pattern, most - removed, again);
+    Stretch chunk{};
+    std::size_t from = 0;
+    if (most <= 0 || !findChunk(text.view(), pattern, from, chunk)) {
+        return 0;
     }
+    SharedBytes bytes = text.storage();
+    text.clear();
+    char* const data = bytes.mutableData();
+    if (data == nullptr) {
+        text.setStorage(bytes);
+        throw std::bad_alloc();
+    }
+    const std::string_view all = bytes.text();
+    const std::size_t startReach = std::max<std::size_t>(pattern.start.size(), 1) - 1;
+    std::size_t kept = 0;
+    std::size_t rest = 0;
+    std::size_t settled = 0; // no chunk begins before this place of what is kept
+    int removed = 0;
+    do {
+        if (from > rest) {
+            settled = kept + (from - rest);
+        }
+        std::memmove(data + kept, data + rest, chunk.start - rest);
+        kept += chunk.start - rest;
+        rest = chunk.end;
+        ++removed;
+        // What stood before and behind the chunk may form another start now: the end of what is
+        // kept goes back before the rest.
+        const std::size_t back = std::min(startReach, kept - settled);
+        kept -= back;
+        rest -= back;
+        std::memmove(data + rest, data + kept, back);
+        from = rest;
+    } while (removed < most && findChunk(all, pattern, from, chunk));
+    std::memmove(data + kept, data + rest, all.size() - rest);
+    bytes.truncate(static_cast<std::uint32_t>(kept + all.size() - rest));
+    text.setStorage(bytes);
     return removed;
+}
+
+bool hasChunk(const StringBuffer& text, const ChunkPattern& pattern) {
+    Stretch chunk{};
+    std::size_t from = 0;
+    return findChunk(text.view(), pattern, from, chunk);
 }
 
 } // namespace vantrel::dsig

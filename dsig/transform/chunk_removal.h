@@ -19,8 +19,11 @@ struct ChunkPattern {
 
 // Removes the first such chunk, again and again, at most `most` times; returns how many. The result
 // is that of searching the changed text from its beginning each time, but the text is read and
-// copied once.
+// moved once. Throws std::bad_alloc, the text unchanged.
 int removeChunks(StringBuffer& text, const ChunkPattern& pattern, int most);
+
+// True when the text holds such a chunk.
+[[nodiscard]] bool hasChunk(const StringBuffer& text, const ChunkPattern& pattern);
 
 } // namespace vantrel::dsig
 

@@ -118,7 +118,10 @@ bool _clsXmlDSigBase::canonicalizeForEbics(XmlCanon& canonicalizer, dsig::Workin
             break;
         }
     }
-    if (index == kMostEbicsElements) {
+    StringBuffer beyond;
+    canonicalizer.m_ebicsIndex = index;
+    if (index == kMostEbicsElements &&
+        canonicalizer.xmlCanonicalize(text.wholeText(), fragmentId.getString(), 0, beyond, quiet)) {
         dsig::noteAccommodation(m_accommodations, dsig::accommodation::kLimit100);
     }
     text.replace(out);

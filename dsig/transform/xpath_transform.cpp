@@ -120,7 +120,8 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
 }
 
 bool _clsXmlDSigBase::removeRepeatedly(dsig::WorkingText& text, const dsig::ChunkPattern& pattern) {
-    if (dsig::removeChunks(text.change(), pattern, dsig::kMostChunks) == dsig::kMostChunks) {
+    if (dsig::removeChunks(text.change(), pattern, dsig::kMostChunks) == dsig::kMostChunks &&
+        dsig::hasChunk(text.text(), pattern)) {
         dsig::noteAccommodation(m_accommodations, dsig::accommodation::kLimit100);
     }
     return true;

@@ -1,0 +1,242 @@
+// Whole documents with all that a verifier must say of them: verdicts with and without the
+// references, reasons, log lines, accommodations. One folder of tests/vectors/dsig each.
+
+#include "foundation/log/ClsBinData.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+#include "tests/dsig/document_case.h"
+#include "tests/support/corpus.h"
+#include "tests/support/live_objects.h"
+#include "tests/support/vectors.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+const std::string kHmacSecret = "a secret of some length";
+
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
+}
+
+// Replaces every occurrence; one there must be, so that no case tests an unchanged document.
+void applyChange(std::string& document, const std::string& change, const std::string& where) {
+    const std::size_t arrow = change.find(" =>");
+    ASSERT_NE(arrow, std::string::npos) << where;
+    const std::string from = unescape(change.substr(0, arrow));
+    const std::string to =
+        unescape(change.substr(std::min(arrow + std::string(" => ").size(), change.size())));
+    std::size_t at = document.find(from);
+    ASSERT_NE(at, std::string::npos) << where << "nothing to change: " << from;
+    for (; at != std::string::npos; at = document.find(from, at + to.size())) {
+        document.replace(at, from.size(), to);
+    }
+}
+
+// What a case says about the document and the settings, read once and used for every verifier.
+struct Setting {
+    std::string document;
+    bool asBytes = false;
+    std::string options;
+    std::string key;
+    int selector = 0;
+    bool ignoreExternal = false;
+    std::vector<std::string> data; // "index bytes"
+};
+
+Setting readSetting(VecCase& c, const std::string& folder) {
+    Setting setting;
+    setting.document = readText(folder + "/document.xml");
+    for (const std::string& change : c.all("Change")) {
+        applyChange(setting.document, change, c.where());
+    }
+    setting.asBytes = c.textOr("Load", "text") == "bytes";
+    setting.options = c.textOr("Options", "");
+    setting.key = c.textOr("Key", "rsa");
+    setting.selector = static_cast<int>(c.integerOr("Selector", 0));
+    setting.ignoreExternal = c.booleanOr("Ignore", false);
+    setting.data = c.all("Data");
+    return setting;
+}
+
+void supplyKey(ClsXmlDSig& verifier, const std::string& key) {
+    if (key == "none") {
+        return;
+    }
+    if (key == "hmac") {
+        XString secret(kHmacSecret);
+        XString encoding("ascii");
+        ASSERT_TRUE(verifier.SetHmacKey(secret, encoding));
+        return;
+    }
+    const Ref<ClsPublicKey> publicKey = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+    ASSERT_TRUE(publicKey->LoadFromFile(XString(vectorPath("dsig/keys/" + key + ".pub"))));
+    ASSERT_TRUE(verifier.SetPublicKey(*publicKey));
+}
+
+void prepare(ClsXmlDSig& verifier, const Setting& setting, std::string& loadLog) {
+    XString options(setting.options);
+    verifier.put_UncommonOptions(options);
+    verifier.put_IgnoreExternalRefs(setting.ignoreExternal);
+    if (setting.asBytes) {
+        ClsBinData bytes;
+        bytes.data().append(ByteView(bytesOf(setting.document)));
+        ASSERT_TRUE(verifier.LoadSignatureBd(bytes)) << logOf(verifier);
+    } else {
+        XString text(setting.document);
+        ASSERT_TRUE(verifier.LoadSignature(text)) << logOf(verifier);
+    }
+    loadLog = logOf(verifier);
+    for (int i = verifier.get_NumSignatures(); i-- > 0;) {
+        verifier.put_Selector(i);
+        supplyKey(verifier, setting.key);
+    }
+    verifier.put_Selector(setting.selector);
+    for (const std::string& entry : setting.data) {
+        ClsBinData bytes;
+        bytes.data().append(ByteView(bytesOf(entry.substr(entry.find(' ') + 1))));
+        ASSERT_TRUE(verifier.SetRefDataBd(std::stoi(entry), bytes));
+    }
+}
+
+std::set<std::string> accommodationsOf(const json::JsonValue& report) {
+    std::set<std::string> codes;
+    const auto collect = [&codes](const json::JsonValue& object) {
+        for (const json::JsonValue& code : object.find("accommodations")->elements()) {
+            codes.emplace(code.text());
+        }
+    };
+    collect(report);
+    for (const json::JsonValue& reference : report.find("references")->elements()) {
+        collect(reference);
+    }
+    return codes;
+}
+
+std::size_t countOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+void checkLog(VecCase& c, const std::string& log) {
+    for (const std::string& line : c.all("Log")) {
+        EXPECT_NE(log.find(line), std::string::npos)
+            << c.where() << "not in the log: " << line << "\n"
+            << log;
+    }
+    for (const std::string& line : c.all("NoLog")) {
+        EXPECT_EQ(log.find(line), std::string::npos) << c.where() << "in the log: " << line << "\n"
+                                                     << log;
+    }
+    for (const std::string& entry : c.all("LogTimes")) {
+        const std::size_t count = std::stoul(entry);
+        EXPECT_EQ(countOf(log, entry.substr(entry.find(' ') + 1)), count)
+            << c.where() << entry << "\n"
+            << log;
+    }
+}
+
+void checkReasons(VecCase& c, const Setting& setting) {
+    ClsXmlDSig verifier;
+    std::string loadLog;
+    ASSERT_NO_FATAL_FAILURE(prepare(verifier, setting, loadLog)) << c.where();
+    int index = 0;
+    for (const std::string& reason : words(c.text("Reasons"))) {
+        EXPECT_EQ(verifier.VerifyReferenceDigest(index), reason == "0") << c.where() << index;
+        EXPECT_EQ(std::to_string(verifier.get_RefFailReason()), reason)
+            << c.where() << "reference " << index << "\n"
+            << logOf(verifier);
+        ++index;
+    }
+}
+
+void checkVerification(VecCase& c, const Setting& setting, bool references, bool expected,
+                       bool readLog) {
+    ClsXmlDSig verifier;
+    std::string loadLog;
+    ASSERT_NO_FATAL_FAILURE(prepare(verifier, setting, loadLog)) << c.where();
+    if (references && c.has("NumSignatures")) {
+        EXPECT_EQ(verifier.get_NumSignatures(), c.integer("NumSignatures")) << c.where();
+    }
+    if (c.has("First")) {
+        verifier.put_Selector(static_cast<int>(c.integer("First")));
+        EXPECT_TRUE(verifier.VerifySignature(true)) << c.where() << logOf(verifier);
+        verifier.put_Selector(setting.selector);
+    }
+    EXPECT_EQ(verifier.VerifySignature(references), expected)
+        << c.where() << (references ? "with" : "without") << " references\n"
+        << logOf(verifier);
+    if (readLog) {
+        checkLog(c, loadLog + logOf(verifier));
+    }
+    const json::JsonValue report = reportOf(verifier);
+    EXPECT_EQ(textOf(report, "status"), expected ? "valid" : "invalid") << c.where();
+    EXPECT_EQ(textOf(report, "reason").empty(), expected) << c.where();
+    if (references && c.has("Profile")) {
+        EXPECT_EQ(textOf(report, "profile"), c.text("Profile")) << c.where();
+    }
+    if (references && c.has("Accommodations")) {
+        const std::vector<std::string> list = words(c.text("Accommodations"));
+        EXPECT_EQ(accommodationsOf(report), std::set<std::string>(list.begin(), list.end()))
+            << c.where() << logOf(verifier);
+    }
+}
+
+void runCase(VecCase& c, const std::string& folder) {
+    SCOPED_TRACE(c.text("What"));
+    const LiveObjectCheck live;
+    const Setting setting = readSetting(c, folder);
+    const bool logOfValue = c.textOr("LogOf", "references") == "value";
+    if (c.has("WithReferences")) {
+        checkVerification(c, setting, true, c.boolean("WithReferences"), !logOfValue);
+    }
+    if (c.has("WithoutReferences")) {
+        checkVerification(c, setting, false, c.boolean("WithoutReferences"), logOfValue);
+    }
+    if (c.has("Reasons")) {
+        checkReasons(c, setting);
+    }
+}
+
+std::vector<std::string> groups() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(vectorPath("dsig"))) {
+        if (entry.is_directory() && entry.path().filename() != "keys") {
+            names.push_back(entry.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class DocumentVectors : public testing::TestWithParam<std::string> {};
+
+TEST_P(DocumentVectors, GiveTheVerdictsReasonsAndLinesTheySay) {
+    std::size_t cases = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(vectorPath("dsig/" + GetParam()))) {
+        const std::string folder = entry.path().string();
+        forEachVector(folder + "/case.vec", "runs", [&](VecCase& c) { runCase(c, folder); });
+        ++cases;
+    }
+    EXPECT_GT(cases, 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Groups, DocumentVectors, testing::ValuesIn(groups()),
+                         [](const auto& info) {
+                             std::string name = info.param;
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+} // namespace
+} // namespace vantrel::test
