@@ -23,7 +23,7 @@ namespace vantrel {
 
 namespace {
 
-// A text that is no JSON may have meant to demand something, so it fails the verification.
+// A text that cannot be read may have meant to demand something, so it fails the verification.
 bool readOptions(const _clsCades& options, bool& requireTrusted, LogBase& log) {
     requireTrusted = false;
     const StringBuffer& text = options.cmsOptions().getUtf8Sb();
@@ -31,12 +31,19 @@ bool readOptions(const _clsCades& options, bool& requireTrusted, LogBase& log) {
         return true;
     }
     LogNull quiet;
-    ClsJsonObject json;
-    if (!json.load(text.view(), quiet)) {
+    ClsJsonObject object;
+    if (!object.load(text.view(), quiet)) {
         log.LogError("The CMS options are not a JSON object.");
         return false;
     }
-    requireTrusted = json.boolOf("requireTrustedTsa");
+    using Kind = json::JsonValue::Kind;
+    const json::JsonValue* const value = object.find("requireTrustedTsa");
+    const Kind kind = value == nullptr ? Kind::False : value->kind();
+    if (kind != Kind::True && kind != Kind::False) {
+        log.LogError("The CMS option requireTrustedTsa is neither true nor false.");
+        return false;
+    }
+    requireTrusted = kind == Kind::True;
     return true;
 }
 

@@ -8,7 +8,9 @@ namespace vantrel {
 class ClsHttp;
 class LogBase;
 
-// Options of CMS operations, and the connection by which a time-stamp authority is reached.
+// Options of CMS operations, and the connection by which a time-stamp authority is reached. The
+// options are a JSON object; {"requireTrustedTsa": true} refuses time-stamps whose authority does
+// not lead to a certificate of the store. Nothing is checked here: who uses the options does that.
 class _clsCades {
 public:
     void get_CmsOptions(XString& options) const { options.copyFromX(m_cmsOptions); }

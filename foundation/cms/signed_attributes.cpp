@@ -36,13 +36,14 @@ bool unwrap(Tag tag, ByteView& slot) noexcept {
 bool parseSignedAttributes(ByteView elements, SignedAttributes& out) noexcept {
     SignedAttributes found;
     DerReader set(elements);
-    while (!set.atEnd()) {
+    for (std::size_t count = 0; !set.atEnd(); ++count) {
         // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }
         DerReader attribute;
         ByteView type;
         DerReader values;
         if (!set.enter(Tag::Sequence, attribute) || !attribute.read(Tag::Oid, type) ||
-            !attribute.enter(Tag::Set, values) || !attribute.atEnd()) {
+            !attribute.enter(Tag::Set, values) || !attribute.atEnd() ||
+            count == kMaxSignedAttributes) {
             return false;
         }
         ByteView* slot = nullptr;

@@ -3,6 +3,7 @@
 
 #include "foundation/text/byte_view.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -17,8 +18,12 @@ struct SignedAttributes {
     ByteView signingCertificateV2; // the value, with header
 };
 
+// Most signed attributes that are read from one signer.
+inline constexpr std::size_t kMaxSignedAttributes = 256;
+
 // Reads the elements of a set of attributes. False when one is malformed, when one of the above
-// stands there twice or has not exactly one value, or when one of the first two is missing.
+// stands there twice or has not exactly one value, when one of the first two is missing, or when
+// there are too many.
 [[nodiscard]] bool parseSignedAttributes(ByteView elements, SignedAttributes& out) noexcept;
 
 // `out` := the set as it is signed: with the tag of a SET, its elements in the order of DER (X.690

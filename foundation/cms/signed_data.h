@@ -11,7 +11,7 @@ namespace vantrel::cms {
 
 // Most certificates and most signers that are read from one SignedData.
 inline constexpr std::size_t kMaxCertificates = 100;
-inline constexpr std::size_t kMaxSigners = 32;
+inline constexpr std::size_t kMaxSigners = 16;
 
 // One signer as the message describes him. Views point into the parsed bytes.
 struct SignerInfo {

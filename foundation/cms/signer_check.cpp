@@ -26,6 +26,10 @@ namespace {
 // Bits of KeyUsage that allow a signature over data.
 constexpr std::uint32_t kSigningUsages = 1U << 0 | 1U << 1; // digitalSignature, nonRepudiation
 
+// Certificates of one issuer and serial number that are tried: more than one is odd already, and
+// each may cost several verifications with a key of the sender's choice.
+constexpr std::size_t kMaxSignerCandidates = 4;
+
 // What the signature is over, and how it was made.
 struct Claim {
     SignatureAlgorithm algorithm;
@@ -132,6 +136,10 @@ bool findVerifyingCertificate(Claim& claim, const SignerInfo& signer,
         log.LogError("The signer's certificate is neither in the signed data nor in the store.");
         return false;
     }
+    if (candidates.size() > kMaxSignerCandidates) {
+        log.LogError("Too many certificates have the name and number of the signer's.");
+        return false;
+    }
     bool verified = false;
     for (const VantrelX509* const candidate : candidates) {
         if (!verifiesWith(claim, signer, *candidate, log)) {
@@ -143,9 +151,11 @@ bool findVerifyingCertificate(Claim& claim, const SignerInfo& signer,
             return true;
         }
     }
-    log.LogError(verified
-                     ? "The signing-certificate attribute does not name the signer's certificate."
-                     : "The signature of the signed data is invalid.");
+    if (verified) {
+        log.LogError("The signing-certificate attribute does not name the signer's certificate.");
+    } else {
+        log.LogError("The signature of the signed data is invalid.");
+    }
     return false;
 }
 

@@ -57,7 +57,7 @@ struct Question {
 void answer(const std::shared_ptr<Question>& question) noexcept {
     std::vector<SocketAddress> addresses;
     try {
-        addresses = copied(ask(question->host, question->port, AI_ADDRCONFIG).get());
+        addresses = copied(ask(question->host, question->port, 0).get());
     } catch (const std::bad_alloc&) {
         addresses.clear(); // counts as not found
     }

@@ -3,11 +3,13 @@
 #include "foundation/cms/signed_data.h"
 #include "foundation/crypto/hash/hasher.h"
 #include "foundation/json/json_value.h"
+#include "foundation/text/encoders.h"
 #include "foundation/x509/oids.h"
 #include "tests/foundation/cms/cms_support.h"
 #include "tests/support/corpus.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,7 +18,7 @@ namespace vantrel::test {
 
 namespace {
 
-std::string text(const json::JsonValue& entry, std::string_view name) {
+std::string field(const json::JsonValue& entry, std::string_view name) {
     const json::JsonValue* const value = entry.find(name);
     return value == nullptr ? std::string() : std::string(value->text());
 }
@@ -43,13 +45,13 @@ TEST(TokenCorpus, VerdictsAreThoseOfTheOtherImplementation) {
     ASSERT_NE(tokens, nullptr);
     ASSERT_GE(tokens->elements().size(), 30U);
     for (const json::JsonValue& entry : tokens->elements()) {
-        const std::string name = text(entry, "token");
-        SCOPED_TRACE(name + ": " + text(entry, "what"));
-        const std::string expected = text(entry, "expected_cms");
+        const std::string name = field(entry, "token");
+        SCOPED_TRACE(name + ": " + field(entry, "what"));
+        const std::string expected = field(entry, "expected_cms");
         const bool carried =
             entry.find("certificate_in_token")->kind() == json::JsonValue::Kind::True;
         const Bytes der = readFile(folder + "/" + name);
-        Store signer({folder + "/" + text(entry, "signer_certificate")});
+        Store signer({folder + "/" + field(entry, "signer_certificate")});
         Store authority({folder + "/certs/ca.pem"});
 
         Pkcs7SignedData message;
@@ -60,13 +62,13 @@ TEST(TokenCorpus, VerdictsAreThoseOfTheOtherImplementation) {
         EXPECT_EQ(outcome.verified, valid) << outcome.errors;
         EXPECT_EQ(outcome.content.empty(), !valid);
         if (message.isTimeStamp()) {
-            EXPECT_EQ(imprintMatches(message, readFile(folder + "/" + text(entry, "data"))),
-                      text(entry, "expected_imprint") == "match");
+            EXPECT_EQ(imprintMatches(message, readFile(folder + "/" + field(entry, "data"))),
+                      field(entry, "expected_imprint") == "match");
             EXPECT_TRUE(message.authorityTrusted());
             EXPECT_NE(message.signerSubject().view().find("CN=Corpus TSA"), std::string_view::npos);
             EXPECT_EQ(message.genTime().substr(0, 11), "2026-11-21T");
         } else {
-            EXPECT_NE(valid && text(entry, "expected_imprint") == "match", true);
+            EXPECT_NE(valid && field(entry, "expected_imprint") == "match", true);
         }
         // Without the store the message must bring the certificate itself, and is not trusted.
         const Outcome alone = verifyMessage(message, der, nullptr);
@@ -74,7 +76,8 @@ TEST(TokenCorpus, VerdictsAreThoseOfTheOtherImplementation) {
         EXPECT_FALSE(message.authorityTrusted());
         const Outcome demanding =
             verifyMessage(message, der, authority.get(), R"({"requireTrustedTsa":true})");
-        EXPECT_EQ(demanding.verified, valid && carried && text(entry, "expected_imprint") != "none")
+        EXPECT_EQ(demanding.verified,
+                  valid && carried && field(entry, "expected_imprint") != "none")
             << demanding.errors;
     }
 }
@@ -135,6 +138,39 @@ TEST(TokenCorpus, NoChangedByteAndNoCutYieldsOtherContent) {
     }
 }
 
+// Tokens of real authorities, out of published XAdES documents; openssl cms verifies every one.
+TEST(TokenCorpus, TokensOfRealAuthoritiesVerify) {
+    VANTREL_NEED_CORPUS(folder, "tsa/public");
+    std::size_t verified = 0;
+    std::vector<std::string> refused;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (entry.path().extension() != ".xml") {
+            continue;
+        }
+        const std::string document = readText(entry.path().string());
+        std::size_t at = 0;
+        while ((at = document.find("EncapsulatedTimeStamp", at)) != std::string::npos) {
+            at = document.find('>', at) + 1;
+            std::string text = document.substr(at, document.find('<', at) - at);
+            for (std::size_t i = 0; (i = text.find("&#", i)) != std::string::npos;) {
+                text.erase(i, text.find(';', i) - i + 1); // carriage returns
+            }
+            DataBuffer der;
+            static_cast<void>(text::decodeBase64(text, der));
+            if (!der.isEmpty()) { // else it was an end tag
+                const Bytes token(der.view().begin(), der.view().end());
+                const bool good = verifyMessage(token, nullptr).verified;
+                verified += good ? 1 : 0;
+                if (!good) {
+                    refused.push_back(entry.path().filename().string());
+                }
+            }
+        }
+    }
+    EXPECT_EQ(refused, std::vector<std::string>());
+    EXPECT_GE(verified, 59U);
+}
+
 TEST(TokenCorpus, RejectionsSayWhy) {
     VANTREL_NEED_CORPUS(folder, "tsa");
     const struct {
@@ -160,6 +196,9 @@ TEST(TokenCorpus, RejectionsSayWhy) {
               std::string::npos);
     EXPECT_NE(verifyMessage(token, nullptr, R"({"requireTrustedTsa":true})")
                   .errors.find("The time-stamp authority is not trusted"),
+              std::string::npos);
+    EXPECT_NE(verifyMessage(token, nullptr, R"({"requireTrustedTsa":"yes"})")
+                  .errors.find("is neither true nor false"),
               std::string::npos);
     EXPECT_TRUE(verifyMessage(token, nullptr, R"({"requireTrustedTsa":false})").verified);
 }
