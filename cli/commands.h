@@ -30,6 +30,7 @@ struct Command {
 [[nodiscard]] Command c14nCommand();
 [[nodiscard]] Command certsCommand();
 [[nodiscard]] Command digestInputCommand();
+[[nodiscard]] Command timestampCommand();
 
 } // namespace vantrel::cli
 

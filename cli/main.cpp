@@ -17,7 +17,8 @@ namespace vantrel::cli {
 namespace {
 
 std::vector<Command> allCommands() {
-    return {verifyCommand(), infoCommand(), c14nCommand(), certsCommand(), digestInputCommand()};
+    return {verifyCommand(), infoCommand(),        c14nCommand(),
+            certsCommand(),  digestInputCommand(), timestampCommand()};
 }
 
 std::string generalHelp(const std::vector<Command>& commands) {

@@ -1,0 +1,178 @@
+// `xmldsig timestamp`: adds an encapsulated signature time-stamp from a time-stamp authority.
+
+#include "cli/commands.h"
+#include "cli/document.h"
+#include "cli/terminal.h"
+#include "foundation/io/ClsHttp.h"
+#include "foundation/io/files.h"
+#include "foundation/json/ClsJsonObject.h"
+#include "foundation/log/ClsStringBuilder.h"
+#include "foundation/log/_vlLogger.h"
+#include "foundation/text/strings.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vantrel::cli {
+
+namespace {
+
+struct TimestampSettings {
+    std::string authority;
+    std::string hash = "sha256";
+    bool requestCertificate = true;
+    std::optional<int> signature;
+    std::optional<std::string> output;
+};
+
+bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::string& complaint) {
+    constexpr std::array<std::string_view, 4> kHashes = {"sha1", "sha256", "sha384", "sha512"};
+    const std::string* const authority = arguments.last("--tsa");
+    if (authority == nullptr || authority->empty()) {
+        complaint = "--tsa is needed: the URL of the time-stamp authority";
+        return false;
+    }
+    settings.authority = *authority;
+    if (const std::string* const hash = arguments.last("--hash")) {
+        settings.hash = *hash;
+    }
+    if (std::find(kHashes.begin(), kHashes.end(), settings.hash) == kHashes.end()) {
+        complaint = "--hash is sha1, sha256, sha384 or sha512, not \"" + settings.hash + "\"";
+        return false;
+    }
+    settings.requestCertificate = !arguments.has("--no-cert");
+    if (const std::string* const output = arguments.last("--output")) {
+        settings.output = *output;
+    }
+    if (arguments.operands().size() > 1) {
+        complaint = "one file at a time can be time-stamped";
+        return false;
+    }
+    return arguments.number("--signature", 0, 0x7FFFFFFE, settings.signature, complaint);
+}
+
+std::string lastError(ClsXmlDSig& verifier, std::string_view otherwise) {
+    XString line;
+    verifier.get_LastErrorLine(line);
+    return std::string(line.isEmpty() ? otherwise : line.getUtf8Sb().view());
+}
+
+// The document goes out as UTF-8, whatever encoding it came in; its declaration must not say
+// otherwise. The canonical form does not hold the declaration, so no digest changes.
+void declareUtf8(StringBuffer& document) {
+    const std::string_view text = document.view();
+    if (!text.starts_with("<?xml")) {
+        return;
+    }
+    const std::string_view declaration = text.substr(0, text.find("?>"));
+    const std::size_t name = declaration.find("encoding");
+    const std::size_t open = declaration.find_first_of("\"'", name);
+    if (name == std::string_view::npos || open == std::string_view::npos) {
+        return;
+    }
+    const std::size_t close = declaration.find(declaration[open], open + 1);
+    if (close == std::string_view::npos) {
+        return;
+    }
+    const std::string_view encoding = declaration.substr(open + 1, close - open - 1);
+    if (text::equalsNoCase(encoding, "UTF-8")) {
+        return;
+    }
+    document.removeChunk(static_cast<std::uint32_t>(open + 1),
+                         static_cast<std::uint32_t>(encoding.size()));
+    document.insertAt(StringBuffer("UTF-8"), static_cast<std::uint32_t>(open + 1));
+}
+
+// The library leaves an empty time-stamp where the authority did not answer; the tool writes
+// nothing.
+bool isStamped(ClsXmlDSig& verifier, const StringBuffer& document, std::string& complaint) {
+    XString problem;
+    verifier.get_FirstErrorLine(problem);
+    if (!problem.isEmpty()) {
+        complaint = problem.getUtf8Sb().view();
+        return false;
+    }
+    ClsXmlDSig stamped;
+    XString text;
+    text.setFromSbUtf8(document);
+    if (!stamped.LoadSignature(text)) {
+        complaint = lastError(stamped, "the result is not well-formed");
+        return false;
+    }
+    stamped.put_Selector(verifier.get_Selector());
+    if (!stamped.HasEncapsulatedTimeStamp() ||
+        document.view().find("></xades:EncapsulatedTimeStamp>") != std::string_view::npos) {
+        complaint = "no time-stamp could be added";
+        return false;
+    }
+    return true;
+}
+
+int stampFile(const TimestampSettings& settings, const std::string& name, std::string& complaint) {
+    ClsXmlDSig verifier;
+    if (!loadDocument(name, verifier, complaint)) {
+        return kCannotTell;
+    }
+    const int count = verifier.get_NumSignatures();
+    if (settings.signature.value_or(0) >= count) {
+        complaint = count == 0 && !settings.signature
+                        ? "there is no signature"
+                        : "there is no signature with index " + std::to_string(*settings.signature);
+        return settings.signature ? kCannotTell : kSomethingFails;
+    }
+    verifier.put_Selector(settings.signature.value_or(0));
+    ClsHttp http;
+    verifier.SetHttpObj(http);
+    ClsJsonObject options;
+    options.UpdateString(XString("tsaUrl"), XString(settings.authority));
+    options.UpdateString(XString("hashAlgorithm"), XString(settings.hash));
+    options.UpdateBool(XString("requestCert"), settings.requestCertificate);
+    ClsStringBuilder result;
+    if (!verifier.AddEncapsulatedTimeStamp(options, result)) {
+        complaint = lastError(verifier, "no time-stamp could be added");
+        return kCannotTell;
+    }
+    StringBuffer& document = result.xstring().getUtf8Sb_rw();
+    if (!isStamped(verifier, document, complaint)) {
+        return kCannotTell;
+    }
+    declareUtf8(document);
+    if (!settings.output || *settings.output == "-") {
+        writeOutput(document.view());
+        return kEverythingHolds;
+    }
+    _vlLogger log;
+    if (!io::writeFile(*settings.output, asBytes(document.view()), log)) {
+        complaint = log.lastErrorLine();
+        return kCannotTell;
+    }
+    return kEverythingHolds;
+}
+
+int runTimestamp(const Arguments& arguments) {
+    TimestampSettings settings;
+    std::string complaint;
+    if (!readSettings(arguments, settings, complaint)) {
+        complain(complaint);
+        return kCannotTell;
+    }
+    return forEachFile(arguments, false, [&settings](const std::string& name, std::string& why) {
+        return stampFile(settings, name, why);
+    });
+}
+
+} // namespace
+
+Command timestampCommand() {
+    return {"timestamp",
+            "--tsa URL [options] FILE",
+            "Adds a signature time-stamp from a time-stamp authority.",
+            {{"--tsa", "URL", "the authority, by http"},
+             {"--hash", "NAME", "sha1, sha256 (default), sha384 or sha512"},
+             {"--no-cert", "", "do not ask for the authority's certificate"},
+             {"--signature", "N", "the signature with this index (default: the first)"},
+             {"--output", "FILE", "write the document there, not to standard output"}},
+            runTimestamp};
+}
+
+} // namespace vantrel::cli
