@@ -1,0 +1,271 @@
+// The searches over serialized text that profiles and transforms rest on, at their edges.
+
+#include "dsig/keys/certificate_text.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/reference/DSigReference.h"
+#include "dsig/reference/adjacent_signatures.h"
+#include "dsig/transform/chunk_removal.h"
+#include "dsig/transform/profile_markers.h"
+#include "dsig/transform/xpath_shapes.h"
+#include "dsig/verify/signature_method.h"
+#include "foundation/xml/tree/ClsXml.h"
+#include "tests/support/recording_log.h"
+#include "tests/support/vectors.h"
+
+#include <climits>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+const char* const kFile = "dsig/text.vec";
+
+StringBuffer escapedText(VecCase& c, const char* key) { return StringBuffer(c.escaped(key)); }
+
+// The plain rule: search from the beginning, remove one, and again.
+int removeOneByOne(std::string& text, const std::string& start, const std::string& end,
+                   const std::string& needle, int most) {
+    int removed = 0;
+    std::size_t from = 0;
+    while (removed < most) {
+        const std::size_t at = text.find(start, from);
+        const std::size_t stop = at == std::string::npos ? at : text.find(end, at);
+        if (stop == std::string::npos) {
+            return removed;
+        }
+        const std::size_t length = stop + end.size() - at;
+        if (text.substr(at, length).find(needle) == std::string::npos) {
+            from = at + length;
+            continue;
+        }
+        text.erase(at, length);
+        ++removed;
+        from = 0;
+    }
+    return removed;
+}
+
+TEST(TextRoutines, RemoveChunks) {
+    forEachVector(kFile, "Chunks", [](VecCase& c) {
+        StringBuffer text = escapedText(c, "Text");
+        const StringBuffer shared = text;
+        const std::string needle = c.textOr("Needle", "");
+        const int removed = dsig::removeChunks(text, {c.text("Start"), c.text("End"), needle},
+                                               static_cast<int>(c.integer("Most")));
+        EXPECT_EQ(text.view(), c.escaped("Out")) << c.where();
+        EXPECT_EQ(removed, c.integer("Removed")) << c.where();
+        EXPECT_EQ(shared.view(), c.escaped("Text")) << c.where() << "a copy changed too";
+    });
+}
+
+TEST(TextRoutines, RemovingInOnePassEqualsRemovingOneByOne) {
+    struct Pattern {
+        const char* start;
+        const char* end;
+        const char* needle;
+    };
+    constexpr Pattern kPatterns[] = {{"<a>", "</a>", ""}, {"<a>", "</a>", "a<"}, {"aa", "a", ""},
+                                     {"<<", ">>", ""},    {"<a", ">", "/"},      {"a", "a", "a"}};
+    RandomBytes random(71);
+    for (int round = 0; round < 60000; ++round) {
+        const Pattern& pattern = kPatterns[random.below(std::size(kPatterns))];
+        std::string expected;
+        for (std::uint64_t n = random.below(40); n > 0; --n) {
+            const std::uint64_t piece = random.below(6);
+            expected += piece == 4 ? pattern.start : piece == 5 ? pattern.end : "";
+            expected += piece < 4 ? std::string(1, "<a>/"[piece]) : std::string();
+        }
+        StringBuffer text(expected);
+        const std::string before = expected;
+        const int most = static_cast<int>(random.below(5));
+        const int count =
+            removeOneByOne(expected, pattern.start, pattern.end, pattern.needle, most);
+        const dsig::ChunkPattern chunks{pattern.start, pattern.end, pattern.needle};
+        ASSERT_EQ(dsig::removeChunks(text, chunks, most), count) << before << pattern.start;
+        ASSERT_EQ(text.view(), expected) << before << ' ' << pattern.start << ' ' << pattern.end;
+    }
+}
+
+std::string withActors(std::string text) {
+    const auto replace = [&text](const std::string& name, std::string_view value) {
+        for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name)) {
+            text.replace(at, name.size(), "actor=\"" + std::string(value) + '"');
+        }
+    };
+    replace("{S}", dsig::marker::kSoapNextActor);
+    replace("{E}", dsig::marker::kEbXmlNextActor);
+    return text;
+}
+
+TEST(TextRoutines, RemoveEbXmlFragments) {
+    LogNull log;
+    forEachVector(kFile, "EbXml", [&](VecCase& c) {
+        StringBuffer text(withActors(c.escaped("Text")));
+        DSigReference::removeEbXmlFragments(text, log);
+        EXPECT_EQ(text.view(), withActors(c.escaped("Out"))) << c.where();
+    });
+    for (const std::size_t blocks : {12U, 13U, 14U, 20U}) {
+        std::string text = "<h>";
+        for (std::size_t i = 0; i < blocks; ++i) {
+            text += withActors(i % 2 == 0 ? "<a {S}>1</a>" : "<a {E}>1</a>");
+        }
+        StringBuffer buffer(text);
+        DSigReference::removeEbXmlFragments(buffer, log);
+        std::size_t left = 0;
+        for (std::size_t at = 0; (at = buffer.view().find("</a>", at)) != std::string::npos; ++at) {
+            ++left;
+        }
+        EXPECT_EQ(left, blocks > 13 ? blocks - 13 : 0) << blocks;
+    }
+}
+
+TEST(TextRoutines, AdjacentSignatures) {
+    forEachVector(kFile, "Adjacent", [](VecCase& c) {
+        const std::string own = c.escaped("Own");
+        const std::string text = "<r>" + own + c.escaped("Behind");
+        const std::uint32_t length =
+            dsig::lengthWithFollowingSignatures(text, 3, static_cast<std::uint32_t>(own.size()));
+        EXPECT_EQ(text.substr(3 + length), c.escaped("Out")) << c.where();
+    });
+}
+
+TEST(TextRoutines, Captures) {
+    forEachVector(kFile, "CaptureAttr", [](VecCase& c) {
+        RecordingLog log;
+        StringBuffer out("left over");
+        const bool found = ClsXmlDSig::captureUniqueAttrContent(
+            c.text("Tag").c_str(), c.text("Attr").c_str(), escapedText(c, "Text"), out, log);
+        EXPECT_EQ(found, c.has("Out")) << c.where();
+        EXPECT_EQ(out.view(), c.textOr("Out", "")) << c.where();
+        const std::string error = c.textOr("Error", "");
+        EXPECT_EQ(log.errors, error.empty() ? error : error + "\n") << c.where();
+    });
+    forEachVector(kFile, "CaptureTag", [](VecCase& c) {
+        LogNull log;
+        StringBuffer out("left over");
+        const bool found = ClsXmlDSig::captureUniqueTagContent(c.text("Tag").c_str(),
+                                                               escapedText(c, "Text"), out, log);
+        EXPECT_EQ(found, c.has("Out")) << c.where();
+        EXPECT_EQ(out.view(), c.textOr("Out", "")) << c.where();
+    });
+    LogNull log;
+    StringBuffer out("left over");
+    const StringBuffer text("<t a=\"1\">");
+    EXPECT_FALSE(ClsXmlDSig::captureUniqueAttrContent(nullptr, "a", text, out, log));
+    EXPECT_FALSE(ClsXmlDSig::captureUniqueAttrContent("<t", nullptr, text, out, log));
+    EXPECT_TRUE(out.isEmpty());
+}
+
+TEST(TextRoutines, ReverseSubjectName) {
+    LogNull log;
+    forEachVector(kFile, "ReverseName", [&](VecCase& c) {
+        StringBuffer out;
+        dsig::reverseSubjectNameDN(escapedText(c, "In"), out, log);
+        EXPECT_EQ(out.view(), c.escaped("Out")) << c.where();
+    });
+}
+
+TEST(TextRoutines, ProfileAdjustments) {
+    LogNull log;
+    ClsXmlDSig verifier;
+    forEachVector(kFile, "ZatcaInvoice", [&](VecCase& c) {
+        StringBuffer text = escapedText(c, "In");
+        EXPECT_TRUE(verifier.zatcaTransformInvoice(text, log)) << c.where();
+        EXPECT_EQ(text.view(), c.escaped("Out")) << c.where();
+    });
+    forEachVector(kFile, "SiiCut", [&](VecCase& c) {
+        StringBuffer text = escapedText(c, "Text");
+        const bool cut = verifier.extract_sii_cl_dte(text, "T1", true, log);
+        EXPECT_EQ(text.view(), c.escaped("Out")) << c.where();
+        EXPECT_EQ(cut, c.escaped("Out") != c.escaped("Text")) << c.where();
+    });
+    forEachVector(kFile, "SwiftLau", [&](VecCase& c) {
+        StringBuffer text = escapedText(c, "Text");
+        EXPECT_TRUE(verifier.postProcessTransformedXml(StringBuffer(), {}, text, log));
+        EXPECT_EQ(text.view(), c.escaped("Out")) << c.where();
+    });
+}
+
+TEST(TextRoutines, SignatureMethods) {
+    LogNull log;
+    forEachVector(kFile, "SignatureMethod", [&](VecCase& c) {
+        const StringBuffer uri(c.text("Uri"));
+        EXPECT_EQ(signatureMethodToHashAlg(uri, log), c.integer("Hash")) << c.where();
+        EXPECT_EQ(signatureMethodToKeyType(uri, log), c.integer("Key")) << c.where();
+    });
+}
+
+TEST(TextRoutines, ReferenceRecord) {
+    LogNull log;
+    forEachVector(kFile, "Reference", [&](VecCase& c) {
+        const Ref<ClsXml> element = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+        ASSERT_TRUE(element->loadXml(escapedText(c, "Xml"), false, log)) << c.where();
+        DSigReference record;
+        EXPECT_TRUE(record.parseReference(*element, log));
+        EXPECT_EQ(record.m_id.view(), c.text("Id")) << c.where();
+        StringBuffer uri = record.m_uri;
+        uri.trim2();
+        EXPECT_EQ(uri.view(), c.text("Uri")) << c.where();
+        EXPECT_EQ(record.m_uriOmitted, c.integer("UriOmitted")) << c.where();
+        EXPECT_EQ(record.getHashAlg(), c.integer("Hash")) << c.where();
+        EXPECT_EQ(record.m_digestValue.view(), c.text("Digest")) << c.where();
+        EXPECT_EQ(!record.m_transforms.isEmpty(), c.boolean("HasTransforms")) << c.where();
+    });
+}
+
+// Every truncation, and every byte left out, of the expressions that are taken apart.
+TEST(TextRoutines, DamagedExpressionsDoNoHarm) {
+    const std::string whole =
+        "not(//ancestor-or-self::cac:AdditionalDocumentReference[cbc:ID='QR'])";
+    LogNull log;
+    ClsXmlDSig verifier;
+    for (std::size_t i = 0; i <= whole.size(); ++i) {
+        std::string without = whole;
+        without.erase(i, 1);
+        for (const std::string& expression : {whole.substr(0, i), without}) {
+            StringBuffer xml("<r><a>1</a></r>");
+            const StringBuffer xPath(expression);
+            const bool known = verifier.transformXPath(
+                nullptr, xml, StringBuffer("http://www.w3.org/TR/1999/REC-xpath-19991116"), xPath,
+                log);
+            EXPECT_EQ(known, dsig::recogniseXPath(StringBuffer(), xPath).option != 0) << expression;
+            EXPECT_EQ(xml.view(), "<r><a>1</a></r>") << expression;
+        }
+    }
+    const dsig::ElementWithIdTexts texts =
+        dsig::elementWithIdTexts(StringBuffer("not(//ancestor-or-self::*[cbc:ID='QR'])"));
+    const dsig::ElementWithIdTexts cut =
+        dsig::elementWithIdTexts(StringBuffer("not(//ancestor-or-self::*[ID='QR'])"));
+    EXPECT_EQ(texts.startTag.view(), "<*:cbc>");
+    EXPECT_EQ(cut.startTag.view(), "<*:ID>");
+    EXPECT_EQ(cut.mustContain.view(), "<'QR':)>_QR_</'QR':)>");
+    EXPECT_EQ(texts.mustContain.view(), "<ID:'QR'>)</ID:'QR'>");
+}
+
+TEST(Selector, StaysWithinTheSignatures) {
+    ClsXmlDSig verifier;
+    XString two("<r><Signature Id='a'><SignedInfo/></Signature><Signature Id='b'/></r>");
+    XString none("<r/>");
+    ASSERT_TRUE(verifier.LoadSignature(two));
+    for (const auto& [set, get] : {std::pair{1, 1}, {2, 1}, {5, 1}, {-3, 0}, {INT_MAX, 1}}) {
+        verifier.put_Selector(set);
+        EXPECT_EQ(verifier.get_Selector(), get) << set;
+    }
+    XString id("b");
+    verifier.put_Selector(0);
+    EXPECT_TRUE(verifier.SelectById(id));
+    EXPECT_EQ(verifier.get_Selector(), 1);
+    XString unknown("B");
+    EXPECT_FALSE(verifier.SelectById(unknown));
+    EXPECT_EQ(verifier.get_Selector(), 1);
+    ASSERT_TRUE(verifier.LoadSignature(two));
+    EXPECT_EQ(verifier.get_Selector(), 0) << "a load selects the first";
+    ASSERT_TRUE(verifier.LoadSignature(none));
+    verifier.put_Selector(3);
+    EXPECT_EQ(verifier.get_Selector(), 0);
+    EXPECT_FALSE(verifier.VerifySignature(true));
+}
+
+} // namespace
+} // namespace vantrel::test
