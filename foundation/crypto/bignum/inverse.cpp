@@ -232,13 +232,17 @@ bool invertModulo(std::span<Limb> z, std::span<const Limb> x, std::span<const Li
         }
         addMultiple(d, 0, modulus, words);
     }
+    // Reduced while it is signed: above n it may not fit into z.
     while (d[words - 1] < 0) {
         addMultiple(d, 1, modulus, words);
     }
-    fromSigned(z, d, words);
-    while (!lessThan(z, n)) {
-        subtract(z, n);
+    for (Signed less = d;; d = less) {
+        addMultiple(less, -1, modulus, words);
+        if (less[words - 1] < 0) {
+            break;
+        }
     }
+    fromSigned(z, d, words);
     return true;
 }
 

@@ -68,6 +68,26 @@ inline void subtractModulo(FieldElement<N>& z, const FieldElement<N>& x, const F
     }
 }
 
+// z := x / 2 mod m for odd m: an odd x becomes even by adding m.
+template <std::size_t N>
+inline void halveModulo(FieldElement<N>& z, const FieldElement<N>& x,
+                        const FieldElement<N>& m) noexcept {
+    const Limb mask = 0 - (x[0] & 1);
+    FieldElement<N> t;
+    Limb carry = 0;
+#pragma GCC unroll 9
+    for (std::size_t i = 0; i < N; ++i) {
+        const DoubleLimb sum = static_cast<DoubleLimb>(x[i]) + (m[i] & mask) + carry;
+        t[i] = static_cast<Limb>(sum);
+        carry = static_cast<Limb>(sum >> kLimbBits);
+    }
+#pragma GCC unroll 9
+    for (std::size_t i = 0; i + 1 < N; ++i) {
+        z[i] = t[i] >> 1 | t[i + 1] << (kLimbBits - 1);
+    }
+    z[N - 1] = t[N - 1] >> 1 | carry << (kLimbBits - 1);
+}
+
 // A prime and -1/p modulo 2^64, which follows it in memory.
 template <std::size_t N> struct MontgomeryPrime {
     FieldElement<N> p;
@@ -143,6 +163,17 @@ public:
     }
     void subtract(Element& z, const Element& x, const Element& y) const noexcept {
         subtractModulo(z, x, y, m_prime.p);
+    }
+    // z := 3 x, z := x / 2 and z := x - 2 y
+    void triple(Element& z, const Element& x) const noexcept {
+        Element twice;
+        add(twice, x, x);
+        add(z, twice, x);
+    }
+    void halve(Element& z, const Element& x) const noexcept { halveModulo(z, x, m_prime.p); }
+    void subtractTwice(Element& z, const Element& x, const Element& y) const noexcept {
+        subtract(z, x, y);
+        subtract(z, z, y);
     }
     [[nodiscard]] bool isZero(const Element& x) const noexcept { return x == Element{}; }
     [[nodiscard]] bool equal(const Element& x, const Element& y) const noexcept { return x == y; }

@@ -71,23 +71,28 @@ public:
     }
 
     static void add(Element& z, const Element& x, const Element& y) noexcept {
-        Element t;
-        for (std::size_t i = 0; i < kLimbs; ++i) {
-            t[i] = x[i] + y[i];
-        }
-        carryOnce(z, t);
+        combine(z, [&](std::size_t i) { return digit(x, i) + digit(y, i); });
     }
-
     static void subtract(Element& z, const Element& x, const Element& y) noexcept {
-        // 4p added digit by digit keeps every digit non-negative.
-        constexpr Limb kLow = 4 * ((Limb{1} << 58) - 1);
-        constexpr Limb kTop = 4 * ((Limb{1} << 57) - 1);
+        combine(z, [&](std::size_t i) { return digit(x, i) + kFourP[i] - digit(y, i); });
+    }
+    // z := 3 x, z := x / 2 and z := x - 2 y
+    static void triple(Element& z, const Element& x) noexcept {
+        combine(z, [&](std::size_t i) { return 3 * digit(x, i); });
+    }
+    static void subtractTwice(Element& z, const Element& x, const Element& y) noexcept {
+        combine(z, [&](std::size_t i) { return digit(x, i) + 2 * (kFourP[i] - digit(y, i)); });
+    }
+    static void halve(Element& z, const Element& x) noexcept {
+        // 2^521 = 1, so that the lowest bit goes to the top: 2^520 is bit 56 of the ninth digit.
+        const Limb low = digit(x, 0) & 1;
         Element t;
+#pragma GCC unroll 9
         for (std::size_t i = 0; i + 1 < kLimbs; ++i) {
-            t[i] = x[i] + kLow - y[i];
+            t[i] = (digit(x, i) >> 1) + ((digit(x, i + 1) & 1) << (kDigitBits - 1));
         }
-        t[kLimbs - 1] = x[kLimbs - 1] + kTop - y[kLimbs - 1];
-        carryOnce(z, t);
+        t[kLimbs - 1] = (digit(x, kLimbs - 1) >> 1) + (low << (kDigitBits - 2));
+        z = t;
     }
 
     [[nodiscard]] static bool isZero(const Element& x) noexcept {
@@ -141,12 +146,38 @@ private:
     static constexpr Element kP = {~Limb{0}, ~Limb{0}, ~Limb{0}, ~Limb{0}, ~Limb{0},
                                    ~Limb{0}, ~Limb{0}, ~Limb{0}, 0x1ff};
 
-    // Digits below 2^62 become at most 2^58 + 2^5, all carries moving one place at once.
-    static void carryOnce(Element& z, const Element& t) noexcept {
-        z[0] = (t[0] & kMask) + 2 * (t[kLimbs - 1] >> kDigitBits);
-        for (std::size_t i = 1; i < kLimbs; ++i) {
-            z[i] = (t[i] & kMask) + (t[i - 1] >> kDigitBits);
+    // 4p in digits that none of an element's exceeds, so that differences stay non-negative.
+    static constexpr Element kFourP = {4 * kMask, 4 * kMask, 4 * kMask, 4 * kMask,   4 * kMask,
+                                       4 * kMask, 4 * kMask, 4 * kMask, 4 * kTopMask};
+
+    // x[i]. Digits were stored one by one; the compiler must not load them in pairs (which it does
+    // when it may), for such a load waits until the stores have reached the cache.
+    static Limb digit(const Element& x, std::size_t i) noexcept {
+        Limb value = x[i];
+#if defined(__GNUC__)
+        __asm__("" : "+r"(value));
+#endif
+        return value;
+    }
+
+    // z := the digits that `sum` gives, each below 2^62; all carries move one place at once, which
+    // leaves at most 2^58 + 2^5.
+    template <class Sum> static void combine(Element& z, const Sum& sum) noexcept {
+        Limb first = 0;
+        Limb carry = 0;
+        Element t;
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < kLimbs; ++i) {
+            const Limb value = sum(i);
+            if (i == 0) {
+                first = value & kMask;
+            } else {
+                t[i] = (value & kMask) + carry;
+            }
+            carry = value >> kDigitBits;
         }
+        t[0] = first + 2 * carry;
+        z = t;
     }
 
     static void carrySums(Element& z, std::array<DoubleLimb, kLimbs>& sums) noexcept {

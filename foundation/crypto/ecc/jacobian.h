@@ -28,45 +28,40 @@ public:
 
     [[nodiscard]] const Field& field() const noexcept { return m_field; }
 
-    // p := 2p. 3M+5S, 2M+5S for a = 0, 4M+6S for any a.
+    // p := 2p, with M = (3 X^2 + a Z^4) / 2 and S = X Y^2: X3 = M^2 - 2 S, Y3 = M (S - X3) - Y^4,
+    // Z3 = Y Z. 3M+4S, 4M+4S for a = -3, 4M+6S for any a.
     void doubleInPlace(Jacobian& p) const noexcept {
         const Field& f = m_field;
-        Element alpha; // the tangent's slope: 3 X^2 + a Z^4
-        Element beta;
-        Element gamma;
+        Element m;
+        Element s;
+        Element yy;
         Element t;
-        f.square(gamma, p.y);
-        f.multiply(beta, p.x, gamma);
         if constexpr (kA == CoefficientA::MinusThree) {
-            Element delta;
-            f.square(delta, p.z);
-            f.subtract(alpha, p.x, delta);
-            f.add(t, p.x, delta);
-            f.multiply(alpha, alpha, t);
+            // 3 X^2 - 3 Z^4 = 3 (X - Z^2) (X + Z^2)
+            f.square(t, p.z);
+            f.subtract(m, p.x, t);
+            f.add(t, p.x, t);
+            f.multiply(m, m, t);
         } else {
-            f.square(alpha, p.x);
+            f.square(m, p.x);
         }
-        f.add(t, alpha, alpha);
-        f.add(alpha, alpha, t);
+        f.triple(m, m);
         if constexpr (kA == CoefficientA::Any) {
             f.square(t, p.z);
             f.square(t, t);
             f.multiply(t, t, m_a);
-            f.add(alpha, alpha, t);
+            f.add(m, m, t);
         }
-        f.multiply(t, p.y, p.z);
-        f.add(p.z, t, t);
-        f.add(beta, beta, beta);
-        f.add(beta, beta, beta); // 4 X Y^2
-        f.square(p.x, alpha);
-        f.subtract(p.x, p.x, beta);
-        f.subtract(p.x, p.x, beta);
-        f.add(gamma, gamma, gamma);
-        f.square(gamma, gamma); // 4 Y^4
-        f.subtract(beta, beta, p.x);
-        f.multiply(p.y, alpha, beta);
-        f.subtract(p.y, p.y, gamma);
-        f.subtract(p.y, p.y, gamma);
+        f.halve(m, m);
+        f.square(yy, p.y);
+        f.multiply(s, p.x, yy);
+        f.multiply(p.z, p.y, p.z);
+        f.square(t, m);
+        f.subtractTwice(p.x, t, s);
+        f.square(yy, yy);
+        f.subtract(s, s, p.x);
+        f.multiply(s, s, m);
+        f.subtract(p.y, s, yy);
     }
 
     // p := p + q, or p - q. 8M+3S (madd with H not doubled). The ratio of p's new Z to its old
@@ -114,8 +109,7 @@ public:
         f.multiply(h, h, hh); // H^3
         f.square(p.x, r);
         f.subtract(p.x, p.x, h);
-        f.subtract(p.x, p.x, v);
-        f.subtract(p.x, p.x, v);
+        f.subtractTwice(p.x, p.x, v);
         f.subtract(v, v, p.x);
         f.multiply(v, v, r);
         f.multiply(p.y, p.y, h);

@@ -33,6 +33,17 @@ public:
     static void subtract(Element& z, const Element& x, const Element& y) noexcept {
         adx::subtract(z, x, y, kP);
     }
+    // z := 3 x, z := x / 2 and z := x - 2 y
+    static void triple(Element& z, const Element& x) noexcept {
+        Element twice;
+        add(twice, x, x);
+        add(z, twice, x);
+    }
+    static void halve(Element& z, const Element& x) noexcept { halveModulo(z, x, kP); }
+    static void subtractTwice(Element& z, const Element& x, const Element& y) noexcept {
+        subtract(z, x, y);
+        subtract(z, z, y);
+    }
     [[nodiscard]] static bool isZero(const Element& x) noexcept {
         return (x[0] | x[1] | x[2] | x[3]) == 0;
     }

@@ -91,6 +91,10 @@ def bignum():
                     out.case(N=hexed(n), X=hexed(x), Z=hexed(pow(x, -1, n)))
                 except ValueError:
                     out.case(N=hexed(n), X=hexed(x), Z="none")
+    for n, x in ((2**192 - 2**64 - 1, 0x580874cd92e36a8d62dd95b8af3b672e9cb6b06301e45df0),
+                 (2**256 - 2**224 + 2**192 + 2**96 - 1,
+                  0x6f8ca3f99d2771c0e8efaf77afb51ae14c8d22c7d59186c0d32a60bf02db49f0)):
+        out.case(N=hexed(n), X=hexed(x), Z=hexed(pow(x, -1, n)))
     n = 3 * 5 * 7 * ((1 << 200) + 1)
     for x in (3, 35, n // 3, n // 5):
         out.case(N=hexed(n), X=hexed(x), Z="none")
