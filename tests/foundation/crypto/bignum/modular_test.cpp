@@ -129,6 +129,34 @@ TEST(InvertModulo, Vectors) {
     });
 }
 
+// x * (1/x) - 1 is a multiple of n, also where the last step leaves a number above n: with a
+// modulus just below a power of 2^64 that happens once in some thousand inversions.
+TEST(InvertModulo, RandomNumbers) {
+    RandomBytes random(13);
+    for (std::size_t limbs = 1; limbs <= kMaxInverseLimbs; ++limbs) {
+        for (int round = 0; round < 20000; ++round) {
+            Number n(limbs, ~Limb{0});
+            n[0] = random.word() | Limb{1} << 63 | 1;
+            Number x(limbs);
+            std::generate(x.begin(), x.end(), [&] { return random.word(); });
+            x.back() >>= 1;
+            Number z(limbs);
+            if (!invertModulo(z, x, n)) {
+                continue; // a common factor: the vectors have such cases
+            }
+            ASSERT_TRUE(lessThan(z, n));
+            Number product(2 * limbs);
+            for (std::size_t i = 0; i < limbs; ++i) {
+                product[i + limbs] = addScaled(std::span(product).subspan(i, limbs), x[i], z);
+            }
+            Number one(2 * limbs);
+            one[0] = 1;
+            subtract(product, one);
+            ASSERT_TRUE(isMultipleOf(product, n)) << limbs << ' ' << round;
+        }
+    }
+}
+
 TEST(IsMultipleOf, ProductsAndTheirNeighbours) {
     RandomBytes random(11);
     for (int round = 0; round < 200; ++round) {
