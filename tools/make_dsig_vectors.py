@@ -1083,6 +1083,19 @@ def references():
     WithReferences = false
     Reasons = 2
     """)
+    # Two gibibytes and one byte, all zero: what a sparse file holds.
+    zeros = hashlib.sha256()
+    for _ in range(2048):
+        zeros.update(bytes(1 << 20))
+    zeros.update(bytes(1))
+    case("references/external-sparse", "<r>{}</r>".format(
+        signature(ref("big.bin", b"", value=b64(zeros.digest())), key="hmac", method=MORE + "hmac-sha256")), """
+    What = the file is not there
+    Key = hmac
+    WithReferences = false
+    WithoutReferences = true
+    Reasons = 2
+    """)
     case("references/none", "<r>{}</r>".format(signature()), """
     What = a signature over nothing
     WithReferences = false
