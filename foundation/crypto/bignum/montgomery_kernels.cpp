@@ -10,6 +10,8 @@ constexpr MontgomeryKernel kKernels[] = {
 #if defined(__x86_64__)
     {"ifma", CpuFeature::Avx512 | CpuFeature::Avx512Ifma | CpuFeature::Bmi2, 52, true, 8,
      kIfmaMinLimbs, kIfmaMaxLimbs, montgomeryMultiplyIfma, montgomerySquareIfma},
+    {"adx", CpuFeature::Bmi2 | CpuFeature::Adx, 64, false, 1, 1, kMaxModulusLimbs,
+     montgomeryMultiplyAdx, montgomerySquareAdx},
 #endif
     {"portable", CpuFeature::None, 64, false, 1, 1, kMaxModulusLimbs, montgomeryMultiplyPortable,
      montgomerySquarePortable},

@@ -14,6 +14,11 @@ void montgomerySquarePortable(Limb* z, const Limb* x, const Limb* n, Limb negInv
                               std::size_t size) noexcept;
 
 #if defined(__x86_64__)
+void montgomeryMultiplyAdx(Limb* z, const Limb* x, const Limb* y, const Limb* n, Limb negInverse,
+                           std::size_t size) noexcept;
+void montgomerySquareAdx(Limb* z, const Limb* x, const Limb* n, Limb negInverse,
+                         std::size_t size) noexcept;
+
 // For 17 to 80 digits of 52 bits.
 inline constexpr std::size_t kIfmaMinLimbs = 16;
 inline constexpr std::size_t kIfmaMaxLimbs = 64;
