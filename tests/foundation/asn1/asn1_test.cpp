@@ -251,7 +251,7 @@ TEST(BerNormalize, KnownInput) {
             EXPECT_EQ(test::toHex(out), test::toHex(der)) << c.where();
             EXPECT_EQ(consumed, ber.size() - trailing) << c.where();
         }
-        ber.resize(ber.size() - 3);
+        ber.erase(ber.end() - 3, ber.end());
         for (std::size_t size = 0; size < ber.size(); ++size) {
             Bytes out;
             std::size_t consumed = 0;
