@@ -43,7 +43,7 @@ bool askAuthority(const cms::TimestampRequest& request, const _clsCades& cades, 
         log.LogDataLong("httpStatus", response.status);
         return false;
     }
-    if (!std::string_view(response.contentType).starts_with(kReplyType)) {
+    if (!response.contentType.starts_with(kReplyType)) {
         log.logText("unexpectedContentType", response.contentType);
     }
     reply = response.body;

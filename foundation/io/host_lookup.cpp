@@ -47,7 +47,7 @@ std::vector<SocketAddress> copied(const addrinfo* list) {
 // What the thread that asks and the thread that waits share.
 struct Question {
     std::string host;
-    std::uint16_t port;
+    std::uint16_t port = 0;
     std::mutex mutex;
     std::condition_variable answered;
     bool done = false;

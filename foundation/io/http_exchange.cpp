@@ -131,7 +131,7 @@ bool connect(const HttpUrl& url, Deadline deadline, TcpConnection& connection, L
 bool receive(TcpConnection& connection, const ExchangeLimits& limits, Deadline total,
              HttpResponse& response, LogBase& log) {
     HttpResponseReader reader(limits.bodyBytes);
-    std::array<std::uint8_t, 16384> room; // filled by the system before it is read
+    std::array<std::uint8_t, 16384> room{};
     for (;;) {
         std::size_t count = 0;
         const Deadline deadline = Deadline::earlier(total, Deadline(limits.readMs));
