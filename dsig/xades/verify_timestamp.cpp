@@ -135,7 +135,9 @@ bool ClsXmlDSig::verifyToken(const StringBuffer& token, DataBuffer& content, Log
         log.LogError("Failed to parse ASN.1 of encapsulated timestamp.");
         return false;
     }
-    if (!signedData.verifyOpaqueSignature(content, *this, getSystemCertsPtr(), log)) {
+    // A message that merely wraps such content was not checked as a time-stamp authority's.
+    if (!signedData.verifyOpaqueSignature(content, *this, getSystemCertsPtr(), log) ||
+        !signedData.isTimeStamp()) {
         logTimeStampFailure(log);
         return false;
     }
