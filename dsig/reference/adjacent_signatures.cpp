@@ -1,5 +1,7 @@
 #include "dsig/reference/adjacent_signatures.h"
 
+#include "foundation/text/strings.h"
+
 #include <string>
 
 namespace vantrel::dsig {
@@ -8,6 +10,17 @@ namespace {
 
 constexpr int kMostFollowing = 100;
 constexpr std::string_view kName = "Signature";
+
+// Behind the last `endTag` at or after `from`; npos when there is none. Searching forward is the
+// faster way: whatever is found lies behind all that the next element can be.
+std::size_t behindLast(std::string_view text, std::string_view endTag, std::size_t from) {
+    std::size_t end = std::string_view::npos;
+    for (std::size_t at = text::findText(text, endTag, from); at != std::string_view::npos;
+         at = text::findText(text, endTag, end)) {
+        end = at + endTag.size();
+    }
+    return end;
+}
 
 // Where the element that begins at the '<' at `open` ends by this rule; `open` when it is no
 // signature or has no end tag.
@@ -26,11 +39,8 @@ std::size_t endOfSignature(std::string_view text, std::size_t open) {
         }
     }
     endTag.append(kName).append(">");
-    const std::size_t last = text.rfind(endTag);
-    if (last == std::string_view::npos || last < nameStart + kName.size()) {
-        return open;
-    }
-    return last + endTag.size();
+    const std::size_t end = behindLast(text, endTag, nameStart + kName.size());
+    return end == std::string_view::npos ? open : end;
 }
 
 } // namespace
