@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -207,28 +209,36 @@ void runCase(VecCase& c, const std::string& folder) {
     }
 }
 
+// The folders with cases, by their group.
+const std::map<std::string, std::vector<std::string>>& casesByGroup() {
+    static const std::map<std::string, std::vector<std::string>> cases = [] {
+        std::map<std::string, std::vector<std::string>> found;
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(vectorPath("dsig"))) {
+            if (entry.path().filename() == "case.vec") {
+                const std::filesystem::path folder = entry.path().parent_path();
+                found[folder.parent_path().filename().string()].push_back(folder.string());
+            }
+        }
+        return found;
+    }();
+    return cases;
+}
+
 std::vector<std::string> groups() {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(vectorPath("dsig"))) {
-        if (entry.is_directory() && entry.path().filename() != "keys") {
-            names.push_back(entry.path().filename().string());
-        }
+    for (const auto& [group, folders] : casesByGroup()) {
+        names.push_back(group);
     }
-    std::sort(names.begin(), names.end());
     return names;
 }
 
 class DocumentVectors : public testing::TestWithParam<std::string> {};
 
 TEST_P(DocumentVectors, GiveTheVerdictsReasonsAndLinesTheySay) {
-    std::size_t cases = 0;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(vectorPath("dsig/" + GetParam()))) {
-        const std::string folder = entry.path().string();
+    for (const std::string& folder : casesByGroup().at(GetParam())) {
         forEachVector(folder + "/case.vec", "runs", [&](VecCase& c) { runCase(c, folder); });
-        ++cases;
     }
-    EXPECT_GT(cases, 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Groups, DocumentVectors, testing::ValuesIn(groups()),
