@@ -89,18 +89,21 @@ VANTREL_IFMA void multiplyVectors(Limb* z, const Limb* x, const Limb* y, const L
     const Limb n1 = n[1];
     Limb q = 0;
     Limb carry = 0;
+    __m512i lastDigit = zero;
     for (std::size_t i = 0; i < steps; ++i) {
         // Invariant: lane 0 of r is digit i of the sum, without the shares of x * y[i], of the last
-        // q and of the carry. The shares of q are summed apart: one chain through r for all four
-        // products would be too long.
+        // q and of the carry; r[0] also lacks the high halves of x * y[i - 1]. What can be summed
+        // apart is, lest the chain through r become too long.
         const __m512i digit = _mm512_set1_epi64(static_cast<long long>(y[i]));
         const __m512i factor = _mm512_set1_epi64(static_cast<long long>(q));
+        const __m512i high0 = _mm512_madd52hi_epu64(zero, xs[0], lastDigit);
+        r[0] = _mm512_add_epi64(r[0], _mm512_madd52lo_epu64(high0, xs[0], digit));
 #pragma GCC unroll 10
-        for (std::size_t v = 0; v < V; ++v) {
+        for (std::size_t v = 1; v < V; ++v) {
             r[v] = _mm512_madd52lo_epu64(r[v], xs[v], digit);
         }
         const Limb high = static_cast<Limb>((static_cast<DoubleLimb>(q) * n0Shifted) >> kLimbBits);
-        const Limb sum = lowLane(r[0]) + ((q * n1) & kMask52) + high + carry;
+        const Limb sum = lowLane(r[0]) + (((q * n1) & kMask52) + high + carry);
         q = (sum * negInverse) & kMask52;
         carry = (sum + kMask52) >> 52; // q[i] * n[0] fills the low 52 bits up to a carry, or zero
 #pragma GCC unroll 10
@@ -112,9 +115,13 @@ VANTREL_IFMA void multiplyVectors(Limb* z, const Limb* x, const Limb* y, const L
 #pragma GCC unroll 10
         for (std::size_t v = 0; v < V; ++v) {
             r[v] = nextLane(v + 1 < V ? r[v + 1 < V ? v + 1 : v] : zero, r[v]);
-            r[v] = _mm512_madd52hi_epu64(r[v], xs[v], digit);
+            if (v > 0) {
+                r[v] = _mm512_madd52hi_epu64(r[v], xs[v], digit);
+            }
         }
+        lastDigit = digit;
     }
+    r[0] = _mm512_madd52hi_epu64(r[0], xs[0], lastDigit);
     const __m512i factor = _mm512_set1_epi64(static_cast<long long>(q));
 #pragma GCC unroll 10
     for (std::size_t v = 0; v < V; ++v) {
