@@ -5,7 +5,7 @@
 
 #include "foundation/asn1/der_writer.h"
 #include "tests/foundation/cms/cms_support.h"
-#include "tests/foundation/cms/test_authority.h"
+#include "tests/support/test_authority.h"
 
 #include <algorithm>
 #include <string>

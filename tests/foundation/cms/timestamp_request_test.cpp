@@ -5,8 +5,8 @@
 #include "foundation/io/ClsHttp.h"
 #include "foundation/json/ClsJsonObject.h"
 #include "tests/foundation/cms/cms_support.h"
-#include "tests/foundation/cms/test_authority.h"
-#include "tests/foundation/io/loopback_server.h"
+#include "tests/support/loopback_server.h"
+#include "tests/support/test_authority.h"
 
 #include <chrono>
 #include <functional>

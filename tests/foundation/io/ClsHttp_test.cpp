@@ -1,8 +1,8 @@
 #include "foundation/io/ClsHttp.h"
 
 #include "foundation/log/ClsBinData.h"
-#include "tests/foundation/io/loopback_server.h"
 #include "tests/support/bytes.h"
+#include "tests/support/loopback_server.h"
 #include "tests/support/recording_log.h"
 
 #include <chrono>

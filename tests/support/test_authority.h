@@ -1,5 +1,5 @@
-#ifndef TESTS_FOUNDATION_CMS_TEST_AUTHORITY_H
-#define TESTS_FOUNDATION_CMS_TEST_AUTHORITY_H
+#ifndef TESTS_SUPPORT_TEST_AUTHORITY_H
+#define TESTS_SUPPORT_TEST_AUTHORITY_H
 
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
