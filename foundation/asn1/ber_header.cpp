@@ -37,6 +37,9 @@ bool readBerHeader(ByteView ber, BerHeader& header) noexcept {
     if (!readTag(ber, header) || ber.size() - header.tagSize < 1) {
         return false;
     }
+    if (header.isUniversal() && header.number == 0 && (ber[0] != 0 || ber[1] != 0)) {
+        return false; // X.690 8.1.5: the number 0 is for the end-of-contents octets alone
+    }
     const std::size_t first = ber[header.tagSize];
     const ByteView rest = ber.subspan(header.tagSize + 1);
     if (first < 0x80) {
