@@ -32,8 +32,8 @@ public:
     static void removeDnTags(const XString& dn, XString& out);
 
     // Appends the text of a DER Name (header included): RFC 4514 escapes, components parted by ",".
-    // `mostSpecificFirst`: the order of RFC 4514, the reverse of the encoding (within a multi-valued
-    // component too). False, with `out` unchanged, when it is malformed.
+    // `mostSpecificFirst`: the order of RFC 4514, the reverse of the encoding (within a
+    // multi-valued component too). False, with `out` unchanged, when it is malformed.
     static bool fromDer(ByteView name, bool mostSpecificFirst, StringBuffer& out);
 };
 
