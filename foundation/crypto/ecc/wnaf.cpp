@@ -1,6 +1,7 @@
 #include "foundation/crypto/ecc/wnaf.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace vantrel::crypto {
 namespace {
@@ -23,6 +24,7 @@ Limb bitsAt(std::span<const Limb> k, std::size_t position, std::size_t count) no
 
 std::size_t recodeWnaf(std::span<std::int16_t> digits, std::span<const Limb> k, std::size_t first,
                        std::size_t count, unsigned width) noexcept {
+    assert(width >= 2 && width <= 15 && digits.size() > count);
     std::fill(digits.begin(), digits.end(), std::int16_t{0});
     std::size_t length = 0;
     Limb carry = 0;
