@@ -115,7 +115,7 @@ std::string referenceLines(const JsonValue& signature) {
     return out;
 }
 
-std::string keyLine(const JsonValue& key) {
+std::string keyLine(std::string_view label, const JsonValue& key) {
     std::string text = printable(textOf(key, "type"));
     if (const std::string_view curve = textOf(key, "curve"); !curve.empty()) {
         text += " " + printable(curve);
@@ -126,10 +126,10 @@ std::string keyLine(const JsonValue& key) {
     if (const std::string_view subject = textOf(key, "subject"); !subject.empty()) {
         text += ", " + printable(subject);
     }
-    std::string out = line(flagOf(key, "used") ? "key" : "tried", text);
-    if (const std::string_view issuer = textOf(key, "issuer"); !issuer.empty()) {
-        out += line("", "issued by " + printable(issuer) + ", serial 0x" +
-                            printable(textOf(key, "serial")));
+    std::string out = line(label, text);
+    if (const std::string_view serial = textOf(key, "serial"); !serial.empty()) {
+        out += line("", "issued by " + printable(textOf(key, "issuer")) + ", serial 0x" +
+                            printable(serial));
         out += line("", "valid from " + printable(textOf(key, "notBefore")) + " to " +
                             printable(textOf(key, "notAfter")));
     }
@@ -141,7 +141,11 @@ std::string keyLines(const JsonValue& signature) {
     std::string used;
     std::string all;
     for (const JsonValue& key : listOf(signature, "keys")) {
-        (flagOf(key, "used") ? used : all) += keyLine(key);
+        if (flagOf(key, "used")) {
+            used += keyLine("key", key);
+        } else {
+            all += keyLine("tried", key);
+        }
     }
     return used.empty() ? all : used;
 }
@@ -229,7 +233,13 @@ std::string descriptionText(std::string_view json) {
         out += line("keyinfo",
                     printable(textOf(entry, "element")) + (holds.empty() ? "" : ": " + holds));
     }
+    for (const JsonValue& key : listOf(signature, "keys")) {
+        out += keyLine("key", key);
+    }
     out += line("stamp", flagOf(signature, "timestamp") ? "present" : "absent");
+    if (const std::string words = wordsOf(signature, "warnings"); !words.empty()) {
+        out += line("warnings", coloured(words, Colour::Note));
+    }
     return out;
 }
 

@@ -1,7 +1,5 @@
 #include "dsig/keys/certificate_text.h"
 
-#include "dsig/keys/key_sources.h"
-#include "foundation/asn1/asn1_time.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
@@ -40,6 +38,14 @@ void noteSeen(const VantrelX509& cert, StringHashSet& seen, LogBase& log) {
 }
 
 } // namespace
+
+bool checkNumberOfCertificates(std::size_t count, LogBase& log) {
+    if (count <= kMaxKeyInfoCertificates) {
+        return true;
+    }
+    log.LogError("The X509Data has more than 1000 certificates.");
+    return false;
+}
 
 bool loadCertificateText(StringBuffer& base64, StringHashSet& seen, VantrelX509& cert,
                          LogBase& log) {
@@ -124,29 +130,16 @@ KeyReport describeKey(const ClsPublicKey& key, std::string_view source, const Va
     report.bits = static_cast<int>(key.keyBits());
     report.curve = key.curveName();
     report.weak = key.isWeak();
-    report.fromDocument = source == keysource::kKeyValue || source == keysource::kCertificate ||
-                          source == keysource::kSecurityToken;
-    if (cert == nullptr || !cert->isLoaded()) {
-        return report;
-    }
-    LogNull log;
-    XString text;
-    report.hasCertificate = true;
-    cert->getDN(true, true, text, log, 0);
-    report.subject = text.getUtf8Sb().view();
-    cert->getDN(false, true, text, log, 0);
-    report.issuer = text.getUtf8Sb().view();
-    cert->get_SerialNumber(text, log);
-    report.serial = text.getUtf8Sb().view();
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
-    if (cert->validity(notBefore, notAfter)) {
-        asn1::appendIsoTime(notBefore, report.notBefore);
-        asn1::appendIsoTime(notAfter, report.notAfter);
+    if (cert != nullptr && cert->isLoaded()) {
+        report.certificate = *cert;
+        // Dates that cannot be read are those of no valid certificate.
         const std::int64_t now = std::chrono::duration_cast<std::chrono::seconds>(
                                      std::chrono::system_clock::now().time_since_epoch())
                                      .count();
-        report.outsideValidity = now < notBefore || now > notAfter;
+        report.outsideValidity =
+            !cert->validity(notBefore, notAfter) || now < notBefore || now > notAfter;
     }
     return report;
 }

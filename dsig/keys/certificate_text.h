@@ -4,6 +4,7 @@
 #include "dsig/object/verification_report.h"
 #include "foundation/text/StringBuffer.h"
 
+#include <cstddef>
 #include <string_view>
 
 namespace vantrel {
@@ -18,6 +19,11 @@ namespace dsig {
 
 // Size hint of the set of certificates already taken in one walk over a KeyInfo.
 inline constexpr int kSeenSetSize = 79;
+
+// Each certificate becomes a key of some ten kilobytes, so their number is limited. False, with an
+// error line, above the limit.
+inline constexpr std::size_t kMaxKeyInfoCertificates = 1000;
+[[nodiscard]] bool checkNumberOfCertificates(std::size_t count, LogBase& log);
 
 // Loads a certificate from base64 text, in which character references for carriage returns are
 // removed (in place), and notes its issuer with serial, and its subject, as seen.
@@ -42,7 +48,7 @@ struct IssuerSerial {
 // Appends the comma-separated components of a name in reverse order.
 void reverseSubjectNameDN(const StringBuffer& dn, StringBuffer& out, LogBase& log);
 
-// What reports say of a key; `cert` is the certificate it came from, or null.
+// What reports say of a key from this source; `cert` is the certificate it came from, or null.
 [[nodiscard]] KeyReport describeKey(const ClsPublicKey& key, std::string_view source,
                                     const VantrelX509* cert);
 

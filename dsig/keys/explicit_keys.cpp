@@ -1,6 +1,7 @@
 // Keys that the caller supplies, and the collector of all candidate keys.
 
 #include "dsig/keys/key_sources.h"
+#include "dsig/keys/known_to_caller.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"
@@ -103,11 +104,22 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
     if (!keyInfoOnly) {
         auto* const explicitKey = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
         if (explicitKey != nullptr) {
+            noteKeysKnownToCaller(keys, *explicitKey);
             appendKey(keys, Ref<ClsPublicKey>::share(explicitKey), dsig::keysource::kExplicit,
                       nullptr);
         }
     }
     return keys.getSize() > 0;
+}
+
+// A key of the document that the caller named as well is not the document's alone.
+void ClsXmlDSig::noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& explicitKey) {
+    for (int i = 0; i < keys.getSize(); ++i) {
+        const auto* const key = static_cast<const ClsPublicKey*>(keys.elementAt(i));
+        if (dsig::isSameKey(key->key(), explicitKey.key())) {
+            m_report.keys[static_cast<std::size_t>(i)].fromDocument = false;
+        }
+    }
 }
 
 } // namespace vantrel

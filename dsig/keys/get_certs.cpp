@@ -58,8 +58,9 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStri
             Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:X509Data"))) {
         const std::vector<xml::ElementId> elements = x509Data->childrenWithTag("*:X509Certificate");
         log.LogDataLong("NumX509Certificates", static_cast<std::int64_t>(elements.size()));
-        for (const xml::ElementId element : elements) {
-            dsig::handleOn(*x509Data, element)->getContentSb(base64);
+        const bool few = dsig::checkNumberOfCertificates(elements.size(), log);
+        for (std::size_t i = 0; few && i < elements.size(); ++i) {
+            dsig::handleOn(*x509Data, elements[i])->getContentSb(base64);
             if (!base64.isEmpty()) {
                 appendCert(base64, seen, out, log);
             }

@@ -2,6 +2,7 @@
 
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/key_sources.h"
+#include "dsig/keys/known_to_caller.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/child_elements.h"
 #include "foundation/log/LogContextExitor.h"
@@ -100,6 +101,9 @@ void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, StringHashSet& seen, Ext
                                       LogBase& log) {
     const std::vector<xml::ElementId> certificates = x509Data.childrenWithTag("*:X509Certificate");
     log.LogDataLong("numX509Certificates", static_cast<std::int64_t>(certificates.size()));
+    if (!dsig::checkNumberOfCertificates(certificates.size(), log)) {
+        return;
+    }
     for (const xml::ElementId certificate : certificates) {
         const Ref<ClsXml> element = dsig::handleOn(x509Data, certificate);
         StringBuffer content;
@@ -141,15 +145,19 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
 }
 
 // Takes over a key that a certificate gave, with what the report says of that certificate.
-void ClsXmlDSig::appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, std::string_view source) {
+void ClsXmlDSig::appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key,
+                                const dsig::KeySource& source) {
     if (key != nullptr) {
         appendKey(keys, Ref<ClsPublicKey>::adopt(key), source, &m_keyCertificate);
     }
 }
 
-void ClsXmlDSig::appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, std::string_view source,
-                           const VantrelX509* cert) {
-    m_report.keys.push_back(dsig::describeKey(*key, source, cert));
+void ClsXmlDSig::appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key,
+                           const dsig::KeySource& source, const VantrelX509* cert) {
+    dsig::KeyReport report = dsig::describeKey(*key, source.name, cert);
+    report.fromDocument =
+        source.inDocument && (cert == nullptr || !dsig::storeHolds(getSystemCertsPtr(), *cert));
+    m_report.keys.push_back(std::move(report));
     keys.appendRefCounted(key.release());
 }
 

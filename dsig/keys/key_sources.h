@@ -3,18 +3,27 @@
 
 #include <string_view>
 
-// Where a candidate key came from, as reports name it.
-namespace vantrel::dsig::keysource {
+namespace vantrel::dsig {
 
-inline constexpr std::string_view kKeyValue = "KeyValue";
-inline constexpr std::string_view kCertificate = "X509Certificate";
-inline constexpr std::string_view kIssuerSerial = "X509IssuerSerial";
-inline constexpr std::string_view kSubjectName = "X509SubjectName";
-inline constexpr std::string_view kSubjectKeyId = "X509SKI";
-inline constexpr std::string_view kKeyIdentifier = "KeyIdentifier";
-inline constexpr std::string_view kSecurityToken = "BinarySecurityToken";
-inline constexpr std::string_view kExplicit = "explicit";
+// Where a candidate key came from.
+struct KeySource {
+    std::string_view name; // as reports name it
+    bool inDocument;       // the key itself stands in the document, whoever put it there
+};
 
-} // namespace vantrel::dsig::keysource
+namespace keysource {
+
+inline constexpr KeySource kKeyValue{"KeyValue", true};
+inline constexpr KeySource kCertificate{"X509Certificate", true};
+inline constexpr KeySource kIssuerSerial{"X509IssuerSerial", false};
+inline constexpr KeySource kSubjectName{"X509SubjectName", false};
+inline constexpr KeySource kSubjectKeyId{"X509SKI", false};
+inline constexpr KeySource kKeyIdentifier{"KeyIdentifier", false};
+inline constexpr KeySource kKeyIdentifierCertificate{"KeyIdentifier", true};
+inline constexpr KeySource kSecurityToken{"BinarySecurityToken", true};
+inline constexpr KeySource kExplicit{"explicit", false};
+
+} // namespace keysource
+} // namespace vantrel::dsig
 
 #endif

@@ -10,6 +10,7 @@ namespace vantrel::dsig {
 namespace {
 
 const char* const kToken = "*:BinarySecurityToken";
+constexpr int kMaxPathCertificates = 100;
 
 // The base64 of the last certificate of a PKI path: a DER sequence of certificates, the signer's
 // last.
@@ -26,6 +27,10 @@ bool pkiPathV1_to_cert(const StringBuffer& in, StringBuffer& out, LogBase& log) 
     const Ref<ClsXml> path = Ref<ClsXml>::adopt(ClsXml::createNewCls());
     if (!path || !path->loadXml(xml, false, log) || path->get_NumChildren() == 0) {
         log.LogError("Invalid binary security token content..");
+        return false;
+    }
+    if (path->get_NumChildren() > kMaxPathCertificates) {
+        log.LogError("The PKI path has more than 100 certificates.");
         return false;
     }
     path->getChild2(path->get_NumChildren() - 1);

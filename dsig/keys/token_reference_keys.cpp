@@ -54,9 +54,10 @@ void ClsXmlDSig::keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayR
     identifier->getAttrValue("ValueType", valueType);
     log.LogDataSb("ValueType", valueType);
 
+    const bool isCertificate = valueType.endsWith("#X509v3");
     std::unique_ptr<CertificateHolder> holder;
     CertRecord* record = nullptr;
-    if (valueType.endsWith("#X509v3")) {
+    if (isCertificate) {
         holder.reset(CertificateHolder::createFromBase64(content.getString(), content.getSize(),
                                                          store, log));
         record = holder ? holder->getCertPtr(log) : nullptr;
@@ -65,7 +66,9 @@ void ClsXmlDSig::keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayR
     }
     VantrelX509* const cert = record != nullptr ? record->getX509Ptr() : nullptr;
     if (cert != nullptr) {
-        appendFoundKey(keys, publicKeyFromX509(*cert, log), dsig::keysource::kKeyIdentifier);
+        appendFoundKey(keys, publicKeyFromX509(*cert, log),
+                       isCertificate ? dsig::keysource::kKeyIdentifierCertificate
+                                     : dsig::keysource::kKeyIdentifier);
     }
 }
 
@@ -88,11 +91,11 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, StringHashSet& 
         log.LogInfo(
             "Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
         token = dsig::findAnyToken(*m_xmlRoot);
+        if (!token) {
+            dsig::logNoToken(log);
+            return false;
+        }
         m_report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
-    }
-    if (!token) {
-        dsig::logNoToken(log);
-        return false;
     }
     StringBuffer content;
     token->getContentSb(content);

@@ -37,6 +37,7 @@ class CanonSink;
 
 namespace dsig {
 struct DigestInput;
+struct KeySource;
 struct LoadedStructure;
 struct VerifyRun;
 } // namespace dsig
@@ -202,6 +203,7 @@ private:
     dsig::LoadedStructure& structure();
     void beginReport();
     void finishReport();
+    void describeKeys();
     void nameElements();
     void reportUncheckedReferences();
     void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
@@ -302,9 +304,10 @@ private:
     [[nodiscard]] ClsPublicKey* publicKeyFromCertBase64(StringBuffer& base64, StringHashSet& seen,
                                                         LogBase& log);
     [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
-    void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, std::string_view source);
-    void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, std::string_view source,
+    void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
+    void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,
                    const VantrelX509* cert);
+    void noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& explicitKey);
     // Look-ups in the certificate store: a new key, or the certificate as base64.
     [[nodiscard]] ClsPublicKey* getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
                                                                   const StringBuffer& serialHex,

@@ -1,6 +1,9 @@
 #include "dsig/object/verification_report.h"
 
+#include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/XString.h"
 
 #include <algorithm>
 
@@ -37,6 +40,15 @@ ReferenceReport& SignatureReport::reference(int refIndex) {
     return *added;
 }
 
+void writeCodes(std::string_view name, const CodeSet& codes, JsonWriter& out) {
+    out.key(name);
+    out.beginArray();
+    for (const std::string_view code : codes.codes()) {
+        out.text(code);
+    }
+    out.endArray();
+}
+
 namespace {
 
 // RefFailReason codes.
@@ -56,15 +68,6 @@ std::string_view statusOf(const ReferenceReport& reference) {
     return reference.reason == kReasonNoData ? "missing" : "error";
 }
 
-void writeCodes(JsonWriter& out, std::string_view name, const CodeSet& codes) {
-    out.key(name);
-    out.beginArray();
-    for (const std::string_view code : codes.codes()) {
-        out.text(code);
-    }
-    out.endArray();
-}
-
 void writeReference(JsonWriter& out, const ReferenceReport& reference) {
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(reference.index));
@@ -80,8 +83,30 @@ void writeReference(JsonWriter& out, const ReferenceReport& reference) {
         out.textMember("element", reference.element);
         out.textMember("path", reference.path);
     }
-    writeCodes(out, "accommodations", reference.accommodations);
+    writeCodes("accommodations", reference.accommodations, out);
     out.endObject();
+}
+
+// Texts of a certificate, made when a report is read.
+void writeCertificate(JsonWriter& out, const VantrelX509& certificate) {
+    LogNull log;
+    XString text;
+    certificate.getDN(true, true, text, log, 0);
+    out.textMember("subject", text.getUtf8Sb().view());
+    certificate.getDN(false, true, text, log, 0);
+    out.textMember("issuer", text.getUtf8Sb().view());
+    certificate.get_SerialNumber(text, log);
+    out.textMember("serial", text.getUtf8Sb().view());
+    std::int64_t notBefore = 0;
+    std::int64_t notAfter = 0;
+    std::string first;
+    std::string last;
+    if (certificate.validity(notBefore, notAfter)) {
+        asn1::appendIsoTime(notBefore, first);
+        asn1::appendIsoTime(notAfter, last);
+    }
+    out.textMember("notBefore", first);
+    out.textMember("notAfter", last);
 }
 
 void writeKey(JsonWriter& out, const KeyReport& key) {
@@ -92,12 +117,8 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
     if (!key.curve.empty()) {
         out.textMember("curve", key.curve);
     }
-    if (key.hasCertificate) {
-        out.textMember("subject", key.subject);
-        out.textMember("issuer", key.issuer);
-        out.textMember("serial", key.serial);
-        out.textMember("notBefore", key.notBefore);
-        out.textMember("notAfter", key.notAfter);
+    if (key.certificate.isLoaded()) {
+        writeCertificate(out, key.certificate);
     }
     if (key.used) {
         out.booleanMember("used", true);
@@ -106,6 +127,15 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
 }
 
 } // namespace
+
+void writeKeys(const std::vector<KeyReport>& keys, JsonWriter& out) {
+    out.key("keys");
+    out.beginArray();
+    for (const KeyReport& key : keys) {
+        writeKey(out, key);
+    }
+    out.endArray();
+}
 
 void writeReport(const SignatureReport& report, StringBuffer& json) {
     JsonWriter out(json);
@@ -124,20 +154,15 @@ void writeReport(const SignatureReport& report, StringBuffer& json) {
         writeReference(out, reference);
     }
     out.endArray();
-    out.key("keys");
-    out.beginArray();
-    for (const KeyReport& key : report.keys) {
-        writeKey(out, key);
-    }
-    out.endArray();
+    writeKeys(report.keys, out);
     out.textMember("timestamp", report.timestamp);
     if (!report.timestampTime.empty()) {
         out.textMember("timestampTime", report.timestampTime);
         out.textMember("timestampAuthority", report.timestampAuthority);
         out.booleanMember("timestampTrusted", report.timestampTrusted);
     }
-    writeCodes(out, "warnings", report.warnings);
-    writeCodes(out, "accommodations", report.accommodations);
+    writeCodes("warnings", report.warnings, out);
+    writeCodes("accommodations", report.accommodations, out);
     out.endObject();
 }
 

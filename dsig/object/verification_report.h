@@ -2,17 +2,23 @@
 #define DSIG_OBJECT_VERIFICATION_REPORT_H
 
 #include "foundation/text/StringBuffer.h"
+#include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/scan/xml_document.h"
 
 #include <string>
 #include <string_view>
 #include <vector>
 
+namespace vantrel::json {
+class JsonWriter;
+} // namespace vantrel::json
+
 namespace vantrel::dsig {
 
 // Every leniency that a verification used, by its fixed code.
 namespace accommodation {
 inline constexpr std::string_view kAttrSortEmulated = "c14n.attr-sort-emulated";
+inline constexpr std::string_view kUnknownInclusive = "c14n.unknown-inclusive";
 inline constexpr std::string_view kDigestHex = "digest.hex";
 inline constexpr std::string_view kDigestUnknownSha1 = "digest.unknown-sha1";
 inline constexpr std::string_view kDigestTolerated = "digest.tolerated";
@@ -64,20 +70,15 @@ struct ReferenceReport {
 };
 
 struct KeyReport {
-    std::string_view source; // "KeyValue", "X509Certificate", ..., "SetPublicKey", "SetHmacKey"
+    std::string_view source; // "KeyValue", "X509Certificate", ..., "explicit"
     std::string type;        // "RSA", "DSA", "EC", "HMAC"
     int bits = 0;
     std::string curve;
     bool weak = false;
     bool fromDocument = false;
     bool used = false;
-    bool hasCertificate = false;
-    std::string subject;
-    std::string issuer;
-    std::string serial;
-    std::string notBefore; // ISO 8601
-    std::string notAfter;
     bool outsideValidity = false;
+    VantrelX509 certificate; // that the key came from; empty for none
 };
 
 // What one verification found out: the operation's structured result.
@@ -105,6 +106,10 @@ struct SignatureReport {
     ReferenceReport& reference(int refIndex);
 };
 
+// The codes as the member `name` of a JSON object.
+void writeCodes(std::string_view name, const CodeSet& codes, json::JsonWriter& out);
+// The candidate keys as the member "keys" of a JSON object.
+void writeKeys(const std::vector<KeyReport>& keys, json::JsonWriter& out);
 // The report as one JSON object.
 void writeReport(const SignatureReport& report, StringBuffer& json);
 

@@ -159,6 +159,9 @@ void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log
     bool endedEarly = false;
     const int used = dsig::tryKeys(run, log, endedEarly);
     summarise = !endedEarly;
+    if (run.wrongKey) {
+        m_report.reason = dsig::kWrongKeyLine;
+    }
     if (used >= 0 && static_cast<std::size_t>(used) < m_report.keys.size()) {
         m_report.keys[static_cast<std::size_t>(used)].used = true;
     }

@@ -97,9 +97,13 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         }
         out.endArray();
         writeKeyInfo(*signature, out);
+        describeKeys();
+        dsig::writeKeys(m_report.keys, out);
+        dsig::writeCodes("warnings", m_report.warnings, out);
         out.booleanMember("timestamp", m_report.timestamp != "absent");
         out.endObject();
         m_report = {};
+        m_log.clearLastJsonData();
         return frame.result(true);
     } catch (const std::bad_alloc&) {
         return frame.outOfMemory();

@@ -32,20 +32,15 @@ void warnOfHash(const StringBuffer& algorithm, SignatureReport& report) {
     }
 }
 
-void warnOfKeys(SignatureReport& report) {
-    for (const dsig::KeyReport& key : report.keys) {
-        if (!key.used) {
-            continue;
-        }
-        if (key.fromDocument) {
-            report.warnings.add("key-from-document");
-        }
-        if (key.weak) {
-            report.warnings.add("weak-key");
-        }
-        if (key.outsideValidity) {
-            report.warnings.add("certificate-outside-validity");
-        }
+void warnOfKey(const dsig::KeyReport& key, SignatureReport& report) {
+    if (key.fromDocument) {
+        report.warnings.add("key-from-document");
+    }
+    if (key.weak) {
+        report.warnings.add("weak-key");
+    }
+    if (key.outsideValidity) {
+        report.warnings.add("certificate-outside-validity");
     }
 }
 
@@ -69,6 +64,8 @@ void warnOfReferences(SignatureReport& report, bool documentCovered) {
 void ClsXmlDSig::beginReport() {
     m_report = {};
     m_report.present = true;
+    // Stands in the log until the next operation forgets it, and the report with it.
+    m_log.setLastJsonData(StringBuffer("{}"));
     m_report.profile = profileName();
     m_report.index = m_selector;
     const ClsXml* const signature = selectedSignature();
@@ -88,7 +85,7 @@ void ClsXmlDSig::beginReport() {
 }
 
 void ClsXmlDSig::finishReport() {
-    if (!m_report.valid) {
+    if (!m_report.valid && m_report.reason.empty()) {
         m_report.reason = m_log.lastErrorLine();
     }
     warnOfHash(m_report.signatureMethod, m_report);
@@ -99,7 +96,30 @@ void ClsXmlDSig::finishReport() {
             documentCovered || reference.covers == "document" || reference.coveredElement == 0;
     }
     warnOfReferences(m_report, documentCovered);
-    warnOfKeys(m_report);
+    for (const dsig::KeyReport& key : m_report.keys) {
+        if (key.used) {
+            warnOfKey(key, m_report);
+        }
+    }
+}
+
+// The keys that KeyInfo gives, and what can be said against them and against the algorithms before
+// anything is verified.
+void ClsXmlDSig::describeKeys() {
+    LogNull quiet(m_log);
+    ExtPtrArrayRc keys;
+    static_cast<void>(getPublicKey(true, keys, quiet));
+    for (const dsig::KeyReport& key : m_report.keys) {
+        warnOfKey(key, m_report);
+    }
+    warnOfHash(m_report.signatureMethod, m_report);
+    for (int i = get_NumReferences(); i-- > 0;) {
+        if (const Ref<ClsXml> element = Ref<ClsXml>::adopt(getReference(i, quiet))) {
+            DSigReference reference;
+            reference.parseReference(*element, quiet);
+            warnOfHash(reference.m_digestMethod, m_report);
+        }
+    }
 }
 
 // What the reference's digest covers, in the document as it was loaded.
@@ -154,7 +174,7 @@ void ClsXmlDSig::nameElements() {
 
 void ClsXmlDSig::reportHmacKey(bool used) {
     dsig::KeyReport key;
-    key.source = dsig::keysource::kExplicit;
+    key.source = dsig::keysource::kExplicit.name;
     key.type = "HMAC";
     key.bits = static_cast<int>(m_hmacKey.getSize()) * 8;
     key.used = used;
@@ -165,7 +185,7 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
     const CritSecExitor lock(m_critSec);
     try {
         // Written when somebody asks, since many a verification's result is never read.
-        if (m_report.present) {
+        if (m_report.present && !m_log.lastJsonData().isEmpty()) {
             nameElements();
             StringBuffer text;
             dsig::writeReport(m_report, text);

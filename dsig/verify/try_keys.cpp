@@ -18,7 +18,7 @@ namespace {
 constexpr int kPaddingPkcs1 = 1;
 constexpr int kPaddingPss = 3;
 
-enum class KeyVerdict { Verified, SignatureInvalid, TryNextKey };
+enum class KeyVerdict { Verified, SignatureInvalid, WrongKey, Failed };
 
 // PKCS #1 v1.5, or PSS when the method's identifier names MGF1.
 KeyVerdict verifyWithRsaKey(const VerifyRun& run, RsaKeyData& key, LogBase& log) {
@@ -31,12 +31,12 @@ KeyVerdict verifyWithRsaKey(const VerifyRun& run, RsaKeyData& key, LogBase& log)
                                                 run.hashAlg, verified, key, 0, true, wrongKey, log);
 
     if (!ran && wrongKey) {
-        log.LogInfo("Not the correct key.");
-        return KeyVerdict::TryNextKey;
+        log.LogInfo(kWrongKeyLine);
+        return KeyVerdict::WrongKey;
     }
     if (!ran) {
         log.LogError("RSA verify hash failed.");
-        return KeyVerdict::TryNextKey;
+        return KeyVerdict::Failed;
     }
     if (verified) {
         log.LogInfo("The RSA signature was verified.");
@@ -62,10 +62,12 @@ int tryRsaKeys(VerifyRun& run, LogBase& log) {
         }
         RsaKeyData* const rsa = key->key().getRsaKeyPtr();
         if (rsa == nullptr) {
+            run.wrongKey = false;
             log.LogError("Public key is not an RSA key.");
             continue;
         }
         const KeyVerdict verdict = verifyWithRsaKey(run, *rsa, log);
+        run.wrongKey = verdict == KeyVerdict::WrongKey;
         if (verdict == KeyVerdict::Verified) {
             run.verified = true;
             return i;

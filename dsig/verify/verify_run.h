@@ -26,7 +26,11 @@ struct VerifyRun {
     DataBuffer hash; // empty when the method names no digest
     ExtPtrArrayRc keys;
     bool verified = false;
+    bool wrongKey = false; // the key tried last was not the signer's
 };
+
+// The line of the log for that, which is no error line.
+inline constexpr const char* kWrongKeyLine = "Not the correct key.";
 
 // Tries the candidate keys of the run's key type in turn, or the HMAC key, and sets `verified`.
 // Returns the index of the key that verified, -1 when there is none. `endedEarly`: the verification

@@ -4,6 +4,7 @@
 #include "foundation/text/DataBuffer.h"
 #include "tests/support/bytes.h"
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -80,6 +81,27 @@ inline std::string withoutHexEscapes(std::string_view name) {
         }
     }
     return out;
+}
+
+// The decimal digits of a number in hexadecimal, computed by hand: documents write serials so.
+inline std::string decimalOf(const std::string& hex) {
+    const bool negative = hex.starts_with("-");
+    std::vector<int> digits{0}; // least significant first
+    for (const char c : hex.substr(negative ? 1 : 0)) {
+        int carry = c <= '9' ? c - '0' : c - 'A' + 10;
+        for (int& digit : digits) {
+            carry += digit * 16;
+            digit = carry % 10;
+            carry /= 10;
+        }
+        for (; carry != 0; carry /= 10) {
+            digits.push_back(carry % 10);
+        }
+    }
+    std::string text = negative ? "-" : "";
+    std::for_each(digits.rbegin(), digits.rend(),
+                  [&](int d) { text += static_cast<char>('0' + d); });
+    return text;
 }
 
 } // namespace vantrel::test

@@ -24,27 +24,6 @@ namespace {
 
 using test::CorpusCertificate;
 
-// The decimal digits of a number in hexadecimal, computed by hand: documents write serials so.
-std::string decimalOf(const std::string& hex) {
-    const bool negative = hex.starts_with("-");
-    std::vector<int> digits{0}; // least significant first
-    for (const char c : hex.substr(negative ? 1 : 0)) {
-        int carry = c <= '9' ? c - '0' : c - 'A' + 10;
-        for (int& digit : digits) {
-            carry += digit * 16;
-            digit = carry % 10;
-            carry /= 10;
-        }
-        for (; carry != 0; carry /= 10) {
-            digits.push_back(carry % 10);
-        }
-    }
-    std::string text = negative ? "-" : "";
-    std::for_each(digits.rbegin(), digits.rend(),
-                  [&](int d) { text += static_cast<char>('0' + d); });
-    return text;
-}
-
 // The components between the commas of a name, trimmed and written backwards: how the verifier
 // hands a document's name on, without regard to commas inside values.
 std::string reversedAtCommas(const std::string& dn) {
@@ -116,7 +95,7 @@ TEST_F(CorpusVault, IssuerAndDecimalSerialFindEveryCertificate) {
             continue;
         }
         SCOPED_TRACE(one.file);
-        XString serial(decimalOf(one.serial));
+        XString serial(test::decimalOf(one.serial));
         ASSERT_TRUE(serial.reencode("decimal", "hex"));
         const std::string issuer = one.issuerCn.substr(0, one.issuerCn.find(" + "));
         const VantrelX509* const found =

@@ -1,0 +1,64 @@
+#include "dsig/keys/known_to_caller.h"
+
+#include "foundation/crypto/dsa/DsaKeyData.h"
+#include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/rsa/RsaKeyData.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/XString.h"
+#include "foundation/x509/SystemCerts.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/keys/_vlPublicKey.h"
+
+#include <algorithm>
+
+namespace vantrel::dsig {
+
+namespace {
+
+bool equal(ByteView one, ByteView other) noexcept {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end());
+}
+
+bool equal(const RsaKeyData& one, const RsaKeyData& other) noexcept {
+    return equal(one.modulus(), other.modulus()) && equal(one.exponent(), other.exponent());
+}
+
+bool equal(const DsaKeyData& one, const DsaKeyData& other) noexcept {
+    return equal(one.p(), other.p()) && equal(one.q(), other.q()) && equal(one.g(), other.g()) &&
+           equal(one.y(), other.y());
+}
+
+bool equal(const EccVerifier& one, const EccVerifier& other) noexcept {
+    return one.curve() == other.curve() && equal(one.point(), other.point());
+}
+
+} // namespace
+
+bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
+    if (one.kind() != other.kind()) {
+        return false;
+    }
+    switch (one.kind()) {
+    case KeyKind::Rsa: return equal(*one.getRsaKeyPtr(), *other.getRsaKeyPtr());
+    case KeyKind::Dsa: return equal(*one.getDsaKeyPtr(), *other.getDsaKeyPtr());
+    case KeyKind::Ec: return equal(*one.getEccKeyPtr(), *other.getEccKeyPtr());
+    case KeyKind::None: break;
+    }
+    return false;
+}
+
+bool storeHolds(SystemCerts* store, const VantrelX509& cert) {
+    if (store == nullptr || store->numVaults() == 0) {
+        return false;
+    }
+    LogNull log;
+    XString issuerCn;
+    XString serial;
+    cert.get_IssuerCN(issuerCn, log);
+    cert.get_SerialNumber(serial, log);
+    const VantrelX509* const held =
+        store->findX509(serial.getUtf8(), issuerCn.getUtf8(), nullptr, log);
+    return held != nullptr && equal(held->certificate(), cert.certificate());
+}
+
+} // namespace vantrel::dsig
