@@ -3,6 +3,7 @@
 #include "dsig/xades/timestamp_identifiers.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
+#include "foundation/xml/canon/escape.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/tree/ClsXml.h"
 
@@ -17,6 +18,7 @@ namespace {
 const char* const kExclusiveC14n = "http://www.w3.org/2001/10/xml-exc-c14n#";
 const char* const kXades122 = "http://uri.etsi.org/01903/v1.2.2#";
 const char* const kXades132 = "http://uri.etsi.org/01903/v1.3.2#";
+const char* const kXadesFamily = "http://uri.etsi.org/01903/"; // its versions
 
 std::string freshId() {
     StringBuffer id;
@@ -29,8 +31,8 @@ class Declarations final {
 public:
     // `place`: the element that the markup goes into.
     explicit Declarations(const ClsXml& place) {
-        add(place, "xades", kXades132);
-        add(place, "ds", xml::kXmlDsigNamespace);
+        add(place, "xades", kXades132, kXadesFamily);
+        add(place, "ds", xml::kXmlDsigNamespace, xml::kXmlDsigNamespace);
     }
     // What the caller declares itself.
     void drop(std::string_view prefix) { m_missing.erase(std::string(prefix)); }
@@ -47,9 +49,12 @@ public:
     }
 
 private:
-    void add(const ClsXml& place, const char* prefix, std::string_view name) {
+    // A prefix that stands for anything but `family` is declared anew.
+    void add(const ClsXml& place, const char* prefix, std::string_view name,
+             std::string_view family) {
         std::string_view bound;
-        if (!place.document()->lookUpNamespace(place.elementId(), prefix, bound)) {
+        if (!place.document()->lookUpNamespace(place.elementId(), prefix, bound) ||
+            !bound.starts_with(family)) {
             m_missing.emplace(prefix, name);
         }
     }
@@ -87,7 +92,9 @@ std::string qualifyingProperties(const ClsXml& signature, const StringBuffer& si
     }
     xml += declarations.text();
     if (!signatureId.isEmpty()) {
-        xml += " Target=\"#" + std::string(signatureId.view()) + "\"";
+        xml += " Target=\"#";
+        xml::appendAttributeEscaped(signatureId.view(), xml);
+        xml += '"';
     }
     return xml + ">" + unsignedProperties("") + "</xades:QualifyingProperties>";
 }
