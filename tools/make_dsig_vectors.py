@@ -359,6 +359,16 @@ def zatca():
     WithReferences = false
     Reasons = 0 1
     """)
+    case("zatca/enveloped", enveloped('<Invoice><Sum>1</Sum>@</Invoice>', ENVELOPED, INC, id="signature"), """
+    What = an ordinary enveloped signature
+    WithReferences = true
+    Reasons = 0
+
+    What = by the rules a signature of this Id is not taken out, since the expressions do that
+    Options = ZATCA
+    WithReferences = false
+    Reasons = 1
+    """)
     # Twenty bytes that the key has signed somewhere else are not the hash of an invoice.
     case("zatca/short-hash", document(signed, b"twenty octets, no m."), """
     What = the first digest is not of its method's size
@@ -409,6 +419,16 @@ def simple_profiles():
     Log = URI is the entire XML document.
     Accommodations =
     """)
+    case("cma-stp/no-document", enveloped(envelope.format("<Sum>5</Sum>"), ENVELOPED, INC), GOOD + """
+    Profile = cma-stp
+    """ + changed("<Sum>5 => <Sum>6") + """
+
+    What = an end tag whose start tag has no attributes: all behind it is cut off, and the rest is no document
+    Change = <Sum>5</Sum> => <Document>5</Document>
+    WithReferences = false
+    Reasons = 5
+    Log = Failed to canonicalize XML fragment.
+    """, "")
     part = '<Document xmlns="urn:d" Id="d"><Sum>5</Sum></Document>'
     inherited = part.replace('xmlns="urn:d"', 'xmlns="urn:d" xmlns:e="urn:cma:stp:xsd:stp"')
     case("cma-stp/by-id", envelope.format(part).replace("@", signature(ref("#d", c14n(inherited), INC))),
@@ -1243,6 +1263,7 @@ def methods():
     WithoutReferences = true
     Log = Unrecognized canonicalization method.
     Log = canonicalizationMethod: urn:no-such-method
+    Accommodations = c14n.unknown-inclusive
 
     What = and its value decides
     Change = urn:no-such-method => urn:other-method

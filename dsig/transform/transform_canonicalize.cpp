@@ -75,9 +75,12 @@ bool _clsXmlDSigBase::canonicalizeWorkingText(const ClsXml* transform, dsig::Wor
     }
     if (m_cmaStpDocument && fragmentId.isEmpty()) {
         StringBuffer& document = text.change();
+        const std::uint32_t whole = document.getSize();
         document.removeBefore("<Document ", false);
         document.chopAtSubstr("</Document>", true);
-        dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+        if (document.getSize() != whole) {
+            dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+        }
     }
     canonicalizer.m_document = text.structure();
     canonicalizer.m_omitted = text.omitted();

@@ -30,6 +30,7 @@ bool ClsXmlDSig::configureCanonicalizer(dsig::VerifyRun& run, XmlCanon& canonica
             // No failure: the inclusive method is tried, and the signature value decides.
             log.LogError("Unrecognized canonicalization method.");
             log.LogDataSb("canonicalizationMethod", run.c14nAlgorithm);
+            m_report.accommodations.add(dsig::accommodation::kUnknownInclusive);
         }
     }
     canonicalizer.m_withComments = run.c14nAlgorithm.containsSubstringNoCase("WithComments");
