@@ -7,6 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,6 +33,12 @@ bool open(std::string_view path, int flags, FileHandle& file, LogBase& log) {
         return false;
     }
     return true;
+}
+
+bool cannotWrite(std::string_view path, LogBase& log) {
+    log.LogError("The file cannot be written.");
+    log.logText("filePath", path);
+    return false;
 }
 
 // One buffer that takes the expected size at once, and grows when there is more.
@@ -75,6 +85,45 @@ bool readOrClear(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& 
     return false;
 }
 
+bool writeAll(int descriptor, std::string_view path, ByteView bytes, LogBase& log) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return cannotWrite(path, log);
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+// The file behind all links; the path as it is where that cannot be told.
+std::string resolved(const std::string& path) {
+    const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr),
+                                                      &std::free);
+    return real != nullptr ? std::string(real.get()) : path;
+}
+
+// Writes a new file beside `path` and renames it. `before`: the file that is replaced, whose access
+// rights the new one takes over; null when there is none.
+bool replaceFile(const std::string& path, const struct stat* before, ByteView bytes, LogBase& log) {
+    const std::string fresh = path + "." + std::to_string(::getpid()) + ".part";
+    FileHandle file;
+    if (!open(fresh, O_WRONLY | O_CREAT | O_EXCL, file, log)) {
+        return false;
+    }
+    // A full disk may show only when the bytes are made to reach it.
+    const bool written = writeAll(file.get(), path, bytes, log);
+    const bool kept = before == nullptr || ::fchmod(file.get(), before->st_mode & 07777) == 0;
+    if (written && kept && ::fsync(file.get()) == 0 && ::rename(fresh.c_str(), path.c_str()) == 0) {
+        return true;
+    }
+    ::unlink(fresh.c_str());
+    return written ? cannotWrite(path, log) : false;
+}
+
 } // namespace
 
 bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out, LogBase& log) {
@@ -91,23 +140,14 @@ bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log) {
 }
 
 bool writeFile(std::string_view path, ByteView bytes, LogBase& log) {
-    FileHandle file;
-    if (!open(path, O_WRONLY | O_CREAT | O_TRUNC, file, log)) {
-        return false;
+    struct stat status {};
+    const std::string name(path);
+    const bool exists = name.find('\0') == std::string::npos && ::stat(name.c_str(), &status) == 0;
+    if (exists && !S_ISREG(status.st_mode)) {
+        FileHandle file;
+        return open(path, O_WRONLY, file, log) && writeAll(file.get(), path, bytes, log);
     }
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            log.LogError("The file cannot be written.");
-            log.logText("filePath", path);
-            return false;
-        }
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
+    return replaceFile(exists ? resolved(name) : name, exists ? &status : nullptr, bytes, log);
 }
 
 } // namespace vantrel::io

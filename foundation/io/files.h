@@ -20,7 +20,10 @@ namespace io {
                             LogBase& log);
 [[nodiscard]] bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log);
 
-// Writes a file, replacing what was there. False, with an error line, when that fails.
+// Writes a file, replacing what was there in one step: the bytes go to a new file in the same
+// folder, which then takes the name. False, with an error line, when that fails; what was there is
+// then unchanged. A name that stands for a pipe or device is written to as it is; a link is
+// followed, and stays.
 [[nodiscard]] bool writeFile(std::string_view path, ByteView bytes, LogBase& log);
 
 } // namespace io

@@ -9,12 +9,15 @@
 #include "tests/support/process.h"
 #include "tests/support/recording_log.h"
 
+#include <csignal>
 #include <filesystem>
+#include <iterator>
 #include <set>
 #include <string>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -161,6 +164,41 @@ TEST(Files, ReadsWholeFilesUpToTheLimit) {
     EXPECT_FALSE(io::readFile(folder.file("none"), 10, data, log));
     EXPECT_FALSE(io::readFile(folder.path(), 10, data, log));
     EXPECT_FALSE(io::writeFile(folder.path(), {}, log));
+}
+
+// A file that cannot be written whole leaves everything as it was.
+TEST(Files, WritesWholeFilesOrNothing) {
+    const TempDir folder;
+    RecordingLog log;
+    const std::string path = folder.write("old", "what was there");
+    const std::string link = folder.file("link");
+    ASSERT_EQ(::symlink("old", link.c_str()), 0);
+    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+    const auto entries = [&] {
+        return std::distance(std::filesystem::directory_iterator(folder.path()), {});
+    };
+
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{1000, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool written = io::writeFile(path, Bytes(1001, 'x'), log);
+    const bool fresh = io::writeFile(folder.file("fresh"), Bytes(1001, 'x'), log);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(written || fresh);
+    EXPECT_TRUE(log.hasError("The file cannot be written.")) << log.errors;
+    EXPECT_EQ(readText(path), "what was there");
+    EXPECT_EQ(entries(), 2);
+
+    ASSERT_TRUE(io::writeFile(link, bytesOf("new"), log)) << log.errors;
+    EXPECT_EQ(readText(path), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(path).permissions()), 0640U);
+    EXPECT_FALSE(io::writeFile(std::string_view("old\0x", 5), {}, log));
+    EXPECT_FALSE(io::writeFile(folder.file("none/file"), {}, log));
+    EXPECT_EQ(entries(), 2);
 }
 
 TEST(Psdk, GeneratorStaysInItsRange) {
