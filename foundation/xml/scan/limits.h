@@ -16,8 +16,10 @@ inline constexpr std::uint64_t kMaxEntityExpansion = 64ULL * 1024 * 1024;
 inline constexpr std::uint64_t kMaxEntityAmplification = 1'000;
 inline constexpr std::uint64_t kSmallEntityExpansion = 1024ULL * 1024;
 inline constexpr std::uint32_t kMaxEntityNesting = 1'000; // entities in entities
-// Attribute defaults that a document's elements take on: bytes beside four times the document.
+// Attribute defaults that a document's elements take on: bytes beside four times the document. Each
+// default counts with its name, its value and what it costs beside them.
 inline constexpr std::uint64_t kMaxDefaultBytes = 64ULL * 1024 * 1024;
+inline constexpr std::uint64_t kDefaultOverhead = 16;
 inline constexpr std::uint32_t kMaxModelNesting = 1'000; // parentheses in an element declaration
 
 } // namespace vantrel::xml

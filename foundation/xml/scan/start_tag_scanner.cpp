@@ -236,7 +236,7 @@ bool DocumentScanner::addDefaults(std::string_view element, std::uint32_t offset
             fail(offset, "Limit passed: the number of attributes with their defaults");
             return false;
         }
-        m_defaultBytes += name.size() + declaredAttribute.value.size();
+        m_defaultBytes += name.size() + declaredAttribute.value.size() + kDefaultOverhead;
         if (m_defaultBytes > kMaxDefaultBytes + 4 * std::uint64_t{m_size}) {
             fail(offset, "Limit passed: the size of attribute defaults");
             return false;

@@ -2,6 +2,7 @@
 
 #include <ctime>
 #include <functional>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -87,19 +88,44 @@ TEST(XmlLimits, EntityExpansion) {
         "");
 }
 
-TEST(XmlLimits, ParameterEntitiesDefaultsAndModels) {
+// At the bound, to the byte: one long default, and many empty ones, which cost memory all the same.
+TEST(XmlLimits, AttributeDefaults) {
+    for (const auto& [count, length] :
+         {std::pair<std::size_t, std::size_t>{1, 1U << 16}, {1000, 0}}) {
+        const std::string value = " CDATA '" + std::string(length, 'x') + "' ";
+        std::string start = "<!DOCTYPE a [<!ATTLIST b ";
+        for (std::size_t i = 0; i < count; ++i) {
+            start += "d" + std::to_string(1000 + i) + value;
+        }
+        start += ">]><a>";
+        const std::size_t each = count * (5 + length + xml::kDefaultOverhead);
+        const auto document = [&](std::size_t elements, std::size_t padding) {
+            return start + repeat("<b/>", elements) + std::string(padding, ' ') + "</a>";
+        };
+        // n elements fit when n * each <= kMaxDefaultBytes + 4 * size; each adds 4 bytes of text.
+        const std::size_t fixed = start.size() + 4;
+        const std::size_t fit = (xml::kMaxDefaultBytes + 4 * fixed) / (each - 16);
+        EXPECT_EQ(parseXml(document(fit, 0)).verdict(), "") << length;
+        expectRefused(document(fit + 1, 0), "the size of attribute defaults");
+        // A longer document may take more.
+        const std::size_t missing = (fit + 1) * (each - 16) - xml::kMaxDefaultBytes - 4 * fixed;
+        EXPECT_EQ(parseXml(document(fit + 1, (missing + 3) / 4)).verdict(), "") << length;
+        expectRefused(document(fit + 1, (missing + 3) / 4 - 1), "the size of attribute defaults");
+    }
+    // An attribute that is written takes no default.
+    EXPECT_EQ(parseXml("<!DOCTYPE a [<!ATTLIST b d CDATA '" + std::string(1 << 20, 'x') +
+                       "'>]><a>" + repeat("<b d=''/>", 200) + "</a>")
+                  .verdict(),
+              "");
+}
+
+TEST(XmlLimits, ParameterEntitiesAndModels) {
     std::string parameters = "<!DOCTYPE a [<!ENTITY % p0 '<!---->'>";
     for (int i = 1; i <= 12; ++i) {
         parameters += "<!ENTITY % p" + std::to_string(i) + " '" +
                       repeat("&#37;p" + std::to_string(i - 1) + ";", 10) + "'>";
     }
     expectRefused(parameters + "%p12;]><a/>", "the amplification of entities");
-    const auto defaults = [](std::size_t elements) {
-        return "<!DOCTYPE a [<!ATTLIST b d CDATA '" + std::string(1 << 16, 'x') + "'>]><a>" +
-               repeat("<b/>", elements) + "</a>";
-    };
-    EXPECT_EQ(parseXml(defaults(1000)).verdict(), "");
-    expectRefused(defaults(1100), "the size of attribute defaults");
     const auto model = [](std::size_t depth) {
         return "<!DOCTYPE a [<!ELEMENT a " + repeat("(", depth) + "b" + repeat(")", depth) +
                ">]><a/>";
