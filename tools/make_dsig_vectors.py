@@ -880,6 +880,7 @@ def digests():
     WithReferences = true
     Reasons = 0
     Accommodations = digest.tolerated
+    Warning = digest-tolerated
 
     What = the word counts as written only
     Change = <Sum>1 => <Sum>2

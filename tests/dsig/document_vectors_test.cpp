@@ -186,6 +186,13 @@ void checkVerification(VecCase& c, const Setting& setting, bool references, bool
     if (references && c.has("Profile")) {
         EXPECT_EQ(textOf(report, "profile"), c.text("Profile")) << c.where();
     }
+    for (const std::string& warning : c.all("Warning")) {
+        const auto& given = report.find("warnings")->elements();
+        EXPECT_TRUE(!references ||
+                    std::any_of(given.begin(), given.end(),
+                                [&](const auto& value) { return value.text() == warning; }))
+            << c.where() << warning;
+    }
     if (references && c.has("Accommodations")) {
         const std::vector<std::string> list = words(c.text("Accommodations"));
         EXPECT_EQ(accommodationsOf(report), std::set<std::string>(list.begin(), list.end()))
