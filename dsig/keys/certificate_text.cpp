@@ -1,12 +1,12 @@
 #include "dsig/keys/certificate_text.h"
 
+#include "dsig/keys/seen_certificates.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/arrays.h"
 #include "foundation/text/encoders.h"
 #include "foundation/x509/DistinguishedName.h"
-#include "foundation/x509/StringHashSet.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -14,30 +14,6 @@
 #include <chrono>
 
 namespace vantrel::dsig {
-
-namespace {
-
-StringBuffer issuerSerialKey(const StringBuffer& issuerCn, const StringBuffer& serialHex) {
-    StringBuffer key = issuerCn;
-    key.append2(":", serialHex.getString());
-    return key;
-}
-
-void noteSeen(const VantrelX509& cert, StringHashSet& seen, LogBase& log) {
-    XString issuerCn;
-    XString serial;
-    cert.get_IssuerCN(issuerCn, log);
-    cert.get_SerialNumber(serial, log);
-    seen.hashAddKey(issuerSerialKey(issuerCn.getUtf8Sb(), serial.getUtf8Sb()).getString());
-
-    XString subject;
-    cert.getDN(true, true, subject, log, 0);
-    StringBuffer subjectKey;
-    DistinguishedName::toVlCanonHashKey(subject.getUtf8(), subjectKey, log);
-    seen.hashAddKey(subjectKey.getString());
-}
-
-} // namespace
 
 bool checkNumberOfCertificates(std::size_t count, LogBase& log) {
     if (count <= kMaxKeyInfoCertificates) {
@@ -47,7 +23,7 @@ bool checkNumberOfCertificates(std::size_t count, LogBase& log) {
     return false;
 }
 
-bool loadCertificateText(StringBuffer& base64, StringHashSet& seen, VantrelX509& cert,
+bool loadCertificateText(StringBuffer& base64, SeenCertificates& seen, VantrelX509& cert,
                          LogBase& log) {
     base64.replaceAllOccurances("&#13;", "");
     base64.replaceAllOccurances("&#xD;", "");
@@ -60,7 +36,7 @@ bool loadCertificateText(StringBuffer& base64, StringHashSet& seen, VantrelX509&
         log.LogError("Failed to parse X.509 certificate.");
         return false;
     }
-    noteSeen(cert, seen, log);
+    seen.add(cert);
     return true;
 }
 
@@ -82,11 +58,10 @@ bool readIssuerSerial(const ClsXml& x509Data, IssuerSerial& name, LogBase& log) 
     }
     name.issuerCn.trim2();
     name.serialHex = serial.getUtf8Sb();
-    name.key = issuerSerialKey(name.issuerCn, name.serialHex);
     return true;
 }
 
-bool readUnseenSubjectName(const ClsXml& keyInfo, const StringHashSet& seen, StringBuffer& reversed,
+bool readUnseenSubjectName(const ClsXml& keyInfo, SeenCertificates& seen, StringBuffer& reversed,
                            LogBase& log) {
     StringBuffer subject;
     if (!keyInfo.getChildContentUtf8("*:X509Data|*:X509SubjectName", subject, false) ||
@@ -95,7 +70,7 @@ bool readUnseenSubjectName(const ClsXml& keyInfo, const StringHashSet& seen, Str
     }
     StringBuffer key;
     DistinguishedName::toVlCanonHashKey(subject.getString(), key, log);
-    if (seen.hashContainsSb(key)) {
+    if (seen.hasSubject(key, log)) {
         return false;
     }
     reverseSubjectNameDN(subject, reversed, log);

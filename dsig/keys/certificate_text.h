@@ -12,13 +12,11 @@ namespace vantrel {
 class ClsPublicKey;
 class ClsXml;
 class LogBase;
-class StringHashSet;
 class VantrelX509;
 
 namespace dsig {
 
-// Size hint of the set of certificates already taken in one walk over a KeyInfo.
-inline constexpr int kSeenSetSize = 79;
+class SeenCertificates;
 
 // Each certificate becomes a key of some ten kilobytes, so their number is limited. False, with an
 // error line, above the limit.
@@ -26,22 +24,21 @@ inline constexpr std::size_t kMaxKeyInfoCertificates = 1000;
 [[nodiscard]] bool checkNumberOfCertificates(std::size_t count, LogBase& log);
 
 // Loads a certificate from base64 text, in which character references for carriage returns are
-// removed (in place), and notes its issuer with serial, and its subject, as seen.
-[[nodiscard]] bool loadCertificateText(StringBuffer& base64, StringHashSet& seen, VantrelX509& cert,
-                                       LogBase& log);
+// removed (in place), and notes it as seen.
+[[nodiscard]] bool loadCertificateText(StringBuffer& base64, SeenCertificates& seen,
+                                       VantrelX509& cert, LogBase& log);
 
 // The X509IssuerSerial of an X509Data element.
 struct IssuerSerial {
     StringBuffer issuerCn;
     StringBuffer serialHex;
-    StringBuffer key; // both, as the seen-set holds them
 };
 // False when there is none, it is not complete, or the issuer's name has no common name.
 [[nodiscard]] bool readIssuerSerial(const ClsXml& x509Data, IssuerSerial& name, LogBase& log);
 
 // The X509SubjectName of a KeyInfo in reversed component order. False when there is none, or the
 // certificate it names was taken already.
-[[nodiscard]] bool readUnseenSubjectName(const ClsXml& keyInfo, const StringHashSet& seen,
+[[nodiscard]] bool readUnseenSubjectName(const ClsXml& keyInfo, SeenCertificates& seen,
                                          StringBuffer& reversed, LogBase& log);
 [[nodiscard]] bool readSubjectKeyId(const ClsXml& keyInfo, StringBuffer& ski);
 

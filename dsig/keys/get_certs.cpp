@@ -2,13 +2,13 @@
 
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/security_tokens.h"
+#include "dsig/keys/seen_certificates.h"
 #include "dsig/keys/store_lookup.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/child_elements.h"
 #include "foundation/log/ClsStringArray.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"
-#include "foundation/x509/StringHashSet.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/tree/ClsXml.h"
 
@@ -31,28 +31,29 @@ bool ClsXmlDSig::GetCerts(ClsStringArray& outCerts) {
     }
 }
 
-bool ClsXmlDSig::processCertBase64(StringBuffer& base64, StringHashSet& seen, LogBase& log) {
+bool ClsXmlDSig::processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen,
+                                   LogBase& log) {
     const LogContextExitor context(log, "processCertBase64");
     VantrelX509Holder holder;
     return dsig::loadCertificateText(base64, seen, *holder.getX509Ptr(), log);
 }
 
-bool ClsXmlDSig::appendCert(StringBuffer& base64, StringHashSet& seen, ClsStringArray& out,
+bool ClsXmlDSig::appendCert(StringBuffer& base64, dsig::SeenCertificates& seen, ClsStringArray& out,
                             LogBase& log) {
     return processCertBase64(base64, seen, log) && out.appendUtf8(base64.getString());
 }
 
 bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
     const LogContextExitor context(log, "certsFromKeyInfo");
-    StringHashSet seen(dsig::kSeenSetSize);
+    dsig::SeenCertificates seen;
     certsFromX509Data(keyInfo, seen, out, log);
     const Ref<ClsXml> tokenReference =
         Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
     return !tokenReference || certsFromTokenReference(*tokenReference, seen, out, log);
 }
 
-void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStringArray& out,
-                                   LogBase& log) {
+void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen,
+                                   ClsStringArray& out, LogBase& log) {
     StringBuffer base64;
     if (const Ref<ClsXml> x509Data =
             Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:X509Data"))) {
@@ -66,7 +67,8 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStri
             }
         }
         dsig::IssuerSerial name;
-        if (dsig::readIssuerSerial(*x509Data, name, log) && !seen.hashContainsSb(name.key) &&
+        if (dsig::readIssuerSerial(*x509Data, name, log) &&
+            !seen.hasIssuerSerial(name.issuerCn, name.serialHex, log) &&
             getCertByIssuerNameAndSerial(name.issuerCn, name.serialHex, base64, log)) {
             appendCert(base64, seen, out, log);
         }
@@ -82,7 +84,7 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStri
     }
 }
 
-bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, StringHashSet& seen,
+bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                                          ClsStringArray& out, LogBase& log) {
     StringBuffer identifier;
     StringBuffer base64;

@@ -3,11 +3,10 @@
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
+#include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/child_elements.h"
 #include "foundation/log/LogContextExitor.h"
-#include "foundation/x509/DistinguishedName.h"
-#include "foundation/x509/StringHashSet.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -39,7 +38,7 @@ constexpr KeyValueForm kKeyValueForms[] = {
 
 bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     const LogContextExitor context(log, "publicKeyFromKeyInfo");
-    StringHashSet seen(dsig::kSeenSetSize);
+    dsig::SeenCertificates seen;
     if (!keysFromKeyValue(keyInfo, keys, log)) {
         return false;
     }
@@ -74,13 +73,14 @@ bool ClsXmlDSig::keysFromKeyValue(const ClsXml& keyInfo, ExtPtrArrayRc& keys, Lo
     return true;
 }
 
-void ClsXmlDSig::keysFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ExtPtrArrayRc& keys,
-                                  LogBase& log) {
+void ClsXmlDSig::keysFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen,
+                                  ExtPtrArrayRc& keys, LogBase& log) {
     const Ref<ClsXml> x509Data = Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:X509Data"));
     if (x509Data) {
         keysFromCertificates(*x509Data, seen, keys, log);
         dsig::IssuerSerial name;
-        if (dsig::readIssuerSerial(*x509Data, name, log) && !seen.hashContainsSb(name.key)) {
+        if (dsig::readIssuerSerial(*x509Data, name, log) &&
+            !seen.hasIssuerSerial(name.issuerCn, name.serialHex, log)) {
             appendFoundKey(keys,
                            getPublicKeyByIssuerNameAndSerial(name.issuerCn, name.serialHex, log),
                            keysource::kIssuerSerial);
@@ -97,8 +97,8 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ExtPtrAr
 }
 
 // Every certificate yields a key; one that fails is skipped.
-void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, StringHashSet& seen, ExtPtrArrayRc& keys,
-                                      LogBase& log) {
+void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, dsig::SeenCertificates& seen,
+                                      ExtPtrArrayRc& keys, LogBase& log) {
     const std::vector<xml::ElementId> certificates = x509Data.childrenWithTag("*:X509Certificate");
     log.LogDataLong("numX509Certificates", static_cast<std::int64_t>(certificates.size()));
     if (!dsig::checkNumberOfCertificates(certificates.size(), log)) {
@@ -115,8 +115,8 @@ void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, StringHashSet& seen, Ext
     }
 }
 
-ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& base64, StringHashSet& seen,
-                                                  LogBase& log) {
+ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& base64,
+                                                  dsig::SeenCertificates& seen, LogBase& log) {
     const LogContextExitor context(log, "publicKeyFromCertBase64");
     VantrelX509Holder holder;
     if (!dsig::loadCertificateText(base64, seen, *holder.getX509Ptr(), log)) {

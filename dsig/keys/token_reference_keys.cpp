@@ -4,11 +4,11 @@
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/security_tokens.h"
+#include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/text/encoders.h"
 #include "foundation/x509/CertificateHolder.h"
-#include "foundation/x509/StringHashSet.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -17,7 +17,7 @@
 
 namespace vantrel {
 
-bool ClsXmlDSig::keysFromTokenReference(const ClsXml& keyInfo, StringHashSet& seen,
+bool ClsXmlDSig::keysFromTokenReference(const ClsXml& keyInfo, dsig::SeenCertificates& seen,
                                         ExtPtrArrayRc& keys, LogBase& log) {
     const Ref<ClsXml> tokenReference =
         Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
@@ -72,7 +72,7 @@ void ClsXmlDSig::keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayR
     }
 }
 
-bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, StringHashSet& seen,
+bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, dsig::SeenCertificates& seen,
                                         ExtPtrArrayRc& keys, LogBase& log) {
     if (log.verbose()) {
         log.LogInfo("We have a *:Reference...");
@@ -107,7 +107,7 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, StringHashSet& 
 
 // A thumbprint is not compared: the first X.509 token of the document is taken. The signature value
 // decides whether it was the right one.
-bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& seen,
+bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                                    ExtPtrArrayRc& keys, LogBase& log) {
     const Ref<ClsXml> identifier =
         Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));
@@ -157,8 +157,8 @@ void ClsXmlDSig::logThumbprint(const StringBuffer& certBase64, LogBase& log) {
     log.LogDataSb("sbSha1Base64", base64);
 }
 
-bool ClsXmlDSig::appendTokenKey(StringBuffer& certBase64, StringHashSet& seen, ExtPtrArrayRc& keys,
-                                LogBase& log) {
+bool ClsXmlDSig::appendTokenKey(StringBuffer& certBase64, dsig::SeenCertificates& seen,
+                                ExtPtrArrayRc& keys, LogBase& log) {
     ClsPublicKey* const key = publicKeyFromCertBase64(certBase64, seen, log);
     if (key == nullptr) {
         log.LogError("Failed to get public key from cert.");

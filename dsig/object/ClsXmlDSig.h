@@ -27,7 +27,6 @@ class ClsXmlCertVault;
 class DSigRefExternalData;
 class DSigReference;
 class Pkcs7SignedData;
-class StringHashSet;
 class XmlSigLocate;
 class _vlXmlDtd;
 
@@ -36,6 +35,7 @@ class CanonSink;
 }
 
 namespace dsig {
+class SeenCertificates;
 struct DigestInput;
 struct KeySource;
 struct LoadedStructure;
@@ -288,21 +288,22 @@ private:
     [[nodiscard]] ClsXml* getKeyInfo(LogBase& log);
     bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
     bool keysFromKeyValue(const ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
-    void keysFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    void keysFromCertificates(ClsXml& x509Data, StringHashSet& seen, ExtPtrArrayRc& keys,
+    void keysFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
+                          LogBase& log);
+    void keysFromCertificates(ClsXml& x509Data, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
                               LogBase& log);
-    bool keysFromTokenReference(const ClsXml& keyInfo, StringHashSet& seen, ExtPtrArrayRc& keys,
-                                LogBase& log);
+    bool keysFromTokenReference(const ClsXml& keyInfo, dsig::SeenCertificates& seen,
+                                ExtPtrArrayRc& keys, LogBase& log);
     void keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromReferencedToken(const ClsXml& reference, StringHashSet& seen, ExtPtrArrayRc& keys,
-                                LogBase& log);
-    bool keyFromThumbprint(const ClsXml& tokenReference, StringHashSet& seen, ExtPtrArrayRc& keys,
-                           LogBase& log);
+    bool keyFromReferencedToken(const ClsXml& reference, dsig::SeenCertificates& seen,
+                                ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
+                           ExtPtrArrayRc& keys, LogBase& log);
     static void logThumbprint(const StringBuffer& certBase64, LogBase& log);
-    bool appendTokenKey(StringBuffer& certBase64, StringHashSet& seen, ExtPtrArrayRc& keys,
+    bool appendTokenKey(StringBuffer& certBase64, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
                         LogBase& log);
-    [[nodiscard]] ClsPublicKey* publicKeyFromCertBase64(StringBuffer& base64, StringHashSet& seen,
-                                                        LogBase& log);
+    [[nodiscard]] ClsPublicKey* publicKeyFromCertBase64(StringBuffer& base64,
+                                                        dsig::SeenCertificates& seen, LogBase& log);
     [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
     void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
     void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,
@@ -320,11 +321,13 @@ private:
     bool getCertBySubjectName(const StringBuffer& subject, StringBuffer& out, LogBase& log);
     bool getCertBySKI(const StringBuffer& ski, StringBuffer& out, LogBase& log);
     bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
-    void certsFromX509Data(ClsXml& keyInfo, StringHashSet& seen, ClsStringArray& out, LogBase& log);
-    bool certsFromTokenReference(const ClsXml& tokenReference, StringHashSet& seen,
+    void certsFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen, ClsStringArray& out,
+                           LogBase& log);
+    bool certsFromTokenReference(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                                  ClsStringArray& out, LogBase& log);
-    bool processCertBase64(StringBuffer& base64, StringHashSet& seen, LogBase& log);
-    bool appendCert(StringBuffer& base64, StringHashSet& seen, ClsStringArray& out, LogBase& log);
+    bool processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen, LogBase& log);
+    bool appendCert(StringBuffer& base64, dsig::SeenCertificates& seen, ClsStringArray& out,
+                    LogBase& log);
 
     // xades/
     // True when there is no time-stamp to check, or the check passes.
