@@ -75,6 +75,19 @@ std::int32_t timeStampCanonMethod(const ClsXml& signature, LogBase& log) {
     return algorithm.containsSubstring("exc-") ? dsig::kExclusive : dsig::kInclusive;
 }
 
+// The search of the text may be led elsewhere by markup that nobody signed; a token over another
+// element, an older signature's perhaps, would then pass for one over this signature.
+bool isSignatureValueId(const ClsXml& signature, const StringBuffer& id, LogBase& log) {
+    const Ref<ClsXml> value = Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignatureValue"));
+    StringBuffer own;
+    if (!value || !value->getAttrValue("Id", own) || own.view() != id.view()) {
+        log.LogError("What was found is not the Id of the SignatureValue element.");
+        log.LogDataSb("foundId", id);
+        return false;
+    }
+    return true;
+}
+
 // Nothing has no hash: an empty canonical form equals no imprint.
 bool hashEquals(const StringBuffer& text, int hashAlg, const DataBuffer& expected, const char* key,
                 LogBase& log) {
@@ -106,7 +119,8 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(const StringBuffer& sigXml, const C
     }
     log.LogDataSb("signatureValue", signatureValue);
     StringBuffer id;
-    if (!captureUniqueAttrContent("SignatureValue", "Id", sigXml, id, log)) {
+    if (!captureUniqueAttrContent("SignatureValue", "Id", sigXml, id, log) ||
+        !isSignatureValueId(sigElem, id, log)) {
         return false;
     }
     StringBuffer canonical;

@@ -517,6 +517,34 @@ TEST_F(TimeStamps, TokensMustBeTokensOverThisValue) {
     }
 }
 
+// A genuine old token, with the SignatureValue it was made for, moved into a newer document whose
+// markup leads a search of the text to that element.
+TEST_F(TimeStamps, OfAnotherSignatureDoNotPassForOnesOwn) {
+    const std::string open = "<ds:Signature xmlns:ds=\"" + kDsig + "\" Id=\"sig\">";
+    const std::string old = stamp(sign(open, "<ds:KeyInfo/>"), m_server->url()).document;
+    std::string fresh =
+        stamp(sign(open,
+                   "<ds:Object><xades:QualifyingProperties xmlns:xades=\"" + kXades132 +
+                       "\"><xades:SignedProperties Id=\"props\"/>" +
+                       "</xades:QualifyingProperties></ds:Object>" + "<ds:Object>{}</ds:Object>",
+                   "props"),
+              m_server->url())
+            .document;
+    ASSERT_NE(canonicalValue(old), canonicalValue(fresh));
+    fresh = replaced(fresh, "SignatureValue Id=\"value\"", "SignatureValue Id=\"v2\"");
+    fresh = replaced(fresh, "{}", canonicalValue(old));
+    fresh = withToken(fresh, fromBase64(tokenOf(old)));
+    EXPECT_TRUE(verify(fresh, "", "", "").valid);
+    EXPECT_TRUE(verify(fresh).says(kNotEqual));
+    const std::string misleading =
+        replaced(fresh, "Id=\"sig\"", "x=\"SignatureValue\" xId=\"value\"");
+    EXPECT_TRUE(verify(misleading, "", "", "").valid);
+    const Verdict verdict = verify(misleading);
+    EXPECT_FALSE(verdict.valid) << verdict.log;
+    EXPECT_EQ(verdict.timestamp, "invalid");
+    EXPECT_TRUE(verdict.says("not the Id of the SignatureValue")) << verdict.log;
+}
+
 TEST_F(TimeStamps, CanonicalizationAndIdAreReadAsTheDocumentHasThem) {
     const std::string document = stamp(signPlain(), m_server->url()).document;
     const std::string method =
