@@ -169,6 +169,19 @@ TEST(Tool, KeepsTheOrderOfTheFiles) {
     }
 }
 
+// What the README shows is what the tool prints.
+TEST(Tool, ReadmeShowsTheToolsOutput) {
+    const std::string readme = readText(sourcePath("README.md"));
+    for (const char* const document : {"examples/invoice.xml", "examples/invoice-tampered.xml"}) {
+        ProcessOptions options;
+        options.folder = sourcePath("");
+        const ProcessResult result = runProgram({tool(), "verify", document}, options);
+        EXPECT_NE(readme.find("```\n" + result.output + "```"), std::string::npos) << result.output;
+    }
+    const std::string sample = readText(sourcePath("tests/consumer/consumer.cpp"));
+    EXPECT_NE(readme.find(sample.substr(sample.find("#include"))), std::string::npos);
+}
+
 // certs writes what was put into the document, to the byte.
 TEST(Tool, CertsAreTheSignersOwn) {
     const ProcessResult result = runProgram({tool(), "certs", sourcePath("examples/invoice.xml")});
