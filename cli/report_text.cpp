@@ -194,8 +194,10 @@ std::string signatureText(std::string_view json) {
     out += keyLines(signature) + referenceLines(signature);
     if (const std::string_view stamp = textOf(signature, "timestamp"); stamp != "absent") {
         const std::string_view time = textOf(signature, "timestampTime");
+        const std::string_view by = textOf(signature, "timestampAuthority");
         out += line("stamp", coloured(stamp, colourOf(stamp)) +
-                                 (time.empty() ? "" : ", " + printable(time)));
+                                 (time.empty() ? "" : ", " + printable(time)) +
+                                 (by.empty() ? "" : ", by " + printable(by)));
     }
     if (const std::string words = wordsOf(signature, "accommodations"); !words.empty()) {
         out += line("leniency", coloured(words, Colour::Note));

@@ -59,11 +59,18 @@ bool ClsXmlDSig::timeStampPass(const dsig::VerifyRun& run, LogBase& log) {
         return false;
     }
     if (!verifyEncapsulatedTimeStamp(signature, *element, log)) {
+        // What a token says that is no time-stamp of this signature is nobody's to show.
+        m_report.timestampTime.clear();
+        m_report.timestampAuthority.clear();
+        m_report.timestampTrusted = false;
         m_report.timestamp = "invalid";
         logTimeStampFailure(log);
         return false;
     }
     m_report.timestamp = "valid";
+    if (!m_report.timestampTrusted) {
+        m_report.warnings.add("timestamp-authority-not-checked");
+    }
     return true;
 }
 

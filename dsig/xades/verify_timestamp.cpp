@@ -164,9 +164,6 @@ void ClsXmlDSig::reportTimeStamp(const Pkcs7SignedData& signedData) {
     m_report.timestampTime = signedData.genTime();
     m_report.timestampAuthority = signedData.signerSubject().view();
     m_report.timestampTrusted = signedData.authorityTrusted();
-    if (!m_report.timestampTrusted) {
-        m_report.warnings.add("timestamp-authority-not-checked");
-    }
 }
 
 void ClsXmlDSig::logTimeStampFailure(LogBase& log) {

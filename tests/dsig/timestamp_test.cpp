@@ -509,6 +509,7 @@ TEST_F(TimeStamps, TokensMustBeTokensOverThisValue) {
         const Verdict verdict = verify(withToken(document, one.token));
         EXPECT_EQ(verdict.valid, one.error == nullptr) << one.what << verdict.log;
         EXPECT_EQ(verdict.timestamp, one.error == nullptr ? "valid" : "invalid") << one.what;
+        EXPECT_EQ(verdict.time.empty(), one.error != nullptr) << one.what << verdict.time;
         EXPECT_TRUE(one.error == nullptr || verdict.says(one.error)) << one.what << verdict.log;
         EXPECT_TRUE(verdict.says(one.more)) << one.what << verdict.log;
         EXPECT_TRUE(!verdict.valid || verdict.says("computed_hash:")) << verdict.log;

@@ -99,6 +99,8 @@ def check_stamped(folder, name, stamped):
     result = verdict(path, "--timestamps")
     check(f"{name}: valid", result["status"] == "valid", result)
     check(f"{name}: time-stamp", result["signatures"][0]["timestamp"] == "valid", result)
+    text = run(TOOL, "verify", "--timestamps", str(path)).stdout.decode()
+    check(f"{name}: time and authority", re.search(r"valid, \d{4}-.*Z, by CN=Test Authority", text), text)
     token = re.search(rb"EncapsulatedTimeStamp[^>]*>([^<]+)<", stamped)
     check(f"{name}: has a token", token is not None)
     if token is None:
