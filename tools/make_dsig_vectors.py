@@ -584,6 +584,13 @@ def ebics():
     Log = Failed to canonicalize XML fragment.
     """)
     case("ebics/short-name", document(marked, "#EBICS"), GOOD + changed(">x</Bank> => >y</Bank>"))
+    case("ebics/other-expression", document(marked, "#xpointer(//*[@authenticate='yes'])"), """
+    What = an expression without all of its three words is the name of an element, which is not there
+    WithReferences = false
+    WithoutReferences = true
+    Reasons = 5
+    NoLog = Canonicalizing for EBICS...
+    """)
     many = ['<h authenticate="true"></h>'] + [f'<i authenticate="true">{i}</i>' for i in range(100)]
     case("ebics/hundred-and-one", document(many), """
     What = the last of 101 elements is not covered, and that is reported
