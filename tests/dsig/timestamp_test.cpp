@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -79,6 +78,31 @@ std::string withToken(const std::string& document, const Bytes& token) {
     std::string changed = document;
     const std::string old = tokenOf(document);
     return changed.replace(changed.find(">" + old + "<") + 1, old.size(), toBase64(token));
+}
+
+// Identifiers of four groups of four digits, none of them below 1000, and the token give way to
+// their names.
+std::string withoutFreshParts(std::string document) {
+    if (const std::string token = tokenOf(document); token.size() > 1000) {
+        document = replaced(document, token, "{TOKEN}");
+    }
+    for (const std::string& name :
+         {std::string("\"signature-timestamp-"), std::string("\"signature-object-")}) {
+        const std::size_t at = document.find(name);
+        if (at == std::string::npos) {
+            continue;
+        }
+        std::string shape = document.substr(at + name.size(), 20);
+        for (std::size_t i = 0; i < shape.size(); ++i) {
+            if (shape[i] >= (i % 5 == 0 ? '1' : '0') && shape[i] <= '9') {
+                shape[i] = '9';
+            }
+        }
+        if (shape == "9999-9999-9999-9999\"") {
+            document.replace(at + name.size(), 19, "{ID}");
+        }
+    }
+    return document;
 }
 
 // The elliptic-curve authority is P-384.
@@ -286,10 +310,7 @@ TEST_F(TimeStamps, GoIntoEveryKindOfSignature) {
         std::string expected = document;
         expected.replace(at + 15, rest.size(),
                          replaced(expand(c.text("Result")), "{TS}", stampElement));
-        const std::string known = std::regex_replace(
-            std::regex_replace(stamped.document, std::regex("-[1-9][0-9]{3}(-[1-9][0-9]{3}){3}\""),
-                               "-{ID}\""),
-            std::regex("(#DER\">)[A-Za-z0-9+/=]{1000,}<"), "$1{TOKEN}<");
+        const std::string known = withoutFreshParts(stamped.document);
         ASSERT_EQ(known, expected) << c.where();
 
         expectPeersAgree(stamped.document);
