@@ -74,7 +74,7 @@ std::string targetOf(const JsonValue& reference) {
     if (covers == "document") {
         return "the whole document";
     }
-    if (covers == "element") {
+    if (covers == "element" && !textOf(reference, "path").empty()) {
         return "element " + printable(textOf(reference, "path")) + " (" + uri + ")";
     }
     if (covers == "external") {

@@ -76,9 +76,7 @@ void writeReference(JsonWriter& out, const ReferenceReport& reference) {
     out.textMember("digestMethod", reference.digestMethod.view());
     out.textMember("status", statusOf(reference));
     out.integerMember("reason", static_cast<std::int64_t>(reference.reason));
-    if (!reference.covers.empty()) {
-        out.textMember("covers", reference.covers);
-    }
+    out.textMember("covers", reference.covers);
     if (!reference.element.empty()) {
         out.textMember("element", reference.element);
         out.textMember("path", reference.path);

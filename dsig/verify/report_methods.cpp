@@ -125,15 +125,15 @@ void ClsXmlDSig::describeKeys() {
 // What the reference's digest covers, in the document as it was loaded.
 void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report) {
     xml::ElementId element = xml::kNoElement;
-    switch (xml::resolveFragment(*structure().document, fragmentId.view(), element)) {
-    case xml::FragmentTarget::Document: report.covers = "document"; return;
-    case xml::FragmentTarget::Element:
-        report.covers = "element";
-        report.coveredElement = element;
+    const xml::FragmentTarget target =
+        xml::resolveFragment(*structure().document, fragmentId.view(), element);
+    if (target == xml::FragmentTarget::Document) {
+        report.covers = "document";
         return;
-    case xml::FragmentTarget::NotFound:
-    case xml::FragmentTarget::NotUnique: report.covers = {}; return;
     }
+    // An element that is not there, or not the only one, has neither name nor path.
+    report.covers = "element";
+    report.coveredElement = target == xml::FragmentTarget::Element ? element : xml::kNoElement;
 }
 
 // What the references name, where their digests were not asked for.
