@@ -1,9 +1,5 @@
 #include "tests/foundation/xml/scan/scan_support.h"
 
-#include <ctime>
-#include <functional>
-#include <utility>
-
 #include <gtest/gtest.h>
 
 namespace vantrel::test {
@@ -141,58 +137,6 @@ TEST(XmlLimits, ParameterEntitiesAndModels) {
     };
     EXPECT_EQ(parseXml(chained(xml::kMaxEntityNesting - 1)).verdict(), "");
     EXPECT_NE(parseXml(chained(xml::kMaxEntityNesting + 1)).verdict(), "");
-}
-
-// Seconds of processor time for one reading, the least of several.
-double cost(const std::string& text) {
-    double least = 1e9;
-    for (int round = 0; round < 5; ++round) {
-        const std::clock_t begin = std::clock();
-        const Parsed parsed = parseXml(text);
-        least = std::min(least, static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
-        EXPECT_EQ(parsed.verdict(), "");
-        xml::ElementId element = 0;
-        (void)parsed.document->findById("no such", element);
-    }
-    return least;
-}
-
-// What a hostile document may multiply. Eight times the input may cost eight times the work, with
-// room for caches; a quadratic step would cost sixty-four times.
-TEST(XmlLimits, WorkGrowsLinearly) {
-    using Make = std::function<std::string(std::size_t)>;
-    const std::pair<const char*, Make> shapes[] = {
-        {"attributes", [](std::size_t n) { return "<a " + numbered("b", n, "='' ") + "/>"; }},
-        {"prefixed attributes",
-         [](std::size_t n) {
-             return "<a xmlns:p='u' xmlns:q='v' " + numbered("p:b", n / 2, "='' ") +
-                    numbered("q:b", n / 2, "='' ") + "/>";
-         }},
-        {"declarations",
-         [](std::size_t n) {
-             return "<a " + numbered("xmlns:p", n, "='u' ") + ">" + numbered("<p", n, ":c/>") +
-                    "</a>";
-         }},
-        {"redeclarations",
-         [](std::size_t n) { return "<a>" + repeat("<p:b xmlns:p='u'/>", n) + "</a>"; }},
-        {"ids", [](std::size_t n) { return "<a>" + repeat("<b Id='same'/>", n) + "</a>"; }},
-        {"signatures",
-         [](std::size_t n) {
-             return "<a>" + repeat("<Signature><SignedInfo/></Signature>", n) + "</a>";
-         }},
-        {"brackets", [](std::size_t n) { return "<a>" + repeat("]] ", n) + "</a>"; }},
-        {"references", [](std::size_t n) { return "<a>" + repeat("&#x41;", n) + "</a>"; }},
-        {"entities",
-         [](std::size_t n) {
-             return "<!DOCTYPE a [" + numbered("<!ENTITY e", n, " 'x'>") + "]><a>" +
-                    numbered("&e", n, ";") + "</a>";
-         }},
-    };
-    for (const auto& [name, make] : shapes) {
-        const double small = std::max(cost(make(4'000)), 0.0005);
-        const double large = cost(make(32'000));
-        EXPECT_LT(large, small * 30) << name;
-    }
 }
 
 } // namespace
