@@ -1,11 +1,11 @@
 #ifndef DSIG_OBJECT_LOADED_STRUCTURE_H
 #define DSIG_OBJECT_LOADED_STRUCTURE_H
 
-#include "dsig/object/element_paths.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
+#include "foundation/xml/tree/element_text.h"
 
 #include <memory>
 #include <vector>
@@ -23,7 +23,7 @@ struct LoadedStructure {
     const std::vector<xml::ElementId>& referencesOf(const ClsXml& signature);
 
     std::shared_ptr<const xml::XmlDocument> document;
-    ElementPaths paths;
+    xml::ElementPaths paths;
 
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer transformsText;

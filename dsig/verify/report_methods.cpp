@@ -59,6 +59,13 @@ void warnOfReferences(SignatureReport& report, bool documentCovered) {
     }
 }
 
+// A name as reports show it: very long ones are cut, so that many references stay in proportion.
+std::string shownName(std::string_view name) {
+    return name.size() <= xml::kMaxShownPath
+               ? std::string(name)
+               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
+}
+
 } // namespace
 
 void ClsXmlDSig::beginReport() {
@@ -161,13 +168,14 @@ void ClsXmlDSig::reportUncheckedReferences() {
 
 // Names and paths of the elements that the report speaks of.
 void ClsXmlDSig::nameElements() {
-    if (m_report.signatureElement != xml::kNoElement) {
-        m_report.path = structure().paths.pathOf(m_report.signatureElement);
+    if (m_report.signatureElement != xml::kNoElement && m_report.path.empty()) {
+        structure().paths.append(m_report.signatureElement, m_report.path);
     }
     for (dsig::ReferenceReport& reference : m_report.references) {
         if (reference.coveredElement != xml::kNoElement && reference.path.empty()) {
-            reference.element = structure().document->qualifiedName(reference.coveredElement);
-            reference.path = structure().paths.pathOf(reference.coveredElement);
+            reference.element =
+                shownName(structure().document->qualifiedName(reference.coveredElement));
+            structure().paths.append(reference.coveredElement, reference.path);
         }
     }
 }

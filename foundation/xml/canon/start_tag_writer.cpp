@@ -171,7 +171,7 @@ void StartTagWriter::inheritXmlAttributes(ElementId apex) {
     if (holders.empty() || holders.front() >= apex) {
         return;
     }
-    std::unordered_set<std::string_view> present;
+    std::unordered_set<std::string_view, StringHash, std::equal_to<>> present;
     for (const TagAttribute& attribute : m_attributes) {
         if (attribute.source.prefix() == kXmlPrefixText) {
             present.insert(attribute.source.name);

@@ -1,5 +1,7 @@
 #include "foundation/xml/canon/view_table.h"
 
+#include "foundation/xml/scan/hash_bytes.h"
+
 #include <functional>
 
 namespace vantrel::xml {
@@ -21,7 +23,7 @@ std::uint32_t ViewTable::find(std::string_view text) {
 }
 
 std::uint32_t ViewTable::findHashed(std::string_view text) {
-    std::size_t slot = std::hash<std::string_view>{}(text) & (m_slots.size() - 1);
+    std::size_t slot = hashBytes(text) & (m_slots.size() - 1);
     while (m_slots[slot] != 0) {
         if (m_views[m_slots[slot]] == text) {
             return m_slots[slot];
@@ -39,7 +41,7 @@ std::uint32_t ViewTable::findHashed(std::string_view text) {
 void ViewTable::index() {
     m_slots.assign(m_slots.empty() ? kFew * 4 : m_slots.size() * 4, 0);
     for (std::uint32_t number = 1; number < m_views.size(); ++number) {
-        std::size_t slot = std::hash<std::string_view>{}(m_views[number]) & (m_slots.size() - 1);
+        std::size_t slot = hashBytes(m_views[number]) & (m_slots.size() - 1);
         while (m_slots[slot] != 0) {
             slot = (slot + 1) & (m_slots.size() - 1);
         }

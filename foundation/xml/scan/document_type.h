@@ -1,6 +1,8 @@
 #ifndef FOUNDATION_XML_SCAN_DOCUMENT_TYPE_H
 #define FOUNDATION_XML_SCAN_DOCUMENT_TYPE_H
 
+#include "foundation/xml/scan/hash_bytes.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -31,9 +33,7 @@ struct Entity {
 
 struct StringHash {
     using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept {
-        return std::hash<std::string_view>()(text);
-    }
+    std::size_t operator()(std::string_view text) const noexcept { return hashBytes(text); }
 };
 template <class T> using NameMap = std::unordered_map<std::string, T, StringHash, std::equal_to<>>;
 

@@ -151,8 +151,14 @@ void ElementPaths::append(ElementId element, std::string& out) {
     for (ElementId at = element; at != kNoElement; at = m_document.parent(at)) {
         steps.push_back(at);
     }
+    const std::size_t start = out.size();
     while (!steps.empty()) {
-        out.append("/").append(m_document.qualifiedName(steps.back()));
+        const std::string_view name = m_document.qualifiedName(steps.back());
+        if (out.size() - start + name.size() > kMaxShownPath) {
+            out.append("/...");
+            return;
+        }
+        out.append("/").append(name);
         if (const std::uint32_t place = position(steps.back()); place != 0) {
             out.append("[").append(std::to_string(place)).append("]");
         }

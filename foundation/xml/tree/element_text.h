@@ -33,8 +33,11 @@ void appendElementXml(const XmlDocument& document, ElementId element, std::strin
 
 // Paths from the root, "/Batch/Item[3]": qualified names, with the one-based position where
 // siblings share the name. Positions are worked out once for all children of a parent, so paths to
-// all children of one element cost no more than one pass over them. The document must outlive the
-// object.
+// all children of one element cost no more than one pass over them. A path of more than
+// kMaxShownPath bytes ends in "/...", so that many paths through long names stay in proportion. The
+// document must outlive the object.
+inline constexpr std::size_t kMaxShownPath = 4096;
+
 class ElementPaths final {
 public:
     explicit ElementPaths(const XmlDocument& document) noexcept : m_document(document) {}
