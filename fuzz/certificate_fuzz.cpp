@@ -1,5 +1,5 @@
-// Certificates, public keys and PEM, and every question one can ask a certificate. Its serial number
-// and issuer find it in a store.
+// Certificates, public keys and PEM, and every question one can ask a certificate. Its serial
+// number and issuer find it in a store.
 
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
