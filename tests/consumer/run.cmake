@@ -1,6 +1,6 @@
 # Installs the build tree BUILD into a folder of its own and builds the consumer against it, once with
 # find_package and once with pkg-config where that is installed. Run with cmake -P; variables:
-# BUILD, SOURCE, COMPILER, FLAGS.
+# BUILD, SOURCE, COMPILER, FLAGS, GENERATOR.
 
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE code OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -13,7 +13,7 @@ endfunction()
 set(place "${BUILD}/consumer")
 file(REMOVE_RECURSE "${place}")
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${place}/installed")
-run("${CMAKE_COMMAND}" -S "${SOURCE}/tests/consumer" -B "${place}/build"
+run("${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${SOURCE}/tests/consumer" -B "${place}/build"
   "-DCMAKE_PREFIX_PATH=${place}/installed" "-DCMAKE_CXX_COMPILER=${COMPILER}")
 run("${CMAKE_COMMAND}" --build "${place}/build")
 run("${place}/build/consumer" "${SOURCE}/examples/invoice.xml")
