@@ -8,6 +8,7 @@
 #include "foundation/xml/tree/element_text.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -22,6 +23,9 @@ struct LoadedStructure {
     // signature that was asked for last.
     const std::vector<xml::ElementId>& referencesOf(const ClsXml& signature);
 
+    // The Manifest elements of XML Signature, in document order.
+    const std::vector<xml::ElementId>& manifests();
+
     std::shared_ptr<const xml::XmlDocument> document;
     xml::ElementPaths paths;
 
@@ -30,6 +34,7 @@ struct LoadedStructure {
     Ref<ClsXml> transforms;
 
 private:
+    std::optional<std::vector<xml::ElementId>> m_manifests;
     xml::ElementId m_signature = xml::kNoElement;
     std::vector<xml::ElementId> m_references;
 };
