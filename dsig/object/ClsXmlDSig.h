@@ -1,6 +1,7 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIG_H
 #define DSIG_OBJECT_CLSXMLDSIG_H
 
+#include "dsig/document/limits.h"
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
 #include "foundation/text/DataBuffer.h"
@@ -362,6 +363,7 @@ private:
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
 
+    dsig::Limits m_limits;
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document
     VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last

@@ -10,8 +10,8 @@ namespace vantrel::dsig {
 
 // What the transforms of a reference made of the document.
 struct DigestInput {
-    explicit DigestInput(std::shared_ptr<const xml::XmlDocument> loaded)
-        : text(std::move(loaded)) {}
+    DigestInput(std::shared_ptr<const xml::XmlDocument> loaded, WorkAccount& account)
+        : text(std::move(loaded), account) {}
 
     WorkingText text;
     bool base64Pending = false; // the octets are what the text decodes to

@@ -52,7 +52,7 @@ bool ClsXmlDSig::verifyInternalReference(int index, StringBuffer& fragmentId, DS
 
 bool ClsXmlDSig::compareInternalDigest(const StringBuffer& fragmentId, DSigReference& ref,
                                        dsig::ReferenceReport& report, LogBase& log) {
-    dsig::DigestInput input(structure().document);
+    dsig::DigestInput input(structure().document, structure().account);
     StringBuffer calculated;
     m_secondAttrOrder = false;
     if (!computeDigest(fragmentId, ref, input, calculated, log)) {
@@ -63,7 +63,7 @@ bool ClsXmlDSig::compareInternalDigest(const StringBuffer& fragmentId, DSigRefer
     const bool emulating = m_duplicateAttrSortBug || m_alwaysDuplicateAttrSortBug;
     if (!equal && emulating) {
         m_secondAttrOrder = true;
-        dsig::DigestInput secondInput(structure().document);
+        dsig::DigestInput secondInput(structure().document, structure().account);
         StringBuffer secondCalculated;
         equal = computeDigest(fragmentId, ref, secondInput, secondCalculated, log) &&
                 isStoredDigest(secondCalculated, ref, "calculatedDigest", log);
@@ -150,7 +150,7 @@ bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigR
     }
     if (input.text.wasStreamed()) {
         LogNull quiet(log);
-        input = dsig::DigestInput(structure().document);
+        input = dsig::DigestInput(structure().document, structure().account);
         if (!buildDigestInput(fragmentId, ref, nullptr, input, quiet)) {
             return false;
         }
@@ -159,7 +159,7 @@ bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigR
         return false;
     }
     log.LogInfo("Retry with ZATCA rules...");
-    dsig::WorkingText text(structure().document);
+    dsig::WorkingText text(structure().document, structure().account);
     if (!preprocessWorkingText(fragmentId, text, log)) {
         return false;
     }

@@ -18,9 +18,6 @@ namespace {
 
 constexpr int kReasonCanonicalization = 5;
 
-// Each transform may read the whole text again, so their number is bounded.
-constexpr std::size_t kMostTransforms = 100;
-
 const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
 
@@ -110,8 +107,7 @@ bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReferen
         return false;
     }
     const std::vector<xml::ElementId> children = dsig::childElements(*transforms);
-    if (children.size() > kMostTransforms) {
-        log.LogError("More than 100 transforms in one reference.");
+    if (!structure().account.takeTransforms(children.size(), log)) {
         return false;
     }
     TransformState state;

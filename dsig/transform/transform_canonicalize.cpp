@@ -36,6 +36,33 @@ void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& l
     dsig::setPrefixList(canonicalizer, prefixList);
 }
 
+// Hands octets on as long as the document's account allows.
+class ChargingSink final : public xml::CanonSink {
+public:
+    ChargingSink(xml::CanonSink& next, dsig::WorkAccount* account, LogBase& log) noexcept
+        : m_next(next), m_account(account), m_log(log) {}
+
+    [[nodiscard]] bool write(const char* data, std::size_t size) override {
+        return (m_account == nullptr || m_account->takeOctets(size, m_log)) &&
+               m_next.write(data, size);
+    }
+
+private:
+    xml::CanonSink& m_next;
+    dsig::WorkAccount* m_account;
+    LogBase& m_log;
+};
+
+// What is to be read counts as well as what is written.
+bool takeExtents(const xml::XmlDocument& document, std::span<const xml::ElementId> apexes,
+                 const dsig::WorkingText& text, LogBase& log) {
+    std::uint64_t octets = apexes.empty() ? document.text().size() : 0;
+    for (const xml::ElementId apex : apexes) {
+        octets += document.element(apex).end - document.element(apex).start;
+    }
+    return text.account() == nullptr || text.account()->takeOctets(octets, log);
+}
+
 // Canonicalizes elements of the text one behind the other, or the whole text, into its place or
 // into the sink.
 bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::ElementId> apexes,
@@ -44,12 +71,15 @@ bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::El
     if (document == nullptr) {
         return false;
     }
+    if (!takeExtents(*document, apexes, text, log)) {
+        return false;
+    }
     StringBuffer octets;
     if (sink == nullptr && apexes.empty()) {
         static_cast<void>(octets.reserve(document->textBuffer().getSize())); // spares growing
     }
     xml::StringBufferSink buffer(octets);
-    xml::CanonSink& out = sink != nullptr ? *sink : buffer;
+    ChargingSink out(sink != nullptr ? *sink : buffer, text.account(), log);
     const xml::ElementId whole[] = {xml::kNoElement};
     for (const xml::ElementId apex : apexes.empty() ? std::span(whole) : apexes) {
         if (!canonicalizer.canonicalizeElement(*document, apex, text.gaps(), out, log)) {

@@ -36,9 +36,9 @@ std::vector<TextRange> united(std::vector<TextRange> gaps, const std::vector<Tex
 
 } // namespace
 
-WorkingText::WorkingText(std::shared_ptr<const XmlDocument> loaded)
-    : m_loaded(std::move(loaded)), m_text(m_loaded->textBuffer()), m_structure(m_loaded),
-      m_map(m_loaded->elementCount()) {}
+WorkingText::WorkingText(std::shared_ptr<const XmlDocument> loaded, WorkAccount& account)
+    : m_loaded(std::move(loaded)), m_account(&account), m_text(m_loaded->textBuffer()),
+      m_structure(m_loaded), m_map(m_loaded->elementCount()) {}
 
 const StringBuffer& WorkingText::text() {
     cutGaps();
@@ -46,7 +46,9 @@ const StringBuffer& WorkingText::text() {
 }
 
 const std::shared_ptr<const XmlDocument>& WorkingText::structure(LogBase& log) {
-    if (m_structure == nullptr) {
+    const bool mayParse = m_structure != nullptr || m_account == nullptr ||
+                          m_account->takeOctets(m_text.getSize(), log);
+    if (m_structure == nullptr && mayParse) {
         xml::ParseFailure why;
         m_structure = XmlDocument::parse(m_text, {.fragment = true}, why);
         if (m_structure == nullptr) {

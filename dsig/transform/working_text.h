@@ -1,6 +1,7 @@
 #ifndef DSIG_TRANSFORM_WORKING_TEXT_H
 #define DSIG_TRANSFORM_WORKING_TEXT_H
 
+#include "dsig/document/work_account.h"
 #include "dsig/report/coverage.h"
 #include "dsig/transform/element_map.h"
 #include "dsig/transform/gapped_text.h"
@@ -26,8 +27,9 @@ public:
     // A text that stands for itself: nothing is known of where it came from, and what is found in
     // it is taken out as text.
     explicit WorkingText(const StringBuffer& text) : m_text(text), m_map(0) {}
-    // The loaded document.
-    explicit WorkingText(std::shared_ptr<const xml::XmlDocument> loaded);
+    // The loaded document. What is done with the text is charged to the account, which must outlive
+    // it.
+    WorkingText(std::shared_ptr<const xml::XmlDocument> loaded, WorkAccount& account);
 
     // The text itself, with what was taken out cut from it.
     [[nodiscard]] const StringBuffer& text();
@@ -53,9 +55,11 @@ public:
     // Another text in its place that stands for the same part of the document.
     void rewrite(StringBuffer& text);
 
-    // The structure of searchable(), parsed where it is not known; null after an error line.
+    // The structure of searchable(), parsed where it is not known; null after an error
+    // line.
     [[nodiscard]] const std::shared_ptr<const xml::XmlDocument>& structure(LogBase& log);
     [[nodiscard]] std::span<const xml::TextRange> gaps() const noexcept { return m_gaps; }
+    [[nodiscard]] WorkAccount* account() const noexcept { return m_account; }
     // The document that the text was made of; null when that is not known.
     [[nodiscard]] const std::shared_ptr<const xml::XmlDocument>& loaded() const noexcept {
         return m_loaded;
@@ -79,6 +83,7 @@ private:
     [[nodiscard]] ElementMap subtreeWithoutGaps(xml::ElementId apex) const;
 
     std::shared_ptr<const xml::XmlDocument> m_loaded;
+    WorkAccount* m_account = nullptr;
     StringBuffer m_text;
     std::shared_ptr<const xml::XmlDocument> m_structure; // of m_text; null: not known
     std::vector<xml::TextRange> m_gaps; // of m_text, ascending and disjoint, each an xml::isHole

@@ -98,6 +98,7 @@ void ClsXmlDSig::beginReport() {
     }
     LogNull log;
     selectedSignatureId(m_report.id, log);
+    structure().account.begin(m_selector);
     m_report.signatureElement = signature->elementId();
     getSignatureMethod(m_report.signatureMethod, log);
     StringBuffer prefixList;

@@ -56,7 +56,7 @@ bool ClsXmlDSig::runSignedInfoRoute(dsig::VerifyRun& run, XmlCanon& canonicalize
                                 "Failed to canonicalize sii.cl SignedInfo fragment.", log);
     }
     if (m_isSatDoda) {
-        dsig::WorkingText doda(document);
+        dsig::WorkingText doda(document, structure().account);
         const xml::TextRange range = dsig::dodaRange(document->text());
         const char* const failure = "Failed to canonicalize doda SignedInfo fragment.";
         if (!doda.cutDownTo(range, log)) {
