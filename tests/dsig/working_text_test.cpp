@@ -120,7 +120,7 @@ TEST(WorkingText, ElementsKeepTheirPlaceInTheLoadedDocument) {
             ASSERT_EQ(loaded->element(exclusion.element).start, exclusion.range.start);
         }
     }
-    EXPECT_GT(steps, 1000U);
+    EXPECT_GT(steps, 900U);
 }
 
 TEST(WorkingText, OnlyRunsOfWholeSiblingsAreTakenOut) {
