@@ -1,71 +1,32 @@
-// The enveloped-signature transform, on text: the selected signature and the signatures that stand
-// directly behind it are taken out.
+#include "dsig/reference/enveloped_signature.h"
 
-#include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
-#include "dsig/reference/DSigReference.h"
+#include "dsig/document/locate_signature.h"
 #include "dsig/reference/adjacent_signatures.h"
-#include "dsig/transform/working_text.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/scan/_vlXmlDtd.h"
-#include "foundation/xml/tree/ClsXml.h"
 
-namespace vantrel {
+namespace vantrel::dsig {
 
-bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& /*unused1*/,
-                                             StringBuffer& /*unused2*/, DSigReference& ref,
-                                             LogBase& log) {
-    dsig::onWorkingText(workingText, [&](dsig::WorkingText& text) {
-        static_cast<void>(removeEnvelopedSignature(text, ref, log));
-    });
-    return true;
-}
-
-// A signature that is not there is no failure: the digest then decides. False only when what would
-// have to go with it is not structure of the document.
-bool ClsXmlDSig::removeEnvelopedSignature(dsig::WorkingText& text, const DSigReference& ref,
-                                          LogBase& log) {
-    const LogContextExitor context(log, "transformEnvelopedSignature");
-    StringBuffer id;
-    selectedSignatureId(id, log);
-    // Invoices of the ZATCA rules carry this Id, and their digest leaves the signature where it is:
-    // the XPath transforms of the same reference have removed what is to be removed.
-    if (m_zatcaRules && id.equals("signature")) {
-        return true;
-    }
-    xml::TextRange signature;
-    if (!locateEnvelopedSignature(id, ref, text, signature, log)) {
-        return true;
-    }
-    const std::uint32_t length = dsig::lengthWithFollowingSignatures(
-        text.searchable().text(), signature.start, signature.length);
-    if (length == signature.length) {
-        return text.takeOut({signature}, dsig::exclusion::kEnvelopedSignature, log);
-    }
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kEnvelopedExtraRemoved);
-    const xml::TextRange following{signature.end(), length - signature.length};
-    return text.takeOut({following}, dsig::exclusion::kEnvelopedExtra, log) &&
-           text.takeOut({signature}, dsig::exclusion::kEnvelopedSignature, log);
-}
+namespace {
 
 // The selected signature itself, wherever it stands in the text by now; no other takes its place.
-bool ClsXmlDSig::locateEnvelopedSignature(const StringBuffer& id, const DSigReference& ref,
-                                          dsig::WorkingText& text, xml::TextRange& range,
-                                          LogBase& log) const {
+bool locate(const Selection& selection, const DSigReference& reference, WorkingText& text,
+            xml::TextRange& range, LogBase& log) {
     const auto structure = text.structure(log);
     if (structure == nullptr) {
         return false;
     }
     const bool known = text.loaded() != nullptr;
-    const ClsXml* const selected = selectedSignature();
-    const xml::ElementId element =
-        known && selected != nullptr ? text.elementOf(selected->elementId()) : xml::kNoElement;
+    const xml::ElementId element = known && selection.signature != nullptr
+                                       ? text.elementOf(selection.element())
+                                       : xml::kNoElement;
     const bool isThere = !known || element != xml::kNoElement;
     XmlSigLocate locator;
     locator.m_selectedElement = element;
     _vlXmlDtd dtd;
     dtd.setDocument(structure);
+    const StringBuffer& id = selection.id;
     const StringBuffer& searched = structure->sourceText();
     if (!id.isEmpty()) {
         if (log.verbose()) {
@@ -77,9 +38,10 @@ bool ClsXmlDSig::locateEnvelopedSignature(const StringBuffer& id, const DSigRefe
         }
     } else {
         if (log.verbose()) {
-            log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
+            log.LogDataSb("removeSignatureHavingDigest", reference.m_digestValue);
         }
-        if (!isThere || !locator.FindXmlSigByRefDigest(ref.m_digestValue, searched, dtd, log)) {
+        if (!isThere ||
+            !locator.FindXmlSigByRefDigest(reference.m_digestValue, searched, dtd, log)) {
             log.LogError("Unable to find Signature by digest value for enveloped-signature..");
             return false;
         }
@@ -90,10 +52,30 @@ bool ClsXmlDSig::locateEnvelopedSignature(const StringBuffer& id, const DSigRefe
     return true;
 }
 
-bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
-                                                 std::uint32_t length, LogBase& /*log*/) {
-    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length));
-    return true;
+} // namespace
+
+bool removeEnvelopedSignature(const Selection& selection, const DSigReference& reference,
+                              const Rules& rules, WorkingText& text, CodeSet& leniencies,
+                              LogBase& log) {
+    const LogContextExitor context(log, "transformEnvelopedSignature");
+    // Invoices of the ZATCA rules carry this Id, and their digest leaves the signature where it is:
+    // the XPath transforms of the same reference have removed what is to be removed.
+    if (rules.zatca && selection.id.equals("signature")) {
+        return true;
+    }
+    xml::TextRange signature;
+    if (!locate(selection, reference, text, signature, log)) {
+        return true;
+    }
+    const std::uint32_t length =
+        lengthWithFollowingSignatures(text.searchable().text(), signature.start, signature.length);
+    if (length == signature.length) {
+        return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
+    }
+    leniencies.add(accommodation::kEnvelopedExtraRemoved);
+    const xml::TextRange following{signature.end(), length - signature.length};
+    return text.takeOut({following}, exclusion::kEnvelopedExtra, log) &&
+           text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
 }
 
-} // namespace vantrel
+} // namespace vantrel::dsig

@@ -28,6 +28,9 @@ FoundChunks findChunks(const GappedText& text, const ChunkPattern& pattern, std:
 }
 
 void cutOut(StringBuffer& text, const std::vector<xml::TextRange>& ranges) {
+    if (ranges.empty()) {
+        return;
+    }
     StringBuffer rest;
     std::uint32_t at = 0;
     for (const xml::TextRange range : ranges) {

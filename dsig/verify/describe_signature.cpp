@@ -1,8 +1,8 @@
 // The selected signature as it stands, without verifying it.
 
+#include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/child_elements.h"
-#include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
 #include "foundation/json/json_writer.h"
 #include "foundation/log/MethodFrame.h"
@@ -80,7 +80,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
     }
     try {
         beginReport();
-        dsig::DocumentNames names(*structure().document, structure().paths);
+        dsig::DocumentNames names(*structure().structure, structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw());
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));

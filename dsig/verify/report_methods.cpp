@@ -1,9 +1,11 @@
 // What an operation found out, for whoever asks afterwards.
 
+#include "dsig/document/document.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
+#include "dsig/reference/internal_reference.h"
+#include "dsig/reference/reference_target.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signature_structure.h"
 #include "foundation/crypto/hash/hash_ids.h"
@@ -129,7 +131,7 @@ void ClsXmlDSig::warnOfCoverage() {
     if (m_report.references.empty() || m_report.signatureElement == xml::kNoElement) {
         return;
     }
-    const xml::XmlDocument& document = *structure().document;
+    const xml::XmlDocument& document = *structure().structure;
     const xml::TextRange signature = sourceRangeOf(document, m_report.signatureElement);
     std::vector<xml::TextRange> digested = {signature};
     for (const dsig::ReferenceReport& reference : m_report.references) {
@@ -197,42 +199,6 @@ void ClsXmlDSig::describeKeys() {
     }
 }
 
-// What the reference's digest covers, in the document as it was loaded.
-void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report) {
-    xml::ElementId element = xml::kNoElement;
-    const xml::FragmentTarget target =
-        xml::resolveFragment(*structure().document, fragmentId.view(), element);
-    if (target == xml::FragmentTarget::Document) {
-        report.covers = "document";
-        return;
-    }
-    // An element that is not there, or not the only one, has neither name nor path.
-    report.covers = "element";
-    if (target == xml::FragmentTarget::Element) {
-        report.coveredElements = {element};
-    }
-}
-
-// What was digested in fact.
-void ClsXmlDSig::reportCoverage(const dsig::Coverage& coverage, dsig::ReferenceReport& report) {
-    report.covers = coverage.wholeDocument          ? "document"
-                    : coverage.elements.size() == 1 ? "element"
-                                                    : "elements";
-    report.coveredElements = coverage.elements;
-    report.coverageKnown = coverage.known;
-    report.excluded = coverage.excluded;
-    if (coverage.wholeDocument) {
-        return;
-    }
-    const xml::XmlDocument& document = *structure().document;
-    std::erase_if(report.excluded, [&](const dsig::Exclusion& exclusion) {
-        return std::none_of(
-            coverage.elements.begin(), coverage.elements.end(), [&](xml::ElementId element) {
-                return dsig::isInside(exclusion.range, sourceRangeOf(document, element));
-            });
-    });
-}
-
 // What the references name, where their digests were not asked for.
 void ClsXmlDSig::reportUncheckedReferences() {
     LogNull log;
@@ -246,13 +212,12 @@ void ClsXmlDSig::reportUncheckedReferences() {
         ref.parseReference(*element, log);
         dsig::ReferenceReport& report = m_report.reference(index);
         report.describe(ref.m_uri, ref.m_digestMethod);
-        if (report.external) {
+        const dsig::ReferenceTarget target = dsig::targetOf(ref.m_uri);
+        if (target.kind == dsig::ReferenceTarget::Kind::External) {
             report.covers = "external";
-            continue;
+        } else {
+            dsig::describeTarget(structure(), target.text, report);
         }
-        StringBuffer fragmentId = ref.m_uri;
-        fragmentId.removeChunk(0, 1);
-        describeCoverage(fragmentId, report);
     }
 }
 
@@ -270,7 +235,7 @@ void ClsXmlDSig::writeReportTo(StringBuffer& json) {
         dsig::writeReport(m_report, nullptr, json);
         return;
     }
-    dsig::DocumentNames names(*structure().document, structure().paths);
+    dsig::DocumentNames names(*structure().structure, structure().paths);
     dsig::writeReport(m_report, &names, json);
 }
 

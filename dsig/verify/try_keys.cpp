@@ -44,8 +44,8 @@ KeyVerdict verifyWithRsaKey(const VerifyRun& run, RsaKeyData& key, LogBase& log)
     }
     log.LogError("RSA verify hash found the signature to be invalid.");
     log.LogDataHexDb("signedInfoHash", run.hash);
-    log.LogDataSb("canonicalizationMethod", run.c14nAlgorithm);
-    log.LogDataSb("canonicalizedSignedInfo", run.canonicalSignedInfo);
+    log.LogDataSb("canonicalizationMethod", run.signedOctets.algorithm);
+    log.LogDataSb("canonicalizedSignedInfo", run.signedOctets.text);
     return KeyVerdict::SignatureInvalid;
 }
 
@@ -148,8 +148,8 @@ int tryKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
 // neither does one with white space inside.
 bool tryHmac(VerifyRun& run, const DataBuffer& key, LogBase& log) {
     DataBuffer mac;
-    if (!Hmac::doHMAC(run.canonicalSignedInfo.getString(),
-                      static_cast<int>(run.canonicalSignedInfo.getSize()), key.getData2(),
+    if (!Hmac::doHMAC(run.signedOctets.text.getString(),
+                      static_cast<int>(run.signedOctets.text.getSize()), key.getData2(),
                       static_cast<int>(key.getSize()), run.hashAlg, mac, log)) {
         log.LogError("HMAC verify failed.");
         return false;

@@ -211,21 +211,23 @@ bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection,
         }
         return apex != kNoElement;
     }
-    return findFragment(document, selection.fragment, apex, log);
+    const xml::FragmentTarget target = findFragment(document, selection.fragment, apex, log);
+    return target == xml::FragmentTarget::Document || target == xml::FragmentTarget::Element;
 }
 
-bool XmlCanon::findFragment(const XmlDocument& document, std::string_view fragment, ElementId& apex,
-                            LogBase& log) {
-    switch (xml::resolveFragment(document, fragment, apex)) {
-    case xml::FragmentTarget::Document: apex = kNoElement; return true;
-    case xml::FragmentTarget::Element: return true;
+xml::FragmentTarget XmlCanon::findFragment(const XmlDocument& document, std::string_view fragment,
+                                           ElementId& apex, LogBase& log) {
+    const xml::FragmentTarget target = xml::resolveFragment(document, fragment, apex);
+    switch (target) {
+    case xml::FragmentTarget::Document: apex = kNoElement; return target;
+    case xml::FragmentTarget::Element: return target;
     case xml::FragmentTarget::NotFound: log.LogError("No element of the XML has the Id."); break;
     case xml::FragmentTarget::NotUnique:
         log.LogError("The Id is not unique: it stands on several elements.");
         break;
     }
     log.logText("fragmentId", fragment);
-    return false;
+    return target;
 }
 
 bool XmlCanon::findAuthenticated(ElementId& apex, LogBase& log) const {

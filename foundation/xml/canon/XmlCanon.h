@@ -5,6 +5,7 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/arrays.h"
 #include "foundation/xml/canon/canonicalizer.h"
+#include "foundation/xml/canon/fragment_id.h"
 
 #include <cstdint>
 #include <memory>
@@ -69,11 +70,11 @@ public:
     [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
                                            std::span<const xml::TextRange> omitted,
                                            xml::CanonSink& sink, LogBase& log) const;
-    // The element that a fragment identifier names, kNoElement for the whole document; false after
-    // an error line when there is none, or several.
-    [[nodiscard]] static bool findFragment(const xml::XmlDocument& document,
-                                           std::string_view fragment, xml::ElementId& apex,
-                                           LogBase& log);
+    // The element that a fragment identifier names (fragment_id.h), kNoElement for the whole
+    // document. There being none, or several, is an error line.
+    [[nodiscard]] static xml::FragmentTarget findFragment(const xml::XmlDocument& document,
+                                                          std::string_view fragment,
+                                                          xml::ElementId& apex, LogBase& log);
     // The elements that EBICS mode counts, in document order; an error line when there is none.
     [[nodiscard]] static std::vector<xml::ElementId> authenticatedElements(
         const xml::XmlDocument& document, LogBase& log);

@@ -1,5 +1,5 @@
-#ifndef DSIG_OBJECT_LOADED_STRUCTURE_H
-#define DSIG_OBJECT_LOADED_STRUCTURE_H
+#ifndef DSIG_DOCUMENT_DOCUMENT_H
+#define DSIG_DOCUMENT_DOCUMENT_H
 
 #include "dsig/document/work_account.h"
 #include "foundation/text/RefCountedObject.h"
@@ -14,29 +14,31 @@
 
 namespace vantrel::dsig {
 
-// What is computed once from the loaded document and used again by every reference of every
-// signature. It lives until the next load.
-struct LoadedStructure {
-    LoadedStructure(std::shared_ptr<const xml::XmlDocument> loaded, const Limits& limits)
-        : document(std::move(loaded)), paths(*document),
-          account(document->textBuffer().getSize(), limits) {}
+// The loaded document: its text and structure, and what is computed once from it and used again by
+// every reference of every signature. It lives until the next load; what is read of it does not
+// change.
+struct Document final {
+    Document(std::shared_ptr<const xml::XmlDocument> loaded, const Limits& limits)
+        : structure(std::move(loaded)), paths(*structure),
+          account(structure->textBuffer().getSize(), limits) {}
 
     // The Reference elements of a signature's SignedInfo, in document order; collected once for the
     // signature that was asked for last.
     const std::vector<xml::ElementId>& referencesOf(const ClsXml& signature);
 
+    // A Transforms element from its text; null after an error line. Valid until the next call.
+    const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
 
-    std::shared_ptr<const xml::XmlDocument> document;
+    std::shared_ptr<const xml::XmlDocument> structure;
     xml::ElementPaths paths;
     WorkAccount account;
 
-    // References often carry the same Transforms, so the last one parsed is kept.
-    StringBuffer transformsText;
-    Ref<ClsXml> transforms;
-
 private:
+    // References often carry the same Transforms, so the last one parsed is kept.
+    StringBuffer m_transformsText;
+    Ref<ClsXml> m_transforms;
     std::optional<std::vector<xml::ElementId>> m_manifests;
     xml::ElementId m_signature = xml::kNoElement;
     std::vector<xml::ElementId> m_references;

@@ -1,18 +1,16 @@
-// The canonicalization step of a reference's transforms.
+#include "dsig/transform/canonicalize_step.h"
 
-#include "dsig/object/_clsXmlDSigBase.h"
-#include "dsig/object/verification_report.h"
 #include "dsig/transform/canonicalization_method.h"
-#include "dsig/transform/working_text.h"
+#include "dsig/transform/profile_detection.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/xml/canon/XmlCanon.h"
-#include "foundation/xml/tree/ClsXml.h"
+#include "foundation/xml/canon/fragment_id.h"
 
 #include <span>
 #include <string_view>
 #include <vector>
 
-namespace vantrel {
+namespace vantrel::dsig {
 
 namespace {
 
@@ -33,13 +31,13 @@ void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& l
     if (log.verbose()) {
         log.LogDataSb("inclusiveNamespacesPrefixList", prefixList);
     }
-    dsig::setPrefixList(canonicalizer, prefixList);
+    setPrefixList(canonicalizer, prefixList);
 }
 
 // Hands octets on as long as the document's account allows.
 class ChargingSink final : public xml::CanonSink {
 public:
-    ChargingSink(xml::CanonSink& next, dsig::WorkAccount* account, LogBase& log) noexcept
+    ChargingSink(xml::CanonSink& next, WorkAccount* account, LogBase& log) noexcept
         : m_next(next), m_account(account), m_log(log) {}
 
     [[nodiscard]] bool write(const char* data, std::size_t size) override {
@@ -49,13 +47,13 @@ public:
 
 private:
     xml::CanonSink& m_next;
-    dsig::WorkAccount* m_account;
+    WorkAccount* m_account;
     LogBase& m_log;
 };
 
 // What is to be read counts as well as what is written.
 bool takeExtents(const xml::XmlDocument& document, std::span<const xml::ElementId> apexes,
-                 const dsig::WorkingText& text, LogBase& log) {
+                 const WorkingText& text, LogBase& log) {
     std::uint64_t octets = apexes.empty() ? document.text().size() : 0;
     for (const xml::ElementId apex : apexes) {
         octets += document.element(apex).end - document.element(apex).start;
@@ -66,7 +64,7 @@ bool takeExtents(const xml::XmlDocument& document, std::span<const xml::ElementI
 // Canonicalizes elements of the text one behind the other, or the whole text, into its place or
 // into the sink.
 bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::ElementId> apexes,
-                          dsig::WorkingText& text, xml::CanonSink* sink, LogBase& log) {
+                          WorkingText& text, xml::CanonSink* sink, LogBase& log) {
     const auto document = text.structure(log);
     if (document == nullptr) {
         return false;
@@ -96,71 +94,36 @@ bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::El
 
 // The element of the text that a fragment identifier names: looked up in the loaded document, where
 // it must be unique, whatever has been taken out since.
-bool findTarget(std::string_view fragment, dsig::WorkingText& text,
-                std::vector<xml::ElementId>& apexes, LogBase& log) {
+RefReason findTarget(std::string_view fragment, WorkingText& text,
+                     std::vector<xml::ElementId>& apexes, LogBase& log) {
     const auto document = text.loaded() != nullptr ? text.loaded() : text.structure(log);
-    xml::ElementId element = xml::kNoElement;
-    if (document == nullptr || !XmlCanon::findFragment(*document, fragment, element, log)) {
-        return false;
+    if (document == nullptr) {
+        return RefReason::NotCanonicalized;
     }
-    if (element == xml::kNoElement) {
-        return true;
+    xml::ElementId element = xml::kNoElement;
+    switch (XmlCanon::findFragment(*document, fragment, element, log)) {
+    case xml::FragmentTarget::NotFound: return RefReason::NoSuchId;
+    case xml::FragmentTarget::NotUnique: return RefReason::DuplicateId;
+    case xml::FragmentTarget::Document: return RefReason::Match;
+    case xml::FragmentTarget::Element: break;
     }
     const xml::ElementId inText = text.elementOf(element);
     if (inText == xml::kNoElement) {
         log.LogError("The element with the Id is not in the XML any more.");
         log.logText("fragmentId", fragment);
-        return false;
+        return RefReason::NoSuchId;
     }
     apexes.push_back(inText);
-    return true;
+    return RefReason::Match;
 }
 
 void logFailure(LogBase& log) { log.LogError("Failed to canonicalize XML fragment."); }
 
-} // namespace
-
-bool _clsXmlDSigBase::transformCanonicalize(const ClsXml* transform, StringBuffer& xml,
-                                            const StringBuffer& algorithm,
-                                            const StringBuffer& fragmentId, LogBase& log) {
-    bool ok = false;
-    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
-        ok = canonicalizeWorkingText(transform, text, algorithm, fragmentId, nullptr, log);
-    });
-    return ok;
-}
-
-bool _clsXmlDSigBase::canonicalizeWorkingText(const ClsXml* transform, dsig::WorkingText& text,
-                                              const StringBuffer& algorithm,
-                                              const StringBuffer& fragmentId, xml::CanonSink* sink,
-                                              LogBase& log) {
-    const LogContextExitor context(log, "transformCanonicalize");
-    XmlCanon canonicalizer;
-    dsig::selectTransformMethod(algorithm, canonicalizer);
-    if (transform != nullptr && canonicalizer.m_method == dsig::kExclusive) {
-        readPrefixList(*transform, canonicalizer, log);
-    }
-    configureAttrSort(canonicalizer, log);
-
-    if (isEbicsFragment(fragmentId)) {
-        return canonicalizeForEbics(canonicalizer, text, sink, log);
-    }
-    const bool cutOutFirst = m_cmaStpDocument && fragmentId.isEmpty();
-    std::vector<xml::ElementId> apexes;
-    if ((cutOutFirst && !cutDownToCmaStpDocument(text, log)) ||
-        !findTarget(fragmentId.view(), text, apexes, log) ||
-        !canonicalizeElements(canonicalizer, apexes, text, sink, log)) {
-        logFailure(log);
-        return false;
-    }
-    return true;
-}
-
 // Messages of this profile sign their Document element, whatever stands around it.
-bool _clsXmlDSigBase::cutDownToCmaStpDocument(dsig::WorkingText& text, LogBase& log) const {
+bool cutDownToCmaStpDocument(WorkingText& text, CodeSet& leniencies, LogBase& log) {
     constexpr std::string_view kStart = "<Document ";
     constexpr std::string_view kEnd = "</Document>";
-    const dsig::GappedText searched = text.searchable();
+    const GappedText searched = text.searchable();
     const std::size_t size = searched.text().size();
     const std::size_t found = searched.find(kStart, 0);
     const std::size_t start = found == std::string_view::npos ? 0 : found;
@@ -169,12 +132,12 @@ bool _clsXmlDSigBase::cutDownToCmaStpDocument(dsig::WorkingText& text, LogBase& 
     if (start == 0 && end == size) {
         return true;
     }
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+    leniencies.add(accommodation::kProfileCutOut);
     return text.cutDownTo(xml::rangeOf(start, end), log);
 }
 
-bool _clsXmlDSigBase::canonicalizeForEbics(XmlCanon& canonicalizer, dsig::WorkingText& text,
-                                           xml::CanonSink* sink, LogBase& log) {
+RefReason canonicalizeForEbics(const XmlCanon& canonicalizer, WorkingText& text,
+                               xml::CanonSink* sink, CodeSet& leniencies, LogBase& log) {
     log.LogInfo("Canonicalizing for EBICS...");
     const auto document = text.structure(log);
     std::vector<xml::ElementId> apexes;
@@ -184,27 +147,55 @@ bool _clsXmlDSigBase::canonicalizeForEbics(XmlCanon& canonicalizer, dsig::Workin
     }
     if (apexes.size() > kMostEbicsElements) {
         apexes.resize(kMostEbicsElements);
-        dsig::noteAccommodation(m_accommodations, dsig::accommodation::kLimit100);
+        leniencies.add(accommodation::kLimit100);
     }
     if (apexes.empty() || !canonicalizeElements(canonicalizer, apexes, text, sink, log)) {
         logFailure(log);
-        return false;
+        return RefReason::NotCanonicalized;
     }
-    return true;
+    return RefReason::Match;
 }
 
-void _clsXmlDSigBase::configureAttrSort(XmlCanon& canonicalizer, LogBase& log) const {
-    if (!m_alwaysDuplicateAttrSortBug && !m_duplicateAttrSortBug) {
+} // namespace
+
+void configureAttrSort(XmlCanon& canonicalizer, const Rules& rules, LogBase& log) {
+    if (!rules.emulatesAttrSort()) {
         return;
     }
     logAttrSortEmulation(log);
     canonicalizer.m_duplicateAttrSortBug = true;
-    canonicalizer.m_faultyOrder =
-        m_secondAttrOrder ? xml::AttributeOrder::LocalName : xml::AttributeOrder::PrefixThenLocal;
+    canonicalizer.m_faultyOrder = rules.attributeOrder();
 }
 
-void _clsXmlDSigBase::logAttrSortEmulation(LogBase& log) {
-    log.LogInfo("Will duplicate the XML canonicalization attribute sorting bug...");
+RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
+                           const StringBuffer& algorithm, const StringBuffer& fragmentId,
+                           xml::CanonSink* sink, const Rules& rules, CodeSet& leniencies,
+                           LogBase& log) {
+    const LogContextExitor context(log, "transformCanonicalize");
+    XmlCanon canonicalizer;
+    selectTransformMethod(algorithm, canonicalizer);
+    if (transform != nullptr && canonicalizer.m_method == kExclusive) {
+        readPrefixList(*transform, canonicalizer, log);
+    }
+    configureAttrSort(canonicalizer, rules, log);
+
+    if (isEbicsFragment(fragmentId)) {
+        return canonicalizeForEbics(canonicalizer, text, sink, leniencies, log);
+    }
+    std::vector<xml::ElementId> apexes;
+    RefReason outcome = RefReason::NotCanonicalized;
+    const bool cutOutFirst = rules.cmaStpDocument && fragmentId.isEmpty();
+    if (!cutOutFirst || cutDownToCmaStpDocument(text, leniencies, log)) {
+        outcome = findTarget(fragmentId.view(), text, apexes, log);
+    }
+    if (outcome == RefReason::Match &&
+        !canonicalizeElements(canonicalizer, apexes, text, sink, log)) {
+        outcome = RefReason::NotCanonicalized;
+    }
+    if (outcome != RefReason::Match) {
+        logFailure(log);
+    }
+    return outcome;
 }
 
-} // namespace vantrel
+} // namespace vantrel::dsig

@@ -1,4 +1,4 @@
-#include "dsig/object/verification_report.h"
+#include "dsig/report/signature_report.h"
 
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
@@ -10,16 +10,6 @@
 namespace vantrel::dsig {
 
 using json::JsonWriter;
-
-void CodeSet::add(std::string_view code) {
-    if (!contains(code)) {
-        m_codes.push_back(code);
-    }
-}
-
-bool CodeSet::contains(std::string_view code) const noexcept {
-    return std::find(m_codes.begin(), m_codes.end(), code) != m_codes.end();
-}
 
 void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod) {
     uri = itsUri;
@@ -64,21 +54,17 @@ void writeCodes(std::string_view name, const CodeSet& codes, JsonWriter& out) {
 
 namespace {
 
-// RefFailReason codes.
-constexpr int kReasonMismatch = 1;
-constexpr int kReasonNoData = 2;
-
 std::string_view statusOf(const ReferenceReport& reference) {
     if (!reference.checked) {
         return "not-checked";
     }
-    if (reference.matched) {
-        return "match";
+    switch (reference.reason) {
+    case RefReason::Match: return "match";
+    case RefReason::Mismatch:
+    case RefReason::UnsupportedDigest: return "mismatch";
+    case RefReason::ExternalMissing: return "missing";
+    default: return "error";
     }
-    if (reference.reason == kReasonMismatch) {
-        return "mismatch";
-    }
-    return reference.reason == kReasonNoData ? "missing" : "error";
 }
 
 void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& names) {
@@ -123,7 +109,7 @@ void writeReference(JsonWriter& out, const ReferenceReport& reference, DocumentN
     out.booleanMember("signed", reference.isSigned);
     out.textMember("digestMethod", reference.digestMethod.view());
     out.textMember("status", statusOf(reference));
-    out.integerMember("reason", static_cast<std::int64_t>(reference.reason));
+    out.integerMember("reason", static_cast<std::int64_t>(publicCode(reference.reason)));
     writeCoverage(out, reference, names);
     writeCodes("accommodations", reference.accommodations, out);
     out.endObject();

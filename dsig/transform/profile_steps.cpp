@@ -1,21 +1,14 @@
-// Corrections that document profiles apply to the text before and after the transforms of a
-// reference. All are searches over the serialized text: that is how their signers' verifiers work.
-// What they find is cut only where it is a whole element.
+#include "dsig/transform/profile_steps.h"
 
-#include "dsig/object/_clsXmlDSigBase.h"
-#include "dsig/object/verification_report.h"
-#include "dsig/transform/chunk_removal.h"
 #include "dsig/transform/profile_markers.h"
-#include "dsig/transform/working_text.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/text/strings.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
-namespace vantrel {
-
-namespace marker = dsig::marker;
+namespace vantrel::dsig {
 
 namespace {
 
@@ -45,7 +38,7 @@ std::optional<xml::TextRange> findSiiDte(std::string_view text, std::string_view
 }
 
 // The authentication block of a SWIFT message, which its digest leaves out.
-std::optional<xml::TextRange> findSwiftLau(const dsig::GappedText& text) {
+std::optional<xml::TextRange> findSwiftLau(const GappedText& text) {
     if (!text.contains(marker::kSwift)) {
         return std::nullopt;
     }
@@ -66,86 +59,49 @@ void keepOnly(StringBuffer& text, xml::TextRange range) {
 
 } // namespace
 
-bool _clsXmlDSigBase::preprocessXmlToTransform(const StringBuffer& refId,
-                                               const DSigReference& /*ref*/, StringBuffer& xml,
-                                               LogBase& log) {
-    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
-        static_cast<void>(preprocessWorkingText(refId, text, log));
-    });
+bool cutOutSiiDte(StringBuffer& xml, std::string_view id, Rules& rules, LogBase& log) {
+    const LogContextExitor context(log, "extract_sii_cl_dte");
+    const std::optional<xml::TextRange> dte = findSiiDte(xml.view(), id);
+    if (!dte) {
+        return false;
+    }
+    rules.siiDteOffset = dte->start;
+    keepOnly(xml, *dte);
+    rules.siiDteXml = xml;
     return true;
 }
 
-bool _clsXmlDSigBase::postProcessTransformedXml(const StringBuffer& /*refId*/,
-                                                const DSigReference& /*ref*/, StringBuffer& xml,
-                                                LogBase& log) {
-    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
-        static_cast<void>(postProcessWorkingText(text, log));
-    });
-    return true;
-}
-
-bool _clsXmlDSigBase::preprocessWorkingText(const StringBuffer& refId, dsig::WorkingText& text,
-                                            LogBase& log) {
+bool preprocess(const StringBuffer& fragmentId, WorkingText& text, Rules& rules,
+                CodeSet& leniencies, LogBase& log) {
     const LogContextExitor context(log, "preprocessXmlToTransform");
-    if (!m_isSiiDocument) {
+    if (!rules.siiDocument) {
         return true;
     }
     log.LogInfo(("Preprocessing for " + std::string(marker::kSii)).c_str());
     StringBuffer cut = text.text();
-    if (!extract_sii_cl_dte(cut, refId.getString(), true, log)) {
+    if (!cutOutSiiDte(cut, fragmentId.view(), rules, log)) {
         return true;
     }
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
-    if (!text.cutDownTo({m_siiDteOffset, cut.getSize()}, log)) {
-        m_siiDteXml.clear();
+    leniencies.add(accommodation::kProfileCutOut);
+    if (!text.cutDownTo({rules.siiDteOffset, cut.getSize()}, log)) {
+        rules.siiDteXml.clear();
         return false;
     }
     return true;
 }
 
-bool _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy,
-                                         LogBase& log) {
-    const LogContextExitor context(log, "extract_sii_cl_dte");
-    const std::optional<xml::TextRange> dte = findSiiDte(xml.view(), id != nullptr ? id : "");
-    if (!dte) {
-        return false;
-    }
-    m_siiDteOffset = dte->start;
-    keepOnly(xml, *dte);
-    if (keepCopy) {
-        m_siiDteXml = xml;
-    }
-    return true;
-}
-
-bool _clsXmlDSigBase::postProcessWorkingText(dsig::WorkingText& text, LogBase& log) {
+bool postprocess(WorkingText& text, CodeSet& leniencies, LogBase& log) {
     const LogContextExitor context(log, "postProcessTransformedXml");
     const std::optional<xml::TextRange> lau = findSwiftLau(text.searchable());
     if (!lau) {
         return true;
     }
     log.LogInfo("Adjusting XML to canonicalized by removing <LAU ... </LAU>");
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileRemoval);
-    return text.takeOut({*lau}, dsig::exclusion::kSwiftLau, log);
+    leniencies.add(accommodation::kProfileRemoval);
+    return text.takeOut({*lau}, exclusion::kSwiftLau, log);
 }
 
-bool _clsXmlDSigBase::removeXmlChunk(const char* start, const char* end, StringBuffer& xml,
-                                     LogBase& log) {
-    return removeXmlChunkContaining(start, end, "", xml, log);
-}
-
-bool _clsXmlDSigBase::removeXmlChunkContaining(const char* start, const char* end,
-                                               const char* needle, StringBuffer& xml,
-                                               LogBase& /*log*/) {
-    const dsig::FoundChunks found =
-        dsig::findChunks(dsig::GappedText(xml.view()), {start, end, needle}, 1);
-    if (!found.chunks.empty()) {
-        dsig::cutOut(xml, found.chunks);
-    }
-    return !found.chunks.empty();
-}
-
-bool _clsXmlDSigBase::zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
+void zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
     const LogContextExitor context(log, "zatcaTransformInvoice");
     xml.toLF();
     xml.trim2();
@@ -168,7 +124,6 @@ bool _clsXmlDSigBase::zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
     xml.removeDelimitedIfContains("<cac:AdditionalDocumentReference>",
                                   "</cac:AdditionalDocumentReference>", "<cbc:ID>QR", true, true);
     xml.removeDelimited("<cac:Signature>", "</cac:Signature>", true, true);
-    return true;
 }
 
-} // namespace vantrel
+} // namespace vantrel::dsig

@@ -1,7 +1,10 @@
-#ifndef DSIG_OBJECT_VERIFICATION_REPORT_H
-#define DSIG_OBJECT_VERIFICATION_REPORT_H
+#ifndef DSIG_REPORT_SIGNATURE_REPORT_H
+#define DSIG_REPORT_SIGNATURE_REPORT_H
 
+#include "dsig/report/codes.h"
 #include "dsig/report/coverage.h"
+#include "dsig/report/ref_reason.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/scan/xml_document.h"
@@ -17,52 +20,16 @@ class JsonWriter;
 
 namespace vantrel::dsig {
 
-// Every leniency that a verification used, by its fixed code.
-namespace accommodation {
-inline constexpr std::string_view kAttrSortEmulated = "c14n.attr-sort-emulated";
-inline constexpr std::string_view kUnknownInclusive = "c14n.unknown-inclusive";
-inline constexpr std::string_view kDigestHex = "digest.hex";
-inline constexpr std::string_view kDigestUnknownSha1 = "digest.unknown-sha1";
-inline constexpr std::string_view kDigestTolerated = "digest.tolerated";
-inline constexpr std::string_view kZatcaRules = "zatca.rules";
-inline constexpr std::string_view kZatcaAuto = "zatca.auto";
-inline constexpr std::string_view kEnvelopedExtraRemoved = "enveloped.extra-removed";
-inline constexpr std::string_view kTokenIdMismatch = "token.id-mismatch";
-inline constexpr std::string_view kReferencesUnchecked = "refs.unchecked";
-inline constexpr std::string_view kLimit100 = "limit.100";
-inline constexpr std::string_view kProfileCutOut = "profile.cut-out";
-inline constexpr std::string_view kProfileRemoval = "profile.removal";
-inline constexpr std::string_view kBase64Children = "base64.children-ignored";
-} // namespace accommodation
-
-// A set of short fixed words, in the order in which they were first added.
-class CodeSet {
-public:
-    void add(std::string_view code);
-    [[nodiscard]] const std::vector<std::string_view>& codes() const noexcept { return m_codes; }
-    [[nodiscard]] bool contains(std::string_view code) const noexcept;
-
-private:
-    std::vector<std::string_view> m_codes; // of static storage
-};
-
-// Notes a leniency where somebody keeps a record.
-inline void noteAccommodation(CodeSet* accommodations, std::string_view code) {
-    if (accommodations != nullptr) {
-        accommodations->add(code);
-    }
-}
-
+// What was found out about one reference.
 struct ReferenceReport {
     int index = 0;
     StringBuffer uri;
     bool external = false;
     StringBuffer digestMethod;
     bool checked = false;
-    bool matched = false;
-    bool dataMissing = false;
-    int reason = 0;       // RefFailReason of the last attempt
-    bool isSigned = true; // false: the signature value does not vouch for it
+    RefReason reason = RefReason::Match; // of the last attempt
+    bool dataMissing = false;            // external data that nobody gave
+    bool isSigned = true;                // false: the signature value does not vouch for it
     // "document", "element", "elements" or "external"; empty when unknown. What was digested of it
     // is less by what is excluded.
     std::string_view covers;
@@ -70,7 +37,10 @@ struct ReferenceReport {
     std::vector<Exclusion> excluded;
     bool coverageKnown = true;
     CodeSet accommodations;
+    StringBuffer computed; // base64 of the digest of the attempt that matched, else of the first
+    DataBuffer octets;     // that it was computed over, where they were asked for
 
+    [[nodiscard]] bool matched() const noexcept { return checked && reason == RefReason::Match; }
     // What the reference says of itself.
     void describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod);
 };
