@@ -30,6 +30,9 @@ class Pkcs7SignedData;
 class XmlSigLocate;
 class _vlXmlDtd;
 
+namespace text {
+struct XmlEncoding;
+} // namespace text
 namespace xml {
 class CanonSink;
 }
@@ -177,7 +180,7 @@ private:
     // object/
     bool loadSignature(XString& xml, LogBase& log);
     void unloadDocument();
-    bool parseLoadedText(LogBase& log);
+    bool parseLoadedText(const text::XmlEncoding& encoding, LogBase& log);
     bool selectBySignatureId(const StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);
     void checkSetZatca(LogBase& log);
@@ -202,6 +205,7 @@ private:
     void splitRefDirs(ExtPtrArraySb& dirs) const;
     dsig::LoadedStructure& structure();
     void beginReport();
+    void warnOfDocument();
     void finishReport();
     void describeKeys();
     void nameElements();
@@ -346,8 +350,9 @@ private:
     bool m_withCommentsOption = false;
     bool m_ignoreExternalRefs = false;
     std::int32_t m_refFailReason = 0;
-    StringBuffer m_xmlText;      // the whole document as UTF-8, as handed to the parser
-    ClsXml* m_xmlRoot = nullptr; // one reference held
+    StringBuffer m_xmlText;          // the whole document as UTF-8, as handed to the parser
+    bool m_encodingMismatch = false; // its declaration names another encoding than it is in
+    ClsXml* m_xmlRoot = nullptr;     // one reference held
     XString m_externalRefDirs;
     ExtPtrArrayRc m_signatures; // ClsXml of every Signature element, in document order
     ExtPtrArrayRc m_publicKeys; // ClsPublicKey by signature index

@@ -79,6 +79,7 @@ void ClsXmlDSig::beginReport() {
     if (signature == nullptr) {
         return;
     }
+    warnOfDocument();
     LogNull log;
     selectedSignatureId(m_report.id, log);
     m_report.signatureElement = signature->elementId();
@@ -88,6 +89,16 @@ void ClsXmlDSig::beginReport() {
     if (const Ref<ClsXml> stamp =
             Ref<ClsXml>::adopt(signature->searchForTag(nullptr, "*:EncapsulatedTimeStamp"))) {
         m_report.timestamp = "not-checked";
+    }
+}
+
+// What makes other readers of the same document see another one.
+void ClsXmlDSig::warnOfDocument() {
+    if (m_encodingMismatch) {
+        m_report.warnings.add("encoding-mismatch");
+    }
+    if (structure().document->hasUnreadDeclarations()) {
+        m_report.warnings.add("external-dtd-not-read");
     }
 }
 

@@ -35,6 +35,11 @@ bool isOpen(const std::vector<ValueInput>& inputs, const Entity* entity) noexcep
                        [entity](const ValueInput& input) { return input.entity == entity; });
 }
 
+bool refuse(std::string_view message, std::string_view name, std::string& why) {
+    why.assign(message).append(" ").append(name.substr(0, kShownName));
+    return false;
+}
+
 // Goes into the entity that is referenced; `length` bytes at the top of `inputs` are the reference.
 bool enterValueEntity(const DocumentType& type, std::size_t length, ExpansionBudget& budget,
                       std::vector<ValueInput>& inputs, std::string& why) {
@@ -43,12 +48,13 @@ bool enterValueEntity(const DocumentType& type, std::size_t length, ExpansionBud
     const Entity* const entity = type.findEntity(name);
     top.at += length;
     if (entity == nullptr) {
-        why = "An attribute value refers to an undeclared entity";
-        return type.hasUnreadDeclarations();
+        return refuse(type.hasUnreadDeclarations()
+                          ? kUnreadEntity
+                          : "An attribute value refers to an undeclared entity:",
+                      name, why);
     }
     if (entity->external || entity->unparsed) {
-        why = "An attribute value refers to an external entity";
-        return false;
+        return refuse("An attribute value refers to an external entity:", name, why);
     }
     if (inputs.size() > kMaxEntityNesting || isOpen(inputs, entity)) {
         why = kEntityRecursion;
@@ -172,10 +178,6 @@ bool EntityExpander::readReference() {
     }
     const std::string_view name = rest.substr(1, form.length - 2);
     const Entity* const entity = m_type.findEntity(name);
-    if (entity == nullptr && m_type.hasUnreadDeclarations()) {
-        in().at += form.length;
-        return true;
-    }
     if (entity == nullptr || entity->external || entity->unparsed) {
         copy(form.length); // refused when the result is read
         return true;

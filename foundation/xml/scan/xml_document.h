@@ -87,7 +87,8 @@ struct CopiedStretch {
 
 // A well-formed XML 1.0 document with its structure: XML 1.0 fifth edition and Namespaces in
 // XML 1.0, fully checked, the internal DTD subset included; external entities are never fetched,
-// and a reference to one is an error. Immutable, so any number of threads may read it.
+// and a reference to one is an error, as is a reference to an entity whose declaration is not read.
+// Immutable, so any number of threads may read it.
 //
 // The text is not copied: names and values are ranges of it. Character references and the five
 // predefined entities stay in it and are resolved when a value is asked for (values.h). References
@@ -149,6 +150,9 @@ public:
     [[nodiscard]] ElementId elementAt(std::uint32_t offset) const noexcept;
     // The same for an offset of sourceText().
     [[nodiscard]] ElementId elementAtSourceOffset(std::uint32_t offset) const noexcept;
+    // The stretch of text() for one of sourceText(), whose first and last byte are not part of a
+    // reference that was expanded. False for any other, and for an empty one.
+    [[nodiscard]] bool toText(TextRange source, TextRange& range) const noexcept;
     // The extent in sourceText(); false for an element whose start or end came from an entity.
     [[nodiscard]] bool sourceRange(ElementId id, TextRange& range) const noexcept;
 
@@ -202,6 +206,11 @@ public:
     [[nodiscard]] bool hasAttributeDefaults() const noexcept {
         return m_documentType != nullptr && m_documentType->hasAttributeDefaults();
     }
+    // An external subset or parameter entity is named and was not read: for a reader that reads it
+    // the document may have other attribute defaults and types.
+    [[nodiscard]] bool hasUnreadDeclarations() const noexcept {
+        return m_documentType != nullptr && m_documentType->hasUnreadDeclarations();
+    }
     [[nodiscard]] bool hasAttributeTypes() const noexcept {
         return m_documentType != nullptr && m_documentType->hasAttributeTypes();
     }
@@ -219,6 +228,7 @@ private:
         }
     }
     [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
+    [[nodiscard]] bool fromSource(std::uint32_t source, std::uint32_t& offset) const noexcept;
 
     StringBuffer m_source;
     StringBuffer m_text;
