@@ -73,9 +73,15 @@ bool areOrdered(std::span<const TextRange> ranges, std::uint32_t size) {
     return true;
 }
 
-bool areHoles(const XmlDocument& document, std::span<const TextRange> ranges) {
-    return std::all_of(ranges.begin(), ranges.end(),
-                       [&](TextRange range) { return xml::isHole(document, range); });
+// The places of the source text's ranges in text(); false when one of them has to be cut out.
+bool findHoles(const XmlDocument& document, std::span<const TextRange> ranges,
+               std::vector<TextRange>& holes) {
+    for (const TextRange range : ranges) {
+        if (!xml::findHole(document, range, holes.emplace_back())) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -142,13 +148,14 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
     if (document == nullptr) {
         return false;
     }
+    std::vector<TextRange> holes;
     if (!selection.omitted.empty()) {
         // Which element an Id or a count names depends on what is left of the text.
         ElementId unused = kNoElement;
         const bool counted =
             m_ebicsMode || xml::resolveFragment(*document, selection.fragment, unused) ==
                                xml::FragmentTarget::NotUnique;
-        if (counted || document->isExpanded() || !areHoles(*document, selection.omitted)) {
+        if (counted || !findHoles(*document, selection.omitted, holes)) {
             return runWithout(xml, selection, sink, log);
         }
     }
@@ -160,11 +167,11 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
     if (!findApex(*document, selection, apex, log)) {
         return false;
     }
-    if (apex != kNoElement && contains(selection.omitted, document->element(apex).start)) {
+    if (apex != kNoElement && contains(holes, document->element(apex).start)) {
         log.LogError("The element to canonicalize is an omitted one.");
         return false;
     }
-    return canonicalizeApex(*document, apex, selection.omitted, sink);
+    return canonicalizeApex(*document, apex, holes, sink);
 }
 
 // The plain way to leave something out: cuts it out of the text, and starts again.

@@ -46,7 +46,7 @@ public:
     // start offset implies it.
     bool m_fragmentText = false;
     // Stretches of `xml` that count as cut out of it (ascending, disjoint). Where they are whole
-    // elements the text is not copied.
+    // elements the text is neither copied nor parsed again.
     std::vector<xml::TextRange> m_omitted;
 
     // Appends to `out` the canonical form of `xml` (UTF-8): of the whole document when `fragmentId`

@@ -8,8 +8,10 @@
 namespace {
 
 long g_allocationsLeft = -1; // the allocation that finds 0 here fails; below 0 none does
+std::size_t g_allocatedBytes = 0;
 
 void* allocate(std::size_t size) {
+    g_allocatedBytes += size;
     if (g_allocationsLeft >= 0 && g_allocationsLeft-- == 0) {
         throw std::bad_alloc();
     }
@@ -64,6 +66,32 @@ TEST(XmlCanonMemory, EveryFailedAllocationIsAFailedCall) {
         });
         EXPECT_GT(count, 10) << "none of them was seen to fail";
     }
+}
+
+// Many references leave a signature out of one document: its entities are expanded once for all.
+TEST(XmlCanonMemory, LeavingOutOfExpandedTextExpandsNothingAgain) {
+    constexpr std::size_t kEntity = 10000;
+    constexpr std::size_t kUses = 90;
+    std::string text = "<!DOCTYPE r [<!ENTITY e '" + std::string(kEntity, 'x') + "'>]><r>";
+    for (std::size_t i = 0; i < kUses; ++i) {
+        text += "&e;";
+    }
+    const std::size_t start = text.size();
+    const StringBuffer whole{text + "<S/></r>"};
+    XmlCanon canon;
+    canon.m_omitted = {{static_cast<std::uint32_t>(start), 4}};
+    RecordingLog log;
+    std::size_t work[2];
+    for (std::size_t& bytes : work) {
+        StringBuffer out;
+        ASSERT_TRUE(out.reserve(kEntity * kUses + 100));
+        const std::size_t before = g_allocatedBytes;
+        ASSERT_TRUE(canon.xmlCanonicalize(whole, nullptr, 0, out, log)) << log.errors;
+        bytes = g_allocatedBytes - before;
+        EXPECT_EQ(out.getSize(), kEntity * kUses + std::string_view("<r></r>").size());
+    }
+    EXPECT_GT(work[0], kEntity * kUses) << "the expansion is not seen";
+    EXPECT_LT(work[1], kEntity * kUses / 4);
 }
 
 } // namespace
