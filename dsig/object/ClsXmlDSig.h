@@ -70,11 +70,13 @@ public:
 
     // Loading and selection.
 
-    /// Loads a document from text. False when it is not well-formed XML; a document without
-    /// signatures loads.
+    /// Loads a document from text. False when it is not well-formed XML, refers to an entity whose
+    /// declaration is not read, or declares an encoding that is not known or in which ASCII bytes
+    /// are no ASCII characters; a document without signatures loads.
     bool LoadSignature(XString& xml);
     bool LoadSignatureSb(ClsStringBuilder& sb);
-    /// Loads from bytes in the encoding that the document itself declares.
+    /// Loads from bytes in the encoding that the document itself declares. False as well when that
+    /// is not supported, contradicted by the bytes, or the bytes are not valid in it.
     bool LoadSignatureBd(ClsBinData& bd);
     /// Number of Signature elements, at any depth.
     [[nodiscard]] int get_NumSignatures();
