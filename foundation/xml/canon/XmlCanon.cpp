@@ -131,10 +131,16 @@ std::shared_ptr<const XmlDocument> XmlCanon::structureOf(const StringBuffer& xml
         (fragment || !m_document->isFragment())) {
         return m_document;
     }
+    const bool isRest = m_cut.rest.sharesStorageWith(xml);
+    if (isRest && m_cut.document != nullptr && (fragment || !m_cut.document->isFragment())) {
+        return m_cut.document;
+    }
     xml::ParseFailure why;
     auto parsed = XmlDocument::parse(xml, {fragment}, why);
     if (parsed == nullptr) {
         xml::logParseFailure(why, log);
+    } else if (isRest) {
+        m_cut.document = parsed;
     } else if (m_document == nullptr) {
         m_document = parsed;
     }
@@ -177,26 +183,39 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
 // The plain way to leave something out: cuts it out of the text, and starts again.
 bool XmlCanon::runWithout(const StringBuffer& xml, const Selection& selection, xml::CanonSink& sink,
                           LogBase& log) {
-    StringBuffer rest;
-    std::uint32_t at = 0;
+    cut(xml, selection.omitted);
     Selection shifted = selection;
     shifted.omitted = {};
     for (const TextRange range : selection.omitted) {
+        if (selection.startOffset >= range.end()) {
+            shifted.startOffset -= range.length;
+        }
+    }
+    if (contains(selection.omitted, selection.startOffset) && selection.startOffset != 0) {
+        shifted.startOffset = m_cut.rest.getSize(); // nothing is there any more
+    }
+    return run(m_cut.rest, shifted, sink, log);
+}
+
+void XmlCanon::cut(const StringBuffer& xml, std::span<const TextRange> omitted) {
+    if (m_cut.source.sharesStorageWith(xml) && std::ranges::equal(m_cut.omitted, omitted)) {
+        return;
+    }
+    m_cut = {};
+    StringBuffer rest;
+    std::uint32_t at = 0;
+    for (const TextRange range : omitted) {
         if (!rest.appendView(xml.view().substr(at, range.start - at))) {
             throw std::bad_alloc();
         }
         at = range.end();
-        if (selection.startOffset >= at) {
-            shifted.startOffset -= range.length;
-        }
     }
     if (!rest.appendView(xml.view().substr(at))) {
         throw std::bad_alloc();
     }
-    if (contains(selection.omitted, selection.startOffset) && selection.startOffset != 0) {
-        shifted.startOffset = rest.getSize(); // nothing is there any more
-    }
-    return run(rest, shifted, sink, log);
+    m_cut.omitted.assign(omitted.begin(), omitted.end());
+    m_cut.rest = rest;
+    m_cut.source = xml;
 }
 
 bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection, ElementId& apex,

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace vantrel {
@@ -78,6 +79,16 @@ private:
                                         std::span<const xml::TextRange> omitted,
                                         xml::CanonSink& sink) const;
 
+    // A text without its omitted stretches, for the calls that follow on the same text.
+    struct Cut {
+        StringBuffer source;
+        std::vector<xml::TextRange> omitted;
+        StringBuffer rest;
+        std::shared_ptr<const xml::XmlDocument> document; // of `rest`, once it was read
+    };
+    void cut(const StringBuffer& xml, std::span<const xml::TextRange> omitted);
+
+    Cut m_cut;
     // The elements that EBICS mode counts, of the document they were collected from.
     std::vector<xml::ElementId> m_authenticated;
     std::shared_ptr<const xml::XmlDocument> m_authenticatedIn;

@@ -27,6 +27,7 @@ struct TextRange {
     std::uint32_t length = 0;
     [[nodiscard]] std::uint32_t end() const noexcept { return start + length; }
     [[nodiscard]] bool empty() const noexcept { return length == 0; }
+    bool operator==(const TextRange&) const noexcept = default;
 };
 
 // One element. Records stand in document order, so the subtree of element e is [e, next(e)): the

@@ -68,7 +68,8 @@ TEST(XmlCanonMemory, EveryFailedAllocationIsAFailedCall) {
     }
 }
 
-// Many references leave a signature out of one document: its entities are expanded once for all.
+// Many references leave a signature out of one document, and one EBICS reference counts through its
+// elements: the entities are expanded once for all calls.
 TEST(XmlCanonMemory, LeavingOutOfExpandedTextExpandsNothingAgain) {
     constexpr std::size_t kEntity = 10000;
     constexpr std::size_t kUses = 90;
@@ -77,21 +78,26 @@ TEST(XmlCanonMemory, LeavingOutOfExpandedTextExpandsNothingAgain) {
         text += "&e;";
     }
     const std::size_t start = text.size();
-    const StringBuffer whole{text + "<S/></r>"};
-    XmlCanon canon;
-    canon.m_omitted = {{static_cast<std::uint32_t>(start), 4}};
-    RecordingLog log;
-    std::size_t work[2];
-    for (std::size_t& bytes : work) {
-        StringBuffer out;
-        ASSERT_TRUE(out.reserve(kEntity * kUses + 100));
-        const std::size_t before = g_allocatedBytes;
-        ASSERT_TRUE(canon.xmlCanonicalize(whole, nullptr, 0, out, log)) << log.errors;
-        bytes = g_allocatedBytes - before;
-        EXPECT_EQ(out.getSize(), kEntity * kUses + std::string_view("<r></r>").size());
+    const StringBuffer whole{text + "<S/><i authenticate='true'/><i authenticate='true'/></r>"};
+    for (const bool ebics : {false, true}) {
+        XmlCanon canon;
+        canon.m_omitted = {{static_cast<std::uint32_t>(start), 4}};
+        canon.m_ebicsMode = ebics;
+        RecordingLog log;
+        std::size_t work[2];
+        for (std::size_t call : {0, 1}) {
+            canon.m_ebicsIndex = static_cast<std::int32_t>(call);
+            StringBuffer out;
+            ASSERT_TRUE(out.reserve(kEntity * kUses + 200));
+            const std::size_t before = g_allocatedBytes;
+            ASSERT_TRUE(canon.xmlCanonicalize(whole, nullptr, 0, out, log)) << log.errors;
+            work[call] = g_allocatedBytes - before;
+            EXPECT_EQ(out.getSize() > kEntity * kUses, !ebics);
+            EXPECT_EQ(out.view().find("<S>"), std::string_view::npos);
+        }
+        EXPECT_GT(work[0], kEntity * kUses) << "the expansion is not seen";
+        EXPECT_LT(work[1], kEntity * kUses / 4) << ebics;
     }
-    EXPECT_GT(work[0], kEntity * kUses) << "the expansion is not seen";
-    EXPECT_LT(work[1], kEntity * kUses / 4);
 }
 
 } // namespace
