@@ -287,18 +287,21 @@ void EntityExpander::copyTag(std::size_t length) {
     }
 }
 
-void EntityExpander::copyCdata(std::size_t length) {
+void EntityExpander::copyCdata(std::size_t length) { copyLines(length, "]]>&#13;<![CDATA["); }
+
+// The same for text: `reference` stands for a carriage return there.
+void EntityExpander::copyLines(std::size_t length, std::string_view reference) {
     if (!inEntity()) {
         copy(length);
         return;
     }
-    for (const char c : in().text.substr(in().at, length)) {
-        if (c == '\r') {
-            m_out.append("]]>&#13;<![CDATA[");
-        } else {
-            m_out.push_back(c);
-        }
+    const std::string_view run = in().text.substr(in().at, length);
+    std::size_t at = 0;
+    for (std::size_t cr = run.find('\r'); cr != run.npos; cr = run.find('\r', at)) {
+        m_out.append(run, at, cr - at).append(reference);
+        at = cr + 1;
     }
+    m_out.append(run, at, run.npos);
     in().at += length;
 }
 
@@ -314,18 +317,7 @@ void EntityExpander::copyText(std::size_t length) {
             break;
         }
     }
-    if (!inEntity()) {
-        copy(length);
-        return;
-    }
-    for (const char c : in().text.substr(in().at, length)) {
-        if (c == '\r') {
-            m_out.append("&#13;");
-        } else {
-            m_out.push_back(c);
-        }
-    }
-    in().at += length;
+    copyLines(length, "&#13;");
 }
 
 bool EntityExpander::fail(std::string_view message) {

@@ -67,6 +67,7 @@ private:
     [[nodiscard]] bool checkReplacementText(const Entity& entity);
     void copy(std::size_t length);
     void copyCdata(std::size_t length);
+    void copyLines(std::size_t length, std::string_view reference);
     void copyTag(std::size_t length);
     void copyText(std::size_t length);
     bool fail(std::string_view message);
