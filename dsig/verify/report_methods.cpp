@@ -97,7 +97,7 @@ void ClsXmlDSig::warnOfDocument() {
     if (m_encodingMismatch) {
         m_report.warnings.add("encoding-mismatch");
     }
-    if (structure().document->hasUnreadDeclarations()) {
+    if (m_xmlRoot->document()->hasUnreadDeclarations()) {
         m_report.warnings.add("external-dtd-not-read");
     }
 }
