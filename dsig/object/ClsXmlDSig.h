@@ -1,6 +1,7 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIG_H
 #define DSIG_OBJECT_CLSXMLDSIG_H
 
+#include "dsig/document/limits.h"
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
 #include "foundation/text/DataBuffer.h"
@@ -39,6 +40,7 @@ class CanonSink;
 
 namespace dsig {
 class SeenCertificates;
+struct Coverage;
 struct DigestInput;
 struct KeySource;
 struct LoadedStructure;
@@ -200,6 +202,7 @@ private:
     void useSelectedSignature(XmlSigLocate& locator, _vlXmlDtd& dtd) const;
     static bool locateSignatureById(const StringBuffer& id, const StringBuffer& text,
                                     XmlSigLocate& locator, _vlXmlDtd& dtd, LogBase& log);
+    static void logNoSignatureWithId(const StringBuffer& id, LogBase& log);
     // The selected signature in the loaded text, by its Id, else by its first reference's digest.
     bool locateSelectedSignature(const StringBuffer& signatureId, const StringBuffer& firstDigest,
                                  XmlSigLocate& locator, LogBase& log) const;
@@ -210,9 +213,12 @@ private:
     void warnOfDocument();
     void finishReport();
     void describeKeys();
-    void nameElements();
+    void writeReportTo(StringBuffer& json);
     void reportUncheckedReferences();
     void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
+    void reportCoverage(const dsig::Coverage& coverage, dsig::ReferenceReport& report);
+    void warnOfCoverage();
+    void warnOfStructure();
 
     // reference/
     void logOptionsAndSetZatca(LogBase& log);
@@ -232,14 +238,15 @@ private:
     static bool isStoredDigest(const StringBuffer& calculated, const DSigReference& ref,
                                const char* key, LogBase& log);
     bool retryWithZatcaRules(const StringBuffer& fragmentId, const DSigReference& ref,
-                             dsig::DigestInput& input, StringBuffer& calculated, LogBase& log);
+                             dsig::DigestInput& input, StringBuffer& calculated,
+                             dsig::ReferenceReport& report, LogBase& log);
     bool isHexDigest(const StringBuffer& calculated, const DSigReference& ref, LogBase& log);
     [[nodiscard]] bool isToleratedMismatch(const LogBase& log) const;
     void keepDigestInput(ByteView octets);
     // With a sink, the last canonicalization of the chain streams into it where nothing follows.
     bool buildDigestInput(const StringBuffer& fragmentId, const DSigReference& ref,
                           xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
-    void startWorkingText(dsig::WorkingText& text, LogBase& log);
+    bool startWorkingText(dsig::WorkingText& text, LogBase& log);
     bool runImpliedTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
                               xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
     bool runTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
@@ -250,8 +257,8 @@ private:
                       LogBase& log);
     bool canonicalizeOrFail(const ClsXml* transform, dsig::WorkingText& text,
                             const StringBuffer& algorithm, const StringBuffer& fragmentId,
-                            LogBase& log);
-    static void base64Transform(const StringBuffer& text, DataBuffer& decoded, LogBase& log);
+                            xml::CanonSink* sink, LogBase& log);
+    bool base64Transform(dsig::WorkingText& text, DataBuffer& decoded, LogBase& log);
     bool verifyExternalReference(const StringBuffer& uri, int index, const DSigReference& ref,
                                  bool& externalMissing, const ExtPtrArraySb& dirs, LogBase& log);
     static bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
@@ -263,9 +270,9 @@ private:
     // Takes the selected signature, and those directly behind it, out of the text. Always true.
     bool transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& unused1,
                                      StringBuffer& unused2, DSigReference& ref, LogBase& log);
-    void removeEnvelopedSignature(dsig::WorkingText& text, const DSigReference& ref, LogBase& log);
+    bool removeEnvelopedSignature(dsig::WorkingText& text, const DSigReference& ref, LogBase& log);
     bool locateEnvelopedSignature(const StringBuffer& id, const DSigReference& ref,
-                                  dsig::WorkingText& text, XmlSigLocate& locator,
+                                  dsig::WorkingText& text, xml::TextRange& range,
                                   LogBase& log) const;
     bool removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
                                          std::uint32_t length, LogBase& log);
@@ -363,6 +370,7 @@ private:
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
 
+    dsig::Limits m_limits;
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document
     VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last

@@ -14,6 +14,10 @@ class ClsXml;
 class DSigReference;
 class XmlCanon;
 
+namespace xml {
+class CanonSink;
+}
+
 namespace dsig {
 class WorkingText;
 class CodeSet;
@@ -65,24 +69,25 @@ public:
 
 protected:
     // The canonicalization step on the working text of a reference; transformCanonicalize is this
-    // over a text of its own.
+    // over a text of its own. With a sink the octets go there.
     bool canonicalizeWorkingText(const ClsXml* transform, dsig::WorkingText& text,
                                  const StringBuffer& algorithm, const StringBuffer& fragmentId,
-                                 LogBase& log);
+                                 xml::CanonSink* sink, LogBase& log);
+    bool cutDownToCmaStpDocument(dsig::WorkingText& text, LogBase& log) const;
     bool xPathWorkingText(const ClsXml* transform, dsig::WorkingText& text,
                           const StringBuffer& algorithm, const StringBuffer& xPath, LogBase& log);
     bool runXPathShape(const ClsXml* transform, dsig::WorkingText& text,
                        const StringBuffer& algorithm, const StringBuffer& xPath, LogBase& log);
-    bool removeRepeatedly(dsig::WorkingText& text, const dsig::ChunkPattern& pattern);
+    bool removeRepeatedly(dsig::WorkingText& text, const dsig::ChunkPattern& pattern, LogBase& log);
     bool removeElementsNamed(dsig::WorkingText& text, const StringBuffer& xPath, LogBase& log);
     bool removeElementsWithId(dsig::WorkingText& text, const StringBuffer& xPath, LogBase& log);
     // The same two hooks on the working text of a reference.
-    void preprocessWorkingText(const StringBuffer& refId, const DSigReference& ref,
-                               dsig::WorkingText& text, LogBase& log);
-    void postProcessWorkingText(const StringBuffer& refId, const DSigReference& ref,
-                                dsig::WorkingText& text, LogBase& log);
+    // False when what they find is not structure of the document.
+    [[nodiscard]] bool preprocessWorkingText(const StringBuffer& refId, dsig::WorkingText& text,
+                                             LogBase& log);
+    [[nodiscard]] bool postProcessWorkingText(dsig::WorkingText& text, LogBase& log);
     bool canonicalizeForEbics(XmlCanon& canonicalizer, dsig::WorkingText& text,
-                              const StringBuffer& fragmentId, LogBase& log);
+                              xml::CanonSink* sink, LogBase& log);
     void applyProfile(dsig::DocumentProfile profile, LogBase& log);
     // Sets the attribute-order emulation when the profile or a retry asks for it.
     void configureAttrSort(XmlCanon& canonicalizer, LogBase& log) const;

@@ -128,7 +128,7 @@ ClsXml* ClsXmlDSig::selectedSignature() const {
 
 dsig::LoadedStructure& ClsXmlDSig::structure() {
     if (!m_structure) {
-        m_structure = std::make_unique<dsig::LoadedStructure>(m_xmlRoot->document());
+        m_structure = std::make_unique<dsig::LoadedStructure>(m_xmlRoot->document(), m_limits);
     }
     return *m_structure;
 }

@@ -1,5 +1,9 @@
 #include "dsig/object/loaded_structure.h"
 
+#include "foundation/text/strings.h"
+
+#include <string_view>
+
 namespace vantrel::dsig {
 
 const std::vector<xml::ElementId>& LoadedStructure::referencesOf(const ClsXml& signature) {
@@ -12,6 +16,25 @@ const std::vector<xml::ElementId>& LoadedStructure::referencesOf(const ClsXml& s
         m_signature = signature.elementId();
     }
     return m_references;
+}
+
+const std::vector<xml::ElementId>& LoadedStructure::manifests() {
+    constexpr std::string_view kName = "Manifest";
+    if (m_manifests) {
+        return *m_manifests;
+    }
+    m_manifests.emplace();
+    // Most documents do not even hold the word.
+    if (text::findText(document->text(), kName) == std::string_view::npos) {
+        return *m_manifests;
+    }
+    for (xml::ElementId element = 0; element < document->elementCount(); ++element) {
+        if (document->localName(element) == kName &&
+            document->namespaceUri(element) == xml::kXmlDsigNamespace) {
+            m_manifests->push_back(element);
+        }
+    }
+    return *m_manifests;
 }
 
 } // namespace vantrel::dsig

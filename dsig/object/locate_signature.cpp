@@ -19,11 +19,15 @@ void ClsXmlDSig::useSelectedSignature(XmlSigLocate& locator, _vlXmlDtd& dtd) con
 bool ClsXmlDSig::locateSignatureById(const StringBuffer& id, const StringBuffer& text,
                                      XmlSigLocate& locator, _vlXmlDtd& dtd, LogBase& log) {
     if (!locator.FindXmlSigById(id, text, dtd, log)) {
-        log.LogError("Unable to find the Signature by Id.");
-        log.LogDataSb("signatureId", id);
+        logNoSignatureWithId(id, log);
         return false;
     }
     return true;
+}
+
+void ClsXmlDSig::logNoSignatureWithId(const StringBuffer& id, LogBase& log) {
+    log.LogError("Unable to find the Signature by Id.");
+    log.LogDataSb("signatureId", id);
 }
 
 bool ClsXmlDSig::locateSelectedSignature(const StringBuffer& signatureId,

@@ -27,6 +27,19 @@ void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& i
     external = !uri.isEmpty() && !uri.beginsWith("#");
 }
 
+std::string DocumentNames::name(xml::ElementId element) const {
+    const std::string_view name = m_document.qualifiedName(element);
+    return name.size() <= xml::kMaxShownPath
+               ? std::string(name)
+               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
+}
+
+std::string DocumentNames::path(xml::ElementId element) {
+    std::string path;
+    m_paths.append(element, path);
+    return path;
+}
+
 // References are asked for in ascending order, the current one many times.
 ReferenceReport& SignatureReport::reference(int refIndex) {
     const auto place = std::lower_bound(
@@ -68,19 +81,50 @@ std::string_view statusOf(const ReferenceReport& reference) {
     return reference.reason == kReasonNoData ? "missing" : "error";
 }
 
-void writeReference(JsonWriter& out, const ReferenceReport& reference) {
+void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& names) {
+    out.beginObject();
+    out.textMember("path", exclusion.element != xml::kNoElement ? names.path(exclusion.element)
+                                                                : std::string());
+    out.integerMember("start", static_cast<std::int64_t>(exclusion.range.start));
+    out.integerMember("length", static_cast<std::int64_t>(exclusion.range.length));
+    out.textMember("why", exclusion.why);
+    out.endObject();
+}
+
+void writeCoverage(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
+    out.textMember("covers", reference.covers);
+    const std::vector<xml::ElementId>& elements = reference.coveredElements;
+    if (names != nullptr && reference.covers == "element" && !elements.empty()) {
+        out.textMember("element", names->name(elements.front()));
+        out.textMember("path", names->path(elements.front()));
+    } else if (names != nullptr && reference.covers == "elements") {
+        out.key("paths");
+        out.beginArray();
+        for (const xml::ElementId element : elements) {
+            out.text(names->path(element));
+        }
+        out.endArray();
+    }
+    out.key("excluded");
+    out.beginArray();
+    if (names != nullptr) {
+        for (const Exclusion& exclusion : reference.excluded) {
+            writeExclusion(out, exclusion, *names);
+        }
+    }
+    out.endArray();
+}
+
+void writeReference(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(reference.index));
     out.textMember("uri", reference.uri.view());
     out.booleanMember("external", reference.external);
+    out.booleanMember("signed", reference.isSigned);
     out.textMember("digestMethod", reference.digestMethod.view());
     out.textMember("status", statusOf(reference));
     out.integerMember("reason", static_cast<std::int64_t>(reference.reason));
-    out.textMember("covers", reference.covers);
-    if (!reference.element.empty()) {
-        out.textMember("element", reference.element);
-        out.textMember("path", reference.path);
-    }
+    writeCoverage(out, reference, names);
     writeCodes("accommodations", reference.accommodations, out);
     out.endObject();
 }
@@ -135,12 +179,13 @@ void writeKeys(const std::vector<KeyReport>& keys, JsonWriter& out) {
     out.endArray();
 }
 
-void writeReport(const SignatureReport& report, StringBuffer& json) {
+void writeReport(const SignatureReport& report, DocumentNames* names, StringBuffer& json) {
     JsonWriter out(json);
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(report.index));
     out.textMember("id", report.id.view());
-    out.textMember("path", report.path);
+    const bool isThere = names != nullptr && report.signatureElement != xml::kNoElement;
+    out.textMember("path", isThere ? names->path(report.signatureElement) : std::string());
     out.textMember("status", report.valid ? "valid" : "invalid");
     out.textMember("reason", report.reason);
     out.textMember("profile", report.profile);
@@ -149,7 +194,7 @@ void writeReport(const SignatureReport& report, StringBuffer& json) {
     out.key("references");
     out.beginArray();
     for (const ReferenceReport& reference : report.references) {
-        writeReference(out, reference);
+        writeReference(out, reference, names);
     }
     out.endArray();
     writeKeys(report.keys, out);

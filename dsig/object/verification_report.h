@@ -1,9 +1,11 @@
 #ifndef DSIG_OBJECT_VERIFICATION_REPORT_H
 #define DSIG_OBJECT_VERIFICATION_REPORT_H
 
+#include "dsig/report/coverage.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/scan/xml_document.h"
+#include "foundation/xml/tree/element_text.h"
 
 #include <string>
 #include <string_view>
@@ -30,6 +32,7 @@ inline constexpr std::string_view kReferencesUnchecked = "refs.unchecked";
 inline constexpr std::string_view kLimit100 = "limit.100";
 inline constexpr std::string_view kProfileCutOut = "profile.cut-out";
 inline constexpr std::string_view kProfileRemoval = "profile.removal";
+inline constexpr std::string_view kBase64Children = "base64.children-ignored";
 } // namespace accommodation
 
 // A set of short fixed words, in the order in which they were first added.
@@ -58,15 +61,33 @@ struct ReferenceReport {
     bool checked = false;
     bool matched = false;
     bool dataMissing = false;
-    int reason = 0;          // RefFailReason of the last attempt
-    std::string_view covers; // "document", "element" or "external"; empty when unknown
-    xml::ElementId coveredElement = xml::kNoElement;
-    std::string element; // qualified name of the digested element
-    std::string path;    // its path from the root
+    int reason = 0;       // RefFailReason of the last attempt
+    bool isSigned = true; // false: the signature value does not vouch for it
+    // "document", "element", "elements" or "external"; empty when unknown. What was digested of it
+    // is less by what is excluded.
+    std::string_view covers;
+    std::vector<xml::ElementId> coveredElements; // in the order in which they are digested
+    std::vector<Exclusion> excluded;
+    bool coverageKnown = true;
     CodeSet accommodations;
 
     // What the reference says of itself.
     void describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod);
+};
+
+// Names and paths of elements as reports show them, made when a report is written.
+class DocumentNames {
+public:
+    explicit DocumentNames(const xml::XmlDocument& document, xml::ElementPaths& paths) noexcept
+        : m_document(document), m_paths(paths) {}
+
+    // The qualified name; a very long one is cut, so that many references stay in proportion.
+    [[nodiscard]] std::string name(xml::ElementId element) const;
+    [[nodiscard]] std::string path(xml::ElementId element);
+
+private:
+    const xml::XmlDocument& m_document;
+    xml::ElementPaths& m_paths;
 };
 
 struct KeyReport {
@@ -87,7 +108,6 @@ struct SignatureReport {
     int index = 0;
     StringBuffer id;
     xml::ElementId signatureElement = xml::kNoElement;
-    std::string path;
     bool valid = false;
     std::string reason;
     StringBuffer signatureMethod;
@@ -110,8 +130,9 @@ struct SignatureReport {
 void writeCodes(std::string_view name, const CodeSet& codes, json::JsonWriter& out);
 // The candidate keys as the member "keys" of a JSON object.
 void writeKeys(const std::vector<KeyReport>& keys, json::JsonWriter& out);
-// The report as one JSON object.
-void writeReport(const SignatureReport& report, StringBuffer& json);
+// The report as one JSON object; `names` are those of the loaded document, null
+// without one.
+void writeReport(const SignatureReport& report, DocumentNames* names, StringBuffer& json);
 
 } // namespace vantrel::dsig
 

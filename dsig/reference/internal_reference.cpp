@@ -52,20 +52,24 @@ bool ClsXmlDSig::verifyInternalReference(int index, StringBuffer& fragmentId, DS
 
 bool ClsXmlDSig::compareInternalDigest(const StringBuffer& fragmentId, DSigReference& ref,
                                        dsig::ReferenceReport& report, LogBase& log) {
-    dsig::DigestInput input;
+    dsig::DigestInput input(structure().document, structure().account);
     StringBuffer calculated;
     m_secondAttrOrder = false;
     if (!computeDigest(fragmentId, ref, input, calculated, log)) {
         return false;
     }
+    reportCoverage(input.text.coverage(), report);
     bool equal = isStoredDigest(calculated, ref, "calculatedDigest", log);
     const bool emulating = m_duplicateAttrSortBug || m_alwaysDuplicateAttrSortBug;
     if (!equal && emulating) {
         m_secondAttrOrder = true;
-        dsig::DigestInput secondInput;
+        dsig::DigestInput secondInput(structure().document, structure().account);
         StringBuffer secondCalculated;
         equal = computeDigest(fragmentId, ref, secondInput, secondCalculated, log) &&
                 isStoredDigest(secondCalculated, ref, "calculatedDigest", log);
+        if (equal) {
+            reportCoverage(secondInput.text.coverage(), report);
+        }
     }
     if (equal && emulating) {
         log.logText("attributeOrder", m_secondAttrOrder ? "local name" : "prefix, local name");
@@ -73,7 +77,7 @@ bool ClsXmlDSig::compareInternalDigest(const StringBuffer& fragmentId, DSigRefer
     }
     m_secondAttrOrder = false;
 
-    equal = equal || retryWithZatcaRules(fragmentId, ref, input, calculated, log) ||
+    equal = equal || retryWithZatcaRules(fragmentId, ref, input, calculated, report, log) ||
             isHexDigest(calculated, ref, log) || isToleratedMismatch(log);
     m_refFailReason = equal ? kReasonMatch : kReasonMismatch;
     return equal;
@@ -83,7 +87,9 @@ bool ClsXmlDSig::computeDigest(const StringBuffer& fragmentId, const DSigReferen
                                dsig::DigestInput& input, StringBuffer& calculated, LogBase& log) {
     dsig::HashSink sink(ref.getHashAlg());
     // Whoever needs the octets themselves afterwards gets them as a text.
-    const bool streamable = !m_zatcaRules && !m_mayHoldLau && m_digestInputCopy == nullptr;
+    // What comes from an entity was not there when the text was searched for such a block.
+    const bool mayHoldLau = m_mayHoldLau || structure().document->isExpanded();
+    const bool streamable = !m_zatcaRules && !mayHoldLau && m_digestInputCopy == nullptr;
     if (!buildDigestInput(fragmentId, ref, streamable ? &sink : nullptr, input, log)) {
         return false;
     }
@@ -103,7 +109,9 @@ void ClsXmlDSig::digestText(const DSigReference& ref, dsig::DigestInput& input, 
     const int hashAlg = ref.getHashAlg();
     if (input.base64Pending) {
         DataBuffer decoded;
-        base64Transform(input.text.text(), decoded, log);
+        if (!base64Transform(input.text, decoded, log)) {
+            return; // no digest: equal to nothing
+        }
         keepDigestInput(decoded.view());
         _vlHash::doHash(decoded.getData2(), decoded.getSize(), hashAlg, digest);
         return;
@@ -113,7 +121,7 @@ void ClsXmlDSig::digestText(const DSigReference& ref, dsig::DigestInput& input, 
     }
     if (m_zatcaRules && input.text.text().containsSubstring("SignedProperties")) {
         dsig::noteAccommodation(m_accommodations, dsig::accommodation::kZatcaRules);
-        StringBuffer& text = input.text.change();
+        StringBuffer text = input.text.text();
         closeDigestMethod(text);
         keepDigestInput(asBytes(text.view()));
         hexDigest(text, hashAlg, digest);
@@ -135,13 +143,14 @@ bool ClsXmlDSig::isStoredDigest(const StringBuffer& calculated, const DSigRefere
 // stored digest. The rules then stay on for the rest of the work on this document.
 bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigReference& ref,
                                      dsig::DigestInput& input, StringBuffer& calculated,
-                                     LogBase& log) {
-    if (m_zatcaRules || calculated.getSize() + kHexDigestExcess >= ref.m_digestValue.getSize()) {
+                                     dsig::ReferenceReport& report, LogBase& log) {
+    if (m_zatcaRules || calculated.isEmpty() ||
+        calculated.getSize() + kHexDigestExcess >= ref.m_digestValue.getSize()) {
         return false;
     }
     if (input.text.wasStreamed()) {
         LogNull quiet(log);
-        input = {};
+        input = dsig::DigestInput(structure().document, structure().account);
         if (!buildDigestInput(fragmentId, ref, nullptr, input, quiet)) {
             return false;
         }
@@ -150,12 +159,14 @@ bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigR
         return false;
     }
     log.LogInfo("Retry with ZATCA rules...");
-    dsig::WorkingText text(m_xmlText, structure().document);
-    preprocessWorkingText(fragmentId, ref, text, log);
+    dsig::WorkingText text(structure().document, structure().account);
+    if (!preprocessWorkingText(fragmentId, text, log)) {
+        return false;
+    }
     const StringBuffer algorithm("xml-exc-c14n");
     // A canonicalization that fails leaves the text as it is; the comparison then decides.
-    static_cast<void>(canonicalizeWorkingText(nullptr, text, algorithm, fragmentId, log));
-    StringBuffer& octets = text.change();
+    static_cast<void>(canonicalizeWorkingText(nullptr, text, algorithm, fragmentId, nullptr, log));
+    StringBuffer octets = text.text();
     closeDigestMethod(octets);
     DataBuffer digest;
     hexDigest(octets, ref.getHashAlg(), digest);
@@ -169,6 +180,7 @@ bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigR
         return false;
     }
     dsig::noteAccommodation(m_accommodations, dsig::accommodation::kZatcaAuto);
+    reportCoverage(text.coverage(), report);
     keepDigestInput(asBytes(octets.view()));
     return true;
 }

@@ -7,7 +7,7 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/digest_input.h"
 #include "dsig/transform/canonicalization_method.h"
-#include "dsig/transform/profile_markers.h"
+#include "dsig/transform/doda.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/text/encoders.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -17,9 +17,6 @@ namespace vantrel {
 namespace {
 
 constexpr int kReasonCanonicalization = 5;
-
-// Each transform may read the whole text again, so their number is bounded.
-constexpr std::size_t kMostTransforms = 100;
 
 const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
@@ -65,31 +62,26 @@ struct TransformState final {
 
 bool ClsXmlDSig::buildDigestInput(const StringBuffer& fragmentId, const DSigReference& ref,
                                   xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log) {
-    startWorkingText(input.text, log);
-    preprocessWorkingText(fragmentId, ref, input.text, log);
+    if (!startWorkingText(input.text, log) || !preprocessWorkingText(fragmentId, input.text, log)) {
+        return false;
+    }
     const bool built = ref.m_transforms.isEmpty()
                            ? runImpliedTransforms(fragmentId, ref, sink, input, log)
                            : runTransforms(fragmentId, ref, sink, input, log);
-    if (!built) {
-        return false;
-    }
-    if (!input.text.wasStreamed()) {
-        postProcessWorkingText(fragmentId, ref, input.text, log);
-    }
-    return true;
+    return built && (input.text.wasStreamed() || postProcessWorkingText(input.text, log));
 }
 
-void ClsXmlDSig::startWorkingText(dsig::WorkingText& text, LogBase& log) {
-    text = dsig::WorkingText(m_xmlText, structure().document);
+bool ClsXmlDSig::startWorkingText(dsig::WorkingText& text, LogBase& log) {
     if (!m_isSatDoda) {
-        return;
+        return true;
     }
     log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
-    StringBuffer doda;
-    m_xmlText.getDelimited(dsig::marker::kDodaStart.data(), dsig::marker::kDodaEnd.data(), true,
-                           doda);
-    text.replace(doda);
     dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+    if (!text.cutDownTo(dsig::dodaRange(text.searchable().text()), log)) {
+        m_refFailReason = kReasonCanonicalization;
+        return false;
+    }
+    return true;
 }
 
 // A reference without transforms. The algorithm text of a whole-document reference names both
@@ -100,11 +92,12 @@ bool ClsXmlDSig::runImpliedTransforms(const StringBuffer& fragmentId, const DSig
     StringBuffer algorithm;
     if (fragmentId.isEmpty()) {
         algorithm.setString(kEnvelopedSignatureId);
-        removeEnvelopedSignature(input.text, ref, log);
+        if (!removeEnvelopedSignature(input.text, ref, log)) {
+            return false;
+        }
     }
     algorithm.append(m_zatcaRules ? "xml-exc-c14n" : kDefaultCanonicalization);
-    input.text.streamTo(sink);
-    return canonicalizeOrFail(nullptr, input.text, algorithm, fragmentId, log);
+    return canonicalizeOrFail(nullptr, input.text, algorithm, fragmentId, sink, log);
 }
 
 bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
@@ -114,8 +107,7 @@ bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReferen
         return false;
     }
     const std::vector<xml::ElementId> children = dsig::childElements(*transforms);
-    if (children.size() > kMostTransforms) {
-        log.LogError("More than 100 transforms in one reference.");
+    if (!structure().account.takeTransforms(children.size(), log)) {
         return false;
     }
     TransformState state;
@@ -131,15 +123,17 @@ bool ClsXmlDSig::runTransforms(const StringBuffer& fragmentId, const DSigReferen
     StringBuffer algorithm;
     if (!state.envelopedSeen && fragmentId.isEmpty()) {
         algorithm.setString(kEnvelopedSignatureId);
-        removeEnvelopedSignature(input.text, ref, log);
+        if (!removeEnvelopedSignature(input.text, ref, log)) {
+            return false;
+        }
     }
     if (state.canonicalized) {
         return true;
     }
     // Inclusive here, whatever the ZATCA rules say; only a reference without transforms differs.
     algorithm.append(kDefaultCanonicalization);
-    input.text.streamTo(input.base64Pending ? nullptr : sink);
-    return canonicalizeOrFail(nullptr, input.text, algorithm, fragmentId, log);
+    return canonicalizeOrFail(nullptr, input.text, algorithm, fragmentId,
+                              input.base64Pending ? nullptr : sink, log);
 }
 
 const ClsXml* ClsXmlDSig::parsedTransforms(const DSigReference& ref, LogBase& log) {
@@ -172,14 +166,13 @@ bool ClsXmlDSig::runTransform(const ClsXml& transform, const StringBuffer& fragm
     }
     case TransformKind::EnvelopedSignature:
         state.envelopedSeen = true;
-        removeEnvelopedSignature(input.text, ref, log);
-        return true;
+        return removeEnvelopedSignature(input.text, ref, log);
     case TransformKind::Canonicalization: {
         state.canonicalized = true;
         const bool nothingFollows =
             state.isLast && !input.base64Pending && (state.envelopedSeen || !fragmentId.isEmpty());
-        input.text.streamTo(nothingFollows ? state.sink : nullptr);
-        return canonicalizeOrFail(&transform, input.text, algorithm, fragmentId, log);
+        return canonicalizeOrFail(&transform, input.text, algorithm, fragmentId,
+                                  nothingFollows ? state.sink : nullptr, log);
     }
     case TransformKind::Base64: input.base64Pending = true; return true;
     case TransformKind::Unrecognized: break;
@@ -190,29 +183,39 @@ bool ClsXmlDSig::runTransform(const ClsXml& transform, const StringBuffer& fragm
 
 bool ClsXmlDSig::canonicalizeOrFail(const ClsXml* transform, dsig::WorkingText& text,
                                     const StringBuffer& algorithm, const StringBuffer& fragmentId,
-                                    LogBase& log) {
-    if (canonicalizeWorkingText(transform, text, algorithm, fragmentId, log)) {
+                                    xml::CanonSink* sink, LogBase& log) {
+    if (canonicalizeWorkingText(transform, text, algorithm, fragmentId, sink, log)) {
         return true;
     }
     m_refFailReason = kReasonCanonicalization;
     return false;
 }
 
-// Decodes what it can of the root element's text; what is missing shows in the comparison.
-void ClsXmlDSig::base64Transform(const StringBuffer& text, DataBuffer& decoded, LogBase& log) {
+// The root element's own text, decoded. Child elements are passed over, and said to be.
+bool ClsXmlDSig::base64Transform(dsig::WorkingText& text, DataBuffer& decoded, LogBase& log) {
     const LogContextExitor context(log, "base64Transform");
-    const Ref<ClsXml> root = Ref<ClsXml>::adopt(ClsXml::createNewCls());
-    if (!root || !root->loadXml(text, true, log)) {
-        return;
+    const auto document = text.structure(log);
+    if (document == nullptr) {
+        return false;
+    }
+    const Ref<ClsXml> root = Ref<ClsXml>::adopt(ClsXml::onElement(document, 0));
+    if (!root) {
+        return false;
     }
     if (const int numChildren = root->get_NumChildren(); numChildren > 0) {
         log.LogError("Expected 0 XML children.");
         log.LogDataLong("numChildren", numChildren);
+        dsig::noteAccommodation(m_accommodations, dsig::accommodation::kBase64Children);
+        for (const xml::ElementId child : dsig::childElements(*root)) {
+            text.noteExcluded(child, dsig::exclusion::kBase64);
+        }
     }
     StringBuffer content;
     root->getContentSb(content);
     log.LogDataUint32("base64_string_length", content.getSize());
-    if (!ContentCoding::decodeBase64ToDb(content.getString(), content.getSize(), decoded)) {
+    const bool isBase64 =
+        ContentCoding::decodeBase64ToDb(content.getString(), content.getSize(), decoded);
+    if (!isBase64) {
         log.LogError("base64 decoding failed.  Maybe this was not actually base64?");
         if (content.getSize() > kLongestLoggedBase64) {
             content.shorten(content.getSize() - kLongestLoggedBase64);
@@ -221,6 +224,7 @@ void ClsXmlDSig::base64Transform(const StringBuffer& text, DataBuffer& decoded, 
         log.LogDataSb("base64_string", content);
     }
     log.LogDataUint32("decodedSize", decoded.getSize());
+    return isBase64;
 }
 
 } // namespace vantrel

@@ -47,6 +47,9 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalMissing, ExtPtrA
     const LogContextExitor context(log, "verifyReferenceDigest");
     const bool ok = verifyReferenceDigest2(index, externalMissing, dirs, log) ||
                     retryReferenceDigest(index, externalMissing, dirs, log);
+    if (!ok && selectedSignature() != nullptr) {
+        structure().account.noteFailedReference();
+    }
     dsig::ReferenceReport& report = m_report.reference(index);
     report.checked = true;
     report.matched = ok;
@@ -58,7 +61,7 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalMissing, ExtPtrA
 bool ClsXmlDSig::retryReferenceDigest(int index, bool& externalMissing, ExtPtrArraySb& dirs,
                                       LogBase& log) {
     log.LogDataLong("invalidDigestReason", m_refFailReason);
-    if (m_refFailReason != kReasonMismatch) {
+    if (m_refFailReason != kReasonMismatch || !structure().account.takeRetry(log)) {
         return false;
     }
     if (m_duplicateAttrSortBug) {

@@ -1,5 +1,6 @@
 // Corrections that document profiles apply to the text before and after the transforms of a
 // reference. All are searches over the serialized text: that is how their signers' verifiers work.
+// What they find is cut only where it is a whole element.
 
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
@@ -17,10 +18,6 @@ namespace vantrel {
 namespace marker = dsig::marker;
 
 namespace {
-
-xml::TextRange rangeOf(std::size_t start, std::size_t end) {
-    return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)};
-}
 
 // The DTE element around the Documento whose ID attribute, written with double quotes, has the
 // value `id`. Nothing but white space or text may stand between the two start tags.
@@ -44,22 +41,22 @@ std::optional<xml::TextRange> findSiiDte(std::string_view text, std::string_view
     if (end == std::string_view::npos) {
         return std::nullopt;
     }
-    return rangeOf(dte, end + endTag.size());
+    return xml::rangeOf(dte, end + endTag.size());
 }
 
 // The authentication block of a SWIFT message, which its digest leaves out.
-std::optional<xml::TextRange> findSwiftLau(std::string_view text) {
-    if (text::findText(text, marker::kSwift) == std::string_view::npos) {
+std::optional<xml::TextRange> findSwiftLau(const dsig::GappedText& text) {
+    if (!text.contains(marker::kSwift)) {
         return std::nullopt;
     }
-    const std::size_t start = text::findText(text, marker::kLauStart);
-    const std::size_t end = text::findText(text, marker::kLauEnd);
+    const std::size_t start = text.find(marker::kLauStart, 0);
+    const std::size_t end = text.find(marker::kLauEnd, 0);
     // A block at the very beginning stays.
     if (start == std::string_view::npos || end == std::string_view::npos || start == 0 ||
         end <= start) {
         return std::nullopt;
     }
-    return rangeOf(start, end + marker::kLauEnd.size());
+    return xml::rangeOf(start, end + marker::kLauEnd.size());
 }
 
 void keepOnly(StringBuffer& text, xml::TextRange range) {
@@ -69,32 +66,41 @@ void keepOnly(StringBuffer& text, xml::TextRange range) {
 
 } // namespace
 
-bool _clsXmlDSigBase::preprocessXmlToTransform(const StringBuffer& refId, const DSigReference& ref,
-                                               StringBuffer& xml, LogBase& log) {
-    dsig::onWorkingText(
-        xml, [&](dsig::WorkingText& text) { preprocessWorkingText(refId, ref, text, log); });
+bool _clsXmlDSigBase::preprocessXmlToTransform(const StringBuffer& refId,
+                                               const DSigReference& /*ref*/, StringBuffer& xml,
+                                               LogBase& log) {
+    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
+        static_cast<void>(preprocessWorkingText(refId, text, log));
+    });
     return true;
 }
 
-bool _clsXmlDSigBase::postProcessTransformedXml(const StringBuffer& refId, const DSigReference& ref,
-                                                StringBuffer& xml, LogBase& log) {
-    dsig::onWorkingText(
-        xml, [&](dsig::WorkingText& text) { postProcessWorkingText(refId, ref, text, log); });
+bool _clsXmlDSigBase::postProcessTransformedXml(const StringBuffer& /*refId*/,
+                                                const DSigReference& /*ref*/, StringBuffer& xml,
+                                                LogBase& log) {
+    dsig::onWorkingText(xml, [&](dsig::WorkingText& text) {
+        static_cast<void>(postProcessWorkingText(text, log));
+    });
     return true;
 }
 
-void _clsXmlDSigBase::preprocessWorkingText(const StringBuffer& refId, const DSigReference& /*ref*/,
-                                            dsig::WorkingText& text, LogBase& log) {
+bool _clsXmlDSigBase::preprocessWorkingText(const StringBuffer& refId, dsig::WorkingText& text,
+                                            LogBase& log) {
     const LogContextExitor context(log, "preprocessXmlToTransform");
     if (!m_isSiiDocument) {
-        return;
+        return true;
     }
     log.LogInfo(("Preprocessing for " + std::string(marker::kSii)).c_str());
-    StringBuffer xml = text.text();
-    if (extract_sii_cl_dte(xml, refId.getString(), true, log)) {
-        text.replace(xml);
-        dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+    StringBuffer cut = text.text();
+    if (!extract_sii_cl_dte(cut, refId.getString(), true, log)) {
+        return true;
     }
+    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileCutOut);
+    if (!text.cutDownTo({m_siiDteOffset, cut.getSize()}, log)) {
+        m_siiDteXml.clear();
+        return false;
+    }
+    return true;
 }
 
 bool _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy,
@@ -112,28 +118,31 @@ bool _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool
     return true;
 }
 
-void _clsXmlDSigBase::postProcessWorkingText(const StringBuffer& /*refId*/,
-                                             const DSigReference& /*ref*/, dsig::WorkingText& text,
-                                             LogBase& log) {
+bool _clsXmlDSigBase::postProcessWorkingText(dsig::WorkingText& text, LogBase& log) {
     const LogContextExitor context(log, "postProcessTransformedXml");
-    const std::optional<xml::TextRange> lau = findSwiftLau(text.text().view());
+    const std::optional<xml::TextRange> lau = findSwiftLau(text.searchable());
     if (!lau) {
-        return;
+        return true;
     }
     log.LogInfo("Adjusting XML to canonicalized by removing <LAU ... </LAU>");
-    text.change().removeChunk(lau->start, lau->length);
     dsig::noteAccommodation(m_accommodations, dsig::accommodation::kProfileRemoval);
+    return text.takeOut({*lau}, dsig::exclusion::kSwiftLau, log);
 }
 
 bool _clsXmlDSigBase::removeXmlChunk(const char* start, const char* end, StringBuffer& xml,
-                                     LogBase& /*log*/) {
-    return dsig::removeChunks(xml, {start, end}, 1) == 1;
+                                     LogBase& log) {
+    return removeXmlChunkContaining(start, end, "", xml, log);
 }
 
 bool _clsXmlDSigBase::removeXmlChunkContaining(const char* start, const char* end,
                                                const char* needle, StringBuffer& xml,
                                                LogBase& /*log*/) {
-    return dsig::removeChunks(xml, {start, end, needle}, 1) == 1;
+    const dsig::FoundChunks found =
+        dsig::findChunks(dsig::GappedText(xml.view()), {start, end, needle}, 1);
+    if (!found.chunks.empty()) {
+        dsig::cutOut(xml, found.chunks);
+    }
+    return !found.chunks.empty();
 }
 
 bool _clsXmlDSigBase::zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {

@@ -1,5 +1,5 @@
 // XPath and XPath Filter 2.0 transforms. Expressions are not evaluated: those that signers use are
-// recognised by their text and carried out on the text of the document.
+// recognised by their text, and what they take out is found by searching the text of the document.
 
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
@@ -9,7 +9,6 @@
 #include "dsig/transform/xpath_shapes.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/xml/locate/XmlSigRemoval.h"
-#include "foundation/xml/scan/_vlXmlDtd.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel {
@@ -35,19 +34,22 @@ bool readFilterChild(const ClsXml& transform, int child, StringBuffer& filter,
     return true;
 }
 
-bool removeAllSignatures(dsig::WorkingText& text, LogBase& log) {
-    XmlSigRemoval removal;
-    _vlXmlDtd dtd;
-    dtd.setDocument(text.structure());
-    const StringBuffer before = text.text();
-    StringBuffer without;
-    if (!removal.removeSignatures(before, dtd, without, log)) {
+bool takeOutSignatures(dsig::WorkingText& text, std::string_view why, LogBase& log) {
+    const auto document = text.structure(log);
+    if (document == nullptr) {
         return false;
     }
-    if (!without.sharesStorageWith(before)) {
-        text.replace(without);
-    }
-    return true;
+    std::vector<xml::TextRange> signatures = XmlSigRemoval::signatureRanges(*document);
+    std::erase_if(signatures, [&](xml::TextRange range) {
+        return text.isTakenOut(document->elementAt(range.start));
+    });
+    return text.takeOut(signatures, why, log);
+}
+
+// The first such chunk, where there is one.
+bool takeOutChunk(dsig::WorkingText& text, const dsig::ChunkPattern& pattern, std::string_view why,
+                  LogBase& log) {
+    return text.takeOut(dsig::findChunks(text.searchable(), pattern, 1).chunks, why, log);
 }
 
 } // namespace
@@ -82,14 +84,18 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
     }
     switch (recognised.shape) {
     case XPathShape::BusinessSignatures:
-        return removeRepeatedly(text, {"<cac:Signature>", "</cac:Signature>"});
+        return removeRepeatedly(text, {"<cac:Signature>", "</cac:Signature>"}, log);
     case XPathShape::Signatures:
         log.LogInfo("removing all Signatures from the XML to be canonicalized");
-        return removeAllSignatures(text, log);
-    case XPathShape::EbXmlNextActor: dsig::removeEbXmlFragments(text.change()); return true;
+        return takeOutSignatures(text, dsig::exclusion::kXPath, log);
+    case XPathShape::EbXmlNextActor:
+        return text.takeOut(dsig::findEbXmlFragments(text.searchable().text(), text.gaps()),
+                            dsig::exclusion::kXPath, log);
     case XPathShape::UblDocumentSignatures:
-        dsig::removeChunks(text.change(),
-                           {"<sig:UBLDocumentSignatures>", "</sig:UBLDocumentSignatures>"}, 1);
+        if (!takeOutChunk(text, {"<sig:UBLDocumentSignatures>", "</sig:UBLDocumentSignatures>"},
+                          dsig::exclusion::kXPath, log)) {
+            return false;
+        }
         log.LogInfo("Found UBLDocumentSignatures transform.");
         return true;
     case XPathShape::SubtractSignatures: {
@@ -99,7 +105,7 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
             !filter.equals("subtract")) {
             return unhandled(1, log);
         }
-        return removeAllSignatures(text, log);
+        return takeOutSignatures(text, dsig::exclusion::kXPathFilter2, log);
     }
     case XPathShape::SubtractExtensions: {
         StringBuffer filter;
@@ -109,8 +115,8 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
             !content.containsSubstring("ancestor::ext:UBLExtensions/ext:UBLExtension")) {
             return unhandled(3, log);
         }
-        dsig::removeChunks(text.change(), {"<ext:UBLExtensions>", "</ext:UBLExtensions>"}, 1);
-        return true;
+        return takeOutChunk(text, {"<ext:UBLExtensions>", "</ext:UBLExtensions>"},
+                            dsig::exclusion::kXPathFilter2, log);
     }
     case XPathShape::ElementWithId: return removeElementsWithId(text, xPath, log);
     case XPathShape::Element: return removeElementsNamed(text, xPath, log);
@@ -119,12 +125,13 @@ bool _clsXmlDSigBase::runXPathShape(const ClsXml* transform, dsig::WorkingText& 
     return unhandled(2, log);
 }
 
-bool _clsXmlDSigBase::removeRepeatedly(dsig::WorkingText& text, const dsig::ChunkPattern& pattern) {
-    if (dsig::removeChunks(text.change(), pattern, dsig::kMostChunks) == dsig::kMostChunks &&
-        dsig::hasChunk(text.text(), pattern)) {
+bool _clsXmlDSigBase::removeRepeatedly(dsig::WorkingText& text, const dsig::ChunkPattern& pattern,
+                                       LogBase& log) {
+    const dsig::FoundChunks found = dsig::findChunks(text.searchable(), pattern, dsig::kMostChunks);
+    if (found.more) {
         dsig::noteAccommodation(m_accommodations, dsig::accommodation::kLimit100);
     }
-    return true;
+    return text.takeOut(found.chunks, dsig::exclusion::kXPath, log);
 }
 
 // not(//ancestor-or-self::NAME): every NAME element whose start tag has no attributes.
@@ -140,7 +147,7 @@ bool _clsXmlDSigBase::removeElementsNamed(dsig::WorkingText& text, const StringB
     endTag.append3("</", name.getString(), ">");
     log.LogDataSb("startTag", startTag);
     log.LogDataSb("endTag", endTag);
-    return removeRepeatedly(text, {startTag.view(), endTag.view()});
+    return removeRepeatedly(text, {startTag.view(), endTag.view()}, log);
 }
 
 // not(//ancestor-or-self::NAME[ID='VALUE']): the elements NAME with that child. Whatever the
@@ -152,8 +159,8 @@ bool _clsXmlDSigBase::removeElementsWithId(dsig::WorkingText& text, const String
     log.LogDataSb("startTag", texts.startTag);
     log.LogDataSb("endTag", texts.endTag);
     log.LogDataSb("mustContain", texts.mustContain);
-    return removeRepeatedly(text,
-                            {texts.startTag.view(), texts.endTag.view(), "<cbc:ID>QR</cbc:ID>"});
+    return removeRepeatedly(
+        text, {texts.startTag.view(), texts.endTag.view(), "<cbc:ID>QR</cbc:ID>"}, log);
 }
 
 } // namespace vantrel

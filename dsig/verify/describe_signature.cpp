@@ -80,12 +80,12 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
     }
     try {
         beginReport();
-        nameElements();
+        dsig::DocumentNames names(*structure().document, structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw());
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));
         out.textMember("id", m_report.id.view());
-        out.textMember("path", m_report.path);
+        out.textMember("path", names.path(signature->elementId()));
         out.textMember("profile", m_report.profile);
         out.textMember("signatureMethod", m_report.signatureMethod.view());
         out.textMember("canonicalizationMethod", m_report.canonicalizationMethod.view());
@@ -98,6 +98,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         out.endArray();
         writeKeyInfo(*signature, out);
         describeKeys();
+        warnOfStructure();
         dsig::writeKeys(m_report.keys, out);
         dsig::writeCodes("warnings", m_report.warnings, out);
         out.booleanMember("timestamp", m_report.timestamp != "absent");

@@ -5,12 +5,15 @@
 #include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/verify/signature_method.h"
+#include "dsig/verify/signature_structure.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/log/CritSecExitor.h"
 #include "foundation/xml/canon/fragment_id.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <algorithm>
 #include <new>
+#include <vector>
 
 namespace vantrel {
 
@@ -44,10 +47,7 @@ void warnOfKey(const dsig::KeyReport& key, SignatureReport& report) {
     }
 }
 
-void warnOfReferences(SignatureReport& report, bool documentCovered) {
-    if (!documentCovered) {
-        report.warnings.add("document-not-covered");
-    }
+void warnOfReferences(SignatureReport& report) {
     for (const dsig::ReferenceReport& reference : report.references) {
         warnOfHash(reference.digestMethod, report);
         if (reference.accommodations.contains(dsig::accommodation::kDigestTolerated)) {
@@ -56,14 +56,31 @@ void warnOfReferences(SignatureReport& report, bool documentCovered) {
         if (reference.dataMissing) {
             report.warnings.add("external-missing");
         }
+        if (!reference.isSigned) {
+            report.warnings.add("references-not-signed");
+        }
     }
 }
 
-// A name as reports show it: very long ones are cut, so that many references stay in proportion.
-std::string shownName(std::string_view name) {
-    return name.size() <= xml::kMaxShownPath
-               ? std::string(name)
-               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
+xml::TextRange sourceRangeOf(const xml::XmlDocument& document, xml::ElementId element) {
+    xml::TextRange range;
+    return document.sourceRange(element, range) ? range : xml::TextRange{};
+}
+
+// The stretches of the loaded text that the reference's digest vouches for.
+void appendDigested(const xml::XmlDocument& document, const dsig::ReferenceReport& reference,
+                    std::vector<xml::TextRange>& digested) {
+    std::vector<xml::TextRange> absent;
+    for (const dsig::Exclusion& exclusion : reference.excluded) {
+        absent.push_back(exclusion.range);
+    }
+    if (reference.covers == "document") {
+        dsig::appendWithout(sourceRangeOf(document, 0), std::move(absent), digested);
+        return;
+    }
+    for (const xml::ElementId element : reference.coveredElements) {
+        dsig::appendWithout(sourceRangeOf(document, element), absent, digested);
+    }
 }
 
 } // namespace
@@ -82,6 +99,7 @@ void ClsXmlDSig::beginReport() {
     warnOfDocument();
     LogNull log;
     selectedSignatureId(m_report.id, log);
+    structure().account.begin(m_selector);
     m_report.signatureElement = signature->elementId();
     getSignatureMethod(m_report.signatureMethod, log);
     StringBuffer prefixList;
@@ -107,17 +125,67 @@ void ClsXmlDSig::finishReport() {
         m_report.reason = m_log.lastErrorLine();
     }
     warnOfHash(m_report.signatureMethod, m_report);
-    bool documentCovered = m_report.references.empty();
-    for (const dsig::ReferenceReport& reference : m_report.references) {
-        // The root element is the document but for what may stand around it.
-        documentCovered =
-            documentCovered || reference.covers == "document" || reference.coveredElement == 0;
-    }
-    warnOfReferences(m_report, documentCovered);
+    warnOfCoverage();
+    warnOfReferences(m_report);
+    warnOfStructure();
     for (const dsig::KeyReport& key : m_report.keys) {
         if (key.used) {
             warnOfKey(key, m_report);
         }
+    }
+}
+
+// What the digests leave open of the document, the signature itself apart.
+void ClsXmlDSig::warnOfCoverage() {
+    if (m_report.references.empty() || m_report.signatureElement == xml::kNoElement) {
+        return;
+    }
+    const xml::XmlDocument& document = *structure().document;
+    const xml::TextRange signature = sourceRangeOf(document, m_report.signatureElement);
+    std::vector<xml::TextRange> digested = {signature};
+    for (const dsig::ReferenceReport& reference : m_report.references) {
+        if (!reference.isSigned) {
+            continue;
+        }
+        if (!reference.coverageKnown) {
+            m_report.warnings.add("coverage-unknown");
+            continue;
+        }
+        for (const dsig::Exclusion& exclusion : reference.excluded) {
+            if (!dsig::isInside(exclusion.range, signature)) {
+                m_report.warnings.add("content-excluded");
+            }
+        }
+        appendDigested(document, reference, digested);
+    }
+    if (!dsig::coversAll(sourceRangeOf(document, 0), std::move(digested))) {
+        m_report.warnings.add("document-not-covered");
+    }
+}
+
+// What the signature holds that nobody looks into.
+void ClsXmlDSig::warnOfStructure() {
+    const ClsXml* const signature = selectedSignature();
+    if (signature == nullptr) {
+        return;
+    }
+    const xml::XmlDocument& document = *signature->document();
+    if (!dsig::hasSchemaStructure(document, signature->elementId())) {
+        m_report.warnings.add("signature-structure");
+    }
+    // A manifest in the signature, or one that a reference names.
+    const xml::ElementId end = document.element(signature->elementId()).next;
+    const std::vector<xml::ElementId>& manifests = structure().manifests();
+    const auto inside =
+        std::lower_bound(manifests.begin(), manifests.end(), signature->elementId());
+    bool manifest = inside != manifests.end() && *inside < end;
+    for (std::size_t i = 0; i < m_report.references.size() && !manifests.empty(); ++i) {
+        for (const xml::ElementId element : m_report.references[i].coveredElements) {
+            manifest = manifest || std::binary_search(manifests.begin(), manifests.end(), element);
+        }
+    }
+    if (manifest) {
+        m_report.warnings.add("manifest-not-checked");
     }
 }
 
@@ -151,7 +219,29 @@ void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::Referenc
     }
     // An element that is not there, or not the only one, has neither name nor path.
     report.covers = "element";
-    report.coveredElement = target == xml::FragmentTarget::Element ? element : xml::kNoElement;
+    if (target == xml::FragmentTarget::Element) {
+        report.coveredElements = {element};
+    }
+}
+
+// What was digested in fact.
+void ClsXmlDSig::reportCoverage(const dsig::Coverage& coverage, dsig::ReferenceReport& report) {
+    report.covers = coverage.wholeDocument          ? "document"
+                    : coverage.elements.size() == 1 ? "element"
+                                                    : "elements";
+    report.coveredElements = coverage.elements;
+    report.coverageKnown = coverage.known;
+    report.excluded = coverage.excluded;
+    if (coverage.wholeDocument) {
+        return;
+    }
+    const xml::XmlDocument& document = *structure().document;
+    std::erase_if(report.excluded, [&](const dsig::Exclusion& exclusion) {
+        return std::none_of(
+            coverage.elements.begin(), coverage.elements.end(), [&](xml::ElementId element) {
+                return dsig::isInside(exclusion.range, sourceRangeOf(document, element));
+            });
+    });
 }
 
 // What the references name, where their digests were not asked for.
@@ -177,20 +267,6 @@ void ClsXmlDSig::reportUncheckedReferences() {
     }
 }
 
-// Names and paths of the elements that the report speaks of.
-void ClsXmlDSig::nameElements() {
-    if (m_report.signatureElement != xml::kNoElement && m_report.path.empty()) {
-        structure().paths.append(m_report.signatureElement, m_report.path);
-    }
-    for (dsig::ReferenceReport& reference : m_report.references) {
-        if (reference.coveredElement != xml::kNoElement && reference.path.empty()) {
-            reference.element =
-                shownName(structure().document->qualifiedName(reference.coveredElement));
-            structure().paths.append(reference.coveredElement, reference.path);
-        }
-    }
-}
-
 void ClsXmlDSig::reportHmacKey(bool used) {
     dsig::KeyReport key;
     key.source = dsig::keysource::kExplicit.name;
@@ -200,14 +276,22 @@ void ClsXmlDSig::reportHmacKey(bool used) {
     m_report.keys = {key};
 }
 
+void ClsXmlDSig::writeReportTo(StringBuffer& json) {
+    if (selectedSignature() == nullptr) {
+        dsig::writeReport(m_report, nullptr, json);
+        return;
+    }
+    dsig::DocumentNames names(*structure().document, structure().paths);
+    dsig::writeReport(m_report, &names, json);
+}
+
 void ClsXmlDSig::get_LastJsonData(XString& json) {
     const CritSecExitor lock(m_critSec);
     try {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_report.present && !m_log.lastJsonData().isEmpty()) {
-            nameElements();
             StringBuffer text;
-            dsig::writeReport(m_report, text);
+            writeReportTo(text);
             m_log.setLastJsonData(text);
         }
         ClsBase::get_LastJsonData(json);

@@ -4,7 +4,8 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/loaded_structure.h"
 #include "dsig/transform/canonicalization_method.h"
-#include "dsig/transform/profile_markers.h"
+#include "dsig/transform/doda.h"
+#include "dsig/transform/working_text.h"
 #include "dsig/verify/verify_run.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/text/encoders.h"
@@ -42,25 +43,31 @@ bool ClsXmlDSig::configureCanonicalizer(dsig::VerifyRun& run, XmlCanon& canonica
 }
 
 bool ClsXmlDSig::runSignedInfoRoute(dsig::VerifyRun& run, XmlCanon& canonicalizer, LogBase& log) {
-    const std::uint32_t signedInfoStart = run.locator.m_signedInfoStart;
     StringBuffer& out = run.canonicalSignedInfo;
+    const auto document = structure().document;
+    // Cut-outs are made from the text with its entities expanded.
+    const xml::ElementId signedInfo =
+        document->elementAtSourceOffset(run.locator.m_signedInfoStart);
+    const std::uint32_t start = signedInfo != xml::kNoElement ? document->element(signedInfo).start
+                                                              : run.locator.m_signedInfoStart;
     if (m_isSiiDocument && !m_siiDteXml.isEmpty() && m_siiDteOffset != 0 &&
-        m_siiDteOffset < signedInfoStart) {
-        return canonicalizeFrom(m_siiDteXml, signedInfoStart - m_siiDteOffset, canonicalizer, out,
+        m_siiDteOffset < start) {
+        return canonicalizeFrom(m_siiDteXml, start - m_siiDteOffset, canonicalizer, out,
                                 "Failed to canonicalize sii.cl SignedInfo fragment.", log);
     }
     if (m_isSatDoda) {
-        StringBuffer doda;
-        m_xmlText.getDelimited(dsig::marker::kDodaStart.data(), dsig::marker::kDodaEnd.data(), true,
-                               doda);
-        const std::int32_t at = m_xmlText.indexOf(dsig::marker::kDodaStart.data());
-        const std::uint32_t offset = at < 0 ? 0 : static_cast<std::uint32_t>(at);
-        return canonicalizeFrom(doda, signedInfoStart - offset, canonicalizer, out,
-                                "Failed to canonicalize doda SignedInfo fragment.", log);
+        dsig::WorkingText doda(document, structure().account);
+        const xml::TextRange range = dsig::dodaRange(document->text());
+        const char* const failure = "Failed to canonicalize doda SignedInfo fragment.";
+        if (!doda.cutDownTo(range, log)) {
+            log.LogError(failure);
+            return false;
+        }
+        return canonicalizeFrom(doda.text(), start - range.start, canonicalizer, out, failure, log);
     }
     if (!m_zatcaRules) {
-        canonicalizer.m_document = structure().document;
-        return canonicalizeFrom(m_xmlText, signedInfoStart, canonicalizer, out,
+        canonicalizer.m_document = document;
+        return canonicalizeFrom(m_xmlText, run.locator.m_signedInfoStart, canonicalizer, out,
                                 "Failed to canonicalize SignedInfo fragment.", log);
     }
     return takeZatcaInvoiceHash(run, log);
@@ -86,6 +93,17 @@ bool ClsXmlDSig::takeZatcaInvoiceHash(dsig::VerifyRun& run, LogBase& log) {
     if (!reference->getChildContentUtf8("*:DigestValue", run.canonicalSignedInfo, false)) {
         log.LogError("Failed to get invoiceHash for signature verification.");
         return false;
+    }
+    // The value is over this digest alone: one of anything but the invoice would let whatever
+    // stands in the document pass for signed.
+    StringBuffer uri = run.firstReference.m_uri;
+    uri.trim2();
+    if (run.firstReference.m_uriOmitted != 0 || !uri.isEmpty()) {
+        log.LogError("The first Reference is not to the whole document.");
+        return false;
+    }
+    for (dsig::ReferenceReport& other : m_report.references) {
+        other.isSigned = other.index == 0;
     }
     // Only a digest of the reference's method, raw or as its hexadecimal text, is one: otherwise
     // any bytes that the key ever signed could stand here.

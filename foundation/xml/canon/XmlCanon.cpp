@@ -73,15 +73,15 @@ bool areOrdered(std::span<const TextRange> ranges, std::uint32_t size) {
     return true;
 }
 
-// The places of the source text's ranges in text(); false when one of them has to be cut out.
-bool findHoles(const XmlDocument& document, std::span<const TextRange> ranges,
-               std::vector<TextRange>& holes) {
-    for (const TextRange range : ranges) {
-        if (!xml::findHole(document, range, holes.emplace_back())) {
-            return false;
-        }
-    }
-    return true;
+void logNoneAuthenticated(LogBase& log) {
+    log.LogError("No element of the XML is marked to be authenticated.");
+}
+
+void logOutOfMemory(LogBase& log) { log.LogError("Out of memory in XML canonicalization."); }
+
+bool areHoles(const XmlDocument& document, std::span<const TextRange> ranges) {
+    return std::all_of(ranges.begin(), ranges.end(),
+                       [&](TextRange range) { return xml::isHole(document, range); });
 }
 
 } // namespace
@@ -120,7 +120,7 @@ bool XmlCanon::canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
         }
         return run(xml, selection, sink, log);
     } catch (const std::bad_alloc&) {
-        log.LogError("Out of memory in XML canonicalization.");
+        logOutOfMemory(log);
         return false;
     }
 }
@@ -131,16 +131,10 @@ std::shared_ptr<const XmlDocument> XmlCanon::structureOf(const StringBuffer& xml
         (fragment || !m_document->isFragment())) {
         return m_document;
     }
-    const bool isRest = m_cut.rest.sharesStorageWith(xml);
-    if (isRest && m_cut.document != nullptr && (fragment || !m_cut.document->isFragment())) {
-        return m_cut.document;
-    }
     xml::ParseFailure why;
     auto parsed = XmlDocument::parse(xml, {fragment}, why);
     if (parsed == nullptr) {
         xml::logParseFailure(why, log);
-    } else if (isRest) {
-        m_cut.document = parsed;
     } else if (m_document == nullptr) {
         m_document = parsed;
     }
@@ -154,14 +148,13 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
     if (document == nullptr) {
         return false;
     }
-    std::vector<TextRange> holes;
     if (!selection.omitted.empty()) {
         // Which element an Id or a count names depends on what is left of the text.
         ElementId unused = kNoElement;
         const bool counted =
             m_ebicsMode || xml::resolveFragment(*document, selection.fragment, unused) ==
                                xml::FragmentTarget::NotUnique;
-        if (counted || !findHoles(*document, selection.omitted, holes)) {
+        if (counted || document->isExpanded() || !areHoles(*document, selection.omitted)) {
             return runWithout(xml, selection, sink, log);
         }
     }
@@ -173,49 +166,36 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
     if (!findApex(*document, selection, apex, log)) {
         return false;
     }
-    if (apex != kNoElement && contains(holes, document->element(apex).start)) {
+    if (apex != kNoElement && contains(selection.omitted, document->element(apex).start)) {
         log.LogError("The element to canonicalize is an omitted one.");
         return false;
     }
-    return canonicalizeApex(*document, apex, holes, sink);
+    return canonicalizeApex(*document, apex, selection.omitted, sink);
 }
 
 // The plain way to leave something out: cuts it out of the text, and starts again.
 bool XmlCanon::runWithout(const StringBuffer& xml, const Selection& selection, xml::CanonSink& sink,
                           LogBase& log) {
-    cut(xml, selection.omitted);
+    StringBuffer rest;
+    std::uint32_t at = 0;
     Selection shifted = selection;
     shifted.omitted = {};
     for (const TextRange range : selection.omitted) {
-        if (selection.startOffset >= range.end()) {
-            shifted.startOffset -= range.length;
-        }
-    }
-    if (contains(selection.omitted, selection.startOffset) && selection.startOffset != 0) {
-        shifted.startOffset = m_cut.rest.getSize(); // nothing is there any more
-    }
-    return run(m_cut.rest, shifted, sink, log);
-}
-
-void XmlCanon::cut(const StringBuffer& xml, std::span<const TextRange> omitted) {
-    if (m_cut.source.sharesStorageWith(xml) && std::ranges::equal(m_cut.omitted, omitted)) {
-        return;
-    }
-    m_cut = {};
-    StringBuffer rest;
-    std::uint32_t at = 0;
-    for (const TextRange range : omitted) {
         if (!rest.appendView(xml.view().substr(at, range.start - at))) {
             throw std::bad_alloc();
         }
         at = range.end();
+        if (selection.startOffset >= at) {
+            shifted.startOffset -= range.length;
+        }
     }
     if (!rest.appendView(xml.view().substr(at))) {
         throw std::bad_alloc();
     }
-    m_cut.omitted.assign(omitted.begin(), omitted.end());
-    m_cut.rest = rest;
-    m_cut.source = xml;
+    if (contains(selection.omitted, selection.startOffset) && selection.startOffset != 0) {
+        shifted.startOffset = rest.getSize(); // nothing is there any more
+    }
+    return run(rest, shifted, sink, log);
 }
 
 bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection, ElementId& apex,
@@ -231,7 +211,12 @@ bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection,
         }
         return apex != kNoElement;
     }
-    switch (xml::resolveFragment(document, selection.fragment, apex)) {
+    return findFragment(document, selection.fragment, apex, log);
+}
+
+bool XmlCanon::findFragment(const XmlDocument& document, std::string_view fragment, ElementId& apex,
+                            LogBase& log) {
+    switch (xml::resolveFragment(document, fragment, apex)) {
     case xml::FragmentTarget::Document: apex = kNoElement; return true;
     case xml::FragmentTarget::Element: return true;
     case xml::FragmentTarget::NotFound: log.LogError("No element of the XML has the Id."); break;
@@ -239,7 +224,7 @@ bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection,
         log.LogError("The Id is not unique: it stands on several elements.");
         break;
     }
-    log.logText("fragmentId", selection.fragment);
+    log.logText("fragmentId", fragment);
     return false;
 }
 
@@ -251,9 +236,28 @@ bool XmlCanon::findAuthenticated(ElementId& apex, LogBase& log) const {
     }
     // Callers count up until there is no more, so only an empty list is worth a line.
     if (m_authenticated.empty()) {
-        log.LogError("No element of the XML is marked to be authenticated.");
+        logNoneAuthenticated(log);
     }
     return false;
+}
+
+std::vector<ElementId> XmlCanon::authenticatedElements(const XmlDocument& document, LogBase& log) {
+    std::vector<ElementId> found = collectAuthenticated(document);
+    if (found.empty()) {
+        logNoneAuthenticated(log);
+    }
+    return found;
+}
+
+bool XmlCanon::canonicalizeElement(const XmlDocument& document, ElementId apex,
+                                   std::span<const TextRange> omitted, xml::CanonSink& sink,
+                                   LogBase& log) const {
+    try {
+        return canonicalizeApex(document, apex, omitted, sink);
+    } catch (const std::bad_alloc&) {
+        logOutOfMemory(log);
+        return false;
+    }
 }
 
 bool XmlCanon::canonicalizeApex(const XmlDocument& document, ElementId apex,

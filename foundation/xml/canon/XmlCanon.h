@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace vantrel {
@@ -47,7 +48,7 @@ public:
     // start offset implies it.
     bool m_fragmentText = false;
     // Stretches of `xml` that count as cut out of it (ascending, disjoint). Where they are whole
-    // elements the text is neither copied nor parsed again.
+    // elements the text is not copied.
     std::vector<xml::TextRange> m_omitted;
 
     // Appends to `out` the canonical form of `xml` (UTF-8): of the whole document when `fragmentId`
@@ -62,6 +63,20 @@ public:
     // given a part of them only if it refused one itself.
     [[nodiscard]] bool canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
                                       unsigned int startOffset, xml::CanonSink& sink, LogBase& log);
+
+    // The same for an element of a known structure (kNoElement: all of it), without the stretches
+    // `omitted` of its text(), each of which must satisfy xml::isHole.
+    [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
+                                           std::span<const xml::TextRange> omitted,
+                                           xml::CanonSink& sink, LogBase& log) const;
+    // The element that a fragment identifier names, kNoElement for the whole document; false after
+    // an error line when there is none, or several.
+    [[nodiscard]] static bool findFragment(const xml::XmlDocument& document,
+                                           std::string_view fragment, xml::ElementId& apex,
+                                           LogBase& log);
+    // The elements that EBICS mode counts, in document order; an error line when there is none.
+    [[nodiscard]] static std::vector<xml::ElementId> authenticatedElements(
+        const xml::XmlDocument& document, LogBase& log);
 
 private:
     struct Selection;
@@ -79,16 +94,6 @@ private:
                                         std::span<const xml::TextRange> omitted,
                                         xml::CanonSink& sink) const;
 
-    // A text without its omitted stretches, for the calls that follow on the same text.
-    struct Cut {
-        StringBuffer source;
-        std::vector<xml::TextRange> omitted;
-        StringBuffer rest;
-        std::shared_ptr<const xml::XmlDocument> document; // of `rest`, once it was read
-    };
-    void cut(const StringBuffer& xml, std::span<const xml::TextRange> omitted);
-
-    Cut m_cut;
     // The elements that EBICS mode counts, of the document they were collected from.
     std::vector<xml::ElementId> m_authenticated;
     std::shared_ptr<const xml::XmlDocument> m_authenticatedIn;

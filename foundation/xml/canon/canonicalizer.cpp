@@ -19,10 +19,9 @@ ElementId lastSiblingBefore(const XmlDocument& document, ElementId first, std::u
 
 } // namespace
 
-bool findHole(const XmlDocument& document, TextRange sourceRange, TextRange& hole) {
+bool isHole(const XmlDocument& document, TextRange range) {
     const std::string_view text = document.text();
-    TextRange range;
-    if (!document.toText(sourceRange, range)) {
+    if (range.start >= text.size() || range.length > text.size() - range.start) {
         return false;
     }
     const ElementId first = document.elementAt(range.start);
@@ -37,13 +36,7 @@ bool findHole(const XmlDocument& document, TextRange sourceRange, TextRange& hol
     // one line end, and "]]" and ">" what character data may not hold; "]" is enough to be careful.
     const char before = text[range.start - 1];
     const char after = text[range.end()];
-    hole = range;
     return !(before == '\r' && after == '\n') && before != ']';
-}
-
-bool isHole(const XmlDocument& document, TextRange range) {
-    TextRange hole;
-    return findHole(document, range, hole);
 }
 
 bool canonicalize(const XmlDocument& document, const CanonRequest& request, CanonSink& sink) {

@@ -58,15 +58,13 @@ struct CanonRequest {
     bool inheritNamespaces = true;
     AttributeOrder order = AttributeOrder::Canonical;
     // Stretches of the document's text() that count as absent, ascending and disjoint; each must
-    // be a hole (findHole).
+    // satisfy isHole.
     std::span<const TextRange> omitted = {};
 };
 
-// True when leaving `range` of the document's source text out while walking gives the same octets
-// as cutting it out of that text and parsing what is left: it holds whole sibling elements below
-// the root, first start tag to last end tag, and the characters on both sides of it do not combine
-// into something else. `hole` is then its place in text().
-[[nodiscard]] bool findHole(const XmlDocument& document, TextRange range, TextRange& hole);
+// True when leaving `range` out while walking gives the same octets as cutting it out of the text
+// and parsing what is left: it holds whole sibling elements below the root, first start tag to last
+// end tag, and the characters on both sides of it do not combine into something else.
 [[nodiscard]] bool isHole(const XmlDocument& document, TextRange range);
 
 // Writes the canonical form of `document`, or of one element of it, to `sink`. Work and memory are

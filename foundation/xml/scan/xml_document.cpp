@@ -43,40 +43,20 @@ ElementId XmlDocument::elementAt(std::uint32_t offset) const noexcept {
                : kNoElement;
 }
 
-// Offset in the expanded text of a byte of the source; false for a byte of a reference.
-bool XmlDocument::fromSource(std::uint32_t source, std::uint32_t& offset) const noexcept {
-    if (!isExpanded()) {
-        offset = source;
-        return source < m_text.getSize();
-    }
-    auto segment = std::upper_bound(m_segments.begin(), m_segments.end(), source,
-                                    [](std::uint32_t at, const CopiedStretch& candidate) {
-                                        return at < candidate.sourceStart;
-                                    });
-    if (segment == m_segments.begin()) {
-        return false;
-    }
-    --segment;
-    const std::uint32_t distance = source - segment->sourceStart;
-    offset = segment->start + distance;
-    return distance < segment->length;
-}
-
 ElementId XmlDocument::elementAtSourceOffset(std::uint32_t offset) const noexcept {
-    std::uint32_t at = 0;
-    return fromSource(offset, at) ? elementAt(at) : kNoElement;
-}
-
-bool XmlDocument::toText(TextRange source, TextRange& range) const noexcept {
-    std::uint32_t first = 0;
-    std::uint32_t last = 0;
-    const std::uint32_t size = m_source.getSize();
-    if (source.empty() || source.start >= size || source.length > size - source.start ||
-        !fromSource(source.start, first) || !fromSource(source.end() - 1, last)) {
-        return false;
+    if (!isExpanded()) {
+        return elementAt(offset);
     }
-    range = {first, last + 1 - first};
-    return true;
+    for (auto segment = std::upper_bound(m_segments.begin(), m_segments.end(), offset,
+                                         [](std::uint32_t source, const CopiedStretch&candidate) {
+                                             return source < candidate.sourceStart;
+                                         });
+         segment != m_segments.begin();) {
+        --segment;
+        const std::uint32_t distance = offset - segment->sourceStart;
+        return distance < segment->length ? elementAt(segment->start + distance) : kNoElement;
+    }
+    return kNoElement;
 }
 
 // Offset in the source of a byte of the expanded text; false for a byte from an entity.

@@ -27,8 +27,11 @@ struct TextRange {
     std::uint32_t length = 0;
     [[nodiscard]] std::uint32_t end() const noexcept { return start + length; }
     [[nodiscard]] bool empty() const noexcept { return length == 0; }
-    bool operator==(const TextRange&) const noexcept = default;
 };
+
+[[nodiscard]] constexpr TextRange rangeOf(std::size_t start, std::size_t end) noexcept {
+    return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)};
+}
 
 // One element. Records stand in document order, so the subtree of element e is [e, next(e)): the
 // first child of e is e + 1 when that is below next(e), and the sibling after e is next(e) when
@@ -151,9 +154,6 @@ public:
     [[nodiscard]] ElementId elementAt(std::uint32_t offset) const noexcept;
     // The same for an offset of sourceText().
     [[nodiscard]] ElementId elementAtSourceOffset(std::uint32_t offset) const noexcept;
-    // The stretch of text() for one of sourceText(), whose first and last byte are not part of a
-    // reference that was expanded. False for any other, and for an empty one.
-    [[nodiscard]] bool toText(TextRange source, TextRange& range) const noexcept;
     // The extent in sourceText(); false for an element whose start or end came from an entity.
     [[nodiscard]] bool sourceRange(ElementId id, TextRange& range) const noexcept;
 
@@ -229,7 +229,6 @@ private:
         }
     }
     [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
-    [[nodiscard]] bool fromSource(std::uint32_t source, std::uint32_t& offset) const noexcept;
 
     StringBuffer m_source;
     StringBuffer m_text;

@@ -1,0 +1,51 @@
+#include "dsig/document/limits.h"
+
+#include <charconv>
+
+namespace vantrel::dsig {
+
+namespace {
+
+constexpr LimitEntry kTable[] = {
+    {"keyOperations", &Limits::keyOperations,
+     "Signature checks with a public key in all signatures of a document, weighted by the size of "
+     "the key."},
+    {"workOctets", &Limits::workOctets,
+     "Octets that all references of a document together have parsed, canonicalized and hashed; for "
+     "large documents 64 times their size up to 4 GiB, and 16 times their size beyond."},
+    {"transformsPerReference", &Limits::transformsPerReference, "Transforms of one reference."},
+    {"transforms", &Limits::transforms,
+     "Transforms of all references of a document, those beyond the second of each."},
+    {"failuresRetried", &Limits::failuresRetried,
+     "References of a document that may fail before digests that do not match are no longer tried "
+     "with another attribute order."},
+    {"logOctets", &Limits::logOctets, "Octets of the log of one operation."},
+    {"reportOctets", &Limits::reportOctets, "Octets of the report of one operation."},
+};
+
+} // namespace
+
+std::span<const LimitEntry> limitTable() noexcept { return kTable; }
+
+bool setLimit(Limits& limits, std::string_view name, std::uint64_t value) noexcept {
+    for (const LimitEntry& entry : kTable) {
+        if (entry.name == name) {
+            limits.*entry.value = value;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool parseLimit(std::string_view text, std::uint64_t& value) noexcept {
+    std::uint64_t parsed = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, parsed);
+    if (text.empty() || error != std::errc() || end != last) {
+        return false;
+    }
+    value = parsed;
+    return true;
+}
+
+} // namespace vantrel::dsig
