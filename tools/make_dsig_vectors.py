@@ -1352,9 +1352,196 @@ def encodings():
     Reasons = 1 1
     """, "b")
 
+    plain = '<?xml version="1.0" encoding="UTF-8"?>' + enveloped('<r><b>1</b><!-- +AC0ALQA+ADw-i/+AD4- -->@</r>',
+                                                                ENVELOPED, INC)
+    case("encodings/declared", plain, """
+    What = the honest one
+    Load = bytes
+    WithReferences = true
+    NoWarning = encoding-mismatch
+
+    What = another reader sees an element in the comment
+    Change = UTF-8 => UTF-7
+    Load = bytes
+    LoadError = not supported: UTF-7
+
+    What = and in text that somebody decoded
+    Change = UTF-8 => UTF-7
+    LoadError = not supported: UTF-7
+
+    What = the mark of UTF-8 does not help
+    Change = <?xml => \\xef\\xbb\\xbf<?xml
+    Change = UTF-8 => UTF-7
+    Load = bytes
+    LoadError = not supported: UTF-7
+
+    What = nor do two of them
+    Change = <?xml => \\xef\\xbb\\xbf\\xef\\xbb\\xbf<?xml
+    Change = UTF-8 => UTF-7
+    Load = bytes
+    LoadError = not supported: UTF-7
+
+    What = nor line ends and the other quotes
+    Change = "1.0" encoding="UTF-8" => '1.0'\\n\\tencoding\\r=\\n'utf-7'\\n
+    Load = bytes
+    LoadError = not supported: utf-7
+
+    What = every byte stands for another character
+    Change = UTF-8 => IBM037
+    LoadError = not supported: IBM037
+
+    What = a byte of markup may be half a character
+    Change = UTF-8 => Shift_JIS
+    Load = bytes
+    LoadError = not supported: Shift_JIS
+
+    What = the name has no such form
+    Change = UTF-8 =>  UTF-7
+    Load = bytes
+    LoadError = declaration is malformed
+
+    What = named twice
+    Change = encoding="UTF-8" => encoding="UTF-8" encoding="UTF-7"
+    Load = bytes
+    LoadError = declaration is malformed
+
+    What = named behind the wrong word
+    Change = encoding="UTF-8" => standalone="yes" encoding="UTF-7"
+    Load = bytes
+    LoadError = declaration is malformed
+
+    What = the declaration is not at the front
+    Change = <?xml =>  <?xml
+    Change = UTF-8 => UTF-7
+    Load = bytes
+    LoadError = may not be "xml"
+
+    What = four bytes a character
+    Change = UTF-8 => UTF-32
+    Load = bytes
+    LoadError = contradict the encoding that the XML declaration names: UTF-32
+
+    What = and so in text
+    Change = UTF-8 => UTF-32
+    LoadError = contradict the encoding that the XML declaration names: UTF-32
+
+    What = converted on the way
+    Change = UTF-8 => UTF-16
+    Load = bytes
+    WithReferences = true
+    Warning = encoding-mismatch
+
+    What = and handed over as text
+    Change = UTF-8 => utf-16LE
+    WithReferences = true
+    Warning = encoding-mismatch
+
+    What = the mark wins
+    Change = <?xml => \\xef\\xbb\\xbf<?xml
+    Change = UTF-8 => windows-1252
+    Load = bytes
+    WithReferences = true
+    Warning = encoding-mismatch
+
+    What = characters that are not there
+    Change = UTF-8 => windows-1252
+    Load = bytes
+    WithReferences = true
+    NoWarning = encoding-mismatch
+
+    What = nor here
+    Change = UTF-8 => US-ASCII
+    Load = bytes
+    WithReferences = true
+    NoWarning = encoding-mismatch
+    """)
+
+
+def entities():
+    body = '<r xml:lang="en"><b c="&lt;one">one</b><i/>@</r>'
+    signed = enveloped(body, ENVELOPED, INC)
+    prolog = '<!DOCTYPE r [<!ENTITY e "one"><!ENTITY i "<i/>"><!ATTLIST r xml:lang CDATA "en">]>'
+    document = prolog + (signed.replace(' xml:lang="en"', "").replace("lt;one", "lt;&e;").replace(">one<", ">&e;<")
+                         .replace("<i/>", "&i;"))
+    case("entities/declared", document, """
+    What = the honest one
+    WithReferences = true
+    NoWarning = external-dtd-not-read
+
+    What = from parameter entities that are read
+    Change = <!ENTITY i => <!ENTITY % p '<!ENTITY i
+    Change = "<i/>"> => "<i/>">'>%p;
+    WithReferences = true
+    NoWarning = external-dtd-not-read
+
+    What = an external subset may say more
+    Change = DOCTYPE r => DOCTYPE r SYSTEM "x.dtd"
+    WithReferences = true
+    Warning = external-dtd-not-read
+
+    What = a claim to stand alone does not keep others from reading it
+    Change = <!DOCTYPE r => <?xml version='1.0' standalone='yes'?><!DOCTYPE r SYSTEM "x.dtd"
+    WithReferences = true
+    Warning = external-dtd-not-read
+
+    What = an external parameter entity at the end
+    Change = ]> => <!ENTITY % p PUBLIC "p" "x.dtd">%p;]>
+    WithReferences = true
+    Warning = external-dtd-not-read
+
+    What = nobody refers to it
+    Change = ]> => <!ENTITY % p PUBLIC "p" "x.dtd">]>
+    WithReferences = true
+    NoWarning = external-dtd-not-read
+
+    What = or at the front
+    Change = [ => [<!ENTITY % p SYSTEM "x.dtd">%p;
+    LoadError = not read: e
+
+    What = before an element
+    Change = <!ENTITY i => <!ENTITY % p SYSTEM "x.dtd">%p;<!ENTITY i
+    LoadError = not read: i
+
+    What = a default behind it is not applied
+    Change = <!ATTLIST => <!ENTITY % p SYSTEM "x.dtd">%p;<!ATTLIST
+    WithReferences = false
+    Reasons = 1
+    Warning = external-dtd-not-read
+
+    What = unless the document stands alone
+    Change = <!DOCTYPE => <?xml version='1.0' standalone='yes'?><!DOCTYPE
+    Change = <!ATTLIST => <!ENTITY % p SYSTEM "x.dtd">%p;<!ATTLIST
+    WithReferences = true
+    Warning = external-dtd-not-read
+
+    What = added, with no text for who does not read it
+    Change = <r> => <r>&evil;
+    Change = DOCTYPE r => DOCTYPE r SYSTEM "x.dtd"
+    LoadError = not read: evil
+
+    What = in a value
+    Change = c=" => c="&evil;
+    Change = DOCTYPE r => DOCTYPE r SYSTEM "x.dtd"
+    LoadError = not read: evil
+
+    What = in a default
+    Change = CDATA " => CDATA "&evil;
+    Change = DOCTYPE r => DOCTYPE r SYSTEM "x.dtd"
+    LoadError = not read: evil
+
+    What = in another entity
+    Change = "one" => "&evil;one"
+    Change = DOCTYPE r => DOCTYPE r SYSTEM "x.dtd"
+    LoadError = not read: evil
+
+    What = that is external
+    Change = <!ENTITY e "one"> => <!ENTITY e SYSTEM "x">
+    LoadError = external entity
+    """)
+
 
 make_keys()
 for group in (sii, doda, zatca, simple_profiles, attribute_order, ebics, swift, ebxml, ubl, xpath_shapes, digests,
-              enveloped_signatures, references, wrapping, methods, encodings):
+              enveloped_signatures, references, wrapping, methods, encodings, entities):
     group()
 print(f"{len(written)} cases written")

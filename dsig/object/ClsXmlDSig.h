@@ -30,6 +30,10 @@ class DSigReference;
 class Pkcs7SignedData;
 class XmlSigLocate;
 
+namespace text {
+struct XmlEncoding;
+} // namespace text
+
 namespace dsig {
 class SeenCertificates;
 struct Selection;
@@ -61,11 +65,13 @@ public:
 
     // Loading and selection.
 
-    /// Loads a document from text. False when it is not well-formed XML; a document without
-    /// signatures loads.
+    /// Loads a document from text. False when it is not well-formed XML, refers to an entity whose
+    /// declaration is not read, or declares an encoding that is not known or in which ASCII bytes
+    /// are no ASCII characters; a document without signatures loads.
     bool LoadSignature(XString& xml);
     bool LoadSignatureSb(ClsStringBuilder& sb);
-    /// Loads from bytes in the encoding that the document itself declares.
+    /// Loads from bytes in the encoding that the document itself declares. False as well when that
+    /// is not supported, contradicted by the bytes, or the bytes are not valid in it.
     bool LoadSignatureBd(ClsBinData& bd);
     /// Number of Signature elements, at any depth.
     [[nodiscard]] int get_NumSignatures();
@@ -171,7 +177,7 @@ private:
     // object/
     bool loadSignature(XString& xml, LogBase& log);
     void unloadDocument();
-    bool parseLoadedText(LogBase& log);
+    bool parseLoadedText(const text::XmlEncoding& encoding, LogBase& log);
     bool selectBySignatureId(const StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);
     void checkSetZatca(LogBase& log);
@@ -193,6 +199,7 @@ private:
     [[nodiscard]] dsig::Selection selection() const;
     void setZatca(const StringBuffer& options, LogBase& log);
     void beginReport();
+    void warnOfDocument();
     void finishReport();
     void describeKeys();
     void writeReportTo(StringBuffer& json);
@@ -295,8 +302,9 @@ private:
     bool m_withCommentsOption = false;
     bool m_ignoreExternalRefs = false;
     std::int32_t m_refFailReason = 0;
-    StringBuffer m_xmlText;      // the whole document as UTF-8, as handed to the parser
-    ClsXml* m_xmlRoot = nullptr; // one reference held
+    StringBuffer m_xmlText;          // the whole document as UTF-8, as handed to the parser
+    bool m_encodingMismatch = false; // its declaration names another encoding than it is in
+    ClsXml* m_xmlRoot = nullptr;     // one reference held
     XString m_externalRefDirs;
     ExtPtrArrayRc m_signatures; // ClsXml of every Signature element, in document order
     ExtPtrArrayRc m_publicKeys; // ClsPublicKey by signature index

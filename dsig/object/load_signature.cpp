@@ -7,6 +7,7 @@
 #include "foundation/log/ClsStringBuilder.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"
+#include "foundation/text/xml_encoding.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <new>
@@ -41,11 +42,9 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
     try {
         unloadDocument();
         DataBuffer bytes = bd.data();
-        // Whatever the buffer holds after a failed conversion goes to the parser, which then says
-        // what is wrong with it.
-        bytes.convertXmlToUtf8(m_log);
+        const text::XmlEncoding encoding = text::convertXmlToUtf8(bytes);
         m_xmlText.takeFromDb(bytes);
-        return parseLoadedText(m_log);
+        return parseLoadedText(encoding, m_log);
     } catch (const std::bad_alloc&) {
         return frame.outOfMemory();
     }
@@ -55,7 +54,7 @@ bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     unloadDocument();
     setZatca(m_log.options(), log);
     m_xmlText = xml.getUtf8Sb();
-    return parseLoadedText(log);
+    return parseLoadedText(text::judgeDecodedXml(m_xmlText.view()), log);
 }
 
 void ClsXmlDSig::unloadDocument() {
@@ -69,10 +68,12 @@ void ClsXmlDSig::unloadDocument() {
     m_signatures.removeAllObjects();
 }
 
-bool ClsXmlDSig::parseLoadedText(LogBase& log) {
+bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log) {
     detectSpecial(m_xmlText, log);
+    m_encodingMismatch = encoding.verdict == text::XmlEncodingVerdict::Mismatch;
     m_xmlRoot = ClsXml::createNewCls();
-    if (m_xmlRoot == nullptr || !m_xmlRoot->loadXml(m_xmlText, false, log)) {
+    if (m_xmlRoot == nullptr || !text::acceptEncoding(encoding, log) ||
+        !m_xmlRoot->loadXml(m_xmlText, false, log)) {
         return false;
     }
     return m_xmlRoot->findSignatures(m_signatures, log);

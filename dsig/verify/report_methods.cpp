@@ -98,6 +98,7 @@ void ClsXmlDSig::beginReport() {
     if (signature == nullptr) {
         return;
     }
+    warnOfDocument();
     LogNull log;
     selectedSignatureId(m_report.id, log);
     structure().account.begin(m_selector);
@@ -108,6 +109,16 @@ void ClsXmlDSig::beginReport() {
     if (const Ref<ClsXml> stamp =
             Ref<ClsXml>::adopt(signature->searchForTag(nullptr, "*:EncapsulatedTimeStamp"))) {
         m_report.timestamp = "not-checked";
+    }
+}
+
+// What makes other readers of the same document see another one.
+void ClsXmlDSig::warnOfDocument() {
+    if (m_encodingMismatch) {
+        m_report.warnings.add("encoding-mismatch");
+    }
+    if (m_xmlRoot->document()->hasUnreadDeclarations()) {
+        m_report.warnings.add("external-dtd-not-read");
     }
 }
 

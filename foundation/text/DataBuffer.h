@@ -54,8 +54,8 @@ public:
 
     // If the bytes are an XML document in another encoding (by byte-order mark or XML declaration),
     // converts them to UTF-8 in place; a UTF-8 byte-order mark is removed. False, bytes unchanged,
-    // when the encoding is unknown or the bytes are not valid in it. UTF-8 itself is not checked:
-    // the parser does that.
+    // when the encoding is unknown, the bytes contradict it or are not valid in it
+    // (xml_encoding.h tells these apart). UTF-8 itself is not checked: the parser does that.
     bool convertXmlToUtf8(LogBase& log);
 
     [[nodiscard]] const SharedBytes& storage() const noexcept { return m_bytes; }

@@ -26,6 +26,14 @@ public:
     [[nodiscard]] bool isUtf8() const noexcept { return m_form == Form::Utf8; }
     // UTF-16 and UTF-32: more than one byte for an ASCII character.
     [[nodiscard]] bool isWide() const noexcept { return m_form >= Form::Utf16Le; }
+    [[nodiscard]] bool isUtf16() const noexcept {
+        return m_form == Form::Utf16Le || m_form == Form::Utf16Be;
+    }
+    // True when bytes in the wide form `exact`, whose order is known, are in this character set.
+    [[nodiscard]] bool covers(const _vlCharset& exact) const noexcept {
+        return m_form == exact.m_form ||
+               (m_orderFromMark && isUtf16() == exact.isUtf16() && exact.isWide());
+    }
 
     // Appends the text that the bytes stand for. False, with `out` unchanged, when they are not
     // valid. A byte-order mark at the front is not part of the text; it decides the order of

@@ -82,18 +82,35 @@ void supplyKey(ClsXmlDSig& verifier, const std::string& key) {
     ASSERT_TRUE(verifier.SetPublicKey(*publicKey));
 }
 
+bool load(ClsXmlDSig& verifier, const Setting& setting) {
+    if (setting.asBytes) {
+        ClsBinData bytes;
+        bytes.data().append(ByteView(bytesOf(setting.document)));
+        return verifier.LoadSignatureBd(bytes);
+    }
+    XString text(setting.document);
+    return verifier.LoadSignature(text);
+}
+
+// A document that is not loaded leaves no signature of an earlier one.
+void checkRefusal(VecCase& c, const Setting& setting) {
+    ClsXmlDSig verifier;
+    XString earlier("<r><Signature/></r>");
+    ASSERT_TRUE(verifier.LoadSignature(earlier));
+    EXPECT_FALSE(load(verifier, setting)) << c.where();
+    XString line;
+    verifier.get_LastErrorLine(line);
+    const std::string given(line.getUtf8Sb().view());
+    EXPECT_NE(given.find(c.text("LoadError")), std::string::npos) << c.where() << given;
+    EXPECT_EQ(verifier.get_NumSignatures(), 0) << c.where();
+    EXPECT_FALSE(verifier.VerifySignature(true)) << c.where();
+}
+
 void prepare(ClsXmlDSig& verifier, const Setting& setting, std::string& loadLog) {
     XString options(setting.options);
     verifier.put_UncommonOptions(options);
     verifier.put_IgnoreExternalRefs(setting.ignoreExternal);
-    if (setting.asBytes) {
-        ClsBinData bytes;
-        bytes.data().append(ByteView(bytesOf(setting.document)));
-        ASSERT_TRUE(verifier.LoadSignatureBd(bytes)) << logOf(verifier);
-    } else {
-        XString text(setting.document);
-        ASSERT_TRUE(verifier.LoadSignature(text)) << logOf(verifier);
-    }
+    ASSERT_TRUE(load(verifier, setting)) << logOf(verifier);
     loadLog = logOf(verifier);
     for (int i = verifier.get_NumSignatures(); i-- > 0;) {
         verifier.put_Selector(i);
@@ -186,12 +203,16 @@ void checkVerification(VecCase& c, const Setting& setting, bool references, bool
     if (references && c.has("Profile")) {
         EXPECT_EQ(textOf(report, "profile"), c.text("Profile")) << c.where();
     }
+    const auto& warnings = report.find("warnings")->elements();
+    const auto isGiven = [&](const std::string& warning) {
+        return std::any_of(warnings.begin(), warnings.end(),
+                           [&](const auto& value) { return value.text() == warning; });
+    };
     for (const std::string& warning : c.all("Warning")) {
-        const auto& given = report.find("warnings")->elements();
-        EXPECT_TRUE(!references ||
-                    std::any_of(given.begin(), given.end(),
-                                [&](const auto& value) { return value.text() == warning; }))
-            << c.where() << warning;
+        EXPECT_TRUE(!references || isGiven(warning)) << c.where() << warning;
+    }
+    for (const std::string& warning : c.all("NoWarning")) {
+        EXPECT_FALSE(isGiven(warning)) << c.where() << warning;
     }
     if (references && c.has("Accommodations")) {
         const std::vector<std::string> list = words(c.text("Accommodations"));
@@ -205,6 +226,9 @@ void runCase(VecCase& c, const std::string& folder) {
     const LiveObjectCheck live;
     const Setting setting = readSetting(c, folder);
     const bool logOfValue = c.textOr("LogOf", "references") == "value";
+    if (c.has("LoadError")) {
+        checkRefusal(c, setting);
+    }
     if (c.has("WithReferences")) {
         checkVerification(c, setting, true, c.boolean("WithReferences"), !logOfValue);
     }

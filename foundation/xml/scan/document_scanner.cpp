@@ -1,7 +1,9 @@
 #include "foundation/xml/scan/document_scanner.h"
 
+#include "foundation/text/xml_declaration.h"
 #include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/dtd_reader.h"
+#include "foundation/xml/scan/entity_expander.h"
 #include "foundation/xml/scan/references.h"
 
 #include <algorithm>
@@ -54,7 +56,7 @@ ScanOutcome DocumentScanner::scan() {
 // XML 1.0, production [22] prolog.
 std::uint32_t DocumentScanner::readProlog() {
     std::uint32_t at = rest(0).starts_with(kByteOrderMark) ? 3 : 0;
-    if (rest(at).starts_with("<?xml") && at + 5 < m_size && isSpace(m_text[at + 5])) {
+    if (text::beginsXmlDeclaration(rest(at))) {
         at = readXmlDecl(at);
     }
     while (at != kFailed) {
@@ -80,11 +82,11 @@ std::uint32_t DocumentScanner::readProlog() {
 }
 
 // XML 1.0, production [23] XMLDecl. The encoding's name is checked for its form only: the text is
-// UTF-8 already.
+// UTF-8 already, and who decoded it judged the name (text/xml_encoding.h).
 std::uint32_t DocumentScanner::readXmlDecl(std::uint32_t at) {
     const std::uint32_t start = at;
-    XmlDeclaration declaration;
-    const std::size_t length = readXmlDeclaration(rest(at), declaration);
+    text::XmlDeclaration declaration;
+    const std::size_t length = text::readXmlDeclaration(rest(at), declaration);
     if (length == 0) {
         return fail(at, "The XML declaration is malformed");
     }
@@ -285,13 +287,16 @@ std::uint32_t DocumentScanner::readEntityReference(std::uint32_t at, std::string
     }
     const DocumentType* const type = m_document.documentType();
     const Entity* const entity = type == nullptr ? nullptr : type->findEntity(name);
-    if (entity == nullptr && (type == nullptr || !type->hasUnreadDeclarations())) {
-        return fail(at, "Reference to an undeclared entity:", name);
+    if (entity == nullptr) {
+        return fail(at,
+                    m_document.hasUnreadDeclarations() ? kUnreadEntity
+                                                       : "Reference to an undeclared entity:",
+                    name);
     }
-    if (entity != nullptr && entity->unparsed) {
+    if (entity->unparsed) {
         return fail(at, "Reference to an unparsed entity:", name);
     }
-    if (entity != nullptr && entity->external) {
+    if (entity->external) {
         return inAttribute
                    ? fail(at, "Reference to an external entity in an attribute value:", name)
                    : fail(at, "Reference to an external entity, which is not fetched:", name);
@@ -330,7 +335,6 @@ std::uint32_t DocumentScanner::fail(std::uint32_t offset, std::string_view messa
 
 std::uint32_t DocumentScanner::fail(std::uint32_t offset, std::string_view message,
                                     std::string_view name) {
-    constexpr std::size_t kShownName = 100;
     fail(offset, message);
     if (m_failureMessage == message) {
         m_failureMessage.append(" ").append(name.substr(0, kShownName));

@@ -47,8 +47,9 @@ public:
                                               std::string_view attribute) const noexcept;
     [[nodiscard]] bool hasAttributeDefaults() const noexcept { return m_hasDefaults; }
     [[nodiscard]] bool hasAttributeTypes() const noexcept { return !m_attributes.empty(); }
-    // True when declarations may exist that were not read (external subset, or a reference to an
-    // external parameter entity) and the document does not claim to stand alone.
+    // True when declarations may exist that were not read: an external subset is named, or a
+    // parameter entity is referenced that is external or not known. That a document claims to stand
+    // alone changes nothing: readers that read the rest do not look at the claim.
     [[nodiscard]] bool hasUnreadDeclarations() const noexcept { return m_unreadDeclarations; }
     [[nodiscard]] const Entity* findEntity(std::string_view name) const noexcept;
     // Bytes of the replacement texts of all entities, parameter entities included.

@@ -23,7 +23,7 @@ bool DtdReader::read(DocumentType& type) {
         if (!spaced || !readExternalId(false)) {
             return spaced ? false : fail("White space is missing in a declaration");
         }
-        type.m_unreadDeclarations = !m_standalone;
+        type.m_unreadDeclarations = true;
         skipSpace();
     }
     if (take("[")) {
@@ -91,19 +91,20 @@ bool DtdReader::readDeclaration() {
     return fail("A declaration is expected");
 }
 
-// [69] PEReference between declarations.
+// [69] PEReference between declarations. What is not read may have declared anything first, so the
+// entities and attributes declared behind it are not processed (XML 1.0, 5.1), unless the document
+// stands alone. A reference to such an entity is then one to an undeclared entity, and refused;
+// attribute defaults are not applied, and unread declarations are a fact of the document.
 bool DtdReader::readParameterReference() {
     std::string_view name;
     ++in().at;
     if (!readName(name, false) || !take(";")) {
         return fail("The reference to a parameter entity is malformed");
     }
-    if (!m_standalone) {
-        m_type->m_unreadDeclarations = true; // XML 1.0, 4.1, "Entity Declared"
-    }
     const auto found = m_parameters.find(name);
     if (found == m_parameters.end() || found->second.external) {
-        m_processing = m_processing && m_standalone; // XML 1.0, 5.1
+        m_type->m_unreadDeclarations = true;
+        m_processing = m_processing && m_standalone;
         return true;
     }
     ParameterEntity& entity = found->second;

@@ -35,6 +35,11 @@ bool isOpen(const std::vector<ValueInput>& inputs, const Entity* entity) noexcep
                        [entity](const ValueInput& input) { return input.entity == entity; });
 }
 
+bool refuse(std::string_view message, std::string_view name, std::string& why) {
+    why.assign(message).append(" ").append(name.substr(0, kShownName));
+    return false;
+}
+
 // Goes into the entity that is referenced; `length` bytes at the top of `inputs` are the reference.
 bool enterValueEntity(const DocumentType& type, std::size_t length, ExpansionBudget& budget,
                       std::vector<ValueInput>& inputs, std::string& why) {
@@ -43,12 +48,13 @@ bool enterValueEntity(const DocumentType& type, std::size_t length, ExpansionBud
     const Entity* const entity = type.findEntity(name);
     top.at += length;
     if (entity == nullptr) {
-        why = "An attribute value refers to an undeclared entity";
-        return type.hasUnreadDeclarations();
+        return refuse(type.hasUnreadDeclarations()
+                          ? kUnreadEntity
+                          : "An attribute value refers to an undeclared entity:",
+                      name, why);
     }
     if (entity->external || entity->unparsed) {
-        why = "An attribute value refers to an external entity";
-        return false;
+        return refuse("An attribute value refers to an external entity:", name, why);
     }
     if (inputs.size() > kMaxEntityNesting || isOpen(inputs, entity)) {
         why = kEntityRecursion;
@@ -172,10 +178,6 @@ bool EntityExpander::readReference() {
     }
     const std::string_view name = rest.substr(1, form.length - 2);
     const Entity* const entity = m_type.findEntity(name);
-    if (entity == nullptr && m_type.hasUnreadDeclarations()) {
-        in().at += form.length;
-        return true;
-    }
     if (entity == nullptr || entity->external || entity->unparsed) {
         copy(form.length); // refused when the result is read
         return true;
@@ -285,18 +287,21 @@ void EntityExpander::copyTag(std::size_t length) {
     }
 }
 
-void EntityExpander::copyCdata(std::size_t length) {
+void EntityExpander::copyCdata(std::size_t length) { copyLines(length, "]]>&#13;<![CDATA["); }
+
+// The same for text: `reference` stands for a carriage return there.
+void EntityExpander::copyLines(std::size_t length, std::string_view reference) {
     if (!inEntity()) {
         copy(length);
         return;
     }
-    for (const char c : in().text.substr(in().at, length)) {
-        if (c == '\r') {
-            m_out.append("]]>&#13;<![CDATA[");
-        } else {
-            m_out.push_back(c);
-        }
+    const std::string_view run = in().text.substr(in().at, length);
+    std::size_t at = 0;
+    for (std::size_t cr = run.find('\r'); cr != run.npos; cr = run.find('\r', at)) {
+        m_out.append(run, at, cr - at).append(reference);
+        at = cr + 1;
     }
+    m_out.append(run, at, run.npos);
     in().at += length;
 }
 
@@ -312,18 +317,7 @@ void EntityExpander::copyText(std::size_t length) {
             break;
         }
     }
-    if (!inEntity()) {
-        copy(length);
-        return;
-    }
-    for (const char c : in().text.substr(in().at, length)) {
-        if (c == '\r') {
-            m_out.append("&#13;");
-        } else {
-            m_out.push_back(c);
-        }
-    }
-    in().at += length;
+    copyLines(length, "&#13;");
 }
 
 bool EntityExpander::fail(std::string_view message) {

@@ -14,6 +14,9 @@ namespace vantrel::xml {
 
 inline constexpr std::string_view kEntityRecursion =
     "An entity refers to itself, or entities are nested too deep";
+// It may hold anything for a reader that reads the declaration, so nothing can stand for it.
+inline constexpr std::string_view kUnreadEntity =
+    "Reference to an entity that may be declared in a part that is not read:";
 
 // Account of the replacement text that is read while entities are expanded. Reading counts, not
 // only what comes out: entities that expand to nothing cost time as well.
@@ -29,8 +32,8 @@ private:
 
 // Replaces the references to internal entities in the raw value of an attribute (XML 1.0, 3.3.3 and
 // 4.4.5) and appends the result, which holds only character and predefined references, and stands
-// for itself between quotes of either kind. A reference to an entity that may be declared in an
-// unread part is dropped. False, with the reason, for any other fault.
+// for itself between quotes of either kind. False, with the reason, when an entity has no text
+// here, and for any other fault.
 [[nodiscard]] bool expandAttributeEntities(const DocumentType& type, std::string_view raw,
                                            ExpansionBudget& budget, std::string& out,
                                            std::string& why);
@@ -64,6 +67,7 @@ private:
     [[nodiscard]] bool checkReplacementText(const Entity& entity);
     void copy(std::size_t length);
     void copyCdata(std::size_t length);
+    void copyLines(std::size_t length, std::string_view reference);
     void copyTag(std::size_t length);
     void copyText(std::size_t length);
     bool fail(std::string_view message);

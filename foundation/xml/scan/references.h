@@ -34,14 +34,6 @@ struct ReferenceForm {
 [[nodiscard]] std::size_t matchProcessingInstruction(std::string_view text,
                                                      std::string_view& target) noexcept;
 
-struct XmlDeclaration {
-    bool standalone = false;
-};
-
-// [23] XMLDecl.
-[[nodiscard]] std::size_t readXmlDeclaration(std::string_view text,
-                                             XmlDeclaration& declaration) noexcept;
-
 } // namespace vantrel::xml
 
 #endif

@@ -91,7 +91,8 @@ struct CopiedStretch {
 
 // A well-formed XML 1.0 document with its structure: XML 1.0 fifth edition and Namespaces in
 // XML 1.0, fully checked, the internal DTD subset included; external entities are never fetched,
-// and a reference to one is an error. Immutable, so any number of threads may read it.
+// and a reference to one is an error, as is a reference to an entity whose declaration is not read.
+// Immutable, so any number of threads may read it.
 //
 // The text is not copied: names and values are ranges of it. Character references and the five
 // predefined entities stay in it and are resolved when a value is asked for (values.h). References
@@ -205,6 +206,11 @@ public:
     [[nodiscard]] const DocumentType* documentType() const noexcept { return m_documentType.get(); }
     [[nodiscard]] bool hasAttributeDefaults() const noexcept {
         return m_documentType != nullptr && m_documentType->hasAttributeDefaults();
+    }
+    // An external subset or parameter entity is named and was not read: for a reader that reads it
+    // the document may have other attribute defaults and types.
+    [[nodiscard]] bool hasUnreadDeclarations() const noexcept {
+        return m_documentType != nullptr && m_documentType->hasUnreadDeclarations();
     }
     [[nodiscard]] bool hasAttributeTypes() const noexcept {
         return m_documentType != nullptr && m_documentType->hasAttributeTypes();

@@ -78,6 +78,13 @@ TEST(XmlLimits, EntityExpansion) {
     };
     EXPECT_EQ(parseXml(large(63)).verdict(), "");
     expectRefused(large(64), "the size of expanded entities");
+    // A medium one up to the multiple; a reference counts with 16 bytes beside its text.
+    const auto medium = [](std::size_t count) {
+        return "<!DOCTYPE a [<!ENTITY e '" + std::string(20000, 'x') + "'>]><a>" +
+               repeat("&e;", count) + "</a>";
+    };
+    EXPECT_EQ(parseXml(medium(xml::kMaxEntityAmplification - 1)).verdict(), "");
+    expectRefused(medium(xml::kMaxEntityAmplification), "the amplification of entities");
     // A small one as often as a document likes.
     EXPECT_EQ(
         parseXml("<!DOCTYPE a [<!ENTITY e 'GmbH'>]><a>" + repeat("&e;", 5000) + "</a>").verdict(),
