@@ -36,6 +36,7 @@ class CanonSink;
 
 namespace dsig {
 class SeenCertificates;
+struct DecodedCertificate;
 struct DigestInput;
 struct KeySource;
 struct LoadedStructure;
@@ -299,11 +300,11 @@ private:
                                 ExtPtrArrayRc& keys, LogBase& log);
     bool keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                            ExtPtrArrayRc& keys, LogBase& log);
-    static void logThumbprint(const StringBuffer& certBase64, LogBase& log);
-    bool appendTokenKey(StringBuffer& certBase64, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
-                        LogBase& log);
-    [[nodiscard]] ClsPublicKey* publicKeyFromCertBase64(StringBuffer& base64,
-                                                        dsig::SeenCertificates& seen, LogBase& log);
+    bool appendTokenKey(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
+                        dsig::SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    [[nodiscard]] ClsPublicKey*
+    publicKeyFromCertificate(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
+                             dsig::SeenCertificates& seen, LogBase& log);
     [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
     void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
     void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,
@@ -325,9 +326,12 @@ private:
                            LogBase& log);
     bool certsFromTokenReference(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                                  ClsStringArray& out, LogBase& log);
-    bool processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen, LogBase& log);
-    bool appendCert(StringBuffer& base64, dsig::SeenCertificates& seen, ClsStringArray& out,
-                    LogBase& log);
+    bool processCertBase64(const dsig::DecodedCertificate& certificate,
+                           dsig::SeenCertificates& seen, LogBase& log);
+    bool appendCert(const dsig::DecodedCertificate& certificate, dsig::SeenCertificates& seen,
+                    ClsStringArray& out, LogBase& log);
+    bool appendCertText(const StringBuffer& base64, dsig::SeenCertificates& seen,
+                        ClsStringArray& out, LogBase& log);
 
     // xades/
     // True when there is no time-stamp to check, or the check passes.
@@ -359,6 +363,7 @@ private:
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document
     VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last
+    std::shared_ptr<dsig::CertificateTexts> m_keyTexts; // of that certificate
     DataBuffer* m_digestInputCopy = nullptr; // set while somebody wants the octets themselves
 };
 

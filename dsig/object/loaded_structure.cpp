@@ -14,4 +14,20 @@ const std::vector<xml::ElementId>& LoadedStructure::referencesOf(const ClsXml& s
     return m_references;
 }
 
+const StringBuffer& LoadedStructure::idOf(const ClsXml& signature) {
+    if (m_idOwner != signature.elementId()) {
+        m_id.clear();
+        signature.getAttrValue("Id", m_id);
+        m_idOwner = signature.elementId();
+    }
+    return m_id;
+}
+
+const TokenIndex& LoadedStructure::tokens() {
+    if (!m_tokens) {
+        m_tokens.emplace(*document);
+    }
+    return *m_tokens;
+}
+
 } // namespace vantrel::dsig

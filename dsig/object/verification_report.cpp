@@ -2,8 +2,6 @@
 
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
-#include "foundation/text/LogBase.h"
-#include "foundation/text/XString.h"
 
 #include <algorithm>
 
@@ -86,15 +84,11 @@ void writeReference(JsonWriter& out, const ReferenceReport& reference) {
 }
 
 // Texts of a certificate, made when a report is read.
-void writeCertificate(JsonWriter& out, const VantrelX509& certificate) {
-    LogNull log;
-    XString text;
-    certificate.getDN(true, true, text, log, 0);
-    out.textMember("subject", text.getUtf8Sb().view());
-    certificate.getDN(false, true, text, log, 0);
-    out.textMember("issuer", text.getUtf8Sb().view());
-    certificate.get_SerialNumber(text, log);
-    out.textMember("serial", text.getUtf8Sb().view());
+void writeCertificate(JsonWriter& out, const VantrelX509& certificate, CertificateTexts& texts) {
+    texts.make(certificate);
+    out.textMember("subject", texts.subject());
+    out.textMember("issuer", texts.issuer());
+    out.textMember("serial", texts.serial());
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
     std::string first;
@@ -115,8 +109,11 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
     if (!key.curve.empty()) {
         out.textMember("curve", key.curve);
     }
-    if (key.certificate.isLoaded()) {
-        writeCertificate(out, key.certificate);
+    if (key.certificateTexts != nullptr && key.certificate.isLoaded()) {
+        writeCertificate(out, key.certificate, *key.certificateTexts);
+    }
+    if (key.nameFromDocument) {
+        out.booleanMember("nameFromDocument", true);
     }
     if (key.used) {
         out.booleanMember("used", true);

@@ -1,10 +1,12 @@
 #ifndef DSIG_OBJECT_VERIFICATION_REPORT_H
 #define DSIG_OBJECT_VERIFICATION_REPORT_H
 
+#include "dsig/document/certificate_texts.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/scan/xml_document.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +81,8 @@ struct KeyReport {
     bool used = false;
     bool outsideValidity = false;
     VantrelX509 certificate; // that the key came from; empty for none
+    std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
+    bool nameFromDocument = false; // the caller gave the key, the document its certificate
 };
 
 // What one verification found out: the operation's structured result.

@@ -85,8 +85,7 @@ void ClsXmlDSig::beginReport() {
     getSignatureMethod(m_report.signatureMethod, log);
     StringBuffer prefixList;
     getCanonicalizationMethod(m_report.canonicalizationMethod, prefixList, log);
-    if (const Ref<ClsXml> stamp =
-            Ref<ClsXml>::adopt(signature->searchForTag(nullptr, "*:EncapsulatedTimeStamp"))) {
+    if (structure().timeStamps.within(*structure().document, m_report.signatureElement)) {
         m_report.timestamp = "not-checked";
     }
 }

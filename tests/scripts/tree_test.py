@@ -42,17 +42,19 @@ MAY_INCLUDE = {
     "foundation/xml/locate": XML,
     "foundation/x509": X509 + ("foundation/io",),
     "foundation/cms": X509 + ("foundation/io", "foundation/json"),
-    "dsig/object": ("foundation",),
-    "dsig/transform": ("dsig/object", "foundation"),
-    "dsig/reference": ("dsig/transform", "dsig/object", "foundation"),
-    "dsig/keys": ("dsig/transform", "dsig/object", "foundation"),
-    "dsig/xades": ("dsig/reference", "dsig/transform", "dsig/object", "foundation"),
+    "dsig/document": ("foundation",),
+    "dsig/object": ("dsig/document", "foundation"),
+    "dsig/transform": ("dsig/object", "dsig/document", "foundation"),
+    "dsig/reference": ("dsig/transform", "dsig/object", "dsig/document", "foundation"),
+    "dsig/keys": ("dsig/transform", "dsig/object", "dsig/document", "foundation"),
+    "dsig/xades": ("dsig/reference", "dsig/transform", "dsig/object", "dsig/document",
+                   "foundation"),
     "dsig/verify": ("dsig", "foundation"),
 }
 
 # The public headers: all that programs outside the library may include.
 PUBLIC = re.compile(
-    r"^(dsig/object/ClsXmlDSig\.h|foundation/(text|log|io|json)/\w+\.h"
+    r"^(dsig/object/ClsXmlDSig\.h|dsig/document/limits\.h|foundation/(text|log|io|json)/\w+\.h"
     r"|foundation/(x509|xml/tree)/(\w+/)?Cls\w+\.h)$")
 PUBLIC_ONLY = ("cli", "bindings", "examples", "tests/consumer")
 

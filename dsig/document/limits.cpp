@@ -1,0 +1,42 @@
+#include "dsig/document/limits.h"
+
+#include <charconv>
+
+namespace vantrel::dsig {
+
+namespace {
+
+constexpr LimitEntry kTable[] = {
+    {"keyOperations", &Limits::keyOperations,
+     "Signature checks with a public key in all signatures of a document, weighted by the size of "
+     "the key."},
+    {"logOctets", &Limits::logOctets, "Octets of the log of one operation."},
+    {"reportOctets", &Limits::reportOctets, "Octets of the report of one operation."},
+};
+
+} // namespace
+
+std::span<const LimitEntry> limitTable() noexcept { return kTable; }
+
+bool setLimit(Limits& limits, std::string_view name, std::uint64_t value) noexcept {
+    for (const LimitEntry& entry : kTable) {
+        if (entry.name == name) {
+            limits.*entry.value = value;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool parseLimit(std::string_view text, std::uint64_t& value) noexcept {
+    std::uint64_t parsed = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, parsed);
+    if (text.empty() || error != std::errc() || end != last) {
+        return false;
+    }
+    value = parsed;
+    return true;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,37 @@
+#ifndef DSIG_DOCUMENT_LIMITS_H
+#define DSIG_DOCUMENT_LIMITS_H
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace vantrel::dsig {
+
+// Budgets of the work on one document, which a caller may set by name. They count work, never time,
+// so that a document passes or fails alike on every machine. docs/limits.md lists them.
+struct Limits {
+    std::uint64_t keyOperations = 10'000;
+    std::uint64_t logOctets = 64ULL * 1024 * 1024;
+    std::uint64_t reportOctets = 64ULL * 1024 * 1024;
+};
+
+struct LimitEntry {
+    std::string_view name;
+    std::uint64_t Limits::*value;
+    std::string_view description; // one sentence
+
+    [[nodiscard]] std::uint64_t defaultValue() const noexcept { return Limits().*value; }
+};
+
+[[nodiscard]] std::span<const LimitEntry> limitTable() noexcept;
+
+// False, with `limits` unchanged, when there is no limit of this name.
+[[nodiscard]] bool setLimit(Limits& limits, std::string_view name, std::uint64_t value) noexcept;
+
+// Reads all of `text` as a limit's value, a decimal number. False, with `value` unchanged, for
+// anything else.
+[[nodiscard]] bool parseLimit(std::string_view text, std::uint64_t& value) noexcept;
+
+} // namespace vantrel::dsig
+
+#endif
