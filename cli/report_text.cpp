@@ -15,6 +15,8 @@ using json::JsonValue;
 
 // References beyond this number are summed up, but for those that do not match.
 constexpr std::size_t kListedReferences = 20;
+// What stands for a report that is too large is short itself.
+constexpr std::size_t kMaxBriefReport = 1024;
 
 std::string_view textOf(const JsonValue& object, std::string_view name) {
     const JsonValue* const value = object.find(name);
@@ -126,6 +128,9 @@ std::string keyLine(std::string_view label, const JsonValue& key) {
     if (const std::string_view subject = textOf(key, "subject"); !subject.empty()) {
         text += ", " + printable(subject);
     }
+    if (flagOf(key, "nameFromDocument")) {
+        text += " (the name comes from the document and is not vouched for)";
+    }
     std::string out = line(label, text);
     if (const std::string_view serial = textOf(key, "serial"); !serial.empty()) {
         out += line("", "issued by " + printable(textOf(key, "issuer")) + ", serial 0x" +
@@ -206,6 +211,13 @@ std::string signatureText(std::string_view json) {
         out += line("warnings", coloured(words, Colour::Note));
     }
     return out;
+}
+
+bool isTooLargeReport(std::string_view json) {
+    JsonValue signature;
+    std::size_t faultAt = 0;
+    return json.size() <= kMaxBriefReport && json::parseJson(json, signature, faultAt) &&
+           textOf(signature, "status") == "error";
 }
 
 std::string descriptionText(std::string_view json) {

@@ -34,6 +34,16 @@ bool equal(const EccVerifier& one, const EccVerifier& other) noexcept {
 
 } // namespace
 
+ByteView distinctiveNumber(const _vlPublicKey& key) noexcept {
+    switch (key.kind()) {
+    case KeyKind::Rsa: return key.getRsaKeyPtr()->modulus();
+    case KeyKind::Dsa: return key.getDsaKeyPtr()->y();
+    case KeyKind::Ec: return key.getEccKeyPtr()->point();
+    case KeyKind::None: break;
+    }
+    return {};
+}
+
 bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
     if (one.kind() != other.kind()) {
         return false;

@@ -1,9 +1,11 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIG_H
 #define DSIG_OBJECT_CLSXMLDSIG_H
 
+#include "dsig/document/limits.h"
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/object/verification_report.h"
 #include "foundation/text/DataBuffer.h"
+#include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/arrays.h"
@@ -129,6 +131,12 @@ public:
     /// Appends the canonical SignedInfo of the selected signature.
     bool SignedInfoOctets(ClsBinData& out);
 
+    // Limits.
+
+    /// Sets a limit of the work on one document, by its name in docs/limits.md; `value` is a
+    /// decimal number. False for a name or value that is none. Limits survive loads.
+    bool SetLimit(XString& name, XString& value);
+
     // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
     // anything else Canonical XML 1.0.
 
@@ -146,6 +154,8 @@ public:
     /// A key for the selected signature's index, tried after the keys of KeyInfo. It survives
     /// loads.
     bool SetPublicKey(ClsPublicKey& key);
+    /// A key for every signature, tried after that of the signature's index. It survives loads.
+    bool SetPublicKeyForAll(ClsPublicKey& key);
     /// The secret of HMAC signatures, in the named encoding ("hex", "base64", "ascii", ...). The
     /// caller's text is marked secure.
     bool SetHmacKey(XString& key, XString& encoding);
@@ -205,7 +215,8 @@ private:
     void beginReport();
     void finishReport();
     void describeKeys();
-    void nameElements();
+    [[nodiscard]] bool nameElements();
+    void writeLastReport(StringBuffer& json);
     void reportUncheckedReferences();
     void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
 
@@ -309,6 +320,7 @@ private:
     void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
     void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,
                    const VantrelX509* cert);
+    void appendExplicitKey(ClsPublicKey* key, ExtPtrArrayRc& keys);
     void noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& explicitKey);
     // Look-ups in the certificate store: a new key, or the certificate as base64.
     [[nodiscard]] ClsPublicKey* getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
@@ -359,6 +371,8 @@ private:
     bool m_externalDataOwned = true;
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
+    Ref<ClsPublicKey> m_keyForAll;
+    dsig::Limits m_limits;
 
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document

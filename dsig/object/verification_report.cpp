@@ -4,6 +4,7 @@
 #include "foundation/json/json_writer.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vantrel::dsig {
 
@@ -132,13 +133,13 @@ void writeKeys(const std::vector<KeyReport>& keys, JsonWriter& out) {
     out.endArray();
 }
 
-void writeReport(const SignatureReport& report, StringBuffer& json) {
-    JsonWriter out(json);
+bool writeReport(const SignatureReport& report, std::uint64_t most, StringBuffer& json) {
+    JsonWriter out(json, most);
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(report.index));
     out.textMember("id", report.id.view());
     out.textMember("path", report.path);
-    out.textMember("status", report.valid ? "valid" : "invalid");
+    out.textMember("status", report.tooLarge ? "error" : report.valid ? "valid" : "invalid");
     out.textMember("reason", report.reason);
     out.textMember("profile", report.profile);
     out.textMember("signatureMethod", report.signatureMethod.view());
@@ -159,6 +160,16 @@ void writeReport(const SignatureReport& report, StringBuffer& json) {
     writeCodes("warnings", report.warnings, out);
     writeCodes("accommodations", report.accommodations, out);
     out.endObject();
+    return !out.passedLimit();
+}
+
+void writeTooLargeReport(const SignatureReport& report, StringBuffer& json) {
+    SignatureReport brief;
+    brief.index = report.index;
+    brief.tooLarge = true;
+    brief.reason = kReportTooLarge;
+    json.clear();
+    static_cast<void>(writeReport(brief, std::numeric_limits<std::uint64_t>::max(), json));
 }
 
 } // namespace vantrel::dsig

@@ -6,6 +6,7 @@
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/scan/xml_document.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -93,6 +94,7 @@ struct SignatureReport {
     xml::ElementId signatureElement = xml::kNoElement;
     std::string path;
     bool valid = false;
+    bool tooLarge = false; // to be written down
     std::string reason;
     StringBuffer signatureMethod;
     StringBuffer canonicalizationMethod;
@@ -114,8 +116,14 @@ struct SignatureReport {
 void writeCodes(std::string_view name, const CodeSet& codes, json::JsonWriter& out);
 // The candidate keys as the member "keys" of a JSON object.
 void writeKeys(const std::vector<KeyReport>& keys, json::JsonWriter& out);
-// The report as one JSON object.
-void writeReport(const SignatureReport& report, StringBuffer& json);
+// The report as one JSON object. False, and the text of no use, when it has more than `most` bytes.
+[[nodiscard]] bool writeReport(const SignatureReport& report, std::uint64_t most,
+                               StringBuffer& json);
+// What stands for such a report: an object with the status "error" and this reason, which says
+// nothing else of the signature.
+inline constexpr const char* kReportTooLarge =
+    "The report is larger than its limit (reportOctets).";
+void writeTooLargeReport(const SignatureReport& report, StringBuffer& json);
 
 } // namespace vantrel::dsig
 

@@ -36,6 +36,9 @@ void warnOfKey(const dsig::KeyReport& key, SignatureReport& report) {
     if (key.fromDocument) {
         report.warnings.add("key-from-document");
     }
+    if (key.nameFromDocument) {
+        report.warnings.add("name-from-document");
+    }
     if (key.weak) {
         report.warnings.add("weak-key");
     }
@@ -165,8 +168,10 @@ void ClsXmlDSig::reportUncheckedReferences() {
     }
 }
 
-// Names and paths of the elements that the report speaks of.
-void ClsXmlDSig::nameElements() {
+// Names and paths of the elements that the report speaks of. False when they alone are more than a
+// report may have.
+bool ClsXmlDSig::nameElements() {
+    std::uint64_t octets = 0;
     if (m_report.signatureElement != xml::kNoElement && m_report.path.empty()) {
         structure().paths.append(m_report.signatureElement, m_report.path);
     }
@@ -176,6 +181,17 @@ void ClsXmlDSig::nameElements() {
                 shownName(structure().document->qualifiedName(reference.coveredElement));
             structure().paths.append(reference.coveredElement, reference.path);
         }
+        octets += reference.element.size() + reference.path.size();
+        if (octets > m_limits.reportOctets) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void ClsXmlDSig::writeLastReport(StringBuffer& json) {
+    if (!nameElements() || !dsig::writeReport(m_report, m_limits.reportOctets, json)) {
+        dsig::writeTooLargeReport(m_report, json);
     }
 }
 
@@ -193,9 +209,8 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
     try {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_report.present && !m_log.lastJsonData().isEmpty()) {
-            nameElements();
             StringBuffer text;
-            dsig::writeReport(m_report, text);
+            writeLastReport(text);
             m_log.setLastJsonData(text);
         }
         ClsBase::get_LastJsonData(json);
