@@ -22,7 +22,8 @@ class KeyAccount final {
 public:
     // The signature whose checks follow.
     void begin(int signature);
-    // Takes an operation of this weight. False, and nothing taken, where the sum would pass `limit`.
+    // Takes an operation of this weight. False, and nothing taken, where the sum would pass
+    // `limit`.
     [[nodiscard]] bool charge(std::uint64_t weight, std::uint64_t limit) noexcept;
 
     [[nodiscard]] std::uint64_t spent() const noexcept { return m_spent; }

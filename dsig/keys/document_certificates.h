@@ -19,8 +19,9 @@ class SeenCertificates;
 [[nodiscard]] CertificateCache::Entry certificateOfText(CertificateCache& cache,
                                                         const StringBuffer& base64,
                                                         const LogBase& log);
-[[nodiscard]] CertificateCache::Entry
-certificateOfToken(CertificateCache& cache, const ClsXml& token, bool asPath, const LogBase& log);
+[[nodiscard]] CertificateCache::Entry certificateOfToken(CertificateCache& cache,
+                                                         const ClsXml& token, bool asPath,
+                                                         const LogBase& log);
 
 // Whether the token's content could be read; writes what its decoding wrote.
 [[nodiscard]] bool useContent(const DecodedCertificate& entry, LogBase& log);

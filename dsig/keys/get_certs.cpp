@@ -121,9 +121,8 @@ bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, dsig::See
         dsig::logNoToken(log);
         return false;
     }
-    const dsig::CertificateCache::Entry certificate =
-        dsig::certificateOfToken(structure().certificates, *dsig::handleOn(*m_xmlRoot, token),
-                                 target.isPkiPath(), log);
+    const dsig::CertificateCache::Entry certificate = dsig::certificateOfToken(
+        structure().certificates, *dsig::handleOn(*m_xmlRoot, token), target.isPkiPath(), log);
     if (!dsig::useContent(*certificate, log)) {
         return false;
     }

@@ -111,11 +111,11 @@ void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, dsig::SeenCertificates& 
         StringBuffer content;
         element->getContentSb(content);
         if (!content.isEmpty()) {
-            appendFoundKey(keys,
-                           publicKeyFromCertificate(
-                               dsig::certificateOfText(structure().certificates, content, log),
-                               seen, log),
-                           keysource::kCertificate);
+            appendFoundKey(
+                keys,
+                publicKeyFromCertificate(
+                    dsig::certificateOfText(structure().certificates, content, log), seen, log),
+                keysource::kCertificate);
         }
     }
 }
@@ -130,7 +130,8 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromCertificate(
     }
     if (!certificate->keyDecoded) {
         LogTape tape(log);
-        certificate->key = Ref<ClsPublicKey>::adopt(publicKeyFromX509(certificate->certificate, tape));
+        certificate->key =
+            Ref<ClsPublicKey>::adopt(publicKeyFromX509(certificate->certificate, tape));
         certificate->keyLines = tape.take();
         certificate->keyDecoded = true;
         structure().certificates.keepKey(certificate);

@@ -98,9 +98,8 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, dsig::SeenCerti
         }
         m_report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
     }
-    const dsig::CertificateCache::Entry certificate =
-        dsig::certificateOfToken(structure().certificates, *dsig::handleOn(*m_xmlRoot, token),
-                                 target.isPkiPath(), log);
+    const dsig::CertificateCache::Entry certificate = dsig::certificateOfToken(
+        structure().certificates, *dsig::handleOn(*m_xmlRoot, token), target.isPkiPath(), log);
     return dsig::useContent(*certificate, log) && appendTokenKey(certificate, seen, keys, log);
 }
 

@@ -313,9 +313,9 @@ private:
                            ExtPtrArrayRc& keys, LogBase& log);
     bool appendTokenKey(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
                         dsig::SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
-    [[nodiscard]] ClsPublicKey*
-    publicKeyFromCertificate(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
-                             dsig::SeenCertificates& seen, LogBase& log);
+    [[nodiscard]] ClsPublicKey* publicKeyFromCertificate(
+        const std::shared_ptr<dsig::DecodedCertificate>& certificate, dsig::SeenCertificates& seen,
+        LogBase& log);
     [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
     void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
     void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,

@@ -81,7 +81,7 @@ struct KeyReport {
     bool fromDocument = false;
     bool used = false;
     bool outsideValidity = false;
-    VantrelX509 certificate; // that the key came from; empty for none
+    VantrelX509 certificate;                            // that the key came from; empty for none
     std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
     bool nameFromDocument = false; // the caller gave the key, the document its certificate
 };

@@ -72,8 +72,8 @@ bool mayCheck(const VerifyRun& run, const ClsPublicKey& key, LogBase& log) {
     if (run.account->charge(keyOperationWeight(key.key()), run.mostKeyOperations)) {
         return true;
     }
-    log.LogError("The signatures of the document need more key operations than their limit "
-                 "(keyOperations).");
+    log.LogError(
+        "The signatures of the document need more key operations than their limit (keyOperations).");
     return false;
 }
 

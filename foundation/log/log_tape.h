@@ -29,9 +29,7 @@ public:
     void LogInfo(const char* text) override { note(Kind::Info, text, {}); }
     void enterContext(const char* name) override { note(Kind::Enter, name, {}); }
     void leaveContext() override { note(Kind::Leave, "", {}); }
-    void logText(const char* key, std::string_view value) override {
-        note(Kind::Text, key, value);
-    }
+    void logText(const char* key, std::string_view value) override { note(Kind::Text, key, value); }
     void LogBracketed(const char* key, std::string_view text) override {
         note(Kind::Bracketed, key, text);
     }
