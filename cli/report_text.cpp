@@ -216,8 +216,10 @@ std::string signatureText(std::string_view json) {
 bool isTooLargeReport(std::string_view json) {
     JsonValue signature;
     std::size_t faultAt = 0;
-    return json.size() <= kMaxBriefReport && json::parseJson(json, signature, faultAt) &&
-           textOf(signature, "status") == "error";
+    // Hardly any report has these words, so hardly any is read for this.
+    return json.size() <= kMaxBriefReport &&
+           json.find("\"status\":\"error\",\"reason\":\"") != std::string_view::npos &&
+           json::parseJson(json, signature, faultAt) && textOf(signature, "status") == "error";
 }
 
 std::string descriptionText(std::string_view json) {
