@@ -3,9 +3,11 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
+#include "dsig/document/limits.h"
 #include "foundation/log/ClsStringArray.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 
 namespace vantrel::cli {
@@ -43,12 +45,19 @@ int runFile(const std::optional<int>& wanted, const std::string& name, std::stri
         return kSomethingFails;
     }
     int certificates = 0;
+    std::uint64_t octets = 0;
     for (int i = wanted.value_or(0); i < (wanted ? *wanted + 1 : count); ++i) {
         verifier.put_Selector(i);
         ClsStringArray found;
         (void)verifier.GetCerts(found); // false where there is none, which is no failure here
         for (int k = 0; k < found.get_Count(); ++k, ++certificates) {
-            writeOutput(asPem(found.getStringUtf8(k)));
+            const std::string_view text = found.getStringUtf8(k);
+            octets += text.size();
+            if (octets > dsig::Limits().reportOctets) {
+                complaint = "the certificates are larger than the limit (reportOctets)";
+                return kCannotTell;
+            }
+            writeOutput(asPem(text));
         }
     }
     if (certificates == 0) {

@@ -4,8 +4,10 @@
 #include "cli/document.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
+#include "dsig/document/limits.h"
 #include "foundation/json/json_writer.h"
 
+#include <cstdint>
 #include <new>
 
 namespace vantrel::cli {
@@ -25,11 +27,18 @@ int describe(const std::string& name, Description& found, std::string& complaint
     }
     found.profile = verifier.profileName();
     const int count = verifier.get_NumSignatures();
+    std::uint64_t octets = 0;
     for (int i = 0; i < count; ++i) {
         verifier.put_Selector(i);
         XString json;
         if (!verifier.DescribeSignature(json)) {
             complaint = "signature " + std::to_string(i) + " cannot be described";
+            return kCannotTell;
+        }
+        octets += json.getUtf8Sb().getSize();
+        if (octets > dsig::Limits().reportOctets) {
+            complaint = "the report is larger than its limit (reportOctets)";
+            found.signatures.clear();
             return kCannotTell;
         }
         found.signatures.emplace_back(json.getUtf8Sb().view());

@@ -19,6 +19,8 @@ using json::JsonValue;
 constexpr std::size_t kListedReferences = 20;
 // Exclusions of one reference likewise.
 constexpr std::size_t kListedExclusions = 10;
+// What stands for a report that is too large is short itself.
+constexpr std::size_t kMaxBriefReport = 1024;
 
 std::string_view textOf(const JsonValue& object, std::string_view name) {
     const JsonValue* const value = object.find(name);
@@ -176,6 +178,9 @@ std::string keyLine(std::string_view label, const JsonValue& key) {
     if (const std::string_view subject = textOf(key, "subject"); !subject.empty()) {
         text += ", " + printable(subject);
     }
+    if (flagOf(key, "nameFromDocument")) {
+        text += " (the name comes from the document and is not vouched for)";
+    }
     std::string out = line(label, text);
     if (const std::string_view serial = textOf(key, "serial"); !serial.empty()) {
         out += line("", "issued by " + printable(textOf(key, "issuer")) + ", serial 0x" +
@@ -256,6 +261,15 @@ std::string signatureText(std::string_view json) {
         out += line("warnings", coloured(words, Colour::Note));
     }
     return out;
+}
+
+bool isTooLargeReport(std::string_view json) {
+    JsonValue signature;
+    std::size_t faultAt = 0;
+    // Hardly any report has these words, so hardly any is read for this.
+    return json.size() <= kMaxBriefReport &&
+           json.find("\"status\":\"error\",\"reason\":\"") != std::string_view::npos &&
+           json::parseJson(json, signature, faultAt) && textOf(signature, "status") == "error";
 }
 
 std::string descriptionText(std::string_view json) {

@@ -13,6 +13,8 @@ namespace vantrel::cli {
 [[nodiscard]] std::string fileHeading(std::string_view name, std::string_view status);
 // One verified signature, from ClsXmlDSig's LastJsonData.
 [[nodiscard]] std::string signatureText(std::string_view json);
+// Whether that result says only that the report passes its limit.
+[[nodiscard]] bool isTooLargeReport(std::string_view json);
 // One signature as it stands, from ClsXmlDSig::DescribeSignature.
 [[nodiscard]] std::string descriptionText(std::string_view json);
 

@@ -128,6 +128,13 @@ private:
         }
         valid = verifySelected(verifier);
         ++m_verifiedSinceLoad;
+        const std::string& json = m_signatures.back().json;
+        m_reportOctets += json.size();
+        if (m_reportOctets > m_settings.limits().reportOctets || isTooLargeReport(json)) {
+            complaint = "the report is larger than its limit (reportOctets)";
+            m_signatures.clear();
+            return false;
+        }
         return true;
     }
 
@@ -151,6 +158,9 @@ private:
         if (!m_settings.wantsLog()) {
             return;
         }
+        if (m_logCut) {
+            return;
+        }
         XString log;
         verifier.get_LastErrorText(log);
         m_result.errors += "--- " + printable(m_result.name);
@@ -158,6 +168,11 @@ private:
         m_result.errors += log.getUtf8Sb().view();
         if (!m_result.errors.ends_with('\n')) {
             m_result.errors += '\n';
+        }
+        if (m_result.errors.size() > m_settings.limits().logOctets) {
+            m_logCut = true;
+            m_result.errors += "xmldsig: " + printable(m_result.name) +
+                               ": the logs have reached their limit (logOctets); no more follow\n";
         }
     }
 
@@ -190,6 +205,8 @@ private:
     std::vector<SignatureResult> m_signatures;
     std::size_t m_verifiedSinceLoad = 0;
     std::size_t m_reloads = 0;
+    std::uint64_t m_reportOctets = 0;
+    bool m_logCut = false;
 };
 
 } // namespace

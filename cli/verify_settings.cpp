@@ -5,6 +5,7 @@
 #include "foundation/log/_vlLogger.h"
 #include "foundation/text/XString.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <system_error>
@@ -13,10 +14,8 @@ namespace vantrel::cli {
 
 namespace {
 
-// Highest index of a reference for which the verifier takes data, and of a signature for which it
-// takes a key of its own.
+// Highest index of a reference for which the verifier takes data.
 constexpr int kLastReferenceWithData = 100;
-constexpr int kLastSignatureWithKey = 199;
 constexpr int kHighestIndex = 0x7FFFFFFE;
 
 std::string lastError(ClsBase& object) {
@@ -53,6 +52,8 @@ std::vector<OptionSpec> verificationOptions() {
         {"--ignore-external", "", "report a missing external file, do not count it"},
         {"--timestamps", "", "also verify an encapsulated time-stamp"},
         {"--option", "WORD", "a word for the verifier's uncommon options; repeatable"},
+        {"--limit", "NAME=VALUE",
+         "a limit of the library by its name in docs/limits.md; repeatable"},
         {"--log", "", "print the log of each verification to standard error"},
         {"--verbose", "", "the same with its verbose entries"},
     };
@@ -71,7 +72,8 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     }
     return loadSelection(arguments, complaint) && loadKey(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
-           loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint);
+           loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
+           loadLimits(arguments, complaint);
 }
 
 bool VerifySettings::loadSelection(const Arguments& arguments, std::string& complaint) {
@@ -209,6 +211,45 @@ bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::strin
     return true;
 }
 
+bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complaint) {
+    for (const std::string& given : arguments.all("--limit")) {
+        const std::string_view text = given;
+        const std::size_t equals = std::min(text.find('='), text.size());
+        std::uint64_t value = 0;
+        if (equals < text.size() && dsig::parseLimit(text.substr(equals + 1), value) &&
+            dsig::setLimit(m_limits, text.substr(0, equals), value)) {
+            continue;
+        }
+        complaint = "--limit takes NAME=VALUE with a decimal number and one of the names";
+        for (const dsig::LimitEntry& entry : dsig::limitTable()) {
+            complaint += " " + std::string(entry.name);
+        }
+        complaint += ", not \"" + given + "\"";
+        return false;
+    }
+    return true;
+}
+
+// The same for every limit, named or not.
+bool VerifySettings::setLimits(ClsXmlDSig& verifier) const {
+    bool all = true;
+    for (const dsig::LimitEntry& entry : dsig::limitTable()) {
+        XString name(entry.name);
+        XString value(std::to_string(m_limits.*entry.value));
+        all = verifier.SetLimit(name, value) && all;
+    }
+    return all;
+}
+
+bool VerifySettings::setKey(ClsXmlDSig& verifier) const {
+    if (m_keyBytes.isEmpty()) {
+        return true;
+    }
+    _vlLogger log;
+    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+    return key && key->loadAnyBytes(m_keyBytes.view(), log) && verifier.SetPublicKeyForAll(*key);
+}
+
 bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
     if (!m_words.empty()) {
         XString words(m_words);
@@ -220,6 +261,14 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
     }
     verifier.put_VerboseLogging(m_verbose);
     verifier.put_IgnoreExternalRefs(m_ignoreExternal);
+    if (!setLimits(verifier)) {
+        complaint = lastError(verifier);
+        return false;
+    }
+    if (!setKey(verifier)) {
+        complaint = "the public key was refused";
+        return false;
+    }
     if (m_vault && !verifier.UseCertVault(*m_vault)) {
         complaint = lastError(verifier);
         return false;
@@ -242,20 +291,6 @@ bool VerifySettings::prepareSelected(ClsXmlDSig& verifier, std::string& complain
             complaint = "--ref-data " + path + ": " + lastError(verifier);
             return false;
         }
-    }
-    if (m_keyBytes.isEmpty()) {
-        return true;
-    }
-    if (verifier.get_Selector() > kLastSignatureWithKey) {
-        complaint = "--key serves the first " + std::to_string(kLastSignatureWithKey + 1) +
-                    " signatures of a document only";
-        return false;
-    }
-    _vlLogger log;
-    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    if (!key || !key->loadAnyBytes(m_keyBytes.view(), log) || !verifier.SetPublicKey(*key)) {
-        complaint = "the public key was refused";
-        return false;
     }
     return true;
 }

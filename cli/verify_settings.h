@@ -2,6 +2,7 @@
 #define CLI_VERIFY_SETTINGS_H
 
 #include "cli/options.h"
+#include "dsig/document/limits.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/RefCountedObject.h"
@@ -29,7 +30,7 @@ public:
     // Gives a new verifier what holds for all its signatures. False when something was refused,
     // with the reason in `complaint`.
     [[nodiscard]] bool prepare(ClsXmlDSig& verifier, std::string& complaint) const;
-    // The key and the external data, for the signature at the selector.
+    // The external data, for the signature at the selector.
     [[nodiscard]] bool prepareSelected(ClsXmlDSig& verifier, std::string& complaint) const;
     // The indexes of the selected signatures of the loaded document. False, with the reason, when
     // there is no such signature.
@@ -39,6 +40,7 @@ public:
     [[nodiscard]] bool selectsOne() const noexcept { return m_signature || m_id; }
     [[nodiscard]] bool checkReferences() const noexcept { return m_checkReferences; }
     [[nodiscard]] const std::optional<int>& reference() const noexcept { return m_reference; }
+    [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
     [[nodiscard]] bool wantsLog() const noexcept { return m_log; }
 
 private:
@@ -48,11 +50,15 @@ private:
     [[nodiscard]] bool loadCertificates(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadReferenceData(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadReferenceFolders(const Arguments& arguments, std::string& complaint);
+    [[nodiscard]] bool loadLimits(const Arguments& arguments, std::string& complaint);
+    [[nodiscard]] bool setLimits(ClsXmlDSig& verifier) const;
+    [[nodiscard]] bool setKey(ClsXmlDSig& verifier) const;
 
     std::optional<int> m_signature;
     std::optional<std::string> m_id;
     bool m_checkReferences = true;
     std::optional<int> m_reference;
+    dsig::Limits m_limits;
     DataBuffer m_keyBytes; // parsed anew for each verifier, so that no key object is shared
     std::string m_hmacKey;
     std::string m_hmacEncoding;

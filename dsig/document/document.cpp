@@ -18,6 +18,22 @@ const std::vector<xml::ElementId>& Document::referencesOf(const ClsXml& signatur
     return m_references;
 }
 
+const StringBuffer& Document::idOf(const ClsXml& signature) {
+    if (m_idOwner != signature.elementId()) {
+        m_id.clear();
+        signature.getAttrValue("Id", m_id);
+        m_idOwner = signature.elementId();
+    }
+    return m_id;
+}
+
+const TokenIndex& Document::tokens() {
+    if (!m_tokens) {
+        m_tokens.emplace(*structure);
+    }
+    return *m_tokens;
+}
+
 const ClsXml* Document::parsedTransforms(const StringBuffer& text, LogBase& log) {
     if (!m_transforms || !m_transformsText.equals(text)) {
         m_transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());

@@ -1,6 +1,9 @@
 #ifndef DSIG_DOCUMENT_DOCUMENT_H
 #define DSIG_DOCUMENT_DOCUMENT_H
 
+#include "dsig/document/decoded_certificate.h"
+#include "dsig/document/key_account.h"
+#include "dsig/document/token_index.h"
 #include "dsig/document/work_account.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
@@ -26,6 +29,9 @@ struct Document final {
     // signature that was asked for last.
     const std::vector<xml::ElementId>& referencesOf(const ClsXml& signature);
 
+    // The Id of a signature, empty for none; shared with the one that was asked for last.
+    const StringBuffer& idOf(const ClsXml& signature);
+    const TokenIndex& tokens();
     // A Transforms element from its text; null after an error line. Valid until the next call.
     const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
     // The Manifest elements of XML Signature, in document order.
@@ -34,8 +40,14 @@ struct Document final {
     std::shared_ptr<const xml::XmlDocument> structure;
     xml::ElementPaths paths;
     WorkAccount account;
+    CertificateCache certificates;
+    KeyAccount keyAccount;
+    ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 
 private:
+    xml::ElementId m_idOwner = xml::kNoElement;
+    StringBuffer m_id;
+    std::optional<TokenIndex> m_tokens;
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer m_transformsText;
     Ref<ClsXml> m_transforms;

@@ -23,8 +23,7 @@ bool checkNumberOfCertificates(std::size_t count, LogBase& log) {
     return false;
 }
 
-bool loadCertificateText(StringBuffer& base64, SeenCertificates& seen, VantrelX509& cert,
-                         LogBase& log) {
+bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, LogBase& log) {
     base64.replaceAllOccurances("&#13;", "");
     base64.replaceAllOccurances("&#xD;", "");
     DataBuffer der;
@@ -36,7 +35,6 @@ bool loadCertificateText(StringBuffer& base64, SeenCertificates& seen, VantrelX5
         log.LogError("Failed to parse X.509 certificate.");
         return false;
     }
-    seen.add(cert);
     return true;
 }
 

@@ -24,9 +24,8 @@ inline constexpr std::size_t kMaxKeyInfoCertificates = 1000;
 [[nodiscard]] bool checkNumberOfCertificates(std::size_t count, LogBase& log);
 
 // Loads a certificate from base64 text, in which character references for carriage returns are
-// removed (in place), and notes it as seen.
-[[nodiscard]] bool loadCertificateText(StringBuffer& base64, SeenCertificates& seen,
-                                       VantrelX509& cert, LogBase& log);
+// removed (in place).
+[[nodiscard]] bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, LogBase& log);
 
 // The X509IssuerSerial of an X509Data element.
 struct IssuerSerial {

@@ -1,5 +1,6 @@
 // Keys that the caller supplies, and the collector of all candidate keys.
 
+#include "dsig/document/document.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/object/ClsXmlDSig.h"
@@ -58,6 +59,13 @@ bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
     }
 }
 
+bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
+    MethodFrame frame(*this, "SetPublicKeyForAll");
+    frame.begin();
+    m_keyForAll = Ref<ClsPublicKey>::share(&key);
+    return true;
+}
+
 bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     MethodFrame frame(*this, "SetHmacKey");
     frame.begin();
@@ -81,6 +89,8 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
         if (!getPublicKey(true, keys, m_log)) {
             return nullptr;
         }
+        // The caller may change the key, so nobody else keeps it.
+        structure().certificates.forgetKeys();
         return static_cast<ClsPublicKey*>(keys.removeRefCountedAt(0));
     } catch (const std::bad_alloc&) {
         frame.outOfMemory();
@@ -102,22 +112,29 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
         }
     }
     if (!keyInfoOnly) {
-        auto* const explicitKey = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
-        if (explicitKey != nullptr) {
-            noteKeysKnownToCaller(keys, *explicitKey);
-            appendKey(keys, Ref<ClsPublicKey>::share(explicitKey), dsig::keysource::kExplicit,
-                      nullptr);
-        }
+        appendExplicitKey(static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector)), keys);
+        appendExplicitKey(m_keyForAll.get(), keys);
     }
     return keys.getSize() > 0;
 }
 
-// A key of the document that the caller named as well is not the document's alone.
+void ClsXmlDSig::appendExplicitKey(ClsPublicKey* key, ExtPtrArrayRc& keys) {
+    if (key != nullptr) {
+        noteKeysKnownToCaller(keys, *key);
+        appendKey(keys, Ref<ClsPublicKey>::share(key), dsig::keysource::kExplicit, nullptr);
+    }
+}
+
+// A key of the document that the caller named as well is not the document's alone. What the
+// document's certificate calls its holder still is.
 void ClsXmlDSig::noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& explicitKey) {
     for (int i = 0; i < keys.getSize(); ++i) {
         const auto* const key = static_cast<const ClsPublicKey*>(keys.elementAt(i));
         if (dsig::isSameKey(key->key(), explicitKey.key())) {
-            m_report.keys[static_cast<std::size_t>(i)].fromDocument = false;
+            dsig::KeyReport& report = m_report.keys[static_cast<std::size_t>(i)];
+            report.nameFromDocument =
+                report.nameFromDocument || (report.fromDocument && report.certificate.isLoaded());
+            report.fromDocument = false;
         }
     }
 }

@@ -1,7 +1,9 @@
 // The certificates that a KeyInfo element carries or names.
 
 #include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/keys/certificate_text.h"
+#include "dsig/keys/document_certificates.h"
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/keys/store_lookup.h"
@@ -31,16 +33,22 @@ bool ClsXmlDSig::GetCerts(ClsStringArray& outCerts) {
     }
 }
 
-bool ClsXmlDSig::processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen,
-                                   LogBase& log) {
+bool ClsXmlDSig::processCertBase64(const dsig::DecodedCertificate& certificate,
+                                   dsig::SeenCertificates& seen, LogBase& log) {
     const LogContextExitor context(log, "processCertBase64");
-    VantrelX509Holder holder;
-    return dsig::loadCertificateText(base64, seen, *holder.getX509Ptr(), log);
+    return dsig::useCertificate(certificate, seen, log);
 }
 
-bool ClsXmlDSig::appendCert(StringBuffer& base64, dsig::SeenCertificates& seen, ClsStringArray& out,
-                            LogBase& log) {
-    return processCertBase64(base64, seen, log) && out.appendUtf8(base64.getString());
+bool ClsXmlDSig::appendCert(const dsig::DecodedCertificate& certificate,
+                            dsig::SeenCertificates& seen, ClsStringArray& out, LogBase& log) {
+    return processCertBase64(certificate, seen, log) &&
+           out.appendUtf8(certificate.base64.getString());
+}
+
+bool ClsXmlDSig::appendCertText(const StringBuffer& base64, dsig::SeenCertificates& seen,
+                                ClsStringArray& out, LogBase& log) {
+    return appendCert(*dsig::certificateOfText(structure().certificates, base64, log), seen, out,
+                      log);
 }
 
 bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
@@ -63,24 +71,24 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen
         for (std::size_t i = 0; few && i < elements.size(); ++i) {
             dsig::handleOn(*x509Data, elements[i])->getContentSb(base64);
             if (!base64.isEmpty()) {
-                appendCert(base64, seen, out, log);
+                appendCertText(base64, seen, out, log);
             }
         }
         dsig::IssuerSerial name;
         if (dsig::readIssuerSerial(*x509Data, name, log) &&
             !seen.hasIssuerSerial(name.issuerCn, name.serialHex, log) &&
             getCertByIssuerNameAndSerial(name.issuerCn, name.serialHex, base64, log)) {
-            appendCert(base64, seen, out, log);
+            appendCertText(base64, seen, out, log);
         }
     }
     StringBuffer reversed;
     if (dsig::readUnseenSubjectName(keyInfo, seen, reversed, log) &&
         getCertBySubjectName(reversed, base64, log)) {
-        appendCert(base64, seen, out, log);
+        appendCertText(base64, seen, out, log);
     }
     StringBuffer ski;
     if (dsig::readSubjectKeyId(keyInfo, ski) && getCertBySKI(ski, base64, log)) {
-        appendCert(base64, seen, out, log);
+        appendCertText(base64, seen, out, log);
     }
 }
 
@@ -91,7 +99,7 @@ bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, dsig::See
     if (tokenReference.getChildContentUtf8("*:KeyIdentifier", identifier, false) &&
         !identifier.isEmpty() &&
         dsig::certBase64(dsig::findBySki(getSystemCertsPtr(), identifier, log), base64)) {
-        appendCert(base64, seen, out, log);
+        appendCertText(base64, seen, out, log);
     }
     const Ref<ClsXml> reference =
         Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:Reference"));
@@ -108,16 +116,17 @@ bool ClsXmlDSig::certsFromTokenReference(const ClsXml& tokenReference, dsig::See
         return false;
     }
     // Only the token that is named: unlike for a key, another one does not do.
-    const Ref<ClsXml> token = dsig::findTokenById(*m_xmlRoot, target.id());
-    if (!token) {
+    const xml::ElementId token = structure().tokens().withId(target.id());
+    if (token == xml::kNoElement) {
         dsig::logNoToken(log);
         return false;
     }
-    token->getContentSb(base64);
-    if (target.isPkiPath() && !dsig::takeLastOfPkiPath(base64, log)) {
+    const dsig::CertificateCache::Entry certificate = dsig::certificateOfToken(
+        structure().certificates, *dsig::handleOn(*m_xmlRoot, token), target.isPkiPath(), log);
+    if (!dsig::useContent(*certificate, log)) {
         return false;
     }
-    appendCert(base64, seen, out, log);
+    appendCert(*certificate, seen, out, log);
     return true;
 }
 

@@ -1,7 +1,9 @@
 // The public keys that a KeyInfo element carries or names, as candidates in a fixed order.
 
 #include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/keys/certificate_text.h"
+#include "dsig/keys/document_certificates.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/keys/seen_certificates.h"
@@ -109,20 +111,35 @@ void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, dsig::SeenCertificates& 
         StringBuffer content;
         element->getContentSb(content);
         if (!content.isEmpty()) {
-            appendFoundKey(keys, publicKeyFromCertBase64(content, seen, log),
-                           keysource::kCertificate);
+            appendFoundKey(
+                keys,
+                publicKeyFromCertificate(
+                    dsig::certificateOfText(structure().certificates, content, log), seen, log),
+                keysource::kCertificate);
         }
     }
 }
 
-ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& base64,
-                                                  dsig::SeenCertificates& seen, LogBase& log) {
+// A key of the document's own certificate is decoded once and shared by the signatures that use it.
+ClsPublicKey* ClsXmlDSig::publicKeyFromCertificate(
+    const std::shared_ptr<dsig::DecodedCertificate>& certificate, dsig::SeenCertificates& seen,
+    LogBase& log) {
     const LogContextExitor context(log, "publicKeyFromCertBase64");
-    VantrelX509Holder holder;
-    if (!dsig::loadCertificateText(base64, seen, *holder.getX509Ptr(), log)) {
+    if (!dsig::useCertificate(*certificate, seen, log)) {
         return nullptr;
     }
-    return publicKeyFromX509(*holder.getX509Ptr(), log);
+    if (!certificate->keyDecoded) {
+        LogTape tape(log);
+        certificate->key =
+            Ref<ClsPublicKey>::adopt(publicKeyFromX509(certificate->certificate, tape));
+        certificate->keyLines = tape.take();
+        certificate->keyDecoded = true;
+        structure().certificates.keepKey(certificate);
+    }
+    LogTape::replay(certificate->keyLines, log);
+    m_keyCertificate = certificate->certificate;
+    m_keyTexts = certificate->texts;
+    return Ref<ClsPublicKey>::share(certificate->key.get()).release();
 }
 
 ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
@@ -141,6 +158,7 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
     }
     log.LogInfo("Loaded public key from X.509 certificate in KeyInfo.");
     m_keyCertificate = cert;
+    m_keyTexts = std::make_shared<dsig::CertificateTexts>();
     return key.release();
 }
 
@@ -157,6 +175,9 @@ void ClsXmlDSig::appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key,
     dsig::KeyReport report = dsig::describeKey(*key, source.name, cert);
     report.fromDocument =
         source.inDocument && (cert == nullptr || !dsig::storeHolds(getSystemCertsPtr(), *cert));
+    if (cert != nullptr) {
+        report.certificateTexts = m_keyTexts;
+    }
     m_report.keys.push_back(std::move(report));
     keys.appendRefCounted(key.release());
 }

@@ -3,8 +3,6 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
-#include "foundation/text/LogBase.h"
-#include "foundation/text/XString.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
@@ -34,6 +32,16 @@ bool equal(const EccVerifier& one, const EccVerifier& other) noexcept {
 
 } // namespace
 
+ByteView distinctiveNumber(const _vlPublicKey& key) noexcept {
+    switch (key.kind()) {
+    case KeyKind::Rsa: return key.getRsaKeyPtr()->modulus();
+    case KeyKind::Dsa: return key.getDsaKeyPtr()->y();
+    case KeyKind::Ec: return key.getEccKeyPtr()->point();
+    case KeyKind::None: break;
+    }
+    return {};
+}
+
 bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
     if (one.kind() != other.kind()) {
         return false;
@@ -48,17 +56,7 @@ bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
 }
 
 bool storeHolds(SystemCerts* store, const VantrelX509& cert) {
-    if (store == nullptr || store->numVaults() == 0) {
-        return false;
-    }
-    LogNull log;
-    XString issuerCn;
-    XString serial;
-    cert.get_IssuerCN(issuerCn, log);
-    cert.get_SerialNumber(serial, log);
-    const VantrelX509* const held =
-        store->findX509(serial.getUtf8(), issuerCn.getUtf8(), nullptr, log);
-    return held != nullptr && equal(held->certificate(), cert.certificate());
+    return store != nullptr && store->holds(cert.certificate());
 }
 
 } // namespace vantrel::dsig

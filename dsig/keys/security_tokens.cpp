@@ -9,7 +9,6 @@ namespace vantrel::dsig {
 
 namespace {
 
-const char* const kToken = "*:BinarySecurityToken";
 constexpr int kMaxPathCertificates = 100;
 
 // The base64 of the last certificate of a PKI path: a DER sequence of certificates, the signer's
@@ -53,19 +52,6 @@ bool readTokenReference(const ClsXml& reference, TokenReference& target, LogBase
     log.LogDataSb("uri", target.uri);
     log.LogDataSb("valueType", target.valueType);
     return false;
-}
-
-Ref<ClsXml> findTokenById(ClsXml& root, const char* id) {
-    return Ref<ClsXml>::adopt(root.searchForAttribute(nullptr, kToken, "*:Id", false, id));
-}
-
-Ref<ClsXml> findAnyToken(ClsXml& root) {
-    return Ref<ClsXml>::adopt(root.searchForTag(nullptr, kToken));
-}
-
-Ref<ClsXml> findX509Token(ClsXml& root) {
-    return Ref<ClsXml>::adopt(
-        root.searchForAttribute(nullptr, kToken, "*:ValueType", false, "*#X509v3"));
 }
 
 void logTokenSearch(LogBase& log) {

@@ -1,8 +1,9 @@
 #ifndef DSIG_KEYS_SECURITY_TOKENS_H
 #define DSIG_KEYS_SECURITY_TOKENS_H
 
-#include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
+
+#include <string_view>
 
 namespace vantrel {
 
@@ -16,18 +17,13 @@ struct TokenReference {
     StringBuffer uri; // with its leading '#'
     StringBuffer valueType;
 
-    [[nodiscard]] const char* id() const { return uri.getString() + 1; }
+    [[nodiscard]] std::string_view id() const { return uri.view().substr(1); }
     [[nodiscard]] bool isPkiPath() const { return valueType.containsSubstring("X509PKIPathv1"); }
 };
 
 // False, with an error line, for a reference that is not to an X.509 token of this document.
 [[nodiscard]] bool readTokenReference(const ClsXml& reference, TokenReference& target,
                                       LogBase& log);
-
-// Tokens of the whole document; null when there is none.
-[[nodiscard]] Ref<ClsXml> findTokenById(ClsXml& root, const char* id);
-[[nodiscard]] Ref<ClsXml> findAnyToken(ClsXml& root);
-[[nodiscard]] Ref<ClsXml> findX509Token(ClsXml& root);
 
 void logTokenSearch(LogBase& log);
 void logNoToken(LogBase& log);

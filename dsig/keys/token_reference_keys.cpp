@@ -1,13 +1,13 @@
 // WS-Security: keys that a SecurityTokenReference points at, in a BinarySecurityToken of the
 // document or in the certificate store.
 
-#include "dsig/keys/certificate_text.h"
+#include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
+#include "dsig/keys/document_certificates.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/crypto/hash/_vlHash.h"
-#include "foundation/text/encoders.h"
 #include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -86,23 +86,21 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, dsig::SeenCerti
     if (m_xmlRoot == nullptr) {
         return false;
     }
-    Ref<ClsXml> token = dsig::findTokenById(*m_xmlRoot, target.id());
-    if (!token) {
+    const dsig::TokenIndex& tokens = structure().tokens();
+    xml::ElementId token = tokens.withId(target.id());
+    if (token == xml::kNoElement) {
         log.LogInfo(
             "Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
-        token = dsig::findAnyToken(*m_xmlRoot);
-        if (!token) {
+        token = tokens.first();
+        if (token == xml::kNoElement) {
             dsig::logNoToken(log);
             return false;
         }
         m_report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
     }
-    StringBuffer content;
-    token->getContentSb(content);
-    if (target.isPkiPath() && !dsig::takeLastOfPkiPath(content, log)) {
-        return false;
-    }
-    return appendTokenKey(content, seen, keys, log);
+    const dsig::CertificateCache::Entry certificate = dsig::certificateOfToken(
+        structure().certificates, *dsig::handleOn(*m_xmlRoot, token), target.isPkiPath(), log);
+    return dsig::useContent(*certificate, log) && appendTokenKey(certificate, seen, keys, log);
 }
 
 // A thumbprint is not compared: the first X.509 token of the document is taken. The signature value
@@ -129,16 +127,16 @@ bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCerti
     if (m_xmlRoot == nullptr) {
         return false;
     }
-    const Ref<ClsXml> token = dsig::findX509Token(*m_xmlRoot);
-    if (!token) {
+    const xml::ElementId token = structure().tokens().firstX509();
+    if (token == xml::kNoElement) {
         dsig::logNoToken(log);
         return false;
     }
-    StringBuffer content;
-    token->getContentSb(content);
-    logThumbprint(content, log);
+    const dsig::CertificateCache::Entry certificate = dsig::certificateOfToken(
+        structure().certificates, *dsig::handleOn(*m_xmlRoot, token), false, log);
+    log.LogDataSb("sbSha1Base64", dsig::thumbprintOf(*certificate));
     const int before = keys.getSize();
-    if (!appendTokenKey(content, seen, keys, log)) {
+    if (!appendTokenKey(certificate, seen, keys, log)) {
         return false;
     }
     if (keys.getSize() > before) {
@@ -147,19 +145,9 @@ bool ClsXmlDSig::keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCerti
     return true;
 }
 
-void ClsXmlDSig::logThumbprint(const StringBuffer& certBase64, LogBase& log) {
-    DataBuffer der;
-    ContentCoding::decodeBase64ToDb(certBase64.getString(), certBase64.getSize(), der);
-    DataBuffer digest;
-    _vlHash::doHash(der.getData2(), der.getSize(), kHashSha1, digest);
-    StringBuffer base64;
-    digest.encodeDB("base64", base64);
-    log.LogDataSb("sbSha1Base64", base64);
-}
-
-bool ClsXmlDSig::appendTokenKey(StringBuffer& certBase64, dsig::SeenCertificates& seen,
-                                ExtPtrArrayRc& keys, LogBase& log) {
-    ClsPublicKey* const key = publicKeyFromCertBase64(certBase64, seen, log);
+bool ClsXmlDSig::appendTokenKey(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
+                                dsig::SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log) {
+    ClsPublicKey* const key = publicKeyFromCertificate(certificate, seen, log);
     if (key == nullptr) {
         log.LogError("Failed to get public key from cert.");
         return false;

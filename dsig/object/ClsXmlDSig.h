@@ -5,6 +5,7 @@
 #include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/DataBuffer.h"
+#include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/arrays.h"
@@ -36,8 +37,9 @@ struct XmlEncoding;
 
 namespace dsig {
 class SeenCertificates;
-struct Selection;
+struct DecodedCertificate;
 struct Document;
+struct Selection;
 struct KeySource;
 struct VerifyRun;
 } // namespace dsig
@@ -128,6 +130,12 @@ public:
     /// Appends the canonical SignedInfo of the selected signature.
     bool SignedInfoOctets(ClsBinData& out);
 
+    // Limits.
+
+    /// Sets a limit of the work on one document, by its name in docs/limits.md; `value` is a
+    /// decimal number. False for a name or value that is none. Limits survive loads.
+    bool SetLimit(XString& name, XString& value);
+
     // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
     // anything else Canonical XML 1.0.
 
@@ -145,6 +153,8 @@ public:
     /// A key for the selected signature's index, tried after the keys of KeyInfo. It survives
     /// loads.
     bool SetPublicKey(ClsPublicKey& key);
+    /// A key for every signature, tried after that of the signature's index. It survives loads.
+    bool SetPublicKeyForAll(ClsPublicKey& key);
     /// The secret of HMAC signatures, in the named encoding ("hex", "base64", "ascii", ...). The
     /// caller's text is marked secure.
     bool SetHmacKey(XString& key, XString& encoding);
@@ -196,13 +206,13 @@ private:
     dsig::Document& structure();
     // The loaded document; null when no signature is selected.
     dsig::Document* document();
-    [[nodiscard]] dsig::Selection selection() const;
+    [[nodiscard]] dsig::Selection selection();
     void setZatca(const StringBuffer& options, LogBase& log);
     void beginReport();
     void warnOfDocument();
     void finishReport();
     void describeKeys();
-    void writeReportTo(StringBuffer& json);
+    void writeLastReport(StringBuffer& json);
     void reportUncheckedReferences();
     void warnOfCoverage();
     void warnOfStructure();
@@ -255,15 +265,16 @@ private:
                                 ExtPtrArrayRc& keys, LogBase& log);
     bool keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                            ExtPtrArrayRc& keys, LogBase& log);
-    static void logThumbprint(const StringBuffer& certBase64, LogBase& log);
-    bool appendTokenKey(StringBuffer& certBase64, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
-                        LogBase& log);
-    [[nodiscard]] ClsPublicKey* publicKeyFromCertBase64(StringBuffer& base64,
-                                                        dsig::SeenCertificates& seen, LogBase& log);
+    bool appendTokenKey(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
+                        dsig::SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    [[nodiscard]] ClsPublicKey* publicKeyFromCertificate(
+        const std::shared_ptr<dsig::DecodedCertificate>& certificate, dsig::SeenCertificates& seen,
+        LogBase& log);
     [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
     void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
     void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,
                    const VantrelX509* cert);
+    void appendExplicitKey(ClsPublicKey* key, ExtPtrArrayRc& keys);
     void noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& explicitKey);
     // Look-ups in the certificate store: a new key, or the certificate as base64.
     [[nodiscard]] ClsPublicKey* getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
@@ -281,9 +292,12 @@ private:
                            LogBase& log);
     bool certsFromTokenReference(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
                                  ClsStringArray& out, LogBase& log);
-    bool processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen, LogBase& log);
-    bool appendCert(StringBuffer& base64, dsig::SeenCertificates& seen, ClsStringArray& out,
-                    LogBase& log);
+    bool processCertBase64(const dsig::DecodedCertificate& certificate,
+                           dsig::SeenCertificates& seen, LogBase& log);
+    bool appendCert(const dsig::DecodedCertificate& certificate, dsig::SeenCertificates& seen,
+                    ClsStringArray& out, LogBase& log);
+    bool appendCertText(const StringBuffer& base64, dsig::SeenCertificates& seen,
+                        ClsStringArray& out, LogBase& log);
 
     // xades/
     // True when there is no time-stamp to check, or the check passes.
@@ -312,11 +326,13 @@ private:
     bool m_externalDataOwned = true;
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
-
+    Ref<ClsPublicKey> m_keyForAll;
     dsig::Limits m_limits;
+
     dsig::SignatureReport m_report;
-    std::unique_ptr<dsig::Document> m_structure; // what is derived once from the document
-    VantrelX509 m_keyCertificate;                // of the key that a look-up returned last
+    std::unique_ptr<dsig::Document> m_structure;        // what is derived once from the document
+    VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last
+    std::shared_ptr<dsig::CertificateTexts> m_keyTexts; // of that certificate
 };
 
 } // namespace vantrel

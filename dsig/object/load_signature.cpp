@@ -126,7 +126,10 @@ bool ClsXmlDSig::selectBySignatureId(const StringBuffer& id, LogBase& log) {
 bool ClsXmlDSig::selectedSignatureId(StringBuffer& out, LogBase& /*log*/) {
     out.clear();
     const ClsXml* const signature = selectedSignature();
-    return signature != nullptr && signature->getAttrValue("Id", out);
+    if (signature != nullptr) {
+        out = structure().idOf(*signature);
+    }
+    return !out.isEmpty();
 }
 
 ClsXml* ClsXmlDSig::selectedSignature() const {

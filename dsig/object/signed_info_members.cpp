@@ -6,12 +6,12 @@
 
 namespace vantrel {
 
-dsig::Selection ClsXmlDSig::selection() const {
+dsig::Selection ClsXmlDSig::selection() {
     dsig::Selection selection;
     selection.index = m_selector;
     selection.signature = selectedSignature();
     if (selection.signature != nullptr) {
-        selection.signature->getAttrValue("Id", selection.id);
+        selection.id = structure().idOf(*selection.signature);
     }
     return selection;
 }

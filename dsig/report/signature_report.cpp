@@ -2,10 +2,9 @@
 
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
-#include "foundation/text/LogBase.h"
-#include "foundation/text/XString.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vantrel::dsig {
 
@@ -116,15 +115,11 @@ void writeReference(JsonWriter& out, const ReferenceReport& reference, DocumentN
 }
 
 // Texts of a certificate, made when a report is read.
-void writeCertificate(JsonWriter& out, const VantrelX509& certificate) {
-    LogNull log;
-    XString text;
-    certificate.getDN(true, true, text, log, 0);
-    out.textMember("subject", text.getUtf8Sb().view());
-    certificate.getDN(false, true, text, log, 0);
-    out.textMember("issuer", text.getUtf8Sb().view());
-    certificate.get_SerialNumber(text, log);
-    out.textMember("serial", text.getUtf8Sb().view());
+void writeCertificate(JsonWriter& out, const VantrelX509& certificate, CertificateTexts& texts) {
+    texts.make(certificate);
+    out.textMember("subject", texts.subject());
+    out.textMember("issuer", texts.issuer());
+    out.textMember("serial", texts.serial());
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
     std::string first;
@@ -145,8 +140,11 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
     if (!key.curve.empty()) {
         out.textMember("curve", key.curve);
     }
-    if (key.certificate.isLoaded()) {
-        writeCertificate(out, key.certificate);
+    if (key.certificateTexts != nullptr && key.certificate.isLoaded()) {
+        writeCertificate(out, key.certificate, *key.certificateTexts);
+    }
+    if (key.nameFromDocument) {
+        out.booleanMember("nameFromDocument", true);
     }
     if (key.used) {
         out.booleanMember("used", true);
@@ -165,14 +163,15 @@ void writeKeys(const std::vector<KeyReport>& keys, JsonWriter& out) {
     out.endArray();
 }
 
-void writeReport(const SignatureReport& report, DocumentNames* names, StringBuffer& json) {
-    JsonWriter out(json);
+bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint64_t most,
+                 StringBuffer& json) {
+    JsonWriter out(json, most);
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(report.index));
     out.textMember("id", report.id.view());
     const bool isThere = names != nullptr && report.signatureElement != xml::kNoElement;
     out.textMember("path", isThere ? names->path(report.signatureElement) : std::string());
-    out.textMember("status", report.valid ? "valid" : "invalid");
+    out.textMember("status", report.tooLarge ? "error" : report.valid ? "valid" : "invalid");
     out.textMember("reason", report.reason);
     out.textMember("profile", report.profile);
     out.textMember("signatureMethod", report.signatureMethod.view());
@@ -193,6 +192,16 @@ void writeReport(const SignatureReport& report, DocumentNames* names, StringBuff
     writeCodes("warnings", report.warnings, out);
     writeCodes("accommodations", report.accommodations, out);
     out.endObject();
+    return !out.passedLimit();
+}
+
+void writeTooLargeReport(const SignatureReport& report, StringBuffer& json) {
+    SignatureReport brief;
+    brief.index = report.index;
+    brief.tooLarge = true;
+    brief.reason = kReportTooLarge;
+    json.clear();
+    static_cast<void>(writeReport(brief, nullptr, std::numeric_limits<std::uint64_t>::max(), json));
 }
 
 } // namespace vantrel::dsig

@@ -1,6 +1,7 @@
 #ifndef DSIG_REPORT_SIGNATURE_REPORT_H
 #define DSIG_REPORT_SIGNATURE_REPORT_H
 
+#include "dsig/document/certificate_texts.h"
 #include "dsig/report/codes.h"
 #include "dsig/report/coverage.h"
 #include "dsig/report/ref_reason.h"
@@ -10,6 +11,8 @@
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/element_text.h"
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -69,7 +72,9 @@ struct KeyReport {
     bool fromDocument = false;
     bool used = false;
     bool outsideValidity = false;
-    VantrelX509 certificate; // that the key came from; empty for none
+    VantrelX509 certificate;                            // that the key came from; empty for none
+    std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
+    bool nameFromDocument = false; // the caller gave the key, the document its certificate
 };
 
 // What one verification found out: the operation's structured result.
@@ -79,6 +84,7 @@ struct SignatureReport {
     StringBuffer id;
     xml::ElementId signatureElement = xml::kNoElement;
     bool valid = false;
+    bool tooLarge = false; // to be written down
     std::string reason;
     StringBuffer signatureMethod;
     StringBuffer canonicalizationMethod;
@@ -100,9 +106,15 @@ struct SignatureReport {
 void writeCodes(std::string_view name, const CodeSet& codes, json::JsonWriter& out);
 // The candidate keys as the member "keys" of a JSON object.
 void writeKeys(const std::vector<KeyReport>& keys, json::JsonWriter& out);
-// The report as one JSON object; `names` are those of the loaded document, null
-// without one.
-void writeReport(const SignatureReport& report, DocumentNames* names, StringBuffer& json);
+// The report as one JSON object; `names` are those of the loaded document, null without one. False,
+// and the text of no use, when it has more than `most` bytes.
+[[nodiscard]] bool writeReport(const SignatureReport& report, DocumentNames* names,
+                               std::uint64_t most, StringBuffer& json);
+// What stands for such a report: an object with the status "error" and this reason, which says
+// nothing else of the signature.
+inline constexpr const char* kReportTooLarge =
+    "The report is larger than its limit (reportOctets).";
+void writeTooLargeReport(const SignatureReport& report, StringBuffer& json);
 
 } // namespace vantrel::dsig
 

@@ -149,6 +149,9 @@ void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log
         reportHmacKey(dsig::tryHmac(run, m_hmacKey, log));
         return;
     }
+    run.account = &structure().keyAccount;
+    run.account->begin(m_selector);
+    run.mostKeyOperations = m_limits.keyOperations;
     bool endedEarly = false;
     const int used = dsig::tryKeys(run, log, endedEarly);
     summarise = !endedEarly;

@@ -81,7 +81,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
     try {
         beginReport();
         dsig::DocumentNames names(*structure().structure, structure().paths);
-        JsonWriter out(outJson.getUtf8Sb_rw());
+        JsonWriter out(outJson.getUtf8Sb_rw(), m_limits.reportOctets);
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));
         out.textMember("id", m_report.id.view());
@@ -105,7 +105,11 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         out.endObject();
         m_report = {};
         m_log.clearLastJsonData();
-        return frame.result(true);
+        if (out.passedLimit()) {
+            outJson.clear();
+            m_log.LogError(dsig::kReportTooLarge);
+        }
+        return frame.result(!out.passedLimit());
     } catch (const std::bad_alloc&) {
         return frame.outOfMemory();
     }

@@ -41,6 +41,9 @@ void warnOfKey(const dsig::KeyReport& key, SignatureReport& report) {
     if (key.fromDocument) {
         report.warnings.add("key-from-document");
     }
+    if (key.nameFromDocument) {
+        report.warnings.add("name-from-document");
+    }
     if (key.weak) {
         report.warnings.add("weak-key");
     }
@@ -106,8 +109,7 @@ void ClsXmlDSig::beginReport() {
     getSignatureMethod(m_report.signatureMethod, log);
     StringBuffer prefixList;
     getCanonicalizationMethod(m_report.canonicalizationMethod, prefixList, log);
-    if (const Ref<ClsXml> stamp =
-            Ref<ClsXml>::adopt(signature->searchForTag(nullptr, "*:EncapsulatedTimeStamp"))) {
+    if (structure().timeStamps.within(*structure().structure, m_report.signatureElement)) {
         m_report.timestamp = "not-checked";
     }
 }
@@ -232,6 +234,17 @@ void ClsXmlDSig::reportUncheckedReferences() {
     }
 }
 
+void ClsXmlDSig::writeLastReport(StringBuffer& json) {
+    const bool isThere = selectedSignature() != nullptr;
+    std::optional<dsig::DocumentNames> names;
+    if (isThere) {
+        names.emplace(*structure().structure, structure().paths);
+    }
+    if (!dsig::writeReport(m_report, isThere ? &*names : nullptr, m_limits.reportOctets, json)) {
+        dsig::writeTooLargeReport(m_report, json);
+    }
+}
+
 void ClsXmlDSig::reportHmacKey(bool used) {
     dsig::KeyReport key;
     key.source = dsig::keysource::kExplicit.name;
@@ -241,22 +254,13 @@ void ClsXmlDSig::reportHmacKey(bool used) {
     m_report.keys = {key};
 }
 
-void ClsXmlDSig::writeReportTo(StringBuffer& json) {
-    if (selectedSignature() == nullptr) {
-        dsig::writeReport(m_report, nullptr, json);
-        return;
-    }
-    dsig::DocumentNames names(*structure().structure, structure().paths);
-    dsig::writeReport(m_report, &names, json);
-}
-
 void ClsXmlDSig::get_LastJsonData(XString& json) {
     const CritSecExitor lock(m_critSec);
     try {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_report.present && !m_log.lastJsonData().isEmpty()) {
             StringBuffer text;
-            writeReportTo(text);
+            writeLastReport(text);
             m_log.setLastJsonData(text);
         }
         ClsBase::get_LastJsonData(json);

@@ -1,5 +1,6 @@
 // Verifying a signature value with the candidate keys, in their order.
 
+#include "dsig/keys/known_to_caller.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/verify_run.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
@@ -9,6 +10,11 @@
 #include "foundation/crypto/rsa/RsaVerifier.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
+
+#include <map>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 namespace vantrel::dsig {
 
@@ -30,23 +36,59 @@ KeyVerdict verifyWithRsaKey(const VerifyRun& run, RsaKeyData& key, LogBase& log)
                                                 run.hashAlg, pss ? kPaddingPss : kPaddingPkcs1,
                                                 run.hashAlg, verified, key, 0, true, wrongKey, log);
 
-    if (!ran && wrongKey) {
-        log.LogInfo(kWrongKeyLine);
-        return KeyVerdict::WrongKey;
-    }
     if (!ran) {
-        log.LogError("RSA verify hash failed.");
-        return KeyVerdict::Failed;
+        return wrongKey ? KeyVerdict::WrongKey : KeyVerdict::Failed;
     }
-    if (verified) {
-        log.LogInfo("The RSA signature was verified.");
-        return KeyVerdict::Verified;
+    return verified ? KeyVerdict::Verified : KeyVerdict::SignatureInvalid;
+}
+
+// The keys that were checked against one signature value. Neither the order of the candidates nor
+// what is said of each changes when an equal one takes over the verdict of the first.
+class CheckedKeys {
+public:
+    // The verdict on an equal key; nothing when this is the first.
+    [[nodiscard]] std::optional<KeyVerdict> verdictOn(const ClsPublicKey& key) const {
+        const auto [first, last] = m_checked.equal_range(number(key));
+        for (auto at = first; at != last; ++at) {
+            if (isSameKey(at->second.first->key(), key.key())) {
+                return at->second.second;
+            }
+        }
+        return std::nullopt;
     }
-    log.LogError("RSA verify hash found the signature to be invalid.");
-    log.LogDataHexDb("signedInfoHash", run.hash);
-    log.LogDataSb("canonicalizationMethod", run.signedOctets.algorithm);
-    log.LogDataSb("canonicalizedSignedInfo", run.signedOctets.text);
-    return KeyVerdict::SignatureInvalid;
+    void add(const ClsPublicKey& key, KeyVerdict verdict) {
+        m_checked.emplace(number(key), std::pair(&key, verdict));
+    }
+
+private:
+    static std::string_view number(const ClsPublicKey& key) noexcept {
+        return asText(distinctiveNumber(key.key()));
+    }
+
+    std::multimap<std::string_view, std::pair<const ClsPublicKey*, KeyVerdict>> m_checked;
+};
+
+bool mayCheck(const VerifyRun& run, const ClsPublicKey& key, LogBase& log) {
+    if (run.account->charge(keyOperationWeight(key.key()), run.mostKeyOperations)) {
+        return true;
+    }
+    log.LogError(
+        "The signatures of the document need more key operations than their limit (keyOperations).");
+    return false;
+}
+
+void logRsaVerdict(const VerifyRun& run, KeyVerdict verdict, LogBase& log) {
+    switch (verdict) {
+    case KeyVerdict::WrongKey: log.LogInfo(kWrongKeyLine); break;
+    case KeyVerdict::Failed: log.LogError("RSA verify hash failed."); break;
+    case KeyVerdict::Verified: log.LogInfo("The RSA signature was verified."); break;
+    case KeyVerdict::SignatureInvalid:
+        log.LogError("RSA verify hash found the signature to be invalid.");
+        log.LogDataHexDb("signedInfoHash", run.hash);
+        log.LogDataSb("canonicalizationMethod", run.signedOctets.algorithm);
+        log.LogDataSb("canonicalizedSignedInfo", run.signedOctets.text);
+        break;
+    }
 }
 
 ClsPublicKey* keyAt(const VerifyRun& run, int index) {
@@ -55,6 +97,7 @@ ClsPublicKey* keyAt(const VerifyRun& run, int index) {
 
 int tryRsaKeys(VerifyRun& run, LogBase& log) {
     log.LogDataLong("numRsaKeys", run.keys.getSize());
+    CheckedKeys checked;
     for (int i = 0; i < run.keys.getSize(); ++i) {
         ClsPublicKey* const key = keyAt(run, i);
         if (key == nullptr) {
@@ -66,7 +109,15 @@ int tryRsaKeys(VerifyRun& run, LogBase& log) {
             log.LogError("Public key is not an RSA key.");
             continue;
         }
-        const KeyVerdict verdict = verifyWithRsaKey(run, *rsa, log);
+        std::optional<KeyVerdict> verdict = checked.verdictOn(*key);
+        if (!verdict) {
+            if (!mayCheck(run, *key, log)) {
+                return -1;
+            }
+            verdict = verifyWithRsaKey(run, *rsa, log);
+            checked.add(*key, *verdict);
+        }
+        logRsaVerdict(run, *verdict, log);
         run.wrongKey = verdict == KeyVerdict::WrongKey;
         if (verdict == KeyVerdict::Verified) {
             run.verified = true;
@@ -83,6 +134,7 @@ int tryRsaKeys(VerifyRun& run, LogBase& log) {
 int tryDsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
     log.LogDataLong("numDsaKeys", run.keys.getSize());
     LogNull quiet(log);
+    CheckedKeys checked;
     for (int i = 0; i < run.keys.getSize(); ++i) {
         ClsPublicKey* const key = keyAt(run, i);
         if (key == nullptr) {
@@ -90,9 +142,13 @@ int tryDsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
             return -1;
         }
         DsaKeyData* const dsa = key->key().getDsaKeyPtr();
-        if (dsa == nullptr) {
+        if (dsa == nullptr || checked.verdictOn(*key)) {
             continue;
         }
+        if (!mayCheck(run, *key, log)) {
+            return -1;
+        }
+        checked.add(*key, KeyVerdict::Failed);
         DsaVerifier::verifyHash(*dsa, run.signature.getData2(), run.signature.getSize(), true,
                                 run.hash.getData2(), run.hash.getSize(), run.verified, quiet);
         if (run.verified) {
@@ -108,6 +164,7 @@ int tryDsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
 int tryEcdsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
     log.LogDataLong("numEcdsaKeys", run.keys.getSize());
     LogNull quiet(log);
+    CheckedKeys checked;
     for (int i = 0; i < run.keys.getSize(); ++i) {
         ClsPublicKey* const key = keyAt(run, i);
         if (key == nullptr) {
@@ -115,9 +172,13 @@ int tryEcdsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
             return -1;
         }
         EccVerifier* const ecc = key->key().getEccKeyPtr();
-        if (ecc == nullptr) {
+        if (ecc == nullptr || checked.verdictOn(*key)) {
             continue;
         }
+        if (!mayCheck(run, *key, log)) {
+            return -1;
+        }
+        checked.add(*key, KeyVerdict::Failed);
         ecc->eccVerifyHash(run.signature.getData2(), run.signature.getSize(), false,
                            run.hash.getData2(), run.hash.getSize(), run.verified, quiet, 0);
         if (run.verified) {

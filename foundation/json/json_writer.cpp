@@ -20,7 +20,13 @@ bool standsAsItIs(char c) noexcept {
 
 } // namespace
 
-void JsonWriter::put(std::string_view piece) { m_ok = m_ok && m_out.appendView(piece); }
+void JsonWriter::put(std::string_view piece) {
+    if (m_ok && (m_out.getSize() > m_most || piece.size() > m_most - m_out.getSize())) {
+        m_passedLimit = true;
+        m_ok = false;
+    }
+    m_ok = m_ok && m_out.appendView(piece);
+}
 
 void JsonWriter::divide() {
     if (m_needsComma) {

@@ -2,6 +2,7 @@
 #define FOUNDATION_JSON_JSON_WRITER_H
 
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 namespace vantrel {
@@ -19,6 +20,8 @@ class JsonValue;
 class JsonWriter final {
 public:
     explicit JsonWriter(StringBuffer& out) noexcept : m_out(out) {}
+    // `most`: bytes that the buffer may hold; with more the text is cut off, too.
+    JsonWriter(StringBuffer& out, std::uint64_t most) noexcept : m_out(out), m_most(most) {}
     JsonWriter(const JsonWriter&) = delete;
     JsonWriter& operator=(const JsonWriter&) = delete;
 
@@ -42,6 +45,8 @@ public:
     void booleanMember(std::string_view name, bool value);
 
     [[nodiscard]] bool ok() const noexcept { return m_ok; }
+    // Whether it was the limit that cut the text off.
+    [[nodiscard]] bool passedLimit() const noexcept { return m_passedLimit; }
 
 private:
     void open(char bracket);
@@ -51,8 +56,10 @@ private:
     void quote(std::string_view text);
 
     StringBuffer& m_out;
+    std::uint64_t m_most = std::numeric_limits<std::uint64_t>::max();
     bool m_needsComma = false;
     bool m_ok = true;
+    bool m_passedLimit = false;
 };
 
 } // namespace json

@@ -4,11 +4,16 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstring>
 
 namespace vantrel {
 
 namespace {
+
+// Written where the text ends before its operation does.
+constexpr std::string_view kCutLine = "The log ends here: it has reached its limit (logOctets).\n";
+constexpr std::uint32_t kHighestLimit = 0x7FFFFFFF;
 
 constexpr std::string_view kSpaces = "                                        ";
 
@@ -35,6 +40,19 @@ std::size_t plainPrefix(std::string_view value) noexcept {
         ++at;
     }
     return at;
+}
+
+// The front of a value, of at most `most` bytes, that ends between two characters.
+std::string_view shownPart(std::string_view value, std::size_t most) noexcept {
+    if (value.size() <= most) {
+        return value;
+    }
+    constexpr std::size_t kLongestCharacter = 4;
+    std::size_t size = most;
+    while (most - size < kLongestCharacter && (static_cast<unsigned char>(value[size]) >> 6) == 2) {
+        --size;
+    }
+    return value.substr(0, size);
 }
 
 } // namespace
@@ -64,6 +82,7 @@ public:
         m_used += piece.size();
     }
     void addEscaped(std::string_view value) noexcept;
+    void addLeftOut(std::size_t bytes) noexcept;
     // Where in the log's text the next piece will stand.
     [[nodiscard]] std::uint32_t position() const noexcept {
         return m_log.m_text.getSize() + static_cast<std::uint32_t>(m_used);
@@ -102,21 +121,65 @@ void _vlLogger::Entry::addEscaped(std::string_view value) noexcept {
     }
 }
 
+void _vlLogger::Entry::addLeftOut(std::size_t bytes) noexcept {
+    if (bytes == 0) {
+        return;
+    }
+    std::array<char, 24> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), bytes).ptr;
+    add("... (");
+    add({digits.data(), static_cast<std::size_t>(end - digits.data())});
+    add(" more bytes)");
+}
+
+void _vlLogger::setLimit(std::uint64_t bytes) noexcept {
+    m_limit = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, kHighestLimit));
+}
+
+bool _vlLogger::takes(std::size_t bytes) noexcept {
+    if (m_cut) {
+        return false;
+    }
+    if (m_text.getSize() <= m_limit && bytes <= m_limit - m_text.getSize()) {
+        return true;
+    }
+    m_cut = true;
+    m_text.appendView(kCutLine);
+    return false;
+}
+
+void _vlLogger::noteLateError(std::string_view text) noexcept {
+    if (m_firstError.size == 0 && m_firstLateError.isEmpty()) {
+        m_firstLateError.setView(text);
+    }
+    m_lastLateError.setView(text);
+}
+
 void _vlLogger::LogError(const char* text) {
+    const std::string_view error = shownPart(text::viewOf(text), kMaxShownValue);
+    if (!takes(error.size())) {
+        noteLateError(error);
+        return;
+    }
     Entry entry(*this);
     entry.add("Error: ");
     const std::uint32_t start = entry.position();
-    entry.addEscaped(text::viewOf(text));
+    entry.addEscaped(error);
     m_lastError = {start, entry.position() - start};
     if (m_firstError.size == 0) {
         m_firstError = m_lastError;
     }
 }
 
-void _vlLogger::LogInfo(const char* text) { Entry(*this).addEscaped(text::viewOf(text)); }
+void _vlLogger::LogInfo(const char* text) {
+    const std::string_view info = shownPart(text::viewOf(text), kMaxShownValue);
+    if (takes(info.size())) {
+        Entry(*this).addEscaped(info);
+    }
+}
 
 void _vlLogger::enterContext(const char* name) {
-    {
+    if (takes(text::viewOf(name).size())) {
         Entry entry(*this);
         entry.add(text::viewOf(name));
         entry.add(":");
@@ -131,24 +194,37 @@ void _vlLogger::leaveContext() {
 }
 
 void _vlLogger::logText(const char* key, std::string_view value) {
+    const std::string_view shown = shownPart(value, kMaxShownValue);
+    if (!takes(shown.size())) {
+        return;
+    }
     Entry entry(*this);
     entry.add(text::viewOf(key));
     entry.add(": ");
-    entry.addEscaped(value);
+    entry.addEscaped(shown);
+    entry.addLeftOut(value.size() - shown.size());
 }
 
 void _vlLogger::LogBracketed(const char* key, std::string_view text) {
+    const std::string_view shown = shownPart(text, kMaxBracketedValue);
+    if (!takes(shown.size())) {
+        return;
+    }
     Entry entry(*this);
     entry.add(text::viewOf(key));
     entry.add(": [");
-    entry.add(text);
+    entry.add(shown);
     entry.add("]");
+    entry.addLeftOut(text.size() - shown.size());
 }
 
 void _vlLogger::clearLog() noexcept {
     m_text.clear();
     m_firstError = {};
     m_lastError = {};
+    m_firstLateError.clear();
+    m_lastLateError.clear();
+    m_cut = false;
 }
 
 } // namespace vantrel

@@ -4,6 +4,7 @@
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -13,8 +14,17 @@ namespace vantrel {
 // two columns. Values stand on one line, control characters escaped as in C, so that no value can
 // pass for a line of its own; only a bracketed value appears as it is. When memory runs out the
 // entry is lost and the text stays valid.
+//
+// A very long value is shown cut, with the number of bytes that are left out. An entry that would
+// take the text past its limit, and everything behind it, is not taken; a last line says so. Errors
+// are remembered all the same.
 class _vlLogger final : public LogBase {
 public:
+    static constexpr std::uint32_t kDefaultLimit = 64U * 1024 * 1024;
+    // Longer values are cut. Bracketed ones are texts that readers compare with a document's.
+    static constexpr std::size_t kMaxShownValue = std::size_t{64} * 1024;
+    static constexpr std::size_t kMaxBracketedValue = std::size_t{16} * 1024 * 1024;
+
     void LogError(const char* text) override;
     void LogInfo(const char* text) override;
     void enterContext(const char* name) override;
@@ -23,14 +33,20 @@ public:
     void LogBracketed(const char* key, std::string_view text) override;
     void setLastJsonData(const StringBuffer& json) override { m_lastJsonData = json; }
     void clearLastJsonData() override { m_lastJsonData.clear(); }
-    [[nodiscard]] bool isRecording() const noexcept override { return true; }
+    [[nodiscard]] bool isRecording() const noexcept override { return !m_cut; }
+    // The number of bytes that the text may have, but for the line that says that it was cut.
+    void setLimit(std::uint64_t bytes) noexcept;
 
     [[nodiscard]] const StringBuffer& text() const noexcept { return m_text; }
     [[nodiscard]] const StringBuffer& lastJsonData() const noexcept { return m_lastJsonData; }
     // The text of the first and the latest error entry; empty if there is none. Valid until the
     // next change of the log.
-    [[nodiscard]] std::string_view firstErrorLine() const noexcept { return line(m_firstError); }
-    [[nodiscard]] std::string_view lastErrorLine() const noexcept { return line(m_lastError); }
+    [[nodiscard]] std::string_view firstErrorLine() const noexcept {
+        return m_firstError.size != 0 ? line(m_firstError) : m_firstLateError.view();
+    }
+    [[nodiscard]] std::string_view lastErrorLine() const noexcept {
+        return m_lastLateError.isEmpty() ? line(m_lastError) : m_lastLateError.view();
+    }
 
     // Forgets the text and the error lines; open contexts stay open.
     void clearLog() noexcept;
@@ -42,6 +58,10 @@ private:
     };
 
     class Entry;
+
+    // Whether an entry with these bytes is still taken; if not, the text ends here.
+    [[nodiscard]] bool takes(std::size_t bytes) noexcept;
+    void noteLateError(std::string_view text) noexcept;
 
     [[nodiscard]] std::string_view line(Line where) const noexcept {
         const std::string_view text = m_text.view();
@@ -55,6 +75,11 @@ private:
     std::uint32_t m_depth = 0;
     Line m_firstError;
     Line m_lastError;
+    // Errors behind the end of the text.
+    StringBuffer m_firstLateError;
+    StringBuffer m_lastLateError;
+    std::uint32_t m_limit = kDefaultLimit;
+    bool m_cut = false;
 };
 
 } // namespace vantrel

@@ -90,6 +90,13 @@ CertRecord* SystemCerts::findBySubjectKeyId(const StringBuffer& base64, LogBase&
     });
 }
 
+bool SystemCerts::holds(ByteView der) {
+    return x509::noThrow(false, [&] {
+        return std::any_of(m_tables.begin(), m_tables.end(),
+                           [&](const auto& table) { return table->holds(der); });
+    });
+}
+
 SystemCertsHolder::SystemCertsHolder() : m_systemCerts(new (std::nothrow) SystemCerts()) {}
 SystemCertsHolder::~SystemCertsHolder() = default;
 

@@ -2,6 +2,7 @@
 #define FOUNDATION_X509_SYSTEMCERTS_H
 
 #include "foundation/text/VantrelObject.h"
+#include "foundation/text/byte_view.h"
 
 #include <cstdint>
 #include <memory>
@@ -45,6 +46,9 @@ public:
     // The certificate with this subject key identifier, in base64: that of its extension, or the
     // SHA-1 of its public key (RFC 5280 4.2.1.2 method 1).
     [[nodiscard]] CertRecord* findBySubjectKeyId(const StringBuffer& base64, LogBase& log);
+
+    // Whether one of the vaults has this very certificate (DER).
+    [[nodiscard]] bool holds(ByteView der);
 
     [[nodiscard]] std::uint32_t numVaults() const noexcept {
         return static_cast<std::uint32_t>(m_tables.size());

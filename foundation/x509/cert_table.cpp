@@ -27,6 +27,12 @@ std::uint64_t issuerSerialKey(std::string_view cn, std::string_view serial, std:
 
 std::uint64_t keyIdKey(ByteView keyId) noexcept { return x509::hashBytes(asText(keyId), 3); }
 
+// Of a whole certificate: its end tells certificates apart as well as all of it would.
+std::uint64_t endKey(ByteView der) noexcept {
+    constexpr std::size_t kEnd = 64;
+    return x509::hashBytes(asText(der.last(std::min(der.size(), kEnd))), 4);
+}
+
 std::string folded(std::string_view text) {
     std::string out;
     x509::appendFoldedValue(text, out);
@@ -130,6 +136,12 @@ void CertTable::updateKeyHashes() {
     }
 }
 
+void CertTable::updateEnds() {
+    for (; m_ends.indexed < m_records.size(); ++m_ends.indexed) {
+        m_ends.entries.add(endKey(certificate(m_ends.indexed).certificate()), m_ends.indexed);
+    }
+}
+
 bool CertTable::issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact) {
     bool found = false;
     exact = false;
@@ -222,6 +234,18 @@ CertTable::Match CertTable::findByKeyId(ByteView keyId) {
         }
     }
     return {};
+}
+
+bool CertTable::holds(ByteView der) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    updateEnds();
+    std::uint32_t entry = m_ends.entries.first(endKey(der));
+    for (; entry != HashIndex::kNone; entry = m_ends.entries.next(entry)) {
+        if (x509::sameBytes(certificate(m_ends.entries.certificate(entry)).certificate(), der)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace vantrel

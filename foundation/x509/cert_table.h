@@ -75,6 +75,8 @@ public:
     [[nodiscard]] Match findByIssuerSerial(std::string_view issuerCn, std::string_view serial);
     [[nodiscard]] Match findBySubject(std::string_view dn, bool ignoreOrder);
     [[nodiscard]] Match findByKeyId(ByteView keyId);
+    // Whether this very certificate is there. Its size does not matter to the cost.
+    [[nodiscard]] bool holds(ByteView der);
 
 private:
     struct Index {
@@ -89,6 +91,7 @@ private:
     void updateSubjects();
     void updateKeyIds();
     void updateKeyHashes();
+    void updateEnds();
     [[nodiscard]] bool issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact);
 
     mutable std::mutex m_mutex;
@@ -97,6 +100,7 @@ private:
     Index m_subjects;
     Index m_keyIds;    // subject key identifier extensions
     Index m_keyHashes; // SHA-1 of the public keys; made only when an extension did not answer
+    Index m_ends;      // the last bytes of the certificates, which belong to their signatures
     std::string m_scratch;
 };
 

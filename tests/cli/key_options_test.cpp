@@ -93,5 +93,33 @@ TEST(KeyOptions, KeepTheirContract) {
     });
 }
 
+// The key of the command line serves every signature, however many there are.
+TEST(KeyOptions, OneKeyServesManySignatures) {
+    const TempDir folder;
+    std::string message = keyMessage("message", "", "");
+    const std::size_t start = message.find("<ds:Signature ");
+    const std::string end = "</ds:Signature>";
+    const std::string signature = message.substr(start, message.find(end) + end.size() - start);
+    std::string more;
+    for (int i = 1; i < 300; ++i) {
+        more += signature;
+    }
+    message.insert(message.find(end) + end.size(), more);
+    folder.write("message.xml", message);
+    folder.write("key.pem", pemNamed("signer.spki", "PUBLIC KEY"));
+    ProcessOptions options;
+    options.folder = folder.path();
+    const ProcessResult result = runProgram({binaryPath("xmldsig"), "verify", "--json",
+                                             "--no-references", "--key", "key.pem", "message.xml"},
+                                            options);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    std::size_t valid = 0;
+    const std::string wanted = "\"status\":\"valid\",\"reason\"";
+    for (std::size_t at = 0; (at = result.output.find(wanted, at)) != std::string::npos; ++at) {
+        ++valid;
+    }
+    EXPECT_EQ(valid, 300U);
+}
+
 } // namespace
 } // namespace vantrel::test

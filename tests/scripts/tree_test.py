@@ -58,7 +58,7 @@ MEMBERS = re.compile(r"^dsig/\w+/\w+_members\.cpp$")
 
 # The public headers: all that programs outside the library may include.
 PUBLIC = re.compile(
-    r"^(dsig/object/ClsXmlDSig\.h|foundation/(text|log|io|json)/\w+\.h"
+    r"^(dsig/object/ClsXmlDSig\.h|dsig/document/limits\.h|foundation/(text|log|io|json)/\w+\.h"
     r"|foundation/(x509|xml/tree)/(\w+/)?Cls\w+\.h)$")
 PUBLIC_ONLY = ("cli", "bindings", "examples", "tests/consumer")
 

@@ -83,6 +83,28 @@ TEST(Json, WriterSetsCommasAndReplacesWhatIsNotUtf8) {
     EXPECT_TRUE(json::parseJson(out.view(), value, faultAt));
 }
 
+// A text that would pass its limit is cut off and says so, at whatever byte that is.
+TEST(Json, WriterKeepsItsLimit) {
+    const auto write = [](json::JsonWriter& writer) {
+        writer.beginObject();
+        writer.textMember("name", "a\n\xC3\xA4");
+        writer.integerMember("n", 12345);
+        writer.endObject();
+    };
+    StringBuffer whole;
+    json::JsonWriter unlimited(whole);
+    write(unlimited);
+    for (std::uint32_t most = 0; most <= whole.getSize(); ++most) {
+        StringBuffer out;
+        json::JsonWriter writer(out, most);
+        write(writer);
+        EXPECT_LE(out.getSize(), most);
+        EXPECT_EQ(writer.ok(), most == whole.getSize());
+        EXPECT_EQ(writer.passedLimit(), !writer.ok());
+        EXPECT_TRUE(whole.view().starts_with(out.view()));
+    }
+}
+
 TEST(JsonObject, FollowsPaths) {
     forEachVector("json/json.vec", "paths", [](VecCase& v) {
         ClsJsonObject object;

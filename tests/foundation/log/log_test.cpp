@@ -4,6 +4,7 @@
 #include "foundation/log/ClsStringBuilder.h"
 #include "foundation/log/MethodFrame.h"
 #include "foundation/log/_vlLogger.h"
+#include "foundation/log/log_tape.h"
 #include "foundation/text/DataBuffer.h"
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
@@ -71,6 +72,85 @@ TEST(Logger, RemembersTheFirstAndTheLastError) {
     }
     log.LogError("flat");
     EXPECT_TRUE(log.text().view().ends_with("\nError: flat\n"));
+}
+
+TEST(Logger, ShowsLongValuesCutBetweenCharacters) {
+    for (std::size_t before = _vlLogger::kMaxShownValue - 8; before <= _vlLogger::kMaxShownValue;
+         ++before) {
+        const std::string value = std::string(before, 'v') + "\xF0\x9F\x98\x80 and more";
+        _vlLogger log;
+        log.logText("k", value);
+        const std::string text(log.text().view());
+        const std::size_t mark = text.find("... (");
+        ASSERT_NE(mark, std::string::npos) << before;
+        const std::string shown = text.substr(3, mark - 3);
+        EXPECT_EQ(value.substr(0, shown.size()), shown);
+        EXPECT_LE(shown.size(), _vlLogger::kMaxShownValue);
+        EXPECT_NE(static_cast<unsigned char>(value[shown.size()]) >> 6, 2);
+        EXPECT_EQ(text.substr(mark),
+                  "... (" + std::to_string(value.size() - shown.size()) + " more bytes)\n");
+        log.clearLog();
+        log.LogBracketed("k", value); // what readers compare with a document stays whole
+        EXPECT_EQ(log.text().view(), "k: [" + value + "]\n");
+    }
+}
+
+TEST(Logger, EndsAtItsLimitAndRemembersErrors) {
+    const std::string end = "The log ends here: it has reached its limit (logOctets).\n";
+    for (const std::size_t entries : {1000U, 2000U}) {
+        _vlLogger log;
+        log.setLimit(5000);
+        const LogContextExitor context(log, "outer");
+        for (std::size_t i = 0; i < entries; ++i) {
+            log.logText("key", std::string(100, 'v'));
+        }
+        EXPECT_FALSE(log.isRecording());
+        EXPECT_EQ(log.lastErrorLine(), "");
+        log.LogError("late");
+        log.LogError("later");
+        log.LogInfo("lost");
+        log.LogBracketed("lost", "value");
+        const std::string text(log.text().view());
+        EXPECT_LE(text.size(), 5000U + 150 + end.size());
+        EXPECT_TRUE(text.ends_with("v\n" + end)) << text;
+        EXPECT_EQ(log.firstErrorLine(), "late");
+        EXPECT_EQ(log.lastErrorLine(), "later");
+        log.clearLog();
+        EXPECT_TRUE(log.isRecording());
+        EXPECT_EQ(log.lastErrorLine(), "");
+        log.LogError("early");
+        log.logText("key", std::string(6000, 'v'));
+        log.LogError("late");
+        EXPECT_EQ(log.firstErrorLine(), "early");
+        EXPECT_EQ(log.lastErrorLine(), "late");
+    }
+}
+
+// Replayed, a tape leaves what the same calls would have left.
+TEST(Logger, TapesAreReplayedAsTheyWereWritten) {
+    const auto write = [](LogBase& log) {
+        const LogContextExitor outer(log, "outer");
+        log.LogDataLong("n", -5);
+        log.LogError("one");
+        const LogContextExitor inner(log, "inner");
+        log.LogInfo("two");
+        log.LogDataHexDb("hash", DataBuffer(ByteView(bytesOf("\x01\xFE"))));
+        log.LogBracketed("text", " a\nb ");
+    };
+    _vlLogger direct;
+    _vlLogger replayed;
+    direct.setVerbose(true);
+    LogTape tape(direct);
+    EXPECT_TRUE(tape.verbose());
+    for (LogBase* const log : {static_cast<LogBase*>(&direct), static_cast<LogBase*>(&tape)}) {
+        write(*log);
+    }
+    const std::vector<LogTape::Line> lines = tape.take();
+    LogTape::replay(lines, replayed);
+    EXPECT_EQ(replayed.text().view(), direct.text().view());
+    EXPECT_EQ(replayed.lastErrorLine(), "one");
+    LogTape::replay(lines, replayed);
+    EXPECT_EQ(replayed.text().getSize(), 2 * direct.text().getSize());
 }
 
 class Sample final : public ClsBase {

@@ -192,6 +192,24 @@ TEST_F(CorpusVault, KeyWithoutIdentifierIsFoundByItsHash) {
     EXPECT_EQ(subjectOf(found->getX509Ptr()), "CN=Sean Mullan,DC=sun,DC=com");
 }
 
+// The very bytes count, wherever one of them differs.
+TEST_F(CorpusVault, HoldsTheCertificatesThatWereAdded) {
+    SystemCerts empty;
+    for (const CorpusCertificate& one : m_all) {
+        VantrelX509 certificate;
+        ASSERT_TRUE(certificate.loadX509Der(one.der, m_log));
+        const ByteView der = certificate.certificate();
+        EXPECT_TRUE(m_store.holds(der)) << one.file;
+        EXPECT_FALSE(empty.holds(der)) << one.file;
+        for (const std::size_t at : {std::size_t{10}, der.size() / 2, der.size() - 1}) {
+            test::Bytes changed(der.begin(), der.end());
+            changed[at] = static_cast<std::uint8_t>(changed[at] ^ 0x40U);
+            EXPECT_FALSE(m_store.holds(ByteView(changed))) << one.file << " byte " << at;
+        }
+        EXPECT_FALSE(m_store.holds(der.first(der.size() - 1))) << one.file;
+    }
+}
+
 // A vault is shared: what is added later is found, and it may go before the store does.
 TEST_F(CorpusVault, StoreSharesTheVault) {
     SystemCerts store;

@@ -1,0 +1,38 @@
+#include "dsig/document/certificate_texts.h"
+
+#include "foundation/text/LogBase.h"
+#include "foundation/text/XString.h"
+#include "foundation/text/utf8.h"
+#include "foundation/x509/VantrelX509.h"
+
+namespace vantrel::dsig {
+
+void CertificateTexts::make(const VantrelX509& certificate) {
+    if (m_made) {
+        return;
+    }
+    LogNull log;
+    XString text;
+    certificate.getDN(true, true, text, log, 0);
+    m_subject = shownText(text.getUtf8Sb().view());
+    certificate.getDN(false, true, text, log, 0);
+    m_issuer = shownText(text.getUtf8Sb().view());
+    certificate.get_SerialNumber(text, log);
+    m_serial = shownText(text.getUtf8Sb().view());
+    m_made = true;
+}
+
+std::string shownText(std::string_view text) {
+    if (text.size() <= kMaxShownName) {
+        return std::string(text);
+    }
+    constexpr std::size_t kLongestCharacter = 4;
+    std::string_view shown = text.substr(0, kMaxShownName);
+    const std::size_t whole = text::validUtf8Prefix(shown);
+    if (shown.size() - whole < kLongestCharacter) {
+        shown = shown.substr(0, whole);
+    }
+    return std::string(shown) + "...";
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,41 @@
+#ifndef DSIG_DOCUMENT_CERTIFICATE_TEXTS_H
+#define DSIG_DOCUMENT_CERTIFICATE_TEXTS_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+class VantrelX509;
+
+namespace dsig {
+
+// A longer text of a certificate is shown cut, "..." at its end: a name can be as long as the
+// document, and every signature may use it.
+inline constexpr std::size_t kMaxShownName = 4096;
+
+// What reports show of a certificate, made when it is first asked for. Shared by all signatures
+// that use the certificate.
+class CertificateTexts final {
+public:
+    void make(const VantrelX509& certificate);
+
+    [[nodiscard]] const std::string& subject() const noexcept { return m_subject; }
+    [[nodiscard]] const std::string& issuer() const noexcept { return m_issuer; }
+    [[nodiscard]] const std::string& serial() const noexcept { return m_serial; }
+
+private:
+    bool m_made = false;
+    std::string m_subject;
+    std::string m_issuer;
+    std::string m_serial;
+};
+
+// The text, cut between two characters when it is longer than kMaxShownName bytes.
+[[nodiscard]] std::string shownText(std::string_view text);
+
+} // namespace dsig
+} // namespace vantrel
+
+#endif

@@ -1,0 +1,57 @@
+#include "dsig/document/token_index.h"
+
+#include "foundation/xml/tree/element_text.h"
+#include "foundation/xml/tree/tag_pattern.h"
+
+#include <algorithm>
+
+namespace vantrel::dsig {
+
+TokenIndex::TokenIndex(const xml::XmlDocument& document) {
+    for (xml::ElementId at = 0; at < document.elementCount(); ++at) {
+        if (document.localName(at) == "BinarySecurityToken") {
+            add(document, at);
+        }
+    }
+}
+
+void TokenIndex::add(const xml::XmlDocument& document, xml::ElementId token) {
+    if (m_first == xml::kNoElement) {
+        m_first = token;
+    }
+    const xml::NamePattern id("*:Id");
+    const xml::NamePattern valueType("*:ValueType");
+    xml::forEachAttribute(document, token, [&](std::string_view name, std::string_view value) {
+        if (id.matches(name)) {
+            m_byId.emplace(value, token);
+        } else if (m_firstX509 == xml::kNoElement && valueType.matches(name) &&
+                   value.ends_with("#X509v3")) {
+            m_firstX509 = token;
+        }
+        return true;
+    });
+}
+
+xml::ElementId TokenIndex::withId(std::string_view id) const {
+    const auto place = m_byId.find(id);
+    return place == m_byId.end() ? xml::kNoElement : place->second;
+}
+
+bool ElementSearch::within(const xml::XmlDocument& document, xml::ElementId element) {
+    const xml::ElementId end = document.element(element).next;
+    if (element < m_from || end > m_to) {
+        m_found.clear();
+        for (xml::ElementId at = element; at < end; ++at) {
+            if (document.localName(at) == m_name) {
+                m_found.push_back(at);
+            }
+        }
+        m_visited += end - element;
+        m_from = element;
+        m_to = end;
+    }
+    const auto place = std::lower_bound(m_found.begin(), m_found.end(), element);
+    return place != m_found.end() && *place < end;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,81 @@
+#include "dsig/keys/document_certificates.h"
+
+#include "dsig/keys/certificate_text.h"
+#include "dsig/keys/security_tokens.h"
+#include "dsig/keys/seen_certificates.h"
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/encoders.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel::dsig {
+
+namespace {
+
+void decode(DecodedCertificate& entry, const LogBase& settings) {
+    LogTape tape(settings);
+    entry.base64 = entry.source;
+    static_cast<void>(loadCertificateText(entry.base64, entry.certificate, tape));
+    entry.certificateLines = tape.take();
+}
+
+} // namespace
+
+CertificateCache::Entry certificateOfText(CertificateCache& cache, const StringBuffer& base64,
+                                          const LogBase& log) {
+    CertificateCache::Entry entry = cache.findText(base64.view());
+    if (entry == nullptr) {
+        entry = std::make_shared<DecodedCertificate>();
+        entry->source = base64;
+        decode(*entry, log);
+        cache.addText(entry);
+    }
+    return entry;
+}
+
+CertificateCache::Entry certificateOfToken(CertificateCache& cache, const ClsXml& token,
+                                           bool asPath, const LogBase& log) {
+    CertificateCache::Entry entry = cache.findToken(token.elementId(), asPath);
+    if (entry != nullptr) {
+        return entry;
+    }
+    entry = std::make_shared<DecodedCertificate>();
+    token.getContentSb(entry->source);
+    if (asPath) {
+        LogTape tape(log);
+        entry->contentFound = takeLastOfPkiPath(entry->source, tape);
+        entry->contentLines = tape.take();
+    }
+    if (entry->contentFound) {
+        decode(*entry, log);
+    }
+    cache.addToken(token.elementId(), asPath, entry);
+    return entry;
+}
+
+bool useContent(const DecodedCertificate& entry, LogBase& log) {
+    LogTape::replay(entry.contentLines, log);
+    return entry.contentFound;
+}
+
+bool useCertificate(const DecodedCertificate& entry, SeenCertificates& seen, LogBase& log) {
+    LogTape::replay(entry.certificateLines, log);
+    if (!entry.certificate.isLoaded()) {
+        return false;
+    }
+    seen.add(entry.certificate);
+    return true;
+}
+
+const StringBuffer& thumbprintOf(DecodedCertificate& entry) {
+    if (entry.thumbprint.isEmpty()) {
+        DataBuffer der;
+        ContentCoding::decodeBase64ToDb(entry.source.getString(), entry.source.getSize(), der);
+        DataBuffer digest;
+        _vlHash::doHash(der.getData2(), der.getSize(), kHashSha1, digest);
+        digest.encodeDB("base64", entry.thumbprint);
+    }
+    return entry.thumbprint;
+}
+
+} // namespace vantrel::dsig
