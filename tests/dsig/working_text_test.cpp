@@ -61,6 +61,27 @@ void expectElementsKept(WorkingText& text, LogBase& log) {
     ASSERT_EQ(found, there);
 }
 
+// Every reference of a document starts from it: its entities are expanded once, when it is loaded.
+TEST(WorkingText, ExpandsNoEntityAgain) {
+    const auto loaded = parsed("<!DOCTYPE r [<!ENTITY e '0123456789<i/>'>]><r>&e;&e;&e;<s/></r>");
+    ASSERT_NE(loaded, nullptr);
+    const dsig::Limits limits;
+    dsig::WorkAccount account(loaded->text().size(), limits);
+    RecordingLog log;
+    for (int reference = 0; reference < 3; ++reference) {
+        WorkingText text(loaded, account);
+        ASSERT_TRUE(text.takeOut({extentOf(*loaded, 4, 4)}, "s", log)) << log.errors;
+        EXPECT_EQ(text.structure(log), loaded) << "parsed again";
+    }
+    EXPECT_EQ(account.octets(), 0U);
+    // A text that changes is read anew, and paid for.
+    WorkingText text(loaded, account);
+    ASSERT_TRUE(text.takeOut({extentOf(*loaded, 4, 4)}, "s", log)) << log.errors;
+    const std::size_t size = text.text().view().size();
+    EXPECT_NE(text.structure(log), loaded);
+    EXPECT_EQ(account.octets(), size);
+}
+
 TEST(WorkingText, ElementsKeepTheirPlaceInTheLoadedDocument) {
     RandomBytes random(5);
     const dsig::Limits limits;
