@@ -14,6 +14,7 @@ NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
     const PrefixId number = m_prefixes.number(prefix);
     if (number >= m_bindings.size()) {
         m_bindings.resize(std::size_t{number} + 1);
+        bindInherited(number);
     }
     return number;
 }
@@ -76,6 +77,34 @@ void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden
         binding.inherited = true;
         binding.inScope = m_names.number(name);
         binding.hidden = hidden;
+        settle(binding);
+    }
+}
+
+void NamespaceState::inheritFrom(const XmlDocument& document, ElementId outer, bool hidden) {
+    m_document = &document;
+    m_outer = outer;
+    m_inheritedHidden = hidden;
+    for (PrefixId prefix = 0; prefix < size(); ++prefix) {
+        bindInherited(prefix);
+    }
+}
+
+void NamespaceState::bindInherited(PrefixId prefix) {
+    const std::uint32_t known =
+        m_document == nullptr ? kNoPrefix : m_document->findPrefix(m_prefixes[prefix]);
+    if (known == kNoPrefix || known == kXmlPrefix) {
+        return;
+    }
+    const InheritedNamespaces& inherited = m_document->inheritedNamespaces();
+    const NamespaceDecl* const found = inherited.nearest(inherited.rankOf(known), m_outer);
+    if (found == nullptr) {
+        return;
+    }
+    inherit(prefix, m_document->namespaceName(*found), m_inheritedHidden);
+    if (m_inheritedWritten && !m_inheritedHidden) {
+        PrefixBinding& binding = m_bindings[prefix];
+        binding.rendered = binding.inScope;
         settle(binding);
     }
 }

@@ -3,6 +3,7 @@
 
 #include "foundation/xml/canon/view_table.h"
 #include "foundation/xml/scan/grow_array.h"
+#include "foundation/xml/scan/inheritance.h"
 
 #include <array>
 #include <cstdint>
@@ -81,6 +82,13 @@ public:
     // counts.
     void inherit(PrefixId prefix, std::string_view name, bool hidden);
 
+    // The same for everything in force at `outer`, each prefix when it is first seen. To be called
+    // in place of inherit().
+    void inheritFrom(const XmlDocument& document, ElementId outer, bool hidden);
+    // What is inherited was written by the apex: prefixes that are seen from now on are no more
+    // due.
+    void inheritedAreWritten() noexcept { m_inheritedWritten = true; }
+
     // Takes back what elements at `depth` and below did.
     void leave(std::uint32_t depth) noexcept {
         if (m_undoneBelow > depth) {
@@ -103,6 +111,7 @@ private:
     void remember(PrefixId prefix, std::uint32_t depth);
     void undoDownTo(std::uint32_t depth) noexcept;
     void writeDeclaration(PrefixId prefix);
+    void bindInherited(PrefixId prefix);
     static void settle(PrefixBinding& binding) noexcept {
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
     }
@@ -113,6 +122,10 @@ private:
     GrowArray<Undo> m_undo;
     std::uint32_t m_undoneBelow = 0; // one more than the depth of the last undo; 0 without one
     std::array<Recent, 16> m_recent;
+    const XmlDocument* m_document = nullptr; // where prefixes are looked up at first sight
+    ElementId m_outer = kNoElement;
+    bool m_inheritedHidden = false;
+    bool m_inheritedWritten = false;
 };
 
 } // namespace vantrel::xml
