@@ -59,13 +59,6 @@ void warnOfReferences(SignatureReport& report, bool documentCovered) {
     }
 }
 
-// A name as reports show it: very long ones are cut, so that many references stay in proportion.
-std::string shownName(std::string_view name) {
-    return name.size() <= xml::kMaxShownPath
-               ? std::string(name)
-               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
-}
-
 } // namespace
 
 void ClsXmlDSig::beginReport() {
@@ -173,8 +166,7 @@ void ClsXmlDSig::nameElements() {
     }
     for (dsig::ReferenceReport& reference : m_report.references) {
         if (reference.coveredElement != xml::kNoElement && reference.path.empty()) {
-            reference.element =
-                shownName(structure().document->qualifiedName(reference.coveredElement));
+            structure().paths.appendName(reference.coveredElement, reference.element);
             structure().paths.append(reference.coveredElement, reference.path);
         }
     }
