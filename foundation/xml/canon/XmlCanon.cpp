@@ -1,6 +1,7 @@
 #include "foundation/xml/canon/XmlCanon.h"
 
 #include "foundation/xml/canon/fragment_id.h"
+#include "foundation/xml/scan/limits.h"
 #include "foundation/xml/scan/log_failure.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/values.h"
@@ -55,6 +56,10 @@ std::vector<ElementId> collectAuthenticated(const XmlDocument& document) {
     return found;
 }
 
+std::uint64_t limitFor(const StringBuffer& xml) {
+    return std::max(xml::kMaxCanonicalForm, xml::kMaxCanonicalMultiple * xml.getSize());
+}
+
 bool contains(std::span<const TextRange> ranges, std::uint32_t offset) {
     return std::any_of(ranges.begin(), ranges.end(), [offset](TextRange range) {
         return offset >= range.start && offset < range.end();
@@ -93,8 +98,11 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& xml, const char* fragmentId,
     if (before == 0 && startOffset == 0 && (fragmentId == nullptr || *fragmentId == '\0')) {
         static_cast<void>(out.reserve(xml.getSize())); // only to spare growing step by step
     }
-    xml::StringBufferSink sink(out);
+    xml::StringBufferSink sink(out, limitFor(xml));
     const bool ok = canonicalizeTo(xml, fragmentId, startOffset, sink, log);
+    if (sink.passedLimit()) {
+        log.LogError("Limit passed: the size of the canonical form");
+    }
     if (!ok) {
         out.shorten(out.getSize() - before);
     }

@@ -35,6 +35,11 @@ public:
     // The names that something is in force for at `element`, ascending.
     void namesAt(ElementId element, std::vector<std::uint32_t>& names) const;
 
+    // What the table keeps: at most two steps an item, and a group for each element that hands down
+    // a name which nothing above it does.
+    [[nodiscard]] std::size_t stepCount() const noexcept { return m_steps.size(); }
+    [[nodiscard]] std::size_t groupCount() const noexcept { return m_groups.size(); }
+
 private:
     class Builder;
 
