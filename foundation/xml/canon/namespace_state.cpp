@@ -2,11 +2,14 @@
 
 #include "foundation/xml/canon/escape.h"
 
+#include <algorithm>
+
 namespace vantrel::xml {
 
 namespace {
 
 constexpr std::uint32_t kHiddenBit = 0x80000000;
+constexpr std::size_t kLongName = 256;
 
 } // namespace
 
@@ -79,6 +82,19 @@ void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden
         binding.hidden = hidden;
         settle(binding);
     }
+}
+
+int NamespaceState::compareDistinct(std::uint32_t a, std::uint32_t b) {
+    const std::string_view first = m_names[a];
+    const std::string_view second = m_names[b];
+    if (std::min(first.size(), second.size()) < kLongName) {
+        return first.compare(second);
+    }
+    const auto [known, added] = m_order.try_emplace(std::uint64_t{a} << 32 | b, 0);
+    if (added) {
+        known->second = first.compare(second);
+    }
+    return known->second;
 }
 
 void NamespaceState::inheritFrom(const XmlDocument& document, ElementId outer, bool hidden) {

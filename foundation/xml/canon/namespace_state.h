@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace vantrel::xml {
@@ -69,8 +70,17 @@ public:
         return m_bindings[prefix];
     }
     [[nodiscard]] std::string_view prefixText(PrefixId prefix) const { return m_prefixes[prefix]; }
-    [[nodiscard]] std::string_view nameInScope(PrefixId prefix) const {
-        return m_names[m_bindings[prefix].inScope];
+    // The number of the namespace that the prefix xml stands for.
+    [[nodiscard]] std::uint32_t xmlName() {
+        if (m_xmlName == 0) {
+            m_xmlName = m_names.number(kXmlNamespace);
+        }
+        return m_xmlName;
+    }
+    // Below, equal to or above 0: the order of two namespace names, by their bytes. Long ones are
+    // compared only once.
+    [[nodiscard]] int compareNames(std::uint32_t a, std::uint32_t b) {
+        return a == b ? 0 : compareDistinct(a, b);
     }
 
     // Binds the prefix from the element at `depth` on.
@@ -112,6 +122,7 @@ private:
     void undoDownTo(std::uint32_t depth) noexcept;
     void writeDeclaration(PrefixId prefix);
     void bindInherited(PrefixId prefix);
+    [[nodiscard]] int compareDistinct(std::uint32_t a, std::uint32_t b);
     static void settle(PrefixBinding& binding) noexcept {
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
     }
@@ -122,7 +133,9 @@ private:
     GrowArray<Undo> m_undo;
     std::uint32_t m_undoneBelow = 0; // one more than the depth of the last undo; 0 without one
     std::array<Recent, 16> m_recent;
-    const XmlDocument* m_document = nullptr; // where prefixes are looked up at first sight
+    std::uint32_t m_xmlName = 0;
+    std::unordered_map<std::uint64_t, int> m_order; // of pairs of long names
+    const XmlDocument* m_document = nullptr;        // where prefixes are looked up at first sight
     ElementId m_outer = kNoElement;
     bool m_inheritedHidden = false;
     bool m_inheritedWritten = false;

@@ -13,10 +13,11 @@ namespace {
 
 constexpr std::string_view kXmlPrefixText = "xml";
 constexpr std::size_t kInsertionSortLimit = 8;
-// Ancestors and declarations on them that are gone over for what the apex inherits; beyond, the
-// document's tables are asked, so that many small elements deep in a document stay cheap.
+// Ancestors and declarations on them that are gone over for what the apex inherits, and the bytes
+// of their start tags or of the namespace names. Beyond, the document's tables are asked, so that
+// many small elements below much stay cheap.
 constexpr std::size_t kMostWalked = 64;
-constexpr std::size_t kMostTagBytesWalked = 4096;
+constexpr std::size_t kMostBytesWalked = 4096;
 
 // Few items are the rule, and mostly in order already.
 template <class Iterator, class Less> void sortFew(Iterator first, Iterator last, Less less) {
@@ -68,6 +69,7 @@ void StartTagWriter::inherit(ElementId apex) {
 // False, with nothing done, when that is a long way.
 bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
     std::size_t steps = 0;
+    std::size_t bytes = 0;
     m_inherited.clear();
     for (ElementId above = m_document.parent(apex); above != kNoElement;
          above = m_document.parent(above)) {
@@ -77,7 +79,11 @@ bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
             return false;
         }
         for (const NamespaceDecl& declaration : declarations) {
+            bytes += m_document.namespaceName(declaration).size();
             m_inherited.push_back(&declaration);
+        }
+        if (bytes > kMostBytesWalked) {
+            return false;
         }
     }
     for (const NamespaceDecl* const declaration : m_inherited) {
@@ -211,12 +217,15 @@ bool StartTagWriter::inheritXmlAttributesByWalk(ElementId apex) {
     std::size_t bytes = 0;
     for (ElementId above = m_document.parent(apex); above != kNoElement;
          above = m_document.parent(above)) {
-        if (std::binary_search(holders.begin(), holders.end(), above)) {
-            const std::uint32_t start = m_document.element(above).start;
-            bytes += readAttributes(start).end() - start;
-        }
-        if (++steps > kMostWalked || bytes > kMostTagBytesWalked) {
+        const std::uint32_t start = m_document.element(above).start;
+        const bool holds = std::binary_search(holders.begin(), holders.end(), above);
+        // The tag ends before the first element of its subtree.
+        bytes += holds ? m_document.element(above + 1).start - start : 0;
+        if (++steps > kMostWalked || bytes > kMostBytesWalked) {
             return false;
+        }
+        if (holds) {
+            static_cast<void>(readAttributes(start));
         }
     }
     // The nearest came first.
@@ -358,17 +367,18 @@ void StartTagWriter::sortAttributes() {
     for (TagAttribute& attribute : m_attributes) {
         const std::string_view prefix = attribute.source.prefix();
         if (prefix == kXmlPrefixText) {
-            attribute.namespaceName = kXmlNamespace;
+            attribute.namespaceName = m_namespaces.xmlName();
         } else if (!prefix.empty()) {
-            attribute.namespaceName = m_namespaces.nameInScope(m_namespaces.id(prefix));
+            attribute.namespaceName = m_namespaces[m_namespaces.id(prefix)].inScope;
         }
     }
     // The qualified name decides among equals, which only undeclared prefixes can bring about.
     switch (m_request.order) {
     case AttributeOrder::Canonical:
-        sortAttributesBy([](const TagAttribute& a, const TagAttribute& b) {
-            return std::tuple(a.namespaceName, a.source.localName(), a.source.name) <
-                   std::tuple(b.namespaceName, b.source.localName(), b.source.name);
+        sortAttributesBy([this](const TagAttribute& a, const TagAttribute& b) {
+            const int names = m_namespaces.compareNames(a.namespaceName, b.namespaceName);
+            return std::tuple(names, a.source.localName(), a.source.name) <
+                   std::tuple(0, b.source.localName(), b.source.name);
         });
         break;
     case AttributeOrder::PrefixThenLocal:
@@ -378,9 +388,10 @@ void StartTagWriter::sortAttributes() {
         });
         break;
     case AttributeOrder::LocalName:
-        sortAttributesBy([](const TagAttribute& a, const TagAttribute& b) {
-            return std::tuple(a.source.localName(), a.namespaceName, a.source.name) <
-                   std::tuple(b.source.localName(), b.namespaceName, b.source.name);
+        sortAttributesBy([this](const TagAttribute& a, const TagAttribute& b) {
+            const int names = m_namespaces.compareNames(a.namespaceName, b.namespaceName);
+            return std::tuple(a.source.localName(), names, a.source.name) <
+                   std::tuple(b.source.localName(), 0, b.source.name);
         });
         break;
     }

@@ -57,7 +57,7 @@ private:
     using PrefixId = NamespaceState::PrefixId;
 
     struct TagAttribute : TypedAttribute {
-        std::string_view namespaceName = {};
+        std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
 
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);

@@ -22,9 +22,9 @@ inline constexpr std::uint64_t kMaxDefaultBytes = 64ULL * 1024 * 1024;
 inline constexpr std::uint64_t kDefaultOverhead = 16;
 inline constexpr std::uint32_t kMaxModelNesting = 1'000; // parentheses in an element declaration
 
-// A canonical form that is kept as a text: bytes, or a multiple of the text that it is made of where
-// that is more. Namespace declarations that come down from above are written by every element that
-// needs them, so a canonical form may be much longer than its text.
+// A canonical form that is kept as a text: bytes, or a multiple of the text that it is made of
+// where that is more. Namespace declarations that come down from above are written by every element
+// that needs them, so a canonical form may be much longer than its text.
 inline constexpr std::uint64_t kMaxCanonicalForm = 64ULL * 1024 * 1024;
 inline constexpr std::uint64_t kMaxCanonicalMultiple = 64;
 

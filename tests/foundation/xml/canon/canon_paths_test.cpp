@@ -339,6 +339,22 @@ TEST(CanonPaths, HostileDocumentsAreNotMultiplied) {
     }
 }
 
+// Names that differ only far behind are compared once, whatever the number of elements.
+TEST(CanonPaths, LongNamespaceNamesAreOrderedAndToldApart) {
+    const std::string name(5000, 'u');
+    const auto document = [&](const std::string& first, const std::string& second) {
+        return "<r xmlns:a=\"" + first + "\" xmlns:b=\"" + second + "\">" +
+               repeated(3, [](int) { return "<e a:x=\"1\" b:x=\"2\"></e>"; }) + "</r>";
+    };
+    const std::string ordered = document(name + "1", name + "2");
+    EXPECT_EQ(canonical(ordered, {}), ordered);
+    const auto turned = canonical(document(name + "2", name + "1"), {});
+    ASSERT_TRUE(turned);
+    EXPECT_TRUE(
+        turned->ends_with(repeated(3, [](int) { return "<e b:x=\"2\" a:x=\"1\"></e>"; }) + "</r>"));
+    EXPECT_FALSE(canonical(document(name, name), {}));
+}
+
 // A declaration that every element has to write anew: the form that is kept has a limit, what is
 // streamed is the sink's affair.
 TEST(CanonPaths, WhatIsKeptOfAnAmplifiedDocumentIsLimited) {
