@@ -17,38 +17,43 @@ namespace {
 struct Description {
     std::string_view status = "error";
     std::string profile;
-    std::vector<std::string> signatures; // JSON objects
+    int count = 0;
+    std::string signatures; // text, or JSON objects with commas between them
 };
 
-int describe(const std::string& name, Description& found, std::string& complaint) {
+int describe(const std::string& name, bool json, Description& found, std::string& complaint) {
     ClsXmlDSig verifier;
     if (!loadDocument(name, verifier, complaint)) {
         return kCannotTell;
     }
     found.profile = verifier.profileName();
-    const int count = verifier.get_NumSignatures();
+    found.count = verifier.get_NumSignatures();
     std::uint64_t octets = 0;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < found.count; ++i) {
         verifier.put_Selector(i);
-        XString json;
-        if (!verifier.DescribeSignature(json)) {
+        XString description;
+        if (!verifier.DescribeSignature(description)) {
             complaint = "signature " + std::to_string(i) + " cannot be described";
             return kCannotTell;
         }
-        octets += json.getUtf8Sb().getSize();
+        octets += description.getUtf8Sb().getSize();
         if (octets > dsig::Limits().reportOctets) {
             complaint = "the report is larger than its limit (reportOctets)";
             found.signatures.clear();
             return kCannotTell;
         }
-        found.signatures.emplace_back(json.getUtf8Sb().view());
+        if (json) {
+            found.signatures += i == 0 ? "" : ",";
+            found.signatures += description.getUtf8Sb().view();
+        } else {
+            found.signatures += descriptionText(description.getUtf8Sb().view());
+        }
     }
-    found.status = count > 0 ? "ok" : "no-signature";
-    return count > 0 ? kEverythingHolds : kSomethingFails;
+    found.status = found.count > 0 ? "ok" : "no-signature";
+    return found.count > 0 ? kEverythingHolds : kSomethingFails;
 }
 
-std::string asJson(const std::string& name, const Description& found,
-                   const std::string& complaint) {
+void writeJson(const std::string& name, const Description& found, const std::string& complaint) {
     StringBuffer text;
     json::JsonWriter out(text);
     out.beginObject();
@@ -58,39 +63,33 @@ std::string asJson(const std::string& name, const Description& found,
     out.textMember("profile", found.profile);
     out.key("signatures");
     out.beginArray();
-    for (const std::string& signature : found.signatures) {
-        out.raw(signature);
-    }
-    out.endArray();
-    out.endObject();
     if (!out.ok()) {
         throw std::bad_alloc();
     }
-    return std::string(text.view()) + "\n";
+    writeOutput(text.view());
+    writeOutput(found.signatures);
+    writeOutput("]}\n");
 }
 
-std::string asText(const std::string& name, const Description& found) {
-    std::string out = printable(name) + ": " + std::to_string(found.signatures.size()) +
-                      (found.signatures.size() == 1 ? " signature" : " signatures");
+void writeText(const std::string& name, const Description& found) {
+    std::string heading = printable(name) + ": " + std::to_string(found.count) +
+                          (found.count == 1 ? " signature" : " signatures");
     if (!found.profile.empty()) {
-        out += ", profile " + printable(found.profile);
+        heading += ", profile " + printable(found.profile);
     }
-    out += "\n";
-    for (const std::string& signature : found.signatures) {
-        out += descriptionText(signature);
-    }
-    return out;
+    writeOutput(heading + "\n");
+    writeOutput(found.signatures);
 }
 
 int runInfo(const Arguments& arguments) {
     const bool json = arguments.has("--json");
     return forEachFile(arguments, false, [json](const std::string& name, std::string& complaint) {
         Description found;
-        const int code = describe(name, found, complaint);
+        const int code = describe(name, json, found, complaint);
         if (json) {
-            writeOutput(asJson(name, found, complaint));
+            writeJson(name, found, complaint);
         } else if (code != kCannotTell) {
-            writeOutput(asText(name, found));
+            writeText(name, found);
         }
         return code;
     });

@@ -68,12 +68,13 @@ int runVerify(const Arguments& arguments) {
         [&settings, form](const std::string& name) { return verifyFile(name, settings, form); },
         [&](const FileResult& result) {
             code = std::max<int>(code, result.code);
-            if (!result.errors.empty() || !result.report.empty()) {
+            if (!result.errors.empty() || !result.heading.empty()) {
                 progress.hide();
             }
             if (!quiet || settings.wantsLog()) {
                 std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
             }
+            writeOutput(result.heading);
             writeOutput(result.report);
             std::fflush(stdout);
             progress.advance(result.code == kEverythingHolds);

@@ -16,13 +16,9 @@ namespace {
 
 constexpr std::size_t kMostReloads = 1000; // of one file; bounds the work on a hostile one
 
-struct SignatureResult {
-    bool valid = false;
-    std::string json; // the operation's structured result
-};
-
-std::string fileJson(std::string_view name, std::string_view status, std::string_view complaint,
-                     const std::vector<SignatureResult>& signatures) {
+// A JSON object up to its list of signatures; kJsonEnd ends both.
+std::string jsonHeading(std::string_view name, std::string_view status,
+                        std::string_view complaint) {
     StringBuffer text;
     json::JsonWriter out(text);
     out.beginObject();
@@ -31,16 +27,13 @@ std::string fileJson(std::string_view name, std::string_view status, std::string
     out.textMember("error", complaint);
     out.key("signatures");
     out.beginArray();
-    for (const SignatureResult& signature : signatures) {
-        out.raw(signature.json);
-    }
-    out.endArray();
-    out.endObject();
     if (!out.ok()) {
         throw std::bad_alloc();
     }
-    return std::string(text.view()) + "\n";
+    return std::string(text.view());
 }
+
+constexpr std::string_view kJsonEnd = "]}\n";
 
 // One file on its way: a new verifier each, so that no document leaves anything to the next.
 class FileRun {
@@ -84,7 +77,7 @@ private:
                 return false;
             }
             if (!valid && m_verifiedSinceLoad > 1 && remembersSignatures(verifier)) {
-                m_signatures.pop_back();
+                m_result.report.resize(m_beforeLast);
                 if (!load(verifier, document, complaint) ||
                     !verifyOne(verifier, index, valid, complaint)) {
                     return false;
@@ -126,32 +119,36 @@ private:
         if (!m_settings.prepareSelected(verifier, complaint)) {
             return false;
         }
-        valid = verifySelected(verifier);
+        valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
+                                       : verifier.VerifySignature(m_settings.checkReferences());
         ++m_verifiedSinceLoad;
-        const std::string& json = m_signatures.back().json;
-        m_reportOctets += json.size();
-        if (m_reportOctets > m_settings.limits().reportOctets || isTooLargeReport(json)) {
+        m_beforeLast = m_result.report.size();
+        const bool isReported = m_form == ReportForm::None || addSignature(verifier);
+        keepLog(verifier, verifier.get_Selector());
+        if (!isReported) {
             complaint = "the report is larger than its limit (reportOctets)";
-            m_signatures.clear();
-            return false;
+            m_result.report.clear();
         }
-        return true;
+        return isReported;
     }
 
-    bool verifySelected(ClsXmlDSig& verifier) {
-        SignatureResult result;
-        result.valid = m_settings.reference()
-                           ? verifier.VerifyReferenceDigest(*m_settings.reference())
-                           : verifier.VerifySignature(m_settings.checkReferences());
-        if (m_form != ReportForm::None) {
-            XString json;
-            verifier.get_LastJsonData(json);
-            result.json = json.getUtf8Sb().view();
+    // Only what will be printed is kept: a document may have very many signatures. False when that
+    // is too much.
+    bool addSignature(ClsXmlDSig& verifier) {
+        XString text;
+        verifier.get_LastJsonData(text);
+        const std::string_view json = text.getUtf8Sb().view();
+        m_reportOctets += json.size();
+        if (m_reportOctets > m_settings.limits().reportOctets || isTooLargeReport(json)) {
+            return false;
         }
-        keepLog(verifier, verifier.get_Selector());
-        const bool valid = result.valid;
-        m_signatures.push_back(std::move(result));
-        return valid;
+        if (m_form == ReportForm::Text) {
+            m_result.report += signatureText(json);
+        } else {
+            m_result.report += m_result.report.empty() ? "" : ",";
+            m_result.report += json;
+        }
+        return true;
     }
 
     void keepLog(ClsXmlDSig& verifier, int signature) {
@@ -185,16 +182,10 @@ private:
 
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.report = fileJson(m_result.name, m_status, complaint, m_signatures);
+            m_result.heading = jsonHeading(m_result.name, m_status, complaint);
+            m_result.report += kJsonEnd;
         } else if (m_form == ReportForm::Text) {
-            reportText();
-        }
-    }
-
-    void reportText() {
-        m_result.report = fileHeading(m_result.name, m_status);
-        for (const SignatureResult& signature : m_signatures) {
-            m_result.report += signatureText(signature.json);
+            m_result.heading = fileHeading(m_result.name, m_status);
         }
     }
 
@@ -202,7 +193,7 @@ private:
     ReportForm m_form;
     FileResult m_result;
     std::string_view m_status = "error";
-    std::vector<SignatureResult> m_signatures;
+    std::size_t m_beforeLast = 0; // size of the report without the last signature
     std::size_t m_verifiedSinceLoad = 0;
     std::size_t m_reloads = 0;
     std::uint64_t m_reportOctets = 0;
@@ -219,7 +210,8 @@ FileResult verifyFile(const std::string& name, const VerifySettings& settings, R
         result.name = name;
         result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
         if (form == ReportForm::Json) {
-            result.report = fileJson(name, "error", error.what(), {});
+            result.heading = jsonHeading(name, "error", error.what());
+            result.report = kJsonEnd;
         }
         return result;
     }

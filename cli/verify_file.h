@@ -14,7 +14,9 @@ enum class ReportForm { None, Text, Json };
 struct FileResult {
     std::string name;
     ExitCode code = kCannotTell;
-    std::string report; // for standard output: text, or one JSON object with its line end
+    // For standard output, one after the other: text, or one JSON object with its line end.
+    std::string heading;
+    std::string report;
     std::string errors; // for standard error: why the file could not be verified, and the log
 };
 

@@ -16,11 +16,10 @@ void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& i
     external = !uri.isEmpty() && !uri.beginsWith("#");
 }
 
-std::string DocumentNames::name(xml::ElementId element) const {
-    const std::string_view name = m_document.qualifiedName(element);
-    return name.size() <= xml::kMaxShownPath
-               ? std::string(name)
-               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
+std::string DocumentNames::name(xml::ElementId element) {
+    std::string name;
+    m_paths.appendName(element, name);
+    return name;
 }
 
 std::string DocumentNames::path(xml::ElementId element) {

@@ -51,15 +51,13 @@ struct ReferenceReport {
 // Names and paths of elements as reports show them, made when a report is written.
 class DocumentNames {
 public:
-    explicit DocumentNames(const xml::XmlDocument& document, xml::ElementPaths& paths) noexcept
-        : m_document(document), m_paths(paths) {}
+    explicit DocumentNames(xml::ElementPaths& paths) noexcept : m_paths(paths) {}
 
     // The qualified name; a very long one is cut, so that many references stay in proportion.
-    [[nodiscard]] std::string name(xml::ElementId element) const;
+    [[nodiscard]] std::string name(xml::ElementId element);
     [[nodiscard]] std::string path(xml::ElementId element);
 
 private:
-    const xml::XmlDocument& m_document;
     xml::ElementPaths& m_paths;
 };
 

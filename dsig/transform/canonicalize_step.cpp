@@ -40,6 +40,11 @@ public:
     ChargingSink(xml::CanonSink& next, WorkAccount* account, LogBase& log) noexcept
         : m_next(next), m_account(account), m_log(log) {}
 
+    // What is to be read counts as well as what is written.
+    [[nodiscard]] bool expect(std::uint64_t octets) override {
+        return (m_account == nullptr || m_account->takeOctets(octets, m_log)) &&
+               m_next.expect(octets);
+    }
     [[nodiscard]] bool write(const char* data, std::size_t size) override {
         return (m_account == nullptr || m_account->takeOctets(size, m_log)) &&
                m_next.write(data, size);
@@ -51,16 +56,6 @@ private:
     LogBase& m_log;
 };
 
-// What is to be read counts as well as what is written.
-bool takeExtents(const xml::XmlDocument& document, std::span<const xml::ElementId> apexes,
-                 const WorkingText& text, LogBase& log) {
-    std::uint64_t octets = apexes.empty() ? document.text().size() : 0;
-    for (const xml::ElementId apex : apexes) {
-        octets += document.element(apex).end - document.element(apex).start;
-    }
-    return text.account() == nullptr || text.account()->takeOctets(octets, log);
-}
-
 // Canonicalizes elements of the text one behind the other, or the whole text, into its place or
 // into the sink.
 bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::ElementId> apexes,
@@ -69,18 +64,18 @@ bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::El
     if (document == nullptr) {
         return false;
     }
-    if (!takeExtents(*document, apexes, text, log)) {
-        return false;
-    }
     StringBuffer octets;
     if (sink == nullptr && apexes.empty()) {
         static_cast<void>(octets.reserve(document->textBuffer().getSize())); // spares growing
     }
-    xml::StringBufferSink buffer(octets);
+    xml::StringBufferSink buffer(octets, XmlCanon::formLimit(document->textBuffer()));
     ChargingSink out(sink != nullptr ? *sink : buffer, text.account(), log);
     const xml::ElementId whole[] = {xml::kNoElement};
     for (const xml::ElementId apex : apexes.empty() ? std::span(whole) : apexes) {
         if (!canonicalizer.canonicalizeElement(*document, apex, text.gaps(), out, log)) {
+            if (buffer.passedLimit()) {
+                XmlCanon::logFormLimit(log);
+            }
             return false;
         }
     }

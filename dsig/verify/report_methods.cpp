@@ -238,7 +238,7 @@ void ClsXmlDSig::writeLastReport(StringBuffer& json) {
     const bool isThere = selectedSignature() != nullptr;
     std::optional<dsig::DocumentNames> names;
     if (isThere) {
-        names.emplace(*structure().structure, structure().paths);
+        names.emplace(structure().paths);
     }
     if (!dsig::writeReport(m_report, isThere ? &*names : nullptr, m_limits.reportOctets, json)) {
         dsig::writeTooLargeReport(m_report, json);

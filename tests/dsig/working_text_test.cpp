@@ -123,7 +123,7 @@ TEST(WorkingText, ElementsKeepTheirPlaceInTheLoadedDocument) {
                 const ElementId apex[] = {pick};
                 const XmlCanon canonicalizer;
                 StringBuffer octets;
-                xml::StringBufferSink sink(octets);
+                xml::StringBufferSink sink(octets, 1 << 20);
                 ASSERT_TRUE(
                     canonicalizer.canonicalizeElement(*document, pick, text.gaps(), sink, log));
                 text.canonicalized(apex, octets);

@@ -1,6 +1,7 @@
 #include "foundation/xml/canon/XmlCanon.h"
 
 #include "foundation/xml/canon/fragment_id.h"
+#include "foundation/xml/scan/limits.h"
 #include "foundation/xml/scan/log_failure.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/values.h"
@@ -99,12 +100,23 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& xml, const char* fragmentId,
     if (before == 0 && startOffset == 0 && (fragmentId == nullptr || *fragmentId == '\0')) {
         static_cast<void>(out.reserve(xml.getSize())); // only to spare growing step by step
     }
-    xml::StringBufferSink sink(out);
+    xml::StringBufferSink sink(out, formLimit(xml));
     const bool ok = canonicalizeTo(xml, fragmentId, startOffset, sink, log);
+    if (sink.passedLimit()) {
+        logFormLimit(log);
+    }
     if (!ok) {
         out.shorten(out.getSize() - before);
     }
     return ok;
+}
+
+std::uint64_t XmlCanon::formLimit(const StringBuffer& xml) noexcept {
+    return std::max(xml::kMaxCanonicalForm, xml::kMaxCanonicalMultiple * xml.getSize());
+}
+
+void XmlCanon::logFormLimit(LogBase& log) {
+    log.LogError("Limit passed: the size of the canonical form");
 }
 
 bool XmlCanon::canonicalizeTo(const StringBuffer& xml, const char* fragmentId,

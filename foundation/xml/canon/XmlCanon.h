@@ -56,12 +56,13 @@ public:
     // is null or empty and `startOffset` is 0; of the element with that Id; or of the element whose
     // start tag begins at byte `startOffset`. `xpointer(/)` and `xpointer(id('x'))` are understood
     // where no element has that very text as its Id. False, with `out` as it was, when the text is
-    // not well-formed, the element is not there, or its Id stands on two elements.
+    // not well-formed, the element is not there, its Id stands on two elements, or `out` would pass
+    // the limit of canonical forms (xml/scan/limits.h).
     bool xmlCanonicalize(const StringBuffer& xml, const char* fragmentId, unsigned int startOffset,
                          StringBuffer& out, LogBase& log);
 
     // The same, streamed: the octets go to `sink` in pieces. After a failure the sink may have been
-    // given a part of them only if it refused one itself.
+    // given a part of them only if it refused one itself. How much it takes is its own affair.
     [[nodiscard]] bool canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
                                       unsigned int startOffset, xml::CanonSink& sink, LogBase& log);
 
@@ -70,6 +71,10 @@ public:
     [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
                                            std::span<const xml::TextRange> omitted,
                                            xml::CanonSink& sink, LogBase& log) const;
+    // How long a canonical form of this text may be that is kept as a text, and the error line when
+    // it is longer.
+    [[nodiscard]] static std::uint64_t formLimit(const StringBuffer& xml) noexcept;
+    static void logFormLimit(LogBase& log);
     // The element that a fragment identifier names (fragment_id.h), kNoElement for the whole
     // document. There being none, or several, is an error line.
     [[nodiscard]] static xml::FragmentTarget findFragment(const xml::XmlDocument& document,

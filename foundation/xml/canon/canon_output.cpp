@@ -5,7 +5,8 @@
 namespace vantrel::xml {
 
 bool StringBufferSink::write(const char* data, std::size_t size) {
-    return m_out.appendView(std::string_view(data, size));
+    m_passedLimit = m_passedLimit || size > m_limit || m_out.getSize() > m_limit - size;
+    return !m_passedLimit && m_out.appendView(std::string_view(data, size));
 }
 
 void CanonOutput::flush() {

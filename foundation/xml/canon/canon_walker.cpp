@@ -148,9 +148,14 @@ void CanonWalker::planEvent(std::uint32_t at) noexcept {
     }
 }
 
-// At a start tag: true when a hole begins there, with `at` moved behind it.
+// At a start tag: true when a hole begins there, with `at` moved behind it, or when the walk ends
+// since its output is refused.
 bool CanonWalker::passHole(std::uint32_t& at) {
     m_out.copyUpTo(at);
+    if (m_out.refused()) {
+        m_open.clear();
+        return true;
+    }
     const bool hole =
         m_nextHole < m_request.omitted.size() && m_request.omitted[m_nextHole].start == at;
     if (hole) {

@@ -40,8 +40,13 @@ bool isHole(const XmlDocument& document, TextRange range) {
 }
 
 bool canonicalize(const XmlDocument& document, const CanonRequest& request, CanonSink& sink) {
+    const bool whole = request.apex == kNoElement;
+    const ElementRecord& apex = document.element(whole ? 0 : request.apex);
+    if (!sink.expect(whole ? document.text().size() : apex.end - apex.start)) {
+        return false;
+    }
     CanonWalker walker(document, request, sink);
-    if (request.apex == kNoElement) {
+    if (whole) {
         walker.walkDocument();
     } else {
         walker.walkElement(request.apex);

@@ -33,17 +33,24 @@ public:
     CanonSink& operator=(const CanonSink&) = delete;
     virtual ~CanonSink() = default;
 
+    // Told once, before anything is written, how many octets of text will be gone over, since what
+    // is left out of the canonical form costs work as well. False ends it likewise.
+    [[nodiscard]] virtual bool expect(std::uint64_t /*octets*/) { return true; }
     [[nodiscard]] virtual bool write(const char* data, std::size_t size) = 0;
 };
 
-// Appends to a text.
+// Appends to a text, as long as that does not grow beyond `limit` bytes.
 class StringBufferSink final : public CanonSink {
 public:
-    explicit StringBufferSink(StringBuffer& out) noexcept : m_out(out) {}
+    StringBufferSink(StringBuffer& out, std::uint64_t limit) noexcept
+        : m_out(out), m_limit(limit) {}
     [[nodiscard]] bool write(const char* data, std::size_t size) override;
+    [[nodiscard]] bool passedLimit() const noexcept { return m_passedLimit; }
 
 private:
     StringBuffer& m_out;
+    const std::uint64_t m_limit;
+    bool m_passedLimit = false;
 };
 
 // What to canonicalize, and how. The spans must outlive the call.
@@ -68,8 +75,9 @@ struct CanonRequest {
 [[nodiscard]] bool isHole(const XmlDocument& document, TextRange range);
 
 // Writes the canonical form of `document`, or of one element of it, to `sink`. Work and memory are
-// proportional to the apex element's extent plus its ancestors' start tags, whatever the size of
-// the document. False only when the sink refuses. May throw std::bad_alloc.
+// proportional to the apex element's extent plus what is written, whatever the size of the document
+// and the depth of the element; only the first element deep in a document may cost a pass over the
+// declarations of all. False only when the sink refuses. May throw std::bad_alloc.
 [[nodiscard]] bool canonicalize(const XmlDocument& document, const CanonRequest& request,
                                 CanonSink& sink);
 

@@ -2,11 +2,14 @@
 
 #include "foundation/xml/canon/escape.h"
 
+#include <algorithm>
+
 namespace vantrel::xml {
 
 namespace {
 
 constexpr std::uint32_t kHiddenBit = 0x80000000;
+constexpr std::size_t kLongName = 256;
 
 } // namespace
 
@@ -14,6 +17,7 @@ NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
     const PrefixId number = m_prefixes.number(prefix);
     if (number >= m_bindings.size()) {
         m_bindings.resize(std::size_t{number} + 1);
+        bindInherited(number);
     }
     return number;
 }
@@ -76,6 +80,47 @@ void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden
         binding.inherited = true;
         binding.inScope = m_names.number(name);
         binding.hidden = hidden;
+        settle(binding);
+    }
+}
+
+int NamespaceState::compareDistinct(std::uint32_t a, std::uint32_t b) {
+    const std::string_view first = m_names[a];
+    const std::string_view second = m_names[b];
+    if (std::min(first.size(), second.size()) < kLongName) {
+        return first.compare(second);
+    }
+    const auto [known, added] = m_order.try_emplace(std::uint64_t{a} << 32 | b, 0);
+    if (added) {
+        known->second = first.compare(second);
+    }
+    return known->second;
+}
+
+void NamespaceState::inheritFrom(const XmlDocument& document, ElementId outer, bool hidden) {
+    m_document = &document;
+    m_outer = outer;
+    m_inheritedHidden = hidden;
+    for (PrefixId prefix = 0; prefix < size(); ++prefix) {
+        bindInherited(prefix);
+    }
+}
+
+void NamespaceState::bindInherited(PrefixId prefix) {
+    const std::uint32_t known =
+        m_document == nullptr ? kNoPrefix : m_document->findPrefix(m_prefixes[prefix]);
+    if (known == kNoPrefix || known == kXmlPrefix) {
+        return;
+    }
+    const InheritedNamespaces& inherited = m_document->inheritedNamespaces();
+    const NamespaceDecl* const found = inherited.nearest(inherited.rankOf(known), m_outer);
+    if (found == nullptr) {
+        return;
+    }
+    inherit(prefix, m_document->namespaceName(*found), m_inheritedHidden);
+    if (m_inheritedWritten && !m_inheritedHidden) {
+        PrefixBinding& binding = m_bindings[prefix];
+        binding.rendered = binding.inScope;
         settle(binding);
     }
 }

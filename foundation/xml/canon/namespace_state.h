@@ -3,12 +3,14 @@
 
 #include "foundation/xml/canon/view_table.h"
 #include "foundation/xml/scan/grow_array.h"
+#include "foundation/xml/scan/inheritance.h"
 
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace vantrel::xml {
@@ -68,8 +70,17 @@ public:
         return m_bindings[prefix];
     }
     [[nodiscard]] std::string_view prefixText(PrefixId prefix) const { return m_prefixes[prefix]; }
-    [[nodiscard]] std::string_view nameInScope(PrefixId prefix) const {
-        return m_names[m_bindings[prefix].inScope];
+    // The number of the namespace that the prefix xml stands for.
+    [[nodiscard]] std::uint32_t xmlName() {
+        if (m_xmlName == 0) {
+            m_xmlName = m_names.number(kXmlNamespace);
+        }
+        return m_xmlName;
+    }
+    // Below, equal to or above 0: the order of two namespace names, by their bytes. Long ones are
+    // compared only once.
+    [[nodiscard]] int compareNames(std::uint32_t a, std::uint32_t b) {
+        return a == b ? 0 : compareDistinct(a, b);
     }
 
     // Binds the prefix from the element at `depth` on.
@@ -80,6 +91,13 @@ public:
     // Binds the prefix for the whole walk, from outside the apex; the first call for a prefix
     // counts.
     void inherit(PrefixId prefix, std::string_view name, bool hidden);
+
+    // The same for everything in force at `outer`, each prefix when it is first seen. To be called
+    // in place of inherit().
+    void inheritFrom(const XmlDocument& document, ElementId outer, bool hidden);
+    // What is inherited was written by the apex: prefixes that are seen from now on are no more
+    // due.
+    void inheritedAreWritten() noexcept { m_inheritedWritten = true; }
 
     // Takes back what elements at `depth` and below did.
     void leave(std::uint32_t depth) noexcept {
@@ -103,6 +121,8 @@ private:
     void remember(PrefixId prefix, std::uint32_t depth);
     void undoDownTo(std::uint32_t depth) noexcept;
     void writeDeclaration(PrefixId prefix);
+    void bindInherited(PrefixId prefix);
+    [[nodiscard]] int compareDistinct(std::uint32_t a, std::uint32_t b);
     static void settle(PrefixBinding& binding) noexcept {
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
     }
@@ -113,6 +133,12 @@ private:
     GrowArray<Undo> m_undo;
     std::uint32_t m_undoneBelow = 0; // one more than the depth of the last undo; 0 without one
     std::array<Recent, 16> m_recent;
+    std::uint32_t m_xmlName = 0;
+    std::unordered_map<std::uint64_t, int> m_order; // of pairs of long names
+    const XmlDocument* m_document = nullptr;        // where prefixes are looked up at first sight
+    ElementId m_outer = kNoElement;
+    bool m_inheritedHidden = false;
+    bool m_inheritedWritten = false;
 };
 
 } // namespace vantrel::xml

@@ -13,16 +13,21 @@ namespace {
 
 constexpr std::string_view kXmlPrefixText = "xml";
 constexpr std::size_t kInsertionSortLimit = 8;
+// Ancestors and declarations on them that are gone over for what the apex inherits, and the bytes
+// of their start tags or of the namespace names. Beyond, the document's tables are asked, so that
+// many small elements below much stay cheap.
+constexpr std::size_t kMostWalked = 64;
+constexpr std::size_t kMostBytesWalked = 4096;
 
 // Few items are the rule, and mostly in order already.
-template <class T, class Less> void sortFew(std::vector<T>& items, Less less) {
-    if (items.size() > kInsertionSortLimit) {
-        std::sort(items.begin(), items.end(), less);
+template <class Iterator, class Less> void sortFew(Iterator first, Iterator last, Less less) {
+    if (static_cast<std::size_t>(last - first) > kInsertionSortLimit) {
+        std::sort(first, last, less);
         return;
     }
-    for (std::size_t i = 1; i < items.size(); ++i) {
-        for (std::size_t k = i; k > 0 && less(items[k], items[k - 1]); --k) {
-            std::swap(items[k], items[k - 1]);
+    for (Iterator i = first; i != last; ++i) {
+        for (Iterator k = i; k != first && less(*k, *(k - 1)); --k) {
+            std::swap(*k, *(k - 1));
         }
     }
 }
@@ -55,16 +60,39 @@ void StartTagWriter::goOnAt(ElementId element) noexcept {
 void StartTagWriter::inherit(ElementId apex) {
     goOnAt(apex);
     const bool hidden = !m_request.inheritNamespaces;
+    if (!inheritByWalk(apex, hidden)) {
+        m_outer = m_document.parent(apex);
+        m_namespaces.inheritFrom(m_document, m_outer, hidden);
+    }
+}
+
+// False, with nothing done, when that is a long way.
+bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
+    std::size_t steps = 0;
+    std::size_t bytes = 0;
+    m_inherited.clear();
     for (ElementId above = m_document.parent(apex); above != kNoElement;
          above = m_document.parent(above)) {
-        for (const NamespaceDecl& declaration : m_document.namespaceDecls(above)) {
-            if (declaration.prefixId == kXmlPrefix) {
-                continue;
-            }
-            const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration.prefixId));
-            m_namespaces.inherit(prefix, m_document.namespaceName(declaration), hidden);
+        const std::span<const NamespaceDecl> declarations = m_document.namespaceDecls(above);
+        steps += 1 + declarations.size();
+        if (steps > kMostWalked) {
+            return false;
+        }
+        for (const NamespaceDecl& declaration : declarations) {
+            bytes += m_document.namespaceName(declaration).size();
+            m_inherited.push_back(&declaration);
+        }
+        if (bytes > kMostBytesWalked) {
+            return false;
         }
     }
+    for (const NamespaceDecl* const declaration : m_inherited) {
+        if (declaration->prefixId != kXmlPrefix) {
+            const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration->prefixId));
+            m_namespaces.inherit(prefix, m_document.namespaceName(*declaration), hidden);
+        }
+    }
+    return true;
 }
 
 // Appends the attributes of the start tag at `start` but for declarations, with their types and
@@ -74,7 +102,7 @@ StartTagReader StartTagWriter::readAttributes(std::uint32_t start) {
     const std::size_t before = m_attributes.size();
     for (Attribute attribute; tag.next(attribute);) {
         if (!attribute.isNamespaceDecl()) {
-            m_attributes.push_back({attribute, {}, AttributeType::Cdata, false});
+            m_attributes.push_back({{attribute, AttributeType::Cdata, false}});
         }
     }
     if (m_hasDeclaredAttributes) {
@@ -87,13 +115,18 @@ StartTagReader StartTagWriter::readAttributes(std::uint32_t start) {
 WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::uint32_t depth) {
     m_attributes.clear();
     const StartTagReader tag = readAttributes(start);
+    m_ownAttributes = m_attributes.size();
     if (depth == 0 && !m_exclusive) {
         inheritXmlAttributes(element);
     }
     m_out.copyUpTo(tag.nameEnd());
     declareNamespaces(element, depth);
     chooseNamespaces(tag.prefix(), depth);
-    putNamespaces(depth);
+    if (depth == 0) {
+        putNamespacesOfApex();
+    } else {
+        putNamespaces(depth);
+    }
     sortAttributes();
     for (const TagAttribute& attribute : m_attributes) {
         putAttribute(attribute);
@@ -171,26 +204,66 @@ void StartTagWriter::inheritXmlAttributes(ElementId apex) {
     if (holders.empty() || holders.front() >= apex) {
         return;
     }
-    std::unordered_set<std::string_view, StringHash, std::equal_to<>> present;
-    for (const TagAttribute& attribute : m_attributes) {
-        if (attribute.source.prefix() == kXmlPrefixText) {
-            present.insert(attribute.source.name);
-        }
+    if (!inheritXmlAttributesByWalk(apex)) {
+        m_attributes.resize(m_ownAttributes);
+        inheritXmlAttributesByTable(apex);
     }
-    const std::size_t own = m_attributes.size();
+}
+
+// False when that is a long way; m_attributes may then hold some of the ancestors'.
+bool StartTagWriter::inheritXmlAttributesByWalk(ElementId apex) {
+    const std::span<const ElementId> holders = m_document.elementsWithXmlAttributes();
+    std::size_t steps = 0;
+    std::size_t bytes = 0;
     for (ElementId above = m_document.parent(apex); above != kNoElement;
          above = m_document.parent(above)) {
-        if (std::binary_search(holders.begin(), holders.end(), above)) {
-            readAttributes(m_document.element(above).start);
+        const std::uint32_t start = m_document.element(above).start;
+        const bool holds = std::binary_search(holders.begin(), holders.end(), above);
+        // The tag ends before the first element of its subtree.
+        bytes += holds ? m_document.element(above + 1).start - start : 0;
+        if (++steps > kMostWalked || bytes > kMostBytesWalked) {
+            return false;
+        }
+        if (holds) {
+            static_cast<void>(readAttributes(start));
         }
     }
     // The nearest came first.
+    std::unordered_set<std::string_view, StringHash, std::equal_to<>> present;
     const auto isTaken = [&present](const TagAttribute& attribute) {
-        return attribute.source.prefix() != kXmlPrefixText ||
-               !present.insert(attribute.source.name).second;
+        return !present.insert(attribute.source.name).second;
     };
-    const auto inherited = m_attributes.begin() + static_cast<std::ptrdiff_t>(own);
-    m_attributes.erase(std::remove_if(inherited, m_attributes.end(), isTaken), m_attributes.end());
+    const auto isNoXmlAttribute = [](const TagAttribute& attribute) {
+        return attribute.source.prefix() != kXmlPrefixText;
+    };
+    const auto inherited = m_attributes.begin() + static_cast<std::ptrdiff_t>(m_ownAttributes);
+    std::for_each(m_attributes.begin(), inherited, isTaken);
+    const auto kept = std::remove_if(inherited, m_attributes.end(), isNoXmlAttribute);
+    m_attributes.erase(std::remove_if(inherited, kept, isTaken), m_attributes.end());
+    sortFew(inherited, m_attributes.end(), [](const TagAttribute& a, const TagAttribute& b) {
+        return a.source.name < b.source.name;
+    });
+    return true;
+}
+
+void StartTagWriter::inheritXmlAttributesByTable(ElementId apex) {
+    std::vector<std::string_view> own;
+    for (const TagAttribute& attribute : m_attributes) {
+        if (attribute.source.prefix() == kXmlPrefixText) {
+            own.push_back(attribute.source.name);
+        }
+    }
+    std::sort(own.begin(), own.end());
+    const InheritedXmlAttributes& inherited = m_document.inheritedXmlAttributes();
+    const ElementId outer = m_document.parent(apex);
+    inherited.namesAt(outer, m_ranks);
+    m_attributes.reserve(m_attributes.size() + m_ranks.size());
+    for (const std::uint32_t rank : m_ranks) {
+        const TypedAttribute& attribute = inherited.nearest(rank, outer);
+        if (!std::binary_search(own.begin(), own.end(), attribute.source.name)) {
+            m_attributes.push_back({attribute});
+        }
+    }
 }
 
 // Collects in m_due the declarations that the tag must write.
@@ -220,13 +293,71 @@ void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint3
     }
 }
 
-void StartTagWriter::putNamespaces(std::uint32_t depth) {
-    sortFew(m_due, [this](PrefixId a, PrefixId b) {
+void StartTagWriter::sortDue() {
+    sortFew(m_due.begin(), m_due.end(), [this](PrefixId a, PrefixId b) {
         return m_namespaces.prefixText(a) < m_namespaces.prefixText(b);
     });
+}
+
+void StartTagWriter::putNamespaces(std::uint32_t depth) {
+    sortDue();
     for (const PrefixId prefix : m_due) {
         m_out.put(m_namespaces.render(prefix, depth));
     }
+}
+
+// The inclusive method writes all that is in scope; what m_namespaces does not hold yet need not go
+// there for that.
+void StartTagWriter::putNamespacesOfApex() {
+    if (m_outer == kNoElement || m_exclusive || !m_request.inheritNamespaces) {
+        putNamespaces(0);
+        return;
+    }
+    const InheritedNamespaces& inherited = m_document.inheritedNamespaces();
+    inherited.prefixesAt(m_outer, m_ranks);
+    std::vector<std::uint32_t> known = knownRanks(inherited);
+    sortDue();
+    auto due = m_due.begin();
+    auto nextKnown = known.begin();
+    for (const std::uint32_t rank : m_ranks) {
+        while (due != m_due.end() && m_namespaces.prefixText(*due) < inherited.prefix(rank)) {
+            m_out.put(m_namespaces.render(*due++, 0));
+        }
+        while (nextKnown != known.end() && *nextKnown < rank) {
+            ++nextKnown;
+        }
+        if (nextKnown == known.end() || *nextKnown != rank) {
+            putInherited(inherited, rank);
+        }
+    }
+    std::for_each(due, m_due.end(),
+                  [this](PrefixId prefix) { m_out.put(m_namespaces.render(prefix, 0)); });
+    m_namespaces.inheritedAreWritten();
+}
+
+// The ranks of the prefixes that m_namespaces has seen, ascending.
+std::vector<std::uint32_t> StartTagWriter::knownRanks(const InheritedNamespaces& inherited) const {
+    std::vector<std::uint32_t> known;
+    for (PrefixId prefix = 0; prefix < m_namespaces.size(); ++prefix) {
+        const std::uint32_t id = m_document.findPrefix(m_namespaces.prefixText(prefix));
+        if (id != kNoPrefix) {
+            known.push_back(inherited.rankOf(id));
+        }
+    }
+    std::sort(known.begin(), known.end());
+    return known;
+}
+
+void StartTagWriter::putInherited(const InheritedNamespaces& inherited, std::uint32_t rank) {
+    const std::string_view prefix = inherited.prefix(rank);
+    if (prefix == kXmlPrefixText) {
+        return;
+    }
+    m_out.put(" xmlns:");
+    m_out.put(prefix);
+    m_out.put("=\"");
+    putAttributeValue(m_document.namespaceName(*inherited.nearest(rank, m_outer)), m_out);
+    m_out.put('"');
 }
 
 void StartTagWriter::sortAttributes() {
@@ -236,31 +367,42 @@ void StartTagWriter::sortAttributes() {
     for (TagAttribute& attribute : m_attributes) {
         const std::string_view prefix = attribute.source.prefix();
         if (prefix == kXmlPrefixText) {
-            attribute.namespaceName = kXmlNamespace;
+            attribute.namespaceName = m_namespaces.xmlName();
         } else if (!prefix.empty()) {
-            attribute.namespaceName = m_namespaces.nameInScope(m_namespaces.id(prefix));
+            attribute.namespaceName = m_namespaces[m_namespaces.id(prefix)].inScope;
         }
     }
     // The qualified name decides among equals, which only undeclared prefixes can bring about.
     switch (m_request.order) {
     case AttributeOrder::Canonical:
-        sortFew(m_attributes, [](const TagAttribute& a, const TagAttribute& b) {
-            return std::tuple(a.namespaceName, a.source.localName(), a.source.name) <
-                   std::tuple(b.namespaceName, b.source.localName(), b.source.name);
+        sortAttributesBy([this](const TagAttribute& a, const TagAttribute& b) {
+            const int names = m_namespaces.compareNames(a.namespaceName, b.namespaceName);
+            return std::tuple(names, a.source.localName(), a.source.name) <
+                   std::tuple(0, b.source.localName(), b.source.name);
         });
         break;
     case AttributeOrder::PrefixThenLocal:
-        sortFew(m_attributes, [](const TagAttribute& a, const TagAttribute& b) {
+        sortAttributesBy([](const TagAttribute& a, const TagAttribute& b) {
             return std::tuple(a.source.prefix(), a.source.localName()) <
                    std::tuple(b.source.prefix(), b.source.localName());
         });
         break;
     case AttributeOrder::LocalName:
-        sortFew(m_attributes, [](const TagAttribute& a, const TagAttribute& b) {
-            return std::tuple(a.source.localName(), a.namespaceName, a.source.name) <
-                   std::tuple(b.source.localName(), b.namespaceName, b.source.name);
+        sortAttributesBy([this](const TagAttribute& a, const TagAttribute& b) {
+            const int names = m_namespaces.compareNames(a.namespaceName, b.namespaceName);
+            return std::tuple(a.source.localName(), names, a.source.name) <
+                   std::tuple(b.source.localName(), 0, b.source.name);
         });
         break;
+    }
+}
+
+// Inherited attributes come sorted by local name, and so in any of the orders.
+template <class Less> void StartTagWriter::sortAttributesBy(Less less) {
+    const auto inherited = m_attributes.begin() + static_cast<std::ptrdiff_t>(m_ownAttributes);
+    sortFew(m_attributes.begin(), inherited, less);
+    if (inherited != m_attributes.end()) {
+        std::inplace_merge(m_attributes.begin(), inherited, m_attributes.end(), less);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/namespace_state.h"
+#include "foundation/xml/scan/inheritance.h"
 #include "foundation/xml/scan/start_tag.h"
 
 #include <cstdint>
@@ -55,11 +56,8 @@ public:
 private:
     using PrefixId = NamespaceState::PrefixId;
 
-    struct TagAttribute {
-        Attribute source;
-        std::string_view namespaceName;
-        AttributeType type = AttributeType::Cdata;
-        bool isNormalised = false; // a default: its value is no raw text
+    struct TagAttribute : TypedAttribute {
+        std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
 
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
@@ -75,7 +73,10 @@ private:
     [[nodiscard]] WrittenTag rewrite(ElementId element, std::uint32_t start, std::uint32_t depth);
     StartTagReader readAttributes(std::uint32_t start);
     void declareNamespaces(ElementId element, std::uint32_t depth);
+    [[nodiscard]] bool inheritByWalk(ElementId apex, bool hidden);
     void inheritXmlAttributes(ElementId apex);
+    [[nodiscard]] bool inheritXmlAttributesByWalk(ElementId apex);
+    void inheritXmlAttributesByTable(ElementId apex);
     void addDeclared(std::string_view elementName, std::size_t first);
     void addDefault(const DeclaredAttribute& declared);
     void startList() {
@@ -92,7 +93,12 @@ private:
     }
     void chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth);
     void sortAttributes();
+    template <class Less> void sortAttributesBy(Less less);
     void putNamespaces(std::uint32_t depth);
+    void sortDue();
+    void putNamespacesOfApex();
+    [[nodiscard]] std::vector<std::uint32_t> knownRanks(const InheritedNamespaces& inherited) const;
+    void putInherited(const InheritedNamespaces& inherited, std::uint32_t rank);
     void putAttribute(const TagAttribute& attribute);
 
     const XmlDocument& m_document;
@@ -109,12 +115,19 @@ private:
     std::uint32_t m_nextDeclaration = 0;
     ElementId m_nextDeclaring = kNoElement; // the element of that declaration
     std::uint32_t m_tagSerial = 0;
+    // Set when the inherited declarations are not all in m_namespaces: there are many, or they are
+    // far above. They are then looked up for this element, the parent of the apex.
+    ElementId m_outer = kNoElement;
 
     // Of the tag at hand; kept to reuse their memory.
     std::vector<TagAttribute> m_attributes;
+    std::size_t m_ownAttributes = 0; // those behind are inherited, and in order
     std::vector<PrefixId> m_declared;
     std::vector<PrefixId> m_due; // whose declarations it must write
     std::string m_value;
+    // Of the apex.
+    std::vector<const NamespaceDecl*> m_inherited;
+    std::vector<std::uint32_t> m_ranks;
 };
 
 // Passes over a tag that is canonical as it stands, or would be with some declarations added.

@@ -109,6 +109,7 @@ private:
     [[nodiscard]] bool checkDeclaration(const Read& attribute, std::string_view name);
     [[nodiscard]] bool checkUnique();
     [[nodiscard]] bool checkUniqueExpanded();
+    [[nodiscard]] int compareBoundNames(std::uint32_t a, std::uint32_t b);
     void noteId(ElementId element, const Read& attribute);
     [[nodiscard]] AttributeType typeOf(ElementId element, const Read& attribute) const noexcept;
     [[nodiscard]] TextRange storeValue(const Read& attribute, AttributeType type);
@@ -150,6 +151,7 @@ private:
     // Where the value of a default stands in the side storage, by its address.
     std::unordered_map<const char*, std::uint32_t> m_storedDefaults;
     CachedPrefix m_prefixCache[64];
+    std::unordered_map<std::uint64_t, int> m_nameOrder; // of the long names of two declarations
     TextWindow m_window;
 };
 

@@ -25,6 +25,11 @@ inline constexpr std::uint32_t kMaxModelNesting = 1'000; // parentheses in an el
 
 // Of a name in a message.
 inline constexpr std::uint32_t kShownName = 100;
+// A canonical form that is kept as a text: bytes, or a multiple of the text that it is made of
+// where that is more. Namespace declarations that come down from above are written by every element
+// that needs them, so a canonical form may be much longer than its text.
+inline constexpr std::uint64_t kMaxCanonicalForm = 64ULL * 1024 * 1024;
+inline constexpr std::uint64_t kMaxCanonicalMultiple = 64;
 
 } // namespace vantrel::xml
 

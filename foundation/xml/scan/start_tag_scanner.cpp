@@ -338,20 +338,21 @@ bool DocumentScanner::checkUniqueExpanded() {
             m_order.push_back(static_cast<std::uint32_t>(i));
         }
     }
-    const auto uri = [this](const Read& attribute) {
-        return boundName(prefixId(attribute.name, attribute.prefixLength));
+    const auto prefix = [this](const Read& attribute) {
+        return prefixId(attribute.name, attribute.prefixLength);
     };
     const auto compare = [&](std::uint32_t a, std::uint32_t b) {
         const Read& left = m_attributes[a];
         const Read& right = m_attributes[b];
         const int order = left.local().compare(right.local());
-        return order != 0 ? order : uri(left).compare(uri(right));
+        return order != 0 ? order : compareBoundNames(prefix(left), prefix(right));
     };
     std::sort(m_order.begin(), m_order.end(),
               [&](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; });
     for (std::size_t i = 1; i < m_order.size(); ++i) {
         // Undeclared prefixes (of a fragment) have no name to compare.
-        if (compare(m_order[i - 1], m_order[i]) == 0 && !uri(m_attributes[m_order[i]]).empty()) {
+        if (compare(m_order[i - 1], m_order[i]) == 0 &&
+            !boundName(prefix(m_attributes[m_order[i]])).empty()) {
             const Read& twice = m_attributes[std::max(m_order[i], m_order[i - 1])];
             fail(twice.offset,
                  "The attribute stands twice in one tag, under two prefixes:", twice.nameView());
@@ -359,6 +360,23 @@ bool DocumentScanner::checkUniqueExpanded() {
         }
     }
     return true;
+}
+
+// The order of the namespace names that two prefixes are bound to. Every element may ask for the
+// same two, so long ones are compared only once.
+int DocumentScanner::compareBoundNames(std::uint32_t a, std::uint32_t b) {
+    constexpr std::size_t kLongName = 256;
+    const std::string_view first = boundName(a);
+    const std::string_view second = boundName(b);
+    if (a == b || first.size() < kLongName || second.size() < kLongName) {
+        return a == b ? 0 : first.compare(second);
+    }
+    const std::uint64_t pair = std::uint64_t{m_bound[a]} << 32 | m_bound[b];
+    const auto [known, added] = m_nameOrder.try_emplace(pair, 0);
+    if (added) {
+        known->second = first.compare(second);
+    }
+    return known->second;
 }
 
 AttributeType DocumentScanner::typeOf(ElementId element, const Read& attribute) const noexcept {

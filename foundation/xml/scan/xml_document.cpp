@@ -2,10 +2,21 @@
 
 #include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/document_scanner.h"
+#include "foundation/xml/scan/inheritance.h"
 
 #include <algorithm>
 
 namespace vantrel::xml {
+
+namespace {
+
+// Ancestors that a look-up goes over before it asks for the document's inheritance.
+constexpr std::uint32_t kFewAncestors = 64;
+
+} // namespace
+
+XmlDocument::XmlDocument() = default;
+XmlDocument::~XmlDocument() = default;
 
 std::shared_ptr<const XmlDocument> XmlDocument::parse(const StringBuffer& text,
                                                       const ParseOptions& options,
@@ -96,11 +107,10 @@ std::uint32_t XmlDocument::firstNamespaceDecl(ElementId id) const noexcept {
 
 std::span<const NamespaceDecl> XmlDocument::namespaceDecls(ElementId id) const noexcept {
     const std::uint32_t first = firstNamespaceDecl(id);
-    std::uint32_t last = first;
-    while (last < m_namespaces.size() && m_namespaces[last].element == id) {
-        ++last;
+    if (first == m_namespaces.size() || m_namespaces[first].element != id) {
+        return {};
     }
-    return m_namespaces.span().subspan(first, last - first);
+    return m_namespaces.span().subspan(first, firstNamespaceDecl(id + 1) - first);
 }
 
 std::string_view XmlDocument::namespaceName(const NamespaceDecl& decl) const noexcept {
@@ -111,24 +121,54 @@ std::string_view XmlDocument::namespaceName(const NamespaceDecl& decl) const noe
 }
 
 bool XmlDocument::lookUpNamespace(ElementId id, std::string_view prefix,
-                                  std::string_view& name) const noexcept {
+                                  std::string_view& name) const {
     const std::uint32_t wanted = m_prefixes.find(prefix);
-    for (ElementId at = id; wanted != kNoPrefix && at != kNoElement; at = m_elements[at].parent) {
-        for (const NamespaceDecl& decl : namespaceDecls(at)) {
-            if (decl.prefixId == wanted) {
-                name = namespaceName(decl);
-                return true;
-            }
+    if (wanted != kNoPrefix) {
+        if (const NamespaceDecl* const found = nearestDeclaration(id, wanted); found != nullptr) {
+            name = namespaceName(*found);
+            return true;
         }
     }
     name = wanted == kXmlPrefix ? kXmlNamespace : std::string_view();
     return wanted == kXmlPrefix || wanted == kDefaultPrefix;
 }
 
-std::string_view XmlDocument::namespaceUri(ElementId id) const noexcept {
+const NamespaceDecl* XmlDocument::nearestDeclaration(ElementId id, std::uint32_t prefixId) const {
+    std::uint32_t steps = 0;
+    for (ElementId at = id; at != kNoElement; at = m_elements[at].parent) {
+        const std::span<const NamespaceDecl> own = namespaceDecls(at);
+        steps += 1 + static_cast<std::uint32_t>(own.size());
+        if (steps > kFewAncestors) {
+            const InheritedNamespaces& inherited = inheritedNamespaces();
+            return inherited.nearest(inherited.rankOf(prefixId), at);
+        }
+        for (const NamespaceDecl& decl : own) {
+            if (decl.prefixId == prefixId) {
+                return &decl;
+            }
+        }
+    }
+    return nullptr;
+}
+
+std::string_view XmlDocument::namespaceUri(ElementId id) const {
     std::string_view name;
     (void)lookUpNamespace(id, prefix(id), name);
     return name;
+}
+
+const InheritedNamespaces& XmlDocument::inheritedNamespaces() const {
+    std::call_once(m_namespacesInherited, [this] {
+        m_inheritedNamespaces = std::make_unique<const InheritedNamespaces>(*this);
+    });
+    return *m_inheritedNamespaces;
+}
+
+const InheritedXmlAttributes& XmlDocument::inheritedXmlAttributes() const {
+    std::call_once(m_xmlAttributesInherited, [this] {
+        m_inheritedXmlAttributes = std::make_unique<const InheritedXmlAttributes>(*this);
+    });
+    return *m_inheritedXmlAttributes;
 }
 
 IdMatch XmlDocument::findById(std::string_view value, ElementId& element) const {

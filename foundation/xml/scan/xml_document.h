@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -89,6 +90,9 @@ struct CopiedStretch {
     std::uint32_t length;
 };
 
+class InheritedNamespaces;
+class InheritedXmlAttributes;
+
 // A well-formed XML 1.0 document with its structure: XML 1.0 fifth edition and Namespaces in
 // XML 1.0, fully checked, the internal DTD subset included; external entities are never fetched,
 // and a reference to one is an error, as is a reference to an entity whose declaration is not read.
@@ -110,7 +114,7 @@ public:
 
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
-    ~XmlDocument() = default;
+    ~XmlDocument();
 
     // The text as given to parse(), and the text that all ranges refer to (the same unless
     // expanded).
@@ -178,16 +182,22 @@ public:
     // The namespace name, normalised: references resolved, as written otherwise. Empty for
     // xmlns="".
     [[nodiscard]] std::string_view namespaceName(const NamespaceDecl& decl) const noexcept;
-    // The namespace name bound to `prefix` at an element, by walking its ancestors; empty for no
-    // namespace. False when the prefix is undeclared (which only a fragment can contain).
+    // The namespace name bound to `prefix` at an element; empty for no namespace. False when the
+    // prefix is undeclared (which only a fragment can contain).
     [[nodiscard]] bool lookUpNamespace(ElementId id, std::string_view prefix,
-                                       std::string_view& name) const noexcept;
-    [[nodiscard]] std::string_view namespaceUri(ElementId id) const noexcept;
+                                       std::string_view& name) const;
+    [[nodiscard]] std::string_view namespaceUri(ElementId id) const;
 
     // The elements that have an attribute of the prefix xml, defaults included, in document order.
     [[nodiscard]] std::span<const ElementId> elementsWithXmlAttributes() const noexcept {
         return m_xmlAttributes.span();
     }
+
+    // What elements inherit, for those with many ancestors or much on them: worked out for the
+    // whole document when first asked for, by any thread. Elements with few ancestors are better
+    // served by a walk over them.
+    [[nodiscard]] const InheritedNamespaces& inheritedNamespaces() const;
+    [[nodiscard]] const InheritedXmlAttributes& inheritedXmlAttributes() const;
 
     // Ids: attributes with the local name Id, ID or id under any prefix, with the name AssertionID,
     // RequestID or ResponseID, and those declared of type ID. Values are compared normalised.
@@ -222,12 +232,14 @@ public:
 private:
     friend class DocumentScanner;
 
-    XmlDocument() = default;
+    XmlDocument();
     void noteXmlAttribute(ElementId element) {
         if (m_xmlAttributes.empty() || m_xmlAttributes.back() != element) {
             m_xmlAttributes.push_back(element);
         }
     }
+    [[nodiscard]] const NamespaceDecl* nearestDeclaration(ElementId id,
+                                                          std::uint32_t prefixId) const;
     [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
 
     StringBuffer m_source;
@@ -245,6 +257,10 @@ private:
     TextRange m_xmlDeclRange;
     bool m_fragment = false;
     bool m_hasCarriageReturn = false;
+    mutable std::once_flag m_namespacesInherited;
+    mutable std::once_flag m_xmlAttributesInherited;
+    mutable std::unique_ptr<const InheritedNamespaces> m_inheritedNamespaces;
+    mutable std::unique_ptr<const InheritedXmlAttributes> m_inheritedXmlAttributes;
 };
 
 } // namespace vantrel::xml

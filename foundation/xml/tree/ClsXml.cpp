@@ -269,7 +269,7 @@ std::string_view ClsXml::localName() const noexcept { return m_document->localNa
 
 std::string_view ClsXml::prefix() const noexcept { return m_document->prefix(m_element); }
 
-std::string_view ClsXml::namespaceUri() const noexcept {
+std::string_view ClsXml::namespaceUri() const {
     return m_document->namespaceUri(m_element);
 }
 

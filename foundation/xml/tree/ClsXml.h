@@ -96,7 +96,7 @@ public:
     [[nodiscard]] std::string_view localName() const noexcept;
     [[nodiscard]] std::string_view prefix() const noexcept;
     // The namespace name of the element; empty for none.
-    [[nodiscard]] std::string_view namespaceUri() const noexcept;
+    [[nodiscard]] std::string_view namespaceUri() const;
     // The element's extent in the text as it was loaded; false when it came out of an entity.
     [[nodiscard]] bool sourceRange(std::uint32_t& start, std::uint32_t& end) const noexcept;
     // All children with the tag, in one pass: for callers that visit many.

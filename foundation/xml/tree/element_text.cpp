@@ -1,5 +1,6 @@
 #include "foundation/xml/tree/element_text.h"
 
+#include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/content_reader.h"
 #include "foundation/xml/scan/values.h"
 #include "foundation/xml/tree/tag_pattern.h"
@@ -119,6 +120,7 @@ void ElementPaths::numberChildren(ElementId parent) {
     NameMap<Count> counts;
     for (ElementId child = m_document.firstChild(parent); child != kNoElement;
          child = m_document.nextSibling(child)) {
+        ++m_work;
         const std::string_view name = m_document.qualifiedName(child);
         auto found = counts.find(name);
         if (found == counts.end()) {
@@ -146,24 +148,77 @@ std::uint32_t ElementPaths::position(ElementId element) {
     return m_positions[element];
 }
 
-void ElementPaths::append(ElementId element, std::string& out) {
-    std::vector<ElementId> steps;
-    for (ElementId at = element; at != kNoElement; at = m_document.parent(at)) {
-        steps.push_back(at);
+// The qualified name, of a longer one the first `most` bytes and one more.
+std::string_view ElementPaths::nameUpTo(ElementId element, std::size_t most) const noexcept {
+    const std::string_view text = m_document.text().substr(m_document.element(element).start + 1);
+    std::size_t length = 0;
+    while (length <= most && isNameByte(text[length])) {
+        ++length;
     }
+    return text.substr(0, length);
+}
+
+// Collects the steps of the path that lie at or above what it shows, the root last. False when the
+// path was found to be cut before.
+bool ElementPaths::climb(ElementId element, CutPaths& cutPaths) {
+    m_steps.clear();
+    auto known = cutPaths.end();
+    for (ElementId at = element; at != kNoElement && known == cutPaths.end();
+         at = m_document.parent(at)) {
+        ++m_work;
+        known = cutPaths.find(at);
+        m_steps.push_back(at);
+    }
+    if (known == cutPaths.end()) {
+        return true;
+    }
+    const ElementId last = known->second;
+    rememberCut(m_steps.size() - 1, last, cutPaths);
+    m_steps.clear();
+    for (ElementId at = last; at != kNoElement; at = m_document.parent(at)) {
+        ++m_work;
+        m_steps.push_back(at);
+    }
+    return false;
+}
+
+// The paths of the first `count` steps show nothing below `last`, which is kNoElement where not
+// even the root's name has room.
+void ElementPaths::rememberCut(std::size_t count, ElementId last, CutPaths& cutPaths) {
+    for (std::size_t i = 0; i < count; ++i) {
+        cutPaths.emplace(m_steps[i], last);
+    }
+}
+
+void ElementPaths::append(ElementId element, std::string& out) {
+    const std::size_t limit = isShort() ? kShortPath : kMaxShownPath;
+    CutPaths& cutPaths = isShort() ? m_cutShort : m_cutLong;
+    bool whole = climb(element, cutPaths);
     const std::size_t start = out.size();
-    while (!steps.empty()) {
-        const std::string_view name = m_document.qualifiedName(steps.back());
-        if (out.size() - start + name.size() > kMaxShownPath) {
-            out.append("/...");
-            return;
-        }
-        out.append("/").append(name);
-        if (const std::uint32_t place = position(steps.back()); place != 0) {
+    ElementId shown = kNoElement;
+    for (std::size_t left = m_steps.size(); left-- > 0;) {
+        const std::size_t before = out.size();
+        out.append("/").append(nameUpTo(m_steps[left], limit));
+        if (const std::uint32_t place = position(m_steps[left]); place != 0) {
             out.append("[").append(std::to_string(place)).append("]");
         }
-        steps.pop_back();
+        if (out.size() - start > limit) {
+            out.resize(before);
+            rememberCut(left + 1, shown, cutPaths);
+            whole = false;
+            break;
+        }
+        shown = m_steps[left];
     }
+    out.append(whole ? "" : "/...");
+    countLong(out.size() - start);
+}
+
+void ElementPaths::appendName(ElementId element, std::string& out) {
+    const std::size_t limit = isShort() ? kShortPath : kMaxShownPath;
+    const std::string_view name = nameUpTo(element, limit);
+    out.append(name.substr(0, limit)).append(name.size() > limit ? "..." : "");
+    countLong(name.size());
 }
 
 } // namespace vantrel::xml

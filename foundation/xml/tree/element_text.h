@@ -31,26 +31,50 @@ class NamePattern;
 // added.
 void appendElementXml(const XmlDocument& document, ElementId element, std::string& out);
 
+// Paths and names are shown up to this many bytes, and end in "..." where they were longer, so that
+// many of them stay in proportion to the document. What goes beyond kShortPath is shown as long as
+// all of it together stays within kLongPaths.
+inline constexpr std::size_t kMaxShownPath = 4096;
+inline constexpr std::size_t kShortPath = 256;
+inline constexpr std::size_t kLongPaths = std::size_t{16} << 20;
+
 // Paths from the root, "/Batch/Item[3]": qualified names, with the one-based position where
 // siblings share the name. Positions are worked out once for all children of a parent, so paths to
-// all children of one element cost no more than one pass over them. A path of more than
-// kMaxShownPath bytes ends in "/...", so that many paths through long names stay in proportion. The
+// all children of one element cost no more than one pass over them; and the way up from an element
+// is gone only once where it is longer than what is shown. A path that was cut ends in "/...". The
 // document must outlive the object.
-inline constexpr std::size_t kMaxShownPath = 4096;
-
 class ElementPaths final {
 public:
     explicit ElementPaths(const XmlDocument& document) noexcept : m_document(document) {}
 
     void append(ElementId element, std::string& out);
+    // The element's qualified name, cut likewise.
+    void appendName(ElementId element, std::string& out);
+    // Elements gone over so far, to be compared with what was asked for.
+    [[nodiscard]] std::uint64_t work() const noexcept { return m_work; }
 
 private:
+    // Elements whose paths are longer than a limit, each with the last element that its path shows.
+    using CutPaths = std::unordered_map<ElementId, ElementId>;
+
+    [[nodiscard]] bool isShort() const noexcept { return m_longBytes >= kLongPaths; }
+    void countLong(std::size_t bytes) noexcept {
+        m_longBytes += bytes > kShortPath ? bytes - kShortPath : 0;
+    }
     // Position among like-named siblings, from 1; 0 for an only one.
     [[nodiscard]] std::uint32_t position(ElementId element);
     void numberChildren(ElementId parent);
+    [[nodiscard]] bool climb(ElementId element, CutPaths& cutPaths);
+    void rememberCut(std::size_t count, ElementId last, CutPaths& cutPaths);
+    [[nodiscard]] std::string_view nameUpTo(ElementId element, std::size_t most) const noexcept;
 
     const XmlDocument& m_document;
     std::unordered_map<ElementId, std::uint32_t> m_positions; // of the children of numbered parents
+    CutPaths m_cutLong;
+    CutPaths m_cutShort;
+    std::vector<ElementId> m_steps; // from an element up to the root
+    std::size_t m_longBytes = 0;
+    std::uint64_t m_work = 0;
 };
 
 namespace detail {

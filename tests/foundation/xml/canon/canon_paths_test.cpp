@@ -6,6 +6,7 @@
 #include "tests/support/bytes.h"
 
 #include <functional>
+#include <map>
 
 #include <gtest/gtest.h>
 
@@ -43,11 +44,16 @@ public:
     explicit TagMaker(std::uint64_t seed) : m_random(seed) {}
 
     std::string document() {
-        std::string text = "<r xmlns:p='urn:1' xmlns:qq='urn:0' xmlns:verylongprefix='urn:2'>";
+        return "<r xmlns:p='urn:1' xmlns:qq='urn:0' xmlns:verylongprefix='urn:2'>" + content() +
+               "</r>";
+    }
+    // Elements that need the three prefixes declared.
+    std::string content() {
+        std::string text;
         while (text.size() < 600) {
             text += element(3);
         }
-        return text + "</r>";
+        return text;
     }
 
 private:
@@ -130,6 +136,103 @@ TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
     EXPECT_GT(compared, 6000);
 }
 
+// An element with many ancestors, whose declarations and xml: attributes hide each other, and the
+// same element below a single one that has what is left of them.
+class DeepElement final {
+public:
+    explicit DeepElement(std::uint64_t seed)
+        : m_random(seed), m_content(TagMaker(seed + 1000).content()) {
+        for (std::uint64_t left = 70 + m_random.below(60); left > 0; --left) {
+            addAncestor();
+        }
+    }
+
+    std::string deep() const { return kDefaults + m_open + apex() + m_close; }
+    std::string shallow() const {
+        std::string tag = "<r";
+        for (const auto& [name, value] : m_inForce) {
+            tag += " " + name + "='" + value + "'";
+        }
+        return kDefaults + tag + ">" + apex() + "</r>";
+    }
+
+private:
+    static constexpr const char* kDefaults =
+        "<!DOCTYPE r [<!ATTLIST d xml:base NMTOKEN ' by default '>]>";
+
+    std::string apex() const {
+        return "<p:it Id='it' qq:a='' p:b='' xml:lang=''>" + m_content + "</p:it>";
+    }
+
+    void addAncestor() {
+        std::map<std::string, std::string> attributes;
+        if (m_open.empty()) {
+            attributes = {
+                {"xmlns:p", "urn:1"}, {"xmlns:qq", "urn:0"}, {"xmlns:verylongprefix", "u"}};
+        }
+        for (const char* const name : {"xmlns", "xmlns:p", "xmlns:qq", "xmlns:unused", "xmlns:b",
+                                       "xml:lang", "xml:space", "xml:base", "xml:a", "plain"}) {
+            if (m_random.below(20) == 0) {
+                const std::string value = "urn:" + std::to_string(m_random.below(4));
+                attributes[name] =
+                    std::string_view(name) == "xmlns" && value == "urn:0" ? "" : value;
+            }
+        }
+        const std::string tag = m_random.below(9) == 0 ? "d" : "e";
+        // What stands in closed elements on the way is none of the apex's business.
+        m_open += !m_open.empty() && m_random.below(4) == 0
+                      ? "<x xmlns:qq='urn:x' xmlns:x='u' xml:a=''/>"
+                      : "";
+        m_open += "<" + tag;
+        for (const auto& [name, value] : attributes) {
+            m_open += " " + name + "='" + value + "'";
+        }
+        m_open += ">";
+        m_close.insert(0, "</" + tag + ">" + (m_close.empty() ? "" : "<x xmlns:b='urn:x'/>"));
+        if (tag == "d") {
+            attributes.try_emplace("xml:base", "by default");
+        }
+        attributes.erase("plain");
+        for (const auto& [name, value] : attributes) {
+            m_inForce[name] = value;
+        }
+    }
+
+    RandomBytes m_random;
+    std::string m_content;
+    std::string m_open;
+    std::string m_close;
+    std::map<std::string, std::string> m_inForce;
+};
+
+TEST(CanonPaths, DeepElementsInheritWhatShallowOnesDo) {
+    int compared = 0;
+    for (std::uint64_t seed = 0; seed < 400; ++seed) {
+        const DeepElement element(seed);
+        for (const char* const form : {"inc", "exc"}) {
+            for (const bool inherits : {true, false}) {
+                for (int order = 0; order < 4; ++order) {
+                    const auto octets = [&](const std::string& text) {
+                        const CanonCall call{
+                            .form = form, .prefixes = "unused #default", .id = "it"};
+                        XmlCanon canon;
+                        setUp(canon, call);
+                        canon.m_signedDocFlag = inherits;
+                        canon.m_duplicateAttrSortBug = order > 0;
+                        canon.m_faultyOrder = static_cast<xml::AttributeOrder>(order % 3);
+                        RecordingLog log;
+                        return run(canon, StringBuffer{text}, call, log);
+                    };
+                    const auto deep = octets(element.deep());
+                    compared += deep ? 1 : 0;
+                    ASSERT_EQ(deep, octets(element.shallow())) << element.deep() << form << order;
+                }
+            }
+        }
+    }
+    EXPECT_GT(compared, 3000); // in some, two prefixes make two attributes one
+}
+
 TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
     xml::NamespaceState state;
     std::vector<std::string> prefixes;
@@ -159,8 +262,14 @@ public:
         ++pieces;
         return true;
     }
+    bool expect(std::uint64_t size) override {
+        expected += size;
+        return size <= most;
+    }
     std::size_t octets = 0;
     std::size_t pieces = 0;
+    std::uint64_t expected = 0;
+    std::uint64_t most = ~std::uint64_t{0};
 };
 
 std::string repeated(int count, const std::function<std::string(int)>& piece) {
@@ -228,6 +337,68 @@ TEST(CanonPaths, HostileDocumentsAreNotMultiplied) {
         EXPECT_LE(ratio, one.most) << one.text.substr(0, 60) << one.call.form;
         EXPECT_LE(sink.pieces, sink.octets / 8000 + 2) << one.text.substr(0, 60) << one.call.form;
     }
+}
+
+// Names that differ only far behind are compared once, whatever the number of elements.
+TEST(CanonPaths, LongNamespaceNamesAreOrderedAndToldApart) {
+    const std::string name(5000, 'u');
+    const auto document = [&](const std::string& first, const std::string& second) {
+        return "<r xmlns:a=\"" + first + "\" xmlns:b=\"" + second + "\">" +
+               repeated(3, [](int) { return "<e a:x=\"1\" b:x=\"2\"></e>"; }) + "</r>";
+    };
+    const std::string ordered = document(name + "1", name + "2");
+    EXPECT_EQ(canonical(ordered, {}), ordered);
+    const auto turned = canonical(document(name + "2", name + "1"), {});
+    ASSERT_TRUE(turned);
+    EXPECT_TRUE(
+        turned->ends_with(repeated(3, [](int) { return "<e b:x=\"2\" a:x=\"1\"></e>"; }) + "</r>"));
+    EXPECT_FALSE(canonical(document(name, name), {}));
+}
+
+// A declaration that every element has to write anew: the form that is kept has a limit, what is
+// streamed is the sink's affair.
+TEST(CanonPaths, WhatIsKeptOfAnAmplifiedDocumentIsLimited) {
+    const auto document = [](int uses) {
+        return StringBuffer{"<r xmlns:p='" + std::string(100000, 'u') + "'>" +
+                            repeated(uses, [](int) { return "<p:a/>"; }) + "</r>"};
+    };
+    const CanonCall call{.form = "exc"};
+    // Of 64 MiB, 670 uses leave less than another needs.
+    for (const int uses : {670, 671, 5000}) {
+        XmlCanon canon;
+        setUp(canon, call);
+        RecordingLog log;
+        const auto kept = run(canon, document(uses), call, log);
+        EXPECT_EQ(kept.has_value(), uses == 670) << uses;
+        EXPECT_EQ(log.errors, uses == 670 ? "" : "Limit passed: the size of the canonical form\n");
+    }
+    CountingSink sink;
+    XmlCanon canon;
+    setUp(canon, call);
+    RecordingLog log;
+    ASSERT_TRUE(canon.canonicalizeTo(document(5000), nullptr, 0, sink, log));
+    EXPECT_GT(sink.octets, 5000U * 100000U);
+}
+
+TEST(CanonPaths, ASinkHearsOfTheWorkBeforehandAndEndsIt) {
+    const std::string text = "<r><a Id='a'><!--" + std::string(5000, 'c') + "--></a>" +
+                             repeated(60000, [](int) { return "<e>text</e>"; }) + "</r>";
+    for (const std::uint64_t most : {text.size(), text.size() - 1}) {
+        CountingSink sink;
+        sink.most = most;
+        XmlCanon canon;
+        RecordingLog log;
+        EXPECT_EQ(canon.canonicalizeTo(StringBuffer{text}, nullptr, 0, sink, log),
+                  most == text.size());
+        EXPECT_EQ(sink.expected, text.size());
+        EXPECT_EQ(sink.octets != 0, most == text.size());
+    }
+    CountingSink sink;
+    XmlCanon canon;
+    RecordingLog log;
+    ASSERT_TRUE(canon.canonicalizeTo(StringBuffer{text}, "a", 0, sink, log));
+    EXPECT_EQ(sink.expected, text.find("</a>") + 4 - 3);
+    EXPECT_LT(sink.octets, 100U);
 }
 
 } // namespace
