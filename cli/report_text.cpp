@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <set>
 #include <utility>
 
 namespace vantrel::cli {
@@ -13,10 +14,13 @@ namespace {
 
 using json::JsonValue;
 
-// References beyond this number are summed up, but for those that do not match.
+// References beyond this number are summed up, but for those that do not match or
+// of which something is to be said.
 constexpr std::size_t kListedReferences = 20;
 // What stands for a report that is too large is short itself.
 constexpr std::size_t kMaxBriefReport = 1024;
+// Exclusions of one reference likewise.
+constexpr std::size_t kListedExclusions = 10;
 
 std::string_view textOf(const JsonValue& object, std::string_view name) {
     const JsonValue* const value = object.find(name);
@@ -70,14 +74,42 @@ std::string heading(const JsonValue& signature) {
     return out;
 }
 
+// What was left out of the covered part, the signature itself apart.
+std::string exceptions(const JsonValue& reference) {
+    std::string text;
+    std::size_t unlisted = 0;
+    std::size_t listed = 0;
+    for (const JsonValue& exclusion : listOf(reference, "excluded")) {
+        const std::string_view why = textOf(exclusion, "why");
+        if (why == "enveloped-signature") {
+            continue;
+        }
+        if (listed == kListedExclusions) {
+            ++unlisted;
+            continue;
+        }
+        text += listed++ == 0 ? " except " : ", ";
+        text += printable(textOf(exclusion, "path")) + " (" + printable(why) + ")";
+    }
+    if (unlisted > 0) {
+        text += " and " + std::to_string(unlisted) + " more (--json lists all)";
+    }
+    return text;
+}
+
 std::string targetOf(const JsonValue& reference) {
     const std::string_view covers = textOf(reference, "covers");
     const std::string uri = printable(textOf(reference, "uri"));
     if (covers == "document") {
-        return "the whole document";
+        const std::string without = exceptions(reference);
+        return without.empty() ? "the whole document" : "the document" + without;
     }
     if (covers == "element" && !textOf(reference, "path").empty()) {
-        return "element " + printable(textOf(reference, "path")) + " (" + uri + ")";
+        return "element " + printable(textOf(reference, "path")) + " (" + uri + ")" +
+               exceptions(reference);
+    }
+    if (covers == "elements") {
+        return "elements " + wordsOf(reference, "paths") + exceptions(reference);
     }
     if (covers == "external") {
         return "external " + uri;
@@ -93,6 +125,10 @@ std::string referenceLine(const JsonValue& reference) {
     if (status != "match" && status != "not-checked") {
         text += " (reason " + std::to_string(numberOf(reference, "reason")) + ")";
     }
+    if (const JsonValue* const isSigned = reference.find("signed");
+        isSigned != nullptr && isSigned->kind() == JsonValue::Kind::False) {
+        text += ", not signed by the value";
+    }
     if (const std::string words = wordsOf(reference, "accommodations"); !words.empty()) {
         text += " [" + words + "]";
     }
@@ -103,16 +139,30 @@ std::string referenceLines(const JsonValue& signature) {
     const std::vector<JsonValue>& references = listOf(signature, "references");
     std::string out;
     std::size_t unlisted = 0;
+    std::size_t withExceptions = 0;
+    std::set<std::string_view> leniencies;
     for (const JsonValue& reference : references) {
         const bool matches = textOf(reference, "status") == "match";
-        if (references.size() > kListedReferences && matches && numberOf(reference, "index") > 9) {
-            ++unlisted;
-        } else {
+        if (references.size() <= kListedReferences || !matches ||
+            numberOf(reference, "index") < 10) {
             out += referenceLine(reference);
+            continue;
+        }
+        ++unlisted;
+        withExceptions += exceptions(reference).empty() ? 0 : 1;
+        for (const JsonValue& word : listOf(reference, "accommodations")) {
+            leniencies.insert(word.text());
         }
     }
     if (unlisted > 0) {
-        out += line("", "and " + std::to_string(unlisted) + " more that match (--json lists all)");
+        std::string text = "and " + std::to_string(unlisted) + " more that match";
+        if (withExceptions > 0) {
+            text += ", " + std::to_string(withExceptions) + " of them with exceptions";
+        }
+        for (const std::string_view word : leniencies) {
+            text += " [" + printable(word) + "]";
+        }
+        out += line("", text + " (--json lists all)");
     }
     return out;
 }

@@ -1058,7 +1058,7 @@ def references():
     WithReferences = {"true" if count == 100 else "false"}
     WithoutReferences = true
     Reasons = {0 if count == 100 else 99}
-    {"NoLog" if count == 100 else "Log"} = More than 100 transforms in one reference.
+    {"NoLog" if count == 100 else "Log"} = The document passes the limit transformsPerReference of 100.
     """)
     case("references/order-of-failures", "<r><a Id='x'>1</a>{}</r>".format(signature(
         ref("#x", b'<a Id="x">1</a>', INC), ref("file.txt", b"detached"), ref("#none", b"", INC),

@@ -10,6 +10,15 @@ constexpr LimitEntry kTable[] = {
     {"keyOperations", &Limits::keyOperations,
      "Signature checks with a public key in all signatures of a document, weighted by the size of "
      "the key."},
+    {"workOctets", &Limits::workOctets,
+     "Octets that all references of a document together have parsed, canonicalized and hashed; for "
+     "large documents 64 times their size up to 4 GiB, and 16 times their size beyond."},
+    {"transformsPerReference", &Limits::transformsPerReference, "Transforms of one reference."},
+    {"transforms", &Limits::transforms,
+     "Transforms of all references of a document, those beyond the second of each."},
+    {"failuresRetried", &Limits::failuresRetried,
+     "References of a document that may fail before digests that do not match are no longer tried "
+     "with another attribute order."},
     {"logOctets", &Limits::logOctets, "Octets of the log of one operation."},
     {"reportOctets", &Limits::reportOctets, "Octets of the report of one operation."},
 };

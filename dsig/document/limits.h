@@ -11,6 +11,10 @@ namespace vantrel::dsig {
 // so that a document passes or fails alike on every machine. docs/limits.md lists them.
 struct Limits {
     std::uint64_t keyOperations = 10'000;
+    std::uint64_t workOctets = 1024ULL * 1024 * 1024;
+    std::uint64_t transformsPerReference = 100;
+    std::uint64_t transforms = 10'000;
+    std::uint64_t failuresRetried = 100;
     std::uint64_t logOctets = 64ULL * 1024 * 1024;
     std::uint64_t reportOctets = 64ULL * 1024 * 1024;
 };

@@ -1,7 +1,7 @@
 #ifndef DSIG_KEYS_CERTIFICATE_TEXT_H
 #define DSIG_KEYS_CERTIFICATE_TEXT_H
 
-#include "dsig/object/verification_report.h"
+#include "dsig/report/signature_report.h"
 #include "foundation/text/StringBuffer.h"
 
 #include <cstddef>

@@ -1,9 +1,9 @@
 // Keys that the caller supplies, and the collector of all candidate keys.
 
+#include "dsig/document/document.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"
 #include "foundation/text/encoders.h"

@@ -1,13 +1,13 @@
 // The certificates that a KeyInfo element carries or names.
 
+#include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/document_certificates.h"
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/keys/store_lookup.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/child_elements.h"
-#include "dsig/object/loaded_structure.h"
 #include "foundation/log/ClsStringArray.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/log/MethodFrame.h"

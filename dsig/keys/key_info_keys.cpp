@@ -1,13 +1,13 @@
 // The public keys that a KeyInfo element carries or names, as candidates in a fixed order.
 
+#include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/keys/certificate_text.h"
 #include "dsig/keys/document_certificates.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/child_elements.h"
-#include "dsig/object/loaded_structure.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"

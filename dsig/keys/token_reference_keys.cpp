@@ -1,13 +1,13 @@
 // WS-Security: keys that a SecurityTokenReference points at, in a BinarySecurityToken of the
 // document or in the certificate store.
 
+#include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/keys/document_certificates.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/child_elements.h"
-#include "dsig/object/loaded_structure.h"
 #include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"

@@ -1,6 +1,6 @@
 #include "dsig/object/ClsXmlDSig.h"
 
-#include "dsig/object/loaded_structure.h"
+#include "dsig/document/document.h"
 #include "foundation/log/CritSecExitor.h"
 #include "foundation/log/MethodFrame.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -29,12 +29,40 @@ ClsXmlDSig* ClsXmlDSig::createNewCls() {
     }
 }
 
-void _clsXmlDSigBase::setZatcaFromOptions(const StringBuffer& options, LogBase& log) {
-    m_zatcaRules = options.containsSubstringNoCase("ZATCA");
-    if (m_zatcaRules) {
-        m_noAttrSortRetry = true;
-        log.LogInfo("Will validate according to ZATCA rules...");
-    }
+dsig::Rules _clsXmlDSigBase::rules() const {
+    dsig::Rules rules;
+    rules.profileName = m_profileName;
+    rules.profileCode = m_profileCode;
+    rules.siiDocument = m_isSiiDocument;
+    rules.satDoda = m_isSatDoda;
+    rules.peruUbl = m_isPeruUbl;
+    rules.cmaStpDocument = m_cmaStpDocument;
+    rules.skXmlSignedDoc = m_isSkXmlSignedDoc;
+    rules.alwaysAttrSortBug = m_alwaysDuplicateAttrSortBug;
+    rules.mayHoldLau = m_mayHoldLau;
+    rules.zatca = m_zatcaRules;
+    rules.attrSortBug = m_duplicateAttrSortBug;
+    rules.noAttrSortRetry = m_noAttrSortRetry;
+    rules.siiDteOffset = m_siiDteOffset;
+    rules.siiDteXml = m_siiDteXml;
+    return rules;
+}
+
+void _clsXmlDSigBase::keepRules(const dsig::Rules& rules) {
+    m_profileName = rules.profileName;
+    m_profileCode = rules.profileCode;
+    m_isSiiDocument = rules.siiDocument;
+    m_isSatDoda = rules.satDoda;
+    m_isPeruUbl = rules.peruUbl;
+    m_cmaStpDocument = rules.cmaStpDocument;
+    m_isSkXmlSignedDoc = rules.skXmlSignedDoc;
+    m_alwaysDuplicateAttrSortBug = rules.alwaysAttrSortBug;
+    m_mayHoldLau = rules.mayHoldLau;
+    m_zatcaRules = rules.zatca;
+    m_duplicateAttrSortBug = rules.attrSortBug;
+    m_noAttrSortRetry = rules.noAttrSortRetry;
+    m_siiDteOffset = rules.siiDteOffset;
+    m_siiDteXml = rules.siiDteXml;
 }
 
 void ClsXmlDSig::get_VerifyOptions(XString& options) {

@@ -3,7 +3,7 @@
 
 #include "dsig/document/limits.h"
 #include "dsig/object/_clsXmlDSigBase.h"
-#include "dsig/object/verification_report.h"
+#include "dsig/report/signature_report.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
@@ -30,22 +30,15 @@ class DSigRefExternalData;
 class DSigReference;
 class Pkcs7SignedData;
 class XmlSigLocate;
-class _vlXmlDtd;
-
-namespace xml {
-class CanonSink;
-}
 
 namespace dsig {
 class SeenCertificates;
 struct DecodedCertificate;
-struct DigestInput;
+struct Selection;
+struct Document;
 struct KeySource;
-struct LoadedStructure;
 struct VerifyRun;
 } // namespace dsig
-
-struct TransformState;
 
 /// Verifier of XML digital signatures (XML Signature 1.0 and 1.1).
 ///
@@ -134,7 +127,8 @@ public:
     // Limits.
 
     /// Sets a limit of the work on one document, by its name in docs/limits.md; `value` is a
-    /// decimal number. False for a name or value that is none. Limits survive loads.
+    /// decimal number. False for a name or value that is none. Limits survive loads; set them
+    /// before a document is loaded.
     bool SetLimit(XString& name, XString& value);
 
     // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
@@ -202,77 +196,37 @@ private:
     bool getSignedInfoField(const char* childName, const char* attrName, StringBuffer& out,
                             LogBase& log);
     bool getSignatureValue(StringBuffer& outBase64, LogBase& log);
-    // Sets the locator up to answer with the selected signature or with nothing.
-    void useSelectedSignature(XmlSigLocate& locator, _vlXmlDtd& dtd) const;
-    static bool locateSignatureById(const StringBuffer& id, const StringBuffer& text,
-                                    XmlSigLocate& locator, _vlXmlDtd& dtd, LogBase& log);
-    // The selected signature in the loaded text, by its Id, else by its first reference's digest.
-    bool locateSelectedSignature(const StringBuffer& signatureId, const StringBuffer& firstDigest,
-                                 XmlSigLocate& locator, LogBase& log) const;
     bool parseFirstReference(DSigReference& first, LogBase& log);
     void splitRefDirs(ExtPtrArraySb& dirs) const;
-    dsig::LoadedStructure& structure();
+    dsig::Document& structure();
+    // The loaded document; null when no signature is selected.
+    dsig::Document* document();
+    [[nodiscard]] dsig::Selection selection() const;
+    void setZatca(const StringBuffer& options, LogBase& log);
     void beginReport();
     void finishReport();
     void describeKeys();
-    [[nodiscard]] bool nameElements();
-    void writeLastReport(StringBuffer& json);
+    void writeReportTo(StringBuffer& json);
     void reportUncheckedReferences();
-    void describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report);
+    void warnOfCoverage();
+    void warnOfStructure();
 
     // reference/
-    void logOptionsAndSetZatca(LogBase& log);
+    // Logs the options; the rules in force by them.
+    [[nodiscard]] dsig::Rules logRulesByOptions(LogBase& log) const;
     bool verifyReferenceDigest(int index, bool& externalMissing, ExtPtrArraySb& dirs, LogBase& log);
     bool verifyReferenceDigest2(int index, bool& externalMissing, ExtPtrArraySb& dirs,
                                 LogBase& log);
-    bool retryReferenceDigest(int index, bool& externalMissing, ExtPtrArraySb& dirs, LogBase& log);
-    // A reference into the document: from its transforms to the comparison.
     bool verifyInternalReference(int index, StringBuffer& fragmentId, DSigReference& ref,
                                  LogBase& log);
-    bool compareInternalDigest(const StringBuffer& fragmentId, DSigReference& ref,
-                               dsig::ReferenceReport& report, LogBase& log);
-    bool computeDigest(const StringBuffer& fragmentId, const DSigReference& ref,
-                       dsig::DigestInput& input, StringBuffer& calculated, LogBase& log);
-    void digestText(const DSigReference& ref, dsig::DigestInput& input, DataBuffer& digest,
-                    LogBase& log);
-    static bool isStoredDigest(const StringBuffer& calculated, const DSigReference& ref,
-                               const char* key, LogBase& log);
-    bool retryWithZatcaRules(const StringBuffer& fragmentId, const DSigReference& ref,
-                             dsig::DigestInput& input, StringBuffer& calculated, LogBase& log);
-    bool isHexDigest(const StringBuffer& calculated, const DSigReference& ref, LogBase& log);
-    [[nodiscard]] bool isToleratedMismatch(const LogBase& log) const;
-    void keepDigestInput(ByteView octets);
-    // With a sink, the last canonicalization of the chain streams into it where nothing follows.
-    bool buildDigestInput(const StringBuffer& fragmentId, const DSigReference& ref,
-                          xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
-    void startWorkingText(dsig::WorkingText& text, LogBase& log);
-    bool runImpliedTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
-                              xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
-    bool runTransforms(const StringBuffer& fragmentId, const DSigReference& ref,
-                       xml::CanonSink* sink, dsig::DigestInput& input, LogBase& log);
-    const ClsXml* parsedTransforms(const DSigReference& ref, LogBase& log);
-    bool runTransform(const ClsXml& transform, const StringBuffer& fragmentId,
-                      const DSigReference& ref, dsig::DigestInput& input, TransformState& state,
-                      LogBase& log);
-    bool canonicalizeOrFail(const ClsXml* transform, dsig::WorkingText& text,
-                            const StringBuffer& algorithm, const StringBuffer& fragmentId,
-                            LogBase& log);
-    static void base64Transform(const StringBuffer& text, DataBuffer& decoded, LogBase& log);
-    bool verifyExternalReference(const StringBuffer& uri, int index, const DSigReference& ref,
-                                 bool& externalMissing, const ExtPtrArraySb& dirs, LogBase& log);
-    static bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
-                                 LogBase& log);
-    bool digestExternalData(const DSigRefExternalData& data, int hashAlg, DataBuffer& digest,
-                            LogBase& log);
+    template <class Step>
+    bool checkReferenceBy(Step step, int index, bool& externalMissing, ExtPtrArraySb& dirs,
+                          LogBase& log);
     // Borrowed from the arrays; null when out of range, or absent and not to be created.
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     // Takes the selected signature, and those directly behind it, out of the text. Always true.
     bool transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& unused1,
                                      StringBuffer& unused2, DSigReference& ref, LogBase& log);
-    void removeEnvelopedSignature(dsig::WorkingText& text, const DSigReference& ref, LogBase& log);
-    bool locateEnvelopedSignature(const StringBuffer& id, const DSigReference& ref,
-                                  dsig::WorkingText& text, XmlSigLocate& locator,
-                                  LogBase& log) const;
     bool removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
                                          std::uint32_t length, LogBase& log);
 
@@ -281,12 +235,6 @@ private:
     bool referencePass(LogBase& log);
     bool timeStampPass(const dsig::VerifyRun& run, LogBase& log);
     bool canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log);
-    bool configureCanonicalizer(dsig::VerifyRun& run, XmlCanon& canonicalizer, LogBase& log);
-    bool runSignedInfoRoute(dsig::VerifyRun& run, XmlCanon& canonicalizer, LogBase& log);
-    static bool canonicalizeFrom(const StringBuffer& text, std::uint32_t offset,
-                                 XmlCanon& canonicalizer, StringBuffer& out, const char* failure,
-                                 LogBase& log);
-    bool takeZatcaInvoiceHash(dsig::VerifyRun& run, LogBase& log);
     bool readSignatureValue(dsig::VerifyRun& run, LogBase& log);
     bool hashSignedInfo(dsig::VerifyRun& run, LogBase& log);
     bool gatherKeys(dsig::VerifyRun& run, LogBase& log);
@@ -372,13 +320,12 @@ private:
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
     Ref<ClsPublicKey> m_keyForAll;
-    dsig::Limits m_limits;
 
+    dsig::Limits m_limits;
     dsig::SignatureReport m_report;
-    std::unique_ptr<dsig::LoadedStructure> m_structure; // what is derived once from the document
+    std::unique_ptr<dsig::Document> m_structure;        // what is derived once from the document
     VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last
     std::shared_ptr<dsig::CertificateTexts> m_keyTexts; // of that certificate
-    DataBuffer* m_digestInputCopy = nullptr; // set while somebody wants the octets themselves
 };
 
 } // namespace vantrel

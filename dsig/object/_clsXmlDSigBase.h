@@ -1,6 +1,7 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIGBASE_H
 #define DSIG_OBJECT_CLSXMLDSIGBASE_H
 
+#include "dsig/document/rules.h"
 #include "foundation/cms/_clsCades.h"
 #include "foundation/log/ClsBase.h"
 #include "foundation/text/StringBuffer.h"
@@ -12,16 +13,6 @@ namespace vantrel {
 
 class ClsXml;
 class DSigReference;
-class XmlCanon;
-
-namespace dsig {
-class WorkingText;
-class CodeSet;
-struct ChunkPattern;
-
-// The profiles of which a document has at most one: the first whose markers are there.
-enum class DocumentProfile { Sii, PeruUbl, AttrSort, AttrSortAlways, CmaStp, SatDoda };
-} // namespace dsig
 
 // The transforms and the document profiles of the verifier: what does not depend on the selected
 // signature. The flags describe the loaded document (detectSpecial); the transform chain, the
@@ -64,31 +55,10 @@ public:
     bool zatcaTransformInvoice(StringBuffer& xml, LogBase& log);
 
 protected:
-    // The canonicalization step on the working text of a reference; transformCanonicalize is this
-    // over a text of its own.
-    bool canonicalizeWorkingText(const ClsXml* transform, dsig::WorkingText& text,
-                                 const StringBuffer& algorithm, const StringBuffer& fragmentId,
-                                 LogBase& log);
-    bool xPathWorkingText(const ClsXml* transform, dsig::WorkingText& text,
-                          const StringBuffer& algorithm, const StringBuffer& xPath, LogBase& log);
-    bool runXPathShape(const ClsXml* transform, dsig::WorkingText& text,
-                       const StringBuffer& algorithm, const StringBuffer& xPath, LogBase& log);
-    bool removeRepeatedly(dsig::WorkingText& text, const dsig::ChunkPattern& pattern);
-    bool removeElementsNamed(dsig::WorkingText& text, const StringBuffer& xPath, LogBase& log);
-    bool removeElementsWithId(dsig::WorkingText& text, const StringBuffer& xPath, LogBase& log);
-    // The same two hooks on the working text of a reference.
-    void preprocessWorkingText(const StringBuffer& refId, const DSigReference& ref,
-                               dsig::WorkingText& text, LogBase& log);
-    void postProcessWorkingText(const StringBuffer& refId, const DSigReference& ref,
-                                dsig::WorkingText& text, LogBase& log);
-    bool canonicalizeForEbics(XmlCanon& canonicalizer, dsig::WorkingText& text,
-                              const StringBuffer& fragmentId, LogBase& log);
-    void applyProfile(dsig::DocumentProfile profile, LogBase& log);
-    // Sets the attribute-order emulation when the profile or a retry asks for it.
-    void configureAttrSort(XmlCanon& canonicalizer, LogBase& log) const;
-    static void logAttrSortEmulation(LogBase& log);
-    // The ZATCA word in an options text; sets m_zatcaRules and, with it, m_noAttrSortRetry.
-    void setZatcaFromOptions(const StringBuffer& options, LogBase& log);
+    // The rules in force, and keeping what a step found them to be: the members below are their
+    // storage.
+    [[nodiscard]] dsig::Rules rules() const;
+    void keepRules(const dsig::Rules& rules);
 
     std::int32_t m_profileCode = 0;
     bool m_isSiiDocument = false;
@@ -104,13 +74,7 @@ protected:
     bool m_cmaStpDocument = false;
 
     std::string_view m_profileName;
-    // The text could hold a SWIFT authentication block; where it could not, the canonical form need
-    // not be searched for one.
     bool m_mayHoldLau = false;
-    // Which order of the emulation table an emulated canonicalization uses.
-    bool m_secondAttrOrder = false;
-    // Where the steps of the current reference note the leniencies they use; may be null.
-    dsig::CodeSet* m_accommodations = nullptr;
 };
 
 } // namespace vantrel

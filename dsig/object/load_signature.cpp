@@ -1,7 +1,8 @@
 // Loading a signed document, and choosing one of its signatures.
 
+#include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
+#include "dsig/transform/profile_detection.h"
 #include "foundation/log/ClsBinData.h"
 #include "foundation/log/ClsStringBuilder.h"
 #include "foundation/log/LogContextExitor.h"
@@ -52,7 +53,7 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 
 bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     unloadDocument();
-    setZatcaFromOptions(m_log.options(), log);
+    setZatca(m_log.options(), log);
     m_xmlText = xml.getUtf8Sb();
     return parseLoadedText(log);
 }
@@ -77,7 +78,13 @@ bool ClsXmlDSig::parseLoadedText(LogBase& log) {
     return m_xmlRoot->findSignatures(m_signatures, log);
 }
 
-void ClsXmlDSig::checkSetZatca(LogBase& log) { setZatcaFromOptions(log.options(), log); }
+void ClsXmlDSig::checkSetZatca(LogBase& log) { setZatca(log.options(), log); }
+
+void ClsXmlDSig::setZatca(const StringBuffer& options, LogBase& log) {
+    dsig::Rules inForce = rules();
+    dsig::setZatcaFromOptions(options, inForce, log);
+    keepRules(inForce);
+}
 
 int ClsXmlDSig::get_NumSignatures() {
     const CritSecExitor lock(m_critSec);
@@ -128,11 +135,15 @@ ClsXml* ClsXmlDSig::selectedSignature() const {
     return static_cast<ClsXml*>(m_signatures.elementAt(m_selector));
 }
 
-dsig::LoadedStructure& ClsXmlDSig::structure() {
+dsig::Document& ClsXmlDSig::structure() {
     if (!m_structure) {
-        m_structure = std::make_unique<dsig::LoadedStructure>(m_xmlRoot->document());
+        m_structure = std::make_unique<dsig::Document>(m_xmlRoot->document(), m_limits);
     }
     return *m_structure;
+}
+
+dsig::Document* ClsXmlDSig::document() {
+    return selectedSignature() != nullptr ? &structure() : nullptr;
 }
 
 } // namespace vantrel

@@ -1,5 +1,6 @@
 #include "dsig/reference/DSigReference.h"
 
+#include "dsig/transform/chunk_removal.h"
 #include "dsig/transform/ebxml_fragments.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/log/LogContextExitor.h"
@@ -73,7 +74,7 @@ bool DSigReference::digestMethodIsKnown() const {
 }
 
 void DSigReference::removeEbXmlFragments(StringBuffer& xml, LogBase& /*log*/) {
-    dsig::removeEbXmlFragments(xml);
+    dsig::cutOut(xml, dsig::findEbXmlFragments(xml.view(), {}));
 }
 
 } // namespace vantrel

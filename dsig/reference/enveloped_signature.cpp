@@ -1,76 +1,81 @@
-// The enveloped-signature transform, on text: the selected signature and the signatures that stand
-// directly behind it are taken out.
+#include "dsig/reference/enveloped_signature.h"
 
-#include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
-#include "dsig/reference/DSigReference.h"
+#include "dsig/document/locate_signature.h"
 #include "dsig/reference/adjacent_signatures.h"
-#include "dsig/transform/working_text.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/scan/_vlXmlDtd.h"
-#include "foundation/xml/tree/ClsXml.h"
 
-namespace vantrel {
+namespace vantrel::dsig {
 
-bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& /*unused1*/,
-                                             StringBuffer& /*unused2*/, DSigReference& ref,
-                                             LogBase& log) {
-    dsig::onWorkingText(workingText,
-                        [&](dsig::WorkingText& text) { removeEnvelopedSignature(text, ref, log); });
-    return true;
-}
+namespace {
 
-void ClsXmlDSig::removeEnvelopedSignature(dsig::WorkingText& text, const DSigReference& ref,
-                                          LogBase& log) {
-    const LogContextExitor context(log, "transformEnvelopedSignature");
-    StringBuffer id;
-    selectedSignatureId(id, log);
-    // Invoices of the ZATCA rules carry this Id, and their digest leaves the signature where it is:
-    // the XPath transforms of the same reference have removed what is to be removed.
-    if (m_zatcaRules && id.equals("signature")) {
-        return;
+// The selected signature itself, wherever it stands in the text by now; no other takes its place.
+bool locate(const Selection& selection, const DSigReference& reference, WorkingText& text,
+            xml::TextRange& range, LogBase& log) {
+    const auto structure = text.structure(log);
+    if (structure == nullptr) {
+        return false;
     }
+    const bool known = text.loaded() != nullptr;
+    const xml::ElementId element = known && selection.signature != nullptr
+                                       ? text.elementOf(selection.element())
+                                       : xml::kNoElement;
+    const bool isThere = !known || element != xml::kNoElement;
     XmlSigLocate locator;
-    if (!locateEnvelopedSignature(id, ref, text, locator, log)) {
-        return;
-    }
-    const std::uint32_t length = dsig::lengthWithFollowingSignatures(
-        text.text().view(), locator.m_sigStart, locator.m_sigLength);
-    if (length != locator.m_sigLength) {
-        dsig::noteAccommodation(m_accommodations, dsig::accommodation::kEnvelopedExtraRemoved);
-    }
-    text.omit({locator.m_sigStart, length});
-}
-
-bool ClsXmlDSig::locateEnvelopedSignature(const StringBuffer& id, const DSigReference& ref,
-                                          dsig::WorkingText& text, XmlSigLocate& locator,
-                                          LogBase& log) const {
-    const StringBuffer& searched = text.text();
+    locator.m_selectedElement = element;
     _vlXmlDtd dtd;
-    if (text.isWholeLoadedText()) {
-        useSelectedSignature(locator, dtd);
-    }
+    dtd.setDocument(structure);
+    const StringBuffer& id = selection.id;
+    const StringBuffer& searched = structure->sourceText();
     if (!id.isEmpty()) {
         if (log.verbose()) {
             log.LogDataSb("removeSignatureWithId", id);
         }
-        return locateSignatureById(id, searched, locator, dtd, log);
+        if (!isThere || !locator.FindXmlSigById(id, searched, dtd, log)) {
+            logNoSignatureWithId(id, log);
+            return false;
+        }
+    } else {
+        if (log.verbose()) {
+            log.LogDataSb("removeSignatureHavingDigest", reference.m_digestValue);
+        }
+        if (!isThere ||
+            !locator.FindXmlSigByRefDigest(reference.m_digestValue, searched, dtd, log)) {
+            log.LogError("Unable to find Signature by digest value for enveloped-signature..");
+            return false;
+        }
     }
-    if (log.verbose()) {
-        log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
-    }
-    if (!locator.FindXmlSigByRefDigest(ref.m_digestValue, searched, dtd, log)) {
-        log.LogError("Unable to find Signature by digest value for enveloped-signature..");
-        return false;
-    }
+    range = element != xml::kNoElement
+                ? xml::rangeOf(structure->element(element).start, structure->element(element).end)
+                : xml::TextRange{locator.m_sigStart, locator.m_sigLength};
     return true;
 }
 
-bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
-                                                 std::uint32_t length, LogBase& /*log*/) {
-    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length));
-    return true;
+} // namespace
+
+bool removeEnvelopedSignature(const Selection& selection, const DSigReference& reference,
+                              const Rules& rules, WorkingText& text, CodeSet& leniencies,
+                              LogBase& log) {
+    const LogContextExitor context(log, "transformEnvelopedSignature");
+    // Invoices of the ZATCA rules carry this Id, and their digest leaves the signature where it is:
+    // the XPath transforms of the same reference have removed what is to be removed.
+    if (rules.zatca && selection.id.equals("signature")) {
+        return true;
+    }
+    xml::TextRange signature;
+    if (!locate(selection, reference, text, signature, log)) {
+        return true;
+    }
+    const std::uint32_t length =
+        lengthWithFollowingSignatures(text.searchable().text(), signature.start, signature.length);
+    if (length == signature.length) {
+        return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
+    }
+    leniencies.add(accommodation::kEnvelopedExtraRemoved);
+    const xml::TextRange following{signature.end(), length - signature.length};
+    return text.takeOut({following}, exclusion::kEnvelopedExtra, log) &&
+           text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
 }
 
-} // namespace vantrel
+} // namespace vantrel::dsig

@@ -1,23 +1,21 @@
-// The digest of a reference into the loaded document: its transforms, the implied ones, the
-// comparison, and the known ways in which signers compute digests otherwise.
+#include "dsig/reference/internal_reference.h"
 
-#include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
-#include "dsig/reference/DSigReference.h"
+#include "dsig/reference/digest_comparison.h"
 #include "dsig/reference/digest_input.h"
 #include "dsig/reference/hash_sink.h"
-#include "dsig/transform/profile_markers.h"
-#include "dsig/transform/working_text.h"
+#include "dsig/transform/canonicalize_step.h"
+#include "dsig/transform/profile_steps.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/log/LogContextExitor.h"
 #include "foundation/text/encoders.h"
+#include "foundation/xml/canon/fragment_id.h"
 
-namespace vantrel {
+#include <algorithm>
+#include <string_view>
+
+namespace vantrel::dsig {
 
 namespace {
-
-constexpr int kReasonMatch = 0;
-constexpr int kReasonMismatch = 1;
 
 // Base64 of a digest's hexadecimal text is longer than base64 of the digest by more than this.
 constexpr std::uint32_t kHexDigestExcess = 8;
@@ -37,170 +35,261 @@ void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
     digest.append(hex);
 }
 
-} // namespace
-
-bool ClsXmlDSig::verifyInternalReference(int index, StringBuffer& fragmentId, DSigReference& ref,
-                                         LogBase& log) {
-    const LogContextExitor context(log, "verifyInternalReference");
-    dsig::ReferenceReport& report = m_report.reference(index);
-    m_accommodations = &report.accommodations;
-    describeCoverage(fragmentId, report);
-    const bool ok = compareInternalDigest(fragmentId, ref, report, log);
-    m_accommodations = nullptr;
-    return ok;
-}
-
-bool ClsXmlDSig::compareInternalDigest(const StringBuffer& fragmentId, DSigReference& ref,
-                                       dsig::ReferenceReport& report, LogBase& log) {
-    dsig::DigestInput input;
-    StringBuffer calculated;
-    m_secondAttrOrder = false;
-    if (!computeDigest(fragmentId, ref, input, calculated, log)) {
-        return false;
-    }
-    bool equal = isStoredDigest(calculated, ref, "calculatedDigest", log);
-    const bool emulating = m_duplicateAttrSortBug || m_alwaysDuplicateAttrSortBug;
-    if (!equal && emulating) {
-        m_secondAttrOrder = true;
-        dsig::DigestInput secondInput;
-        StringBuffer secondCalculated;
-        equal = computeDigest(fragmentId, ref, secondInput, secondCalculated, log) &&
-                isStoredDigest(secondCalculated, ref, "calculatedDigest", log);
-    }
-    if (equal && emulating) {
-        log.logText("attributeOrder", m_secondAttrOrder ? "local name" : "prefix, local name");
-        report.accommodations.add(dsig::accommodation::kAttrSortEmulated);
-    }
-    m_secondAttrOrder = false;
-
-    equal = equal || retryWithZatcaRules(fragmentId, ref, input, calculated, log) ||
-            isHexDigest(calculated, ref, log) || isToleratedMismatch(log);
-    m_refFailReason = equal ? kReasonMatch : kReasonMismatch;
-    return equal;
-}
-
-bool ClsXmlDSig::computeDigest(const StringBuffer& fragmentId, const DSigReference& ref,
-                               dsig::DigestInput& input, StringBuffer& calculated, LogBase& log) {
-    dsig::HashSink sink(ref.getHashAlg());
-    // Whoever needs the octets themselves afterwards gets them as a text.
-    const bool streamable = !m_zatcaRules && !m_mayHoldLau && m_digestInputCopy == nullptr;
-    if (!buildDigestInput(fragmentId, ref, streamable ? &sink : nullptr, input, log)) {
-        return false;
-    }
-    DataBuffer digest;
-    if (input.text.wasStreamed()) {
-        sink.finish(digest);
-    } else {
-        digestText(ref, input, digest, log);
-    }
-    calculated.clear();
-    digest.encodeDB("base64", calculated);
-    return true;
-}
-
-void ClsXmlDSig::digestText(const DSigReference& ref, dsig::DigestInput& input, DataBuffer& digest,
-                            LogBase& log) {
-    const int hashAlg = ref.getHashAlg();
-    if (input.base64Pending) {
-        DataBuffer decoded;
-        base64Transform(input.text.text(), decoded, log);
-        keepDigestInput(decoded.view());
-        _vlHash::doHash(decoded.getData2(), decoded.getSize(), hashAlg, digest);
+// What was digested in fact, for the report.
+void reportCoverage(const Document& document, const Coverage& coverage, ReferenceReport& result) {
+    result.covers = coverage.wholeDocument          ? "document"
+                    : coverage.elements.size() == 1 ? "element"
+                                                    : "elements";
+    result.coveredElements = coverage.elements;
+    result.coverageKnown = coverage.known;
+    result.excluded = coverage.excluded;
+    if (coverage.wholeDocument) {
         return;
     }
-    if (input.text.text().isEmpty()) {
-        return; // equal to nothing
-    }
-    if (m_zatcaRules && input.text.text().containsSubstring("SignedProperties")) {
-        dsig::noteAccommodation(m_accommodations, dsig::accommodation::kZatcaRules);
-        StringBuffer& text = input.text.change();
-        closeDigestMethod(text);
-        keepDigestInput(asBytes(text.view()));
-        hexDigest(text, hashAlg, digest);
-        return;
-    }
-    const StringBuffer& text = input.text.text();
-    keepDigestInput(asBytes(text.view()));
-    _vlHash::doHash(text.getString(), text.getSize(), hashAlg, digest);
+    // What was cut off with all around it lies outside.
+    std::erase_if(result.excluded, [&](const Exclusion& exclusion) {
+        return std::none_of(coverage.elements.begin(), coverage.elements.end(),
+                            [&](xml::ElementId element) {
+                                xml::TextRange range;
+                                return document.structure->sourceRange(element, range) &&
+                                       isInside(exclusion.range, range);
+                            });
+    });
 }
 
-bool ClsXmlDSig::isStoredDigest(const StringBuffer& calculated, const DSigReference& ref,
-                                const char* key, LogBase& log) {
-    log.LogDataSb(key, calculated);
-    log.LogDataSb("storedRefDigest", ref.m_digestValue);
-    return !calculated.isEmpty() && calculated.equals(ref.m_digestValue);
-}
+// One way of computing the digest.
+struct Attempt {
+    explicit Attempt(Document& document) : input(document) {}
 
-// Documents of the ZATCA rules that are verified without the option are known by the length of the
-// stored digest. The rules then stay on for the rest of the work on this document.
-bool ClsXmlDSig::retryWithZatcaRules(const StringBuffer& fragmentId, const DSigReference& ref,
-                                     dsig::DigestInput& input, StringBuffer& calculated,
-                                     LogBase& log) {
-    if (m_zatcaRules || calculated.getSize() + kHexDigestExcess >= ref.m_digestValue.getSize()) {
-        return false;
+    DigestInput input;
+    StringBuffer calculated; // base64; empty when there is nothing that has a digest
+    DataBuffer octets;       // that were digested, where they are wanted
+};
+
+// The check of one internal reference: the attempts at its digest, in their order.
+class InternalCheck {
+public:
+    InternalCheck(const ReferenceQuery& query, const DSigReference& reference,
+                  const StringBuffer& fragmentId, Rules& rules, ReferenceReport& result,
+                  LogBase& log) noexcept
+        : m_query(query), m_reference(reference), m_fragmentId(fragmentId), m_rules(rules),
+          m_result(result), m_log(log) {}
+
+    RefReason run() {
+        Attempt first(*m_query.document);
+        const RefReason outcome = compute(first);
+        if (outcome != RefReason::Match) {
+            return outcome;
+        }
+        take(first);
+        if (matchesInOrderOfRules(first) || matchesByZatcaRules(first) ||
+            isHexDigest(first.calculated) || isToleratedMismatch()) {
+            return RefReason::Match;
+        }
+        return RefReason::Mismatch;
     }
-    if (input.text.wasStreamed()) {
-        LogNull quiet(log);
-        input = {};
-        if (!buildDigestInput(fragmentId, ref, nullptr, input, quiet)) {
-            return false;
+
+private:
+    // The digest as it is, or in the second of the faulty attribute orders where the first of them
+    // did not help.
+    bool matchesInOrderOfRules(const Attempt& first) {
+        bool equal = isStoredDigest(first.calculated, m_reference, m_log);
+        if (!m_rules.emulatesAttrSort()) {
+            return equal;
+        }
+        bool inSecondOrder = false;
+        if (!equal) {
+            Attempt second(*m_query.document);
+            m_rules.secondAttrOrder = true;
+            equal = compute(second) == RefReason::Match &&
+                    isStoredDigest(second.calculated, m_reference, m_log);
+            m_rules.secondAttrOrder = false;
+            if (equal) {
+                inSecondOrder = true;
+                take(second);
+            }
+        }
+        if (equal) {
+            m_log.logText("attributeOrder", inSecondOrder ? "local name" : "prefix, local name");
+            m_result.accommodations.add(accommodation::kAttrSortEmulated);
+        }
+        return equal;
+    }
+
+    RefReason compute(Attempt& attempt) {
+        const int hashAlg = m_reference.getHashAlg();
+        HashSink sink(hashAlg);
+        // Whoever needs the octets themselves afterwards gets them as a text. What comes from an
+        // entity was not there when the loaded text was searched for an authentication block.
+        const bool mayHoldLau = m_rules.mayHoldLau || m_query.document->structure->isExpanded();
+        const bool streamable = !m_rules.zatca && !mayHoldLau && !m_query.keepOctets;
+        const RefReason outcome = build(attempt.input, streamable ? &sink : nullptr, m_log);
+        if (outcome != RefReason::Match) {
+            return outcome;
+        }
+        DataBuffer digest;
+        if (attempt.input.text.wasStreamed()) {
+            sink.finish(digest);
+        } else {
+            digestText(attempt, hashAlg, digest);
+        }
+        digest.encodeDB("base64", attempt.calculated);
+        return RefReason::Match;
+    }
+
+    RefReason build(DigestInput& input, xml::CanonSink* sink, LogBase& log) {
+        return buildDigestInput(m_query, m_reference, m_fragmentId, sink, m_rules, input,
+                                m_result.accommodations, log);
+    }
+
+    void digestText(Attempt& attempt, int hashAlg, DataBuffer& digest) {
+        WorkingText& text = attempt.input.text;
+        if (attempt.input.base64Pending) {
+            DataBuffer decoded;
+            if (!decodeBase64Content(text, decoded, m_result.accommodations, m_log)) {
+                return; // no digest: equal to nothing
+            }
+            _vlHash::doHash(decoded.getData2(), decoded.getSize(), hashAlg, digest);
+            keepOctets(decoded.view(), attempt);
+            return;
+        }
+        StringBuffer octets = text.text();
+        if (octets.isEmpty()) {
+            return; // equal to nothing
+        }
+        if (m_rules.zatca && octets.containsSubstring("SignedProperties")) {
+            m_result.accommodations.add(accommodation::kZatcaRules);
+            closeDigestMethod(octets);
+            hexDigest(octets, hashAlg, digest);
+        } else {
+            _vlHash::doHash(octets.getString(), octets.getSize(), hashAlg, digest);
+        }
+        keepOctets(asBytes(octets.view()), attempt);
+    }
+
+    void keepOctets(ByteView octets, Attempt& attempt) const {
+        if (m_query.keepOctets) {
+            attempt.octets.append(octets);
         }
     }
-    if (!input.text.text().containsSubstring("SignedProperties")) {
-        return false;
+
+    // The result is what this attempt found.
+    void take(Attempt& attempt) {
+        reportCoverage(*m_query.document, attempt.input.text.coverage(), m_result);
+        m_result.computed = attempt.calculated;
+        m_result.octets.clear();
+        m_result.octets.append(attempt.octets);
     }
-    log.LogInfo("Retry with ZATCA rules...");
-    dsig::WorkingText text(m_xmlText, structure().document);
-    preprocessWorkingText(fragmentId, ref, text, log);
-    const StringBuffer algorithm("xml-exc-c14n");
-    // A canonicalization that fails leaves the text as it is; the comparison then decides.
-    static_cast<void>(canonicalizeWorkingText(nullptr, text, algorithm, fragmentId, log));
-    StringBuffer& octets = text.change();
-    closeDigestMethod(octets);
-    DataBuffer digest;
-    hexDigest(octets, ref.getHashAlg(), digest);
-    calculated.clear();
-    digest.encodeDB("base64", calculated);
-    log.LogDataSb("calculatedDigest2", calculated);
-    log.LogDataSb("storedRefDigest2", ref.m_digestValue);
-    m_noAttrSortRetry = true;
-    m_zatcaRules = true;
-    if (!calculated.equals(ref.m_digestValue)) {
-        return false;
+
+    // Documents of the ZATCA rules that are verified without the option are known by the length of
+    // the stored digest. The rules then stay on for the rest of the work on this document.
+    bool matchesByZatcaRules(Attempt& first) {
+        if (m_rules.zatca || first.calculated.isEmpty() ||
+            first.calculated.getSize() + kHexDigestExcess >= m_reference.m_digestValue.getSize() ||
+            !holdsSignedProperties(first)) {
+            return false;
+        }
+        m_log.LogInfo("Retry with ZATCA rules...");
+        Attempt retry(*m_query.document);
+        WorkingText& text = retry.input.text;
+        if (!preprocess(m_fragmentId, text, m_rules, m_result.accommodations, m_log)) {
+            return false;
+        }
+        const StringBuffer algorithm("xml-exc-c14n");
+        // A canonicalization that fails leaves the text as it is; the comparison then decides.
+        static_cast<void>(canonicalizeStep(nullptr, text, algorithm, m_fragmentId, nullptr, m_rules,
+                                           m_result.accommodations, m_log));
+        StringBuffer octets = text.text();
+        closeDigestMethod(octets);
+        DataBuffer digest;
+        hexDigest(octets, m_reference.getHashAlg(), digest);
+        digest.encodeDB("base64", retry.calculated);
+        m_log.LogDataSb("calculatedDigest2", retry.calculated);
+        m_log.LogDataSb("storedRefDigest2", m_reference.m_digestValue);
+        m_rules.noAttrSortRetry = true;
+        m_rules.zatca = true;
+        first.calculated = retry.calculated;
+        if (!retry.calculated.equals(m_reference.m_digestValue)) {
+            return false;
+        }
+        m_result.accommodations.add(accommodation::kZatcaAuto);
+        keepOctets(asBytes(octets.view()), retry);
+        take(retry);
+        return true;
     }
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kZatcaAuto);
-    keepDigestInput(asBytes(octets.view()));
-    return true;
+
+    // What was streamed is made once more, as a text.
+    bool holdsSignedProperties(Attempt& first) {
+        if (!first.input.text.wasStreamed()) {
+            return first.input.text.text().containsSubstring("SignedProperties");
+        }
+        LogNull quiet(m_log);
+        DigestInput again(*m_query.document);
+        return build(again, nullptr, quiet) == RefReason::Match &&
+               again.text.text().containsSubstring("SignedProperties");
+    }
+
+    // Some signers write the digest in hexadecimal.
+    bool isHexDigest(const StringBuffer& calculated) {
+        if (!m_reference.m_digestValue.isHexidecimal()) {
+            return false;
+        }
+        m_log.LogError(
+            "Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
+        DataBuffer stored;
+        StringBuffer storedBase64;
+        if (!stored.appendEncoded(m_reference.m_digestValue.getString(), "hex")) {
+            return false;
+        }
+        stored.encodeDB("base64", storedBase64);
+        m_log.LogDataSb("storedRefDigest_base64", storedBase64);
+        if (calculated.isEmpty() || !storedBase64.equals(calculated)) {
+            return false;
+        }
+        m_result.accommodations.add(accommodation::kDigestHex);
+        return true;
+    }
+
+    bool isToleratedMismatch() {
+        if (!m_log.options().containsSubstring("AllowXmlDigestError")) {
+            return false;
+        }
+        m_result.accommodations.add(accommodation::kDigestTolerated);
+        return true;
+    }
+
+    const ReferenceQuery& m_query;
+    const DSigReference& m_reference;
+    const StringBuffer& m_fragmentId;
+    Rules& m_rules;
+    ReferenceReport& m_result;
+    LogBase& m_log;
+};
+
+} // namespace
+
+void describeTarget(const Document& document, const StringBuffer& fragmentId,
+                    ReferenceReport& result) {
+    xml::ElementId element = xml::kNoElement;
+    const xml::FragmentTarget target =
+        xml::resolveFragment(*document.structure, fragmentId.view(), element);
+    if (target == xml::FragmentTarget::Document) {
+        result.covers = "document";
+        return;
+    }
+    // An element that is not there, or not the only one, has neither name nor path.
+    result.covers = "element";
+    if (target == xml::FragmentTarget::Element) {
+        result.coveredElements = {element};
+    }
 }
 
-// Some signers write the digest in hexadecimal.
-bool ClsXmlDSig::isHexDigest(const StringBuffer& calculated, const DSigReference& ref,
-                             LogBase& log) {
-    if (!ref.m_digestValue.isHexidecimal()) {
-        return false;
-    }
-    log.LogError(
-        "Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
-    DataBuffer stored;
-    StringBuffer storedBase64;
-    if (!stored.appendEncoded(ref.m_digestValue.getString(), "hex")) {
-        return false;
-    }
-    stored.encodeDB("base64", storedBase64);
-    log.LogDataSb("storedRefDigest_base64", storedBase64);
-    if (calculated.isEmpty() || !storedBase64.equals(calculated)) {
-        return false;
-    }
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kDigestHex);
-    return true;
+void checkInternalReference(const ReferenceQuery& query, const DSigReference& reference,
+                            const StringBuffer& fragmentId, Rules& rules, ReferenceReport& result,
+                            LogBase& log) {
+    const LogContextExitor context(log, "verifyInternalReference");
+    describeTarget(*query.document, fragmentId, result);
+    result.reason = InternalCheck(query, reference, fragmentId, rules, result, log).run();
 }
 
-bool ClsXmlDSig::isToleratedMismatch(const LogBase& log) const {
-    if (!log.options().containsSubstring("AllowXmlDigestError")) {
-        return false;
-    }
-    dsig::noteAccommodation(m_accommodations, dsig::accommodation::kDigestTolerated);
-    return true;
-}
-
-} // namespace vantrel
+} // namespace vantrel::dsig

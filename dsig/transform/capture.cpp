@@ -1,12 +1,11 @@
-// Reading one value out of serialized XML by searching for it.
+#include "dsig/transform/capture.h"
 
-#include "dsig/object/ClsXmlDSig.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/strings.h"
 
 #include <string>
 
-namespace vantrel {
+namespace vantrel::dsig {
 
 namespace {
 
@@ -18,8 +17,7 @@ bool captureFailed(const char* message, const StringBuffer& startTag, LogBase& l
 
 } // namespace
 
-bool ClsXmlDSig::captureUniqueTagContent(const char* tagStart, const StringBuffer& xml,
-                                         StringBuffer& out, LogBase& /*log*/) {
+bool captureTagContent(const char* tagStart, const StringBuffer& xml, StringBuffer& out) {
     out.clear();
     const std::string_view all = xml.view();
     const std::size_t tag = text::findText(all, text::viewOf(tagStart));
@@ -35,9 +33,8 @@ bool ClsXmlDSig::captureUniqueTagContent(const char* tagStart, const StringBuffe
 }
 
 // The value must be in double quotes. The first message names one attribute whatever the tag is.
-bool ClsXmlDSig::captureUniqueAttrContent(const char* tagStart, const char* attrName,
-                                          const StringBuffer& xml, StringBuffer& out,
-                                          LogBase& log) {
+bool captureAttributeValue(const char* tagStart, const char* attrName, const StringBuffer& xml,
+                           StringBuffer& out, LogBase& log) {
     out.clear();
     if (tagStart == nullptr || attrName == nullptr) {
         return false;
@@ -71,4 +68,4 @@ bool ClsXmlDSig::captureUniqueAttrContent(const char* tagStart, const char* attr
     return out.setView(tagText.substr(at + 1, end - at - 1));
 }
 
-} // namespace vantrel
+} // namespace vantrel::dsig

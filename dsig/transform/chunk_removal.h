@@ -1,14 +1,17 @@
 #ifndef DSIG_TRANSFORM_CHUNK_REMOVAL_H
 #define DSIG_TRANSFORM_CHUNK_REMOVAL_H
 
+#include "dsig/transform/gapped_text.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
 
 #include <string_view>
+#include <vector>
 
 namespace vantrel::dsig {
 
 // Removals of one recognised kind stop after this many; the rest stays in the text.
-inline constexpr int kMostChunks = 100;
+inline constexpr std::size_t kMostChunks = 100;
 
 // A stretch of text from `start` to the first `end` at or after it, both included.
 struct ChunkPattern {
@@ -17,13 +20,18 @@ struct ChunkPattern {
     std::string_view needle = {}; // only chunks that contain it count; empty: all do
 };
 
-// Removes the first such chunk, again and again, at most `most` times; returns how many. The result
-// is that of searching the changed text from its beginning each time, but the text is read and
-// moved once. Throws std::bad_alloc, the text unchanged.
-int removeChunks(StringBuffer& text, const ChunkPattern& pattern, int most);
+struct FoundChunks {
+    std::vector<xml::TextRange> chunks; // ascending, disjoint
+    bool more = false;                  // there are others beyond the number asked for
+};
 
-// True when the text holds such a chunk.
-[[nodiscard]] bool hasChunk(const StringBuffer& text, const ChunkPattern& pattern);
+// The first `most` chunks: what one removes who looks for the first chunk, removes it, and begins
+// anew.
+[[nodiscard]] FoundChunks findChunks(const GappedText& text, const ChunkPattern& pattern,
+                                     std::size_t most);
+
+// Cuts stretches (ascending, disjoint) out of a text. Throws std::bad_alloc, the text unchanged.
+void cutOut(StringBuffer& text, const std::vector<xml::TextRange>& ranges);
 
 } // namespace vantrel::dsig
 

@@ -2,16 +2,17 @@
 
 #include "dsig/transform/ebxml_fragments.h"
 
+#include "dsig/transform/gapped_text.h"
 #include "dsig/transform/profile_markers.h"
-#include "foundation/text/strings.h"
 
+#include <algorithm>
 #include <string>
 
 namespace vantrel::dsig {
 
 namespace {
 
-constexpr int kMostFragments = 13;
+constexpr std::size_t kMostFragments = 13;
 constexpr std::size_t kNone = std::string_view::npos;
 
 // Finds the attribute by either of its values, the SOAP one first.
@@ -22,15 +23,15 @@ public:
         std::size_t length;
     };
 
-    Match find(std::string_view text, std::size_t from) {
+    Match find(const GappedText& text, std::size_t from) {
         // A value that is not found from one place on is not found from a later one either.
         if (!m_soapExhausted) {
-            if (const std::size_t at = text::findText(text, m_soap, from); at != kNone) {
+            if (const std::size_t at = text.find(m_soap, from); at != kNone) {
                 return {at, m_soap.size()};
             }
             m_soapExhausted = true;
         }
-        return {text::findText(text, m_ebXml, from), m_ebXml.size()};
+        return {text.find(m_ebXml, from), m_ebXml.size()};
     }
     void textChanged() noexcept { m_soapExhausted = false; }
 
@@ -59,40 +60,52 @@ std::size_t enclosingStartTag(std::string_view text, std::size_t match, std::siz
 }
 
 // The end of the element that begins at `open`: behind the first end tag that begins with its name.
-std::size_t endOfElement(std::string_view text, std::size_t open) {
+std::size_t endOfElement(const GappedText& searched, std::size_t open) {
+    const std::string_view text = searched.text();
     const std::size_t nameEnd = text.find_first_of(" \t>", open);
     if (nameEnd == kNone) {
         return kNone;
     }
     const std::string endTag = "</" + std::string(text.substr(open + 1, nameEnd - open - 1));
-    const std::size_t at = text::findText(text, endTag, open);
+    const std::size_t at = searched.find(endTag, open);
     const std::size_t close = at == kNone ? kNone : text.find('>', at);
     return close == kNone ? kNone : close + 1;
 }
 
 } // namespace
 
-void removeEbXmlFragments(StringBuffer& xml) {
+std::vector<xml::TextRange> findEbXmlFragments(std::string_view text,
+                                               std::span<const xml::TextRange> gaps) {
     NextActorSearch search;
+    std::vector<xml::TextRange> found;
+    std::vector<xml::TextRange> absent(gaps.begin(), gaps.end()); // those found included
     std::size_t from = 0;
-    for (int removed = 0; removed < kMostFragments;) {
-        const NextActorSearch::Match match = search.find(xml.view(), from);
+    while (found.size() < kMostFragments) {
+        const GappedText rest(text, absent);
+        const NextActorSearch::Match match = search.find(rest, from);
         if (match.start == kNone) {
-            return;
+            break;
         }
-        const std::size_t open = enclosingStartTag(xml.view(), match.start, from);
+        const std::size_t open = enclosingStartTag(text, match.start, from);
         if (open == kNone) {
             from = match.start + match.length;
             continue;
         }
-        const std::size_t end = open == from ? kNone : endOfElement(xml.view(), open);
+        const std::size_t end = open == from ? kNone : endOfElement(rest, open);
         if (end == kNone) {
-            return;
+            break;
         }
-        xml.removeChunk(static_cast<std::uint32_t>(open), static_cast<std::uint32_t>(end - open));
+        const xml::TextRange block = xml::rangeOf(open, end);
+        const auto place = std::upper_bound(
+            absent.begin(), absent.end(), block.start,
+            [](std::uint32_t start, xml::TextRange gap) { return start < gap.start; });
+        absent.insert(place, block);
+        found.push_back(block);
         search.textChanged();
-        ++removed;
     }
+    std::sort(found.begin(), found.end(),
+              [](xml::TextRange one, xml::TextRange other) { return one.start < other.start; });
+    return found;
 }
 
 } // namespace vantrel::dsig

@@ -1,12 +1,19 @@
 #ifndef DSIG_TRANSFORM_EBXML_FRAGMENTS_H
 #define DSIG_TRANSFORM_EBXML_FRAGMENTS_H
 
-#include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
+
+#include <span>
+#include <string_view>
+#include <vector>
 
 namespace vantrel::dsig {
 
-// Removes the header blocks of an ebXML message that are addressed to the next actor, at most 13.
-void removeEbXmlFragments(StringBuffer& xml);
+// The header blocks of an ebXML message that are addressed to the next actor, at most 13: what one
+// removes who looks for the first, removes it, and goes on looking. `gaps` are not there. Ascending
+// and disjoint.
+[[nodiscard]] std::vector<xml::TextRange> findEbXmlFragments(std::string_view text,
+                                                             std::span<const xml::TextRange> gaps);
 
 } // namespace vantrel::dsig
 

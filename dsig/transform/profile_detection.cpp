@@ -1,15 +1,12 @@
-// Recognising documents of national and industry systems by the markers in their text.
+#include "dsig/transform/profile_detection.h"
 
-#include "dsig/object/_clsXmlDSigBase.h"
 #include "dsig/transform/profile_markers.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/multi_search.h"
 
 #include <array>
 
-namespace vantrel {
-
-namespace marker = dsig::marker;
+namespace vantrel::dsig {
 
 namespace {
 
@@ -51,7 +48,8 @@ constexpr std::array<std::string_view, MarkerCount> kMarkers = {
     marker::kLauStart,
 };
 
-using Profile = dsig::DocumentProfile;
+// The profiles of which a document has at most one: the first whose markers are there.
+enum class Profile { Sii, PeruUbl, AttrSort, AttrSortAlways, CmaStp, SatDoda };
 
 struct ProfileRule {
     MarkerIndex marker;
@@ -81,60 +79,74 @@ void logMarker(LogBase& log, std::string_view text, std::size_t offset) {
     log.LogDataLong("profileMarkerOffset", static_cast<std::int64_t>(offset));
 }
 
+void apply(Profile profile, Rules& rules, LogBase& log) {
+    switch (profile) {
+    case Profile::Sii:
+        rules.siiDocument = true;
+        rules.noAttrSortRetry = true;
+        rules.siiDteXml.clear();
+        return;
+    case Profile::PeruUbl:
+        rules.profileCode = 3;
+        rules.peruUbl = true;
+        return;
+    case Profile::AttrSortAlways: rules.alwaysAttrSortBug = true; [[fallthrough]];
+    case Profile::AttrSort:
+        logAttrSortEmulation(log);
+        rules.attrSortBug = true;
+        return;
+    case Profile::CmaStp: rules.cmaStpDocument = true; return;
+    case Profile::SatDoda: rules.satDoda = true; return;
+    }
+}
+
+// What a load does not touch: the ZATCA rules are the options' matter, and the last cut and the
+// profile code stay until another takes their place.
+Rules withoutProfile(const Rules& before) {
+    Rules rules;
+    rules.zatca = before.zatca;
+    rules.profileCode = before.profileCode;
+    rules.siiDteOffset = before.siiDteOffset;
+    rules.siiDteXml = before.siiDteXml;
+    return rules;
+}
+
 } // namespace
 
-void _clsXmlDSigBase::detectSpecial(const StringBuffer& xml, LogBase& log) {
-    m_isSiiDocument = false;
-    m_isSatDoda = false;
-    m_alwaysDuplicateAttrSortBug = false;
-    m_isPeruUbl = false;
-    m_duplicateAttrSortBug = false;
-    m_noAttrSortRetry = false;
-    m_isSkXmlSignedDoc = false;
-    m_cmaStpDocument = false;
-    m_profileName = {};
-
+void detectProfile(std::string_view xml, Rules& rules, LogBase& log) {
+    rules = withoutProfile(rules);
     std::array<std::size_t, MarkerCount> found{};
-    text::findAll(xml.view(), kMarkers, found);
+    text::findAll(xml, kMarkers, found);
     const auto isThere = [&found](MarkerIndex index) {
         return found[index] != std::string_view::npos;
     };
-    m_mayHoldLau = isThere(Lau);
+    rules.mayHoldLau = isThere(Lau);
 
     for (const ProfileRule& rule : kRules) {
         if (isThere(rule.marker) && isThere(rule.also)) {
             logMarker(log, kMarkers[rule.marker], found[rule.marker]);
-            m_profileName = rule.name;
-            applyProfile(rule.profile, log);
+            rules.profileName = rule.name;
+            apply(rule.profile, rules, log);
             break;
         }
     }
     if (isThere(SignedDoc) && isThere(SkXml)) {
         logMarker(log, kMarkers[SignedDoc], found[SignedDoc]);
-        m_isSkXmlSignedDoc = true;
-        m_profileName = m_profileName.empty() ? "sk-xml" : m_profileName;
+        rules.skXmlSignedDoc = true;
+        rules.profileName = rules.profileName.empty() ? "sk-xml" : rules.profileName;
     }
 }
 
-void _clsXmlDSigBase::applyProfile(dsig::DocumentProfile profile, LogBase& log) {
-    switch (profile) {
-    case Profile::Sii:
-        m_isSiiDocument = true;
-        m_noAttrSortRetry = true;
-        m_siiDteXml.clear();
-        return;
-    case Profile::PeruUbl:
-        m_profileCode = 3;
-        m_isPeruUbl = true;
-        return;
-    case Profile::AttrSortAlways: m_alwaysDuplicateAttrSortBug = true; [[fallthrough]];
-    case Profile::AttrSort:
-        logAttrSortEmulation(log);
-        m_duplicateAttrSortBug = true;
-        return;
-    case Profile::CmaStp: m_cmaStpDocument = true; return;
-    case Profile::SatDoda: m_isSatDoda = true; return;
+void setZatcaFromOptions(const StringBuffer& options, Rules& rules, LogBase& log) {
+    rules.zatca = options.containsSubstringNoCase("ZATCA");
+    if (rules.zatca) {
+        rules.noAttrSortRetry = true;
+        log.LogInfo("Will validate according to ZATCA rules...");
     }
 }
 
-} // namespace vantrel
+void logAttrSortEmulation(LogBase& log) {
+    log.LogInfo("Will duplicate the XML canonicalization attribute sorting bug...");
+}
+
+} // namespace vantrel::dsig

@@ -1,24 +1,266 @@
 #include "dsig/transform/working_text.h"
 
+#include "dsig/transform/chunk_removal.h"
+#include "foundation/xml/scan/log_failure.h"
+
+#include <algorithm>
+
 namespace vantrel::dsig {
 
-void WorkingText::omit(xml::TextRange range) {
-    if (m_isLoadedText && m_omitted.empty() && m_structure && xml::isHole(*m_structure, range)) {
-        m_omitted.push_back(range);
-        return;
-    }
-    change().removeChunk(range.start, range.length);
+using xml::ElementId;
+using xml::kNoElement;
+using xml::TextRange;
+using xml::XmlDocument;
+
+namespace {
+
+TextRange extentOf(const XmlDocument& document, ElementId element) noexcept {
+    const xml::ElementRecord& record = document.element(element);
+    return {record.start, record.end - record.start};
 }
 
-void WorkingText::cutOmitted() {
-    if (m_omitted.empty()) {
+// Adds the ranges; those that a larger one holds go.
+std::vector<TextRange> united(std::vector<TextRange> gaps, const std::vector<TextRange>& added) {
+    gaps.insert(gaps.end(), added.begin(), added.end());
+    std::sort(gaps.begin(), gaps.end(), [](TextRange one, TextRange other) {
+        return one.start != other.start ? one.start < other.start : one.length > other.length;
+    });
+    std::vector<TextRange> rest;
+    for (const TextRange range : gaps) {
+        if (rest.empty() || range.start >= rest.back().end()) {
+            rest.push_back(range);
+        }
+    }
+    return rest;
+}
+
+} // namespace
+
+WorkingText::WorkingText(std::shared_ptr<const XmlDocument> loaded, WorkAccount& account)
+    : m_loaded(std::move(loaded)), m_account(&account), m_text(m_loaded->textBuffer()),
+      m_structure(m_loaded), m_map(m_loaded->elementCount()) {}
+
+const StringBuffer& WorkingText::text() {
+    cutGaps();
+    return m_text;
+}
+
+const std::shared_ptr<const XmlDocument>& WorkingText::structure(LogBase& log) {
+    const bool mayParse = m_structure != nullptr || m_account == nullptr ||
+                          m_account->takeOctets(m_text.getSize(), log);
+    if (m_structure == nullptr && mayParse) {
+        xml::ParseFailure why;
+        m_structure = XmlDocument::parse(m_text, {.fragment = true}, why);
+        if (m_structure == nullptr) {
+            xml::logParseFailure(why, log);
+        } else if (m_loaded != nullptr && m_structure->elementCount() != m_map.size()) {
+            // Cannot be; but if it were, nothing could be said of what is digested.
+            log.LogError("The elements of the XML are not those of the loaded document.");
+            m_structure.reset();
+        }
+    }
+    return m_structure;
+}
+
+// Siblings follow one another in the records, so the last of the run is found from the first on.
+bool WorkingText::isElementRun(const XmlDocument& document, TextRange range, ElementId& first,
+                               ElementId& last) const noexcept {
+    first = document.elementAt(range.start);
+    if (first == kNoElement || isTakenOut(first)) {
+        return false;
+    }
+    last = first;
+    for (ElementId next = first; next != kNoElement && document.element(next).start < range.end();
+         next = document.nextSibling(next)) {
+        last = next;
+    }
+    return document.element(last).end == range.end();
+}
+
+bool WorkingText::takeOut(const std::vector<TextRange>& ranges, std::string_view why,
+                          LogBase& log) {
+    if (ranges.empty()) {
+        return true;
+    }
+    if (m_loaded == nullptr) {
+        cutOut(m_text, ranges);
+        m_structure.reset();
+        return true;
+    }
+    const auto document = structure(log);
+    if (document == nullptr) {
+        return false;
+    }
+    std::vector<std::pair<ElementId, ElementId>> runs;
+    for (const TextRange range : ranges) {
+        ElementId first = kNoElement;
+        ElementId last = kNoElement;
+        if (!isElementRun(*document, range, first, last)) {
+            log.LogError("What is to be taken out of the XML is not a run of whole elements.");
+            log.LogDataUint32("offset", range.start);
+            log.LogDataUint32("length", range.length);
+            return false;
+        }
+        runs.emplace_back(first, last);
+    }
+    std::vector<TextRange> gaps = united(m_gaps, ranges);
+    for (const auto& [first, last] : runs) {
+        exclude(first, last, why);
+    }
+    const bool holes = std::all_of(ranges.begin(), ranges.end(),
+                                   [&](TextRange range) { return xml::isHole(*document, range); });
+    m_gaps.swap(gaps);
+    if (!holes) {
+        cutGaps();
+    }
+    return true;
+}
+
+bool WorkingText::cutDownTo(TextRange range, LogBase& log) {
+    StringBuffer rest;
+    if (m_loaded == nullptr) {
+        rest.setView(m_text.view().substr(range.start, range.length));
+        setText(rest);
+        return true;
+    }
+    const auto document = structure(log);
+    if (document == nullptr) {
+        return false;
+    }
+    ElementId element = document->elementAt(range.start);
+    const TextRange root = extentOf(*document, 0);
+    if (element == kNoElement && isInside(root, range)) {
+        element = 0;
+    }
+    if (element == kNoElement || isTakenOut(element) ||
+        (element != 0 && document->element(element).end != range.end()) ||
+        (element == 0 && !isInside(root, range))) {
+        log.LogError("The part of the XML that is to be digested is not one whole element.");
+        log.LogDataUint32("offset", range.start);
+        log.LogDataUint32("length", range.length);
+        return false;
+    }
+    std::uint32_t at = range.start;
+    for (const TextRange gap : m_gaps) {
+        if (isInside(gap, range)) {
+            rest.appendView(m_text.view().substr(at, gap.start - at));
+            at = gap.end();
+        }
+    }
+    rest.appendView(m_text.view().substr(at, range.end() - at));
+    ElementMap kept = subtreeWithoutGaps(element);
+    const ElementId apexes[] = {element};
+    narrowTo(apexes);
+    m_map = std::move(kept);
+    setText(rest);
+    return true;
+}
+
+ElementMap WorkingText::subtreeWithoutGaps(ElementId apex) const {
+    ElementMap kept = m_map;
+    const ElementId end = m_structure->element(apex).next;
+    // From the last gap on, so that the numbers before it stay as they are.
+    ElementId keptEnd = end;
+    for (auto gap = m_gaps.rbegin(); gap != m_gaps.rend(); ++gap) {
+        const ElementId first = m_structure->elementAt(gap->start);
+        if (first <= apex || first >= end) {
+            continue;
+        }
+        ElementId behind = first;
+        while (behind < end && m_structure->element(behind).start < gap->end()) {
+            behind = m_structure->element(behind).next;
+        }
+        kept.remove(first, behind);
+        keptEnd -= behind - first;
+    }
+    kept.keep(apex, keptEnd);
+    return kept;
+}
+
+void WorkingText::cutGaps() {
+    if (m_gaps.empty()) {
         return;
     }
-    for (auto range = m_omitted.rbegin(); range != m_omitted.rend(); ++range) {
-        m_text.removeChunk(range->start, range->length);
+    StringBuffer rest = m_text;
+    cutOut(rest, m_gaps);
+    ElementMap kept = subtreeWithoutGaps(0);
+    m_map = std::move(kept);
+    setText(rest);
+}
+
+void WorkingText::setText(StringBuffer& text) {
+    m_text.takeSb(text);
+    m_gaps.clear();
+    m_structure.reset();
+}
+
+void WorkingText::rewrite(StringBuffer& text) { setText(text); }
+
+void WorkingText::narrowTo(std::span<const ElementId> apexes) {
+    if (apexes.empty() || m_loaded == nullptr) {
+        return;
     }
-    m_omitted.clear();
-    forgetStructure();
+    m_coverage.wholeDocument = false;
+    m_coverage.elements.clear();
+    for (const ElementId apex : apexes) {
+        m_coverage.elements.push_back(m_map.toLoaded(apex));
+    }
+}
+
+void WorkingText::canonicalized(std::span<const ElementId> apexes, StringBuffer& octets) {
+    if (m_loaded != nullptr) {
+        ElementMap kept = subtreeWithoutGaps(apexes.empty() ? 0 : apexes.front());
+        for (const ElementId apex : apexes.empty() ? apexes : apexes.subspan(1)) {
+            kept.append(subtreeWithoutGaps(apex));
+        }
+        narrowTo(apexes);
+        m_map = std::move(kept);
+    }
+    setText(octets);
+}
+
+void WorkingText::streamed(std::span<const ElementId> apexes) {
+    narrowTo(apexes);
+    m_streamed = true;
+}
+
+ElementId WorkingText::elementOf(ElementId loaded) const noexcept {
+    const ElementId element = m_loaded != nullptr ? m_map.toText(loaded) : loaded;
+    return element != kNoElement && !isTakenOut(element) ? element : kNoElement;
+}
+
+bool WorkingText::isTakenOut(ElementId element) const noexcept {
+    if (m_gaps.empty()) {
+        return false;
+    }
+    const std::uint32_t start = m_structure->element(element).start;
+    const auto gap = std::partition_point(
+        m_gaps.begin(), m_gaps.end(), [start](TextRange range) { return range.end() <= start; });
+    return gap != m_gaps.end() && gap->start <= start;
+}
+
+void WorkingText::noteExcluded(ElementId element, std::string_view why) {
+    exclude(element, element, why);
+}
+
+void WorkingText::exclude(ElementId first, ElementId last, std::string_view why) {
+    if (m_loaded == nullptr) {
+        return;
+    }
+    const ElementId loadedFirst = m_map.toLoaded(first);
+    const ElementId loadedLast = m_map.toLoaded(last);
+    TextRange from;
+    TextRange to;
+    Exclusion exclusion;
+    exclusion.element = loadedFirst;
+    exclusion.why = why;
+    if (loadedFirst == kNoElement || loadedLast == kNoElement ||
+        !m_loaded->sourceRange(loadedFirst, from) || !m_loaded->sourceRange(loadedLast, to)) {
+        m_coverage.known = false;
+    } else {
+        exclusion.range = {from.start, to.end() - from.start};
+    }
+    m_coverage.excluded.push_back(exclusion);
 }
 
 } // namespace vantrel::dsig

@@ -1,86 +1,100 @@
 #ifndef DSIG_TRANSFORM_WORKING_TEXT_H
 #define DSIG_TRANSFORM_WORKING_TEXT_H
 
+#include "dsig/document/work_account.h"
+#include "dsig/report/coverage.h"
+#include "dsig/transform/element_map.h"
+#include "dsig/transform/gapped_text.h"
+#include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/scan/xml_document.h"
 
 #include <memory>
+#include <span>
+#include <string_view>
 #include <vector>
 
 namespace vantrel::dsig {
 
-// The text that the transforms of a reference hand on. It starts as the loaded document, shared and
-// with its structure known, and stays so as long as no transform changes it: an enveloped signature
-// is noted as a stretch that is left out, not cut. The last canonicalization of a chain may write
-// its octets to a sink at once instead of into a text.
+// The text that the transforms of a reference hand on, and what of the loaded document it stands
+// for. It starts as the loaded document (entities expanded), shared and with its structure known.
+// Steps find what they take out by searching the text; it is taken out only when it is a run of
+// whole sibling elements, so that each element of the text remains one of the loaded document and
+// what is missing can be named there.
 class WorkingText {
 public:
-    WorkingText() = default;
-    // A text whose structure is known.
-    WorkingText(const StringBuffer& text, std::shared_ptr<const xml::XmlDocument> structure)
-        : m_text(text), m_structure(std::move(structure)), m_isLoadedText(true) {}
+    // A text that stands for itself: nothing is known of where it came from, and what is found in
+    // it is taken out as text.
+    explicit WorkingText(const StringBuffer& text) : m_text(text), m_map(0) {}
+    // The loaded document. What is done with the text is charged to the account, which must outlive
+    // it.
+    WorkingText(std::shared_ptr<const xml::XmlDocument> loaded, WorkAccount& account);
 
-    // The text itself, with what is left out cut from it. Reading only.
-    [[nodiscard]] const StringBuffer& text() {
-        cutOmitted();
-        return m_text;
-    }
-    // The text, to be changed by the caller.
-    [[nodiscard]] StringBuffer& change() {
-        cutOmitted();
-        forgetStructure();
-        return m_text;
-    }
-    void replace(StringBuffer& text) {
-        m_text.takeSb(text);
-        m_omitted.clear();
-        forgetStructure();
+    // The text itself, with what was taken out cut from it.
+    [[nodiscard]] const StringBuffer& text();
+    // The same for searching, as it stands: positions are those of takeOut and cutDownTo.
+    [[nodiscard]] GappedText searchable() const noexcept {
+        return GappedText(m_text.view(), m_gaps);
     }
 
-    // The whole text as it was given, its structure (null when unknown) and what is left out of it.
-    [[nodiscard]] const StringBuffer& wholeText() const noexcept { return m_text; }
-    [[nodiscard]] const std::shared_ptr<const xml::XmlDocument>& structure() const noexcept {
-        return m_structure;
-    }
-    [[nodiscard]] const std::vector<xml::TextRange>& omitted() const noexcept { return m_omitted; }
-    // True as long as this is the loaded document with nothing left out of it.
-    [[nodiscard]] bool isWholeLoadedText() const noexcept {
-        return m_isLoadedText && m_omitted.empty();
-    }
-    // True as long as this is the loaded document, perhaps with a stretch left out.
-    [[nodiscard]] bool isLoadedText() const noexcept { return m_isLoadedText; }
-
-    // Leaves a stretch out; cuts it at once where that is not the same.
-    void omit(xml::TextRange range);
-
-    // A canonicalization writes to `sink` from now on; null: into the text.
-    void streamTo(xml::CanonSink* sink) noexcept { m_sink = sink; }
-    [[nodiscard]] xml::CanonSink* sink() const noexcept { return m_sink; }
-    // Set when the octets went to the sink; the text is then no longer of use.
-    void markStreamed() noexcept { m_streamed = true; }
+    // Takes out stretches of searchable(), ascending and disjoint. False after an error line, the
+    // text unchanged, when one of them is not a run of whole sibling elements. `why` is of static
+    // storage.
+    [[nodiscard]] bool takeOut(const std::vector<xml::TextRange>& ranges, std::string_view why,
+                               LogBase& log);
+    // Leaves only this stretch of searchable(): one whole element, or the root with what stands
+    // around it. False after an error line otherwise, the text unchanged.
+    [[nodiscard]] bool cutDownTo(xml::TextRange range, LogBase& log);
+    // The canonical form of these elements of structure(), one behind the other, takes the text's
+    // place; no element: that of the whole text.
+    void canonicalized(std::span<const xml::ElementId> apexes, StringBuffer& octets);
+    // The same where the octets went to a sink; the text is then no longer of use.
+    void streamed(std::span<const xml::ElementId> apexes);
     [[nodiscard]] bool wasStreamed() const noexcept { return m_streamed; }
+    // Another text in its place that stands for the same part of the document.
+    void rewrite(StringBuffer& text);
+
+    // The structure of searchable(), parsed where it is not known; null after an error
+    // line.
+    [[nodiscard]] const std::shared_ptr<const xml::XmlDocument>& structure(LogBase& log);
+    [[nodiscard]] std::span<const xml::TextRange> gaps() const noexcept { return m_gaps; }
+    [[nodiscard]] WorkAccount* account() const noexcept { return m_account; }
+    // The document that the text was made of; null when that is not known.
+    [[nodiscard]] const std::shared_ptr<const xml::XmlDocument>& loaded() const noexcept {
+        return m_loaded;
+    }
+    // The element of structure() that is this element of the loaded document; kNoElement when the
+    // text does not hold it, or no more.
+    [[nodiscard]] xml::ElementId elementOf(xml::ElementId loaded) const noexcept;
+    [[nodiscard]] bool isTakenOut(xml::ElementId element) const noexcept;
+    // Notes that an element of structure() is not digested.
+    void noteExcluded(xml::ElementId element, std::string_view why);
+
+    [[nodiscard]] const Coverage& coverage() const noexcept { return m_coverage; }
 
 private:
-    void cutOmitted();
-    void forgetStructure() noexcept {
-        m_structure.reset();
-        m_isLoadedText = false;
-    }
+    [[nodiscard]] bool isElementRun(const xml::XmlDocument& document, xml::TextRange range,
+                                    xml::ElementId& first, xml::ElementId& last) const noexcept;
+    void exclude(xml::ElementId first, xml::ElementId last, std::string_view why);
+    void cutGaps();
+    void narrowTo(std::span<const xml::ElementId> apexes);
+    void setText(StringBuffer& text);
+    [[nodiscard]] ElementMap subtreeWithoutGaps(xml::ElementId apex) const;
 
+    std::shared_ptr<const xml::XmlDocument> m_loaded;
+    WorkAccount* m_account = nullptr;
     StringBuffer m_text;
-    std::shared_ptr<const xml::XmlDocument> m_structure;
-    std::vector<xml::TextRange> m_omitted;
-    xml::CanonSink* m_sink = nullptr;
-    bool m_isLoadedText = false;
+    std::shared_ptr<const xml::XmlDocument> m_structure; // of m_text; null: not known
+    std::vector<xml::TextRange> m_gaps; // of m_text, ascending and disjoint, each an xml::isHole
+    ElementMap m_map;                   // of the elements of m_text, those in gaps included
+    Coverage m_coverage;
     bool m_streamed = false;
 };
 
 // Runs a step on a text that stands alone: step(WorkingText&).
 template <class Step> void onWorkingText(StringBuffer& xml, Step step) {
-    WorkingText text;
-    StringBuffer copy = xml;
-    text.replace(copy);
+    WorkingText text(xml);
     step(text);
     xml = text.text();
 }

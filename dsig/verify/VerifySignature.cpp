@@ -1,7 +1,8 @@
 // The verification of the selected signature: the steps in their order.
 
+#include "dsig/document/document.h"
+#include "dsig/document/locate_signature.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/verify_run.h"
 #include "foundation/crypto/hash/_vlHash.h"
@@ -35,7 +36,7 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
 // `summarise`: the outcome is to be recorded as the method's success or failure; a verification
 // that ends before a signature value is looked at leaves no such record.
 bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log) {
-    logOptionsAndSetZatca(log);
+    keepRules(logRulesByOptions(log));
     log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
     log.LogDataLong("selector", m_selector);
     if (m_signatures.getSize() == 0) {
@@ -56,8 +57,8 @@ bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, Lo
     if (!parseFirstReference(run.firstReference, log)) {
         return false;
     }
-    if (!locateSelectedSignature(run.signatureId, run.firstReference.m_digestValue, run.locator,
-                                 log) ||
+    if (!dsig::locateSelectedSignature(selection(), run.firstReference.m_digestValue, run.locator,
+                                       log) ||
         !timeStampPass(run, log) || !canonicalizeSignedInfo(run, log) ||
         !readSignatureValue(run, log) || !hashSignedInfo(run, log) || !gatherKeys(run, log)) {
         return false;
@@ -76,17 +77,14 @@ bool ClsXmlDSig::parseFirstReference(DSigReference& first, LogBase& log) {
 }
 
 bool ClsXmlDSig::canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log) {
-    if (!m_zatcaRules) {
-        log.LogBracketed("signedInfo", m_xmlText.view().substr(run.locator.m_signedInfoStart,
-                                                               run.locator.m_signedInfoLength));
-    }
-    XmlCanon canonicalizer;
-    if (!configureCanonicalizer(run, canonicalizer, log) ||
-        !runSignedInfoRoute(run, canonicalizer, log)) {
+    if (!dsig::makeSignedOctets(structure(), selection(), rules(), run.locator, run.firstReference,
+                                run.signedOctets, m_report.accommodations, log)) {
         return false;
     }
-    if (log.verbose()) {
-        log.LogBracketed("canonicalizedSignedInfo", run.canonicalSignedInfo.view());
+    if (run.signedOctets.isInvoiceHash()) {
+        for (dsig::ReferenceReport& reference : m_report.references) {
+            reference.isSigned = reference.index == 0;
+        }
     }
     return true;
 }
@@ -124,14 +122,9 @@ bool ClsXmlDSig::hashSignedInfo(dsig::VerifyRun& run, LogBase& log) {
     if (run.hashAlg == kHashNone) {
         return true;
     }
-    if (m_zatcaRules) {
-        DataBuffer invoiceHash;
-        invoiceHash.appendEncoded(run.canonicalSignedInfo.view(), "base64");
-        _vlHash::doHash(invoiceHash.getData2(), invoiceHash.getSize(), run.hashAlg, run.hash);
-    } else {
-        _vlHash::doHash(run.canonicalSignedInfo.getString(), run.canonicalSignedInfo.getSize(),
-                        run.hashAlg, run.hash);
-    }
+    const ByteView octets = run.signedOctets.octets();
+    _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), run.hashAlg,
+                    run.hash);
     return true;
 }
 

@@ -1,8 +1,8 @@
 // The selected signature as it stands, without verifying it.
 
+#include "dsig/document/child_elements.h"
+#include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/child_elements.h"
-#include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
 #include "foundation/json/json_writer.h"
 #include "foundation/log/MethodFrame.h"
@@ -80,12 +80,12 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
     }
     try {
         beginReport();
-        static_cast<void>(nameElements());
+        dsig::DocumentNames names(*structure().structure, structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw(), m_limits.reportOctets);
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));
         out.textMember("id", m_report.id.view());
-        out.textMember("path", m_report.path);
+        out.textMember("path", names.path(signature->elementId()));
         out.textMember("profile", m_report.profile);
         out.textMember("signatureMethod", m_report.signatureMethod.view());
         out.textMember("canonicalizationMethod", m_report.canonicalizationMethod.view());
@@ -98,6 +98,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         out.endArray();
         writeKeyInfo(*signature, out);
         describeKeys();
+        warnOfStructure();
         dsig::writeKeys(m_report.keys, out);
         dsig::writeCodes("warnings", m_report.warnings, out);
         out.booleanMember("timestamp", m_report.timestamp != "absent");

@@ -1,8 +1,12 @@
-// The very octets that a verification hashes, for whoever wants to see them.
+// The very octets that a verification hashes, for whoever wants to see them. Looking changes
+// nothing: both work on a copy of the rules in force, and keep no report.
 
+#include "dsig/document/locate_signature.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/reference/DSigReference.h"
-#include "dsig/verify/verify_run.h"
+#include "dsig/reference/check_reference.h"
+#include "dsig/transform/profile_detection.h"
+#include "dsig/verify/signed_octets.h"
 #include "foundation/log/ClsBinData.h"
 #include "foundation/log/MethodFrame.h"
 
@@ -10,49 +14,56 @@
 
 namespace vantrel {
 
+dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
+    log.LogDataSb("uncommonOptions", m_log.options());
+    dsig::Rules byOptions = rules();
+    dsig::setZatcaFromOptions(m_log.options(), byOptions, log);
+    return byOptions;
+}
+
 bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
     MethodFrame frame(*this, "DigestInput");
     frame.begin();
     try {
-        beginReport();
-        logOptionsAndSetZatca(m_log);
+        dsig::Rules inForce = logRulesByOptions(m_log);
         ExtPtrArraySb dirs;
         splitRefDirs(dirs);
-        DataBuffer octets;
-        m_digestInputCopy = &octets;
-        bool externalMissing = false;
-        const bool matched = verifyReferenceDigest(index, externalMissing, dirs, m_log);
-        m_digestInputCopy = nullptr;
-        m_report.valid = matched;
-        finishReport();
-        return frame.finish(!octets.isEmpty() && out.data().append(octets));
+        const dsig::Selection selected = selection();
+        const dsig::ReferenceQuery query{
+            document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
+        const dsig::ReferenceReport result = dsig::checkReference(query, inForce, m_log);
+        return frame.finish(!result.octets.isEmpty() && out.data().append(result.octets));
     } catch (const std::bad_alloc&) {
-        m_digestInputCopy = nullptr;
         return frame.outOfMemory();
     }
 }
 
-// The octets of the attempt that matched, else those of the last one.
-void ClsXmlDSig::keepDigestInput(ByteView octets) {
-    if (m_digestInputCopy != nullptr) {
-        m_digestInputCopy->clear();
-        m_digestInputCopy->append(octets);
-    }
-}
-
+// The checks of the references come first in a verification, and what they find out of the document
+// (a cut, an attribute order, ZATCA rules) decides what the value is over.
 bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
     MethodFrame frame(*this, "SignedInfoOctets");
     frame.begin();
     try {
-        logOptionsAndSetZatca(m_log);
-        dsig::VerifyRun run;
-        selectedSignatureId(run.signatureId, m_log);
-        return frame.finish(parseFirstReference(run.firstReference, m_log) &&
-                            locateSelectedSignature(run.signatureId,
-                                                    run.firstReference.m_digestValue, run.locator,
-                                                    m_log) &&
-                            canonicalizeSignedInfo(run, m_log) &&
-                            out.data().append(asBytes(run.canonicalSignedInfo.view())));
+        dsig::Rules inForce = logRulesByOptions(m_log);
+        LogNull quiet(m_log);
+        ExtPtrArraySb dirs;
+        splitRefDirs(dirs);
+        const dsig::Selection selected = selection();
+        for (int index = 0; index < get_NumReferences(); ++index) {
+            const dsig::ReferenceQuery query{
+                document(), selected, index, {&m_externalData, m_selector, &dirs}};
+            static_cast<void>(dsig::checkReference(query, inForce, quiet));
+        }
+        DSigReference first;
+        XmlSigLocate locator;
+        dsig::SignedOctets octets;
+        dsig::CodeSet leniencies;
+        return frame.finish(
+            parseFirstReference(first, m_log) &&
+            dsig::locateSelectedSignature(selected, first.m_digestValue, locator, m_log) &&
+            dsig::makeSignedOctets(structure(), selected, inForce, locator, first, octets,
+                                   leniencies, m_log) &&
+            out.data().append(octets.octets()));
     } catch (const std::bad_alloc&) {
         return frame.outOfMemory();
     }

@@ -1,16 +1,21 @@
 // What an operation found out, for whoever asks afterwards.
 
+#include "dsig/document/document.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/loaded_structure.h"
 #include "dsig/reference/DSigReference.h"
+#include "dsig/reference/internal_reference.h"
+#include "dsig/reference/reference_target.h"
 #include "dsig/verify/signature_method.h"
+#include "dsig/verify/signature_structure.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/log/CritSecExitor.h"
 #include "foundation/xml/canon/fragment_id.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <algorithm>
 #include <new>
+#include <vector>
 
 namespace vantrel {
 
@@ -47,10 +52,7 @@ void warnOfKey(const dsig::KeyReport& key, SignatureReport& report) {
     }
 }
 
-void warnOfReferences(SignatureReport& report, bool documentCovered) {
-    if (!documentCovered) {
-        report.warnings.add("document-not-covered");
-    }
+void warnOfReferences(SignatureReport& report) {
     for (const dsig::ReferenceReport& reference : report.references) {
         warnOfHash(reference.digestMethod, report);
         if (reference.accommodations.contains(dsig::accommodation::kDigestTolerated)) {
@@ -59,14 +61,31 @@ void warnOfReferences(SignatureReport& report, bool documentCovered) {
         if (reference.dataMissing) {
             report.warnings.add("external-missing");
         }
+        if (!reference.isSigned) {
+            report.warnings.add("references-not-signed");
+        }
     }
 }
 
-// A name as reports show it: very long ones are cut, so that many references stay in proportion.
-std::string shownName(std::string_view name) {
-    return name.size() <= xml::kMaxShownPath
-               ? std::string(name)
-               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
+xml::TextRange sourceRangeOf(const xml::XmlDocument& document, xml::ElementId element) {
+    xml::TextRange range;
+    return document.sourceRange(element, range) ? range : xml::TextRange{};
+}
+
+// The stretches of the loaded text that the reference's digest vouches for.
+void appendDigested(const xml::XmlDocument& document, const dsig::ReferenceReport& reference,
+                    std::vector<xml::TextRange>& digested) {
+    std::vector<xml::TextRange> absent;
+    for (const dsig::Exclusion& exclusion : reference.excluded) {
+        absent.push_back(exclusion.range);
+    }
+    if (reference.covers == "document") {
+        dsig::appendWithout(sourceRangeOf(document, 0), std::move(absent), digested);
+        return;
+    }
+    for (const xml::ElementId element : reference.coveredElements) {
+        dsig::appendWithout(sourceRangeOf(document, element), absent, digested);
+    }
 }
 
 } // namespace
@@ -84,11 +103,12 @@ void ClsXmlDSig::beginReport() {
     }
     LogNull log;
     selectedSignatureId(m_report.id, log);
+    structure().account.begin(m_selector);
     m_report.signatureElement = signature->elementId();
     getSignatureMethod(m_report.signatureMethod, log);
     StringBuffer prefixList;
     getCanonicalizationMethod(m_report.canonicalizationMethod, prefixList, log);
-    if (structure().timeStamps.within(*structure().document, m_report.signatureElement)) {
+    if (structure().timeStamps.within(*structure().structure, m_report.signatureElement)) {
         m_report.timestamp = "not-checked";
     }
 }
@@ -98,17 +118,67 @@ void ClsXmlDSig::finishReport() {
         m_report.reason = m_log.lastErrorLine();
     }
     warnOfHash(m_report.signatureMethod, m_report);
-    bool documentCovered = m_report.references.empty();
-    for (const dsig::ReferenceReport& reference : m_report.references) {
-        // The root element is the document but for what may stand around it.
-        documentCovered =
-            documentCovered || reference.covers == "document" || reference.coveredElement == 0;
-    }
-    warnOfReferences(m_report, documentCovered);
+    warnOfCoverage();
+    warnOfReferences(m_report);
+    warnOfStructure();
     for (const dsig::KeyReport& key : m_report.keys) {
         if (key.used) {
             warnOfKey(key, m_report);
         }
+    }
+}
+
+// What the digests leave open of the document, the signature itself apart.
+void ClsXmlDSig::warnOfCoverage() {
+    if (m_report.references.empty() || m_report.signatureElement == xml::kNoElement) {
+        return;
+    }
+    const xml::XmlDocument& document = *structure().structure;
+    const xml::TextRange signature = sourceRangeOf(document, m_report.signatureElement);
+    std::vector<xml::TextRange> digested = {signature};
+    for (const dsig::ReferenceReport& reference : m_report.references) {
+        if (!reference.isSigned) {
+            continue;
+        }
+        if (!reference.coverageKnown) {
+            m_report.warnings.add("coverage-unknown");
+            continue;
+        }
+        for (const dsig::Exclusion& exclusion : reference.excluded) {
+            if (!dsig::isInside(exclusion.range, signature)) {
+                m_report.warnings.add("content-excluded");
+            }
+        }
+        appendDigested(document, reference, digested);
+    }
+    if (!dsig::coversAll(sourceRangeOf(document, 0), std::move(digested))) {
+        m_report.warnings.add("document-not-covered");
+    }
+}
+
+// What the signature holds that nobody looks into.
+void ClsXmlDSig::warnOfStructure() {
+    const ClsXml* const signature = selectedSignature();
+    if (signature == nullptr) {
+        return;
+    }
+    const xml::XmlDocument& document = *signature->document();
+    if (!dsig::hasSchemaStructure(document, signature->elementId())) {
+        m_report.warnings.add("signature-structure");
+    }
+    // A manifest in the signature, or one that a reference names.
+    const xml::ElementId end = document.element(signature->elementId()).next;
+    const std::vector<xml::ElementId>& manifests = structure().manifests();
+    const auto inside =
+        std::lower_bound(manifests.begin(), manifests.end(), signature->elementId());
+    bool manifest = inside != manifests.end() && *inside < end;
+    for (std::size_t i = 0; i < m_report.references.size() && !manifests.empty(); ++i) {
+        for (const xml::ElementId element : m_report.references[i].coveredElements) {
+            manifest = manifest || std::binary_search(manifests.begin(), manifests.end(), element);
+        }
+    }
+    if (manifest) {
+        m_report.warnings.add("manifest-not-checked");
     }
 }
 
@@ -131,20 +201,6 @@ void ClsXmlDSig::describeKeys() {
     }
 }
 
-// What the reference's digest covers, in the document as it was loaded.
-void ClsXmlDSig::describeCoverage(const StringBuffer& fragmentId, dsig::ReferenceReport& report) {
-    xml::ElementId element = xml::kNoElement;
-    const xml::FragmentTarget target =
-        xml::resolveFragment(*structure().document, fragmentId.view(), element);
-    if (target == xml::FragmentTarget::Document) {
-        report.covers = "document";
-        return;
-    }
-    // An element that is not there, or not the only one, has neither name nor path.
-    report.covers = "element";
-    report.coveredElement = target == xml::FragmentTarget::Element ? element : xml::kNoElement;
-}
-
 // What the references name, where their digests were not asked for.
 void ClsXmlDSig::reportUncheckedReferences() {
     LogNull log;
@@ -158,40 +214,12 @@ void ClsXmlDSig::reportUncheckedReferences() {
         ref.parseReference(*element, log);
         dsig::ReferenceReport& report = m_report.reference(index);
         report.describe(ref.m_uri, ref.m_digestMethod);
-        if (report.external) {
+        const dsig::ReferenceTarget target = dsig::targetOf(ref.m_uri);
+        if (target.kind == dsig::ReferenceTarget::Kind::External) {
             report.covers = "external";
-            continue;
+        } else {
+            dsig::describeTarget(structure(), target.text, report);
         }
-        StringBuffer fragmentId = ref.m_uri;
-        fragmentId.removeChunk(0, 1);
-        describeCoverage(fragmentId, report);
-    }
-}
-
-// Names and paths of the elements that the report speaks of. False when they alone are more than a
-// report may have.
-bool ClsXmlDSig::nameElements() {
-    std::uint64_t octets = 0;
-    if (m_report.signatureElement != xml::kNoElement && m_report.path.empty()) {
-        structure().paths.append(m_report.signatureElement, m_report.path);
-    }
-    for (dsig::ReferenceReport& reference : m_report.references) {
-        if (reference.coveredElement != xml::kNoElement && reference.path.empty()) {
-            reference.element =
-                shownName(structure().document->qualifiedName(reference.coveredElement));
-            structure().paths.append(reference.coveredElement, reference.path);
-        }
-        octets += reference.element.size() + reference.path.size();
-        if (octets > m_limits.reportOctets) {
-            return false;
-        }
-    }
-    return true;
-}
-
-void ClsXmlDSig::writeLastReport(StringBuffer& json) {
-    if (!nameElements() || !dsig::writeReport(m_report, m_limits.reportOctets, json)) {
-        dsig::writeTooLargeReport(m_report, json);
     }
 }
 
@@ -204,13 +232,24 @@ void ClsXmlDSig::reportHmacKey(bool used) {
     m_report.keys = {key};
 }
 
+void ClsXmlDSig::writeReportTo(StringBuffer& json) {
+    if (selectedSignature() == nullptr) {
+        static_cast<void>(dsig::writeReport(m_report, nullptr, m_limits.reportOctets, json));
+        return;
+    }
+    dsig::DocumentNames names(*structure().structure, structure().paths);
+    if (!dsig::writeReport(m_report, &names, m_limits.reportOctets, json)) {
+        dsig::writeTooLargeReport(m_report, json);
+    }
+}
+
 void ClsXmlDSig::get_LastJsonData(XString& json) {
     const CritSecExitor lock(m_critSec);
     try {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_report.present && !m_log.lastJsonData().isEmpty()) {
             StringBuffer text;
-            writeLastReport(text);
+            writeReportTo(text);
             m_log.setLastJsonData(text);
         }
         ClsBase::get_LastJsonData(json);

@@ -85,8 +85,8 @@ void logRsaVerdict(const VerifyRun& run, KeyVerdict verdict, LogBase& log) {
     case KeyVerdict::SignatureInvalid:
         log.LogError("RSA verify hash found the signature to be invalid.");
         log.LogDataHexDb("signedInfoHash", run.hash);
-        log.LogDataSb("canonicalizationMethod", run.c14nAlgorithm);
-        log.LogDataSb("canonicalizedSignedInfo", run.canonicalSignedInfo);
+        log.LogDataSb("canonicalizationMethod", run.signedOctets.algorithm);
+        log.LogDataSb("canonicalizedSignedInfo", run.signedOctets.text);
         break;
     }
 }
@@ -209,8 +209,8 @@ int tryKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
 // neither does one with white space inside.
 bool tryHmac(VerifyRun& run, const DataBuffer& key, LogBase& log) {
     DataBuffer mac;
-    if (!Hmac::doHMAC(run.canonicalSignedInfo.getString(),
-                      static_cast<int>(run.canonicalSignedInfo.getSize()), key.getData2(),
+    if (!Hmac::doHMAC(run.signedOctets.text.getString(),
+                      static_cast<int>(run.signedOctets.text.getSize()), key.getData2(),
                       static_cast<int>(key.getSize()), run.hashAlg, mac, log)) {
         log.LogError("HMAC verify failed.");
         return false;

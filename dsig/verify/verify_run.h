@@ -3,6 +3,7 @@
 
 #include "dsig/document/key_account.h"
 #include "dsig/reference/DSigReference.h"
+#include "dsig/verify/signed_octets.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/arrays.h"
@@ -17,10 +18,7 @@ struct VerifyRun {
     StringBuffer signatureId;
     DSigReference firstReference;
     XmlSigLocate locator; // where the Signature and its SignedInfo stand in the document
-    StringBuffer c14nAlgorithm;
-    StringBuffer prefixList;
-    // What was signed: the canonical SignedInfo or, by the ZATCA rules, the invoice hash.
-    StringBuffer canonicalSignedInfo;
+    SignedOctets signedOctets;
     StringBuffer signatureText;
     DataBuffer signature;
     StringBuffer signatureMethod;

@@ -1,5 +1,6 @@
 // Adding an encapsulated signature time-stamp to a XAdES signature.
 
+#include "dsig/document/locate_signature.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/transform/canonicalization_method.h"
@@ -77,7 +78,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, Log
     locator.m_recordLocations = true;
     DSigReference first;
     if ((signatureId.isEmpty() && !parseFirstReference(first, log)) ||
-        !locateSelectedSignature(signatureId, first.m_digestValue, locator, log)) {
+        !dsig::locateSelectedSignature(selection(), first.m_digestValue, locator, log)) {
         return false;
     }
     dsig::logLocations(locator, log);

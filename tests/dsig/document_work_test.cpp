@@ -2,9 +2,9 @@
 // with the document alone; and the limits that end it.
 
 #include "dsig/document/certificate_texts.h"
+#include "dsig/document/document.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/limits.h"
-#include "dsig/object/loaded_structure.h"
 #include "foundation/log/ClsStringArray.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -22,7 +22,7 @@
 namespace vantrel {
 
 struct ClsXmlDSigTestAccess {
-    static dsig::LoadedStructure& structure(ClsXmlDSig& verifier) { return verifier.structure(); }
+    static dsig::Document& structure(ClsXmlDSig& verifier) { return verifier.structure(); }
 };
 
 namespace test {
@@ -101,7 +101,7 @@ TEST(DocumentWork, ATokenIsDecodedOnceForAllSignatures) {
                 EXPECT_TRUE(verifier.GetCerts(found));
                 EXPECT_EQ(found.get_Count(), good ? 1 : 0);
             }
-            dsig::LoadedStructure& work = ClsXmlDSigTestAccess::structure(verifier);
+            dsig::Document& work = ClsXmlDSigTestAccess::structure(verifier);
             EXPECT_EQ(work.certificates.certificatesDecoded(), 1U);
             EXPECT_EQ(work.certificates.keysDecoded(), good ? 1U : 0U);
             EXPECT_EQ(work.keyAccount.operations(), good ? count : 0U);
@@ -130,8 +130,8 @@ TEST(DocumentWork, NestedSignaturesAreSearchedOnce) {
     load(verifier, repeated(keyMessage("message", "", kTokenReference), 60, true));
     ASSERT_EQ(verifier.get_NumSignatures(), 60);
     verifyAll(verifier);
-    dsig::LoadedStructure& work = ClsXmlDSigTestAccess::structure(verifier);
-    EXPECT_LE(work.timeStamps.visited(), work.document->elementCount());
+    dsig::Document& work = ClsXmlDSigTestAccess::structure(verifier);
+    EXPECT_LE(work.timeStamps.visited(), work.structure->elementCount());
     EXPECT_GT(work.timeStamps.visited(), 60U);
 }
 

@@ -73,6 +73,12 @@ bool areOrdered(std::span<const TextRange> ranges, std::uint32_t size) {
     return true;
 }
 
+void logNoneAuthenticated(LogBase& log) {
+    log.LogError("No element of the XML is marked to be authenticated.");
+}
+
+void logOutOfMemory(LogBase& log) { log.LogError("Out of memory in XML canonicalization."); }
+
 bool areHoles(const XmlDocument& document, std::span<const TextRange> ranges) {
     return std::all_of(ranges.begin(), ranges.end(),
                        [&](TextRange range) { return xml::isHole(document, range); });
@@ -114,7 +120,7 @@ bool XmlCanon::canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
         }
         return run(xml, selection, sink, log);
     } catch (const std::bad_alloc&) {
-        log.LogError("Out of memory in XML canonicalization.");
+        logOutOfMemory(log);
         return false;
     }
 }
@@ -205,16 +211,23 @@ bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection,
         }
         return apex != kNoElement;
     }
-    switch (xml::resolveFragment(document, selection.fragment, apex)) {
-    case xml::FragmentTarget::Document: apex = kNoElement; return true;
-    case xml::FragmentTarget::Element: return true;
+    const xml::FragmentTarget target = findFragment(document, selection.fragment, apex, log);
+    return target == xml::FragmentTarget::Document || target == xml::FragmentTarget::Element;
+}
+
+xml::FragmentTarget XmlCanon::findFragment(const XmlDocument& document, std::string_view fragment,
+                                           ElementId& apex, LogBase& log) {
+    const xml::FragmentTarget target = xml::resolveFragment(document, fragment, apex);
+    switch (target) {
+    case xml::FragmentTarget::Document: apex = kNoElement; return target;
+    case xml::FragmentTarget::Element: return target;
     case xml::FragmentTarget::NotFound: log.LogError("No element of the XML has the Id."); break;
     case xml::FragmentTarget::NotUnique:
         log.LogError("The Id is not unique: it stands on several elements.");
         break;
     }
-    log.logText("fragmentId", selection.fragment);
-    return false;
+    log.logText("fragmentId", fragment);
+    return target;
 }
 
 bool XmlCanon::findAuthenticated(ElementId& apex, LogBase& log) const {
@@ -225,9 +238,28 @@ bool XmlCanon::findAuthenticated(ElementId& apex, LogBase& log) const {
     }
     // Callers count up until there is no more, so only an empty list is worth a line.
     if (m_authenticated.empty()) {
-        log.LogError("No element of the XML is marked to be authenticated.");
+        logNoneAuthenticated(log);
     }
     return false;
+}
+
+std::vector<ElementId> XmlCanon::authenticatedElements(const XmlDocument& document, LogBase& log) {
+    std::vector<ElementId> found = collectAuthenticated(document);
+    if (found.empty()) {
+        logNoneAuthenticated(log);
+    }
+    return found;
+}
+
+bool XmlCanon::canonicalizeElement(const XmlDocument& document, ElementId apex,
+                                   std::span<const TextRange> omitted, xml::CanonSink& sink,
+                                   LogBase& log) const {
+    try {
+        return canonicalizeApex(document, apex, omitted, sink);
+    } catch (const std::bad_alloc&) {
+        logOutOfMemory(log);
+        return false;
+    }
 }
 
 bool XmlCanon::canonicalizeApex(const XmlDocument& document, ElementId apex,

@@ -5,9 +5,12 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/arrays.h"
 #include "foundation/xml/canon/canonicalizer.h"
+#include "foundation/xml/canon/fragment_id.h"
 
 #include <cstdint>
 #include <memory>
+#include <span>
+#include <string_view>
 #include <vector>
 
 namespace vantrel {
@@ -61,6 +64,20 @@ public:
     // given a part of them only if it refused one itself.
     [[nodiscard]] bool canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
                                       unsigned int startOffset, xml::CanonSink& sink, LogBase& log);
+
+    // The same for an element of a known structure (kNoElement: all of it), without the stretches
+    // `omitted` of its text(), each of which must satisfy xml::isHole.
+    [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
+                                           std::span<const xml::TextRange> omitted,
+                                           xml::CanonSink& sink, LogBase& log) const;
+    // The element that a fragment identifier names (fragment_id.h), kNoElement for the whole
+    // document. There being none, or several, is an error line.
+    [[nodiscard]] static xml::FragmentTarget findFragment(const xml::XmlDocument& document,
+                                                          std::string_view fragment,
+                                                          xml::ElementId& apex, LogBase& log);
+    // The elements that EBICS mode counts, in document order; an error line when there is none.
+    [[nodiscard]] static std::vector<xml::ElementId> authenticatedElements(
+        const xml::XmlDocument& document, LogBase& log);
 
 private:
     struct Selection;

@@ -50,6 +50,12 @@ bool copyWithout(std::string_view text, const std::vector<TextRange>& ranges, St
 
 } // namespace
 
+std::vector<TextRange> XmlSigRemoval::signatureRanges(const XmlDocument& document) {
+    std::vector<TextRange> ranges;
+    static_cast<void>(collect(document, false, ranges));
+    return ranges;
+}
+
 bool XmlSigRemoval::removeSignatures(const char* xml, _vlXmlDtd& dtd, StringBuffer& out,
                                      LogBase& log) {
     StringBuffer text;

@@ -23,6 +23,11 @@ public:
     // storage.
     bool removeSignatures(const StringBuffer& xml, _vlXmlDtd& dtd, StringBuffer& out, LogBase& log);
 
+    // The signatures that are removed from a known structure, as ranges of its text(), ascending
+    // and disjoint.
+    [[nodiscard]] static std::vector<xml::TextRange> signatureRanges(
+        const xml::XmlDocument& document);
+
     // Set by a successful call: what was removed, as ranges of `xml`, ascending and disjoint. Empty
     // also when a signature came from an entity; `out` is then made from the expanded text.
     std::vector<xml::TextRange> m_removed;

@@ -29,6 +29,10 @@ struct TextRange {
     [[nodiscard]] bool empty() const noexcept { return length == 0; }
 };
 
+[[nodiscard]] constexpr TextRange rangeOf(std::size_t start, std::size_t end) noexcept {
+    return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)};
+}
+
 // One element. Records stand in document order, so the subtree of element e is [e, next(e)): the
 // first child of e is e + 1 when that is below next(e), and the sibling after e is next(e) when
 // that is below next(parent). Offsets are into XmlDocument::text().

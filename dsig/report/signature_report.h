@@ -1,10 +1,15 @@
-#ifndef DSIG_OBJECT_VERIFICATION_REPORT_H
-#define DSIG_OBJECT_VERIFICATION_REPORT_H
+#ifndef DSIG_REPORT_SIGNATURE_REPORT_H
+#define DSIG_REPORT_SIGNATURE_REPORT_H
 
 #include "dsig/document/certificate_texts.h"
+#include "dsig/report/codes.h"
+#include "dsig/report/coverage.h"
+#include "dsig/report/ref_reason.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/scan/xml_document.h"
+#include "foundation/xml/tree/element_text.h"
 
 #include <cstdint>
 #include <memory>
@@ -18,58 +23,44 @@ class JsonWriter;
 
 namespace vantrel::dsig {
 
-// Every leniency that a verification used, by its fixed code.
-namespace accommodation {
-inline constexpr std::string_view kAttrSortEmulated = "c14n.attr-sort-emulated";
-inline constexpr std::string_view kUnknownInclusive = "c14n.unknown-inclusive";
-inline constexpr std::string_view kDigestHex = "digest.hex";
-inline constexpr std::string_view kDigestUnknownSha1 = "digest.unknown-sha1";
-inline constexpr std::string_view kDigestTolerated = "digest.tolerated";
-inline constexpr std::string_view kZatcaRules = "zatca.rules";
-inline constexpr std::string_view kZatcaAuto = "zatca.auto";
-inline constexpr std::string_view kEnvelopedExtraRemoved = "enveloped.extra-removed";
-inline constexpr std::string_view kTokenIdMismatch = "token.id-mismatch";
-inline constexpr std::string_view kReferencesUnchecked = "refs.unchecked";
-inline constexpr std::string_view kLimit100 = "limit.100";
-inline constexpr std::string_view kProfileCutOut = "profile.cut-out";
-inline constexpr std::string_view kProfileRemoval = "profile.removal";
-} // namespace accommodation
-
-// A set of short fixed words, in the order in which they were first added.
-class CodeSet {
-public:
-    void add(std::string_view code);
-    [[nodiscard]] const std::vector<std::string_view>& codes() const noexcept { return m_codes; }
-    [[nodiscard]] bool contains(std::string_view code) const noexcept;
-
-private:
-    std::vector<std::string_view> m_codes; // of static storage
-};
-
-// Notes a leniency where somebody keeps a record.
-inline void noteAccommodation(CodeSet* accommodations, std::string_view code) {
-    if (accommodations != nullptr) {
-        accommodations->add(code);
-    }
-}
-
+// What was found out about one reference.
 struct ReferenceReport {
     int index = 0;
     StringBuffer uri;
     bool external = false;
     StringBuffer digestMethod;
     bool checked = false;
-    bool matched = false;
-    bool dataMissing = false;
-    int reason = 0;          // RefFailReason of the last attempt
-    std::string_view covers; // "document", "element" or "external"; empty when unknown
-    xml::ElementId coveredElement = xml::kNoElement;
-    std::string element; // qualified name of the digested element
-    std::string path;    // its path from the root
+    RefReason reason = RefReason::Match; // of the last attempt
+    bool dataMissing = false;            // external data that nobody gave
+    bool isSigned = true;                // false: the signature value does not vouch for it
+    // "document", "element", "elements" or "external"; empty when unknown. What was digested of it
+    // is less by what is excluded.
+    std::string_view covers;
+    std::vector<xml::ElementId> coveredElements; // in the order in which they are digested
+    std::vector<Exclusion> excluded;
+    bool coverageKnown = true;
     CodeSet accommodations;
+    StringBuffer computed; // base64 of the digest of the attempt that matched, else of the first
+    DataBuffer octets;     // that it was computed over, where they were asked for
 
+    [[nodiscard]] bool matched() const noexcept { return checked && reason == RefReason::Match; }
     // What the reference says of itself.
     void describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod);
+};
+
+// Names and paths of elements as reports show them, made when a report is written.
+class DocumentNames {
+public:
+    explicit DocumentNames(const xml::XmlDocument& document, xml::ElementPaths& paths) noexcept
+        : m_document(document), m_paths(paths) {}
+
+    // The qualified name; a very long one is cut, so that many references stay in proportion.
+    [[nodiscard]] std::string name(xml::ElementId element) const;
+    [[nodiscard]] std::string path(xml::ElementId element);
+
+private:
+    const xml::XmlDocument& m_document;
+    xml::ElementPaths& m_paths;
 };
 
 struct KeyReport {
@@ -92,7 +83,6 @@ struct SignatureReport {
     int index = 0;
     StringBuffer id;
     xml::ElementId signatureElement = xml::kNoElement;
-    std::string path;
     bool valid = false;
     bool tooLarge = false; // to be written down
     std::string reason;
@@ -116,9 +106,10 @@ struct SignatureReport {
 void writeCodes(std::string_view name, const CodeSet& codes, json::JsonWriter& out);
 // The candidate keys as the member "keys" of a JSON object.
 void writeKeys(const std::vector<KeyReport>& keys, json::JsonWriter& out);
-// The report as one JSON object. False, and the text of no use, when it has more than `most` bytes.
-[[nodiscard]] bool writeReport(const SignatureReport& report, std::uint64_t most,
-                               StringBuffer& json);
+// The report as one JSON object; `names` are those of the loaded document, null without one. False,
+// and the text of no use, when it has more than `most` bytes.
+[[nodiscard]] bool writeReport(const SignatureReport& report, DocumentNames* names,
+                               std::uint64_t most, StringBuffer& json);
 // What stands for such a report: an object with the status "error" and this reason, which says
 // nothing else of the signature.
 inline constexpr const char* kReportTooLarge =

@@ -1,27 +1,29 @@
-#ifndef DSIG_OBJECT_LOADED_STRUCTURE_H
-#define DSIG_OBJECT_LOADED_STRUCTURE_H
+#ifndef DSIG_DOCUMENT_DOCUMENT_H
+#define DSIG_DOCUMENT_DOCUMENT_H
 
 #include "dsig/document/decoded_certificate.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/token_index.h"
+#include "dsig/document/work_account.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 #include "foundation/xml/tree/element_text.h"
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace vantrel::dsig {
 
-// What is computed once from the loaded document and used again by every reference of every
-// signature. It lives until the next load.
-struct LoadedStructure {
-    explicit LoadedStructure(std::shared_ptr<const xml::XmlDocument> loaded)
-        : document(std::move(loaded)), paths(*document) {}
+// The loaded document: its text and structure, and what is computed once from it and used again by
+// every reference of every signature. It lives until the next load; what is read of it does not
+// change.
+struct Document final {
+    Document(std::shared_ptr<const xml::XmlDocument> loaded, const Limits& limits)
+        : structure(std::move(loaded)), paths(*structure),
+          account(structure->textBuffer().getSize(), limits) {}
 
     // The Reference elements of a signature's SignedInfo, in document order; collected once for the
     // signature that was asked for last.
@@ -29,21 +31,25 @@ struct LoadedStructure {
 
     // The Id of a signature, empty for none; shared with the one that was asked for last.
     const StringBuffer& idOf(const ClsXml& signature);
-
     const TokenIndex& tokens();
 
-    std::shared_ptr<const xml::XmlDocument> document;
+    // A Transforms element from its text; null after an error line. Valid until the next call.
+    const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
+    // The Manifest elements of XML Signature, in document order.
+    const std::vector<xml::ElementId>& manifests();
+
+    std::shared_ptr<const xml::XmlDocument> structure;
     xml::ElementPaths paths;
-
-    // References often carry the same Transforms, so the last one parsed is kept.
-    StringBuffer transformsText;
-    Ref<ClsXml> transforms;
-
+    WorkAccount account;
     CertificateCache certificates;
     KeyAccount keyAccount;
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 
 private:
+    // References often carry the same Transforms, so the last one parsed is kept.
+    StringBuffer m_transformsText;
+    Ref<ClsXml> m_transforms;
+    std::optional<std::vector<xml::ElementId>> m_manifests;
     xml::ElementId m_signature = xml::kNoElement;
     std::vector<xml::ElementId> m_references;
     xml::ElementId m_idOwner = xml::kNoElement;

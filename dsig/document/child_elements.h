@@ -1,5 +1,5 @@
-#ifndef DSIG_OBJECT_CHILD_ELEMENTS_H
-#define DSIG_OBJECT_CHILD_ELEMENTS_H
+#ifndef DSIG_DOCUMENT_CHILD_ELEMENTS_H
+#define DSIG_DOCUMENT_CHILD_ELEMENTS_H
 
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/xml/tree/ClsXml.h"

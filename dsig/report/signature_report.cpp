@@ -1,4 +1,4 @@
-#include "dsig/object/verification_report.h"
+#include "dsig/report/signature_report.h"
 
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
@@ -10,20 +10,23 @@ namespace vantrel::dsig {
 
 using json::JsonWriter;
 
-void CodeSet::add(std::string_view code) {
-    if (!contains(code)) {
-        m_codes.push_back(code);
-    }
-}
-
-bool CodeSet::contains(std::string_view code) const noexcept {
-    return std::find(m_codes.begin(), m_codes.end(), code) != m_codes.end();
-}
-
 void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod) {
     uri = itsUri;
     digestMethod = itsDigestMethod;
     external = !uri.isEmpty() && !uri.beginsWith("#");
+}
+
+std::string DocumentNames::name(xml::ElementId element) const {
+    const std::string_view name = m_document.qualifiedName(element);
+    return name.size() <= xml::kMaxShownPath
+               ? std::string(name)
+               : std::string(name.substr(0, xml::kMaxShownPath)) + "...";
+}
+
+std::string DocumentNames::path(xml::ElementId element) {
+    std::string path;
+    m_paths.append(element, path);
+    return path;
 }
 
 // References are asked for in ascending order, the current one many times.
@@ -50,36 +53,63 @@ void writeCodes(std::string_view name, const CodeSet& codes, JsonWriter& out) {
 
 namespace {
 
-// RefFailReason codes.
-constexpr int kReasonMismatch = 1;
-constexpr int kReasonNoData = 2;
-
 std::string_view statusOf(const ReferenceReport& reference) {
     if (!reference.checked) {
         return "not-checked";
     }
-    if (reference.matched) {
-        return "match";
+    switch (reference.reason) {
+    case RefReason::Match: return "match";
+    case RefReason::Mismatch:
+    case RefReason::UnsupportedDigest: return "mismatch";
+    case RefReason::ExternalMissing: return "missing";
+    default: return "error";
     }
-    if (reference.reason == kReasonMismatch) {
-        return "mismatch";
-    }
-    return reference.reason == kReasonNoData ? "missing" : "error";
 }
 
-void writeReference(JsonWriter& out, const ReferenceReport& reference) {
+void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& names) {
+    out.beginObject();
+    out.textMember("path", exclusion.element != xml::kNoElement ? names.path(exclusion.element)
+                                                                : std::string());
+    out.integerMember("start", static_cast<std::int64_t>(exclusion.range.start));
+    out.integerMember("length", static_cast<std::int64_t>(exclusion.range.length));
+    out.textMember("why", exclusion.why);
+    out.endObject();
+}
+
+void writeCoverage(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
+    out.textMember("covers", reference.covers);
+    const std::vector<xml::ElementId>& elements = reference.coveredElements;
+    if (names != nullptr && reference.covers == "element" && !elements.empty()) {
+        out.textMember("element", names->name(elements.front()));
+        out.textMember("path", names->path(elements.front()));
+    } else if (names != nullptr && reference.covers == "elements") {
+        out.key("paths");
+        out.beginArray();
+        for (const xml::ElementId element : elements) {
+            out.text(names->path(element));
+        }
+        out.endArray();
+    }
+    out.key("excluded");
+    out.beginArray();
+    if (names != nullptr) {
+        for (const Exclusion& exclusion : reference.excluded) {
+            writeExclusion(out, exclusion, *names);
+        }
+    }
+    out.endArray();
+}
+
+void writeReference(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(reference.index));
     out.textMember("uri", reference.uri.view());
     out.booleanMember("external", reference.external);
+    out.booleanMember("signed", reference.isSigned);
     out.textMember("digestMethod", reference.digestMethod.view());
     out.textMember("status", statusOf(reference));
-    out.integerMember("reason", static_cast<std::int64_t>(reference.reason));
-    out.textMember("covers", reference.covers);
-    if (!reference.element.empty()) {
-        out.textMember("element", reference.element);
-        out.textMember("path", reference.path);
-    }
+    out.integerMember("reason", static_cast<std::int64_t>(publicCode(reference.reason)));
+    writeCoverage(out, reference, names);
     writeCodes("accommodations", reference.accommodations, out);
     out.endObject();
 }
@@ -133,12 +163,14 @@ void writeKeys(const std::vector<KeyReport>& keys, JsonWriter& out) {
     out.endArray();
 }
 
-bool writeReport(const SignatureReport& report, std::uint64_t most, StringBuffer& json) {
+bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint64_t most,
+                 StringBuffer& json) {
     JsonWriter out(json, most);
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(report.index));
     out.textMember("id", report.id.view());
-    out.textMember("path", report.path);
+    const bool isThere = names != nullptr && report.signatureElement != xml::kNoElement;
+    out.textMember("path", isThere ? names->path(report.signatureElement) : std::string());
     out.textMember("status", report.tooLarge ? "error" : report.valid ? "valid" : "invalid");
     out.textMember("reason", report.reason);
     out.textMember("profile", report.profile);
@@ -147,7 +179,10 @@ bool writeReport(const SignatureReport& report, std::uint64_t most, StringBuffer
     out.key("references");
     out.beginArray();
     for (const ReferenceReport& reference : report.references) {
-        writeReference(out, reference);
+        if (!out.ok()) {
+            break;
+        }
+        writeReference(out, reference, names);
     }
     out.endArray();
     writeKeys(report.keys, out);
@@ -169,7 +204,7 @@ void writeTooLargeReport(const SignatureReport& report, StringBuffer& json) {
     brief.tooLarge = true;
     brief.reason = kReportTooLarge;
     json.clear();
-    static_cast<void>(writeReport(brief, std::numeric_limits<std::uint64_t>::max(), json));
+    static_cast<void>(writeReport(brief, nullptr, std::numeric_limits<std::uint64_t>::max(), json));
 }
 
 } // namespace vantrel::dsig

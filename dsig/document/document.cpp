@@ -1,0 +1,68 @@
+#include "dsig/document/document.h"
+
+#include "foundation/text/strings.h"
+
+#include <string_view>
+
+namespace vantrel::dsig {
+
+const std::vector<xml::ElementId>& Document::referencesOf(const ClsXml& signature) {
+    if (m_signature != signature.elementId()) {
+        m_references.clear();
+        if (const Ref<ClsXml> signedInfo =
+                Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignedInfo"))) {
+            m_references = signedInfo->childrenWithTag("*:Reference");
+        }
+        m_signature = signature.elementId();
+    }
+    return m_references;
+}
+
+const StringBuffer& Document::idOf(const ClsXml& signature) {
+    if (m_idOwner != signature.elementId()) {
+        m_id.clear();
+        signature.getAttrValue("Id", m_id);
+        m_idOwner = signature.elementId();
+    }
+    return m_id;
+}
+
+const TokenIndex& Document::tokens() {
+    if (!m_tokens) {
+        m_tokens.emplace(*structure);
+    }
+    return *m_tokens;
+}
+
+const ClsXml* Document::parsedTransforms(const StringBuffer& text, LogBase& log) {
+    if (!m_transforms || !m_transformsText.equals(text)) {
+        m_transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+        if (!m_transforms || !m_transforms->loadXml(text, true, log)) {
+            m_transforms.reset();
+            return nullptr;
+        }
+        m_transformsText = text;
+    }
+    return m_transforms.get();
+}
+
+const std::vector<xml::ElementId>& Document::manifests() {
+    constexpr std::string_view kName = "Manifest";
+    if (m_manifests) {
+        return *m_manifests;
+    }
+    m_manifests.emplace();
+    // Most documents do not even hold the word.
+    if (text::findText(structure->text(), kName) == std::string_view::npos) {
+        return *m_manifests;
+    }
+    for (xml::ElementId element = 0; element < structure->elementCount(); ++element) {
+        if (structure->localName(element) == kName &&
+            structure->namespaceUri(element) == xml::kXmlDsigNamespace) {
+            m_manifests->push_back(element);
+        }
+    }
+    return *m_manifests;
+}
+
+} // namespace vantrel::dsig

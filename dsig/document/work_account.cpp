@@ -1,0 +1,71 @@
+#include "dsig/document/work_account.h"
+
+#include "foundation/text/LogBase.h"
+
+#include <algorithm>
+#include <string>
+
+namespace vantrel::dsig {
+
+namespace {
+
+// Large documents may ask for more: a multiple of their size up to a bound, and a smaller multiple
+// whatever their size.
+constexpr std::uint64_t kLargeDocumentFactor = 64;
+constexpr std::uint64_t kLargeDocumentMost = 4ULL * 1024 * 1024 * 1024;
+constexpr std::uint64_t kAnyDocumentFactor = 16;
+
+constexpr std::uint64_t kUsualTransforms = 2;
+
+bool passed(std::string_view limit, std::uint64_t most, LogBase& log) {
+    log.LogError(("The document passes the limit " + std::string(limit) + " of " +
+                  std::to_string(most) + ".")
+                     .c_str());
+    return false;
+}
+
+} // namespace
+
+void WorkAccount::begin(int signature) {
+    m_current = &m_bySignature[signature];
+    m_sum.octets -= m_current->octets;
+    m_sum.transforms -= m_current->transforms;
+    m_sum.failedReferences -= m_current->failedReferences;
+    *m_current = {};
+}
+
+std::uint64_t WorkAccount::mostOctets() const noexcept {
+    return std::max({m_limits.workOctets,
+                     std::min(kLargeDocumentMost, kLargeDocumentFactor * m_documentOctets),
+                     kAnyDocumentFactor * m_documentOctets});
+}
+
+bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
+    const std::uint64_t most = mostOctets();
+    if (m_sum.octets > most || octets > most - m_sum.octets) {
+        return passed("workOctets", most, log);
+    }
+    m_sum.octets += octets;
+    m_current->octets += octets;
+    return true;
+}
+
+bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
+    if (count > m_limits.transformsPerReference) {
+        return passed("transformsPerReference", m_limits.transformsPerReference, log);
+    }
+    const std::uint64_t counted = count - std::min(count, kUsualTransforms);
+    if (counted > 0 && m_sum.transforms + counted > m_limits.transforms) {
+        return passed("transforms", m_limits.transforms, log);
+    }
+    m_sum.transforms += counted;
+    m_current->transforms += counted;
+    return true;
+}
+
+bool WorkAccount::takeRetry(LogBase& log) {
+    return m_sum.failedReferences < m_limits.failuresRetried ||
+           passed("failuresRetried", m_limits.failuresRetried, log);
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,61 @@
+#ifndef DSIG_DOCUMENT_WORK_ACCOUNT_H
+#define DSIG_DOCUMENT_WORK_ACCOUNT_H
+
+#include "dsig/document/limits.h"
+
+#include <cstdint>
+#include <unordered_map>
+
+namespace vantrel {
+class LogBase;
+}
+
+namespace vantrel::dsig {
+
+// The work that the references of one document's signatures have asked for. It is counted, never
+// timed. A signature that is verified again gives back what its verification before took: the
+// account bounds what a document demands, not how often somebody asks.
+class WorkAccount final {
+public:
+    // `documentOctets`: size of the loaded text.
+    WorkAccount(std::uint64_t documentOctets, const Limits& limits) noexcept
+        : m_documentOctets(documentOctets), m_limits(limits) {}
+
+    // The signature whose references follow.
+    void begin(int signature);
+
+    // Each takes a piece of work, or returns false after an error line that names the limit.
+    // Octets that are parsed, canonicalized or hashed:
+    [[nodiscard]] bool takeOctets(std::uint64_t octets, LogBase& log);
+    // The transforms of one reference. The first two (an enveloped signature and a
+    // canonicalization, say) count for the reference only, not for the document.
+    [[nodiscard]] bool takeTransforms(std::uint64_t count, LogBase& log);
+    // A digest that is to be computed again, differently, since it did not match.
+    [[nodiscard]] bool takeRetry(LogBase& log);
+
+    void noteFailedReference() noexcept {
+        ++m_current->failedReferences;
+        ++m_sum.failedReferences;
+    }
+    [[nodiscard]] std::uint64_t octets() const noexcept { return m_sum.octets; }
+
+private:
+    struct Spent {
+        std::uint64_t octets = 0;
+        std::uint64_t transforms = 0;
+        std::uint64_t failedReferences = 0;
+    };
+
+    [[nodiscard]] std::uint64_t mostOctets() const noexcept;
+
+    std::uint64_t m_documentOctets;
+    const Limits& m_limits;
+    std::unordered_map<int, Spent> m_bySignature;
+    Spent m_outside; // work for no signature
+    Spent* m_current = &m_outside;
+    Spent m_sum;
+};
+
+} // namespace vantrel::dsig
+
+#endif

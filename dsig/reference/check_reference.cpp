@@ -1,0 +1,102 @@
+#include "dsig/reference/check_reference.h"
+
+#include "dsig/document/signed_info.h"
+#include "dsig/reference/DSigReference.h"
+#include "dsig/reference/external_reference.h"
+#include "dsig/reference/internal_reference.h"
+#include "dsig/reference/reference_target.h"
+#include "foundation/log/LogContextExitor.h"
+
+namespace vantrel::dsig {
+
+namespace {
+
+// The retry; the octets and the coverage of the first attempt stand when it does not help.
+void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, LogBase& log) {
+    log.LogDataLong("invalidDigestReason", publicCode(result.reason));
+    if (publicCode(result.reason) != publicCode(RefReason::Mismatch) ||
+        !query.document->account.takeRetry(log)) {
+        return;
+    }
+    const bool wasOn = rules.attrSortBug;
+    if (wasOn) {
+        log.LogInfo(
+            "Retry without duplication of common XML canonicalization attribute sorting bug...");
+    } else if (rules.noAttrSortRetry) {
+        return;
+    } else {
+        log.LogInfo(
+            "Retry with duplication of common XML canonicalization attribute sorting bug...");
+    }
+    rules.attrSortBug = !wasOn;
+    ReferenceReport second = attemptReference(query, rules, log);
+    if (second.matched()) {
+        result = std::move(second);
+        if (!wasOn) {
+            log.LogInfo(
+                "This signature was produced by software having the attribute sorting bug.");
+        }
+    } else {
+        result.reason = second.reason;
+    }
+}
+
+} // namespace
+
+ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+    const LogContextExitor context(log, "verifyReferenceDigest");
+    ReferenceReport result = attemptReference(query, rules, log);
+    if (!result.matched()) {
+        retry(query, rules, result, log);
+    }
+    if (!result.matched() && query.document != nullptr) {
+        query.document->account.noteFailedReference();
+    }
+    return result;
+}
+
+ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+    const LogContextExitor context(log, "verifyReferenceDigest_inner");
+    ReferenceReport result;
+    result.index = query.index;
+    result.checked = true;
+    result.reason = RefReason::Other;
+    log.LogDataSb("selectedSignatureId", query.selection.id);
+    log.LogDataLong("index", query.index);
+
+    const Ref<ClsXml> element = referenceElement(query.document, query.selection, query.index, log);
+    if (!element) {
+        log.LogError("No Reference at index");
+        result.reason = RefReason::NoReference;
+        return result;
+    }
+    DSigReference reference;
+    reference.parseReference(*element, log);
+    result.describe(reference.m_uri, reference.m_digestMethod);
+
+    const ReferenceTarget target = targetOf(reference.m_uri);
+    switch (target.kind) {
+    case ReferenceTarget::Kind::Fragment:
+        log.LogDataSb("sameDocumentUri", target.text);
+        checkInternalReference(query, reference, target.text, rules, result, log);
+        break;
+    case ReferenceTarget::Kind::Document:
+        if (!rules.cmaStpDocument) {
+            log.LogInfo("URI is the entire XML document.");
+        }
+        checkInternalReference(query, reference, target.text, rules, result, log);
+        break;
+    case ReferenceTarget::Kind::External:
+        checkExternalReference(query, reference, target.text, result, log);
+        break;
+    }
+    if (!reference.digestMethodIsKnown()) {
+        result.accommodations.add(accommodation::kDigestUnknownSha1);
+        if (result.reason == RefReason::Mismatch) {
+            result.reason = RefReason::UnsupportedDigest;
+        }
+    }
+    return result;
+}
+
+} // namespace vantrel::dsig

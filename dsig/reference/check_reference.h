@@ -1,0 +1,34 @@
+#ifndef DSIG_REFERENCE_CHECK_REFERENCE_H
+#define DSIG_REFERENCE_CHECK_REFERENCE_H
+
+#include "dsig/document/document.h"
+#include "dsig/document/rules.h"
+#include "dsig/document/selection.h"
+#include "dsig/reference/external_data.h"
+#include "dsig/report/signature_report.h"
+#include "foundation/text/LogBase.h"
+
+namespace vantrel::dsig {
+
+// The reference that is to be checked, and what its check may use.
+struct ReferenceQuery {
+    Document* document; // null when no signature is selected
+    const Selection& selection;
+    int index;
+    ExternalData external;
+    bool keepOctets = false; // hand out the digested octets in the result
+};
+
+// Checks the digest of a reference; where it does not match, once more with the other attribute
+// order. `rules` becomes what the check found them to be: a retry that helped stays in force for
+// the references behind it, and so do ZATCA rules.
+[[nodiscard]] ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules,
+                                             LogBase& log);
+
+// One attempt of it.
+[[nodiscard]] ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules,
+                                               LogBase& log);
+
+} // namespace vantrel::dsig
+
+#endif

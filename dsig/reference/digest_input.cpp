@@ -1,0 +1,231 @@
+#include "dsig/reference/digest_input.h"
+
+#include "dsig/document/child_elements.h"
+#include "dsig/reference/enveloped_signature.h"
+#include "dsig/transform/canonicalize_step.h"
+#include "dsig/transform/doda.h"
+#include "dsig/transform/profile_steps.h"
+#include "dsig/transform/xpath_step.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/text/encoders.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+#include <vector>
+
+namespace vantrel::dsig {
+
+namespace {
+
+const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
+const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
+
+// What one entry of a Transforms list asks for.
+enum class TransformKind { XPath, EnvelopedSignature, Canonicalization, Base64, Unrecognized };
+
+struct TransformName {
+    const char* part; // case-sensitive substring of the algorithm identifier
+    TransformKind kind;
+};
+
+// The first part found decides; the order matters.
+constexpr TransformName kTransformNames[] = {
+    {"REC-xpath", TransformKind::XPath},
+    {"2002/06/xmldsig-filter2", TransformKind::XPath},
+    {"enveloped-signature", TransformKind::EnvelopedSignature},
+    {"xml-c14n", TransformKind::Canonicalization},
+    {"xml-exc-c14n", TransformKind::Canonicalization},
+    {"xmldsig#base64", TransformKind::Base64},
+};
+
+TransformKind transformKind(const StringBuffer& algorithm) {
+    for (const TransformName& name : kTransformNames) {
+        if (algorithm.containsSubstring(name.part)) {
+            return name.kind;
+        }
+    }
+    return TransformKind::Unrecognized;
+}
+
+constexpr std::uint32_t kLongestLoggedBase64 = 200;
+
+// The chain of transforms of one reference on its way.
+class TransformChain {
+public:
+    TransformChain(const ReferenceQuery& query, const DSigReference& reference,
+                   const StringBuffer& fragmentId, xml::CanonSink* sink, const Rules& rules,
+                   DigestInput& input, CodeSet& leniencies, LogBase& log) noexcept
+        : m_query(query), m_reference(reference), m_fragmentId(fragmentId), m_sink(sink),
+          m_rules(rules), m_input(input), m_leniencies(leniencies), m_log(log) {}
+
+    RefReason run() { return m_reference.m_transforms.isEmpty() ? runImplied() : runListed(); }
+
+private:
+    // A reference without transforms. The algorithm text of a whole-document reference names both
+    // steps, the second appended to the first; the canonicalization looks for its own name only.
+    RefReason runImplied() {
+        StringBuffer algorithm;
+        if (m_fragmentId.isEmpty()) {
+            algorithm.setString(kEnvelopedSignatureId);
+            if (!removeSignature()) {
+                return RefReason::TransformFailed;
+            }
+        }
+        algorithm.append(m_rules.zatca ? "xml-exc-c14n" : kDefaultCanonicalization);
+        return canonicalize(nullptr, algorithm, m_sink);
+    }
+
+    RefReason runListed() {
+        const ClsXml* const transforms =
+            m_query.document->parsedTransforms(m_reference.m_transforms, m_log);
+        if (transforms == nullptr) {
+            return RefReason::Other;
+        }
+        const std::vector<xml::ElementId> children = childElements(*transforms);
+        if (!m_query.document->account.takeTransforms(children.size(), m_log)) {
+            return RefReason::LimitPassed;
+        }
+        for (std::size_t i = 0; i < children.size(); ++i) {
+            const Ref<ClsXml> transform = handleOn(*transforms, children[i]);
+            const RefReason outcome = runOne(*transform, i + 1 == children.size());
+            if (outcome != RefReason::Match) {
+                return outcome;
+            }
+        }
+        return runImpliedRest();
+    }
+
+    // What is implied behind the listed ones.
+    RefReason runImpliedRest() {
+        StringBuffer algorithm;
+        if (!m_envelopedSeen && m_fragmentId.isEmpty()) {
+            algorithm.setString(kEnvelopedSignatureId);
+            if (!removeSignature()) {
+                return RefReason::TransformFailed;
+            }
+        }
+        if (m_canonicalized) {
+            return RefReason::Match;
+        }
+        // Inclusive here, whatever the ZATCA rules say; only a reference without transforms
+        // differs.
+        algorithm.append(kDefaultCanonicalization);
+        return canonicalize(nullptr, algorithm, m_input.base64Pending ? nullptr : m_sink);
+    }
+
+    RefReason runOne(const ClsXml& transform, bool isLast) {
+        StringBuffer algorithm;
+        transform.getAttrValue("Algorithm", algorithm);
+        m_log.LogDataSb("transformAlgorithm", algorithm);
+        switch (transformKind(algorithm)) {
+        case TransformKind::XPath: return runXPath(transform, algorithm);
+        case TransformKind::EnvelopedSignature:
+            m_envelopedSeen = true;
+            return removeSignature() ? RefReason::Match : RefReason::TransformFailed;
+        case TransformKind::Canonicalization: {
+            m_canonicalized = true;
+            const bool nothingFollows =
+                isLast && !m_input.base64Pending && (m_envelopedSeen || !m_fragmentId.isEmpty());
+            return canonicalize(&transform, algorithm, nothingFollows ? m_sink : nullptr);
+        }
+        case TransformKind::Base64: m_input.base64Pending = true; return RefReason::Match;
+        case TransformKind::Unrecognized: break;
+        }
+        m_log.LogDataSb("unrecognizedTransform", algorithm);
+        return RefReason::UnsupportedTransform;
+    }
+
+    RefReason runXPath(const ClsXml& transform, const StringBuffer& algorithm) {
+        StringBuffer xPath;
+        if (!transform.getChildContentUtf8("*:XPath", xPath, false)) {
+            m_log.LogError("No XPath found in transform.");
+            return RefReason::UnsupportedTransform;
+        }
+        return xPathStep(&transform, m_input.text, algorithm, xPath, m_leniencies, m_log);
+    }
+
+    bool removeSignature() {
+        return removeEnvelopedSignature(m_query.selection, m_reference, m_rules, m_input.text,
+                                        m_leniencies, m_log);
+    }
+
+    RefReason canonicalize(const ClsXml* transform, const StringBuffer& algorithm,
+                           xml::CanonSink* sink) {
+        return canonicalizeStep(transform, m_input.text, algorithm, m_fragmentId, sink, m_rules,
+                                m_leniencies, m_log);
+    }
+
+    const ReferenceQuery& m_query;
+    const DSigReference& m_reference;
+    const StringBuffer& m_fragmentId;
+    xml::CanonSink* m_sink;
+    const Rules& m_rules;
+    DigestInput& m_input;
+    CodeSet& m_leniencies;
+    LogBase& m_log;
+    bool m_envelopedSeen = false;
+    bool m_canonicalized = false;
+};
+
+// A document of this profile is digested from its doda element's start tag to its end tag.
+bool cutDownToDoda(WorkingText& text, CodeSet& leniencies, LogBase& log) {
+    log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
+    leniencies.add(accommodation::kProfileCutOut);
+    return text.cutDownTo(dodaRange(text.searchable().text()), log);
+}
+
+} // namespace
+
+RefReason buildDigestInput(const ReferenceQuery& query, const DSigReference& reference,
+                           const StringBuffer& fragmentId, xml::CanonSink* sink, Rules& rules,
+                           DigestInput& input, CodeSet& leniencies, LogBase& log) {
+    if (rules.satDoda && !cutDownToDoda(input.text, leniencies, log)) {
+        return RefReason::NotCanonicalized;
+    }
+    if (!preprocess(fragmentId, input.text, rules, leniencies, log)) {
+        return RefReason::TransformFailed;
+    }
+    const RefReason outcome =
+        TransformChain(query, reference, fragmentId, sink, rules, input, leniencies, log).run();
+    if (outcome != RefReason::Match || input.text.wasStreamed()) {
+        return outcome;
+    }
+    return postprocess(input.text, leniencies, log) ? RefReason::Match : RefReason::TransformFailed;
+}
+
+bool decodeBase64Content(WorkingText& text, DataBuffer& decoded, CodeSet& leniencies,
+                         LogBase& log) {
+    const LogContextExitor context(log, "base64Transform");
+    const auto document = text.structure(log);
+    if (document == nullptr) {
+        return false;
+    }
+    const Ref<ClsXml> root = Ref<ClsXml>::adopt(ClsXml::onElement(document, 0));
+    if (!root) {
+        return false;
+    }
+    if (const int numChildren = root->get_NumChildren(); numChildren > 0) {
+        log.LogError("Expected 0 XML children.");
+        log.LogDataLong("numChildren", numChildren);
+        leniencies.add(accommodation::kBase64Children);
+        for (const xml::ElementId child : childElements(*root)) {
+            text.noteExcluded(child, exclusion::kBase64);
+        }
+    }
+    StringBuffer content;
+    root->getContentSb(content);
+    log.LogDataUint32("base64_string_length", content.getSize());
+    const bool isBase64 =
+        ContentCoding::decodeBase64ToDb(content.getString(), content.getSize(), decoded);
+    if (!isBase64) {
+        log.LogError("base64 decoding failed.  Maybe this was not actually base64?");
+        if (content.getSize() > kLongestLoggedBase64) {
+            content.shorten(content.getSize() - kLongestLoggedBase64);
+            content.append("...");
+        }
+        log.LogDataSb("base64_string", content);
+    }
+    log.LogDataUint32("decodedSize", decoded.getSize());
+    return isBase64;
+}
+
+} // namespace vantrel::dsig

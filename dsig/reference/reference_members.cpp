@@ -1,0 +1,75 @@
+// The verifier's members that belong to references: each hands its work to the step of its name.
+
+#include "dsig/document/signed_info.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/reference/DSigReference.h"
+#include "dsig/reference/adjacent_signatures.h"
+#include "dsig/reference/check_reference.h"
+#include "dsig/reference/enveloped_signature.h"
+#include "dsig/reference/internal_reference.h"
+
+namespace vantrel {
+
+DSigRefExternalData* ClsXmlDSig::getExtRef(int index, bool create, LogBase& log) {
+    return dsig::givenData({&m_externalData, m_selector, nullptr}, index, create, log);
+}
+
+// Runs a step of a reference by the rules in force, and keeps what it made of them and found out.
+template <class Step>
+bool ClsXmlDSig::checkReferenceBy(Step step, int index, bool& externalMissing, ExtPtrArraySb& dirs,
+                                  LogBase& log) {
+    const dsig::Selection selected = selection();
+    const dsig::ReferenceQuery query{
+        document(), selected, index, {&m_externalData, m_selector, &dirs}};
+    dsig::Rules inForce = rules();
+    dsig::ReferenceReport result = step(query, inForce, log);
+    keepRules(inForce);
+    m_refFailReason = dsig::publicCode(result.reason);
+    externalMissing = result.dataMissing;
+    const bool matched = result.matched();
+    m_report.reference(index) = std::move(result);
+    return matched;
+}
+
+bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalMissing, ExtPtrArraySb& dirs,
+                                       LogBase& log) {
+    return checkReferenceBy(dsig::checkReference, index, externalMissing, dirs, log);
+}
+
+bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalMissing, ExtPtrArraySb& dirs,
+                                        LogBase& log) {
+    return checkReferenceBy(dsig::attemptReference, index, externalMissing, dirs, log);
+}
+
+bool ClsXmlDSig::verifyInternalReference(int index, StringBuffer& fragmentId, DSigReference& ref,
+                                         LogBase& log) {
+    bool externalMissing = false;
+    ExtPtrArraySb dirs;
+    const auto step = [&](const dsig::ReferenceQuery& query, dsig::Rules& inForce, LogBase& to) {
+        dsig::ReferenceReport result;
+        result.index = index;
+        result.checked = true;
+        dsig::checkInternalReference(query, ref, fragmentId, inForce, result, to);
+        return result;
+    };
+    return checkReferenceBy(step, index, externalMissing, dirs, log);
+}
+
+bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBuffer& /*unused1*/,
+                                             StringBuffer& /*unused2*/, DSigReference& ref,
+                                             LogBase& log) {
+    dsig::WorkingText text(workingText);
+    dsig::CodeSet leniencies;
+    static_cast<void>(
+        dsig::removeEnvelopedSignature(selection(), ref, rules(), text, leniencies, log));
+    workingText = text.text();
+    return true;
+}
+
+bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
+                                                 std::uint32_t length, LogBase& /*log*/) {
+    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length));
+    return true;
+}
+
+} // namespace vantrel

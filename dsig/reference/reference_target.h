@@ -1,0 +1,33 @@
+#ifndef DSIG_REFERENCE_REFERENCE_TARGET_H
+#define DSIG_REFERENCE_REFERENCE_TARGET_H
+
+#include "foundation/text/StringBuffer.h"
+
+#include <cstdint>
+
+namespace vantrel::dsig {
+
+// What a reference's URI points at. White space around the URI does not count.
+struct ReferenceTarget {
+    enum class Kind : std::uint8_t { Document, Fragment, External };
+
+    Kind kind = Kind::Document;
+    StringBuffer text; // the fragment without its "#", or the external URI; empty for the document
+};
+
+[[nodiscard]] inline ReferenceTarget targetOf(const StringBuffer& uri) {
+    ReferenceTarget target;
+    target.text = uri;
+    target.text.trim2();
+    if (target.text.beginsWith("#")) {
+        target.kind = ReferenceTarget::Kind::Fragment;
+        target.text.removeChunk(0, 1);
+    } else if (!target.text.isEmpty()) {
+        target.kind = ReferenceTarget::Kind::External;
+    }
+    return target;
+}
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,17 @@
+#include "dsig/report/codes.h"
+
+#include <algorithm>
+
+namespace vantrel::dsig {
+
+void CodeSet::add(std::string_view code) {
+    if (!contains(code)) {
+        m_codes.push_back(code);
+    }
+}
+
+bool CodeSet::contains(std::string_view code) const noexcept {
+    return std::find(m_codes.begin(), m_codes.end(), code) != m_codes.end();
+}
+
+} // namespace vantrel::dsig

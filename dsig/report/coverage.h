@@ -1,0 +1,46 @@
+#ifndef DSIG_REPORT_COVERAGE_H
+#define DSIG_REPORT_COVERAGE_H
+
+#include "foundation/xml/scan/xml_document.h"
+
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig {
+
+// Why something inside the covered part was not digested.
+namespace exclusion {
+inline constexpr std::string_view kEnvelopedSignature = "enveloped-signature";
+inline constexpr std::string_view kEnvelopedExtra = "enveloped.extra-removed";
+inline constexpr std::string_view kXPath = "xpath";
+inline constexpr std::string_view kXPathFilter2 = "xpath-filter2";
+inline constexpr std::string_view kSwiftLau = "profile:swift-lau";
+inline constexpr std::string_view kBase64 = "base64";
+} // namespace exclusion
+
+// A stretch of whole sibling elements that was not digested.
+struct Exclusion {
+    xml::ElementId element = xml::kNoElement; // the first of them, in the loaded document
+    xml::TextRange range;                     // in the loaded text
+    std::string_view why;                     // one of the codes above
+};
+
+// What of the loaded document a text stands for: the document, an element, or several elements one
+// behind the other, but for what was taken out.
+struct Coverage {
+    bool wholeDocument = true;
+    std::vector<xml::ElementId> elements; // unless it is the whole document
+    std::vector<Exclusion> excluded;      // in the order in which it was taken out
+    bool known = true; // false: something was taken out that has no place in the loaded text
+};
+
+[[nodiscard]] bool isInside(xml::TextRange inner, xml::TextRange outer) noexcept;
+// Appends what is left of `whole` when the stretches `absent`, in any order, are not counted.
+void appendWithout(xml::TextRange whole, std::vector<xml::TextRange> absent,
+                   std::vector<xml::TextRange>& out);
+// Every octet of `whole` lies in one of the stretches.
+[[nodiscard]] bool coversAll(xml::TextRange whole, std::vector<xml::TextRange> covered);
+
+} // namespace vantrel::dsig
+
+#endif

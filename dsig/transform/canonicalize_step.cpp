@@ -1,0 +1,201 @@
+#include "dsig/transform/canonicalize_step.h"
+
+#include "dsig/transform/canonicalization_method.h"
+#include "dsig/transform/profile_detection.h"
+#include "foundation/log/LogContextExitor.h"
+#include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/canon/fragment_id.h"
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig {
+
+namespace {
+
+// EBICS messages sign all elements that are marked, together; at most this many of them.
+constexpr std::size_t kMostEbicsElements = 100;
+
+bool isEbicsFragment(const StringBuffer& fragmentId) {
+    return fragmentId.equals("EBICS") ||
+           (fragmentId.containsSubstring("xpointer") &&
+            fragmentId.containsSubstring("authenticate") && fragmentId.containsSubstring("true"));
+}
+
+void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& log) {
+    StringBuffer prefixList;
+    if (!transform.getChildAttrValue("*:InclusiveNamespaces", "PrefixList", prefixList)) {
+        return;
+    }
+    if (log.verbose()) {
+        log.LogDataSb("inclusiveNamespacesPrefixList", prefixList);
+    }
+    setPrefixList(canonicalizer, prefixList);
+}
+
+// Hands octets on as long as the document's account allows.
+class ChargingSink final : public xml::CanonSink {
+public:
+    ChargingSink(xml::CanonSink& next, WorkAccount* account, LogBase& log) noexcept
+        : m_next(next), m_account(account), m_log(log) {}
+
+    [[nodiscard]] bool write(const char* data, std::size_t size) override {
+        return (m_account == nullptr || m_account->takeOctets(size, m_log)) &&
+               m_next.write(data, size);
+    }
+
+private:
+    xml::CanonSink& m_next;
+    WorkAccount* m_account;
+    LogBase& m_log;
+};
+
+// What is to be read counts as well as what is written.
+bool takeExtents(const xml::XmlDocument& document, std::span<const xml::ElementId> apexes,
+                 const WorkingText& text, LogBase& log) {
+    std::uint64_t octets = apexes.empty() ? document.text().size() : 0;
+    for (const xml::ElementId apex : apexes) {
+        octets += document.element(apex).end - document.element(apex).start;
+    }
+    return text.account() == nullptr || text.account()->takeOctets(octets, log);
+}
+
+// Canonicalizes elements of the text one behind the other, or the whole text, into its place or
+// into the sink.
+bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::ElementId> apexes,
+                          WorkingText& text, xml::CanonSink* sink, LogBase& log) {
+    const auto document = text.structure(log);
+    if (document == nullptr) {
+        return false;
+    }
+    if (!takeExtents(*document, apexes, text, log)) {
+        return false;
+    }
+    StringBuffer octets;
+    if (sink == nullptr && apexes.empty()) {
+        static_cast<void>(octets.reserve(document->textBuffer().getSize())); // spares growing
+    }
+    xml::StringBufferSink buffer(octets);
+    ChargingSink out(sink != nullptr ? *sink : buffer, text.account(), log);
+    const xml::ElementId whole[] = {xml::kNoElement};
+    for (const xml::ElementId apex : apexes.empty() ? std::span(whole) : apexes) {
+        if (!canonicalizer.canonicalizeElement(*document, apex, text.gaps(), out, log)) {
+            return false;
+        }
+    }
+    if (sink != nullptr) {
+        text.streamed(apexes);
+    } else {
+        text.canonicalized(apexes, octets);
+    }
+    return true;
+}
+
+// The element of the text that a fragment identifier names: looked up in the loaded document, where
+// it must be unique, whatever has been taken out since.
+RefReason findTarget(std::string_view fragment, WorkingText& text,
+                     std::vector<xml::ElementId>& apexes, LogBase& log) {
+    const auto document = text.loaded() != nullptr ? text.loaded() : text.structure(log);
+    if (document == nullptr) {
+        return RefReason::NotCanonicalized;
+    }
+    xml::ElementId element = xml::kNoElement;
+    switch (XmlCanon::findFragment(*document, fragment, element, log)) {
+    case xml::FragmentTarget::NotFound: return RefReason::NoSuchId;
+    case xml::FragmentTarget::NotUnique: return RefReason::DuplicateId;
+    case xml::FragmentTarget::Document: return RefReason::Match;
+    case xml::FragmentTarget::Element: break;
+    }
+    const xml::ElementId inText = text.elementOf(element);
+    if (inText == xml::kNoElement) {
+        log.LogError("The element with the Id is not in the XML any more.");
+        log.logText("fragmentId", fragment);
+        return RefReason::NoSuchId;
+    }
+    apexes.push_back(inText);
+    return RefReason::Match;
+}
+
+void logFailure(LogBase& log) { log.LogError("Failed to canonicalize XML fragment."); }
+
+// Messages of this profile sign their Document element, whatever stands around it.
+bool cutDownToCmaStpDocument(WorkingText& text, CodeSet& leniencies, LogBase& log) {
+    constexpr std::string_view kStart = "<Document ";
+    constexpr std::string_view kEnd = "</Document>";
+    const GappedText searched = text.searchable();
+    const std::size_t size = searched.text().size();
+    const std::size_t found = searched.find(kStart, 0);
+    const std::size_t start = found == std::string_view::npos ? 0 : found;
+    const std::size_t endTag = searched.find(kEnd, start);
+    const std::size_t end = endTag == std::string_view::npos ? size : endTag + kEnd.size();
+    if (start == 0 && end == size) {
+        return true;
+    }
+    leniencies.add(accommodation::kProfileCutOut);
+    return text.cutDownTo(xml::rangeOf(start, end), log);
+}
+
+RefReason canonicalizeForEbics(const XmlCanon& canonicalizer, WorkingText& text,
+                               xml::CanonSink* sink, CodeSet& leniencies, LogBase& log) {
+    log.LogInfo("Canonicalizing for EBICS...");
+    const auto document = text.structure(log);
+    std::vector<xml::ElementId> apexes;
+    if (document != nullptr) {
+        apexes = XmlCanon::authenticatedElements(*document, log);
+        std::erase_if(apexes, [&](xml::ElementId element) { return text.isTakenOut(element); });
+    }
+    if (apexes.size() > kMostEbicsElements) {
+        apexes.resize(kMostEbicsElements);
+        leniencies.add(accommodation::kLimit100);
+    }
+    if (apexes.empty() || !canonicalizeElements(canonicalizer, apexes, text, sink, log)) {
+        logFailure(log);
+        return RefReason::NotCanonicalized;
+    }
+    return RefReason::Match;
+}
+
+} // namespace
+
+void configureAttrSort(XmlCanon& canonicalizer, const Rules& rules, LogBase& log) {
+    if (!rules.emulatesAttrSort()) {
+        return;
+    }
+    logAttrSortEmulation(log);
+    canonicalizer.m_duplicateAttrSortBug = true;
+    canonicalizer.m_faultyOrder = rules.attributeOrder();
+}
+
+RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
+                           const StringBuffer& algorithm, const StringBuffer& fragmentId,
+                           xml::CanonSink* sink, const Rules& rules, CodeSet& leniencies,
+                           LogBase& log) {
+    const LogContextExitor context(log, "transformCanonicalize");
+    XmlCanon canonicalizer;
+    selectTransformMethod(algorithm, canonicalizer);
+    if (transform != nullptr && canonicalizer.m_method == kExclusive) {
+        readPrefixList(*transform, canonicalizer, log);
+    }
+    configureAttrSort(canonicalizer, rules, log);
+
+    if (isEbicsFragment(fragmentId)) {
+        return canonicalizeForEbics(canonicalizer, text, sink, leniencies, log);
+    }
+    std::vector<xml::ElementId> apexes;
+    RefReason outcome = RefReason::NotCanonicalized;
+    const bool cutOutFirst = rules.cmaStpDocument && fragmentId.isEmpty();
+    if (!cutOutFirst || cutDownToCmaStpDocument(text, leniencies, log)) {
+        outcome = findTarget(fragmentId.view(), text, apexes, log);
+    }
+    if (outcome == RefReason::Match &&
+        !canonicalizeElements(canonicalizer, apexes, text, sink, log)) {
+        outcome = RefReason::NotCanonicalized;
+    }
+    if (outcome != RefReason::Match) {
+        logFailure(log);
+    }
+    return outcome;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,30 @@
+#ifndef DSIG_TRANSFORM_CANONICALIZE_STEP_H
+#define DSIG_TRANSFORM_CANONICALIZE_STEP_H
+
+#include "dsig/document/rules.h"
+#include "dsig/report/codes.h"
+#include "dsig/report/ref_reason.h"
+#include "dsig/transform/working_text.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel::dsig {
+
+// The canonicalization transform (Canonical XML 1.0, Exclusive XML Canonicalization 1.0). The
+// algorithm's identifier chooses the method; `transform` (null for an implied step) holds its
+// InclusiveNamespaces. A non-empty `fragmentId` restricts the result to the element with that Id.
+// The octets take the text's place or, with a sink, go there. Match, or why it failed, which is
+// logged; the text then stays as it was.
+[[nodiscard]] RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
+                                         const StringBuffer& algorithm,
+                                         const StringBuffer& fragmentId, xml::CanonSink* sink,
+                                         const Rules& rules, CodeSet& leniencies, LogBase& log);
+
+// Sets the attribute order of the rules, which is logged where it is a faulty one.
+void configureAttrSort(XmlCanon& canonicalizer, const Rules& rules, LogBase& log);
+
+} // namespace vantrel::dsig
+
+#endif

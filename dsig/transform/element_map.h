@@ -1,0 +1,45 @@
+#ifndef DSIG_TRANSFORM_ELEMENT_MAP_H
+#define DSIG_TRANSFORM_ELEMENT_MAP_H
+
+#include "foundation/xml/scan/xml_document.h"
+
+#include <vector>
+
+namespace vantrel::dsig {
+
+// Which elements of the loaded document stand in a text that transforms made of it. Transforms take
+// elements out and cut texts down to elements, but never add or reorder any, so the elements of the
+// text, in their order, are runs of the loaded ones.
+class ElementMap {
+public:
+    // A text that holds all of `count` elements.
+    explicit ElementMap(xml::ElementId count) : m_size(count) {}
+
+    // Number of elements of the text.
+    [[nodiscard]] xml::ElementId size() const noexcept { return m_size; }
+    // The loaded element that the text's element is, and the reverse; kNoElement for none.
+    [[nodiscard]] xml::ElementId toLoaded(xml::ElementId inText) const noexcept;
+    [[nodiscard]] xml::ElementId toText(xml::ElementId loaded) const noexcept;
+
+    // The text loses its elements [first, end).
+    void remove(xml::ElementId first, xml::ElementId end);
+    // The text is cut down to its elements [first, end).
+    void keep(xml::ElementId first, xml::ElementId end);
+    // The text's elements are followed by those of `other`.
+    void append(const ElementMap& other);
+
+private:
+    struct Run {
+        xml::ElementId loaded; // its first element
+        xml::ElementId count;
+    };
+
+    void makeRuns();
+
+    xml::ElementId m_size;
+    std::vector<Run> m_runs; // empty: the loaded elements from the first on
+};
+
+} // namespace vantrel::dsig
+
+#endif

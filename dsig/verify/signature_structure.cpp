@@ -1,0 +1,71 @@
+#include "dsig/verify/signature_structure.h"
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace vantrel::dsig {
+
+namespace {
+
+struct ChildRule {
+    std::string_view name;
+    bool required;
+    bool repeats;
+};
+
+// XML Signature, sections 4.2 and 4.4.
+constexpr ChildRule kSignature[] = {{"SignedInfo", true, false},
+                                    {"SignatureValue", true, false},
+                                    {"KeyInfo", false, false},
+                                    {"Object", false, true}};
+constexpr ChildRule kSignedInfo[] = {{"CanonicalizationMethod", true, false},
+                                     {"SignatureMethod", true, false},
+                                     {"Reference", true, true}};
+
+bool follows(const xml::XmlDocument& document, xml::ElementId parent, std::string_view uri,
+             std::span<const ChildRule> rules) {
+    std::size_t rule = 0;
+    std::size_t count = 0; // of the rule's element
+    for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
+         child = document.nextSibling(child)) {
+        const std::string_view name = document.localName(child);
+        while (rule < rules.size() &&
+               (rules[rule].name != name || (count == 1 && !rules[rule].repeats))) {
+            if (rules[rule].required && count == 0) {
+                return false;
+            }
+            ++rule;
+            count = 0;
+        }
+        if (rule == rules.size() || document.namespaceUri(child) != uri) {
+            return false;
+        }
+        ++count;
+    }
+    for (; rule < rules.size(); ++rule, count = 0) {
+        if (rules[rule].required && count == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool hasSchemaStructure(const xml::XmlDocument& document, xml::ElementId signature) {
+    // What is not in the namespace of XML Signature (unqualified, or an EBICS AuthSignature) has
+    // its children in the namespace of its SignedInfo.
+    xml::ElementId signedInfo = document.firstChild(signature);
+    while (signedInfo != xml::kNoElement && document.localName(signedInfo) != "SignedInfo") {
+        signedInfo = document.nextSibling(signedInfo);
+    }
+    if (signedInfo == xml::kNoElement) {
+        return false;
+    }
+    const std::string_view uri = document.namespaceUri(signedInfo);
+    return follows(document, signature, uri, kSignature) &&
+           follows(document, signedInfo, uri, kSignedInfo);
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,14 @@
+#ifndef DSIG_VERIFY_SIGNATURE_STRUCTURE_H
+#define DSIG_VERIFY_SIGNATURE_STRUCTURE_H
+
+#include "foundation/xml/scan/xml_document.h"
+
+namespace vantrel::dsig {
+
+// The children of the Signature and of its SignedInfo are those of the schema of XML Signature, in
+// its order. Others verify as well, but a reader of the document may take them for something.
+[[nodiscard]] bool hasSchemaStructure(const xml::XmlDocument& document, xml::ElementId signature);
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,142 @@
+#include "dsig/verify/signed_octets.h"
+
+#include "dsig/document/signed_info.h"
+#include "dsig/transform/canonicalization_method.h"
+#include "dsig/transform/canonicalize_step.h"
+#include "dsig/transform/doda.h"
+#include "dsig/transform/working_text.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/tree/ClsXml.h"
+
+namespace vantrel::dsig {
+
+namespace {
+
+bool configure(const Selection& selection, const Rules& rules, StringBuffer& algorithm,
+               XmlCanon& canonicalizer, CodeSet& leniencies, LogBase& log) {
+    StringBuffer prefixList;
+    if (!canonicalizationMethod(selection.signature, algorithm, prefixList, log)) {
+        log.LogError("Unable to get SignedInfo CanonicalizationMethod.");
+        return false;
+    }
+    if (!prefixList.isEmpty()) {
+        setPrefixList(canonicalizer, prefixList);
+    }
+    canonicalizer.m_method = kInclusive;
+    if (!namesInclusive(algorithm)) {
+        if (namesExclusive(algorithm)) {
+            canonicalizer.m_method = kExclusive;
+        } else {
+            // No failure: the inclusive method is tried, and the signature value decides.
+            log.LogError("Unrecognized canonicalization method.");
+            log.LogDataSb("canonicalizationMethod", algorithm);
+            leniencies.add(accommodation::kUnknownInclusive);
+        }
+    }
+    canonicalizer.m_withComments = algorithm.containsSubstringNoCase("WithComments");
+    configureAttrSort(canonicalizer, rules, log);
+    if (rules.skXmlSignedDoc) {
+        canonicalizer.m_signedDocFlag = false;
+    }
+    return true;
+}
+
+bool canonicalizeFrom(const StringBuffer& text, std::uint32_t offset, XmlCanon& canonicalizer,
+                      StringBuffer& out, const char* failure, LogBase& log) {
+    if (!canonicalizer.xmlCanonicalize(text, nullptr, offset, out, log)) {
+        log.LogError(failure);
+        return false;
+    }
+    return true;
+}
+
+// No canonicalization: by the ZATCA rules the value is over the first reference's digest alone.
+bool takeInvoiceHash(Document& document, const Selection& selection, const DSigReference& first,
+                     SignedOctets& out, CodeSet& leniencies, LogBase& log) {
+    leniencies.add(accommodation::kZatcaRules);
+    const Ref<ClsXml> reference = referenceElement(&document, selection, 0, log);
+    if (!reference) {
+        log.LogError("Failed to get first reference for signature verification.");
+        return false;
+    }
+    if (!reference->getChildContentUtf8("*:DigestValue", out.text, false)) {
+        log.LogError("Failed to get invoiceHash for signature verification.");
+        return false;
+    }
+    // One of anything but the invoice would let whatever stands in the document pass for signed.
+    StringBuffer uri = first.m_uri;
+    uri.trim2();
+    if (first.m_uriOmitted != 0 || !uri.isEmpty()) {
+        log.LogError("The first Reference is not to the whole document.");
+        return false;
+    }
+    // Only a digest of the reference's method, raw or as its hexadecimal text, is one: otherwise
+    // any bytes that the key ever signed could stand here.
+    const std::size_t digestSize = crypto::hashDigestSize(first.getHashAlg());
+    if (!out.invoiceHash.appendEncoded(out.text.view(), "base64") ||
+        (out.invoiceHash.getSize() != digestSize && out.invoiceHash.getSize() != 2 * digestSize)) {
+        log.LogError("The first DigestValue is not a digest of its method.");
+        return false;
+    }
+    return true;
+}
+
+bool runRoute(Document& document, const Selection& selection, const Rules& rules,
+              const XmlSigLocate& locator, const DSigReference& first, XmlCanon& canonicalizer,
+              SignedOctets& out, CodeSet& leniencies, LogBase& log) {
+    const xml::XmlDocument& structure = *document.structure;
+    // Cut-outs are made from the text with its entities expanded.
+    const xml::ElementId signedInfo = structure.elementAtSourceOffset(locator.m_signedInfoStart);
+    const std::uint32_t start = signedInfo != xml::kNoElement ? structure.element(signedInfo).start
+                                                              : locator.m_signedInfoStart;
+    if (rules.siiDocument && !rules.siiDteXml.isEmpty() && rules.siiDteOffset != 0 &&
+        rules.siiDteOffset < start) {
+        out.route = "sii";
+        return canonicalizeFrom(rules.siiDteXml, start - rules.siiDteOffset, canonicalizer,
+                                out.text, "Failed to canonicalize sii.cl SignedInfo fragment.",
+                                log);
+    }
+    if (rules.satDoda) {
+        out.route = "doda";
+        WorkingText doda(document.structure, document.account);
+        const xml::TextRange range = dodaRange(structure.text());
+        const char* const failure = "Failed to canonicalize doda SignedInfo fragment.";
+        if (!doda.cutDownTo(range, log)) {
+            log.LogError(failure);
+            return false;
+        }
+        return canonicalizeFrom(doda.text(), start - range.start, canonicalizer, out.text, failure,
+                                log);
+    }
+    if (!rules.zatca) {
+        canonicalizer.m_document = document.structure;
+        return canonicalizeFrom(structure.sourceText(), locator.m_signedInfoStart, canonicalizer,
+                                out.text, "Failed to canonicalize SignedInfo fragment.", log);
+    }
+    out.route = "zatca";
+    return takeInvoiceHash(document, selection, first, out, leniencies, log);
+}
+
+} // namespace
+
+bool makeSignedOctets(Document& document, const Selection& selection, const Rules& rules,
+                      const XmlSigLocate& locator, const DSigReference& first, SignedOctets& out,
+                      CodeSet& leniencies, LogBase& log) {
+    if (!rules.zatca) {
+        log.LogBracketed("signedInfo", document.structure->sourceText().view().substr(
+                                           locator.m_signedInfoStart, locator.m_signedInfoLength));
+    }
+    XmlCanon canonicalizer;
+    if (!configure(selection, rules, out.algorithm, canonicalizer, leniencies, log) ||
+        !runRoute(document, selection, rules, locator, first, canonicalizer, out, leniencies,
+                  log)) {
+        return false;
+    }
+    if (log.verbose()) {
+        log.LogBracketed("canonicalizedSignedInfo", out.text.view());
+    }
+    return true;
+}
+
+} // namespace vantrel::dsig

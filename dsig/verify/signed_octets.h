@@ -1,0 +1,45 @@
+#ifndef DSIG_VERIFY_SIGNED_OCTETS_H
+#define DSIG_VERIFY_SIGNED_OCTETS_H
+
+#include "dsig/document/document.h"
+#include "dsig/document/rules.h"
+#include "dsig/document/selection.h"
+#include "dsig/reference/DSigReference.h"
+#include "dsig/report/codes.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/text/byte_view.h"
+#include "foundation/xml/locate/XmlSigLocate.h"
+
+#include <string_view>
+
+namespace vantrel::dsig {
+
+// What a signature value is computed over.
+struct SignedOctets {
+    // The canonical SignedInfo or, by the ZATCA rules, the first reference's DigestValue as
+    // written.
+    StringBuffer text;
+    DataBuffer invoiceHash; // by the ZATCA rules: the text decoded
+    // Which text SignedInfo was canonicalized in: "document", "sii", "doda"; or "zatca".
+    std::string_view route = "document";
+    StringBuffer algorithm; // CanonicalizationMethod
+
+    [[nodiscard]] bool isInvoiceHash() const noexcept { return route == "zatca"; }
+    // The octets that are hashed for a public-key signature.
+    [[nodiscard]] ByteView octets() const noexcept {
+        return isInvoiceHash() ? invoiceHash.view() : asBytes(text.view());
+    }
+};
+
+// Makes them, by the route that the rules in force ask for. `locator` has found the signature,
+// `first` is its first reference. False after an error line.
+[[nodiscard]] bool makeSignedOctets(Document& document, const Selection& selection,
+                                    const Rules& rules, const XmlSigLocate& locator,
+                                    const DSigReference& first, SignedOctets& out,
+                                    CodeSet& leniencies, LogBase& log);
+
+} // namespace vantrel::dsig
+
+#endif
