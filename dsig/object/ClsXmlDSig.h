@@ -38,8 +38,13 @@ struct XmlEncoding;
 namespace dsig {
 class SeenCertificates;
 struct DecodedCertificate;
+<<<<<<< HEAD
 struct Document;
 struct Selection;
+=======
+struct Selection;
+struct Document;
+>>>>>>> h3
 struct KeySource;
 struct VerifyRun;
 } // namespace dsig
@@ -133,7 +138,8 @@ public:
     // Limits.
 
     /// Sets a limit of the work on one document, by its name in docs/limits.md; `value` is a
-    /// decimal number. False for a name or value that is none. Limits survive loads.
+    /// decimal number. False for a name or value that is none. Limits survive loads; set them
+    /// before a document is loaded.
     bool SetLimit(XString& name, XString& value);
 
     // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
@@ -212,7 +218,11 @@ private:
     void warnOfDocument();
     void finishReport();
     void describeKeys();
+<<<<<<< HEAD
     void writeLastReport(StringBuffer& json);
+=======
+    void writeReportTo(StringBuffer& json);
+>>>>>>> h3
     void reportUncheckedReferences();
     void warnOfCoverage();
     void warnOfStructure();
@@ -327,7 +337,6 @@ private:
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
     Ref<ClsPublicKey> m_keyForAll;
-    dsig::Limits m_limits;
 
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::Document> m_structure;        // what is derived once from the document

@@ -178,6 +178,9 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     out.key("references");
     out.beginArray();
     for (const ReferenceReport& reference : report.references) {
+        if (!out.ok()) {
+            break;
+        }
         writeReference(out, reference, names);
     }
     out.endArray();

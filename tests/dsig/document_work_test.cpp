@@ -2,6 +2,7 @@
 // with the document alone; and the limits that end it.
 
 #include "dsig/document/certificate_texts.h"
+#include "dsig/document/document.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/limits.h"
 #include "dsig/document/document.h"
