@@ -173,7 +173,7 @@ def marker(text, rng, excluded):
 
 
 def inserted(text, rng, excluded):
-    return insert(text, boundary(text, rng), rng.choice((EVIL, b"<Evil/>", b" ", b"&#32;", b"<?e 1?>", b"<!---->", b"x")))
+    return insert(text, boundary(text, rng), rng.choice((EVIL, b"<Evil/>", b" ", b"&#32;", b"<?e 1?>", b"<!---->", b"x", b"<LAUNCH>9</LAUNCH>")))
 
 
 def in_excluded(text, rng, excluded):

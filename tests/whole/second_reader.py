@@ -356,6 +356,12 @@ def judge(tool, case, path, report, fresh, with_libxml2):
     return True
 
 
+def unescaped(text):
+    """The octets of a value of a vector file."""
+    return re.sub(rb"\\(?:x(..)|(.))", lambda m: bytes.fromhex(m[1].decode()) if m[1] else
+                  {b"n": b"\n", b"r": b"\r", b"t": b"\t"}.get(m[2], m[2]), text.encode())
+
+
 def vector_cases():
     """The runs of the project's vectors that are valid, with their changes and options."""
     keys = {name: ("--key", str(VECTORS / f"keys/{name}.pub")) for name in ("rsa", "k256")}
@@ -370,8 +376,8 @@ def vector_cases():
             data = (path.parent / "document.xml").read_bytes()
             for name, change in lines:
                 if name == "Change":
-                    old, _, new = re.sub(r"\\x20", " ", change.replace("\\n", "\n").replace("\\r", "\r")).partition(" =>")
-                    data = data.replace(old.encode(), new.removeprefix(" ").encode())
+                    old, _, new = change.partition(" =>")
+                    data = data.replace(unescaped(old), unescaped(new.removeprefix(" ")))
             words = tuple(w for word in values.get("Options", "").split() for w in ("--option", word))
             yield Case(f"{path.parent.parent.name}/{path.parent.name} run {number}", data,
                        keys[values.get("Key", "rsa")] + words, int(values.get("Selector", "0")))
