@@ -131,7 +131,7 @@ def cut_outs():
     """ + run("another amount", "119 => 118"))
     for number, (where, hidden) in enumerate(in_hiding(dte)):
         case(f"cut-outs/sii-hidden-{number}", f"<DTE version='1.0'>{forged}{block}{hidden}</DTE>",
-             f"    What = the signed element stands in {where}\n    WithReferences = false\n    Reasons = 5")
+             f"    What = the signed element stands in {where}\n    WithReferences = false\n    Reasons = 99")
     case("cut-outs/sii-other-element", f"<Envio><DTE version='1.0'>{forged}{block}</DTE><x>{dte}</x></Envio>", """
     What = the signed element stands beside one that has its Id
     WithReferences = false
@@ -188,12 +188,10 @@ def lau():
     WithReferences = false""" + hidden_pairs("<LAU>", "</LAU>", "<b></b>", "instructions"))
     entity = "<!DOCTYPE DataPDU [<!ENTITY e '&#60;LAU>pay 999&#60;/LAU>'>]>"
     case("removals/swift-entity", template.format(entity, f"&e;{block}"), """
-    What = the block comes from an entity and is not signed
-    WithReferences = false""")
-    octets = exc(template.format("", "<LAU>pay 1</LAU>"))
-    case("removals/swift-entity-signed", template.format(entity.replace("999", "1"), "&e;" + signature(
-        ref("", octets, ENVELOPED, EXC), prefix="ds:")), HONEST.replace("as signed", "an entity is no block of the text") + run(
-            "another text of the entity", "pay 1 => pay 2", value="true"))
+    What = the block comes from an entity: left out like any other, and shown
+    WithReferences = true
+    Warning = coverage-unknown
+    Accommodations = profile.removal""" + run("another text of the entity", "pay 999 => pay 998", valid="true"))
 
 
 def zatca_first_reference():

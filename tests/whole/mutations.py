@@ -15,6 +15,7 @@ MARKERS = (
 ENCODINGS = (b"UTF-7", b"UTF-16", b"UTF-16LE", b"UTF-32", b"ISO-8859-1", b"windows-1252", b"Shift_JIS", b"GB18030", b"utf-8",
              b"HZ-GB-2312", b"ISO-2022-JP", b"ISO-2022-KR", b"IBM037", b"x-none", b"US-ASCII", b"Big5", b"UTF-8 ", b"")
 MARKS = ((b"\xef\xbb\xbf", "utf-8"), (b"\xff\xfe", "utf-16-le"), (b"\xfe\xff", "utf-16-be"))
+DECLARED = re.compile(rb"^(<\?xml[^>]*?encoding\s*=\s*[\"'])([\w.:-]+)")
 EVIL = b"<Evil>999</Evil>"
 
 
@@ -23,8 +24,8 @@ def codec_of(data):
     for mark, codec in MARKS:
         if data.startswith(mark):
             return mark, codec
-    declared = re.match(rb"<\?xml[^>]*?encoding\s*=\s*[\"']([\w.:-]+)", data)
-    return b"", declared.group(1).decode() if declared else "utf-8"
+    declared = DECLARED.match(data)
+    return b"", declared.group(2).decode() if declared else "utf-8"
 
 
 def encoded(text, original):
@@ -32,6 +33,9 @@ def encoded(text, original):
     mark, codec = codec_of(original)
     if codec.lower() == "utf-8":
         return mark + text
+    declared = DECLARED.match(original[len(mark):].decode(codec).encode())
+    if declared:
+        text = DECLARED.sub(declared.group(), text)
     return mark + text.decode(errors="replace").encode(codec, errors="xmlcharrefreplace")
 
 
