@@ -489,7 +489,7 @@ def main():
                 bases.append((case, report))
         counts["documents"] = len(bases)
         run_mutants(tool, bases, arguments)
-    for failure in failures[:200]:
+    for failure in failures:
         print(f"FAILED: {failure}")
     for name, count in sorted(counts.items()):
         print(f"{count:6} {name}")
