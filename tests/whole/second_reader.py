@@ -82,6 +82,7 @@ def parse(data, encoding=None):
     """The tree that expat builds; offsets count octets of `data`."""
     parser = xml.parsers.expat.ParserCreate(encoding)
     parser.ordered_attributes = True
+    parser.SetParamEntityParsing(xml.parsers.expat.XML_PARAM_ENTITY_PARSING_ALWAYS)  # internal ones; no file is read
     document = Node(None, [], 0, None)
     stack = [document]
 
@@ -184,9 +185,9 @@ def read(data, mismatch):
 def libxml2_agrees(path, tree):
     done = subprocess.run(["xmllint", "--nonet", "--huge", "--noent", "--dtdattr", "--dropdtd", "--encode", "UTF-8", str(path)],
                           capture_output=True, check=False)
-    # It loses the prefixes that are in scope where an entity is used.
-    bare = b"namespace warning" in done.stderr
-    if done.returncode != 0 or tokens([tree], bare=bare) != tokens([parse(done.stdout)], bare=bare):
+    if b"namespace warning" in done.stderr:
+        counts["not asked: libxml2 loses prefixes that are in scope where an entity is used"] += 1
+    elif done.returncode != 0 or tokens([tree]) != tokens([parse(done.stdout)]):
         raise Difference(f"libxml2 reads something else {done.stderr[:200]}")
 
 
