@@ -143,12 +143,6 @@ def moved_signature(text, rng, excluded):
     return insert(text, end_tag, rng.choice((b"<Object>" + decoy + b"</Object>", EVIL)))
 
 
-def wrapped(text, rng, excluded):
-    start, _, _, end = rng.choice(elements(text))
-    name = rng.choice((b"Evil", b"LAU", b"doda", b"Object", b"DTE", b"Document"))
-    return text[:start] + b"<" + name + b">" + text[start:end] + b"</" + name + b">" + text[end:]
-
-
 def marker(text, rng, excluded):
     """Markers of the national profiles, hidden, around what is there or other content."""
     first, second = (hidden(m, rng) for m in rng.sample(MARKERS, 2))
@@ -157,20 +151,20 @@ def marker(text, rng, excluded):
 
 
 def inserted(text, rng, excluded):
+    """Something small anywhere, or beside or within what was left out."""
+    places = [boundary(text, rng)]
+    for start, end in excluded:
+        places += [start, end] + [m.end() + start for m in TAG.finditer(text[start:end])][:2]
     what = (EVIL, b"<Evil/>", b" ", b"&#32;", b"<?e 1?>", b"<!---->", b"x", b"<LAUNCH>9</LAUNCH>")
-    return insert(text, boundary(text, rng), rng.choice(what))
+    return insert(text, rng.choice(places), rng.choice(what))
 
 
-def in_excluded(text, rng, excluded):
-    """Something beside or within what was left out."""
-    start, end = rng.choice(excluded)
-    places = [start, end] + [m.end() + start for m in TAG.finditer(text[start:end])]
-    return insert(text, rng.choice(places), rng.choice((EVIL, b"<!--x-->", b"<x/>")))
-
-
-def removed(text, rng, excluded):
+def unwrapped(text, rng, excluded):
+    """An element within another, without its tags, or without all of it."""
     start, first, second, end = rng.choice(elements(text))
-    return text[:start] + text[end:] if rng.randrange(2) else text[:first] + text[second:]
+    name = rng.choice((b"Evil", b"LAU", b"doda", b"Object", b"DTE", b"Document"))
+    wrapping = b"<" + name + b">" + text[start:end] + b"</" + name + b">"
+    return text[:start] + rng.choice((wrapping, text[first:second], b"")) + text[end:]
 
 
 def octet(text, rng, excluded):
@@ -190,7 +184,7 @@ def encoding(text, rng):
 
 
 KINDS = {f.__name__: f for f in (hidden_tags, hidden_original, entity, unread_entity, attribute_defaults, duplicate,
-                                 moved_signature, wrapped, marker, inserted, in_excluded, removed, octet, encoding)}
+                                 moved_signature, unwrapped, marker, inserted, octet, encoding)}
 
 
 def mutate(kind, text, original, rng, excluded):

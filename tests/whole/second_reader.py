@@ -169,7 +169,8 @@ def read(data, mismatch):
     declared encoding is not that of the octets."""
     mark, codec = mutations.codec_of(data)
     text = data[len(mark):].decode("utf-8" if mismatch else codec).encode()
-    if not mismatch and codec.lower() != "utf-8":
+    declared = mutations.DECLARED.match(text)
+    if declared and declared.group(2).lower() != b"utf-8" and (mark or not mismatch):
         text = mutations.DECLARED.sub(rb"\1UTF-8", text)  # what is converted says so, which moves what follows
     tree = parse(text, "utf-8")
     if not mismatch:
