@@ -53,7 +53,7 @@ def hidden_pairs(start, end, left_out, only=""):
 
 def cut_outs():
     """What was signed stands where no reader sees it; the visible element is another."""
-    documento = '<Documento ID="T1"><Monto>119</Monto></Documento>'
+    documento = '<Documento ID="T1"><Monto a=" 1 ">119</Monto></Documento>'
     dte = f'<DTE version="1.0" a="sii.cl">{documento}</DTE>'
     block = signature(ref("#T1", c14n(documento), INC), c14n_method=INC)
     forged = documento.replace("119", "999999").replace('"', "'")
@@ -62,7 +62,10 @@ def cut_outs():
     What = as signed
     Profile = sii
     WithReferences = true
-    """ + run("another amount", "119 => 118"))
+    """ + run("another amount", "119 => 118") + "".join(run(
+        f"a document type that {what}", f"<Envio> => <!DOCTYPE Envio [<!ATTLIST Monto {declaration}>]><Envio>")
+        for what, declaration in (("adds an attribute", "evil CDATA '1'"), ("adds a namespace", "xmlns CDATA 'urn:evil'"),
+                                  ("changes a value by its type", "a NMTOKEN #IMPLIED"))))
     for number, (where, hidden) in enumerate(in_hiding(dte)):
         case(f"cut-outs/sii-hidden-{number}", f"<DTE version='1.0'>{forged}{block}{hidden}</DTE>",
              f"    What = the signed element stands in {where}\n    WithReferences = false\n    Reasons = 99\n    Log = {NOT_ONE}")
@@ -72,9 +75,12 @@ def cut_outs():
     Reasons = 5
     Log = The Id is not unique: it stands on several elements.""")
     body = "<doda><Folio>7</Folio>@</doda>"
+    prolog = "<!DOCTYPE m:doc [<!ATTLIST Folio evil CDATA '1'>]>"
     envelope = '<m:doc xmlns:m="http://impl.siat.sat.gob.mx/matce">{}</m:doc>'
     cut = enveloped(body, ENVELOPED, INC, c14n_method=INC)
-    case("cut-outs/doda", envelope.format(cut), HONEST + run("another number", "<Folio>7 => <Folio>8", value="true"))
+    case("cut-outs/doda", envelope.format(cut), HONEST + run(
+        "another number", "<Folio>7 => <Folio>8", value="true") + run(
+            "a document type that adds an attribute", f"<m:doc  => {prolog}<m:doc\\x20", value="true"))
     signed = signature(ref("", c14n(body.replace("@", "")), ENVELOPED, INC), c14n_method=INC)
     for number, (where, hidden) in enumerate(in_hiding(cut)):
         shown = f"<doda ><Folio>8</Folio>{signed}</doda >"
@@ -241,6 +247,10 @@ def base64_strict():
                 more="Warning = content-excluded")
     runs += run("a comment within", f">{encoded}< => >{encoded[:4]}<!--999-->{encoded[4:]}<", valid="true")
     case("base64-strict/text", document, runs, "d")
+    block = signature(ref("#x", text, BASE64), prefix="ds:", after=f'<ds:Object Id="x">{encoded}</ds:Object>')
+    case("base64-strict/enveloping", block, GOOD + run(
+        "an element within is not digested, in the signature as well", f">{encoded}< => >{encoded}{EVIL}<", valid="true",
+        more="Warning = content-excluded"))
 
 
 def more_wrapping():
