@@ -188,11 +188,13 @@ KINDS = {f.__name__: f for f in (hidden_tags, hidden_original, entity, unread_en
 
 
 def mutate(kind, text, original, rng, excluded):
-    """The octets of a mutant, in the original's encoding unless that is what changes."""
+    """The octets of a mutant, in the original's encoding unless that is what changes. Some are changed twice."""
     try:
+        if rng.randrange(4) == 0:
+            text = KINDS[rng.choice(list(KINDS)[:-1])](text, rng, excluded) or text
         if kind == "encoding":
             return encoding(text, rng)
         changed = KINDS[kind](text, rng, excluded)
-    except IndexError:  # nothing to choose from
+        return None if changed is None else encoded(changed, original)
+    except (IndexError, UnicodeError):  # nothing to choose from, or an octet that is no character
         return None
-    return None if changed is None else encoded(changed, original)

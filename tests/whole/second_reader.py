@@ -474,7 +474,7 @@ def run_mutants(tool, bases, arguments):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("tool")
-    parser.add_argument("--mutants", type=int, default=int(os.environ.get("VANTREL_MUTANTS", "12")))
+    parser.add_argument("--mutants", type=int, default=int(os.environ.get("VANTREL_MUTANTS", "20")))
     parser.add_argument("--seed", type=int, default=20)
     parser.add_argument("--only", default="")
     parser.add_argument("--keep")
