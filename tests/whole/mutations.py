@@ -20,10 +20,12 @@ EVIL = b"<Evil>999</Evil>"
 
 
 def codec_of(data):
-    """(byte-order mark, name of the codec) by mark, else by declaration."""
+    """(byte-order mark, name of the codec) by mark or width, else by declaration."""
     for mark, codec in MARKS:
         if data.startswith(mark):
             return mark, codec
+        if data.startswith("<".encode(codec)) and codec != "utf-8":
+            return b"", codec
     declared = DECLARED.match(data)
     return b"", declared.group(2).decode() if declared else "utf-8"
 
