@@ -51,6 +51,11 @@ def hidden_pairs(start, end, left_out, only=""):
                        value="true", more=f"Log = {NO_ELEMENTS}") for where, rest, forged in pairs if only in where)
 
 
+def stands_in(where, reason):
+    return (f"    What = the signed element stands in {where}\n    WithReferences = false\n"
+            f"    Reasons = {reason}\n    Log = {NOT_ONE}")
+
+
 def cut_outs():
     """What was signed stands where no reader sees it; the visible element is another."""
     documento = '<Documento ID="T1"><Monto a=" 1 ">119</Monto></Documento>'
@@ -68,7 +73,7 @@ def cut_outs():
                                   ("changes a value by its type", "a NMTOKEN #IMPLIED"))))
     for number, (where, hidden) in enumerate(in_hiding(dte)):
         case(f"cut-outs/sii-hidden-{number}", f"<DTE version='1.0'>{forged}{block}{hidden}</DTE>",
-             f"    What = the signed element stands in {where}\n    WithReferences = false\n    Reasons = 99\n    Log = {NOT_ONE}")
+             stands_in(where, 99))
     case("cut-outs/sii-other-element", f"<Envio><DTE version='1.0'>{forged}{block}</DTE><x>{dte}</x></Envio>", """
     What = the signed element stands beside one that has its Id
     WithReferences = false
@@ -85,7 +90,7 @@ def cut_outs():
     for number, (where, hidden) in enumerate(in_hiding(cut)):
         shown = f"<doda ><Folio>8</Folio>{signed}</doda >"
         case(f"cut-outs/doda-hidden-{number}", envelope.format(hidden + shown),
-             f"    What = the signed element stands in {where}\n    WithReferences = false\n    Reasons = 5\n    Log = {NOT_ONE}")
+             stands_in(where, 5))
     document = '<Document xmlns="urn:d"><Sum>5</Sum></Document>'
     signed = signature(ref("", c14n(document), ENVELOPED, INC))
     envelope = '<e:Env xmlns:e="urn:cma:stp:xsd:stp">{}</e:Env>'
@@ -139,7 +144,8 @@ def zatca_first_reference():
     transforms = [xpath("not(//ancestor-or-self::ext:UBLExtensions)"), C14N11]
     genuine = c14n('<Invoice xmlns="urn:invoice" xmlns:ext="urn:ext"><Amount>100</Amount></Invoice>')
     value = sign(hashlib.sha256(genuine).digest(), "k256")
-    how = {"id": "signature", "prefix": "ds:", "method": MORE + "ecdsa-sha256", "c14n_method": C14N11, "value": value, "signed": b""}
+    how = {"id": "signature", "prefix": "ds:", "method": MORE + "ecdsa-sha256", "c14n_method": C14N11,
+           "value": value, "signed": b""}
     invoice = ('<Invoice xmlns="urn:invoice" xmlns:ext="urn:ext"><ext:UBLExtensions>{}</ext:UBLExtensions>'
                "<Amount>{}</Amount>{}</Invoice>")
     options = "    Key = k256\n    Options = ZATCA"
@@ -203,7 +209,8 @@ def decoy():
     template = '<r xmlns:ext="urn:ext"><Sum>1</Sum>{}</r>'
     octets = c14n(template.format(""))
     genuine = signature(ref("", octets, ENVELOPED, INC), id="s")
-    case("decoy/honest", template.format(genuine), GOOD + run("another sum", "<Sum>1 => <Sum>2", value="true", more="Reasons = 1"), "")
+    case("decoy/honest", template.format(genuine), GOOD + run(
+        "another sum", "<Sum>1 => <Sum>2", value="true", more="Reasons = 1"), "")
     payload = f'<Object Id="e">{EVIL}</Object>'
     false_one = signature(ref("#e", b"", EXC), id="s", after=payload, value="AAAA", signed=b"")
     for name, content, number in (("in-front", false_one + genuine, 1), ("behind", genuine + false_one, 0)):
@@ -260,7 +267,8 @@ def more_wrapping():
     prefixed = signature(ref("#x", element.encode(), EXC), prefix="ds:")
     info = re.search("<SignedInfo>.*</SignedInfo>", block).group(0)
     covered = "\n    Warning = document-not-covered"
-    case("wrapping/moved-into-object", f'<r><a>pay 999</a>{prefixed.replace("</ds:Signature>", f"<ds:Object>{element}</ds:Object></ds:Signature>")}</r>',
+    holding = prefixed.replace("</ds:Signature>", f"<ds:Object>{element}</ds:Object></ds:Signature>")
+    case("wrapping/moved-into-object", f"<r><a>pay 999</a>{holding}</r>",
          "    What = the signed element hides in the signature: valid for that element, never for the document\n"
          "    WithReferences = true\n    Reasons = 0" + covered)
     case("wrapping/moved-under-other-root", f"<Evil><a>pay 999</a><r>{element}{block}</r></Evil>",

@@ -178,7 +178,8 @@ def encoding(text, rng):
     """Another declared encoding, byte-order mark, or a declaration that is hard to read; the octets themselves."""
     body = re.sub(rb"^<\?xml[^>]*\?>", b"", text)
     shape = rng.choice((b"<?xml version='1.0' encoding='%s'?>", b'<?xml version="1.0" encoding="%s"?>',
-                        b"<?xml version='1.0'" + b" " * 300 + b"encoding='%s'?>", b"<?xml\tversion='1.0'\nencoding\n=\n'%s'?>"))
+                        b"<?xml version='1.0'" + b" " * 300 + b"encoding='%s'?>",
+                        b"<?xml\tversion='1.0'\nencoding\n=\n'%s'?>"))
     if rng.randrange(3) == 0:
         body = insert(body, boundary(body, rng), b"<!--+AC0ALQA+ADw-Evil/+AD4APAAhAC0ALQ- ~{ ~} -->")
     mark, codec = rng.choice(MARKS + ((b"", "utf-8"),) * 3)

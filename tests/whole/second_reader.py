@@ -120,8 +120,8 @@ def tag(node, bare, inherited):
     def named(name, is_attribute):
         prefix = name.rpartition(":")[0]
         return name, "" if bare or (is_attribute and not prefix) else node.namespace(prefix)
-    return ("<", *named(node.name, False), *sorted((*named(a, True), v) for a, v in node.attributes if (a, v) not in inherited
-                                                   and a != "xmlns" and a[:6] != "xmlns:"))
+    attributes = [a for a in node.attributes if a not in inherited and a[0] != "xmlns" and a[0][:6] != "xmlns:"]
+    return ("<", *named(node.name, False), *sorted((*named(name, True), value) for name, value in attributes))
 
 
 def tokens(apexes, source=b"", ranges=(), bare=False, inherited=()):
@@ -184,8 +184,8 @@ def read(data, mismatch):
 
 
 def libxml2_agrees(path, tree):
-    done = subprocess.run(["xmllint", "--nonet", "--huge", "--noent", "--dtdattr", "--dropdtd", "--encode", "UTF-8", str(path)],
-                          capture_output=True, check=False)
+    options = ("--nonet", "--huge", "--noent", "--dtdattr", "--dropdtd", "--encode", "UTF-8")
+    done = subprocess.run(["xmllint", *options, str(path)], capture_output=True, check=False)
     if b"namespace warning" in done.stderr:
         counts["not asked: libxml2 loses prefixes that are in scope where an entity is used"] += 1
     elif done.returncode != 0 or tokens([tree]) != tokens([parse(done.stdout)]):
@@ -294,7 +294,8 @@ class Tool:
 
 def check_reference(tool, case, path, seen, signature, reference, fresh):
     used = set(signature.get("accommodations", [])) | set(reference.get("accommodations", []))
-    for why, applies in (("status " + reference["status"], reference["status"] != "match"), ("digest tolerated", "digest.tolerated" in used),
+    for why, applies in (("status " + reference["status"], reference["status"] != "match"),
+                         ("digest tolerated", "digest.tolerated" in used),
                          ("not signed", reference.get("signed", True) is False),
                          ("coverage unknown", "coverage-unknown" in signature["warnings"])):
         if applies:
@@ -356,7 +357,8 @@ def judge(tool, case, path, report, fresh, with_libxml2):
 def unescaped(text):
     """The octets of a value of a vector file."""
     letters = {b"n": b"\n", b"r": b"\r", b"t": b"\t"}
-    return re.sub(rb"\\(?:x(..)|(.))", lambda m: bytes.fromhex(m[1].decode()) if m[1] else letters.get(m[2], m[2]), text.encode())
+    return re.sub(rb"\\(?:x(..)|(.))", lambda m: bytes.fromhex(m[1].decode()) if m[1] else letters.get(m[2], m[2]),
+                  text.encode())
 
 
 def vector_cases():
