@@ -123,7 +123,7 @@ def case(path, document, runs, standard=None):
     folder.mkdir(parents=True, exist_ok=True)
     (folder / "document.xml").write_bytes(document if isinstance(document, bytes) else document.encode())
     runs = re.sub(r"^ +", "", runs.strip("\n"), flags=re.M)
-    (folder / "case.vec").write_text(f"# Made by tools/make_dsig_vectors.py.\n[runs]\n{runs.rstrip()}\n")
+    (folder / "case.vec").write_text(f"# Made by tools/{pathlib.Path(sys.argv[0]).name}.\n[runs]\n{runs.rstrip()}\n")
     if standard is not None:
         ids = [word for name in standard.split() for word in ("--id-attr:Id", name)]
         run("xmlsec1", "--verify", "--pubkey-pem", str(KEYS / "rsa.pub"), *ids, str(folder / "document.xml"))
@@ -1540,8 +1540,14 @@ def entities():
     """)
 
 
-make_keys()
-for group in (sii, doda, zatca, simple_profiles, attribute_order, ebics, swift, ebxml, ubl, xpath_shapes, digests,
-              enveloped_signatures, references, wrapping, methods, encodings, entities):
-    group()
-print(f"{len(written)} cases written")
+def make(groups):
+    """Writes the groups' cases; named on the command line: only those below these folders."""
+    make_keys()
+    for group in groups:
+        group()
+    print(f"{len(written)} cases written")
+
+
+if __name__ == "__main__":
+    make((sii, doda, zatca, simple_profiles, attribute_order, ebics, swift, ebxml, ubl, xpath_shapes, digests,
+          enveloped_signatures, references, wrapping, methods, encodings, entities))
