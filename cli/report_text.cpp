@@ -17,17 +17,10 @@ using json::JsonValue;
 // References beyond this number are summed up, but for those that do not match or
 // of which something is to be said.
 constexpr std::size_t kListedReferences = 20;
-<<<<<<< HEAD
 // Exclusions of one reference likewise.
 constexpr std::size_t kListedExclusions = 10;
 // What stands for a report that is too large is short itself.
 constexpr std::size_t kMaxBriefReport = 1024;
-=======
-// What stands for a report that is too large is short itself.
-constexpr std::size_t kMaxBriefReport = 1024;
-// Exclusions of one reference likewise.
-constexpr std::size_t kListedExclusions = 10;
->>>>>>> h3
 
 std::string_view textOf(const JsonValue& object, std::string_view name) {
     const JsonValue* const value = object.find(name);

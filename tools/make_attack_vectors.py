@@ -22,6 +22,9 @@ HONEST = """
     WithoutReferences = true"""
 
 
+DECLARES = "Log = The document type declares attributes, so no part of the XML can be cut out."
+
+
 def run(what, *changes, valid="false", value=None, more=""):
     lines = "".join(f"    Change = {change}\n" for change in changes)
     alone = f"    WithoutReferences = {value}\n" if value else ""
@@ -68,7 +71,8 @@ def cut_outs():
     Profile = sii
     WithReferences = true
     """ + run("another amount", "119 => 118") + "".join(run(
-        f"a document type that {what}", f"<Envio> => <!DOCTYPE Envio [<!ATTLIST Monto {declaration}>]><Envio>")
+        f"a document type that {what}", f"<Envio> => <!DOCTYPE Envio [<!ATTLIST Monto {declaration}>]><Envio>",
+        more="Reasons = 99\n    " + DECLARES)
         for what, declaration in (("adds an attribute", "evil CDATA '1'"), ("adds a namespace", "xmlns CDATA 'urn:evil'"),
                                   ("changes a value by its type", "a NMTOKEN #IMPLIED"))))
     for number, (where, hidden) in enumerate(in_hiding(dte)):
@@ -85,7 +89,8 @@ def cut_outs():
     cut = enveloped(body, ENVELOPED, INC, c14n_method=INC)
     case("cut-outs/doda", envelope.format(cut), HONEST + run(
         "another number", "<Folio>7 => <Folio>8", value="true") + run(
-            "a document type that adds an attribute", f"<m:doc  => {prolog}<m:doc\\x20", value="true"))
+            "a document type that adds an attribute", f"<m:doc  => {prolog}<m:doc\\x20", value="false",
+            more="Reasons = 5\n    " + DECLARES))
     signed = signature(ref("", c14n(body.replace("@", "")), ENVELOPED, INC), c14n_method=INC)
     for number, (where, hidden) in enumerate(in_hiding(cut)):
         shown = f"<doda ><Folio>8</Folio>{signed}</doda >"

@@ -32,10 +32,6 @@ struct Document final {
     // The Id of a signature, empty for none; shared with the one that was asked for last.
     const StringBuffer& idOf(const ClsXml& signature);
     const TokenIndex& tokens();
-<<<<<<< HEAD
-=======
-
->>>>>>> h3
     // A Transforms element from its text; null after an error line. Valid until the next call.
     const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
     // The Manifest elements of XML Signature, in document order.
@@ -58,9 +54,6 @@ private:
     std::optional<std::vector<xml::ElementId>> m_manifests;
     xml::ElementId m_signature = xml::kNoElement;
     std::vector<xml::ElementId> m_references;
-    xml::ElementId m_idOwner = xml::kNoElement;
-    StringBuffer m_id;
-    std::optional<TokenIndex> m_tokens;
 };
 
 } // namespace vantrel::dsig

@@ -38,13 +38,8 @@ struct XmlEncoding;
 namespace dsig {
 class SeenCertificates;
 struct DecodedCertificate;
-<<<<<<< HEAD
 struct Document;
 struct Selection;
-=======
-struct Selection;
-struct Document;
->>>>>>> h3
 struct KeySource;
 struct VerifyRun;
 } // namespace dsig
@@ -218,11 +213,7 @@ private:
     void warnOfDocument();
     void finishReport();
     void describeKeys();
-<<<<<<< HEAD
     void writeLastReport(StringBuffer& json);
-=======
-    void writeReportTo(StringBuffer& json);
->>>>>>> h3
     void reportUncheckedReferences();
     void warnOfCoverage();
     void warnOfStructure();
@@ -338,6 +329,7 @@ private:
     std::int32_t m_selector = 0;
     Ref<ClsPublicKey> m_keyForAll;
 
+    dsig::Limits m_limits;
     dsig::SignatureReport m_report;
     std::unique_ptr<dsig::Document> m_structure;        // what is derived once from the document
     VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last

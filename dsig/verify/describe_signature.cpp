@@ -80,11 +80,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
     }
     try {
         beginReport();
-<<<<<<< HEAD
         dsig::DocumentNames names(structure().paths);
-=======
-        dsig::DocumentNames names(*structure().structure, structure().paths);
->>>>>>> h3
         JsonWriter out(outJson.getUtf8Sb_rw(), m_limits.reportOctets);
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));

@@ -72,6 +72,17 @@ xml::TextRange sourceRangeOf(const xml::XmlDocument& document, xml::ElementId el
     return document.sourceRange(element, range) ? range : xml::TextRange{};
 }
 
+// Something is left out besides the signature itself, and what it holds where it is left out whole.
+bool excludesContent(const dsig::ReferenceReport& reference, xml::TextRange signature) {
+    const bool withoutSignature = std::any_of(
+        reference.excluded.begin(), reference.excluded.end(),
+        [&](const dsig::Exclusion& one) { return dsig::isInside(signature, one.range); });
+    return std::any_of(reference.excluded.begin(), reference.excluded.end(),
+                       [&](const dsig::Exclusion& one) {
+                           return !withoutSignature || !dsig::isInside(one.range, signature);
+                       });
+}
+
 // The stretches of the loaded text that the reference's digest vouches for.
 void appendDigested(const xml::XmlDocument& document, const dsig::ReferenceReport& reference,
                     std::vector<xml::TextRange>& digested) {
@@ -155,10 +166,8 @@ void ClsXmlDSig::warnOfCoverage() {
             m_report.warnings.add("coverage-unknown");
             continue;
         }
-        for (const dsig::Exclusion& exclusion : reference.excluded) {
-            if (!dsig::isInside(exclusion.range, signature)) {
-                m_report.warnings.add("content-excluded");
-            }
+        if (excludesContent(reference, signature)) {
+            m_report.warnings.add("content-excluded");
         }
         appendDigested(document, reference, digested);
     }

@@ -14,7 +14,7 @@ inline constexpr std::uint32_t kMaxAttributes = 100'000;      // of one start ta
 // expanded text, so a small document must not become a large one. The multiple does not count for
 // what is small anyway: a document may use a short entity a thousand times.
 inline constexpr std::uint64_t kMaxEntityExpansion = 64ULL * 1024 * 1024;
-inline constexpr std::uint64_t kMaxEntityAmplification = 100;
+inline constexpr std::uint64_t kMaxEntityAmplification = 1'000;
 inline constexpr std::uint64_t kSmallEntityExpansion = 1024ULL * 1024;
 inline constexpr std::uint32_t kMaxEntityNesting = 1'000; // entities in entities
 // Attribute defaults that a document's elements take on: bytes beside four times the document. Each
