@@ -1,5 +1,5 @@
 // The text helpers that see every byte of a document, and the log of one verification.
-#include "foundation/log/_vlLogger.h"
+#include "foundation/base/_vlLogger.h"
 #include "foundation/text/strings.h"
 #include "foundation/text/utf8.h"
 

@@ -4,7 +4,7 @@
 // one document.
 
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
 #include <cstdio>

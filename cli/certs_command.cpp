@@ -4,7 +4,7 @@
 #include "cli/document.h"
 #include "cli/terminal.h"
 #include "dsig/document/limits.h"
-#include "foundation/log/ClsStringArray.h"
+#include "foundation/base/ClsStringArray.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -5,7 +5,7 @@
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include "cli/verify_settings.h"
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 
 #include <cstdio>
 

@@ -6,8 +6,8 @@
 #include "foundation/io/ClsHttp.h"
 #include "foundation/io/files.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/log/ClsStringBuilder.h"
-#include "foundation/log/_vlLogger.h"
+#include "foundation/base/ClsStringBuilder.h"
+#include "foundation/base/_vlLogger.h"
 #include "foundation/text/strings.h"
 
 #include <algorithm>

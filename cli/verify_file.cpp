@@ -4,7 +4,7 @@
 #include "cli/report_text.h"
 #include "cli/terminal.h"
 #include "foundation/json/json_writer.h"
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 
 #include <exception>
 #include <new>

@@ -2,7 +2,7 @@
 
 #include "cli/input.h"
 #include "foundation/io/_vlDataSource.h"
-#include "foundation/log/_vlLogger.h"
+#include "foundation/base/_vlLogger.h"
 #include "foundation/text/XString.h"
 
 #include <algorithm>

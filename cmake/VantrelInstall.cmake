@@ -8,9 +8,9 @@ include(CMakePackageConfigHelpers)
 set(VANTREL_PUBLIC_HEADERS
   dsig/object/ClsXmlDSig.h
   foundation/json/ClsJsonObject.h
-  foundation/log/ClsBinData.h
-  foundation/log/ClsStringArray.h
-  foundation/log/ClsStringBuilder.h
+  foundation/base/ClsBinData.h
+  foundation/base/ClsStringArray.h
+  foundation/base/ClsStringBuilder.h
   foundation/text/utf8.h
   foundation/x509/ClsXmlCertVault.h
   foundation/x509/keys/ClsPublicKey.h

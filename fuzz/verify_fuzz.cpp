@@ -1,8 +1,8 @@
 // Whole verification of any bytes as a document: every signature, with and without its references,
 // with a key at hand, and all that is reported about it.
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/ClsStringArray.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/ClsStringArray.h"
 
 #include <algorithm>
 #include <cstddef>

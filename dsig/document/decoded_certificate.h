@@ -2,7 +2,7 @@
 #define DSIG_DOCUMENT_DECODED_CERTIFICATE_H
 
 #include "dsig/document/certificate_texts.h"
-#include "foundation/log/log_tape.h"
+#include "foundation/base/log_tape.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/VantrelX509.h"

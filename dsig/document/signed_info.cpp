@@ -1,7 +1,7 @@
 #include "dsig/document/signed_info.h"
 
 #include "dsig/document/child_elements.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 
 #include <string>
 #include <vector>

@@ -2,28 +2,22 @@
 
 #include "dsig/keys/store_lookup.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/LogContextExitor.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/LogContextExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/x509/CertMgr.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
-#include <new>
-
 namespace vantrel {
 
 bool ClsXmlDSig::UseCertVault(ClsXmlCertVault& vault) {
-    MethodFrame frame(*this, "UseCertVault");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "UseCertVault", [&](MethodFrame& frame) {
         SystemCerts* const store = getSystemCertsPtr();
         CertMgr* const manager = vault.getCertMgr();
         return frame.finish(store != nullptr && manager != nullptr &&
                             store->addCertVault(*manager, m_log));
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,

@@ -4,8 +4,8 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/LogContextExitor.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/LogContextExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/text/encoders.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -21,9 +21,8 @@ constexpr int kLastKeyIndex = 199;
 } // namespace
 
 ClsXml* ClsXmlDSig::GetKeyInfo() {
-    MethodFrame frame(*this, "GetKeyInfo");
-    frame.begin();
-    return getKeyInfo(m_log);
+    return MethodFrame::run(*this, "GetKeyInfo",
+                            [&](MethodFrame& /*frame*/) { return getKeyInfo(m_log); });
 }
 
 ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
@@ -42,49 +41,39 @@ ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
 }
 
 bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
-    MethodFrame frame(*this, "SetPublicKey");
-    frame.begin();
-    // The bound is fixed, whatever number of signatures the document has.
-    if (m_selector < 0 || m_selector > kLastKeyIndex) {
-        m_log.LogError("Selector index is not sane.");
-        m_log.LogDataLong("m_selector", m_selector);
-        return false;
-    }
-    try {
+    return MethodFrame::run(*this, "SetPublicKey", [&](MethodFrame& /*frame*/) {
+        // The bound is fixed, whatever number of signatures the document has.
+        if (m_selector < 0 || m_selector > kLastKeyIndex) {
+            m_log.LogError("Selector index is not sane.");
+            m_log.LogDataLong("m_selector", m_selector);
+            return false;
+        }
         const Ref<RefCountedObject> previous = Ref<RefCountedObject>::adopt(
             m_publicKeys.replaceRefCountedAt(m_selector, Ref<ClsPublicKey>::share(&key).release()));
         return true;
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
-    MethodFrame frame(*this, "SetPublicKeyForAll");
-    frame.begin();
-    m_keyForAll = Ref<ClsPublicKey>::share(&key);
-    return true;
+    return MethodFrame::run(*this, "SetPublicKeyForAll", [&](MethodFrame& /*frame*/) {
+        m_keyForAll = Ref<ClsPublicKey>::share(&key);
+        return true;
+    });
 }
 
 bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
-    MethodFrame frame(*this, "SetHmacKey");
-    frame.begin();
-    m_hmacKey.setSecure(true);
-    m_hmacKey.secureClear();
-    key.setSecureX(true);
-    try {
+    return MethodFrame::run(*this, "SetHmacKey", [&](MethodFrame& /*frame*/) {
+        m_hmacKey.setSecure(true);
+        m_hmacKey.secureClear();
+        key.setSecureX(true);
         _clsEncode encoder;
         encoder.put_EncodingMode(encoding.getUtf8());
         return encoder.decodeBinary(key, m_hmacKey, false, m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 ClsPublicKey* ClsXmlDSig::GetPublicKey() {
-    MethodFrame frame(*this, "GetPublicKey");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "GetPublicKey", [&](MethodFrame& /*frame*/) -> ClsPublicKey* {
         ExtPtrArrayRc keys;
         if (!getPublicKey(true, keys, m_log)) {
             return nullptr;
@@ -92,10 +81,7 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
         // The caller may change the key, so nobody else keeps it.
         structure().certificates.forgetKeys();
         return static_cast<ClsPublicKey*>(keys.removeRefCountedAt(0));
-    } catch (const std::bad_alloc&) {
-        frame.outOfMemory();
-        return nullptr;
-    }
+    });
 }
 
 bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {

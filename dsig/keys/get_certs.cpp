@@ -8,29 +8,23 @@
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/keys/store_lookup.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/ClsStringArray.h"
-#include "foundation/log/LogContextExitor.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/ClsStringArray.h"
+#include "foundation/base/LogContextExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/tree/ClsXml.h"
-
-#include <new>
 
 namespace vantrel {
 
 // The context's name differs from the operation's, and the log records a failure whatever the
 // result: kept, since readers of the log know both.
 bool ClsXmlDSig::GetCerts(ClsStringArray& outCerts) {
-    MethodFrame frame(*this, "GetCert");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "GetCert", [&](MethodFrame& frame) {
         const Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(getKeyInfo(m_log));
         const bool ok = !keyInfo || certsFromKeyInfo(*keyInfo, outCerts, m_log);
         frame.finish(false);
         return ok;
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 bool ClsXmlDSig::processCertBase64(const dsig::DecodedCertificate& certificate,

@@ -8,7 +8,7 @@
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"

@@ -1,7 +1,7 @@
 #include "dsig/keys/security_tokens.h"
 
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/AsnXmlCodec.h"
-#include "foundation/log/LogContextExitor.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/xml/tree/ClsXml.h"
 

@@ -1,8 +1,8 @@
 #include "dsig/object/ClsXmlDSig.h"
 
 #include "dsig/document/document.h"
-#include "foundation/log/CritSecExitor.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/CritSecExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/tree/ClsXml.h"
 
@@ -76,19 +76,19 @@ void ClsXmlDSig::put_VerifyOptions(XString& options) {
 }
 
 bool ClsXmlDSig::SetLimit(XString& name, XString& value) {
-    MethodFrame frame(*this, "SetLimit");
-    frame.begin();
-    std::uint64_t number = 0;
-    if (!dsig::parseLimit(value.getUtf8Sb().view(), number)) {
-        m_log.LogError("The value of a limit is a decimal number.");
-        return false;
-    }
-    if (!dsig::setLimit(m_limits, name.getUtf8Sb().view(), number)) {
-        m_log.LogError("There is no limit of this name.");
-        return false;
-    }
-    m_log.setLimit(m_limits.logOctets);
-    return true;
+    return MethodFrame::run(*this, "SetLimit", [&](MethodFrame& /*frame*/) {
+        std::uint64_t number = 0;
+        if (!dsig::parseLimit(value.getUtf8Sb().view(), number)) {
+            m_log.LogError("The value of a limit is a decimal number.");
+            return false;
+        }
+        if (!dsig::setLimit(m_limits, name.getUtf8Sb().view(), number)) {
+            m_log.LogError("There is no limit of this name.");
+            return false;
+        }
+        m_log.setLimit(m_limits.logOctets);
+        return true;
+    });
 }
 
 void ClsXmlDSig::get_ExternalRefDirs(XString& dirs) {

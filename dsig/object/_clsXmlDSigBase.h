@@ -3,7 +3,7 @@
 
 #include "dsig/document/rules.h"
 #include "foundation/cms/_clsCades.h"
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/text/StringBuffer.h"
 
 #include <cstdint>

@@ -2,10 +2,8 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/transform/canonicalization_method.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/xml/canon/XmlCanon.h"
-
-#include <new>
 
 namespace vantrel {
 
@@ -22,29 +20,23 @@ std::int32_t methodFromVersion(const XString& version) {
 
 bool ClsXmlDSig::CanonicalizeXml(XString& xml, XString& version, bool withComments,
                                  XString& outXml) {
-    MethodFrame frame(*this, "CanonicalizeXml");
-    frame.begin();
-    outXml.clear();
-    try {
+    return MethodFrame::run(*this, "CanonicalizeXml", [&](MethodFrame& /*frame*/) {
+        outXml.clear();
         XmlCanon canonicalizer;
         canonicalizer.m_withComments = withComments;
         canonicalizer.m_method = methodFromVersion(version);
         return canonicalizer.xmlCanonicalize(xml.getUtf8Sb(), nullptr, 0, outXml.getUtf8Sb_rw(),
                                              m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 bool ClsXmlDSig::CanonicalizeFragment(XString& xml, XString& fragmentId, XString& version,
                                       XString& prefixList, bool withComments, XString& outXml) {
-    MethodFrame frame(*this, "CanonicalizeFragment");
-    frame.begin();
-    m_log.LogDataX("fragmentId", fragmentId);
-    m_log.LogDataX("canonicalization", version);
-    m_log.LogDataX("prefixList", prefixList);
-    outXml.clear();
-    try {
+    return MethodFrame::run(*this, "CanonicalizeFragment", [&](MethodFrame& /*frame*/) {
+        m_log.LogDataX("fragmentId", fragmentId);
+        m_log.LogDataX("canonicalization", version);
+        m_log.LogDataX("prefixList", prefixList);
+        outXml.clear();
         XmlCanon canonicalizer;
         canonicalizer.m_withComments = withComments;
         canonicalizer.m_method = methodFromVersion(version);
@@ -53,9 +45,7 @@ bool ClsXmlDSig::CanonicalizeFragment(XString& xml, XString& fragmentId, XString
         }
         return canonicalizer.xmlCanonicalize(xml.getUtf8Sb(), fragmentId.getUtf8(), 0,
                                              outXml.getUtf8Sb_rw(), m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 } // namespace vantrel

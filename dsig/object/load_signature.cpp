@@ -3,51 +3,38 @@
 #include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/transform/profile_detection.h"
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/ClsStringBuilder.h"
-#include "foundation/log/LogContextExitor.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/ClsStringBuilder.h"
+#include "foundation/base/LogContextExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/text/xml_encoding.h"
 #include "foundation/xml/tree/ClsXml.h"
-
-#include <new>
 
 namespace vantrel {
 
 bool ClsXmlDSig::LoadSignature(XString& xml) {
-    MethodFrame frame(*this, "LoadSignature");
-    try {
+    return MethodFrame::runLater(*this, "LoadSignature", [&](MethodFrame& frame) {
         xml.checkFixUtf8Windows1252(m_log);
         frame.begin();
         return loadSignature(xml, m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 bool ClsXmlDSig::LoadSignatureSb(ClsStringBuilder& sb) {
-    MethodFrame frame(*this, "LoadSignatureSb");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "LoadSignatureSb", [&](MethodFrame& /*frame*/) {
         return loadSignature(sb.xstring(), m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 // No ZATCA test here: m_zatcaRules keeps what an earlier call left.
 bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
-    MethodFrame frame(*this, "LoadSignatureBd");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "LoadSignatureBd", [&](MethodFrame& /*frame*/) {
         unloadDocument();
         DataBuffer bytes = bd.data();
         const text::XmlEncoding encoding = text::convertXmlToUtf8(bytes);
         m_xmlText.takeFromDb(bytes);
         return parseLoadedText(encoding, m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
@@ -102,9 +89,9 @@ void ClsXmlDSig::put_Selector(int index) {
 }
 
 bool ClsXmlDSig::SelectById(XString& id) {
-    MethodFrame frame(*this, "SelectById");
-    frame.begin();
-    return frame.finish(selectBySignatureId(id.getUtf8Sb(), m_log));
+    return MethodFrame::run(*this, "SelectById", [&](MethodFrame& frame) {
+        return frame.finish(selectBySignatureId(id.getUtf8Sb(), m_log));
+    });
 }
 
 bool ClsXmlDSig::selectBySignatureId(const StringBuffer& id, LogBase& log) {

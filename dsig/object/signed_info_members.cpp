@@ -2,7 +2,7 @@
 
 #include "dsig/document/signed_info.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/MethodFrame.h"
 
 namespace vantrel {
 
@@ -59,17 +59,17 @@ bool ClsXmlDSig::getReferenceUri(int index, StringBuffer& outUri, LogBase& log) 
 }
 
 bool ClsXmlDSig::ReferenceUri(int index, XString& outUri) {
-    MethodFrame frame(*this, "ReferenceUri");
-    frame.begin();
-    outUri.clear();
-    return getReferenceUri(index, outUri.getUtf8Sb_rw(), m_log);
+    return MethodFrame::run(*this, "ReferenceUri", [&](MethodFrame& /*frame*/) {
+        outUri.clear();
+        return getReferenceUri(index, outUri.getUtf8Sb_rw(), m_log);
+    });
 }
 
 bool ClsXmlDSig::IsReferenceExternal(int index) {
-    MethodFrame frame(*this, "IsReferenceExternal");
-    frame.begin();
-    StringBuffer uri;
-    return getReferenceUri(index, uri, m_log) && !uri.isEmpty() && !uri.beginsWith("#");
+    return MethodFrame::run(*this, "IsReferenceExternal", [&](MethodFrame& /*frame*/) {
+        StringBuffer uri;
+        return getReferenceUri(index, uri, m_log) && !uri.isEmpty() && !uri.beginsWith("#");
+    });
 }
 
 } // namespace vantrel

@@ -2,8 +2,8 @@
 
 #include "dsig/transform/chunk_removal.h"
 #include "dsig/transform/ebxml_fragments.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/hash_ids.h"
-#include "foundation/log/LogContextExitor.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/tree/ClsXml.h"
 

@@ -5,7 +5,7 @@
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/internal_reference.h"
 #include "dsig/reference/reference_target.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 
 namespace vantrel::dsig {
 

@@ -6,7 +6,7 @@
 #include "dsig/transform/doda.h"
 #include "dsig/transform/profile_steps.h"
 #include "dsig/transform/xpath_step.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/encoders.h"
 #include "foundation/xml/tree/ClsXml.h"
 

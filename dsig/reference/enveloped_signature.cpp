@@ -2,7 +2,7 @@
 
 #include "dsig/document/locate_signature.h"
 #include "dsig/reference/adjacent_signatures.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/scan/_vlXmlDtd.h"
 

@@ -1,10 +1,10 @@
 #include "dsig/reference/external_reference.h"
 
 #include "dsig/reference/digest_comparison.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/io/_vlDataSource.h"
 #include "foundation/io/_vlFilePath.h"
-#include "foundation/log/LogContextExitor.h"
 
 #include <memory>
 

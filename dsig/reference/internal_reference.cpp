@@ -5,8 +5,8 @@
 #include "dsig/reference/hash_sink.h"
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/profile_steps.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/_vlHash.h"
-#include "foundation/log/LogContextExitor.h"
 #include "foundation/text/encoders.h"
 #include "foundation/xml/canon/fragment_id.h"
 

@@ -2,7 +2,7 @@
 
 #include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/profile_detection.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/xml/canon/XmlCanon.h"
 #include "foundation/xml/canon/fragment_id.h"
 

@@ -1,7 +1,7 @@
 #include "dsig/transform/profile_steps.h"
 
 #include "dsig/transform/profile_markers.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/strings.h"
 
 #include <algorithm>

@@ -129,7 +129,8 @@ bool WorkingText::cutDownTo(TextRange range, LogBase& log) {
     }
     // Cut out, the part would lose what the document type adds to it for every other reader.
     if (document->hasAttributeDefaults() || document->hasAttributeTypes()) {
-        log.LogError("The document type declares attributes, so no part of the XML can be cut out.");
+        log.LogError(
+            "The document type declares attributes, so no part of the XML can be cut out.");
         return false;
     }
     ElementId element = document->elementAt(range.start);

@@ -3,7 +3,7 @@
 #include "dsig/transform/chunk_removal.h"
 #include "dsig/transform/ebxml_fragments.h"
 #include "dsig/transform/xpath_shapes.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/xml/locate/XmlSigRemoval.h"
 
 #include <string_view>

@@ -5,20 +5,16 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/verify_run.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/crypto/hash/_vlHash.h"
-#include "foundation/log/MethodFrame.h"
 #include "foundation/text/encoders.h"
 #include "foundation/xml/canon/XmlCanon.h"
 #include "foundation/xml/tree/ClsXml.h"
 
-#include <new>
-
 namespace vantrel {
 
 bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
-    MethodFrame frame(*this, "VerifySignature");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "VerifySignature", [&](MethodFrame& frame) {
         beginReport();
         if (!verifyReferenceDigests) {
             m_report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
@@ -28,9 +24,7 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
         m_report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);
         finishReport();
         return summarise ? frame.finish(m_report.valid) : frame.result(m_report.valid);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 // `summarise`: the outcome is to be recorded as the method's success or failure; a verification

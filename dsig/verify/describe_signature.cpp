@@ -4,11 +4,9 @@
 #include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/reference/DSigReference.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
-#include "foundation/log/MethodFrame.h"
 #include "foundation/xml/tree/ClsXml.h"
-
-#include <new>
 
 namespace vantrel {
 
@@ -70,15 +68,13 @@ void writeKeyInfo(const ClsXml& signature, JsonWriter& out) {
 } // namespace
 
 bool ClsXmlDSig::DescribeSignature(XString& outJson) {
-    MethodFrame frame(*this, "DescribeSignature");
-    frame.begin();
-    outJson.clear();
-    const ClsXml* const signature = selectedSignature();
-    if (signature == nullptr) {
-        m_log.LogError("No signature is selected.");
-        return false;
-    }
-    try {
+    return MethodFrame::run(*this, "DescribeSignature", [&](MethodFrame& frame) {
+        outJson.clear();
+        const ClsXml* const signature = selectedSignature();
+        if (signature == nullptr) {
+            m_log.LogError("No signature is selected.");
+            return false;
+        }
         beginReport();
         dsig::DocumentNames names(structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw(), m_limits.reportOctets);
@@ -110,9 +106,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
             m_log.LogError(dsig::kReportTooLarge);
         }
         return frame.result(!out.passedLimit());
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 } // namespace vantrel

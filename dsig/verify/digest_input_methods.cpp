@@ -7,10 +7,8 @@
 #include "dsig/reference/check_reference.h"
 #include "dsig/transform/profile_detection.h"
 #include "dsig/verify/signed_octets.h"
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/MethodFrame.h"
-
-#include <new>
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/MethodFrame.h"
 
 namespace vantrel {
 
@@ -22,9 +20,7 @@ dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
 }
 
 bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
-    MethodFrame frame(*this, "DigestInput");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "DigestInput", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
         ExtPtrArraySb dirs;
         splitRefDirs(dirs);
@@ -33,17 +29,13 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
             document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
         const dsig::ReferenceReport result = dsig::checkReference(query, inForce, m_log);
         return frame.finish(!result.octets.isEmpty() && out.data().append(result.octets));
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 // The checks of the references come first in a verification, and what they find out of the document
 // (a cut, an attribute order, ZATCA rules) decides what the value is over.
 bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
-    MethodFrame frame(*this, "SignedInfoOctets");
-    frame.begin();
-    try {
+    return MethodFrame::run(*this, "SignedInfoOctets", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
         LogNull quiet(m_log);
         ExtPtrArraySb dirs;
@@ -64,9 +56,7 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
             dsig::makeSignedOctets(structure(), selected, inForce, locator, first, octets,
                                    leniencies, m_log) &&
             out.data().append(octets.octets()));
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 } // namespace vantrel

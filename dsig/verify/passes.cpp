@@ -2,7 +2,7 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/verify/verify_run.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel {

@@ -8,8 +8,8 @@
 #include "dsig/reference/reference_target.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signature_structure.h"
+#include "foundation/base/CritSecExitor.h"
 #include "foundation/crypto/hash/hash_ids.h"
-#include "foundation/log/CritSecExitor.h"
 #include "foundation/xml/canon/fragment_id.h"
 #include "foundation/xml/tree/ClsXml.h"
 

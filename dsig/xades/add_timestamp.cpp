@@ -5,26 +5,27 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/transform/canonicalization_method.h"
 #include "dsig/xades/timestamp_fragment.h"
+#include "foundation/base/ClsStringBuilder.h"
+#include "foundation/base/LogContextExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/cms/Pkcs7SignedData.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/log/ClsStringBuilder.h"
-#include "foundation/log/LogContextExitor.h"
-#include "foundation/log/MethodFrame.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/tree/ClsXml.h"
-
-#include <new>
 
 namespace vantrel {
 
 void ClsXmlDSig::SetHttpObj(ClsHttp& http) {
-    MethodFrame frame(*this, "SetHttpObj");
-    setTsaHttpObj(http, m_log);
+    static_cast<void>(MethodFrame::runLater(*this, "SetHttpObj", [&](MethodFrame& /*frame*/) {
+        setTsaHttpObj(http, m_log);
+        return true;
+    }));
 }
 
 bool ClsXmlDSig::HasEncapsulatedTimeStamp() {
-    MethodFrame frame(*this, "HasEncapsulatedTimeStamp");
-    return hasEncapsulatedTimeStamp(m_log);
+    return MethodFrame::runLater(*this, "HasEncapsulatedTimeStamp", [&](MethodFrame& /*frame*/) {
+        return hasEncapsulatedTimeStamp(m_log);
+    });
 }
 
 bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
@@ -46,8 +47,7 @@ bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
 }
 
 bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& json, ClsStringBuilder& sbOut) {
-    MethodFrame frame(*this, "AddEncapsulatedTimeStamp");
-    try {
+    return MethodFrame::runLater(*this, "AddEncapsulatedTimeStamp", [&](MethodFrame& /*frame*/) {
         sbOut.xstring().clear();
         m_log.LogDataLong("numSignatures", m_signatures.getSize());
         m_log.LogDataLong("selector", m_selector);
@@ -57,9 +57,7 @@ bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& json, ClsStringBuilder&
             return false;
         }
         return addEncapsulatedTimeStamp(json, sbOut.xstring(), m_log);
-    } catch (const std::bad_alloc&) {
-        return frame.outOfMemory();
-    }
+    });
 }
 
 bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, LogBase& log) {

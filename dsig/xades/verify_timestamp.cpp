@@ -3,10 +3,10 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/transform/canonicalization_method.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/AsnXmlCodec.h"
 #include "foundation/cms/Pkcs7SignedData.h"
 #include "foundation/crypto/hash/_vlHash.h"
-#include "foundation/log/LogContextExitor.h"
 #include "foundation/text/encoders.h"
 #include "foundation/xml/canon/XmlCanon.h"
 #include "foundation/xml/tree/ClsXml.h"

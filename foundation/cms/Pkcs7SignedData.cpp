@@ -9,7 +9,7 @@
 #include "foundation/cms/signed_data.h"
 #include "foundation/cms/signer_check.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/VantrelX509.h"

@@ -1,8 +1,8 @@
 // The members of the key and of the certificate vault that read files. They stand here because the
 // folder of the classes, being below this one, knows no files.
+#include "foundation/base/MethodFrame.h"
 #include "foundation/io/directory.h"
 #include "foundation/io/files.h"
-#include "foundation/log/MethodFrame.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
@@ -63,9 +63,7 @@ bool ClsPublicKey::LoadFromFile(const XString& path) {
 }
 
 bool ClsXmlCertVault::AddCertFile(const XString& path) {
-    MethodFrame frame(*this, "AddCertFile");
-    frame.begin();
-    return x509::noThrow(false, [&] {
+    return MethodFrame::run(*this, "AddCertFile", [&](MethodFrame& frame) {
         std::uint32_t added = 0;
         const bool ok = addFile(path.getUtf8Sb().view(), m_manager, added, m_log);
         m_log.LogDataUint32("numCertsAdded", added);
@@ -74,9 +72,7 @@ bool ClsXmlCertVault::AddCertFile(const XString& path) {
 }
 
 bool ClsXmlCertVault::AddCertDirectory(const XString& path) {
-    MethodFrame frame(*this, "AddCertDirectory");
-    frame.begin();
-    return x509::noThrow(false, [&] {
+    return MethodFrame::run(*this, "AddCertDirectory", [&](MethodFrame& frame) {
         std::uint32_t added = 0;
         const bool ok = addDirectory(path.getUtf8Sb().view(), m_manager, added, m_log);
         m_log.LogDataUint32("numCertsAdded", added);

@@ -1,10 +1,10 @@
 #include "foundation/io/ClsHttp.h"
 
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/CritSecExitor.h"
+#include "foundation/base/LogContextExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/io/http_exchange.h"
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/CritSecExitor.h"
-#include "foundation/log/LogContextExitor.h"
-#include "foundation/log/MethodFrame.h"
 
 #include <algorithm>
 #include <exception>
@@ -41,13 +41,13 @@ void ClsHttp::SetTransport(HttpTransport transport) {
 
 bool ClsHttp::PostBinary(const XString& url, const XString& contentType, const ClsBinData& body,
                          ClsBinData& answer) {
-    MethodFrame frame(*this, "PostBinary");
-    frame.begin();
-    HttpResponse response;
-    const bool answered = post(url.getUtf8Sb().view(), contentType.getUtf8Sb().view(), {},
-                               body.data().view(), 0, response, m_log);
-    answer.data() = response.body;
-    return frame.finish(answered);
+    return MethodFrame::run(*this, "PostBinary", [&](MethodFrame& frame) {
+        HttpResponse response;
+        const bool answered = post(url.getUtf8Sb().view(), contentType.getUtf8Sb().view(), {},
+                                   body.data().view(), 0, response, m_log);
+        answer.data() = response.body;
+        return frame.finish(answered);
+    });
 }
 
 bool ClsHttp::post(std::string_view url, std::string_view contentType, std::string_view accept,

@@ -1,7 +1,7 @@
 #ifndef FOUNDATION_IO_CLSHTTP_H
 #define FOUNDATION_IO_CLSHTTP_H
 
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/byte_view.h"

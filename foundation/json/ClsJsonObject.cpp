@@ -1,8 +1,8 @@
 #include "foundation/json/ClsJsonObject.h"
 
+#include "foundation/base/CritSecExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
-#include "foundation/log/CritSecExitor.h"
-#include "foundation/log/MethodFrame.h"
 #include "foundation/text/strings.h"
 
 #include <charconv>
@@ -125,8 +125,9 @@ void ClsJsonObject::dotNetDispose() {
 }
 
 bool ClsJsonObject::Load(const XString& json) {
-    MethodFrame frame(*this, "Load");
-    return frame.finish(load(json.getUtf8Sb().view(), m_log));
+    return MethodFrame::runLater(*this, "Load", [&](MethodFrame& frame) {
+        return frame.finish(load(json.getUtf8Sb().view(), m_log));
+    });
 }
 
 bool ClsJsonObject::load(std::string_view json, LogBase& log) {

@@ -2,7 +2,7 @@
 #define FOUNDATION_JSON_CLSJSONOBJECT_H
 
 #include "foundation/json/json_value.h"
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/text/XString.h"
 
 #include <cstdint>

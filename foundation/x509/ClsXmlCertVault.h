@@ -1,7 +1,7 @@
 #ifndef FOUNDATION_X509_CLSXMLCERTVAULT_H
 #define FOUNDATION_X509_CLSXMLCERTVAULT_H
 
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/x509/CertMgr.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "tests/dsig/document_case.h"
 
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "tests/support/bytes.h"

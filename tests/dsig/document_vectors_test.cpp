@@ -1,7 +1,7 @@
 // Whole documents with all that a verifier must say of them: verdicts with and without the
 // references, reasons, log lines, accommodations. One folder of tests/vectors/dsig each.
 
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "tests/dsig/document_case.h"
 #include "tests/support/corpus.h"

@@ -6,7 +6,7 @@
 #include "dsig/document/key_account.h"
 #include "dsig/document/limits.h"
 #include "dsig/document/document.h"
-#include "foundation/log/ClsStringArray.h"
+#include "foundation/base/ClsStringArray.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "tests/dsig/document_case.h"

@@ -2,8 +2,8 @@
 // which no name may lead.
 
 #include "dsig/object/ClsXmlDSig.h"
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/ClsStringBuilder.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/ClsStringBuilder.h"
 #include "tests/dsig/document_case.h"
 #include "tests/support/bytes.h"
 #include "tests/support/corpus.h"

@@ -1,7 +1,7 @@
 // Every key and certificate that a KeyInfo can carry or name, end to end on signed messages.
 
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/ClsStringArray.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/ClsStringArray.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"

@@ -14,27 +14,27 @@ CODE_FOLDERS = ("foundation", "dsig", "cli", "bindings", "tests", "bench", "fuzz
 PRODUCT_FOLDERS = ("foundation", "dsig", "cli", "bindings")
 
 # Who may include whom, by the longest prefix of the path. Every folder may include itself.
-XML = ("foundation/xml/scan", "foundation/text", "foundation/log")
+XML = ("foundation/xml/scan", "foundation/text", "foundation/base")
 CRYPTO = ("foundation/crypto", "foundation/text")
 X509 = ("foundation/x509", "foundation/xml", "foundation/crypto", "foundation/asn1",
-        "foundation/log", "foundation/text")
+        "foundation/base", "foundation/text")
 MAY_INCLUDE = {
     "foundation/text": (),
-    "foundation/log": ("foundation/text",),
+    "foundation/base": ("foundation/text",),
     "foundation/asn1": ("foundation/text",),
-    "foundation/crypto/cpu": ("foundation/text",),
-    "foundation/io": ("foundation/text", "foundation/log"),
-    "foundation/json": ("foundation/text", "foundation/log"),
-    "foundation/crypto/hash": ("foundation/text", "foundation/crypto/cpu", "foundation/io",
-                               "foundation/log"),
-    "foundation/crypto/mac": ("foundation/text", "foundation/crypto/cpu",
+    "foundation/cpu": ("foundation/text",),
+    "foundation/io": ("foundation/text", "foundation/base"),
+    "foundation/json": ("foundation/text", "foundation/base"),
+    "foundation/crypto/hash": ("foundation/text", "foundation/cpu", "foundation/io",
+                               "foundation/base"),
+    "foundation/crypto/mac": ("foundation/text", "foundation/cpu",
                               "foundation/crypto/hash"),
-    "foundation/crypto/bignum": ("foundation/text", "foundation/crypto/cpu"),
-    "foundation/crypto/rsa": ("foundation/text", "foundation/crypto/cpu",
+    "foundation/crypto/bignum": ("foundation/text", "foundation/cpu"),
+    "foundation/crypto/rsa": ("foundation/text", "foundation/cpu",
                               "foundation/crypto/bignum", "foundation/crypto/hash"),
-    "foundation/crypto/dsa": ("foundation/text", "foundation/crypto/cpu",
+    "foundation/crypto/dsa": ("foundation/text", "foundation/cpu",
                               "foundation/crypto/bignum"),
-    "foundation/crypto/ecc": ("foundation/text", "foundation/crypto/cpu",
+    "foundation/crypto/ecc": ("foundation/text", "foundation/cpu",
                               "foundation/crypto/bignum"),
     "foundation/xml/scan": ("foundation/text",),
     "foundation/xml/tree": XML,
@@ -58,7 +58,7 @@ MEMBERS = re.compile(r"^dsig/\w+/\w+_members\.cpp$")
 
 # The public headers: all that programs outside the library may include.
 PUBLIC = re.compile(
-    r"^(dsig/object/ClsXmlDSig\.h|dsig/document/limits\.h|foundation/(text|log|io|json)/\w+\.h"
+    r"^(dsig/object/ClsXmlDSig\.h|dsig/document/limits\.h|foundation/(text|base|io|json)/\w+\.h"
     r"|foundation/(x509|xml/tree)/(\w+/)?Cls\w+\.h)$")
 PUBLIC_ONLY = ("cli", "bindings", "examples", "tests/consumer")
 

@@ -2,7 +2,7 @@
 #define FOUNDATION_CRYPTO_BIGNUM_MONTGOMERY_KERNELS_H
 
 #include "foundation/crypto/bignum/limbs.h"
-#include "foundation/crypto/cpu/cpu_features.h"
+#include "foundation/cpu/cpu_features.h"
 
 #include <cstddef>
 #include <span>

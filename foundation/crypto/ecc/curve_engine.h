@@ -1,7 +1,7 @@
 #ifndef FOUNDATION_CRYPTO_ECC_CURVE_ENGINE_H
 #define FOUNDATION_CRYPTO_ECC_CURVE_ENGINE_H
 
-#include "foundation/crypto/cpu/cpu_features.h"
+#include "foundation/cpu/cpu_features.h"
 #include "foundation/crypto/ecc/curves.h"
 
 #include <memory>

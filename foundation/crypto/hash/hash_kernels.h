@@ -1,7 +1,7 @@
 #ifndef FOUNDATION_CRYPTO_HASH_HASH_KERNELS_H
 #define FOUNDATION_CRYPTO_HASH_HASH_KERNELS_H
 
-#include "foundation/crypto/cpu/cpu_features.h"
+#include "foundation/cpu/cpu_features.h"
 
 #include <cstddef>
 #include <cstdint>

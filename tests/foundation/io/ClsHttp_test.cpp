@@ -1,6 +1,6 @@
 #include "foundation/io/ClsHttp.h"
 
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 #include "tests/support/bytes.h"
 #include "tests/support/loopback_server.h"
 #include "tests/support/recording_log.h"

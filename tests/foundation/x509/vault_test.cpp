@@ -1,5 +1,5 @@
 // Looking certificates up in a vault the way documents name them.
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
 #include "foundation/x509/CertMgr.h"

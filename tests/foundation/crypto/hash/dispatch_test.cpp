@@ -1,4 +1,4 @@
-#include "foundation/crypto/cpu/cpu_features.h"
+#include "foundation/cpu/cpu_features.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/hash/hash_kernels.h"
 

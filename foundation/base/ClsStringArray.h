@@ -1,7 +1,7 @@
-#ifndef FOUNDATION_LOG_CLSSTRINGARRAY_H
-#define FOUNDATION_LOG_CLSSTRINGARRAY_H
+#ifndef FOUNDATION_BASE_CLSSTRINGARRAY_H
+#define FOUNDATION_BASE_CLSSTRINGARRAY_H
 
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/arrays.h"
 

@@ -1,6 +1,6 @@
-#include "foundation/log/ClsStringArray.h"
+#include "foundation/base/ClsStringArray.h"
 
-#include "foundation/log/CritSecExitor.h"
+#include "foundation/base/CritSecExitor.h"
 #include "foundation/text/strings.h"
 
 #include <exception>

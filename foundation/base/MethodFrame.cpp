@@ -1,11 +1,10 @@
-#include "foundation/log/MethodFrame.h"
+#include "foundation/base/MethodFrame.h"
 
 namespace vantrel {
 
-bool MethodFrame::outOfMemory() noexcept {
+void MethodFrame::outOfMemory() {
     m_object.log().LogError("Out of memory.");
     m_object.recordOutcome(false);
-    return false;
 }
 
 } // namespace vantrel

@@ -1,5 +1,5 @@
-#ifndef FOUNDATION_LOG_LOG_TAPE_H
-#define FOUNDATION_LOG_LOG_TAPE_H
+#ifndef FOUNDATION_BASE_LOG_TAPE_H
+#define FOUNDATION_BASE_LOG_TAPE_H
 
 #include "foundation/text/LogBase.h"
 

@@ -1,6 +1,6 @@
-#include "foundation/log/ClsBinData.h"
+#include "foundation/base/ClsBinData.h"
 
-#include "foundation/log/CritSecExitor.h"
+#include "foundation/base/CritSecExitor.h"
 
 #include <exception>
 

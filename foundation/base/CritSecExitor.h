@@ -1,7 +1,7 @@
-#ifndef FOUNDATION_LOG_CRITSECEXITOR_H
-#define FOUNDATION_LOG_CRITSECEXITOR_H
+#ifndef FOUNDATION_BASE_CRITSECEXITOR_H
+#define FOUNDATION_BASE_CRITSECEXITOR_H
 
-#include "foundation/log/VantrelCritSec.h"
+#include "foundation/base/VantrelCritSec.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "foundation/log/log_tape.h"
+#include "foundation/base/log_tape.h"
 
 #include "foundation/text/strings.h"
 

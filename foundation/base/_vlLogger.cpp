@@ -1,4 +1,4 @@
-#include "foundation/log/_vlLogger.h"
+#include "foundation/base/_vlLogger.h"
 
 #include "foundation/text/strings.h"
 

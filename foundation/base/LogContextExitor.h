@@ -1,7 +1,7 @@
-#ifndef FOUNDATION_LOG_LOGCONTEXTEXITOR_H
-#define FOUNDATION_LOG_LOGCONTEXTEXITOR_H
+#ifndef FOUNDATION_BASE_LOGCONTEXTEXITOR_H
+#define FOUNDATION_BASE_LOGCONTEXTEXITOR_H
 
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/text/LogBase.h"
 
 namespace vantrel {

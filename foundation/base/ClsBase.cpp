@@ -1,7 +1,7 @@
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 
-#include "foundation/log/CritSecExitor.h"
-#include "foundation/log/LogContextExitor.h"
+#include "foundation/base/CritSecExitor.h"
+#include "foundation/base/LogContextExitor.h"
 
 #include <exception>
 #include <fstream>

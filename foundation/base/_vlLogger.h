@@ -1,5 +1,5 @@
-#ifndef FOUNDATION_LOG_VLLOGGER_H
-#define FOUNDATION_LOG_VLLOGGER_H
+#ifndef FOUNDATION_BASE_VLLOGGER_H
+#define FOUNDATION_BASE_VLLOGGER_H
 
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"

@@ -1,14 +1,15 @@
-#include "foundation/log/ClsBase.h"
-#include "foundation/log/ClsBinData.h"
-#include "foundation/log/ClsStringArray.h"
-#include "foundation/log/ClsStringBuilder.h"
-#include "foundation/log/MethodFrame.h"
-#include "foundation/log/_vlLogger.h"
-#include "foundation/log/log_tape.h"
+#include "foundation/base/ClsBase.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/ClsStringArray.h"
+#include "foundation/base/ClsStringBuilder.h"
+#include "foundation/base/MethodFrame.h"
+#include "foundation/base/_vlLogger.h"
+#include "foundation/base/log_tape.h"
 #include "foundation/text/DataBuffer.h"
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
 
+#include <new>
 #include <string>
 #include <thread>
 
@@ -156,25 +157,25 @@ TEST(Logger, TapesAreReplayedAsTheyWereWritten) {
 class Sample final : public ClsBase {
 public:
     bool Outer(bool ok) {
-        MethodFrame frame(*this, "Outer");
-        frame.begin();
-        m_log.LogInfo("outer line");
-        Inner();
-        return frame.finish(ok);
+        return MethodFrame::run(*this, "Outer", [&](MethodFrame& frame) {
+            m_log.LogInfo("outer line");
+            Inner();
+            return frame.finish(ok);
+        });
     }
     int Inner() {
-        MethodFrame frame(*this, "Inner");
-        m_log.LogError("inner line");
-        return 1;
+        return MethodFrame::runLater(*this, "Inner", [&](MethodFrame& /*frame*/) {
+            m_log.LogError("inner line");
+            return 1;
+        });
     }
     bool Quiet() {
-        MethodFrame frame(*this, "Quiet");
-        frame.begin();
-        return frame.result(true);
+        return MethodFrame::run(*this, "Quiet",
+                                [](MethodFrame& frame) { return frame.result(true); });
     }
     bool Failing() {
-        MethodFrame frame(*this, "Failing");
-        return frame.outOfMemory();
+        return MethodFrame::runLater(
+            *this, "Failing", [](MethodFrame& /*frame*/) -> bool { throw std::bad_alloc(); });
     }
     void setJson() { m_log.setLastJsonData(StringBuffer("{}")); }
 };

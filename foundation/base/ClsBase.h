@@ -1,8 +1,8 @@
-#ifndef FOUNDATION_LOG_CLSBASE_H
-#define FOUNDATION_LOG_CLSBASE_H
+#ifndef FOUNDATION_BASE_CLSBASE_H
+#define FOUNDATION_BASE_CLSBASE_H
 
-#include "foundation/log/VantrelCritSec.h"
-#include "foundation/log/_vlLogger.h"
+#include "foundation/base/VantrelCritSec.h"
+#include "foundation/base/_vlLogger.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 

@@ -1,7 +1,7 @@
-#ifndef FOUNDATION_LOG_CLSBINDATA_H
-#define FOUNDATION_LOG_CLSBINDATA_H
+#ifndef FOUNDATION_BASE_CLSBINDATA_H
+#define FOUNDATION_BASE_CLSBINDATA_H
 
-#include "foundation/log/ClsBase.h"
+#include "foundation/base/ClsBase.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/XString.h"
 

@@ -1,6 +1,6 @@
-#include "foundation/log/ClsStringBuilder.h"
+#include "foundation/base/ClsStringBuilder.h"
 
-#include "foundation/log/CritSecExitor.h"
+#include "foundation/base/CritSecExitor.h"
 #include "foundation/text/_vlCharset.h"
 #include "foundation/text/byte_view.h"
 
