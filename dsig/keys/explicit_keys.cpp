@@ -4,6 +4,7 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/text/encoders.h"
@@ -56,7 +57,7 @@ bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
 
 bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
     return MethodFrame::run(*this, "SetPublicKeyForAll", [&](MethodFrame& /*frame*/) {
-        m_keyForAll = Ref<ClsPublicKey>::share(&key);
+        m_state->keyForAll = Ref<ClsPublicKey>::share(&key);
         return true;
     });
 }
@@ -89,7 +90,7 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
     if (log.verbose()) {
         log.LogDataLong("bKeyInfoOnly", keyInfoOnly ? 1 : 0);
     }
-    m_report.keys.clear();
+    m_state->report.keys.clear();
     if (const Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(getKeyInfo(log))) {
         // Keys found before a failure stay candidates.
         static_cast<void>(publicKeyFromKeyInfo(*keyInfo, keys, log));
@@ -99,7 +100,7 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
     }
     if (!keyInfoOnly) {
         appendExplicitKey(static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector)), keys);
-        appendExplicitKey(m_keyForAll.get(), keys);
+        appendExplicitKey(m_state->keyForAll.get(), keys);
     }
     return keys.getSize() > 0;
 }
@@ -117,7 +118,7 @@ void ClsXmlDSig::noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& 
     for (int i = 0; i < keys.getSize(); ++i) {
         const auto* const key = static_cast<const ClsPublicKey*>(keys.elementAt(i));
         if (dsig::isSameKey(key->key(), explicitKey.key())) {
-            dsig::KeyReport& report = m_report.keys[static_cast<std::size_t>(i)];
+            dsig::KeyReport& report = m_state->report.keys[static_cast<std::size_t>(i)];
             report.nameFromDocument =
                 report.nameFromDocument || (report.fromDocument && report.certificate.isLoaded());
             report.fromDocument = false;

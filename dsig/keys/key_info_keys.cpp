@@ -8,6 +8,7 @@
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -137,8 +138,8 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromCertificate(
         structure().certificates.keepKey(certificate);
     }
     LogTape::replay(certificate->keyLines, log);
-    m_keyCertificate = certificate->certificate;
-    m_keyTexts = certificate->texts;
+    m_state->keyCertificate = certificate->certificate;
+    m_state->keyTexts = certificate->texts;
     return Ref<ClsPublicKey>::share(certificate->key.get()).release();
 }
 
@@ -157,8 +158,8 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
         return nullptr;
     }
     log.LogInfo("Loaded public key from X.509 certificate in KeyInfo.");
-    m_keyCertificate = cert;
-    m_keyTexts = std::make_shared<dsig::CertificateTexts>();
+    m_state->keyCertificate = cert;
+    m_state->keyTexts = std::make_shared<dsig::CertificateTexts>();
     return key.release();
 }
 
@@ -166,7 +167,7 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
 void ClsXmlDSig::appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key,
                                 const dsig::KeySource& source) {
     if (key != nullptr) {
-        appendKey(keys, Ref<ClsPublicKey>::adopt(key), source, &m_keyCertificate);
+        appendKey(keys, Ref<ClsPublicKey>::adopt(key), source, &m_state->keyCertificate);
     }
 }
 
@@ -176,9 +177,9 @@ void ClsXmlDSig::appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key,
     report.fromDocument =
         source.inDocument && (cert == nullptr || !dsig::storeHolds(getSystemCertsPtr(), *cert));
     if (cert != nullptr) {
-        report.certificateTexts = m_keyTexts;
+        report.certificateTexts = m_state->keyTexts;
     }
-    m_report.keys.push_back(std::move(report));
+    m_state->report.keys.push_back(std::move(report));
     keys.appendRefCounted(key.release());
 }
 

@@ -8,6 +8,7 @@
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/seen_certificates.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -96,7 +97,7 @@ bool ClsXmlDSig::keyFromReferencedToken(const ClsXml& reference, dsig::SeenCerti
             dsig::logNoToken(log);
             return false;
         }
-        m_report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
+        m_state->report.accommodations.add(dsig::accommodation::kTokenIdMismatch);
     }
     const dsig::CertificateCache::Entry certificate = dsig::certificateOfToken(
         structure().certificates, *dsig::handleOn(*m_xmlRoot, token), target.isPkiPath(), log);

@@ -1,9 +1,7 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIG_H
 #define DSIG_OBJECT_CLSXMLDSIG_H
 
-#include "dsig/document/limits.h"
 #include "dsig/object/_clsXmlDSigBase.h"
-#include "dsig/report/signature_report.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
@@ -39,6 +37,8 @@ namespace dsig {
 class SeenCertificates;
 struct DecodedCertificate;
 struct Document;
+struct ObjectState;
+struct Rules;
 struct Selection;
 struct KeySource;
 struct VerifyRun;
@@ -203,20 +203,13 @@ private:
                             LogBase& log);
     bool getSignatureValue(StringBuffer& outBase64, LogBase& log);
     bool parseFirstReference(DSigReference& first, LogBase& log);
-    void splitRefDirs(ExtPtrArraySb& dirs) const;
     dsig::Document& structure();
     // The loaded document; null when no signature is selected.
     dsig::Document* document();
     [[nodiscard]] dsig::Selection selection();
     void setZatca(const StringBuffer& options, LogBase& log);
     void beginReport();
-    void warnOfDocument();
     void finishReport();
-    void describeKeys();
-    void writeLastReport(StringBuffer& json);
-    void reportUncheckedReferences();
-    void warnOfCoverage();
-    void warnOfStructure();
 
     // reference/
     // Logs the options; the rules in force by them.
@@ -239,7 +232,6 @@ private:
 
     // verify/
     bool verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log);
-    bool referencePass(LogBase& log);
     bool timeStampPass(const dsig::VerifyRun& run, LogBase& log);
     bool canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log);
     bool readSignatureValue(dsig::VerifyRun& run, LogBase& log);
@@ -317,9 +309,8 @@ private:
     bool m_withCommentsOption = false;
     bool m_ignoreExternalRefs = false;
     std::int32_t m_refFailReason = 0;
-    StringBuffer m_xmlText;          // the whole document as UTF-8, as handed to the parser
-    bool m_encodingMismatch = false; // its declaration names another encoding than it is in
-    ClsXml* m_xmlRoot = nullptr;     // one reference held
+    StringBuffer m_xmlText;      // the whole document as UTF-8, as handed to the parser
+    ClsXml* m_xmlRoot = nullptr; // one reference held
     XString m_externalRefDirs;
     ExtPtrArrayRc m_signatures; // ClsXml of every Signature element, in document order
     ExtPtrArrayRc m_publicKeys; // ClsPublicKey by signature index
@@ -327,13 +318,7 @@ private:
     bool m_externalDataOwned = true;
     DataBuffer m_hmacKey;
     std::int32_t m_selector = 0;
-    Ref<ClsPublicKey> m_keyForAll;
-
-    dsig::Limits m_limits;
-    dsig::SignatureReport m_report;
-    std::unique_ptr<dsig::Document> m_structure;        // what is derived once from the document
-    VantrelX509 m_keyCertificate;                       // of the key that a look-up returned last
-    std::shared_ptr<dsig::CertificateTexts> m_keyTexts; // of that certificate
+    std::unique_ptr<dsig::ObjectState> m_state; // all that is not prescribed
 };
 
 } // namespace vantrel

@@ -2,7 +2,11 @@
 
 #include "dsig/document/document.h"
 #include "dsig/document/locate_signature.h"
+#include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
+#include "dsig/verify/reference_pass.h"
+#include "dsig/verify/report_steps.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/verify_run.h"
 #include "foundation/base/MethodFrame.h"
@@ -17,13 +21,16 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
     return MethodFrame::run(*this, "VerifySignature", [&](MethodFrame& frame) {
         beginReport();
         if (!verifyReferenceDigests) {
-            m_report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
-            reportUncheckedReferences();
+            m_state->report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
+            if (document() != nullptr) {
+                dsig::describeUncheckedReferences(*document(), selection(), m_state->report);
+            }
         }
         bool summarise = false;
-        m_report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);
+        m_state->report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);
         finishReport();
-        return summarise ? frame.finish(m_report.valid) : frame.result(m_report.valid);
+        return summarise ? frame.finish(m_state->report.valid)
+                         : frame.result(m_state->report.valid);
     });
 }
 
@@ -44,9 +51,18 @@ bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, Lo
         log.LogError("There are no references.");
         return false;
     }
-    if (verifyReferenceDigests && !referencePass(log)) {
-        summarise = true;
-        return false;
+    if (verifyReferenceDigests) {
+        dsig::Rules inForce = rules();
+        const dsig::Selection selected = selection();
+        const dsig::ReferencePassQuery query{document(), selected, &m_externalData,
+                                             m_externalRefDirs, m_ignoreExternalRefs};
+        const bool allCount = dsig::checkAllReferences(query, inForce, m_state->report, log);
+        keepRules(inForce);
+        m_refFailReason = dsig::publicCode(m_state->report.references.back().reason);
+        if (!allCount) {
+            summarise = true;
+            return false;
+        }
     }
     if (!parseFirstReference(run.firstReference, log)) {
         return false;
@@ -72,11 +88,11 @@ bool ClsXmlDSig::parseFirstReference(DSigReference& first, LogBase& log) {
 
 bool ClsXmlDSig::canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log) {
     if (!dsig::makeSignedOctets(structure(), selection(), rules(), run.locator, run.firstReference,
-                                run.signedOctets, m_report.accommodations, log)) {
+                                run.signedOctets, m_state->report.accommodations, log)) {
         return false;
     }
     if (run.signedOctets.isInvoiceHash()) {
-        for (dsig::ReferenceReport& reference : m_report.references) {
+        for (dsig::ReferenceReport& reference : m_state->report.references) {
             reference.isSigned = reference.index == 0;
         }
     }
@@ -145,16 +161,25 @@ void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log
     }
     run.account = &structure().keyAccount;
     run.account->begin(m_selector);
-    run.mostKeyOperations = m_limits.keyOperations;
+    run.mostKeyOperations = m_state->limits.keyOperations;
     bool endedEarly = false;
     const int used = dsig::tryKeys(run, log, endedEarly);
     summarise = !endedEarly;
     if (run.wrongKey) {
-        m_report.reason = dsig::kWrongKeyLine;
+        m_state->report.reason = dsig::kWrongKeyLine;
     }
-    if (used >= 0 && static_cast<std::size_t>(used) < m_report.keys.size()) {
-        m_report.keys[static_cast<std::size_t>(used)].used = true;
+    if (used >= 0 && static_cast<std::size_t>(used) < m_state->report.keys.size()) {
+        m_state->report.keys[static_cast<std::size_t>(used)].used = true;
     }
+}
+
+void ClsXmlDSig::reportHmacKey(bool used) {
+    dsig::KeyReport key;
+    key.source = dsig::keysource::kExplicit.name;
+    key.type = "HMAC";
+    key.bits = static_cast<int>(m_hmacKey.getSize()) * 8;
+    key.used = used;
+    m_state->report.keys = {key};
 }
 
 } // namespace vantrel
