@@ -10,6 +10,7 @@
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -115,6 +116,9 @@ public:
 
     // Verification.
 
+    /// Puts the rules of the loaded document back to what loading set: what earlier verifications
+    /// found out and kept (an attribute order, a cut of the text, ZATCA rules) is forgotten.
+    void ResetDocumentRules();
     /// Checks the digest of one reference; RefFailReason tells why it failed.
     bool VerifyReferenceDigest(int index);
     /// Checks the selected signature: its value over the canonical SignedInfo and, when asked, the
@@ -306,9 +310,10 @@ private:
     static bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator,
                                      StringBuffer& id, LogBase& log);
 
-    bool m_withCommentsOption = false;
-    bool m_ignoreExternalRefs = false;
-    std::int32_t m_refFailReason = 0;
+    // Read and written without the lock, from any thread.
+    std::atomic<bool> m_withCommentsOption = false;
+    std::atomic<bool> m_ignoreExternalRefs = false;
+    std::atomic<std::int32_t> m_refFailReason = 0;
     StringBuffer m_xmlText;      // the whole document as UTF-8, as handed to the parser
     ClsXml* m_xmlRoot = nullptr; // one reference held
     XString m_externalRefDirs;
@@ -317,7 +322,7 @@ private:
     ExtPtrArray m_externalData; // DSigExternalData by signature index
     bool m_externalDataOwned = true;
     DataBuffer m_hmacKey;
-    std::int32_t m_selector = 0;
+    std::atomic<std::int32_t> m_selector = 0;   // written under the lock only
     std::unique_ptr<dsig::ObjectState> m_state; // all that is not prescribed
 };
 

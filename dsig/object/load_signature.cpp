@@ -58,6 +58,7 @@ void ClsXmlDSig::unloadDocument() {
 
 bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log) {
     detectSpecial(m_xmlText, log);
+    m_state->rulesAtLoad = rules();
     m_state->encodingMismatch = encoding.verdict == text::XmlEncodingVerdict::Mismatch;
     m_xmlRoot = ClsXml::createNewCls();
     if (m_xmlRoot == nullptr || !text::acceptEncoding(encoding, log) ||
@@ -65,6 +66,14 @@ bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log
         return false;
     }
     return m_xmlRoot->findSignatures(m_signatures, log);
+}
+
+void ClsXmlDSig::ResetDocumentRules() {
+    static_cast<void>(
+        MethodFrame::runLater(*this, "ResetDocumentRules", [&](MethodFrame& /*frame*/) {
+            keepRules(m_state->rulesAtLoad);
+            return true;
+        }));
 }
 
 void ClsXmlDSig::checkSetZatca(LogBase& log) { setZatca(log.options(), log); }

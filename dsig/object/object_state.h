@@ -3,6 +3,7 @@
 
 #include "dsig/document/document.h"
 #include "dsig/document/limits.h"
+#include "dsig/document/rules.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -15,6 +16,7 @@ namespace vantrel::dsig {
 // report of the last operation, and settings of its own.
 struct ObjectState {
     std::unique_ptr<Document> document; // made at first need; gone with the next load
+    Rules rulesAtLoad;                  // as loading set them
     SignatureReport report;
     Limits limits;
     Ref<ClsPublicKey> keyForAll;

@@ -69,7 +69,8 @@ bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBu
 
 bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
                                                  std::uint32_t length, LogBase& /*log*/) {
-    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length));
+    bool more = false;
+    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length, more));
     return true;
 }
 

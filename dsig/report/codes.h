@@ -18,7 +18,9 @@ inline constexpr std::string_view kZatcaAuto = "zatca.auto";
 inline constexpr std::string_view kEnvelopedExtraRemoved = "enveloped.extra-removed";
 inline constexpr std::string_view kTokenIdMismatch = "token.id-mismatch";
 inline constexpr std::string_view kReferencesUnchecked = "refs.unchecked";
+// A rule stopped at its fixed number of elements, and others stayed.
 inline constexpr std::string_view kLimit100 = "limit.100";
+inline constexpr std::string_view kLimit13 = "limit.13";
 inline constexpr std::string_view kProfileCutOut = "profile.cut-out";
 inline constexpr std::string_view kProfileRemoval = "profile.removal";
 inline constexpr std::string_view kBase64Children = "base64.children-ignored";
