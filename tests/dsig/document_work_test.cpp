@@ -5,7 +5,6 @@
 #include "dsig/document/document.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/limits.h"
-#include "dsig/document/document.h"
 #include "foundation/base/ClsStringArray.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
