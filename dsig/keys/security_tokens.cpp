@@ -54,10 +54,6 @@ bool readTokenReference(const ClsXml& reference, TokenReference& target, LogBase
     return false;
 }
 
-void logTokenSearch(LogBase& log) {
-    log.LogInfo("Need to locate BinarySecurityToken within XML...");
-}
-
 void logNoToken(LogBase& log) {
     log.LogError("Failed to find the wsse:BinarySecurityToken element");
 }

@@ -1,6 +1,8 @@
 // What an operation found out, for whoever asks afterwards.
 
 #include "dsig/document/document.h"
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/keys/key_report.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/reference/DSigReference.h"
@@ -206,8 +208,8 @@ void ClsXmlDSig::warnOfStructure() {
 // anything is verified.
 void ClsXmlDSig::describeKeys() {
     LogNull quiet(m_log);
-    ExtPtrArrayRc keys;
-    static_cast<void>(getPublicKey(true, keys, quiet));
+    m_report.keys =
+        dsig::describeKeys(dsig::candidateKeys(keyQuery(true), m_report.accommodations, quiet));
     for (const dsig::KeyReport& key : m_report.keys) {
         warnOfKey(key, m_report);
     }
