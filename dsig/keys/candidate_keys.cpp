@@ -33,6 +33,7 @@ std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& lenienci
         log.LogDataLong("bKeyInfoOnly", query.keyInfoOnly ? 1 : 0);
     }
     std::vector<CandidateKey> keys;
+    // KeyInfo comes first: there the signer says which key is meant.
     if (const Ref<ClsXml> keyInfo = keyInfoOf(query.selection, query.numSignatures, log)) {
         // Keys found before a failure stay candidates.
         static_cast<void>(keysFromKeyInfo(query, *keyInfo, keys, leniencies, log));
@@ -40,6 +41,7 @@ std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& lenienci
             log.LogDataLong("numPublicKeys", static_cast<std::int64_t>(keys.size()));
         }
     }
+    // The key of the index is more likely to be the right one than that of all.
     if (!query.keyInfoOnly) {
         appendExplicitKey(query.keyOfSignature, keys);
         appendExplicitKey(query.keyForAll, keys);

@@ -15,9 +15,11 @@
 
 namespace vantrel::dsig {
 
-// A key that a signature value may be checked with.
+// A key that a signature value may be checked with. A verified value proves that whoever holds the
+// private half signed; whether that is somebody to trust depends on where the key came from, so the
+// origin travels with the key.
 struct CandidateKey {
-    Ref<ClsPublicKey> key;
+    Ref<ClsPublicKey> key; // shared with the document's cache and with the caller who gave it
     KeySource source{};
     VantrelX509 certificate;                            // that the key came from; empty for none
     std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none

@@ -12,6 +12,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// The key is null when it could not be decoded; the callers pass that on.
 CandidateKey candidate(Ref<ClsPublicKey> key, const KeySource& source, const VantrelX509& cert,
                        std::shared_ptr<CertificateTexts> texts) {
     return {.key = std::move(key),
@@ -22,6 +23,7 @@ CandidateKey candidate(Ref<ClsPublicKey> key, const KeySource& source, const Van
 
 } // namespace
 
+// RFC 5280 4.1.2.7: the certificate's SubjectPublicKeyInfo is a public key file of its own.
 Ref<ClsPublicKey> publicKeyFromX509(const VantrelX509& cert, LogBase& log) {
     DataBuffer der;
     if (!cert.get_PublicKey(der, log)) {
@@ -41,6 +43,8 @@ Ref<ClsPublicKey> publicKeyFromX509(const VantrelX509& cert, LogBase& log) {
 }
 
 CandidateKey candidateOf(const VantrelX509& cert, const KeySource& source, LogBase& log) {
+    // Not in the document's cache: the store may change between two questions. The texts are made
+    // for this candidate alone.
     return candidate(publicKeyFromX509(cert, log), source, cert,
                      std::make_shared<CertificateTexts>());
 }
@@ -51,6 +55,8 @@ CandidateKey candidateOf(CertificateCache& cache, const CertificateCache::Entry&
     if (!useCertificate(*certificate, seen, log)) {
         return {};
     }
+    // The lines of the decoding are taped, so that the log of every signature reads as if it had
+    // been decoded for that one. A failure is remembered as well: keyDecoded with a null key.
     if (!certificate->keyDecoded) {
         LogTape tape(log);
         certificate->key = publicKeyFromX509(certificate->certificate, tape);

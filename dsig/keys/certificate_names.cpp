@@ -7,6 +7,7 @@
 
 namespace vantrel::dsig {
 
+// XML Signature 4.5.4: X509IssuerSerial holds a distinguished name and a decimal number.
 bool readIssuerSerial(const ClsXml& x509Data, SeenCertificates& seen, CertificateName& name,
                       LogBase& log) {
     const Ref<ClsXml> element =
@@ -18,9 +19,11 @@ bool readIssuerSerial(const ClsXml& x509Data, SeenCertificates& seen, Certificat
         issuer.isEmpty() || serial.isEmpty()) {
         return false;
     }
+    // The store has the number in hexadecimal; it may be longer than any integer type.
     log.LogDataX("sbSerialNumber_dec", serial);
     serial.reencode("decimal", "hex");
     log.LogDataX("sbSerialNumber_hex", serial);
+    // Only the common name is compared: the spelling of a whole name differs from signer to signer.
     StringBuffer issuerCn;
     if (!DistinguishedName::getDnPart(issuer.getString(), "CN", issuerCn, log)) {
         return false;
@@ -42,12 +45,16 @@ bool readSubjectName(const ClsXml& keyInfo, SeenCertificates& seen, CertificateN
     if (seen.hasSubject(key, log)) {
         return false;
     }
+    // Written most specific first (RFC 4514), while the store's index has the order of the
+    // certificate. Whether it was seen is asked by the name as written.
     StringBuffer reversed;
     reverseSubjectNameDN(subject, reversed);
     name = {NamedBy::SubjectName, reversed, {}};
     return true;
 }
 
+// No certificate that was taken already is left out here: what an identifier names is known only
+// when it is found.
 bool readSubjectKeyId(const ClsXml& keyInfo, CertificateName& name) {
     StringBuffer ski;
     if (!keyInfo.getChildContentUtf8("*:X509Data|*:X509SKI", ski, false) || ski.isEmpty()) {
@@ -59,6 +66,7 @@ bool readSubjectKeyId(const ClsXml& keyInfo, CertificateName& name) {
 
 void reverseSubjectNameDN(const StringBuffer& dn, StringBuffer& out) {
     ExtPtrArraySb pieces;
+    // Escaped commas split as well. The store knows its names in this form, too.
     dn.split(pieces, ',', true, true);
     if (pieces.getSize() == 0) {
         out.append(dn);

@@ -29,6 +29,7 @@ bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, LogBase& log) 
     return true;
 }
 
+// Never fails: an entry without a certificate is remembered, with the lines that say why.
 void decode(DecodedCertificate& entry, const LogBase& settings) {
     LogTape tape(settings);
     entry.base64 = entry.source;
@@ -56,6 +57,7 @@ CertificateCache::Entry certificateOfToken(CertificateCache& cache, const ClsXml
     if (entry != nullptr) {
         return entry;
     }
+    // The same token may be read both ways, by its plain type and as a path: an entry for each.
     entry = std::make_shared<DecodedCertificate>();
     token.getContentSb(entry->source);
     if (asPath) {

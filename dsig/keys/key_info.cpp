@@ -25,6 +25,8 @@ Ref<ClsXml> keyInfoOf(const Selection& selection, int numSignatures, LogBase& lo
     return keyInfo;
 }
 
+// The order is that in which the keys are tried, cheap ones first: a bare key, certificates that
+// are there, those that have to be looked up, and at last a token elsewhere in the document.
 bool KeyInfoWalk::run(const ClsXml& keyInfo) {
     if (m_query.document == nullptr || !takeKeyValues(keyInfo)) {
         return false;
@@ -74,7 +76,8 @@ void KeyInfoWalk::walkCertificates(const ClsXml& x509Data) {
     }
 }
 
-// WS-Security: a token elsewhere in the document.
+// WS-Security, X.509 Certificate Token Profile: a token elsewhere in the document, by its Id. All
+// look-ups go by the document's index, so that many signatures do not search it once each.
 bool KeyInfoWalk::walkTokenReference(const ClsXml& tokenReference) {
     const Ref<ClsXml> reference =
         Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:Reference"));

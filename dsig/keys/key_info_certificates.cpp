@@ -25,6 +25,7 @@ private:
             m_out.push_back(certificate->base64);
         }
     }
+    // Decoded like one of the document's own: it is noted as seen, and damaged ones are left out.
     void takeNamed(const CertificateName& name) override {
         StringBuffer base64;
         if (findNamedCertificate(m_query.store, name, base64, m_log)) {
@@ -40,6 +41,7 @@ private:
             takeText(base64);
         }
     }
+    // A token that holds no certificate is no failure here; there is nothing to verify with it.
     bool takeToken(const CertificateCache::Entry& certificate) override {
         takeEmbedded(certificate);
         return true;

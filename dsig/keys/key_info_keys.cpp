@@ -17,6 +17,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Every key that is found is a candidate, in doubt one too many: only the check of the signature
+// value tells the right one.
 class KeyWalk final : public KeyInfoWalk {
 public:
     KeyWalk(const KeyQuery& query, std::vector<CandidateKey>& keys, CodeSet& leniencies,
@@ -54,6 +56,8 @@ bool KeyWalk::add(CandidateKey candidate) {
     if (!candidate.key) {
         return false;
     }
+    // What was found by a name is the caller's own certificate; what the document carries may be
+    // one of them too, octet for octet.
     candidate.certificateGiven =
         candidate.certificate.isLoaded() &&
         (!candidate.source.inDocument || storeHolds(m_query.store, candidate.certificate));
@@ -61,6 +65,7 @@ bool KeyWalk::add(CandidateKey candidate) {
     return true;
 }
 
+// The keys before a malformed one stay candidates.
 bool KeyWalk::takeKeyValues(const ClsXml& keyInfo) {
     std::vector<Ref<ClsPublicKey>> found;
     const bool allRead = readKeyValues(keyInfo, found, m_log);
@@ -99,6 +104,7 @@ void KeyWalk::takeKeyIdentifier(const ClsXml& tokenReference) {
         }
         return;
     }
+    // The candidate shares the certificate's bytes, so it outlives the holder.
     const std::unique_ptr<CertificateHolder> holder(CertificateHolder::createFromBase64(
         content.getString(), content.getSize(), m_query.store, m_log));
     CertRecord* const record = holder ? holder->getCertPtr(m_log) : nullptr;
@@ -131,8 +137,8 @@ bool KeyWalk::takeToken(const CertificateCache::Entry& certificate) {
     return true;
 }
 
-// A thumbprint is not compared: the first X.509 token of the document is taken. The signature value
-// decides whether it was the right one.
+// WS-Security: a token by the SHA-1 of its certificate. The thumbprint is not compared: the first
+// X.509 token of the document is taken. The signature value decides whether it was the right one.
 bool KeyWalk::takeThumbprint(const ClsXml& tokenReference) {
     const Ref<ClsXml> identifier =
         Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));

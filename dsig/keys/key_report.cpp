@@ -20,6 +20,8 @@ bool isOutsideValidity(const VantrelX509& cert, std::int64_t now) {
     return !cert.validity(notBefore, notAfter) || now < notBefore || now > notAfter;
 }
 
+// The texts of the certificate's names are made only when the report is written: many a
+// verification's report never is.
 KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
     const ClsPublicKey& key = *candidate.key;
     KeyReport report;

@@ -15,7 +15,8 @@ struct KeyValueForm {
     const char* failed;
 };
 
-// Each form that is there is loaded, in this order.
+// XML Signature 4.5.2: RSAKeyValue and DSAKeyValue; ECKeyValue is that of version 1.1. A KeyValue
+// has one of them by its schema; each one that is there is loaded, in this order.
 constexpr KeyValueForm kKeyValueForms[] = {
     {"*:RSAKeyValue", false, "Loaded public key from RSA XML in KeyInfo.",
      "Failed to parse public key RSA XML"},

@@ -15,6 +15,7 @@ namespace vantrel {
 
 namespace {
 
+// The array takes over one reference of each key.
 void handOver(std::vector<dsig::CandidateKey>& candidates, ExtPtrArrayRc& keys) {
     for (dsig::CandidateKey& candidate : candidates) {
         keys.appendRefCounted(candidate.key.release());

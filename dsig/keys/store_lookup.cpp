@@ -47,6 +47,7 @@ VantrelX509* findNamed(SystemCerts* store, const CertificateName& name, LogBase&
         return store->findBySubjectDN_x509(values, dn, true, log);
     }
     case NamedBy::SubjectKeyId: {
+        // A record need not hold a certificate.
         CertRecord* const record = store->findBySubjectKeyId(name.text, log);
         return record == nullptr ? nullptr : record->getX509Ptr();
     }

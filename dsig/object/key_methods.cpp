@@ -35,6 +35,8 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
     });
 }
 
+// The key belongs to the index, not to the document: the next document's signature at this index
+// is tried with it as well.
 bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
     return MethodFrame::run(*this, "SetPublicKey", [&](MethodFrame& /*frame*/) {
         // The bound is fixed, whatever number of signatures the document has.
@@ -58,6 +60,7 @@ bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
 
 bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     return MethodFrame::run(*this, "SetHmacKey", [&](MethodFrame& /*frame*/) {
+        // Cleared first: a key that cannot be decoded leaves none, never the one before.
         m_hmacKey.setSecure(true);
         m_hmacKey.secureClear();
         key.setSecureX(true);

@@ -21,10 +21,13 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Of one key on one value. SignatureInvalid: the padding that this key recovers is sound, so it is
+// the signer's; WrongKey: it recovers no padding at all.
 enum class KeyVerdict { Verified, SignatureInvalid, WrongKey, Failed };
 
 // PKCS #1 v1.5, or PSS when the method's identifier names MGF1.
 KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& log) {
+    // RFC 6931 2.3.9 and 2.3.10; the hash of the mask is the method's own, the salt of any length.
     const bool pss = query.signatureMethod.containsSubstring("MGF1");
     bool verified = false;
     bool wrongKey = false;
@@ -65,6 +68,8 @@ private:
     std::multimap<std::string_view, std::pair<const ClsPublicKey*, KeyVerdict>> m_checked;
 };
 
+// Asked before every check, with the weight of the key: a document decides how many keys it carries
+// and how large they are.
 bool mayCheck(const ValueQuery& query, const ClsPublicKey& key, ValueOutcome& outcome,
               LogBase& log) {
     outcome.limitPassed =
@@ -81,6 +86,8 @@ void noteVerified(std::size_t index, ValueOutcome& outcome) noexcept {
     outcome.usedIndex = static_cast<int>(index);
 }
 
+// The canonical form goes to the log only where a right key says no: then it is what differs from
+// what the signer had.
 void logRsaVerdict(const ValueQuery& query, KeyVerdict verdict, LogBase& log) {
     switch (verdict) {
     case KeyVerdict::WrongKey: log.LogInfo(kWrongKeyLine); break;
@@ -95,6 +102,7 @@ void logRsaVerdict(const ValueQuery& query, KeyVerdict verdict, LogBase& log) {
     }
 }
 
+// RSA tells a wrong key from a wrong value, so each key has its line and the search may end early.
 ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> keys, LogBase& log) {
     log.LogDataLong("numRsaKeys", static_cast<std::int64_t>(keys.size()));
     ValueOutcome outcome;
@@ -110,6 +118,7 @@ ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> k
             log.LogError("Public key is not an RSA key.");
             continue;
         }
+        // An equal key before it settles this one, with the line that it would have had.
         std::optional<KeyVerdict> verdict = checked.verdictOn(key);
         if (!verdict) {
             if (!mayCheck(query, key, outcome, log)) {

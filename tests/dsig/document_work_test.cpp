@@ -5,7 +5,6 @@
 #include "dsig/document/document.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/limits.h"
-#include "dsig/document/document.h"
 #include "foundation/base/ClsStringArray.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -176,6 +175,18 @@ TEST(DocumentWork, KeyOperationsHaveALimit) {
     EXPECT_EQ(ClsXmlDSigTestAccess::structure(verifier).keyAccount.spent(), 3U);
     limit(verifier, "keyOperations", "5");
     EXPECT_EQ(verifyAll(verifier), 5U);
+}
+
+// The limit is the reason, also where the key before it was only the wrong one.
+TEST(DocumentWork, AKeyThatIsNotCheckedAnyMoreIsTheReason) {
+    ClsXmlDSig verifier;
+    limit(verifier, "keyOperations", "1");
+    load(verifier, keyMessage("message", "",
+                              "<ds:X509Data><ds:X509Certificate>{other}</ds:X509Certificate>"
+                              "<ds:X509Certificate>{signer}</ds:X509Certificate></ds:X509Data>"));
+    EXPECT_FALSE(verifier.VerifySignature(true));
+    EXPECT_NE(textOf(reportOf(verifier), "reason").find("keyOperations"), std::string::npos)
+        << logOf(verifier);
 }
 
 Ref<ClsPublicKey> rsaKey(std::size_t bits, const Bytes& exponent) {
