@@ -3,8 +3,8 @@
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
-#include "foundation/json/json_writer.h"
 #include "foundation/base/ClsBinData.h"
+#include "foundation/json/json_writer.h"
 
 #include <exception>
 #include <new>
@@ -13,8 +13,6 @@
 namespace vantrel::cli {
 
 namespace {
-
-constexpr std::size_t kMostReloads = 1000; // of one file; bounds the work on a hostile one
 
 // A JSON object up to its list of signatures; kJsonEnd ends both.
 std::string jsonHeading(std::string_view name, std::string_view status,
@@ -76,10 +74,12 @@ private:
             if (!verifyOne(verifier, index, valid, complaint)) {
                 return false;
             }
-            if (!valid && m_verifiedSinceLoad > 1 && remembersSignatures(verifier)) {
+            // What one signature's verification found out of the document stays in force for the
+            // next; a signature that fails gets a second attempt without.
+            if (!valid && indexes.size() > 1 && verifier.profileName() == "sii") {
                 m_result.report.resize(m_beforeLast);
-                if (!load(verifier, document, complaint) ||
-                    !verifyOne(verifier, index, valid, complaint)) {
+                verifier.ResetDocumentRules();
+                if (!verifyOne(verifier, index, valid, complaint)) {
                     return false;
                 }
             }
@@ -96,22 +96,7 @@ private:
         if (!loaded) {
             complaint = lastErrorOf(verifier);
         }
-        m_verifiedSinceLoad = 0;
         return loaded;
-    }
-
-    // In documents of this profile what one signature's verification cut out stays in force for the
-    // next until the document is loaded again; a signature that fails gets that second attempt.
-    bool remembersSignatures(const ClsXmlDSig& verifier) {
-        if (verifier.profileName() != "sii") {
-            return false;
-        }
-        if (++m_reloads == kMostReloads + 1) {
-            m_result.errors += "xmldsig: " + printable(m_result.name) + ": more than " +
-                               std::to_string(kMostReloads) +
-                               " signatures fail; the others are not tried by themselves\n";
-        }
-        return m_reloads <= kMostReloads;
     }
 
     bool verifyOne(ClsXmlDSig& verifier, int index, bool& valid, std::string& complaint) {
@@ -121,7 +106,6 @@ private:
         }
         valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
                                        : verifier.VerifySignature(m_settings.checkReferences());
-        ++m_verifiedSinceLoad;
         m_beforeLast = m_result.report.size();
         const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
@@ -194,8 +178,6 @@ private:
     FileResult m_result;
     std::string_view m_status = "error";
     std::size_t m_beforeLast = 0; // size of the report without the last signature
-    std::size_t m_verifiedSinceLoad = 0;
-    std::size_t m_reloads = 0;
     std::uint64_t m_reportOctets = 0;
     bool m_logCut = false;
 };

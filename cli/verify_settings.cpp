@@ -1,8 +1,8 @@
 #include "cli/verify_settings.h"
 
 #include "cli/input.h"
-#include "foundation/io/_vlDataSource.h"
 #include "foundation/base/_vlLogger.h"
+#include "foundation/io/_vlDataSource.h"
 #include "foundation/text/XString.h"
 
 #include <algorithm>

@@ -38,6 +38,7 @@ struct Document final {
     const std::vector<xml::ElementId>& manifests();
 
     std::shared_ptr<const xml::XmlDocument> structure;
+    bool encodingMismatch = false; // the declared encoding is not the one that was read
     xml::ElementPaths paths;
     WorkAccount account;
     CertificateCache certificates;

@@ -9,6 +9,7 @@
 #include "dsig/keys/key_info_keys.h"
 #include "dsig/keys/store_lookup.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "foundation/base/ClsStringArray.h"
 
 namespace vantrel {
@@ -31,7 +32,7 @@ dsig::KeyQuery ClsXmlDSig::keyQuery(bool keyInfoOnly) {
     query.numSignatures = m_signatures.getSize();
     query.store = getSystemCertsPtr();
     query.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
-    query.keyForAll = m_keyForAll.get();
+    query.keyForAll = m_state->keyForAll.get();
     query.keyInfoOnly = keyInfoOnly;
     return query;
 }

@@ -1,6 +1,8 @@
 #include "dsig/object/ClsXmlDSig.h"
 
 #include "dsig/document/document.h"
+#include "dsig/document/rules.h"
+#include "dsig/object/object_state.h"
 #include "foundation/base/CritSecExitor.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -13,7 +15,7 @@ namespace vantrel {
 _clsXmlDSigBase::_clsXmlDSigBase() = default;
 _clsXmlDSigBase::~_clsXmlDSigBase() = default;
 
-ClsXmlDSig::ClsXmlDSig() = default;
+ClsXmlDSig::ClsXmlDSig() : m_state(std::make_unique<dsig::ObjectState>()) {}
 
 ClsXmlDSig::~ClsXmlDSig() {
     const CritSecExitor lock(m_critSec);
@@ -82,11 +84,11 @@ bool ClsXmlDSig::SetLimit(XString& name, XString& value) {
             m_log.LogError("The value of a limit is a decimal number.");
             return false;
         }
-        if (!dsig::setLimit(m_limits, name.getUtf8Sb().view(), number)) {
+        if (!dsig::setLimit(m_state->limits, name.getUtf8Sb().view(), number)) {
             m_log.LogError("There is no limit of this name.");
             return false;
         }
-        m_log.setLimit(m_limits.logOctets);
+        m_log.setLimit(m_state->limits.logOctets);
         return true;
     });
 }
@@ -99,10 +101,6 @@ void ClsXmlDSig::get_ExternalRefDirs(XString& dirs) {
 void ClsXmlDSig::put_ExternalRefDirs(XString& dirs) {
     const CritSecExitor lock(m_critSec);
     m_externalRefDirs.copyFromX(dirs);
-}
-
-void ClsXmlDSig::splitRefDirs(ExtPtrArraySb& dirs) const {
-    m_externalRefDirs.getUtf8Sb().split(dirs, ';', true, true);
 }
 
 } // namespace vantrel

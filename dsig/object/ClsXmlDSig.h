@@ -1,9 +1,7 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIG_H
 #define DSIG_OBJECT_CLSXMLDSIG_H
 
-#include "dsig/document/limits.h"
 #include "dsig/object/_clsXmlDSigBase.h"
-#include "dsig/report/signature_report.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
@@ -12,6 +10,7 @@
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -39,6 +38,8 @@ namespace dsig {
 class SeenCertificates;
 struct Document;
 struct KeyQuery;
+struct ObjectState;
+struct Rules;
 struct Selection;
 struct VerifyRun;
 } // namespace dsig
@@ -114,6 +115,9 @@ public:
 
     // Verification.
 
+    /// Puts the rules of the loaded document back to what loading set: what earlier verifications
+    /// found out and kept (an attribute order, a cut of the text, ZATCA rules) is forgotten.
+    void ResetDocumentRules();
     /// Checks the digest of one reference; RefFailReason tells why it failed.
     bool VerifyReferenceDigest(int index);
     /// Checks the selected signature: its value over the canonical SignedInfo and, when asked, the
@@ -202,20 +206,13 @@ private:
                             LogBase& log);
     bool getSignatureValue(StringBuffer& outBase64, LogBase& log);
     bool parseFirstReference(DSigReference& first, LogBase& log);
-    void splitRefDirs(ExtPtrArraySb& dirs) const;
     dsig::Document& structure();
     // The loaded document; null when no signature is selected.
     dsig::Document* document();
     [[nodiscard]] dsig::Selection selection();
     void setZatca(const StringBuffer& options, LogBase& log);
     void beginReport();
-    void warnOfDocument();
     void finishReport();
-    void describeKeys();
-    void writeLastReport(StringBuffer& json);
-    void reportUncheckedReferences();
-    void warnOfCoverage();
-    void warnOfStructure();
 
     // reference/
     // Logs the options; the rules in force by them.
@@ -238,7 +235,6 @@ private:
 
     // verify/
     bool verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log);
-    bool referencePass(LogBase& log);
     bool timeStampPass(const dsig::VerifyRun& run, LogBase& log);
     bool canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log);
     bool readSignatureValue(dsig::VerifyRun& run, LogBase& log);
@@ -284,24 +280,20 @@ private:
     static bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator,
                                      StringBuffer& id, LogBase& log);
 
-    bool m_withCommentsOption = false;
-    bool m_ignoreExternalRefs = false;
-    std::int32_t m_refFailReason = 0;
-    StringBuffer m_xmlText;          // the whole document as UTF-8, as handed to the parser
-    bool m_encodingMismatch = false; // its declaration names another encoding than it is in
-    ClsXml* m_xmlRoot = nullptr;     // one reference held
+    // Read and written without the lock, from any thread.
+    std::atomic<bool> m_withCommentsOption = false;
+    std::atomic<bool> m_ignoreExternalRefs = false;
+    std::atomic<std::int32_t> m_refFailReason = 0;
+    StringBuffer m_xmlText;      // the whole document as UTF-8, as handed to the parser
+    ClsXml* m_xmlRoot = nullptr; // one reference held
     XString m_externalRefDirs;
     ExtPtrArrayRc m_signatures; // ClsXml of every Signature element, in document order
     ExtPtrArrayRc m_publicKeys; // ClsPublicKey by signature index
     ExtPtrArray m_externalData; // DSigExternalData by signature index
     bool m_externalDataOwned = true;
     DataBuffer m_hmacKey;
-    std::int32_t m_selector = 0;
-    Ref<ClsPublicKey> m_keyForAll;
-
-    dsig::Limits m_limits;
-    dsig::SignatureReport m_report;
-    std::unique_ptr<dsig::Document> m_structure; // what is derived once from the document
+    std::atomic<std::int32_t> m_selector = 0;   // written under the lock only
+    std::unique_ptr<dsig::ObjectState> m_state; // all that is not prescribed
 };
 
 } // namespace vantrel

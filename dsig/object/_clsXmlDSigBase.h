@@ -1,9 +1,8 @@
 #ifndef DSIG_OBJECT_CLSXMLDSIGBASE_H
 #define DSIG_OBJECT_CLSXMLDSIGBASE_H
 
-#include "dsig/document/rules.h"
-#include "foundation/cms/_clsCades.h"
 #include "foundation/base/ClsBase.h"
+#include "foundation/cms/_clsCades.h"
 #include "foundation/text/StringBuffer.h"
 
 #include <cstdint>
@@ -13,6 +12,10 @@ namespace vantrel {
 
 class ClsXml;
 class DSigReference;
+
+namespace dsig {
+struct Rules;
+} // namespace dsig
 
 // The transforms and the document profiles of the verifier: what does not depend on the selected
 // signature. The flags describe the loaded document (detectSpecial); the transform chain, the

@@ -3,6 +3,7 @@
 
 #include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "foundation/base/ClsStringArray.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/text/encoders.h"
@@ -53,7 +54,7 @@ bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
 
 bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
     return MethodFrame::run(*this, "SetPublicKeyForAll", [&](MethodFrame& /*frame*/) {
-        m_keyForAll = Ref<ClsPublicKey>::share(&key);
+        m_state->keyForAll = Ref<ClsPublicKey>::share(&key);
         return true;
     });
 }

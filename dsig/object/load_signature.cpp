@@ -2,6 +2,7 @@
 
 #include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "dsig/transform/profile_detection.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringBuilder.h"
@@ -46,8 +47,8 @@ bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
 
 void ClsXmlDSig::unloadDocument() {
     m_selector = 0;
-    m_structure.reset();
-    m_report = {};
+    m_state->document.reset();
+    m_state->report = {};
     if (m_xmlRoot != nullptr) {
         m_xmlRoot->decRefCount();
         m_xmlRoot = nullptr;
@@ -57,13 +58,22 @@ void ClsXmlDSig::unloadDocument() {
 
 bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log) {
     detectSpecial(m_xmlText, log);
-    m_encodingMismatch = encoding.verdict == text::XmlEncodingVerdict::Mismatch;
+    m_state->rulesAtLoad = rules();
+    m_state->encodingMismatch = encoding.verdict == text::XmlEncodingVerdict::Mismatch;
     m_xmlRoot = ClsXml::createNewCls();
     if (m_xmlRoot == nullptr || !text::acceptEncoding(encoding, log) ||
         !m_xmlRoot->loadXml(m_xmlText, false, log)) {
         return false;
     }
     return m_xmlRoot->findSignatures(m_signatures, log);
+}
+
+void ClsXmlDSig::ResetDocumentRules() {
+    static_cast<void>(
+        MethodFrame::runLater(*this, "ResetDocumentRules", [&](MethodFrame& /*frame*/) {
+            keepRules(m_state->rulesAtLoad);
+            return true;
+        }));
 }
 
 void ClsXmlDSig::checkSetZatca(LogBase& log) { setZatca(log.options(), log); }
@@ -124,10 +134,12 @@ ClsXml* ClsXmlDSig::selectedSignature() const {
 }
 
 dsig::Document& ClsXmlDSig::structure() {
-    if (!m_structure) {
-        m_structure = std::make_unique<dsig::Document>(m_xmlRoot->document(), m_limits);
+    if (!m_state->document) {
+        m_state->document =
+            std::make_unique<dsig::Document>(m_xmlRoot->document(), m_state->limits);
+        m_state->document->encodingMismatch = m_state->encodingMismatch;
     }
-    return *m_structure;
+    return *m_state->document;
 }
 
 dsig::Document* ClsXmlDSig::document() {

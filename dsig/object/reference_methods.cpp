@@ -1,7 +1,9 @@
 // The public operations on references: their external data, and the check of one digest.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "dsig/reference/DSigExternalData.h"
+#include "dsig/verify/reference_pass.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringBuilder.h"
 #include "foundation/base/MethodFrame.h"
@@ -49,10 +51,10 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
         beginReport();
         keepRules(logRulesByOptions(m_log));
         ExtPtrArraySb dirs;
-        splitRefDirs(dirs);
+        dsig::splitDirs(m_externalRefDirs, dirs);
         bool externalMissing = false;
         const bool ok = verifyReferenceDigest(index, externalMissing, dirs, m_log);
-        m_report.valid = ok;
+        m_state->report.valid = ok;
         finishReport();
         return frame.finish(ok);
     });

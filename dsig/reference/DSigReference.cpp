@@ -74,7 +74,7 @@ bool DSigReference::digestMethodIsKnown() const {
 }
 
 void DSigReference::removeEbXmlFragments(StringBuffer& xml, LogBase& /*log*/) {
-    dsig::cutOut(xml, dsig::findEbXmlFragments(xml.view(), {}));
+    dsig::cutOut(xml, dsig::findEbXmlFragments(xml.view(), {}).chunks);
 }
 
 } // namespace vantrel

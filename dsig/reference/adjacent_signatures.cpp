@@ -46,11 +46,16 @@ std::size_t endOfSignature(std::string_view text, std::size_t open) {
 } // namespace
 
 std::uint32_t lengthWithFollowingSignatures(std::string_view text, std::uint32_t start,
-                                            std::uint32_t length) {
+                                            std::uint32_t length, bool& more) {
     std::size_t end = static_cast<std::size_t>(start) + length;
-    for (int i = 0; i < kMostFollowing && end < text.size() && text[end] == '<'; ++i) {
+    more = false;
+    for (int i = 0; end < text.size() && text[end] == '<'; ++i) {
         const std::size_t next = endOfSignature(text, end);
         if (next == end) {
+            break;
+        }
+        if (i == kMostFollowing) {
+            more = true;
             break;
         }
         end = next;

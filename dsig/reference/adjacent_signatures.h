@@ -10,10 +10,11 @@ namespace vantrel::dsig {
 // byte between, go together when an enveloped signature is removed: some signers digest that way.
 // Returns the length of the whole stretch. An element counts as a signature when its local name
 // begins with "Signature"; its end is the last end tag `Signature` of the same prefix in the rest
-// of the text, not the matching one. At most 100 elements are added.
+// of the text, not the matching one. At most 100 elements are added; `more` says that there were
+// others.
 [[nodiscard]] std::uint32_t lengthWithFollowingSignatures(std::string_view text,
-                                                          std::uint32_t start,
-                                                          std::uint32_t length);
+                                                          std::uint32_t start, std::uint32_t length,
+                                                          bool& more);
 
 } // namespace vantrel::dsig
 

@@ -67,8 +67,12 @@ bool removeEnvelopedSignature(const Selection& selection, const DSigReference& r
     if (!locate(selection, reference, text, signature, log)) {
         return true;
     }
-    const std::uint32_t length =
-        lengthWithFollowingSignatures(text.searchable().text(), signature.start, signature.length);
+    bool more = false;
+    const std::uint32_t length = lengthWithFollowingSignatures(
+        text.searchable().text(), signature.start, signature.length, more);
+    if (more) {
+        leniencies.add(accommodation::kLimit100);
+    }
     if (length == signature.length) {
         return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
     }

@@ -2,6 +2,7 @@
 
 #include "dsig/document/signed_info.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/adjacent_signatures.h"
 #include "dsig/reference/check_reference.h"
@@ -27,7 +28,7 @@ bool ClsXmlDSig::checkReferenceBy(Step step, int index, bool& externalMissing, E
     m_refFailReason = dsig::publicCode(result.reason);
     externalMissing = result.dataMissing;
     const bool matched = result.matched();
-    m_report.reference(index) = std::move(result);
+    m_state->report.reference(index) = std::move(result);
     return matched;
 }
 
@@ -68,7 +69,8 @@ bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBu
 
 bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
                                                  std::uint32_t length, LogBase& /*log*/) {
-    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length));
+    bool more = false;
+    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length, more));
     return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 namespace vantrel::dsig {
 
@@ -74,13 +75,12 @@ std::size_t endOfElement(const GappedText& searched, std::size_t open) {
 
 } // namespace
 
-std::vector<xml::TextRange> findEbXmlFragments(std::string_view text,
-                                               std::span<const xml::TextRange> gaps) {
+FoundChunks findEbXmlFragments(std::string_view text, std::span<const xml::TextRange> gaps) {
     NextActorSearch search;
-    std::vector<xml::TextRange> found;
+    FoundChunks found;
     std::vector<xml::TextRange> absent(gaps.begin(), gaps.end()); // those found included
     std::size_t from = 0;
-    while (found.size() < kMostFragments) {
+    for (;;) {
         const GappedText rest(text, absent);
         const NextActorSearch::Match match = search.find(rest, from);
         if (match.start == kNone) {
@@ -95,15 +95,19 @@ std::vector<xml::TextRange> findEbXmlFragments(std::string_view text,
         if (end == kNone) {
             break;
         }
+        if (found.chunks.size() == kMostFragments) {
+            found.more = true;
+            break;
+        }
         const xml::TextRange block = xml::rangeOf(open, end);
         const auto place = std::upper_bound(
             absent.begin(), absent.end(), block.start,
             [](std::uint32_t start, xml::TextRange gap) { return start < gap.start; });
         absent.insert(place, block);
-        found.push_back(block);
+        found.chunks.push_back(block);
         search.textChanged();
     }
-    std::sort(found.begin(), found.end(),
+    std::sort(found.chunks.begin(), found.chunks.end(),
               [](xml::TextRange one, xml::TextRange other) { return one.start < other.start; });
     return found;
 }

@@ -90,6 +90,14 @@ bool removeElementsWithId(WorkingText& text, const StringBuffer& xPath, CodeSet&
         text, {texts.startTag.view(), texts.endTag.view(), "<cbc:ID>QR</cbc:ID>"}, leniencies, log);
 }
 
+bool removeEbXmlFragments(WorkingText& text, CodeSet& leniencies, LogBase& log) {
+    const FoundChunks found = findEbXmlFragments(text.searchable().text(), text.gaps());
+    if (found.more) {
+        leniencies.add(accommodation::kLimit13);
+    }
+    return text.takeOut(found.chunks, exclusion::kXPath, log);
+}
+
 RefReason runShape(const ClsXml* transform, WorkingText& text, const StringBuffer& algorithm,
                    const StringBuffer& xPath, CodeSet& leniencies, LogBase& log) {
     const RecognisedXPath& recognised = recogniseXPath(algorithm, xPath);
@@ -103,9 +111,7 @@ RefReason runShape(const ClsXml* transform, WorkingText& text, const StringBuffe
     case XPathShape::Signatures:
         log.LogInfo("removing all Signatures from the XML to be canonicalized");
         return asReason(takeOutSignatures(text, exclusion::kXPath, log));
-    case XPathShape::EbXmlNextActor:
-        return asReason(text.takeOut(findEbXmlFragments(text.searchable().text(), text.gaps()),
-                                     exclusion::kXPath, log));
+    case XPathShape::EbXmlNextActor: return asReason(removeEbXmlFragments(text, leniencies, log));
     case XPathShape::UblDocumentSignatures:
         if (!takeOutChunk(text, {"<sig:UBLDocumentSignatures>", "</sig:UBLDocumentSignatures>"},
                           exclusion::kXPath, log)) {

@@ -4,7 +4,11 @@
 #include "dsig/document/locate_signature.h"
 #include "dsig/keys/candidate_keys.h"
 #include "dsig/keys/key_report.h"
+#include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
+#include "dsig/verify/reference_pass.h"
+#include "dsig/verify/report_steps.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/try_keys.h"
 #include "dsig/verify/verify_run.h"
@@ -20,13 +24,16 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
     return MethodFrame::run(*this, "VerifySignature", [&](MethodFrame& frame) {
         beginReport();
         if (!verifyReferenceDigests) {
-            m_report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
-            reportUncheckedReferences();
+            m_state->report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
+            if (document() != nullptr) {
+                dsig::describeUncheckedReferences(*document(), selection(), m_state->report);
+            }
         }
         bool summarise = false;
-        m_report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);
+        m_state->report.valid = verifySelected(verifyReferenceDigests, summarise, m_log);
         finishReport();
-        return summarise ? frame.finish(m_report.valid) : frame.result(m_report.valid);
+        return summarise ? frame.finish(m_state->report.valid)
+                         : frame.result(m_state->report.valid);
     });
 }
 
@@ -47,9 +54,18 @@ bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, Lo
         log.LogError("There are no references.");
         return false;
     }
-    if (verifyReferenceDigests && !referencePass(log)) {
-        summarise = true;
-        return false;
+    if (verifyReferenceDigests) {
+        dsig::Rules inForce = rules();
+        const dsig::Selection selected = selection();
+        const dsig::ReferencePassQuery query{document(), selected, &m_externalData,
+                                             m_externalRefDirs, m_ignoreExternalRefs};
+        const bool allCount = dsig::checkAllReferences(query, inForce, m_state->report, log);
+        keepRules(inForce);
+        m_refFailReason = dsig::publicCode(m_state->report.references.back().reason);
+        if (!allCount) {
+            summarise = true;
+            return false;
+        }
     }
     if (!parseFirstReference(run.firstReference, log)) {
         return false;
@@ -75,11 +91,11 @@ bool ClsXmlDSig::parseFirstReference(DSigReference& first, LogBase& log) {
 
 bool ClsXmlDSig::canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log) {
     if (!dsig::makeSignedOctets(structure(), selection(), rules(), run.locator, run.firstReference,
-                                run.signedOctets, m_report.accommodations, log)) {
+                                run.signedOctets, m_state->report.accommodations, log)) {
         return false;
     }
     if (run.signedOctets.isInvoiceHash()) {
-        for (dsig::ReferenceReport& reference : m_report.references) {
+        for (dsig::ReferenceReport& reference : m_state->report.references) {
             reference.isSigned = reference.index == 0;
         }
     }
@@ -133,8 +149,8 @@ bool ClsXmlDSig::gatherKeys(dsig::VerifyRun& run, LogBase& log) {
         }
         return true;
     }
-    run.keys = dsig::candidateKeys(keyQuery(false), m_report.accommodations, log);
-    m_report.keys = dsig::describeKeys(run.keys);
+    run.keys = dsig::candidateKeys(keyQuery(false), m_state->report.accommodations, log);
+    m_state->report.keys = dsig::describeKeys(run.keys);
     if (run.keys.empty()) {
         log.LogError("No public key available to verify signature.");
         return false;
@@ -154,16 +170,25 @@ void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log
     account.begin(m_selector);
     const dsig::ValueOutcome outcome =
         dsig::tryKeys({run.signatureMethod, run.keyType, run.hashAlg, run.signedOctets, run.hash,
-                       run.signature, account, m_limits.keyOperations},
+                       run.signature, account, m_state->limits.keyOperations},
                       run.keys, log);
     run.verified = outcome.verified;
     summarise = !outcome.endedEarly;
     if (outcome.wrongKey && !outcome.limitPassed) {
-        m_report.reason = dsig::kWrongKeyLine;
+        m_state->report.reason = dsig::kWrongKeyLine;
     }
     if (outcome.usedIndex >= 0) {
-        m_report.keys[static_cast<std::size_t>(outcome.usedIndex)].used = true;
+        m_state->report.keys[static_cast<std::size_t>(outcome.usedIndex)].used = true;
     }
+}
+
+void ClsXmlDSig::reportHmacKey(bool used) {
+    dsig::KeyReport key;
+    key.source = dsig::keysource::kExplicit.name;
+    key.type = "HMAC";
+    key.bits = static_cast<int>(m_hmacKey.getSize()) * 8;
+    key.used = used;
+    m_state->report.keys = {key};
 }
 
 } // namespace vantrel

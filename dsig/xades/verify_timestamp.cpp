@@ -2,6 +2,7 @@
 // SignatureValue element.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "dsig/transform/canonicalization_method.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/AsnXmlCodec.h"
@@ -161,9 +162,9 @@ bool ClsXmlDSig::verifyToken(const StringBuffer& token, DataBuffer& content, Log
 }
 
 void ClsXmlDSig::reportTimeStamp(const Pkcs7SignedData& signedData) {
-    m_report.timestampTime = signedData.genTime();
-    m_report.timestampAuthority = signedData.signerSubject().view();
-    m_report.timestampTrusted = signedData.authorityTrusted();
+    m_state->report.timestampTime = signedData.genTime();
+    m_state->report.timestampAuthority = signedData.signerSubject().view();
+    m_state->report.timestampTrusted = signedData.authorityTrusted();
 }
 
 void ClsXmlDSig::logTimeStampFailure(LogBase& log) {

@@ -1,9 +1,14 @@
 #include "tests/dsig/document_case.h"
 
+#include "dsig/reference/DSigReference.h"
 #include "foundation/base/ClsBinData.h"
+#include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "tests/support/bytes.h"
+
+#include <algorithm>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -84,6 +89,75 @@ void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
                     verifier.SetRefDataFile(static_cast<int>(integerOf(one, "reference")), path));
             }
         }
+    }
+}
+
+namespace {
+
+bool hasAccommodation(const json::JsonValue& object, std::string_view code) {
+    const auto& codes = object.find("accommodations")->elements();
+    return std::any_of(codes.begin(), codes.end(),
+                       [code](const auto& value) { return value.text() == code; });
+}
+
+std::string base64Of(const DataBuffer& bytes) {
+    StringBuffer text;
+    bytes.encodeDB("base64", text);
+    return std::string(text.view());
+}
+
+// The digest of what is handed out is one that the verification computed.
+void expectDigestedOctets(const std::function<void(ClsXmlDSig&)>& prepare,
+                          const json::JsonValue& reference, const std::string& log,
+                          const std::string& where) {
+    if (hasAccommodation(reference, "zatca.rules") || hasAccommodation(reference, "zatca.auto")) {
+        return; // digested as hexadecimal text
+    }
+    ClsXmlDSig verifier;
+    prepare(verifier);
+    ClsBinData octets;
+    if (!verifier.DigestInput(static_cast<int>(integerOf(reference, "index")), octets)) {
+        EXPECT_NE(textOf(reference, "status"), "match") << where;
+        return;
+    }
+    DSigReference method;
+    method.m_digestMethod = StringBuffer(textOf(reference, "digestMethod"));
+    DataBuffer digest;
+    _vlHash::doHash(octets.data().getData2(), octets.data().getSize(), method.getHashAlg(), digest);
+    EXPECT_NE(log.find("calculatedDigest: " + base64Of(digest)), std::string::npos)
+        << where << " reference " << integerOf(reference, "index") << "\n"
+        << log;
+}
+
+} // namespace
+
+void expectOctetsOfVerification(const std::function<void(ClsXmlDSig&)>& prepare,
+                                const std::string& where) {
+    ClsXmlDSig verifier;
+    prepare(verifier);
+    verifier.put_VerboseLogging(true);
+    verifier.VerifySignature(true);
+    const std::string log = logOf(verifier);
+    const json::JsonValue report = reportOf(verifier);
+    for (const json::JsonValue& reference : report.find("references")->elements()) {
+        expectDigestedOctets(prepare, reference, log, where);
+    }
+
+    ClsXmlDSig other;
+    prepare(other);
+    ClsBinData octets;
+    const bool given = other.SignedInfoOctets(octets);
+    const std::string key = "canonicalizedSignedInfo: [";
+    const std::size_t at = log.find(key);
+    if (at == std::string::npos) {
+        return; // the verification did not come so far
+    }
+    ASSERT_TRUE(given) << where << logOf(other);
+    const std::string_view logged = std::string_view(log).substr(at + key.size());
+    if (hasAccommodation(report, "zatca.rules")) {
+        EXPECT_TRUE(logged.starts_with(base64Of(octets.data()) + "]")) << where;
+    } else {
+        EXPECT_TRUE(logged.starts_with(std::string(asText(octets.data().view())) + "]")) << where;
     }
 }
 

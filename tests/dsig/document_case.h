@@ -4,6 +4,7 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/json/json_value.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,11 @@ void loadDocument(ClsXmlDSig& verifier, const std::string& path);
 void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
                        const std::string& folder);
 [[nodiscard]] std::string logOf(ClsXmlDSig& verifier);
+// What the verifier hands out as digested octets and as the octets of the signature value is what a
+// verification digests: `prepare` sets a fresh verifier up, with the signature selected.
+void expectOctetsOfVerification(const std::function<void(ClsXmlDSig&)>& prepare,
+                                const std::string& where);
+
 // The structured result of the last verification.
 [[nodiscard]] json::JsonValue reportOf(ClsXmlDSig& verifier);
 

@@ -146,8 +146,9 @@ TEST(TextRoutines, AdjacentSignatures) {
     forEachVector(kFile, "Adjacent", [](VecCase& c) {
         const std::string own = c.escaped("Own");
         const std::string text = "<r>" + own + c.escaped("Behind");
-        const std::uint32_t length =
-            dsig::lengthWithFollowingSignatures(text, 3, static_cast<std::uint32_t>(own.size()));
+        bool more = false;
+        const std::uint32_t length = dsig::lengthWithFollowingSignatures(
+            text, 3, static_cast<std::uint32_t>(own.size()), more);
         EXPECT_EQ(text.substr(3 + length), c.escaped("Out")) << c.where();
     });
 }

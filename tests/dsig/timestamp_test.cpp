@@ -3,9 +3,9 @@
 // not what they should be.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "foundation/base/ClsStringBuilder.h"
 #include "foundation/io/ClsHttp.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/base/ClsStringBuilder.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "tests/dsig/document_case.h"

@@ -2,8 +2,13 @@
 
 #include "dsig/document/child_elements.h"
 #include "dsig/document/document.h"
+#include "dsig/document/signed_info.h"
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/keys/key_report.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
+#include "dsig/report/warnings.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -65,6 +70,25 @@ void writeKeyInfo(const ClsXml& signature, JsonWriter& out) {
     out.endArray();
 }
 
+// What can be said against the keys that KeyInfo gives and against the algorithms before anything
+// is verified.
+void warnOfDescribed(dsig::Document& document, const dsig::Selection& selection,
+                     dsig::SignatureReport& report) {
+    for (const dsig::KeyReport& key : report.keys) {
+        dsig::warnOfKey(key, report);
+    }
+    dsig::warnOfHash(report.signatureMethod, report);
+    LogNull quiet;
+    for (int i = dsig::numReferences(*selection.signature); i-- > 0;) {
+        if (const Ref<ClsXml> element = dsig::referenceElement(&document, selection, i, quiet)) {
+            DSigReference reference;
+            reference.parseReference(*element, quiet);
+            dsig::warnOfHash(reference.m_digestMethod, report);
+        }
+    }
+    dsig::warnOfStructure(document, report);
+}
+
 } // namespace
 
 bool ClsXmlDSig::DescribeSignature(XString& outJson) {
@@ -77,14 +101,14 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         }
         beginReport();
         dsig::DocumentNames names(structure().paths);
-        JsonWriter out(outJson.getUtf8Sb_rw(), m_limits.reportOctets);
+        JsonWriter out(outJson.getUtf8Sb_rw(), m_state->limits.reportOctets);
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));
-        out.textMember("id", m_report.id.view());
+        out.textMember("id", m_state->report.id.view());
         out.textMember("path", names.path(signature->elementId()));
-        out.textMember("profile", m_report.profile);
-        out.textMember("signatureMethod", m_report.signatureMethod.view());
-        out.textMember("canonicalizationMethod", m_report.canonicalizationMethod.view());
+        out.textMember("profile", m_state->report.profile);
+        out.textMember("signatureMethod", m_state->report.signatureMethod.view());
+        out.textMember("canonicalizationMethod", m_state->report.canonicalizationMethod.view());
         out.key("references");
         out.beginArray();
         const std::vector<xml::ElementId>& references = structure().referencesOf(*signature);
@@ -93,13 +117,16 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         }
         out.endArray();
         writeKeyInfo(*signature, out);
-        describeKeys();
-        warnOfStructure();
-        dsig::writeKeys(m_report.keys, out);
-        dsig::writeCodes("warnings", m_report.warnings, out);
-        out.booleanMember("timestamp", m_report.timestamp != "absent");
+        dsig::SignatureReport& report = m_state->report;
+        LogNull quiet(m_log);
+        report.keys =
+            dsig::describeKeys(dsig::candidateKeys(keyQuery(true), report.accommodations, quiet));
+        warnOfDescribed(*document(), selection(), report);
+        dsig::writeKeys(m_state->report.keys, out);
+        dsig::writeCodes("warnings", m_state->report.warnings, out);
+        out.booleanMember("timestamp", m_state->report.timestamp != "absent");
         out.endObject();
-        m_report = {};
+        m_state->report = {};
         m_log.clearLastJsonData();
         if (out.passedLimit()) {
             outJson.clear();

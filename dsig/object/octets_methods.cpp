@@ -6,6 +6,7 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/check_reference.h"
 #include "dsig/transform/profile_detection.h"
+#include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signed_octets.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/MethodFrame.h"
@@ -23,7 +24,7 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
     return MethodFrame::run(*this, "DigestInput", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
         ExtPtrArraySb dirs;
-        splitRefDirs(dirs);
+        dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
         const dsig::ReferenceQuery query{
             document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
@@ -39,7 +40,7 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         dsig::Rules inForce = logRulesByOptions(m_log);
         LogNull quiet(m_log);
         ExtPtrArraySb dirs;
-        splitRefDirs(dirs);
+        dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
         for (int index = 0; index < get_NumReferences(); ++index) {
             const dsig::ReferenceQuery query{

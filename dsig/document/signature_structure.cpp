@@ -1,4 +1,4 @@
-#include "dsig/verify/signature_structure.h"
+#include "dsig/document/signature_structure.h"
 
 #include <cstddef>
 #include <span>

@@ -1,0 +1,28 @@
+#ifndef DSIG_OBJECT_OBJECT_STATE_H
+#define DSIG_OBJECT_OBJECT_STATE_H
+
+#include "dsig/document/document.h"
+#include "dsig/document/limits.h"
+#include "dsig/document/rules.h"
+#include "dsig/report/signature_report.h"
+#include "foundation/text/RefCountedObject.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+
+#include <memory>
+
+namespace vantrel::dsig {
+
+// What a verifier keeps besides its prescribed members: what was made of the loaded document, the
+// report of the last operation, and settings of its own.
+struct ObjectState {
+    std::unique_ptr<Document> document; // made at first need; gone with the next load
+    Rules rulesAtLoad;                  // as loading set them
+    SignatureReport report;
+    Limits limits;
+    Ref<ClsPublicKey> keyForAll;
+    bool encodingMismatch = false; // of the loaded document
+};
+
+} // namespace vantrel::dsig
+
+#endif

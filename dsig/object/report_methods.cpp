@@ -1,0 +1,47 @@
+// What an operation found out, for whoever asks afterwards.
+
+#include "dsig/document/document.h"
+#include "dsig/keys/key_sources.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
+#include "dsig/verify/report_steps.h"
+#include "foundation/base/CritSecExitor.h"
+
+#include <new>
+#include <optional>
+
+namespace vantrel {
+
+void ClsXmlDSig::beginReport() {
+    // Stands in the log until the next operation forgets it, and the report with it.
+    m_log.setLastJsonData(StringBuffer("{}"));
+    m_state->report = dsig::startReport(document(), selection(), rules());
+}
+
+void ClsXmlDSig::finishReport() {
+    dsig::finishReport(document(), m_log.lastErrorLine(), m_state->report);
+}
+
+void ClsXmlDSig::get_LastJsonData(XString& json) {
+    const CritSecExitor lock(m_critSec);
+    try {
+        // Written when somebody asks, since many a verification's result is never read.
+        if (m_state->report.present && !m_log.lastJsonData().isEmpty()) {
+            std::optional<dsig::DocumentNames> names;
+            if (dsig::Document* const loaded = document(); loaded != nullptr) {
+                names.emplace(loaded->paths);
+            }
+            StringBuffer text;
+            if (!dsig::writeReport(m_state->report, names ? &*names : nullptr,
+                                   m_state->limits.reportOctets, text)) {
+                dsig::writeTooLargeReport(m_state->report, text);
+            }
+            m_log.setLastJsonData(text);
+        }
+        ClsBase::get_LastJsonData(json);
+    } catch (const std::bad_alloc&) {
+        json.clear();
+    }
+}
+
+} // namespace vantrel

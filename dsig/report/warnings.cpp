@@ -1,0 +1,140 @@
+#include "dsig/report/warnings.h"
+
+#include "dsig/document/signature_structure.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace vantrel::dsig {
+
+namespace {
+
+xml::TextRange sourceRangeOf(const xml::XmlDocument& document, xml::ElementId element) {
+    xml::TextRange range;
+    return document.sourceRange(element, range) ? range : xml::TextRange{};
+}
+
+// Something is left out besides the signature itself, and what it holds where it is left out whole.
+bool excludesContent(const ReferenceReport& reference, xml::TextRange signature) {
+    const bool withoutSignature =
+        std::any_of(reference.excluded.begin(), reference.excluded.end(),
+                    [&](const Exclusion& one) { return isInside(signature, one.range); });
+    return std::any_of(
+        reference.excluded.begin(), reference.excluded.end(),
+        [&](const Exclusion& one) { return !withoutSignature || !isInside(one.range, signature); });
+}
+
+// The stretches of the loaded text that the reference's digest vouches for.
+void appendDigested(const xml::XmlDocument& document, const ReferenceReport& reference,
+                    std::vector<xml::TextRange>& digested) {
+    std::vector<xml::TextRange> absent;
+    for (const Exclusion& exclusion : reference.excluded) {
+        absent.push_back(exclusion.range);
+    }
+    if (reference.covers == "document") {
+        appendWithout(sourceRangeOf(document, 0), std::move(absent), digested);
+        return;
+    }
+    for (const xml::ElementId element : reference.coveredElements) {
+        appendWithout(sourceRangeOf(document, element), absent, digested);
+    }
+}
+
+bool holdsManifest(Document& document, const SignatureReport& report) {
+    const std::vector<xml::ElementId>& manifests = document.manifests();
+    if (manifests.empty()) {
+        return false;
+    }
+    // One in the signature, or one that a reference names.
+    const xml::ElementId signature = report.signatureElement;
+    const auto inside = std::lower_bound(manifests.begin(), manifests.end(), signature);
+    if (inside != manifests.end() && *inside < document.structure->element(signature).next) {
+        return true;
+    }
+    return std::any_of(
+        report.references.begin(), report.references.end(), [&](const ReferenceReport& one) {
+            return std::any_of(one.coveredElements.begin(), one.coveredElements.end(),
+                               [&](xml::ElementId element) {
+                                   return std::binary_search(manifests.begin(), manifests.end(),
+                                                             element);
+                               });
+        });
+}
+
+} // namespace
+
+void warnOfHash(const StringBuffer& algorithm, SignatureReport& report) {
+    constexpr std::string_view kWeakHashes[] = {warning::kSha1, warning::kMd5, warning::kMd2,
+                                                warning::kRipemd128};
+    for (const std::string_view weak : kWeakHashes) {
+        if (algorithm.containsSubstringNoCase(weak.data())) {
+            report.warnings.add(weak);
+        }
+    }
+}
+
+void warnOfKey(const KeyReport& key, SignatureReport& report) {
+    if (key.fromDocument) {
+        report.warnings.add(warning::kKeyFromDocument);
+    }
+    if (key.nameFromDocument) {
+        report.warnings.add(warning::kNameFromDocument);
+    }
+    if (key.weak) {
+        report.warnings.add(warning::kWeakKey);
+    }
+    if (key.outsideValidity) {
+        report.warnings.add(warning::kCertificateOutsideValidity);
+    }
+}
+
+void warnOfReferences(SignatureReport& report) {
+    for (const ReferenceReport& reference : report.references) {
+        warnOfHash(reference.digestMethod, report);
+        if (reference.accommodations.contains(accommodation::kDigestTolerated)) {
+            report.warnings.add(warning::kDigestTolerated);
+        }
+        if (reference.dataMissing) {
+            report.warnings.add(warning::kExternalMissing);
+        }
+        if (!reference.isSigned) {
+            report.warnings.add(warning::kReferencesNotSigned);
+        }
+    }
+}
+
+void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
+    if (report.references.empty()) {
+        return;
+    }
+    const xml::TextRange signature = sourceRangeOf(document, report.signatureElement);
+    std::vector<xml::TextRange> digested = {signature};
+    for (const ReferenceReport& reference : report.references) {
+        if (!reference.isSigned) {
+            continue;
+        }
+        if (!reference.coverageKnown) {
+            report.warnings.add(warning::kCoverageUnknown);
+            continue;
+        }
+        if (excludesContent(reference, signature)) {
+            report.warnings.add(warning::kContentExcluded);
+        }
+        appendDigested(document, reference, digested);
+    }
+    if (!coversAll(sourceRangeOf(document, 0), std::move(digested))) {
+        report.warnings.add(warning::kDocumentNotCovered);
+    }
+}
+
+void warnOfStructure(Document& document, SignatureReport& report) {
+    if (!hasSchemaStructure(*document.structure, report.signatureElement)) {
+        report.warnings.add(warning::kSignatureStructure);
+    }
+    if (holdsManifest(document, report)) {
+        report.warnings.add(warning::kManifestNotChecked);
+    }
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,23 @@
+#ifndef DSIG_REPORT_WARNINGS_H
+#define DSIG_REPORT_WARNINGS_H
+
+#include "dsig/document/document.h"
+#include "dsig/report/signature_report.h"
+#include "foundation/text/StringBuffer.h"
+
+// What is to be warned of, added to a report. Each looks at one side of what was found out.
+namespace vantrel::dsig {
+
+// A hash that the algorithm's identifier names and that is weak.
+void warnOfHash(const StringBuffer& algorithm, SignatureReport& report);
+void warnOfKey(const KeyReport& key, SignatureReport& report);
+// What each reference says of itself.
+void warnOfReferences(SignatureReport& report);
+// What the digests leave open of the document, the signature itself apart.
+void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report);
+// What the signature holds that nobody looks into: markup that its schema does not have, manifests.
+void warnOfStructure(Document& document, SignatureReport& report);
+
+} // namespace vantrel::dsig
+
+#endif

@@ -1,0 +1,43 @@
+#include "dsig/verify/reference_pass.h"
+
+#include "dsig/document/signed_info.h"
+
+namespace vantrel::dsig {
+
+void splitDirs(const XString& list, ExtPtrArraySb& dirs) {
+    list.getUtf8Sb().split(dirs, ';', true, true);
+}
+
+bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, SignatureReport& report,
+                        LogBase& log) {
+    log.LogDataX("externalRefDirs", query.externalDirs);
+    ExtPtrArraySb dirs;
+    if (!query.externalDirs.isEmpty()) {
+        splitDirs(query.externalDirs, dirs);
+        log.LogDataLong("numExternalRefDirs", dirs.getSize());
+    }
+    const Selection& selection = query.selection;
+    const int count = numReferences(*selection.signature);
+    int failures = 0;
+    for (int index = 0; index < count; ++index) {
+        const ReferenceQuery reference{
+            query.document, selection, index, {query.externalData, selection.index, &dirs}};
+        ReferenceReport result = checkReference(reference, rules, log);
+        const bool failed = !result.matched();
+        const bool counts = !(result.dataMissing && query.ignoreMissing);
+        report.reference(index) = std::move(result);
+        if (!failed) {
+            continue;
+        }
+        log.LogError("Failed to verify reference digest");
+        log.LogDataLong("referenceIndex", index);
+        failures += counts ? 1 : 0;
+    }
+    if (failures > 0) {
+        log.LogDataLong("refFailureCount", failures);
+        return false;
+    }
+    return true;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,82 @@
+#include "dsig/verify/report_steps.h"
+
+#include "dsig/document/signed_info.h"
+#include "dsig/reference/DSigReference.h"
+#include "dsig/reference/internal_reference.h"
+#include "dsig/reference/reference_target.h"
+#include "dsig/report/warnings.h"
+
+namespace vantrel::dsig {
+
+SignatureReport startReport(Document* document, const Selection& selection, const Rules& rules) {
+    SignatureReport report;
+    report.present = true;
+    report.profile = rules.profileName;
+    report.index = selection.index;
+    if (document == nullptr || selection.signature == nullptr) {
+        return report;
+    }
+    // What makes other readers of the same document see another one.
+    if (document->encodingMismatch) {
+        report.warnings.add(warning::kEncodingMismatch);
+    }
+    if (document->structure->hasUnreadDeclarations()) {
+        report.warnings.add(warning::kExternalDtdNotRead);
+    }
+    LogNull log;
+    report.id = selection.id;
+    report.signatureElement = selection.element();
+    document->account.begin(selection.index);
+    static_cast<void>(signedInfoField(selection.signature, "SignatureMethod", "Algorithm",
+                                      report.signatureMethod, log));
+    StringBuffer prefixList;
+    static_cast<void>(canonicalizationMethod(selection.signature, report.canonicalizationMethod,
+                                             prefixList, log));
+    if (document->timeStamps.within(*document->structure, report.signatureElement)) {
+        report.timestamp = "not-checked";
+    }
+    return report;
+}
+
+void describeUncheckedReferences(Document& document, const Selection& selection,
+                                 SignatureReport& report) {
+    LogNull log;
+    const int count = selection.signature != nullptr ? numReferences(*selection.signature) : 0;
+    for (int index = 0; index < count; ++index) {
+        const Ref<ClsXml> element = referenceElement(&document, selection, index, log);
+        if (!element) {
+            continue;
+        }
+        DSigReference reference;
+        reference.parseReference(*element, log);
+        ReferenceReport& described = report.reference(index);
+        described.describe(reference.m_uri, reference.m_digestMethod);
+        const ReferenceTarget target = targetOf(reference.m_uri);
+        if (target.kind == ReferenceTarget::Kind::External) {
+            described.covers = "external";
+        } else {
+            describeTarget(document, target.text, described);
+        }
+    }
+}
+
+void finishReport(Document* document, std::string_view lastErrorLine, SignatureReport& report) {
+    if (!report.valid && report.reason.empty()) {
+        report.reason = lastErrorLine;
+    }
+    warnOfHash(report.signatureMethod, report);
+    if (document != nullptr) {
+        warnOfCoverage(*document->structure, report);
+    }
+    warnOfReferences(report);
+    if (document != nullptr) {
+        warnOfStructure(*document, report);
+    }
+    for (const KeyReport& key : report.keys) {
+        if (key.used) {
+            warnOfKey(key, report);
+        }
+    }
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,27 @@
+#ifndef DSIG_VERIFY_REPORT_STEPS_H
+#define DSIG_VERIFY_REPORT_STEPS_H
+
+#include "dsig/document/document.h"
+#include "dsig/document/rules.h"
+#include "dsig/document/selection.h"
+#include "dsig/report/signature_report.h"
+
+#include <string_view>
+
+namespace vantrel::dsig {
+
+// The report of an operation on the selected signature, with what stands in the document;
+// `document` is null when there is none. The work of an earlier verification of the signature is
+// given back.
+[[nodiscard]] SignatureReport startReport(Document* document, const Selection& selection,
+                                          const Rules& rules);
+// What the references name, where their digests are not asked for.
+void describeUncheckedReferences(Document& document, const Selection& selection,
+                                 SignatureReport& report);
+// The end of it: the reason of a failure, which is the last error line of the log, and the
+// warnings.
+void finishReport(Document* document, std::string_view lastErrorLine, SignatureReport& report);
+
+} // namespace vantrel::dsig
+
+#endif
