@@ -28,8 +28,6 @@ class ClsXml;
 class ClsXmlCertVault;
 class DSigRefExternalData;
 class DSigReference;
-class Pkcs7SignedData;
-class XmlSigLocate;
 
 namespace text {
 struct XmlEncoding;
@@ -304,15 +302,9 @@ private:
     // True when there is no time-stamp to check, or the check passes.
     bool verifyEncapsulatedTimeStamp(const StringBuffer& sigXml, const ClsXml& sigElem,
                                      LogBase& log);
-    bool verifyToken(const StringBuffer& token, DataBuffer& content, LogBase& log);
-    static void logTimeStampFailure(LogBase& log);
-    void reportTimeStamp(const Pkcs7SignedData& signedData);
-    void canonicalizeForTimeStamp(std::int32_t method, const StringBuffer& signatureValueId,
-                                  StringBuffer& out, LogBase& log) const;
     bool hasEncapsulatedTimeStamp(LogBase& log);
+    // `out` becomes the whole document with a time-stamp added; empty on failure.
     bool addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, LogBase& log);
-    static bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator,
-                                     StringBuffer& id, LogBase& log);
 
     bool m_withCommentsOption = false;
     bool m_ignoreExternalRefs = false;

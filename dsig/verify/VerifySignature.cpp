@@ -3,6 +3,7 @@
 #include "dsig/document/document.h"
 #include "dsig/document/locate_signature.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/reference/first_reference.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/verify_run.h"
 #include "foundation/base/MethodFrame.h"
@@ -62,12 +63,7 @@ bool ClsXmlDSig::verifySelected(bool verifyReferenceDigests, bool& summarise, Lo
 }
 
 bool ClsXmlDSig::parseFirstReference(DSigReference& first, LogBase& log) {
-    const Ref<ClsXml> reference = Ref<ClsXml>::adopt(getReference(0, log));
-    if (!reference) {
-        log.LogError("No Reference at index 0");
-        return false;
-    }
-    return first.parseReference(*reference, log);
+    return dsig::parseFirstReference(document(), selection(), first, log);
 }
 
 bool ClsXmlDSig::canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log) {

@@ -2,8 +2,7 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/verify/verify_run.h"
-#include "foundation/base/LogContextExitor.h"
-#include "foundation/xml/tree/ClsXml.h"
+#include "dsig/xades/check_timestamp.h"
 
 namespace vantrel {
 
@@ -35,43 +34,19 @@ bool ClsXmlDSig::referencePass(LogBase& log) {
 }
 
 bool ClsXmlDSig::timeStampPass(const dsig::VerifyRun& run, LogBase& log) {
-    if (!log.options().containsSubstringNoCase("VerifyEncapsulatedTimeStamp")) {
-        return true;
+    const std::optional<dsig::TimestampResult> result =
+        dsig::timestampPass(structure(), selection(), run.locator, *this, getSystemCertsPtr(), log);
+    if (!result) {
+        return true; // there is nothing to check
     }
-    const LogContextExitor context(log, "checkEncapsulatedTimeStamp");
-    if (run.locator.m_sigStart >= m_xmlText.getSize()) {
-        return true;
-    }
-    StringBuffer signature(
-        m_xmlText.view().substr(run.locator.m_sigStart, run.locator.m_sigLength));
-    if (log.verbose()) {
-        log.LogBracketed("signature", signature.view());
-    }
-    if (!signature.containsSubstring("EncapsulatedTimeStamp")) {
-        return true;
-    }
-    const Ref<ClsXml> element = Ref<ClsXml>::adopt(ClsXml::createNewCls());
-    if (!element) {
-        return false;
-    }
-    if (!element->loadXml(signature, true, log)) {
-        log.LogError("Failed to load signature XML.");
-        return false;
-    }
-    if (!verifyEncapsulatedTimeStamp(signature, *element, log)) {
-        // What a token says that is no time-stamp of this signature is nobody's to show.
-        m_report.timestampTime.clear();
-        m_report.timestampAuthority.clear();
-        m_report.timestampTrusted = false;
-        m_report.timestamp = "invalid";
-        logTimeStampFailure(log);
-        return false;
-    }
-    m_report.timestamp = "valid";
-    if (!m_report.timestampTrusted) {
+    m_report.timestamp = result->valid ? "valid" : "invalid";
+    m_report.timestampTime = result->time;
+    m_report.timestampAuthority = result->authority;
+    m_report.timestampTrusted = result->trusted;
+    if (result->valid && !result->trusted) {
         m_report.warnings.add("timestamp-authority-not-checked");
     }
-    return true;
+    return result->valid;
 }
 
 } // namespace vantrel

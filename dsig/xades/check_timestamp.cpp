@@ -1,25 +1,53 @@
-// Verifying an encapsulated signature time-stamp: an RFC 3161 token over the canonical
-// SignatureValue element.
+#include "dsig/xades/check_timestamp.h"
 
-#include "dsig/object/ClsXmlDSig.h"
 #include "dsig/transform/canonicalization_method.h"
+#include "dsig/transform/capture.h"
+#include "dsig/xades/stamped_value.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/AsnXmlCodec.h"
 #include "foundation/cms/Pkcs7SignedData.h"
 #include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/encoders.h"
-#include "foundation/xml/canon/XmlCanon.h"
-#include "foundation/xml/tree/ClsXml.h"
 
-namespace vantrel {
+namespace vantrel::dsig {
 
 namespace {
 
-// What a token says was time-stamped.
+// What a token says was time-stamped: the MessageImprint of RFC 3161 2.4.1.
 struct Imprint {
     StringBuffer hashOid;
     DataBuffer expectedHash;
 };
+
+void logTimestampFailure(LogBase& log) {
+    log.LogError("Verification of encapsulated timestamp failed.");
+}
+
+// Verifies the token, which is base64 of a CMS message. `content` := its TSTInfo; `result` takes
+// over what it says of its authority.
+bool verifyToken(const StringBuffer& token, const _clsCades& options, SystemCerts* store,
+                 DataBuffer& content, TimestampResult& result, LogBase& log) {
+    DataBuffer der;
+    ContentCoding::decodeBase64ToDb(token.getString(), token.getSize(), der);
+    Pkcs7SignedData signedData;
+    bool unused = false;
+    if (!signedData.loadPkcs7Der(der, nullptr, 2, unused, store, log)) {
+        log.LogError("Failed to parse ASN.1 of encapsulated timestamp.");
+        return false;
+    }
+    // A message that merely wraps such content was not checked as a time-stamp authority's.
+    if (!signedData.verifyOpaqueSignature(content, options, store, log) ||
+        !signedData.isTimeStamp()) {
+        logTimestampFailure(log);
+        return false;
+    }
+    log.LogDataHexDb("extractedAsn", content);
+    result.time = signedData.genTime();
+    result.authority = signedData.signerSubject().view();
+    result.trusted = signedData.authorityTrusted();
+    return true;
+}
 
 bool readImprint(const DataBuffer& tstInfo, Imprint& imprint, LogBase& log) {
     StringBuffer xml;
@@ -61,18 +89,18 @@ std::int32_t timeStampCanonMethod(const ClsXml& signature, LogBase& log) {
         Ref<ClsXml>::adopt(signature.searchForTag(nullptr, "*:SignatureTimeStamp"));
     if (!stamp) {
         log.LogInfo("Did not find SignatureTimeStamp tag.");
-        return dsig::kInclusive;
+        return kInclusive;
     }
     StringBuffer algorithm;
     const Ref<ClsXml> method =
         Ref<ClsXml>::adopt(stamp->getChildWithTagUtf8("*:CanonicalizationMethod"));
     if (!method) {
         log.LogInfo("Did not find CanonicalizationMethod tag.");
-        return dsig::kInclusive;
+        return kInclusive;
     }
     method->getAttrValue("Algorithm", algorithm);
     log.LogDataSb("encapsulatedTimestampCanonMethod", algorithm);
-    return algorithm.containsSubstring("exc-") ? dsig::kExclusive : dsig::kInclusive;
+    return algorithm.containsSubstring("exc-") ? kExclusive : kInclusive;
 }
 
 // The search of the text may be led elsewhere by markup that nobody signed; a token over another
@@ -99,91 +127,109 @@ bool hashEquals(const StringBuffer& text, int hashAlg, const DataBuffer& expecte
     return !computed.isEmpty() && computed.equals(expected);
 }
 
+// Whether the imprint is the digest of the signature's SignatureValue. Some signers stamped the
+// canonical form with CRLF line ends; that is tried second.
+bool isOverValue(const std::shared_ptr<const xml::XmlDocument>& document, const ClsXml& signature,
+                 const StringBuffer& id, const Imprint& imprint, int hashAlg, LogBase& log) {
+    StringBuffer canonical = stampedValue(document, timeStampCanonMethod(signature, log), id, log);
+    log.LogDataSb("sbCanonSigValue", canonical);
+    log.LogDataLong("hashAlg", hashAlg);
+    if (hashEquals(canonical, hashAlg, imprint.expectedHash, "computed_hash", log)) {
+        return true;
+    }
+    canonical.toCRLF();
+    if (hashEquals(canonical, hashAlg, imprint.expectedHash, "computed_hash_with_CRLF", log)) {
+        return true;
+    }
+    log.LogError("Computed hash not equal to the expected hash.");
+    return false;
+}
+
+// The check of the token in the text of the located signature; nothing when it has none.
+std::optional<TimestampResult> checkLocated(const Document& document, const XmlSigLocate& locator,
+                                            const _clsCades& options, SystemCerts* store,
+                                            LogBase& log) {
+    const std::string_view source = document.structure->sourceText().view();
+    if (locator.m_sigStart >= source.size()) {
+        return std::nullopt;
+    }
+    const StringBuffer text(source.substr(locator.m_sigStart, locator.m_sigLength));
+    if (log.verbose()) {
+        log.LogBracketed("signature", text.view());
+    }
+    if (!text.containsSubstring("EncapsulatedTimeStamp")) {
+        return std::nullopt;
+    }
+    const Ref<ClsXml> signature = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+    if (!signature) {
+        return TimestampResult{};
+    }
+    if (!signature->loadXml(text, true, log)) {
+        log.LogError("Failed to load signature XML.");
+        return TimestampResult{};
+    }
+    std::optional<TimestampResult> result =
+        checkTimestamp(document.structure, text, *signature, options, store, log);
+    if (result && !result->valid) {
+        logTimestampFailure(log);
+    }
+    return result;
+}
+
+// The tree has entities expanded, so it may hold a time-stamp that a search of the text passes by.
+bool hasTimestampToCheck(Document& document, const ClsXml& signature) {
+    return document.timeStamps.within(*document.structure, signature.elementId()) &&
+           Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignatureValue"));
+}
+
 } // namespace
 
-bool ClsXmlDSig::verifyEncapsulatedTimeStamp(const StringBuffer& sigXml, const ClsXml& sigElem,
-                                             LogBase& log) {
+std::optional<TimestampResult> checkTimestamp(
+    const std::shared_ptr<const xml::XmlDocument>& document, const StringBuffer& text,
+    const ClsXml& signature, const _clsCades& options, SystemCerts* store, LogBase& log) {
     const LogContextExitor context(log, "verifyEncapsulatedTimeStamp");
     StringBuffer token;
-    if (!captureUniqueTagContent("EncapsulatedTimeStamp", sigXml, token, log)) {
-        return true; // nothing to verify
+    if (!captureTagContent("EncapsulatedTimeStamp", text, token)) {
+        return std::nullopt;
     }
     DataBuffer tstInfo;
     Imprint imprint;
-    if (!verifyToken(token, tstInfo, log) || !readImprint(tstInfo, imprint, log)) {
-        return false;
+    TimestampResult found;
+    if (!verifyToken(token, options, store, tstInfo, found, log) ||
+        !readImprint(tstInfo, imprint, log)) {
+        return TimestampResult{};
     }
     StringBuffer signatureValue;
-    if (!captureUniqueTagContent("SignatureValue", sigXml, signatureValue, log)) {
-        return true;
+    if (!captureTagContent("SignatureValue", text, signatureValue)) {
+        return std::nullopt;
     }
     log.LogDataSb("signatureValue", signatureValue);
     StringBuffer id;
-    if (!captureUniqueAttrContent("SignatureValue", "Id", sigXml, id, log) ||
-        !isSignatureValueId(sigElem, id, log)) {
-        return false;
-    }
-    StringBuffer canonical;
-    canonicalizeForTimeStamp(timeStampCanonMethod(sigElem, log), id, canonical, log);
-    log.LogDataSb("sbCanonSigValue", canonical);
-
-    const int hashAlg = _vlHash::oidToHashAlg(imprint.hashOid);
-    log.LogDataLong("hashAlg", hashAlg);
-    if (!hashEquals(canonical, hashAlg, imprint.expectedHash, "computed_hash", log)) {
-        canonical.toCRLF();
-        if (!hashEquals(canonical, hashAlg, imprint.expectedHash, "computed_hash_with_CRLF", log)) {
-            log.LogError("Computed hash not equal to the expected hash.");
-            return false;
-        }
+    found.hashAlg = _vlHash::oidToHashAlg(imprint.hashOid);
+    if (!captureAttributeValue("SignatureValue", "Id", text, id, log) ||
+        !isSignatureValueId(signature, id, log) ||
+        !isOverValue(document, signature, id, imprint, found.hashAlg, log)) {
+        return TimestampResult{};
     }
     log.LogInfo("The computed hash is equal to the expected hash.");
-    return true;
+    found.valid = true;
+    return found;
 }
 
-bool ClsXmlDSig::verifyToken(const StringBuffer& token, DataBuffer& content, LogBase& log) {
-    DataBuffer der;
-    ContentCoding::decodeBase64ToDb(token.getString(), token.getSize(), der);
-    Pkcs7SignedData signedData;
-    bool unused = false;
-    if (!signedData.loadPkcs7Der(der, nullptr, 2, unused, getSystemCertsPtr(), log)) {
-        log.LogError("Failed to parse ASN.1 of encapsulated timestamp.");
-        return false;
+std::optional<TimestampResult> timestampPass(Document& document, const Selection& selection,
+                                             const XmlSigLocate& locator, const _clsCades& options,
+                                             SystemCerts* store, LogBase& log) {
+    if (!log.options().containsSubstringNoCase("VerifyEncapsulatedTimeStamp")) {
+        return std::nullopt;
     }
-    // A message that merely wraps such content was not checked as a time-stamp authority's.
-    if (!signedData.verifyOpaqueSignature(content, *this, getSystemCertsPtr(), log) ||
-        !signedData.isTimeStamp()) {
-        logTimeStampFailure(log);
-        return false;
+    const LogContextExitor context(log, "checkEncapsulatedTimeStamp");
+    std::optional<TimestampResult> result = checkLocated(document, locator, options, store, log);
+    if (!result && selection.signature != nullptr &&
+        hasTimestampToCheck(document, *selection.signature)) {
+        log.LogError("A part of the time-stamp comes from an entity and cannot be checked.");
+        result.emplace();
     }
-    log.LogDataHexDb("extractedAsn", content);
-    reportTimeStamp(signedData);
-    return true;
+    return result;
 }
 
-void ClsXmlDSig::reportTimeStamp(const Pkcs7SignedData& signedData) {
-    m_report.timestampTime = signedData.genTime();
-    m_report.timestampAuthority = signedData.signerSubject().view();
-    m_report.timestampTrusted = signedData.authorityTrusted();
-}
-
-void ClsXmlDSig::logTimeStampFailure(LogBase& log) {
-    log.LogError("Verification of encapsulated timestamp failed.");
-}
-
-// The canonical SignatureValue with LF line ends: what a signature time-stamp is over. Where it
-// cannot be canonicalized the text stays empty, and then matches nothing.
-void ClsXmlDSig::canonicalizeForTimeStamp(std::int32_t method, const StringBuffer& signatureValueId,
-                                          StringBuffer& out, LogBase& log) const {
-    XmlCanon canonicalizer;
-    canonicalizer.m_method = method;
-    canonicalizer.m_withComments = false;
-    if (m_xmlRoot != nullptr) {
-        canonicalizer.m_document = m_xmlRoot->document();
-    }
-    if (!canonicalizer.xmlCanonicalize(m_xmlText, signatureValueId.getString(), 0, out, log)) {
-        out.clear();
-    }
-    out.toLF();
-}
-
-} // namespace vantrel
+} // namespace vantrel::dsig

@@ -48,7 +48,7 @@ MAY_INCLUDE = {
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "dsig/object", "foundation"),
     "dsig/xades": ("dsig/document", "dsig/report", "dsig/reference", "dsig/transform",
-                   "dsig/object", "foundation"),
+                   "dsig/keys", "foundation"),
     "dsig/object": ("dsig", "foundation"),
     "dsig/verify": ("dsig", "foundation"),
 }
