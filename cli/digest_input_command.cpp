@@ -41,7 +41,7 @@ int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& ver
     const bool ok =
         signedInfo ? verifier.SignedInfoOctets(octets) : verifier.DigestInput(reference, octets);
     if (settings.wantsLog()) {
-        const std::string log = textOf(verifier, &ClsXmlDSig::get_LastErrorText);
+        const std::string log = printableLines(textOf(verifier, &ClsXmlDSig::get_LastErrorText));
         std::fwrite(log.data(), 1, log.size(), stderr);
     }
     if (!ok) {

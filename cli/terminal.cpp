@@ -2,6 +2,7 @@
 
 #include "foundation/text/utf8.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -76,6 +77,18 @@ std::string printable(std::string_view text) {
             out += digits[byte & 15];
         }
         text.remove_prefix(length > 0 ? length : 1);
+    }
+    return out;
+}
+
+std::string printableLines(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + 1);
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        out += printable(text.substr(0, end));
+        out += '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
     }
     return out;
 }

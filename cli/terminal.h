@@ -18,6 +18,10 @@ void writeOutput(std::string_view bytes);
 // that are no UTF-8, and the characters that turn the direction of writing appear as \xHH.
 [[nodiscard]] std::string printable(std::string_view text);
 
+// A log whose values stand on one line each (_vlLogger::setOneLineValues), made printable line by
+// line: its line ends stay, so that nobody's text can pass for a line of the log.
+[[nodiscard]] std::string printableLines(std::string_view text);
+
 enum class Colour { Plain, Good, Bad, Note };
 
 // The text in a colour where standard output is a terminal that wants it (NO_COLOR, TERM=dumb).

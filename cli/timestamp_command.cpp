@@ -3,11 +3,11 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
+#include "foundation/base/ClsStringBuilder.h"
+#include "foundation/base/_vlLogger.h"
 #include "foundation/io/ClsHttp.h"
 #include "foundation/io/files.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/base/ClsStringBuilder.h"
-#include "foundation/base/_vlLogger.h"
 #include "foundation/text/strings.h"
 
 #include <algorithm>

@@ -3,8 +3,8 @@
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
-#include "foundation/json/json_writer.h"
 #include "foundation/base/ClsBinData.h"
+#include "foundation/json/json_writer.h"
 
 #include <exception>
 #include <new>
@@ -152,20 +152,14 @@ private:
     }
 
     void keepLog(ClsXmlDSig& verifier, int signature) {
-        if (!m_settings.wantsLog()) {
-            return;
-        }
-        if (m_logCut) {
+        if (!m_settings.wantsLog() || m_logCut) {
             return;
         }
         XString log;
         verifier.get_LastErrorText(log);
         m_result.errors += "--- " + printable(m_result.name);
         m_result.errors += signature < 0 ? "\n" : ", signature " + std::to_string(signature) + "\n";
-        m_result.errors += log.getUtf8Sb().view();
-        if (!m_result.errors.ends_with('\n')) {
-            m_result.errors += '\n';
-        }
+        m_result.errors += printableLines(log.getUtf8Sb().view());
         if (m_result.errors.size() > m_settings.limits().logOctets) {
             m_logCut = true;
             m_result.errors += "xmldsig: " + printable(m_result.name) +

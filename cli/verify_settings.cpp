@@ -1,8 +1,8 @@
 #include "cli/verify_settings.h"
 
 #include "cli/input.h"
-#include "foundation/io/_vlDataSource.h"
 #include "foundation/base/_vlLogger.h"
+#include "foundation/io/_vlDataSource.h"
 #include "foundation/text/XString.h"
 
 #include <algorithm>
@@ -260,6 +260,7 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
         verifier.put_ExternalRefDirs(folders);
     }
     verifier.put_VerboseLogging(m_verbose);
+    verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line
     verifier.put_IgnoreExternalRefs(m_ignoreExternal);
     if (!setLimits(verifier)) {
         complaint = lastError(verifier);
