@@ -1,4 +1,8 @@
-// `xmldsig c14n`: the canonical form of a document or of one of its elements.
+// `xmldsig c14n`: the canonical form of a document or of one of its elements. The octets go to
+// standard output as they are, without a line end behind them, so that their digest can be taken by
+// any other program. Several files give their forms one after the other. A document that has no
+// canonical form (not well-formed, no element with the Id, or more than one) ends in exit code 2
+// and writes nothing.
 
 #include "cli/commands.h"
 #include "cli/document.h"
@@ -10,8 +14,11 @@ namespace vantrel::cli {
 
 namespace {
 
+// The canonical form of the whole document or of the element with --id. False, with the reason in
+// `complaint`; nothing has been written then.
 bool canonicalize(const Arguments& arguments, XString& document, XString& canonical,
                   std::string& complaint) {
+    // Any name but the exclusive one means Canonical XML 1.0.
     XString version(arguments.has("--exclusive") ? "EXCL_C14N" : "C14N");
     const bool withComments = arguments.has("--with-comments");
     const std::string* const id = arguments.last("--id");
@@ -36,11 +43,14 @@ int runFile(const Arguments& arguments, const std::string& name, std::string& co
         return kCannotTell;
     }
     _vlLogger log;
+    // The operations on texts take UTF-8. What the XML declaration says afterwards does not matter:
+    // it is no part of a canonical form.
     if (!bytes.convertXmlToUtf8(log)) {
         complaint = log.lastErrorLine();
         return kCannotTell;
     }
     XString document;
+    // Takes the bytes over: there is only one copy of a large document.
     document.getUtf8Sb_rw().takeFromDb(bytes);
     XString canonical;
     if (!canonicalize(arguments, document, canonical, complaint)) {
@@ -51,10 +61,13 @@ int runFile(const Arguments& arguments, const std::string& name, std::string& co
 }
 
 int runC14n(const Arguments& arguments) {
+    // Canonical XML 1.0 knows no such list; to pass over it would give octets that nobody asked
+    // for.
     if (arguments.has("--prefixes") && !arguments.has("--exclusive")) {
         complain("--prefixes is for --exclusive only");
         return kCannotTell;
     }
+    // An empty Id would silently mean the whole document.
     if (const std::string* const id = arguments.last("--id"); id != nullptr && id->empty()) {
         complain("--id needs an Id");
         return kCannotTell;

@@ -1,4 +1,8 @@
-// `xmldsig certs`: the certificates of KeyInfo as PEM.
+// `xmldsig certs`: the certificates of KeyInfo as PEM. Which certificates these are, the library
+// says (ClsXmlDSig::GetCerts): those in X509Data, in tokens that are referred to, and none of a
+// store, since the tool gives it none here. They are not checked in any way, and one that several
+// signatures carry is written for each. Exit code 1 says that there is no signature; a signature
+// without certificates is no failure.
 
 #include "cli/commands.h"
 #include "cli/document.h"
@@ -14,6 +18,7 @@ namespace vantrel::cli {
 
 namespace {
 
+// Base64 characters a line.
 constexpr std::size_t kPemLine = 64; // RFC 7468
 
 // The text of the document may be broken into lines of any length.
@@ -29,6 +34,8 @@ std::string asPem(std::string_view text) {
     return out + "-----END CERTIFICATE-----\n";
 }
 
+// Writes the certificates of one file, of the signature `wanted` or of all. They are written as
+// they are found, so memory does not grow with their number; the limit bounds the output.
 int runFile(const std::optional<int>& wanted, const std::string& name, std::string& complaint) {
     ClsXmlDSig verifier;
     if (!loadDocument(name, verifier, complaint)) {
@@ -60,6 +67,7 @@ int runFile(const std::optional<int>& wanted, const std::string& name, std::stri
             writeOutput(asPem(text));
         }
     }
+    // Said on standard error, but no failure: a signature need not carry certificates.
     if (certificates == 0) {
         complaint = "KeyInfo holds no certificate";
     }

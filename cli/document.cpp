@@ -13,6 +13,7 @@ bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& co
     if (!readInput(name, bytes.data(), complaint)) {
         return false;
     }
+    // The bytes as they are: the library reads their encoding from byte-order mark and declaration.
     if (!verifier.LoadSignatureBd(bytes)) {
         XString line;
         verifier.get_LastErrorLine(line);
@@ -33,10 +34,12 @@ int forEachFile(const Arguments& arguments, bool inputByDefault,
         complain("no file is named");
         return kCannotTell;
     }
+    // The second reading would find an empty document.
     if (std::count(names.begin(), names.end(), "-") > 1) {
         complain("the standard input can be read only once");
         return kCannotTell;
     }
+    // The worst outcome of all, which is the highest number.
     int code = kEverythingHolds;
     for (const std::string& name : names) {
         std::string complaint;

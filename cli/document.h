@@ -7,14 +7,20 @@
 #include <functional>
 #include <string>
 
+// What the commands that work on one document at a time have in common. `verify` works on many in
+// parallel and goes by ordered_runner.h instead.
 namespace vantrel::cli {
 
-// Loads one file into `verifier`. False, with the reason in `complaint`.
+// Loads one file ("-": standard input) into `verifier`, in the encoding that it declares. False,
+// with the reason in `complaint` and no document loaded, when it cannot be read or is no
+// well-formed XML; a document without signatures loads.
 [[nodiscard]] bool loadDocument(const std::string& name, ClsXmlDSig& verifier,
                                 std::string& complaint);
 
 // Runs `work` on every operand (or on standard input where none is given and that is allowed) and
-// returns the highest exit code. What `work` leaves in `complaint` is printed with the file's name.
+// returns the highest exit code. What `work` leaves in `complaint` is printed with the file's name,
+// made printable. A file that fails does not keep the others from being worked on. No file at all,
+// or standard input named twice, is a usage error: kCannotTell, and nothing is worked on.
 [[nodiscard]] int forEachFile(
     const Arguments& arguments, bool inputByDefault,
     const std::function<int(const std::string& name, std::string& complaint)>& work);

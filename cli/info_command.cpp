@@ -1,4 +1,6 @@
-// `xmldsig info`: what a document's signatures say of themselves, nothing verified.
+// `xmldsig info`: what a document's signatures say of themselves, nothing verified. Nothing of it
+// may be relied on: it is the document's own text, keys and names included. Exit code 1 says that
+// there is no signature.
 
 #include "cli/commands.h"
 #include "cli/document.h"
@@ -14,6 +16,7 @@ namespace vantrel::cli {
 
 namespace {
 
+// What is said of one file.
 struct Description {
     std::string_view status = "error";
     std::string profile;
@@ -21,6 +24,8 @@ struct Description {
     std::string signatures; // text, or JSON objects with commas between them
 };
 
+// Describes every signature of the file. On kCannotTell the reason is in `complaint`, and nothing
+// of what was found so far is shown: half a list would pass for a whole one.
 int describe(const std::string& name, bool json, Description& found, std::string& complaint) {
     ClsXmlDSig verifier;
     if (!loadDocument(name, verifier, complaint)) {
@@ -36,6 +41,8 @@ int describe(const std::string& name, bool json, Description& found, std::string
             complaint = "signature " + std::to_string(i) + " cannot be described";
             return kCannotTell;
         }
+        // Counted over all signatures: each description is within its limit, but there may be very
+        // many of them.
         octets += description.getUtf8Sb().getSize();
         if (octets > dsig::Limits().reportOctets) {
             complaint = "the report is larger than its limit (reportOctets)";
@@ -53,6 +60,8 @@ int describe(const std::string& name, bool json, Description& found, std::string
     return found.count > 0 ? kEverythingHolds : kSomethingFails;
 }
 
+// The object of one file. Every key is there in every case, and the signatures, which are JSON
+// already, go to the output without being copied together.
 void writeJson(const std::string& name, const Description& found, const std::string& complaint) {
     StringBuffer text;
     json::JsonWriter out(text);
@@ -63,6 +72,7 @@ void writeJson(const std::string& name, const Description& found, const std::str
     out.textMember("profile", found.profile);
     out.key("signatures");
     out.beginArray();
+    // The writer remembers that memory ran out instead of throwing.
     if (!out.ok()) {
         throw std::bad_alloc();
     }
@@ -88,6 +98,7 @@ int runInfo(const Arguments& arguments) {
         const int code = describe(name, json, found, complaint);
         if (json) {
             writeJson(name, found, complaint);
+            // Otherwise the complaint says it all.
         } else if (code != kCannotTell) {
             writeText(name, found);
         }

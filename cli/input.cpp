@@ -7,10 +7,13 @@
 #include <cstdlib>
 #include <cstring>
 
+// Documents are read whole: canonicalization needs the text at hand, and the library addresses it
+// by offsets of 32 bits. Only lists of names, which have no limit, are read line by line.
 namespace vantrel::cli {
 
 bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint) {
     _vlLogger log;
+    // Both stop at the limit instead of reading on: an endless pipe is refused, not swallowed.
     const bool ok = name == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
                                 : io::readFile(name, kMaxInputSize, bytes, log);
     if (!ok) {
@@ -26,6 +29,7 @@ NameSource::~NameSource() {
 }
 
 bool NameSource::openList(const std::string& path, std::string& complaint) {
+    // "e": closed in programs that this one might start.
     m_list = path == "-" ? stdin : std::fopen(path.c_str(), "re");
     if (m_list == nullptr) {
         complaint = path + ": " + std::strerror(errno);
@@ -42,6 +46,8 @@ bool NameSource::next(std::string& name) {
     if (m_list == nullptr) {
         return false;
     }
+    // getline() grows the line as it needs to. A line may hold NUL bytes, hence its length is taken
+    // from the call.
     char* line = nullptr;
     std::size_t capacity = 0;
     ssize_t length = 0;

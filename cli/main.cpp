@@ -1,4 +1,6 @@
-// The command-line tool: finds the command, reads its options, runs it.
+// The command-line tool: finds the command, reads its options, runs it. Standard output holds
+// results only, so that it can be piped on; complaints go to standard error, one line each, behind
+// "xmldsig: ". Scripts go by the exit codes (commands.h) and the JSON reports.
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
@@ -16,6 +18,7 @@ namespace vantrel::cli {
 
 namespace {
 
+// In the order of the general help, the most used first.
 std::vector<Command> allCommands() {
     return {verifyCommand(), infoCommand(),        c14nCommand(),
             certsCommand(),  digestInputCommand(), timestampCommand()};
@@ -55,12 +58,15 @@ bool asksFor(std::span<const char* const> arguments, std::string_view what,
     return false;
 }
 
+// Two lines: what is wrong, and where help is. `hint`: the command with a blank behind, or nothing.
 int usageError(const std::string& complaint, const std::string& hint) {
     complain(complaint);
     complain("try `xmldsig " + hint + "--help`");
     return kCannotTell;
 }
 
+// `arguments`: those behind the program's name. Help and version come before anything is checked,
+// so that a wrong line with --help still gives help.
 int runTool(std::span<const char* const> arguments) {
     const std::vector<Command> commands = allCommands();
     if (asksFor(arguments, "--version", "--version")) {
@@ -69,6 +75,8 @@ int runTool(std::span<const char* const> arguments) {
     }
     const bool help = asksFor(arguments, "--help", "-h");
     if (arguments.empty()) {
+        // To standard error, with the exit code of a usage error: a script that forgot its
+        // arguments must not take this for output.
         const std::string text = generalHelp(commands);
         std::fwrite(text.data(), 1, text.size(), stderr);
         return kCannotTell;
@@ -96,6 +104,8 @@ int runTool(std::span<const char* const> arguments) {
 } // namespace vantrel::cli
 
 int main(int argc, char** argv) {
+    // The only net of the tool: what commands throw is lack of memory or threads. The output is
+    // flushed before the exit code is decided, since a failure to write shows only then.
     try {
         const std::span<const char* const> arguments(argv, static_cast<std::size_t>(argc));
         const int code = vantrel::cli::runTool(arguments.subspan(argc > 0 ? 1 : 0));

@@ -3,10 +3,15 @@
 #include <algorithm>
 #include <charconv>
 
+// The rules of the command line are those of the GNU long options, without abbreviations: `--name
+// value` and `--name=value` are the same, options and operands may be mixed, `--` ends the options.
+// A value that begins with a dash needs no quoting, since an option that takes one always takes the
+// next argument.
 namespace vantrel::cli {
 
 namespace {
 
+// Tables have a dozen entries; a hash would be slower to make than all look-ups together.
 const OptionSpec* find(std::span<const OptionSpec> table, std::string_view name) {
     const auto place = std::find_if(table.begin(), table.end(), [name](const OptionSpec& option) {
         return option.name == name;
@@ -20,12 +25,14 @@ bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* c
                       std::string& complaint) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string_view argument = arguments[i];
+        // Everything behind is an operand, whatever it looks like.
         if (argument == "--") {
             m_operands.insert(m_operands.end(),
                               arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1,
                               arguments.end());
             return true;
         }
+        // A lone "-" is standard input.
         if (argument.size() < 2 || argument[0] != '-') {
             m_operands.emplace_back(argument);
             continue;
@@ -51,6 +58,7 @@ bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* c
             complaint = "option " + std::string(name) + " needs a value";
             return false;
         }
+        // The table's name, not the argument's: it lives on.
         m_options.emplace_back(option->name, std::move(value));
     }
     return true;
@@ -94,6 +102,7 @@ bool Arguments::number(std::string_view name, int lowest, int highest, std::opti
 }
 
 bool parseNumber(std::string_view text, int lowest, int highest, int& value) noexcept {
+    // from_chars would take a minus sign.
     if (text.empty() || text[0] < '0' || text[0] > '9') {
         return false;
     }
@@ -111,6 +120,7 @@ std::string describeOptions(std::span<const OptionSpec> table) {
             left += " " + std::string(option.argument);
         }
         out += left;
+        // A name that is too long for its column has a line to itself.
         out += left.size() < kColumn ? std::string(kColumn - left.size(), ' ')
                                      : "\n" + std::string(kColumn, ' ');
         out += option.help;

@@ -4,9 +4,14 @@
 #include <thread>
 #include <vector>
 
+// Two locks, always taken in this order: m_nameMutex, by the one thread that reads names; then
+// m_mutex, shortly, for the counters and the results that wait. Names are numbered as they are
+// read, and result n is emitted when all before it have been. One condition serves all three
+// reasons to wait (room in the window, the next result, the end), as there are few threads to wake.
 namespace vantrel::cli {
 
 void OrderedRunner::run(std::size_t jobs) {
+    // Enough for the others to go on while one works on a large file, little enough for memory.
     m_window = 4 * jobs;
     std::vector<std::thread> threads;
     try {
@@ -20,6 +25,7 @@ void OrderedRunner::run(std::size_t jobs) {
         runAlone();
         return;
     }
+    // Where fewer threads than wanted could be started, those there are do all the work.
     emitInOrder();
     for (std::thread& thread : threads) {
         thread.join();
@@ -45,6 +51,9 @@ void OrderedRunner::workUntilEnd() {
 }
 
 bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
+    // Held while waiting for room, too: then nobody else could take a name either. The other lock
+    // is given up before a name is read, since that may block for as long as the list's writer
+    // likes.
     const std::lock_guard oneReader(m_nameMutex);
     {
         std::unique_lock lock(m_mutex);
@@ -53,6 +62,7 @@ bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
             return false;
         }
     }
+    // `m_taken` may be raised after reading: only the holder of `m_nameMutex` changes it.
     const bool found = m_names.next(name);
     const std::lock_guard lock(m_mutex);
     if (found) {
@@ -76,6 +86,8 @@ void OrderedRunner::emitInOrder() {
         }
         const FileResult result = std::move(next->second);
         m_waiting.erase(next);
+        // Printing may block on a full pipe; the workers go on meanwhile, as far as the window lets
+        // them.
         lock.unlock();
         m_emit(result);
         lock.lock();

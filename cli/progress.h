@@ -7,18 +7,22 @@
 namespace vantrel::cli {
 
 // The progress bar of a long run, on standard error where that is a terminal. It appears after the
-// run has lasted half a second and is redrawn ten times a second at most.
+// run has lasted half a second and is redrawn ten times a second at most, so that a short run shows
+// none and drawing costs nothing to speak of. Whoever writes elsewhere hides it first. For one
+// thread.
 class Progress final {
 public:
-    // `total` 0: unknown, then files are only counted.
+    // `total`: number of files; 0: unknown, then files are only counted. One file needs no bar, and
+    // none is drawn unless it is wanted.
     Progress(std::size_t total, bool wanted);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress() { hide(); }
 
-    // Takes the bar away, so that other output can be written.
+    // Takes the bar away, so that other output can be written. The next advance() brings it back
+    // when it is due.
     void hide();
-    // One more file is done.
+    // One more file is done; `holds`: everything asked for holds of it.
     void advance(bool holds);
 
 private:

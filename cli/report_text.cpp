@@ -8,6 +8,9 @@
 #include <set>
 #include <utility>
 
+// The text is made from the JSON and never from the document, so it cannot say more than the
+// report. Numbers, flags and the fixed words of the library are taken as they are; every other text
+// passes printable() before a colour is put around it.
 namespace vantrel::cli {
 
 namespace {
@@ -22,6 +25,8 @@ constexpr std::size_t kListedExclusions = 10;
 // What stands for a report that is too large is short itself.
 constexpr std::size_t kMaxBriefReport = 1024;
 
+// Members of an object. One that is missing or of another kind counts as empty, 0, false: a report
+// without it has nothing to say there. Texts are views into the parsed value.
 std::string_view textOf(const JsonValue& object, std::string_view name) {
     const JsonValue* const value = object.find(name);
     return value != nullptr ? value->text() : std::string_view();
@@ -44,6 +49,7 @@ const std::vector<JsonValue>& listOf(const JsonValue& object, std::string_view n
     return value != nullptr ? value->elements() : none;
 }
 
+// The codes of a list, joined by commas.
 std::string wordsOf(const JsonValue& object, std::string_view name) {
     std::string words;
     for (const JsonValue& word : listOf(object, name)) {
@@ -53,12 +59,15 @@ std::string wordsOf(const JsonValue& object, std::string_view name) {
     return words;
 }
 
+// One line of a signature's report: a label in a column of its own, empty where the line goes on
+// with what stands above it.
 std::string line(std::string_view label, std::string_view text) {
     std::string out = "    " + std::string(label);
     out.append(label.size() < 10 ? 10 - label.size() : 1, ' ');
     return out + std::string(text) + "\n";
 }
 
+// Of a signature, a reference or a time-stamp; whatever is not known to be good is shown as bad.
 Colour colourOf(std::string_view status) {
     if (status == "valid" || status == "match") {
         return Colour::Good;
@@ -66,6 +75,7 @@ Colour colourOf(std::string_view status) {
     return status == "not-checked" ? Colour::Note : Colour::Bad;
 }
 
+// "signature 0", with its Id where it has one; two may share an Id, no two an index.
 std::string heading(const JsonValue& signature) {
     std::string out = "  signature " + std::to_string(numberOf(signature, "index"));
     if (const std::string_view id = textOf(signature, "id"); !id.empty()) {
@@ -81,9 +91,11 @@ std::string exceptions(const JsonValue& reference) {
     std::size_t listed = 0;
     for (const JsonValue& exclusion : listOf(reference, "excluded")) {
         const std::string_view why = textOf(exclusion, "why");
+        // Every enveloped signature leaves itself out; to say so each time would hide what matters.
         if (why == "enveloped-signature") {
             continue;
         }
+        // Counted all the same, so that nobody takes the list for complete.
         if (listed == kListedExclusions) {
             ++unlisted;
             continue;
@@ -97,6 +109,8 @@ std::string exceptions(const JsonValue& reference) {
     return text;
 }
 
+// What a reference's digest is over, in words. "The whole document" only when nothing but the
+// signature itself is missing from it.
 std::string targetOf(const JsonValue& reference) {
     const std::string_view covers = textOf(reference, "covers");
     const std::string uri = printable(textOf(reference, "uri"));
@@ -114,17 +128,21 @@ std::string targetOf(const JsonValue& reference) {
     if (covers == "external") {
         return "external " + uri;
     }
+    // Nothing was found that it names, or it was not looked for.
     return "\"" + uri + "\"";
 }
 
+// One reference: what it covers, how its digest came out, and by which leniencies.
 std::string referenceLine(const JsonValue& reference) {
     const std::string_view status = textOf(reference, "status");
     std::string text = targetOf(reference) + ", " +
                        algorithmName(textOf(reference, "digestMethod")) + ": " +
                        coloured(status, colourOf(status));
+    // The code of RefFailReason, which docs and scripts go by.
     if (status != "match" && status != "not-checked") {
         text += " (reason " + std::to_string(numberOf(reference, "reason")) + ")";
     }
+    // A digest that matches proves nothing where the signature value is not over the reference.
     if (const JsonValue* const isSigned = reference.find("signed");
         isSigned != nullptr && isSigned->kind() == JsonValue::Kind::False) {
         text += ", not signed by the value";
@@ -135,6 +153,8 @@ std::string referenceLine(const JsonValue& reference) {
     return line("covers", text);
 }
 
+// All references, or the first of very many with a summary of those that match. What does not match
+// is always listed.
 std::string referenceLines(const JsonValue& signature) {
     const std::vector<JsonValue>& references = listOf(signature, "references");
     std::string out;
@@ -149,6 +169,8 @@ std::string referenceLines(const JsonValue& signature) {
             continue;
         }
         ++unlisted;
+        // The summary must not hide that parts of the document were left out, nor that a leniency
+        // was needed.
         withExceptions += exceptions(reference).empty() ? 0 : 1;
         for (const JsonValue& word : listOf(reference, "accommodations")) {
             leniencies.insert(word.text());
@@ -167,6 +189,7 @@ std::string referenceLines(const JsonValue& signature) {
     return out;
 }
 
+// One key: type, size, where it came from and whose it is said to be.
 std::string keyLine(std::string_view label, const JsonValue& key) {
     std::string text = printable(textOf(key, "type"));
     if (const std::string_view curve = textOf(key, "curve"); !curve.empty()) {
@@ -178,6 +201,7 @@ std::string keyLine(std::string_view label, const JsonValue& key) {
     if (const std::string_view subject = textOf(key, "subject"); !subject.empty()) {
         text += ", " + printable(subject);
     }
+    // The key is the caller's, the certificate the document's: anybody can put a name beside a key.
     if (flagOf(key, "nameFromDocument")) {
         text += " (the name comes from the document and is not vouched for)";
     }
@@ -208,6 +232,7 @@ std::string keyLines(const JsonValue& signature) {
 } // namespace
 
 std::string algorithmName(std::string_view identifier) {
+    // Their last parts would not tell inclusive from exclusive, or say nothing at all ("#").
     constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kKnown = {{
         {"http://www.w3.org/TR/2001/REC-xml-c14n-20010315", "c14n"},
         {"http://www.w3.org/TR/2001/REC-xml-c14n-20010315#WithComments", "c14n with comments"},
@@ -219,6 +244,7 @@ std::string algorithmName(std::string_view identifier) {
             return std::string(name);
         }
     }
+    // "http://www.w3.org/2001/04/xmlenc#sha256" and "urn:x:sha256" are both sha256.
     const std::size_t mark = identifier.find_last_of("#/:");
     if (mark != std::string_view::npos && mark + 1 < identifier.size()) {
         identifier.remove_prefix(mark + 1);
@@ -247,6 +273,7 @@ std::string signatureText(std::string_view json) {
         out += line("profile", printable(profile));
     }
     out += keyLines(signature) + referenceLines(signature);
+    // "not-checked" is shown: the document claims a time that nobody looked at.
     if (const std::string_view stamp = textOf(signature, "timestamp"); stamp != "absent") {
         const std::string_view time = textOf(signature, "timestampTime");
         const std::string_view by = textOf(signature, "timestampAuthority");

@@ -2,6 +2,7 @@
 
 #include "foundation/text/utf8.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -9,12 +10,17 @@
 
 #include <unistd.h>
 
+// Two dangers of a document's text on a terminal: control sequences, which move the cursor,
+// overwrite what was said or drive the terminal's own functions; and marks of direction, which make
+// a line read other than it is. Both are shown as the bytes they are, which no terminal acts upon.
 namespace vantrel::cli {
 
 namespace {
 
+// Set by whatever is printed and asked for once, at the end. Only the main thread prints.
 bool g_outputFailed = false;
 
+// Decided once; https://no-color.org: any value but an empty one means no.
 bool wantsColour() {
     static const bool wanted = [] {
         const char* const noColour = std::getenv("NO_COLOR");
@@ -25,6 +31,9 @@ bool wantsColour() {
     return wanted;
 }
 
+// C0, DEL and C1 begin the control sequences of terminals (ECMA-48), CSI among them in one
+// character; the others are the marks, embeddings, overrides and isolates of the Unicode
+// Bidirectional Algorithm, and the line and paragraph separators beside them.
 bool isHarmless(char32_t character) {
     const bool control = character < 0x20 || (character >= 0x7F && character < 0xA0);
     const bool direction = character == 0x061C || character == 0x200E || character == 0x200F ||
@@ -37,6 +46,7 @@ bool isHarmless(char32_t character) {
 
 void complain(std::string_view text) {
     const std::string line = "xmldsig: " + printable(text) + "\n";
+    // One call a line, so that lines of several processes do not mix.
     std::fflush(stdout);
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
@@ -69,6 +79,7 @@ std::string printable(std::string_view text) {
             text.remove_prefix(length);
             continue;
         }
+        // A character that is not shown, or one byte that begins none.
         for (std::size_t i = 0; i < (length > 0 ? length : 1); ++i) {
             const auto byte = static_cast<unsigned char>(text[i]);
             out += "\\x";
@@ -80,10 +91,23 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+std::string printableLines(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + 1);
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        out += printable(text.substr(0, end));
+        out += '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return out;
+}
+
 std::string coloured(std::string_view text, Colour colour) {
     if (colour == Colour::Plain || !wantsColour()) {
         return std::string(text);
     }
+    // Green, bold red, yellow; then back to normal.
     const char* const code = colour == Colour::Good  ? "\033[32m"
                              : colour == Colour::Bad ? "\033[1;31m"
                                                      : "\033[33m";

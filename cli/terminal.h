@@ -6,23 +6,36 @@
 
 namespace vantrel::cli {
 
-// One line on standard error: "xmldsig: " and the text, made printable.
+// The only way to the terminal for what may hold a document's text.
+
+// One line on standard error: "xmldsig: " and the text, made printable. What stands in the buffer
+// of standard output goes out first, so that both keep their order on a terminal.
 void complain(std::string_view text);
 
-// Writes to standard output, byte for byte, and remembers a failure.
+// Writes to standard output, byte for byte, and remembers a failure; canonical octets and PEM pass
+// here unchanged, so whatever is a text for people was made printable before.
 void writeOutput(std::string_view bytes);
-// Flushes; false, with a complaint, when anything of the output could not be written.
+// Flushes; false, with a complaint, when anything of the output could not be written, now or
+// before. A full disk must not end in exit code 0.
 [[nodiscard]] bool finishOutput();
 
 // What stands in a document is not trusted: control characters, which could steer a terminal, bytes
-// that are no UTF-8, and the characters that turn the direction of writing appear as \xHH.
+// that are no UTF-8, and the characters that turn the direction of writing appear as \xHH, each
+// byte by itself. Line ends are control characters, too. A text that is printable stays as it is.
 [[nodiscard]] std::string printable(std::string_view text);
 
+// A log whose values stand on one line each (_vlLogger::setOneLineValues), made printable line by
+// line: its line ends stay, so that nobody's text can pass for a line of the log.
+[[nodiscard]] std::string printableLines(std::string_view text);
+
+// Plain is no colour at all; the others say how an outcome is meant.
 enum class Colour { Plain, Good, Bad, Note };
 
-// The text in a colour where standard output is a terminal that wants it (NO_COLOR, TERM=dumb).
+// The text in a colour where standard output is a terminal that wants it (NO_COLOR, TERM=dumb). The
+// text must be printable already: the escape sequences are added around it.
 [[nodiscard]] std::string coloured(std::string_view text, Colour colour);
 
+// Whether these streams end at a terminal, not in a file or a pipe.
 [[nodiscard]] bool outputIsTerminal() noexcept;
 [[nodiscard]] bool errorsAreTerminal() noexcept;
 

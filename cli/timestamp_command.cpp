@@ -1,4 +1,8 @@
-// `xmldsig timestamp`: adds an encapsulated signature time-stamp from a time-stamp authority.
+// `xmldsig timestamp`: adds an encapsulated signature time-stamp from a time-stamp authority. The
+// only command that opens a connection, and the only one that writes a document. The signed parts
+// stay as they are, octet for octet where they are canonicalized; what is added stands in the
+// unsigned properties. Exit code 2, and nothing written, when the authority gave no token that is
+// one over this signature.
 
 #include "cli/commands.h"
 #include "cli/document.h"
@@ -17,6 +21,7 @@ namespace vantrel::cli {
 
 namespace {
 
+// The options, read and checked.
 struct TimestampSettings {
     std::string authority;
     std::string hash = "sha256";
@@ -25,7 +30,9 @@ struct TimestampSettings {
     std::optional<std::string> output;
 };
 
+// False, with the reason in `complaint`, for a usage error.
 bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::string& complaint) {
+    // Checked here, since an unknown name would show only in the authority's answer.
     constexpr std::array<std::string_view, 4> kHashes = {"sha1", "sha256", "sha384", "sha512"};
     const std::string* const authority = arguments.last("--tsa");
     if (authority == nullptr || authority->empty()) {
@@ -44,6 +51,7 @@ bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::
     if (const std::string* const output = arguments.last("--output")) {
         settings.output = *output;
     }
+    // There is one output; two documents in it would be none.
     if (arguments.operands().size() > 1) {
         complaint = "one file at a time can be time-stamped";
         return false;
@@ -51,6 +59,7 @@ bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::
     return arguments.number("--signature", 0, 0x7FFFFFFE, settings.signature, complaint);
 }
 
+// The last error line of the log, or, where it has none, the given text.
 std::string lastError(ClsXmlDSig& verifier, std::string_view otherwise) {
     XString line;
     verifier.get_LastErrorLine(line);
@@ -92,6 +101,8 @@ bool isStamped(ClsXmlDSig& verifier, const StringBuffer& document, std::string& 
         complaint = problem.getUtf8Sb().view();
         return false;
     }
+    // The result is read back as any reader will: what was inserted must be a time-stamp in the
+    // tree.
     ClsXmlDSig stamped;
     XString text;
     text.setFromSbUtf8(document);
@@ -107,12 +118,16 @@ bool isStamped(ClsXmlDSig& verifier, const StringBuffer& document, std::string& 
     return true;
 }
 
+// Reads, stamps, checks and writes one document. Nothing is written unless it bears a time-stamp;
+// an output file that exists is replaced.
 int stampFile(const TimestampSettings& settings, const std::string& name, std::string& complaint) {
     ClsXmlDSig verifier;
     if (!loadDocument(name, verifier, complaint)) {
         return kCannotTell;
     }
     const int count = verifier.get_NumSignatures();
+    // A signature that was named and is not there is a usage error; a document that has none is a
+    // finding.
     if (settings.signature.value_or(0) >= count) {
         complaint = count == 0 && !settings.signature
                         ? "there is no signature"
@@ -120,6 +135,7 @@ int stampFile(const TimestampSettings& settings, const std::string& name, std::s
         return settings.signature ? kCannotTell : kSomethingFails;
     }
     verifier.put_Selector(settings.signature.value_or(0));
+    // Must outlive the request, as the verifier only borrows it.
     ClsHttp http;
     verifier.SetHttpObj(http);
     ClsJsonObject options;

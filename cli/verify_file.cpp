@@ -10,6 +10,10 @@
 #include <new>
 #include <utility>
 
+// One file's verification. Its report is put together here and printed elsewhere, in the file's
+// turn: as JSON an object whose list of signatures grows while they are verified, as text a heading
+// and a block for each signature. The status, which stands before the signatures, is known only
+// behind them; hence heading and report are two texts.
 namespace vantrel::cli {
 
 namespace {
@@ -41,6 +45,7 @@ public:
         m_result.name = name;
     }
 
+    // Whatever went wrong, there is a heading with the status and, for JSON, a whole object.
     FileResult run() {
         std::string complaint;
         const bool verified = verify(complaint);
@@ -54,6 +59,8 @@ public:
     }
 
 private:
+    // Verifies the selected signatures one after the other. False, with the reason in `complaint`,
+    // when the file as a whole cannot be judged; a signature that does not verify is a result.
     bool verify(std::string& complaint) {
         ClsBinData document;
         ClsXmlDSig verifier;
@@ -90,6 +97,8 @@ private:
         return true;
     }
 
+    // Loads the document, again where it must be. Its log goes to the others, as of no signature
+    // (-1).
     bool load(ClsXmlDSig& verifier, ClsBinData& document, std::string& complaint) {
         const bool loaded = verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
@@ -99,6 +108,8 @@ private:
         return loaded;
     }
 
+    // One signature, or one of its references where that is asked for. False, with the reason in
+    // `complaint`, when nothing can be said of it.
     bool verifyOne(ClsXmlDSig& verifier, int index, bool& valid, std::string& complaint) {
         verifier.put_Selector(index);
         if (!m_settings.prepareSelected(verifier, complaint)) {
@@ -111,6 +122,7 @@ private:
         keepLog(verifier, verifier.get_Selector());
         if (!isReported) {
             complaint = "the report is larger than its limit (reportOctets)";
+            // Half a report could pass for a whole one.
             m_result.report.clear();
         }
         return isReported;
@@ -135,21 +147,17 @@ private:
         return true;
     }
 
+    // The log of the last operation, under a line that says whose it is. What the limit cuts off is
+    // not taken up again, so that no log stands there with a gap before it.
     void keepLog(ClsXmlDSig& verifier, int signature) {
-        if (!m_settings.wantsLog()) {
-            return;
-        }
-        if (m_logCut) {
+        if (!m_settings.wantsLog() || m_logCut) {
             return;
         }
         XString log;
         verifier.get_LastErrorText(log);
         m_result.errors += "--- " + printable(m_result.name);
         m_result.errors += signature < 0 ? "\n" : ", signature " + std::to_string(signature) + "\n";
-        m_result.errors += log.getUtf8Sb().view();
-        if (!m_result.errors.ends_with('\n')) {
-            m_result.errors += '\n';
-        }
+        m_result.errors += printableLines(log.getUtf8Sb().view());
         if (m_result.errors.size() > m_settings.limits().logOctets) {
             m_logCut = true;
             m_result.errors += "xmldsig: " + printable(m_result.name) +
@@ -157,6 +165,7 @@ private:
         }
     }
 
+    // The last error line, which is the reason that reports give.
     static std::string lastErrorOf(ClsXmlDSig& verifier) {
         XString line;
         verifier.get_LastErrorLine(line);
@@ -164,6 +173,7 @@ private:
                               : std::string(line.getUtf8Sb().view());
     }
 
+    // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
             m_result.heading = jsonHeading(m_result.name, m_status, complaint);

@@ -8,19 +8,23 @@
 
 namespace vantrel::cli {
 
+// How results are to be shown: not at all (--quiet), for people, or one JSON object a file.
 enum class ReportForm { None, Text, Json };
 
-// What one file's verification leaves to be printed.
+// What one file's verification leaves to be printed, by whoever knows its turn.
 struct FileResult {
     std::string name;
-    ExitCode code = kCannotTell;
+    ExitCode code = kCannotTell; // until something better is known
     // For standard output, one after the other: text, or one JSON object with its line end.
     std::string heading;
     std::string report;
     std::string errors; // for standard error: why the file could not be verified, and the log
 };
 
-// Verifies the selected signatures of one file. Never throws; out of memory is a result, too.
+// Verifies the selected signatures of one file ("-": standard input), each with all that `settings`
+// give. Never throws; out of memory is a result, too. May run in several threads at once with the
+// same settings. A report past its limit makes the file's status "error"; logs past theirs end in a
+// line that says so.
 [[nodiscard]] FileResult verifyFile(const std::string& name, const VerifySettings& settings,
                                     ReportForm form);
 

@@ -10,6 +10,9 @@
 #include <filesystem>
 #include <system_error>
 
+// Every option is checked in load(), before the first file is read: a run over ten thousand files
+// does not end in the middle because of a key that is not there. What a verifier changes or locks
+// is made anew for each; what is only looked up is shared.
 namespace vantrel::cli {
 
 namespace {
@@ -18,12 +21,14 @@ namespace {
 constexpr int kLastReferenceWithData = 100;
 constexpr int kHighestIndex = 0x7FFFFFFE;
 
+// The last error line of an operation of the library.
 std::string lastError(ClsBase& object) {
     XString line;
     object.get_LastErrorLine(line);
     return std::string(line.getUtf8Sb().view());
 }
 
+// Options that contradict each other are refused; which of them would win is nothing to guess.
 bool bothGiven(const Arguments& arguments, std::string_view one, std::string_view other,
                std::string& complaint) {
     if (arguments.has(one) && arguments.has(other)) {
@@ -37,6 +42,8 @@ bool bothGiven(const Arguments& arguments, std::string_view one, std::string_vie
 
 std::vector<OptionSpec> verificationOptions() {
     return {
+        // The order is that of the help: what is verified, with which keys and data, by which
+        // rules, and what is shown of it.
         {"--signature", "N", "only the signature with this zero-based index"},
         {"--id", "ID", "only the signature with this Id"},
         {"--no-references", "", "check signature values only"},
@@ -64,6 +71,7 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     m_verbose = arguments.has("--verbose");
     m_log = m_verbose || arguments.has("--log");
     for (const std::string& word : arguments.all("--option")) {
+        // The verifier searches the text for its words; the separator is for readers.
         m_words += (m_words.empty() ? "" : ",") + word;
     }
     if (arguments.has("--timestamps")) {
@@ -90,6 +98,7 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     return true;
 }
 
+// The key is parsed here so that a bad file is told at once, and parsed anew for each verifier.
 bool VerifySettings::loadKey(const Arguments& arguments, std::string& complaint) {
     const std::string* const path = arguments.last("--key");
     if (path == nullptr) {
@@ -112,6 +121,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
     if (bothGiven(arguments, "--hmac-key", "--hmac-key-file", complaint)) {
         return false;
     }
+    // The library knows more encodings; these are documented for the tool and hence stay.
     constexpr std::array<std::string_view, 3> kEncodings = {"hex", "base64", "ascii"};
     const std::string* const encoding = arguments.last("--hmac-encoding");
     m_hmacEncoding = encoding != nullptr ? *encoding : "hex";
@@ -125,6 +135,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
     }
     if (const std::string* const path = arguments.last("--hmac-key-file")) {
         DataBuffer secret;
+        // Wiped when it goes. The library takes a secret as text in an encoding, so raw bytes pass
+        // as base64.
         secret.setSecure(true);
         if (!readInput(*path, secret, complaint)) {
             complaint = "--hmac-key-file " + *path + ": " + complaint;
@@ -135,6 +147,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         m_hmacKey = text.view();
         m_hmacEncoding = "base64";
         text.secureClear();
+        // An empty secret would let everybody sign.
         if (m_hmacKey.empty()) {
             complaint = "--hmac-key-file " + *path + " is empty";
             return false;
@@ -143,6 +156,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
     }
     if (const std::string* const text = arguments.last("--hmac-key")) {
         m_hmacKey = *text;
+        // Tried on a verifier of its own, since decoding is the library's affair.
         ClsXmlDSig probe;
         XString key(m_hmacKey);
         XString name(m_hmacEncoding);
@@ -155,6 +169,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
 }
 
 bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
+    // One vault for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
         if (!m_vault) {
             m_vault = std::make_unique<ClsXmlCertVault>();
@@ -184,6 +199,8 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
         }
         const std::string path = given.substr(equals + 1);
         _vlLogger log;
+        // Opened to see that it can be, not read: it may be large, and is streamed when its digest
+        // is due.
         _vlFileDataSource probe;
         if (!probe.openDataSourceFile(XString(path), log)) {
             complaint = "--ref-data " + path + ": " + std::string(log.lastErrorLine());
@@ -197,11 +214,14 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
 bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::string& complaint) {
     for (const std::string& folder : arguments.all("--ref-dir")) {
         std::error_code problem;
+        // A folder that cannot be listed would make every file in it "missing", which
+        // --ignore-external forgives.
         std::filesystem::directory_iterator probe(folder, problem);
         if (problem) {
             complaint = "--ref-dir " + folder + ": " + problem.message();
             return false;
         }
+        // The library takes the folders as one text with this separator.
         if (folder.find(';') != std::string::npos) {
             complaint = "--ref-dir " + folder + ": a folder's name may not hold a semicolon";
             return false;
@@ -220,6 +240,7 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
             dsig::setLimit(m_limits, text.substr(0, equals), value)) {
             continue;
         }
+        // The names come from the table, so that the message is never out of date.
         complaint = "--limit takes NAME=VALUE with a decimal number and one of the names";
         for (const dsig::LimitEntry& entry : dsig::limitTable()) {
             complaint += " " + std::string(entry.name);
@@ -232,6 +253,7 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
 
 // The same for every limit, named or not.
 bool VerifySettings::setLimits(ClsXmlDSig& verifier) const {
+    // One that is refused does not keep the others from being set; any makes the whole fail.
     bool all = true;
     for (const dsig::LimitEntry& entry : dsig::limitTable()) {
         XString name(entry.name);
@@ -241,6 +263,7 @@ bool VerifySettings::setLimits(ClsXmlDSig& verifier) const {
     return all;
 }
 
+// For every signature of the document; tried after the keys of KeyInfo.
 bool VerifySettings::setKey(ClsXmlDSig& verifier) const {
     if (m_keyBytes.isEmpty()) {
         return true;
@@ -260,6 +283,7 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
         verifier.put_ExternalRefDirs(folders);
     }
     verifier.put_VerboseLogging(m_verbose);
+    verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line
     verifier.put_IgnoreExternalRefs(m_ignoreExternal);
     if (!setLimits(verifier)) {
         complaint = lastError(verifier);
@@ -284,6 +308,7 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
     return true;
 }
 
+// The paths were tried when the options were read; a file that went away since fails here.
 bool VerifySettings::prepareSelected(ClsXmlDSig& verifier, std::string& complaint) const {
     for (const auto& [index, path] : m_referenceData) {
         XString name(path);
@@ -308,6 +333,7 @@ bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
         return true;
     }
     if (m_signature) {
+        // put_Selector would take the last one instead, and its verdict pass for that of another.
         if (*m_signature >= count) {
             complaint = "there is no signature with index " + std::to_string(*m_signature) +
                         "; the document has " + std::to_string(count);

@@ -17,33 +17,39 @@
 
 namespace vantrel::cli {
 
-// The options that say what is verified and with what, as `verify` and `digest-input` share them.
+// The options that say what is verified and with what, as `verify` and `digest-input` share them:
+// whoever looks for the octets of a digest gives the same options as for its verification.
 [[nodiscard]] std::vector<OptionSpec> verificationOptions();
 
 // Those options, read and checked: every key, certificate, file and folder that they name is there.
-// Shared by the threads that verify; nothing here changes after load().
+// So a mistake on the command line is told once and before any work. Shared by the threads that
+// verify; nothing here changes after load(). The HMAC secret is held as text for as long.
 class VerifySettings final {
 public:
-    // False, with the reason in `complaint`: a usage error.
+    // False, with the reason in `complaint`: a usage error; the object is then of no use.
     [[nodiscard]] bool load(const Arguments& arguments, std::string& complaint);
 
     // Gives a new verifier what holds for all its signatures. False when something was refused,
-    // with the reason in `complaint`.
+    // with the reason in `complaint`. The certificates are shared, keys are the verifier's own. To
+    // be called before a document is loaded, since limits and options act on loading.
     [[nodiscard]] bool prepare(ClsXmlDSig& verifier, std::string& complaint) const;
-    // The external data, for the signature at the selector.
+    // The external data, for the signature at the selector: the verifier keeps it by signature.
     [[nodiscard]] bool prepareSelected(ClsXmlDSig& verifier, std::string& complaint) const;
     // The indexes of the selected signatures of the loaded document. False, with the reason, when
     // there is no such signature.
     [[nodiscard]] bool select(ClsXmlDSig& verifier, std::vector<int>& indexes,
                               std::string& complaint) const;
 
+    // Whether one signature is named, by index or Id; else all are meant.
     [[nodiscard]] bool selectsOne() const noexcept { return m_signature || m_id; }
     [[nodiscard]] bool checkReferences() const noexcept { return m_checkReferences; }
+    // The one reference that is asked for, if any.
     [[nodiscard]] const std::optional<int>& reference() const noexcept { return m_reference; }
     [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
     [[nodiscard]] bool wantsLog() const noexcept { return m_log; }
 
 private:
+    // The options by subject, each as load().
     [[nodiscard]] bool loadSelection(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadKey(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadHmacKey(const Arguments& arguments, std::string& complaint);
@@ -62,11 +68,11 @@ private:
     DataBuffer m_keyBytes; // parsed anew for each verifier, so that no key object is shared
     std::string m_hmacKey;
     std::string m_hmacEncoding;
-    std::unique_ptr<ClsXmlCertVault> m_vault;
-    std::vector<std::pair<int, std::string>> m_referenceData;
-    std::string m_referenceFolders;
+    std::unique_ptr<ClsXmlCertVault> m_vault;                 // null without --cert
+    std::vector<std::pair<int, std::string>> m_referenceData; // index and path
+    std::string m_referenceFolders;                           // separated by ';'
     bool m_ignoreExternal = false;
-    std::string m_words;
+    std::string m_words; // of the uncommon options, separated by ','
     bool m_log = false;
     bool m_verbose = false;
 };

@@ -27,8 +27,6 @@ class ClsXml;
 class ClsXmlCertVault;
 class DSigRefExternalData;
 class DSigReference;
-class Pkcs7SignedData;
-class XmlSigLocate;
 
 namespace text {
 struct XmlEncoding;
@@ -205,7 +203,6 @@ private:
     bool getSignedInfoField(const char* childName, const char* attrName, StringBuffer& out,
                             LogBase& log);
     bool getSignatureValue(StringBuffer& outBase64, LogBase& log);
-    bool parseFirstReference(DSigReference& first, LogBase& log);
     dsig::Document& structure();
     // The loaded document; null when no signature is selected.
     dsig::Document* document();
@@ -232,16 +229,6 @@ private:
                                      StringBuffer& unused2, DSigReference& ref, LogBase& log);
     bool removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
                                          std::uint32_t length, LogBase& log);
-
-    // verify/
-    bool verifySelected(bool verifyReferenceDigests, bool& summarise, LogBase& log);
-    bool timeStampPass(const dsig::VerifyRun& run, LogBase& log);
-    bool canonicalizeSignedInfo(dsig::VerifyRun& run, LogBase& log);
-    bool readSignatureValue(dsig::VerifyRun& run, LogBase& log);
-    bool hashSignedInfo(dsig::VerifyRun& run, LogBase& log);
-    bool gatherKeys(dsig::VerifyRun& run, LogBase& log);
-    void verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log);
-    void reportHmacKey(bool used);
 
     // keys/
     [[nodiscard]] dsig::KeyQuery keyQuery(bool keyInfoOnly);
@@ -270,15 +257,9 @@ private:
     // True when there is no time-stamp to check, or the check passes.
     bool verifyEncapsulatedTimeStamp(const StringBuffer& sigXml, const ClsXml& sigElem,
                                      LogBase& log);
-    bool verifyToken(const StringBuffer& token, DataBuffer& content, LogBase& log);
-    static void logTimeStampFailure(LogBase& log);
-    void reportTimeStamp(const Pkcs7SignedData& signedData);
-    void canonicalizeForTimeStamp(std::int32_t method, const StringBuffer& signatureValueId,
-                                  StringBuffer& out, LogBase& log) const;
     bool hasEncapsulatedTimeStamp(LogBase& log);
+    // `out` becomes the whole document with a time-stamp added; empty on failure.
     bool addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, LogBase& log);
-    static bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator,
-                                     StringBuffer& id, LogBase& log);
 
     // Read and written without the lock, from any thread.
     std::atomic<bool> m_withCommentsOption = false;

@@ -5,6 +5,7 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/check_reference.h"
+#include "dsig/reference/first_reference.h"
 #include "dsig/transform/profile_detection.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signed_octets.h"
@@ -52,7 +53,7 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         dsig::SignedOctets octets;
         dsig::CodeSet leniencies;
         return frame.finish(
-            parseFirstReference(first, m_log) &&
+            dsig::parseFirstReference(document(), selected, first, m_log) &&
             dsig::locateSelectedSignature(selected, first.m_digestValue, locator, m_log) &&
             dsig::makeSignedOctets(structure(), selected, inForce, locator, first, octets,
                                    leniencies, m_log) &&

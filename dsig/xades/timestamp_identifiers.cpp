@@ -3,20 +3,22 @@
 #include "foundation/io/Psdk.h"
 
 #include <atomic>
-#include <cstdint>
 
-namespace vantrel::dsig {
+namespace vantrel {
 
 namespace {
 
 constexpr std::uint32_t kLowest = 1000;
 constexpr std::uint32_t kHighest = 9998;
+constexpr int kParts = 4;
 
-// 0 means not seeded. Relaxed loads and stores: a lost step does no harm.
-std::atomic<std::uint32_t> generatorState{0};
+} // namespace
 
-std::uint32_t nextGroup() {
-    std::uint32_t state = generatorState.load(std::memory_order_relaxed);
+std::uint32_t _idPart() {
+    // The generator's state, 0 before it is seeded. Relaxed loads and stores: a lost step does no
+    // harm.
+    static std::atomic<std::uint32_t> _x{0};
+    std::uint32_t state = _x.load(std::memory_order_relaxed);
     if (state == 0) {
         state = Psdk::getTickCount();
     }
@@ -24,19 +26,17 @@ std::uint32_t nextGroup() {
     if (state == 0) {
         state = Psdk::getTickCount();
     }
-    generatorState.store(state, std::memory_order_relaxed);
+    _x.store(state, std::memory_order_relaxed);
     return Psdk::toIntRange(state, kLowest, kHighest);
 }
 
-} // namespace
-
 void appendXmlAttrId(StringBuffer& out) {
-    for (int group = 0; group < 4; ++group) {
-        if (group > 0) {
+    for (int part = 0; part < kParts; ++part) {
+        if (part > 0) {
             out.appendChar('-');
         }
-        out.append(static_cast<int>(nextGroup()));
+        out.append(static_cast<int>(_idPart()));
     }
 }
 
-} // namespace vantrel::dsig
+} // namespace vantrel

@@ -213,7 +213,11 @@ void _vlLogger::LogBracketed(const char* key, std::string_view text) {
     Entry entry(*this);
     entry.add(text::viewOf(key));
     entry.add(": [");
-    entry.add(shown);
+    if (m_oneLineValues) {
+        entry.addEscaped(shown);
+    } else {
+        entry.add(shown);
+    }
     entry.add("]");
     entry.addLeftOut(text.size() - shown.size());
 }

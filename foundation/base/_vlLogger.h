@@ -12,8 +12,8 @@ namespace vantrel {
 
 // The log that every public object owns: one growing text, a line an entry, contexts indented by
 // two columns. Values stand on one line, control characters escaped as in C, so that no value can
-// pass for a line of its own; only a bracketed value appears as it is. When memory runs out the
-// entry is lost and the text stays valid.
+// pass for a line of its own; only a bracketed value appears as it is, unless setOneLineValues says
+// otherwise. When memory runs out the entry is lost and the text stays valid.
 //
 // A very long value is shown cut, with the number of bytes that are left out. An entry that would
 // take the text past its limit, and everything behind it, is not taken; a last line says so. Errors
@@ -34,6 +34,9 @@ public:
     void setLastJsonData(const StringBuffer& json) override { m_lastJsonData = json; }
     void clearLastJsonData() override { m_lastJsonData.clear(); }
     [[nodiscard]] bool isRecording() const noexcept override { return !m_cut; }
+    // Escapes bracketed values like the others, so that every line of the text is a line of the
+    // log: for who shows it line by line. Off by default; forgetting the text does not change it.
+    void setOneLineValues(bool oneLine) noexcept { m_oneLineValues = oneLine; }
     // The number of bytes that the text may have, but for the line that says that it was cut.
     void setLimit(std::uint64_t bytes) noexcept;
 
@@ -80,6 +83,7 @@ private:
     StringBuffer m_lastLateError;
     std::uint32_t m_limit = kDefaultLimit;
     bool m_cut = false;
+    bool m_oneLineValues = false;
 };
 
 } // namespace vantrel

@@ -144,6 +144,42 @@ TEST(Tool, JsonHasAllItsKeys) {
     }
 }
 
+// Comments within SignedInfo are not signed, and the log shows SignedInfo: whatever stands there
+// begins no line of its own and steers no terminal.
+TEST(Tool, LogsShowHostileTextOnOneLine) {
+    const TempDir folder;
+    std::string document = readText(sourcePath("examples/invoice.xml"));
+    const std::size_t place = document.find("<SignedInfo>");
+    ASSERT_NE(place, std::string::npos);
+    const std::string_view hostile[] = {"\xC2\x9B",     "\xC2\x85",     "\x7F",
+                                        "\xE2\x80\xAE", "\xE2\x80\xA8", "\xE2\x81\xA6"};
+    std::string comment = "<!-- ]\nForged: line";
+    for (const std::string_view text : hostile) {
+        comment += text;
+    }
+    document.insert(place + std::string("<SignedInfo>").size(), comment + "\n-->");
+    const std::string file = folder.write("hostile.xml", document);
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"verify", "--log"},
+          {"verify", "--verbose"},
+          {"digest-input", "--signed-info", "--verbose"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.begin(), tool());
+        arguments.push_back(file);
+        const ProcessResult result = runProgram(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        EXPECT_NE(result.errors.find("\\nForged: line\\xc2\\x9b\\xc2\\x85"), std::string::npos)
+            << result.errors;
+        for (const std::string_view text : hostile) {
+            EXPECT_EQ(result.errors.find(text), std::string::npos) << result.errors;
+        }
+        for (const std::string& line : linesOf(result.errors)) {
+            const std::size_t start = std::min(line.find_first_not_of(' '), line.size());
+            EXPECT_FALSE(line.substr(start).starts_with("Forged")) << line;
+        }
+    }
+}
+
 // Many files on many threads come out in the order in which they went in.
 TEST(Tool, KeepsTheOrderOfTheFiles) {
     const TempDir folder;

@@ -572,6 +572,33 @@ TEST_F(TimeStamps, OfAnotherSignatureDoNotPassForOnesOwn) {
     EXPECT_TRUE(verdict.says("not the Id of the SignatureValue")) << verdict.log;
 }
 
+// The search of the text does not see what an entity stands for; the tree does. Such a time-stamp
+// is not passed over.
+TEST_F(TimeStamps, FromAnEntityFail) {
+    const std::string document = stamp(signPlain(), m_server->url()).document;
+    const struct {
+        std::string begin;
+        std::string end;
+        const char* error;
+    } cases[] = {
+        {"<ds:Object", "</ds:Object>", "comes from an entity"},
+        {"<xades:SignatureTimeStamp", "</xades:SignatureTimeStamp>", "comes from an entity"},
+        {"<ds:SignatureValue", "</ds:SignatureValue>", "Failed to load signature XML."},
+    };
+    for (const auto& one : cases) {
+        const std::string part = one.begin + between(document, one.begin, one.end) + one.end;
+        ASSERT_NE(document.find(part), std::string::npos) << one.begin;
+        const std::string entity =
+            "<!DOCTYPE r [<!ENTITY e '" + replaced(part, "\n", "&#10;") + "'>]>\n<r ";
+        const std::string hidden = replaced(replaced(document, part, "&e;"), "<r ", entity);
+        EXPECT_TRUE(verify(hidden, "", "", "").valid) << one.begin;
+        const Verdict verdict = verify(hidden);
+        EXPECT_FALSE(verdict.valid) << one.begin;
+        EXPECT_EQ(verdict.timestamp, "invalid") << one.begin;
+        EXPECT_TRUE(verdict.says(one.error)) << one.begin << verdict.log;
+    }
+}
+
 TEST_F(TimeStamps, CanonicalizationAndIdAreReadAsTheDocumentHasThem) {
     const std::string document = stamp(signPlain(), m_server->url()).document;
     const std::string method =

@@ -48,9 +48,10 @@ MAY_INCLUDE = {
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/xades": ("dsig/document", "dsig/report", "dsig/reference", "dsig/transform",
-                   "dsig/object", "foundation"),
+                   "dsig/keys", "foundation"),
     "dsig/object": ("dsig", "foundation"),
-    "dsig/verify": ("dsig", "foundation"),
+    "dsig/verify": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
+                    "dsig/xades", "foundation"),
 }
 
 # The contract class's members that belong to a room of dsig; they alone look up, to its declaration.

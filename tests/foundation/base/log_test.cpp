@@ -52,6 +52,11 @@ TEST(Logger, KeepsValuesOnOneLine) {
                                          .append(before, 'v')
                                          .append("\\n\\r\\t\\x01\\x7F\xC3\xA4Success.\n"));
     }
+    _vlLogger oneLine;
+    oneLine.setOneLineValues(true);
+    oneLine.clearLog();
+    oneLine.LogBracketed("text", "a]\nError: b");
+    EXPECT_EQ(oneLine.text().view(), "text: [a]\\nError: b]\n");
 }
 
 TEST(Logger, RemembersTheFirstAndTheLastError) {

@@ -1,0 +1,37 @@
+// The public operation that verifies a signature.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
+#include "dsig/verify/report_steps.h"
+#include "dsig/verify/verify_selection.h"
+#include "foundation/base/MethodFrame.h"
+
+namespace vantrel {
+
+bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
+    return MethodFrame::run(*this, "VerifySignature", [&](MethodFrame& frame) {
+        beginReport();
+        dsig::SignatureReport& report = m_state->report;
+        const dsig::Selection selected = selection();
+        if (!verifyReferenceDigests) {
+            report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
+            if (document() != nullptr) {
+                dsig::describeUncheckedReferences(*document(), selected, report);
+            }
+        }
+        dsig::Rules inForce = logRulesByOptions(m_log);
+        const dsig::KeyQuery keys = keyQuery(false);
+        const bool summarise = dsig::verifySelection(
+            {document(), selected, keys, m_hmacKey, &m_externalData, m_externalRefDirs, *this,
+             m_state->limits, verifyReferenceDigests, m_ignoreExternalRefs},
+            inForce, report, m_log);
+        keepRules(inForce);
+        if (verifyReferenceDigests && !report.references.empty()) {
+            m_refFailReason = dsig::publicCode(report.references.back().reason);
+        }
+        finishReport();
+        return summarise ? frame.finish(report.valid) : frame.result(report.valid);
+    });
+}
+
+} // namespace vantrel

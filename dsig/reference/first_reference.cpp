@@ -1,0 +1,17 @@
+#include "dsig/reference/first_reference.h"
+
+#include "dsig/document/signed_info.h"
+
+namespace vantrel::dsig {
+
+bool parseFirstReference(Document* document, const Selection& selection, DSigReference& first,
+                         LogBase& log) {
+    const Ref<ClsXml> reference = referenceElement(document, selection, 0, log);
+    if (!reference) {
+        log.LogError("No Reference at index 0");
+        return false;
+    }
+    return first.parseReference(*reference, log);
+}
+
+} // namespace vantrel::dsig

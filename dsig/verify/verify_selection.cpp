@@ -1,0 +1,184 @@
+#include "dsig/verify/verify_selection.h"
+
+#include "dsig/document/locate_signature.h"
+#include "dsig/document/signed_info.h"
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/keys/key_report.h"
+#include "dsig/keys/key_sources.h"
+#include "dsig/reference/first_reference.h"
+#include "dsig/verify/reference_pass.h"
+#include "dsig/verify/signature_method.h"
+#include "dsig/verify/signed_octets.h"
+#include "dsig/verify/try_keys.h"
+#include "dsig/xades/check_timestamp.h"
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/encoders.h"
+
+#include <optional>
+#include <vector>
+
+namespace vantrel::dsig {
+
+namespace {
+
+// The signature value as it stands in the document, and what it is to be checked over.
+struct SignedValue {
+    SignedOctets octets;
+    StringBuffer text; // base64
+    DataBuffer value;
+    StringBuffer method; // its identifier
+    int hashAlg = 0;
+    int keyType = 0;
+    DataBuffer hash; // of the octets; empty when the method names no digest
+};
+
+bool passTimestamp(const VerifyQuery& query, const XmlSigLocate& locator, SignatureReport& report,
+                   LogBase& log) {
+    const std::optional<TimestampResult> result = timestampPass(
+        *query.document, query.selection, locator, query.cmsOptions, query.keys.store, log);
+    if (!result) {
+        return true; // there is nothing to check
+    }
+    report.timestamp = result->valid ? "valid" : "invalid";
+    report.timestampTime = result->time;
+    report.timestampAuthority = result->authority;
+    report.timestampTrusted = result->trusted;
+    if (result->valid && !result->trusted) {
+        report.warnings.add(warning::kTimestampAuthorityNotChecked);
+    }
+    return result->valid;
+}
+
+bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
+                      const DSigReference& first, SignedValue& value, SignatureReport& report,
+                      LogBase& log) {
+    if (!makeSignedOctets(*query.document, query.selection, rules, locator, first, value.octets,
+                          report.accommodations, log)) {
+        return false;
+    }
+    if (value.octets.isInvoiceHash()) {
+        for (ReferenceReport& reference : report.references) {
+            reference.isSigned = reference.index == 0;
+        }
+    }
+    return true;
+}
+
+bool readValue(const VerifyQuery& query, SignedValue& value, LogBase& log) {
+    if (!signatureValue(query.selection.signature, value.text, log)) {
+        log.LogError("Unable to find the SignatureValue element.");
+        return false;
+    }
+    if (!ContentCoding::decodeBase64ToDb(value.text.getString(), value.text.getSize(),
+                                         value.value)) {
+        log.LogError("Failed to decode base64 SignatureValue.");
+        return false;
+    }
+    return true;
+}
+
+bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
+    if (!signedInfoField(query.selection.signature, "SignatureMethod", "Algorithm", value.method,
+                         log)) {
+        log.LogError("Unable to location the SignatureMethod algorithm within the SignedInfo.");
+        return false;
+    }
+    log.LogDataSb("SignatureMethod", value.method);
+    value.hashAlg = signatureMethodToHashAlg(value.method, log);
+    if (value.hashAlg < 0) {
+        log.LogError("Hash algorithm not implemented yet by Vantrel.");
+        return false;
+    }
+    value.keyType = signatureMethodToKeyType(value.method, log);
+    if (value.keyType < 0) {
+        log.LogError("Key type not implemented yet by Vantrel.");
+        return false;
+    }
+    // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
+    if (value.hashAlg != kHashNone) {
+        const ByteView octets = value.octets.octets();
+        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), value.hashAlg,
+                        value.hash);
+    }
+    return true;
+}
+
+// True when a value could be looked at.
+bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+               LogBase& log) {
+    if (query.hmacKey.isEmpty()) {
+        log.LogError("No HMAC key available to verify signature.");
+        return false;
+    }
+    report.valid = tryHmac(value.octets.text, query.hmacKey, value.hashAlg, value.text, log);
+    KeyReport key;
+    key.source = keysource::kExplicit.name;
+    key.type = "HMAC";
+    key.bits = static_cast<int>(query.hmacKey.getSize()) * 8;
+    key.used = report.valid;
+    report.keys = {key};
+    return true;
+}
+
+bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+                   LogBase& log) {
+    const std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
+    report.keys = describeKeys(keys);
+    if (keys.empty()) {
+        log.LogError("No public key available to verify signature.");
+        return false;
+    }
+    KeyAccount& account = query.document->keyAccount;
+    account.begin(query.selection.index);
+    const ValueOutcome outcome =
+        tryKeys({value.method, value.keyType, value.hashAlg, value.octets, value.hash, value.value,
+                 account, query.limits.keyOperations},
+                keys, log);
+    report.valid = outcome.verified;
+    if (outcome.wrongKey && !outcome.limitPassed) {
+        report.reason = kWrongKeyLine;
+    }
+    if (outcome.usedIndex >= 0) {
+        report.keys[static_cast<std::size_t>(outcome.usedIndex)].used = true;
+    }
+    return !outcome.endedEarly;
+}
+
+} // namespace
+
+bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& report,
+                     LogBase& log) {
+    log.LogDataLong("verifyReferenceDigests", query.checkReferences ? 1 : 0);
+    log.LogDataLong("selector", query.selection.index);
+    if (query.document == nullptr) {
+        log.LogError("There are no signatures.");
+        return false;
+    }
+    log.LogDataSb("SignatureId", query.selection.id);
+    if (numReferences(*query.selection.signature) == 0) {
+        log.LogError("There are no references.");
+        return false;
+    }
+    if (query.checkReferences &&
+        !checkAllReferences({query.document, query.selection, query.externalData,
+                             query.externalDirs, query.ignoreMissing},
+                            rules, report, log)) {
+        return true;
+    }
+
+    DSigReference first;
+    XmlSigLocate locator;
+    SignedValue value;
+    if (!parseFirstReference(query.document, query.selection, first, log) ||
+        !locateSelectedSignature(query.selection, first.m_digestValue, locator, log) ||
+        !passTimestamp(query, locator, report, log) ||
+        !takeSignedOctets(query, rules, locator, first, value, report, log) ||
+        !readValue(query, value, log) || !hashOctets(query, value, log)) {
+        return false;
+    }
+    return value.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
+                                         : checkWithKeys(query, value, report, log);
+}
+
+} // namespace vantrel::dsig
