@@ -103,8 +103,9 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
     if (result.reason != RefReason::Match) {
         return;
     }
-    digest.encodeDB("base64", result.computed);
-    const bool equal = isStoredDigest(result.computed, reference, log);
+    StringBuffer calculated;
+    digest.encodeDB("base64", calculated);
+    const bool equal = isStoredDigest(calculated, reference, log);
     result.reason = equal ? RefReason::Match : RefReason::Mismatch;
 }
 

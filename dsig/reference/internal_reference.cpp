@@ -38,9 +38,9 @@ void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
 
 // What was digested in fact, for the report.
 void reportCoverage(const Document& document, Coverage coverage, ReferenceReport& result) {
-    result.covers = coverage.wholeDocument          ? "document"
-                    : coverage.elements.size() == 1 ? "element"
-                                                    : "elements";
+    result.covers = coverage.wholeDocument                ? "document"
+                    : coverage.elements.all().size() == 1 ? "element"
+                                                          : "elements";
     result.coveredElements = std::move(coverage.elements);
     result.coverageKnown = coverage.known;
     result.excluded = std::move(coverage.excluded);
@@ -49,12 +49,12 @@ void reportCoverage(const Document& document, Coverage coverage, ReferenceReport
     }
     // What was cut off with all around it lies outside.
     std::erase_if(result.excluded, [&](const Exclusion& exclusion) {
-        return std::none_of(result.coveredElements.begin(), result.coveredElements.end(),
-                            [&](xml::ElementId element) {
-                                xml::TextRange range;
-                                return document.structure->sourceRange(element, range) &&
-                                       isInside(exclusion.range, range);
-                            });
+        const auto covered = result.coveredElements.all();
+        return std::none_of(covered.begin(), covered.end(), [&](xml::ElementId element) {
+            xml::TextRange range;
+            return document.structure->sourceRange(element, range) &&
+                   isInside(exclusion.range, range);
+        });
     });
 }
 
@@ -177,7 +177,6 @@ private:
     // The result is what this attempt found.
     void take(Attempt& attempt) {
         reportCoverage(*m_query.document, attempt.input.text.takeCoverage(), m_result);
-        m_result.computed = attempt.calculated;
         if (m_query.keepOctets) {
             m_result.octets.clear();
             m_result.octets.append(attempt.octets);
@@ -283,7 +282,7 @@ void describeTarget(const Document& document, const StringBuffer& fragmentId,
     // An element that is not there, or not the only one, has neither name nor path.
     result.covers = "element";
     if (target == xml::FragmentTarget::Element) {
-        result.coveredElements = {element};
+        result.coveredElements.assign({&element, 1});
     }
 }
 

@@ -11,6 +11,10 @@ bool isInside(TextRange inner, TextRange outer) noexcept {
 }
 
 void appendWithout(TextRange whole, std::vector<TextRange> absent, std::vector<TextRange>& out) {
+    if (absent.empty()) {
+        out.push_back(whole);
+        return;
+    }
     std::sort(absent.begin(), absent.end(),
               [](TextRange one, TextRange other) { return one.start < other.start; });
     std::uint32_t at = whole.start;

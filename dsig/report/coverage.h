@@ -1,6 +1,7 @@
 #ifndef DSIG_REPORT_COVERAGE_H
 #define DSIG_REPORT_COVERAGE_H
 
+#include "dsig/report/element_list.h"
 #include "foundation/xml/scan/xml_document.h"
 
 #include <string_view>
@@ -29,8 +30,8 @@ struct Exclusion {
 // behind the other, but for what was taken out.
 struct Coverage {
     bool wholeDocument = true;
-    std::vector<xml::ElementId> elements; // unless it is the whole document
-    std::vector<Exclusion> excluded;      // in the order in which it was taken out
+    ElementList elements;            // unless it is the whole document
+    std::vector<Exclusion> excluded; // in the order in which it was taken out
     bool known = true; // false: something was taken out that has no place in the loaded text
 };
 

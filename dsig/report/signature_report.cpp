@@ -77,14 +77,14 @@ void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& 
 
 void writeCoverage(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
     out.textMember("covers", reference.covers);
-    const std::vector<xml::ElementId>& elements = reference.coveredElements;
+    const ElementList& elements = reference.coveredElements;
     if (names != nullptr && reference.covers == "element" && !elements.empty()) {
         out.textMember("element", names->name(elements.front()));
         out.textMember("path", names->path(elements.front()));
     } else if (names != nullptr && reference.covers == "elements") {
         out.key("paths");
         out.beginArray();
-        for (const xml::ElementId element : elements) {
+        for (const xml::ElementId element : elements.all()) {
             out.text(names->path(element));
         }
         out.endArray();

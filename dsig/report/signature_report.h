@@ -36,12 +36,12 @@ struct ReferenceReport {
     // "document", "element", "elements" or "external"; empty when unknown. What was digested of it
     // is less by what is excluded.
     std::string_view covers;
-    std::vector<xml::ElementId> coveredElements; // in the order in which they are digested
+    ElementList coveredElements; // in the order in which they are digested
     std::vector<Exclusion> excluded;
     bool coverageKnown = true;
     CodeSet accommodations;
-    StringBuffer computed; // base64 of the digest of the attempt that matched, else of the first
-    DataBuffer octets;     // that it was computed over, where they were asked for
+    DataBuffer octets; // that were digested by the attempt that matched, else by the first; where
+                       // they were asked for
 
     [[nodiscard]] bool matched() const noexcept { return checked && reason == RefReason::Match; }
     // What the reference says of itself.

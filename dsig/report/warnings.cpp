@@ -36,7 +36,7 @@ void appendDigested(const xml::XmlDocument& document, const ReferenceReport& ref
         appendWithout(sourceRangeOf(document, 0), std::move(absent), digested);
         return;
     }
-    for (const xml::ElementId element : reference.coveredElements) {
+    for (const xml::ElementId element : reference.coveredElements.all()) {
         appendWithout(sourceRangeOf(document, element), absent, digested);
     }
 }
@@ -54,11 +54,10 @@ bool holdsManifest(Document& document, const SignatureReport& report) {
     }
     return std::any_of(
         report.references.begin(), report.references.end(), [&](const ReferenceReport& one) {
-            return std::any_of(one.coveredElements.begin(), one.coveredElements.end(),
-                               [&](xml::ElementId element) {
-                                   return std::binary_search(manifests.begin(), manifests.end(),
-                                                             element);
-                               });
+            const auto covered = one.coveredElements.all();
+            return std::any_of(covered.begin(), covered.end(), [&](xml::ElementId element) {
+                return std::binary_search(manifests.begin(), manifests.end(), element);
+            });
         });
 }
 

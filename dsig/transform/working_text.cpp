@@ -207,10 +207,16 @@ void WorkingText::narrowTo(std::span<const ElementId> apexes) {
         return;
     }
     m_coverage.wholeDocument = false;
-    m_coverage.elements.clear();
-    for (const ElementId apex : apexes) {
-        m_coverage.elements.push_back(m_map.toLoaded(apex));
+    if (apexes.size() == 1) {
+        const xml::ElementId loaded = m_map.toLoaded(apexes.front());
+        m_coverage.elements.assign({&loaded, 1});
+        return;
     }
+    std::vector<xml::ElementId> loaded;
+    for (const ElementId apex : apexes) {
+        loaded.push_back(m_map.toLoaded(apex));
+    }
+    m_coverage.elements.assign(loaded);
 }
 
 void WorkingText::canonicalized(std::span<const ElementId> apexes, StringBuffer& octets) {

@@ -117,7 +117,7 @@ TEST(WorkingText, ElementsKeepTheirPlaceInTheLoadedDocument) {
             }
             case 2:
                 ASSERT_TRUE(text.cutDownTo(extentOf(*document, pick, pick), log));
-                ASSERT_EQ(text.coverage().elements.size(), 1U);
+                ASSERT_EQ(text.coverage().elements.all().size(), 1U);
                 break;
             default: {
                 const ElementId apex[] = {pick};
