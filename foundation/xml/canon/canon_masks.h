@@ -1,10 +1,11 @@
 #ifndef FOUNDATION_XML_CANON_CANON_MASKS_H
 #define FOUNDATION_XML_CANON_CANON_MASKS_H
 
+#include "foundation/cpu/kernel_list.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 namespace vantrel::xml {
 
@@ -23,18 +24,14 @@ struct alignas(64) CanonMasks {
     friend bool operator==(const CanonMasks&, const CanonMasks&) = default;
 };
 
+// Fills masks[i] from block i of `text`, for `count` whole blocks at any address.
 using MakeCanonMasks = void (*)(const char* text, std::size_t count, CanonMasks* masks) noexcept;
 
-struct CanonMaskKernel {
-    std::string_view name;
-    bool (*supported)() noexcept;
-    MakeCanonMasks make;
-};
+using CanonMaskKernel = cpu::Kernel<MakeCanonMasks>;
 
-// Best first, "portable" last; all give the same masks.
 [[nodiscard]] std::span<const CanonMaskKernel> canonMaskKernels() noexcept;
-// The first that this processor supports, chosen once.
-[[nodiscard]] MakeCanonMasks canonMaskKernel() noexcept;
+// The first of them that may run here.
+[[nodiscard]] const CanonMaskKernel& chosenCanonMaskKernel() noexcept;
 
 } // namespace vantrel::xml
 

@@ -25,7 +25,7 @@ class CanonWindow final {
 public:
     explicit CanonWindow(std::string_view text) noexcept
         : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
-          m_make(canonMaskKernel()) {}
+          m_make(chosenCanonMaskKernel().run) {}
 
     // The walk begins at `begin`; the masks will not be asked for what lies behind `end`.
     void open(std::uint32_t begin, std::uint32_t end) noexcept {

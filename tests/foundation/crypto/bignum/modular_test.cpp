@@ -27,7 +27,7 @@ Number number(const Bytes& bytes, std::size_t limbs = 0) {
 }
 
 bool takes(const MontgomeryKernel& kernel, std::size_t limbs) {
-    return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpuSupports(kernel.needs);
+    return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpu::supports(kernel.needs);
 }
 
 TEST(MontgomeryModulus, PowersOnEveryKernel) {
@@ -111,7 +111,7 @@ TEST(MontgomeryModulus, TheFastestKernelOfAMachineIsChosen) {
                 break;
             }
         }
-        const CpuFeatureLimit limit(CpuFeature::None);
+        const cpu::FeatureLimit limit(cpu::Feature::None);
         EXPECT_EQ(chosenMontgomeryKernel(limbs).name, "portable");
     }
 }
