@@ -1,7 +1,7 @@
+#include "foundation/crypto/bignum/divisibility.h"
 #include "foundation/crypto/bignum/inverse.h"
 #include "foundation/crypto/bignum/montgomery.h"
 #include "foundation/crypto/bignum/montgomery_kernels.h"
-#include "foundation/crypto/bignum/scalar.h"
 #include "tests/support/vectors.h"
 
 #include <algorithm>
