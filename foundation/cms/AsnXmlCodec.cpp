@@ -6,7 +6,7 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
-#include "foundation/x509/no_throw.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <cstdint>
@@ -34,7 +34,7 @@ bool render(ByteView ber, bool exact, std::string& out) {
 
 bool AsnXmlCodec::derToXml(const DataBuffer& der, bool declaration, bool exact, StringBuffer& out,
                            ExtPtrArray* /*reserved*/, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         if (der.getSize() > kMaxInput) {
             log.LogError("The ASN.1 data is larger than the limit of 64 MiB.");
             return false;
@@ -49,7 +49,7 @@ bool AsnXmlCodec::derToXml(const DataBuffer& der, bool declaration, bool exact, 
 }
 
 bool AsnXmlCodec::xmlToDer(ClsXml& xml, DataBuffer& out, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::vector<std::uint8_t> der;
         if (!xml.document() || !cms::readAsnXml(*xml.document(), xml.elementId(), der)) {
             log.LogError("The XML is not a rendering of ASN.1.");

@@ -2,6 +2,7 @@
 
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/asn1/ber_normalize.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/_clsCades.h"
 #include "foundation/cms/certificate_path.h"
 #include "foundation/cms/certificate_source.h"
@@ -9,11 +10,10 @@
 #include "foundation/cms/signed_data.h"
 #include "foundation/cms/signer_check.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/LogBase.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/VantrelX509.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/oids.h"
 
 #include <string_view>
@@ -78,7 +78,7 @@ bool Pkcs7SignedData::loadPkcs7Der(const DataBuffer& der, const char* /*reserved
     otherContentType = false;
     m_data.reset();
     clearResults();
-    const bool loaded = x509::noThrow(false, [&] { return load(der, otherContentType, log); });
+    const bool loaded = text::noThrow(false, [&] { return load(der, otherContentType, log); });
     if (!loaded) {
         m_data.reset();
         m_der.clear();
@@ -116,7 +116,7 @@ bool Pkcs7SignedData::verifyOpaqueSignature(DataBuffer& content, const _clsCades
     const LogContextExitor context(log, "verifyOpaqueSignature");
     content.clear();
     clearResults();
-    const bool verified = x509::noThrow(
+    const bool verified = text::noThrow(
         false, [&] { return verify(options, store, log) && content.append(m_data->content); });
     if (!verified) {
         clearResults();

@@ -1,6 +1,8 @@
 // Requesting a time-stamp token from an authority (RFC 3161).
 
 #include "foundation/asn1/ber_normalize.h"
+#include "foundation/base/CritSecExitor.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/Pkcs7SignedData.h"
 #include "foundation/cms/_clsCades.h"
 #include "foundation/cms/cms_oids.h"
@@ -8,10 +10,8 @@
 #include "foundation/cms/timestamp_request.h"
 #include "foundation/io/ClsHttp.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/base/CritSecExitor.h"
-#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/LogBase.h"
-#include "foundation/x509/no_throw.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/oids.h"
 
 #include <string_view>
@@ -66,7 +66,7 @@ bool takeToken(const DataBuffer& reply, DataBuffer& token, LogBase& log) {
 bool Pkcs7SignedData::getTimestampToken(ClsJsonObject& options, const DataBuffer& data,
                                         const _clsCades& cades, DataBuffer& token, LogBase& log) {
     const LogContextExitor context(log, "getTimestampToken");
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         cms::TimestampRequest request;
         {
             const CritSecExitor lock(options.critSec());
