@@ -8,7 +8,8 @@
 
 namespace vantrel::xml {
 
-// A start tag at a glance. Offsets count from its '<'.
+// A start tag at a glance. Offsets count from its '<'; words have a bit for each byte from there
+// on. canon_masks.h shows one at work.
 struct TagShape {
     std::uint32_t close = 0;        // of its '>'; what follows holds when `tidy`
     bool tidy = false;              // no longer than 64 bytes, and canonical but for what is below
@@ -33,6 +34,10 @@ public:
         slideTo(begin);
     }
 
+    // The shape of the start tag at `at`. Tags longer than 64 bytes have no '>' in the word, so
+    // they are never tidy; passOver (start_tag_writer.h) reads those.
+    [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
+
     // The first byte at `at` or behind it that character data must stop at. There is one: the end
     // tag of the element that the walk is in.
     [[nodiscard]] std::uint32_t findContentStop(std::uint32_t at) noexcept {
@@ -48,12 +53,13 @@ public:
         }
     }
 
-    [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
-
 private:
+    // 8 KiB of text and 6 KiB of masks (48 bytes used of the 64 of each block): both stay in the
+    // first-level cache.
     static constexpr std::uint32_t kBlocks = 128;
 
-    // Bits from `at` on, which must lie before m_safe.
+    // 64 bits from `at` on, which must lie before m_safe: the upper end of one word and the lower
+    // end of the next. A shift by 64 is not defined, so the second is shifted in two steps.
     [[nodiscard]] std::uint64_t word(std::uint64_t CanonMasks::*row,
                                      std::uint32_t at) const noexcept {
         const std::uint32_t distance = at - m_begin;
