@@ -17,9 +17,12 @@ namespace vantrel {
 
 namespace {
 
+// Two bytes, an empty constructed element, become a rendering of some sixty: thirty times as much,
+// which for this input still fits into a text.
 constexpr std::size_t kMaxInput = std::size_t{64} << 20U;
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 
+// Without `exact` the bytes are brought to DER first, so that the writer finds nothing to note.
 bool render(ByteView ber, bool exact, std::string& out) {
     if (exact) {
         return cms::writeAsnXml(ber, out);
@@ -39,6 +42,7 @@ bool AsnXmlCodec::derToXml(const DataBuffer& der, bool declaration, bool exact, 
             log.LogError("The ASN.1 data is larger than the limit of 64 MiB.");
             return false;
         }
+        // Written apart, since `out` stays unchanged on failure.
         std::string text(declaration ? kDeclaration : std::string_view());
         if (!render(der.view(), exact, text)) {
             log.LogError("The data is not one well-formed ASN.1 element.");
@@ -51,6 +55,7 @@ bool AsnXmlCodec::derToXml(const DataBuffer& der, bool declaration, bool exact, 
 bool AsnXmlCodec::xmlToDer(ClsXml& xml, DataBuffer& out, LogBase& log) {
     return text::noThrow(false, [&] {
         std::vector<std::uint8_t> der;
+        // The subtree of the handle's element, wherever in its document that stands.
         if (!xml.document() || !cms::readAsnXml(*xml.document(), xml.elementId(), der)) {
             log.LogError("The XML is not a rendering of ASN.1.");
             return false;

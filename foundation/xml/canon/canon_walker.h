@@ -23,9 +23,9 @@ public:
     [[nodiscard]] bool finish() { return m_out.finish(); }
 
 private:
-    // Comments and processing instructions before or behind the root; between them is white space,
-    // which is not part of the canonical form. Each gets a line of its own (Canonical
-    // XML 1.0, 1.1).
+    // Comments and processing instructions before or behind the root, each on a line of its own
+    // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
+    // part of the canonical form.
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
     void walkContent(std::uint32_t at);
     // Each takes one thing that begins at `at` and returns the offset behind it.
@@ -36,8 +36,8 @@ private:
     [[nodiscard]] std::uint32_t reference(std::uint32_t at);
     [[nodiscard]] std::uint32_t greaterThan(std::uint32_t at);
     [[nodiscard]] std::uint32_t carriageReturn(std::uint32_t at);
-    // Goes on behind the hole that begins at `at`, if one does. Its elements are not counted as
-    // seen.
+    // At m_nextEvent: hands over what was passed. True when the walk goes on elsewhere: behind the
+    // hole that begins at `at`, or nowhere, since the sink refuses.
     [[nodiscard]] bool passHole(std::uint32_t& at);
     void planEvent(std::uint32_t at) noexcept;
     void putInstruction(std::string_view body);

@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    // 8 KiB of text and 6 KiB of masks (48 bytes used of the 64 of each block): both stay in the
+    // 8 KiB of text and as much of masks, which fill a cache line a block: together half of a
     // first-level cache.
     static constexpr std::uint32_t kBlocks = 128;
 
