@@ -77,7 +77,7 @@ void opensslLines(benchmark::State& state) {
 
 const bool g_registered = [] {
     for (const vantrel::text::Base64Kernel& kernel : vantrel::text::base64Kernels()) {
-        if (!kernel.supported()) {
+        if (!vantrel::cpu::supports(kernel.needs)) {
             continue;
         }
         for (const std::size_t line : {std::size_t{0}, std::size_t{76}}) {

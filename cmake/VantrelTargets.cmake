@@ -72,6 +72,15 @@ function(vantrel_test name path)
     list(APPEND libraries vantrel_${library})
   endforeach()
   add_executable(test_${name} ${sources})
-  target_link_libraries(test_${name} PRIVATE ${libraries} test_support vantrel_warnings GTest::gtest_main)
+  target_link_libraries(test_${name} PRIVATE ${libraries} test_support vantrel_warnings)
   add_test(NAME ${name} COMMAND test_${name} WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
+endfunction()
+
+# vantrel_test_kernels(limit names...): those test programs once more, with the kernels that the limit
+# allows (foundation/cpu/cpu_features.h).
+function(vantrel_test_kernels limit)
+  foreach(name IN LISTS ARGN)
+    add_test(NAME ${name}_${limit} COMMAND test_${name} --force-kernel=${limit}
+      WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
+  endforeach()
 endfunction()

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-using vantrel::crypto::cpuSupports;
 using vantrel::crypto::Hasher;
 using vantrel::crypto::HashKernel;
 using vantrel::crypto::hashKernels;
@@ -20,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t cut = message.size() * data[0] / 256;
     for (int id = 1; id <= vantrel::kHashRipemd160; ++id) {
         for (const HashKernel& kernel : hashKernels(id)) {
-            if (!cpuSupports(kernel.needs)) {
+            if (!vantrel::cpu::supports(kernel.needs)) {
                 continue;
             }
             std::uint8_t digest[kMaxDigestSize];

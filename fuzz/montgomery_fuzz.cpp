@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     modulus.power(expected, x, exponent);
     for (const MontgomeryKernel& kernel : montgomeryKernels()) {
         if (n.size() >= kernel.minLimbs && n.size() <= kernel.maxLimbs &&
-            cpuSupports(kernel.needs)) {
+            cpu::supports(kernel.needs)) {
             modulus.set(n, kernel);
             modulus.power(result, x, exponent);
             if (result != expected) {

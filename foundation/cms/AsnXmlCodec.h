@@ -12,7 +12,11 @@ class LogBase;
 class StringBuffer;
 
 // Converts between BER/DER and an XML rendering in which every element is named after its ASN.1
-// type:
+// type. SEQUENCE { OBJECT IDENTIFIER 1.2.3, INTEGER 5 } becomes
+//
+//   <sequence><oid>1.2.3</oid><int>05</int></sequence>
+//
+// No white space is added, so that none has to be told from contents. The types:
 //
 //   sequence set                  child elements
 //   bool                          "true", "false"

@@ -2,6 +2,7 @@
 
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/asn1/ber_normalize.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/cms/_clsCades.h"
 #include "foundation/cms/certificate_path.h"
 #include "foundation/cms/certificate_source.h"
@@ -9,11 +10,10 @@
 #include "foundation/cms/signed_data.h"
 #include "foundation/cms/signer_check.h"
 #include "foundation/json/ClsJsonObject.h"
-#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/LogBase.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/VantrelX509.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/oids.h"
 
 #include <string_view>
@@ -36,6 +36,8 @@ bool readOptions(const _clsCades& options, bool& requireTrusted, LogBase& log) {
         log.LogError("The CMS options are not a JSON object.");
         return false;
     }
+    // A demand that is spelled "true" or 1 would be overlooked by a reader of booleans, so only the
+    // two words of JSON are taken.
     using Kind = json::JsonValue::Kind;
     const json::JsonValue* const value = object.find("requireTrustedTsa");
     const Kind kind = value == nullptr ? Kind::False : value->kind();
@@ -47,6 +49,7 @@ bool readOptions(const _clsCades& options, bool& requireTrusted, LogBase& log) {
     return true;
 }
 
+// DER of the element at the front of `ber`; what follows is dropped.
 bool toDer(const DataBuffer& ber, DataBuffer& der) {
     std::vector<std::uint8_t> normal;
     std::size_t consumed = 0;
@@ -75,10 +78,11 @@ bool Pkcs7SignedData::loadPkcs7Der(const DataBuffer& der, const char* /*reserved
                                    int /*reservedNumber*/, bool& otherContentType,
                                    SystemCerts* /*store*/, LogBase& log) {
     const LogContextExitor context(log, "loadPkcs7Der");
+    // What was loaded before goes first, so that a failure leaves nothing of it.
     otherContentType = false;
     m_data.reset();
     clearResults();
-    const bool loaded = x509::noThrow(false, [&] { return load(der, otherContentType, log); });
+    const bool loaded = text::noThrow(false, [&] { return load(der, otherContentType, log); });
     if (!loaded) {
         m_data.reset();
         m_der.clear();
@@ -90,6 +94,8 @@ bool Pkcs7SignedData::load(const DataBuffer& der, bool& otherContentType, LogBas
     using cms::SignedDataVerdict;
     m_der = der;
     m_data = std::make_unique<cms::SignedData>();
+    // Nearly all messages are DER. What cannot be read as such may be BER: normalised once, if that
+    // changes anything, and read again. The views then point into the normalised bytes.
     std::string_view whyNot;
     SignedDataVerdict verdict = cms::parseSignedData(m_der.view(), *m_data, whyNot);
     std::size_t rest = m_der.getSize() - m_data->size;
@@ -116,7 +122,7 @@ bool Pkcs7SignedData::verifyOpaqueSignature(DataBuffer& content, const _clsCades
     const LogContextExitor context(log, "verifyOpaqueSignature");
     content.clear();
     clearResults();
-    const bool verified = x509::noThrow(
+    const bool verified = text::noThrow(
         false, [&] { return verify(options, store, log) && content.append(m_data->content); });
     if (!verified) {
         clearResults();
@@ -124,11 +130,14 @@ bool Pkcs7SignedData::verifyOpaqueSignature(DataBuffer& content, const _clsCades
     return verified;
 }
 
+// The order of the steps decides what is logged where several would fail: options, structure,
+// content, signers, trust.
 bool Pkcs7SignedData::verify(const _clsCades& options, SystemCerts* store, LogBase& log) {
     bool requireTrusted = false;
     if (!readOptions(options, requireTrusted, log)) {
         return false;
     }
+    // Opaque: the content is in the message. Without a signer everything would "verify".
     if (!m_data || !m_data->hasContent || m_data->signers.empty()) {
         log.LogError("The signed data has no content or no signer.");
         return false;
@@ -151,6 +160,7 @@ bool Pkcs7SignedData::verify(const _clsCades& options, SystemCerts* store, LogBa
     return true;
 }
 
+// RFC 3161 2.4.2: one signer, the authority, and a TSTInfo as the content.
 bool Pkcs7SignedData::readTimeStamp(LogBase& log) {
     if (m_data->signers.size() != 1) {
         log.LogError("A time-stamp token must have exactly one signer.");
@@ -168,9 +178,12 @@ bool Pkcs7SignedData::readTimeStamp(LogBase& log) {
     return true;
 }
 
+// All signers must verify: one that fails makes the message one that nobody should rely on.
 bool Pkcs7SignedData::verifySigners(SystemCerts* store, LogBase& log) {
     const cms::CertificateSource source(m_data->certificates, store);
     cms::ContentDigests digests(m_data->content);
+    // One source and one set of digests for all signers: certificates are parsed and the content is
+    // hashed once.
     bool trusted = true;
     for (const cms::SignerInfo& signer : m_data->signers) {
         const VantrelX509* certificate = nullptr;
@@ -178,6 +191,7 @@ bool Pkcs7SignedData::verifySigners(SystemCerts* store, LogBase& log) {
             (m_isTimeStamp && !cms::isMadeForTimeStamping(*certificate, log))) {
             return false;
         }
+        // The first signer stands for all in the report.
         if (&signer == m_data->signers.data()) {
             DistinguishedName::fromDer(certificate->subject(), true, m_signerSubject);
             DistinguishedName::fromDer(certificate->issuer(), true, m_signerIssuer);

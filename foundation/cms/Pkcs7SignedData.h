@@ -23,6 +23,21 @@ struct SignedData;
 struct TimestampRequest;
 } // namespace cms
 
+// How such a message nests, and which file of this folder reads or checks a piece:
+//
+//   ContentInfo                            signed_data.h
+//     SignedData
+//       eContentType, eContent             the content; of a time-stamp token a TSTInfo, tst_info.h
+//       certificates                       certificate_source.h; the way up, certificate_path.h
+//       SignerInfo, one a signer           signer_check.h
+//         issuer and serial, or key id     names the certificate
+//         signedAttrs                      signed_attributes.h
+//           content-type, message-digest   bind the content
+//           signing-certificate (v1, v2)   signing_certificate.h
+//         signature                        over signedAttrs, or over the content without them
+//
+// A time-stamp token comes from an authority: timestamp_request.h.
+
 // A CMS ContentInfo that holds SignedData (RFC 5652), such as an RFC 3161 time-stamp token. BER
 // with indefinite lengths and constructed strings is accepted. The object keeps what it loaded;
 // nothing else is owned. No function throws.
@@ -40,6 +55,7 @@ public:
     bool loadPkcs7Der(const DataBuffer& der, const char* reservedName, int reservedNumber,
                       bool& otherContentType, SystemCerts* store, LogBase& log);
 
+    // Needs a message that loadPkcs7Der took; may be called again, with another store or options.
     // Verifies every signer (at least one) over the encapsulated content and, when all verify,
     // `content` := that content. False, with `content` empty and an error line, otherwise.
     //
@@ -91,6 +107,7 @@ public:
     [[nodiscard]] std::uint32_t numSigners() const noexcept;
 
 private:
+    // The bodies of the public functions, which catch what these throw (std::bad_alloc).
     void clearResults() noexcept;
     [[nodiscard]] bool load(const DataBuffer& der, bool& otherContentType, LogBase& log);
     [[nodiscard]] bool verify(const _clsCades& options, SystemCerts* store, LogBase& log);
@@ -101,6 +118,7 @@ private:
     [[nodiscard]] bool isTrusted(const VantrelX509& certificate,
                                  const cms::CertificateSource& source, LogBase& log) const;
 
+    // Results are set by the steps as they succeed, and cleared again when a later one fails.
     DataBuffer m_der; // what the views of m_data and m_tstInfo point into
     std::unique_ptr<cms::SignedData> m_data;
     bool m_isTimeStamp = false;

@@ -19,9 +19,11 @@ using x509::XmlElement;
 
 namespace {
 
+// X.690 8.1.3: the first length octet, and how many more the long form may have (FF is reserved).
 constexpr std::uint8_t kIndefinite = 0x80;
 constexpr std::uint32_t kMaxLengthOctets = 126;
 
+// Decimal digits and nothing else, below 2^32.
 bool parseNumber(std::string_view text, std::uint32_t& value) noexcept {
     const char* const end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
@@ -40,6 +42,7 @@ struct Description {
     std::uint32_t lengthOctets = 0; // 0: as few as can be
 };
 
+// length="indefinite" or length="n". Only constructed elements can be indefinite (X.690 8.1.3.2).
 bool describeLength(const XmlElement& element, Description& d) {
     std::string value;
     if (!element.attribute("length", value)) {
@@ -51,6 +54,8 @@ bool describeLength(const XmlElement& element, Description& d) {
                               d.lengthOctets <= kMaxLengthOctets;
 }
 
+// Everything that the element's name and attributes say; attributes that have no meaning are
+// ignored.
 bool describe(const XmlElement& element, Description& d) {
     std::string value;
     d.type = asnXmlTypeByName(element.localName());
@@ -61,6 +66,8 @@ bool describe(const XmlElement& element, Description& d) {
     if (d.type != nullptr) {
         d.number = d.type->number;
         d.constructed = marked || d.type->form == AsnXmlForm::Children;
+        // A string may be cut into pieces, each an element; other types cannot be constructed, or
+        // always are.
         if (marked && !asn1::isStringType(d.number)) {
             return false;
         }
@@ -72,6 +79,7 @@ bool describe(const XmlElement& element, Description& d) {
         d.classBits = static_cast<unsigned>(classBits);
         d.constructed = marked;
     }
+    // What is known by its number only has no text form.
     d.base64 = d.type == nullptr;
     if (element.attribute("encoding", value)) {
         if (value != "base64") {
@@ -85,6 +93,8 @@ bool describe(const XmlElement& element, Description& d) {
     return describeLength(element, d);
 }
 
+// Walks the subtree without recursion. Contents are written as they come and the length is put
+// before them when their end is known: a byte moves at most once a level, and levels are few.
 class AsnXmlReader {
 public:
     AsnXmlReader(const xml::XmlDocument& document, std::vector<std::uint8_t>& out) noexcept
@@ -134,6 +144,7 @@ private:
             m_levels.push_back({d, m_document.firstChild(id), m_out.size()});
             return true;
         }
+        // Primitive: the text directly in the element, references resolved.
         std::string text;
         element.appendContent(text);
         const std::size_t start = m_out.size();
@@ -148,13 +159,15 @@ private:
         const Level level = m_levels.back();
         m_levels.pop_back();
         if (level.description.indefinite) {
+            // end-of-contents, X.690 8.1.5
             m_out.insert(m_out.end(), 2, 0);
             return true;
         }
         return insertLength(level.description, level.start);
     }
 
-    // X.690 8.1.2
+    // X.690 8.1.2: class, form and number in one octet, or numbers from 31 on behind it, seven bits an
+    // octet, the highest first.
     void appendIdentifier(const Description& d) {
         const unsigned leading = d.classBits << 6U | (d.constructed ? 0x20U : 0U);
         if (d.number < 31) {
@@ -172,7 +185,8 @@ private:
         m_out.push_back(static_cast<std::uint8_t>(d.number & 0x7FU));
     }
 
-    // Puts the length before the contents that begin at `start`.
+    // Puts the length before the contents that begin at `start`: in its shortest form, or in as
+    // many octets as the rendering says. False when they are too few.
     bool insertLength(const Description& d, std::size_t start) {
         const std::size_t length = m_out.size() - start;
         const auto at = m_out.begin() + static_cast<std::ptrdiff_t>(start);

@@ -4,6 +4,8 @@ namespace vantrel::cms {
 
 namespace {
 
+// By tag number. A type that is missing here (REAL, EXTERNAL, RELATIVE-OID, ...) is still carried,
+// as <universal tag="9">.
 constexpr AsnXmlType kTypes[] = {
     {"bool", 1, AsnXmlForm::Boolean},
     {"int", 2, AsnXmlForm::Hex},
@@ -29,6 +31,7 @@ constexpr AsnXmlType kTypes[] = {
     {"bmp", 30, AsnXmlForm::WideText},
 };
 
+// X.690 8.1.2.2: bits 8 and 7 of the identifier octet.
 constexpr std::string_view kClasses[] = {"universal", "application", "contextSpecific", "private"};
 
 } // namespace

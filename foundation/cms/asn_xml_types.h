@@ -8,14 +8,14 @@ namespace vantrel::cms {
 
 // How the contents of a type stand in the XML rendering (AsnXmlCodec.h).
 enum class AsnXmlForm : std::uint8_t {
-    Children,
-    Boolean,
-    Hex,
-    Bits,
+    Children, // constructed: one element after the other
+    Boolean,  // "true" for FF, "false" for 00, the two values of DER
+    Hex,      // two digits a byte: INTEGER and ENUMERATED, whose numbers may be of any length
+    Bits,     // base64, without the leading byte that counts unused bits
     Base64,
-    Empty,
+    Empty, // no text and no contents
     Oid,
-    Text,
+    Text,    // the bytes are the text
     WideText // BMPString and UniversalString, as UTF-8
 };
 
@@ -26,7 +26,8 @@ struct AsnXmlType {
     AsnXmlForm form;
 };
 
-// Null when there is none.
+// The types of the rendering, found by their universal tag number (X.680 8.4) or their name. Null
+// when there is none: then the element is written by class and number.
 [[nodiscard]] const AsnXmlType* asnXmlTypeByNumber(std::uint32_t universalNumber) noexcept;
 [[nodiscard]] const AsnXmlType* asnXmlTypeByName(std::string_view name) noexcept;
 

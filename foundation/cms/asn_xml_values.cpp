@@ -27,7 +27,9 @@ std::string_view trimmed(std::string_view text) noexcept {
     return text;
 }
 
-// Text that an XML document holds and a reader gives back unchanged.
+// Text that an XML document holds and a reader gives back unchanged: valid UTF-8 without what
+// XML 1.0 2.2 excludes, no CR (which becomes LF, 2.11), and no white space at its ends, which
+// readers may trim.
 bool isXmlSafe(std::string_view text) noexcept {
     if (text.empty()) {
         return true;
@@ -41,10 +43,12 @@ bool isXmlSafe(std::string_view text) noexcept {
             return false;
         }
     }
+    // U+FFFE and U+FFFF
     return text.find("\xEF\xBF\xBE") == std::string_view::npos &&
            text.find("\xEF\xBF\xBF") == std::string_view::npos && text::isValidUtf8(text);
 }
 
+// '>' as well: "]]>" must not stand in character data.
 void appendEscaped(std::string_view text, std::string& out) {
     for (const char c : text) {
         switch (c) {
@@ -76,12 +80,16 @@ std::uint32_t takeCodePoint(std::string_view& text) noexcept {
     return c;
 }
 
+// A number of 16 or 32 bits, big-endian (X.690 8.23.7, 8.23.8).
 void appendUnit(std::uint32_t value, unsigned bytes, std::vector<std::uint8_t>& out) {
     for (unsigned shift = 8 * bytes; shift != 0; shift -= 8) {
         out.push_back(static_cast<std::uint8_t>(value >> (shift - 8)));
     }
 }
 
+// UTF-8 to the contents of a UniversalString, four bytes a character, or of a BMPString, two.
+// BMPString knows no characters above FFFF; writers put surrogates there, which are read and
+// written alike.
 bool appendWide(std::uint32_t number, std::string_view text, std::vector<std::uint8_t>& out) {
     if (!text::isValidUtf8(text)) {
         return false;
@@ -100,6 +108,8 @@ bool appendWide(std::uint32_t number, std::string_view text, std::vector<std::ui
     return true;
 }
 
+// Some encodings have a text but another encoding (leading zeros in an arc): those do not go this
+// way.
 bool appendOidText(ByteView contents, std::string& out) {
     const std::size_t before = out.size();
     asn1::OidBytes again;
@@ -125,6 +135,7 @@ bool appendWideText(std::uint32_t number, ByteView contents, std::string& out) {
     return true;
 }
 
+// X.690 8.6.2: the first byte counts the unused bits of the last, 0 to 7.
 bool appendBitsText(ByteView contents, std::string& out, unsigned& unused) {
     if (contents.empty() || contents[0] > 7) {
         return false;
@@ -170,6 +181,7 @@ bool appendValueText(const AsnXmlType& type, ByteView contents, std::string& out
     unused = 0;
     switch (type.form) {
     case AsnXmlForm::Boolean:
+        // BER has any byte but 00 for TRUE; other values than FF would not come back.
         if (contents.size() != 1 || (contents[0] != 0x00 && contents[0] != 0xFF)) {
             return false;
         }

@@ -11,6 +11,10 @@
 
 namespace vantrel::cms {
 
+// The values of primitive elements, from octets to text and back. The two directions check each
+// other: a text is used only where reading it gives the same octets again, so that a rendering
+// loses nothing.
+
 // Appends the text of a primitive value in the form of its type, markup characters escaped. False,
 // with `out` unchanged, when the form cannot carry these contents exactly. `unused` is the number
 // of unused bits, of a BIT STRING.
@@ -18,7 +22,8 @@ namespace vantrel::cms {
                                    unsigned& unused);
 
 // The inverse: appends the contents octets that the text (references resolved) stands for. False
-// when it is not of that form.
+// when it is not of that form; `out` may then have grown. White space around a word, a number or an
+// identifier is passed over, since people edit renderings; in a text it counts.
 [[nodiscard]] bool appendValueBytes(const AsnXmlType& type, std::string_view text, unsigned unused,
                                     std::vector<std::uint8_t>& out);
 

@@ -16,6 +16,8 @@ using asn1::BerHeader;
 
 namespace {
 
+// Reads one header at a time. `m_levels` are the constructed elements that are open; the innermost
+// one holds what is left to be read.
 class AsnXmlWriter {
 public:
     AsnXmlWriter(ByteView ber, std::string& out) noexcept : m_rest(ber), m_out(out) {}
@@ -39,6 +41,7 @@ private:
         bool indefinite;
     };
 
+    // What is to be read next; headers and contents are taken off its front.
     ByteView& input() noexcept { return m_levels.empty() ? m_rest : m_levels.back().rest; }
 
     bool step() {
@@ -47,6 +50,7 @@ private:
             return false;
         }
         const ByteView after = input().subspan(header.size);
+        // Two zero octets end an element of indefinite length, and are nothing anywhere else.
         if (header.isEndOfContents()) {
             if (m_levels.empty() || !m_levels.back().indefinite) {
                 return false;
@@ -69,8 +73,13 @@ private:
         }
         const AsnXmlType* const type =
             header.isUniversal() ? asnXmlTypeByNumber(header.number) : nullptr;
+        // <sequence> and <set> are constructed by their names; <octets constructed="1"> is a string
+        // in pieces; all else goes by class and number.
         const bool plain = type != nullptr && type->form == AsnXmlForm::Children;
         const bool string = type != nullptr && asn1::isStringType(header.number);
+        // The contents of a definite level are cut off its parent at once; those of an indefinite
+        // one end where its end-of-contents octets stand, so that it takes all its parent has left
+        // and gives the rest back (closeLevel).
         Level level;
         level.name = plain || string ? type->name : asnXmlClassName(header.identifier >> 6U);
         level.indefinite = header.indefinite;
@@ -102,6 +111,8 @@ private:
         closeTag(level.name);
     }
 
+    // Contents that their type's form cannot carry go as base64, and the attribute says so.
+    // Elements that are known by class and number only are always base64.
     void writePrimitive(const BerHeader& header, ByteView contents) {
         const AsnXmlType* type = header.isUniversal() ? asnXmlTypeByNumber(header.number) : nullptr;
         if (type != nullptr && type->form == AsnXmlForm::Children) {

@@ -42,6 +42,8 @@ DerReader extensionsOf(const VantrelX509& certificate) noexcept {
     if (!reader.enter(Tag::Sequence, body)) {
         return extensions;
     }
+    // TBSCertificate ::= SEQUENCE { ..., extensions [3] EXPLICIT Extensions OPTIONAL }
+    // The certificate was parsed when it was loaded, so the fields before it are only passed over.
     DerElement field;
     while (body.readAny(field)) {
         if (field.tag == asn1::contextConstructed(3)) {
@@ -52,6 +54,8 @@ DerReader extensionsOf(const VantrelX509& certificate) noexcept {
     return extensions;
 }
 
+// RFC 5280 4.2: who meets a critical extension that he does not know must refuse the certificate. A
+// malformed list counts as such.
 bool hasUnknownCriticalExtension(const VantrelX509& certificate) noexcept {
     DerReader extensions = extensionsOf(certificate);
     while (!extensions.atEnd()) {
@@ -71,20 +75,25 @@ bool hasUnknownCriticalExtension(const VantrelX509& certificate) noexcept {
     return false;
 }
 
+// Both ends belong to the validity (RFC 5280 4.1.2.5).
 bool isValidAt(const VantrelX509& certificate, std::int64_t time) noexcept {
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
     return certificate.validity(notBefore, notAfter) && notBefore <= time && time <= notAfter;
 }
 
-// One search, depth first. Certificates on the way are distinct, so that a loop of issuers ends.
+// One search, depth first. Certificates on the way are distinct, so that a loop of issuers ends. It
+// recurses once an issuer, kMaxPathLength at most. `whyNot` keeps the last thing that stood in the
+// way.
 class PathSearch {
 public:
     PathSearch(const CertificateSource& source, std::int64_t time, std::string_view& whyNot,
                LogBase& log)
         : m_source(source), m_time(time), m_whyNot(whyNot), m_log(log) {}
 
-    // `authoritiesBelow`: authorities already on the way that are not self-issued.
+    // Goes on from `certificate`, which was found acceptable. `authoritiesBelow`: authorities
+    // already on the way that are not self-issued, which is what pathLenConstraint counts (RFC
+    // 5280 4.2.1.9).
     bool extend(const VantrelX509& certificate, int authoritiesBelow) {
         m_path.push_back(&certificate);
         const bool found = extendFrom(certificate, authoritiesBelow);
@@ -105,6 +114,8 @@ public:
     }
 
 private:
+    // Issuers of the store come first: the first of them that fits ends the search, whatever its
+    // own issuer.
     bool extendFrom(const VantrelX509& certificate, int authoritiesBelow) {
         std::size_t fromStore = 0;
         const std::vector<const VantrelX509*> issuers =
@@ -114,6 +125,7 @@ private:
             if (isOnPath(issuer) || !mayHaveIssued(certificate, issuer, authoritiesBelow)) {
                 continue;
             }
+            // What the store holds is trusted by that alone; its own issuer is not asked for.
             if (i < fromStore) {
                 return true;
             }
@@ -134,6 +146,7 @@ private:
         });
     }
 
+    // The checks of one step (RFC 5280 6.1.3 and 6.1.4), the cheap ones first.
     bool mayHaveIssued(const VantrelX509& certificate, const VantrelX509& issuer,
                        int authoritiesBelow) {
         if (m_tried == kMaxIssuersTried) {
@@ -141,6 +154,10 @@ private:
             return false;
         }
         ++m_tried;
+        // BasicConstraints ::= SEQUENCE {
+        //     cA                 BOOLEAN DEFAULT FALSE,
+        //     pathLenConstraint  INTEGER (0..MAX) OPTIONAL }
+        // KeyUsage, where there is one, must have the bit keyCertSign.
         bool isCa = false;
         int pathLength = -1;
         std::uint32_t usage = 0;
@@ -153,6 +170,7 @@ private:
             m_whyNot = "an issuer does not allow as many authorities below it";
             return false;
         }
+        // Names only say who claims to have issued it; the signature is the proof.
         _vlPublicKey key;
         std::string_view keyFault;
         if (!x509::loadSubjectPublicKeyInfo(issuer.publicKeyInfo(), key, keyFault) ||
@@ -175,6 +193,7 @@ private:
 
 bool leadsToStore(const VantrelX509& certificate, const CertificateSource& source,
                   std::int64_t time, std::string_view& whyNot, LogBase& log) {
+    // What remains the reason when no issuer is found at all.
     whyNot = "no issuer is in the store";
     PathSearch search(source, time, whyNot, log);
     return search.isAcceptable(certificate) &&

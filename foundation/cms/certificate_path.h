@@ -14,7 +14,11 @@ namespace cms {
 
 class CertificateSource;
 
-// Most issuers between a certificate and the one of the store, and most issuers tried in all.
+// Whether a time-stamp authority may be believed: the way from its certificate up to the store.
+
+// Most issuers between a certificate and the one of the store, and most issuers tried in all. Each
+// try may cost a signature verification with a key that the message brought along; certificates
+// that share a name could otherwise be combined into any number of ways.
 inline constexpr std::size_t kMaxPathLength = 10;
 inline constexpr std::size_t kMaxIssuersTried = 40;
 

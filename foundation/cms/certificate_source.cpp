@@ -40,6 +40,8 @@ bool hasKeyId(const VantrelX509& certificate, ByteView keyId) {
                      keyId);
 }
 
+// Serial numbers are compared as they are encoded. DER has one form for a number, and a certificate
+// that breaks that rule is named by signers with the same bytes.
 bool isMeant(const VantrelX509& certificate, const SignerInfo& signer) {
     if (!signer.keyIdentifier.empty()) {
         return hasKeyId(certificate, signer.keyIdentifier);
@@ -52,7 +54,8 @@ bool isSameCertificate(const VantrelX509& a, const VantrelX509& b) noexcept {
     return sameBytes(a.certificate(), b.certificate());
 }
 
-// RFC 5280 4.2.1.1
+// The key identifier of a certificate's issuer (RFC 5280 4.2.1.1). False when it names none; it is
+// a hint and no proof, so a malformed one counts as none.
 bool authorityKeyId(const VantrelX509& certificate, ByteView& keyId) noexcept {
     ByteView value;
     bool critical = false;
@@ -66,6 +69,8 @@ bool authorityKeyId(const VantrelX509& certificate, ByteView& keyId) noexcept {
            !keyId.empty();
 }
 
+// A message may carry one certificate a hundred times over, and each candidate costs a
+// verification.
 void addOnce(const VantrelX509* certificate, std::vector<const VantrelX509*>& out) {
     const auto same = [certificate](const VantrelX509* other) {
         return isSameCertificate(*certificate, *other);
@@ -79,6 +84,8 @@ void addOnce(const VantrelX509* certificate, std::vector<const VantrelX509*>& ou
 
 CertificateSource::CertificateSource(std::span<const ByteView> certificates, SystemCerts* store)
     : m_store(store) {
+    // In the order of the message. What cannot be parsed is no fault of the message: sets of
+    // certificates are put together by whoever passes them on.
     LogNull quiet;
     for (const ByteView der : certificates) {
         m_carried.emplace_back();
@@ -102,9 +109,12 @@ std::vector<const VantrelX509*> CertificateSource::signerCandidates(
 
 std::vector<const VantrelX509*> CertificateSource::issuerCandidates(const VantrelX509& certificate,
                                                                     std::size_t& fromStore) const {
+    // The store answers with one certificate a question, so it is asked twice: by key, which finds
+    // the right one of several of the same name, and by name.
     std::vector<const VantrelX509*> found;
     ByteView keyId;
     if (authorityKeyId(certificate, keyId)) {
+        // A key identifier is any bytes that the issuer chose; the name must agree.
         const VantrelX509* const named = byKeyId(keyId);
         if (named != nullptr && sameName(named->subject(), certificate.issuer())) {
             addOnce(named, found);
@@ -121,6 +131,8 @@ std::vector<const VantrelX509*> CertificateSource::issuerCandidates(const Vantre
     return found;
 }
 
+// Three indexes, since a store may hold several certificates of one name, number or key, and
+// answers with the first.
 bool CertificateSource::storeHolds(const VantrelX509& certificate) const {
     const VantrelX509* const numbered =
         byIssuerAndSerial(certificate.issuer(), certificate.serialNumber());
@@ -160,6 +172,7 @@ const VantrelX509* CertificateSource::bySubject(const VantrelX509& named, bool s
         return nullptr;
     }
     LogNull quiet;
+    // `values` only receives what the store's interface also tells.
     XString dn;
     XString values;
     dn.setFromSbUtf8(text);
@@ -168,6 +181,8 @@ const VantrelX509* CertificateSource::bySubject(const VantrelX509& named, bool s
     return found != nullptr && sameName(found->subject(), wanted) ? found : nullptr;
 }
 
+// The store's index is by the issuer's common name and the number as text, which is less than the
+// whole name; callers compare that.
 const VantrelX509* CertificateSource::byIssuerAndSerial(ByteView issuer, ByteView serial) const {
     std::string commonName;
     std::string number;

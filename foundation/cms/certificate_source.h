@@ -29,6 +29,8 @@ public:
     CertificateSource& operator=(const CertificateSource&) = delete;
 
     // The certificates that a signer may mean: those of the message first, then that of the store.
+    // Each stands there once, however often it is carried. The pointers are valid as long as this
+    // object and the store.
     [[nodiscard]] std::vector<const VantrelX509*> signerCandidates(const SignerInfo& signer) const;
 
     // The certificates that carry the name of the issuer of `certificate`. The first `fromStore` of
@@ -40,13 +42,15 @@ public:
     [[nodiscard]] bool storeHolds(const VantrelX509& certificate) const;
 
 private:
+    // Look-ups in the store; null when it has none, or there is no store. `subject`: the
+    // certificate whose subject is the subject of `named`, else that whose subject is its issuer.
     [[nodiscard]] const VantrelX509* fromStore(const SignerInfo& signer) const;
     [[nodiscard]] const VantrelX509* byKeyId(ByteView keyId) const;
     [[nodiscard]] const VantrelX509* bySubject(const VantrelX509& named, bool subject) const;
     [[nodiscard]] const VantrelX509* byIssuerAndSerial(ByteView issuer, ByteView serial) const;
 
-    std::deque<VantrelX509> m_carried;
-    SystemCerts* m_store;
+    std::deque<VantrelX509> m_carried; // a deque, since pointers to its elements are handed out
+    SystemCerts* m_store;              // not owned; may be null
 };
 
 } // namespace cms

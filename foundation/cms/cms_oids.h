@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
-// Object identifiers of signed data and time-stamps, as contents octets.
+// Object identifiers of signed data and time-stamps, as contents octets: what stands behind tag and
+// length (X.690 8.19). 2A 86 48 86 F7 0D is { iso(1) member-body(2) us(840) rsadsi(113549) }; under
+// it 1 7 is pkcs-7, 1 9 is pkcs-9.
 namespace vantrel::cms::oid {
 
 // RFC 5652 4, 5.1, 11: content types and attributes

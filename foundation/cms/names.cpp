@@ -9,6 +9,7 @@ namespace vantrel::cms {
 
 namespace {
 
+// The key by which the store finds names, so that message and store are compared alike.
 bool canonicalKey(ByteView name, StringBuffer& key) {
     LogNull quiet;
     StringBuffer text;

@@ -16,6 +16,7 @@ using x509::sameBytes;
 
 namespace {
 
+// AttributeValue ::= ANY
 // Puts the one value of an attribute into `slot`, which no attribute may have filled before.
 bool takeOnlyValue(DerReader values, ByteView& slot) noexcept {
     DerElement value;
@@ -26,6 +27,8 @@ bool takeOnlyValue(DerReader values, ByteView& slot) noexcept {
     return true;
 }
 
+// Replaces the value in `slot` by its contents. False when the attribute was absent, or is of
+// another type.
 bool unwrap(Tag tag, ByteView& slot) noexcept {
     DerReader reader(slot);
     return reader.read(tag, slot) && !slot.empty();
@@ -34,6 +37,7 @@ bool unwrap(Tag tag, ByteView& slot) noexcept {
 } // namespace
 
 bool parseSignedAttributes(ByteView elements, SignedAttributes& out) noexcept {
+    // SignedAttributes ::= SET SIZE (1..MAX) OF Attribute
     SignedAttributes found;
     DerReader set(elements);
     for (std::size_t count = 0; !set.atEnd(); ++count) {
@@ -60,6 +64,8 @@ bool parseSignedAttributes(ByteView elements, SignedAttributes& out) noexcept {
             return false;
         }
     }
+    // content-type ::= OBJECT IDENTIFIER, message-digest ::= OCTET STRING: RFC 5652 11.1 and 11.2
+    // demand both. The other two stay whole, for signing_certificate.h.
     if (!unwrap(Tag::Oid, found.contentType) || !unwrap(Tag::OctetString, found.messageDigest)) {
         return false;
     }
@@ -74,6 +80,8 @@ bool encodeSignedAttributes(ByteView elements, bool sorted, std::vector<std::uin
     while (set.readAny(element)) {
         order.push_back(element.whole);
     }
+    // X.690 11.6 pads the shorter encoding with zeros. Comparing as words of a dictionary gives the
+    // same order: an encoding begins with its own length, so none is the beginning of another.
     const auto before = [](ByteView a, ByteView b) {
         return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
     };

@@ -18,6 +18,9 @@ using x509::sameBytes;
 
 namespace {
 
+// Each function below reads one field, or one run of them, off the front of its reader, and leaves
+// in `whyNot` what was being read when it failed.
+
 // RFC 5652 5.2
 bool parseContent(DerReader& body, SignedData& out, std::string_view& whyNot) noexcept {
     whyNot = "the encapsulated content is malformed";
@@ -31,6 +34,8 @@ bool parseContent(DerReader& body, SignedData& out, std::string_view& whyNot) no
         return false;
     }
     //     eContent      [0] EXPLICIT OCTET STRING OPTIONAL }
+    // PKCS #7 (RFC 2315) allows any type in place of the octet string; a signature over that would
+    // be over other bytes, so it is refused.
     if (encapsulated.atEnd()) {
         return true;
     }
@@ -40,7 +45,7 @@ bool parseContent(DerReader& body, SignedData& out, std::string_view& whyNot) no
     return out.hasContent && encapsulated.atEnd();
 }
 
-// RFC 5652 10.2.3
+// RFC 5652 10.2.3. Only where they begin and end: a certificate that is never asked for is not parsed.
 bool parseCertificates(DerReader& body, SignedData& out, std::string_view& whyNot) {
     whyNot = "the set of certificates is malformed";
     // certificates [0] IMPLICIT SET OF CertificateChoices OPTIONAL
@@ -56,8 +61,12 @@ bool parseCertificates(DerReader& body, SignedData& out, std::string_view& whyNo
         if (!set.readAny(choice)) {
             return false;
         }
+        // CertificateChoices ::= CHOICE {
+        //     certificate          Certificate,
+        //     extendedCertificate  [0] IMPLICIT ExtendedCertificate,  -- obsolete
+        //     v1AttrCert, v2AttrCert, other  [1] to [3] IMPLICIT ... }
         if (choice.tag != Tag::Sequence) {
-            continue; // attribute certificates and the like
+            continue; // no certificate of a key
         }
         if (out.certificates.size() == kMaxCertificates) {
             whyNot = "there are too many certificates";
@@ -77,6 +86,7 @@ bool parseSignerIdentifier(DerReader& fields, SignerInfo& out) noexcept {
         return fields.read(contextPrimitive(0), out.keyIdentifier) && !out.keyIdentifier.empty();
     }
     // IssuerAndSerialNumber ::= SEQUENCE { issuer Name, serialNumber INTEGER }
+    // Neither form may be empty: an empty key identifier says which form it is (signed_data.h).
     DerReader name;
     return fields.enter(Tag::Sequence, name) && name.readWhole(Tag::Sequence, out.issuer) &&
            name.read(Tag::Integer, out.serialNumber) && !out.serialNumber.empty() && name.atEnd();
@@ -88,12 +98,16 @@ bool parseSignerInfo(DerReader fields, SignerInfo& out) noexcept {
     //     version             CMSVersion,
     //     sid                 SignerIdentifier,
     //     digestAlgorithm     DigestAlgorithmIdentifier,
+    // The version follows from the form of the identifier (1 or 3). Nothing else hangs on it,
+    // so it must be a small number and no more.
     std::int64_t version = 0;
     if (!asn1::readSmallInteger(fields, version) || !parseSignerIdentifier(fields, out) ||
         !fields.readWhole(Tag::Sequence, out.digestAlgorithm)) {
         return false;
     }
     //     signedAttrs         [0] IMPLICIT SignedAttributes OPTIONAL,
+    // Kept as they stand. They are signed under the tag of a SET, not under [0]
+    // (encodeSignedAttributes).
     if (fields.nextIs(contextConstructed(0))) {
         if (!fields.read(contextConstructed(0), out.signedAttributes)) {
             return false;
@@ -103,11 +117,14 @@ bool parseSignerInfo(DerReader fields, SignerInfo& out) noexcept {
     //     signatureAlgorithm  SignatureAlgorithmIdentifier,
     //     signature           OCTET STRING,
     //     unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
+    // Unsigned attributes vouch for nothing, so what stands in them is not looked at.
     return fields.readWhole(Tag::Sequence, out.signatureAlgorithm) &&
            fields.read(Tag::OctetString, out.signature) &&
            fields.skipOptional(contextConstructed(1)) && fields.atEnd();
 }
 
+// SignedData without a signer is well formed: it is how certificates are passed on. Whether that is
+// enough is for the caller to say.
 bool parseSigners(DerReader& body, SignedData& out, std::string_view& whyNot) {
     whyNot = "a signer is malformed";
     // SignerInfos ::= SET OF SignerInfo
@@ -140,17 +157,21 @@ bool parseBody(DerReader& content, SignedData& out, std::string_view& whyNot) {
     }
     //     version           CMSVersion,
     //     digestAlgorithms  DigestAlgorithmIdentifiers,
+    // The digest algorithms are a hint for readers that hash while they read; each signer names his
+    // own, which is the one that counts.
     std::int64_t version = 0;
     ByteView digests;
     if (!asn1::readSmallInteger(body, version) || !body.read(Tag::Set, digests)) {
         return false;
     }
+    // A message of version 1 to 5 differs in what may stand below, not in its order.
     //     encapContentInfo  EncapsulatedContentInfo,
     //     certificates      [0] IMPLICIT CertificateSet OPTIONAL,
     if (!parseContent(body, out, whyNot) || !parseCertificates(body, out, whyNot)) {
         return false;
     }
     //     crls              [1] IMPLICIT RevocationInfoChoices OPTIONAL,
+    // Passed over: revocation is not checked here (certificate_path.h).
     whyNot = "the revocation data are malformed";
     if (!body.skipOptional(contextConstructed(1))) {
         return false;
@@ -184,6 +205,7 @@ SignedDataVerdict parseSignedData(ByteView der, SignedData& out, std::string_vie
         !parseBody(content, out, whyNot)) {
         return SignedDataVerdict::Malformed;
     }
+    // Some senders pad; the caller is told what the message itself took.
     out.size = der.size() - reader.rest().size();
     return SignedDataVerdict::Parsed;
 }

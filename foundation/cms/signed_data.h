@@ -9,7 +9,12 @@
 
 namespace vantrel::cms {
 
-// Most certificates and most signers that are read from one SignedData.
+// What is read of CMS signed data (RFC 5652): its structure, nothing more. Nothing here verifies;
+// signer_check.h does, with the certificates of certificate_source.h.
+
+// Most certificates and most signers that are read from one SignedData. A time-stamp
+// token has one signer and a handful of certificates; each signer costs at least one verification
+// with a key of the sender's choice.
 inline constexpr std::size_t kMaxCertificates = 100;
 inline constexpr std::size_t kMaxSigners = 16;
 
@@ -21,6 +26,7 @@ struct SignerInfo {
     ByteView serialNumber;
     ByteView keyIdentifier;
     ByteView digestAlgorithm; // AlgorithmIdentifier, with header
+    // An empty set that is there is malformed, while none at all is not.
     bool hasSignedAttributes = false;
     ByteView signedAttributes;   // the elements of the set
     ByteView signatureAlgorithm; // AlgorithmIdentifier, with header
@@ -30,17 +36,21 @@ struct SignerInfo {
 // SignedData (RFC 5652 5.1). Views point into the parsed bytes.
 struct SignedData {
     ByteView contentType; // contents of the object identifier
+    // False for a detached signature, whose content is elsewhere. Content that is there may be
+    // empty.
     bool hasContent = false;
-    ByteView content;
+    ByteView content;                   // contents of the octet string
     std::vector<ByteView> certificates; // X.509 only, with headers
     std::vector<SignerInfo> signers;
     std::size_t size = 0; // bytes that the ContentInfo took
 };
 
+// Malformed and OtherContentType are told apart since only the first may be BER that wants to be
+// normalised (ber_normalize.h) and read once more.
 enum class SignedDataVerdict { Parsed, Malformed, OtherContentType };
 
-// Reads a DER ContentInfo that holds SignedData. Unless it is parsed, `out` is unusable and
-// `whyNot` is a text of static lifetime. May throw std::bad_alloc.
+// Reads a DER ContentInfo that holds SignedData, at the front of `der`; bytes may follow. Unless it
+// is parsed, `out` is unusable and `whyNot` is a text of static lifetime. May throw std::bad_alloc.
 [[nodiscard]] SignedDataVerdict parseSignedData(ByteView der, SignedData& out,
                                                 std::string_view& whyNot);
 

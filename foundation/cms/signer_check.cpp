@@ -35,16 +35,18 @@ struct Claim {
     SignatureAlgorithm algorithm;
     int digestId = kHashNone;
     std::vector<std::uint8_t> attributes; // the encoded set, when there are signed attributes
-    ByteView signedBytes;
+    ByteView signedBytes;                 // of `attributes`, or the content
     ByteView signature;
 };
 
+// digestAlgorithm and signatureAlgorithm of SignerInfo, and the signature itself.
 bool readAlgorithms(const SignerInfo& signer, Claim& claim, LogBase& log) {
     claim.digestId = x509::parseDigestAlgorithm(signer.digestAlgorithm);
     if (claim.digestId == kHashNone) {
         log.LogError("The digest algorithm of the signed data is not supported.");
         return false;
     }
+    // The parameters are parsed with it: those of RSA-PSS say which hash and mask (RFC 8017 A.2.3).
     if (!x509::parseSignatureAlgorithm(signer.signatureAlgorithm, claim.algorithm)) {
         std::string name;
         log.LogError("The signature algorithm of the signed data is not supported.");
@@ -57,7 +59,7 @@ bool readAlgorithms(const SignerInfo& signer, Claim& claim, LogBase& log) {
     return true;
 }
 
-// RFC 5652 11.1, 11.2
+// RFC 5652 11.1, 11.2: the attributes belong to this content, by its type and by its digest.
 bool attributesMatch(const SignedData& data, const SignedAttributes& attributes, int digestId,
                      ContentDigests& digests, LogBase& log) {
     if (!sameBytes(attributes.contentType, data.contentType)) {
@@ -71,6 +73,7 @@ bool attributesMatch(const SignedData& data, const SignedAttributes& attributes,
     return true;
 }
 
+// One verification, of one order of the attributes, with one key.
 bool verifies(const Claim& claim, const _vlPublicKey& key, LogBase& log) {
     SignatureAlgorithm algorithm = claim.algorithm;
     if (algorithm.hashId != kHashNone &&
@@ -86,12 +89,16 @@ bool verifies(const Claim& claim, const _vlPublicKey& key, LogBase& log) {
     return x509::verifySignedBytes(algorithm, key, claim.signedBytes, claim.signature, log);
 }
 
-// The signature over the set of attributes as DER has it, or over the order in which it stands.
+// The signature over the set of attributes as DER has it (RFC 5652 5.4), or over the order in which
+// it stands: some signers hash what they wrote and did not sort. Without attributes it is over the
+// content.
 bool verifiesInAnyOrder(Claim& claim, const SignerInfo& signer, const _vlPublicKey& key,
                         LogBase& log) {
     if (!signer.hasSignedAttributes) {
         return verifies(claim, key, log);
     }
+    // First as DER has it, which nearly all signers mean; then, if that is another order at all, as
+    // it stands.
     const bool reordered = encodeSignedAttributes(signer.signedAttributes, true, claim.attributes);
     claim.signedBytes = claim.attributes;
     if (verifies(claim, key, log)) {
@@ -109,6 +116,8 @@ bool verifiesInAnyOrder(Claim& claim, const SignerInfo& signer, const _vlPublicK
     return true;
 }
 
+// A certificate whose key cannot be read may be one of several of that name; so it is no error, and
+// the log says only what was wrong with it.
 bool verifiesWith(Claim& claim, const SignerInfo& signer, const VantrelX509& certificate,
                   LogBase& log) {
     _vlPublicKey key;
@@ -120,7 +129,8 @@ bool verifiesWith(Claim& claim, const SignerInfo& signer, const VantrelX509& cer
     return verifiesInAnyOrder(claim, signer, key, log);
 }
 
-// RFC 5035 2
+// RFC 5035 2: an attribute that is there must name the certificate. A key may have several
+// certificates; the attribute keeps somebody else from putting another of them in its place.
 bool isNamedBy(const SignedAttributes& attributes, const VantrelX509& certificate) {
     return (attributes.signingCertificate.empty() ||
             namesCertificate(attributes.signingCertificate, certificate)) &&
@@ -128,6 +138,8 @@ bool isNamedBy(const SignedAttributes& attributes, const VantrelX509& certificat
             namesCertificateV2(attributes.signingCertificateV2, certificate));
 }
 
+// Tries the candidates in their order. The two ways to fail are told apart, since "the signature is
+// invalid" would be a wrong answer where it is only that the certificate was exchanged.
 bool findVerifyingCertificate(Claim& claim, const SignerInfo& signer,
                               const SignedAttributes& attributes, const CertificateSource& source,
                               const VantrelX509*& certificate, LogBase& log) {
@@ -178,6 +190,7 @@ bool checkSigner(const SignedData& data, const SignerInfo& signer, ContentDigest
     if (!readAlgorithms(signer, claim, log)) {
         return false;
     }
+    // RFC 5652 5.4: what is signed is the encoding of the attributes, or without them the content.
     SignedAttributes attributes;
     if (signer.hasSignedAttributes) {
         if (!parseSignedAttributes(signer.signedAttributes, attributes)) {
@@ -199,6 +212,8 @@ bool checkSigner(const SignedData& data, const SignerInfo& signer, ContentDigest
 }
 
 bool isMadeForTimeStamping(const VantrelX509& certificate, LogBase& log) {
+    // id-kp-timeStamping alone, and critical (RFC 3161 2.3). KeyUsage may be absent: then the key
+    // may do everything (RFC 5280 4.2.1.3).
     bool present = false;
     bool named = false;
     bool onlyOne = false;

@@ -15,7 +15,7 @@ using x509::sameBytes;
 
 namespace {
 
-// The first ESSCertID or ESSCertIDv2 of the attribute.
+// The first ESSCertID or ESSCertIDv2 of the attribute, whose two versions differ in that type only.
 bool firstIdentifier(ByteView attribute, DerReader& identifier) noexcept {
     DerReader reader(attribute);
     // SigningCertificate ::= SEQUENCE {
@@ -28,6 +28,7 @@ bool firstIdentifier(ByteView attribute, DerReader& identifier) noexcept {
            certs.enter(Tag::Sequence, identifier);
 }
 
+// The rest of an identifier, which may be empty: the hash alone names the certificate well enough.
 // IssuerSerial ::= SEQUENCE { issuer GeneralNames, serialNumber CertificateSerialNumber }
 bool issuerSerialMatches(DerReader& identifier, const VantrelX509& certificate) {
     if (identifier.atEnd()) {
@@ -41,7 +42,10 @@ bool issuerSerialMatches(DerReader& identifier, const VantrelX509& certificate) 
         !issuerSerial.atEnd()) {
         return false;
     }
+    // GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
     // GeneralName ::= CHOICE { ..., directoryName [4] Name, ... }
+    // Of the names there must be one, of that form. The tag is explicit although those of the
+    // module are implicit: a Name is a CHOICE, which has no tag that another could replace (X.680).
     DerReader directoryName;
     ByteView issuer;
     return names.enter(asn1::contextConstructed(4), directoryName) && names.atEnd() &&
@@ -49,6 +53,7 @@ bool issuerSerialMatches(DerReader& identifier, const VantrelX509& certificate) 
            sameBytes(serial, certificate.serialNumber()) && sameName(issuer, certificate.issuer());
 }
 
+// An unknown hash gives an empty digest, which matches nothing.
 bool hashMatches(int hashId, ByteView expected, const VantrelX509& certificate) noexcept {
     std::uint8_t digest[crypto::kMaxDigestSize];
     const ByteView computed = crypto::hashBytes(hashId, certificate.certificate(), digest);
@@ -58,6 +63,7 @@ bool hashMatches(int hashId, ByteView expected, const VantrelX509& certificate) 
 } // namespace
 
 bool namesCertificate(ByteView attribute, const VantrelX509& certificate) {
+    // certHash is the SHA-1 of the whole certificate, in DER.
     // ESSCertID ::= SEQUENCE { certHash OCTET STRING, issuerSerial IssuerSerial OPTIONAL }
     DerReader identifier;
     ByteView hash;

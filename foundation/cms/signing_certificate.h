@@ -9,6 +9,10 @@ class VantrelX509;
 
 namespace cms {
 
+// The signing-certificate attributes (RFC 5035): a signer says by the hash of his certificate
+// which one he means, under his own signature. The first certificate in the list is the signer's;
+// those behind it, which may restrict the path, are not looked at.
+
 // Whether the first certificate that a signing-certificate attribute names is `certificate`: by its
 // hash and, where the attribute gives them, by issuer and serial number. `attribute` is the
 // attribute's value, with header. False also when it is malformed or its hash is not known.

@@ -48,10 +48,12 @@ int hashFromName(std::string_view name) {
     return kHashNone;
 }
 
+// An option that is absent has its default; any other value than a boolean is read as boolOf does.
 bool boolOption(const ClsJsonObject& options, std::string_view name, bool otherwise) {
     return options.find(name) == nullptr ? otherwise : options.boolOf(name);
 }
 
+// hashAlgorithm. `hashId` keeps its default when there is none.
 bool readHash(const ClsJsonObject& options, int& hashId, LogBase& log) {
     StringBuffer name;
     if (!options.stringOf("hashAlgorithm", name)) {
@@ -66,6 +68,8 @@ bool readHash(const ClsJsonObject& options, int& hashId, LogBase& log) {
     return true;
 }
 
+// Everything but the nonce and the digest. Options of other names are ignored: one object may serve
+// several operations.
 bool readOptions(const ClsJsonObject& options, TimestampRequest& request, LogBase& log) {
     StringBuffer text;
     if (!options.stringOf("tsaUrl", text) || text.isEmpty()) {
@@ -82,12 +86,14 @@ bool readOptions(const ClsJsonObject& options, TimestampRequest& request, LogBas
     if (options.stringOf("policyOid", text)) {
         request.policy = text.view();
     }
+    // A negative time means none of its own; one that is too long is as long as can be.
     constexpr std::int64_t kLongest = std::numeric_limits<int>::max();
     request.timeoutMs =
         static_cast<int>(std::clamp<std::int64_t>(options.intOf("timeoutMs"), 0, kLongest));
     return true;
 }
 
+// std::random_device may throw where the system's source cannot be opened.
 bool drawNonce(std::array<std::uint8_t, 8>& nonce, LogBase& log) {
     try {
         std::random_device random;
@@ -98,7 +104,8 @@ bool drawNonce(std::array<std::uint8_t, 8>& nonce, LogBase& log) {
         log.LogError("The system has no random numbers for the nonce.");
         return false;
     }
-    // As an INTEGER it is positive and has no shorter form.
+    // As an INTEGER it is positive and has no shorter form: the top bit is clear and the next one
+    // set. 62 bits stay random.
     nonce[0] = static_cast<std::uint8_t>((nonce[0] & 0x3FU) | 0x40U);
     return true;
 }
@@ -107,6 +114,7 @@ bool drawNonce(std::array<std::uint8_t, 8>& nonce, LogBase& log) {
 
 bool makeTimestampRequest(const ClsJsonObject& options, ByteView data, TimestampRequest& request,
                           LogBase& log) {
+    // An imprint of nothing would fit every other empty thing.
     if (data.empty()) {
         log.LogError("There is nothing to be time-stamped.");
         return false;
@@ -128,6 +136,8 @@ bool encodeTimestampRequest(const TimestampRequest& request, std::vector<std::ui
     writer.open(Tag::Sequence);
     writer.writeUnsigned(1);
     //     messageImprint  MessageImprint,
+    // MessageImprint ::= SEQUENCE { hashAlgorithm AlgorithmIdentifier, hashedMessage OCTET STRING }
+    // Parameters: NULL, which readers take as they take none (RFC 5754 2).
     writer.open(Tag::Sequence);
     writer.open(Tag::Sequence);
     bool good = hash != nullptr && writer.writeOid(hash->oid);
@@ -142,6 +152,7 @@ bool encodeTimestampRequest(const TimestampRequest& request, std::vector<std::ui
         writer.write(Tag::Integer, request.nonce);
     }
     //     certReq         BOOLEAN DEFAULT FALSE }
+    // DER leaves out a default, so that FALSE is never written. No extensions are sent.
     if (request.requestCertificate) {
         writer.writeBoolean(true);
     }
@@ -155,6 +166,7 @@ bool encodeTimestampRequest(const TimestampRequest& request, std::vector<std::ui
 }
 
 bool answersRequest(const TstInfo& info, const TimestampRequest& request, LogBase& log) {
+    // The algorithm as well as the hash: one of them alone says nothing.
     if (info.hashId != request.hashId || !sameBytes(info.imprint, request.imprint())) {
         log.LogError("The time-stamp token is not over the data that was sent.");
         return false;
@@ -163,6 +175,7 @@ bool answersRequest(const TstInfo& info, const TimestampRequest& request, LogBas
         log.LogError("The time-stamp token does not repeat the nonce of the request.");
         return false;
     }
+    // Where no policy was asked for, the authority chooses (RFC 3161 2.4.1).
     asn1::OidBytes policy;
     if (!request.policy.empty() &&
         !(asn1::oidFromText(request.policy, policy) && sameBytes(info.policy, policy.view()))) {

@@ -19,10 +19,13 @@ namespace cms {
 
 struct TstInfo;
 
+// The exchange with a time-stamp authority (RFC 3161), without the transport: the request that is
+// sent, the response, and whether the one answers the other.
+
 // What is asked of a time-stamp authority (RFC 3161 2.4.1).
 struct TimestampRequest {
     std::string url;
-    int timeoutMs = 0; // 0: that of the connection
+    int timeoutMs = 0; // for the whole exchange; 0: that of the connection
     int hashId = kHashSha256;
     bool requestCertificate = true;
     std::string policy; // dotted; empty for any
@@ -48,7 +51,8 @@ struct TimestampRequest {
 // reasons that the authority gives are logged.
 [[nodiscard]] bool readTimestampResponse(ByteView response, ByteView& token, LogBase& log);
 
-// Whether the token answers the request: same imprint, nonce and policy. False with one error line.
+// Whether the token answers the request: same imprint, nonce and policy (RFC 3161 2.2). The nonce
+// keeps an old token over the same data from being taken for a new one. False with one error line.
 [[nodiscard]] bool answersRequest(const TstInfo& info, const TimestampRequest& request,
                                   LogBase& log);
 

@@ -16,13 +16,15 @@ using asn1::Tag;
 namespace {
 
 // PKIStatus (RFC 3161 2.4.2)
+// grantedWithMods is a success as well: what was modified shows when the token is compared with the
+// request (answersRequest).
 constexpr std::int64_t kGranted = 0;
 constexpr std::int64_t kGrantedWithMods = 1;
 constexpr std::string_view kStatusNames[] = {"granted",           "grantedWithMods",
                                              "rejection",         "waiting",
                                              "revocationWarning", "revocationNotification"};
 
-// PKIFailureInfo (RFC 3161 2.4.2)
+// PKIFailureInfo (RFC 3161 2.4.2): a named-bit list, bit 0 the highest of the first byte.
 struct FailureBit {
     unsigned bit;
     std::string_view name;
@@ -36,6 +38,7 @@ constexpr FailureBit kFailures[] = {{0, "badAlg"},
                                     {17, "addInfoNotAvailable"},
                                     {25, "systemFailure"}};
 
+// What PKIStatusInfo says. `texts`: the elements of statusString, at its end when there are none.
 struct Status {
     std::int64_t code = 0;
     DerReader texts;
@@ -54,7 +57,9 @@ bool readStatus(DerReader& answer, Status& out) noexcept {
            fields.atEnd();
 }
 
+// What the authority says goes to the log; nothing hangs on it.
 void logStatus(const Status& status, LogBase& log) {
+    // The numbers come from outside: one beyond the list is "unknown".
     const bool known = status.code >= 0 && status.code < std::ssize(kStatusNames);
     log.logText("pkiStatus", known ? kStatusNames[static_cast<std::size_t>(status.code)]
                                    : std::string_view("unknown"));
@@ -86,6 +91,7 @@ bool readTimestampResponse(ByteView response, ByteView& token, LogBase& log) {
         log.LogError("The time-stamp authority refused the request.");
         return false;
     }
+    // RFC 3161 2.4.2: the token must be there when the status is one of these two.
     if (!answer.readWhole(Tag::Sequence, token) || !answer.atEnd()) {
         log.LogError("The time-stamp authority granted the request, but sent no usable token.");
         return false;

@@ -25,6 +25,7 @@ bool parseImprint(DerReader& info, TstInfo& out, std::string_view& whyNot) {
         return false;
     }
     out.hashId = x509::parseDigestAlgorithm(out.hashAlgorithm);
+    // A shorter imprint would be easier to forge, a longer one cannot be compared.
     whyNot = "the imprint has not the size of its algorithm";
     return out.hashId == kHashNone || out.imprint.size() == crypto::hashDigestSize(out.hashId);
 }
@@ -35,6 +36,7 @@ bool parseAccuracy(DerReader& info, std::int64_t& micros) noexcept {
     if (!info.nextIs(Tag::Sequence)) {
         return true;
     }
+    // 35 000 years: no authority means it, and a million times as much still fits into 64 bits.
     constexpr std::int64_t kLargestSeconds = std::int64_t{1} << 40;
     DerReader accuracy;
     std::int64_t seconds = 0;
@@ -49,6 +51,7 @@ bool parseAccuracy(DerReader& info, std::int64_t& micros) noexcept {
         !accuracy.atEnd()) {
         return false;
     }
+    // RFC 3161 2.4.2 has 1 to 999. An explicit zero says the same as nothing and passes.
     if (seconds < 0 || seconds > kLargestSeconds || milliPart < 0 || milliPart > 999 ||
         microPart < 0 || microPart > 999) {
         return false;
@@ -94,6 +97,7 @@ bool parseOptional(DerReader& info, TstInfo& out, std::string_view& whyNot) noex
         return false;
     }
     //     nonce           INTEGER OPTIONAL,
+    // Of any length: only ever compared with the one that was sent, byte by byte.
     whyNot = "the nonce is malformed";
     if (info.nextIs(Tag::Integer)) {
         if (!info.read(Tag::Integer, out.nonce) || out.nonce.empty()) {
@@ -102,17 +106,20 @@ bool parseOptional(DerReader& info, TstInfo& out, std::string_view& whyNot) noex
         out.hasNonce = true;
     }
     //     tsa             [0] GeneralName OPTIONAL,
+    // A hint at the signer, who is known by his certificate; its contents are not read.
     //     extensions      [1] IMPLICIT Extensions OPTIONAL }
     whyNot = "the authority's name is malformed";
     if (info.nextIs(contextConstructed(0)) && !info.read(contextConstructed(0), out.tsa)) {
         return false;
     }
+    // The end of the sequence: fields of a later version would change what is said.
     return checkExtensions(info, whyNot) && info.atEnd();
 }
 
 } // namespace
 
 bool parseTstInfo(ByteView der, TstInfo& out, std::string_view& whyNot) {
+    // `whyNot` is set before each piece, so that it names the one that was wrong.
     TstInfo parsed;
     DerReader reader(der);
     // TSTInfo ::= SEQUENCE {
@@ -122,7 +129,7 @@ bool parseTstInfo(ByteView der, TstInfo& out, std::string_view& whyNot) {
         return false;
     }
     //     version         INTEGER { v1(1) },
-    //     policy          TSAPolicyId,
+    //     policy          TSAPolicyId,   -- an OBJECT IDENTIFIER
     whyNot = "the version or the policy is malformed";
     std::int64_t version = 0;
     if (!asn1::readSmallInteger(info, version) || version != 1 ||
@@ -133,7 +140,7 @@ bool parseTstInfo(ByteView der, TstInfo& out, std::string_view& whyNot) {
     if (!parseImprint(info, parsed, whyNot)) {
         return false;
     }
-    //     serialNumber    INTEGER,
+    //     serialNumber    INTEGER,       -- up to 160 bits, so it stays as it is
     //     genTime         GeneralizedTime,
     whyNot = "the serial number or the time is malformed";
     if (!info.read(Tag::Integer, parsed.serialNumber) || parsed.serialNumber.empty() ||

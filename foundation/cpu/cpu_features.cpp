@@ -8,7 +8,7 @@
 #include <cpuid.h>
 #endif
 
-namespace vantrel::crypto {
+namespace vantrel::cpu {
 
 namespace {
 
@@ -45,69 +45,71 @@ std::uint64_t savedRegisters(const CpuidRegisters& basic) noexcept {
     return (static_cast<std::uint64_t>(high) << 32) | low;
 }
 
-CpuFeature detect() noexcept {
+Feature detect() noexcept {
     const CpuidRegisters basic = cpuid(1);
     const CpuidRegisters extended = cpuid(7);
     const std::uint64_t saved = savedRegisters(basic);
     const bool savesYmm = hasBits(saved, 0x06) && hasBits(basic.c, 1U << 28);
     const bool savesZmm = savesYmm && hasBits(saved, 0xe6);
 
-    CpuFeature found = CpuFeature::None;
-    const auto add = [&found](CpuFeature feature, bool present) {
+    Feature found = Feature::None;
+    const auto add = [&found](Feature feature, bool present) {
         if (present) {
             found = found | feature;
         }
     };
     const bool hasSse41 = hasBits(basic.c, (1U << 9) | (1U << 19));
-    add(CpuFeature::Ssse3, hasBits(basic.c, 1U << 9));
-    add(CpuFeature::Sse41, hasSse41);
-    add(CpuFeature::Sha, hasSse41 && hasBits(extended.b, 1U << 29));
-    add(CpuFeature::Bmi2, hasBits(extended.b, (1U << 3) | (1U << 8)));
-    add(CpuFeature::Adx, hasBits(extended.b, 1U << 19));
-    add(CpuFeature::Avx2, savesYmm && hasBits(extended.b, 1U << 5));
+    add(Feature::Sse2, true);
+    add(Feature::Ssse3, hasBits(basic.c, 1U << 9));
+    add(Feature::Sse41, hasSse41);
+    add(Feature::Sha, hasSse41 && hasBits(extended.b, 1U << 29));
+    add(Feature::Bmi2, hasBits(extended.b, (1U << 3) | (1U << 8)));
+    add(Feature::Adx, hasBits(extended.b, 1U << 19));
+    add(Feature::Avx2, savesYmm && hasBits(extended.b, 1U << 5));
 
     constexpr unsigned kAvx512Parts = (1U << 16) | (1U << 17) | (1U << 30) | (1U << 31);
     if (savesZmm && hasBits(extended.b, kAvx512Parts)) {
-        add(CpuFeature::Avx512, true);
-        add(CpuFeature::Avx512Ifma, hasBits(extended.b, 1U << 21));
-        add(CpuFeature::Avx512Vbmi, hasBits(extended.c, (1U << 1) | (1U << 6)));
+        add(Feature::Avx512, true);
+        add(Feature::Avx512Ifma, hasBits(extended.b, 1U << 21));
+        add(Feature::Avx512Vbmi, hasBits(extended.c, (1U << 1) | (1U << 6)));
     }
     return found;
 }
 
 #else
 
-CpuFeature detect() noexcept { return CpuFeature::None; }
+Feature detect() noexcept { return Feature::None; }
 
 #endif
 
-constexpr CpuFeature kSse41Level = CpuFeature::Ssse3 | CpuFeature::Sse41;
-constexpr CpuFeature kAvx2Level =
-    kSse41Level | CpuFeature::Avx2 | CpuFeature::Bmi2 | CpuFeature::Adx | CpuFeature::Sha;
-constexpr CpuFeature kAvx512Level =
-    kAvx2Level | CpuFeature::Avx512 | CpuFeature::Avx512Ifma | CpuFeature::Avx512Vbmi;
+constexpr Feature kSse41Level = Feature::Sse2 | Feature::Ssse3 | Feature::Sse41;
+constexpr Feature kAvx2Level =
+    kSse41Level | Feature::Avx2 | Feature::Bmi2 | Feature::Adx | Feature::Sha;
+constexpr Feature kAvx512Level =
+    kAvx2Level | Feature::Avx512 | Feature::Avx512Ifma | Feature::Avx512Vbmi;
 
-using NamedFeature = std::pair<std::string_view, CpuFeature>;
+using NamedFeature = std::pair<std::string_view, Feature>;
 
 constexpr NamedFeature kLevels[] = {
-    {"native", kAvx512Level}, {"portable", CpuFeature::None}, {"sse41", kSse41Level},
-    {"avx2", kAvx2Level},     {"avx512", kAvx512Level},
+    {"native", kAvx512Level}, {"portable", Feature::None}, {"sse2", Feature::Sse2},
+    {"sse41", kSse41Level},   {"avx2", kAvx2Level},        {"avx512", kAvx512Level},
 };
 
 constexpr NamedFeature kFeatures[] = {
-    {"ssse3", CpuFeature::Ssse3},
-    {"sse41", CpuFeature::Sse41},
-    {"avx2", CpuFeature::Avx2},
-    {"bmi2", CpuFeature::Bmi2},
-    {"adx", CpuFeature::Adx},
-    {"sha", CpuFeature::Sha},
-    {"avx512", CpuFeature::Avx512 | CpuFeature::Avx512Ifma | CpuFeature::Avx512Vbmi},
-    {"avx512ifma", CpuFeature::Avx512Ifma},
-    {"avx512vbmi", CpuFeature::Avx512Vbmi},
+    {"sse2", Feature::Sse2},
+    {"ssse3", Feature::Ssse3},
+    {"sse41", Feature::Sse41},
+    {"avx2", Feature::Avx2},
+    {"bmi2", Feature::Bmi2},
+    {"adx", Feature::Adx},
+    {"sha", Feature::Sha},
+    {"avx512", Feature::Avx512 | Feature::Avx512Ifma | Feature::Avx512Vbmi},
+    {"avx512ifma", Feature::Avx512Ifma},
+    {"avx512vbmi", Feature::Avx512Vbmi},
 };
 
 template <std::size_t N>
-bool findNamed(const NamedFeature (&table)[N], std::string_view name, CpuFeature& found) noexcept {
+bool findNamed(const NamedFeature (&table)[N], std::string_view name, Feature& found) noexcept {
     for (const auto& [known, feature] : table) {
         if (known == name) {
             found = feature;
@@ -121,20 +123,20 @@ bool findNamed(const NamedFeature (&table)[N], std::string_view name, CpuFeature
 
 namespace detail {
 
-constinit std::atomic<std::uint32_t> cpuFeaturesInUse{0};
+constinit std::atomic<std::uint32_t> featuresInUse{0};
 
 // Threads that come here together compute the same value.
-std::uint32_t detectCpuFeaturesOnce() noexcept {
-    const std::uint32_t features = static_cast<std::uint32_t>(detect()) | kCpuKnown;
+std::uint32_t detectOnce() noexcept {
+    const std::uint32_t features = static_cast<std::uint32_t>(detect()) | kKnown;
     std::uint32_t expected = 0;
-    return cpuFeaturesInUse.compare_exchange_strong(expected, features) ? features : expected;
+    return featuresInUse.compare_exchange_strong(expected, features) ? features : expected;
 }
 
 } // namespace detail
 
-bool parseCpuLimit(std::string_view text, CpuFeature& allowed) noexcept {
+bool parseLimit(std::string_view text, Feature& allowed) noexcept {
     std::size_t comma = text.find(',');
-    CpuFeature result = CpuFeature::None;
+    Feature result = Feature::None;
     if (!findNamed(kLevels, text.substr(0, comma), result)) {
         return false;
     }
@@ -142,7 +144,7 @@ bool parseCpuLimit(std::string_view text, CpuFeature& allowed) noexcept {
         text.remove_prefix(comma + 1);
         comma = text.find(',');
         const std::string_view item = text.substr(0, comma);
-        CpuFeature excluded = CpuFeature::None;
+        Feature excluded = Feature::None;
         if (item.empty() || item[0] != '-' || !findNamed(kFeatures, item.substr(1), excluded)) {
             return false;
         }
@@ -152,26 +154,26 @@ bool parseCpuLimit(std::string_view text, CpuFeature& allowed) noexcept {
     return true;
 }
 
-bool limitCpuFromEnvironment() noexcept {
+bool limitFromEnvironment() noexcept {
     const char* const setting = std::getenv("VANTREL_CPU");
     if (setting == nullptr) {
         return true;
     }
-    CpuFeature allowed = CpuFeature::None;
-    if (!parseCpuLimit(setting, allowed)) {
+    Feature allowed = Feature::None;
+    if (!parseLimit(setting, allowed)) {
         return false;
     }
-    const CpuFeature features = cpuFeatures() & allowed;
-    detail::cpuFeaturesInUse.store(static_cast<std::uint32_t>(features) | detail::kCpuKnown);
+    const Feature usable = features() & allowed;
+    detail::featuresInUse.store(static_cast<std::uint32_t>(usable) | detail::kKnown);
     return true;
 }
 
-CpuFeatureLimit::CpuFeatureLimit(CpuFeature allowed) noexcept
-    : m_before(static_cast<std::uint32_t>(cpuFeatures()) | detail::kCpuKnown) {
-    const std::uint32_t mask = static_cast<std::uint32_t>(allowed) | detail::kCpuKnown;
-    detail::cpuFeaturesInUse.store(m_before & mask);
+FeatureLimit::FeatureLimit(Feature allowed) noexcept
+    : m_before(static_cast<std::uint32_t>(features()) | detail::kKnown) {
+    const std::uint32_t mask = static_cast<std::uint32_t>(allowed) | detail::kKnown;
+    detail::featuresInUse.store(m_before & mask);
 }
 
-CpuFeatureLimit::~CpuFeatureLimit() { detail::cpuFeaturesInUse.store(m_before); }
+FeatureLimit::~FeatureLimit() { detail::featuresInUse.store(m_before); }
 
-} // namespace vantrel::crypto
+} // namespace vantrel::cpu

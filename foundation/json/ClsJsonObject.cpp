@@ -3,6 +3,7 @@
 #include "foundation/base/CritSecExitor.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/text/strings.h"
 
 #include <charconv>
@@ -259,38 +260,26 @@ bool ClsJsonObject::update(std::string_view path, JsonValue value) {
 
 bool ClsJsonObject::UpdateString(const XString& path, const XString& value) {
     const CritSecExitor lock(m_critSec);
-    try {
+    return text::noThrow(false, [&] {
         return update(path.getUtf8Sb().view(), JsonValue::ofText(value.getUtf8Sb().view()));
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    });
 }
 
 bool ClsJsonObject::UpdateInt(const XString& path, std::int64_t value) {
     const CritSecExitor lock(m_critSec);
-    try {
-        return update(path.getUtf8Sb().view(), JsonValue::ofInteger(value));
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    return text::noThrow(
+        false, [&] { return update(path.getUtf8Sb().view(), JsonValue::ofInteger(value)); });
 }
 
 bool ClsJsonObject::UpdateBool(const XString& path, bool value) {
     const CritSecExitor lock(m_critSec);
-    try {
-        return update(path.getUtf8Sb().view(), JsonValue::ofBool(value));
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    return text::noThrow(false,
+                         [&] { return update(path.getUtf8Sb().view(), JsonValue::ofBool(value)); });
 }
 
 bool ClsJsonObject::UpdateNull(const XString& path) {
     const CritSecExitor lock(m_critSec);
-    try {
-        return update(path.getUtf8Sb().view(), JsonValue());
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    return text::noThrow(false, [&] { return update(path.getUtf8Sb().view(), JsonValue()); });
 }
 
 bool ClsJsonObject::Delete(const XString& path) {

@@ -4,13 +4,13 @@
 #include "foundation/text/XString.h"
 #include "foundation/text/_vlCharset.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/text/strings.h"
 #include "foundation/text/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <new>
 #include <vector>
 
 namespace vantrel {
@@ -176,11 +176,7 @@ bool XString::checkFixUtf8Windows1252(LogBase& log) {
 
 bool XString::reencode(const char* from, const char* to) {
     StringBuffer result;
-    try {
-        if (!reencodeText(m_text.view(), from, to, result)) {
-            return false;
-        }
-    } catch (const std::bad_alloc&) {
+    if (!text::noThrow(false, [&] { return reencodeText(m_text.view(), from, to, result); })) {
         return false;
     }
     clear();

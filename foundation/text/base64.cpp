@@ -23,11 +23,14 @@ constexpr std::uint8_t kNoValue = 0xFF;
 
 constexpr Base64Kernel kKernels[] = {
 #if defined(__x86_64__)
-    {"avx512", hasAvx512Vbmi, base64DecodeBlocksAvx512, base64SqueezeAvx512},
-    {"avx2", hasAvx2, base64DecodeBlocksAvx2, base64SqueezeAvx2},
+    {"avx512",
+     cpu::Feature::Avx512 | cpu::Feature::Avx512Vbmi,
+     {base64DecodeBlocksAvx512, base64SqueezeAvx512}},
+    {"avx2", cpu::Feature::Avx2, {base64DecodeBlocksAvx2, base64SqueezeAvx2}},
 #endif
-    {"portable", []() noexcept { return true; }, base64DecodeBlocksPortable, base64SqueezePortable},
+    {"portable", cpu::Feature::None, {base64DecodeBlocksPortable, base64SqueezePortable}},
 };
+static_assert(cpu::isKernelList(kKernels));
 
 constexpr std::array<std::uint8_t, 256> kValueOf = [] {
     std::array<std::uint8_t, 256> table{};
@@ -91,7 +94,7 @@ bool takeAll(std::string_view text, GroupReader& reader) noexcept {
 }
 
 // False at a fault.
-bool decodeAll(const Base64Kernel& kernel, std::string_view text, GroupReader& reader) noexcept {
+bool decodeAll(const Base64Functions& kernel, std::string_view text, GroupReader& reader) noexcept {
     // Text on one line needs no squeezing.
     const std::size_t plain = kernel.decodeBlocks(text.data(), text.size(), reader.out());
     reader.skip(plain / 4 * 3);
@@ -127,13 +130,6 @@ bool decodeAll(const Base64Kernel& kernel, std::string_view text, GroupReader& r
     return takeAll({staged.data(), waiting}, reader);
 }
 
-const Base64Kernel& bestKernel() noexcept {
-    static const Base64Kernel& best =
-        *std::find_if(std::begin(kKernels), std::end(kKernels),
-                      [](const Base64Kernel& kernel) { return kernel.supported(); });
-    return best;
-}
-
 } // namespace
 
 std::span<const Base64Kernel> base64Kernels() noexcept { return kKernels; }
@@ -152,14 +148,14 @@ bool decodeBase64With(const Base64Kernel& kernel, std::string_view text, DataBuf
         return false;
     }
     GroupReader reader(target + before);
-    const bool taken = decodeAll(kernel, text, reader);
+    const bool taken = decodeAll(kernel.run, text, reader);
     const bool ok = reader.finish() && taken;
     static_cast<void>(out.resize(static_cast<std::uint32_t>(reader.out() - target)));
     return ok;
 }
 
 bool decodeBase64(std::string_view text, DataBuffer& out) {
-    return decodeBase64With(bestKernel(), text, out);
+    return decodeBase64With(cpu::chosenKernel(kKernels), text, out);
 }
 
 } // namespace text

@@ -3,6 +3,8 @@
 
 // Internal: the inner loops of base64 decoding and their choice.
 
+#include "foundation/cpu/kernel_list.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -26,14 +28,11 @@ using Base64DecodeBlocks = std::size_t (*)(const char* text, std::size_t length,
 // Source and target do not overlap.
 using Base64Squeeze = std::size_t (*)(const char* text, std::size_t length, char* out) noexcept;
 
-struct Base64Kernel {
-    std::string_view name;
-    bool (*supported)() noexcept;
+struct Base64Functions {
     Base64DecodeBlocks decodeBlocks;
     Base64Squeeze squeeze;
 };
-
-// Best first, "portable" last. Tests and benchmarks go through all that this machine supports.
+using Base64Kernel = cpu::Kernel<Base64Functions>;
 [[nodiscard]] std::span<const Base64Kernel> base64Kernels() noexcept;
 
 // text::decodeBase64 with a given kernel.

@@ -80,13 +80,6 @@ __attribute__((target("avx2"))) std::uint32_t spaceMask(__m256i chars) noexcept 
 
 } // namespace
 
-bool hasAvx2() noexcept { return __builtin_cpu_supports("avx2") != 0; }
-
-bool hasAvx512Vbmi() noexcept {
-    return __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
-           __builtin_cpu_supports("avx512vbmi") != 0 && __builtin_cpu_supports("avx512vbmi2") != 0;
-}
-
 __attribute__((target("avx2"))) std::size_t base64DecodeBlocksAvx2(const char* text,
                                                                    std::size_t length,
                                                                    std::uint8_t* out) noexcept {

@@ -10,14 +10,12 @@
 
 namespace vantrel::text {
 
-[[nodiscard]] bool hasAvx2() noexcept;
-// With the byte permutations of VBMI and the byte compression of VBMI2.
-[[nodiscard]] bool hasAvx512Vbmi() noexcept;
-
+// For Feature::Avx2.
 [[nodiscard]] std::size_t base64DecodeBlocksAvx2(const char* text, std::size_t length,
                                                  std::uint8_t* out) noexcept;
 [[nodiscard]] std::size_t base64SqueezeAvx2(const char* text, std::size_t length,
                                             char* out) noexcept;
+// For Feature::Avx512 with Avx512Vbmi: its permutations and compression of bytes.
 [[nodiscard]] std::size_t base64DecodeBlocksAvx512(const char* text, std::size_t length,
                                                    std::uint8_t* out) noexcept;
 [[nodiscard]] std::size_t base64SqueezeAvx512(const char* text, std::size_t length,

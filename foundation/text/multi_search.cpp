@@ -1,7 +1,6 @@
 #include "foundation/text/multi_search.h"
 
-#include "foundation/text/base64_x86.h"
-#include "foundation/text/multi_search_filter.h"
+#include "foundation/text/multi_search_kernels.h"
 
 #include <vector>
 
@@ -50,10 +49,10 @@ public:
         }
     }
 
-    void run(std::string_view text, bool vectorFilter) {
+    void run(std::string_view text, NextCandidate next) {
         std::size_t from = 0;
         while (m_left > 0) {
-            const Candidate candidate = next(text, from, vectorFilter);
+            const Candidate candidate = next(m_filter, text, from);
             if (candidate.at == kNone) {
                 return;
             }
@@ -72,16 +71,6 @@ private:
             m_filter.byLowNibble[k][byte & 0x0F] |= bit;
             m_filter.byHighNibble[k][byte >> 4] |= bit;
         }
-    }
-
-    [[nodiscard]] Candidate next(std::string_view text, std::size_t from,
-                                 [[maybe_unused]] bool vectorFilter) const noexcept {
-#if defined(__x86_64__)
-        if (vectorFilter) {
-            return nextCandidateAvx2(m_filter, text, from);
-        }
-#endif
-        return nextCandidatePortable(m_filter, text, from);
     }
 
     void check(std::string_view text, Candidate candidate) noexcept {
@@ -105,6 +94,14 @@ private:
     MultiSearchFilter m_filter;
 };
 
+constexpr MultiSearchKernel kKernels[] = {
+#if defined(__x86_64__)
+    {"avx2", cpu::Feature::Avx2, nextCandidateAvx2},
+#endif
+    {"portable", cpu::Feature::None, nextCandidatePortable},
+};
+static_assert(cpu::isKernelList(kKernels));
+
 } // namespace
 
 Candidate nextCandidatePortable(const MultiSearchFilter& filter, std::string_view text,
@@ -121,22 +118,16 @@ Candidate nextCandidatePortable(const MultiSearchFilter& filter, std::string_vie
     return {kNone, 0};
 }
 
-bool hasVectorMultiSearch() noexcept {
-#if defined(__x86_64__)
-    return hasAvx2();
-#else
-    return false;
-#endif
-}
+std::span<const MultiSearchKernel> multiSearchKernels() noexcept { return kKernels; }
 
-void findAllWith(bool vectorFilter, std::string_view text,
+void findAllWith(const MultiSearchKernel& kernel, std::string_view text,
                  std::span<const std::string_view> needles, std::span<std::size_t> found) {
-    MultiSearch(needles, found).run(text, vectorFilter);
+    MultiSearch(needles, found).run(text, kernel.run);
 }
 
 void findAll(std::string_view text, std::span<const std::string_view> needles,
              std::span<std::size_t> found) {
-    findAllWith(hasVectorMultiSearch(), text, needles, found);
+    findAllWith(cpu::chosenKernel(kKernels), text, needles, found);
 }
 
 } // namespace vantrel::text

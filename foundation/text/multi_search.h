@@ -13,12 +13,6 @@ namespace vantrel::text {
 void findAll(std::string_view text, std::span<const std::string_view> needles,
              std::span<std::size_t> found);
 
-// Internal, public to tests: whether findAll uses the vector filter on this machine, and the search
-// with the filter chosen.
-[[nodiscard]] bool hasVectorMultiSearch() noexcept;
-void findAllWith(bool vectorFilter, std::string_view text,
-                 std::span<const std::string_view> needles, std::span<std::size_t> found);
-
 } // namespace vantrel::text
 
 #endif

@@ -1,4 +1,4 @@
-#include "foundation/text/multi_search_filter.h"
+#include "foundation/text/multi_search_kernels.h"
 
 #if defined(__x86_64__)
 

@@ -1,7 +1,6 @@
 #include "foundation/text/utf8.h"
 
-#include "foundation/text/base64_x86.h"
-#include "foundation/text/utf8_x86.h"
+#include "foundation/text/utf8_kernels.h"
 
 #include <cstdint>
 #include <cstring>
@@ -27,27 +26,46 @@ std::size_t lengthOf(unsigned char lead) noexcept {
     return lead >= 0xF0 ? 4 : (lead >= 0xE0 ? 3 : 2);
 }
 
-// Bytes at the front that a vector kernel vouches for, up to the end of a character.
-std::size_t validBlocks(std::string_view text) noexcept {
-#if defined(__x86_64__)
-    static const bool usable = hasAvx2();
-    if (text.size() < kWorthVectors || !usable) {
-        return 0;
+// The same as validUtf8Prefix, where the first `at` bytes are known to be whole characters.
+std::size_t validPrefixFrom(std::string_view text, std::size_t at) noexcept {
+    at += asciiPrefix(text.substr(at));
+    while (at < text.size()) {
+        char32_t character = 0;
+        const std::size_t length = decodeUtf8(text.substr(at), character);
+        if (length == 0) {
+            break;
+        }
+        at += length;
+        if (length == 1) {
+            at += asciiPrefix(text.substr(at));
+        }
     }
+    return at;
+}
+
+std::size_t validPrefixPortable(std::string_view text) noexcept { return validPrefixFrom(text, 0); }
+
+#if defined(__x86_64__)
+std::size_t validPrefixAvx2(std::string_view text) noexcept {
     const std::size_t at = utf8BlocksAvx2(text);
     // The last character may be cut off there: back to where it begins.
     for (std::size_t back = 1; back <= 3 && back <= at; ++back) {
         const auto byte = static_cast<unsigned char>(text[at - back]);
         if (byte >= 0xC0) {
-            return lengthOf(byte) > back ? at - back : at;
+            return validPrefixFrom(text, lengthOf(byte) > back ? at - back : at);
         }
     }
-    return at;
-#else
-    static_cast<void>(text);
-    return 0;
-#endif
+    return validPrefixFrom(text, at);
 }
+#endif
+
+constexpr Utf8Kernel kKernels[] = {
+#if defined(__x86_64__)
+    {"avx2", cpu::Feature::Avx2, validPrefixAvx2},
+#endif
+    {"portable", cpu::Feature::None, validPrefixPortable},
+};
+static_assert(cpu::isKernelList(kKernels));
 
 } // namespace
 
@@ -98,21 +116,11 @@ std::size_t decodeUtf8(std::string_view text, char32_t& character) noexcept {
     return length;
 }
 
+std::span<const Utf8Kernel> utf8Kernels() noexcept { return kKernels; }
+
 std::size_t validUtf8Prefix(std::string_view text) noexcept {
-    std::size_t at = validBlocks(text);
-    at += asciiPrefix(text.substr(at));
-    while (at < text.size()) {
-        char32_t character = 0;
-        const std::size_t length = decodeUtf8(text.substr(at), character);
-        if (length == 0) {
-            break;
-        }
-        at += length;
-        if (length == 1) {
-            at += asciiPrefix(text.substr(at));
-        }
-    }
-    return at;
+    return text.size() < kWorthVectors ? validPrefixFrom(text, 0)
+                                       : cpu::chosenKernel(kKernels).run(text);
 }
 
 bool isValidUtf8(std::string_view text) noexcept { return validUtf8Prefix(text) == text.size(); }

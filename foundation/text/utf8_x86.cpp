@@ -1,4 +1,4 @@
-#include "foundation/text/utf8_x86.h"
+#include "foundation/text/utf8_kernels.h"
 
 #if defined(__x86_64__)
 

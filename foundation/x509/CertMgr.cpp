@@ -3,20 +3,20 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/cert_table.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/pem.h"
 
 namespace vantrel {
 
 CertMgr::CertMgr()
-    : m_table(x509::noThrow(std::shared_ptr<CertTable>(),
+    : m_table(text::noThrow(std::shared_ptr<CertTable>(),
                             [] { return std::make_shared<CertTable>(); })) {}
 
 CertMgr::~CertMgr() = default;
 
 bool CertMgr::addDer(const DataBuffer& der, LogBase& log) {
-    return m_table && x509::noThrow(false, [&] { return m_table->add(der, log); });
+    return m_table && text::noThrow(false, [&] { return m_table->add(der, log); });
 }
 
 bool CertMgr::addBase64(std::string_view base64, LogBase& log) {

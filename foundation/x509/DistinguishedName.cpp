@@ -3,10 +3,10 @@
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/attribute_types.h"
 #include "foundation/x509/name_reader.h"
 #include "foundation/x509/name_text.h"
-#include "foundation/x509/no_throw.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -88,7 +88,7 @@ bool appendDerAttribute(const x509::DerAttribute& attribute, std::string& out) {
 
 bool DistinguishedName::getDnPart(const char* dn, const char* label, StringBuffer& out,
                                   LogBase& /*log*/) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::vector<TextAttribute> attributes;
         static_cast<void>(
             x509::parseNameText(asView(dn), attributes)); // what was read still counts
@@ -103,7 +103,7 @@ bool DistinguishedName::getDnPart(const char* dn, const char* label, StringBuffe
 }
 
 bool DistinguishedName::toVlCanonHashKey(const char* dn, StringBuffer& out, LogBase& /*log*/) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::vector<TextAttribute> attributes;
         if (x509::parseNameText(asView(dn), attributes)) {
             return out.appendView(nameKey(attributes));
@@ -116,7 +116,7 @@ bool DistinguishedName::toVlCanonHashKey(const char* dn, StringBuffer& out, LogB
 }
 
 void DistinguishedName::removeDnTags(const XString& dn, XString& out) {
-    x509::noThrow(false, [&] {
+    static_cast<void>(text::noThrow(false, [&] {
         std::vector<TextAttribute> attributes;
         static_cast<void>(x509::parseNameText(dn.getUtf8Sb().view(), attributes));
         std::string values;
@@ -125,11 +125,11 @@ void DistinguishedName::removeDnTags(const XString& dn, XString& out) {
             values += attribute.value;
         }
         return out.setFromSbUtf8(StringBuffer(values));
-    });
+    }));
 }
 
 bool DistinguishedName::fromDer(ByteView name, bool mostSpecificFirst, StringBuffer& out) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::vector<NamePiece> pieces;
         x509::NameReader reader(name);
         x509::DerAttribute attribute;

@@ -1,12 +1,12 @@
 #include "foundation/x509/StringHashSet.h"
 
 #include "foundation/text/StringBuffer.h"
-#include "foundation/x509/no_throw.h"
+#include "foundation/text/no_throw.h"
 
 namespace vantrel {
 
 bool StringHashSet::hashAddKey(const char* key) {
-    return key != nullptr && x509::noThrow(false, [&] {
+    return key != nullptr && text::noThrow(false, [&] {
                if (m_keys.empty() && m_sizeHint > 0) {
                    m_keys.reserve(static_cast<std::size_t>(m_sizeHint));
                }

@@ -5,9 +5,9 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/CertMgr.h"
 #include "foundation/x509/cert_table.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/serial_number.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ SystemCerts::SystemCerts() noexcept = default;
 SystemCerts::~SystemCerts() = default;
 
 bool SystemCerts::addCertVault(CertMgr& vault, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         if (!vault.table()) {
             return false;
         }
@@ -58,7 +58,7 @@ bool SystemCerts::addCertVault(CertMgr& vault, LogBase& log) {
 
 VantrelX509* SystemCerts::findX509(const char* serialHex, const char* issuerCn,
                                    const char* /*reserved*/, LogBase& /*log*/) {
-    return x509::noThrow(static_cast<VantrelX509*>(nullptr), [&]() -> VantrelX509* {
+    return text::noThrow(static_cast<VantrelX509*>(nullptr), [&]() -> VantrelX509* {
         std::string serial;
         if (serialHex == nullptr || issuerCn == nullptr ||
             !x509::appendSerialText(std::string_view(serialHex), serial)) {
@@ -72,7 +72,7 @@ VantrelX509* SystemCerts::findX509(const char* serialHex, const char* issuerCn,
 
 VantrelX509* SystemCerts::findBySubjectDN_x509(const XString& /*values*/, const XString& dn,
                                                bool ignoreOrder, LogBase& /*log*/) {
-    return x509::noThrow(static_cast<VantrelX509*>(nullptr), [&] {
+    return text::noThrow(static_cast<VantrelX509*>(nullptr), [&] {
         return certificateOf(findInAll(m_tables, [&](CertTable& table) {
             return table.findBySubject(dn.getUtf8Sb().view(), ignoreOrder);
         }));
@@ -80,7 +80,7 @@ VantrelX509* SystemCerts::findBySubjectDN_x509(const XString& /*values*/, const 
 }
 
 CertRecord* SystemCerts::findBySubjectKeyId(const StringBuffer& base64, LogBase& /*log*/) {
-    return x509::noThrow(static_cast<CertRecord*>(nullptr), [&]() -> CertRecord* {
+    return text::noThrow(static_cast<CertRecord*>(nullptr), [&]() -> CertRecord* {
         DataBuffer keyId;
         if (!text::decodeBase64(base64.view(), keyId) || keyId.isEmpty()) {
             return nullptr;
@@ -91,7 +91,7 @@ CertRecord* SystemCerts::findBySubjectKeyId(const StringBuffer& base64, LogBase&
 }
 
 bool SystemCerts::holds(ByteView der) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         return std::any_of(m_tables.begin(), m_tables.end(),
                            [&](const auto& table) { return table->holds(der); });
     });

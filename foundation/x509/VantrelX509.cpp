@@ -5,9 +5,9 @@
 #include "foundation/asn1/der_values.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/name_reader.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/oids.h"
 #include "foundation/x509/serial_number.h"
 
@@ -31,7 +31,7 @@ bool toDer(const DataBuffer& ber, DataBuffer& der) {
 }
 
 bool commonName(ByteView name, XString& out) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::string text;
         out.clear();
         return x509::appendCommonName(name, text) && out.setFromSbUtf8(StringBuffer(text));
@@ -53,7 +53,7 @@ void VantrelX509::setPart(Part which, ByteView bytes) noexcept {
 }
 
 bool VantrelX509::loadX509Der(const DataBuffer& der, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         clear();
         m_der = der;
         std::string_view whyNot;
@@ -181,7 +181,7 @@ bool VantrelX509::get_SubjectCN(XString& out, LogBase& /*log*/) const {
 }
 
 bool VantrelX509::get_SerialNumber(XString& out, LogBase& /*log*/) const {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::string text;
         out.clear();
         if (!isLoaded()) {

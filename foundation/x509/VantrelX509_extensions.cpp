@@ -2,8 +2,8 @@
 #include "foundation/asn1/der_reader.h"
 #include "foundation/asn1/der_values.h"
 #include "foundation/asn1/oid.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/VantrelX509.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/oids.h"
 
 #include <limits>

@@ -3,6 +3,7 @@
 
 #include "foundation/text/byte_view.h"
 #include "foundation/x509/CertificateHolder.h"
+#include "foundation/x509/hash_index.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,44 +17,6 @@ namespace vantrel {
 
 class DataBuffer;
 class LogBase;
-
-namespace x509 {
-
-// A hash index: certificates by 64-bit keys, each key in the order of insertion. Adding takes
-// constant time also when many certificates share a key. May throw std::bad_alloc.
-class HashIndex {
-public:
-    static constexpr std::uint32_t kNone = 0xFFFFFFFFU;
-
-    void add(std::uint64_t key, std::uint32_t certificate);
-    // The first entry with `key`, and the one after `entry` with the same key; kNone at the end.
-    [[nodiscard]] std::uint32_t first(std::uint64_t key) const noexcept;
-    [[nodiscard]] std::uint32_t next(std::uint32_t entry) const noexcept;
-    [[nodiscard]] std::uint32_t certificate(std::uint32_t entry) const noexcept {
-        return m_entries[entry].certificate;
-    }
-
-private:
-    struct Entry {
-        std::uint64_t key;
-        std::uint32_t certificate;
-        std::uint32_t next;
-    };
-    // The entries of one key are a list; a slot holds both its ends.
-    struct Slot {
-        std::uint32_t head = kNone;
-        std::uint32_t tail = kNone;
-    };
-
-    [[nodiscard]] std::size_t findSlot(std::uint64_t key) const noexcept;
-    void grow();
-
-    std::vector<Entry> m_entries;
-    std::vector<Slot> m_slots; // open addressing, a power of two, at most half full
-    std::size_t m_used = 0;
-};
-
-} // namespace x509
 
 // The certificates of one vault with their indexes. Records are never moved or removed, so pointers
 // to them stay valid as long as the table. An index is brought up to date by the first look-up that

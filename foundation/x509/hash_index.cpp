@@ -1,4 +1,4 @@
-#include "foundation/x509/cert_table.h"
+#include "foundation/x509/hash_index.h"
 
 namespace vantrel::x509 {
 

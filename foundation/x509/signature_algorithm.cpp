@@ -10,8 +10,8 @@
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/VantrelX509.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/oids.h"
 
 #include <cstdint>
@@ -197,7 +197,7 @@ bool verifySignedBytes(const SignatureAlgorithm& algorithm, const _vlPublicKey& 
 namespace vantrel {
 
 bool VantrelX509::signatureAlgorithmName(StringBuffer& out) const {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::string name;
         return x509::appendSignatureAlgorithmName(signatureAlgorithm(), name) &&
                out.appendView(name);
@@ -205,7 +205,7 @@ bool VantrelX509::signatureAlgorithmName(StringBuffer& out) const {
 }
 
 bool VantrelX509::isSignedBy(const _vlPublicKey& issuerKey, LogBase& log) const {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         // RFC 5280 4.1.1.2: the algorithm stands twice, and alike.
         x509::SignatureAlgorithm algorithm;
         return isLoaded() && x509::sameBytes(signatureAlgorithm(), part(kTbsAlgorithm)) &&

@@ -14,15 +14,15 @@ CODE_FOLDERS = ("foundation", "dsig", "cli", "bindings", "tests", "bench", "fuzz
 PRODUCT_FOLDERS = ("foundation", "dsig", "cli", "bindings")
 
 # Who may include whom, by the longest prefix of the path. Every folder may include itself.
-XML = ("foundation/xml/scan", "foundation/text", "foundation/base")
+XML = ("foundation/xml/scan", "foundation/text", "foundation/cpu", "foundation/base")
 CRYPTO = ("foundation/crypto", "foundation/text")
 X509 = ("foundation/x509", "foundation/xml", "foundation/crypto", "foundation/asn1",
         "foundation/base", "foundation/text")
 MAY_INCLUDE = {
-    "foundation/text": (),
+    "foundation/cpu": (),
+    "foundation/text": ("foundation/cpu",),
     "foundation/base": ("foundation/text",),
     "foundation/asn1": ("foundation/text",),
-    "foundation/cpu": ("foundation/text",),
     "foundation/io": ("foundation/text", "foundation/base"),
     "foundation/json": ("foundation/text", "foundation/base"),
     "foundation/crypto/hash": ("foundation/text", "foundation/cpu", "foundation/io",
@@ -32,11 +32,12 @@ MAY_INCLUDE = {
     "foundation/crypto/bignum": ("foundation/text", "foundation/cpu"),
     "foundation/crypto/rsa": ("foundation/text", "foundation/cpu",
                               "foundation/crypto/bignum", "foundation/crypto/hash"),
-    "foundation/crypto/dsa": ("foundation/text", "foundation/cpu",
-                              "foundation/crypto/bignum"),
-    "foundation/crypto/ecc": ("foundation/text", "foundation/cpu",
-                              "foundation/crypto/bignum"),
-    "foundation/xml/scan": ("foundation/text",),
+    "foundation/crypto/signature": ("foundation/text", "foundation/crypto/bignum"),
+    "foundation/crypto/dsa": ("foundation/text", "foundation/cpu", "foundation/crypto/bignum",
+                              "foundation/crypto/signature"),
+    "foundation/crypto/ecc": ("foundation/text", "foundation/cpu", "foundation/crypto/bignum",
+                              "foundation/crypto/signature"),
+    "foundation/xml/scan": ("foundation/text", "foundation/cpu"),
     "foundation/xml/tree": XML,
     "foundation/xml/canon": XML,
     "foundation/xml/locate": XML,

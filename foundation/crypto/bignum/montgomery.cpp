@@ -202,11 +202,11 @@ void MontgomeryModulus::fromKernel(std::span<Limb> z, std::span<const Limb> x) c
 
 void MontgomeryModulus::multiply(std::span<Limb> z, std::span<const Limb> x,
                                  std::span<const Limb> y) const noexcept {
-    m_kernel->multiply(z.data(), x.data(), y.data(), m_kernelN.data(), m_negInverse, m_steps);
+    m_kernel->run.multiply(z.data(), x.data(), y.data(), m_kernelN.data(), m_negInverse, m_steps);
 }
 
 void MontgomeryModulus::square(std::span<Limb> z, std::span<const Limb> x) const noexcept {
-    m_kernel->square(z.data(), x.data(), m_kernelN.data(), m_negInverse, m_steps);
+    m_kernel->run.square(z.data(), x.data(), m_kernelN.data(), m_negInverse, m_steps);
 }
 
 void MontgomeryModulus::enter(std::span<Limb> z, std::span<const Limb> x) const noexcept {

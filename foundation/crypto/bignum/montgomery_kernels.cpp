@@ -6,29 +6,42 @@
 namespace vantrel::crypto {
 namespace {
 
+using cpu::Feature;
+
 constexpr MontgomeryKernel kKernels[] = {
 #if defined(__x86_64__)
-    {"ifma", CpuFeature::Avx512 | CpuFeature::Avx512Ifma | CpuFeature::Bmi2, 52, true, 8,
-     kIfmaMinLimbs, kIfmaMaxLimbs, montgomeryMultiplyIfma, montgomerySquareIfma},
-    {"adx", CpuFeature::Bmi2 | CpuFeature::Adx, 64, false, 1, 1, kMaxModulusLimbs,
-     montgomeryMultiplyAdx, montgomerySquareAdx},
+    {{"ifma",
+      Feature::Avx512 | Feature::Avx512Ifma | Feature::Bmi2,
+      {montgomeryMultiplyIfma, montgomerySquareIfma}},
+     52,
+     true,
+     8,
+     kIfmaMinLimbs,
+     kIfmaMaxLimbs},
+    {{"adx", Feature::Bmi2 | Feature::Adx, {montgomeryMultiplyAdx, montgomerySquareAdx}},
+     64,
+     false,
+     1,
+     1,
+     kMaxModulusLimbs},
 #endif
-    {"portable", CpuFeature::None, 64, false, 1, 1, kMaxModulusLimbs, montgomeryMultiplyPortable,
-     montgomerySquarePortable},
+    {{"portable", Feature::None, {montgomeryMultiplyPortable, montgomerySquarePortable}},
+     64,
+     false,
+     1,
+     1,
+     kMaxModulusLimbs},
 };
+static_assert(cpu::isKernelList(kKernels));
 
 } // namespace
 
 std::span<const MontgomeryKernel> montgomeryKernels() noexcept { return kKernels; }
 
 const MontgomeryKernel& chosenMontgomeryKernel(std::size_t limbs) noexcept {
-    const std::span<const MontgomeryKernel> kernels(kKernels);
-    for (const MontgomeryKernel& kernel : kernels) {
-        if (limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpuSupports(kernel.needs)) {
-            return kernel;
-        }
-    }
-    return kernels.back();
+    return cpu::chosenKernel(kKernels, [limbs](const MontgomeryKernel& kernel) {
+        return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs;
+    });
 }
 
 } // namespace vantrel::crypto

@@ -1,12 +1,11 @@
 #ifndef FOUNDATION_CRYPTO_BIGNUM_MONTGOMERY_KERNELS_H
 #define FOUNDATION_CRYPTO_BIGNUM_MONTGOMERY_KERNELS_H
 
+#include "foundation/cpu/kernel_list.h"
 #include "foundation/crypto/bignum/limbs.h"
-#include "foundation/cpu/cpu_features.h"
 
 #include <cstddef>
 #include <span>
-#include <string_view>
 
 namespace vantrel::crypto {
 
@@ -18,10 +17,14 @@ using MontgomeryMultiply = void (*)(Limb* z, const Limb* x, const Limb* y, const
 using MontgomerySquare = void (*)(Limb* z, const Limb* x, const Limb* n, Limb negInverse,
                                   std::size_t size) noexcept;
 
-// One way to compute Montgomery products. A digit of `radixBits` bits stands in each 64-bit word.
-struct MontgomeryKernel {
-    std::string_view name;
-    CpuFeature needs;
+struct MontgomeryProducts {
+    MontgomeryMultiply multiply;
+    MontgomerySquare square;
+};
+
+// A kernel for Montgomery products, and the numbers that it takes. A digit of `radixBits` bits
+// stands in each 64-bit word.
+struct MontgomeryKernel : cpu::Kernel<MontgomeryProducts> {
     std::size_t radixBits; // 64 or 52
     bool almost;           // numbers stay below 2n instead of n, and R is at least 4n
     // The words of a number are padded with zero digits to a multiple of this.
@@ -29,11 +32,9 @@ struct MontgomeryKernel {
     // The smallest modulus it takes, and the largest, in limbs.
     std::size_t minLimbs;
     std::size_t maxLimbs;
-    MontgomeryMultiply multiply;
-    MontgomerySquare square;
 };
 
-// All kernels, best first; the last is "portable" and takes every size.
+// All kernels; the portable one takes every size.
 [[nodiscard]] std::span<const MontgomeryKernel> montgomeryKernels() noexcept;
 
 // The first that takes a modulus of `limbs` limbs and may run here.

@@ -1,6 +1,6 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 
-#include "foundation/crypto/bignum/scalar.h"
+#include "foundation/crypto/bignum/divisibility.h"
 #include "foundation/crypto/dsa/dsa_numbers.h"
 
 #include <algorithm>

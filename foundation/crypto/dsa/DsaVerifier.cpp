@@ -1,9 +1,9 @@
 #include "foundation/crypto/dsa/DsaVerifier.h"
 
-#include "foundation/crypto/bignum/der_signature.h"
-#include "foundation/crypto/bignum/scalar.h"
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/dsa/dsa_numbers.h"
+#include "foundation/crypto/signature/scalars.h"
+#include "foundation/crypto/signature/signature_value.h"
 #include "foundation/text/LogBase.h"
 
 #include <array>
@@ -46,18 +46,9 @@ bool DsaVerifier::verifyHash(DsaKeyData& key, const std::uint8_t* signature,
     }
     const ByteView bytes(signature, signatureLength);
     const ByteView digest(hash, hashLength);
-    const auto raw = [&] {
-        ByteView r;
-        ByteView s;
-        return crypto::splitRawSignature(bytes, (numbers->orderBits + 7) / 8, r, s) &&
-               check(*numbers, r, s, digest);
-    };
-    const auto der = [&] {
-        ByteView r;
-        ByteView s;
-        return crypto::parseDerSignature(bytes, r, s) && check(*numbers, r, s, digest);
-    };
-    verified = rawFirst ? raw() || der() : der() || raw();
+    verified = crypto::satisfiesInEitherForm(
+        bytes, (numbers->orderBits + 7) / 8, rawFirst,
+        [&](ByteView r, ByteView s) { return check(*numbers, r, s, digest); });
     return true;
 }
 

@@ -1,9 +1,9 @@
 #include "foundation/crypto/ecc/EccVerifier.h"
 
-#include "foundation/crypto/bignum/der_signature.h"
-#include "foundation/crypto/bignum/scalar.h"
 #include "foundation/crypto/ecc/curve_engine.h"
 #include "foundation/crypto/ecc/point_decoding.h"
+#include "foundation/crypto/signature/scalars.h"
+#include "foundation/crypto/signature/signature_value.h"
 #include "foundation/text/LogBase.h"
 
 #include <atomic>
@@ -103,17 +103,9 @@ bool EccVerifier::eccVerifyHash(const std::uint8_t* signature, std::uint32_t sig
     }
     const ByteView bytes(signature, signatureLength);
     const ByteView digest(hash, hashLength);
-    const auto raw = [&] {
-        ByteView r;
-        ByteView s;
-        return crypto::splitRawSignature(bytes, m_curve->orderBytes(), r, s) && check(r, s, digest);
-    };
-    const auto der = [&] {
-        ByteView r;
-        ByteView s;
-        return crypto::parseDerSignature(bytes, r, s) && check(r, s, digest);
-    };
-    verified = derFirst ? der() || raw() : raw() || der();
+    verified =
+        crypto::satisfiesInEitherForm(bytes, m_curve->orderBytes(), !derFirst,
+                                      [&](ByteView r, ByteView s) { return check(r, s, digest); });
     return true;
 }
 

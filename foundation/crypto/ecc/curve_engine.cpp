@@ -11,6 +11,8 @@
 namespace vantrel::crypto {
 namespace {
 
+using cpu::Feature;
+
 template <CurveId kId, class Field, CoefficientA kA> const CurveEngine& engineOf() noexcept {
     static const Curve& curve = *findCurve(kId);
     static const WeierstrassEngine<Field, kA> engine(curve, Field(curve.p));
@@ -18,12 +20,11 @@ template <CurveId kId, class Field, CoefficientA kA> const CurveEngine& engineOf
 }
 
 template <CurveId kId, std::size_t N, CoefficientA kA>
-constexpr CurveKernel kPortable{"portable", CpuFeature::None,
-                                engineOf<kId, MontgomeryField<N>, kA>};
+constexpr CurveKernel kPortable{"portable", Feature::None, engineOf<kId, MontgomeryField<N>, kA>};
 
 #if defined(__x86_64__)
 template <CurveId kId, class Field, CoefficientA kA>
-constexpr CurveKernel kAdx{"adx", CpuFeature::Bmi2 | CpuFeature::Adx, engineOf<kId, Field, kA>};
+constexpr CurveKernel kAdx{"adx", Feature::Bmi2 | Feature::Adx, engineOf<kId, Field, kA>};
 #endif
 
 template <class Field> const CurveEngine& secp256k1EngineOf() noexcept {
@@ -51,13 +52,13 @@ constexpr CurveKernel kP384[] = {
 #endif
     kPortable<CurveId::P384, 6, kMinusThree>};
 constexpr CurveKernel kP521[] = {
-    {"radix58", CpuFeature::None, engineOf<CurveId::P521, FieldP521, kMinusThree>},
+    {"radix58", Feature::None, engineOf<CurveId::P521, FieldP521, kMinusThree>},
     kPortable<CurveId::P521, 9, kMinusThree>};
 constexpr CurveKernel kSecp256k1[] = {
 #if defined(__x86_64__)
-    {"adx", CpuFeature::Bmi2 | CpuFeature::Adx, secp256k1EngineOf<FieldSecp256k1Adx>},
+    {"adx", Feature::Bmi2 | Feature::Adx, secp256k1EngineOf<FieldSecp256k1Adx>},
 #endif
-    {"endomorphism", CpuFeature::None, secp256k1EngineOf<MontgomeryField<4>>},
+    {"endomorphism", Feature::None, secp256k1EngineOf<MontgomeryField<4>>},
     kPortable<CurveId::Secp256k1, 4, CoefficientA::Zero>};
 constexpr CurveKernel kBrainpool256[] = {
 #if defined(__x86_64__)
@@ -89,13 +90,7 @@ std::span<const CurveKernel> curveKernels(CurveId id) noexcept {
 }
 
 const CurveEngine& chosenCurveEngine(CurveId id) noexcept {
-    const std::span<const CurveKernel> kernels = curveKernels(id);
-    for (const CurveKernel& kernel : kernels) {
-        if (cpuSupports(kernel.needs)) {
-            return kernel.engine();
-        }
-    }
-    return kernels.back().engine();
+    return cpu::chosenKernel(curveKernels(id)).run();
 }
 
 } // namespace vantrel::crypto

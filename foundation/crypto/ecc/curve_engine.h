@@ -1,12 +1,11 @@
 #ifndef FOUNDATION_CRYPTO_ECC_CURVE_ENGINE_H
 #define FOUNDATION_CRYPTO_ECC_CURVE_ENGINE_H
 
-#include "foundation/cpu/cpu_features.h"
+#include "foundation/cpu/kernel_list.h"
 #include "foundation/crypto/ecc/curves.h"
 
 #include <memory>
 #include <span>
-#include <string_view>
 
 namespace vantrel::crypto {
 
@@ -50,14 +49,11 @@ public:
         const CurveNumber& x, const CurveNumber& y) const noexcept = 0;
 };
 
-// One way to compute on a curve. All kernels of a curve give the same answers.
-struct CurveKernel {
-    std::string_view name;
-    CpuFeature needs;
-    const CurveEngine& (*engine)() noexcept;
-};
+// One way to compute on a curve: a function that hands out its engine.
+using CurveKernel = cpu::Kernel<const CurveEngine& (*)() noexcept>;
 
-// The kernels of a curve, best first; the last is always "portable" and needs nothing.
+// The kernels of a curve. Between those for extensions and the portable one there may be others
+// that need nothing: arithmetic of this curve alone, in plain C++.
 [[nodiscard]] std::span<const CurveKernel> curveKernels(CurveId id) noexcept;
 
 // The engine of the first of them that may run here.

@@ -7,7 +7,7 @@
 
 // Building blocks for fields of four limbs, with the BMI2 and ADX instructions: two carry chains
 // at once (adcx and adox), which compilers do not make of portable code. Only for processors that
-// have CpuFeature::Bmi2 and CpuFeature::Adx.
+// have cpu::Feature::Bmi2 and cpu::Feature::Adx.
 namespace vantrel::crypto::adx {
 
 using Four = FieldElement<4>;

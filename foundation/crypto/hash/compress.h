@@ -10,7 +10,7 @@
 
 // Internal to the hash folder: the compression functions behind the kernel lists, one file each,
 // and the loads and stores they share. The signature is that of HashCompress. A function for an
-// extension may be called only where cpuSupports() says so.
+// extension may be called only where cpu::supports says so.
 namespace vantrel::crypto {
 
 void md2Compress(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;

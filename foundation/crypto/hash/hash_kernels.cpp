@@ -9,32 +9,39 @@ namespace vantrel::crypto {
 
 namespace {
 
-constexpr HashKernel kMd2Kernels[] = {{"portable", CpuFeature::None, md2Compress}};
-constexpr HashKernel kMd5Kernels[] = {{"portable", CpuFeature::None, md5Compress}};
-constexpr HashKernel kRipemd128Kernels[] = {{"portable", CpuFeature::None, ripemd128Compress}};
-constexpr HashKernel kRipemd160Kernels[] = {{"portable", CpuFeature::None, ripemd160Compress}};
+using cpu::Feature;
+
+constexpr HashKernel kMd2Kernels[] = {{"portable", Feature::None, md2Compress}};
+constexpr HashKernel kMd5Kernels[] = {{"portable", Feature::None, md5Compress}};
+constexpr HashKernel kRipemd128Kernels[] = {{"portable", Feature::None, ripemd128Compress}};
+constexpr HashKernel kRipemd160Kernels[] = {{"portable", Feature::None, ripemd160Compress}};
 
 constexpr HashKernel kSha1Kernels[] = {
 #if defined(__x86_64__)
-    {"x86-sha", CpuFeature::Sha, sha1CompressX86Sha},
+    {"x86-sha", Feature::Sha, sha1CompressX86Sha},
 #endif
-    {"portable", CpuFeature::None, sha1Compress},
+    {"portable", Feature::None, sha1Compress},
 };
 
 constexpr HashKernel kSha256Kernels[] = {
 #if defined(__x86_64__)
-    {"x86-sha", CpuFeature::Sha, sha256CompressX86Sha},
+    {"x86-sha", Feature::Sha, sha256CompressX86Sha},
 #endif
-    {"portable", CpuFeature::None, sha256Compress},
+    {"portable", Feature::None, sha256Compress},
 };
 
 constexpr HashKernel kSha512Kernels[] = {
 #if defined(__x86_64__)
-    {"x86-avx512", CpuFeature::Avx512 | CpuFeature::Bmi2, sha512CompressX86Avx512},
-    {"x86-bmi2", CpuFeature::Bmi2, sha512CompressX86Bmi2},
+    {"x86-avx512", Feature::Avx512 | Feature::Bmi2, sha512CompressX86Avx512},
+    {"x86-bmi2", Feature::Bmi2, sha512CompressX86Bmi2},
 #endif
-    {"portable", CpuFeature::None, sha512Compress},
+    {"portable", Feature::None, sha512Compress},
 };
+
+static_assert(cpu::isKernelList(kMd2Kernels) && cpu::isKernelList(kMd5Kernels));
+static_assert(cpu::isKernelList(kRipemd128Kernels) && cpu::isKernelList(kRipemd160Kernels));
+static_assert(cpu::isKernelList(kSha1Kernels) && cpu::isKernelList(kSha256Kernels) &&
+              cpu::isKernelList(kSha512Kernels));
 
 } // namespace
 
@@ -52,18 +59,10 @@ std::span<const HashKernel> hashKernels(int id) noexcept {
     }
 }
 
-// Asked for every hasher: a few tests of a word that is in a register, cheaper to repeat than to
-// keep up to date.
 const HashKernel& chosenHashKernel(int id) noexcept {
     const std::span<const HashKernel> kernels = hashKernels(id);
     assert(!kernels.empty());
-    const CpuFeature features = cpuFeatures();
-    for (const HashKernel& kernel : kernels.first(kernels.size() - 1)) {
-        if ((features & kernel.needs) == kernel.needs) {
-            return kernel;
-        }
-    }
-    return kernels.back();
+    return cpu::chosenKernel(kernels);
 }
 
 } // namespace vantrel::crypto

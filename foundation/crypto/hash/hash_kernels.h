@@ -1,12 +1,11 @@
 #ifndef FOUNDATION_CRYPTO_HASH_HASH_KERNELS_H
 #define FOUNDATION_CRYPTO_HASH_HASH_KERNELS_H
 
-#include "foundation/cpu/cpu_features.h"
+#include "foundation/cpu/kernel_list.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 namespace vantrel::crypto {
 
@@ -21,15 +20,9 @@ union alignas(16) HashState {
 using HashCompress = void (*)(HashState& state, const std::uint8_t* data,
                               std::size_t blocks) noexcept;
 
-// One way to compute an algorithm. All kernels of an algorithm give the same results.
-struct HashKernel {
-    std::string_view name;
-    CpuFeature needs;
-    HashCompress compress;
-};
+using HashKernel = cpu::Kernel<HashCompress>;
 
-// The kernels of an algorithm, best first; the last is always "portable" and needs nothing. Empty
-// for an identifier that names no algorithm.
+// The kernels of an algorithm. Empty for an identifier that names no algorithm.
 [[nodiscard]] std::span<const HashKernel> hashKernels(int id) noexcept;
 
 // The first of them that may run here. `id` must name an algorithm.

@@ -75,7 +75,7 @@ Hasher::Hasher(int id, const HashKernel& kernel) noexcept {
 
 void Hasher::start(const HashInfo& hash, const HashKernel& kernel) noexcept {
     m_state = startState(hash.id);
-    m_compress = kernel.compress;
+    m_compress = kernel.run;
     m_room = static_cast<std::uint32_t>(hash.blockSize);
     m_blockSize = static_cast<std::uint8_t>(hash.blockSize);
     m_digestSize = static_cast<std::uint8_t>(hash.digestSize);

@@ -1,15 +1,17 @@
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include "foundation/io/files.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/key_der.h"
 #include "foundation/x509/keys/key_xml.h"
-#include "foundation/x509/no_throw.h"
 #include "foundation/x509/pem.h"
 
+#include <cstdint>
 #include <new>
 
 namespace vantrel {
@@ -18,6 +20,7 @@ namespace {
 
 constexpr unsigned kSafeModulusBits = 2048; // NIST SP 800-131A
 constexpr unsigned kSafeCurveBits = 224;
+constexpr std::uint32_t kMaxKeyFile = std::uint32_t{16} << 20U;
 
 bool report(bool loaded, std::string_view whyNot, LogBase& log) {
     if (!loaded) {
@@ -88,7 +91,7 @@ bool ClsPublicKey::LoadXml(const XString& xml) {
 }
 
 bool ClsPublicKey::loadXml(const XString& xml, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::string_view whyNot;
         return report(x509::loadKeyXml(xml.getUtf8Sb().view(), m_key, whyNot), whyNot, log);
     });
@@ -99,18 +102,32 @@ bool ClsPublicKey::loadAnyDer(const DataBuffer& der, LogBase& log) {
 }
 
 bool ClsPublicKey::loadAnyDer(ByteView der, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::string_view whyNot;
         return report(x509::loadKeyDer(der, m_key, whyNot), whyNot, log);
     });
 }
 
 bool ClsPublicKey::loadAnyBytes(ByteView bytes, LogBase& log) {
-    return x509::noThrow(false, [&] {
+    return text::noThrow(false, [&] {
         std::string_view whyNot;
         m_key.clear();
         return report(loadUnknown(bytes, m_key, whyNot), whyNot, log);
     });
+}
+
+bool ClsPublicKey::loadAnyFile(const XString& path, LogBase& log) {
+    return text::noThrow(false, [&] {
+        DataBuffer bytes;
+        m_key.clear();
+        return io::readFile(path.getUtf8Sb().view(), kMaxKeyFile, bytes, log) &&
+               loadAnyBytes(bytes.view(), log);
+    });
+}
+
+bool ClsPublicKey::LoadFromFile(const XString& path) {
+    LogNull discard;
+    return loadAnyFile(path, discard);
 }
 
 std::string_view ClsPublicKey::keyType() const noexcept {

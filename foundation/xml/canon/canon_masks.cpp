@@ -25,17 +25,10 @@ void makePortable(const char* text, std::size_t count, CanonMasks* masks) noexce
     }
 }
 
-bool always() noexcept { return true; }
-
 #if defined(__x86_64__)
 
 #define VANTREL_AVX2 __attribute__((target("avx2")))
 #define VANTREL_AVX512 __attribute__((target("avx512f,avx512bw")))
-
-bool hasAvx2() noexcept { return __builtin_cpu_supports("avx2") != 0; }
-bool hasAvx512() noexcept {
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0;
-}
 
 // The masks of the 16 bytes at `text`, moved to their place in the block and added to `words`.
 void addSixteen(const char* text, unsigned shift, CanonMasks& words) noexcept {
@@ -114,29 +107,18 @@ VANTREL_AVX512 void makeAvx512(const char* text, std::size_t count, CanonMasks* 
 
 constexpr CanonMaskKernel kKernels[] = {
 #if defined(__x86_64__)
-    {"avx512", hasAvx512, makeAvx512},
-    {"avx2", hasAvx2, makeAvx2},
-    {"sse2", always, makeSse2},
+    {"avx512", cpu::Feature::Avx512, makeAvx512},
+    {"avx2", cpu::Feature::Avx2, makeAvx2},
+    {"sse2", cpu::Feature::Sse2, makeSse2},
 #endif
-    {"portable", always, makePortable},
+    {"portable", cpu::Feature::None, makePortable},
 };
-
-MakeCanonMasks choose() noexcept {
-    for (const CanonMaskKernel& kernel : kKernels) {
-        if (kernel.supported()) {
-            return kernel.make;
-        }
-    }
-    return makePortable;
-}
+static_assert(cpu::isKernelList(kKernels));
 
 } // namespace
 
 std::span<const CanonMaskKernel> canonMaskKernels() noexcept { return kKernels; }
 
-MakeCanonMasks canonMaskKernel() noexcept {
-    static const MakeCanonMasks kernel = choose();
-    return kernel;
-}
+const CanonMaskKernel& chosenCanonMaskKernel() noexcept { return cpu::chosenKernel(kKernels); }
 
 } // namespace vantrel::xml

@@ -12,7 +12,8 @@
 namespace vantrel::xml {
 
 // Walks once over the text of an element, or of a whole document, and writes its canonical form.
-// What need not change is only passed over.
+// What need not change is only passed over. The document was checked when it was scanned, so the
+// walk trusts the text: every '<' begins markup that ends, every end tag has its start tag.
 class CanonWalker final {
 public:
     CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink);
@@ -22,8 +23,12 @@ public:
     [[nodiscard]] bool finish() { return m_out.finish(); }
 
 private:
+    // Comments and processing instructions before or behind the root, each on a line of its own
+    // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
+    // part of the canonical form.
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
     void walkContent(std::uint32_t at);
+    // Each takes one thing that begins at `at` and returns the offset behind it.
     [[nodiscard]] std::uint32_t startTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t endTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t commentOrCdata(std::uint32_t at);
@@ -31,6 +36,8 @@ private:
     [[nodiscard]] std::uint32_t reference(std::uint32_t at);
     [[nodiscard]] std::uint32_t greaterThan(std::uint32_t at);
     [[nodiscard]] std::uint32_t carriageReturn(std::uint32_t at);
+    // At m_nextEvent: hands over what was passed. True when the walk goes on elsewhere: behind the
+    // hole that begins at `at`, or nowhere, since the sink refuses.
     [[nodiscard]] bool passHole(std::uint32_t& at);
     void planEvent(std::uint32_t at) noexcept;
     void putInstruction(std::string_view body);

@@ -8,7 +8,8 @@
 
 namespace vantrel::xml {
 
-// A start tag at a glance. Offsets count from its '<'.
+// A start tag at a glance. Offsets count from its '<'; words have a bit for each byte from there
+// on. canon_masks.h shows one at work.
 struct TagShape {
     std::uint32_t close = 0;        // of its '>'; what follows holds when `tidy`
     bool tidy = false;              // no longer than 64 bytes, and canonical but for what is below
@@ -25,13 +26,17 @@ class CanonWindow final {
 public:
     explicit CanonWindow(std::string_view text) noexcept
         : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
-          m_make(canonMaskKernel()) {}
+          m_make(chosenCanonMaskKernel().run) {}
 
     // The walk begins at `begin`; the masks will not be asked for what lies behind `end`.
     void open(std::uint32_t begin, std::uint32_t end) noexcept {
         m_limit = end;
         slideTo(begin);
     }
+
+    // The shape of the start tag at `at`. Tags longer than 64 bytes have no '>' in the word, so
+    // they are never tidy; passOver (start_tag_writer.h) reads those.
+    [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
 
     // The first byte at `at` or behind it that character data must stop at. There is one: the end
     // tag of the element that the walk is in.
@@ -48,12 +53,13 @@ public:
         }
     }
 
-    [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
-
 private:
+    // 8 KiB of text and as much of masks, which fill a cache line a block: together half of a
+    // first-level cache.
     static constexpr std::uint32_t kBlocks = 128;
 
-    // Bits from `at` on, which must lie before m_safe.
+    // 64 bits from `at` on, which must lie before m_safe: the upper end of one word and the lower
+    // end of the next. A shift by 64 is not defined, so the second is shifted in two steps.
     [[nodiscard]] std::uint64_t word(std::uint64_t CanonMasks::*row,
                                      std::uint32_t at) const noexcept {
         const std::uint32_t distance = at - m_begin;

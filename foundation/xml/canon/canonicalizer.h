@@ -11,6 +11,29 @@
 
 namespace vantrel::xml {
 
+// The words of this folder:
+//
+//     apex          the element whose subtree is canonicalized; its ancestors are not written, but
+//                   it may inherit from them
+//     rendered      written into the canonical form, by an ancestor that is itself written: a
+//                   declaration that is rendered is not repeated (Canonical XML 1.0, 2.3)
+//     visibly used  the element's name or an attribute's name has the prefix (Exclusive XML
+//                   Canonicalization 1.0, 2); text and attribute values do not count
+//     pending       a binding in scope that differs from what is rendered: the next element that
+//                   uses the prefix must write it
+//     due           a declaration that the tag at hand must write
+//     listed        a prefix of InclusiveNamespaces PrefixList, treated as the inclusive method
+//     does hole          a stretch of the text that counts as absent, such as an enveloped
+//     signature to pass over  to leave text as it stands, so that it goes to the sink in one run
+//     with its
+//                   neighbours; the opposite is to rewrite it
+//     tidy          of a start tag: its characters are in canonical form, whatever its names say
+//     window        the bit masks of the stretch of text around the walk (canon_masks.h)
+//
+// From the request to the octets: CanonWalker goes through the text, finds stops by the window, and
+// gives start tags to StartTagWriter; both write through CanonOutput, which joins what was passed
+// over into runs.
+
 enum class CanonMethod : std::uint8_t {
     Inclusive, // Canonical XML 1.0
     Exclusive, // Exclusive XML Canonicalization 1.0

@@ -24,7 +24,13 @@ struct WrittenTag {
 };
 
 // Writes start tags canonically: the namespace declarations that are due, then the attributes in
-// order. A tag that is already canonical is left to the stretch of text that it stands in.
+// order. A tag that is already canonical is left to the stretch of text that it stands in. Three
+// readings are tried, the cheapest first; each takes what the one before refused, and all that take
+// a tag agree about it:
+//
+//     passAtAGlance  by the masks alone, tags of up to 64 bytes
+//     passOver       name by name, tags of any length whose attributes stand in order
+//     rewrite        attribute by attribute (StartTagReader), everything else
 class StartTagWriter final {
 public:
     StartTagWriter(const XmlDocument& document, const CanonRequest& request, CanonWindow& window,

@@ -85,25 +85,15 @@ void classifyPortable(const char* text, std::size_t count, bool hasBefore, Block
     facts.bad |= !checkBlocks(text, count, hasBefore);
 }
 
-bool always() noexcept { return true; }
-
 constexpr ClassifyKernel kKernels[] = {
 #if defined(__x86_64__)
-    {"avx512", hasAvx512Bytes, classifyAvx512},
-    {"avx2", hasAvx2, classifyAvx2},
-    {"sse2", always, classifySse2},
+    {"avx512", cpu::Feature::Avx512, classifyAvx512},
+    {"avx2", cpu::Feature::Avx2, classifyAvx2},
+    {"sse2", cpu::Feature::Sse2, classifySse2},
 #endif
-    {"portable", always, classifyPortable},
+    {"portable", cpu::Feature::None, classifyPortable},
 };
-
-const ClassifyKernel& chooseKernel() noexcept {
-    for (const ClassifyKernel& kernel : kKernels) {
-        if (kernel.supported()) {
-            return kernel;
-        }
-    }
-    return kKernels[std::size(kKernels) - 1];
-}
+static_assert(cpu::isKernelList(kKernels));
 
 } // namespace
 
@@ -114,10 +104,7 @@ bool checkBlocks(const char* text, std::size_t count, bool hasBefore) noexcept {
 
 std::span<const ClassifyKernel> classifyKernels() noexcept { return kKernels; }
 
-const ClassifyKernel& classifyKernel() noexcept {
-    static const ClassifyKernel& kernel = chooseKernel();
-    return kernel;
-}
+const ClassifyKernel& chosenClassifyKernel() noexcept { return cpu::chosenKernel(kKernels); }
 
 std::size_t findBadCharacter(std::string_view text) noexcept {
     std::size_t at = 0;

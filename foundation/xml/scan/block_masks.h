@@ -1,6 +1,8 @@
 #ifndef FOUNDATION_XML_SCAN_BLOCK_MASKS_H
 #define FOUNDATION_XML_SCAN_BLOCK_MASKS_H
 
+#include "foundation/cpu/kernel_list.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -41,16 +43,11 @@ struct TextFacts {
 using ClassifyBlocks = void (*)(const char* text, std::size_t count, bool hasBefore,
                                 BlockMasks& masks, TextFacts& facts) noexcept;
 
-struct ClassifyKernel {
-    std::string_view name;
-    bool (*supported)() noexcept;
-    ClassifyBlocks classify;
-};
+using ClassifyKernel = cpu::Kernel<ClassifyBlocks>;
 
-// Best first, "portable" last; all give the same masks and facts.
 [[nodiscard]] std::span<const ClassifyKernel> classifyKernels() noexcept;
-// The first that this processor supports, chosen once.
-[[nodiscard]] const ClassifyKernel& classifyKernel() noexcept;
+// The first of them that may run here.
+[[nodiscard]] const ClassifyKernel& chosenClassifyKernel() noexcept;
 
 // The character check of a kernel in portable form: false when a character that ends in these
 // blocks is not allowed.

@@ -264,13 +264,6 @@ VANTREL_AVX512 inline std::uint64_t equals64(__m512i bytes, char c) noexcept {
 
 } // namespace
 
-bool hasAvx2() noexcept { return __builtin_cpu_supports("avx2") != 0; }
-
-bool hasAvx512Bytes() noexcept {
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
-           __builtin_cpu_supports("avx512vl") != 0;
-}
-
 void classifySse2(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
                   TextFacts& facts) noexcept {
     bool highBefore = hasBefore; // an unfinished character may stand before the first block

@@ -7,9 +7,7 @@
 
 namespace vantrel::xml {
 
-[[nodiscard]] bool hasAvx2() noexcept;
-[[nodiscard]] bool hasAvx512Bytes() noexcept;
-
+// The kernels of the list in block_masks.cpp; what each needs stands there.
 void classifySse2(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
                   TextFacts& facts) noexcept;
 void classifyAvx2(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,

@@ -1,8 +1,6 @@
 #include "foundation/xml/scan/stop_bytes.h"
 
 #if defined(__x86_64__)
-#include "foundation/xml/scan/block_masks_x86.h"
-
 #include <immintrin.h>
 #endif
 
@@ -24,8 +22,6 @@ std::uint32_t findPortable(const char* text, std::uint32_t at, std::uint32_t siz
     }
     return at;
 }
-
-bool always() noexcept { return true; }
 
 #if defined(__x86_64__)
 
@@ -81,21 +77,13 @@ __attribute__((target("avx512f,avx512bw,avx512vl"))) std::uint32_t findAvx512(
 
 constexpr FindStopKernel kKernels[] = {
 #if defined(__x86_64__)
-    {"avx512", hasAvx512Bytes, findAvx512},
-    {"avx2", hasAvx2, findAvx2},
-    {"sse2", always, findSse2},
+    {"avx512", cpu::Feature::Avx512, findAvx512},
+    {"avx2", cpu::Feature::Avx2, findAvx2},
+    {"sse2", cpu::Feature::Sse2, findSse2},
 #endif
-    {"portable", always, findPortable},
+    {"portable", cpu::Feature::None, findPortable},
 };
-
-FindStop chooseKernel() noexcept {
-    for (const FindStopKernel& kernel : kKernels) {
-        if (kernel.supported()) {
-            return kernel.find;
-        }
-    }
-    return findPortable;
-}
+static_assert(cpu::isKernelList(kKernels));
 
 } // namespace
 
@@ -103,8 +91,7 @@ std::span<const FindStopKernel> findStopKernels() noexcept { return kKernels; }
 
 std::uint32_t findStopFar(const char* text, std::uint32_t at, std::uint32_t size,
                           const StopSet& set) noexcept {
-    static const FindStop find = chooseKernel();
-    return find(text, at, size, set);
+    return cpu::chosenKernel(kKernels).run(text, at, size, set);
 }
 
 } // namespace vantrel::xml::detail

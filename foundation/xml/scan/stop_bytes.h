@@ -1,9 +1,10 @@
 #ifndef FOUNDATION_XML_SCAN_STOP_BYTES_H
 #define FOUNDATION_XML_SCAN_STOP_BYTES_H
 
+#include "foundation/cpu/kernel_list.h"
+
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -24,14 +25,9 @@ struct StopSet {
 };
 using FindStop = std::uint32_t (*)(const char* text, std::uint32_t at, std::uint32_t size,
                                    const StopSet& set) noexcept;
-struct FindStopKernel {
-    std::string_view name;
-    bool (*supported)() noexcept;
-    FindStop find;
-};
-// Best first, "portable" last.
+using FindStopKernel = cpu::Kernel<FindStop>;
 [[nodiscard]] std::span<const FindStopKernel> findStopKernels() noexcept;
-// The search by the first kernel that this processor supports.
+// The search by the first of them that may run here.
 [[nodiscard]] std::uint32_t findStopFar(const char* text, std::uint32_t at, std::uint32_t size,
                                         const StopSet& set) noexcept;
 

@@ -7,7 +7,7 @@ namespace vantrel::xml {
 
 TextWindow::TextWindow(std::string_view text) noexcept
     : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
-      m_classify(classifyKernel().classify) {
+      m_classify(chosenClassifyKernel().run) {
     for (auto& row : m_masks.rows) {
         row[0] = 0;
     }

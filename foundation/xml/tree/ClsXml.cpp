@@ -1,5 +1,6 @@
 #include "foundation/xml/tree/ClsXml.h"
 
+#include "foundation/text/no_throw.h"
 #include "foundation/text/strings.h"
 #include "foundation/xml/tree/element_text.h"
 #include "foundation/xml/tree/tag_pattern.h"
@@ -13,15 +14,6 @@ using text::viewOf;
 using xml::ElementId;
 using xml::kNoElement;
 using xml::NamePattern;
-
-// Runs `work`, which may run out of memory; `failed` is the result then.
-template <class Result, class Work> Result guarded(Result failed, const Work& work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return failed;
-    }
-}
 
 } // namespace
 
@@ -42,7 +34,7 @@ ClsXml* ClsXml::handleOn(ElementId element) const noexcept {
 }
 
 bool ClsXml::loadXml(const StringBuffer& text, bool fragment, LogBase& log) {
-    return guarded(false, [&] {
+    return text::noThrow(false, [&] {
         xml::ParseFailure why;
         auto document = xml::XmlDocument::parse(text, {fragment}, why);
         if (document == nullptr) {
@@ -60,7 +52,7 @@ bool ClsXml::loadXml(const StringBuffer& text, bool fragment, LogBase& log) {
 }
 
 bool ClsXml::getXml(bool /*unused*/, StringBuffer& out, LogBase& /*log*/) const {
-    return m_document != nullptr && guarded(false, [&] {
+    return m_document != nullptr && text::noThrow(false, [&] {
                if (!m_document->hasAttributeTypes()) {
                    const xml::ElementRecord& record = m_document->element(m_element);
                    return out.setView(
@@ -152,7 +144,7 @@ bool ClsXml::getChild2(int index) {
 }
 
 bool ClsXml::contentOf(ElementId element, StringBuffer& out) const {
-    return element != kNoElement && guarded(false, [&] {
+    return element != kNoElement && text::noThrow(false, [&] {
                std::string content;
                xml::appendElementContent(*m_document, element, content);
                return out.setView(content);
@@ -169,7 +161,7 @@ bool ClsXml::getChildContentUtf8(const char* path, StringBuffer& out, bool /*unu
 }
 
 bool ClsXml::getAttrValue(const char* name, StringBuffer& out) const {
-    return m_document != nullptr && guarded(false, [&] {
+    return m_document != nullptr && text::noThrow(false, [&] {
                std::string value;
                return xml::attributeValue(*m_document, m_element, NamePattern(viewOf(name)),
                                           value) &&
@@ -229,7 +221,7 @@ ClsXml* ClsXml::searchForAttribute(const ClsXml* after, const char* tag, const c
     if (m_document == nullptr) {
         return nullptr;
     }
-    return guarded(static_cast<ClsXml*>(nullptr), [&]() -> ClsXml* {
+    return text::noThrow(static_cast<ClsXml*>(nullptr), [&]() -> ClsXml* {
         const NamePattern pattern(viewOf(tag));
         const NamePattern attribute(viewOf(name));
         const ElementId end = m_document->element(m_element).next;
@@ -253,7 +245,7 @@ ClsXml* ClsXml::searchForAttribute(const ClsXml* after, const char* tag, const c
 }
 
 bool ClsXml::findSignatures(ExtPtrArrayRc& out, LogBase& /*log*/) const {
-    return m_document == nullptr || guarded(false, [&] {
+    return m_document == nullptr || text::noThrow(false, [&] {
                for (const xml::SignatureElement& signature : m_document->signatures()) {
                    if (!out.appendRefCounted(handleOn(signature.element))) {
                        return false;
@@ -269,9 +261,7 @@ std::string_view ClsXml::localName() const noexcept { return m_document->localNa
 
 std::string_view ClsXml::prefix() const noexcept { return m_document->prefix(m_element); }
 
-std::string_view ClsXml::namespaceUri() const {
-    return m_document->namespaceUri(m_element);
-}
+std::string_view ClsXml::namespaceUri() const { return m_document->namespaceUri(m_element); }
 
 bool ClsXml::sourceRange(std::uint32_t& start, std::uint32_t& end) const noexcept {
     xml::TextRange range;

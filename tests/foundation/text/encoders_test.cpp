@@ -60,7 +60,7 @@ TEST(Base64, KernelsDecodeEveryLength) {
             broken += c;
         }
         for (const text::Base64Kernel& kernel : text::base64Kernels()) {
-            if (!kernel.supported()) {
+            if (!cpu::supports(kernel.needs)) {
                 continue;
             }
             for (const std::string& text : {line, broken}) {
@@ -90,7 +90,7 @@ TEST(Base64, KernelsRefuseEveryForeignByte) {
             DataBuffer wanted;
             EXPECT_EQ(text::decodeBase64With(portable, text, wanted), belongs) << at << " " << byte;
             for (const text::Base64Kernel& kernel : text::base64Kernels()) {
-                if (!kernel.supported()) {
+                if (!cpu::supports(kernel.needs)) {
                     continue;
                 }
                 DataBuffer out;
@@ -118,7 +118,7 @@ TEST(Base64, KernelsAgreeOnLongBrokenText) {
         ASSERT_EQ(toHex(wanted.view()), toHex(std::span(bytes).first(wanted.getSize()))) << cut;
         for (const text::Base64Kernel& kernel : text::base64Kernels()) {
             DataBuffer out;
-            if (kernel.supported()) {
+            if (cpu::supports(kernel.needs)) {
                 EXPECT_EQ(text::decodeBase64With(kernel, part, out), ok) << kernel.name << cut;
                 EXPECT_TRUE(out.equals(wanted)) << kernel.name << cut;
             }

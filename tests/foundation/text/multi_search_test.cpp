@@ -1,7 +1,6 @@
-// The search for several texts at once, with either filter, against one search after the other.
+// The search for several texts at once, with every kernel, against one search after the other.
 
-#include "foundation/text/multi_search.h"
-
+#include "foundation/text/multi_search_kernels.h"
 #include "tests/support/bytes.h"
 
 #include <string>
@@ -13,15 +12,15 @@ namespace vantrel::test {
 namespace {
 
 void compare(const std::string& text, const std::vector<std::string_view>& needles) {
-    for (const bool vectorFilter : {false, true}) {
-        if (vectorFilter && !text::hasVectorMultiSearch()) {
+    for (const text::MultiSearchKernel& kernel : text::multiSearchKernels()) {
+        if (!cpu::supports(kernel.needs)) {
             continue;
         }
         std::vector<std::size_t> found(needles.size());
-        text::findAllWith(vectorFilter, text, needles, found);
+        text::findAllWith(kernel, text, needles, found);
         for (std::size_t i = 0; i < needles.size(); ++i) {
             EXPECT_EQ(found[i], text.find(needles[i]))
-                << needles[i] << " in " << text.size() << " bytes, vector filter " << vectorFilter;
+                << needles[i] << " in " << text.size() << " bytes, " << kernel.name;
         }
     }
 }

@@ -1,7 +1,7 @@
+#include "foundation/crypto/bignum/divisibility.h"
 #include "foundation/crypto/bignum/inverse.h"
 #include "foundation/crypto/bignum/montgomery.h"
 #include "foundation/crypto/bignum/montgomery_kernels.h"
-#include "foundation/crypto/bignum/scalar.h"
 #include "tests/support/vectors.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ Number number(const Bytes& bytes, std::size_t limbs = 0) {
 }
 
 bool takes(const MontgomeryKernel& kernel, std::size_t limbs) {
-    return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpuSupports(kernel.needs);
+    return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpu::supports(kernel.needs);
 }
 
 TEST(MontgomeryModulus, PowersOnEveryKernel) {
@@ -111,7 +111,7 @@ TEST(MontgomeryModulus, TheFastestKernelOfAMachineIsChosen) {
                 break;
             }
         }
-        const CpuFeatureLimit limit(CpuFeature::None);
+        const cpu::FeatureLimit limit(cpu::Feature::None);
         EXPECT_EQ(chosenMontgomeryKernel(limbs).name, "portable");
     }
 }

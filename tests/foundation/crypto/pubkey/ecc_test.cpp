@@ -46,11 +46,11 @@ TEST(CurveEngine, SumsOnEveryKernel) {
         above[0] ^= 1;
         const std::string about = c.where() + c.text("About");
         for (const CurveKernel& kernel : curveKernels(curve.id)) {
-            if (!cpuSupports(kernel.needs)) {
+            if (!cpu::supports(kernel.needs)) {
                 c.skip(kernel.name);
                 continue;
             }
-            const CurveEngine& engine = kernel.engine();
+            const CurveEngine& engine = kernel.run();
             const std::unique_ptr<PreparedKey> key = engine.prepare(x, y);
             ASSERT_NE(key, nullptr);
             EXPECT_TRUE(engine.isOnCurve(x, y)) << about << kernel.name;
@@ -68,14 +68,14 @@ TEST(CurveEngine, SumsOnEveryKernel) {
 }
 
 TEST(CurveEngine, WithoutFeaturesNoExtensionIsUsed) {
-    const CpuFeatureLimit limit(CpuFeature::None);
+    const cpu::FeatureLimit limit(cpu::Feature::None);
     for (const Curve& curve : allCurves()) {
         const std::span<const CurveKernel> kernels = curveKernels(curve.id);
         ASSERT_FALSE(kernels.empty());
         EXPECT_EQ(kernels.back().name, "portable");
         for (const CurveKernel& kernel : kernels) {
-            if (kernel.needs == CpuFeature::None) {
-                EXPECT_EQ(&chosenCurveEngine(curve.id), &kernel.engine()) << curve.name;
+            if (kernel.needs == cpu::Feature::None) {
+                EXPECT_EQ(&chosenCurveEngine(curve.id), &kernel.run()) << curve.name;
                 break;
             }
         }

@@ -46,9 +46,8 @@ Classified classify(const xml::ClassifyKernel& kernel, const std::string& text, 
     Classified result;
     const std::size_t blocks = text.size() / kBlockSize;
     const auto rest = std::make_unique<BlockMasks>();
-    kernel.classify(text.data(), first, false, *result.masks, result.facts);
-    kernel.classify(text.data() + first * kBlockSize, blocks - first, first != 0, *rest,
-                    result.facts);
+    kernel.run(text.data(), first, false, *result.masks, result.facts);
+    kernel.run(text.data() + first * kBlockSize, blocks - first, first != 0, *rest, result.facts);
     for (unsigned stop = 0; stop < xml::kStopClasses; ++stop) {
         std::copy_n(rest->rows[stop], blocks - first, result.masks->rows[stop] + first);
     }
@@ -60,7 +59,7 @@ void compareKernels(const std::string& text, bool bad) {
     const std::size_t blocks = text.size() / kBlockSize;
     ASSERT_EQ(xml::findBadCharacter(text) != text.size(), bad) << toHex(bytesOf(text));
     for (const xml::ClassifyKernel& kernel : kernels) {
-        if (!kernel.supported()) {
+        if (!cpu::supports(kernel.needs)) {
             continue;
         }
         for (std::size_t first = 0; first < blocks; ++first) {
@@ -150,8 +149,8 @@ TEST(StopBytes, EveryKernelFindsTheFirst) {
         const auto from = static_cast<std::uint32_t>(start);
         const auto end = static_cast<std::uint32_t>(size);
         for (const auto& kernel : xml::detail::findStopKernels()) {
-            if (kernel.supported()) {
-                ASSERT_EQ(kernel.find(text.data(), from, end, set), expected) << kernel.name;
+            if (cpu::supports(kernel.needs)) {
+                ASSERT_EQ(kernel.run(text.data(), from, end, set), expected) << kernel.name;
             }
         }
         ASSERT_EQ(xml::findTextStop(text.data(), from, end), expected);

@@ -1,4 +1,4 @@
-#include "foundation/crypto/bignum/der_signature.h"
+#include "foundation/crypto/signature/signature_value.h"
 
 #include <cstddef>
 #include <cstdint>

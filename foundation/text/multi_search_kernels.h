@@ -1,11 +1,14 @@
-#ifndef FOUNDATION_TEXT_MULTI_SEARCH_FILTER_H
-#define FOUNDATION_TEXT_MULTI_SEARCH_FILTER_H
+#ifndef FOUNDATION_TEXT_MULTI_SEARCH_KERNELS_H
+#define FOUNDATION_TEXT_MULTI_SEARCH_KERNELS_H
 
-// Internal: the filter of the search for several texts.
+// Internal: the filter of the search for several texts, its kernels and their choice.
+
+#include "foundation/cpu/kernel_list.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace vantrel::text {
@@ -28,11 +31,21 @@ struct Candidate {
     std::size_t at;
     std::uint8_t buckets;
 };
+using NextCandidate = Candidate (*)(const MultiSearchFilter& filter, std::string_view text,
+                                    std::size_t from) noexcept;
+using MultiSearchKernel = cpu::Kernel<NextCandidate>;
+
+[[nodiscard]] std::span<const MultiSearchKernel> multiSearchKernels() noexcept;
+
+// findAll (multi_search.h) with a given kernel.
+void findAllWith(const MultiSearchKernel& kernel, std::string_view text,
+                 std::span<const std::string_view> needles, std::span<std::size_t> found);
+
 [[nodiscard]] Candidate nextCandidatePortable(const MultiSearchFilter& filter,
                                               std::string_view text, std::size_t from) noexcept;
 
 #if defined(__x86_64__)
-// For a machine with AVX2. Where less than a block of 32 is left it goes on portably.
+// For Feature::Avx2. Where less than a block of 32 is left it goes on portably.
 [[nodiscard]] Candidate nextCandidateAvx2(const MultiSearchFilter& filter, std::string_view text,
                                           std::size_t from) noexcept;
 #endif

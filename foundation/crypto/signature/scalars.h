@@ -1,10 +1,9 @@
-#ifndef FOUNDATION_CRYPTO_BIGNUM_SCALAR_H
-#define FOUNDATION_CRYPTO_BIGNUM_SCALAR_H
+#ifndef FOUNDATION_CRYPTO_SIGNATURE_SCALARS_H
+#define FOUNDATION_CRYPTO_SIGNATURE_SCALARS_H
 
 #include "foundation/crypto/bignum/limbs.h"
 #include "foundation/text/byte_view.h"
 
-#include <cstddef>
 #include <span>
 
 namespace vantrel::crypto {
@@ -16,12 +15,6 @@ namespace vantrel::crypto {
 [[nodiscard]] bool signatureScalars(std::span<const Limb> n, ByteView rBytes, ByteView sBytes,
                                     ByteView hash, std::span<Limb> r, std::span<Limb> u1,
                                     std::span<Limb> u2) noexcept;
-
-inline constexpr std::size_t kMaxDividendLimbs = 64;
-
-// True when x, of at most kMaxDividendLimbs limbs, is a multiple of the odd n > 1 of at most
-// kMaxInverseLimbs limbs.
-[[nodiscard]] bool isMultipleOf(std::span<const Limb> x, std::span<const Limb> n) noexcept;
 
 } // namespace vantrel::crypto
 

@@ -1,10 +1,9 @@
-#include "foundation/crypto/bignum/scalar.h"
+#include "foundation/crypto/signature/scalars.h"
 
 #include "foundation/crypto/bignum/inverse.h"
 
 #include <algorithm>
 #include <array>
-#include <cassert>
 
 namespace vantrel::crypto {
 namespace {
@@ -82,25 +81,6 @@ bool signatureScalars(std::span<const Limb> n, ByteView rBytes, ByteView sBytes,
     montgomeryProduct(u1, e, s, n, inverse);
     montgomeryProduct(u2, r, s, n, inverse);
     return true;
-}
-
-bool isMultipleOf(std::span<const Limb> x, std::span<const Limb> n) noexcept {
-    // Multiples of n clear x from its lowest limb upwards; what is left above is x / 2^(64 k)
-    // modulo n, at most n.
-    std::array<Limb, kMaxDividendLimbs + kMaxInverseLimbs> buffer{};
-    assert(x.size() <= kMaxDividendLimbs && n.size() <= kMaxInverseLimbs);
-    std::copy(x.begin(), x.end(), buffer.begin());
-    const std::span<Limb> t = std::span(buffer).first(x.size() + n.size());
-    const Limb inverse = negInverse(n[0]);
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        Limb carry = addScaled(t.subspan(i, n.size()), t[i] * inverse, n);
-        for (std::size_t j = i + n.size(); carry != 0 && j < t.size(); ++j) {
-            t[j] += carry;
-            carry = static_cast<Limb>(t[j] < carry);
-        }
-    }
-    const std::span<const Limb> rest = t.last(n.size());
-    return isZero(rest) || equal(rest, n);
 }
 
 } // namespace vantrel::crypto

@@ -1,4 +1,4 @@
-#include "foundation/crypto/bignum/der_signature.h"
+#include "foundation/crypto/signature/signature_value.h"
 
 #include "tests/support/bytes.h"
 
@@ -57,6 +57,24 @@ TEST(DerSignature, TruncatedAndLengthenedIsRefused) {
         EXPECT_EQ(parsed(whole.substr(0, size)), "refused") << size;
     }
     EXPECT_EQ(parsed(whole + "00"), "refused");
+}
+
+// What is readable in both forms is tried in both, in the order that was asked for.
+TEST(SignatureValue, BothFormsAreTriedInOrder) {
+    const Bytes both = fromHex("3006020105020107"); // DER: 5 and 7; raw, by width 4: its halves
+    for (const bool rawFirst : {true, false}) {
+        std::string seen;
+        const auto remember = [&seen](ByteView r, ByteView s) {
+            seen += toHex(r) + "," + toHex(s) + ";";
+            return false;
+        };
+        EXPECT_FALSE(crypto::satisfiesInEitherForm(both, 4, rawFirst, remember));
+        EXPECT_EQ(seen, rawFirst ? "30060201,05020107;05,07;" : "05,07;30060201,05020107;");
+        // The other form is as good, and the only one where the width does not fit.
+        const auto isFive = [](ByteView r, ByteView) { return toHex(r) == "05"; };
+        EXPECT_TRUE(crypto::satisfiesInEitherForm(both, 4, rawFirst, isFive));
+        EXPECT_TRUE(crypto::satisfiesInEitherForm(both, 5, rawFirst, isFive));
+    }
 }
 
 } // namespace
