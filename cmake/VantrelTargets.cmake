@@ -6,7 +6,7 @@ find_package(Threads REQUIRED)
 add_library(vantrel_settings INTERFACE)
 target_compile_features(vantrel_settings INTERFACE cxx_std_20)
 target_include_directories(vantrel_settings INTERFACE
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include/vantrel>)
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(vantrel_settings INTERFACE Threads::Threads)
 
 add_library(vantrel_warnings INTERFACE)
