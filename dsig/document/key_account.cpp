@@ -51,17 +51,20 @@ std::uint64_t keyOperationWeight(const _vlPublicKey& key) noexcept {
 }
 
 void KeyAccount::begin(int signature) {
-    m_current = &m_bySignature[signature];
-    m_spent -= *m_current;
-    *m_current = 0;
+    m_current = static_cast<std::size_t>(std::max(signature, 0));
+    if (m_current >= m_bySignature.size()) {
+        m_bySignature.resize(m_current + 1);
+    }
+    m_spent -= m_bySignature[m_current];
+    m_bySignature[m_current] = 0;
 }
 
 bool KeyAccount::charge(std::uint64_t weight, std::uint64_t limit) noexcept {
-    if (m_current == nullptr || m_spent > limit || weight > limit - m_spent) {
+    if (m_current >= m_bySignature.size() || m_spent > limit || weight > limit - m_spent) {
         return false;
     }
     m_spent += weight;
-    *m_current += weight;
+    m_bySignature[m_current] += weight;
     ++m_operations;
     return true;
 }

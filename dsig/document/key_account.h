@@ -1,8 +1,9 @@
 #ifndef DSIG_DOCUMENT_KEY_ACCOUNT_H
 #define DSIG_DOCUMENT_KEY_ACCOUNT_H
 
+#include <cstddef>
 #include <cstdint>
-#include <unordered_map>
+#include <vector>
 
 namespace vantrel {
 
@@ -31,8 +32,8 @@ public:
     [[nodiscard]] std::uint64_t operations() const noexcept { return m_operations; }
 
 private:
-    std::unordered_map<int, std::uint64_t> m_bySignature;
-    std::uint64_t* m_current = nullptr; // of the signature that is being verified
+    std::vector<std::uint64_t> m_bySignature;
+    std::size_t m_current = 0; // index of the signature that is being verified
     std::uint64_t m_spent = 0;
     std::uint64_t m_operations = 0;
 };

@@ -27,11 +27,15 @@ bool passed(std::string_view limit, std::uint64_t most, LogBase& log) {
 } // namespace
 
 void WorkAccount::begin(int signature) {
-    m_current = &m_bySignature[signature];
-    m_sum.octets -= m_current->octets;
-    m_sum.transforms -= m_current->transforms;
-    m_sum.failedReferences -= m_current->failedReferences;
-    *m_current = {};
+    m_current = static_cast<std::size_t>(std::max(signature, 0));
+    if (m_current >= m_bySignature.size()) {
+        m_bySignature.resize(m_current + 1);
+    }
+    Spent& before = current();
+    m_sum.octets -= before.octets;
+    m_sum.transforms -= before.transforms;
+    m_sum.failedReferences -= before.failedReferences;
+    before = {};
 }
 
 std::uint64_t WorkAccount::mostOctets() const noexcept {
@@ -46,7 +50,7 @@ bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
         return passed("workOctets", most, log);
     }
     m_sum.octets += octets;
-    m_current->octets += octets;
+    current().octets += octets;
     return true;
 }
 
@@ -59,7 +63,7 @@ bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
         return passed("transforms", m_limits.transforms, log);
     }
     m_sum.transforms += counted;
-    m_current->transforms += counted;
+    current().transforms += counted;
     return true;
 }
 

@@ -3,8 +3,9 @@
 
 #include "dsig/document/limits.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <unordered_map>
+#include <vector>
 
 namespace vantrel {
 class LogBase;
@@ -18,8 +19,8 @@ namespace vantrel::dsig {
 class WorkAccount final {
 public:
     // `documentOctets`: size of the loaded text.
-    WorkAccount(std::uint64_t documentOctets, const Limits& limits) noexcept
-        : m_documentOctets(documentOctets), m_limits(limits) {}
+    WorkAccount(std::uint64_t documentOctets, const Limits& limits)
+        : m_documentOctets(documentOctets), m_limits(limits), m_bySignature(1) {}
 
     // The signature whose references follow.
     void begin(int signature);
@@ -34,7 +35,7 @@ public:
     [[nodiscard]] bool takeRetry(LogBase& log);
 
     void noteFailedReference() noexcept {
-        ++m_current->failedReferences;
+        ++current().failedReferences;
         ++m_sum.failedReferences;
     }
     [[nodiscard]] std::uint64_t octets() const noexcept { return m_sum.octets; }
@@ -47,12 +48,12 @@ private:
     };
 
     [[nodiscard]] std::uint64_t mostOctets() const noexcept;
+    [[nodiscard]] Spent& current() noexcept { return m_bySignature[m_current]; }
 
     std::uint64_t m_documentOctets;
     const Limits& m_limits;
-    std::unordered_map<int, Spent> m_bySignature;
-    Spent m_outside; // work for no signature
-    Spent* m_current = &m_outside;
+    std::vector<Spent> m_bySignature;
+    std::size_t m_current = 0;
     Spent m_sum;
 };
 

@@ -1,17 +1,35 @@
 #include "dsig/keys/document_certificates.h"
 
-#include "dsig/keys/certificate_text.h"
 #include "dsig/keys/security_tokens.h"
 #include "dsig/keys/seen_certificates.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/encoders.h"
+#include "foundation/x509/VantrelX509.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel::dsig {
 
 namespace {
 
+// Character references for carriage returns, which some signers escape twice, are removed from the
+// text in place.
+bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, LogBase& log) {
+    base64.replaceAllOccurances("&#13;", "");
+    base64.replaceAllOccurances("&#xD;", "");
+    DataBuffer der;
+    if (!ContentCoding::decodeBase64ToDb(base64.getString(), base64.getSize(), der)) {
+        log.LogError("Failed to decode base64 cert.");
+        return false;
+    }
+    if (!cert.loadX509Der(der, log)) {
+        log.LogError("Failed to parse X.509 certificate.");
+        return false;
+    }
+    return true;
+}
+
+// Never fails: an entry without a certificate is remembered, with the lines that say why.
 void decode(DecodedCertificate& entry, const LogBase& settings) {
     LogTape tape(settings);
     entry.base64 = entry.source;
@@ -39,6 +57,7 @@ CertificateCache::Entry certificateOfToken(CertificateCache& cache, const ClsXml
     if (entry != nullptr) {
         return entry;
     }
+    // The same token may be read both ways, by its plain type and as a path: an entry for each.
     entry = std::make_shared<DecodedCertificate>();
     token.getContentSb(entry->source);
     if (asPath) {

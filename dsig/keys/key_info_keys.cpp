@@ -1,186 +1,182 @@
-// The public keys that a KeyInfo element carries or names, as candidates in a fixed order.
+#include "dsig/keys/key_info_keys.h"
 
-#include "dsig/document/child_elements.h"
-#include "dsig/document/document.h"
-#include "dsig/keys/certificate_text.h"
+#include "dsig/keys/certificate_keys.h"
 #include "dsig/keys/document_certificates.h"
-#include "dsig/keys/key_sources.h"
+#include "dsig/keys/key_info.h"
+#include "dsig/keys/key_values.h"
 #include "dsig/keys/known_to_caller.h"
-#include "dsig/keys/seen_certificates.h"
-#include "dsig/object/ClsXmlDSig.h"
-#include "dsig/object/object_state.h"
+#include "dsig/keys/security_tokens.h"
+#include "dsig/keys/store_lookup.h"
 #include "foundation/base/LogContextExitor.h"
-#include "foundation/x509/VantrelX509.h"
-#include "foundation/x509/keys/ClsPublicKey.h"
-#include "foundation/xml/tree/ClsXml.h"
+#include "foundation/x509/CertificateHolder.h"
 
-namespace vantrel {
+#include <memory>
+#include <utility>
+
+namespace vantrel::dsig {
 
 namespace {
 
-namespace keysource = dsig::keysource;
+// Every key that is found is a candidate, in doubt one too many: only the check of the signature
+// value tells the right one.
+class KeyWalk final : public KeyInfoWalk {
+public:
+    KeyWalk(const KeyQuery& query, std::vector<CandidateKey>& keys, CodeSet& leniencies,
+            LogBase& log) noexcept
+        : KeyInfoWalk(query,
+                      {"numX509Certificates", "Need to locate BinarySecurityToken within XML..."},
+                      log),
+          m_keys(keys), m_leniencies(leniencies) {}
 
-struct KeyValueForm {
-    const char* path;
-    bool withLog; // the loader's own lines belong in the log
-    const char* loaded;
-    const char* failed;
+private:
+    bool takeKeyValues(const ClsXml& keyInfo) override;
+    void takeEmbedded(const CertificateCache::Entry& certificate) override {
+        static_cast<void>(addCarried(certificate, keysource::kCertificate));
+    }
+    void takeNamed(const CertificateName& name) override {
+        static_cast<void>(add(findNamedKey(m_query.store, name, m_log)));
+    }
+    void takeKeyIdentifier(const ClsXml& tokenReference) override;
+    void noteReference() override;
+    xml::ElementId otherToken(const TokenIndex& tokens) override;
+    bool takeToken(const CertificateCache::Entry& certificate) override;
+    bool takeThumbprint(const ClsXml& tokenReference) override;
+
+    // False, and nothing appended, where there is no key.
+    bool add(CandidateKey candidate);
+    bool addCarried(const CertificateCache::Entry& certificate, const KeySource& source) {
+        return add(candidateOf(document().certificates, certificate, source, m_seen, m_log));
+    }
+
+    std::vector<CandidateKey>& m_keys;
+    CodeSet& m_leniencies;
 };
 
-// Each form that is there is loaded, in this order.
-constexpr KeyValueForm kKeyValueForms[] = {
-    {"*:RSAKeyValue", false, "Loaded public key from RSA XML in KeyInfo.",
-     "Failed to parse public key RSA XML"},
-    {"*:DSAKeyValue", true, "Loaded public key from DSA XML in KeyInfo.",
-     "Failed to parse public key DSA XML"},
-    {"*:ECKeyValue", true, "Loaded public key from ECDSA XML in KeyInfo.",
-     "Failed to parse public key ECDSA XML"},
-};
-
-} // namespace
-
-bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
-    const LogContextExitor context(log, "publicKeyFromKeyInfo");
-    dsig::SeenCertificates seen;
-    if (!keysFromKeyValue(keyInfo, keys, log)) {
+bool KeyWalk::add(CandidateKey candidate) {
+    if (!candidate.key) {
         return false;
     }
-    keysFromX509Data(keyInfo, seen, keys, log);
-    return keysFromTokenReference(keyInfo, seen, keys, log);
+    // What was found by a name is the caller's own certificate; what the document carries may be
+    // one of them too, octet for octet.
+    candidate.certificateGiven =
+        candidate.certificate.isLoaded() &&
+        (!candidate.source.inDocument || storeHolds(m_query.store, candidate.certificate));
+    m_keys.push_back(std::move(candidate));
+    return true;
 }
 
-// A malformed key value ends the whole walk.
-bool ClsXmlDSig::keysFromKeyValue(const ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
-    const Ref<ClsXml> keyValue = Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:KeyValue"));
-    if (!keyValue) {
-        return true;
+// The keys before a malformed one stay candidates.
+bool KeyWalk::takeKeyValues(const ClsXml& keyInfo) {
+    std::vector<Ref<ClsPublicKey>> found;
+    const bool allRead = readKeyValues(keyInfo, found, m_log);
+    for (Ref<ClsPublicKey>& key : found) {
+        m_keys.push_back({.key = std::move(key),
+                          .source = keysource::kKeyValue,
+                          .certificate = {},
+                          .certificateTexts = nullptr});
     }
-    for (const KeyValueForm& form : kKeyValueForms) {
-        const Ref<ClsXml> element = Ref<ClsXml>::adopt(keyValue->getChildWithTagUtf8(form.path));
-        if (!element) {
-            continue;
+    return allRead;
+}
+
+// A key identifier that is a certificate, or that names one of the store.
+void KeyWalk::takeKeyIdentifier(const ClsXml& tokenReference) {
+    if (m_log.verbose()) {
+        m_log.LogInfo("Check for and handle SecurityTokenReference cases..");
+    }
+    const Ref<ClsXml> identifier =
+        Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));
+    if (m_query.store == nullptr || !identifier) {
+        return;
+    }
+    StringBuffer content;
+    identifier->getContentSb(content);
+    if (content.isEmpty()) {
+        return;
+    }
+    StringBuffer valueType;
+    identifier->getAttrValue("ValueType", valueType);
+    m_log.LogDataSb("ValueType", valueType);
+
+    if (!valueType.endsWith("#X509v3")) {
+        if (const VantrelX509* const cert =
+                findNamed(m_query.store, {NamedBy::SubjectKeyId, content, {}}, m_log)) {
+            static_cast<void>(add(candidateOf(*cert, keysource::kKeyIdentifier, m_log)));
         }
-        Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-        if (!key) {
-            return false;
-        }
-        XString xml;
-        element->GetXml(xml);
-        if (!(form.withLog ? key->loadXml(xml, log) : key->LoadXml(xml))) {
-            log.LogError(form.failed);
-            return false;
-        }
-        log.LogInfo(form.loaded);
-        appendKey(keys, std::move(key), keysource::kKeyValue, nullptr);
+        return;
+    }
+    // The candidate shares the certificate's bytes, so it outlives the holder.
+    const std::unique_ptr<CertificateHolder> holder(CertificateHolder::createFromBase64(
+        content.getString(), content.getSize(), m_query.store, m_log));
+    CertRecord* const record = holder ? holder->getCertPtr(m_log) : nullptr;
+    if (const VantrelX509* const cert = record != nullptr ? record->getX509Ptr() : nullptr) {
+        static_cast<void>(add(candidateOf(*cert, keysource::kKeyIdentifierCertificate, m_log)));
+    }
+}
+
+void KeyWalk::noteReference() {
+    if (m_log.verbose()) {
+        m_log.LogInfo("We have a *:Reference...");
+    }
+}
+
+// Signers in the wild give their only token another Id than the one they refer to.
+xml::ElementId KeyWalk::otherToken(const TokenIndex& tokens) {
+    m_log.LogInfo(
+        "Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
+    if (tokens.first() != xml::kNoElement) {
+        m_leniencies.add(accommodation::kTokenIdMismatch);
+    }
+    return tokens.first();
+}
+
+bool KeyWalk::takeToken(const CertificateCache::Entry& certificate) {
+    if (!addCarried(certificate, keysource::kSecurityToken)) {
+        m_log.LogError("Failed to get public key from cert.");
+        return false;
     }
     return true;
 }
 
-void ClsXmlDSig::keysFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen,
-                                  ExtPtrArrayRc& keys, LogBase& log) {
-    const Ref<ClsXml> x509Data = Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:X509Data"));
-    if (x509Data) {
-        keysFromCertificates(*x509Data, seen, keys, log);
-        dsig::IssuerSerial name;
-        if (dsig::readIssuerSerial(*x509Data, name, log) &&
-            !seen.hasIssuerSerial(name.issuerCn, name.serialHex, log)) {
-            appendFoundKey(keys,
-                           getPublicKeyByIssuerNameAndSerial(name.issuerCn, name.serialHex, log),
-                           keysource::kIssuerSerial);
-        }
+// WS-Security: a token by the SHA-1 of its certificate. The thumbprint is not compared: the first
+// X.509 token of the document is taken. The signature value decides whether it was the right one.
+bool KeyWalk::takeThumbprint(const ClsXml& tokenReference) {
+    const Ref<ClsXml> identifier =
+        Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));
+    if (!identifier) {
+        return true;
     }
-    StringBuffer reversed;
-    if (dsig::readUnseenSubjectName(keyInfo, seen, reversed, log)) {
-        appendFoundKey(keys, getPublicKeyBySubjectName(reversed, log), keysource::kSubjectName);
+    m_log.LogInfo("We have a *:SecurityTokenReference/KeyIdentifier...");
+    StringBuffer valueType;
+    StringBuffer thumbprint;
+    identifier->getAttrValue("ValueType", valueType);
+    identifier->getContentSb(thumbprint);
+    if (!valueType.containsSubstring("ThumbprintSHA1")) {
+        return true;
     }
-    StringBuffer ski;
-    if (dsig::readSubjectKeyId(keyInfo, ski)) {
-        appendFoundKey(keys, getPublicKeyBySKI(ski, log), keysource::kSubjectKeyId);
+    m_log.LogInfo(
+        "Need to find the cert from the binary security token with a given SHA1 thumbprint...");
+    m_log.LogDataSb("sbKeyIdentData", thumbprint);
+    logTokenSearch();
+    const xml::ElementId token = document().tokens().firstX509();
+    if (token == xml::kNoElement) {
+        logNoToken(m_log);
+        return false;
     }
+    const CertificateCache::Entry certificate = certificateOf(token, false);
+    m_log.LogDataSb("sbSha1Base64", thumbprintOf(*certificate));
+    if (!takeToken(certificate)) {
+        return false;
+    }
+    m_log.LogInfo("Got public key from base64 cert.");
+    return true;
 }
 
-// Every certificate yields a key; one that fails is skipped.
-void ClsXmlDSig::keysFromCertificates(ClsXml& x509Data, dsig::SeenCertificates& seen,
-                                      ExtPtrArrayRc& keys, LogBase& log) {
-    const std::vector<xml::ElementId> certificates = x509Data.childrenWithTag("*:X509Certificate");
-    log.LogDataLong("numX509Certificates", static_cast<std::int64_t>(certificates.size()));
-    if (!dsig::checkNumberOfCertificates(certificates.size(), log)) {
-        return;
-    }
-    for (const xml::ElementId certificate : certificates) {
-        const Ref<ClsXml> element = dsig::handleOn(x509Data, certificate);
-        StringBuffer content;
-        element->getContentSb(content);
-        if (!content.isEmpty()) {
-            appendFoundKey(
-                keys,
-                publicKeyFromCertificate(
-                    dsig::certificateOfText(structure().certificates, content, log), seen, log),
-                keysource::kCertificate);
-        }
-    }
+} // namespace
+
+bool keysFromKeyInfo(const KeyQuery& query, const ClsXml& keyInfo, std::vector<CandidateKey>& keys,
+                     CodeSet& leniencies, LogBase& log) {
+    const LogContextExitor context(log, "publicKeyFromKeyInfo");
+    return KeyWalk(query, keys, leniencies, log).run(keyInfo);
 }
 
-// A key of the document's own certificate is decoded once and shared by the signatures that use it.
-ClsPublicKey* ClsXmlDSig::publicKeyFromCertificate(
-    const std::shared_ptr<dsig::DecodedCertificate>& certificate, dsig::SeenCertificates& seen,
-    LogBase& log) {
-    const LogContextExitor context(log, "publicKeyFromCertBase64");
-    if (!dsig::useCertificate(*certificate, seen, log)) {
-        return nullptr;
-    }
-    if (!certificate->keyDecoded) {
-        LogTape tape(log);
-        certificate->key =
-            Ref<ClsPublicKey>::adopt(publicKeyFromX509(certificate->certificate, tape));
-        certificate->keyLines = tape.take();
-        certificate->keyDecoded = true;
-        structure().certificates.keepKey(certificate);
-    }
-    LogTape::replay(certificate->keyLines, log);
-    m_state->keyCertificate = certificate->certificate;
-    m_state->keyTexts = certificate->texts;
-    return Ref<ClsPublicKey>::share(certificate->key.get()).release();
-}
-
-ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
-    DataBuffer der;
-    if (!cert.get_PublicKey(der, log)) {
-        log.LogError("Failed to get public key from X.509 certificate.");
-        return nullptr;
-    }
-    Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    if (!key) {
-        return nullptr;
-    }
-    if (!key->loadAnyDer(der, log)) {
-        log.LogError("Failed to parse public key DER");
-        return nullptr;
-    }
-    log.LogInfo("Loaded public key from X.509 certificate in KeyInfo.");
-    m_state->keyCertificate = cert;
-    m_state->keyTexts = std::make_shared<dsig::CertificateTexts>();
-    return key.release();
-}
-
-// Takes over a key that a certificate gave, with what the report says of that certificate.
-void ClsXmlDSig::appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key,
-                                const dsig::KeySource& source) {
-    if (key != nullptr) {
-        appendKey(keys, Ref<ClsPublicKey>::adopt(key), source, &m_state->keyCertificate);
-    }
-}
-
-void ClsXmlDSig::appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key,
-                           const dsig::KeySource& source, const VantrelX509* cert) {
-    dsig::KeyReport report = dsig::describeKey(*key, source.name, cert);
-    report.fromDocument =
-        source.inDocument && (cert == nullptr || !dsig::storeHolds(getSystemCertsPtr(), *cert));
-    if (cert != nullptr) {
-        report.certificateTexts = m_state->keyTexts;
-    }
-    m_state->report.keys.push_back(std::move(report));
-    keys.appendRefCounted(key.release());
-}
-
-} // namespace vantrel
+} // namespace vantrel::dsig

@@ -13,6 +13,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Leading zeros were left out when the keys were loaded. Keys are public: nothing here has to take
+// constant time.
 bool equal(ByteView one, ByteView other) noexcept {
     return std::equal(one.begin(), one.end(), other.begin(), other.end());
 }
@@ -21,6 +23,7 @@ bool equal(const RsaKeyData& one, const RsaKeyData& other) noexcept {
     return equal(one.modulus(), other.modulus()) && equal(one.exponent(), other.exponent());
 }
 
+// The parameters belong to the key: the same y in another group is another key.
 bool equal(const DsaKeyData& one, const DsaKeyData& other) noexcept {
     return equal(one.p(), other.p()) && equal(one.q(), other.q()) && equal(one.g(), other.g()) &&
            equal(one.y(), other.y());

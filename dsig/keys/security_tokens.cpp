@@ -41,6 +41,8 @@ bool pkiPathV1_to_cert(const StringBuffer& in, StringBuffer& out, LogBase& log) 
 
 } // namespace
 
+// The reference need not be a well-behaved one: without an '#' it leads out of the document, and
+// nothing is fetched for a key.
 bool readTokenReference(const ClsXml& reference, TokenReference& target, LogBase& log) {
     const bool hasUri = reference.getAttrValue("URI", target.uri);
     const bool hasType = reference.getAttrValue("ValueType", target.valueType);
@@ -52,10 +54,6 @@ bool readTokenReference(const ClsXml& reference, TokenReference& target, LogBase
     log.LogDataSb("uri", target.uri);
     log.LogDataSb("valueType", target.valueType);
     return false;
-}
-
-void logTokenSearch(LogBase& log) {
-    log.LogInfo("Need to locate BinarySecurityToken within XML...");
 }
 
 void logNoToken(LogBase& log) {

@@ -25,7 +25,7 @@ struct TokenReference {
 [[nodiscard]] bool readTokenReference(const ClsXml& reference, TokenReference& target,
                                       LogBase& log);
 
-void logTokenSearch(LogBase& log);
+// The line that says that the document has no token that would do.
 void logNoToken(LogBase& log);
 
 // `content`, the base64 of a PKI path, becomes the base64 of its last certificate.

@@ -8,6 +8,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Whatever the common name holds, no two pairs give the same text: there is no colon in a serial
+// number.
 StringBuffer issuerSerialKey(const StringBuffer& issuerCn, const StringBuffer& serialHex) {
     StringBuffer key = issuerCn;
     key.append2(":", serialHex.getString());

@@ -1,34 +1,71 @@
 #include "dsig/keys/store_lookup.h"
 
+#include "dsig/keys/certificate_keys.h"
+#include "foundation/base/LogContextExitor.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/DistinguishedName.h"
-#include "foundation/x509/SystemCerts.h"
-#include "foundation/x509/VantrelX509.h"
+
+#include <cstddef>
 
 namespace vantrel::dsig {
 
-VantrelX509* findByIssuerSerial(SystemCerts* store, const StringBuffer& issuerCn,
-                                const StringBuffer& serialHex, LogBase& log) {
-    return store == nullptr
-               ? nullptr
-               : store->findX509(serialHex.getString(), issuerCn.getString(), nullptr, log);
+namespace {
+
+struct LookUp {
+    KeySource source;
+    const char* keyContext;
+    const char* certificateContext;
+};
+
+// In the order of NamedBy. One context is not called like its operation: readers of the log know
+// it so.
+constexpr LookUp kLookUps[] = {
+    {keysource::kIssuerSerial, "getPublicKeyByIssuerNameAndSerial", "getCertByIssuerNameAndSerial"},
+    {keysource::kSubjectName, "getPublicKeyBySubjectName", "getCertSubjectName"},
+    {keysource::kSubjectKeyId, "getPublicKeyBySKI", "getCertBySKI"},
+};
+
+const LookUp& lookUpOf(const CertificateName& name) noexcept {
+    return kLookUps[static_cast<std::size_t>(name.by)];
 }
 
-VantrelX509* findBySubject(SystemCerts* store, const StringBuffer& subject, LogBase& log) {
+} // namespace
+
+VantrelX509* findNamed(SystemCerts* store, const CertificateName& name, LogBase& log) {
     if (store == nullptr) {
         return nullptr;
     }
-    const XString dn(subject.view());
-    XString values;
-    DistinguishedName::removeDnTags(dn, values);
-    return store->findBySubjectDN_x509(values, dn, true, log);
+    switch (name.by) {
+    case NamedBy::IssuerSerial:
+        return store->findX509(name.serialHex.getString(), name.text.getString(), nullptr, log);
+    case NamedBy::SubjectName: {
+        const XString dn(name.text.view());
+        XString values;
+        DistinguishedName::removeDnTags(dn, values);
+        return store->findBySubjectDN_x509(values, dn, true, log);
+    }
+    case NamedBy::SubjectKeyId: {
+        // A record need not hold a certificate.
+        CertRecord* const record = store->findBySubjectKeyId(name.text, log);
+        return record == nullptr ? nullptr : record->getX509Ptr();
+    }
+    }
+    return nullptr;
 }
 
-VantrelX509* findBySki(SystemCerts* store, const StringBuffer& ski, LogBase& log) {
-    CertRecord* const record = store == nullptr ? nullptr : store->findBySubjectKeyId(ski, log);
-    return record == nullptr ? nullptr : record->getX509Ptr();
+CandidateKey findNamedKey(SystemCerts* store, const CertificateName& name, LogBase& log) {
+    const LookUp& lookUp = lookUpOf(name);
+    const LogContextExitor context(log, lookUp.keyContext);
+    const VantrelX509* const cert = findNamed(store, name, log);
+    return cert != nullptr ? candidateOf(*cert, lookUp.source, log) : CandidateKey{};
+}
+
+bool findNamedCertificate(SystemCerts* store, const CertificateName& name, StringBuffer& out,
+                          LogBase& log) {
+    const LogContextExitor context(log, lookUpOf(name).certificateContext);
+    return certBase64(findNamed(store, name, log), out);
 }
 
 bool certBase64(const VantrelX509* cert, StringBuffer& out) {

@@ -36,12 +36,11 @@ struct XmlEncoding;
 
 namespace dsig {
 class SeenCertificates;
-struct DecodedCertificate;
 struct Document;
+struct KeyQuery;
 struct ObjectState;
 struct Rules;
 struct Selection;
-struct KeySource;
 struct VerifyRun;
 } // namespace dsig
 
@@ -245,34 +244,13 @@ private:
     void reportHmacKey(bool used);
 
     // keys/
+    [[nodiscard]] dsig::KeyQuery keyQuery(bool keyInfoOnly);
     // The candidate keys in the order in which they are tried: those of KeyInfo, then the explicit
-    // one. True when there is one.
+    // ones. True when there is one.
     bool getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log);
     [[nodiscard]] ClsXml* getKeyInfo(LogBase& log);
     bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
-    bool keysFromKeyValue(const ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
-    void keysFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
-                          LogBase& log);
-    void keysFromCertificates(ClsXml& x509Data, dsig::SeenCertificates& seen, ExtPtrArrayRc& keys,
-                              LogBase& log);
-    bool keysFromTokenReference(const ClsXml& keyInfo, dsig::SeenCertificates& seen,
-                                ExtPtrArrayRc& keys, LogBase& log);
-    void keyFromKeyIdentifier(const ClsXml& tokenReference, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromReferencedToken(const ClsXml& reference, dsig::SeenCertificates& seen,
-                                ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromThumbprint(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
-                           ExtPtrArrayRc& keys, LogBase& log);
-    bool appendTokenKey(const std::shared_ptr<dsig::DecodedCertificate>& certificate,
-                        dsig::SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
-    [[nodiscard]] ClsPublicKey* publicKeyFromCertificate(
-        const std::shared_ptr<dsig::DecodedCertificate>& certificate, dsig::SeenCertificates& seen,
-        LogBase& log);
     [[nodiscard]] ClsPublicKey* publicKeyFromX509(VantrelX509& cert, LogBase& log);
-    void appendFoundKey(ExtPtrArrayRc& keys, ClsPublicKey* key, const dsig::KeySource& source);
-    void appendKey(ExtPtrArrayRc& keys, Ref<ClsPublicKey> key, const dsig::KeySource& source,
-                   const VantrelX509* cert);
-    void appendExplicitKey(ClsPublicKey* key, ExtPtrArrayRc& keys);
-    void noteKeysKnownToCaller(ExtPtrArrayRc& keys, const ClsPublicKey& explicitKey);
     // Look-ups in the certificate store: a new key, or the certificate as base64.
     [[nodiscard]] ClsPublicKey* getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
                                                                   const StringBuffer& serialHex,
@@ -285,16 +263,8 @@ private:
     bool getCertBySubjectName(const StringBuffer& subject, StringBuffer& out, LogBase& log);
     bool getCertBySKI(const StringBuffer& ski, StringBuffer& out, LogBase& log);
     bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
-    void certsFromX509Data(ClsXml& keyInfo, dsig::SeenCertificates& seen, ClsStringArray& out,
-                           LogBase& log);
-    bool certsFromTokenReference(const ClsXml& tokenReference, dsig::SeenCertificates& seen,
-                                 ClsStringArray& out, LogBase& log);
-    bool processCertBase64(const dsig::DecodedCertificate& certificate,
-                           dsig::SeenCertificates& seen, LogBase& log);
-    bool appendCert(const dsig::DecodedCertificate& certificate, dsig::SeenCertificates& seen,
-                    ClsStringArray& out, LogBase& log);
-    bool appendCertText(const StringBuffer& base64, dsig::SeenCertificates& seen,
-                        ClsStringArray& out, LogBase& log);
+    // Cleans the text, and notes its certificate as seen.
+    bool processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen, LogBase& log);
 
     // xades/
     // True when there is no time-stamp to check, or the check passes.

@@ -3,6 +3,8 @@
 #include "dsig/document/child_elements.h"
 #include "dsig/document/document.h"
 #include "dsig/document/signed_info.h"
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/keys/key_report.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
@@ -117,8 +119,8 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         writeKeyInfo(*signature, out);
         dsig::SignatureReport& report = m_state->report;
         LogNull quiet(m_log);
-        ExtPtrArrayRc keys;
-        static_cast<void>(getPublicKey(true, keys, quiet));
+        report.keys =
+            dsig::describeKeys(dsig::candidateKeys(keyQuery(true), report.accommodations, quiet));
         warnOfDescribed(*document(), selection(), report);
         dsig::writeKeys(m_state->report.keys, out);
         dsig::writeCodes("warnings", m_state->report.warnings, out);

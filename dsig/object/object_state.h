@@ -20,9 +20,7 @@ struct ObjectState {
     SignatureReport report;
     Limits limits;
     Ref<ClsPublicKey> keyForAll;
-    bool encodingMismatch = false;              // of the loaded document
-    VantrelX509 keyCertificate;                 // of the key that a look-up returned last
-    std::shared_ptr<CertificateTexts> keyTexts; // of that certificate
+    bool encodingMismatch = false; // of the loaded document
 };
 
 } // namespace vantrel::dsig

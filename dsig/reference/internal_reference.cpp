@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace vantrel::dsig {
 
@@ -36,19 +37,19 @@ void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
 }
 
 // What was digested in fact, for the report.
-void reportCoverage(const Document& document, const Coverage& coverage, ReferenceReport& result) {
+void reportCoverage(const Document& document, Coverage coverage, ReferenceReport& result) {
     result.covers = coverage.wholeDocument          ? "document"
                     : coverage.elements.size() == 1 ? "element"
                                                     : "elements";
-    result.coveredElements = coverage.elements;
+    result.coveredElements = std::move(coverage.elements);
     result.coverageKnown = coverage.known;
-    result.excluded = coverage.excluded;
-    if (coverage.wholeDocument) {
+    result.excluded = std::move(coverage.excluded);
+    if (coverage.wholeDocument || result.excluded.empty()) {
         return;
     }
     // What was cut off with all around it lies outside.
     std::erase_if(result.excluded, [&](const Exclusion& exclusion) {
-        return std::none_of(coverage.elements.begin(), coverage.elements.end(),
+        return std::none_of(result.coveredElements.begin(), result.coveredElements.end(),
                             [&](xml::ElementId element) {
                                 xml::TextRange range;
                                 return document.structure->sourceRange(element, range) &&
@@ -175,10 +176,12 @@ private:
 
     // The result is what this attempt found.
     void take(Attempt& attempt) {
-        reportCoverage(*m_query.document, attempt.input.text.coverage(), m_result);
+        reportCoverage(*m_query.document, attempt.input.text.takeCoverage(), m_result);
         m_result.computed = attempt.calculated;
-        m_result.octets.clear();
-        m_result.octets.append(attempt.octets);
+        if (m_query.keepOctets) {
+            m_result.octets.clear();
+            m_result.octets.append(attempt.octets);
+        }
     }
 
     // Documents of the ZATCA rules that are verified without the option are known by the length of

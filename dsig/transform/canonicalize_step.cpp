@@ -88,9 +88,10 @@ bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::El
 }
 
 // The element of the text that a fragment identifier names: looked up in the loaded document, where
-// it must be unique, whatever has been taken out since.
-RefReason findTarget(std::string_view fragment, WorkingText& text,
-                     std::vector<xml::ElementId>& apexes, LogBase& log) {
+// it must be unique, whatever has been taken out since. kNoElement: the whole text.
+RefReason findTarget(std::string_view fragment, WorkingText& text, xml::ElementId& target,
+                     LogBase& log) {
+    target = xml::kNoElement;
     const auto document = text.loaded() != nullptr ? text.loaded() : text.structure(log);
     if (document == nullptr) {
         return RefReason::NotCanonicalized;
@@ -108,7 +109,7 @@ RefReason findTarget(std::string_view fragment, WorkingText& text,
         log.logText("fragmentId", fragment);
         return RefReason::NoSuchId;
     }
-    apexes.push_back(inText);
+    target = inText;
     return RefReason::Match;
 }
 
@@ -177,14 +178,15 @@ RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
     if (isEbicsFragment(fragmentId)) {
         return canonicalizeForEbics(canonicalizer, text, sink, leniencies, log);
     }
-    std::vector<xml::ElementId> apexes;
+    xml::ElementId target = xml::kNoElement;
     RefReason outcome = RefReason::NotCanonicalized;
     const bool cutOutFirst = rules.cmaStpDocument && fragmentId.isEmpty();
     if (!cutOutFirst || cutDownToCmaStpDocument(text, leniencies, log)) {
-        outcome = findTarget(fragmentId.view(), text, apexes, log);
+        outcome = findTarget(fragmentId.view(), text, target, log);
     }
     if (outcome == RefReason::Match &&
-        !canonicalizeElements(canonicalizer, apexes, text, sink, log)) {
+        !canonicalizeElements(canonicalizer, std::span(&target, target != xml::kNoElement ? 1 : 0),
+                              text, sink, log)) {
         outcome = RefReason::NotCanonicalized;
     }
     if (outcome != RefReason::Match) {

@@ -13,6 +13,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -72,6 +73,7 @@ public:
     void noteExcluded(xml::ElementId element, std::string_view why);
 
     [[nodiscard]] const Coverage& coverage() const noexcept { return m_coverage; }
+    [[nodiscard]] Coverage takeCoverage() noexcept { return std::move(m_coverage); }
 
 private:
     [[nodiscard]] bool isElementRun(const xml::XmlDocument& document, xml::TextRange range,

@@ -2,12 +2,15 @@
 
 #include "dsig/document/document.h"
 #include "dsig/document/locate_signature.h"
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/keys/key_report.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/report_steps.h"
 #include "dsig/verify/signature_method.h"
+#include "dsig/verify/try_keys.h"
 #include "dsig/verify/verify_run.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/crypto/hash/_vlHash.h"
@@ -146,7 +149,9 @@ bool ClsXmlDSig::gatherKeys(dsig::VerifyRun& run, LogBase& log) {
         }
         return true;
     }
-    if (!getPublicKey(false, run.keys, log)) {
+    run.keys = dsig::candidateKeys(keyQuery(false), m_state->report.accommodations, log);
+    m_state->report.keys = dsig::describeKeys(run.keys);
+    if (run.keys.empty()) {
         log.LogError("No public key available to verify signature.");
         return false;
     }
@@ -156,20 +161,24 @@ bool ClsXmlDSig::gatherKeys(dsig::VerifyRun& run, LogBase& log) {
 void ClsXmlDSig::verifyValue(dsig::VerifyRun& run, bool& summarise, LogBase& log) {
     summarise = true;
     if (run.keyType == kKeyTypeHmac) {
-        reportHmacKey(dsig::tryHmac(run, m_hmacKey, log));
+        run.verified =
+            dsig::tryHmac(run.signedOctets.text, m_hmacKey, run.hashAlg, run.signatureText, log);
+        reportHmacKey(run.verified);
         return;
     }
-    run.account = &structure().keyAccount;
-    run.account->begin(m_selector);
-    run.mostKeyOperations = m_state->limits.keyOperations;
-    bool endedEarly = false;
-    const int used = dsig::tryKeys(run, log, endedEarly);
-    summarise = !endedEarly;
-    if (run.wrongKey) {
+    dsig::KeyAccount& account = structure().keyAccount;
+    account.begin(m_selector);
+    const dsig::ValueOutcome outcome =
+        dsig::tryKeys({run.signatureMethod, run.keyType, run.hashAlg, run.signedOctets, run.hash,
+                       run.signature, account, m_state->limits.keyOperations},
+                      run.keys, log);
+    run.verified = outcome.verified;
+    summarise = !outcome.endedEarly;
+    if (outcome.wrongKey && !outcome.limitPassed) {
         m_state->report.reason = dsig::kWrongKeyLine;
     }
-    if (used >= 0 && static_cast<std::size_t>(used) < m_state->report.keys.size()) {
-        m_state->report.keys[static_cast<std::size_t>(used)].used = true;
+    if (outcome.usedIndex >= 0) {
+        m_state->report.keys[static_cast<std::size_t>(outcome.usedIndex)].used = true;
     }
 }
 

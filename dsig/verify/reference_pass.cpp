@@ -18,6 +18,7 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
     }
     const Selection& selection = query.selection;
     const int count = numReferences(*selection.signature);
+    report.references.reserve(static_cast<std::size_t>(count));
     int failures = 0;
     for (int index = 0; index < count; ++index) {
         const ReferenceQuery reference{

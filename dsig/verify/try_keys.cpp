@@ -1,16 +1,17 @@
 // Verifying a signature value with the candidate keys, in their order.
 
+#include "dsig/verify/try_keys.h"
+
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/verify/signature_method.h"
-#include "dsig/verify/verify_run.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/mac/Hmac.h"
 #include "foundation/crypto/mac/constant_time.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
-#include "foundation/text/LogBase.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -20,21 +21,20 @@ namespace vantrel::dsig {
 
 namespace {
 
-// RsaVerifier's codes of padding schemes.
-constexpr int kPaddingPkcs1 = 1;
-constexpr int kPaddingPss = 3;
-
+// Of one key on one value. SignatureInvalid: the padding that this key recovers is sound, so it is
+// the signer's; WrongKey: it recovers no padding at all.
 enum class KeyVerdict { Verified, SignatureInvalid, WrongKey, Failed };
 
 // PKCS #1 v1.5, or PSS when the method's identifier names MGF1.
-KeyVerdict verifyWithRsaKey(const VerifyRun& run, RsaKeyData& key, LogBase& log) {
-    const bool pss = run.signatureMethod.containsSubstring("MGF1");
+KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& log) {
+    // RFC 6931 2.3.9 and 2.3.10; the hash of the mask is the method's own, the salt of any length.
+    const bool pss = query.signatureMethod.containsSubstring("MGF1");
     bool verified = false;
     bool wrongKey = false;
-    const bool ran = RsaVerifier::verifyHashExt(run.signature.getData2(), run.signature.getSize(),
-                                                run.hash.getData2(), run.hash.getSize(),
-                                                run.hashAlg, pss ? kPaddingPss : kPaddingPkcs1,
-                                                run.hashAlg, verified, key, 0, true, wrongKey, log);
+    const bool ran = RsaVerifier::verifyHashExt(
+        query.signature.getData2(), query.signature.getSize(), query.hash.getData2(),
+        query.hash.getSize(), query.hashAlg, pss ? kPaddingPss : kPaddingPkcs1, query.hashAlg,
+        verified, key, 0, true, wrongKey, log);
 
     if (!ran) {
         return wrongKey ? KeyVerdict::WrongKey : KeyVerdict::Failed;
@@ -68,162 +68,172 @@ private:
     std::multimap<std::string_view, std::pair<const ClsPublicKey*, KeyVerdict>> m_checked;
 };
 
-bool mayCheck(const VerifyRun& run, const ClsPublicKey& key, LogBase& log) {
-    if (run.account->charge(keyOperationWeight(key.key()), run.mostKeyOperations)) {
-        return true;
+// Asked before every check, with the weight of the key: a document decides how many keys it carries
+// and how large they are.
+bool mayCheck(const ValueQuery& query, const ClsPublicKey& key, ValueOutcome& outcome,
+              LogBase& log) {
+    outcome.limitPassed =
+        !query.account.charge(keyOperationWeight(key.key()), query.mostKeyOperations);
+    if (outcome.limitPassed) {
+        log.LogError(
+            "The signatures of the document need more key operations than their limit (keyOperations).");
     }
-    log.LogError(
-        "The signatures of the document need more key operations than their limit (keyOperations).");
-    return false;
+    return !outcome.limitPassed;
 }
 
-void logRsaVerdict(const VerifyRun& run, KeyVerdict verdict, LogBase& log) {
+void noteVerified(std::size_t index, ValueOutcome& outcome) noexcept {
+    outcome.verified = true;
+    outcome.usedIndex = static_cast<int>(index);
+}
+
+// The canonical form goes to the log only where a right key says no: then it is what differs from
+// what the signer had.
+void logRsaVerdict(const ValueQuery& query, KeyVerdict verdict, LogBase& log) {
     switch (verdict) {
     case KeyVerdict::WrongKey: log.LogInfo(kWrongKeyLine); break;
     case KeyVerdict::Failed: log.LogError("RSA verify hash failed."); break;
     case KeyVerdict::Verified: log.LogInfo("The RSA signature was verified."); break;
     case KeyVerdict::SignatureInvalid:
         log.LogError("RSA verify hash found the signature to be invalid.");
-        log.LogDataHexDb("signedInfoHash", run.hash);
-        log.LogDataSb("canonicalizationMethod", run.signedOctets.algorithm);
-        log.LogDataSb("canonicalizedSignedInfo", run.signedOctets.text);
+        log.LogDataHexDb("signedInfoHash", query.hash);
+        log.LogDataSb("canonicalizationMethod", query.signedOctets.algorithm);
+        log.LogDataSb("canonicalizedSignedInfo", query.signedOctets.text);
         break;
     }
 }
 
-ClsPublicKey* keyAt(const VerifyRun& run, int index) {
-    return static_cast<ClsPublicKey*>(run.keys.elementAt(index));
-}
-
-int tryRsaKeys(VerifyRun& run, LogBase& log) {
-    log.LogDataLong("numRsaKeys", run.keys.getSize());
+// RSA tells a wrong key from a wrong value, so each key has its line and the search may end early.
+ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> keys, LogBase& log) {
+    log.LogDataLong("numRsaKeys", static_cast<std::int64_t>(keys.size()));
+    ValueOutcome outcome;
     CheckedKeys checked;
-    for (int i = 0; i < run.keys.getSize(); ++i) {
-        ClsPublicKey* const key = keyAt(run, i);
-        if (key == nullptr) {
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        if (!keys[i].key) {
             continue;
         }
-        RsaKeyData* const rsa = key->key().getRsaKeyPtr();
+        const ClsPublicKey& key = *keys[i].key;
+        RsaKeyData* const rsa = key.key().getRsaKeyPtr();
         if (rsa == nullptr) {
-            run.wrongKey = false;
+            outcome.wrongKey = false;
             log.LogError("Public key is not an RSA key.");
             continue;
         }
-        std::optional<KeyVerdict> verdict = checked.verdictOn(*key);
+        // An equal key before it settles this one, with the line that it would have had.
+        std::optional<KeyVerdict> verdict = checked.verdictOn(key);
         if (!verdict) {
-            if (!mayCheck(run, *key, log)) {
-                return -1;
+            if (!mayCheck(query, key, outcome, log)) {
+                return outcome;
             }
-            verdict = verifyWithRsaKey(run, *rsa, log);
-            checked.add(*key, *verdict);
+            verdict = verifyWithRsaKey(query, *rsa, log);
+            checked.add(key, *verdict);
         }
-        logRsaVerdict(run, *verdict, log);
-        run.wrongKey = verdict == KeyVerdict::WrongKey;
+        logRsaVerdict(query, *verdict, log);
+        outcome.wrongKey = verdict == KeyVerdict::WrongKey;
         if (verdict == KeyVerdict::Verified) {
-            run.verified = true;
-            return i;
+            noteVerified(i, outcome);
+            return outcome;
         }
         // The right key says no: no other key can say yes.
         if (verdict == KeyVerdict::SignatureInvalid) {
-            return -1;
+            return outcome;
         }
     }
-    return -1;
+    return outcome;
 }
 
-int tryDsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
-    log.LogDataLong("numDsaKeys", run.keys.getSize());
-    LogNull quiet(log);
-    CheckedKeys checked;
-    for (int i = 0; i < run.keys.getSize(); ++i) {
-        ClsPublicKey* const key = keyAt(run, i);
-        if (key == nullptr) {
-            endedEarly = true;
-            return -1;
-        }
-        DsaKeyData* const dsa = key->key().getDsaKeyPtr();
-        if (dsa == nullptr || checked.verdictOn(*key)) {
-            continue;
-        }
-        if (!mayCheck(run, *key, log)) {
-            return -1;
-        }
-        checked.add(*key, KeyVerdict::Failed);
-        DsaVerifier::verifyHash(*dsa, run.signature.getData2(), run.signature.getSize(), true,
-                                run.hash.getData2(), run.hash.getSize(), run.verified, quiet);
-        if (run.verified) {
-            return i;
-        }
-    }
-    if (run.keys.getSize() > 0) {
-        log.LogError("DSA verify hash failed.");
-    }
-    return -1;
+// The two kinds whose signatures do not tell a wrong key from a wrong value: their keys are tried
+// without a word, and one line says that none of them did it.
+struct QuietKind {
+    KeyKind kind;
+    const char* countKey;
+    const char* failed;
+    // A value that could be either is read first as r and s one after the other, for DSA and ECDSA
+    // alike, as XML Signature writes them.
+    bool (*verify)(const ValueQuery& query, const _vlPublicKey& key, LogBase& log);
+};
+
+bool verifyWithDsaKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& log) {
+    bool verified = false;
+    DsaVerifier::verifyHash(*key.getDsaKeyPtr(), query.signature.getData2(),
+                            query.signature.getSize(), true, query.hash.getData2(),
+                            query.hash.getSize(), verified, log);
+    return verified;
 }
 
-int tryEcdsaKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
-    log.LogDataLong("numEcdsaKeys", run.keys.getSize());
+bool verifyWithEcKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& log) {
+    bool verified = false;
+    key.getEccKeyPtr()->eccVerifyHash(query.signature.getData2(), query.signature.getSize(), false,
+                                      query.hash.getData2(), query.hash.getSize(), verified, log,
+                                      0);
+    return verified;
+}
+
+constexpr QuietKind kDsa{KeyKind::Dsa, "numDsaKeys", "DSA verify hash failed.", verifyWithDsaKey};
+constexpr QuietKind kEcdsa{KeyKind::Ec, "numEcdsaKeys",
+                           "ECDSA verify hash found the signature to be invalid.", verifyWithEcKey};
+
+ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
+                        std::span<const CandidateKey> keys, LogBase& log) {
+    log.LogDataLong(rule.countKey, static_cast<std::int64_t>(keys.size()));
+    ValueOutcome outcome;
     LogNull quiet(log);
     CheckedKeys checked;
-    for (int i = 0; i < run.keys.getSize(); ++i) {
-        ClsPublicKey* const key = keyAt(run, i);
-        if (key == nullptr) {
-            endedEarly = true;
-            return -1;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        if (!keys[i].key) {
+            outcome.endedEarly = true;
+            return outcome;
         }
-        EccVerifier* const ecc = key->key().getEccKeyPtr();
-        if (ecc == nullptr || checked.verdictOn(*key)) {
+        const ClsPublicKey& key = *keys[i].key;
+        if (key.key().kind() != rule.kind || checked.verdictOn(key)) {
             continue;
         }
-        if (!mayCheck(run, *key, log)) {
-            return -1;
+        if (!mayCheck(query, key, outcome, log)) {
+            return outcome;
         }
-        checked.add(*key, KeyVerdict::Failed);
-        ecc->eccVerifyHash(run.signature.getData2(), run.signature.getSize(), false,
-                           run.hash.getData2(), run.hash.getSize(), run.verified, quiet, 0);
-        if (run.verified) {
-            return i;
+        checked.add(key, KeyVerdict::Failed);
+        if (rule.verify(query, key.key(), quiet)) {
+            noteVerified(i, outcome);
+            return outcome;
         }
     }
-    if (run.keys.getSize() > 0) {
-        log.LogError("ECDSA verify hash found the signature to be invalid.");
+    if (!keys.empty()) {
+        log.LogError(rule.failed);
     }
-    return -1;
+    return outcome;
 }
 
 } // namespace
 
-int tryKeys(VerifyRun& run, LogBase& log, bool& endedEarly) {
-    switch (run.keyType) {
-    case kKeyTypeRsa: return tryRsaKeys(run, log);
-    case kKeyTypeDsa: return tryDsaKeys(run, log, endedEarly);
-    case kKeyTypeEcdsa: return tryEcdsaKeys(run, log, endedEarly);
+ValueOutcome tryKeys(const ValueQuery& query, std::span<const CandidateKey> keys, LogBase& log) {
+    switch (query.keyType) {
+    case kKeyTypeRsa: return tryRsaKeys(query, keys, log);
+    case kKeyTypeDsa: return tryQuietly(kDsa, query, keys, log);
+    case kKeyTypeEcdsa: return tryQuietly(kEcdsa, query, keys, log);
     default:
         log.LogInfo("Unknown key type...");
         log.LogError("Invalid key type");
-        return -1;
+        return {};
     }
 }
 
-// The whole MAC is compared, as text: a truncated one (HMACOutputLength) does not verify, and
-// neither does one with white space inside.
-bool tryHmac(VerifyRun& run, const DataBuffer& key, LogBase& log) {
+bool tryHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
+             const StringBuffer& given, LogBase& log) {
     DataBuffer mac;
-    if (!Hmac::doHMAC(run.signedOctets.text.getString(),
-                      static_cast<int>(run.signedOctets.text.getSize()), key.getData2(),
-                      static_cast<int>(key.getSize()), run.hashAlg, mac, log)) {
+    if (!Hmac::doHMAC(text.getString(), static_cast<int>(text.getSize()), key.getData2(),
+                      static_cast<int>(key.getSize()), hashAlg, mac, log)) {
         log.LogError("HMAC verify failed.");
         return false;
     }
     StringBuffer expected;
     mac.encodeDB("base64", expected);
-    StringBuffer given = run.signatureText;
-    given.trim2();
-    run.verified = crypto::constantTimeEqual(asBytes(expected.view()), asBytes(given.view()));
-    if (!run.verified) {
+    StringBuffer trimmed = given;
+    trimmed.trim2();
+    const bool verified =
+        crypto::constantTimeEqual(asBytes(expected.view()), asBytes(trimmed.view()));
+    if (!verified) {
         log.LogError("HMAC validation failed.");
     }
-    return run.verified;
+    return verified;
 }
 
 } // namespace vantrel::dsig

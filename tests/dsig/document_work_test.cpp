@@ -177,6 +177,18 @@ TEST(DocumentWork, KeyOperationsHaveALimit) {
     EXPECT_EQ(verifyAll(verifier), 5U);
 }
 
+// The limit is the reason, also where the key before it was only the wrong one.
+TEST(DocumentWork, AKeyThatIsNotCheckedAnyMoreIsTheReason) {
+    ClsXmlDSig verifier;
+    limit(verifier, "keyOperations", "1");
+    load(verifier, keyMessage("message", "",
+                              "<ds:X509Data><ds:X509Certificate>{other}</ds:X509Certificate>"
+                              "<ds:X509Certificate>{signer}</ds:X509Certificate></ds:X509Data>"));
+    EXPECT_FALSE(verifier.VerifySignature(true));
+    EXPECT_NE(textOf(reportOf(verifier), "reason").find("keyOperations"), std::string::npos)
+        << logOf(verifier);
+}
+
 Ref<ClsPublicKey> rsaKey(std::size_t bits, const Bytes& exponent) {
     Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
     std::string_view whyNot;

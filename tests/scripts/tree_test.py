@@ -46,7 +46,7 @@ MAY_INCLUDE = {
     "dsig/report": ("dsig/document", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
-    "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "dsig/object", "foundation"),
+    "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/xades": ("dsig/document", "dsig/report", "dsig/reference", "dsig/transform",
                    "dsig/object", "foundation"),
     "dsig/object": ("dsig", "foundation"),

@@ -1,0 +1,27 @@
+#ifndef DSIG_KEYS_KEY_QUERY_H
+#define DSIG_KEYS_KEY_QUERY_H
+
+#include "dsig/document/document.h"
+#include "dsig/document/selection.h"
+#include "foundation/x509/SystemCerts.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
+
+namespace vantrel::dsig {
+
+// The signature whose keys or certificates are wanted, and where they may come from. Everything in
+// it is borrowed.
+struct KeyQuery {
+    Document* document = nullptr; // null when no signature is selected
+    Selection selection;
+    int numSignatures = 0;        // of the document
+    SystemCerts* store = nullptr; // where certificates are looked up by name; null for none
+
+    // Keys that the caller handed over, null for none: for the signature's index, and for all.
+    ClsPublicKey* keyOfSignature = nullptr;
+    ClsPublicKey* keyForAll = nullptr;
+    bool keyInfoOnly = false; // they are not asked for
+};
+
+} // namespace vantrel::dsig
+
+#endif

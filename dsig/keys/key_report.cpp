@@ -1,0 +1,55 @@
+#include "dsig/keys/key_report.h"
+
+#include <chrono>
+#include <cstdint>
+
+namespace vantrel::dsig {
+
+namespace {
+
+std::int64_t secondsNow() {
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+// Dates that cannot be read are those of no valid certificate.
+bool isOutsideValidity(const VantrelX509& cert, std::int64_t now) {
+    std::int64_t notBefore = 0;
+    std::int64_t notAfter = 0;
+    return !cert.validity(notBefore, notAfter) || now < notBefore || now > notAfter;
+}
+
+// The texts of the certificate's names are made only when the report is written: many a
+// verification's report never is.
+KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
+    const ClsPublicKey& key = *candidate.key;
+    KeyReport report;
+    report.source = candidate.source.name;
+    report.type = key.keyType();
+    report.bits = static_cast<int>(key.keyBits());
+    report.curve = key.curveName();
+    report.weak = key.isWeak();
+    report.fromDocument = candidate.isFromDocument();
+    report.nameFromDocument = candidate.isNameFromDocument();
+    if (candidate.certificate.isLoaded()) {
+        report.certificate = candidate.certificate;
+        report.certificateTexts = candidate.certificateTexts;
+        report.outsideValidity = isOutsideValidity(candidate.certificate, now);
+    }
+    return report;
+}
+
+} // namespace
+
+std::vector<KeyReport> describeKeys(std::span<const CandidateKey> keys) {
+    const std::int64_t now = secondsNow();
+    std::vector<KeyReport> reports;
+    reports.reserve(keys.size());
+    for (const CandidateKey& key : keys) {
+        reports.push_back(describeKey(key, now));
+    }
+    return reports;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,57 @@
+#include "dsig/keys/key_values.h"
+
+#include "foundation/text/XString.h"
+
+#include <utility>
+
+namespace vantrel::dsig {
+
+namespace {
+
+struct KeyValueForm {
+    const char* path;
+    bool withLog; // the loader's own lines belong in the log
+    const char* loaded;
+    const char* failed;
+};
+
+// XML Signature 4.5.2: RSAKeyValue and DSAKeyValue; ECKeyValue is that of version 1.1. A KeyValue
+// has one of them by its schema; each one that is there is loaded, in this order.
+constexpr KeyValueForm kKeyValueForms[] = {
+    {"*:RSAKeyValue", false, "Loaded public key from RSA XML in KeyInfo.",
+     "Failed to parse public key RSA XML"},
+    {"*:DSAKeyValue", true, "Loaded public key from DSA XML in KeyInfo.",
+     "Failed to parse public key DSA XML"},
+    {"*:ECKeyValue", true, "Loaded public key from ECDSA XML in KeyInfo.",
+     "Failed to parse public key ECDSA XML"},
+};
+
+} // namespace
+
+bool readKeyValues(const ClsXml& keyInfo, std::vector<Ref<ClsPublicKey>>& keys, LogBase& log) {
+    const Ref<ClsXml> keyValue = Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:KeyValue"));
+    if (!keyValue) {
+        return true;
+    }
+    for (const KeyValueForm& form : kKeyValueForms) {
+        const Ref<ClsXml> element = Ref<ClsXml>::adopt(keyValue->getChildWithTagUtf8(form.path));
+        if (!element) {
+            continue;
+        }
+        Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+        if (!key) {
+            return false;
+        }
+        XString xml;
+        element->GetXml(xml);
+        if (!(form.withLog ? key->loadXml(xml, log) : key->LoadXml(xml))) {
+            log.LogError(form.failed);
+            return false;
+        }
+        log.LogInfo(form.loaded);
+        keys.push_back(std::move(key));
+    }
+    return true;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,117 @@
+// The verifier's members that belong to keys and certificates: each hands its work to the step of
+// its name.
+
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/keys/certificate_keys.h"
+#include "dsig/keys/document_certificates.h"
+#include "dsig/keys/key_info.h"
+#include "dsig/keys/key_info_certificates.h"
+#include "dsig/keys/key_info_keys.h"
+#include "dsig/keys/store_lookup.h"
+#include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
+#include "foundation/base/ClsStringArray.h"
+
+namespace vantrel {
+
+namespace {
+
+// The array takes over one reference of each key.
+void handOver(std::vector<dsig::CandidateKey>& candidates, ExtPtrArrayRc& keys) {
+    for (dsig::CandidateKey& candidate : candidates) {
+        keys.appendRefCounted(candidate.key.release());
+    }
+}
+
+} // namespace
+
+dsig::KeyQuery ClsXmlDSig::keyQuery(bool keyInfoOnly) {
+    dsig::KeyQuery query;
+    query.document = document();
+    query.selection = selection();
+    query.numSignatures = m_signatures.getSize();
+    query.store = getSystemCertsPtr();
+    query.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
+    query.keyForAll = m_state->keyForAll.get();
+    query.keyInfoOnly = keyInfoOnly;
+    return query;
+}
+
+ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
+    return dsig::keyInfoOf(selection(), m_signatures.getSize(), log).release();
+}
+
+bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
+    dsig::CodeSet leniencies;
+    std::vector<dsig::CandidateKey> found =
+        dsig::candidateKeys(keyQuery(keyInfoOnly), leniencies, log);
+    handOver(found, keys);
+    return keys.getSize() > 0;
+}
+
+bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
+    dsig::CodeSet leniencies;
+    std::vector<dsig::CandidateKey> found;
+    const bool ok = dsig::keysFromKeyInfo(keyQuery(true), keyInfo, found, leniencies, log);
+    handOver(found, keys);
+    return ok;
+}
+
+ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
+    return dsig::publicKeyFromX509(cert, log).release();
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
+                                                            const StringBuffer& serialHex,
+                                                            LogBase& log) {
+    return dsig::findNamedKey(getSystemCertsPtr(),
+                              {dsig::NamedBy::IssuerSerial, issuerCn, serialHex}, log)
+        .key.release();
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyBySubjectName(const StringBuffer& subject, LogBase& log) {
+    return dsig::findNamedKey(getSystemCertsPtr(), {dsig::NamedBy::SubjectName, subject, {}}, log)
+        .key.release();
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyBySKI(const StringBuffer& ski, LogBase& log) {
+    return dsig::findNamedKey(getSystemCertsPtr(), {dsig::NamedBy::SubjectKeyId, ski, {}}, log)
+        .key.release();
+}
+
+bool ClsXmlDSig::getCertByIssuerNameAndSerial(const StringBuffer& issuerCn,
+                                              const StringBuffer& serialHex, StringBuffer& out,
+                                              LogBase& log) {
+    return dsig::findNamedCertificate(getSystemCertsPtr(),
+                                      {dsig::NamedBy::IssuerSerial, issuerCn, serialHex}, out, log);
+}
+
+bool ClsXmlDSig::getCertBySubjectName(const StringBuffer& subject, StringBuffer& out,
+                                      LogBase& log) {
+    return dsig::findNamedCertificate(getSystemCertsPtr(),
+                                      {dsig::NamedBy::SubjectName, subject, {}}, out, log);
+}
+
+bool ClsXmlDSig::getCertBySKI(const StringBuffer& ski, StringBuffer& out, LogBase& log) {
+    return dsig::findNamedCertificate(getSystemCertsPtr(), {dsig::NamedBy::SubjectKeyId, ski, {}},
+                                      out, log);
+}
+
+bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
+    std::vector<StringBuffer> found;
+    const bool ok = dsig::certificatesFromKeyInfo(keyQuery(true), keyInfo, found, log);
+    for (const StringBuffer& base64 : found) {
+        out.appendUtf8(base64.getString());
+    }
+    return ok;
+}
+
+bool ClsXmlDSig::processCertBase64(StringBuffer& base64, dsig::SeenCertificates& seen,
+                                   LogBase& log) {
+    const dsig::CertificateCache::Entry entry =
+        dsig::certificateOfText(structure().certificates, base64, log);
+    base64 = entry->base64;
+    return dsig::processCertificate(*entry, seen, log);
+}
+
+} // namespace vantrel

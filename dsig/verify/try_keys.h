@@ -1,0 +1,52 @@
+#ifndef DSIG_VERIFY_TRY_KEYS_H
+#define DSIG_VERIFY_TRY_KEYS_H
+
+#include "dsig/document/key_account.h"
+#include "dsig/keys/candidate_keys.h"
+#include "dsig/verify/signed_octets.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
+
+#include <cstdint>
+#include <span>
+
+namespace vantrel::dsig {
+
+// The line of the log for a key that is not the signer's, which is no error line.
+inline constexpr const char* kWrongKeyLine = "Not the correct key.";
+
+// A signature value, and what it is checked against. Everything in it is borrowed.
+struct ValueQuery {
+    const StringBuffer& signatureMethod; // its identifier
+    int keyType;                         // that it names (signature_method.h)
+    int hashAlg;                         // and its hash (hash_ids.h)
+    const SignedOctets& signedOctets;
+    const DataBuffer& hash; // of them; empty when the method names no digest
+    const DataBuffer& signature;
+    KeyAccount& account; // begun for the signature
+    std::uint64_t mostKeyOperations;
+};
+
+struct ValueOutcome {
+    bool verified = false;
+    int usedIndex = -1;       // of the candidate that verified; -1 for none
+    bool wrongKey = false;    // the key tried last was not the signer's
+    bool endedEarly = false;  // the verification is over at once, without a summary
+    bool limitPassed = false; // the account did not allow a check that was needed
+};
+
+// Tries the candidates in turn that are keys of the method's type. A key that is there twice is
+// checked once; a check that the account does not allow ends the search.
+[[nodiscard]] ValueOutcome tryKeys(const ValueQuery& query, std::span<const CandidateKey> keys,
+                                   LogBase& log);
+
+// Whether the MAC of `text` under a secret key is the one given, in base64. The whole MAC is
+// compared, as text: a truncated one (HMACOutputLength) does not verify, and neither does one with
+// white space inside.
+[[nodiscard]] bool tryHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
+                           const StringBuffer& given, LogBase& log);
+
+} // namespace vantrel::dsig
+
+#endif
