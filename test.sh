@@ -32,6 +32,11 @@ useful=$(missing_packages "python3 python3" "openssl openssl" "xmlsec1 xmlsec1" 
 build="$top/build/$preset"
 mkdir -p "$build" || exit 2
 log="$build/build.log"
+# The script xmldsig builds in the folder of the preset dev.
+if command -v flock >/dev/null 2>&1; then
+    exec 9>"$build/.lock"
+    flock 9
+fi
 echo "building preset $preset ..."
 # shellcheck disable=SC2046 # no option, no word
 if ! { cmake --preset "$preset" $(ccache_option) && cmake --build --preset "$preset" -j "$(build_jobs)"; } >"$log" 2>&1; then
@@ -40,6 +45,7 @@ if ! { cmake --preset "$preset" $(ccache_option) && cmake --build --preset "$pre
     echo "0 passed, 1 failed, 0 skipped"
     exit 1
 fi
+exec 9>&-
 
 echo "running the tests of preset $preset ..."
 rm -f "$build/Testing/Temporary/LastTest.log"

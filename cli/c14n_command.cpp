@@ -8,7 +8,7 @@
 #include "cli/document.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
-#include "foundation/base/_vlLogger.h"
+#include <vantrel/_vlLogger.h>
 
 namespace vantrel::cli {
 

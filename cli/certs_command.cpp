@@ -7,8 +7,8 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
-#include "dsig/document/limits.h"
-#include "foundation/base/ClsStringArray.h"
+#include <vantrel/ClsStringArray.h>
+#include <vantrel/limits.h>
 
 #include <algorithm>
 #include <cstdint>

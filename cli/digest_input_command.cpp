@@ -9,7 +9,7 @@
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include "cli/verify_settings.h"
-#include "foundation/base/ClsBinData.h"
+#include <vantrel/ClsBinData.h>
 
 #include <cstdio>
 

@@ -2,7 +2,7 @@
 
 #include "cli/input.h"
 #include "cli/terminal.h"
-#include "foundation/base/ClsBinData.h"
+#include <vantrel/ClsBinData.h>
 
 #include <algorithm>
 

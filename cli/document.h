@@ -2,7 +2,7 @@
 #define CLI_DOCUMENT_H
 
 #include "cli/commands.h"
-#include "dsig/object/ClsXmlDSig.h"
+#include <vantrel/ClsXmlDSig.h>
 
 #include <functional>
 #include <string>

@@ -6,8 +6,8 @@
 #include "cli/document.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
-#include "dsig/document/limits.h"
-#include "foundation/json/json_writer.h"
+#include <vantrel/json_writer.h>
+#include <vantrel/limits.h>
 
 #include <cstdint>
 #include <new>

@@ -1,7 +1,7 @@
 #include "cli/input.h"
 
-#include "foundation/base/_vlLogger.h"
-#include "foundation/io/files.h"
+#include <vantrel/_vlLogger.h>
+#include <vantrel/files.h>
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #ifndef CLI_INPUT_H
 #define CLI_INPUT_H
 
-#include "foundation/text/DataBuffer.h"
+#include <vantrel/DataBuffer.h>
 
 #include <cstdint>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "cli/report_text.h"
 
 #include "cli/terminal.h"
-#include "foundation/json/json_value.h"
+#include <vantrel/json_value.h>
 
 #include <array>
 #include <cstdint>

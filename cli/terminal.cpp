@@ -1,6 +1,6 @@
 #include "cli/terminal.h"
 
-#include "foundation/text/utf8.h"
+#include <vantrel/utf8.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -7,12 +7,12 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
-#include "foundation/base/ClsStringBuilder.h"
-#include "foundation/base/_vlLogger.h"
-#include "foundation/io/ClsHttp.h"
-#include "foundation/io/files.h"
-#include "foundation/json/ClsJsonObject.h"
-#include "foundation/text/strings.h"
+#include <vantrel/ClsHttp.h>
+#include <vantrel/ClsJsonObject.h>
+#include <vantrel/ClsStringBuilder.h>
+#include <vantrel/_vlLogger.h>
+#include <vantrel/files.h>
+#include <vantrel/strings.h>
 
 #include <algorithm>
 #include <array>

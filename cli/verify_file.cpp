@@ -3,8 +3,8 @@
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
-#include "foundation/base/ClsBinData.h"
-#include "foundation/json/json_writer.h"
+#include <vantrel/ClsBinData.h>
+#include <vantrel/json_writer.h>
 
 #include <exception>
 #include <new>

@@ -1,9 +1,9 @@
 #include "cli/verify_settings.h"
 
 #include "cli/input.h"
-#include "foundation/base/_vlLogger.h"
-#include "foundation/io/_vlDataSource.h"
-#include "foundation/text/XString.h"
+#include <vantrel/XString.h>
+#include <vantrel/_vlDataSource.h>
+#include <vantrel/_vlLogger.h>
 
 #include <algorithm>
 #include <array>

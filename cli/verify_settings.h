@@ -2,12 +2,12 @@
 #define CLI_VERIFY_SETTINGS_H
 
 #include "cli/options.h"
-#include "dsig/document/limits.h"
-#include "dsig/object/ClsXmlDSig.h"
-#include "foundation/text/DataBuffer.h"
-#include "foundation/text/RefCountedObject.h"
-#include "foundation/x509/ClsXmlCertVault.h"
-#include "foundation/x509/keys/ClsPublicKey.h"
+#include <vantrel/ClsPublicKey.h>
+#include <vantrel/ClsXmlCertVault.h>
+#include <vantrel/ClsXmlDSig.h>
+#include <vantrel/DataBuffer.h>
+#include <vantrel/RefCountedObject.h>
+#include <vantrel/limits.h>
 
 #include <memory>
 #include <optional>

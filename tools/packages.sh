@@ -51,7 +51,9 @@ build_packages() {
     fi
 }
 
-# ccache speeds up repeated builds where it is installed.
+# ccache speeds up repeated builds where it is installed. It passes over files with a precompiled header
+# unless it is told not to look at the times of what that holds.
+export CCACHE_SLOPPINESS="${CCACHE_SLOPPINESS:-pch_defines,time_macros}"
 ccache_option() {
     if command -v ccache >/dev/null 2>&1; then
         echo "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"

@@ -1,5 +1,5 @@
 // Verifies the first signature of a document: the sample of the README, as a user would build it.
-#include "dsig/object/ClsXmlDSig.h"
+#include <vantrel/ClsXmlDSig.h>
 
 #include <cstdio>
 #include <fstream>

@@ -10,7 +10,7 @@ TOP = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else __file__).resolve()
 if TOP.is_file():
     TOP = TOP.parents[2]
 
-CODE_FOLDERS = ("foundation", "dsig", "cli", "bindings", "tests", "bench", "fuzz", "examples")
+CODE_FOLDERS = ("foundation", "dsig", "include", "cli", "bindings", "tests", "bench", "fuzz", "examples")
 PRODUCT_FOLDERS = ("foundation", "dsig", "cli", "bindings")
 
 # Who may include whom, by the longest prefix of the path. Every folder may include itself.
@@ -58,10 +58,7 @@ MAY_INCLUDE = {
 # The contract class's members that belong to a room of dsig; they alone look up, to its declaration.
 MEMBERS = re.compile(r"^dsig/\w+/\w+_members\.cpp$")
 
-# The public headers: all that programs outside the library may include.
-PUBLIC = re.compile(
-    r"^(dsig/object/ClsXmlDSig\.h|dsig/document/limits\.h|foundation/(text|base|io|json)/\w+\.h"
-    r"|foundation/(x509|xml/tree)/(\w+/)?Cls\w+\.h)$")
+# Programs outside the library include <vantrel/...> and nothing else of it.
 PUBLIC_ONLY = ("cli", "bindings", "examples", "tests/consumer")
 
 # Written so that this file does not contain the words it looks for.
@@ -74,6 +71,7 @@ FORBIDDEN = [
 TEXT_SUFFIXES = {".cpp", ".h", ".py", ".sh", ".md", ".txt", ".cmake", ".vec", ".awk", ".in", ".json"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
+PUBLIC_INCLUDE = re.compile(r"^\s*#\s*include\s+<vantrel/([^>]+)>", re.M)
 LOG_CALL = re.compile(r'\b(?:LogError|LogInfo)\s*\(\s*"((?:[^"\\]|\\.)*)"')
 
 failures = []
@@ -108,11 +106,17 @@ def include_problems():
     for path, name in tree_files(CODE_FOLDERS, {".cpp", ".h"}):
         own = folder_rule(name)
         public_only = name.startswith(tuple(f + "/" for f in PUBLIC_ONLY))
-        for header in INCLUDE.findall(path.read_text()):
+        text = path.read_text()
+        for header in PUBLIC_INCLUDE.findall(text):
+            if not (TOP / "include/vantrel" / header).is_file():
+                yield f"{name}: there is no vantrel/{header}"
+            elif not public_only:
+                yield f"{name} includes <vantrel/{header}>, which is for programs outside the library"
+        for header in INCLUDE.findall(text):
             if not (TOP / header).is_file():
                 yield f"{name}: there is no {header}"
             elif public_only:
-                if not header.startswith(name.split("/")[0] + "/") and not PUBLIC.match(header):
+                if not header.startswith(name.split("/")[0] + "/"):
                     yield f"{name} includes {header}, which is not public"
             elif own is not None:
                 allowed = (own,) + MAY_INCLUDE[own]

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_CLSBINDATA_H
+#define INCLUDE_VANTREL_CLSBINDATA_H
+
+/// \file
+/// Public: bytes.
+
+#include "foundation/base/ClsBinData.h"
+
+#endif

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_CLSJSONOBJECT_H
+#define INCLUDE_VANTREL_CLSJSONOBJECT_H
+
+/// \file
+/// Public: JSON: options and reports.
+
+#include "foundation/json/ClsJsonObject.h"
+
+#endif

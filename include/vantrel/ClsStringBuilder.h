@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_CLSSTRINGBUILDER_H
+#define INCLUDE_VANTREL_CLSSTRINGBUILDER_H
+
+/// \file
+/// Public: a text that grows.
+
+#include "foundation/base/ClsStringBuilder.h"
+
+#endif

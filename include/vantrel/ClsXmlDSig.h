@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_CLSXMLDSIG_H
+#define INCLUDE_VANTREL_CLSXMLDSIG_H
+
+/// \file
+/// Public: the verifier.
+
+#include "dsig/object/ClsXmlDSig.h"
+
+#endif

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_DATABUFFER_H
+#define INCLUDE_VANTREL_DATABUFFER_H
+
+/// \file
+/// Public: bytes that grow.
+
+#include "foundation/text/DataBuffer.h"
+
+#endif

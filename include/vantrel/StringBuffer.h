@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_STRINGBUFFER_H
+#define INCLUDE_VANTREL_STRINGBUFFER_H
+
+/// \file
+/// Public: UTF-8 text that grows.
+
+#include "foundation/text/StringBuffer.h"
+
+#endif

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_VLDATASOURCE_H
+#define INCLUDE_VANTREL_VLDATASOURCE_H
+
+/// \file
+/// Public: sources of bytes.
+
+#include "foundation/io/_vlDataSource.h"
+
+#endif

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_JSON_WRITER_H
+#define INCLUDE_VANTREL_JSON_WRITER_H
+
+/// \file
+/// Public: JSON as text.
+
+#include "foundation/json/json_writer.h"
+
+#endif

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_UTF8_H
+#define INCLUDE_VANTREL_UTF8_H
+
+/// \file
+/// Public: UTF-8.
+
+#include "foundation/text/utf8.h"
+
+#endif
