@@ -1,8 +1,8 @@
 #ifndef FOUNDATION_JSON_CLSJSONOBJECT_H
 #define FOUNDATION_JSON_CLSJSONOBJECT_H
 
-#include "foundation/json/json_value.h"
 #include "foundation/base/ClsBase.h"
+#include "foundation/json/json_value.h"
 #include "foundation/text/XString.h"
 
 #include <cstdint>

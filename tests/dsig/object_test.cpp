@@ -6,8 +6,8 @@
 #include "foundation/base/ClsStringBuilder.h"
 #include "tests/dsig/document_case.h"
 #include "tests/support/bytes.h"
-#include "tests/support/process.h"
 #include "tests/support/corpus.h"
+#include "tests/support/process.h"
 
 #include <atomic>
 #include <string>
