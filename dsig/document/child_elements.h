@@ -2,6 +2,7 @@
 #define DSIG_DOCUMENT_CHILD_ELEMENTS_H
 
 #include "foundation/text/RefCountedObject.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <vector>

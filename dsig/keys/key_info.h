@@ -10,6 +10,7 @@
 #include "dsig/keys/seen_certificates.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/RefCountedObject.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <cstddef>

@@ -11,6 +11,7 @@
 #include "dsig/report/warnings.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel {

@@ -9,6 +9,7 @@
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/text/xml_encoding.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel {

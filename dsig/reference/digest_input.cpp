@@ -8,6 +8,7 @@
 #include "dsig/transform/xpath_step.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/text/encoders.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <vector>

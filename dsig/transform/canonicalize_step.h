@@ -8,6 +8,7 @@
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel::dsig {

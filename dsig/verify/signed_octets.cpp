@@ -7,6 +7,7 @@
 #include "dsig/transform/working_text.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel::dsig {

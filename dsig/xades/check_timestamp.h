@@ -8,6 +8,7 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <memory>

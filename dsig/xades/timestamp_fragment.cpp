@@ -5,6 +5,7 @@
 #include "foundation/text/XString.h"
 #include "foundation/xml/canon/escape.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <map>

@@ -7,6 +7,7 @@
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/no_throw.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 #ifndef FOUNDATION_XML_SCAN_ID_TABLE_H
 #define FOUNDATION_XML_SCAN_ID_TABLE_H
 
+#include "foundation/xml/scan/element_id.h"
 #include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
@@ -8,9 +9,6 @@
 #include <string_view>
 
 namespace vantrel::xml {
-
-using ElementId = std::uint32_t;
-inline constexpr ElementId kNoElement = 0xFFFFFFFF;
 
 enum class IdMatch : std::uint8_t { None, Unique, NotUnique };
 

@@ -2,6 +2,7 @@
 
 #include "foundation/text/no_throw.h"
 #include "foundation/text/strings.h"
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/element_text.h"
 #include "foundation/xml/tree/tag_pattern.h"
 

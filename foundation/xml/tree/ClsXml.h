@@ -6,7 +6,7 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/arrays.h"
-#include "foundation/xml/scan/xml_document.h"
+#include "foundation/xml/scan/element_id.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,6 +16,10 @@
 #include <vector>
 
 namespace vantrel {
+
+namespace xml {
+class XmlDocument;
+} // namespace xml
 
 // A handle on one element of a parsed document. Handles share the document, which lives as long as
 // the last of them; the document cannot be changed. Every operation that returns a ClsXml* returns

@@ -1,5 +1,6 @@
 #include "foundation/xml/tree/ClsXml.h"
 
+#include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/element_text.h"
 #include "foundation/xml/tree/tag_pattern.h"
 #include "tests/support/live_objects.h"
