@@ -9,6 +9,7 @@
 #include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/report/warnings.h"
+#include "dsig/verify/report_steps.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
 #include "foundation/xml/scan/xml_document.h"
@@ -92,24 +93,25 @@ void warnOfDescribed(dsig::Document& document, const dsig::Selection& selection,
 
 } // namespace
 
+// Looking changes nothing: the report of the last verification stays.
 bool ClsXmlDSig::DescribeSignature(XString& outJson) {
-    return MethodFrame::run(*this, "DescribeSignature", [&](MethodFrame& frame) {
+    return MethodFrame::runLater(*this, "DescribeSignature", [&](MethodFrame& frame) {
         outJson.clear();
         const ClsXml* const signature = selectedSignature();
         if (signature == nullptr) {
             m_log.LogError("No signature is selected.");
             return false;
         }
-        beginReport();
+        dsig::SignatureReport report = dsig::startReport(document(), selection(), rules());
         dsig::DocumentNames names(structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw(), m_state->limits.reportOctets);
         out.beginObject();
         out.integerMember("index", static_cast<std::int64_t>(m_selector));
-        out.textMember("id", m_state->report.id.view());
+        out.textMember("id", report.id.view());
         out.textMember("path", names.path(signature->elementId()));
-        out.textMember("profile", m_state->report.profile);
-        out.textMember("signatureMethod", m_state->report.signatureMethod.view());
-        out.textMember("canonicalizationMethod", m_state->report.canonicalizationMethod.view());
+        out.textMember("profile", report.profile);
+        out.textMember("signatureMethod", report.signatureMethod.view());
+        out.textMember("canonicalizationMethod", report.canonicalizationMethod.view());
         out.key("references");
         out.beginArray();
         const std::vector<xml::ElementId>& references = structure().referencesOf(*signature);
@@ -118,17 +120,14 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         }
         out.endArray();
         writeKeyInfo(*signature, out);
-        dsig::SignatureReport& report = m_state->report;
         LogNull quiet(m_log);
         report.keys =
             dsig::describeKeys(dsig::candidateKeys(keyQuery(true), report.accommodations, quiet));
         warnOfDescribed(*document(), selection(), report);
-        dsig::writeKeys(m_state->report.keys, out);
-        dsig::writeCodes("warnings", m_state->report.warnings, out);
-        out.booleanMember("timestamp", m_state->report.timestamp != "absent");
+        dsig::writeKeys(report.keys, out);
+        dsig::writeCodes("warnings", report.warnings, out);
+        out.booleanMember("timestamp", report.timestamp != "absent");
         out.endObject();
-        m_state->report = {};
-        m_log.clearLastJsonData();
         if (out.passedLimit()) {
             outJson.clear();
             m_log.LogError(dsig::kReportTooLarge);

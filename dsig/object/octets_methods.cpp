@@ -22,7 +22,7 @@ dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
 }
 
 bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
-    return MethodFrame::run(*this, "DigestInput", [&](MethodFrame& frame) {
+    return MethodFrame::runLater(*this, "DigestInput", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);
@@ -37,7 +37,7 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
 // The checks of the references come first in a verification, and what they find out of the document
 // (a cut, an attribute order, ZATCA rules) decides what the value is over.
 bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
-    return MethodFrame::run(*this, "SignedInfoOctets", [&](MethodFrame& frame) {
+    return MethodFrame::runLater(*this, "SignedInfoOctets", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
         LogNull quiet(m_log);
         ExtPtrArraySb dirs;

@@ -152,11 +152,14 @@ TEST(Object, KeepsRulesBetweenSignaturesUntilTheyAreReset) {
     };
     EXPECT_TRUE(usesRetry());
     EXPECT_FALSE(usesRetry());
-    // Looking at octets changes nothing.
+    // Looking changes nothing, neither the rules nor the last report.
     ClsBinData octets;
+    XString described;
     verifier.ResetDocumentRules();
+    EXPECT_TRUE(verifier.DescribeSignature(described));
     EXPECT_TRUE(verifier.DigestInput(0, octets));
     EXPECT_TRUE(verifier.SignedInfoOctets(octets));
+    EXPECT_EQ(textOf(reportOf(verifier), "status"), "valid");
     EXPECT_TRUE(usesRetry());
     verifier.ResetDocumentRules();
     EXPECT_TRUE(usesRetry());
