@@ -41,24 +41,40 @@ void appendDigested(const xml::XmlDocument& document, const ReferenceReport& ref
     }
 }
 
+bool isManifest(const xml::XmlDocument& document, xml::ElementId element) {
+    return document.localName(element) == "Manifest" &&
+           document.namespaceUri(element) == xml::kXmlDsigNamespace;
+}
+
+// A manifest inside the signature. Most signatures have so few elements that looking at each is
+// quicker than knowing all manifests of the document; for those that have many it is not.
+bool signatureHoldsManifest(Document& document, xml::ElementId signature) {
+    constexpr xml::ElementId kFewElements = 64;
+    const xml::XmlDocument& structure = *document.structure;
+    const xml::ElementId end = structure.element(signature).next;
+    if (end - signature > kFewElements) {
+        const std::vector<xml::ElementId>& manifests = document.manifests();
+        const auto inside = std::lower_bound(manifests.begin(), manifests.end(), signature);
+        return inside != manifests.end() && *inside < end;
+    }
+    for (xml::ElementId element = signature; element < end; ++element) {
+        if (isManifest(structure, element)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// One in the signature, or one that a reference names.
 bool holdsManifest(Document& document, const SignatureReport& report) {
-    const std::vector<xml::ElementId>& manifests = document.manifests();
-    if (manifests.empty()) {
-        return false;
-    }
-    // One in the signature, or one that a reference names.
-    const xml::ElementId signature = report.signatureElement;
-    const auto inside = std::lower_bound(manifests.begin(), manifests.end(), signature);
-    if (inside != manifests.end() && *inside < document.structure->element(signature).next) {
-        return true;
-    }
-    return std::any_of(
-        report.references.begin(), report.references.end(), [&](const ReferenceReport& one) {
-            const auto covered = one.coveredElements.all();
-            return std::any_of(covered.begin(), covered.end(), [&](xml::ElementId element) {
-                return std::binary_search(manifests.begin(), manifests.end(), element);
-            });
-        });
+    return signatureHoldsManifest(document, report.signatureElement) ||
+           std::any_of(
+               report.references.begin(), report.references.end(), [&](const ReferenceReport& one) {
+                   const auto covered = one.coveredElements.all();
+                   return std::any_of(covered.begin(), covered.end(), [&](xml::ElementId element) {
+                       return isManifest(*document.structure, element);
+                   });
+               });
 }
 
 } // namespace
