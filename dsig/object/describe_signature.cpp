@@ -19,6 +19,7 @@ namespace {
 
 using json::JsonWriter;
 
+// The identifiers as they stand, known or not; an empty text for a transform without one.
 void writeTransforms(const ClsXml& reference, JsonWriter& out) {
     out.key("transforms");
     out.beginArray();
@@ -34,6 +35,7 @@ void writeTransforms(const ClsXml& reference, JsonWriter& out) {
 }
 
 void writeReference(const ClsXml& element, std::size_t index, JsonWriter& out) {
+    // Nothing is judged here: what is missing is shown as empty, and gets no line.
     LogNull log;
     DSigReference reference;
     reference.parseReference(element, log);
@@ -117,17 +119,23 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         }
         out.endArray();
         writeKeyInfo(*signature, out);
+        // The report serves as working space: the warnings are collected in it as in a
+        // verification.
         dsig::SignatureReport& report = m_state->report;
         LogNull quiet(m_log);
         report.keys =
+            // Only the keys of KeyInfo: keys that the caller handed over say nothing about the
+            // signature.
             dsig::describeKeys(dsig::candidateKeys(keyQuery(true), report.accommodations, quiet));
         warnOfDescribed(*document(), selection(), report);
         dsig::writeKeys(m_state->report.keys, out);
         dsig::writeCodes("warnings", m_state->report.warnings, out);
         out.booleanMember("timestamp", m_state->report.timestamp != "absent");
         out.endObject();
+        // Gone again, so that nobody takes it for the result of a verification.
         m_state->report = {};
         m_log.clearLastJsonData();
+        // Half a JSON text is of no use to anybody.
         if (out.passedLimit()) {
             outJson.clear();
             m_log.LogError(dsig::kReportTooLarge);
