@@ -7,8 +7,8 @@
 namespace vantrel::dsig {
 
 // Every leniency that a verification used, by its fixed code.
-// None of them is a failure: the digest or the value that was accepted is right by the rule that
-// the code names. A caller who wants the letter of the standards refuses a report that has any.
+// The digest or the value that was accepted is right by the rule that the code names, except for
+// kDigestTolerated. A caller who wants the letter of the standards refuses a report that has any.
 namespace accommodation {
 // A digest matched with attributes in an order other than Canonical XML 1.0, section 2.2, has.
 inline constexpr std::string_view kAttrSortEmulated = "c14n.attr-sort-emulated";

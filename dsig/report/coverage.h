@@ -26,8 +26,8 @@ inline constexpr std::string_view kBase64 = "base64";
 } // namespace exclusion
 
 // A stretch of whole sibling elements that was not digested.
-// One that came out of an entity has no place in the loaded text: it is not noted, and the coverage
-// is not known (see below).
+// One that came out of an entity has no place in the loaded text: its range is empty, and the
+// coverage is not known (see below).
 struct Exclusion {
     xml::ElementId element = xml::kNoElement; // the first of them, in the loaded document
     xml::TextRange range;                     // in the loaded text

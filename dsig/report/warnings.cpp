@@ -113,8 +113,8 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
         return;
     }
     const xml::TextRange signature = sourceRangeOf(document, report.signatureElement);
-    // The signature counts as covered: it cannot digest its own value, and what it holds besides is
-    // no content of the document.
+    // The signature counts as covered: it cannot digest its own value, and what an Object in it
+    // holds is not asked about here.
     std::vector<xml::TextRange> digested = {signature};
     for (const ReferenceReport& reference : report.references) {
         if (!reference.isSigned) {
