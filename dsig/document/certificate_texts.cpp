@@ -11,6 +11,8 @@ void CertificateTexts::make(const VantrelX509& certificate) {
     if (m_made) {
         return;
     }
+    // A certificate that is not loaded has no names; what there would be to say about it was logged
+    // when it was decoded.
     LogNull log;
     XString text;
     certificate.getDN(true, true, text, log, 0);
@@ -29,6 +31,8 @@ std::string shownText(std::string_view text) {
     constexpr std::size_t kLongestCharacter = 4;
     std::string_view shown = text.substr(0, kMaxShownName);
     const std::size_t whole = text::validUtf8Prefix(shown);
+    // Only a character that the cut divides is dropped. Where the well-formed part ends earlier,
+    // the text holds bytes that are no UTF-8, and is shown with them.
     if (shown.size() - whole < kLongestCharacter) {
         shown = shown.substr(0, whole);
     }

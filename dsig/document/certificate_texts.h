@@ -19,8 +19,11 @@ inline constexpr std::size_t kMaxShownName = 4096;
 // that use the certificate.
 class CertificateTexts final {
 public:
+    // Fills the texts; only the first call does anything. Until then all three are empty, and a
+    // part that the certificate lacks stays empty.
     void make(const VantrelX509& certificate);
 
+    // Distinguished names as one line each, and the serial number, each cut as shownText has it.
     [[nodiscard]] const std::string& subject() const noexcept { return m_subject; }
     [[nodiscard]] const std::string& issuer() const noexcept { return m_issuer; }
     [[nodiscard]] const std::string& serial() const noexcept { return m_serial; }

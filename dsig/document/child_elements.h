@@ -10,6 +10,8 @@
 namespace vantrel::dsig {
 
 // The child elements of an element, in document order.
+// Text, comments and processing instructions between them are passed over. Ids are those of the
+// parent's document and mean nothing in another one.
 [[nodiscard]] inline std::vector<xml::ElementId> childElements(const ClsXml& parent) {
     std::vector<xml::ElementId> children;
     const xml::XmlDocument& document = *parent.document();
@@ -21,6 +23,8 @@ namespace vantrel::dsig {
 }
 
 // A handle on another element of the same document.
+// The handle shares the document, which lives as long as one of its handles does. `element` must be
+// an id of that document.
 [[nodiscard]] inline Ref<ClsXml> handleOn(const ClsXml& any, xml::ElementId element) {
     return Ref<ClsXml>::adopt(ClsXml::onElement(any.document(), element));
 }

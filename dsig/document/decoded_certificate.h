@@ -28,8 +28,12 @@ struct DecodedCertificate {
     VantrelX509 certificate;  // empty when it cannot be decoded
     StringBuffer thumbprint;  // base64 of the SHA-1 of the bytes; empty until it is asked for
     bool contentFound = true; // false for a token whose content is no certificate path
+    // True once decoding the key was tried, whatever came of it, so that a key that nobody can
+    // decode is not tried again for every signature.
     bool keyDecoded = false;
     Ref<ClsPublicKey> key; // null until `keyDecoded`, and when it cannot be decoded
+    // The lines of each step apart: a signature may stop after any of them, and its log holds those
+    // of the steps it took.
     std::vector<LogTape::Line> contentLines;
     std::vector<LogTape::Line> certificateLines;
     std::vector<LogTape::Line> keyLines;
@@ -38,6 +42,9 @@ struct DecodedCertificate {
 
 // The certificates of one document: security tokens by their element, others by their text. A key
 // is kept for the most recent ones only, since it may take more memory than its certificate.
+// Without it a document with thousands of signatures under one certificate would have it decoded
+// thousands of times. Entries are shared: whoever holds one may go on using it after the cache has
+// let it go.
 class CertificateCache final {
 public:
     using Entry = std::shared_ptr<DecodedCertificate>;
@@ -46,6 +53,8 @@ public:
     // when it was not decoded yet, or not kept.
     [[nodiscard]] Entry findToken(xml::ElementId element, bool asPath) const;
     [[nodiscard]] Entry findText(std::string_view source) const;
+    // Tokens are all kept: there is at most one entry for each of the two readings of an element,
+    // so they stay in proportion to the document.
     void addToken(xml::ElementId element, bool asPath, const Entry& entry);
     // Texts that are long or many are not kept.
     void addText(const Entry& entry);

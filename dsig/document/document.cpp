@@ -6,6 +6,8 @@
 
 namespace vantrel::dsig {
 
+// A signature may have as many references as fit into the document. Each is asked for by its index,
+// so looking for them anew every time would take quadratic time.
 const std::vector<xml::ElementId>& Document::referencesOf(const ClsXml& signature) {
     if (m_signature != signature.elementId()) {
         m_references.clear();
@@ -18,6 +20,7 @@ const std::vector<xml::ElementId>& Document::referencesOf(const ClsXml& signatur
     return m_references;
 }
 
+// The Id without a prefix (XML Signature, 4.2); one with a prefix is another attribute.
 const StringBuffer& Document::idOf(const ClsXml& signature) {
     if (m_idOwner != signature.elementId()) {
         m_id.clear();
@@ -38,6 +41,8 @@ const ClsXml* Document::parsedTransforms(const StringBuffer& text, LogBase& log)
     if (!m_transforms || !m_transformsText.equals(text)) {
         m_transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());
         if (!m_transforms || !m_transforms->loadXml(text, true, log)) {
+            // The text of the failure is not remembered, so that each reference that has it gets
+            // its own error line.
             m_transforms.reset();
             return nullptr;
         }
@@ -56,6 +61,8 @@ const std::vector<xml::ElementId>& Document::manifests() {
     if (text::findText(structure->text(), kName) == std::string_view::npos) {
         return *m_manifests;
     }
+    // XML Signature, 5.1. In that namespace only: many formats have a Manifest of their own, which
+    // promises no digests.
     for (xml::ElementId element = 0; element < structure->elementCount(); ++element) {
         if (structure->localName(element) == kName &&
             structure->namespaceUri(element) == xml::kXmlDsigNamespace) {

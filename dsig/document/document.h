@@ -31,28 +31,35 @@ struct Document final {
 
     // The Id of a signature, empty for none; shared with the one that was asked for last.
     const StringBuffer& idOf(const ClsXml& signature);
+    // Its security tokens (WS-Security), indexed when they are first asked for.
     const TokenIndex& tokens();
     // A Transforms element from its text; null after an error line. Valid until the next call.
     const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
 
+    // First, since the members below are made from it and refer to it.
     std::shared_ptr<const xml::XmlDocument> structure;
     bool encodingMismatch = false; // the declared encoding is not the one that was read
     xml::ElementPaths paths;
+    // What the signatures of this document have cost so far; a new load starts again from nothing.
     WorkAccount account;
     CertificateCache certificates;
     KeyAccount keyAccount;
+    // Of XAdES (ETSI TS 101 903, EncapsulatedTimeStamp), by local name in any namespace.
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 
 private:
+    // The signature that m_id belongs to.
     xml::ElementId m_idOwner = xml::kNoElement;
     StringBuffer m_id;
+    // Empty until asked for: most documents are verified without.
     std::optional<TokenIndex> m_tokens;
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer m_transformsText;
     Ref<ClsXml> m_transforms;
     std::optional<std::vector<xml::ElementId>> m_manifests;
+    // The signature that m_references belongs to.
     xml::ElementId m_signature = xml::kNoElement;
     std::vector<xml::ElementId> m_references;
 };

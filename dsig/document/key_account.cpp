@@ -19,6 +19,7 @@ constexpr std::uint64_t kCommonCurveBits = 256;
 // A multiplication costs the square of the size.
 std::uint64_t weigh(std::uint64_t bits, std::uint64_t steps, std::uint64_t commonBits,
                     std::uint64_t commonSteps) noexcept {
+    // Rounded up: a key that is only a little larger than the common one counts 2, not 1.
     const std::uint64_t common = commonBits * commonBits * commonSteps;
     return std::max<std::uint64_t>(1, (bits * bits * steps + common - 1) / common);
 }
@@ -44,6 +45,8 @@ std::uint64_t keyOperationWeight(const _vlPublicKey& key) noexcept {
     case KeyKind::Dsa:
         return weigh(key.bits(), key.getDsaKeyPtr()->orderBits(), kCommonModulusBits,
                      kCommonOrderBits);
+    // The number of steps grows with the size as well, but the square is close enough to bound the
+    // work, and curves come in few sizes.
     case KeyKind::Ec: return weigh(key.bits(), 1, kCommonCurveBits, 1);
     case KeyKind::None: break;
     }
@@ -60,6 +63,8 @@ void KeyAccount::begin(int signature) {
 }
 
 bool KeyAccount::charge(std::uint64_t weight, std::uint64_t limit) noexcept {
+    // Compared without a sum, which could wrap. The limit may be lower than it was at the last
+    // charge, hence the comparison with what is spent.
     if (m_current >= m_bySignature.size() || m_spent > limit || weight > limit - m_spent) {
         return false;
     }

@@ -19,9 +19,13 @@ namespace dsig {
 // The key operations spent on the signatures of one document. A signature that is verified again
 // gives back what its verification before took: the account bounds what a document demands, not how
 // often somebody asks.
+// What it prevents: a document with many signatures and, in each KeyInfo, many large keys, which
+// asks for the product of both numbers at hardly any cost to its author.
 class KeyAccount final {
 public:
     // The signature whose checks follow.
+    // Zero-based, in document order; a negative index counts as 0. Before the first call nothing
+    // can be charged.
     void begin(int signature);
     // Takes an operation of this weight. False, and nothing taken, where the sum would pass
     // `limit`.
@@ -32,6 +36,7 @@ public:
     [[nodiscard]] std::uint64_t operations() const noexcept { return m_operations; }
 
 private:
+    // The weight that is charged to each signature at present; its sum is m_spent.
     std::vector<std::uint64_t> m_bySignature;
     std::size_t m_current = 0; // index of the signature that is being verified
     std::uint64_t m_spent = 0;

@@ -6,6 +6,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// The one place that pairs names with values: setting, listing and documenting all read it.
 constexpr LimitEntry kTable[] = {
     {"keyOperations", &Limits::keyOperations,
      "Signature checks with a public key in all signatures of a document, weighted by the size of "
@@ -40,6 +41,7 @@ bool setLimit(Limits& limits, std::string_view name, std::uint64_t value) noexce
 bool parseLimit(std::string_view text, std::uint64_t& value) noexcept {
     std::uint64_t parsed = 0;
     const char* const last = text.data() + text.size();
+    // Unlike strtoull it accepts no sign, no leading white space and no value that does not fit.
     const auto [end, error] = std::from_chars(text.data(), last, parsed);
     if (text.empty() || error != std::errc() || end != last) {
         return false;

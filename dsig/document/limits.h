@@ -10,6 +10,8 @@ namespace vantrel::dsig {
 // Budgets of the work on one document, which a caller may set by name. They count work, never time,
 // so that a document passes or fails alike on every machine. docs/limits.md lists them.
 struct Limits {
+    // Numbers of operations, octets (bytes) and counts, as the names say. There is no value for
+    // "unlimited": the largest number serves.
     std::uint64_t keyOperations = 10'000;
     std::uint64_t workOctets = 1024ULL * 1024 * 1024;
     std::uint64_t transformsPerReference = 100;
@@ -19,6 +21,8 @@ struct Limits {
     std::uint64_t reportOctets = 64ULL * 1024 * 1024;
 };
 
+// A limit as callers and the tool's help see it: its name, where its value stands, and what it
+// counts.
 struct LimitEntry {
     std::string_view name;
     std::uint64_t Limits::*value;
@@ -27,6 +31,7 @@ struct LimitEntry {
     [[nodiscard]] std::uint64_t defaultValue() const noexcept { return Limits().*value; }
 };
 
+// All limits, in the order in which they are listed; the names are distinct and case-sensitive.
 [[nodiscard]] std::span<const LimitEntry> limitTable() noexcept;
 
 // False, with `limits` unchanged, when there is no limit of this name.

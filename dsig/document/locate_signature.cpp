@@ -16,6 +16,9 @@ bool locateSelectedSignature(const Selection& selection, const StringBuffer& fir
     }
     _vlXmlDtd dtd;
     dtd.setDocument(selection.signature->document());
+    // Two signatures may carry the same Id, or begin with the same digest. The value that is
+    // checked must be over the SignedInfo of the one that the caller selected, so no other is
+    // accepted.
     locator.m_selectedElement = selection.element();
     const StringBuffer& text = selection.signature->document()->sourceText();
     if (!selection.id.isEmpty()) {

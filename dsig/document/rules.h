@@ -14,9 +14,12 @@ namespace vantrel::dsig {
 // it is kept by whoever called them.
 struct Rules {
     std::string_view profileName; // as reports name it; empty for an ordinary document
+    // 3 from the first Peru UBL document on, 0 before; other profiles have no code.
     std::int32_t profileCode = 0;
 
     // What the profile asks for.
+    // The markers can be put into any document. A rule therefore only changes what is digested or
+    // how it is written: the stored digest and the signature value still have to match that.
     bool siiDocument = false;    // digest the DTE element around the referenced Documento
     bool satDoda = false;        // digest the doda element
     bool peruUbl = false;        // recognised, nothing differs
@@ -35,10 +38,14 @@ struct Rules {
     std::uint32_t siiDteOffset = 0;
     StringBuffer siiDteXml;
 
+    // Attributes are sorted other than Canonical XML 1.0, section 2.2, has it. Both flags name the
+    // same fault; the second cannot be switched off by a retry.
     [[nodiscard]] bool emulatesAttrSort() const noexcept {
         return attrSortBug || alwaysAttrSortBug;
     }
     [[nodiscard]] xml::AttributeOrder attributeOrder() const noexcept {
+        // The correct order is by namespace URI, then local name. Faulty signers sort by prefix in
+        // place of the URI, or by local name alone.
         return !emulatesAttrSort() ? xml::AttributeOrder::Canonical
                : secondAttrOrder   ? xml::AttributeOrder::LocalName
                                    : xml::AttributeOrder::PrefixThenLocal;

@@ -7,7 +7,9 @@
 namespace vantrel::dsig {
 
 // The signature that an operation is about.
+// Made for one call: the element belongs to the verifier, which lets go of it at the next load.
 struct Selection {
+    // Zero-based, in document order; 0 as well when the document has no signatures.
     int index = 0;
     const ClsXml* signature = nullptr; // borrowed; null when there is none
     StringBuffer id;                   // its Id attribute; empty without one

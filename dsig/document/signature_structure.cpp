@@ -8,6 +8,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// An item of a sequence in the schema: required is minOccurs 1, repeats is maxOccurs unbounded.
 struct ChildRule {
     std::string_view name;
     bool required;
@@ -23,6 +24,8 @@ constexpr ChildRule kSignedInfo[] = {{"CanonicalizationMethod", true, false},
                                      {"SignatureMethod", true, false},
                                      {"Reference", true, true}};
 
+// Matches the children against the sequence from left to right, each once. No going back is needed,
+// since no name occurs twice in a sequence.
 bool follows(const xml::XmlDocument& document, xml::ElementId parent, std::string_view uri,
              std::span<const ChildRule> rules) {
     std::size_t rule = 0;
@@ -30,6 +33,8 @@ bool follows(const xml::XmlDocument& document, xml::ElementId parent, std::strin
     for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
          child = document.nextSibling(child)) {
         const std::string_view name = document.localName(child);
+        // Passes over the items that the child is not; a required one may be passed only after it
+        // occurred.
         while (rule < rules.size() &&
                (rules[rule].name != name || (count == 1 && !rules[rule].repeats))) {
             if (rules[rule].required && count == 0) {
@@ -38,11 +43,14 @@ bool follows(const xml::XmlDocument& document, xml::ElementId parent, std::strin
             ++rule;
             count = 0;
         }
+        // Left over, or of the right name in a foreign namespace, which other readers do not take
+        // for it.
         if (rule == rules.size() || document.namespaceUri(child) != uri) {
             return false;
         }
         ++count;
     }
+    // Nothing required may be outstanding when the children end.
     for (; rule < rules.size(); ++rule, count = 0) {
         if (rules[rule].required && count == 0) {
             return false;

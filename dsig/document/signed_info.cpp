@@ -10,6 +10,9 @@ namespace vantrel::dsig {
 
 namespace {
 
+// By local name in any namespace: signers in the wild write signatures without one, and formats
+// that wrap them in their own (EBICS) keep the names. The first such child counts, for every reader
+// here, so that no two steps look at different ones.
 Ref<ClsXml> signedInfoOf(const ClsXml& signature, LogBase& log) {
     Ref<ClsXml> signedInfo = Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignedInfo"));
     if (!signedInfo) {
@@ -35,6 +38,7 @@ Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int
         log.LogDataLong("selectorIndex", selection.index);
         return {};
     }
+    // Tells a signature without SignedInfo from one with too few references.
     if (!signedInfoOf(*signature, log)) {
         return {};
     }
@@ -47,6 +51,7 @@ Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int
     return handleOn(*signature, references[static_cast<std::size_t>(index)]);
 }
 
+// Counted the same way as referencesOf collects them, so that each index below it has an element.
 int numReferences(const ClsXml& signature) {
     LogNull log;
     const Ref<ClsXml> signedInfo =
@@ -96,6 +101,8 @@ bool canonicalizationMethod(const ClsXml* signature, StringBuffer& algorithm,
         logChildNotFound(tag, log);
         return false;
     }
+    // XML Signature, 4.4.1; the prefix list is that of Exclusive XML Canonicalization 1.0, section
+    // 3.
     method->getAttrValue("Algorithm", algorithm);
     method->getChildAttrValue("*:InclusiveNamespaces", "PrefixList", prefixList);
     return true;

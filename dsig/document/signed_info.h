@@ -13,6 +13,7 @@ namespace vantrel::dsig {
 
 // The Reference element at a zero-based index; null when there is none. `document` may be null
 // where no signature is selected.
+// The handle is the caller's. With a selected signature `document` is that signature's own.
 [[nodiscard]] Ref<ClsXml> referenceElement(Document* document, const Selection& selection,
                                            int index, LogBase& log);
 // Number of references; 0 without a word where there is no SignedInfo.
@@ -26,6 +27,8 @@ namespace vantrel::dsig {
 [[nodiscard]] bool canonicalizationMethod(const ClsXml* signature, StringBuffer& algorithm,
                                           StringBuffer& prefixList, LogBase& log);
 // The base64 text of SignatureValue.
+// XML Signature, 4.3. False without a line when the element is there and empty, or no signature is
+// selected.
 [[nodiscard]] bool signatureValue(const ClsXml* signature, StringBuffer& base64, LogBase& log);
 
 } // namespace vantrel::dsig

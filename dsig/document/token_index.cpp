@@ -22,9 +22,14 @@ void TokenIndex::add(const xml::XmlDocument& document, xml::ElementId token) {
     const xml::NamePattern id("*:Id");
     const xml::NamePattern valueType("*:ValueType");
     xml::forEachAttribute(document, token, [&](std::string_view name, std::string_view value) {
+        // Of several tokens with one Id the first stays, in whatever order they are asked for.
+        // Another choice would gain nobody anything: the key of a token still has to verify the
+        // value.
         if (id.matches(name)) {
             m_byId.emplace(value, token);
         } else if (m_firstX509 == xml::kNoElement && valueType.matches(name) &&
+                   // WS-Security X.509 Token Profile, 3.1; by the fragment, since signers write
+                   // several base URIs.
                    value.ends_with("#X509v3")) {
             m_firstX509 = token;
         }
@@ -38,7 +43,11 @@ xml::ElementId TokenIndex::withId(std::string_view id) const {
 }
 
 bool ElementSearch::within(const xml::XmlDocument& document, xml::ElementId element) {
+    // Elements are numbered in document order, so a subtree is a stretch of ids.
     const xml::ElementId end = document.element(element).next;
+    // Nested signatures lie in the stretch of the outermost, which is asked about first; siblings
+    // each have their own. Either way an element is looked at once when signatures are taken in
+    // document order.
     if (element < m_from || end > m_to) {
         m_found.clear();
         for (xml::ElementId at = element; at < end; ++at) {

@@ -15,6 +15,8 @@ namespace vantrel::dsig {
 // The BinarySecurityToken elements of a document, found in one pass when the first is looked for.
 class TokenIndex final {
 public:
+    // Keeps ids of the document, no references to it. Elements count by local name in any
+    // namespace.
     explicit TokenIndex(const xml::XmlDocument& document);
 
     // The first token with this Id (an attribute of that local name), the first of all, and the
@@ -26,6 +28,7 @@ public:
 private:
     void add(const xml::XmlDocument& document, xml::ElementId token);
 
+    // Ordered, not hashed: hostile Ids cannot make it slow.
     std::map<std::string, xml::ElementId, std::less<>> m_byId;
     xml::ElementId m_first = xml::kNoElement;
     xml::ElementId m_firstX509 = xml::kNoElement;
@@ -33,6 +36,7 @@ private:
 
 // Elements of one name inside others. A stretch of the document is searched once, however many
 // elements inside it are asked about afterwards.
+// One object serves one document: it remembers ids.
 class ElementSearch final {
 public:
     explicit ElementSearch(std::string_view localName) noexcept : m_name(localName) {}
@@ -44,8 +48,10 @@ public:
 
 private:
     std::string_view m_name; // of static storage
+    // The stretch of element ids that was searched last; empty at first.
     xml::ElementId m_from = 0;
     xml::ElementId m_to = 0; // behind the stretch that was searched
+    // Of that stretch, ascending.
     std::vector<xml::ElementId> m_found;
     std::uint64_t m_visited = 0;
 };

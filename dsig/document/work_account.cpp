@@ -15,8 +15,11 @@ constexpr std::uint64_t kLargeDocumentFactor = 64;
 constexpr std::uint64_t kLargeDocumentMost = 4ULL * 1024 * 1024 * 1024;
 constexpr std::uint64_t kAnyDocumentFactor = 16;
 
+// Nearly every reference has these, so they say nothing about a document but its number of
+// references, and that is bounded by its size.
 constexpr std::uint64_t kUsualTransforms = 2;
 
+// Always false, for the caller to return.
 bool passed(std::string_view limit, std::uint64_t most, LogBase& log) {
     log.LogError(("The document passes the limit " + std::string(limit) + " of " +
                   std::to_string(most) + ".")
@@ -31,6 +34,7 @@ void WorkAccount::begin(int signature) {
     if (m_current >= m_bySignature.size()) {
         m_bySignature.resize(m_current + 1);
     }
+    // The sums hold what every signature was last charged, so taking its part out cannot wrap.
     Spent& before = current();
     m_sum.octets -= before.octets;
     m_sum.transforms -= before.transforms;
@@ -39,6 +43,7 @@ void WorkAccount::begin(int signature) {
 }
 
 std::uint64_t WorkAccount::mostOctets() const noexcept {
+    // No product wraps: a document has less than 2 GiB.
     return std::max({m_limits.workOctets,
                      std::min(kLargeDocumentMost, kLargeDocumentFactor * m_documentOctets),
                      kAnyDocumentFactor * m_documentOctets});
@@ -46,6 +51,7 @@ std::uint64_t WorkAccount::mostOctets() const noexcept {
 
 bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
     const std::uint64_t most = mostOctets();
+    // Compared without a sum, which could wrap.
     if (m_sum.octets > most || octets > most - m_sum.octets) {
         return passed("workOctets", most, log);
     }

@@ -16,6 +16,8 @@ namespace vantrel::dsig {
 // The work that the references of one document's signatures have asked for. It is counted, never
 // timed. A signature that is verified again gives back what its verification before took: the
 // account bounds what a document demands, not how often somebody asks.
+// What it prevents: thousands of references to the same large element, or a chain of transforms
+// that each read it again. The document stays small, the work would be its square.
 class WorkAccount final {
 public:
     // `documentOctets`: size of the loaded text.
@@ -34,6 +36,8 @@ public:
     // A digest that is to be computed again, differently, since it did not match.
     [[nodiscard]] bool takeRetry(LogBase& log);
 
+    // Failures decide about retries only: a document whose digests all mismatch is not
+    // canonicalized twice throughout.
     void noteFailedReference() noexcept {
         ++current().failedReferences;
         ++m_sum.failedReferences;
@@ -41,6 +45,7 @@ public:
     [[nodiscard]] std::uint64_t octets() const noexcept { return m_sum.octets; }
 
 private:
+    // What is charged to one signature at present.
     struct Spent {
         std::uint64_t octets = 0;
         std::uint64_t transforms = 0;
@@ -51,6 +56,7 @@ private:
     [[nodiscard]] Spent& current() noexcept { return m_bySignature[m_current]; }
 
     std::uint64_t m_documentOctets;
+    // Those of the verifier, which outlive the document.
     const Limits& m_limits;
     std::vector<Spent> m_bySignature;
     std::size_t m_current = 0;

@@ -17,6 +17,8 @@ _clsXmlDSigBase::~_clsXmlDSigBase() = default;
 
 ClsXmlDSig::ClsXmlDSig() : m_state(std::make_unique<dsig::ObjectState>()) {}
 
+// The lock waits for an operation of another thread that is about to end. An operation that begins
+// later has no object any more; that is for the caller to prevent.
 ClsXmlDSig::~ClsXmlDSig() {
     const CritSecExitor lock(m_critSec);
     unloadDocument();
@@ -31,6 +33,8 @@ ClsXmlDSig* ClsXmlDSig::createNewCls() {
     }
 }
 
+// Every member that describes the loaded document goes both ways, here and in keepRules;
+// secondAttrOrder is left out, since it holds for one attempt only.
 dsig::Rules _clsXmlDSigBase::rules() const {
     dsig::Rules rules;
     rules.profileName = m_profileName;
@@ -80,6 +84,7 @@ void ClsXmlDSig::put_VerifyOptions(XString& options) {
 bool ClsXmlDSig::SetLimit(XString& name, XString& value) {
     return MethodFrame::run(*this, "SetLimit", [&](MethodFrame& /*frame*/) {
         std::uint64_t number = 0;
+        // The value first: a number that cannot be read is an error whatever the name.
         if (!dsig::parseLimit(value.getUtf8Sb().view(), number)) {
             m_log.LogError("The value of a limit is a decimal number.");
             return false;
@@ -88,6 +93,8 @@ bool ClsXmlDSig::SetLimit(XString& name, XString& value) {
             m_log.LogError("There is no limit of this name.");
             return false;
         }
+        // The log counts for itself, so it has to be told; the other limits are read where they
+        // apply.
         m_log.setLimit(m_state->limits.logOctets);
         return true;
     });

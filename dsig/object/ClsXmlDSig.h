@@ -95,6 +95,8 @@ public:
     /// Missing external data is reported but does not fail a verification.
     [[nodiscard]] bool get_IgnoreExternalRefs() const noexcept { return m_ignoreExternalRefs; }
     void put_IgnoreExternalRefs(bool ignore) noexcept { m_ignoreExternalRefs = ignore; }
+    /// A setting that is kept and given back. No operation reads it: whether comments are digested
+    /// is for the signature to say.
     [[nodiscard]] bool get_WithComments() const noexcept { return m_withCommentsOption; }
     void put_WithComments(bool withComments) noexcept { m_withCommentsOption = withComments; }
 

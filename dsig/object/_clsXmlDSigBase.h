@@ -63,6 +63,7 @@ protected:
     [[nodiscard]] dsig::Rules rules() const;
     void keepRules(const dsig::Rules& rules);
 
+    // See dsig::Rules for what each says.
     std::int32_t m_profileCode = 0;
     bool m_isSiiDocument = false;
     std::uint32_t m_siiDteOffset = 0; // of the DTE start tag in the text it was cut from

@@ -9,6 +9,7 @@ namespace vantrel {
 
 namespace {
 
+// Canonical XML 1.0 is also what an empty or misspelt version gets; there is no error for it.
 std::int32_t methodFromVersion(const XString& version) {
     StringBuffer name = version.getUtf8Sb();
     name.trim2();
@@ -40,6 +41,7 @@ bool ClsXmlDSig::CanonicalizeFragment(XString& xml, XString& fragmentId, XString
         XmlCanon canonicalizer;
         canonicalizer.m_withComments = withComments;
         canonicalizer.m_method = methodFromVersion(version);
+        // Exclusive XML Canonicalization 1.0, section 3; the inclusive method has no such list.
         if (canonicalizer.m_method == dsig::kExclusive) {
             dsig::setPrefixList(canonicalizer, prefixList.getUtf8Sb());
         }

@@ -21,6 +21,7 @@ namespace {
 
 using json::JsonWriter;
 
+// The identifiers as they stand, known or not; an empty text for a transform without one.
 void writeTransforms(const ClsXml& reference, JsonWriter& out) {
     out.key("transforms");
     out.beginArray();
@@ -36,6 +37,7 @@ void writeTransforms(const ClsXml& reference, JsonWriter& out) {
 }
 
 void writeReference(const ClsXml& element, std::size_t index, JsonWriter& out) {
+    // Nothing is judged here: what is missing is shown as empty, and gets no line.
     LogNull log;
     DSigReference reference;
     reference.parseReference(element, log);
@@ -122,6 +124,8 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         writeKeyInfo(*signature, out);
         LogNull quiet(m_log);
         report.keys =
+            // Only the keys of KeyInfo: keys that the caller handed over say nothing about the
+            // signature.
             dsig::describeKeys(dsig::candidateKeys(keyQuery(true), report.accommodations, quiet));
         warnOfDescribed(*document(), selection(), report);
         dsig::writeKeys(report.keys, out);

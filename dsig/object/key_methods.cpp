@@ -15,6 +15,7 @@ namespace vantrel {
 
 namespace {
 
+// The array grows up to the index, so this also bounds its size.
 constexpr int kLastKeyIndex = 199;
 
 } // namespace
@@ -52,6 +53,7 @@ bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
     });
 }
 
+// Shared, not copied: the caller must not change the key while verifications use it.
 bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
     return MethodFrame::run(*this, "SetPublicKeyForAll", [&](MethodFrame& /*frame*/) {
         m_state->keyForAll = Ref<ClsPublicKey>::share(&key);
@@ -62,6 +64,7 @@ bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
 bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     return MethodFrame::run(*this, "SetHmacKey", [&](MethodFrame& /*frame*/) {
         // Cleared first: a key that cannot be decoded leaves none, never the one before.
+        // Secure: the memory is overwritten before it is given back.
         m_hmacKey.setSecure(true);
         m_hmacKey.secureClear();
         key.setSecureX(true);

@@ -14,6 +14,7 @@
 
 namespace vantrel {
 
+// Text that is not UTF-8 is taken for Windows-1252, in the caller's own object.
 bool ClsXmlDSig::LoadSignature(XString& xml) {
     return MethodFrame::runLater(*this, "LoadSignature", [&](MethodFrame& frame) {
         xml.checkFixUtf8Windows1252(m_log);
@@ -46,6 +47,8 @@ bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     return parseLoadedText(text::judgeDecodedXml(m_xmlText.view()), log);
 }
 
+// What the caller handed over stays for the next document: keys, external data, directories,
+// options and limits. So do m_xmlText, until it is overwritten, and the profile's rules.
 void ClsXmlDSig::unloadDocument() {
     m_selector = 0;
     m_state->document.reset();
@@ -57,7 +60,10 @@ void ClsXmlDSig::unloadDocument() {
     m_signatures.removeAllObjects();
 }
 
+// On failure there are no signatures, so every operation on one fails with its own line. The
+// profile is that of the text that was refused.
 bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log) {
+    // First, since the rules at loading are to be there even for a document that does not parse.
     detectSpecial(m_xmlText, log);
     m_state->rulesAtLoad = rules();
     m_state->encodingMismatch = encoding.verdict == text::XmlEncodingVerdict::Mismatch;
@@ -93,6 +99,7 @@ int ClsXmlDSig::get_NumSignatures() {
 void ClsXmlDSig::put_Selector(int index) {
     const CritSecExitor lock(m_critSec);
     const int count = m_signatures.getSize();
+    // Without signatures this makes it -1, and the line below 0.
     if (count <= index) {
         index = count - 1;
     }
@@ -112,6 +119,8 @@ bool ClsXmlDSig::selectBySignatureId(const StringBuffer& id, LogBase& log) {
         const auto* const signature = static_cast<const ClsXml*>(m_signatures.elementAt(i));
         StringBuffer candidate;
         if (signature != nullptr && signature->getAttrValue("Id", candidate) &&
+            // The whole value, letter case included. Where several carry the Id the first is taken,
+            // as the documentation says; the verification then stays with that element.
             candidate.equals(id)) {
             m_selector = i;
             return true;
@@ -130,14 +139,17 @@ bool ClsXmlDSig::selectedSignatureId(StringBuffer& out, LogBase& /*log*/) {
     return !out.isEmpty();
 }
 
+// Borrowed from the array; null when there are no signatures.
 ClsXml* ClsXmlDSig::selectedSignature() const {
     return static_cast<ClsXml*>(m_signatures.elementAt(m_selector));
 }
 
+// Only with a loaded document; document() below asks first.
 dsig::Document& ClsXmlDSig::structure() {
     if (!m_state->document) {
         m_state->document =
             std::make_unique<dsig::Document>(m_xmlRoot->document(), m_state->limits);
+        // Known since loading, when there was no Document yet to keep it.
         m_state->document->encodingMismatch = m_state->encodingMismatch;
     }
     return *m_state->document;

@@ -17,8 +17,11 @@ namespace vantrel::dsig {
 struct ObjectState {
     std::unique_ptr<Document> document; // made at first need; gone with the next load
     Rules rulesAtLoad;                  // as loading set them
+    // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
+    // Survive loads; the document's accounts refer to them.
     Limits limits;
+    // Tried for every signature, last; null when none was given. Survives loads.
     Ref<ClsPublicKey> keyForAll;
     bool encodingMismatch = false; // of the loaded document
 };

@@ -27,9 +27,12 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
+        beginWork(selected);
         const dsig::ReferenceQuery query{
             document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
         const dsig::ReferenceReport result = dsig::checkReference(query, inForce, m_log);
+        // A digest that does not match is no failure here: whoever looks for the reason wants the
+        // octets. Nothing is appended where none could be made.
         return frame.finish(!result.octets.isEmpty() && out.data().append(result.octets));
     });
 }
@@ -39,10 +42,13 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
 bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
     return MethodFrame::runLater(*this, "SignedInfoOctets", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
+        // What the references find out is wanted, not what they say; their failures do not matter
+        // here.
         LogNull quiet(m_log);
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
+        beginWork(selected);
         for (int index = 0; index < get_NumReferences(); ++index) {
             const dsig::ReferenceQuery query{
                 document(), selected, index, {&m_externalData, m_selector, &dirs}};

@@ -11,6 +11,9 @@
 
 namespace vantrel {
 
+// Kept by the index of the selected signature and of the reference, not checked against the
+// document: data may be set for a reference that the next document has. The file is opened only
+// when its digest is computed.
 bool ClsXmlDSig::SetRefDataFile(int index, XString& path) {
     return MethodFrame::run(*this, "SetRefDataFile", [&](MethodFrame& frame) {
         DSigRefExternalData* const data = getExtRef(index, true, m_log);
@@ -22,6 +25,8 @@ bool ClsXmlDSig::SetRefDataFile(int index, XString& path) {
     });
 }
 
+// A character that has no place in the character set is a failure: other octets would be digested
+// than the caller meant.
 bool ClsXmlDSig::SetRefDataSb(int index, ClsStringBuilder& sb, XString& charset) {
     return MethodFrame::run(*this, "SetRefDataSb", [&](MethodFrame& frame) {
         DSigRefExternalData* const data = getExtRef(index, true, m_log);
@@ -54,6 +59,7 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
         dsig::splitDirs(m_externalRefDirs, dirs);
         bool externalMissing = false;
         const bool ok = verifyReferenceDigest(index, externalMissing, dirs, m_log);
+        // Of this one reference: the report of the operation has no signature value in it.
         m_state->report.valid = ok;
         finishReport();
         return frame.finish(ok);

@@ -18,6 +18,7 @@ void ClsXmlDSig::beginReport() {
     m_state->report = dsig::startReport(document(), selection(), rules());
 }
 
+// The last error line is the reason when the steps gave none of their own.
 void ClsXmlDSig::finishReport() {
     dsig::finishReport(document(), m_log.lastErrorLine(), m_state->report);
 }

@@ -6,6 +6,7 @@
 
 namespace vantrel {
 
+// A snapshot: the steps work on the signature that was selected when the operation began.
 dsig::Selection ClsXmlDSig::selection() {
     dsig::Selection selection;
     selection.index = m_selector;
@@ -20,6 +21,7 @@ ClsXml* ClsXmlDSig::getReference(int index, LogBase& log) {
     return dsig::referenceElement(document(), selection(), index, log).release();
 }
 
+// The lock may be taken again by the thread that holds it: SignedInfoOctets asks here as well.
 int ClsXmlDSig::get_NumReferences() {
     const CritSecExitor lock(m_critSec);
     const ClsXml* const signature = selectedSignature();
@@ -54,6 +56,7 @@ bool ClsXmlDSig::getReferenceUri(int index, StringBuffer& outUri, LogBase& log) 
     if (!reference) {
         return false;
     }
+    // No URI and an empty one read alike here; DescribeSignature tells them apart.
     reference->getAttrValue("URI", outUri);
     return true;
 }

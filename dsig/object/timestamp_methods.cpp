@@ -25,6 +25,7 @@ bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& json, ClsStringBuilder&
         m_log.LogDataLong("numSignatures", m_signatures.getSize());
         m_log.LogDataLong("selector", m_selector);
         LogNull quiet(m_log);
+        // A signature that has one gets no second, although XAdES allows several.
         if (hasEncapsulatedTimeStamp(quiet)) {
             m_log.LogError("Already has an EncapsulatedTimeStamp.");
             return false;

@@ -14,6 +14,8 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
         dsig::SignatureReport& report = m_state->report;
         const dsig::Selection selected = selection();
         if (!verifyReferenceDigests) {
+            // What the references name is still described, so that the coverage can be warned of;
+            // whether their digests match stays open.
             report.accommodations.add(dsig::accommodation::kReferencesUnchecked);
             if (document() != nullptr) {
                 dsig::describeUncheckedReferences(*document(), selected, report);
@@ -25,11 +27,16 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
             {document(), selected, keys, m_hmacKey, &m_externalData, m_externalRefDirs, *this,
              m_state->limits, verifyReferenceDigests, m_ignoreExternalRefs},
             inForce, report, m_log);
+        // Kept for the operations that follow on this document: they need not find out again which
+        // rules help. ResetDocumentRules undoes it.
         keepRules(inForce);
+        // All references are checked even after one failed, so this is the outcome of the last.
         if (verifyReferenceDigests && !report.references.empty()) {
             m_refFailReason = dsig::publicCode(report.references.back().reason);
         }
         finishReport();
+        // A verification that ends before the value is looked at leaves no summary in the log; its
+        // outcome is recorded all the same.
         return summarise ? frame.finish(report.valid) : frame.result(report.valid);
     });
 }

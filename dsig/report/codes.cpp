@@ -4,6 +4,7 @@
 
 namespace vantrel::dsig {
 
+// A linear search: a set never has more members than there are constants.
 void CodeSet::add(std::string_view code) {
     if (!contains(code)) {
         m_codes.push_back(code);

@@ -19,13 +19,16 @@ public:
             m_several.assign(elements.begin(), elements.end());
         }
     }
+    // Valid until the next assignment.
     [[nodiscard]] std::span<const xml::ElementId> all() const noexcept {
         return m_one != xml::kNoElement ? std::span<const xml::ElementId>(&m_one, 1) : m_several;
     }
     [[nodiscard]] bool empty() const noexcept { return all().empty(); }
+    // Only of a list that is not empty.
     [[nodiscard]] xml::ElementId front() const noexcept { return all().front(); }
 
 private:
+    // The only element; kNoElement when there are none or several.
     xml::ElementId m_one = xml::kNoElement;
     std::vector<xml::ElementId> m_several;
 };

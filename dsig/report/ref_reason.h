@@ -6,6 +6,8 @@
 namespace vantrel::dsig {
 
 // How the check of a reference ended. The public RefFailReason knows six of these apart.
+// Everything but Match is a failure of the reference; the finer values are for reports and
+// explanations.
 enum class RefReason : std::uint8_t {
     Match,
     Mismatch,
@@ -22,8 +24,9 @@ enum class RefReason : std::uint8_t {
     Other
 };
 
-// The public code: 0 match, 1 mismatch, 2 external data missing or unreadable, 3 no such reference,
-// 5 canonicalization failed, 99 other.
+// The public code: 0 match, 1 mismatch, 2 external data missing or not read to its end, 3 no such
+// reference, 5 no canonical form (no or no single element with the Id among the causes), 99 other:
+// a file that cannot be opened, a transform, a limit.
 [[nodiscard]] constexpr int publicCode(RefReason reason) noexcept {
     switch (reason) {
     case RefReason::Match: return 0;

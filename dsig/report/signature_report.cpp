@@ -13,6 +13,7 @@ using json::JsonWriter;
 void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod) {
     uri = itsUri;
     digestMethod = itsDigestMethod;
+    // XML Signature, 4.4.3.1: an empty URI is the document, "#..." an element of it.
     external = !uri.isEmpty() && !uri.beginsWith("#");
 }
 
@@ -52,6 +53,8 @@ void writeCodes(std::string_view name, const CodeSet& codes, JsonWriter& out) {
 
 namespace {
 
+// Fixed words of the report. What could not be computed is an error, not a mismatch: nothing can be
+// said about the content then.
 std::string_view statusOf(const ReferenceReport& reference) {
     if (!reference.checked) {
         return "not-checked";
@@ -65,6 +68,7 @@ std::string_view statusOf(const ReferenceReport& reference) {
     }
 }
 
+// Start and length count bytes of the loaded text as UTF-8.
 void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& names) {
     out.beginObject();
     out.textMember("path", exclusion.element != xml::kNoElement ? names.path(exclusion.element)
@@ -75,6 +79,7 @@ void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& 
     out.endObject();
 }
 
+// Elements can be named only while the document is there to name them.
 void writeCoverage(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
     out.textMember("covers", reference.covers);
     const ElementList& elements = reference.coveredElements;
@@ -123,6 +128,7 @@ void writeCertificate(JsonWriter& out, const VantrelX509& certificate, Certifica
     std::int64_t notAfter = 0;
     std::string first;
     std::string last;
+    // Two empty texts when either date cannot be read.
     if (certificate.validity(notBefore, notAfter)) {
         asn1::appendIsoTime(notBefore, first);
         asn1::appendIsoTime(notAfter, last);
@@ -136,6 +142,7 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
     out.textMember("source", key.source);
     out.textMember("type", key.type);
     out.integerMember("bits", static_cast<std::int64_t>(key.bits));
+    // Members that do not apply are left out; those that are always there may be empty.
     if (!key.curve.empty()) {
         out.textMember("curve", key.curve);
     }
@@ -178,6 +185,8 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     out.key("references");
     out.beginArray();
     for (const ReferenceReport& reference : report.references) {
+        // The text is cut off at the limit; going on would cost time in proportion to the
+        // references and write nothing.
         if (!out.ok()) {
             break;
         }
@@ -198,6 +207,7 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
 }
 
 void writeTooLargeReport(const SignatureReport& report, StringBuffer& json) {
+    // Only what cannot be long is taken over: the index, and the fixed reason.
     SignatureReport brief;
     brief.index = report.index;
     brief.tooLarge = true;

@@ -24,15 +24,19 @@ class JsonWriter;
 namespace vantrel::dsig {
 
 // What was found out about one reference.
+// A value: it owns its texts, and names elements by ids of the loaded document.
 struct ReferenceReport {
     int index = 0;
     StringBuffer uri;
     bool external = false;
     StringBuffer digestMethod;
     bool checked = false;
+    // Means something only when `checked` is true.
     RefReason reason = RefReason::Match; // of the last attempt
     bool dataMissing = false;            // external data that nobody gave
-    bool isSigned = true;                // false: the signature value does not vouch for it
+    // Its digest may match all the same. By the ZATCA rules the value is over the first reference's
+    // digest alone, so that anybody may replace the others and what they are of.
+    bool isSigned = true; // false: the signature value does not vouch for it
     // "document", "element", "elements" or "external"; empty when unknown. What was digested of it
     // is less by what is excluded.
     std::string_view covers;
@@ -49,6 +53,8 @@ struct ReferenceReport {
 };
 
 // Names and paths of elements as reports show them, made when a report is written.
+// The paths belong to the document, which must outlive the object; what they work out for one
+// report serves the next.
 class DocumentNames {
 public:
     explicit DocumentNames(xml::ElementPaths& paths) noexcept : m_paths(paths) {}
@@ -61,14 +67,20 @@ private:
     xml::ElementPaths& m_paths;
 };
 
+// A candidate key, tried or not: reports list all, in the order in which they are tried.
 struct KeyReport {
     std::string_view source; // "KeyValue", "X509Certificate", ..., "explicit"
     std::string type;        // "RSA", "DSA", "EC", "HMAC"
     int bits = 0;
+    // Name of an elliptic curve; empty for the other kinds.
     std::string curve;
     bool weak = false;
+    // Nothing but the document vouches for the key.
     bool fromDocument = false;
+    // The key that verified the value; true for one at most.
     bool used = false;
+    // The certificate's dates against the clock of this machine. Dates that cannot be read count as
+    // outside.
     bool outsideValidity = false;
     VantrelX509 certificate;                            // that the key came from; empty for none
     std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
@@ -76,6 +88,8 @@ struct KeyReport {
 };
 
 // What one verification found out: the operation's structured result.
+// Valid says that the value fits one of the keys and, where that was asked for, the digests fit the
+// references. Whether the key is somebody's to trust is not in it: see the warnings.
 struct SignatureReport {
     bool present = false; // false until an operation began to fill it
     int index = 0;
@@ -83,12 +97,16 @@ struct SignatureReport {
     xml::ElementId signatureElement = xml::kNoElement;
     bool valid = false;
     bool tooLarge = false; // to be written down
+    // Why it is not valid: a line of the log; empty for a valid one.
     std::string reason;
     StringBuffer signatureMethod;
     StringBuffer canonicalizationMethod;
+    // Name of the recognised profile; empty for an ordinary document. Of static storage.
     std::string_view profile;
     std::vector<ReferenceReport> references;
     std::vector<KeyReport> keys;
+    // "absent", "not-checked", "valid" or "invalid"; the next three are set only once it was
+    // checked.
     std::string_view timestamp = "absent";
     std::string timestampTime;      // ISO 8601
     std::string timestampAuthority; // subject of the signer's certificate

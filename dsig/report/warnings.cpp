@@ -10,6 +10,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Empty for an element that came out of an entity. As something digested it then covers nothing,
+// which errs towards a warning.
 xml::TextRange sourceRangeOf(const xml::XmlDocument& document, xml::ElementId element) {
     xml::TextRange range;
     return document.sourceRange(element, range) ? range : xml::TextRange{};
@@ -26,6 +28,7 @@ bool excludesContent(const ReferenceReport& reference, xml::TextRange signature)
 }
 
 // The stretches of the loaded text that the reference's digest vouches for.
+// An element that is covered twice is appended twice; the search for gaps takes overlaps.
 void appendDigested(const xml::XmlDocument& document, const ReferenceReport& reference,
                     std::vector<xml::TextRange>& digested) {
     std::vector<xml::TextRange> absent;
@@ -83,6 +86,7 @@ void warnOfHash(const StringBuffer& algorithm, SignatureReport& report) {
     constexpr std::string_view kWeakHashes[] = {warning::kSha1, warning::kMd5, warning::kMd2,
                                                 warning::kRipemd128};
     for (const std::string_view weak : kWeakHashes) {
+        // The constants are literals, so their data ends in a zero.
         if (algorithm.containsSubstringNoCase(weak.data())) {
             report.warnings.add(weak);
         }
@@ -124,12 +128,15 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
         return;
     }
     const xml::TextRange signature = sourceRangeOf(document, report.signatureElement);
+    // The signature counts as covered: it cannot digest its own value, and what an Object in it
+    // holds is not asked about here.
     std::vector<xml::TextRange> digested = {signature};
     for (const ReferenceReport& reference : report.references) {
         if (!reference.isSigned) {
             continue;
         }
         if (!reference.coverageKnown) {
+            // Nothing of it is counted: part of it may be missing, and where is not known.
             report.warnings.add(warning::kCoverageUnknown);
             continue;
         }

@@ -9,13 +9,20 @@
 namespace vantrel::dsig {
 
 // A hash that the algorithm's identifier names and that is weak.
+// By the name of the hash in the identifier, in either case of letters, so that identifiers which
+// are not known count as well.
 void warnOfHash(const StringBuffer& algorithm, SignatureReport& report);
+// About the key that verified, or about one that a description lists.
 void warnOfKey(const KeyReport& key, SignatureReport& report);
 // What each reference says of itself.
 void warnOfReferences(SignatureReport& report);
 // What the digests leave open of the document, the signature itself apart.
+// Without references there is nothing to say. Only the root element counts as the document:
+// comments and processing instructions beside it hold no content that a signature is expected to
+// cover.
 void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report);
 // What the signature holds that nobody looks into: markup that its schema does not have, manifests.
+// The report must name a signature element of this document.
 void warnOfStructure(Document& document, SignatureReport& report);
 
 } // namespace vantrel::dsig
