@@ -31,8 +31,8 @@ std::size_t endOfSignature(std::string_view text, std::size_t open) {
     std::string endTag = "</";
     if (!text.substr(nameStart).starts_with(kName)) {
         // The prefix ends at the first colon, unless the tag ends before it. A colon in an
-        // attribute of an unprefixed element makes a "prefix" with a blank in it, behind which no
-        // such name stands.
+        // attribute of an unprefixed element makes a "prefix" with a blank in it, which no end tag
+        // has.
         const std::size_t stop = text.find_first_of(":>/", nameStart);
         if (stop == std::string_view::npos || text[stop] != ':') {
             return open;

@@ -32,7 +32,7 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, L
         log.LogInfo(
             "Retry with duplication of common XML canonicalization attribute sorting bug...");
     }
-    // It stays switched even when the retry fails, as signers of one document are of one kind.
+    // Kept: it stays switched when the retry does not help, too.
     rules.attrSortBug = !wasOn;
     ReferenceReport second = attemptReference(query, rules, log);
     if (second.matched()) {

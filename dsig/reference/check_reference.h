@@ -10,8 +10,8 @@
 
 namespace vantrel::dsig {
 
-// The reference that is to be checked, and what its check may use. Borrowed for the call, all of
-// it; the account of the document is charged.
+// The reference that is to be checked, and what its check may use. What it points at is borrowed
+// for the call; the work is charged to the account of the document.
 struct ReferenceQuery {
     Document* document; // null when no signature is selected
     const Selection& selection;

@@ -16,7 +16,7 @@ namespace vantrel::dsig {
 
 namespace {
 
-// The identifiers of the implied steps, as logs show them.
+// The implied steps, by their algorithm identifiers; of the second, the last part is enough.
 const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
 
@@ -158,7 +158,7 @@ private:
     }
 
     bool removeSignature() {
-        // A whole reference may ask for it twice. The second time nothing is found, which is no
+        // A reference may list the transform twice. The second time nothing is found, which is no
         // failure.
         return removeEnvelopedSignature(m_query.selection, m_reference, m_rules, m_input.text,
                                         m_leniencies, m_log);

@@ -82,8 +82,8 @@ bool removeEnvelopedSignature(const Selection& selection, const DSigReference& r
         return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
     }
     leniencies.add(accommodation::kEnvelopedExtraRemoved);
-    // Taken out apart and first, so that the report can name each by its own reason; gaps do not
-    // move what stands around them.
+    // Taken out apart, so that the report can name each by its own reason, and first, since it
+    // stands behind the signature.
     const xml::TextRange following{signature.end(), length - signature.length};
     return text.takeOut({following}, exclusion::kEnvelopedExtra, log) &&
            text.takeOut({signature}, exclusion::kEnvelopedSignature, log);

@@ -62,7 +62,7 @@ void reportCoverage(const Document& document, Coverage coverage, ReferenceReport
 }
 
 // One way of computing the digest. Each starts from the document anew, so a failed one leaves
-// nothing behind but log lines and its charge to the account.
+// nothing behind but log lines, the leniencies that it took and its charge to the account.
 struct Attempt {
     explicit Attempt(Document& document) : input(document) {}
 
@@ -73,9 +73,8 @@ struct Attempt {
 
 // The check of one internal reference: the attempts at its digest, in their order. The plain digest
 // comes first, and each later attempt is tried only when those before did not match. Every attempt
-// computes a digest of this document and compares it with the signed one, so none can make a wrong
-// digest right; the one exception is the option of the caller at the end. Each that helps is noted
-// as a leniency.
+// compares a digest of this document with the signed one, so none can make a wrong digest right;
+// the one exception is the option of the caller at the end. Each that helps is noted as a leniency.
 class InternalCheck {
 public:
     InternalCheck(const ReferenceQuery& query, const DSigReference& reference,

@@ -9,8 +9,7 @@
 namespace vantrel::dsig {
 
 // What a canonicalization algorithm identifier asks for. Identifiers are recognised by a part of
-// them, as signers vary what stands around it.
-// XmlCanon::m_method
+// them, since what stands around it varies. XmlCanon::m_method
 inline constexpr std::int32_t kInclusive = 1;
 inline constexpr std::int32_t kExclusive = 2;
 

@@ -6,8 +6,8 @@
 
 // Reading one value out of serialized XML by searching for it. Nothing is parsed: the first place
 // where the characters occur decides, also inside a comment, a CDATA section or another name that
-// contains them. Callers use it on elements that the structure has already found, never to decide
-// what is signed.
+// contains them. What a caller concludes from a value has to be proven by the structure, as the
+// time-stamp check does with the Id that it reads.
 namespace vantrel::dsig {
 
 // The text behind the first tag whose text contains `tagStart`, up to the next tag, trimmed. False,
