@@ -6,10 +6,11 @@
 
 #include <cstdint>
 
+// What a canonicalization algorithm identifier asks for. Identifiers are recognised by a part of
+// them, since what stands around it varies.
 namespace vantrel::dsig {
 
-// What a canonicalization algorithm identifier asks for. Identifiers are recognised by a part of
-// them, since what stands around it varies. XmlCanon::m_method
+// XmlCanon::m_method
 inline constexpr std::int32_t kInclusive = 1;
 inline constexpr std::int32_t kExclusive = 2;
 

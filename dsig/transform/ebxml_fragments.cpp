@@ -26,9 +26,9 @@ public:
     };
 
     Match find(const GappedText& text, std::size_t from) {
-        // A value that is not found from one place on is not found from a later one either. The
-        // flag spares scanning the whole rest for each match of the other value: without it many
-        // blocks of the second kind would cost the square of the text.
+        // A value that is not found from one place on is not found from a later one either. Without
+        // the flag, many matches of the second value that stand in no start tag would cost the
+        // square of the text.
         if (!m_soapExhausted) {
             if (const std::size_t at = text.find(m_soap, from); at != kNone) {
                 return {at, m_soap.size()};

@@ -13,9 +13,9 @@ namespace vantrel::dsig {
 // removes who looks for the first, removes it, and goes on looking. `gaps` are not there. A message
 // service handler on the way may add, change or remove such blocks (ebXML Message Service 2.0), so
 // the sender's signature leaves them out. A block is recognised by an actor attribute in double
-// quotes with the SOAP 1.1 or the ebXML name of that actor. The chunks are ascending, disjoint and
-// outside the gaps; they need not be whole elements, which the caller has to prove before it
-// removes them. `more`: the limit left others.
+// quotes with the SOAP 1.1 or the ebXML name of that actor. The chunks are ascending by their start
+// and begin and end outside the gaps; they need not be whole elements, which the caller has to
+// prove before it removes them. `more`: the limit left others.
 [[nodiscard]] FoundChunks findEbXmlFragments(std::string_view text,
                                              std::span<const xml::TextRange> gaps);
 
