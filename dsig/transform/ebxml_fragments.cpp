@@ -67,8 +67,8 @@ std::size_t enclosingStartTag(std::string_view text, std::size_t match, std::siz
 }
 
 // The end of the element that begins at `open`: behind the first end tag that begins with its name.
-// Neither nesting nor longer names are told apart: "</a" also ends at "</ab>". A wrong end makes no
-// whole element and is refused when it is taken out.
+// Neither nesting nor longer names are told apart: "</a" also ends at "</ab>". An end that makes no
+// run of whole elements is refused when the block is taken out.
 std::size_t endOfElement(const GappedText& searched, std::size_t open) {
     const std::string_view text = searched.text();
     const std::size_t nameEnd = text.find_first_of(" \t>", open);

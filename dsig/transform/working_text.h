@@ -23,9 +23,9 @@ namespace vantrel::dsig {
 // Steps find what they take out by searching the text; it is taken out only when it is a run of
 // whole sibling elements, so that each element of the text remains one of the loaded document and
 // what is missing can be named there. This is what keeps removals by text search honest. A marker
-// inside a comment, a CDATA section or an attribute value names no element, and a stretch from one
-// element's start tag to another's end tag is no run; either would let an attacker choose freely
-// what the digest leaves out, and both are refused. Not for use by several threads at once.
+// inside a comment, a CDATA section or an attribute value names no element, and a stretch that cuts
+// an element open is no run; either would let an attacker choose freely what the digest leaves out,
+// and both are refused. Not for use by several threads at once.
 class WorkingText {
 public:
     // A text that stands for itself: nothing is known of where it came from, and what is found in
