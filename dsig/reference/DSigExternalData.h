@@ -9,7 +9,8 @@
 namespace vantrel {
 
 // The data of one external reference: bytes, or the path of a file to be read. At most one of the
-// two is in use; an empty m_data counts as none.
+// two is in use; an empty m_data counts as none. The bytes are digested as they are; the file is
+// opened only when its reference is checked.
 class DSigRefExternalData final : public VantrelObject {
 public:
     void useFile(const XString& path) {
@@ -25,7 +26,7 @@ public:
     XString m_filePath;
 };
 
-// The external data of one signature.
+// The external data of one signature. Places without data are null; the array owns what it holds.
 class DSigExternalData final : public VantrelObject {
 public:
     ExtPtrArray m_refData; // DSigRefExternalData by reference index

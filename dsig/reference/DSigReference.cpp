@@ -16,7 +16,8 @@ struct DigestName {
     int hashAlg;
 };
 
-// The first name found decides, so the order matters.
+// The first name found decides, so the order matters. The identifiers come from several namespaces
+// (XML Encryption, RFC 6931) and differ in front of the name.
 constexpr DigestName kDigestNames[] = {
     {"sha256", kHashSha256}, {"sha512", kHashSha512},       {"sha384", kHashSha384},
     {"md5", kHashMd5},       {"ripemd160", kHashRipemd160},
@@ -27,6 +28,8 @@ constexpr DigestName kDigestNames[] = {
 bool DSigReference::parseReference(const ClsXml& referenceElement, LogBase& log) {
     const LogContextExitor context(log, "parseReference");
     referenceElement.getAttrValue("Id", m_id);
+    // An empty URI is the document; one that is not there is left to the application by XML
+    // Signature 1.1, 4.4.3.1. Both are digested alike, and logs tell them apart.
     m_uriOmitted = referenceElement.getAttrValue("URI", m_uri) ? 0 : 1;
     if (log.verbose()) {
         log.LogDataSb("Id", m_id);
@@ -40,6 +43,7 @@ bool DSigReference::parseReference(const ClsXml& referenceElement, LogBase& log)
     }
     referenceElement.getChildAttrValue("*:DigestMethod", "Algorithm", m_digestMethod);
     referenceElement.getChildContentUtf8("*:DigestValue", m_digestValue, false);
+    // The value is compared as text, and signers break base64 lines as they like.
     m_digestValue.removeCharsOf("\n\r\t ");
     if (log.verbose()) {
         log.LogDataSb("DigestMethod", m_digestMethod);

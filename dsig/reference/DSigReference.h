@@ -9,7 +9,7 @@ class ClsXml;
 class LogBase;
 
 // One Reference element of a SignedInfo, parsed. A record is filled once, fresh from its
-// constructor.
+// constructor. Its texts are copies, so it may outlive the document (XML Signature 1.1, 4.4.3).
 class DSigReference {
 public:
     DSigReference() = default;
@@ -17,15 +17,20 @@ public:
     DSigReference& operator=(const DSigReference&) = default;
     virtual ~DSigReference() = default;
 
-    // Reads the element. A missing child leaves its member empty; the result is always true.
+    // Reads the element. A missing child leaves its member empty; the result is always true. What
+    // is missing shows later: no digest value equals nothing, no digest method is an unknown one.
     bool parseReference(const ClsXml& referenceElement, LogBase& log);
     void logReference(LogBase& log) const;
     // The hash that the digest method names (hash_ids.h); SHA-1 when it names none that is known.
+    // Names are recognised as a part of the identifier, in any letter case.
     [[nodiscard]] int getHashAlg() const;
     // False when the digest method is not one that getHashAlg recognises, so that SHA-1 is a guess.
+    // A report then says so, whether or not the guess was right.
     [[nodiscard]] bool digestMethodIsKnown() const;
 
-    // Removes from `xml` the header blocks addressed to the next SOAP actor, at most 13.
+    // Removes from `xml` the header blocks addressed to the next SOAP actor, at most 13. They are
+    // cut as text, without proof that they are whole elements; verification uses the XPath step
+    // instead.
     static void removeEbXmlFragments(StringBuffer& xml, LogBase& log);
 
     int m_uriOmitted = 1; // 1: there is no URI attribute, not even an empty one

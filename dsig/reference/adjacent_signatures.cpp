@@ -8,6 +8,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Each further element costs a search through the rest of the text, so their number bounds the
+// work.
 constexpr int kMostFollowing = 100;
 constexpr std::string_view kName = "Signature";
 
@@ -28,6 +30,9 @@ std::size_t endOfSignature(std::string_view text, std::size_t open) {
     std::size_t nameStart = open + 1;
     std::string endTag = "</";
     if (!text.substr(nameStart).starts_with(kName)) {
+        // The prefix ends at the first colon, unless the tag ends before it. A colon in an
+        // attribute of an unprefixed element makes a "prefix" with a blank in it, which no end tag
+        // has.
         const std::size_t stop = text.find_first_of(":>/", nameStart);
         if (stop == std::string_view::npos || text[stop] != ':') {
             return open;
@@ -49,6 +54,7 @@ std::uint32_t lengthWithFollowingSignatures(std::string_view text, std::uint32_t
                                             std::uint32_t length, bool& more) {
     std::size_t end = static_cast<std::size_t>(start) + length;
     more = false;
+    // A single white space character between two signatures ends the row.
     for (int i = 0; end < text.size() && text[end] == '<'; ++i) {
         const std::size_t next = endOfSignature(text, end);
         if (next == end) {

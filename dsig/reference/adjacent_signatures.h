@@ -11,7 +11,10 @@ namespace vantrel::dsig {
 // Returns the length of the whole stretch. An element counts as a signature when its local name
 // begins with "Signature"; its end is the last end tag `Signature` of the same prefix in the rest
 // of the text, not the matching one. At most 100 elements are added; `more` says that there were
-// others.
+// others. The stretch may therefore hold more than signatures: whatever stands before that last end
+// tag. The caller has to prove that it is whole elements, and to report what goes beyond the
+// selected signature. Offsets and lengths are in bytes; `start` + `length` must lie within the
+// text.
 [[nodiscard]] std::uint32_t lengthWithFollowingSignatures(std::string_view text,
                                                           std::uint32_t start, std::uint32_t length,
                                                           bool& more);

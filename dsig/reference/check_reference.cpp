@@ -11,7 +11,11 @@ namespace vantrel::dsig {
 
 namespace {
 
-// The retry; the octets and the coverage of the first attempt stand when it does not help.
+// The retry; the octets and the coverage of the first attempt stand when it does not help. Only a
+// digest that was computed and differs is worth it: another order of attributes does not help where
+// a transform failed. Retries end once so many references have failed, so that a document of wrong
+// digests costs little more than one of right ones. A null document has no reference and ends at
+// the first test.
 void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, LogBase& log) {
     log.LogDataLong("invalidDigestReason", publicCode(result.reason));
     if (publicCode(result.reason) != publicCode(RefReason::Mismatch) ||
@@ -28,6 +32,7 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, L
         log.LogInfo(
             "Retry with duplication of common XML canonicalization attribute sorting bug...");
     }
+    // Kept: it stays switched when the retry does not help, too.
     rules.attrSortBug = !wasOn;
     ReferenceReport second = attemptReference(query, rules, log);
     if (second.matched()) {
@@ -60,6 +65,7 @@ ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules, LogB
     ReferenceReport result;
     result.index = query.index;
     result.checked = true;
+    // What stands when a check returns without a reason of its own.
     result.reason = RefReason::Other;
     log.LogDataSb("selectedSignatureId", query.selection.id);
     log.LogDataLong("index", query.index);
@@ -90,6 +96,7 @@ ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules, LogB
         checkExternalReference(query, reference, target.text, result, log);
         break;
     }
+    // SHA-1 was a guess. Where it failed, the unknown method is the likelier cause and is named.
     if (!reference.digestMethodIsKnown()) {
         result.accommodations.add(accommodation::kDigestUnknownSha1);
         if (result.reason == RefReason::Mismatch) {

@@ -10,7 +10,8 @@
 
 namespace vantrel::dsig {
 
-// The reference that is to be checked, and what its check may use.
+// The reference that is to be checked, and what its check may use. What it points at is borrowed
+// for the call; the work is charged to the account of the document.
 struct ReferenceQuery {
     Document* document; // null when no signature is selected
     const Selection& selection;
@@ -21,11 +22,14 @@ struct ReferenceQuery {
 
 // Checks the digest of a reference; where it does not match, once more with the other attribute
 // order. `rules` becomes what the check found them to be: a retry that helped stays in force for
-// the references behind it, and so do ZATCA rules.
+// the references behind it, and so do ZATCA rules. The result says how it ended, what of the
+// document the digest covers and which leniencies it took. A check that fails counts against the
+// retries that later references may have.
 [[nodiscard]] ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules,
                                              LogBase& log);
 
-// One attempt of it.
+// One attempt of it. Without the retry and the count. A reference that is not there is a result of
+// its own (NoReference), after an error line.
 [[nodiscard]] ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules,
                                                LogBase& log);
 

@@ -17,6 +17,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// The implied steps, by their algorithm identifiers; of the second, the last part is enough.
 const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
 
@@ -28,7 +29,8 @@ struct TransformName {
     TransformKind kind;
 };
 
-// The first part found decides; the order matters.
+// The first part found decides; the order matters. XSLT is not among them: a stylesheet is a
+// program, and the document would bring it along.
 constexpr TransformName kTransformNames[] = {
     {"REC-xpath", TransformKind::XPath},
     {"2002/06/xmldsig-filter2", TransformKind::XPath},
@@ -47,9 +49,12 @@ TransformKind transformKind(const StringBuffer& algorithm) {
     return TransformKind::Unrecognized;
 }
 
+// Content that is not base64 is logged up to this many bytes, however long the element is.
 constexpr std::uint32_t kLongestLoggedBase64 = 200;
 
-// The chain of transforms of one reference on its way.
+// The chain of transforms of one reference on its way. Each step works on what the one before left
+// in m_input.text. The first that fails ends the chain: a transform that is skipped would digest
+// what the signer did not. All it holds is borrowed for one run.
 class TransformChain {
 public:
     TransformChain(const ReferenceQuery& query, const DSigReference& reference,
@@ -82,6 +87,8 @@ private:
             return RefReason::Other;
         }
         const std::vector<xml::ElementId> children = childElements(*transforms);
+        // Counted before the first is run. Each can go over the whole document, so a list of
+        // thousands in a small file would be a cheap way to keep a verifier busy.
         if (!m_query.document->account.takeTransforms(children.size(), m_log)) {
             return RefReason::LimitPassed;
         }
@@ -95,7 +102,10 @@ private:
         return runImpliedRest();
     }
 
-    // What is implied behind the listed ones.
+    // What is implied behind the listed ones. A whole-document reference without the
+    // enveloped-signature transform would cover its own digest, which no signer can compute; so the
+    // signature is taken out, last of all. Octets are needed for a digest: XML Signature 1.1,
+    // 4.4.3.2 implies Canonical XML 1.0 where no transform has produced them.
     RefReason runImpliedRest() {
         StringBuffer algorithm;
         if (!m_envelopedSeen && m_fragmentId.isEmpty()) {
@@ -122,6 +132,8 @@ private:
         case TransformKind::EnvelopedSignature:
             m_envelopedSeen = true;
             return removeSignature() ? RefReason::Match : RefReason::TransformFailed;
+        // Streaming is for the very last step. A canonicalization that others follow, or the
+        // implied removal, has to leave a text.
         case TransformKind::Canonicalization: {
             m_canonicalized = true;
             const bool nothingFollows =
@@ -135,6 +147,8 @@ private:
         return RefReason::UnsupportedTransform;
     }
 
+    // The children of a Filter 2.0 transform are called XPath too; the text of the first is what
+    // the shape is recognised by, the others are read from `transform`.
     RefReason runXPath(const ClsXml& transform, const StringBuffer& algorithm) {
         StringBuffer xPath;
         if (!transform.getChildContentUtf8("*:XPath", xPath, false)) {
@@ -145,6 +159,8 @@ private:
     }
 
     bool removeSignature() {
+        // A reference may list the transform twice. The second time nothing is found, which is no
+        // failure.
         return removeEnvelopedSignature(m_query.selection, m_reference, m_rules, m_input.text,
                                         m_leniencies, m_log);
     }
@@ -167,7 +183,9 @@ private:
     bool m_canonicalized = false;
 };
 
-// A document of this profile is digested from its doda element's start tag to its end tag.
+// A document of this profile is digested from its doda element's start tag to its end tag. No such
+// element, or one cut short by another of its name, is a failure; the digest of anything else would
+// mean nothing.
 bool cutDownToDoda(WorkingText& text, CodeSet& leniencies, LogBase& log) {
     log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
     leniencies.add(accommodation::kProfileCutOut);
@@ -187,6 +205,8 @@ RefReason buildDigestInput(const ReferenceQuery& query, const DSigReference& ref
     }
     const RefReason outcome =
         TransformChain(query, reference, fragmentId, sink, rules, input, leniencies, log).run();
+    // A sink is given only where no authentication block can be in the text, so nothing is lost by
+    // not looking for one in what was streamed.
     if (outcome != RefReason::Match || input.text.wasStreamed()) {
         return outcome;
     }
@@ -204,6 +224,8 @@ bool decodeBase64Content(WorkingText& text, DataBuffer& decoded, CodeSet& lenien
     if (!root) {
         return false;
     }
+    // A child is an error line but no failure. That it was left out is told to the report, since
+    // text in it would otherwise be taken for signed.
     if (const int numChildren = root->get_NumChildren(); numChildren > 0) {
         log.LogError("Expected 0 XML children.");
         log.LogDataLong("numChildren", numChildren);

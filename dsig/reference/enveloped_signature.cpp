@@ -11,6 +11,8 @@ namespace vantrel::dsig {
 namespace {
 
 // The selected signature itself, wherever it stands in the text by now; no other takes its place.
+// An element that an earlier transform took out, or that a cut left behind, is not there. A text
+// that stands for itself is searched for the first signature that fits.
 bool locate(const Selection& selection, const DSigReference& reference, WorkingText& text,
             xml::TextRange& range, LogBase& log) {
     const auto structure = text.structure(log);
@@ -24,6 +26,7 @@ bool locate(const Selection& selection, const DSigReference& reference, WorkingT
     const bool isThere = !known || element != xml::kNoElement;
     XmlSigLocate locator;
     locator.m_selectedElement = element;
+    // Lends the locator the structure that is there already, so that the text is not parsed again.
     _vlXmlDtd dtd;
     dtd.setDocument(structure);
     const StringBuffer& id = selection.id;
@@ -46,6 +49,8 @@ bool locate(const Selection& selection, const DSigReference& reference, WorkingT
             return false;
         }
     }
+    // The locator's offsets are those of its text; the structure's own are surer where the element
+    // is known.
     range = element != xml::kNoElement
                 ? xml::rangeOf(structure->element(element).start, structure->element(element).end)
                 : xml::TextRange{locator.m_sigStart, locator.m_sigLength};
@@ -77,6 +82,8 @@ bool removeEnvelopedSignature(const Selection& selection, const DSigReference& r
         return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
     }
     leniencies.add(accommodation::kEnvelopedExtraRemoved);
+    // Taken out apart, so that the report can name each by its own reason, and first, since it
+    // stands behind the signature.
     const xml::TextRange following{signature.end(), length - signature.length};
     return text.takeOut({following}, exclusion::kEnvelopedExtra, log) &&
            text.takeOut({signature}, exclusion::kEnvelopedSignature, log);

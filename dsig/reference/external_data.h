@@ -7,7 +7,8 @@
 
 namespace vantrel::dsig {
 
-// Where the data of a signature's external references may come from.
+// Where the data of a signature's external references may come from. Nothing is ever fetched over a
+// network: what is neither given nor in a folder is missing. All pointers are borrowed.
 struct ExternalData {
     ExtPtrArray* bySignature = nullptr;  // DSigExternalData that the caller gave
     int signature = 0;                   // index in it
@@ -15,7 +16,8 @@ struct ExternalData {
 };
 
 // The data given for one reference, index 0 to 100; borrowed from the arrays. Null when the index
-// is out of range, or there is none and none is to be created.
+// is out of range, or there is none and none is to be created. `create` makes an empty record that
+// the caller fills.
 [[nodiscard]] DSigRefExternalData* givenData(const ExternalData& external, int index, bool create,
                                              LogBase& log);
 

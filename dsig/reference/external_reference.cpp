@@ -12,8 +12,11 @@ namespace vantrel::dsig {
 
 namespace {
 
+// The index comes from a caller; the array grows up to it, so it has an end.
 constexpr unsigned kLastExternalIndex = 100;
 
+// Looks through the folders in their order; the first that has the file decides. Without folders
+// nothing is looked for: a document cannot make the verifier open files on its own.
 bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
                       LogBase& log) {
     if (dirs.getSize() == 0) {
@@ -35,6 +38,8 @@ bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XStrin
     return false;
 }
 
+// Bytes go before a file. An empty byte buffer means that there is none, so data of no bytes can
+// only be given as an empty file.
 RefReason digestExternalData(const DSigRefExternalData& data, int hashAlg, DataBuffer* octets,
                              DataBuffer& digest, LogBase& log) {
     if (!data.m_data.isEmpty()) {
@@ -60,6 +65,7 @@ RefReason digestExternalData(const DSigRefExternalData& data, int hashAlg, DataB
 DSigRefExternalData* givenData(const ExternalData& external, int index, bool create, LogBase& log) {
     const LogContextExitor context(log, "getExtRef");
     log.LogDataLong("index", index);
+    // As an unsigned number a negative index is beyond the last one too.
     if (static_cast<unsigned>(index) > kLastExternalIndex) {
         return nullptr;
     }
@@ -83,6 +89,7 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
     log.LogDataSb("externalUri", uri);
     const DSigRefExternalData* data = givenData(query.external, query.index, false, log);
     DSigRefExternalData found;
+    // What the caller gave for this reference goes before any file of that name.
     if (data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, log)) {
         data = &found;
     }

@@ -6,6 +6,7 @@ namespace vantrel::dsig {
 
 bool parseFirstReference(Document* document, const Selection& selection, DSigReference& first,
                          LogBase& log) {
+    // The digest is read here only to find the signature again in a text; it is not checked.
     const Ref<ClsXml> reference = referenceElement(document, selection, 0, log);
     if (!reference) {
         log.LogError("No Reference at index 0");

@@ -9,8 +9,8 @@
 namespace vantrel::dsig {
 
 // The first reference of the selected signature, by whose digest a signature without an Id is
-// found. False after an error line when there is none; `document` may be null where no signature
-// is selected.
+// found. False after an error line when there is none; `document` may be null where no signature is
+// selected. `first` must be fresh from its constructor and means nothing after a failure.
 [[nodiscard]] bool parseFirstReference(Document* document, const Selection& selection,
                                        DSigReference& first, LogBase& log);
 

@@ -10,7 +10,9 @@
 
 namespace vantrel::dsig {
 
-// Hashes canonical octets as they come, while they are still in the processor's cache.
+// Hashes canonical octets as they come, while they are still in the processor's cache. The
+// canonical form is never held as a whole, so its size does not matter to memory. Any number of
+// pieces makes the same digest as one.
 class HashSink final : public xml::CanonSink {
 public:
     explicit HashSink(int hashAlg) noexcept : m_hasher(hashAlg) {}
@@ -21,7 +23,7 @@ public:
         return true;
     }
     // Appends the digest of everything written. Nothing written has no digest: an empty canonical
-    // form equals nothing.
+    // form equals nothing. To be called once, at the end.
     void finish(DataBuffer& digest) {
         if (m_size == 0) {
             return;

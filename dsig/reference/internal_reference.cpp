@@ -18,16 +18,18 @@ namespace vantrel::dsig {
 
 namespace {
 
-// Base64 of a digest's hexadecimal text is longer than base64 of the digest by more than this.
+// Base64 of a digest's hexadecimal text is longer than base64 of the digest by more than this. The
+// shortest digest in use has 16 bytes, 24 characters of base64; its hexadecimal text has 44.
 constexpr std::uint32_t kHexDigestExcess = 8;
 
 // Some signers write this element self-closing before they digest, and open and close it in the
-// document.
+// document. Only the first one of the text, and only with this prefix.
 void closeDigestMethod(StringBuffer& text) {
     text.replaceFirstOccurance("></ds:DigestMethod>", "/>", false);
 }
 
-// The digest's lowercase hexadecimal text, as bytes.
+// The digest's lowercase hexadecimal text, as bytes. ZATCA's signers put base64 around the
+// hexadecimal text, so that text takes the digest's place.
 void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
     DataBuffer raw;
     _vlHash::doHash(text.getString(), text.getSize(), hashAlg, raw);
@@ -36,7 +38,8 @@ void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
     digest.append(hex);
 }
 
-// What was digested in fact, for the report.
+// What was digested in fact, for the report. It replaces what describeTarget said: the URI names an
+// element, but a transform may have cut the text down further.
 void reportCoverage(const Document& document, Coverage coverage, ReferenceReport& result) {
     result.covers = coverage.wholeDocument                ? "document"
                     : coverage.elements.all().size() == 1 ? "element"
@@ -58,7 +61,8 @@ void reportCoverage(const Document& document, Coverage coverage, ReferenceReport
     });
 }
 
-// One way of computing the digest.
+// One way of computing the digest. Each starts from the document anew, so a failed one leaves
+// nothing behind but log lines, the leniencies that it took and its charge to the account.
 struct Attempt {
     explicit Attempt(Document& document) : input(document) {}
 
@@ -67,7 +71,10 @@ struct Attempt {
     DataBuffer octets;       // that were digested, where they are wanted
 };
 
-// The check of one internal reference: the attempts at its digest, in their order.
+// The check of one internal reference: the attempts at its digest, in their order. The plain digest
+// comes first, and each later attempt is tried only when those before did not match. Every attempt
+// compares a digest of this document with the signed one, so none can make a wrong digest right;
+// the one exception is the option of the caller at the end. Each that helps is noted as a leniency.
 class InternalCheck {
 public:
     InternalCheck(const ReferenceQuery& query, const DSigReference& reference,
@@ -79,6 +86,7 @@ public:
     RefReason run() {
         Attempt first(*m_query.document);
         const RefReason outcome = compute(first);
+        // No other way of digesting helps where the octets could not be made.
         if (outcome != RefReason::Match) {
             return outcome;
         }
@@ -104,6 +112,7 @@ private:
             m_rules.secondAttrOrder = true;
             equal = compute(second) == RefReason::Match &&
                     isStoredDigest(second.calculated, m_reference, m_log);
+            // A matter of this attempt: the next reference starts with the first order again.
             m_rules.secondAttrOrder = false;
             if (equal) {
                 inSecondOrder = true;
@@ -117,6 +126,7 @@ private:
         return equal;
     }
 
+    // Builds the octets and digests them, as they come where nothing has to look at them.
     RefReason compute(Attempt& attempt) {
         const int hashAlg = m_reference.getHashAlg();
         HashSink sink(hashAlg);
@@ -143,6 +153,8 @@ private:
                                 m_result.accommodations, log);
     }
 
+    // The digest of octets that were kept as a text. By the ZATCA rules that of SignedProperties is
+    // taken from the octets as their signers write them, and in hexadecimal.
     void digestText(Attempt& attempt, int hashAlg, DataBuffer& digest) {
         WorkingText& text = attempt.input.text;
         if (attempt.input.base64Pending) {
@@ -184,7 +196,9 @@ private:
     }
 
     // Documents of the ZATCA rules that are verified without the option are known by the length of
-    // the stored digest. The rules then stay on for the rest of the work on this document.
+    // the stored digest. The rules then stay on for the rest of the work on this document. They
+    // stay on when this retry fails too, and the digest that it found is what the next comparison
+    // sees.
     bool matchesByZatcaRules(Attempt& first) {
         if (m_rules.zatca || first.calculated.isEmpty() ||
             first.calculated.getSize() + kHexDigestExcess >= m_reference.m_digestValue.getSize() ||
@@ -197,6 +211,8 @@ private:
         if (!preprocess(m_fragmentId, text, m_rules, m_result.accommodations, m_log)) {
             return false;
         }
+        // The transforms of the reference are not run again: these signers digest the exclusive
+        // canonical form of the element, whatever they list.
         const StringBuffer algorithm("xml-exc-c14n");
         // A canonicalization that fails leaves the text as it is; the comparison then decides.
         static_cast<void>(canonicalizeStep(nullptr, text, algorithm, m_fragmentId, nullptr, m_rules,
@@ -220,7 +236,8 @@ private:
         return true;
     }
 
-    // What was streamed is made once more, as a text.
+    // What was streamed is made once more, as a text. That costs a second pass, but only for a
+    // digest that differs and is too long.
     bool holdsSignedProperties(Attempt& first) {
         if (!first.input.text.wasStreamed()) {
             return first.input.text.text().containsSubstring("SignedProperties");
@@ -231,7 +248,9 @@ private:
                again.text.text().containsSubstring("SignedProperties");
     }
 
-    // Some signers write the digest in hexadecimal.
+    // Some signers write the digest in hexadecimal. The hexadecimal text stands in DigestValue
+    // itself, without base64 around it; letter case does not matter. The test writes its line
+    // before it knows the outcome.
     bool isHexDigest(const StringBuffer& calculated) {
         if (!m_reference.m_digestValue.isHexidecimal()) {
             return false;
@@ -252,6 +271,8 @@ private:
         return true;
     }
 
+    // The caller's own wish, for finding out what else is wrong with a document. Nothing in a
+    // document can switch it on, and the report always says that it was used.
     bool isToleratedMismatch() {
         if (!m_log.options().containsSubstring("AllowXmlDigestError")) {
             return false;

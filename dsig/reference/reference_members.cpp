@@ -11,6 +11,7 @@
 
 namespace vantrel {
 
+// The record belongs to the verifier and is null where there is none.
 DSigRefExternalData* ClsXmlDSig::getExtRef(int index, bool create, LogBase& log) {
     return dsig::givenData({&m_externalData, m_selector, nullptr}, index, create, log);
 }
@@ -42,6 +43,8 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalMissing, ExtPtr
     return checkReferenceBy(dsig::attemptReference, index, externalMissing, dirs, log);
 }
 
+// A parsed reference is checked as one into the document, whatever its URI says; data from outside
+// is never asked for, so there are no folders.
 bool ClsXmlDSig::verifyInternalReference(int index, StringBuffer& fragmentId, DSigReference& ref,
                                          LogBase& log) {
     bool externalMissing = false;
@@ -61,6 +64,8 @@ bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBu
                                              LogBase& log) {
     dsig::WorkingText text(workingText);
     dsig::CodeSet leniencies;
+    // The text stands for itself: what is found goes as text, and there is nothing that could be
+    // refused.
     static_cast<void>(
         dsig::removeEnvelopedSignature(selection(), ref, rules(), text, leniencies, log));
     workingText = text.text();

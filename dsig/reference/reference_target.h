@@ -7,7 +7,9 @@
 
 namespace vantrel::dsig {
 
-// What a reference's URI points at. White space around the URI does not count.
+// What a reference's URI points at. White space around the URI does not count. A fragment is "#"
+// and what follows (XML Signature 1.1, 4.4.3.3), kept as written: percent signs are not decoded.
+// "#" alone is a fragment with empty text, which names the document.
 struct ReferenceTarget {
     enum class Kind : std::uint8_t { Document, Fragment, External };
 
@@ -15,6 +17,8 @@ struct ReferenceTarget {
     StringBuffer text; // the fragment without its "#", or the external URI; empty for the document
 };
 
+// A URI with anything before its "#" is external as a whole, even when it names this very document:
+// no base URI is known.
 [[nodiscard]] inline ReferenceTarget targetOf(const StringBuffer& uri) {
     ReferenceTarget target;
     target.text = uri;

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+// What a canonicalization algorithm identifier asks for. Identifiers are recognised by a part of
+// them, since what stands around it varies.
 namespace vantrel::dsig {
 
 // XmlCanon::m_method
@@ -13,7 +15,8 @@ inline constexpr std::int32_t kInclusive = 1;
 inline constexpr std::int32_t kExclusive = 2;
 
 // Both names are asked for wherever a canonicalization is to be recognised: "xml-exc-c14n" does not
-// contain "xml-c14n".
+// contain "xml-c14n". Letter case counts. Canonical XML 1.1 ("xml-c14n11") is an inclusive name as
+// well.
 inline bool namesInclusive(const StringBuffer& algorithm) {
     return algorithm.containsSubstring("xml-c14n");
 }
@@ -22,12 +25,17 @@ inline bool namesExclusive(const StringBuffer& algorithm) {
 }
 
 // Method and comments from the identifier of a transform; whatever is not exclusive is inclusive.
+// An identifier without either name therefore selects Canonical XML 1.0, the method that XML
+// Signature 1.1, 4.4.3.2 prescribes where none is written. "WithComments" is looked for in any
+// letter case.
 inline void selectTransformMethod(const StringBuffer& algorithm, XmlCanon& canonicalizer) {
     canonicalizer.m_method = namesExclusive(algorithm) ? kExclusive : kInclusive;
     canonicalizer.m_withComments = algorithm.containsSubstringNoCase("WithComments");
 }
 
-// The prefixes of an InclusiveNamespaces list, separated by spaces.
+// The prefixes of an InclusiveNamespaces list, separated by spaces. Exclusive XML Canonicalization
+// 1.0, section 4 makes it an attribute of type NMTOKENS, so any white space separates. The prefixes
+// are added to those that the canonicalizer has; an empty list adds none.
 inline void setPrefixList(XmlCanon& canonicalizer, const StringBuffer& prefixList) {
     StringBuffer list = prefixList;
     list.replaceChar5("\t\r\n", ' ');

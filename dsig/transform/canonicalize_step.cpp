@@ -17,12 +17,18 @@ namespace {
 // EBICS messages sign all elements that are marked, together; at most this many of them.
 constexpr std::size_t kMostEbicsElements = 100;
 
+// EBICS references write `#xpointer(//*[@authenticate='true'])`. The expression is recognised by
+// its words, so quotes and axes may differ; it is never evaluated. An Id that holds all three words
+// is taken for it as well.
 bool isEbicsFragment(const StringBuffer& fragmentId) {
     return fragmentId.equals("EBICS") ||
            (fragmentId.containsSubstring("xpointer") &&
             fragmentId.containsSubstring("authenticate") && fragmentId.containsSubstring("true"));
 }
 
+// Exclusive XML Canonicalization 1.0, section 4. The child is found by its local name, whatever its
+// prefix. Where there is none the list stays empty, and each namespace is written where it is
+// visibly used.
 void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& log) {
     StringBuffer prefixList;
     if (!transform.getChildAttrValue("*:InclusiveNamespaces", "PrefixList", prefixList)) {
@@ -34,7 +40,9 @@ void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& l
     setPrefixList(canonicalizer, prefixList);
 }
 
-// Hands octets on as long as the document's account allows.
+// Hands octets on as long as the document's account allows. Without this a small document with many
+// references to its root would cost the square of its size. A text of its own has no account and is
+// not bounded here.
 class ChargingSink final : public xml::CanonSink {
 public:
     ChargingSink(xml::CanonSink& next, WorkAccount* account, LogBase& log) noexcept
@@ -57,7 +65,9 @@ private:
 };
 
 // Canonicalizes elements of the text one behind the other, or the whole text, into its place or
-// into the sink.
+// into the sink. On failure the text is as it was: what was written so far is dropped with the
+// local buffer, or lies with the sink, whose owner drops it. No element at all means the whole
+// text.
 bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::ElementId> apexes,
                           WorkingText& text, xml::CanonSink* sink, LogBase& log) {
     const auto document = text.structure(log);
@@ -68,9 +78,12 @@ bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::El
     if (sink == nullptr && apexes.empty()) {
         static_cast<void>(octets.reserve(document->textBuffer().getSize())); // spares growing
     }
+    // Namespace declarations inherited by each apex can make the form longer than the text it comes
+    // from, so a form that is kept has a limit of its own.
     xml::StringBufferSink buffer(octets, XmlCanon::formLimit(document->textBuffer()));
     ChargingSink out(sink != nullptr ? *sink : buffer, text.account(), log);
     const xml::ElementId whole[] = {xml::kNoElement};
+    // kNoElement is the canonicalizer's word for the whole document.
     for (const xml::ElementId apex : apexes.empty() ? std::span(whole) : apexes) {
         if (!canonicalizer.canonicalizeElement(*document, apex, text.gaps(), out, log)) {
             if (buffer.passedLimit()) {
@@ -88,7 +101,10 @@ bool canonicalizeElements(const XmlCanon& canonicalizer, std::span<const xml::El
 }
 
 // The element of the text that a fragment identifier names: looked up in the loaded document, where
-// it must be unique, whatever has been taken out since. kNoElement: the whole text.
+// it must be unique, whatever has been taken out since. kNoElement: the whole text. The lookup is
+// in the loaded document because a transform could otherwise take out one of two elements with the
+// same Id, and leave the reference to point at the other: the classic signature wrapping. A text
+// without a loaded document is looked up in itself.
 RefReason findTarget(std::string_view fragment, WorkingText& text, xml::ElementId& target,
                      LogBase& log) {
     target = xml::kNoElement;
@@ -103,6 +119,8 @@ RefReason findTarget(std::string_view fragment, WorkingText& text, xml::ElementI
     case xml::FragmentTarget::Document: return RefReason::Match;
     case xml::FragmentTarget::Element: break;
     }
+    // An earlier transform may have removed the very element that is referenced. Nothing then
+    // stands in for it, least of all the rest of the text.
     const xml::ElementId inText = text.elementOf(element);
     if (inText == xml::kNoElement) {
         log.LogError("The element with the Id is not in the XML any more.");
@@ -115,7 +133,9 @@ RefReason findTarget(std::string_view fragment, WorkingText& text, xml::ElementI
 
 void logFailure(LogBase& log) { log.LogError("Failed to canonicalize XML fragment."); }
 
-// Messages of this profile sign their Document element, whatever stands around it.
+// Messages of this profile sign their Document element, whatever stands around it. The element is
+// found by its start tag, which has attributes and no prefix. Where a tag is missing, the text
+// stays whole on that side; cutDownTo then refuses what is not one element.
 bool cutDownToCmaStpDocument(WorkingText& text, CodeSet& leniencies, LogBase& log) {
     constexpr std::string_view kStart = "<Document ";
     constexpr std::string_view kEnd = "</Document>";
@@ -124,6 +144,8 @@ bool cutDownToCmaStpDocument(WorkingText& text, CodeSet& leniencies, LogBase& lo
     const std::size_t found = searched.find(kStart, 0);
     const std::size_t start = found == std::string_view::npos ? 0 : found;
     const std::size_t endTag = searched.find(kEnd, start);
+    // The first end tag decides, not the matching one: a Document inside the Document ends the
+    // stretch too early, and is refused below as no whole element.
     const std::size_t end = endTag == std::string_view::npos ? size : endTag + kEnd.size();
     if (start == 0 && end == size) {
         return true;
@@ -132,6 +154,9 @@ bool cutDownToCmaStpDocument(WorkingText& text, CodeSet& leniencies, LogBase& lo
     return text.cutDownTo(xml::rangeOf(start, end), log);
 }
 
+// The elements marked with authenticate="true", in document order, each canonicalized as an apex of
+// its own and the octets joined without a separator. None at all is a failure: the digest of
+// nothing must not match.
 RefReason canonicalizeForEbics(const XmlCanon& canonicalizer, WorkingText& text,
                                xml::CanonSink* sink, CodeSet& leniencies, LogBase& log) {
     log.LogInfo("Canonicalizing for EBICS...");
@@ -139,6 +164,7 @@ RefReason canonicalizeForEbics(const XmlCanon& canonicalizer, WorkingText& text,
     std::vector<xml::ElementId> apexes;
     if (document != nullptr) {
         apexes = XmlCanon::authenticatedElements(*document, log);
+        // The marks are read from the structure, which still shows what lies in gaps.
         std::erase_if(apexes, [&](xml::ElementId element) { return text.isTakenOut(element); });
     }
     if (apexes.size() > kMostEbicsElements) {
@@ -170,6 +196,7 @@ RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
     const LogContextExitor context(log, "transformCanonicalize");
     XmlCanon canonicalizer;
     selectTransformMethod(algorithm, canonicalizer);
+    // An InclusiveNamespaces child below an inclusive method means nothing and is not read.
     if (transform != nullptr && canonicalizer.m_method == kExclusive) {
         readPrefixList(*transform, canonicalizer, log);
     }
@@ -180,11 +207,14 @@ RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
     }
     xml::ElementId target = xml::kNoElement;
     RefReason outcome = RefReason::NotCanonicalized;
+    // A reference to an Id is not touched by the profile.
     const bool cutOutFirst = rules.cmaStpDocument && fragmentId.isEmpty();
     if (!cutOutFirst || cutDownToCmaStpDocument(text, leniencies, log)) {
         outcome = findTarget(fragmentId.view(), text, target, log);
     }
     if (outcome == RefReason::Match &&
+        // No element is passed for the whole text, so that its coverage stays that of the document
+        // and what stands around the root is canonicalized with it.
         !canonicalizeElements(canonicalizer, std::span(&target, target != xml::kNoElement ? 1 : 0),
                               text, sink, log)) {
         outcome = RefReason::NotCanonicalized;

@@ -17,13 +17,18 @@ namespace vantrel::dsig {
 // algorithm's identifier chooses the method; `transform` (null for an implied step) holds its
 // InclusiveNamespaces. A non-empty `fragmentId` restricts the result to the element with that Id.
 // The octets take the text's place or, with a sink, go there. Match, or why it failed, which is
-// logged; the text then stays as it was.
+// logged; the text then stays as it was. An EBICS fragment is the exception: it stands for all
+// elements that carry the mark, one behind the other. The work is charged to the text's account, so
+// a document cannot have itself canonicalized without end. `sink` is borrowed for the call; after a
+// failure it may have taken part of the octets, which the caller must not use. `leniencies` gains a
+// code for each rule that was bent.
 [[nodiscard]] RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
                                          const StringBuffer& algorithm,
                                          const StringBuffer& fragmentId, xml::CanonSink* sink,
                                          const Rules& rules, CodeSet& leniencies, LogBase& log);
 
-// Sets the attribute order of the rules, which is logged where it is a faulty one.
+// Sets the attribute order of the rules, which is logged where it is a faulty one. Without such a
+// rule nothing changes: namespace name, then local name (Canonical XML 1.0, 2.2).
 void configureAttrSort(XmlCanon& canonicalizer, const Rules& rules, LogBase& log);
 
 } // namespace vantrel::dsig

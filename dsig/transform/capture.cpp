@@ -9,6 +9,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// `startTag` goes with the message, since without it the line says nothing of the place.
 bool captureFailed(const char* message, const StringBuffer& startTag, LogBase& log) {
     log.LogError(message);
     log.LogDataSb("sb", startTag);
@@ -45,6 +46,8 @@ bool captureAttributeValue(const char* tagStart, const char* attrName, const Str
     if (close == std::string_view::npos) {
         return false;
     }
+    // White space is made uniform first, so that one search finds the name however the signer broke
+    // the line. XML 1.0, 2.3 (Eq) allows it around the "=" too.
     StringBuffer startTag(all.substr(tag, close - tag));
     startTag.replaceChar5("\t\r\n", ' ');
     startTag.trimInsideSpaces();
@@ -53,6 +56,8 @@ bool captureAttributeValue(const char* tagStart, const char* attrName, const Str
                                    false);
 
     const std::string_view tagText = startTag.view();
+    // The first place with these characters counts, also at the end of a longer name: "Id" is found
+    // in "xmlId=". Whoever acts on the value compares it with what it should be.
     std::size_t at = tagText.find(assignment);
     if (at == std::string_view::npos) {
         return captureFailed("Failed to find SignatureValue Id", startTag, log);

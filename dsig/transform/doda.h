@@ -10,7 +10,10 @@
 namespace vantrel::dsig {
 
 // Where the doda element of such a document stands: from the first start tag to the end tag behind
-// it; empty when there is none.
+// it; empty when there is none. The element counts only with a start tag that has no attributes and
+// no prefix, as its signers write it. A second one is not looked at; an inner element of the same
+// name would make the range end too early, which WorkingText::cutDownTo refuses, as it does the
+// empty range.
 [[nodiscard]] inline xml::TextRange dodaRange(std::string_view text) {
     const std::size_t start = text::findText(text, marker::kDodaStart);
     const std::size_t end =

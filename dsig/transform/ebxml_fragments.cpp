@@ -13,6 +13,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Blocks beyond this number stay in the text and are digested; the caller notes that as a leniency.
 constexpr std::size_t kMostFragments = 13;
 constexpr std::size_t kNone = std::string_view::npos;
 
@@ -25,7 +26,9 @@ public:
     };
 
     Match find(const GappedText& text, std::size_t from) {
-        // A value that is not found from one place on is not found from a later one either.
+        // A value that is not found from one place on is not found from a later one either. Without
+        // the flag, many matches of the second value that stand in no start tag would cost the
+        // square of the text.
         if (!m_soapExhausted) {
             if (const std::size_t at = text.find(m_soap, from); at != kNone) {
                 return {at, m_soap.size()};
@@ -34,6 +37,8 @@ public:
         }
         return {text.find(m_ebXml, from), m_ebXml.size()};
     }
+    // The search goes on from the same place in a text with one gap more, so both values are looked
+    // for again.
     void textChanged() noexcept { m_soapExhausted = false; }
 
 private:
@@ -47,7 +52,8 @@ private:
 };
 
 // Walks back from `match` to the start tag it stands in. kNone: it stands in none; `from`: the walk
-// reached the place where the search began.
+// reached the place where the search began. A gap on the way ends with the '>' of an end tag, so
+// the walk never steps over one.
 std::size_t enclosingStartTag(std::string_view text, std::size_t match, std::size_t from) {
     for (std::size_t at = match; at > from; --at) {
         if (text[at] == '<') {
@@ -61,6 +67,8 @@ std::size_t enclosingStartTag(std::string_view text, std::size_t match, std::siz
 }
 
 // The end of the element that begins at `open`: behind the first end tag that begins with its name.
+// Neither nesting nor longer names are told apart: "</a" also ends at "</ab>". An end that makes no
+// run of whole elements is refused when the block is taken out.
 std::size_t endOfElement(const GappedText& searched, std::size_t open) {
     const std::string_view text = searched.text();
     const std::size_t nameEnd = text.find_first_of(" \t>", open);
@@ -87,10 +95,13 @@ FoundChunks findEbXmlFragments(std::string_view text, std::span<const xml::TextR
             break;
         }
         const std::size_t open = enclosingStartTag(text, match.start, from);
+        // The attribute's characters in running text, or in a value behind a '>': no block.
         if (open == kNone) {
             from = match.start + match.length;
             continue;
         }
+        // A walk that came back to where the search began has found no start tag of its own, and
+        // ends the search for good, as an element without an end does.
         const std::size_t end = open == from ? kNone : endOfElement(rest, open);
         if (end == kNone) {
             break;
@@ -100,6 +111,8 @@ FoundChunks findEbXmlFragments(std::string_view text, std::span<const xml::TextR
             break;
         }
         const xml::TextRange block = xml::rangeOf(open, end);
+        // GappedText needs its gaps ascending; the blocks are not found in that order, since a
+        // match lies behind the start of its block.
         const auto place = std::upper_bound(
             absent.begin(), absent.end(), block.start,
             [](std::uint32_t start, xml::TextRange gap) { return start < gap.start; });

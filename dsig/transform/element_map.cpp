@@ -7,6 +7,8 @@ namespace vantrel::dsig {
 using xml::ElementId;
 using xml::kNoElement;
 
+// The usual map has no runs and is the identity: only its size is compared. Otherwise the runs are
+// walked in the text's order.
 ElementId ElementMap::toLoaded(ElementId inText) const noexcept {
     if (inText >= m_size || m_runs.empty()) {
         return inText < m_size ? inText : kNoElement;
@@ -26,6 +28,7 @@ ElementId ElementMap::toText(ElementId loaded) const noexcept {
     }
     ElementId before = 0;
     for (const Run& run : m_runs) {
+        // Subtracted before it is compared, so that kNoElement and other large numbers cannot wrap.
         if (loaded >= run.loaded && loaded - run.loaded < run.count) {
             return before + (loaded - run.loaded);
         }
@@ -34,6 +37,8 @@ ElementId ElementMap::toText(ElementId loaded) const noexcept {
     return kNoElement;
 }
 
+// Writes the identity out as the one run that it is, so that the changing members know one form
+// only. A map of no elements has no run in either form.
 void ElementMap::makeRuns() {
     if (m_runs.empty() && m_size != 0) {
         m_runs.push_back({0, m_size});
@@ -45,6 +50,7 @@ void ElementMap::remove(ElementId first, ElementId end) {
     if (first >= end) {
         return;
     }
+    // What stands before the range, and what stands behind it, joined.
     ElementMap rest = *this;
     rest.keep(end, m_size);
     keep(0, first);
@@ -71,6 +77,7 @@ void ElementMap::keep(ElementId first, ElementId end) {
 
 void ElementMap::append(const ElementMap& other) {
     makeRuns();
+    // The other map may be in its identity form, which has no runs to copy.
     if (other.m_runs.empty() && other.m_size != 0) {
         m_runs.push_back({0, other.m_size});
     }

@@ -9,7 +9,10 @@ namespace vantrel::dsig {
 
 // Which elements of the loaded document stand in a text that transforms made of it. Transforms take
 // elements out and cut texts down to elements, but never add or reorder any, so the elements of the
-// text, in their order, are runs of the loaded ones.
+// text, in their order, are runs of the loaded ones. The numbers of a text are counted anew from 0,
+// those in the loaded document never change; the map translates without looking at any text. Memory
+// and time are proportional to the number of runs, which is that of the cuts and not of the
+// elements.
 class ElementMap {
 public:
     // A text that holds all of `count` elements.
@@ -22,10 +25,14 @@ public:
     [[nodiscard]] xml::ElementId toText(xml::ElementId loaded) const noexcept;
 
     // The text loses its elements [first, end).
+    // Element numbers below are those of the text before the call; an end beyond the last element
+    // means the last. A range that is empty removes nothing, and keeps nothing.
     void remove(xml::ElementId first, xml::ElementId end);
     // The text is cut down to its elements [first, end).
     void keep(xml::ElementId first, xml::ElementId end);
-    // The text's elements are followed by those of `other`.
+    // The text's elements are followed by those of `other`. Used where several elements are
+    // canonicalized one behind the other. An element may then occur twice, when one apex lies in
+    // another; toText gives its first place.
     void append(const ElementMap& other);
 
 private:

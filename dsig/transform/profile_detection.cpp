@@ -10,7 +10,9 @@ namespace vantrel::dsig {
 
 namespace {
 
-// The markers are looked for together, in one pass over the document.
+// The markers are looked for together, in one pass over the document. One pass matters because the
+// text can have any size, and most documents have none of them. The order is that of kMarkers, not
+// that in which profiles are tried.
 enum MarkerIndex : std::size_t {
     Sii,
     PeruUbl,
@@ -58,6 +60,8 @@ struct ProfileRule {
     std::string_view name;
 };
 
+// A document may carry the markers of several systems, an invoice that names a tax service in an
+// HL7 envelope for instance; the first rule that holds is applied and the others are not.
 // The order matters.
 constexpr ProfileRule kRules[] = {
     {Sii, Sii, Profile::Sii, "sii"},
@@ -74,6 +78,8 @@ constexpr ProfileRule kRules[] = {
     {Sat, Doda, Profile::SatDoda, "sat-doda"},
 };
 
+// The byte offset leads to the place that decided, where a document is recognised by surprise. It
+// counts in the text that was searched.
 void logMarker(LogBase& log, std::string_view text, std::size_t offset) {
     log.logText("profileMarker", text);
     log.LogDataLong("profileMarkerOffset", static_cast<std::int64_t>(offset));
@@ -84,6 +90,7 @@ void apply(Profile profile, Rules& rules, LogBase& log) {
     case Profile::Sii:
         rules.siiDocument = true;
         rules.noAttrSortRetry = true;
+        // The cut of the document before must not serve for this one's SignedInfo.
         rules.siiDteXml.clear();
         return;
     case Profile::PeruUbl:
@@ -120,6 +127,8 @@ void detectProfile(std::string_view xml, Rules& rules, LogBase& log) {
     const auto isThere = [&found](MarkerIndex index) {
         return found[index] != std::string_view::npos;
     };
+    // Not a profile by itself: it only tells the digest step whether it has to keep the canonical
+    // form as a text, to search it for the block.
     rules.mayHoldLau = isThere(Lau);
 
     for (const ProfileRule& rule : kRules) {
@@ -133,6 +142,7 @@ void detectProfile(std::string_view xml, Rules& rules, LogBase& log) {
     if (isThere(SignedDoc) && isThere(SkXml)) {
         logMarker(log, kMarkers[SignedDoc], found[SignedDoc]);
         rules.skXmlSignedDoc = true;
+        // The rules of both apply; the report has room for one name.
         rules.profileName = rules.profileName.empty() ? "sk-xml" : rules.profileName;
     }
 }

@@ -4,7 +4,9 @@
 #include <string_view>
 
 // The texts by which documents of national and industry systems are recognised: plain,
-// case-sensitive substrings of the document. Every such value of the verifier stands here.
+// case-sensitive substrings of the document. Every such value of the verifier stands here. They are
+// found wherever they stand, so a document that only mentions one is taken for a document of that
+// system.
 namespace vantrel::dsig::marker {
 
 // Chilean tax service.
@@ -17,6 +19,7 @@ inline constexpr std::string_view kPolishFinance1 = "mf.gov.pl";
 inline constexpr std::string_view kPolishFinance2 = "crd.gov.pl";
 // Polish social insurance institution; some of its namespaces have no "www.".
 inline constexpr std::string_view kPolishSocialInsurance = "zus.pl";
+// Health Level Seven, clinical documents; the name of a version follows.
 inline constexpr std::string_view kHl7 = "urn:hl7-org:";
 // Italian electronic health record.
 inline constexpr std::string_view kItalianHealthRecord = "fascicolosanitario.gov.it";
@@ -24,9 +27,11 @@ inline constexpr std::string_view kItalianHealthRecord = "fascicolosanitario.gov
 inline constexpr std::string_view kPolishHealthRegistry = "ezdrowie.gov.pl";
 // Polish health IT centre.
 inline constexpr std::string_view kPolishHealthItCentre = "csioz.gov.pl";
+// Messages whose whole-document references mean their Document element.
 inline constexpr std::string_view kCmaStp = "urn:cma:stp:xsd:stp";
 // Mexican tax service; counts only together with the element that its signers sign.
 inline constexpr std::string_view kSat = "sat.gob.mx";
+// The element itself, without attributes; its end tag is not needed for recognition.
 inline constexpr std::string_view kDodaStart = "<doda>";
 inline constexpr std::string_view kDodaEnd = "</doda>";
 // SK-XML signed documents.

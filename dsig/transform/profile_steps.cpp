@@ -13,13 +13,17 @@ namespace vantrel::dsig {
 namespace {
 
 // The DTE element around the Documento whose ID attribute, written with double quotes, has the
-// value `id`. Nothing but white space or text may stand between the two start tags.
+// value `id`. Nothing but white space or text may stand between the two start tags. The id comes
+// from the document. It is only ever compared, and one with a quote in it finds at most what is
+// written so.
 std::optional<xml::TextRange> findSiiDte(std::string_view text, std::string_view id) {
     const std::string attribute = "ID=\"" + std::string(id) + '"';
     const std::size_t match = text::findText(text, attribute);
     if (match == std::string_view::npos) {
         return std::nullopt;
     }
+    // The tag in which the attribute stands has to be the Documento's: the same ID on an element of
+    // another name is no match, and no second match is looked for.
     const std::size_t documento = text.rfind('<', match);
     if (documento == std::string_view::npos || documento == 0 ||
         !text.substr(documento).starts_with("<Documento ")) {
@@ -37,7 +41,9 @@ std::optional<xml::TextRange> findSiiDte(std::string_view text, std::string_view
     return xml::rangeOf(dte, end + endTag.size());
 }
 
-// The authentication block of a SWIFT message, which its digest leaves out.
+// The authentication block of a SWIFT message, which its digest leaves out. The first block counts,
+// from its start tag, attributes or not, to the first end tag. A start tag of a longer name would
+// be found as well; the caller refuses it where the stretch is no element.
 std::optional<xml::TextRange> findSwiftLau(const GappedText& text) {
     if (!text.contains(marker::kSwift)) {
         return std::nullopt;
@@ -52,6 +58,7 @@ std::optional<xml::TextRange> findSwiftLau(const GappedText& text) {
     return xml::rangeOf(start, end + marker::kLauEnd.size());
 }
 
+// `range` lies within the text.
 void keepOnly(StringBuffer& text, xml::TextRange range) {
     text.shorten(text.getSize() - range.end());
     text.removeChunk(0, range.start);
@@ -83,7 +90,10 @@ bool preprocess(const StringBuffer& fragmentId, WorkingText& text, Rules& rules,
         return true;
     }
     leniencies.add(accommodation::kProfileCutOut);
+    // Nothing has been taken out so far, so a place in text() is the same in searchable(). The
+    // length is that of what was kept.
     if (!text.cutDownTo({rules.siiDteOffset, cut.getSize()}, log)) {
+        // SignedInfo must not be canonicalized in the place of a cut that was refused.
         rules.siiDteXml.clear();
         return false;
     }
@@ -120,6 +130,8 @@ void zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
         xml.removeChunk(0, static_cast<std::uint32_t>(end + 1));
         xml.insertAt(startTag, 0);
     }
+    // The three parts that are added to an invoice after its hash was taken: the extensions with
+    // the signature in them, the QR code, and the element that announces the signature.
     xml.removeDelimited("<ext:UBLExtensions>", "</ext:UBLExtensions>", true, true);
     xml.removeDelimitedIfContains("<cac:AdditionalDocumentReference>",
                                   "</cac:AdditionalDocumentReference>", "<cbc:ID>QR", true, true);

@@ -1,6 +1,9 @@
 // The verifier's members that belong to transforms and document profiles: each hands its work to
 // the step of its name, over a text of its own.
 
+// Such a text knows nothing of a loaded document: it has no account and no coverage, leniencies are
+// dropped, and what is found is taken out as text, whole elements or not. Verification calls the
+// transform steps directly.
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/capture.h"
@@ -24,6 +27,7 @@ bool _clsXmlDSigBase::transformCanonicalize(const ClsXml* transform, StringBuffe
     dsig::CodeSet leniencies;
     const dsig::RefReason outcome = dsig::canonicalizeStep(transform, text, algorithm, fragmentId,
                                                            nullptr, rules(), leniencies, log);
+    // A step that failed has left the text as it was, so this is right in both cases.
     xml = text.text();
     return outcome == dsig::RefReason::Match;
 }
@@ -45,6 +49,7 @@ bool _clsXmlDSigBase::preprocessXmlToTransform(const StringBuffer& refId,
     dsig::WorkingText text(xml);
     dsig::CodeSet leniencies;
     dsig::Rules inForce = rules();
+    // The result of this member is always true; a text that stands alone is not refused.
     static_cast<void>(dsig::preprocess(refId, text, inForce, leniencies, log));
     keepRules(inForce);
     xml = text.text();
@@ -65,6 +70,8 @@ bool _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool
                                          LogBase& log) {
     dsig::Rules inForce = rules();
     const bool cut = dsig::cutOutSiiDte(xml, id != nullptr ? id : "", inForce, log);
+    // The step always notes what it cut. Without a copy the text of the cut before stays, while the
+    // offset is the new one.
     if (!keepCopy) {
         inForce.siiDteXml = m_siiDteXml;
     }
@@ -81,6 +88,7 @@ bool _clsXmlDSigBase::removeXmlChunkContaining(const char* start, const char* en
                                                const char* needle, StringBuffer& xml,
                                                LogBase& /*log*/) {
     const dsig::FoundChunks found =
+        // An empty needle makes every chunk count.
         dsig::findChunks(dsig::GappedText(xml.view()), {start, end, needle}, 1);
     dsig::cutOut(xml, found.chunks);
     return !found.chunks.empty();

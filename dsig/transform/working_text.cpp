@@ -19,7 +19,9 @@ TextRange extentOf(const XmlDocument& document, ElementId element) noexcept {
     return {record.start, record.end - record.start};
 }
 
-// Adds the ranges; those that a larger one holds go.
+// Adds the ranges; those that a larger one holds go. A signature may lie in a block that a later
+// step takes out as a whole. Searches find nothing that begins or ends in a gap, so a new range
+// holds a gap or is apart from it, and comparing with the last range is enough.
 std::vector<TextRange> united(std::vector<TextRange> gaps, const std::vector<TextRange>& added) {
     gaps.insert(gaps.end(), added.begin(), added.end());
     std::sort(gaps.begin(), gaps.end(), [](TextRange one, TextRange other) {
@@ -50,6 +52,7 @@ const std::shared_ptr<const XmlDocument>& WorkingText::structure(LogBase& log) {
                           m_account->takeOctets(m_text.getSize(), log);
     if (m_structure == nullptr && mayParse) {
         xml::ParseFailure why;
+        // A part of a document may use prefixes that are declared outside of it.
         m_structure = XmlDocument::parse(m_text, {.fragment = true}, why);
         if (m_structure == nullptr) {
             xml::logParseFailure(why, log);
@@ -63,6 +66,8 @@ const std::shared_ptr<const XmlDocument>& WorkingText::structure(LogBase& log) {
 }
 
 // Siblings follow one another in the records, so the last of the run is found from the first on.
+// Text between the siblings belongs to the run; text before the first or behind the last would not
+// be an element's, and makes the stretch none.
 bool WorkingText::isElementRun(const XmlDocument& document, TextRange range, ElementId& first,
                                ElementId& last) const noexcept {
     first = document.elementAt(range.start);
@@ -91,6 +96,8 @@ bool WorkingText::takeOut(const std::vector<TextRange>& ranges, std::string_view
     if (document == nullptr) {
         return false;
     }
+    // All stretches are checked before the first is noted, so that a refusal leaves text and
+    // coverage untouched.
     std::vector<std::pair<ElementId, ElementId>> runs;
     for (const TextRange range : ranges) {
         ElementId first = kNoElement;
@@ -107,6 +114,8 @@ bool WorkingText::takeOut(const std::vector<TextRange>& ranges, std::string_view
     for (const auto& [first, last] : runs) {
         exclude(first, last, why);
     }
+    // A gap stays a gap only where the canonicalizer may skip it and get the same octets. Where the
+    // characters on its two sides would combine, the text is really cut and parsed again.
     const bool holes = std::all_of(ranges.begin(), ranges.end(),
                                    [&](TextRange range) { return xml::isHole(*document, range); });
     m_gaps.swap(gaps);
@@ -133,6 +142,8 @@ bool WorkingText::cutDownTo(TextRange range, LogBase& log) {
             "The document type declares attributes, so no part of the XML can be cut out.");
         return false;
     }
+    // Two forms are accepted: exactly one element, or a stretch that holds the root and so loses
+    // only what stands around it.
     ElementId element = document->elementAt(range.start);
     const TextRange root = extentOf(*document, 0);
     if (element == kNoElement && isInside(root, range)) {
@@ -146,6 +157,7 @@ bool WorkingText::cutDownTo(TextRange range, LogBase& log) {
         log.LogDataUint32("length", range.length);
         return false;
     }
+    // The gaps inside go with the same cut, so that the new text starts without any.
     std::uint32_t at = range.start;
     for (const TextRange gap : m_gaps) {
         if (isInside(gap, range)) {
@@ -154,6 +166,7 @@ bool WorkingText::cutDownTo(TextRange range, LogBase& log) {
         }
     }
     rest.appendView(m_text.view().substr(at, range.end() - at));
+    // Both need the old structure and the old numbers, so they come before the text changes.
     ElementMap kept = subtreeWithoutGaps(element);
     const ElementId apexes[] = {element};
     narrowTo(apexes);
@@ -169,9 +182,11 @@ ElementMap WorkingText::subtreeWithoutGaps(ElementId apex) const {
     ElementId keptEnd = end;
     for (auto gap = m_gaps.rbegin(); gap != m_gaps.rend(); ++gap) {
         const ElementId first = m_structure->elementAt(gap->start);
+        // Outside of the subtree, or around it.
         if (first <= apex || first >= end) {
             continue;
         }
+        // A gap is a run of siblings: step over their subtrees up to its end.
         ElementId behind = first;
         while (behind < end && m_structure->element(behind).start < gap->end()) {
             behind = m_structure->element(behind).next;
@@ -202,6 +217,8 @@ void WorkingText::setText(StringBuffer& text) {
 
 void WorkingText::rewrite(StringBuffer& text) { setText(text); }
 
+// Elements are named by their numbers in the loaded document, since those of the text change with
+// the next step.
 void WorkingText::narrowTo(std::span<const ElementId> apexes) {
     if (apexes.empty() || m_loaded == nullptr) {
         return;
@@ -220,6 +237,8 @@ void WorkingText::narrowTo(std::span<const ElementId> apexes) {
 }
 
 void WorkingText::canonicalized(std::span<const ElementId> apexes, StringBuffer& octets) {
+    // The octets hold the subtrees one behind the other, so their maps are joined in the same
+    // order. Without an apex it is the root's subtree, which is all elements there are.
     if (m_loaded != nullptr) {
         ElementMap kept = subtreeWithoutGaps(apexes.empty() ? 0 : apexes.front());
         for (const ElementId apex : apexes.empty() ? apexes : apexes.subspan(1)) {
@@ -236,6 +255,7 @@ void WorkingText::streamed(std::span<const ElementId> apexes) {
     m_streamed = true;
 }
 
+// A text that stands for itself has the numbers of its own structure.
 ElementId WorkingText::elementOf(ElementId loaded) const noexcept {
     const ElementId element = m_loaded != nullptr ? m_map.toText(loaded) : loaded;
     return element != kNoElement && !isTakenOut(element) ? element : kNoElement;
@@ -259,6 +279,8 @@ void WorkingText::exclude(ElementId first, ElementId last, std::string_view why)
     if (m_loaded == nullptr) {
         return;
     }
+    // An element that came from an entity has no place in the source. The coverage then says that
+    // it is not known, rather than leaving a removal out of the report.
     const ElementId loadedFirst = m_map.toLoaded(first);
     const ElementId loadedLast = m_map.toLoaded(last);
     TextRange from;

@@ -15,6 +15,8 @@ struct ShapeRule {
     const char* wholeMatch; // the whole expression has this form, '*' being anything (null: any)
 };
 
+// The two ways in which signers write "nothing below such an element". The second is not what XPath
+// Filtering (XML Signature 1.1, 6.6.3) asks for, but is in use with the same meaning.
 constexpr const char* kNotSelf = "not(ancestor-or-self";
 constexpr const char* kNotAnySelf = "not(//ancestor-or-self";
 
@@ -45,8 +47,11 @@ constexpr ShapeRule kRules[] = {
      "not(//ancestor-or-self::*[*ID='*'])"},
     {{XPathShape::Element, 7}, false, nullptr, nullptr, nullptr, "not(//ancestor-or-self::*)"},
 };
+// What a Filter 2.0 rule leaves open, namely which filter is meant and what a second child
+// subtracts, is checked where the transform is carried out.
 constexpr RecognisedXPath kUnknown{XPathShape::Unknown, 0};
 
+// Null is a rule that asks for nothing, so it holds; a missing second text does not.
 bool containsEither(const StringBuffer& text, const char* first, const char* second) {
     return first == nullptr || text.containsSubstring(first) ||
            (second != nullptr && text.containsSubstring(second));
@@ -76,6 +81,8 @@ const RecognisedXPath& recogniseXPath(const StringBuffer& algorithm, const Strin
     return kUnknown;
 }
 
+// Fixed token numbers serve because the shape is fixed by its pattern; the delimiters are tokens
+// too.
 ElementWithIdTexts elementWithIdTexts(const StringBuffer& xPath) {
     // not(//ancestor-or-self::cac:Name[cbc:ID='QR']): 3 cac, 5 Name, 7 cbc, 9 ID, 11 'QR'
     ExtPtrArray tokens;
@@ -92,6 +99,8 @@ ElementWithIdTexts elementWithIdTexts(const StringBuffer& xPath) {
     texts.mustContain.setString("<_cbc_:_ID_>_QR_</_cbc_:_ID_>");
     texts.mustContain.replaceAllOccurances("_cbc_", token(tokens, 7).getString());
     StringBuffer value = token(tokens, 11);
+    // Replaced in this order, with the name last, as logs show the text so: a value that holds one
+    // of the placeholders is filled in as well. The result is for the log only.
     if (!value.isEmpty()) {
         value.removeCharOccurances('\'');
         texts.mustContain.replaceAllOccurances("_QR_", value.getString());

@@ -5,7 +5,9 @@
 
 namespace vantrel::dsig {
 
-// The expressions that are recognised, by what they take out of the document.
+// The expressions that are recognised, by what they take out of the document. What an expression
+// would select for an XPath processor is not asked: XPath on a hostile document is costly, and
+// those that signers use are few.
 enum class XPathShape {
     BusinessSignatures,    // cac:Signature elements
     Signatures,            // all XML signatures
@@ -23,11 +25,15 @@ struct RecognisedXPath {
     int option; // the number by which logs name the shape; 0: none
 };
 
-// The shape of an expression; the first that fits.
+// The shape of an expression; the first that fits. `algorithm` tells XPath (XML Signature 1.1,
+// 6.6.3) from XPath Filter 2.0. The result is of static storage; Unknown with option 0 when none
+// fits. White space, letter case and prefixes must be as signers write them.
 [[nodiscard]] const RecognisedXPath& recogniseXPath(const StringBuffer& algorithm,
                                                     const StringBuffer& xPath);
 
-// The texts that an expression of the shape ElementWithId asks for.
+// The texts that an expression of the shape ElementWithId asks for. Parts that the expression lacks
+// are empty. Name and child are expected with prefixes: without them the positions shift, and the
+// texts are those of another name.
 struct ElementWithIdTexts {
     StringBuffer startTag;
     StringBuffer endTag;

@@ -13,6 +13,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// The number tells the three places apart: the first and second kind of Filter 2.0 (1 and 3), and
+// an expression of no known shape (2).
 RefReason unhandled(int where, LogBase& log) {
     log.LogDataLong("unhandledXPath", where);
     return RefReason::UnsupportedTransform;
@@ -22,7 +24,8 @@ RefReason asReason(bool takenOut) {
     return takenOut ? RefReason::Match : RefReason::TransformFailed;
 }
 
-// The `Filter` attribute and the text of the n-th child of an XPath Filter 2.0 transform.
+// The `Filter` attribute and the text of the n-th child of an XPath Filter 2.0 transform. `filter`
+// stays empty without the attribute, which equals no filter that is known.
 bool readFilterChild(const ClsXml& transform, int child, StringBuffer& filter,
                      StringBuffer& content) {
     const Ref<ClsXml> xPath = Ref<ClsXml>::adopt(transform.GetChild(child));
@@ -34,6 +37,8 @@ bool readFilterChild(const ClsXml& transform, int child, StringBuffer& filter,
     return true;
 }
 
+// All XML signatures of the text, the one being verified among them. Those that an earlier
+// transform took out are still in the structure and are passed over.
 bool takeOutSignatures(WorkingText& text, std::string_view why, LogBase& log) {
     const auto document = text.structure(log);
     if (document == nullptr) {
@@ -52,6 +57,8 @@ bool takeOutChunk(WorkingText& text, const ChunkPattern& pattern, std::string_vi
     return text.takeOut(findChunks(text.searchable(), pattern, 1).chunks, why, log);
 }
 
+// All such chunks up to the limit. Those beyond it stay in the digested text, which a signer that
+// stops there digested as well; the leniency says so.
 bool removeRepeatedly(WorkingText& text, const ChunkPattern& pattern, CodeSet& leniencies,
                       LogBase& log) {
     const FoundChunks found = findChunks(text.searchable(), pattern, kMostChunks);
@@ -67,6 +74,7 @@ bool removeElementsNamed(WorkingText& text, const StringBuffer& xPath, CodeSet& 
     log.LogInfo("Matched not(//ancestor-or-self::*)");
     StringBuffer name = xPath;
     name.replaceFirstOccurance("not(//ancestor-or-self::", "", false);
+    // The closing parenthesis; the shape has made sure that both ends are there.
     name.shorten(1);
     StringBuffer startTag;
     startTag.append3("<", name.getString(), ">");
@@ -119,6 +127,8 @@ RefReason runShape(const ClsXml* transform, WorkingText& text, const StringBuffe
         }
         log.LogInfo("Found UBLDocumentSignatures transform.");
         return RefReason::Match;
+    // XPath Filter 2.0 knows intersect, subtract and union. Only subtract can be carried out by
+    // taking something out; with another filter the transform is refused, not guessed.
     case XPathShape::SubtractSignatures: {
         StringBuffer filter;
         StringBuffer content;
@@ -128,6 +138,8 @@ RefReason runShape(const ClsXml* transform, WorkingText& text, const StringBuffe
         }
         return asReason(takeOutSignatures(text, exclusion::kXPathFilter2, log));
     }
+    // Any Filter 2.0 transform that no rule before has recognised comes here, so it is the second
+    // child that shows whether this is the known pair.
     case XPathShape::SubtractExtensions: {
         StringBuffer filter;
         StringBuffer content;
