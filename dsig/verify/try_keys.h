@@ -25,9 +25,12 @@ struct ValueQuery {
     const DataBuffer& hash; // of them; empty when the method names no digest
     const DataBuffer& signature;
     KeyAccount& account; // begun for the signature
+    // The limit of that account, for all signatures of the document together.
     std::uint64_t mostKeyOperations;
 };
 
+// What became of the search. Only `verified` says that the value is right; the rest is for the
+// report and the log.
 struct ValueOutcome {
     bool verified = false;
     int usedIndex = -1;       // of the candidate that verified; -1 for none
