@@ -39,6 +39,7 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
         failures += counts ? 1 : 0;
     }
     if (failures > 0) {
+        // Of those that count.
         log.LogDataLong("refFailureCount", failures);
         return false;
     }

@@ -9,7 +9,7 @@
 
 namespace vantrel::dsig {
 
-// What all references of a signature are checked with.
+// What all references of a signature are checked with. Borrowed; the selection has a signature.
 struct ReferencePassQuery {
     Document* document;
     const Selection& selection;

@@ -55,6 +55,7 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
         DSigReference reference;
         reference.parseReference(*element, log);
         ReferenceReport& described = report.reference(index);
+        // The URI decides alone: the text that an external one leads to is not fetched.
         described.describe(reference.m_uri, reference.m_digestMethod);
         const ReferenceTarget target = targetOf(reference.m_uri);
         if (target.kind == ReferenceTarget::Kind::External) {
@@ -70,6 +71,7 @@ void finishReport(Document* document, std::string_view lastErrorLine, SignatureR
     if (!report.valid && report.reason.empty()) {
         report.reason = lastErrorLine;
     }
+    // Warnings stand in the order in which they are added, behind those of the steps before.
     warnOfHash(report.signatureMethod, report);
     if (document != nullptr) {
         warnOfCoverage(*document->structure, report);

@@ -44,6 +44,7 @@ constexpr MethodName kKeyTypeNames[] = {
     {"/rsa-", kKeyTypeRsa}, {"#hmac-", kKeyTypeHmac}, {"#ecdsa-", kKeyTypeEcdsa},
 };
 
+// `otherwise` where the identifier has none of the parts, as one that is empty.
 int firstMatch(const StringBuffer& algorithmUri, std::span<const MethodName> names, int otherwise) {
     for (const MethodName& name : names) {
         if (algorithmUri.containsSubstring(name.part)) {

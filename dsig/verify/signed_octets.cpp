@@ -61,6 +61,8 @@ bool canonicalizeFrom(const StringBuffer& text, std::uint32_t offset, XmlCanon& 
 bool takeInvoiceHash(Document& document, const Selection& selection, const DSigReference& first,
                      SignedOctets& out, CodeSet& leniencies, LogBase& log) {
     leniencies.add(accommodation::kZatcaRules);
+    // Of the first reference as the tree has it, whose digest the reference pass has compared where
+    // it was asked for.
     const Ref<ClsXml> reference = referenceElement(&document, selection, 0, log);
     if (!reference) {
         log.LogError("Failed to get first reference for signature verification.");
@@ -106,6 +108,8 @@ bool runRoute(Document& document, const Selection& selection, const Rules& rules
                                 out.text, "Failed to canonicalize sii.cl SignedInfo fragment.",
                                 log);
     }
+    // The doda element is found by a search of the text, which markup can mislead; what was found
+    // counts only where it is a whole element.
     if (rules.satDoda) {
         out.route = "doda";
         WorkingText doda(document.structure, document.account);

@@ -22,6 +22,7 @@ struct SignedOctets {
     // The canonical SignedInfo or, by the ZATCA rules, the first reference's DigestValue as
     // written.
     StringBuffer text;
+    // Empty by every other route.
     DataBuffer invoiceHash; // by the ZATCA rules: the text decoded
     // Which text SignedInfo was canonicalized in: "document", "sii", "doda"; or "zatca".
     std::string_view route = "document";

@@ -84,6 +84,7 @@ bool mayCheck(const ValueQuery& query, const ClsPublicKey& key, ValueOutcome& ou
     return !outcome.limitPassed;
 }
 
+// The first key that verifies ends the search: what a later one would say changes nothing.
 void noteVerified(std::size_t index, ValueOutcome& outcome) noexcept {
     outcome.verified = true;
     outcome.usedIndex = static_cast<int>(index);

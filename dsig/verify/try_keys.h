@@ -16,7 +16,8 @@ namespace vantrel::dsig {
 // The line of the log for a key that is not the signer's, which is no error line.
 inline constexpr const char* kWrongKeyLine = "Not the correct key.";
 
-// A signature value, and what it is checked against. Everything in it is borrowed.
+// A signature value, and what it is checked against. Everything in it is borrowed. The hash and the
+// type of key are those that the identifier names, so nothing in a key can change them.
 struct ValueQuery {
     const StringBuffer& signatureMethod; // its identifier
     int keyType;                         // that it names (signature_method.h)

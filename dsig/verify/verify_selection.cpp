@@ -22,7 +22,8 @@ namespace vantrel::dsig {
 
 namespace {
 
-// The signature value as it stands in the document, and what it is to be checked over.
+// The signature value as it stands in the document, and what it is to be checked over. Filled step
+// by step; a later step reads what an earlier one wrote.
 struct SignedValue {
     SignedOctets octets;
     StringBuffer text; // base64
@@ -53,6 +54,7 @@ bool passTimestamp(const VerifyQuery& query, const XmlSigLocate& locator, Signat
     return result->valid;
 }
 
+// XML Signature 3.2.2, with the canonical SignedInfo or what a profile puts in its place.
 bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
                       const DSigReference& first, SignedValue& value, SignatureReport& report,
                       LogBase& log) {
@@ -94,6 +96,8 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     }
     log.LogDataSb("SignatureMethod", value.method);
     value.hashAlg = signatureMethodToHashAlg(value.method, log);
+    // Refused before any key is tried: a hash that cannot be computed would look like a value that
+    // is wrong.
     if (value.hashAlg < 0) {
         log.LogError("Hash algorithm not implemented yet by Vantrel.");
         return false;
@@ -125,6 +129,7 @@ bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureRepo
     KeyReport key;
     key.source = keysource::kExplicit.name;
     key.type = "HMAC";
+    // The secret itself is in no report, only its size.
     key.bits = static_cast<int>(query.hmacKey.getSize()) * 8;
     key.used = report.valid;
     report.keys = {key};
@@ -135,6 +140,7 @@ bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureRepo
 bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
                    LogBase& log) {
     const std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
+    // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {
         log.LogError("No public key available to verify signature.");
