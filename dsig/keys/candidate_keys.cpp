@@ -15,6 +15,8 @@ void appendExplicitKey(ClsPublicKey* key, std::vector<CandidateKey>& keys) {
     if (key == nullptr) {
         return;
     }
+    // The document's key keeps its earlier place, and the caller's own is appended even so: of two
+    // equal keys only the first is checked, and what is said of its origin is true of both.
     for (CandidateKey& candidate : keys) {
         candidate.keyGiven = candidate.keyGiven || isSameKey(candidate.key->key(), key->key());
     }
@@ -41,7 +43,9 @@ std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& lenienci
             log.LogDataLong("numPublicKeys", static_cast<std::int64_t>(keys.size()));
         }
     }
-    // The key of the index is more likely to be the right one than that of all.
+    // The key of the index is more likely to be the right one than that of all. Whoever puts a key
+    // of his own into KeyInfo has it tried before these and may get a verified value; that such a
+    // key is the document's alone is what the report then says.
     if (!query.keyInfoOnly) {
         appendExplicitKey(query.keyOfSignature, keys);
         appendExplicitKey(query.keyForAll, keys);

@@ -17,7 +17,8 @@ namespace vantrel::dsig {
 
 // A key that a signature value may be checked with. A verified value proves that whoever holds the
 // private half signed; whether that is somebody to trust depends on where the key came from, so the
-// origin travels with the key.
+// origin travels with the key. An attacker can sign a changed document anew with a key that he puts
+// into its KeyInfo: the value verifies, and only the origin tells.
 struct CandidateKey {
     Ref<ClsPublicKey> key; // shared with the document's cache and with the caller who gave it
     KeySource source{};
@@ -26,7 +27,8 @@ struct CandidateKey {
     bool certificateGiven = false;                      // the caller's store holds the certificate
     bool keyGiven = false; // the caller handed over an equal key as well
 
-    // Nothing but the document vouches for the key.
+    // Nothing but the document vouches for the key. A value that verifies with it proves that the
+    // signed octets are unchanged since somebody signed them, and not who that was.
     [[nodiscard]] bool isFromDocument() const noexcept {
         return source.inDocument && !certificateGiven && !keyGiven;
     }
@@ -37,7 +39,9 @@ struct CandidateKey {
 };
 
 // The candidate keys in the order in which they are tried: those of KeyInfo, then that of the
-// signature's index, then that of all signatures. `leniencies` gets what had to be overlooked.
+// signature's index, then that of all signatures. `leniencies` gets what had to be overlooked. No
+// key of the result is null; the result is empty when there is none. It shares what it needs and
+// outlives the query.
 [[nodiscard]] std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& leniencies,
                                                       LogBase& log);
 

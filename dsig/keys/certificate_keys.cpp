@@ -52,6 +52,7 @@ CandidateKey candidateOf(const VantrelX509& cert, const KeySource& source, LogBa
 CandidateKey candidateOf(CertificateCache& cache, const CertificateCache::Entry& certificate,
                          const KeySource& source, SeenCertificates& seen, LogBase& log) {
     const LogContextExitor context(log, "publicKeyFromCertBase64");
+    // What is returned has a null key, which the callers leave out.
     if (!useCertificate(*certificate, seen, log)) {
         return {};
     }
@@ -62,6 +63,8 @@ CandidateKey candidateOf(CertificateCache& cache, const CertificateCache::Entry&
         certificate->key = publicKeyFromX509(certificate->certificate, tape);
         certificate->keyLines = tape.take();
         certificate->keyDecoded = true;
+        // The cache may let go of another key for this one; a candidate that holds that key keeps
+        // it alive.
         cache.keepKey(certificate);
     }
     LogTape::replay(certificate->keyLines, log);

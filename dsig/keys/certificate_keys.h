@@ -11,7 +11,8 @@
 
 namespace vantrel::dsig {
 
-// The key in a certificate, new for every call; null after an error line.
+// The key in a certificate, new for every call; null after an error line. The certificate is not
+// judged: neither its dates, nor its issuer, nor what the key may be used for.
 [[nodiscard]] Ref<ClsPublicKey> publicKeyFromX509(const VantrelX509& cert, LogBase& log);
 
 // The same as a candidate; its key is null when the certificate gives none.

@@ -21,6 +21,7 @@ bool readIssuerSerial(const ClsXml& x509Data, SeenCertificates& seen, Certificat
     }
     // The store has the number in hexadecimal; it may be longer than any integer type.
     log.LogDataX("sbSerialNumber_dec", serial);
+    // Text that is no decimal number stays as it is and is looked up so.
     serial.reencode("decimal", "hex");
     log.LogDataX("sbSerialNumber_hex", serial);
     // Only the common name is compared: the spelling of a whole name differs from signer to signer.
@@ -40,6 +41,7 @@ bool readSubjectName(const ClsXml& keyInfo, SeenCertificates& seen, CertificateN
         subject.isEmpty()) {
         return false;
     }
+    // All spellings of a name have one key, which SeenCertificates makes in the same way.
     StringBuffer key;
     DistinguishedName::toVlCanonHashKey(subject.getString(), key, log);
     if (seen.hasSubject(key, log)) {

@@ -9,9 +9,11 @@ namespace vantrel::dsig {
 
 class SeenCertificates;
 
+// The forms of XML Signature 4.5.4. The table of look-ups (store_lookup.cpp) has their order.
 enum class NamedBy { IssuerSerial, SubjectName, SubjectKeyId };
 
-// By what a KeyInfo refers to a certificate that it does not carry.
+// By what a KeyInfo refers to a certificate that it does not carry. It proves nothing: it only says
+// which certificate of the caller's store is tried.
 struct CertificateName {
     NamedBy by = NamedBy::SubjectKeyId;
     StringBuffer text;      // the issuer's common name, the subject, or the identifier in base64

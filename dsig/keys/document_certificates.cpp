@@ -32,6 +32,7 @@ bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, LogBase& log) 
 // Never fails: an entry without a certificate is remembered, with the lines that say why.
 void decode(DecodedCertificate& entry, const LogBase& settings) {
     LogTape tape(settings);
+    // The cache finds the entry by `source`, which therefore stays as it is.
     entry.base64 = entry.source;
     static_cast<void>(loadCertificateText(entry.base64, entry.certificate, tape));
     entry.certificateLines = tape.take();
@@ -46,6 +47,8 @@ CertificateCache::Entry certificateOfText(CertificateCache& cache, const StringB
         entry = std::make_shared<DecodedCertificate>();
         entry->source = base64;
         decode(*entry, log);
+        // Failures are kept too, so that a damaged certificate that many signatures carry is not
+        // decoded for each of them.
         cache.addText(entry);
     }
     return entry;
@@ -86,6 +89,8 @@ bool useCertificate(const DecodedCertificate& entry, SeenCertificates& seen, Log
     return true;
 }
 
+// Of the octets as they stand, whether or not they are a certificate. WS-Security calls for SHA-1
+// here; it serves as a name and protects nothing.
 const StringBuffer& thumbprintOf(DecodedCertificate& entry) {
     if (entry.thumbprint.isEmpty()) {
         DataBuffer der;

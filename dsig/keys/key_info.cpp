@@ -20,6 +20,8 @@ Ref<ClsXml> keyInfoOf(const Selection& selection, int numSignatures, LogBase& lo
     }
     Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(selection.signature->findChild("*:KeyInfo"));
     if (!keyInfo) {
+        // KeyInfo is optional (XML Signature 4.5), so the line ends nothing: the caller's keys are
+        // tried all the same.
         log.LogError("No KeyInfo child.");
     }
     return keyInfo;
@@ -28,6 +30,7 @@ Ref<ClsXml> keyInfoOf(const Selection& selection, int numSignatures, LogBase& lo
 // The order is that in which the keys are tried, cheap ones first: a bare key, certificates that
 // are there, those that have to be looked up, and at last a token elsewhere in the document.
 bool KeyInfoWalk::run(const ClsXml& keyInfo) {
+    // A KeyInfo with a malformed KeyValue is read no further: its certificates give no candidates.
     if (m_query.document == nullptr || !takeKeyValues(keyInfo)) {
         return false;
     }
@@ -37,6 +40,8 @@ bool KeyInfoWalk::run(const ClsXml& keyInfo) {
     if (!tokenReference) {
         return true;
     }
+    // A KeyIdentifier is asked twice: here whether it is or names a certificate, and at the end
+    // whether it is a thumbprint, for which the tokens are needed.
     takeKeyIdentifier(*tokenReference);
     return walkTokenReference(*tokenReference) && takeThumbprint(*tokenReference);
 }
@@ -51,6 +56,8 @@ void KeyInfoWalk::walkX509Data(const ClsXml& keyInfo) {
             takeNamed(name);
         }
     }
+    // These two are looked for from the KeyInfo on. A name of a certificate that was taken leads to
+    // no second look-up; an identifier always leads to one.
     if (readSubjectName(keyInfo, m_seen, name, m_log)) {
         takeNamed(name);
     }
@@ -63,6 +70,7 @@ void KeyInfoWalk::walkX509Data(const ClsXml& keyInfo) {
 void KeyInfoWalk::walkCertificates(const ClsXml& x509Data) {
     const std::vector<xml::ElementId> elements = x509Data.childrenWithTag("*:X509Certificate");
     m_log.LogDataLong(m_lines.certificateCount, static_cast<std::int64_t>(elements.size()));
+    // Over the limit none is taken: a choice among them would be that of whoever ordered them.
     if (elements.size() > kMaxKeyInfoCertificates) {
         m_log.LogError("The X509Data has more than 1000 certificates.");
         return;
@@ -70,6 +78,7 @@ void KeyInfoWalk::walkCertificates(const ClsXml& x509Data) {
     for (const xml::ElementId element : elements) {
         StringBuffer base64;
         handleOn(x509Data, element)->getContentSb(base64);
+        // An empty element is no certificate, and no failure either.
         if (!base64.isEmpty()) {
             takeEmbedded(certificateOfText(document().certificates, base64, m_log));
         }
@@ -94,6 +103,7 @@ bool KeyInfoWalk::walkTokenReference(const ClsXml& tokenReference) {
     const TokenIndex& tokens = document().tokens();
     xml::ElementId token = tokens.withId(target.id());
     if (token == xml::kNoElement) {
+        // Only the walk that collects keys has another one to offer.
         token = otherToken(tokens);
     }
     if (token == xml::kNoElement) {
@@ -101,9 +111,11 @@ bool KeyInfoWalk::walkTokenReference(const ClsXml& tokenReference) {
         return false;
     }
     const CertificateCache::Entry certificate = certificateOf(token, target.isPkiPath());
+    // A path that cannot be read fails with the lines that its decoding wrote.
     return useContent(*certificate, m_log) && takeToken(certificate);
 }
 
+// The entry is kept under the element, so a second signature does not read the token again.
 CertificateCache::Entry KeyInfoWalk::certificateOf(xml::ElementId token, bool asPath) const {
     const Ref<ClsXml> element = Ref<ClsXml>::adopt(ClsXml::onElement(document().structure, token));
     return certificateOfToken(document().certificates, *element, asPath, m_log);

@@ -22,6 +22,8 @@ public:
 private:
     void takeEmbedded(const CertificateCache::Entry& certificate) override {
         if (processCertificate(*certificate, m_seen, m_log)) {
+            // The text of the document without the references to carriage returns, which would not
+            // be base64.
             m_out.push_back(certificate->base64);
         }
     }
@@ -32,7 +34,8 @@ private:
             takeText(base64);
         }
     }
-    // Whatever its type says, it is read as a subject key identifier.
+    // Whatever its type says, it is read as a subject key identifier. A certificate that stands
+    // there itself is therefore not handed out.
     void takeKeyIdentifier(const ClsXml& tokenReference) override {
         CertificateName name;
         StringBuffer base64;
@@ -47,6 +50,8 @@ private:
         return true;
     }
 
+    // By way of the document's cache: a certificate that many signatures name need not be decoded
+    // for each.
     void takeText(const StringBuffer& base64) {
         takeEmbedded(certificateOfText(document().certificates, base64, m_log));
     }

@@ -18,7 +18,8 @@ namespace vantrel::dsig {
 namespace {
 
 // Every key that is found is a candidate, in doubt one too many: only the check of the signature
-// value tells the right one.
+// value tells the right one. Small keys and expired certificates give candidates too; the report
+// describes them, and whoever trusts a signature decides.
 class KeyWalk final : public KeyInfoWalk {
 public:
     KeyWalk(const KeyQuery& query, std::vector<CandidateKey>& keys, CodeSet& leniencies,
@@ -31,9 +32,11 @@ public:
 private:
     bool takeKeyValues(const ClsXml& keyInfo) override;
     void takeEmbedded(const CertificateCache::Entry& certificate) override {
+        // One that gives no key has written its error line and is skipped.
         static_cast<void>(addCarried(certificate, keysource::kCertificate));
     }
     void takeNamed(const CertificateName& name) override {
+        // A name that leads nowhere is no failure: the caller's store need not hold everybody.
         static_cast<void>(add(findNamedKey(m_query.store, name, m_log)));
     }
     void takeKeyIdentifier(const ClsXml& tokenReference) override;
@@ -57,7 +60,8 @@ bool KeyWalk::add(CandidateKey candidate) {
         return false;
     }
     // What was found by a name is the caller's own certificate; what the document carries may be
-    // one of them too, octet for octet.
+    // one of them too, octet for octet. A look-alike that bears the names of a trusted certificate
+    // gains nothing by it.
     candidate.certificateGiven =
         candidate.certificate.isLoaded() &&
         (!candidate.source.inDocument || storeHolds(m_query.store, candidate.certificate));
@@ -70,6 +74,8 @@ bool KeyWalk::takeKeyValues(const ClsXml& keyInfo) {
     std::vector<Ref<ClsPublicKey>> found;
     const bool allRead = readKeyValues(keyInfo, found, m_log);
     for (Ref<ClsPublicKey>& key : found) {
+        // A bare key has no certificate that the store could hold: only an equal key of the
+        // caller's can vouch for it.
         m_keys.push_back({.key = std::move(key),
                           .source = keysource::kKeyValue,
                           .certificate = {},
@@ -85,6 +91,7 @@ void KeyWalk::takeKeyIdentifier(const ClsXml& tokenReference) {
     }
     const Ref<ClsXml> identifier =
         Ref<ClsXml>::adopt(tokenReference.getChildWithTagUtf8("*:KeyIdentifier"));
+    // Without a store an identifier is not read at all, not even one that is a certificate.
     if (m_query.store == nullptr || !identifier) {
         return;
     }
@@ -97,6 +104,8 @@ void KeyWalk::takeKeyIdentifier(const ClsXml& tokenReference) {
     identifier->getAttrValue("ValueType", valueType);
     m_log.LogDataSb("ValueType", valueType);
 
+    // WS-Security X.509 Token Profile: #X509v3 marks a whole certificate. Every other type is tried
+    // as a subject key identifier; a thumbprint then finds nothing.
     if (!valueType.endsWith("#X509v3")) {
         if (const VantrelX509* const cert =
                 findNamed(m_query.store, {NamedBy::SubjectKeyId, content, {}}, m_log)) {
@@ -119,7 +128,8 @@ void KeyWalk::noteReference() {
     }
 }
 
-// Signers in the wild give their only token another Id than the one they refer to.
+// Signers in the wild give their only token another Id than the one they refer to. The signature
+// value decides whether it is the right one, and the report names the leniency.
 xml::ElementId KeyWalk::otherToken(const TokenIndex& tokens) {
     m_log.LogInfo(
         "Did not find a BinarySecurityToken with the specified URI.  Looking for any BinarySecurityToken...");
@@ -163,6 +173,7 @@ bool KeyWalk::takeThumbprint(const ClsXml& tokenReference) {
         return false;
     }
     const CertificateCache::Entry certificate = certificateOf(token, false);
+    // With the one asked for, which stands above, the log shows whether they differ.
     m_log.LogDataSb("sbSha1Base64", thumbprintOf(*certificate));
     if (!takeToken(certificate)) {
         return false;

@@ -13,7 +13,8 @@ namespace vantrel::dsig {
 
 // Appends the keys that a KeyInfo element carries or names, in a fixed order: key values,
 // certificates, names of certificates, security tokens. False where one that is there cannot be
-// used and ends the walk; the keys before it stay.
+// used and ends the walk; the keys before it stay. `leniencies` gets what had to be overlooked on
+// the way. The same key may be found more than once.
 [[nodiscard]] bool keysFromKeyInfo(const KeyQuery& query, const ClsXml& keyInfo,
                                    std::vector<CandidateKey>& keys, CodeSet& leniencies,
                                    LogBase& log);

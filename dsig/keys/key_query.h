@@ -9,7 +9,8 @@
 namespace vantrel::dsig {
 
 // The signature whose keys or certificates are wanted, and where they may come from. Everything in
-// it is borrowed.
+// it is borrowed. A query serves one operation: the next call of the caller's may select another
+// signature or set other keys.
 struct KeyQuery {
     Document* document = nullptr; // null when no signature is selected
     Selection selection;

@@ -7,13 +7,15 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Since 1970 in UTC, as VantrelX509::validity counts.
 std::int64_t secondsNow() {
     return std::chrono::duration_cast<std::chrono::seconds>(
                std::chrono::system_clock::now().time_since_epoch())
         .count();
 }
 
-// Dates that cannot be read are those of no valid certificate.
+// Dates that cannot be read are those of no valid certificate. RFC 5280 4.1.2.5: both ends of the
+// period belong to it.
 bool isOutsideValidity(const VantrelX509& cert, std::int64_t now) {
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
@@ -32,6 +34,8 @@ KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
     report.weak = key.isWeak();
     report.fromDocument = candidate.isFromDocument();
     report.nameFromDocument = candidate.isNameFromDocument();
+    // Reported and not judged: a value that was signed while the certificate was valid is not wrong
+    // because it has expired since.
     if (candidate.certificate.isLoaded()) {
         report.certificate = candidate.certificate;
         report.certificateTexts = candidate.certificateTexts;

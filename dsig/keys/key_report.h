@@ -10,7 +10,8 @@
 namespace vantrel::dsig {
 
 // What reports say of the candidate keys, in their order; the certificates' validity is that of
-// this moment.
+// this moment. None of the keys may be null. Which of them verified is not known yet: `used` is
+// false.
 [[nodiscard]] std::vector<KeyReport> describeKeys(std::span<const CandidateKey> keys);
 
 } // namespace vantrel::dsig

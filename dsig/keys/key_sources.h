@@ -5,7 +5,7 @@
 
 namespace vantrel::dsig {
 
-// Where a candidate key came from.
+// Where a candidate key came from. The constants below are all there are.
 struct KeySource {
     std::string_view name; // as reports name it
     bool inDocument;       // the key itself stands in the document, whoever put it there
@@ -13,14 +13,20 @@ struct KeySource {
 
 namespace keysource {
 
+// Carried by the document, which whoever changes it can exchange for his own.
 inline constexpr KeySource kKeyValue{"KeyValue", true};
 inline constexpr KeySource kCertificate{"X509Certificate", true};
+// Named by the document: the certificate is one of the caller's store.
 inline constexpr KeySource kIssuerSerial{"X509IssuerSerial", false};
 inline constexpr KeySource kSubjectName{"X509SubjectName", false};
 inline constexpr KeySource kSubjectKeyId{"X509SKI", false};
+// WS-Security: an identifier that names a certificate of the store, and one that is a certificate
+// itself. Reports give both the name of the element.
 inline constexpr KeySource kKeyIdentifier{"KeyIdentifier", false};
 inline constexpr KeySource kKeyIdentifierCertificate{"KeyIdentifier", true};
+// A wsse:BinarySecurityToken, anywhere in the document.
 inline constexpr KeySource kSecurityToken{"BinarySecurityToken", true};
+// Handed over by the caller, the secret key of an HMAC included.
 inline constexpr KeySource kExplicit{"explicit", false};
 
 } // namespace keysource

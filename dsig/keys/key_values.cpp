@@ -8,6 +8,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// One kind of key that a KeyValue may hold, and the lines that tell what became of it.
 struct KeyValueForm {
     const char* path;
     bool withLog; // the loader's own lines belong in the log
@@ -42,6 +43,7 @@ bool readKeyValues(const ClsXml& keyInfo, std::vector<Ref<ClsPublicKey>>& keys, 
         if (!key) {
             return false;
         }
+        // Read from its own text, by the loader that takes such an element from a caller as well.
         XString xml;
         element->GetXml(xml);
         if (!(form.withLog ? key->loadXml(xml, log) : key->LoadXml(xml))) {

@@ -11,7 +11,8 @@
 namespace vantrel::dsig {
 
 // Appends the keys of the first KeyValue of a KeyInfo: RSA, DSA, EC, each that is there. False
-// after an error line where one is malformed; those before it stay.
+// after an error line where one is malformed; those before it stay. True, with nothing appended,
+// where there is no KeyValue. The ECDSAKeyValue of RFC 4050 is not looked for.
 [[nodiscard]] bool readKeyValues(const ClsXml& keyInfo, std::vector<Ref<ClsPublicKey>>& keys,
                                  LogBase& log);
 

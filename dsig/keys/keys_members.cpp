@@ -16,7 +16,8 @@ namespace vantrel {
 
 namespace {
 
-// The array takes over one reference of each key.
+// The array takes over one reference of each key. Certificates and origins stay behind: whoever
+// asks these members wants the keys alone.
 void handOver(std::vector<dsig::CandidateKey>& candidates, ExtPtrArrayRc& keys) {
     for (dsig::CandidateKey& candidate : candidates) {
         keys.appendRefCounted(candidate.key.release());
@@ -25,22 +26,26 @@ void handOver(std::vector<dsig::CandidateKey>& candidates, ExtPtrArrayRc& keys) 
 
 } // namespace
 
+// The query borrows from this object, and is of use until the selection or a key changes.
 dsig::KeyQuery ClsXmlDSig::keyQuery(bool keyInfoOnly) {
     dsig::KeyQuery query;
     query.document = document();
     query.selection = selection();
     query.numSignatures = m_signatures.getSize();
     query.store = getSystemCertsPtr();
+    // Null where the caller has set none for this index.
     query.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
     query.keyForAll = m_state->keyForAll.get();
     query.keyInfoOnly = keyInfoOnly;
     return query;
 }
 
+// The caller takes over the reference; null when there is no such element.
 ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
     return dsig::keyInfoOf(selection(), m_signatures.getSize(), log).release();
 }
 
+// What had to be overlooked is dropped: there is no verification whose report could name it.
 bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
     dsig::CodeSet leniencies;
     std::vector<dsig::CandidateKey> found =
@@ -49,6 +54,8 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
     return keys.getSize() > 0;
 }
 
+// Keys found before a failure are handed over too. The walk never asks for the caller's keys, so
+// the flag of the query has no effect.
 bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     dsig::CodeSet leniencies;
     std::vector<dsig::CandidateKey> found;
@@ -61,6 +68,8 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromX509(VantrelX509& cert, LogBase& log) {
     return dsig::publicKeyFromX509(cert, log).release();
 }
 
+// The members that look up one name hand over the reference of a key that is new for each call;
+// null when nothing is found or the certificate gives no key.
 ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(const StringBuffer& issuerCn,
                                                             const StringBuffer& serialHex,
                                                             LogBase& log) {
@@ -97,6 +106,7 @@ bool ClsXmlDSig::getCertBySKI(const StringBuffer& ski, StringBuffer& out, LogBas
                                       out, log);
 }
 
+// Certificates found before a failure are handed out too.
 bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
     std::vector<StringBuffer> found;
     const bool ok = dsig::certificatesFromKeyInfo(keyQuery(true), keyInfo, found, log);
@@ -110,6 +120,7 @@ bool ClsXmlDSig::processCertBase64(StringBuffer& base64, dsig::SeenCertificates&
                                    LogBase& log) {
     const dsig::CertificateCache::Entry entry =
         dsig::certificateOfText(structure().certificates, base64, log);
+    // The caller's text becomes the one that was decoded, without references to carriage returns.
     base64 = entry->base64;
     return dsig::processCertificate(*entry, seen, log);
 }

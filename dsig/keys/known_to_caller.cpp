@@ -29,12 +29,15 @@ bool equal(const DsaKeyData& one, const DsaKeyData& other) noexcept {
            equal(one.y(), other.y());
 }
 
+// Points are in uncompressed encoding, however the keys wrote them.
 bool equal(const EccVerifier& one, const EccVerifier& other) noexcept {
     return one.curve() == other.curve() && equal(one.point(), other.point());
 }
 
 } // namespace
 
+// The other numbers of a key are left out, since a view cannot join them; where two keys share this
+// one, isSameKey decides.
 ByteView distinctiveNumber(const _vlPublicKey& key) noexcept {
     switch (key.kind()) {
     case KeyKind::Rsa: return key.getRsaKeyPtr()->modulus();
@@ -45,6 +48,7 @@ ByteView distinctiveNumber(const _vlPublicKey& key) noexcept {
     return {};
 }
 
+// A key of no kind equals nothing, not even another such.
 bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
     if (one.kind() != other.kind()) {
         return false;

@@ -12,10 +12,13 @@ class _vlPublicKey;
 // What a document carries and the caller handed over as well does not rest on the document alone.
 namespace dsig {
 
-// A number of the key in which different keys hardly ever agree; a view into it.
+// A number of the key in which different keys hardly ever agree; a view into it. The RSA modulus, y
+// of DSA, or the point on the curve; empty without a key.
 [[nodiscard]] ByteView distinctiveNumber(const _vlPublicKey& key) noexcept;
+// Whether both are the same public key, with all its parameters; false where one of them is none.
 [[nodiscard]] bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept;
-// Whether the store (may be null) holds this very certificate.
+// Whether the store (may be null) holds this very certificate. Its octets are compared: another
+// certificate with the same names does not count.
 [[nodiscard]] bool storeHolds(SystemCerts* store, const VantrelX509& cert);
 
 } // namespace dsig

@@ -9,6 +9,7 @@ namespace vantrel::dsig {
 
 namespace {
 
+// Far above any chain in use. The error line names the number as well.
 constexpr int kMaxPathCertificates = 100;
 
 // The base64 of the last certificate of a PKI path: a DER sequence of certificates, the signer's
@@ -34,6 +35,8 @@ bool pkiPathV1_to_cert(const StringBuffer& in, StringBuffer& out, LogBase& log) 
     }
     path->getChild2(path->get_NumChildren() - 1);
     log.LogInfo("Getting last cert from X509PKIPathv1...");
+    // The rendering was an exact one, so these are the very bytes of the token: the signature of
+    // the certificate still fits them.
     AsnXmlCodec::xmlToDer(*path, der, log);
     der.encodeDB("base64", out);
     return true;
@@ -42,7 +45,8 @@ bool pkiPathV1_to_cert(const StringBuffer& in, StringBuffer& out, LogBase& log) 
 } // namespace
 
 // The reference need not be a well-behaved one: without an '#' it leads out of the document, and
-// nothing is fetched for a key.
+// nothing is fetched for a key. One substring covers #X509v3, #X509PKIPathv1 and #X509v1 of the
+// token profile.
 bool readTokenReference(const ClsXml& reference, TokenReference& target, LogBase& log) {
     const bool hasUri = reference.getAttrValue("URI", target.uri);
     const bool hasType = reference.getAttrValue("ValueType", target.valueType);

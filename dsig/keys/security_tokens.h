@@ -12,7 +12,8 @@ class LogBase;
 
 namespace dsig {
 
-// A wsse:Reference to a BinarySecurityToken of the same document.
+// A wsse:Reference to a BinarySecurityToken of the same document. Its members mean something only
+// after readTokenReference returned true: then the URI has its '#'.
 struct TokenReference {
     StringBuffer uri; // with its leading '#'
     StringBuffer valueType;
@@ -28,7 +29,8 @@ struct TokenReference {
 // The line that says that the document has no token that would do.
 void logNoToken(LogBase& log);
 
-// `content`, the base64 of a PKI path, becomes the base64 of its last certificate.
+// `content`, the base64 of a PKI path, becomes the base64 of its last certificate. False after an
+// error line, `content` unchanged, for anything else.
 [[nodiscard]] bool takeLastOfPkiPath(StringBuffer& content, LogBase& log);
 
 } // namespace dsig

@@ -26,12 +26,15 @@ void SeenCertificates::makeKeys(LogBase& log) {
         cert.get_SerialNumber(serial, log);
         m_keys.hashAddKey(issuerSerialKey(issuerCn.getUtf8Sb(), serial.getUtf8Sb()).getString());
 
+        // Most specific component first, as an X509SubjectName is written (RFC 4514), for the
+        // components keep their order in the key.
         XString subject;
         cert.getDN(true, true, subject, log, 0);
         StringBuffer subjectKey;
         DistinguishedName::toVlCanonHashKey(subject.getUtf8(), subjectKey, log);
         m_keys.hashAddKey(subjectKey.getString());
     }
+    // Each certificate is turned into texts once, however many names are asked for.
     m_pending.clear();
 }
 

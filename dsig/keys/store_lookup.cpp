@@ -13,6 +13,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// What a look-up by one kind of name is called: in reports, and in the log when a key or a
+// certificate is asked for.
 struct LookUp {
     KeySource source;
     const char* keyContext;
@@ -39,7 +41,11 @@ VantrelX509* findNamed(SystemCerts* store, const CertificateName& name, LogBase&
     }
     switch (name.by) {
     case NamedBy::IssuerSerial:
+        // RFC 5280 4.1.2.2: an issuer gives a serial number once. With only a part of the issuer's
+        // name another certificate may be found; the signature value then says no.
         return store->findX509(name.serialHex.getString(), name.text.getString(), nullptr, log);
+    // Several certificates may have this subject, such as a renewed one; the store gives that which
+    // was added first.
     case NamedBy::SubjectName: {
         const XString dn(name.text.view());
         XString values;

@@ -10,7 +10,8 @@
 
 namespace vantrel::dsig {
 
-// A certificate of the store, which owns it; null when there is no store or nothing is found.
+// A certificate of the store, which owns it; null when there is no store or nothing is found. That
+// it was found does not say who signed: the document chose the name.
 [[nodiscard]] VantrelX509* findNamed(SystemCerts* store, const CertificateName& name, LogBase& log);
 
 // Its key, in a log context of its own; the candidate's key is null when there is none.

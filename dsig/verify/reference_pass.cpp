@@ -8,6 +8,8 @@ void splitDirs(const XString& list, ExtPtrArraySb& dirs) {
     list.getUtf8Sb().split(dirs, ';', true, true);
 }
 
+// XML Signature 3.2.1. A signature without references does not come here: verifySelection refuses
+// it, for it would pass and cover nothing.
 bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, SignatureReport& report,
                         LogBase& log) {
     log.LogDataX("externalRefDirs", query.externalDirs);
@@ -25,16 +27,19 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
             query.document, selection, index, {query.externalData, selection.index, &dirs}};
         ReferenceReport result = checkReference(reference, rules, log);
         const bool failed = !result.matched();
+        // Data that nobody gave can be forgiven, a digest that differs cannot.
         const bool counts = !(result.dataMissing && query.ignoreMissing);
         report.reference(index) = std::move(result);
         if (!failed) {
             continue;
         }
+        // Written for what is forgiven as well: the log says of every reference what became of it.
         log.LogError("Failed to verify reference digest");
         log.LogDataLong("referenceIndex", index);
         failures += counts ? 1 : 0;
     }
     if (failures > 0) {
+        // Of those that count.
         log.LogDataLong("refFailureCount", failures);
         return false;
     }

@@ -9,7 +9,7 @@
 
 namespace vantrel::dsig {
 
-// What all references of a signature are checked with.
+// What all references of a signature are checked with. Borrowed; the selection has a signature.
 struct ReferencePassQuery {
     Document* document;
     const Selection& selection;
@@ -19,7 +19,8 @@ struct ReferencePassQuery {
 };
 
 // Checks every reference, whatever became of those before it, and reports each. False when one
-// failed that counts. `rules` become what the checks found them to be.
+// failed that counts. `rules` become what the checks found them to be. Each failure has its error
+// line, also one that does not count.
 [[nodiscard]] bool checkAllReferences(const ReferencePassQuery& query, Rules& rules,
                                       SignatureReport& report, LogBase& log);
 

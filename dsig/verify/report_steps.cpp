@@ -23,21 +23,26 @@ SignatureReport startReport(Document* document, const Selection& selection, cons
     if (document->structure->hasUnreadDeclarations()) {
         report.warnings.add(warning::kExternalDtdNotRead);
     }
+    // What is missing here leaves a field empty; the verification writes the error line when it
+    // comes to it.
     LogNull log;
     report.id = selection.id;
     report.signatureElement = selection.element();
+    // A second look at one signature does not use up the budget of the others.
     document->account.begin(selection.index);
     static_cast<void>(signedInfoField(selection.signature, "SignatureMethod", "Algorithm",
                                       report.signatureMethod, log));
     StringBuffer prefixList;
     static_cast<void>(canonicalizationMethod(selection.signature, report.canonicalizationMethod,
                                              prefixList, log));
+    // Until the time-stamp pass has looked at it.
     if (document->timeStamps.within(*document->structure, report.signatureElement)) {
         report.timestamp = "not-checked";
     }
     return report;
 }
 
+// What a reference names is shown as it is before any transform takes a part of it away.
 void describeUncheckedReferences(Document& document, const Selection& selection,
                                  SignatureReport& report) {
     LogNull log;
@@ -50,6 +55,7 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
         DSigReference reference;
         reference.parseReference(*element, log);
         ReferenceReport& described = report.reference(index);
+        // The URI decides alone: the text that an external one leads to is not fetched.
         described.describe(reference.m_uri, reference.m_digestMethod);
         const ReferenceTarget target = targetOf(reference.m_uri);
         if (target.kind == ReferenceTarget::Kind::External) {
@@ -61,9 +67,11 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
 }
 
 void finishReport(Document* document, std::string_view lastErrorLine, SignatureReport& report) {
+    // A step that knows better has set it: the line of a wrong key is no error line.
     if (!report.valid && report.reason.empty()) {
         report.reason = lastErrorLine;
     }
+    // Warnings stand in the order in which they are added, behind those of the steps before.
     warnOfHash(report.signatureMethod, report);
     if (document != nullptr) {
         warnOfCoverage(*document->structure, report);
@@ -72,6 +80,7 @@ void finishReport(Document* document, std::string_view lastErrorLine, SignatureR
     if (document != nullptr) {
         warnOfStructure(*document, report);
     }
+    // What the keys are that did not verify is no concern of the outcome.
     for (const KeyReport& key : report.keys) {
         if (key.used) {
             warnOfKey(key, report);

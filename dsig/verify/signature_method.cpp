@@ -33,14 +33,18 @@ constexpr MethodName kHashNames[] = {
     {"#md5", kHashMd5},
     {"-md2", kHashMd2},
     {"#md2", kHashMd2},
+    // Behind "#sha384", which begins with it. -1 keeps an algorithm that is named but not there
+    // apart from a method that names none.
     {"#sha3", -1},
 };
 
+// "-rsa-" is that of the RSA-PSS identifiers, "sha256-rsa-MGF1" and its like (RFC 6931 2.3.10).
 constexpr MethodName kKeyTypeNames[] = {
     {"#dsa-", kKeyTypeDsa}, {"#rsa-", kKeyTypeRsa},   {"-rsa-", kKeyTypeRsa},
     {"/rsa-", kKeyTypeRsa}, {"#hmac-", kKeyTypeHmac}, {"#ecdsa-", kKeyTypeEcdsa},
 };
 
+// `otherwise` where the identifier has none of the parts, as one that is empty.
 int firstMatch(const StringBuffer& algorithmUri, std::span<const MethodName> names, int otherwise) {
     for (const MethodName& name : names) {
         if (algorithmUri.containsSubstring(name.part)) {

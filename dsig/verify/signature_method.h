@@ -6,7 +6,7 @@ namespace vantrel {
 class LogBase;
 class StringBuffer;
 
-// Key types of signature methods.
+// Key types of signature methods. EdDSA has none: its methods are of an unknown type.
 inline constexpr int kKeyTypeUnknown = -1;
 inline constexpr int kKeyTypeRsa = 1;
 inline constexpr int kKeyTypeDsa = 2;

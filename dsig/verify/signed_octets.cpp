@@ -14,6 +14,8 @@ namespace vantrel::dsig {
 
 namespace {
 
+// XML Signature 4.4.1: sets the canonicalizer up as the signature asks for, and as the rules in
+// force change it. `algorithm` := the identifier as written.
 bool configure(const Selection& selection, const Rules& rules, StringBuffer& algorithm,
                XmlCanon& canonicalizer, CodeSet& leniencies, LogBase& log) {
     StringBuffer prefixList;
@@ -24,6 +26,8 @@ bool configure(const Selection& selection, const Rules& rules, StringBuffer& alg
     if (!prefixList.isEmpty()) {
         setPrefixList(canonicalizer, prefixList);
     }
+    // "xml-c14n11" is among the inclusive names and is read as Canonical XML 1.0; the two differ in
+    // how attributes of the xml: prefix are inherited.
     canonicalizer.m_method = kInclusive;
     if (!namesInclusive(algorithm)) {
         if (namesExclusive(algorithm)) {
@@ -37,12 +41,14 @@ bool configure(const Selection& selection, const Rules& rules, StringBuffer& alg
     }
     canonicalizer.m_withComments = algorithm.containsSubstringNoCase("WithComments");
     configureAttrSort(canonicalizer, rules, log);
+    // Signers of this profile left the namespaces of its ancestors out of SignedInfo.
     if (rules.skXmlSignedDoc) {
         canonicalizer.m_signedDocFlag = false;
     }
     return true;
 }
 
+// `offset`: where SignedInfo's start tag begins in `text`. `failure`: the error line.
 bool canonicalizeFrom(const StringBuffer& text, std::uint32_t offset, XmlCanon& canonicalizer,
                       StringBuffer& out, const char* failure, LogBase& log) {
     if (!canonicalizer.xmlCanonicalize(text, nullptr, offset, out, log)) {
@@ -56,6 +62,8 @@ bool canonicalizeFrom(const StringBuffer& text, std::uint32_t offset, XmlCanon& 
 bool takeInvoiceHash(Document& document, const Selection& selection, const DSigReference& first,
                      SignedOctets& out, CodeSet& leniencies, LogBase& log) {
     leniencies.add(accommodation::kZatcaRules);
+    // Of the first reference as the tree has it, whose digest the reference pass has compared where
+    // it was asked for.
     const Ref<ClsXml> reference = referenceElement(&document, selection, 0, log);
     if (!reference) {
         log.LogError("Failed to get first reference for signature verification.");
@@ -83,6 +91,8 @@ bool takeInvoiceHash(Document& document, const Selection& selection, const DSigR
     return true;
 }
 
+// Which text SignedInfo stands in decides which namespaces it inherits (Canonical XML 1.0, 2.4):
+// signers that digest a cut-out canonicalize SignedInfo in the same one.
 bool runRoute(Document& document, const Selection& selection, const Rules& rules,
               const XmlSigLocate& locator, const DSigReference& first, XmlCanon& canonicalizer,
               SignedOctets& out, CodeSet& leniencies, LogBase& log) {
@@ -91,6 +101,7 @@ bool runRoute(Document& document, const Selection& selection, const Rules& rules
     const xml::ElementId signedInfo = structure.elementAtSourceOffset(locator.m_signedInfoStart);
     const std::uint32_t start = signedInfo != xml::kNoElement ? structure.element(signedInfo).start
                                                               : locator.m_signedInfoStart;
+    // A DTE behind SignedInfo cannot hold it, and the difference below would wrap.
     if (rules.siiDocument && !rules.siiDteXml.isEmpty() && rules.siiDteOffset != 0 &&
         rules.siiDteOffset < start) {
         out.route = "sii";
@@ -98,6 +109,8 @@ bool runRoute(Document& document, const Selection& selection, const Rules& rules
                                 out.text, "Failed to canonicalize sii.cl SignedInfo fragment.",
                                 log);
     }
+    // The doda element is found by a search of the text, which markup can mislead; what was found
+    // counts only where it is a whole element.
     if (rules.satDoda) {
         out.route = "doda";
         WorkingText doda(document.structure, document.account);
@@ -107,10 +120,13 @@ bool runRoute(Document& document, const Selection& selection, const Rules& rules
             log.LogError(failure);
             return false;
         }
+        // Where the element begins behind SignedInfo the difference wraps to an offset past the end
+        // of any such text, and the canonicalizer refuses it.
         return canonicalizeFrom(doda.text(), start - range.start, canonicalizer, out.text, failure,
                                 log);
     }
     if (!rules.zatca) {
+        // Its own text is what is canonicalized, so it is not parsed again.
         canonicalizer.m_document = document.structure;
         return canonicalizeFrom(structure.sourceText(), locator.m_signedInfoStart, canonicalizer,
                                 out.text, "Failed to canonicalize SignedInfo fragment.", log);
@@ -124,6 +140,7 @@ bool runRoute(Document& document, const Selection& selection, const Rules& rules
 bool makeSignedOctets(Document& document, const Selection& selection, const Rules& rules,
                       const XmlSigLocate& locator, const DSigReference& first, SignedOctets& out,
                       CodeSet& leniencies, LogBase& log) {
+    // By the ZATCA rules the value is not over SignedInfo, and the log does not show it as such.
     if (!rules.zatca) {
         log.LogBracketed("signedInfo", document.structure->sourceText().view().substr(
                                            locator.m_signedInfoStart, locator.m_signedInfoLength));

@@ -16,11 +16,13 @@
 
 namespace vantrel::dsig {
 
-// What a signature value is computed over.
+// What a signature value is computed over. It owns its texts. An HMAC is over `text` by every
+// route; a public-key signature is over octets().
 struct SignedOctets {
     // The canonical SignedInfo or, by the ZATCA rules, the first reference's DigestValue as
     // written.
     StringBuffer text;
+    // Empty by every other route.
     DataBuffer invoiceHash; // by the ZATCA rules: the text decoded
     // Which text SignedInfo was canonicalized in: "document", "sii", "doda"; or "zatca".
     std::string_view route = "document";
@@ -34,7 +36,8 @@ struct SignedOctets {
 };
 
 // Makes them, by the route that the rules in force ask for. `locator` has found the signature,
-// `first` is its first reference. False after an error line.
+// `first` is its first reference. False after an error line. `out` is then of no use. `leniencies`
+// gets a canonicalization method that is not known, and the ZATCA rules.
 [[nodiscard]] bool makeSignedOctets(Document& document, const Selection& selection,
                                     const Rules& rules, const XmlSigLocate& locator,
                                     const DSigReference& first, SignedOctets& out,

@@ -43,7 +43,10 @@ KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& l
 }
 
 // The keys that were checked against one signature value. Neither the order of the candidates nor
-// what is said of each changes when an equal one takes over the verdict of the first.
+// what is said of each changes when an equal one takes over the verdict of the first. A KeyInfo
+// that repeats one key a thousand times so costs one key operation. Keys that share their
+// distinctive number only, such as one modulus with several exponents, are told apart by isSameKey.
+// The keys are borrowed from the candidates.
 class CheckedKeys {
 public:
     // The verdict on an equal key; nothing when this is the first.
@@ -81,6 +84,7 @@ bool mayCheck(const ValueQuery& query, const ClsPublicKey& key, ValueOutcome& ou
     return !outcome.limitPassed;
 }
 
+// The first key that verifies ends the search: what a later one would say changes nothing.
 void noteVerified(std::size_t index, ValueOutcome& outcome) noexcept {
     outcome.verified = true;
     outcome.usedIndex = static_cast<int>(index);
@@ -114,6 +118,7 @@ ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> k
         const ClsPublicKey& key = *keys[i].key;
         RsaKeyData* const rsa = key.key().getRsaKeyPtr();
         if (rsa == nullptr) {
+            // The error line is to be the reason of a failure, and not the wrong key before it.
             outcome.wrongKey = false;
             log.LogError("Public key is not an RSA key.");
             continue;
@@ -152,6 +157,7 @@ struct QuietKind {
     bool (*verify)(const ValueQuery& query, const _vlPublicKey& key, LogBase& log);
 };
 
+// What cannot be checked leaves `verified` false, here and below.
 bool verifyWithDsaKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& log) {
     bool verified = false;
     DsaVerifier::verifyHash(*key.getDsaKeyPtr(), query.signature.getData2(),
@@ -180,6 +186,7 @@ ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
     CheckedKeys checked;
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (!keys[i].key) {
+            // Kept: a candidate without a key ends the search of these kinds, not that of RSA.
             outcome.endedEarly = true;
             return outcome;
         }
@@ -190,6 +197,7 @@ ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
         if (!mayCheck(query, key, outcome, log)) {
             return outcome;
         }
+        // Noted before the check is made: after a success nobody asks any more.
         checked.add(key, KeyVerdict::Failed);
         if (rule.verify(query, key.key(), quiet)) {
             noteVerified(i, outcome);
@@ -204,6 +212,8 @@ ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
 
 } // namespace
 
+// The identifier alone says of which type a key has to be; one of another type is never tried, so
+// no number of a key is read as that of another algorithm.
 ValueOutcome tryKeys(const ValueQuery& query, std::span<const CandidateKey> keys, LogBase& log) {
     switch (query.keyType) {
     case kKeyTypeRsa: return tryRsaKeys(query, keys, log);
@@ -218,6 +228,7 @@ ValueOutcome tryKeys(const ValueQuery& query, std::span<const CandidateKey> keys
 
 bool tryHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
              const StringBuffer& given, LogBase& log) {
+    // A text of 2 GiB or more has a negative length here, which doHMAC refuses.
     DataBuffer mac;
     if (!Hmac::doHMAC(text.getString(), static_cast<int>(text.getSize()), key.getData2(),
                       static_cast<int>(key.getSize()), hashAlg, mac, log)) {
@@ -228,6 +239,7 @@ bool tryHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
     mac.encodeDB("base64", expected);
     StringBuffer trimmed = given;
     trimmed.trim2();
+    // In constant time: how long a refusal takes must not tell how much of a guess was right.
     const bool verified =
         crypto::constantTimeEqual(asBytes(expected.view()), asBytes(trimmed.view()));
     if (!verified) {

@@ -16,7 +16,8 @@ namespace vantrel::dsig {
 // The line of the log for a key that is not the signer's, which is no error line.
 inline constexpr const char* kWrongKeyLine = "Not the correct key.";
 
-// A signature value, and what it is checked against. Everything in it is borrowed.
+// A signature value, and what it is checked against. Everything in it is borrowed. The hash and the
+// type of key are those that the identifier names, so nothing in a key can change them.
 struct ValueQuery {
     const StringBuffer& signatureMethod; // its identifier
     int keyType;                         // that it names (signature_method.h)
@@ -25,9 +26,12 @@ struct ValueQuery {
     const DataBuffer& hash; // of them; empty when the method names no digest
     const DataBuffer& signature;
     KeyAccount& account; // begun for the signature
+    // The limit of that account, for all signatures of the document together.
     std::uint64_t mostKeyOperations;
 };
 
+// What became of the search. Only `verified` says that the value is right; the rest is for the
+// report and the log.
 struct ValueOutcome {
     bool verified = false;
     int usedIndex = -1;       // of the candidate that verified; -1 for none

@@ -22,7 +22,8 @@ namespace vantrel::dsig {
 
 namespace {
 
-// The signature value as it stands in the document, and what it is to be checked over.
+// The signature value as it stands in the document, and what it is to be checked over. Filled step
+// by step; a later step reads what an earlier one wrote.
 struct SignedValue {
     SignedOctets octets;
     StringBuffer text; // base64
@@ -33,6 +34,7 @@ struct SignedValue {
     DataBuffer hash; // of the octets; empty when the method names no digest
 };
 
+// False ends the verification: no key is tried for a signature whose time-stamp does not hold.
 bool passTimestamp(const VerifyQuery& query, const XmlSigLocate& locator, SignatureReport& report,
                    LogBase& log) {
     const std::optional<TimestampResult> result = timestampPass(
@@ -44,12 +46,15 @@ bool passTimestamp(const VerifyQuery& query, const XmlSigLocate& locator, Signat
     report.timestampTime = result->time;
     report.timestampAuthority = result->authority;
     report.timestampTrusted = result->trusted;
+    // The token is sound in itself, but no certificate of the store vouches for its signer: anybody
+    // can run such an authority.
     if (result->valid && !result->trusted) {
         report.warnings.add(warning::kTimestampAuthorityNotChecked);
     }
     return result->valid;
 }
 
+// XML Signature 3.2.2, with the canonical SignedInfo or what a profile puts in its place.
 bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
                       const DSigReference& first, SignedValue& value, SignatureReport& report,
                       LogBase& log) {
@@ -57,6 +62,8 @@ bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSig
                           report.accommodations, log)) {
         return false;
     }
+    // The value vouches for the first digest alone: every other reference can be exchanged together
+    // with its digest.
     if (value.octets.isInvoiceHash()) {
         for (ReferenceReport& reference : report.references) {
             reference.isSigned = reference.index == 0;
@@ -65,6 +72,7 @@ bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSig
     return true;
 }
 
+// XML Signature 4.3. The text is kept beside the bytes, since an HMAC is compared as text.
 bool readValue(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     if (!signatureValue(query.selection.signature, value.text, log)) {
         log.LogError("Unable to find the SignatureValue element.");
@@ -78,6 +86,8 @@ bool readValue(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     return true;
 }
 
+// XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
+// is nothing that the value could be checked with.
 bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     if (!signedInfoField(query.selection.signature, "SignatureMethod", "Algorithm", value.method,
                          log)) {
@@ -86,6 +96,8 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     }
     log.LogDataSb("SignatureMethod", value.method);
     value.hashAlg = signatureMethodToHashAlg(value.method, log);
+    // Refused before any key is tried: a hash that cannot be computed would look like a value that
+    // is wrong.
     if (value.hashAlg < 0) {
         log.LogError("Hash algorithm not implemented yet by Vantrel.");
         return false;
@@ -104,7 +116,9 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     return true;
 }
 
-// True when a value could be looked at.
+// True when a value could be looked at. The secret is the caller's and never one of the document's:
+// whoever rewrites the method of a public-key signature to an HMAC, in order to use the public key
+// as the secret, gains nothing by it.
 bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
                LogBase& log) {
     if (query.hmacKey.isEmpty()) {
@@ -115,27 +129,32 @@ bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureRepo
     KeyReport key;
     key.source = keysource::kExplicit.name;
     key.type = "HMAC";
+    // The secret itself is in no report, only its size.
     key.bits = static_cast<int>(query.hmacKey.getSize()) * 8;
     key.used = report.valid;
     report.keys = {key};
     return true;
 }
 
+// False where there is no key at all, or the search ended without a word on the value.
 bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
                    LogBase& log) {
     const std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
+    // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {
         log.LogError("No public key available to verify signature.");
         return false;
     }
     KeyAccount& account = query.document->keyAccount;
+    // What an earlier verification of this signature took is given back before keys are tried.
     account.begin(query.selection.index);
     const ValueOutcome outcome =
         tryKeys({value.method, value.keyType, value.hashAlg, value.octets, value.hash, value.value,
                  account, query.limits.keyOperations},
                 keys, log);
     report.valid = outcome.verified;
+    // The line of a wrong key is no error line, so the log's last one would name something else.
     if (outcome.wrongKey && !outcome.limitPassed) {
         report.reason = kWrongKeyLine;
     }
@@ -156,10 +175,12 @@ bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& re
         return false;
     }
     log.LogDataSb("SignatureId", query.selection.id);
+    // Such a SignedInfo could verify, and would say nothing of the document.
     if (numReferences(*query.selection.signature) == 0) {
         log.LogError("There are no references.");
         return false;
     }
+    // A digest that differs settles the outcome before a key operation is spent, and is summarised.
     if (query.checkReferences &&
         !checkAllReferences({query.document, query.selection, query.externalData,
                              query.externalDirs, query.ignoreMissing},
@@ -167,6 +188,7 @@ bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& re
         return true;
     }
 
+    // Each step writes its own error line, and needs what those before it have found.
     DSigReference first;
     XmlSigLocate locator;
     SignedValue value;

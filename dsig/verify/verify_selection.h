@@ -32,7 +32,8 @@ struct VerifyQuery {
 // The verification of one signature (XML Signature, section 3.2): its references first, where that
 // is asked for, then its time-stamp, then its value. Fills `report`, which startReport has made;
 // `rules` become what the steps found them to be. True when the outcome is to be summarised in the
-// log: a verification that ends before the signature value is looked at leaves no such line.
+// log: a verification that ends before the signature value is looked at leaves no such line. The
+// outcome itself is `report.valid`, which stays false until a key has verified the value.
 bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& report, LogBase& log);
 
 } // namespace vantrel::dsig

@@ -13,7 +13,9 @@ namespace vantrel::dsig {
 
 namespace {
 
-// What is time-stamped is named by its Id, and must stand in the text itself.
+// What is time-stamped is named by its Id, and must stand in the text itself. A SignatureValue that
+// comes from an entity has no place in the text, and the time-stamp would name what a reader of the
+// text cannot find.
 bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator, StringBuffer& id,
                           LogBase& log) {
     const Ref<ClsXml> value = Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignatureValue"));
@@ -37,6 +39,7 @@ bool findSignatureValueId(const ClsXml& signature, const XmlSigLocate& locator, 
 StringBuffer requestToken(const ClsXml& signature, const StringBuffer& signatureValueId,
                           ClsJsonObject& request, const _clsCades& options, LogBase& log) {
     DataBuffer data;
+    // The method is the one that the fragment declares in its CanonicalizationMethod.
     data.append(stampedValue(signature.document(), kExclusive, signatureValueId, log));
     DataBuffer token;
     static_cast<void>(Pkcs7SignedData::getTimestampToken(request, data, options, token, log));
@@ -47,6 +50,7 @@ StringBuffer requestToken(const ClsXml& signature, const StringBuffer& signature
 
 } // namespace
 
+// At any depth and of any kind: all time-stamps of XAdES keep their token in this element.
 bool hasTimestamp(const ClsXml* signature, LogBase& log) {
     if (signature == nullptr) {
         log.LogError("No signature at the selector index.");
@@ -73,6 +77,7 @@ bool addTimestamp(Document* document, const Selection& selection, ClsJsonObject&
     XmlSigLocate locator;
     locator.m_recordLocations = true;
     DSigReference first;
+    // A signature without an Id is found by its first reference's digest.
     if ((selection.id.isEmpty() && !parseFirstReference(document, selection, first, log)) ||
         !locateSelectedSignature(selection, first.m_digestValue, locator, log)) {
         return false;
@@ -83,10 +88,13 @@ bool addTimestamp(Document* document, const Selection& selection, ClsJsonObject&
     if (!findSignatureValueId(signature, locator, signatureValueId, log)) {
         return false;
     }
+    // The text as it was loaded, entities and line ends included: no byte but the addition may
+    // differ, or the digests of the document would.
     StringBuffer stamped = signature.document()->sourceText();
     TimestampFragment fragment = makeTimestampFragment(signature, selection.id, locator, stamped);
     const StringBuffer token = requestToken(signature, signatureValueId, request, options, log);
     fragment.xml.replaceFirstOccurance(kTokenMark, token.getString(), false);
+    // Offset 0 stands for no place, for the root element begins there at the earliest.
     if (fragment.offset != 0) {
         stamped.removeChunk(fragment.offset, fragment.replaced);
         stamped.insertAt(fragment.xml, fragment.offset);

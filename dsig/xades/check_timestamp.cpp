@@ -29,6 +29,7 @@ void logTimestampFailure(LogBase& log) {
 bool verifyToken(const StringBuffer& token, const _clsCades& options, SystemCerts* store,
                  DataBuffer& content, TimestampResult& result, LogBase& log) {
     DataBuffer der;
+    // What cannot be decoded is no message, and is refused as such.
     ContentCoding::decodeBase64ToDb(token.getString(), token.getSize(), der);
     Pkcs7SignedData signedData;
     bool unused = false;
@@ -49,6 +50,9 @@ bool verifyToken(const StringBuffer& token, const _clsCades& options, SystemCert
     return true;
 }
 
+// RFC 3161 2.4.2: messageImprint is the first SEQUENCE inside TSTInfo, behind a version and a
+// policy that are none; in it stand the algorithm's SEQUENCE and an OCTET STRING. The rendering
+// names elements by their types, so the paths below follow that order.
 bool readImprint(const DataBuffer& tstInfo, Imprint& imprint, LogBase& log) {
     StringBuffer xml;
     if (!AsnXmlCodec::derToXml(tstInfo, true, false, xml, nullptr, log)) {
@@ -83,7 +87,9 @@ bool readImprint(const DataBuffer& tstInfo, Imprint& imprint, LogBase& log) {
     return true;
 }
 
-// The method by which the SignatureValue was canonicalized for the time-stamp.
+// The method by which the SignatureValue was canonicalized for the time-stamp. Whatever is not
+// exclusive counts as inclusive, a missing element included (the default is Canonical XML 1.0). A
+// wrong choice makes the digests differ and accepts nothing.
 std::int32_t timeStampCanonMethod(const ClsXml& signature, LogBase& log) {
     const Ref<ClsXml> stamp =
         Ref<ClsXml>::adopt(signature.searchForTag(nullptr, "*:SignatureTimeStamp"));
@@ -153,6 +159,7 @@ std::optional<TimestampResult> checkLocated(const Document& document, const XmlS
     if (locator.m_sigStart >= source.size()) {
         return std::nullopt;
     }
+    // A copy of the signature alone, so that no search for a tag can run on into what follows it.
     const StringBuffer text(source.substr(locator.m_sigStart, locator.m_sigLength));
     if (log.verbose()) {
         log.LogBracketed("signature", text.view());
@@ -160,6 +167,7 @@ std::optional<TimestampResult> checkLocated(const Document& document, const XmlS
     if (!text.containsSubstring("EncapsulatedTimeStamp")) {
         return std::nullopt;
     }
+    // Parsed alone as well: what is looked up in this tree cannot be another signature's.
     const Ref<ClsXml> signature = Ref<ClsXml>::adopt(ClsXml::createNewCls());
     if (!signature) {
         return TimestampResult{};
@@ -192,6 +200,7 @@ std::optional<TimestampResult> checkTimestamp(
     if (!captureTagContent("EncapsulatedTimeStamp", text, token)) {
         return std::nullopt;
     }
+    // There is a time-stamp: from here on a failure is an empty result, which is not valid.
     DataBuffer tstInfo;
     Imprint imprint;
     TimestampResult found;
@@ -200,6 +209,8 @@ std::optional<TimestampResult> checkTimestamp(
         return TimestampResult{};
     }
     StringBuffer signatureValue;
+    // The text has nothing that it could be over. timestampPass asks the tree before it takes this
+    // for the absence of a time-stamp.
     if (!captureTagContent("SignatureValue", text, signatureValue)) {
         return std::nullopt;
     }
@@ -219,11 +230,13 @@ std::optional<TimestampResult> checkTimestamp(
 std::optional<TimestampResult> timestampPass(Document& document, const Selection& selection,
                                              const XmlSigLocate& locator, const _clsCades& options,
                                              SystemCerts* store, LogBase& log) {
+    // Without the option the report keeps the word that startReport gave it.
     if (!log.options().containsSubstringNoCase("VerifyEncapsulatedTimeStamp")) {
         return std::nullopt;
     }
     const LogContextExitor context(log, "checkEncapsulatedTimeStamp");
     std::optional<TimestampResult> result = checkLocated(document, locator, options, store, log);
+    // If this passed for absence, a signer's damaged time-stamp could be hidden in an entity.
     if (!result && selection.signature != nullptr &&
         hasTimestampToCheck(document, *selection.signature)) {
         log.LogError("A part of the time-stamp comes from an entity and cannot be checked.");

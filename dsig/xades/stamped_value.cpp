@@ -9,12 +9,16 @@ StringBuffer stampedValue(const std::shared_ptr<const xml::XmlDocument>& documen
     XmlCanon canonicalizer;
     canonicalizer.m_method = method;
     canonicalizer.m_withComments = false;
+    // The structure is known, so nothing is parsed again.
     canonicalizer.m_document = document;
     StringBuffer canonical;
+    // An Id that stands on two elements is refused: a second element cannot take the place of the
+    // SignatureValue.
     if (!canonicalizer.xmlCanonicalize(document ? document->sourceText() : StringBuffer(),
                                        signatureValueId.getString(), 0, canonical, log)) {
         canonical.clear();
     }
+    // The caller that needs CRLF makes it from this form.
     canonical.toLF();
     return canonical;
 }

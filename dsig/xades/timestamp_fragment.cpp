@@ -17,6 +17,8 @@ namespace vantrel::dsig {
 namespace {
 
 const char* const kExclusiveC14n = "http://www.w3.org/2001/10/xml-exc-c14n#";
+// The properties are written by version 1.3.2 of XAdES; the identifier of the encoding kept the
+// name of version 1.2.2 in it.
 const char* const kXades122 = "http://uri.etsi.org/01903/v1.2.2#";
 const char* const kXades132 = "http://uri.etsi.org/01903/v1.3.2#";
 const char* const kXadesFamily = "http://uri.etsi.org/01903/"; // its versions
@@ -28,6 +30,8 @@ std::string freshId() {
 }
 
 // The prefixes that inserted markup uses, as far as they have to be declared on its first element.
+// Without them the result would not be namespace-well-formed, or a prefix would mean what the
+// document happens to bind it to.
 class Declarations final {
 public:
     // `place`: the element that the markup goes into.
@@ -50,7 +54,8 @@ public:
     }
 
 private:
-    // A prefix that stands for anything but `family` is declared anew.
+    // A prefix that stands for anything but `family` is declared anew. A document in another
+    // version of XAdES keeps its own: the addition joins what is there.
     void add(const ClsXml& place, const char* prefix, std::string_view name,
              std::string_view family) {
         std::string_view bound;
@@ -63,11 +68,14 @@ private:
     std::map<std::string, std::string> m_missing;
 };
 
+// `declarations`: attributes, each with a space before it; or empty.
 std::string enclose(const std::string& element, const std::string& declarations,
                     const std::string& content) {
     return "<" + element + declarations + ">" + content + "</" + element + ">";
 }
 
+// ETSI TS 101 903, SignatureTimeStamp. The containers around it are unsigned: digests over
+// SignedProperties, or over a document without its signature, stay what they were.
 std::string signatureTimeStamp(const std::string& declarations) {
     return "<xades:SignatureTimeStamp Id=\"signature-timestamp-" + freshId() + "\"" + declarations +
            "><ds:CanonicalizationMethod Algorithm=\"" + kExclusiveC14n +
@@ -88,10 +96,13 @@ std::string qualifyingProperties(const ClsXml& signature, const StringBuffer& si
     declarations.drop("xades");
     std::string xml = "<xades:QualifyingProperties";
     const XString xmlnsXades("xmlns:xades");
+    // Whatever the Signature element binds the prefix to itself, it is not bound anew.
     if (!signature.HasAttribute(xmlnsXades)) {
         xml += std::string(" xmlns:xades=\"") + kXades132 + "\"";
     }
     xml += declarations.text();
+    // Target names the signature. The Id was read with its references resolved, so it is escaped
+    // again: a quote in it must not end the attribute.
     if (!signatureId.isEmpty()) {
         xml += " Target=\"#";
         xml::appendAttributeEscaped(signatureId.view(), xml);
@@ -100,6 +111,7 @@ std::string qualifyingProperties(const ClsXml& signature, const StringBuffer& si
     return xml + ">" + unsignedProperties("") + "</xades:QualifyingProperties>";
 }
 
+// With the prefix of the Signature element, for an Object belongs to the same namespace.
 std::string newObject(const ClsXml& signature, const StringBuffer& signatureId) {
     StringBuffer prefix;
     signature.getTagNamespace(prefix);
@@ -112,7 +124,7 @@ std::string newObject(const ClsXml& signature, const StringBuffer& signatureId) 
 }
 
 // The offset of the '>' that ends the tag at `tag`; npos when it has none. Attribute values are
-// passed over.
+// passed over. A '>' may stand in a value as it is.
 std::size_t endOfTag(std::string_view document, std::uint32_t tag) {
     char quote = 0;
     for (std::size_t at = tag; at < document.size(); ++at) {
@@ -135,6 +147,8 @@ TimestampFragment asFirstContent(const std::string& xml, std::string_view docume
     if (close == std::string_view::npos) {
         return {};
     }
+    // An empty-element tag is opened instead: "/>" gives way to ">", the addition and an end tag of
+    // the same name.
     if (document[close - 1] != '/') {
         return {StringBuffer(xml), static_cast<std::uint32_t>(close + 1), 0};
     }
@@ -143,6 +157,7 @@ TimestampFragment asFirstContent(const std::string& xml, std::string_view docume
     return {StringBuffer(">" + xml + "</" + name + ">"), static_cast<std::uint32_t>(close - 1), 2};
 }
 
+// `xml` behind the element that begins at `start` and has `length` bytes.
 TimestampFragment behind(const std::string& xml, std::uint32_t start, std::uint32_t length) {
     return {StringBuffer(xml), start + length, 0};
 }
@@ -161,7 +176,8 @@ std::string declarationsAt(const ClsXml& signature, std::uint32_t offset) {
 
 } // namespace
 
-// The first case that holds decides; the order matters.
+// The first case that holds decides; the order matters. Innermost container first, so that no
+// second one is made beside one that is there.
 TimestampFragment makeTimestampFragment(const ClsXml& signature, const StringBuffer& signatureId,
                                         const XmlSigLocate& locator, const StringBuffer& document) {
     const std::string_view text = document.view();

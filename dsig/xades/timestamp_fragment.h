@@ -26,12 +26,14 @@ struct TimestampFragment {
 
 // The smallest addition that the signature needs: from a SignatureTimeStamp in properties that are
 // there to a new Object with everything around it. Prefixes that the addition uses and that are not
-// in scope where it goes are declared on it.
+// in scope where it goes are declared on it. `document` is the text that the offsets of `locator`
+// are of, which has recorded the inner parts. `signatureId` is empty for none.
 [[nodiscard]] TimestampFragment makeTimestampFragment(const ClsXml& signature,
                                                       const StringBuffer& signatureId,
                                                       const XmlSigLocate& locator,
                                                       const StringBuffer& document);
 
+// Writes where the parts stand: byte offsets, 0 for one that is absent.
 void logLocations(const XmlSigLocate& locator, LogBase& log);
 
 } // namespace dsig

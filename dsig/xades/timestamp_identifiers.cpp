@@ -8,6 +8,7 @@ namespace vantrel {
 
 namespace {
 
+// Four digits each, so that all identifiers have one length.
 constexpr std::uint32_t kLowest = 1000;
 constexpr std::uint32_t kHighest = 9998;
 constexpr int kParts = 4;
@@ -22,6 +23,8 @@ std::uint32_t _idPart() {
     if (state == 0) {
         state = Psdk::getTickCount();
     }
+    // The product is taken in 64 bits. A seed that is 0 or a multiple of the modulus gives 0, where
+    // the generator would stay.
     state = static_cast<std::uint32_t>(std::uint64_t{Psdk::n1()} * state % Psdk::n2());
     if (state == 0) {
         state = Psdk::getTickCount();

@@ -12,6 +12,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(const StringBuffer& sigXml, const C
     const std::optional<dsig::TimestampResult> result =
         dsig::checkTimestamp(m_xmlRoot != nullptr ? m_xmlRoot->document() : nullptr, sigXml,
                              sigElem, *this, getSystemCertsPtr(), log);
+    // Nothing to check passes: the question is whether a time-stamp speaks against the signature.
     return !result || result->valid;
 }
 
@@ -25,6 +26,7 @@ bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
 bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& json, XString& out, LogBase& log) {
     const LogContextExitor context(log, "addEncapsulatedTimeStamp");
     out.clear();
+    // This object is the CMS options, too: it holds the connection to the authority.
     if (!dsig::addTimestamp(document(), selection(), json, *this, out.getUtf8Sb_rw(), log)) {
         return false;
     }
