@@ -26,12 +26,15 @@ std::uint64_t weigh(std::uint64_t bits, std::uint64_t steps, std::uint64_t commo
 
 // Squarings and multiplications of a square-and-multiply exponentiation.
 std::uint64_t exponentSteps(ByteView exponent) noexcept {
+    if (exponent.empty()) {
+        return kCommonExponentSteps;
+    }
     std::uint64_t steps = exponent.size() * 8;
     for (const std::uint8_t byte : exponent) {
         steps += static_cast<std::uint64_t>(std::popcount(byte));
     }
     // Zero bits above the highest one, that bit itself and its squaring.
-    const int unused = exponent.empty() ? 0 : std::countl_zero(exponent.front());
+    const int unused = std::countl_zero(exponent.front());
     return std::max(kCommonExponentSteps, steps - static_cast<std::uint64_t>(unused) - 2);
 }
 

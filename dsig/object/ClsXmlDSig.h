@@ -90,7 +90,7 @@ public:
     void get_ExternalRefDirs(XString& dirs);
     void put_ExternalRefDirs(XString& dirs);
     /// Why the last reference digest failed: 0 match, 1 mismatch, 2 external data missing or
-    /// unreadable, 3 no such reference, 5 canonicalization failed, 99 other.
+    /// not to be read to its end, 3 no such reference, 5 canonicalization failed, 99 other.
     [[nodiscard]] int get_RefFailReason() const noexcept { return m_refFailReason; }
     /// Missing external data is reported but does not fail a verification.
     [[nodiscard]] bool get_IgnoreExternalRefs() const noexcept { return m_ignoreExternalRefs; }

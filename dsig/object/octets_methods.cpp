@@ -27,7 +27,9 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
-        beginWork(selected);
+        if (document() != nullptr) {
+            document()->account.begin(selected.index);
+        }
         const dsig::ReferenceQuery query{
             document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
         const dsig::ReferenceReport result = dsig::checkReference(query, inForce, m_log);
@@ -48,7 +50,9 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
-        beginWork(selected);
+        if (document() != nullptr) {
+            document()->account.begin(selected.index);
+        }
         for (int index = 0; index < get_NumReferences(); ++index) {
             const dsig::ReferenceQuery query{
                 document(), selected, index, {&m_externalData, m_selector, &dirs}};

@@ -21,10 +21,10 @@ struct ReferenceQuery {
 };
 
 // Checks the digest of a reference; where it does not match, once more with the other attribute
-// order. `rules` becomes what the check found them to be: a retry that helped stays in force for
-// the references behind it, and so do ZATCA rules. The result says how it ended, what of the
-// document the digest covers and which leniencies it took. A check that fails counts against the
-// retries that later references may have.
+// order. `rules` becomes what the check found them to be: the order of a retry stays in force for
+// the references behind it, whether it helped or not, and so do ZATCA rules. The result says how it
+// ended, what of the document the digest covers and which leniencies it took. A check that fails
+// counts against the retries that later references may have.
 [[nodiscard]] ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules,
                                              LogBase& log);
 

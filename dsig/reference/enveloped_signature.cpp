@@ -82,11 +82,10 @@ bool removeEnvelopedSignature(const Selection& selection, const DSigReference& r
         return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
     }
     leniencies.add(accommodation::kEnvelopedExtraRemoved);
-    // Taken out apart, so that the report can name each by its own reason, and first, since it
-    // stands behind the signature.
-    const xml::TextRange following{signature.end(), length - signature.length};
-    return text.takeOut({following}, exclusion::kEnvelopedExtra, log) &&
-           text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
+    const WorkingText::Cut cuts[] = {
+        {signature, exclusion::kEnvelopedSignature},
+        {{signature.end(), length - signature.length}, exclusion::kEnvelopedExtra}};
+    return text.takeOut(cuts, log);
 }
 
 } // namespace vantrel::dsig

@@ -81,6 +81,17 @@ std::size_t endOfElement(const GappedText& searched, std::size_t open) {
     return close == kNone ? kNone : close + 1;
 }
 
+// Adds a stretch to ascending, disjoint ones; those inside it, found before it, are part of it now.
+void insertOver(xml::TextRange block, std::vector<xml::TextRange>& ranges) {
+    std::erase_if(ranges, [block](xml::TextRange one) {
+        return one.start >= block.start && one.end() <= block.end();
+    });
+    const auto place =
+        std::upper_bound(ranges.begin(), ranges.end(), block.start,
+                         [](std::uint32_t start, xml::TextRange one) { return start < one.start; });
+    ranges.insert(place, block);
+}
+
 } // namespace
 
 FoundChunks findEbXmlFragments(std::string_view text, std::span<const xml::TextRange> gaps) {
@@ -88,6 +99,7 @@ FoundChunks findEbXmlFragments(std::string_view text, std::span<const xml::TextR
     FoundChunks found;
     std::vector<xml::TextRange> absent(gaps.begin(), gaps.end()); // those found included
     std::size_t from = 0;
+    std::size_t removed = 0;
     for (;;) {
         const GappedText rest(text, absent);
         const NextActorSearch::Match match = search.find(rest, from);
@@ -106,22 +118,18 @@ FoundChunks findEbXmlFragments(std::string_view text, std::span<const xml::TextR
         if (end == kNone) {
             break;
         }
-        if (found.chunks.size() == kMostFragments) {
+        if (removed == kMostFragments) {
             found.more = true;
             break;
         }
+        ++removed;
         const xml::TextRange block = xml::rangeOf(open, end);
         // GappedText needs its gaps ascending; the blocks are not found in that order, since a
         // match lies behind the start of its block.
-        const auto place = std::upper_bound(
-            absent.begin(), absent.end(), block.start,
-            [](std::uint32_t start, xml::TextRange gap) { return start < gap.start; });
-        absent.insert(place, block);
-        found.chunks.push_back(block);
+        insertOver(block, absent);
+        insertOver(block, found.chunks);
         search.textChanged();
     }
-    std::sort(found.chunks.begin(), found.chunks.end(),
-              [](xml::TextRange one, xml::TextRange other) { return one.start < other.start; });
     return found;
 }
 

@@ -29,8 +29,10 @@ std::vector<TextRange> united(std::vector<TextRange> gaps, const std::vector<Tex
     });
     std::vector<TextRange> rest;
     for (const TextRange range : gaps) {
-        if (rest.empty() || range.start >= rest.back().end()) {
+        if (rest.empty() || range.start > rest.back().end()) {
             rest.push_back(range);
+        } else if (range.start == rest.back().end()) {
+            rest.back().length += range.length; // neighbours are one gap
         }
     }
     return rest;
@@ -84,8 +86,21 @@ bool WorkingText::isElementRun(const XmlDocument& document, TextRange range, Ele
 
 bool WorkingText::takeOut(const std::vector<TextRange>& ranges, std::string_view why,
                           LogBase& log) {
-    if (ranges.empty()) {
+    std::vector<Cut> cuts;
+    cuts.reserve(ranges.size());
+    for (const TextRange range : ranges) {
+        cuts.push_back({range, why});
+    }
+    return takeOut(cuts, log);
+}
+
+bool WorkingText::takeOut(std::span<const Cut> cuts, LogBase& log) {
+    if (cuts.empty()) {
         return true;
+    }
+    std::vector<TextRange> ranges;
+    for (const Cut& cut : cuts) {
+        ranges.push_back(cut.range);
     }
     if (m_loaded == nullptr) {
         cutOut(m_text, ranges);
@@ -110,15 +125,14 @@ bool WorkingText::takeOut(const std::vector<TextRange>& ranges, std::string_view
         }
         runs.emplace_back(first, last);
     }
-    std::vector<TextRange> gaps = united(m_gaps, ranges);
-    for (const auto& [first, last] : runs) {
-        exclude(first, last, why);
+    m_gaps = united(std::move(m_gaps), ranges);
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        exclude(runs[i].first, runs[i].second, cuts[i].why);
     }
     // A gap stays a gap only where the canonicalizer may skip it and get the same octets. Where the
     // characters on its two sides would combine, the text is really cut and parsed again.
-    const bool holes = std::all_of(ranges.begin(), ranges.end(),
-                                   [&](TextRange range) { return xml::isHole(*document, range); });
-    m_gaps.swap(gaps);
+    const bool holes = std::all_of(m_gaps.begin(), m_gaps.end(),
+                                   [&](TextRange gap) { return xml::isHole(*document, gap); });
     if (!holes) {
         cutGaps();
     }
@@ -214,8 +228,6 @@ void WorkingText::setText(StringBuffer& text) {
     m_gaps.clear();
     m_structure.reset();
 }
-
-void WorkingText::rewrite(StringBuffer& text) { setText(text); }
 
 // Elements are named by their numbers in the loaded document, since those of the text change with
 // the next step.

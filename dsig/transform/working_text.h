@@ -50,6 +50,12 @@ public:
     // success.
     [[nodiscard]] bool takeOut(const std::vector<xml::TextRange>& ranges, std::string_view why,
                                LogBase& log);
+    // The same for stretches that go together for reasons of their own.
+    struct Cut {
+        xml::TextRange range;
+        std::string_view why;
+    };
+    [[nodiscard]] bool takeOut(std::span<const Cut> cuts, LogBase& log);
     // Leaves only this stretch of searchable(): one whole element, or the root with what stands
     // around it. False after an error line otherwise, the text unchanged. It is refused where the
     // document type declares attributes: the part would be read without the defaults that belong to
@@ -62,8 +68,6 @@ public:
     // The same where the octets went to a sink; the text is then no longer of use.
     void streamed(std::span<const xml::ElementId> apexes);
     [[nodiscard]] bool wasStreamed() const noexcept { return m_streamed; }
-    // Another text in its place that stands for the same part of the document.
-    void rewrite(StringBuffer& text);
 
     // The structure of searchable(), parsed where it is not known; null after an error line.
     // Elements in gaps are still in it; see isTakenOut. A parse is charged to the account, so null
@@ -113,13 +117,6 @@ private:
     Coverage m_coverage;
     bool m_streamed = false;
 };
-
-// Runs a step on a text that stands alone: step(WorkingText&).
-template <class Step> void onWorkingText(StringBuffer& xml, Step step) {
-    WorkingText text(xml);
-    step(text);
-    xml = text.text();
-}
 
 } // namespace vantrel::dsig
 

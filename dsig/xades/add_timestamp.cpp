@@ -9,6 +9,8 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/xml/locate/XmlSigLocate.h"
 
+#include <string_view>
+
 namespace vantrel::dsig {
 
 namespace {
@@ -93,7 +95,13 @@ bool addTimestamp(Document* document, const Selection& selection, ClsJsonObject&
     StringBuffer stamped = signature.document()->sourceText();
     TimestampFragment fragment = makeTimestampFragment(signature, selection.id, locator, stamped);
     const StringBuffer token = requestToken(signature, signatureValueId, request, options, log);
-    fragment.xml.replaceFirstOccurance(kTokenMark, token.getString(), false);
+    // The mark stands behind all that was taken from the document, whatever an Id may hold.
+    const std::size_t mark = fragment.xml.view().rfind(kTokenMark);
+    if (mark != std::string_view::npos) {
+        fragment.xml.removeChunk(static_cast<std::uint32_t>(mark),
+                                 static_cast<std::uint32_t>(std::string_view(kTokenMark).size()));
+        fragment.xml.insertAt(token, static_cast<std::uint32_t>(mark));
+    }
     // Offset 0 stands for no place, for the root element begins there at the earliest.
     if (fragment.offset != 0) {
         stamped.removeChunk(fragment.offset, fragment.replaced);
