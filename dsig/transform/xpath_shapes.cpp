@@ -100,7 +100,7 @@ ElementWithIdTexts elementWithIdTexts(const StringBuffer& xPath) {
     texts.mustContain.replaceAllOccurances("_cbc_", token(tokens, 7).getString());
     StringBuffer value = token(tokens, 11);
     // Replaced in this order, with the name last, as logs show the text so: a value that holds one
-    // of the placeholders is filled in as well. The result is for the log only.
+    // of the fields is filled in as well. The result is for the log only.
     if (!value.isEmpty()) {
         value.removeCharOccurances('\'');
         texts.mustContain.replaceAllOccurances("_QR_", value.getString());
