@@ -32,7 +32,7 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
         }
         const dsig::ReferenceQuery query{
             document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
-        const dsig::ReferenceReport result = dsig::checkReference(query, inForce, m_log);
+        const dsig::ReferenceResult result = dsig::checkReference(query, inForce, m_log);
         // A digest that does not match is no failure here: whoever looks for the reason wants the
         // octets. Nothing is appended where none could be made.
         return frame.finish(!result.octets.isEmpty() && out.data().append(result.octets));

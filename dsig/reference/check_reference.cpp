@@ -16,7 +16,7 @@ namespace {
 // a transform failed. Retries end once so many references have failed, so that a document of wrong
 // digests costs little more than one of right ones. A null document has no reference and ends at
 // the first test.
-void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, LogBase& log) {
+void retry(const ReferenceQuery& query, Rules& rules, ReferenceResult& result, LogBase& log) {
     log.LogDataLong("invalidDigestReason", publicCode(result.reason));
     if (publicCode(result.reason) != publicCode(RefReason::Mismatch) ||
         !query.document->account.takeRetry(log)) {
@@ -34,7 +34,7 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, L
     }
     // Kept: it stays switched when the retry does not help, too.
     rules.attrSortBug = !wasOn;
-    ReferenceReport second = attemptReference(query, rules, log);
+    ReferenceResult second = attemptReference(query, rules, log);
     if (second.matched()) {
         result = std::move(second);
         if (!wasOn) {
@@ -48,9 +48,9 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceReport& result, L
 
 } // namespace
 
-ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
     const LogContextExitor context(log, "verifyReferenceDigest");
-    ReferenceReport result = attemptReference(query, rules, log);
+    ReferenceResult result = attemptReference(query, rules, log);
     if (!result.matched()) {
         retry(query, rules, result, log);
     }
@@ -60,9 +60,9 @@ ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules, LogBas
     return result;
 }
 
-ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
     const LogContextExitor context(log, "verifyReferenceDigest_inner");
-    ReferenceReport result;
+    ReferenceResult result;
     result.index = query.index;
     result.checked = true;
     // What stands when a check returns without a reason of its own.

@@ -25,12 +25,12 @@ struct ReferenceQuery {
 // the references behind it, whether it helped or not, and so do ZATCA rules. The result says how it
 // ended, what of the document the digest covers and which leniencies it took. A check that fails
 // counts against the retries that later references may have.
-[[nodiscard]] ReferenceReport checkReference(const ReferenceQuery& query, Rules& rules,
+[[nodiscard]] ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules,
                                              LogBase& log);
 
 // One attempt of it. Without the retry and the count. A reference that is not there is a result of
 // its own (NoReference), after an error line.
-[[nodiscard]] ReferenceReport attemptReference(const ReferenceQuery& query, Rules& rules,
+[[nodiscard]] ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules,
                                                LogBase& log);
 
 } // namespace vantrel::dsig

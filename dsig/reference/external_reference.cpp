@@ -84,7 +84,7 @@ DSigRefExternalData* givenData(const ExternalData& external, int index, bool cre
 }
 
 void checkExternalReference(const ReferenceQuery& query, const DSigReference& reference,
-                            const StringBuffer& uri, ReferenceReport& result, LogBase& log) {
+                            const StringBuffer& uri, ReferenceResult& result, LogBase& log) {
     result.covers = "external";
     log.LogDataSb("externalUri", uri);
     const DSigRefExternalData* data = givenData(query.external, query.index, false, log);

@@ -12,7 +12,7 @@ namespace vantrel::dsig {
 // a link that leads out are not found. Transforms are not carried out. `result` gets the reason,
 // dataMissing where there was nothing to digest, and the octets when they are asked for.
 void checkExternalReference(const ReferenceQuery& query, const DSigReference& reference,
-                            const StringBuffer& uri, ReferenceReport& result, LogBase& log);
+                            const StringBuffer& uri, ReferenceResult& result, LogBase& log);
 
 } // namespace vantrel::dsig
 

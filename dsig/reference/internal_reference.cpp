@@ -40,7 +40,7 @@ void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
 
 // What was digested in fact, for the report. It replaces what describeTarget said: the URI names an
 // element, but a transform may have cut the text down further.
-void reportCoverage(const Document& document, Coverage coverage, ReferenceReport& result) {
+void reportCoverage(const Document& document, Coverage coverage, ReferenceResult& result) {
     result.covers = coverage.wholeDocument                ? "document"
                     : coverage.elements.all().size() == 1 ? "element"
                                                           : "elements";
@@ -78,7 +78,7 @@ struct Attempt {
 class InternalCheck {
 public:
     InternalCheck(const ReferenceQuery& query, const DSigReference& reference,
-                  const StringBuffer& fragmentId, Rules& rules, ReferenceReport& result,
+                  const StringBuffer& fragmentId, Rules& rules, ReferenceResult& result,
                   LogBase& log) noexcept
         : m_query(query), m_reference(reference), m_fragmentId(fragmentId), m_rules(rules),
           m_result(result), m_log(log) {}
@@ -285,14 +285,14 @@ private:
     const DSigReference& m_reference;
     const StringBuffer& m_fragmentId;
     Rules& m_rules;
-    ReferenceReport& m_result;
+    ReferenceResult& m_result;
     LogBase& m_log;
 };
 
 } // namespace
 
 void describeTarget(const Document& document, const StringBuffer& fragmentId,
-                    ReferenceReport& result) {
+                    ReferenceResult& result) {
     xml::ElementId element = xml::kNoElement;
     const xml::FragmentTarget target =
         xml::resolveFragment(*document.structure, fragmentId.view(), element);
@@ -308,7 +308,7 @@ void describeTarget(const Document& document, const StringBuffer& fragmentId,
 }
 
 void checkInternalReference(const ReferenceQuery& query, const DSigReference& reference,
-                            const StringBuffer& fragmentId, Rules& rules, ReferenceReport& result,
+                            const StringBuffer& fragmentId, Rules& rules, ReferenceResult& result,
                             LogBase& log) {
     const LogContextExitor context(log, "verifyInternalReference");
     describeTarget(*query.document, fragmentId, result);

@@ -13,13 +13,13 @@ namespace vantrel::dsig {
 // were taken and the octets when they are asked for. A digest that differs leaves the coverage of
 // the plain attempt in it.
 void checkInternalReference(const ReferenceQuery& query, const DSigReference& reference,
-                            const StringBuffer& fragmentId, Rules& rules, ReferenceReport& result,
+                            const StringBuffer& fragmentId, Rules& rules, ReferenceResult& result,
                             LogBase& log);
 
 // What a fragment names in the loaded document, before anything is digested. It is what a report
 // says of a reference that was not checked, or whose check fails early. Errors are not logged here.
 void describeTarget(const Document& document, const StringBuffer& fragmentId,
-                    ReferenceReport& result);
+                    ReferenceResult& result);
 
 } // namespace vantrel::dsig
 

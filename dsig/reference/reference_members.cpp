@@ -24,7 +24,7 @@ bool ClsXmlDSig::checkReferenceBy(Step step, int index, bool& externalMissing, E
     const dsig::ReferenceQuery query{
         document(), selected, index, {&m_externalData, m_selector, &dirs}};
     dsig::Rules inForce = rules();
-    dsig::ReferenceReport result = step(query, inForce, log);
+    dsig::ReferenceResult result = step(query, inForce, log);
     keepRules(inForce);
     m_refFailReason = dsig::publicCode(result.reason);
     externalMissing = result.dataMissing;
@@ -50,7 +50,7 @@ bool ClsXmlDSig::verifyInternalReference(int index, StringBuffer& fragmentId, DS
     bool externalMissing = false;
     ExtPtrArraySb dirs;
     const auto step = [&](const dsig::ReferenceQuery& query, dsig::Rules& inForce, LogBase& to) {
-        dsig::ReferenceReport result;
+        dsig::ReferenceResult result;
         result.index = index;
         result.checked = true;
         dsig::checkInternalReference(query, ref, fragmentId, inForce, result, to);

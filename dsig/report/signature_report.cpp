@@ -10,7 +10,7 @@ namespace vantrel::dsig {
 
 using json::JsonWriter;
 
-void ReferenceReport::describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod) {
+void ReferenceResult::describe(const StringBuffer& itsUri, const StringBuffer& itsDigestMethod) {
     uri = itsUri;
     digestMethod = itsDigestMethod;
     // XML Signature, 4.4.3.1: an empty URI is the document, "#..." an element of it.
@@ -30,10 +30,10 @@ std::string DocumentNames::path(xml::ElementId element) {
 }
 
 // References are asked for in ascending order, the current one many times.
-ReferenceReport& SignatureReport::reference(int refIndex) {
+ReferenceResult& SignatureReport::reference(int refIndex) {
     const auto place = std::lower_bound(
         references.begin(), references.end(), refIndex,
-        [](const ReferenceReport& report, int index) { return report.index < index; });
+        [](const ReferenceResult& report, int index) { return report.index < index; });
     if (place != references.end() && place->index == refIndex) {
         return *place;
     }
@@ -55,7 +55,7 @@ namespace {
 
 // Fixed words of the report. What could not be computed is an error, not a mismatch: nothing can be
 // said about the content then.
-std::string_view statusOf(const ReferenceReport& reference) {
+std::string_view statusOf(const ReferenceResult& reference) {
     if (!reference.checked) {
         return "not-checked";
     }
@@ -80,7 +80,7 @@ void writeExclusion(JsonWriter& out, const Exclusion& exclusion, DocumentNames& 
 }
 
 // Elements can be named only while the document is there to name them.
-void writeCoverage(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
+void writeCoverage(JsonWriter& out, const ReferenceResult& reference, DocumentNames* names) {
     out.textMember("covers", reference.covers);
     const ElementList& elements = reference.coveredElements;
     if (names != nullptr && reference.covers == "element" && !elements.empty()) {
@@ -104,7 +104,7 @@ void writeCoverage(JsonWriter& out, const ReferenceReport& reference, DocumentNa
     out.endArray();
 }
 
-void writeReference(JsonWriter& out, const ReferenceReport& reference, DocumentNames* names) {
+void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentNames* names) {
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(reference.index));
     out.textMember("uri", reference.uri.view());
@@ -184,7 +184,7 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     out.textMember("canonicalizationMethod", report.canonicalizationMethod.view());
     out.key("references");
     out.beginArray();
-    for (const ReferenceReport& reference : report.references) {
+    for (const ReferenceResult& reference : report.references) {
         // The text is cut off at the limit; going on would cost time in proportion to the
         // references and write nothing.
         if (!out.ok()) {

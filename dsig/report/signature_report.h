@@ -25,7 +25,7 @@ namespace vantrel::dsig {
 
 // What was found out about one reference.
 // A value: it owns its texts, and names elements by ids of the loaded document.
-struct ReferenceReport {
+struct ReferenceResult {
     int index = 0;
     StringBuffer uri;
     bool external = false;
@@ -103,7 +103,7 @@ struct SignatureReport {
     StringBuffer canonicalizationMethod;
     // Name of the recognised profile; empty for an ordinary document. Of static storage.
     std::string_view profile;
-    std::vector<ReferenceReport> references;
+    std::vector<ReferenceResult> references;
     std::vector<KeyReport> keys;
     // "absent", "not-checked", "valid" or "invalid"; the next three are set only once it was
     // checked.
@@ -115,7 +115,7 @@ struct SignatureReport {
     CodeSet accommodations;
 
     // The reference's entry, added when it is not there.
-    ReferenceReport& reference(int refIndex);
+    ReferenceResult& reference(int refIndex);
 };
 
 // The codes as the member `name` of a JSON object.

@@ -18,7 +18,7 @@ xml::TextRange sourceRangeOf(const xml::XmlDocument& document, xml::ElementId el
 }
 
 // Something is left out besides the signature itself, and what it holds where it is left out whole.
-bool excludesContent(const ReferenceReport& reference, xml::TextRange signature) {
+bool excludesContent(const ReferenceResult& reference, xml::TextRange signature) {
     const bool withoutSignature =
         std::any_of(reference.excluded.begin(), reference.excluded.end(),
                     [&](const Exclusion& one) { return isInside(signature, one.range); });
@@ -29,7 +29,7 @@ bool excludesContent(const ReferenceReport& reference, xml::TextRange signature)
 
 // The stretches of the loaded text that the reference's digest vouches for.
 // An element that is covered twice is appended twice; the search for gaps takes overlaps.
-void appendDigested(const xml::XmlDocument& document, const ReferenceReport& reference,
+void appendDigested(const xml::XmlDocument& document, const ReferenceResult& reference,
                     std::vector<xml::TextRange>& digested) {
     std::vector<xml::TextRange> absent;
     for (const Exclusion& exclusion : reference.excluded) {
@@ -72,7 +72,7 @@ bool signatureHoldsManifest(Document& document, xml::ElementId signature) {
 bool holdsManifest(Document& document, const SignatureReport& report) {
     return signatureHoldsManifest(document, report.signatureElement) ||
            std::any_of(
-               report.references.begin(), report.references.end(), [&](const ReferenceReport& one) {
+               report.references.begin(), report.references.end(), [&](const ReferenceResult& one) {
                    const auto covered = one.coveredElements.all();
                    return std::any_of(covered.begin(), covered.end(), [&](xml::ElementId element) {
                        return isManifest(*document.structure, element);
@@ -109,7 +109,7 @@ void warnOfKey(const KeyReport& key, SignatureReport& report) {
 }
 
 void warnOfReferences(SignatureReport& report) {
-    for (const ReferenceReport& reference : report.references) {
+    for (const ReferenceResult& reference : report.references) {
         warnOfHash(reference.digestMethod, report);
         if (reference.accommodations.contains(accommodation::kDigestTolerated)) {
             report.warnings.add(warning::kDigestTolerated);
@@ -131,7 +131,7 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
     // The signature counts as covered: it cannot digest its own value, and what an Object in it
     // holds is not asked about here.
     std::vector<xml::TextRange> digested = {signature};
-    for (const ReferenceReport& reference : report.references) {
+    for (const ReferenceResult& reference : report.references) {
         if (!reference.isSigned) {
             continue;
         }

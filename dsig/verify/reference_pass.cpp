@@ -25,7 +25,7 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
     for (int index = 0; index < count; ++index) {
         const ReferenceQuery reference{
             query.document, selection, index, {query.externalData, selection.index, &dirs}};
-        ReferenceReport result = checkReference(reference, rules, log);
+        ReferenceResult result = checkReference(reference, rules, log);
         const bool failed = !result.matched();
         // Data that nobody gave can be forgiven, a digest that differs cannot.
         const bool counts = !(result.dataMissing && query.ignoreMissing);

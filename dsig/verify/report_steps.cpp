@@ -54,7 +54,7 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
         }
         DSigReference reference;
         reference.parseReference(*element, log);
-        ReferenceReport& described = report.reference(index);
+        ReferenceResult& described = report.reference(index);
         // The URI decides alone: the text that an external one leads to is not fetched.
         described.describe(reference.m_uri, reference.m_digestMethod);
         const ReferenceTarget target = targetOf(reference.m_uri);

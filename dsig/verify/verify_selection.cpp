@@ -65,7 +65,7 @@ bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSig
     // The value vouches for the first digest alone: every other reference can be exchanged together
     // with its digest.
     if (value.octets.isInvoiceHash()) {
-        for (ReferenceReport& reference : report.references) {
+        for (ReferenceResult& reference : report.references) {
             reference.isSigned = reference.index == 0;
         }
     }
