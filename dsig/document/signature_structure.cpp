@@ -24,10 +24,22 @@ constexpr ChildRule kSignedInfo[] = {{"CanonicalizationMethod", true, false},
                                      {"SignatureMethod", true, false},
                                      {"Reference", true, true}};
 
+// Whether a sibling or child of `signedInfo` is in its namespace, `uri`. With the same prefix, and
+// no declaration on either, it must be; only others are looked up.
+bool isInNamespace(const xml::XmlDocument& document, xml::ElementId element,
+                   xml::ElementId signedInfo, std::string_view uri) {
+    if (element == signedInfo ||
+        (document.prefix(element) == document.prefix(signedInfo) &&
+         document.namespaceDecls(element).empty() && document.namespaceDecls(signedInfo).empty())) {
+        return true;
+    }
+    return document.namespaceUri(element) == uri;
+}
+
 // Matches the children against the sequence from left to right, each once. No going back is needed,
 // since no name occurs twice in a sequence.
-bool follows(const xml::XmlDocument& document, xml::ElementId parent, std::string_view uri,
-             std::span<const ChildRule> rules) {
+bool follows(const xml::XmlDocument& document, xml::ElementId parent, xml::ElementId signedInfo,
+             std::string_view uri, std::span<const ChildRule> rules) {
     std::size_t rule = 0;
     std::size_t count = 0; // of the rule's element
     for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
@@ -45,7 +57,7 @@ bool follows(const xml::XmlDocument& document, xml::ElementId parent, std::strin
         }
         // Left over, or of the right name in a foreign namespace, which other readers do not take
         // for it.
-        if (rule == rules.size() || document.namespaceUri(child) != uri) {
+        if (rule == rules.size() || !isInNamespace(document, child, signedInfo, uri)) {
             return false;
         }
         ++count;
@@ -72,8 +84,8 @@ bool hasSchemaStructure(const xml::XmlDocument& document, xml::ElementId signatu
         return false;
     }
     const std::string_view uri = document.namespaceUri(signedInfo);
-    return follows(document, signature, uri, kSignature) &&
-           follows(document, signedInfo, uri, kSignedInfo);
+    return follows(document, signature, signedInfo, uri, kSignature) &&
+           follows(document, signedInfo, signedInfo, uri, kSignedInfo);
 }
 
 } // namespace vantrel::dsig
