@@ -43,6 +43,10 @@ void WorkAccount::begin(int signature) {
 }
 
 std::uint64_t WorkAccount::mostOctets() const noexcept {
+    // A limit that the caller set holds as it is, below the default too.
+    if (m_limits.workOctets != Limits().workOctets) {
+        return m_limits.workOctets;
+    }
     // No product wraps: a document has less than 2 GiB.
     return std::max({m_limits.workOctets,
                      std::min(kLargeDocumentMost, kLargeDocumentFactor * m_documentOctets),
