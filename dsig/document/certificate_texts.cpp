@@ -1,6 +1,10 @@
 #include "dsig/document/certificate_texts.h"
 
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
+#include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/VantrelX509.h"
@@ -20,8 +24,19 @@ void CertificateTexts::make(const VantrelX509& certificate) {
     certificate.getDN(false, true, text, log, 0);
     m_issuer = shownText(text.getUtf8Sb().view());
     certificate.get_SerialNumber(text, log);
+    text.getUtf8Sb_rw().toLowerCase();
     m_serial = shownText(text.getUtf8Sb().view());
+    m_sha256 = sha256Text(certificate.certificate());
+    m_spkiSha256 = sha256Text(certificate.publicKeyInfo());
     m_made = true;
+}
+
+std::string sha256Text(ByteView octets) {
+    DataBuffer digest;
+    _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), kHashSha256, digest);
+    StringBuffer text;
+    digest.encodeDB("hex_lower", text);
+    return std::string(text.view());
 }
 
 std::string shownText(std::string_view text) {
