@@ -60,6 +60,8 @@ int runFile(const Arguments& arguments, const std::string& name, std::string& co
     return kEverythingHolds;
 }
 
+} // namespace
+
 int runC14n(const Arguments& arguments) {
     // Canonical XML 1.0 knows no such list; to pass over it would give octets that nobody asked
     // for.
@@ -76,19 +78,6 @@ int runC14n(const Arguments& arguments) {
                        [&arguments](const std::string& name, std::string& complaint) {
                            return runFile(arguments, name, complaint);
                        });
-}
-
-} // namespace
-
-Command c14nCommand() {
-    return {"c14n",
-            "[options] [FILE]",
-            "Writes the canonical form of a document, byte for byte.",
-            {{"--exclusive", "", "Exclusive XML Canonicalization 1.0 (default: Canonical XML 1.0)"},
-             {"--with-comments", "", "keep comments"},
-             {"--id", "ID", "only the element with this Id and its subtree"},
-             {"--prefixes", "LIST", "InclusiveNamespaces prefix list (exclusive only)"}},
-            runC14n};
 }
 
 } // namespace vantrel::cli

@@ -52,8 +52,9 @@ public:
         if (!verified) {
             m_status = "error";
             m_result.code = kCannotTell;
-            m_result.errors += "xmldsig: " + printable(m_result.name + ": " + complaint) + "\n";
+            m_result.errors += complaintLines(m_result.name + ": " + complaint);
         }
+        m_result.status = m_status;
         report(complaint);
         return std::move(m_result);
     }
