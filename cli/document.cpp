@@ -1,10 +1,12 @@
 #include "cli/document.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace vantrel::cli {
 
@@ -17,8 +19,9 @@ bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& co
     if (!verifier.LoadSignatureBd(bytes)) {
         XString line;
         verifier.get_LastErrorLine(line);
-        complaint = line.isEmpty() ? "the document could not be loaded"
-                                   : std::string(line.getUtf8Sb().view());
+        complaint = orForeignFormat(bytes.data().view(), name,
+                                    line.isEmpty() ? "the document could not be loaded"
+                                                   : line.getUtf8Sb().view());
         return false;
     }
     return true;

@@ -125,8 +125,8 @@ std::string generalHelp() {
 
 std::string helpOf(const Command& command) {
     const std::string start = "Usage: xmldsig " + std::string(command.name) + " ";
-    std::string out = start + wrapped(command.usage, start.size()) + "\n" +
-                      wrapped(command.summary, 0) + "\n";
+    std::string out =
+        start + wrapped(command.usage, start.size()) + "\n" + wrapped(command.summary, 0) + "\n";
     for (const OptionSpec* const option : optionsOf(command)) {
         out += entry("  " + optionName(*option), option->help, kColumn);
     }

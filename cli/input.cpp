@@ -5,6 +5,7 @@
 #include <vantrel/files.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -17,13 +18,62 @@
 // by offsets of 32 bits. Only lists of names, which have no limit, are read line by line.
 namespace vantrel::cli {
 
+namespace {
+
+// A list of names may be wrong from the first to the last, and a directory large: a guess is made
+// for the first few names only, and among so many files.
+constexpr int kMostGuesses = 10;
+constexpr std::size_t kMostCandidates = 10000;
+std::atomic<int> g_guesses = 0; // files are read on several threads
+
+// The name in the same directory that is nearest to one that is not there; empty when none is near.
+std::string nearestName(const std::string& name) {
+    namespace fs = std::filesystem;
+    if (g_guesses.fetch_add(1) >= kMostGuesses) {
+        return "";
+    }
+    const fs::path path(name);
+    std::vector<std::string> names;
+    std::error_code problem;
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    fs::directory_iterator place(folder, problem);
+    for (; !problem && place != fs::directory_iterator() && names.size() < kMostCandidates;
+         place.increment(problem)) {
+        names.push_back(place->path().filename().string());
+    }
+    const std::string wanted = path.filename().string();
+    const std::vector<std::string_view> candidates(names.begin(), names.end());
+    const std::string_view found = nearest(wanted, candidates);
+    return found.empty() ? "" : (path.parent_path() / found).string();
+}
+
+// The system's reason in words, and what helps against it.
+std::string unreadable(const std::string& name, int systemError, std::string_view otherwise) {
+    switch (systemError) {
+    case 0: return std::string(otherwise);
+    case ENOENT: {
+        const std::string near = nearestName(name);
+        const std::string folder = std::filesystem::path(name).parent_path().string();
+        return withRemedy(std::strerror(systemError),
+                          near.empty() ? "ls " + shellWord(folder.empty() ? "." : folder)
+                                       : shellWord(near));
+    }
+    case EACCES: return withRemedy(std::strerror(systemError), "chmod +r " + shellWord(name));
+    case EISDIR: return withRemedy(std::strerror(systemError), "-r " + shellWord(name));
+    default: return std::strerror(systemError);
+    }
+}
+
+} // namespace
+
 bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint) {
     _vlLogger log;
+    int systemError = 0;
     // Both stop at the limit instead of reading on: an endless pipe is refused, not swallowed.
     const bool ok = name == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
-                                : io::readFile(name, kMaxInputSize, bytes, log);
+                                : io::readFile(name, kMaxInputSize, bytes, systemError, log);
     if (!ok) {
-        complaint = log.lastErrorLine();
+        complaint = unreadable(name, systemError, log.lastErrorLine());
     }
     return ok;
 }

@@ -124,6 +124,19 @@ std::string printableLines(std::string_view text) {
     return out;
 }
 
+std::string shellWord(std::string_view name) {
+    constexpr std::string_view kPlain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-/+,:@%=";
+    if (!name.empty() && name.find_first_not_of(kPlain) == std::string_view::npos) {
+        return std::string(name);
+    }
+    std::string out = "'";
+    for (const char c : name) {
+        out += c == '\'' ? "'\\''" : std::string(1, c);
+    }
+    return out + "'";
+}
+
 std::string coloured(std::string_view text, Colour colour) {
     if (colour == Colour::Plain || !wantsColour()) {
         return std::string(text);

@@ -36,6 +36,10 @@ void writeOutput(std::string_view bytes);
 // line: its line ends stay, so that nobody's text can pass for a line of the log.
 [[nodiscard]] std::string printableLines(std::string_view text);
 
+// A name as a POSIX shell takes it for one word: in single quotes where it needs them. For the
+// commands that complaints propose, so that they can be copied. Standard input stays "-".
+[[nodiscard]] std::string shellWord(std::string_view name);
+
 // Plain is no colour at all; the others say how an outcome is meant.
 enum class Colour { Plain, Good, Bad, Note };
 

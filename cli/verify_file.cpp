@@ -1,5 +1,6 @@
 #include "cli/verify_file.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
@@ -104,7 +105,8 @@ private:
         const bool loaded = verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
-            complaint = lastErrorOf(verifier);
+            complaint =
+                orForeignFormat(document.data().view(), m_result.name, lastErrorOf(verifier));
         }
         return loaded;
     }
