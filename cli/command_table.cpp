@@ -51,7 +51,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
 
     // With which keys and data.
     {"--key", '\0', File, "FILE", "",
-     "public key (PEM, DER, certificate or XML), used after the keys of KeyInfo; "
+     "public key (PEM, DER, certificate, .p7b, JWK or XML), used after the keys of KeyInfo; "
      "repeatable",
      kVerifying},
     {"--hmac-key", '\0', Text, "TEXT", "", "HMAC secret", kVerifying},

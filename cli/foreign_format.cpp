@@ -13,16 +13,6 @@ namespace vantrel::cli {
 
 namespace {
 
-// A text in which every FILE is replaced by the name, quoted for a shell where it needs that.
-std::string withName(std::string_view text, std::string_view name) {
-    const std::string file = shellWord(name);
-    std::string out(text);
-    for (std::size_t at = 0; (at = out.find("FILE", at)) != std::string::npos; at += file.size()) {
-        out.replace(at, 4, file);
-    }
-    return out;
-}
-
 struct Format {
     std::string_view start; // its first bytes
     std::string_view what;
@@ -48,7 +38,7 @@ constexpr std::string_view kCms = "a CMS (PKCS #7) message";
 constexpr std::string_view kSignedData = "\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x07\x02"sv;
 
 std::string named(std::string_view what, std::string_view remedy, std::string_view name) {
-    return withRemedy("this is " + std::string(what) + ", not XML", withName(remedy, name));
+    return withRemedy("this is " + std::string(what) + ", not XML", withFileName(remedy, name));
 }
 
 std::string_view withoutSpace(std::string_view text) {
@@ -111,6 +101,15 @@ bool startsWithNoCase(std::string_view text, std::string_view start) {
 
 } // namespace
 
+std::string withFileName(std::string_view remedy, std::string_view name) {
+    const std::string file = shellWord(name);
+    std::string out(remedy);
+    for (std::size_t at = 0; (at = out.find("FILE", at)) != std::string::npos; at += file.size()) {
+        out.replace(at, 4, file);
+    }
+    return out;
+}
+
 std::string orForeignFormat(ByteView bytes, std::string_view name, std::string_view otherwise) {
     const std::string_view all = asText(bytes);
     for (const Format& format : kBinary) {
@@ -123,7 +122,7 @@ std::string orForeignFormat(ByteView bytes, std::string_view name, std::string_v
     }
     const std::string_view text = withoutSpace(all);
     if (text.empty()) {
-        return withRemedy("the file is empty", withName("another copy of FILE", name));
+        return withRemedy("the file is empty", withFileName("another copy of FILE", name));
     }
     if (text.starts_with("-----BEGIN ")) {
         return namedPem(text, name);

@@ -48,7 +48,8 @@ std::string nearestName(const std::string& name) {
 }
 
 // The system's reason in words, and what helps against it.
-std::string unreadable(const std::string& name, int systemError, std::string_view otherwise) {
+std::string unreadable(const std::string& name, int systemError, std::string_view otherwise,
+                       const std::string& insteadOfDirectory) {
     switch (systemError) {
     case 0: return std::string(otherwise);
     case ENOENT: {
@@ -59,7 +60,7 @@ std::string unreadable(const std::string& name, int systemError, std::string_vie
                                        : shellWord(near));
     }
     case EACCES: return withRemedy(std::strerror(systemError), "chmod +r " + shellWord(name));
-    case EISDIR: return withRemedy(std::strerror(systemError), "-r " + shellWord(name));
+    case EISDIR: return withRemedy(std::strerror(systemError), insteadOfDirectory);
     default: return std::strerror(systemError);
     }
 }
@@ -73,9 +74,28 @@ bool readInput(const std::string& name, DataBuffer& bytes, std::string& complain
     const bool ok = name == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
                                 : io::readFile(name, kMaxInputSize, bytes, systemError, log);
     if (!ok) {
-        complaint = unreadable(name, systemError, log.lastErrorLine());
+        complaint = unreadable(name, systemError, log.lastErrorLine(), "-r " + shellWord(name));
     }
     return ok;
+}
+
+bool readOptionFile(std::string_view option, const std::string& path, DataBuffer& bytes,
+                    std::string& complaint) {
+    _vlLogger log;
+    int systemError = 0;
+    const bool ok = path == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
+                                : io::readFile(path, kMaxInputSize, bytes, systemError, log);
+    if (!ok) {
+        complaint = whyNotRead(option, path, systemError, log.lastErrorLine());
+    }
+    return ok;
+}
+
+std::string whyNotRead(std::string_view option, const std::string& path, int systemError,
+                       std::string_view otherwise) {
+    const std::string given = std::string(option) + " ";
+    return given + path + ": " +
+           unreadable(path, systemError, otherwise, given + shellWord(path + "/FILE"));
 }
 
 NameSource::~NameSource() {
@@ -116,11 +136,16 @@ bool NameSource::open(const Arguments& arguments, bool inputByDefault, std::stri
     }
     // "e": closed in programs that this one might start.
     m_list = *list == "-" ? stdin : std::fopen(list->c_str(), "re");
-    if (m_list == nullptr) {
-        complaint = withRemedy("--files-from " + *list + ": " + std::strerror(errno),
-                               "--files-from - for the standard input");
+    int systemError = errno;
+    std::error_code ignored;
+    // Opening one succeeds, and reading it would pass for an empty list.
+    if (m_list != nullptr && *list != "-" && std::filesystem::is_directory(*list, ignored)) {
+        systemError = EISDIR;
+    } else if (m_list != nullptr) {
+        return true;
     }
-    return m_list != nullptr;
+    complaint = whyNotRead("--files-from", *list, systemError, "it cannot be opened");
+    return false;
 }
 
 bool NameSource::next(std::string& name) {
