@@ -31,6 +31,7 @@ constexpr auto kCommands = std::to_array<Command>({
     {kVersion, "version", "", "Writes the version of the tool.", "", runVersion},
 });
 
+// The kinds are named in every line below.
 using enum ValueKind;
 
 // The order is that of the help: what is verified, with which keys and data, by which rules, which
@@ -49,7 +50,8 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--reference", '\0', Number, "N", "", "check only the digest of reference N", kVerifying},
     {"--signed-info", '\0', None, "", "", "the octets of SignedInfo instead", kDigestInput},
 
-    // With which keys and data.
+    // With which keys and data. None of them changes what a document itself says; they are used
+    // after what it carries, or where it only names something.
     {"--key", '\0', File, "FILE", "",
      "public key (PEM, DER, certificate, .p7b, JWK or XML), used after the keys of KeyInfo; "
      "repeatable",
@@ -68,7 +70,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--ignore-external", '\0', None, "", "", "report a missing external file, do not count it",
      kVerifying},
 
-    // By which rules.
+    // By which rules. The words of --option are the library's own and are handed on as written.
     {"--timestamps", '\0', None, "", "", "also verify an encapsulated time-stamp", kVerifying},
     {"--option", '\0', Words, "WORD", "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError",
      "a word for the verifier's uncommon options; repeatable", kVerifying},
@@ -84,7 +86,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "sha1, sha256 (default), sha384 or sha512", kTimestamp},
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},
 
-    // Which files.
+    // Which files. The same for all commands that read many, so that nobody has to remember which.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",
      kManyFiles},
     {"--files-from", '\0', File, "FILE", "", "read the file names from FILE, one a line",
@@ -94,7 +96,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--jobs", 'j', Number, "N", "", "files verified in parallel (default one a processor)",
      kVerify},
 
-    // What is shown.
+    // What is shown. Of standard output only: complaints always go to standard error.
     {"--json", '\0', None, "", "", "one JSON object a file, one a line", kVerify | kInfo},
     {"--log", '\0', None, "", "", "print the log of each verification to standard error",
      kVerifying},

@@ -123,7 +123,8 @@ int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& ver
     return kEverythingHolds;
 }
 
-// One file on its way; a document without signatures is no usage error unless one was named.
+// One file on its way: the verifier is set up as for a verification, or its octets might be others.
+// A document without signatures is no usage error unless one was named.
 int runFile(const VerifySettings& settings, bool signedInfo, const std::string& name,
             std::string& complaint) {
     ClsXmlDSig verifier;
@@ -142,6 +143,7 @@ int runFile(const VerifySettings& settings, bool signedInfo, const std::string& 
 
 } // namespace
 
+// The settings are read once, before the first file: what is wrong with them is said only once.
 int runDigestInput(const Arguments& arguments) {
     std::string complaint;
     VerifySettings settings;

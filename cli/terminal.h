@@ -12,6 +12,8 @@ namespace vantrel::cli {
 // option, file or command that would mend it. The second is for failures that a person can mend.
 [[nodiscard]] std::string withRemedy(std::string_view what, std::string_view remedy);
 [[nodiscard]] bool hasRemedy(std::string_view complaint) noexcept;
+// What is wrong alone, as JSON reports have it; a view into the complaint.
+[[nodiscard]] std::string_view withoutRemedy(std::string_view complaint) noexcept;
 
 // The lines of a complaint as they are shown: "xmldsig: " and what is wrong, then the remedy, both
 // made printable; a line end within either cannot begin a line of its own.

@@ -124,7 +124,8 @@ private:
         const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
         if (!isReported) {
-            complaint = "the report is larger than its limit (reportOctets)";
+            complaint = withRemedy("the report is larger than its limit (reportOctets)",
+                                   "--limit reportOctets=NUMBER");
             // Half a report could pass for a whole one.
             m_result.report.clear();
         }
@@ -179,7 +180,7 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = jsonHeading(m_result.name, m_status, complaint);
+            m_result.heading = jsonHeading(m_result.name, m_status, withoutRemedy(complaint));
             m_result.report += kJsonEnd;
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status);
