@@ -47,8 +47,8 @@ bool isHarmless(char32_t character) {
 
 } // namespace
 
-// The two parts stay one text, so that a complaint passes through functions, into the JSON of a
-// report and to the terminal as one value.
+// The two parts stay one text, so that a complaint passes through functions as one value until it
+// is shown, on the terminal or in a report.
 std::string withRemedy(std::string_view what, std::string_view remedy) {
     return std::string(what) + std::string(kBeforeRemedy) + std::string(remedy);
 }

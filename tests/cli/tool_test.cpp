@@ -226,6 +226,25 @@ TEST(Tool, CertsAreTheSignersOwn) {
     EXPECT_EQ(result.output, readText(sourcePath("examples/keys/signer.pem")));
 }
 
+// Whoever looks at many files on a terminal is told how many are what; with JSON on standard error,
+// which `script` shows as well.
+TEST(Tool, TerminalsGetASummary) {
+    VANTREL_NEED_PROGRAM(script, "script");
+    const std::string files =
+        " " + sourcePath("examples/orders.xml") + " " + sourcePath("examples/invoice-tampered.xml");
+    const auto onTerminal = [&script](const std::string& command) {
+        return runProgram({script, "-qec", tool() + command, "/dev/null"}).output;
+    };
+    const std::string counts = "2 files: 1 valid, 1 invalid";
+    EXPECT_NE(onTerminal(" verify" + files).find(counts), std::string::npos);
+    EXPECT_NE(onTerminal(" verify --json" + files + " >/dev/null").find(counts), std::string::npos);
+    EXPECT_EQ(onTerminal(" verify --json" + files + " 2>/dev/null").find(counts),
+              std::string::npos);
+    EXPECT_EQ(onTerminal(" verify --quiet" + files), "");
+    EXPECT_EQ(onTerminal(" verify " + sourcePath("examples/orders.xml")).find("1 file:"),
+              std::string::npos);
+}
+
 // The octets of digest-input are those whose digest the document states.
 TEST(Tool, DigestInputHasTheStatedDigest) {
     VANTREL_NEED_PROGRAM(openssl, "openssl");
