@@ -53,7 +53,7 @@ public:
         if (!verified) {
             m_status = "error";
             m_result.code = kCannotTell;
-            m_result.errors += complaintLines(m_result.name + ": " + complaint);
+            m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
         }
         m_result.status = m_status;
         report(complaint);

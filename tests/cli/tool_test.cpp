@@ -181,6 +181,26 @@ TEST(Tool, LogsShowHostileTextOnOneLine) {
     }
 }
 
+// Nor does the name of a file, which somebody else may have chosen, propose a command.
+TEST(Tool, NamesOfFilesProposeNothing) {
+    const TempDir folder;
+    folder.write("tree/a\ntry: b.xml", "<a>");
+    folder.write("c\ntry: d.xml", "<a/>");
+    ProcessOptions options;
+    options.folder = folder.path();
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"verify", "-r", "tree"},
+          {"info", "-r", "tree"},
+          {"verify", "c\ntry: d.xm"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.begin(), tool());
+        const ProcessResult result = runProgram(arguments, options);
+        EXPECT_EQ(result.exitCode, 2) << result.errors;
+        EXPECT_EQ(result.errors.find("\ntry: b"), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find("\ntry: d"), std::string::npos) << result.errors;
+    }
+}
+
 // Many files on many threads come out in the order in which they went in.
 TEST(Tool, KeepsTheOrderOfTheFiles) {
     const TempDir folder;
