@@ -56,7 +56,8 @@ public:
             m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
         }
         m_result.status = m_status;
-        report(complaint);
+        // The remedy is for people, who have it from standard error.
+        report(std::string(withoutRemedy(complaint)));
         return std::move(m_result);
     }
 
@@ -180,7 +181,7 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = jsonHeading(m_result.name, m_status, withoutRemedy(complaint));
+            m_result.heading = jsonHeading(m_result.name, m_status, complaint);
             m_result.report += kJsonEnd;
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status);
