@@ -1,5 +1,6 @@
 #include "cli/verify_file.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
@@ -65,9 +66,11 @@ public:
         if (!verified) {
             m_status = "error";
             m_result.code = kCannotTell;
-            m_result.errors += "xmldsig: " + printable(m_result.name + ": " + complaint) + "\n";
+            m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
         }
-        report(complaint);
+        m_result.status = m_status;
+        // The remedy is for people, who have it from standard error.
+        report(std::string(withoutRemedy(complaint)));
         return std::move(m_result);
     }
 
@@ -121,7 +124,8 @@ private:
         const bool loaded = verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
-            complaint = lastErrorOf(verifier);
+            complaint =
+                orForeignFormat(document.data().view(), m_result.name, lastErrorOf(verifier));
         }
         return loaded;
     }
@@ -139,7 +143,8 @@ private:
         const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
         if (!isReported) {
-            complaint = "the report is larger than its limit (reportOctets)";
+            complaint = withRemedy("the report is larger than its limit (reportOctets)",
+                                   "--limit reportOctets=NUMBER");
             // Half a report could pass for a whole one.
             m_result.report.clear();
         }
