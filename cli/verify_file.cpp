@@ -1,5 +1,6 @@
 #include "cli/verify_file.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
@@ -52,8 +53,9 @@ public:
         if (!verified) {
             m_status = "error";
             m_result.code = kCannotTell;
-            m_result.errors += "xmldsig: " + printable(m_result.name + ": " + complaint) + "\n";
+            m_result.errors += complaintLines(m_result.name + ": " + complaint);
         }
+        m_result.status = m_status;
         report(complaint);
         return std::move(m_result);
     }
@@ -103,7 +105,8 @@ private:
         const bool loaded = verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
-            complaint = lastErrorOf(verifier);
+            complaint =
+                orForeignFormat(document.data().view(), m_result.name, lastErrorOf(verifier));
         }
         return loaded;
     }
@@ -121,7 +124,8 @@ private:
         const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
         if (!isReported) {
-            complaint = "the report is larger than its limit (reportOctets)";
+            complaint = withRemedy("the report is larger than its limit (reportOctets)",
+                                   "--limit reportOctets=NUMBER");
             // Half a report could pass for a whole one.
             m_result.report.clear();
         }
@@ -176,7 +180,7 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = jsonHeading(m_result.name, m_status, complaint);
+            m_result.heading = jsonHeading(m_result.name, m_status, withoutRemedy(complaint));
             m_result.report += kJsonEnd;
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status);

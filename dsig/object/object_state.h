@@ -9,6 +9,7 @@
 #include "foundation/x509/keys/ClsPublicKey.h"
 
 #include <memory>
+#include <vector>
 
 namespace vantrel::dsig {
 
@@ -21,8 +22,8 @@ struct ObjectState {
     SignatureReport report;
     // Survive loads; the document's accounts refer to them.
     Limits limits;
-    // Tried for every signature, last; null when none was given. Survives loads.
-    Ref<ClsPublicKey> keyForAll;
+    // Tried for every signature, last, in this order; none is null. Survive loads.
+    std::vector<Ref<ClsPublicKey>> keysForAll;
     bool encodingMismatch = false; // of the loaded document
 };
 
