@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace vantrel::x509 {
 
@@ -15,7 +16,7 @@ namespace {
 constexpr std::size_t kMaxSignersInQuestion = 5;
 
 // Certificates that are visited to tell why there is no path.
-constexpr std::size_t kVisitsForReport = 200;
+constexpr std::size_t kVisitsForReport = 1'000;
 
 const char* const kVisitsSpent = "too many certificates were tried";
 const char* const kSignaturesSpent = "too many signatures were checked";
@@ -48,6 +49,9 @@ PathResult PathFinder::run() {
     tolerant.mode = Mode::Tolerant;
     m_visitLimit = m_visits + kVisitsForReport;
     search(m_store.target(), tolerant);
+    if (tolerant.verdict.problems.empty()) {
+        noteDeadEnd(m_store.target(), tolerant);
+    }
     report(tolerant, result);
     return result;
 }
@@ -104,8 +108,7 @@ void PathFinder::advance(Search& search) {
     Step& last = search.steps.back();
     if (last.next == last.issuers.size()) {
         if (!last.led && search.path.size() < search.steps.size()) {
-            keepLongest(search, {PathFault::NoPath, last.candidate->facts.certificate,
-                                 "no certificate of its issuer leads further"});
+            noteDeadEnd(*last.candidate, search);
         }
         search.steps.pop_back();
         return;
@@ -122,7 +125,10 @@ bool PathFinder::tryIssuer(const Candidate& issuer, Search& search) {
     const Candidate& subject = *search.steps.back().candidate;
     if (m_visits >= m_visitLimit) {
         search.limited = true;
-        keepLongest(search, {PathFault::Limit, subject.facts.certificate, kVisitsSpent});
+        // The search for reasons just ends; what it found until then is told.
+        if (search.mode == Mode::Strict) {
+            keepLongest(search, {PathFault::Limit, subject.facts.certificate, kVisitsSpent});
+        }
         return false;
     }
     if (search.steps.size() >= m_query.limits.pathLength) {
@@ -209,6 +215,13 @@ void PathFinder::keepLongest(Search& search, PathProblem problem) {
     if (std::none_of(problems.begin(), problems.end(), isSame)) {
         problems.push_back(std::move(problem));
     }
+}
+
+void PathFinder::noteDeadEnd(const Candidate& candidate, Search& search) {
+    PathProblem problem;
+    problem.certificate = candidate.facts.certificate;
+    problem.text = "no certificate of its issuer leads further";
+    keepLongest(search, std::move(problem));
 }
 
 // The steps and `anchor`, or the target alone, are a whole path.

@@ -53,6 +53,7 @@ private:
     void advance(Search& search);
     [[nodiscard]] bool tryIssuer(const Candidate& issuer, Search& search);
     void finish(const Candidate* anchor, Search& search);
+    void noteDeadEnd(const Candidate& candidate, Search& search);
     void keepLongest(Search& search, PathProblem problem);
     [[nodiscard]] bool isOnPath(const Candidate& issuer, const Search& search) const noexcept;
     [[nodiscard]] bool fits(const Candidate& issuer, Search& search);
