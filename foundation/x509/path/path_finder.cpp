@@ -220,7 +220,7 @@ void PathFinder::keepLongest(Search& search, PathProblem problem) {
 void PathFinder::noteDeadEnd(const Candidate& candidate, Search& search) {
     PathProblem problem;
     problem.certificate = candidate.facts.certificate;
-    problem.text = "no certificate of its issuer leads further";
+    problem.text = "no certificate of its issuer leads to an anchor";
     keepLongest(search, std::move(problem));
 }
 

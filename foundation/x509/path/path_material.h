@@ -7,7 +7,7 @@
 
 #include <cstddef>
 #include <deque>
-#include <string_view>
+#include <string>
 #include <vector>
 
 namespace vantrel {
@@ -29,6 +29,11 @@ public:
     // one of them is malformed; `out` is then unchanged. May throw std::bad_alloc.
     [[nodiscard]] bool addCertificates(ByteView file, std::vector<const VantrelX509*>& out,
                                        LogBase& log);
+    // The same by the name of a file; or of a folder, whose files may hold anything; or for
+    // "system" the bundle of anchors that this machine keeps, which the environment variable
+    // SSL_CERT_FILE may name.
+    [[nodiscard]] bool addCertificateSource(const std::string& name,
+                                            std::vector<const VantrelX509*>& out, LogBase& log);
     // The same for revocation lists (PEM label "X509 CRL"). Whether a list is well-formed shows
     // when it is used.
     [[nodiscard]] bool addCrls(ByteView file, std::vector<ByteView>& out, LogBase& log);
@@ -36,6 +41,9 @@ public:
     void addOcspResponse(ByteView response, std::vector<ByteView>& out);
 
 private:
+    [[nodiscard]] bool addFolder(const std::string& name, std::vector<const VantrelX509*>& out,
+                                 LogBase& log);
+
     std::deque<VantrelX509> m_certificates;
     std::deque<DataBuffer> m_bytes;
 };
