@@ -75,10 +75,9 @@ bool readDemands(const Arguments& arguments, x509::PathQuery& query, std::string
             return false;
         }
     }
-    x509::PeerName parsed;
     if (const std::string* const name = arguments.last("--name")) {
         query.name = *name;
-        if (!x509::parsePeerName(*name, parsed)) {
+        if (!x509::isPeerName(*name)) {
             complaint = withRemedy("--name does not take \"" + *name + "\"",
                                    "dns:HOST, ip:ADDRESS or email:MAILBOX");
             return false;

@@ -8,6 +8,5 @@
 #include "foundation/x509/path/path_query.h"
 #include "foundation/x509/path/path_report.h"
 #include "foundation/x509/path/path_words.h"
-#include "foundation/x509/path/peer_name.h"
 
 #endif

@@ -233,7 +233,8 @@ void PathFinder::finish(const Candidate* anchor, Search& search) {
     if (anchor != nullptr) {
         path.push_back(anchor);
     }
-    const PathMeans means = {m_query, m_signatures, m_crls, m_responses, m_nameChecks};
+    const PathMeans means = {m_query,     m_signatures, m_crls,
+                             m_responses, m_nameChecks, m_signersLimited};
     PathVerdict verdict = validatePath(path, *search.rules, means);
     search.holds = verdict.problems.empty();
     if (search.holds || !search.complete) {
@@ -248,6 +249,7 @@ bool PathFinder::maySignLists(const Candidate& signer, const Candidate& anchor, 
     const auto place = std::find(m_signersInQuestion.begin(), m_signersInQuestion.end(), &signer);
     if (place != m_signersInQuestion.end() || m_signersInQuestion.size() == kMaxSignersInQuestion) {
         conditional = true;
+        m_signersLimited = m_signersLimited || place == m_signersInQuestion.end();
         return place != m_signersInQuestion.end();
     }
     m_signersInQuestion.push_back(&signer);
@@ -258,6 +260,7 @@ bool PathFinder::maySignLists(const Candidate& signer, const Candidate& anchor, 
     nested.anchor = &anchor;
     search(signer, nested);
     m_signersInQuestion.pop_back();
+    m_signersLimited = m_signersLimited || nested.limited;
     conditional = conditional || !m_signersInQuestion.empty();
     return nested.holds;
 }

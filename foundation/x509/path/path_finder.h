@@ -72,6 +72,7 @@ private:
     std::size_t m_nameChecks;
     std::size_t m_visits = 0;
     std::size_t m_visitLimit;
+    bool m_signersLimited = false; // a signer of a list was not judged for lack of work left
     std::vector<const Candidate*> m_signersInQuestion;
 };
 

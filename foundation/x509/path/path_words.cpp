@@ -4,6 +4,7 @@
 #include "foundation/asn1/oid.h"
 #include "foundation/text/byte_view.h"
 #include "foundation/x509/path/name_forms.h"
+#include "foundation/x509/path/peer_name.h"
 
 #include <cstddef>
 
@@ -60,6 +61,11 @@ bool parsePurpose(std::string_view text, std::string& oid) {
 bool isObjectIdentifier(std::string_view text) noexcept {
     asn1::OidBytes bytes;
     return asn1::oidFromText(text, bytes);
+}
+
+bool isPeerName(std::string_view text) {
+    PeerName name;
+    return parsePeerName(text, name);
 }
 
 bool parseMoment(std::string_view text, std::int64_t& seconds) {

@@ -16,6 +16,9 @@ namespace vantrel::x509 {
 // Whether the text is a dotted object identifier.
 [[nodiscard]] bool isObjectIdentifier(std::string_view text) noexcept;
 
+// Whether the text is a name that a query takes: "dns:HOST", "ip:ADDRESS" or "email:MAILBOX".
+[[nodiscard]] bool isPeerName(std::string_view text);
+
 // A moment as RFC 3339 has it, "2026-01-31T23:59:59Z", with an offset in place of the Z or a
 // fraction of a second, which is dropped; or a date alone, which is its beginning in UTC. Seconds
 // since 1970.

@@ -81,10 +81,11 @@ SignatureChecks::Key& SignatureChecks::keyOf(const VantrelX509& certificate) {
     return place->second;
 }
 
-SignatureVerdict SignatureChecks::prepare(const Key& key) const noexcept {
+SignatureVerdict SignatureChecks::prepare(const Key& key) noexcept {
     if (key.key == nullptr) {
         return key.inherits ? SignatureVerdict::NeedsParameters : SignatureVerdict::Unsupported;
     }
+    m_exhausted = m_exhausted || m_count >= m_limit;
     return m_count >= m_limit ? SignatureVerdict::OverLimit : SignatureVerdict::Good;
 }
 

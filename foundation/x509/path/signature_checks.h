@@ -49,6 +49,8 @@ public:
     [[nodiscard]] static Strength algorithmStrength(ByteView algorithm);
 
     [[nodiscard]] std::size_t count() const noexcept { return m_count; }
+    // Whether a signature was not checked since there had been too many.
+    [[nodiscard]] bool isExhausted() const noexcept { return m_exhausted; }
 
 private:
     struct Key {
@@ -59,10 +61,11 @@ private:
     using Pair = std::pair<const VantrelX509*, const VantrelX509*>;
 
     [[nodiscard]] Key& keyOf(const VantrelX509& certificate);
-    [[nodiscard]] SignatureVerdict prepare(const Key& key) const noexcept;
+    [[nodiscard]] SignatureVerdict prepare(const Key& key) noexcept;
 
     std::size_t m_limit;
     std::size_t m_count = 0;
+    bool m_exhausted = false;
     std::map<const VantrelX509*, Key> m_keys;
     std::map<Pair, SignatureVerdict> m_certificates;
 };

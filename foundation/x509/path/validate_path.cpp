@@ -49,7 +49,11 @@ public:
         : m_path(path), m_rules(rules), m_means(means), m_names(means.nameChecks),
           m_pathLength(path.size()), m_explicit(rules.explicitPolicy ? 0 : path.size()),
           m_mapping(rules.inhibitMapping ? 0 : path.size()),
-          m_anyPolicy(rules.inhibitAnyPolicy ? 0 : path.size()) {}
+          m_anyPolicy(rules.inhibitAnyPolicy ? 0 : path.size()) {
+        for (const asn1::OidBytes& purpose : rules.purposes) {
+            m_purposes.push_back(&purpose);
+        }
+    }
 
     PathVerdict run() {
         for (std::size_t i = m_path.size(); i-- > 0;) {
@@ -136,11 +140,11 @@ private:
     // RFC 5280 demands the purpose of the target alone; that an authority's own purposes limit what
     // it may issue for is what all who write them mean.
     void checkPurpose(const CertificateFacts& facts) {
-        const auto allowed = [&facts](const asn1::OidBytes& purpose) {
-            return facts.allowsPurpose(purpose.view());
-        };
-        if (m_rules.askPurpose &&
-            std::none_of(m_rules.purposes.begin(), m_rules.purposes.end(), allowed)) {
+        const bool left = !m_purposes.empty();
+        std::erase_if(m_purposes, [&facts](const asn1::OidBytes* purpose) {
+            return !facts.allowsPurpose(purpose->view());
+        });
+        if (m_rules.askPurpose && left && m_purposes.empty()) {
             note(m_verdict.problems, PathFault::ExtendedKeyUsage, facts,
                  "its extended key usage does not allow the purpose");
         }
@@ -183,6 +187,10 @@ private:
     }
 
     void checkTarget(const CertificateFacts& facts) {
+        if (m_rules.askPurpose && m_rules.purposes.empty()) {
+            note(m_verdict.problems, PathFault::ExtendedKeyUsage, facts,
+                 "the purpose that was asked for is no object identifier");
+        }
         if (m_rules.keyUsage != 0 && !facts.maySign(m_rules.keyUsage)) {
             note(m_verdict.problems, PathFault::KeyUsage, facts,
                  "its key usage does not allow what its key was used for");
@@ -233,6 +241,11 @@ private:
         for (std::size_t i = m_path.size() - 1; i-- > 0;) {
             checkRevocationOf(*m_path[i], *m_path[i + 1]);
         }
+        // Evidence that was not looked at may be the one that says revoked.
+        if (m_means.limited || m_means.signatures.isExhausted()) {
+            note(m_verdict.problems, PathFault::Limit, m_path.front()->facts,
+                 "its revocation took more work than is allowed");
+        }
     }
 
     void checkRevocationOf(const Candidate& certificate, const Candidate& issuer) {
@@ -264,10 +277,11 @@ private:
     NameConstraints m_names;
     PolicyGraph m_policies;
     ByteView m_keyParameters;
-    Countdown m_pathLength; // max_path_length
-    Countdown m_explicit;   // explicit_policy
-    Countdown m_mapping;    // policy_mapping
-    Countdown m_anyPolicy;  // inhibit_anyPolicy
+    std::vector<const asn1::OidBytes*> m_purposes; // allowed so far
+    Countdown m_pathLength;                        // max_path_length
+    Countdown m_explicit;                          // explicit_policy
+    Countdown m_mapping;                           // policy_mapping
+    Countdown m_anyPolicy;                         // inhibit_anyPolicy
 };
 
 } // namespace

@@ -42,6 +42,7 @@ struct PathMeans {
     CrlCheck& crls;
     OcspCheck& responses;
     std::size_t& nameChecks;
+    const bool& limited; // whether a bound kept lists or answers from being judged
 };
 
 // From the target to the anchor.

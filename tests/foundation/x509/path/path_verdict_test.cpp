@@ -221,6 +221,11 @@ TEST(PathVerdict, RevocationLists) {
     PathCase revoked = small.path("user");
     revoked.addCrl(account.list("middle"));
     EXPECT_EQ(problemsOf(revoked.run()), "revoked user");
+    // Two signatures are the path's own: a list that cannot be looked at any more is not left out.
+    revoked.query.limits.signatureChecks = 2;
+    EXPECT_EQ(problemsOf(revoked.run()), "limit user");
+    revoked.query.limits.signatureChecks = 3;
+    EXPECT_EQ(problemsOf(revoked.run()), "revoked user");
     small.authority().issue("impostor", "", kCa, "ec", "middle");
     PathCase foreign = small.path("user");
     foreign.addCrl(account.list("impostor"));
