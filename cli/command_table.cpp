@@ -38,6 +38,11 @@ using enum ValueKind;
 
 // The order is that of the help: what is verified, with which keys and data, by which rules, which
 // files, and what is shown of it.
+//
+// Keys and data are used after what a document carries, or where it only names something. The words
+// of --option are the library's own and are handed on as written. The options that say which files
+// are the same for all commands that read many, so that nobody has to remember which take them.
+// What is shown means standard output: complaints always go to standard error.
 constexpr auto kOptions = std::to_array<OptionSpec>({
     // What is looked at.
     {"--signature", '\0', Number, "N", "", "only the signature with this zero-based index",
@@ -52,8 +57,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--reference", '\0', Number, "N", "", "check only the digest of reference N", kVerifying},
     {"--signed-info", '\0', None, "", "", "the octets of SignedInfo instead", kDigestInput},
 
-    // With which keys and data. None of them changes what a document itself says; they are used
-    // after what it carries, or where it only names something.
+    // With which keys and data.
     {"--key", '\0', File, "FILE", "",
      "public key (PEM, DER, certificate, .p7b, JWK or XML), used after the keys of KeyInfo; "
      "repeatable",
@@ -81,7 +85,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--ignore-external", '\0', None, "", "", "report a missing external file, do not count it",
      kVerifying},
 
-    // By which rules. The words of --option are the library's own and are handed on as written.
+    // By which rules.
     {"--timestamps", '\0', None, "", "", "also verify an encapsulated time-stamp", kVerifying},
     {"--option", '\0', Words, "WORD", "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError",
      "a word for the verifier's uncommon options; repeatable", kVerifying},
@@ -112,7 +116,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "sha1, sha256 (default), sha384 or sha512", kTimestamp},
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},
 
-    // Which files. The same for all commands that read many, so that nobody has to remember which.
+    // Which files.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",
      kManyFiles},
     {"--files-from", '\0', File, "FILE", "", "read the file names from FILE, one a line",
@@ -122,7 +126,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--jobs", 'j', Number, "N", "", "files verified in parallel (default one a processor)",
      kVerify},
 
-    // What is shown. Of standard output only: complaints always go to standard error.
+    // What is shown.
     {"--json", '\0', None, "", "", "one JSON object a file, one a line", kVerify | kInfo},
     {"--json", '\0', None, "", "", "the result as a JSON object", kPath},
     {"--log", '\0', None, "", "", "print the log of each verification to standard error",

@@ -43,7 +43,7 @@ int forEachFile(const Arguments& arguments, bool inputByDefault,
         code = std::max(code, work(name, complaint));
         // Behind what the work wrote, and with the file's name, since there may be many.
         if (!complaint.empty()) {
-            complain(name + ": " + complaint);
+            complain(printable(name) + ": " + complaint);
         }
     }
     // Nothing that could fail is no success: most likely the wrong directory was named.

@@ -149,7 +149,7 @@ std::string orForeignFormat(ByteView bytes, std::string_view name, std::string_v
     if (isBase64(text)) {
         return named("base64 text", "base64 -d FILE | xmldsig verify -", name);
     }
-    return std::string(otherwise);
+    return printable(otherwise);
 }
 
 } // namespace vantrel::cli

@@ -164,6 +164,13 @@ private:
     std::size_t m_next = 0;
 };
 
+// A key that was held down too long is a slip as well.
+std::string inLowerCase(std::string_view word) {
+    std::string out(word);
+    std::transform(out.begin(), out.end(), out.begin(), text::toLowerAscii);
+    return out;
+}
+
 // How far apart two words are, for guesses at what was meant. Slips of the keyboard are one
 // missing, one superfluous, one wrong character, or two that changed places; each counts one. In
 // other words: the number of insertions, deletions, replacements and swaps of neighbours that make
@@ -291,15 +298,16 @@ std::vector<std::string_view> splitWords(std::string_view list, char separator) 
     return words;
 }
 
-std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
+std::string_view nearest(std::string_view written, std::span<const std::string_view> candidates) {
     // A third of the word may be wrong; beyond that any answer would be a guess. The dashes of an
     // option count for none of it.
+    const std::string word = inLowerCase(written);
     const std::size_t dashes = std::min(word.find_first_not_of('-'), word.size());
     std::size_t least = std::max<std::size_t>(1, (word.size() - dashes) / 3) + 1;
     std::string_view best;
     for (const std::string_view candidate : candidates) {
         // An abbreviation, which other tools would take; this one only proposes what it stands for.
-        if (word.size() > dashes + 1 && candidate.starts_with(word)) {
+        if (word.size() > dashes + 1 && inLowerCase(candidate).starts_with(word)) {
             return candidate;
         }
         // Cheap, and it keeps the work small however long the word: no distance is less than the
@@ -307,7 +315,7 @@ std::string_view nearest(std::string_view word, std::span<const std::string_view
         if (candidate.size() + least <= word.size() || word.size() + least <= candidate.size()) {
             continue;
         }
-        const std::size_t distance = editDistance(word, candidate);
+        const std::size_t distance = editDistance(word, inLowerCase(candidate));
         if (distance < least) {
             least = distance;
             best = candidate;

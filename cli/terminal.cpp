@@ -47,10 +47,12 @@ bool isHarmless(char32_t character) {
 
 } // namespace
 
-// The two parts stay one text, so that a complaint passes through functions, into the JSON of a
-// report and to the terminal as one value.
+// The two parts stay one text, so that a complaint passes through functions as one value until it
+// is shown, on the terminal or in a report.
 std::string withRemedy(std::string_view what, std::string_view remedy) {
-    return std::string(what) + std::string(kBeforeRemedy) + std::string(remedy);
+    // Made printable here, so that no name within them, of a file for instance, can pass for a
+    // remedy.
+    return printable(what) + std::string(kBeforeRemedy) + printable(remedy);
 }
 
 bool hasRemedy(std::string_view complaint) noexcept {

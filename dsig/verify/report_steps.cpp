@@ -4,7 +4,6 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/internal_reference.h"
 #include "dsig/reference/reference_target.h"
-#include "dsig/report/warnings.h"
 
 namespace vantrel::dsig {
 
@@ -23,18 +22,10 @@ SignatureReport startReport(Document* document, const Selection& selection, cons
     if (document->structure->hasUnreadDeclarations()) {
         report.warnings.add(warning::kExternalDtdNotRead);
     }
-    // What is missing here leaves a field empty; the verification writes the error line when it
-    // comes to it.
-    LogNull log;
     report.id = selection.id;
     report.signatureElement = selection.element();
     // A second look at one signature does not use up the budget of the others.
     document->account.begin(selection.index);
-    static_cast<void>(signedInfoField(selection.signature, "SignatureMethod", "Algorithm",
-                                      report.signatureMethod, log));
-    StringBuffer prefixList;
-    static_cast<void>(canonicalizationMethod(selection.signature, report.canonicalizationMethod,
-                                             prefixList, log));
     // Until the time-stamp pass has looked at it.
     if (document->timeStamps.within(*document->structure, report.signatureElement)) {
         report.timestamp = "not-checked";
@@ -66,25 +57,10 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
     }
 }
 
-void finishReport(Document* document, std::string_view lastErrorLine, SignatureReport& report) {
+void finishReport(std::string_view lastErrorLine, SignatureReport& report) {
     // A step that knows better has set it: the line of a wrong key is no error line.
     if (!report.valid && report.reason.empty()) {
         report.reason = lastErrorLine;
-    }
-    // Warnings stand in the order in which they are added, behind those of the steps before.
-    warnOfHash(report.signatureMethod, report);
-    if (document != nullptr) {
-        warnOfCoverage(*document->structure, report);
-    }
-    warnOfReferences(report);
-    if (document != nullptr) {
-        warnOfStructure(*document, report);
-    }
-    // What the keys are that did not verify is no concern of the outcome.
-    for (const KeyReport& key : report.keys) {
-        if (key.used) {
-            warnOfKey(key, report);
-        }
     }
 }
 

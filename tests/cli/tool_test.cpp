@@ -15,9 +15,12 @@ namespace {
 std::string tool() { return binaryPath("xmldsig"); }
 
 std::string expand(std::string text) {
-    const std::string examples = sourcePath("examples");
-    for (std::size_t at = 0; (at = text.find("{ex}", at)) != std::string::npos;) {
-        text.replace(at, 4, examples);
+    const std::pair<std::string, std::string> places[] = {{"{ex}", sourcePath("examples")},
+                                                          {"{dsig}", vectorPath("dsig")}};
+    for (const auto& [mark, place] : places) {
+        for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos;) {
+            text.replace(at, mark.size(), place);
+        }
     }
     return text;
 }
@@ -87,6 +90,8 @@ void runCase(VecCase& c) {
 
 TEST(Tool, KeepsItsContract) { forEachVector("cli/tool.vec", "", runCase); }
 
+TEST(Tool, SaysWhatItFoundOut) { forEachVector("cli/report.vec", "", runCase); }
+
 json::JsonValue parsed(const std::string& line) {
     json::JsonValue value;
     std::size_t faultAt = 0;
@@ -125,7 +130,7 @@ TEST(Tool, JsonHasAllItsKeys) {
     ASSERT_EQ(lines.size(), statuses.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const json::JsonValue file = parsed(lines[i]);
-        expectMembers(file, {"file", "status", "error", "signatures"});
+        expectMembers(file, {"file", "status", "error", "schema", "size", "sha256", "signatures"});
         EXPECT_EQ(file.find("status")->text(), statuses[i]) << lines[i];
         EXPECT_EQ(file.find("error")->text().empty(), statuses[i] != "error") << lines[i];
         for (const json::JsonValue& signature : file.find("signatures")->elements()) {
@@ -181,6 +186,26 @@ TEST(Tool, LogsShowHostileTextOnOneLine) {
     }
 }
 
+// Nor does the name of a file, which somebody else may have chosen, propose a command.
+TEST(Tool, NamesOfFilesProposeNothing) {
+    const TempDir folder;
+    folder.write("tree/a\ntry: b.xml", "<a>");
+    folder.write("c\ntry: d.xml", "<a/>");
+    ProcessOptions options;
+    options.folder = folder.path();
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"verify", "-r", "tree"},
+          {"info", "-r", "tree"},
+          {"verify", "c\ntry: d.xm"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.begin(), tool());
+        const ProcessResult result = runProgram(arguments, options);
+        EXPECT_EQ(result.exitCode, 2) << result.errors;
+        EXPECT_EQ(result.errors.find("\ntry: b"), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find("\ntry: d"), std::string::npos) << result.errors;
+    }
+}
+
 // Many files on many threads come out in the order in which they went in.
 TEST(Tool, KeepsTheOrderOfTheFiles) {
     const TempDir folder;
@@ -224,6 +249,25 @@ TEST(Tool, CertsAreTheSignersOwn) {
     const ProcessResult result = runProgram({tool(), "certs", sourcePath("examples/invoice.xml")});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, readText(sourcePath("examples/keys/signer.pem")));
+}
+
+// Whoever looks at many files on a terminal is told how many are what; with JSON on standard error,
+// which `script` shows as well.
+TEST(Tool, TerminalsGetASummary) {
+    VANTREL_NEED_PROGRAM(script, "script");
+    const std::string files =
+        " " + sourcePath("examples/orders.xml") + " " + sourcePath("examples/invoice-tampered.xml");
+    const auto onTerminal = [&script](const std::string& command) {
+        return runProgram({script, "-qec", tool() + command, "/dev/null"}).output;
+    };
+    const std::string counts = "2 files: 1 valid, 1 invalid";
+    EXPECT_NE(onTerminal(" verify" + files).find(counts), std::string::npos);
+    EXPECT_NE(onTerminal(" verify --json" + files + " >/dev/null").find(counts), std::string::npos);
+    EXPECT_EQ(onTerminal(" verify --json" + files + " 2>/dev/null").find(counts),
+              std::string::npos);
+    EXPECT_EQ(onTerminal(" verify --quiet" + files), "");
+    EXPECT_EQ(onTerminal(" verify " + sourcePath("examples/orders.xml")).find("1 file:"),
+              std::string::npos);
 }
 
 // The octets of digest-input are those whose digest the document states.

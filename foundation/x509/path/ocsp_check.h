@@ -1,13 +1,12 @@
 #ifndef FOUNDATION_X509_PATH_OCSP_CHECK_H
 #define FOUNDATION_X509_PATH_OCSP_CHECK_H
 
+#include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/path/ocsp.h"
 #include "foundation/x509/path/revocation.h"
 #include "foundation/x509/path/signature_checks.h"
 
 #include <deque>
-#include <map>
-#include <utility>
 #include <vector>
 
 namespace vantrel::x509 {
