@@ -1,5 +1,6 @@
 #include "cli/verify_file.h"
 
+#include "cli/file_acceptance.h"
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
@@ -10,6 +11,7 @@
 
 #include <exception>
 #include <new>
+#include <optional>
 #include <utility>
 
 // One file's verification. Its report is put together here and printed elsewhere, in the file's
@@ -26,12 +28,19 @@ struct FileOctets {
     std::string sha256; // lower-case hexadecimal
 };
 
+// What a policy says of a file.
+struct Judgement {
+    bool accepted = false;
+    FileAcceptance reasons;
+};
+
 // Raised when a member changes its meaning or goes; more members may be added without.
 constexpr int kReportSchema = 1;
 
-// A JSON object up to its list of signatures; kJsonEnd ends both.
+// A JSON object up to its list of signatures; kJsonEnd ends both. `policy`: nothing without
+// one.
 std::string jsonHeading(std::string_view name, const FileOctets& octets, std::string_view status,
-                        std::string_view complaint) {
+                        std::string_view complaint, const std::optional<Judgement>& policy) {
     StringBuffer text;
     json::JsonWriter out(text);
     out.beginObject();
@@ -41,6 +50,9 @@ std::string jsonHeading(std::string_view name, const FileOctets& octets, std::st
     out.integerMember("schema", kReportSchema);
     out.integerMember("size", octets.size);
     out.textMember("sha256", octets.sha256);
+    if (policy) {
+        policy->reasons.write(policy->accepted, out);
+    }
     out.key("signatures");
     out.beginArray();
     if (!out.ok()) {
@@ -57,6 +69,9 @@ public:
     FileRun(const std::string& name, const VerifySettings& settings, ReportForm form)
         : m_settings(settings), m_form(form) {
         m_result.name = name;
+        if (settings.policy().policy) {
+            m_judgement.emplace();
+        }
     }
 
     // Whatever went wrong, there is a heading with the status and, for JSON, a whole object.
@@ -65,6 +80,9 @@ public:
         const bool verified = verify(complaint);
         if (!verified) {
             m_status = "error";
+            if (m_judgement) {
+                m_judgement.emplace(); // what was found before says nothing of the whole
+            }
             m_result.code = kCannotTell;
             m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
         }
@@ -112,10 +130,26 @@ private:
                 }
             }
             allValid = valid && allValid;
+            if (m_judgement && !judge(verifier)) {
+                complaint = "the signature could not be judged";
+                return false;
+            }
         }
         m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
-        m_result.code = allValid && !indexes.empty() ? kEverythingHolds : kSomethingFails;
+        bool holds = allValid && !indexes.empty();
+        if (m_judgement) {
+            holds = m_judgement->reasons.holds(m_settings.policy().any);
+            m_judgement->accepted = holds;
+        }
+        m_result.code = holds ? kEverythingHolds : kSomethingFails;
         return true;
+    }
+
+    // Whether the policy accepts the signature that was verified last.
+    bool judge(ClsXmlDSig& verifier) {
+        XString acceptance;
+        return verifier.LastAcceptance(acceptance) &&
+               m_judgement->reasons.add(acceptance.getUtf8Sb().view());
     }
 
     // Loads the document, again where it must be. Its log goes to the others, as of no signature
@@ -199,15 +233,25 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = jsonHeading(m_result.name, m_octets, m_status, complaint);
+            m_result.heading =
+                jsonHeading(m_result.name, m_octets, m_status, complaint, m_judgement);
             m_result.report += kJsonEnd;
         } else if (m_form == ReportForm::Text) {
-            m_result.heading = fileHeading(m_result.name, m_status);
+            m_result.heading = fileHeading(m_result.name, m_status, acceptanceWord());
         }
+    }
+
+    // Behind the status in the heading for people.
+    std::string_view acceptanceWord() const {
+        if (!m_judgement) {
+            return {};
+        }
+        return m_judgement->accepted ? "accepted" : "not accepted";
     }
 
     const VerifySettings& m_settings;
     ReportForm m_form;
+    std::optional<Judgement> m_judgement; // nothing without a policy
     FileResult m_result;
     FileOctets m_octets;
     std::string_view m_status = "error";
@@ -226,7 +270,11 @@ FileResult verifyFile(const std::string& name, const VerifySettings& settings, R
         result.name = name;
         result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
         if (form == ReportForm::Json) {
-            result.heading = jsonHeading(name, {}, "error", error.what());
+            std::optional<Judgement> policy;
+            if (settings.policy().policy) {
+                policy.emplace();
+            }
+            result.heading = jsonHeading(name, {}, "error", error.what(), policy);
             result.report = kJsonEnd;
         }
         return result;

@@ -3,6 +3,7 @@
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
+#include <vantrel/ClsBinData.h>
 #include <vantrel/XString.h>
 #include <vantrel/_vlDataSource.h>
 #include <vantrel/_vlLogger.h>
@@ -102,7 +103,7 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     return loadSelection(arguments, complaint) && loadKeyFiles(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
            loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
-           loadLimits(arguments, complaint);
+           loadLimits(arguments, complaint) && loadPolicy(arguments, m_policy, complaint);
 }
 
 // Whether there are such signatures and references shows only when a document is at hand
@@ -130,7 +131,8 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
         }
         std::vector<Ref<ClsPublicKey>> keys;
         keyfile::KeyFileFault fault;
-        if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
+        std::vector<DataBuffer> certificates;
+        if (!keyfile::loadKeys(bytes.view(), keys, fault, &certificates)) {
             const std::string remedy = fault.remedy.empty()
                                            ? "--key with a file as `xmldsig help verify` lists them"
                                            : withFileName(fault.remedy, path);
@@ -138,8 +140,25 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
             return false;
         }
         m_keyFiles.push_back(bytes);
+        addToVault(certificates);
     }
     return true;
+}
+
+// They name the holders of the keys, and are as well known to the caller as these.
+void VerifySettings::addToVault(const std::vector<DataBuffer>& certificates) {
+    for (const DataBuffer& der : certificates) {
+        ClsBinData bytes;
+        bytes.data() = der;
+        static_cast<void>(vault().AddCertDer(bytes));
+    }
+}
+
+ClsXmlCertVault& VerifySettings::vault() {
+    if (!m_vault) {
+        m_vault = std::make_unique<ClsXmlCertVault>();
+    }
+    return *m_vault;
 }
 
 // The secret of HMAC signatures, as text in an encoding or as the bytes of a file.
@@ -190,15 +209,12 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
 bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
     // One vault for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
-        if (!m_vault) {
-            m_vault = std::make_unique<ClsXmlCertVault>();
-        }
         const XString name(path);
         std::error_code ignored;
         // Of a folder every file that holds a certificate is taken, and the others passed over.
         const bool added = std::filesystem::is_directory(path, ignored)
-                               ? m_vault->AddCertDirectory(name)
-                               : m_vault->AddCertFile(name);
+                               ? vault().AddCertDirectory(name)
+                               : vault().AddCertFile(name);
         if (!added) {
             complaint = certificateFault(path, lastError(*m_vault));
             return false;
@@ -313,6 +329,9 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
     if (!m_referenceFolders.empty()) {
         XString folders(m_referenceFolders);
         verifier.put_ExternalRefDirs(folders);
+    }
+    if (m_policy.policy) {
+        verifier.SetPolicy(m_policy.policy);
     }
     verifier.put_VerboseLogging(m_verbose);
     verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line

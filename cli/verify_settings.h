@@ -2,6 +2,7 @@
 #define CLI_VERIFY_SETTINGS_H
 
 #include "cli/options.h"
+#include "cli/policy_settings.h"
 #include <vantrel/ClsPublicKey.h>
 #include <vantrel/ClsXmlCertVault.h>
 #include <vantrel/ClsXmlDSig.h>
@@ -48,6 +49,8 @@ public:
     // too.
     [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
     [[nodiscard]] bool wantsLog() const noexcept { return m_log; }
+    // By what signatures are accepted; its `policy` is null when that was not asked for.
+    [[nodiscard]] const PolicySettings& policy() const noexcept { return m_policy; }
 
 private:
     // The options by subject, each as load().
@@ -60,6 +63,8 @@ private:
     [[nodiscard]] bool loadLimits(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool setLimits(ClsXmlDSig& verifier) const;
     [[nodiscard]] bool setKeys(ClsXmlDSig& verifier) const;
+    void addToVault(const std::vector<DataBuffer>& certificates);
+    [[nodiscard]] ClsXmlCertVault& vault(); // made at first need
 
     std::optional<int> m_signature;
     std::optional<std::string> m_id;
@@ -70,11 +75,12 @@ private:
     std::vector<DataBuffer> m_keyFiles;
     std::string m_hmacKey;
     std::string m_hmacEncoding;
-    std::unique_ptr<ClsXmlCertVault> m_vault;                 // null without --cert
+    std::unique_ptr<ClsXmlCertVault> m_vault;                 // null without certificates
     std::vector<std::pair<int, std::string>> m_referenceData; // index and path
     std::string m_referenceFolders;                           // separated by ';'
     bool m_ignoreExternal = false;
     std::string m_words; // of the uncommon options, separated by ','
+    PolicySettings m_policy;
     bool m_log = false;
     bool m_verbose = false;
 };

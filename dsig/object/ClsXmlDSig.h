@@ -37,6 +37,7 @@ class SeenCertificates;
 struct Document;
 struct KeyQuery;
 struct ObjectState;
+struct Policy;
 struct Rules;
 struct Selection;
 struct VerifyRun;
@@ -126,6 +127,14 @@ public:
     /// The structured result of the last verification: one JSON object with status, references,
     /// keys, warnings and accommodations. Empty when there is none.
     void get_LastJsonData(XString& json);
+    /// The policy by which signatures are accepted, besides being valid or not; null for none. It
+    /// acts on the verifications that follow, and survives loads.
+    void SetPolicy(std::shared_ptr<const dsig::Policy> policy);
+    /// Whether the last verification is accepted by the policy, and if not, why not, as a JSON
+    /// object: `accepted`, `refusals`, `signingCertificate`, and `trust` where the policy has
+    /// anchors. The structured result has the same members. False, with an empty text, without a
+    /// policy or a verification.
+    bool LastAcceptance(XString& outJson);
     /// Describes the selected signature without verifying it, as one JSON object.
     bool DescribeSignature(XString& outJson);
     /// Appends the octets over which the reference's digest is computed.
@@ -216,6 +225,10 @@ private:
     void beginReport();
     void finishReport();
     void completeReport();
+    // Judges the last verification, once. False without a policy.
+    bool judgeReport();
+    // Calls use(query) with what the last verification was made with, whatever is selected now.
+    template <class Use> void withVerified(const Use& use);
 
     // reference/
     // Logs the options; the rules in force by them.

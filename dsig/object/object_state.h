@@ -5,10 +5,13 @@
 #include "dsig/document/limits.h"
 #include "dsig/document/rules.h"
 #include "dsig/report/signature_report.h"
+#include "dsig/trust/acceptance.h"
+#include "dsig/trust/policy.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -20,6 +23,9 @@ struct ObjectState {
     Rules rulesAtLoad;                  // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
+    // By which the caller accepts signatures; null for none. Survives loads.
+    std::shared_ptr<const Policy> policy;
+    std::optional<Acceptance> acceptance; // of the report; made when somebody asks for it
     // Survive loads; the document's accounts refer to them.
     Limits limits;
     // Tried for every signature, last, in this order; none is null. Survive loads.

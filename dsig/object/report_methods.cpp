@@ -7,9 +7,11 @@
 #include "dsig/verify/complete_report.h"
 #include "dsig/verify/report_steps.h"
 #include "foundation/base/CritSecExitor.h"
+#include "foundation/json/json_writer.h"
 
 #include <new>
 #include <optional>
+#include <utility>
 
 namespace vantrel {
 
@@ -17,14 +19,14 @@ void ClsXmlDSig::beginReport() {
     // Stands in the log until the next operation forgets it, and the report with it.
     m_log.setLastJsonData(StringBuffer("{}"));
     m_state->report = dsig::startReport(document(), selection(), rules());
+    m_state->acceptance.reset();
 }
 
 // The last error line is the reason when the steps gave none of their own.
 void ClsXmlDSig::finishReport() { dsig::finishReport(m_log.lastErrorLine(), m_state->report); }
 
-// Of the signature that was verified, whichever is selected now.
-void ClsXmlDSig::completeReport() {
-    dsig::SignatureReport& report = m_state->report;
+template <class Use> void ClsXmlDSig::withVerified(const Use& use) {
+    const dsig::SignatureReport& report = m_state->report;
     dsig::Selection verified;
     verified.index = report.index;
     verified.signature = static_cast<ClsXml*>(m_signatures.elementAt(report.index));
@@ -33,9 +35,55 @@ void ClsXmlDSig::completeReport() {
     keys.selection = verified;
     keys.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(report.index));
     dsig::Document* const loaded = verified.signature != nullptr ? &structure() : nullptr;
-    dsig::completeReport({loaded, verified, keys, m_hmacKey, &m_externalData, m_externalRefDirs,
-                          *this, m_state->limits, false, m_ignoreExternalRefs},
-                         rules(), report);
+    use(dsig::VerifyQuery{loaded, verified, keys, m_hmacKey, &m_externalData, m_externalRefDirs,
+                          *this, m_state->limits, false, m_ignoreExternalRefs});
+}
+
+void ClsXmlDSig::completeReport() {
+    withVerified([&](const dsig::VerifyQuery& query) {
+        dsig::completeReport(query, rules(), m_state->report);
+    });
+}
+
+bool ClsXmlDSig::judgeReport() {
+    if (m_state->policy == nullptr || m_state->acceptance) {
+        return m_state->policy != nullptr;
+    }
+    withVerified([&](const dsig::VerifyQuery& query) {
+        m_state->acceptance =
+            dsig::judge(*m_state->policy, m_state->report, query.document, getSystemCertsPtr());
+    });
+    dsig::withdrawWarnings(*m_state->acceptance, m_state->report);
+    return true;
+}
+
+// What was found out under another policy is dropped: the keys that were tried depend on it.
+void ClsXmlDSig::SetPolicy(std::shared_ptr<const dsig::Policy> policy) {
+    const CritSecExitor lock(m_critSec);
+    m_state->acceptance.reset();
+    m_state->report = {};
+    m_state->policy = std::move(policy);
+}
+
+bool ClsXmlDSig::LastAcceptance(XString& outJson) {
+    const CritSecExitor lock(m_critSec);
+    try {
+        StringBuffer text;
+        if (m_state->report.present) {
+            completeReport();
+        }
+        if (m_state->report.present && judgeReport()) {
+            json::JsonWriter out(text);
+            out.beginObject();
+            dsig::writeAcceptance(*m_state->acceptance, out);
+            out.endObject();
+        }
+        outJson.setFromSbUtf8(text);
+        return !text.isEmpty();
+    } catch (const std::bad_alloc&) {
+        outJson.clear();
+        return false;
+    }
 }
 
 void ClsXmlDSig::get_LastJsonData(XString& json) {
@@ -44,13 +92,19 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_state->report.present && !m_log.lastJsonData().isEmpty()) {
             completeReport();
+            dsig::MoreMembers more;
+            if (judgeReport()) {
+                more = [this](json::JsonWriter& out) {
+                    dsig::writeAcceptance(*m_state->acceptance, out);
+                };
+            }
             std::optional<dsig::DocumentNames> names;
             if (dsig::Document* const loaded = document(); loaded != nullptr) {
                 names.emplace(loaded->paths);
             }
             StringBuffer text;
             if (!dsig::writeReport(m_state->report, names ? &*names : nullptr,
-                                   m_state->limits.reportOctets, text)) {
+                                   m_state->limits.reportOctets, text, more)) {
                 dsig::writeTooLargeReport(m_state->report, text);
             }
             m_log.setLastJsonData(text);
