@@ -54,8 +54,9 @@ struct VerifyRun;
 ///
 /// Operations return true on success and leave a diagnostic log (LastErrorText) and, for a
 /// verification, a structured result (LastJsonData). No exception leaves them. An object may be
-/// used by several threads; each operation holds the object's lock. Certificates are not checked
-/// for trust, dates or revocation: LastJsonData says whose key it was and where it came from.
+/// used by several threads; each operation holds the object's lock. Without a policy
+/// (SetPolicy) certificates are not checked for trust, dates or revocation: LastJsonData says whose
+/// key it was and where it came from.
 class ClsXmlDSig final : public _clsXmlDSigBase, public SystemCertsHolder {
 public:
     ClsXmlDSig();
@@ -133,7 +134,7 @@ public:
     /// Whether the last verification is accepted by the policy, and if not, why not, as a JSON
     /// object: `accepted`, `refusals`, `signingCertificate`, and `trust` where the policy has
     /// anchors. The structured result has the same members. False, with an empty text, without a
-    /// policy or a verification.
+    /// policy or a verification, and where the object passes the limit reportOctets.
     bool LastAcceptance(XString& outJson);
     /// Describes the selected signature without verifying it, as one JSON object.
     bool DescribeSignature(XString& outJson);

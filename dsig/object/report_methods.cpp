@@ -73,10 +73,14 @@ bool ClsXmlDSig::LastAcceptance(XString& outJson) {
             completeReport();
         }
         if (m_state->report.present && judgeReport()) {
-            json::JsonWriter out(text);
+            json::JsonWriter out(text, m_state->limits.reportOctets);
             out.beginObject();
             dsig::writeAcceptance(*m_state->acceptance, out);
             out.endObject();
+            // Half an object says nothing.
+            if (!out.ok()) {
+                text.clear();
+            }
         }
         outJson.setFromSbUtf8(text);
         return !text.isEmpty();

@@ -59,7 +59,7 @@ bool namesWeakHash(const StringBuffer& algorithm) {
 // under no rule, so its length needs no look.
 bool isStrong(const JudgedSignature& it) {
     const KeyReport* const used = usedKey(it.report);
-    return used != nullptr && !used->weak && !namesWeakHash(it.report.signatureMethod) &&
+    return (used == nullptr || !used->weak) && !namesWeakHash(it.report.signatureMethod) &&
            std::ranges::none_of(it.report.references, [](const ReferenceResult& reference) {
                return namesWeakHash(reference.digestMethod) ||
                       reference.accommodations.contains(accommodation::kDigestUnknownSha1);

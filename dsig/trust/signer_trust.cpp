@@ -21,6 +21,10 @@ constexpr std::uint64_t kMostWork = 10'000'000;
 // A signature check in such steps.
 constexpr std::uint64_t kCheckWork = 200;
 constexpr std::uint64_t kOctetsPerStep = 64;
+constexpr std::uint64_t kElementsPerStep = 64;
+constexpr std::uint64_t kListOctetsPerStep = 512;
+// RFC 5280 4.2.1.3: a key that signs documents may be for either (bits 0 and 1).
+constexpr std::uint32_t kForSignatures = 0x3;
 
 std::int64_t secondsNow() {
     const auto since = std::chrono::system_clock::now().time_since_epoch();
@@ -42,6 +46,7 @@ x509::PathQuery queryBy(const Policy& policy, const Material& material) {
     query.crls.insert(query.crls.end(), material.crls().begin(), material.crls().end());
     query.ocspResponses = material.ocspResponses();
     query.checkRevocation = policy.checkRevocation;
+    query.keyUsage = kForSignatures;
     return query;
 }
 
@@ -50,6 +55,18 @@ void refuse(x509::PathResult& result, x509::PathFault fault, const VantrelX509& 
             const char* text) {
     result.trusted = false;
     result.problems.push_back({fault, &certificate, text});
+}
+
+std::uint64_t octetsOf(const std::vector<ByteView>& lists) {
+    std::uint64_t octets = 0;
+    for (const ByteView list : lists) {
+        octets += list.size();
+    }
+    return octets;
+}
+
+bool isSame(const VantrelX509& one, const VantrelX509& other) {
+    return std::ranges::equal(one.certificate(), other.certificate());
 }
 
 // The path, within what is left of the document's account.
@@ -68,8 +85,9 @@ x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     }
     result = x509::findPath(query);
     if (document != nullptr) {
-        document->trustWork +=
-            result.work.visits + result.work.signatureChecks * kCheckWork + query.candidates.size();
+        document->trustWork += result.work.visits + result.work.signatureChecks * kCheckWork +
+                               query.candidates.size() + query.anchors.size() +
+                               octetsOf(query.crls) / kListOctetsPerStep;
     }
     return result;
 }
@@ -127,10 +145,12 @@ void Material::addStamp(const StampReport& stamp) {
 }
 
 void Material::addCarried(const SignatureReport& report, Document& document) {
-    const Evidence evidence = findEvidence(*document.structure, report.signatureElement);
-    if (!charge(document, evidence.elementsVisited / kOctetsPerStep)) {
+    const xml::ElementId signature = report.signatureElement;
+    const xml::ElementId elements = document.structure->element(signature).next - signature;
+    if (!charge(document, elements / kElementsPerStep)) {
         return;
     }
+    const Evidence evidence = findEvidence(*document.structure, signature);
     for (const xml::ElementId element : evidence.certificates) {
         const LogNull log;
         const StringBuffer base64 = contentOf(document, element);
@@ -181,7 +201,7 @@ SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report, Doc
     trust.path.time = query.time;
     // The material's copy, since the report may go before the result.
     const auto isSigners = [&](const VantrelX509* one) {
-        return std::ranges::equal(one->certificate(), report.signer.certificate.certificate());
+        return isSame(*one, report.signer.certificate);
     };
     const auto& known = trust.material->certificates();
     const auto target = std::ranges::find_if(known, isSigners);
@@ -191,6 +211,10 @@ SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report, Doc
         return trust;
     }
     query.target = *target;
+    // Whoever names a certificate as an anchor trusts it as it is.
+    if (std::ranges::any_of(policy.anchors, isSigners)) {
+        query.keyUsage = 0;
+    }
     trust.path = findPathFor(query, document);
     if (!trust.path.trusted && !trust.material->complete()) {
         refuse(trust.path, x509::PathFault::Limit, *query.target,

@@ -24,7 +24,6 @@ Elements below(const xml::XmlDocument& document, Elements from,
 
 void collect(const xml::XmlDocument& document, xml::ElementId top, Evidence& out) {
     const xml::ElementId end = document.element(top).next;
-    out.elementsVisited += end - top;
     for (xml::ElementId element = top; element < end; ++element) {
         const std::string_view name = document.localName(element);
         if (name == "X509Certificate" || name == "EncapsulatedX509Certificate") {

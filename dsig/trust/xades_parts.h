@@ -26,7 +26,6 @@ struct Evidence {
     std::vector<xml::ElementId> certificates;
     std::vector<xml::ElementId> crls;
     std::vector<xml::ElementId> ocspResponses;
-    std::uint64_t elementsVisited = 0;
 };
 [[nodiscard]] Evidence findEvidence(const xml::XmlDocument& document, xml::ElementId signature);
 
