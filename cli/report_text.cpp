@@ -306,7 +306,7 @@ std::string signerLine(const JsonValue& signature) {
 std::string_view remedyOf(std::string_view refusal) {
     constexpr std::array<std::pair<std::string_view, std::string_view>, 7> kRemedies = {{
         {"not-pinned", "--pin sha256:HEX with the fingerprint that the signer told you"},
-        {"not-trusted", "--anchor FILE (whom you trust), --cert FILE (the authorities between)"},
+        {"not-trusted", "--anchor FILE (whom you trust)"},
         {"not-vouched", "--key FILE, --pin sha256:HEX or --anchor FILE"},
         {"no-timestamp", "--timestamps, with --anchor FILE of the authority"},
         {"not-all-checked", "--ref-data N=FILE or --ref-dir DIR, without --no-references"},
@@ -317,6 +317,17 @@ std::string_view remedyOf(std::string_view refusal) {
     const auto found = std::find_if(kRemedies.begin(), kRemedies.end(),
                                     [&](const auto& each) { return each.first == refusal; });
     return found == kRemedies.end() ? std::string_view() : found->second;
+}
+
+// What may mend a problem of a certification path.
+std::string_view remedyOfPath(std::string_view problem) {
+    if (problem == "expired") {
+        return "--timestamps (with --anchor FILE of the authority), or --at TIME";
+    }
+    if (problem == "revocation-unknown") {
+        return "--crl FILE";
+    }
+    return problem == "no-path" ? "--cert FILE (the authorities between)" : "";
 }
 
 // What the caller's policy says of the signature; nothing without one.
@@ -361,6 +372,8 @@ std::string trustLines(const JsonValue& signature) {
         out += entry("", printable(textOf(problem, "code")) + ": " +
                              (whose.empty() ? "" : printable(whose) + ": ") +
                              printable(textOf(problem, "text")));
+        const std::string_view remedy = remedyOfPath(textOf(problem, "code"));
+        out += remedy.empty() ? "" : entry("", "try: " + std::string(remedy));
     }
     return out;
 }
