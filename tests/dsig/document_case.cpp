@@ -92,13 +92,13 @@ void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
     }
 }
 
-namespace {
-
 bool hasAccommodation(const json::JsonValue& object, std::string_view code) {
     const auto& codes = object.find("accommodations")->elements();
     return std::any_of(codes.begin(), codes.end(),
                        [code](const auto& value) { return value.text() == code; });
 }
+
+namespace {
 
 std::string base64Of(const DataBuffer& bytes) {
     StringBuffer text;
