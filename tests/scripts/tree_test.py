@@ -45,6 +45,7 @@ MAY_INCLUDE = {
     "foundation/cms": X509 + ("foundation/io", "foundation/json"),
     "dsig/document": ("foundation",),
     "dsig/report": ("dsig/document", "foundation"),
+    "dsig/html": ("dsig/document", "dsig/report", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
