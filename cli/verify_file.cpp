@@ -4,6 +4,7 @@
 #include "cli/report_text.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
+#include <vantrel/fingerprint.h>
 #include <vantrel/json_writer.h>
 
 #include <exception>
@@ -18,8 +19,17 @@ namespace vantrel::cli {
 
 namespace {
 
+// What a report says of the octets of a file; nothing of one that could not be read.
+struct FileOctets {
+    std::uint32_t size = 0;
+    std::string sha256; // lower-case hexadecimal
+};
+
+// Raised when a member changes its meaning or goes; more members may be added without.
+constexpr int kReportSchema = 1;
+
 // A JSON object up to its list of signatures; kJsonEnd ends both.
-std::string jsonHeading(std::string_view name, std::string_view status,
+std::string jsonHeading(std::string_view name, const FileOctets& octets, std::string_view status,
                         std::string_view complaint) {
     StringBuffer text;
     json::JsonWriter out(text);
@@ -27,6 +37,9 @@ std::string jsonHeading(std::string_view name, std::string_view status,
     out.textMember("file", name);
     out.textMember("status", status);
     out.textMember("error", complaint);
+    out.integerMember("schema", kReportSchema);
+    out.integerMember("size", octets.size);
+    out.textMember("sha256", octets.sha256);
     out.key("signatures");
     out.beginArray();
     if (!out.ok()) {
@@ -64,8 +77,13 @@ private:
     bool verify(std::string& complaint) {
         ClsBinData document;
         ClsXmlDSig verifier;
-        if (!readInput(m_result.name, document.data(), complaint) ||
-            !m_settings.prepare(verifier, complaint)) {
+        if (!readInput(m_result.name, document.data(), complaint)) {
+            return false;
+        }
+        if (m_form == ReportForm::Json) {
+            m_octets = {document.data().getSize(), dsig::sha256Text(document.data().view())};
+        }
+        if (!m_settings.prepare(verifier, complaint)) {
             return false;
         }
         if (!load(verifier, document, complaint)) {
@@ -176,7 +194,7 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = jsonHeading(m_result.name, m_status, complaint);
+            m_result.heading = jsonHeading(m_result.name, m_octets, m_status, complaint);
             m_result.report += kJsonEnd;
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status);
@@ -186,6 +204,7 @@ private:
     const VerifySettings& m_settings;
     ReportForm m_form;
     FileResult m_result;
+    FileOctets m_octets;
     std::string_view m_status = "error";
     std::size_t m_beforeLast = 0; // size of the report without the last signature
     std::uint64_t m_reportOctets = 0;
@@ -202,7 +221,7 @@ FileResult verifyFile(const std::string& name, const VerifySettings& settings, R
         result.name = name;
         result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
         if (form == ReportForm::Json) {
-            result.heading = jsonHeading(name, "error", error.what());
+            result.heading = jsonHeading(name, {}, "error", error.what());
             result.report = kJsonEnd;
         }
         return result;

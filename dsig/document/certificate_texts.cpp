@@ -1,5 +1,6 @@
 #include "dsig/document/certificate_texts.h"
 
+#include "dsig/document/fingerprint.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/utf8.h"
@@ -20,16 +21,19 @@ void CertificateTexts::make(const VantrelX509& certificate) {
     certificate.getDN(false, true, text, log, 0);
     m_issuer = shownText(text.getUtf8Sb().view());
     certificate.get_SerialNumber(text, log);
+    text.getUtf8Sb_rw().toLowerCase();
     m_serial = shownText(text.getUtf8Sb().view());
+    m_sha256 = sha256Text(certificate.certificate());
+    m_spkiSha256 = sha256Text(certificate.publicKeyInfo());
     m_made = true;
 }
 
-std::string shownText(std::string_view text) {
-    if (text.size() <= kMaxShownName) {
+std::string shownText(std::string_view text, std::size_t most) {
+    if (text.size() <= most) {
         return std::string(text);
     }
     constexpr std::size_t kLongestCharacter = 4;
-    std::string_view shown = text.substr(0, kMaxShownName);
+    std::string_view shown = text.substr(0, most);
     const std::size_t whole = text::validUtf8Prefix(shown);
     // Only a character that the cut divides is dropped. Where the well-formed part ends earlier,
     // the text holds bytes that are no UTF-8, and is shown with them.

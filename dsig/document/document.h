@@ -11,8 +11,10 @@
 #include "foundation/xml/tree/ClsXml.h"
 #include "foundation/xml/tree/element_text.h"
 
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -45,6 +47,9 @@ struct Document final {
     // What the signatures of this document have cost so far; a new load starts again from nothing.
     WorkAccount account;
     CertificateCache certificates;
+    // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
+    // report needs it (dsig/keys/signer.h).
+    std::optional<std::map<std::string, xml::ElementId>> certificatesByKey;
     KeyAccount keyAccount;
     // Of XAdES (ETSI TS 101 903, EncapsulatedTimeStamp), by local name in any namespace.
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};

@@ -19,14 +19,6 @@ constexpr std::uint64_t kAnyDocumentFactor = 16;
 // references, and that is bounded by its size.
 constexpr std::uint64_t kUsualTransforms = 2;
 
-// Always false, for the caller to return.
-bool passed(std::string_view limit, std::uint64_t most, LogBase& log) {
-    log.LogError(("The document passes the limit " + std::string(limit) + " of " +
-                  std::to_string(most) + ".")
-                     .c_str());
-    return false;
-}
-
 } // namespace
 
 void WorkAccount::begin(int signature) {
@@ -40,6 +32,14 @@ void WorkAccount::begin(int signature) {
     m_sum.transforms -= before.transforms;
     m_sum.failedReferences -= before.failedReferences;
     before = {};
+}
+
+bool WorkAccount::refuse(std::string_view limit, std::uint64_t most, LogBase& log) {
+    m_passed = limit;
+    log.LogError(("The document passes the limit " + std::string(limit) + " of " +
+                  std::to_string(most) + ".")
+                     .c_str());
+    return false;
 }
 
 std::uint64_t WorkAccount::mostOctets() const noexcept {
@@ -57,7 +57,7 @@ bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
     const std::uint64_t most = mostOctets();
     // Compared without a sum, which could wrap.
     if (m_sum.octets > most || octets > most - m_sum.octets) {
-        return passed("workOctets", most, log);
+        return refuse("workOctets", most, log);
     }
     m_sum.octets += octets;
     current().octets += octets;
@@ -66,11 +66,11 @@ bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
 
 bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
     if (count > m_limits.transformsPerReference) {
-        return passed("transformsPerReference", m_limits.transformsPerReference, log);
+        return refuse("transformsPerReference", m_limits.transformsPerReference, log);
     }
     const std::uint64_t counted = count - std::min(count, kUsualTransforms);
     if (counted > 0 && m_sum.transforms + counted > m_limits.transforms) {
-        return passed("transforms", m_limits.transforms, log);
+        return refuse("transforms", m_limits.transforms, log);
     }
     m_sum.transforms += counted;
     current().transforms += counted;
@@ -79,7 +79,7 @@ bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
 
 bool WorkAccount::takeRetry(LogBase& log) {
     return m_sum.failedReferences < m_limits.failuresRetried ||
-           passed("failuresRetried", m_limits.failuresRetried, log);
+           refuse("failuresRetried", m_limits.failuresRetried, log);
 }
 
 } // namespace vantrel::dsig

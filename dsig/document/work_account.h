@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace vantrel {
@@ -36,6 +37,10 @@ public:
     // A digest that is to be computed again, differently, since it did not match.
     [[nodiscard]] bool takeRetry(LogBase& log);
 
+    // The limit that the last refusal was about; empty since noLimitPassed().
+    [[nodiscard]] std::string_view passedLimit() const noexcept { return m_passed; }
+    void noLimitPassed() noexcept { m_passed = {}; }
+
     // Failures decide about retries only: a document whose digests all mismatch is not
     // canonicalized twice throughout.
     void noteFailedReference() noexcept {
@@ -52,6 +57,8 @@ private:
         std::uint64_t failedReferences = 0;
     };
 
+    // Notes and logs a refusal; always false, for the caller to return.
+    bool refuse(std::string_view limit, std::uint64_t most, LogBase& log);
     [[nodiscard]] std::uint64_t mostOctets() const noexcept;
     [[nodiscard]] Spent& current() noexcept { return m_bySignature[m_current]; }
 
@@ -61,6 +68,7 @@ private:
     std::vector<Spent> m_bySignature;
     std::size_t m_current = 0;
     Spent m_sum;
+    std::string_view m_passed; // of static storage
 };
 
 } // namespace vantrel::dsig

@@ -33,6 +33,7 @@ KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
     report.curve = key.curveName();
     report.weak = key.isWeak();
     report.fromDocument = candidate.isFromDocument();
+    report.keyGiven = candidate.keyGiven;
     report.nameFromDocument = candidate.isNameFromDocument();
     // Reported and not judged: a value that was signed while the certificate was valid is not wrong
     // because it has expired since.
@@ -40,6 +41,8 @@ KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
         report.certificate = candidate.certificate;
         report.certificateTexts = candidate.certificateTexts;
         report.outsideValidity = isOutsideValidity(candidate.certificate, now);
+    } else {
+        report.key = Ref<ClsPublicKey>::share(candidate.key.get());
     }
     return report;
 }

@@ -219,6 +219,7 @@ private:
     void setZatca(const StringBuffer& options, LogBase& log);
     void beginReport();
     void finishReport();
+    void completeReport();
 
     // reference/
     // Logs the options; the rules in force by them.

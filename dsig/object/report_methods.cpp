@@ -4,6 +4,7 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
+#include "dsig/verify/complete_report.h"
 #include "dsig/verify/report_steps.h"
 #include "foundation/base/CritSecExitor.h"
 #include "foundation/base/MethodFrame.h"
@@ -20,8 +21,22 @@ void ClsXmlDSig::beginReport() {
 }
 
 // The last error line is the reason when the steps gave none of their own.
-void ClsXmlDSig::finishReport() {
-    dsig::finishReport(document(), m_log.lastErrorLine(), m_state->report);
+void ClsXmlDSig::finishReport() { dsig::finishReport(m_log.lastErrorLine(), m_state->report); }
+
+// Of the signature that was verified, whichever is selected now.
+void ClsXmlDSig::completeReport() {
+    dsig::SignatureReport& report = m_state->report;
+    dsig::Selection verified;
+    verified.index = report.index;
+    verified.signature = static_cast<ClsXml*>(m_signatures.elementAt(report.index));
+    verified.id = report.id;
+    dsig::KeyQuery keys = keyQuery(false);
+    keys.selection = verified;
+    keys.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(report.index));
+    dsig::Document* const loaded = verified.signature != nullptr ? &structure() : nullptr;
+    dsig::completeReport({loaded, verified, keys, m_hmacKey, &m_externalData, m_externalRefDirs,
+                          *this, m_state->limits, false, m_ignoreExternalRefs},
+                         rules(), report);
 }
 
 void ClsXmlDSig::get_LastJsonData(XString& json) {
@@ -29,6 +44,7 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
     try {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_state->report.present && !m_log.lastJsonData().isEmpty()) {
+            completeReport();
             std::optional<dsig::DocumentNames> names;
             if (dsig::Document* const loaded = document(); loaded != nullptr) {
                 names.emplace(loaded->paths);

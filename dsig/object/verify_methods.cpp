@@ -12,6 +12,7 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
     return MethodFrame::run(*this, "VerifySignature", [&](MethodFrame& frame) {
         beginReport();
         dsig::SignatureReport& report = m_state->report;
+        report.valueWanted = true;
         const dsig::Selection selected = selection();
         if (!verifyReferenceDigests) {
             // What the references name is still described, so that the coverage can be warned of;

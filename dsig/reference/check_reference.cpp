@@ -43,6 +43,7 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceResult& result, L
         }
     } else {
         result.reason = second.reason;
+        result.limit = second.limit;
     }
 }
 
@@ -79,6 +80,8 @@ ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogB
     DSigReference reference;
     reference.parseReference(*element, log);
     result.describe(reference.m_uri, reference.m_digestMethod);
+    result.storedDigest = reference.m_digestValue;
+    query.document->account.noLimitPassed();
 
     const ReferenceTarget target = targetOf(reference.m_uri);
     switch (target.kind) {
@@ -95,6 +98,9 @@ ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogB
     case ReferenceTarget::Kind::External:
         checkExternalReference(query, reference, target.text, result, log);
         break;
+    }
+    if (!result.matched()) {
+        result.limit = query.document->account.passedLimit();
     }
     // SHA-1 was a guess. Where it failed, the unknown method is the likelier cause and is named.
     if (!reference.digestMethodIsKnown()) {

@@ -40,9 +40,11 @@ bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XStrin
 
 // Bytes go before a file. An empty byte buffer means that there is none, so data of no bytes can
 // only be given as an empty file.
+// `count` := the number of octets.
 RefReason digestExternalData(const DSigRefExternalData& data, int hashAlg, DataBuffer* octets,
-                             DataBuffer& digest, LogBase& log) {
+                             std::uint64_t& count, DataBuffer& digest, LogBase& log) {
     if (!data.m_data.isEmpty()) {
+        count = data.m_data.getSize();
         if (octets != nullptr) {
             octets->append(data.m_data);
         }
@@ -57,6 +59,7 @@ RefReason digestExternalData(const DSigRefExternalData& data, int hashAlg, DataB
         log.LogError("Failed to hash the external file data.");
         return RefReason::ExternalMissing;
     }
+    count = file.octetsRead();
     return RefReason::Match;
 }
 
@@ -106,13 +109,13 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
 
     DataBuffer digest;
     result.reason = digestExternalData(*data, reference.getHashAlg(),
-                                       query.keepOctets ? &result.octets : nullptr, digest, log);
+                                       query.keepOctets ? &result.octets : nullptr,
+                                       result.octetCount, digest, log);
     if (result.reason != RefReason::Match) {
         return;
     }
-    StringBuffer calculated;
-    digest.encodeDB("base64", calculated);
-    const bool equal = isStoredDigest(calculated, reference, log);
+    digest.encodeDB("base64", result.computedDigest);
+    const bool equal = isStoredDigest(result.computedDigest, reference, log);
     result.reason = equal ? RefReason::Match : RefReason::Mismatch;
 }
 

@@ -31,6 +31,8 @@ public:
         std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
         digest.append(ByteView(m_hasher.final(bytes)));
     }
+    // Octets written so far.
+    [[nodiscard]] std::uint64_t size() const noexcept { return m_size; }
 
 private:
     crypto::Hasher m_hasher;

@@ -30,8 +30,8 @@ void closeDigestMethod(StringBuffer& text) {
 
 // The digest's lowercase hexadecimal text, as bytes. ZATCA's signers put base64 around the
 // hexadecimal text, so that text takes the digest's place.
-void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& digest) {
-    DataBuffer raw;
+// `raw` := the digest itself.
+void hexDigest(const StringBuffer& text, int hashAlg, DataBuffer& raw, DataBuffer& digest) {
     _vlHash::doHash(text.getString(), text.getSize(), hashAlg, raw);
     StringBuffer hex;
     raw.encodeDB("hex_lower", hex);
@@ -69,6 +69,9 @@ struct Attempt {
     DigestInput input;
     StringBuffer calculated; // base64; empty when there is nothing that has a digest
     DataBuffer octets;       // that were digested, where they are wanted
+    std::uint64_t octetCount = 0;
+    // What was compared is the hexadecimal text of this; empty where it is the digest itself.
+    DataBuffer plainDigest;
 };
 
 // The check of one internal reference: the attempts at its digest, in their order. The plain digest
@@ -141,6 +144,7 @@ private:
         DataBuffer digest;
         if (attempt.input.text.wasStreamed()) {
             sink.finish(digest);
+            attempt.octetCount = sink.size();
         } else {
             digestText(attempt, hashAlg, digest);
         }
@@ -163,7 +167,7 @@ private:
                 return; // no digest: equal to nothing
             }
             _vlHash::doHash(decoded.getData2(), decoded.getSize(), hashAlg, digest);
-            keepOctets(decoded.view(), attempt);
+            takeOctets(decoded.view(), attempt);
             return;
         }
         StringBuffer octets = text.text();
@@ -173,14 +177,15 @@ private:
         if (m_rules.zatca && octets.containsSubstring("SignedProperties")) {
             m_result.accommodations.add(accommodation::kZatcaRules);
             closeDigestMethod(octets);
-            hexDigest(octets, hashAlg, digest);
+            hexDigest(octets, hashAlg, attempt.plainDigest, digest);
         } else {
             _vlHash::doHash(octets.getString(), octets.getSize(), hashAlg, digest);
         }
-        keepOctets(asBytes(octets.view()), attempt);
+        takeOctets(asBytes(octets.view()), attempt);
     }
 
-    void keepOctets(ByteView octets, Attempt& attempt) const {
+    void takeOctets(ByteView octets, Attempt& attempt) const {
+        attempt.octetCount = octets.size();
         if (m_query.keepOctets) {
             attempt.octets.append(octets);
         }
@@ -189,6 +194,13 @@ private:
     // The result is what this attempt found.
     void take(Attempt& attempt) {
         reportCoverage(*m_query.document, attempt.input.text.takeCoverage(), m_result);
+        m_result.octetCount = attempt.octetCount;
+        if (attempt.plainDigest.isEmpty()) {
+            m_result.computedDigest = attempt.calculated;
+        } else {
+            m_result.computedDigest.clear();
+            attempt.plainDigest.encodeDB("base64", m_result.computedDigest);
+        }
         if (m_query.keepOctets) {
             m_result.octets.clear();
             m_result.octets.append(attempt.octets);
@@ -220,7 +232,7 @@ private:
         StringBuffer octets = text.text();
         closeDigestMethod(octets);
         DataBuffer digest;
-        hexDigest(octets, m_reference.getHashAlg(), digest);
+        hexDigest(octets, m_reference.getHashAlg(), retry.plainDigest, digest);
         digest.encodeDB("base64", retry.calculated);
         m_log.LogDataSb("calculatedDigest2", retry.calculated);
         m_log.LogDataSb("storedRefDigest2", m_reference.m_digestValue);
@@ -231,7 +243,7 @@ private:
             return false;
         }
         m_result.accommodations.add(accommodation::kZatcaAuto);
-        keepOctets(asBytes(octets.view()), retry);
+        takeOctets(asBytes(octets.view()), retry);
         take(retry);
         return true;
     }

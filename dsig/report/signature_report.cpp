@@ -1,7 +1,9 @@
 #include "dsig/report/signature_report.h"
 
+#include "dsig/document/fingerprint.h"
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
+#include "foundation/x509/keys/key_der.h"
 
 #include <algorithm>
 #include <limits>
@@ -15,6 +17,14 @@ void ReferenceResult::describe(const StringBuffer& itsUri, const StringBuffer& i
     digestMethod = itsDigestMethod;
     // XML Signature, 4.4.3.1: an empty URI is the document, "#..." an element of it.
     external = !uri.isEmpty() && !uri.beginsWith("#");
+}
+
+std::string KeyReport::spkiSha256() const {
+    if (certificateTexts != nullptr && certificate.isLoaded()) {
+        certificateTexts->make(certificate);
+        return certificateTexts->spkiSha256();
+    }
+    return key ? sha256Text(x509::subjectPublicKeyInfo(key->key())) : std::string();
 }
 
 std::string DocumentNames::name(xml::ElementId element) {
@@ -104,6 +114,73 @@ void writeCoverage(JsonWriter& out, const ReferenceResult& reference, DocumentNa
     out.endArray();
 }
 
+// Empty for what needs no reason: the member is then not there.
+void writeCause(JsonWriter& out, const Cause& cause) {
+    if (cause.empty()) {
+        return;
+    }
+    out.key("cause");
+    out.beginObject();
+    out.textMember("code", cause.code);
+    out.textMember("text", cause.text);
+    out.key("try");
+    out.beginArray();
+    for (const std::string& one : cause.tries) {
+        out.text(one);
+    }
+    out.endArray();
+    if (!cause.evidence.empty()) {
+        out.textMember("evidence", cause.evidence);
+    }
+    out.endObject();
+}
+
+void writeExpression(JsonWriter& out, const TransformReport::Expression& expression) {
+    out.textMember("xpath", expression.xpath);
+    if (!expression.filter.empty()) {
+        out.textMember("filter", expression.filter);
+    }
+}
+
+// The first expression stands in the transform itself; where there are several, "filters" has all.
+void writeTransform(JsonWriter& out, const TransformReport& transform) {
+    out.beginObject();
+    out.textMember("algorithm", transform.algorithm);
+    if (!transform.prefixList.empty()) {
+        out.textMember("prefixList", transform.prefixList);
+    }
+    if (!transform.expressions.empty()) {
+        writeExpression(out, transform.expressions.front());
+    }
+    if (transform.expressions.size() > 1) {
+        out.key("filters");
+        out.beginArray();
+        for (const TransformReport::Expression& expression : transform.expressions) {
+            out.beginObject();
+            writeExpression(out, expression);
+            out.endObject();
+        }
+        out.endArray();
+    }
+    out.endObject();
+}
+
+// What was digested, how it was made, and both digests.
+void writeDigest(JsonWriter& out, const ReferenceResult& reference) {
+    out.key("digest");
+    out.beginObject();
+    out.textMember("stored", reference.storedDigest.view());
+    out.textMember("computed", reference.computedDigest.view());
+    out.endObject();
+    out.integerMember("octets", static_cast<std::int64_t>(reference.octetCount));
+    out.key("transforms");
+    out.beginArray();
+    for (const TransformReport& transform : reference.transforms) {
+        writeTransform(out, transform);
+    }
+    out.endArray();
+}
+
 void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentNames* names) {
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(reference.index));
@@ -113,6 +190,8 @@ void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentN
     out.textMember("digestMethod", reference.digestMethod.view());
     out.textMember("status", statusOf(reference));
     out.integerMember("reason", static_cast<std::int64_t>(publicCode(reference.reason)));
+    writeCause(out, reference.cause);
+    writeDigest(out, reference);
     writeCoverage(out, reference, names);
     writeCodes("accommodations", reference.accommodations, out);
     out.endObject();
@@ -135,6 +214,7 @@ void writeCertificate(JsonWriter& out, const VantrelX509& certificate, Certifica
     }
     out.textMember("notBefore", first);
     out.textMember("notAfter", last);
+    out.textMember("certificateSha256", texts.sha256());
 }
 
 void writeKey(JsonWriter& out, const KeyReport& key) {
@@ -149,11 +229,30 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
     if (key.certificateTexts != nullptr && key.certificate.isLoaded()) {
         writeCertificate(out, key.certificate, *key.certificateTexts);
     }
+    // None for a secret, of which nothing is told.
+    if (const std::string fingerprint = key.spkiSha256(); !fingerprint.empty()) {
+        out.textMember("spkiSha256", fingerprint);
+    }
     if (key.nameFromDocument) {
         out.booleanMember("nameFromDocument", true);
     }
     if (key.used) {
         out.booleanMember("used", true);
+    }
+    out.endObject();
+}
+
+// The member is there only where a public key has verified the value.
+void writeSigner(JsonWriter& out, const SignerReport& signer) {
+    if (signer.spkiSha256.empty()) {
+        return;
+    }
+    out.key("signer");
+    out.beginObject();
+    out.textMember("source", signer.source);
+    out.textMember("spkiSha256", signer.spkiSha256);
+    if (signer.certificateTexts != nullptr && signer.certificate.isLoaded()) {
+        writeCertificate(out, signer.certificate, *signer.certificateTexts);
     }
     out.endObject();
 }
@@ -179,9 +278,13 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     out.textMember("path", isThere ? names->path(report.signatureElement) : std::string());
     out.textMember("status", report.tooLarge ? "error" : report.valid ? "valid" : "invalid");
     out.textMember("reason", report.reason);
+    writeCause(out, report.cause);
+    out.textMember("value", valueText(report.value));
+    writeSigner(out, report.signer);
     out.textMember("profile", report.profile);
     out.textMember("signatureMethod", report.signatureMethod.view());
     out.textMember("canonicalizationMethod", report.canonicalizationMethod.view());
+    out.integerMember("referenceCount", report.referenceCount);
     out.key("references");
     out.beginArray();
     for (const ReferenceResult& reference : report.references) {
@@ -202,6 +305,7 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     }
     writeCodes("warnings", report.warnings, out);
     writeCodes("accommodations", report.accommodations, out);
+    writeCodes("standards", report.standards, out);
     out.endObject();
     return !out.passedLimit();
 }

@@ -2,12 +2,16 @@
 #define DSIG_REPORT_SIGNATURE_REPORT_H
 
 #include "dsig/document/certificate_texts.h"
+#include "dsig/report/cause.h"
 #include "dsig/report/codes.h"
 #include "dsig/report/coverage.h"
 #include "dsig/report/ref_reason.h"
+#include "dsig/report/value_check.h"
 #include "foundation/text/DataBuffer.h"
+#include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/element_text.h"
 
@@ -22,6 +26,19 @@ class JsonWriter;
 } // namespace vantrel::json
 
 namespace vantrel::dsig {
+
+// One entry of a Transforms list as the document has it.
+struct TransformReport {
+    // One expression of an XPath transform; `filter` is empty unless it is one of XPath Filter 2.0.
+    struct Expression {
+        std::string filter;
+        std::string xpath;
+    };
+
+    std::string algorithm;
+    std::string prefixList; // of Exclusive XML Canonicalization; empty for none
+    std::vector<Expression> expressions;
+};
 
 // What was found out about one reference.
 // A value: it owns its texts, and names elements by ids of the loaded document.
@@ -43,7 +60,16 @@ struct ReferenceResult {
     ElementList coveredElements; // in the order in which they are digested
     std::vector<Exclusion> excluded;
     bool coverageKnown = true;
+    StringBuffer storedDigest; // the document's text without white space
+    // Base64 of the digest of the octets that were digested by the attempt that matched, else by
+    // the first, and their number; empty and 0 when there was nothing to digest.
+    StringBuffer computedDigest;
+    std::uint64_t octetCount = 0;
+    std::string_view limit; // the one that the check passed; empty for none; of static storage
     CodeSet accommodations;
+    // The next two are filled in when a report is written (verify/complete_report.h).
+    std::vector<TransformReport> transforms;
+    Cause cause;
     DataBuffer octets; // that were digested by the attempt that matched, else by the first; where
                        // they were asked for
 
@@ -84,7 +110,22 @@ struct KeyReport {
     bool outsideValidity = false;
     VantrelX509 certificate;                            // that the key came from; empty for none
     std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
+    // A key without a certificate, for its fingerprint; null for others and for HMAC.
+    Ref<ClsPublicKey> key;
+    bool keyGiven = false;         // the caller handed over this key, or an equal one
     bool nameFromDocument = false; // the caller gave the key, the document its certificate
+
+    // Lower-case hexadecimal SHA-256 of the SubjectPublicKeyInfo: the certificate's own octets
+    // where there is one. Empty for HMAC.
+    [[nodiscard]] std::string spkiSha256() const;
+};
+
+// Whose key verified the value, with a certificate that has this key, wherever one was found.
+struct SignerReport {
+    std::string_view source; // of the certificate, else of the key; of static storage
+    std::string spkiSha256;  // empty: the value did not verify, or by a secret
+    VantrelX509 certificate; // empty for none
+    std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
 };
 
 // What one verification found out: the operation's structured result.
@@ -105,6 +146,10 @@ struct SignatureReport {
     std::string_view profile;
     std::vector<ReferenceResult> references;
     std::vector<KeyReport> keys;
+    // A key must be found for the value, for a report even where the outcome is settled before.
+    bool valueWanted = false;
+    bool referencesFailed = false; // that is why it is not valid
+    ValueCheck value = ValueCheck::NotReached;
     // "absent", "not-checked", "valid" or "invalid"; the next three are set only once it was
     // checked.
     std::string_view timestamp = "absent";
@@ -113,6 +158,12 @@ struct SignatureReport {
     bool timestampTrusted = false;
     CodeSet warnings;
     CodeSet accommodations;
+    CodeSet standards; // constructs beyond the usual ones that were needed
+    // What follows, the warnings and the causes are filled in when a report is written.
+    bool complete = false;
+    int referenceCount = 0; // in SignedInfo; `references` may be fewer
+    SignerReport signer;
+    Cause cause; // empty for a valid signature
 
     // The reference's entry, added when it is not there.
     ReferenceResult& reference(int refIndex);

@@ -4,7 +4,6 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/internal_reference.h"
 #include "dsig/reference/reference_target.h"
-#include "dsig/report/warnings.h"
 
 namespace vantrel::dsig {
 
@@ -57,6 +56,7 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
         ReferenceResult& described = report.reference(index);
         // The URI decides alone: the text that an external one leads to is not fetched.
         described.describe(reference.m_uri, reference.m_digestMethod);
+        described.storedDigest = reference.m_digestValue;
         const ReferenceTarget target = targetOf(reference.m_uri);
         if (target.kind == ReferenceTarget::Kind::External) {
             described.covers = "external";
@@ -66,25 +66,10 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
     }
 }
 
-void finishReport(Document* document, std::string_view lastErrorLine, SignatureReport& report) {
+void finishReport(std::string_view lastErrorLine, SignatureReport& report) {
     // A step that knows better has set it: the line of a wrong key is no error line.
     if (!report.valid && report.reason.empty()) {
         report.reason = lastErrorLine;
-    }
-    // Warnings stand in the order in which they are added, behind those of the steps before.
-    warnOfHash(report.signatureMethod, report);
-    if (document != nullptr) {
-        warnOfCoverage(*document->structure, report);
-    }
-    warnOfReferences(report);
-    if (document != nullptr) {
-        warnOfStructure(*document, report);
-    }
-    // What the keys are that did not verify is no concern of the outcome.
-    for (const KeyReport& key : report.keys) {
-        if (key.used) {
-            warnOfKey(key, report);
-        }
     }
 }
 

@@ -18,9 +18,9 @@ namespace vantrel::dsig {
 // What the references name, where their digests are not asked for.
 void describeUncheckedReferences(Document& document, const Selection& selection,
                                  SignatureReport& report);
-// The end of it: the reason of a failure, which is the last error line of the log, and the
-// warnings.
-void finishReport(Document* document, std::string_view lastErrorLine, SignatureReport& report);
+// The end of the operation: the reason of a failure, which is the last error line of the log. What
+// nobody needs before the report is read is left to completeReport (complete_report.h).
+void finishReport(std::string_view lastErrorLine, SignatureReport& report);
 
 } // namespace vantrel::dsig
 

@@ -129,6 +129,7 @@ ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> k
             if (!mayCheck(query, key, outcome, log)) {
                 return outcome;
             }
+            outcome.anyChecked = true;
             verdict = verifyWithRsaKey(query, *rsa, log);
             checked.add(key, *verdict);
         }
@@ -140,6 +141,7 @@ ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> k
         }
         // The right key says no: no other key can say yes.
         if (verdict == KeyVerdict::SignatureInvalid) {
+            outcome.rightKey = true;
             return outcome;
         }
     }
@@ -197,6 +199,7 @@ ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
         if (!mayCheck(query, key, outcome, log)) {
             return outcome;
         }
+        outcome.anyChecked = true;
         // Noted before the check is made: after a success nobody asks any more.
         checked.add(key, KeyVerdict::Failed);
         if (rule.verify(query, key.key(), quiet)) {

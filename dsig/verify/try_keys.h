@@ -36,6 +36,8 @@ struct ValueOutcome {
     bool verified = false;
     int usedIndex = -1;       // of the candidate that verified; -1 for none
     bool wrongKey = false;    // the key tried last was not the signer's
+    bool anyChecked = false;  // there was a key of the method's type
+    bool rightKey = false;    // RSA: a key that made the value, over other octets
     bool endedEarly = false;  // the verification is over at once, without a summary
     bool limitPassed = false; // the account did not allow a check that was needed
 };

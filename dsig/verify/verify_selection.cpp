@@ -58,6 +58,7 @@ bool passTimestamp(const VerifyQuery& query, const XmlSigLocate& locator, Signat
 bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
                       const DSigReference& first, SignedValue& value, SignatureReport& report,
                       LogBase& log) {
+    report.value = ValueCheck::Structure;
     if (!makeSignedOctets(*query.document, query.selection, rules, locator, first, value.octets,
                           report.accommodations, log)) {
         return false;
@@ -73,7 +74,9 @@ bool takeSignedOctets(const VerifyQuery& query, const Rules& rules, const XmlSig
 }
 
 // XML Signature 4.3. The text is kept beside the bytes, since an HMAC is compared as text.
-bool readValue(const VerifyQuery& query, SignedValue& value, LogBase& log) {
+bool readValue(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
+               LogBase& log) {
+    report.value = ValueCheck::MalformedValue;
     if (!signatureValue(query.selection.signature, value.text, log)) {
         log.LogError("Unable to find the SignatureValue element.");
         return false;
@@ -88,7 +91,9 @@ bool readValue(const VerifyQuery& query, SignedValue& value, LogBase& log) {
 
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
 // is nothing that the value could be checked with.
-bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
+bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
+                LogBase& log) {
+    report.value = ValueCheck::UnsupportedMethod;
     if (!signedInfoField(query.selection.signature, "SignatureMethod", "Algorithm", value.method,
                          log)) {
         log.LogError("Unable to location the SignatureMethod algorithm within the SignedInfo.");
@@ -122,18 +127,41 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, LogBase& log) {
 bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
                LogBase& log) {
     if (query.hmacKey.isEmpty()) {
+        report.value = ValueCheck::NoKey;
         log.LogError("No HMAC key available to verify signature.");
         return false;
     }
-    report.valid = tryHmac(value.octets.text, query.hmacKey, value.hashAlg, value.text, log);
+    const bool verified = tryHmac(value.octets.text, query.hmacKey, value.hashAlg, value.text, log);
+    report.value = verified ? ValueCheck::Valid : ValueCheck::Mismatch;
     KeyReport key;
     key.source = keysource::kExplicit.name;
     key.type = "HMAC";
     // The secret itself is in no report, only its size.
     key.bits = static_cast<int>(query.hmacKey.getSize()) * 8;
-    key.used = report.valid;
-    report.keys = {key};
+    key.used = verified;
+    key.keyGiven = true;
+    report.keys.clear();
+    report.keys.push_back(std::move(key));
     return true;
+}
+
+// What the search says of the value. Only RSA tells a wrong key from other octets.
+ValueCheck valueCheckOf(const SignedValue& value, const ValueOutcome& outcome) {
+    if (outcome.verified) {
+        return ValueCheck::Valid;
+    }
+    if (outcome.limitPassed) {
+        return ValueCheck::LimitPassed;
+    }
+    // Without a hash nothing was compared, whatever the keys said.
+    if (value.hashAlg == kHashNone) {
+        return ValueCheck::UnsupportedMethod;
+    }
+    if (!outcome.anyChecked) {
+        return ValueCheck::NoKey;
+    }
+    return value.keyType == kKeyTypeRsa && !outcome.rightKey ? ValueCheck::WrongKey
+                                                             : ValueCheck::Mismatch;
 }
 
 // False where there is no key at all, or the search ended without a word on the value.
@@ -143,6 +171,7 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
     // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {
+        report.value = ValueCheck::NoKey;
         log.LogError("No public key available to verify signature.");
         return false;
     }
@@ -153,7 +182,7 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
         tryKeys({value.method, value.keyType, value.hashAlg, value.octets, value.hash, value.value,
                  account, query.limits.keyOperations},
                 keys, log);
-    report.valid = outcome.verified;
+    report.value = valueCheckOf(value, outcome);
     // The line of a wrong key is no error line, so the log's last one would name something else.
     if (outcome.wrongKey && !outcome.limitPassed) {
         report.reason = kWrongKeyLine;
@@ -162,6 +191,19 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
         report.keys[static_cast<std::size_t>(outcome.usedIndex)].used = true;
     }
     return !outcome.endedEarly;
+}
+
+// XML Signature 3.2.2, the value. False where the verification ends without a word on it. Each step
+// writes its own error line, and needs what those before it have found.
+bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
+                const DSigReference& first, SignatureReport& report, LogBase& log) {
+    SignedValue value;
+    if (!takeSignedOctets(query, rules, locator, first, value, report, log) ||
+        !readValue(query, value, report, log) || !hashOctets(query, value, report, log)) {
+        return false;
+    }
+    return value.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
+                                         : checkWithKeys(query, value, report, log);
 }
 
 } // namespace
@@ -185,22 +227,38 @@ bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& re
         !checkAllReferences({query.document, query.selection, query.externalData,
                              query.externalDirs, query.ignoreMissing},
                             rules, report, log)) {
+        report.referencesFailed = true;
         return true;
     }
 
-    // Each step writes its own error line, and needs what those before it have found.
     DSigReference first;
     XmlSigLocate locator;
-    SignedValue value;
+    report.value = ValueCheck::Structure;
     if (!parseFirstReference(query.document, query.selection, first, log) ||
-        !locateSelectedSignature(query.selection, first.m_digestValue, locator, log) ||
-        !passTimestamp(query, locator, report, log) ||
-        !takeSignedOctets(query, rules, locator, first, value, report, log) ||
-        !readValue(query, value, log) || !hashOctets(query, value, log)) {
+        !locateSelectedSignature(query.selection, first.m_digestValue, locator, log)) {
         return false;
     }
-    return value.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
-                                         : checkWithKeys(query, value, report, log);
+    report.value = ValueCheck::NotReached;
+    if (!passTimestamp(query, locator, report, log)) {
+        return false;
+    }
+    const bool summarise = checkValue(query, rules, locator, first, report, log);
+    report.valid = report.value == ValueCheck::Valid;
+    return summarise;
+}
+
+// What was found out before stays: the reason of the failure, and that it is one.
+void lookAtValue(const VerifyQuery& query, const Rules& rules, SignatureReport& report,
+                 LogBase& log) {
+    DSigReference first;
+    XmlSigLocate locator;
+    const std::string reason = report.reason;
+    report.value = ValueCheck::Structure;
+    if (parseFirstReference(query.document, query.selection, first, log) &&
+        locateSelectedSignature(query.selection, first.m_digestValue, locator, log)) {
+        static_cast<void>(checkValue(query, rules, locator, first, report, log));
+    }
+    report.reason = reason;
 }
 
 } // namespace vantrel::dsig

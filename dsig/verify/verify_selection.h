@@ -35,6 +35,11 @@ struct VerifyQuery {
 // log: a verification that ends before the signature value is looked at leaves no such line. The
 // outcome itself is `report.valid`, which stays false until a key has verified the value.
 bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& report, LogBase& log);
+// The value alone, for the report of a verification that ended before it: fills the value, the keys
+// and which references it vouches for. Neither the outcome nor its reason changes. Key operations
+// are charged as those of the verification.
+void lookAtValue(const VerifyQuery& query, const Rules& rules, SignatureReport& report,
+                 LogBase& log);
 
 } // namespace vantrel::dsig
 

@@ -30,10 +30,13 @@ void _vlFileDataSource::closeDataSource() noexcept {
     const io::FileHandle closed(m_descriptor);
     m_descriptor = -1;
     m_size = 0;
+    m_read = 0;
 }
 
 bool _vlFileDataSource::readSource(std::span<std::uint8_t> room, std::size_t& count, LogBase& log) {
-    return io::readSome(m_descriptor, room, count, log);
+    const bool read = io::readSome(m_descriptor, room, count, log);
+    m_read += read ? count : 0;
+    return read;
 }
 
 } // namespace vantrel

@@ -36,6 +36,8 @@ public:
     void closeDataSource() noexcept;
     // Size at the time of opening.
     [[nodiscard]] std::uint64_t fileSize() const noexcept { return m_size; }
+    // Handed out since then: another number where the file has changed meanwhile.
+    [[nodiscard]] std::uint64_t octetsRead() const noexcept { return m_read; }
 
     [[nodiscard]] bool readSource(std::span<std::uint8_t> room, std::size_t& count,
                                   LogBase& log) override;
@@ -43,6 +45,7 @@ public:
 private:
     int m_descriptor = -1;
     std::uint64_t m_size = 0;
+    std::uint64_t m_read = 0;
 };
 
 } // namespace vantrel

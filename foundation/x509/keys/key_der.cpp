@@ -3,9 +3,12 @@
 #include "foundation/asn1/ber_normalize.h"
 #include "foundation/asn1/der_reader.h"
 #include "foundation/asn1/der_values.h"
+#include "foundation/asn1/der_writer.h"
 #include "foundation/asn1/oid.h"
+#include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/ecc/curves.h"
+#include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
 #include "foundation/x509/oids.h"
 
@@ -202,6 +205,71 @@ bool loadKeyDer(ByteView der, _vlPublicKey& key, std::string_view& whyNot) {
     return DerReader(normal).enter(Tag::Sequence, inner) && inner.nextIs(Tag::Integer)
                ? loadRsaPublicKey(normal, key, whyNot)
                : loadSubjectPublicKeyInfo(normal, key, whyNot);
+}
+
+namespace {
+
+using asn1::DerWriter;
+
+// The AlgorithmIdentifier. RFC 3279 2.3.1: for RSA the parameters are NULL; 2.3.2: for DSA they are
+// p, q and g; RFC 5480 2.1.1: for a point the identifier of its curve.
+void writeAlgorithm(const _vlPublicKey& key, DerWriter& out) {
+    out.open(Tag::Sequence);
+    switch (key.kind()) {
+    case KeyKind::Rsa:
+        out.write(Tag::Oid, oid::kRsaEncryption);
+        out.writeNull();
+        break;
+    case KeyKind::Dsa:
+        out.write(Tag::Oid, oid::kDsa);
+        out.open(Tag::Sequence);
+        out.writeUnsigned(key.getDsaKeyPtr()->p());
+        out.writeUnsigned(key.getDsaKeyPtr()->q());
+        out.writeUnsigned(key.getDsaKeyPtr()->g());
+        out.close();
+        break;
+    case KeyKind::Ec:
+        out.write(Tag::Oid, oid::kEcPublicKey);
+        // The identifiers of the table of curves are all well formed.
+        static_cast<void>(out.writeOid(key.getEccKeyPtr()->curve()->oid));
+        break;
+    case KeyKind::None: break;
+    }
+    out.close();
+}
+
+} // namespace
+
+std::vector<std::uint8_t> subjectPublicKeyBits(const _vlPublicKey& key) {
+    DerWriter out;
+    switch (key.kind()) {
+    case KeyKind::Rsa:
+        out.open(Tag::Sequence);
+        out.writeUnsigned(key.getRsaKeyPtr()->modulus());
+        out.writeUnsigned(key.getRsaKeyPtr()->exponent());
+        out.close();
+        break;
+    case KeyKind::Dsa: out.writeUnsigned(key.getDsaKeyPtr()->y()); break;
+    case KeyKind::Ec: out.writeRaw(key.getEccKeyPtr()->point()); break;
+    case KeyKind::None: break;
+    }
+    return {out.bytes().begin(), out.bytes().end()};
+}
+
+std::vector<std::uint8_t> subjectPublicKeyInfo(const _vlPublicKey& key) {
+    if (key.kind() == KeyKind::None) {
+        return {};
+    }
+    constexpr std::uint8_t kNoUnusedBits[] = {0};
+    DerWriter out;
+    out.open(Tag::Sequence);
+    writeAlgorithm(key, out);
+    out.open(Tag::BitString);
+    out.writeRaw(kNoUnusedBits);
+    out.writeRaw(subjectPublicKeyBits(key));
+    out.close();
+    out.close();
+    return {out.bytes().begin(), out.bytes().end()};
 }
 
 } // namespace vantrel::x509

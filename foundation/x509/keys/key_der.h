@@ -3,7 +3,9 @@
 
 #include "foundation/text/byte_view.h"
 
+#include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace vantrel {
 
@@ -25,6 +27,13 @@ namespace x509 {
 
 // Either of them, told apart by what the outer sequence begins with. BER is converted first.
 [[nodiscard]] bool loadKeyDer(ByteView der, _vlPublicKey& key, std::string_view& whyNot);
+
+// The SubjectPublicKeyInfo of a key in the form that RFC 3279 and RFC 5480 prescribe:
+// rsaEncryption, DSA with its parameters, or an uncompressed point on a named curve. Empty without
+// a key.
+[[nodiscard]] std::vector<std::uint8_t> subjectPublicKeyInfo(const _vlPublicKey& key);
+// The octets of its subjectPublicKey BIT STRING, as VantrelX509::subjectPublicKeyBits gives them.
+[[nodiscard]] std::vector<std::uint8_t> subjectPublicKeyBits(const _vlPublicKey& key);
 
 } // namespace x509
 

@@ -1,0 +1,100 @@
+#include "dsig/verify/complete_report.h"
+
+#include "dsig/document/child_elements.h"
+#include "dsig/document/signed_info.h"
+#include "dsig/keys/key_hints.h"
+#include "dsig/keys/signer.h"
+#include "dsig/report/causes.h"
+#include "dsig/report/warnings.h"
+
+namespace vantrel::dsig {
+
+namespace {
+
+std::string attributeOf(const ClsXml& element, const char* name) {
+    StringBuffer value;
+    element.getAttrValue(name, value);
+    return std::string(value.view());
+}
+
+// The identifier, and what parametrises it (XML Signature 6.6, Exclusive XML Canonicalization 3,
+// XPath Filter 2.0).
+TransformReport describeTransform(const ClsXml& transform) {
+    TransformReport report;
+    report.algorithm = attributeOf(transform, "Algorithm");
+    for (const xml::ElementId child : childElements(transform)) {
+        const Ref<ClsXml> part = handleOn(transform, child);
+        if (part->localName() == "InclusiveNamespaces") {
+            report.prefixList = attributeOf(*part, "PrefixList");
+        } else if (part->localName() == "XPath") {
+            StringBuffer expression;
+            part->getContentSb(expression);
+            report.expressions.push_back(
+                {attributeOf(*part, "Filter"), std::string(expression.view())});
+        }
+    }
+    return report;
+}
+
+void describeTransforms(Document& document, const Selection& selection,
+                        ReferenceResult& reference) {
+    LogNull log;
+    const Ref<ClsXml> element = referenceElement(&document, selection, reference.index, log);
+    const Ref<ClsXml> transforms =
+        element ? Ref<ClsXml>::adopt(element->getChildWithTagUtf8("*:Transforms")) : Ref<ClsXml>();
+    if (!transforms) {
+        return;
+    }
+    for (const xml::ElementId child : childElements(*transforms)) {
+        reference.transforms.push_back(describeTransform(*handleOn(*transforms, child)));
+    }
+}
+
+// Warnings stand in the order in which they are added, behind those of the steps before.
+void warn(Document* document, SignatureReport& report) {
+    warnOfHash(report.signatureMethod, report);
+    if (document != nullptr) {
+        warnOfCoverage(*document->structure, report);
+    }
+    warnOfReferences(report);
+    if (document != nullptr) {
+        warnOfStructure(*document, report);
+        warnOfReading(*document->structure, report);
+    }
+    warnOfUnusedKey(report);
+    // What the keys are that did not verify is no concern of the outcome.
+    for (const KeyReport& key : report.keys) {
+        if (key.used) {
+            warnOfKey(key, report);
+        }
+    }
+}
+
+} // namespace
+
+void completeReport(const VerifyQuery& query, const Rules& rules, SignatureReport& report) {
+    if (report.complete) {
+        return;
+    }
+    if (query.document != nullptr) {
+        report.referenceCount = numReferences(*query.selection.signature);
+        if (report.valueWanted && report.value == ValueCheck::NotReached &&
+            report.referenceCount > 0) {
+            LogNull log;
+            lookAtValue(query, rules, report, log);
+        }
+        for (ReferenceResult& reference : report.references) {
+            reference.transforms.clear();
+            describeTransforms(*query.document, query.selection, reference);
+        }
+        report.signer = describeSigner(report.keys, query.keys);
+    }
+    warn(query.document, report);
+    for (ReferenceResult& reference : report.references) {
+        reference.cause = causeOf(reference);
+    }
+    report.cause = causeOf(report, report.valid ? KeyHints() : keyHints(query.selection));
+    report.complete = true;
+}
+
+} // namespace vantrel::dsig
