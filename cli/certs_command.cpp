@@ -74,6 +74,8 @@ int runFile(const std::optional<int>& wanted, const std::string& name, std::stri
     return kEverythingHolds;
 }
 
+} // namespace
+
 int runCerts(const Arguments& arguments) {
     std::optional<int> wanted;
     std::string complaint;
@@ -84,16 +86,6 @@ int runCerts(const Arguments& arguments) {
     return forEachFile(arguments, false, [&wanted](const std::string& name, std::string& why) {
         return runFile(wanted, name, why);
     });
-}
-
-} // namespace
-
-Command certsCommand() {
-    return {"certs",
-            "[--signature N] FILE",
-            "Writes the certificates of KeyInfo as PEM, in document order.",
-            {{"--signature", "N", "only those of the signature with this index (default: all)"}},
-            runCerts};
 }
 
 } // namespace vantrel::cli

@@ -17,11 +17,9 @@
 
 namespace vantrel::cli {
 
-// The options that say what is verified and with what, as `verify` and `digest-input` share them:
-// whoever looks for the octets of a digest gives the same options as for its verification.
-[[nodiscard]] std::vector<OptionSpec> verificationOptions();
-
-// Those options, read and checked: every key, certificate, file and folder that they name is there.
+// The options that say what is verified and with what, which `verify` shares with the commands that
+// go its way: whoever looks for the octets of a digest gives the same options as for verifying.
+// Read and checked: every key, certificate, file and folder that they name is there.
 // So a mistake on the command line is told once and before any work. Shared by the threads that
 // verify; nothing here changes after load(). The HMAC secret is held as text for as long.
 class VerifySettings final {
