@@ -18,6 +18,17 @@ constexpr std::size_t kDeepest = 12;
 // An unbroken run of characters, as base64 content is, is shown up to this length.
 constexpr std::size_t kLongRun = 320;
 
+// A run that is longer may be broken at every such step.
+constexpr std::size_t kMostUnbroken = 40;
+constexpr std::size_t kStep = 8;
+
+constexpr std::string_view kBlanks = " \t";
+
+// Past the characters without a blank, and past the blank behind them.
+std::size_t pastRun(std::string_view piece, std::size_t at) noexcept {
+    return std::min(std::min(piece.find_first_of(kBlanks, at), piece.size()) + 1, piece.size());
+}
+
 // The lines of the page, as they are written. It knows which elements are open, so that lines and
 // stretches may change anywhere.
 class LineWriter {
@@ -32,11 +43,18 @@ public:
         }
     }
 
+    // White space at the beginning of a line, which shows no standing.
+    void indentation(std::string_view blanks) {
+        openLine();
+        closeSpan();
+        m_out += blanks;
+    }
+
     // Text without line ends; `tag` names the element that tells its kind, empty for none.
     void text(std::string_view piece, std::string_view tag) {
         openSpan();
         appendTag("<", tag);
-        appendText(piece, m_out);
+        appendBreakable(piece);
         appendTag("</", tag);
     }
 
@@ -88,6 +106,21 @@ private:
     void appendTag(std::string_view opening, std::string_view tag) {
         if (!tag.empty()) {
             m_out.append(opening).append(tag) += '>';
+        }
+    }
+
+    // A long run may be broken anywhere; else it would begin on a line of its own.
+    void appendBreakable(std::string_view piece) {
+        while (!piece.empty()) {
+            const std::size_t run = pastRun(piece, 0);
+            for (std::size_t at = 0; at < run;) {
+                const bool isLast = run <= kMostUnbroken || run - at <= kStep;
+                const std::size_t end = isLast ? run : characterStart(piece, at + kStep);
+                m_out += at > 0 ? "<wbr>" : "";
+                appendText(piece.substr(at, end - at), m_out);
+                at = end;
+            }
+            piece.remove_prefix(run);
         }
     }
 
@@ -239,12 +272,20 @@ private:
     void showLines(std::string_view piece, Token::Kind kind) {
         while (true) {
             const std::size_t lineEnd = piece.find('\n');
-            showRuns(piece.substr(0, lineEnd), kind);
+            std::string_view line = piece.substr(0, lineEnd);
+            // A carriage return before a line feed is part of the line end (XML 1.0, 2.11).
+            if (lineEnd != std::string_view::npos && line.ends_with('\r')) {
+                line.remove_suffix(1);
+            }
+            showRuns(line, kind);
             if (lineEnd == std::string_view::npos) {
                 return;
             }
             m_lines.lineEnd();
             piece.remove_prefix(lineEnd + 1);
+            const std::size_t text = std::min(piece.find_first_not_of(kBlanks), piece.size());
+            m_lines.indentation(piece.substr(0, text));
+            piece.remove_prefix(text);
         }
     }
 
@@ -267,11 +308,6 @@ private:
             m_lines.text(piece.substr(back, run - back), tag);
             piece.remove_prefix(run);
         }
-    }
-
-    // Past the characters without a blank, and past the blank behind them.
-    static std::size_t pastRun(std::string_view piece, std::size_t at) noexcept {
-        return std::min(std::min(piece.find_first_of(" \t", at), piece.size()) + 1, piece.size());
     }
 
     // Length of what stands before the first long run.

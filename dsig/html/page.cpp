@@ -116,8 +116,11 @@ private:
         } else if (m_validCount == count) {
             out += count == 1 ? "The signature holds"
                               : "All " + withGroups(count) + " signatures hold";
-            out += isCoveredWhole() ? " and covers the whole document."
+            out += isCoveredWhole() ? count == 1 ? " and covers the whole document."
+                                                 : ", and together they cover the whole document."
                                     : ", but not everything in the document is signed.";
+        } else if (count == 1) {
+            out += "The signature does not hold.";
         } else {
             out += withGroups(count - m_validCount) + " of " +
                    counted(count, "signature does", "signatures do") + " not hold.";

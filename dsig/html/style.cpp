@@ -67,7 +67,7 @@ ul.legend{list-style:none;padding:0;display:flex;flex-wrap:wrap;gap:.35rem 1rem;
 .sg,.pr{color:var(--dim)}
 .x,.o{font:600 .78em/1 ui-monospace,Menlo,Consolas,monospace;border:1px solid;border-radius:.2rem;padding:0 .25em;margin:0 .1em;color:var(--bad);background:var(--bg)}
 .o{color:var(--dim);font-weight:400}
-.k{font:600 11px/1.5 system-ui,sans-serif;border-radius:.25rem;padding:0 .4em;margin:0 .25em 0 0;color:var(--bg);background:var(--dim);user-select:none;white-space:nowrap;display:inline-block;max-width:100%;overflow:hidden;text-overflow:ellipsis;vertical-align:baseline;text-decoration:none}
+.k{font:600 11px/1.5 system-ui,sans-serif;border-radius:.25rem;padding:0 .4em;margin:0 .25em 0 0;color:var(--bg);background:var(--dim);user-select:none;white-space:nowrap;display:inline-block;text-decoration:none}
 a.k:hover{text-decoration:underline}
 .k.bad{background:var(--bad);color:var(--bg)}.k.note{background:var(--note);color:var(--bg)}.k.good{background:var(--good);color:var(--bg)}
 .gap{margin:.4rem .8rem;padding:.3rem .8rem;border:1px dashed var(--line);border-radius:.3rem;color:var(--dim);font-family:system-ui,sans-serif}
