@@ -37,7 +37,7 @@ int writePage(const std::string* output, const FileResult& result) {
     }
     _vlLogger log;
     if (!io::writeFile(*output, asBytes(result.report), log)) {
-        complain(log.lastErrorLine());
+        complain(*output + ": " + std::string(log.lastErrorLine()));
         return kCannotTell;
     }
     return result.code;

@@ -171,7 +171,8 @@ std::string_view standingWords(const Standing& standing) {
     if (standing.excluded) {
         return "excluded from the signature";
     }
-    return standing.isVoid ? "covered by a signature that does not hold" : "covered by nothing";
+    return standing.isVoid ? "named by a signature that does not vouch for it"
+                           : "covered by nothing";
 }
 
 // The walk over the text: tokens, stretches, shown parts and marks are four lists in one order.
@@ -232,7 +233,8 @@ private:
     // Where a document was written without line ends, its elements are shown one below the other.
     void breakBefore(const Token& token) {
         const std::size_t at = token.range.start;
-        const bool afterTag = m_last != Token::Kind::Text && m_last != Token::Kind::Silent;
+        const bool afterTag = m_last == Token::Kind::StartTag || m_last == Token::Kind::EmptyTag ||
+                              m_last == Token::Kind::EndTag;
         const bool opens =
             token.kind == Token::Kind::StartTag || token.kind == Token::Kind::EmptyTag;
         const bool closes =
@@ -290,9 +292,9 @@ private:
     }
 
     void showRuns(std::string_view piece, Token::Kind kind) {
-        const std::string_view tag = kind == Token::Kind::Text     ? ""
-                                     : kind == Token::Kind::Silent ? "em"
-                                                                   : "i";
+        const std::string_view tag = kind == Token::Kind::Text      ? ""
+                                     : kind == Token::Kind::Comment ? "em"
+                                                                    : "i";
         while (!piece.empty()) {
             // Several short runs go in one.
             if (const std::size_t shown = shortRuns(piece); shown > 0) {

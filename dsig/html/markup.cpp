@@ -39,7 +39,10 @@ Token::Kind TokenReader::kindAt(std::size_t at) const noexcept {
     if (rest[0] != '<' || rest.starts_with(kCData)) {
         return Token::Kind::Text;
     }
-    if (rest.starts_with("<!") || rest.starts_with("<?")) {
+    if (rest.starts_with("<!--")) {
+        return Token::Kind::Comment;
+    }
+    if (rest.starts_with("<?")) {
         return Token::Kind::Silent;
     }
     return rest.starts_with("</") ? Token::Kind::EndTag : Token::Kind::StartTag;

@@ -15,7 +15,8 @@ struct Token {
         StartTag,
         EndTag,
         EmptyTag,
-        Silent // comments, instructions, and what stands outside the root element
+        Comment,
+        Silent // instructions, and what stands outside the root element
     };
 
     xml::TextRange range;

@@ -9,6 +9,9 @@
 #include "dsig/report/codes.h"
 
 #include <algorithm>
+#include <functional>
+#include <set>
+#include <utility>
 #include <vector>
 
 namespace vantrel::dsig::html {
@@ -33,6 +36,7 @@ public:
             m_places.push_back(signature.places);
         }
         m_stretches = stretchesOf(m_places, m_root, static_cast<std::uint32_t>(m_text.size()));
+        collectStandings();
         readReports();
     }
 
@@ -95,7 +99,7 @@ private:
         if (m_signatures.empty() || m_validCount < m_signatures.size()) {
             return "bad";
         }
-        return m_hasGaps ? "note" : "good";
+        return m_hasGaps || !isCoveredWhole() ? "note" : "good";
     }
 
     [[nodiscard]] bool isCoveredWhole() const {
@@ -157,18 +161,20 @@ private:
         }
     }
 
-    [[nodiscard]] bool hasStanding(std::string_view name) const {
-        return std::any_of(m_stretches.begin(), m_stretches.end(), [&](const Stretch& stretch) {
-            const std::string its = standingClass(stretch.standing);
-            return its == name || (name == "xx" && its.ends_with(" xx"));
-        });
+    // The classes that the text has, and the colours.
+    void collectStandings() {
+        for (const Stretch& stretch : m_stretches) {
+            m_colours |= stretch.standing.covered;
+            const std::string name = standingClass(stretch.standing);
+            m_standings.insert(name.ends_with(" xx") ? "xx" : name);
+        }
     }
 
     // Only what the text has is explained.
     void appendLegend(std::string& out) const {
         constexpr std::pair<std::string_view, std::string_view> kOthers[] = {
             {"br", "a digest does not fit: changed since, or never signed so"},
-            {"vo", "covered by a signature that does not hold"},
+            {"vo", "named by a signature that does not vouch for it"},
             {"ex", "excluded: inside, but not signed"},
             {"xx", "signed by one, excluded by another"},
             {"un", "covered by nothing"},
@@ -177,11 +183,7 @@ private:
         out += "<h2>The document</h2>\n<ul class=\"legend\">\n";
         for (std::size_t i = 0; i < std::min(m_places.size(), kColours); ++i) {
             const unsigned colour = 1U << i;
-            const bool isUsed =
-                std::any_of(m_stretches.begin(), m_stretches.end(), [&](const Stretch& stretch) {
-                    return (stretch.standing.covered & colour) != 0;
-                });
-            if (isUsed) {
+            if ((m_colours & colour) != 0) {
                 const bool isLast = i + 1 == kColours && m_places.size() > kColours;
                 out += "<li><span class=\"sw m" + std::to_string(colour) + "\">covered by " +
                        (isLast ? "further signatures"
@@ -190,10 +192,13 @@ private:
             }
         }
         for (const auto& [name, text] : kOthers) {
-            if (hasStanding(name)) {
+            if (m_standings.contains(name)) {
                 out.append("<li><span class=\"sw ").append(name).append("\">");
                 out.append(text).append("</span></li>\n");
             }
+        }
+        if (m_text.find("<!--") != std::string_view::npos) {
+            out += "<li><span class=\"sw\"><em>comments: no content</em></span></li>\n";
         }
         out += "</ul>\n";
         if (m_text.size() > kMostShown) {
@@ -269,7 +274,7 @@ private:
             }
             m_hasUncovered = true;
             m_marks.push_back({stretch.range.start, listed == 1 ? kUncoveredId : std::string(),
-                               "<span class=\"k note\">not covered</span>"});
+                               "<b class=\"k note\">not covered</b>"});
         }
     }
 
@@ -280,6 +285,8 @@ private:
     std::vector<SignaturePlaces> m_places;
     std::vector<Stretch> m_stretches;
     std::vector<Mark> m_marks;
+    std::set<std::string, std::less<>> m_standings;
+    unsigned m_colours = 0;
     std::vector<bool> m_isValid;
     std::size_t m_validCount = 0;
     bool m_hasGaps = false;

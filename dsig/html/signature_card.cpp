@@ -131,6 +131,11 @@ std::string causeOf(const JsonValue& object) {
     return out;
 }
 
+// The text has marks for the listed references only, and none for what came out of an entity.
+std::string linkTo(const std::string& id, bool isMarked, const std::string& html) {
+    return isMarked ? link(id, html) : html;
+}
+
 std::string exceptions(const JsonValue& reference, const ReferencePlaces& places,
                        std::size_t signature, std::size_t index) {
     // Those that only say that the signature leaves itself out are no exceptions; the places have
@@ -146,8 +151,9 @@ std::string exceptions(const JsonValue& reference, const ReferencePlaces& places
             continue;
         }
         out += listed == 0 ? " except " : ", ";
-        out += link(idOfExclusion(signature, index, listed), escaped(textOf(one, "path"))) + " (" +
-               escaped(textOf(one, "why")) + ")";
+        out += linkTo(idOfExclusion(signature, index, listed), index < kListed,
+                      escaped(textOf(one, "path"))) +
+               " (" + escaped(textOf(one, "why")) + ")";
         ++listed;
     }
     if (places.excluded.size() > listed && listed > 0) {
@@ -161,14 +167,18 @@ std::string target(const JsonValue& reference, const ReferencePlaces& places, st
     const std::string_view covers = textOf(reference, "covers");
     const std::string id = idOfTarget(signature, index);
     const std::string except = exceptions(reference, places, signature, index);
+    const bool isMarked =
+        index < kListed && std::any_of(places.targets.begin(), places.targets.end(),
+                                       [](xml::TextRange range) { return !range.empty(); });
     if (covers == "document") {
-        return link(id, except.empty() ? "the whole document" : "the document") + except;
+        return linkTo(id, isMarked, except.empty() ? "the whole document" : "the document") +
+               except;
     }
     if (covers == "element") {
-        return "element " + link(id, escaped(textOf(reference, "path"))) + except;
+        return "element " + linkTo(id, isMarked, escaped(textOf(reference, "path"))) + except;
     }
     if (covers == "elements") {
-        return link(id, "elements") + " " + words(reference, "paths") + except;
+        return linkTo(id, isMarked, "elements") + " " + words(reference, "paths") + except;
     }
     return (covers == "external" ? "external " : "") + code(textOf(reference, "uri"));
 }

@@ -58,7 +58,7 @@ ul.legend{list-style:none;padding:0;display:flex;flex-wrap:wrap;gap:.35rem 1rem;
 .l[data-n]::before{content:attr(data-n);position:absolute;left:0;width:3.4rem;text-align:right;color:var(--dim);font-size:.85em;user-select:none;overflow-wrap:normal}
 .l span,.l del{border-radius:.15rem;-webkit-box-decoration-break:clone;box-decoration-break:clone;padding:.1em 0}
 .l i,.sw i{font-style:normal;opacity:.72}
-.l em{font-style:italic;opacity:.6}
+.l em,.sw em{font-style:italic;color:var(--dim);background:var(--bg)}
 .br{background:var(--br)}
 .un{background:var(--un)}
 .vo{background:var(--vo)}
