@@ -44,6 +44,8 @@ struct KeyHints {
     std::vector<std::string> names; // in words: issuer and serial, subject, identifiers
 };
 
+// That a check passed the limit of this name (docs/limits.md).
+[[nodiscard]] Cause causeOfLimit(std::string_view limit);
 // Empty for a reference that matches; its transforms must have been described.
 [[nodiscard]] Cause causeOf(const ReferenceResult& reference);
 // Empty for a valid signature; the causes of its references must be there.
