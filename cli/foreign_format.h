@@ -15,6 +15,9 @@ namespace vantrel::cli {
 [[nodiscard]] std::string orForeignFormat(ByteView bytes, std::string_view name,
                                           std::string_view otherwise);
 
+// A remedy in which every FILE is replaced by the name, quoted for a shell where it needs that.
+[[nodiscard]] std::string withFileName(std::string_view remedy, std::string_view name);
+
 } // namespace vantrel::cli
 
 #endif

@@ -14,8 +14,9 @@
 #include <iterator>
 #include <system_error>
 
-// Documents are read whole: canonicalization needs the text at hand, and the library addresses it
-// by offsets of 32 bits. Only lists of names, which have no limit, are read line by line.
+// The only place of the tool that reads what it is given by name. Documents are read whole:
+// canonicalization needs the text at hand, and the library addresses it by offsets of 32 bits. Only
+// lists of names, which have no limit, are read line by line.
 namespace vantrel::cli {
 
 namespace {
@@ -47,8 +48,11 @@ std::string nearestName(const std::string& name) {
     return found.empty() ? "" : (path.parent_path() / found).string();
 }
 
-// The system's reason in words, and what helps against it.
-std::string unreadable(const std::string& name, int systemError, std::string_view otherwise) {
+// The system's reason in words, and what helps against it: a name that was probably meant, the
+// right to read, or, for a directory, `insteadOfDirectory`. Reasons beyond these three are rare,
+// and what helps against them is not for this tool to say.
+std::string unreadable(const std::string& name, int systemError, std::string_view otherwise,
+                       const std::string& insteadOfDirectory) {
     switch (systemError) {
     case 0: return std::string(otherwise);
     case ENOENT: {
@@ -59,7 +63,7 @@ std::string unreadable(const std::string& name, int systemError, std::string_vie
                                        : shellWord(near));
     }
     case EACCES: return withRemedy(std::strerror(systemError), "chmod +r " + shellWord(name));
-    case EISDIR: return withRemedy(std::strerror(systemError), "-r " + shellWord(name));
+    case EISDIR: return withRemedy(std::strerror(systemError), insteadOfDirectory);
     default: return std::strerror(systemError);
     }
 }
@@ -73,9 +77,28 @@ bool readInput(const std::string& name, DataBuffer& bytes, std::string& complain
     const bool ok = name == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
                                 : io::readFile(name, kMaxInputSize, bytes, systemError, log);
     if (!ok) {
-        complaint = unreadable(name, systemError, log.lastErrorLine());
+        complaint = unreadable(name, systemError, log.lastErrorLine(), "-r " + shellWord(name));
     }
     return ok;
+}
+
+bool readOptionFile(std::string_view option, const std::string& path, DataBuffer& bytes,
+                    std::string& complaint) {
+    _vlLogger log;
+    int systemError = 0;
+    const bool ok = path == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
+                                : io::readFile(path, kMaxInputSize, bytes, systemError, log);
+    if (!ok) {
+        complaint = whyNotRead(option, path, systemError, log.lastErrorLine());
+    }
+    return ok;
+}
+
+std::string whyNotRead(std::string_view option, const std::string& path, int systemError,
+                       std::string_view otherwise) {
+    const std::string given = std::string(option) + " ";
+    return given + path + ": " +
+           unreadable(path, systemError, otherwise, given + shellWord(path + "/FILE"));
 }
 
 NameSource::~NameSource() {
@@ -91,6 +114,7 @@ bool NameSource::open(const Arguments& arguments, bool inputByDefault, std::stri
     if (arguments.has("--null")) {
         m_lineEnd = '\0';
     }
+    // Without a list it would mean nothing, and whoever wrote it thinks that it does.
     if (list == nullptr && arguments.has("--null")) {
         complaint = withRemedy("--null is for --files-from only", "--files-from FILE");
         return false;
@@ -109,18 +133,25 @@ bool NameSource::open(const Arguments& arguments, bool inputByDefault, std::stri
         complaint = withRemedy("no file is named", "- for the standard input");
         return false;
     }
+    // Directories are not gone through beforehand just to count: work begins with the first file.
     m_total = list != nullptr || m_recursive ? 0 : m_names.size();
+    // The next name is taken from the end, where files of a directory can be put in its place.
     std::reverse(m_names.begin(), m_names.end());
     if (list == nullptr) {
         return true;
     }
     // "e": closed in programs that this one might start.
     m_list = *list == "-" ? stdin : std::fopen(list->c_str(), "re");
-    if (m_list == nullptr) {
-        complaint = withRemedy("--files-from " + *list + ": " + std::strerror(errno),
-                               "--files-from - for the standard input");
+    int systemError = errno;
+    std::error_code ignored;
+    // Opening one succeeds, and reading it would pass for an empty list.
+    if (m_list != nullptr && *list != "-" && std::filesystem::is_directory(*list, ignored)) {
+        systemError = EISDIR;
+    } else if (m_list != nullptr) {
+        return true;
     }
-    return m_list != nullptr;
+    complaint = whyNotRead("--files-from", *list, systemError, "it cannot be opened");
+    return false;
 }
 
 bool NameSource::next(std::string& name) {
@@ -181,6 +212,7 @@ bool NameSource::expand(const std::string& directory) {
     if (problem) {
         return false;
     }
+    // The system lists them in any order; a report that changes with it could not be compared.
     std::sort(found.begin(), found.end(), std::greater<>());
     m_names.insert(m_names.end(), std::make_move_iterator(found.begin()),
                    std::make_move_iterator(found.end()));

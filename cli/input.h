@@ -19,6 +19,14 @@ inline constexpr std::uint32_t kMaxInputSize = 0x7FFFFFFF; // 2 GiB - 1, as the 
 // of no use. A file whose name is "-" is reached as "./-".
 [[nodiscard]] bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint);
 
+// The same for a file that an option names; the complaint begins with both names.
+[[nodiscard]] bool readOptionFile(std::string_view option, const std::string& path,
+                                  DataBuffer& bytes, std::string& complaint);
+// The complaint about such a file or folder by the system's reason, a value of errno, with what
+// helps against it; `otherwise` where it is 0.
+[[nodiscard]] std::string whyNotRead(std::string_view option, const std::string& path,
+                                     int systemError, std::string_view otherwise);
+
 // What is said when directories were named and hold no file (NameSource::foundNothing).
 inline constexpr std::string_view kNothingFound = "there is no file below the directories";
 

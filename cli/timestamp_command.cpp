@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
+#include "cli/verify_settings.h"
 #include <vantrel/ClsHttp.h>
 #include <vantrel/ClsJsonObject.h>
 #include <vantrel/ClsStringBuilder.h>
@@ -48,7 +49,8 @@ bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::
     }
     // There is one output; two documents in it would be none.
     if (arguments.operands().size() > 1) {
-        complaint = "one file at a time can be time-stamped";
+        complaint =
+            withRemedy("one file at a time can be time-stamped", "xmldsig timestamp for each file");
         return false;
     }
     return arguments.number("--signature", 0, 0x7FFFFFFE, settings.signature, complaint);
@@ -124,9 +126,8 @@ int stampFile(const TimestampSettings& settings, const std::string& name, std::s
     // A signature that was named and is not there is a usage error; a document that has none is a
     // finding.
     if (settings.signature.value_or(0) >= count) {
-        complaint = count == 0 && !settings.signature
-                        ? "there is no signature"
-                        : "there is no signature with index " + std::to_string(*settings.signature);
+        complaint = count == 0 && !settings.signature ? "there is no signature"
+                                                      : noSuchSignature(*settings.signature, count);
         return settings.signature ? kCannotTell : kSomethingFails;
     }
     verifier.put_Selector(settings.signature.value_or(0));

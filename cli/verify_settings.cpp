@@ -1,9 +1,12 @@
 #include "cli/verify_settings.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
+#include "cli/terminal.h"
 #include <vantrel/XString.h>
 #include <vantrel/_vlDataSource.h>
 #include <vantrel/_vlLogger.h>
+#include <vantrel/key_file.h>
 
 #include <algorithm>
 #include <array>
@@ -32,14 +35,58 @@ std::string lastError(ClsBase& object) {
 bool bothGiven(const Arguments& arguments, std::string_view one, std::string_view other,
                std::string& complaint) {
     if (arguments.has(one) && arguments.has(other)) {
-        complaint = std::string(one) + " and " + std::string(other) + " exclude each other";
+        complaint =
+            withRemedy(std::string(one) + " and " + std::string(other) + " exclude each other",
+                       std::string(one) + " alone");
         return true;
     }
     return false;
 }
 
+// "--name=value" with the limit that was probably meant, and what it is now.
+std::string nearestLimit(std::string_view given) {
+    std::vector<std::string_view> names;
+    for (const dsig::LimitEntry& entry : dsig::limitTable()) {
+        names.push_back(entry.name);
+    }
+    const std::string_view name = given.substr(0, given.find('='));
+    const std::string_view guess = nearest(name, names);
+    const dsig::Limits limits;
+    const dsig::LimitEntry& entry = *std::find_if(
+        dsig::limitTable().begin(), dsig::limitTable().end(),
+        [guess](const dsig::LimitEntry& each) { return guess.empty() || each.name == guess; });
+    return "--limit " + std::string(entry.name) + "=" + std::to_string(limits.*entry.value);
+}
+
+// A file of certificates was not read: by the system, or because it holds none.
+std::string certificateFault(const std::string& path, std::string_view reason) {
+    std::string unreadable;
+    DataBuffer bytes;
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(path, ignored) &&
+        !readOptionFile("--cert", path, bytes, unreadable)) {
+        return unreadable;
+    }
+    return withRemedy("--cert " + path + ": " + std::string(reason),
+                      "--key " + shellWord(path) + " (for a public key)");
+}
+
+// The file of --ref-data, by the system's reason where it has one.
+std::string whyNotOpened(const std::string& path, std::string_view otherwise) {
+    std::error_code problem;
+    const auto kind = std::filesystem::status(path, problem).type();
+    if (kind == std::filesystem::file_type::directory) {
+        problem = std::make_error_code(std::errc::is_a_directory);
+    } else if (!problem && kind == std::filesystem::file_type::regular) {
+        problem = std::make_error_code(std::errc::permission_denied);
+    }
+    return whyNotRead("--ref-data", path, problem.value(), otherwise);
+}
+
 } // namespace
 
+// Options of no file first, then those that open files, in the order of the help; the first fault
+// ends it, since the next one may only follow from it.
 bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     m_ignoreExternal = arguments.has("--ignore-external");
     m_verbose = arguments.has("--verbose");
@@ -52,12 +99,14 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
         m_words += m_words.empty() ? "" : ",";
         m_words += "VerifyEncapsulatedTimeStamp";
     }
-    return loadSelection(arguments, complaint) && loadKey(arguments, complaint) &&
+    return loadSelection(arguments, complaint) && loadKeyFiles(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
            loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
            loadLimits(arguments, complaint);
 }
 
+// Whether there are such signatures and references shows only when a document is at hand
+// (select()).
 bool VerifySettings::loadSelection(const Arguments& arguments, std::string& complaint) {
     if (bothGiven(arguments, "--signature", "--id", complaint) ||
         bothGiven(arguments, "--no-references", "--reference", complaint) ||
@@ -72,25 +121,28 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     return true;
 }
 
-// The key is parsed here so that a bad file is told at once, and parsed anew for each verifier.
-bool VerifySettings::loadKey(const Arguments& arguments, std::string& complaint) {
-    const std::string* const path = arguments.last("--key");
-    if (path == nullptr) {
-        return true;
-    }
-    if (!readInput(*path, m_keyBytes, complaint)) {
-        complaint = "--key " + *path + ": " + complaint;
-        return false;
-    }
-    _vlLogger log;
-    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    if (!key || !key->loadAnyBytes(m_keyBytes.view(), log)) {
-        complaint = "--key " + *path + ": " + std::string(log.lastErrorLine());
-        return false;
+// The keys are read here so that a bad file is told at once, and anew for each verifier.
+bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& complaint) {
+    for (const std::string& path : arguments.all("--key")) {
+        DataBuffer bytes;
+        if (!readOptionFile("--key", path, bytes, complaint)) {
+            return false;
+        }
+        std::vector<Ref<ClsPublicKey>> keys;
+        keyfile::KeyFileFault fault;
+        if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
+            const std::string remedy = fault.remedy.empty()
+                                           ? "--key with a file as `xmldsig help verify` lists them"
+                                           : withFileName(fault.remedy, path);
+            complaint = withRemedy("--key " + path + ": " + fault.what, remedy);
+            return false;
+        }
+        m_keyFiles.push_back(bytes);
     }
     return true;
 }
 
+// The secret of HMAC signatures, as text in an encoding or as the bytes of a file.
 bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& complaint) {
     if (bothGiven(arguments, "--hmac-key", "--hmac-key-file", complaint)) {
         return false;
@@ -103,8 +155,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         // Wiped when it goes. The library takes a secret as text in an encoding, so raw bytes pass
         // as base64.
         secret.setSecure(true);
-        if (!readInput(*path, secret, complaint)) {
-            complaint = "--hmac-key-file " + *path + ": " + complaint;
+        if (!readOptionFile("--hmac-key-file", *path, secret, complaint)) {
             return false;
         }
         StringBuffer text;
@@ -114,7 +165,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         text.secureClear();
         // An empty secret would let everybody sign.
         if (m_hmacKey.empty()) {
-            complaint = "--hmac-key-file " + *path + " is empty";
+            complaint = withRemedy("--hmac-key-file " + *path + " is empty", "--hmac-key");
             return false;
         }
         return true;
@@ -126,13 +177,16 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         XString key(m_hmacKey);
         XString name(m_hmacEncoding);
         if (m_hmacKey.empty() || !probe.SetHmacKey(key, name)) {
-            complaint = "--hmac-key is not valid in the encoding " + m_hmacEncoding;
+            complaint = withRemedy("--hmac-key is not valid in the encoding " + m_hmacEncoding,
+                                   "--hmac-encoding base64 or ascii");
             return false;
         }
     }
     return true;
 }
 
+// Certificates for look-ups by what KeyInfo names; that a certificate is here makes it known, and
+// nothing more.
 bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
     // One vault for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
@@ -141,25 +195,29 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
         }
         const XString name(path);
         std::error_code ignored;
+        // Of a folder every file that holds a certificate is taken, and the others passed over.
         const bool added = std::filesystem::is_directory(path, ignored)
                                ? m_vault->AddCertDirectory(name)
                                : m_vault->AddCertFile(name);
         if (!added) {
-            complaint = "--cert " + path + ": " + lastError(*m_vault);
+            complaint = certificateFault(path, lastError(*m_vault));
             return false;
         }
     }
     return true;
 }
 
+// "N=FILE": the name of the file may hold more of the same sign.
 bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& complaint) {
     for (const std::string& given : arguments.all("--ref-data")) {
         const std::size_t equals = given.find('=');
         int index = 0;
         if (equals == std::string::npos || !parseNumber(std::string_view(given).substr(0, equals),
                                                         0, kLastReferenceWithData, index)) {
-            complaint = "--ref-data takes N=FILE with N from 0 to " +
-                        std::to_string(kLastReferenceWithData) + ", not \"" + given + "\"";
+            complaint =
+                withRemedy("--ref-data takes N=FILE with N from 0 to " +
+                               std::to_string(kLastReferenceWithData) + ", not \"" + given + "\"",
+                           "--ref-data 0=FILE");
             return false;
         }
         const std::string path = given.substr(equals + 1);
@@ -168,7 +226,7 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
         // is due.
         _vlFileDataSource probe;
         if (!probe.openDataSourceFile(XString(path), log)) {
-            complaint = "--ref-data " + path + ": " + std::string(log.lastErrorLine());
+            complaint = whyNotOpened(path, log.lastErrorLine());
             return false;
         }
         m_referenceData.emplace_back(index, path);
@@ -176,6 +234,8 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
     return true;
 }
 
+// What of a URI leads into these folders, and that nothing leads out of them, is the library's
+// affair.
 bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::string& complaint) {
     for (const std::string& folder : arguments.all("--ref-dir")) {
         std::error_code problem;
@@ -183,12 +243,13 @@ bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::strin
         // --ignore-external forgives.
         std::filesystem::directory_iterator probe(folder, problem);
         if (problem) {
-            complaint = "--ref-dir " + folder + ": " + problem.message();
+            complaint = whyNotRead("--ref-dir", folder, problem.value(), problem.message());
             return false;
         }
         // The library takes the folders as one text with this separator.
         if (folder.find(';') != std::string::npos) {
-            complaint = "--ref-dir " + folder + ": a folder's name may not hold a semicolon";
+            complaint = withRemedy("--ref-dir " + folder + ": the name may not hold a semicolon",
+                                   "--ref-dir with a link to the folder");
             return false;
         }
         m_referenceFolders += (m_referenceFolders.empty() ? "" : ";") + folder;
@@ -196,6 +257,7 @@ bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::strin
     return true;
 }
 
+// Raised or lowered, each by its name; of two values for one name the last counts.
 bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complaint) {
     for (const std::string& given : arguments.all("--limit")) {
         const std::string_view text = given;
@@ -210,7 +272,7 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
         for (const dsig::LimitEntry& entry : dsig::limitTable()) {
             complaint += " " + std::string(entry.name);
         }
-        complaint += ", not \"" + given + "\"";
+        complaint = withRemedy(complaint + ", not \"" + given + "\"", nearestLimit(given));
         return false;
     }
     return true;
@@ -229,16 +291,21 @@ bool VerifySettings::setLimits(ClsXmlDSig& verifier) const {
 }
 
 // For every signature of the document; tried after the keys of KeyInfo.
-bool VerifySettings::setKey(ClsXmlDSig& verifier) const {
-    if (m_keyBytes.isEmpty()) {
-        return true;
+bool VerifySettings::setKeys(ClsXmlDSig& verifier) const {
+    std::vector<Ref<ClsPublicKey>> keys;
+    for (const DataBuffer& bytes : m_keyFiles) {
+        keyfile::KeyFileFault fault;
+        if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
+            return false;
+        }
     }
-    _vlLogger log;
-    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    return key && key->loadAnyBytes(m_keyBytes.view(), log) && verifier.SetPublicKeyForAll(*key);
+    return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
+        return verifier.AddPublicKeyForAll(*key);
+    });
 }
 
 bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
+    // Nothing is set that was not given: the library's own defaults hold, whatever they are.
     if (!m_words.empty()) {
         XString words(m_words);
         verifier.put_UncommonOptions(words);
@@ -254,7 +321,7 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
         complaint = lastError(verifier);
         return false;
     }
-    if (!setKey(verifier)) {
+    if (!setKeys(verifier)) {
         complaint = "the public key was refused";
         return false;
     }
@@ -285,13 +352,16 @@ bool VerifySettings::prepareSelected(ClsXmlDSig& verifier, std::string& complain
     return true;
 }
 
+// By Id, by index, or all.
 bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
                             std::string& complaint) const {
     const int count = verifier.get_NumSignatures();
+    // Of several signatures with one Id the first is meant, as everywhere in the library.
     if (m_id) {
         XString id(*m_id);
         if (!verifier.SelectById(id)) {
-            complaint = "there is no signature with the Id \"" + *m_id + "\"";
+            complaint = withRemedy("there is no signature with the Id \"" + *m_id + "\"",
+                                   "xmldsig info (lists the signatures with their Ids)");
             return false;
         }
         indexes.push_back(verifier.get_Selector());
@@ -300,8 +370,7 @@ bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
     if (m_signature) {
         // put_Selector would take the last one instead, and its verdict pass for that of another.
         if (*m_signature >= count) {
-            complaint = "there is no signature with index " + std::to_string(*m_signature) +
-                        "; the document has " + std::to_string(count);
+            complaint = noSuchSignature(*m_signature, count);
             return false;
         }
         indexes.push_back(*m_signature);
@@ -311,6 +380,13 @@ bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
         indexes.push_back(i);
     }
     return true;
+}
+
+std::string noSuchSignature(int index, int count) {
+    const std::string complaint = "there is no signature with index " + std::to_string(index) +
+                                  "; the document has " + std::to_string(count);
+    return count == 0 ? complaint
+                      : withRemedy(complaint, "--signature " + std::to_string(count - 1));
 }
 
 } // namespace vantrel::cli

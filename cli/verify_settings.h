@@ -40,30 +40,34 @@ public:
 
     // Whether one signature is named, by index or Id; else all are meant.
     [[nodiscard]] bool selectsOne() const noexcept { return m_signature || m_id; }
+    // False with --no-references.
     [[nodiscard]] bool checkReferences() const noexcept { return m_checkReferences; }
     // The one reference that is asked for, if any.
     [[nodiscard]] const std::optional<int>& reference() const noexcept { return m_reference; }
+    // Those of the library with what --limit changed; reports and logs of the tool keep to them,
+    // too.
     [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
     [[nodiscard]] bool wantsLog() const noexcept { return m_log; }
 
 private:
     // The options by subject, each as load().
     [[nodiscard]] bool loadSelection(const Arguments& arguments, std::string& complaint);
-    [[nodiscard]] bool loadKey(const Arguments& arguments, std::string& complaint);
+    [[nodiscard]] bool loadKeyFiles(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadHmacKey(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadCertificates(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadReferenceData(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadReferenceFolders(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadLimits(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool setLimits(ClsXmlDSig& verifier) const;
-    [[nodiscard]] bool setKey(ClsXmlDSig& verifier) const;
+    [[nodiscard]] bool setKeys(ClsXmlDSig& verifier) const;
 
     std::optional<int> m_signature;
     std::optional<std::string> m_id;
     bool m_checkReferences = true;
     std::optional<int> m_reference;
     dsig::Limits m_limits;
-    DataBuffer m_keyBytes; // parsed anew for each verifier, so that no key object is shared
+    // Of --key; parsed anew for each verifier, so that no key object is shared.
+    std::vector<DataBuffer> m_keyFiles;
     std::string m_hmacKey;
     std::string m_hmacEncoding;
     std::unique_ptr<ClsXmlCertVault> m_vault;                 // null without --cert
@@ -74,6 +78,9 @@ private:
     bool m_log = false;
     bool m_verbose = false;
 };
+
+// The complaint about an index beyond the document's `count` signatures.
+[[nodiscard]] std::string noSuchSignature(int index, int count);
 
 } // namespace vantrel::cli
 

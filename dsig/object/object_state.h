@@ -27,8 +27,8 @@ struct ObjectState {
     std::uint64_t keptOctets = 0; // of their reports
     // Survive loads; the document's accounts refer to them.
     Limits limits;
-    // Tried for every signature, last; null when none was given. Survives loads.
-    Ref<ClsPublicKey> keyForAll;
+    // Tried for every signature, last, in this order; none is null. Survive loads.
+    std::vector<Ref<ClsPublicKey>> keysForAll;
     bool encodingMismatch = false; // of the loaded document
 };
 
