@@ -189,7 +189,8 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
     }
 }
 
-void warnOfReading(const xml::XmlDocument& document, SignatureReport& report) {
+void warnOfReading(Document& loaded, SignatureReport& report) {
+    const xml::XmlDocument& document = *loaded.structure;
     if (!document.doctypeRange().empty()) {
         report.warnings.add(warning::kDtdPresent);
     }
@@ -205,7 +206,7 @@ void warnOfReading(const xml::XmlDocument& document, SignatureReport& report) {
             appendDigested(document, reference, digested);
         }
     }
-    if (hasCommentInText(document, std::move(digested))) {
+    if (hasCommentInText(loaded, digested)) {
         report.warnings.add(warning::kCommentsInText);
     }
 }

@@ -71,7 +71,7 @@ void warn(Document* document, SignatureReport& report) {
     warnOfReferences(report);
     if (document != nullptr) {
         warnOfStructure(*document, report);
-        warnOfReading(*document->structure, report);
+        warnOfReading(*document, report);
     }
     warnOfUnusedKey(report);
     // What the keys are that did not verify is no concern of the outcome.
