@@ -15,6 +15,8 @@ namespace {
 constexpr auto kCommands = std::to_array<Command>({
     {kVerify, "verify", "[options] FILE...",
      "Verifies every signature, its value and every reference digest.", "", runVerify},
+    {kReport, "report", "--html [options] [-o FILE] FILE",
+     "Verifies a document and shows it with what its signatures cover.", "", runReport},
     {kInfo, "info", "[options] FILE...",
      "Lists the signatures of a document without verifying them.", "", runInfo},
     {kC14n, "c14n", "[options] [FILE]...",
@@ -105,11 +107,13 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--log", '\0', None, "", "", "print the log of each verification to standard error",
      kVerifying},
     {"--verbose", 'v', None, "", "", "the same with its verbose entries", kVerifying},
+    {"--html", '\0', None, "", "", "as one HTML page that needs nothing else", kReport},
     {"--quiet", 'q', None, "", "", "no output, only the exit code", kVerify},
     {"--failed-only", '\0', None, "", "", "only the files that are not valid", kVerify},
     {"--summary", '\0', None, "", "", "end with a line of counts", kVerify},
     {"--output", 'o', File, "FILE", "", "write the document there, not to standard output",
      kTimestamp},
+    {"--output", 'o', File, "FILE", "", "write the page there, not to standard output", kReport},
     {"--man", '\0', None, "", "", "the manual page, for the program man", kHelp},
     {"--help", 'h', None, "", "", "list the options and do nothing else", kEveryCommand},
 });

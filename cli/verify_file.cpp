@@ -112,9 +112,24 @@ private:
                 }
             }
             allValid = valid && allValid;
+            if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
+                complaint = lastErrorOf(verifier);
+                return false;
+            }
         }
         m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
         m_result.code = allValid && !indexes.empty() ? kEverythingHolds : kSomethingFails;
+        return m_form != ReportForm::Html || makePage(verifier, complaint);
+    }
+
+    bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
+        XString title(m_result.name);
+        XString page;
+        if (!verifier.HtmlReport(title, page)) {
+            complaint = lastErrorOf(verifier);
+            return false;
+        }
+        m_result.report = page.getUtf8Sb().view();
         return true;
     }
 
@@ -140,7 +155,8 @@ private:
         valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
                                        : verifier.VerifySignature(m_settings.checkReferences());
         m_beforeLast = m_result.report.size();
-        const bool isReported = m_form == ReportForm::None || addSignature(verifier);
+        const bool isReported =
+            m_form == ReportForm::None || m_form == ReportForm::Html || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
         if (!isReported) {
             complaint = withRemedy("the report is larger than its limit (reportOctets)",

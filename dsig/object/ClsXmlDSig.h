@@ -126,6 +126,13 @@ public:
     /// The structured result of the last verification: one JSON object with status, references,
     /// keys, warnings and accommodations. Empty when there is none.
     void get_LastJsonData(XString& json);
+    /// Keeps the result of the last verification for HtmlReport, until the next load. False when
+    /// there is none, or the results together pass the limit reportOctets.
+    bool KeepForHtmlReport();
+    /// One stand-alone HTML page about the loaded document and the results that were kept, headed
+    /// `title`: verdict, signers, warnings and causes, and the text with what each signature
+    /// covers. Safe for any content: it carries no script and forbids any.
+    bool HtmlReport(XString& title, XString& outHtml);
     /// Describes the selected signature without verifying it, as one JSON object.
     bool DescribeSignature(XString& outJson);
     /// Appends the octets over which the reference's digest is computed.

@@ -4,10 +4,12 @@
 #include "dsig/document/document.h"
 #include "dsig/document/limits.h"
 #include "dsig/document/rules.h"
+#include "dsig/html/page.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -20,6 +22,9 @@ struct ObjectState {
     Rules rulesAtLoad;                  // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
+    // Results that the caller had kept for a page, in their order; gone with the next load.
+    std::vector<html::PageSignature> kept;
+    std::uint64_t keptOctets = 0; // of their reports
     // Survive loads; the document's accounts refer to them.
     Limits limits;
     // Tried for every signature, last, in this order; none is null. Survive loads.
