@@ -169,9 +169,7 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
     // holds is not asked about here.
     std::vector<xml::TextRange> digested = {signature};
     for (const ReferenceResult& reference : report.references) {
-        // Neither vouches for the text that is there.
-        if (!reference.isSigned ||
-            reference.accommodations.contains(accommodation::kDigestTolerated)) {
+        if (!reference.isSigned) {
             continue;
         }
         if (!reference.coverageKnown) {
@@ -182,7 +180,10 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
         if (excludesContent(reference, signature)) {
             report.warnings.add(warning::kContentExcluded);
         }
-        appendDigested(document, reference, digested);
+        // A tolerated digest does not vouch for the text that is there.
+        if (!reference.accommodations.contains(accommodation::kDigestTolerated)) {
+            appendDigested(document, reference, digested);
+        }
     }
     if (!coversAll(sourceRangeOf(document, 0), std::move(digested))) {
         report.warnings.add(warning::kDocumentNotCovered);
