@@ -53,6 +53,7 @@ void ClsXmlDSig::unloadDocument() {
     m_selector = 0;
     m_state->document.reset();
     m_state->report = {};
+    m_state->explainBudget.reset();
     if (m_xmlRoot != nullptr) {
         m_xmlRoot->decRefCount();
         m_xmlRoot = nullptr;

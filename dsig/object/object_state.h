@@ -4,11 +4,13 @@
 #include "dsig/document/document.h"
 #include "dsig/document/limits.h"
 #include "dsig/document/rules.h"
+#include "dsig/explain/budget.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
 #include <memory>
+#include <optional>
 
 namespace vantrel::dsig {
 
@@ -19,6 +21,8 @@ struct ObjectState {
     Rules rulesAtLoad;                  // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
+    // What explanations of the loaded document may still cost; made with the first of them.
+    std::optional<explain::Budget> explainBudget;
     // Survive loads; the document's accounts refer to them.
     Limits limits;
     // Tried for every signature, last; null when none was given. Survives loads.

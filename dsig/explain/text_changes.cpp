@@ -1,0 +1,14 @@
+#include "dsig/explain/text_changes.h"
+
+namespace vantrel::dsig::explain {
+
+std::span<const TextFamily> textFamilies() noexcept {
+    static constexpr TextFamily kFamilies[] = {
+        contentChanges, spaceChanges,         indentationChanges, trailingSpaceChanges,
+        markupChanges,  normalizationChanges, lineEndChanges,     prologChanges,
+        charsetChanges,
+    };
+    return kFamilies;
+}
+
+} // namespace vantrel::dsig::explain
