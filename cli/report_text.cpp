@@ -1,8 +1,10 @@
 #include "cli/report_text.h"
 
 #include "cli/terminal.h"
+#include "cli/text_lines.h"
 #include <vantrel/json_value.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <set>
@@ -22,6 +24,8 @@ using json::JsonValue;
 constexpr std::size_t kListedReferences = 20;
 // Exclusions of one reference likewise.
 constexpr std::size_t kListedExclusions = 10;
+// Failed references beyond this number are told in one line each.
+constexpr int kExplainedFailures = 10;
 // What stands for a report that is too large is short itself.
 constexpr std::size_t kMaxBriefReport = 1024;
 
@@ -59,12 +63,11 @@ std::string wordsOf(const JsonValue& object, std::string_view name) {
     return words;
 }
 
-// One line of a signature's report: a label in a column of its own, empty where the line goes on
-// with what stands above it.
-std::string line(std::string_view label, std::string_view text) {
-    std::string out = "    " + std::string(label);
-    out.append(label.size() < 10 ? 10 - label.size() : 1, ' ');
-    return out + std::string(text) + "\n";
+// Whether a leniency was needed.
+bool holds(const JsonValue& object, std::string_view leniency) {
+    const std::vector<JsonValue>& codes = listOf(object, "accommodations");
+    return std::any_of(codes.begin(), codes.end(),
+                       [&](const JsonValue& code) { return code.text() == leniency; });
 }
 
 // Of a signature, a reference or a time-stamp; whatever is not known to be good is shown as bad.
@@ -75,11 +78,36 @@ Colour colourOf(std::string_view status) {
     return status == "not-checked" ? Colour::Note : Colour::Bad;
 }
 
-// "signature 0", with its Id where it has one; two may share an Id, no two an index.
-std::string heading(const JsonValue& signature) {
+// "signature 0", with its Id where it has one; two may share an Id, no two an index. `behind`
+// stands behind it on the line.
+std::string heading(const JsonValue& signature, std::string_view behind) {
+    constexpr std::size_t kLeastOfId = 12;
     std::string out = "  signature " + std::to_string(numberOf(signature, "index"));
     if (const std::string_view id = textOf(signature, "id"); !id.empty()) {
-        out += " \"" + printable(id) + "\"";
+        const std::size_t used = out.size() + columnsOf(behind) + 3; // with blank and quotes
+        const std::size_t room = kTextColumns > used ? kTextColumns - used : 0;
+        out += " \"" + shortened(printable(id), std::max(room, kLeastOfId)) + "\"";
+    }
+    return out + std::string(behind) + "\n";
+}
+
+// "valid", with what of it was not looked at: a reader must not take more from it.
+std::string verdict(const JsonValue& signature) {
+    const std::string_view status = textOf(signature, "status");
+    std::string out = coloured(status, colourOf(status));
+    if (status != "valid") {
+        return out;
+    }
+    const std::vector<JsonValue>& references = listOf(signature, "references");
+    const auto checked =
+        std::count_if(references.begin(), references.end(), [](const JsonValue& reference) {
+            return textOf(reference, "status") == "match" && !holds(reference, "digest.tolerated");
+        });
+    const std::int64_t all = numberOf(signature, "referenceCount");
+    if (checked < all) {
+        out += coloured(", " + std::to_string(all - checked) + " of " + std::to_string(all) +
+                            " references NOT checked",
+                        Colour::Bad);
     }
     return out;
 }
@@ -150,7 +178,35 @@ std::string referenceLine(const JsonValue& reference) {
     if (const std::string words = wordsOf(reference, "accommodations"); !words.empty()) {
         text += " [" + words + "]";
     }
-    return line("covers", text);
+    return entry("covers", text);
+}
+
+// The cause of a failure and what may mend it, each way on a line of its own.
+std::string causeLines(std::string_view label, const JsonValue& object, bool withTries) {
+    const JsonValue* const cause = object.find("cause");
+    if (cause == nullptr) {
+        return {};
+    }
+    std::string out = entry(label, printable(textOf(*cause, "text")) + " [" +
+                                       printable(textOf(*cause, "code")) + "]");
+    if (const std::string_view evidence = textOf(*cause, "evidence"); !evidence.empty()) {
+        out += entry("", printable(evidence));
+    }
+    for (const JsonValue& one : listOf(*cause, "try")) {
+        out += withTries ? entry("", "try: " + printable(one.text())) : "";
+    }
+    return out;
+}
+
+// What is to be said of a reference that does not match: both digests, where they differ, and why.
+std::string failureLines(const JsonValue& reference) {
+    std::string out;
+    const JsonValue* const digest = reference.find("digest");
+    if (textOf(reference, "status") == "mismatch" && digest != nullptr) {
+        out += entry("", "signed:   " + printable(textOf(*digest, "stored")));
+        out += entry("", "computed: " + printable(textOf(*digest, "computed")));
+    }
+    return out + causeLines("", reference, true);
 }
 
 // All references, or the first of very many with a summary of those that match. What does not match
@@ -161,11 +217,17 @@ std::string referenceLines(const JsonValue& signature) {
     std::size_t unlisted = 0;
     std::size_t withExceptions = 0;
     std::set<std::string_view> leniencies;
+    int failures = 0;
     for (const JsonValue& reference : references) {
         const bool matches = textOf(reference, "status") == "match";
         if (references.size() <= kListedReferences || !matches ||
             numberOf(reference, "index") < 10) {
             out += referenceLine(reference);
+            // Not asked for is no failure; the verdict has said so.
+            const bool failed = !matches && textOf(reference, "status") != "not-checked";
+            if (failed && failures++ < kExplainedFailures) {
+                out += failureLines(reference);
+            }
             continue;
         }
         ++unlisted;
@@ -184,7 +246,7 @@ std::string referenceLines(const JsonValue& signature) {
         for (const std::string_view word : leniencies) {
             text += " [" + printable(word) + "]";
         }
-        out += line("", text + " (--json lists all)");
+        out += entry("", text + " (--json lists all)");
     }
     return out;
 }
@@ -205,12 +267,12 @@ std::string keyLine(std::string_view label, const JsonValue& key) {
     if (flagOf(key, "nameFromDocument")) {
         text += " (the name comes from the document and is not vouched for)";
     }
-    std::string out = line(label, text);
+    std::string out = entry(label, text);
     if (const std::string_view serial = textOf(key, "serial"); !serial.empty()) {
-        out += line("", "issued by " + printable(textOf(key, "issuer")) + ", serial 0x" +
-                            printable(serial));
-        out += line("", "valid from " + printable(textOf(key, "notBefore")) + " to " +
-                            printable(textOf(key, "notAfter")));
+        out += entry("", "issued by " + printable(textOf(key, "issuer")) + ", serial 0x" +
+                             printable(serial));
+        out += entry("", "valid from " + printable(textOf(key, "notBefore")) + " to " +
+                             printable(textOf(key, "notAfter")));
     }
     return out;
 }
@@ -227,6 +289,17 @@ std::string keyLines(const JsonValue& signature) {
         }
     }
     return used.empty() ? all : used;
+}
+
+// Whose key verified the value, and the key itself by its fingerprint.
+std::string signerLine(const JsonValue& signature) {
+    const JsonValue* const signer = signature.find("signer");
+    if (signer == nullptr) {
+        return {};
+    }
+    const std::string subject = printable(textOf(*signer, "subject"));
+    return entry("signer", (subject.empty() ? "not named by a certificate" : subject) +
+                               ", key sha256 " + printable(textOf(*signer, "spkiSha256")));
 }
 
 } // namespace
@@ -253,7 +326,9 @@ std::string algorithmName(std::string_view identifier) {
 }
 
 std::string fileHeading(std::string_view name, std::string_view status) {
-    return printable(name) + ": " + coloured(status, colourOf(status)) + "\n";
+    const std::string word(status);
+    return shortened(printable(name), kTextColumns - word.size() - 2) + ": " +
+           coloured(word, colourOf(word)) + "\n";
 }
 
 std::string signatureText(std::string_view json) {
@@ -262,30 +337,38 @@ std::string signatureText(std::string_view json) {
     if (!json::parseJson(json, signature, faultAt)) {
         return "  (no report)\n";
     }
-    const std::string_view status = textOf(signature, "status");
-    std::string out = heading(signature) + ": " + coloured(status, colourOf(status)) + "\n";
+    std::string out = heading(signature, ": " + verdict(signature));
     if (const std::string_view reason = textOf(signature, "reason"); !reason.empty()) {
-        out += line("reason", printable(reason));
+        out += entry("reason", printable(reason));
     }
-    out += line("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
-                              algorithmName(textOf(signature, "canonicalizationMethod")));
+    // Of a valid signature it is worth a line only where nobody looked.
+    const std::string_view value = textOf(signature, "value");
+    if (textOf(signature, "status") != "valid" || value != "valid") {
+        out += entry("value", coloured(value, colourOf(value)));
+    }
+    // A failed reference says for itself what mends it.
+    const JsonValue* const cause = signature.find("cause");
+    out += causeLines("cause", signature,
+                      cause != nullptr && textOf(*cause, "code") != "reference-failed");
+    out += entry("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
+                               algorithmName(textOf(signature, "canonicalizationMethod")));
     if (const std::string_view profile = textOf(signature, "profile"); !profile.empty()) {
-        out += line("profile", printable(profile));
+        out += entry("profile", printable(profile));
     }
-    out += keyLines(signature) + referenceLines(signature);
+    out += signerLine(signature) + keyLines(signature) + referenceLines(signature);
     // "not-checked" is shown: the document claims a time that nobody looked at.
     if (const std::string_view stamp = textOf(signature, "timestamp"); stamp != "absent") {
         const std::string_view time = textOf(signature, "timestampTime");
         const std::string_view by = textOf(signature, "timestampAuthority");
-        out += line("stamp", coloured(stamp, colourOf(stamp)) +
-                                 (time.empty() ? "" : ", " + printable(time)) +
-                                 (by.empty() ? "" : ", by " + printable(by)));
+        out += entry("stamp", coloured(stamp, colourOf(stamp)) +
+                                  (time.empty() ? "" : ", " + printable(time)) +
+                                  (by.empty() ? "" : ", by " + printable(by)));
     }
     if (const std::string words = wordsOf(signature, "accommodations"); !words.empty()) {
-        out += line("leniency", coloured(words, Colour::Note));
+        out += entry("leniency", coloured(words, Colour::Note));
     }
     if (const std::string words = wordsOf(signature, "warnings"); !words.empty()) {
-        out += line("warnings", coloured(words, Colour::Note));
+        out += entry("warnings", coloured(words, Colour::Note));
     }
     return out;
 }
@@ -305,10 +388,10 @@ std::string descriptionText(std::string_view json) {
     if (!json::parseJson(json, signature, faultAt)) {
         return "  (no description)\n";
     }
-    std::string out = heading(signature) + "\n";
-    out += line("path", printable(textOf(signature, "path")));
-    out += line("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
-                              algorithmName(textOf(signature, "canonicalizationMethod")));
+    std::string out = heading(signature, "");
+    out += entry("path", printable(textOf(signature, "path")));
+    out += entry("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
+                               algorithmName(textOf(signature, "canonicalizationMethod")));
     for (const JsonValue& reference : listOf(signature, "references")) {
         std::string text = "\"" + printable(textOf(reference, "uri")) + "\"";
         if (flagOf(reference, "external")) {
@@ -317,21 +400,21 @@ std::string descriptionText(std::string_view json) {
         for (const JsonValue& transform : listOf(reference, "transforms")) {
             text += ", " + algorithmName(transform.text());
         }
-        out += line("reference", text);
-        out += line("", algorithmName(textOf(reference, "digestMethod")) + " " +
-                            printable(textOf(reference, "digestValue")));
+        out += entry("reference", text);
+        out += entry("", algorithmName(textOf(reference, "digestMethod")) + " " +
+                             printable(textOf(reference, "digestValue")));
     }
-    for (const JsonValue& entry : listOf(signature, "keyInfo")) {
-        const std::string holds = wordsOf(entry, "holds");
-        out += line("keyinfo",
-                    printable(textOf(entry, "element")) + (holds.empty() ? "" : ": " + holds));
+    for (const JsonValue& part : listOf(signature, "keyInfo")) {
+        const std::string holds = wordsOf(part, "holds");
+        out += entry("keyinfo",
+                     printable(textOf(part, "element")) + (holds.empty() ? "" : ": " + holds));
     }
     for (const JsonValue& key : listOf(signature, "keys")) {
         out += keyLine("key", key);
     }
-    out += line("stamp", flagOf(signature, "timestamp") ? "present" : "absent");
+    out += entry("stamp", flagOf(signature, "timestamp") ? "present" : "absent");
     if (const std::string words = wordsOf(signature, "warnings"); !words.empty()) {
-        out += line("warnings", coloured(words, Colour::Note));
+        out += entry("warnings", coloured(words, Colour::Note));
     }
     return out;
 }

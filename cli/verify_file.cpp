@@ -4,7 +4,7 @@
 #include "cli/report_text.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
-#include <vantrel/_vlHash.h>
+#include <vantrel/fingerprint.h>
 #include <vantrel/json_writer.h>
 
 #include <exception>
@@ -25,14 +25,6 @@ struct FileOctets {
     std::string sha256; // lower-case hexadecimal
 };
 
-FileOctets describeOctets(const DataBuffer& bytes) {
-    DataBuffer digest;
-    _vlHash::doHash(bytes.getData2(), bytes.getSize(), kHashSha256, digest);
-    StringBuffer text;
-    digest.encodeDB("hex_lower", text);
-    return {bytes.getSize(), std::string(text.view())};
-}
-
 // Raised when a member changes its meaning or goes; more members may be added without.
 constexpr int kReportSchema = 1;
 
@@ -42,12 +34,12 @@ std::string jsonHeading(std::string_view name, const FileOctets& octets, std::st
     StringBuffer text;
     json::JsonWriter out(text);
     out.beginObject();
-    out.integerMember("schema", kReportSchema);
     out.textMember("file", name);
-    out.integerMember("size", octets.size);
-    out.textMember("sha256", octets.sha256);
     out.textMember("status", status);
     out.textMember("error", complaint);
+    out.integerMember("schema", kReportSchema);
+    out.integerMember("size", octets.size);
+    out.textMember("sha256", octets.sha256);
     out.key("signatures");
     out.beginArray();
     if (!out.ok()) {
@@ -89,7 +81,7 @@ private:
             return false;
         }
         if (m_form == ReportForm::Json) {
-            m_octets = describeOctets(document.data());
+            m_octets = {document.data().getSize(), dsig::sha256Text(document.data().view())};
         }
         if (!m_settings.prepare(verifier, complaint)) {
             return false;

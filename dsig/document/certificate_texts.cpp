@@ -1,10 +1,7 @@
 #include "dsig/document/certificate_texts.h"
 
-#include "foundation/crypto/hash/_vlHash.h"
-#include "foundation/crypto/hash/hash_ids.h"
-#include "foundation/text/DataBuffer.h"
+#include "dsig/document/fingerprint.h"
 #include "foundation/text/LogBase.h"
-#include "foundation/text/StringBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/VantrelX509.h"
@@ -31,20 +28,12 @@ void CertificateTexts::make(const VantrelX509& certificate) {
     m_made = true;
 }
 
-std::string sha256Text(ByteView octets) {
-    DataBuffer digest;
-    _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), kHashSha256, digest);
-    StringBuffer text;
-    digest.encodeDB("hex_lower", text);
-    return std::string(text.view());
-}
-
-std::string shownText(std::string_view text) {
-    if (text.size() <= kMaxShownName) {
+std::string shownText(std::string_view text, std::size_t most) {
+    if (text.size() <= most) {
         return std::string(text);
     }
     constexpr std::size_t kLongestCharacter = 4;
-    std::string_view shown = text.substr(0, kMaxShownName);
+    std::string_view shown = text.substr(0, most);
     const std::size_t whole = text::validUtf8Prefix(shown);
     // Only a character that the cut divides is dropped. Where the well-formed part ends earlier,
     // the text holds bytes that are no UTF-8, and is shown with them.

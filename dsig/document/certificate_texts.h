@@ -1,8 +1,6 @@
 #ifndef DSIG_DOCUMENT_CERTIFICATE_TEXTS_H
 #define DSIG_DOCUMENT_CERTIFICATE_TEXTS_H
 
-#include "foundation/text/byte_view.h"
-
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -43,11 +41,8 @@ private:
     std::string m_spkiSha256;
 };
 
-// The lower-case hexadecimal SHA-256 of the octets: how reports name keys, certificates and files.
-[[nodiscard]] std::string sha256Text(ByteView octets);
-
-// The text, cut between two characters when it is longer than kMaxShownName bytes.
-[[nodiscard]] std::string shownText(std::string_view text);
+// The text, cut between two characters when it is longer than `most` bytes.
+[[nodiscard]] std::string shownText(std::string_view text, std::size_t most = kMaxShownName);
 
 } // namespace dsig
 } // namespace vantrel

@@ -1,5 +1,6 @@
 #include "dsig/keys/signer.h"
 
+#include "dsig/document/fingerprint.h"
 #include "dsig/keys/document_certificates.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/crypto/hash/hash_ids.h"

@@ -61,6 +61,7 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
         const bool ok = verifyReferenceDigest(index, externalMissing, dirs, m_log);
         // Of this one reference: the report of the operation has no signature value in it.
         m_state->report.valid = ok;
+        m_state->report.referencesFailed = !ok;
         finishReport();
         return frame.finish(ok);
     });

@@ -43,6 +43,7 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceResult& result, L
         }
     } else {
         result.reason = second.reason;
+        result.limit = second.limit;
     }
 }
 

@@ -52,6 +52,8 @@ inline constexpr std::string_view kRipemd128 = "ripemd128";
 // is. "name-from-document": the caller knows the key, not the certificate that names its holder.
 inline constexpr std::string_view kKeyFromDocument = "key-from-document";
 inline constexpr std::string_view kNameFromDocument = "name-from-document";
+// The caller gave a key, and another one verified the value.
+inline constexpr std::string_view kKeyNotUsed = "key-not-used";
 inline constexpr std::string_view kWeakKey = "weak-key";
 inline constexpr std::string_view kCertificateOutsideValidity = "certificate-outside-validity";
 // What the digests cover, and what they were not asked for.
@@ -63,12 +65,17 @@ inline constexpr std::string_view kCoverageUnknown = "coverage-unknown";
 inline constexpr std::string_view kReferencesNotSigned = "references-not-signed";
 inline constexpr std::string_view kDigestTolerated = "digest-tolerated";
 inline constexpr std::string_view kExternalMissing = "external-missing";
+// A reference's digest was not asked for, not computed or did not have to match.
+inline constexpr std::string_view kNotAllChecked = "not-all-checked";
 // Digests in a Manifest are the application's to check (XML Signature, 5.1).
 inline constexpr std::string_view kManifestNotChecked = "manifest-not-checked";
 inline constexpr std::string_view kSignatureStructure = "signature-structure";
 // What other readers of the document may see otherwise.
 inline constexpr std::string_view kEncodingMismatch = "encoding-mismatch";
 inline constexpr std::string_view kExternalDtdNotRead = "external-dtd-not-read";
+inline constexpr std::string_view kDtdPresent = "dtd-present";
+inline constexpr std::string_view kEntitiesUsed = "entities-used";
+inline constexpr std::string_view kCommentsInText = "comments-in-text";
 // The time-stamp is right, but nothing that the caller gave vouches for its signer.
 inline constexpr std::string_view kTimestampAuthorityNotChecked = "timestamp-authority-not-checked";
 } // namespace warning

@@ -1,5 +1,6 @@
 #include "dsig/report/signature_report.h"
 
+#include "dsig/document/fingerprint.h"
 #include "foundation/asn1/asn1_time.h"
 #include "foundation/json/json_writer.h"
 #include "foundation/x509/keys/key_der.h"
@@ -199,7 +200,6 @@ void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentN
 // Texts of a certificate, made when a report is read.
 void writeCertificate(JsonWriter& out, const VantrelX509& certificate, CertificateTexts& texts) {
     texts.make(certificate);
-    out.textMember("certificateSha256", texts.sha256());
     out.textMember("subject", texts.subject());
     out.textMember("issuer", texts.issuer());
     out.textMember("serial", texts.serial());
@@ -214,6 +214,7 @@ void writeCertificate(JsonWriter& out, const VantrelX509& certificate, Certifica
     }
     out.textMember("notBefore", first);
     out.textMember("notAfter", last);
+    out.textMember("certificateSha256", texts.sha256());
 }
 
 void writeKey(JsonWriter& out, const KeyReport& key) {
@@ -225,12 +226,12 @@ void writeKey(JsonWriter& out, const KeyReport& key) {
     if (!key.curve.empty()) {
         out.textMember("curve", key.curve);
     }
+    if (key.certificateTexts != nullptr && key.certificate.isLoaded()) {
+        writeCertificate(out, key.certificate, *key.certificateTexts);
+    }
     // None for a secret, of which nothing is told.
     if (const std::string fingerprint = key.spkiSha256(); !fingerprint.empty()) {
         out.textMember("spkiSha256", fingerprint);
-    }
-    if (key.certificateTexts != nullptr && key.certificate.isLoaded()) {
-        writeCertificate(out, key.certificate, *key.certificateTexts);
     }
     if (key.nameFromDocument) {
         out.booleanMember("nameFromDocument", true);

@@ -148,6 +148,7 @@ struct SignatureReport {
     std::vector<KeyReport> keys;
     // A key must be found for the value, for a report even where the outcome is settled before.
     bool valueWanted = false;
+    bool referencesFailed = false; // that is why it is not valid
     ValueCheck value = ValueCheck::NotReached;
     // "absent", "not-checked", "valid" or "invalid"; the next three are set only once it was
     // checked.

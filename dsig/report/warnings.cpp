@@ -1,6 +1,7 @@
 #include "dsig/report/warnings.h"
 
 #include "dsig/document/signature_structure.h"
+#include "dsig/report/split_text.h"
 
 #include <algorithm>
 #include <utility>
@@ -108,9 +109,22 @@ void warnOfKey(const KeyReport& key, SignatureReport& report) {
     }
 }
 
+void warnOfUnusedKey(SignatureReport& report) {
+    const auto isUsed = [](const KeyReport& key) { return key.used; };
+    const auto used = std::find_if(report.keys.begin(), report.keys.end(), isUsed);
+    const bool otherGiven = std::any_of(report.keys.begin(), report.keys.end(),
+                                        [](const KeyReport& key) { return key.keyGiven; });
+    if (used != report.keys.end() && !used->keyGiven && otherGiven) {
+        report.warnings.add(warning::kKeyNotUsed);
+    }
+}
+
 void warnOfReferences(SignatureReport& report) {
+    bool allChecked = report.references.size() >= static_cast<std::size_t>(report.referenceCount);
     for (const ReferenceResult& reference : report.references) {
         warnOfHash(reference.digestMethod, report);
+        allChecked = allChecked && reference.checked && !reference.dataMissing &&
+                     !reference.accommodations.contains(accommodation::kDigestTolerated);
         if (reference.accommodations.contains(accommodation::kDigestTolerated)) {
             report.warnings.add(warning::kDigestTolerated);
         }
@@ -120,6 +134,9 @@ void warnOfReferences(SignatureReport& report) {
         if (!reference.isSigned) {
             report.warnings.add(warning::kReferencesNotSigned);
         }
+    }
+    if (!allChecked) {
+        report.warnings.add(warning::kNotAllChecked);
     }
 }
 
@@ -147,6 +164,27 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
     }
     if (!coversAll(sourceRangeOf(document, 0), std::move(digested))) {
         report.warnings.add(warning::kDocumentNotCovered);
+    }
+}
+
+void warnOfReading(const xml::XmlDocument& document, SignatureReport& report) {
+    if (!document.doctypeRange().empty()) {
+        report.warnings.add(warning::kDtdPresent);
+    }
+    if (document.isExpanded()) {
+        report.warnings.add(warning::kEntitiesUsed);
+    }
+    std::vector<xml::TextRange> digested;
+    for (const ReferenceResult& reference : report.references) {
+        // Where it is not known what of the document was digested, all of it may have been.
+        if (!reference.coverageKnown) {
+            digested.push_back(sourceRangeOf(document, 0));
+        } else {
+            appendDigested(document, reference, digested);
+        }
+    }
+    if (hasCommentInText(document, std::move(digested))) {
+        report.warnings.add(warning::kCommentsInText);
     }
 }
 

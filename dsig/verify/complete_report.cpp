@@ -2,7 +2,9 @@
 
 #include "dsig/document/child_elements.h"
 #include "dsig/document/signed_info.h"
+#include "dsig/keys/key_hints.h"
 #include "dsig/keys/signer.h"
+#include "dsig/report/causes.h"
 #include "dsig/report/warnings.h"
 
 namespace vantrel::dsig {
@@ -57,7 +59,9 @@ void warn(Document* document, SignatureReport& report) {
     warnOfReferences(report);
     if (document != nullptr) {
         warnOfStructure(*document, report);
+        warnOfReading(*document->structure, report);
     }
+    warnOfUnusedKey(report);
     // What the keys are that did not verify is no concern of the outcome.
     for (const KeyReport& key : report.keys) {
         if (key.used) {
@@ -86,6 +90,10 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
         report.signer = describeSigner(report.keys, query.keys);
     }
     warn(query.document, report);
+    for (ReferenceResult& reference : report.references) {
+        reference.cause = causeOf(reference);
+    }
+    report.cause = causeOf(report, report.valid ? KeyHints() : keyHints(query.selection));
     report.complete = true;
 }
 

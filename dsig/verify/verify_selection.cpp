@@ -227,6 +227,7 @@ bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& re
         !checkAllReferences({query.document, query.selection, query.externalData,
                              query.externalDirs, query.ignoreMissing},
                             rules, report, log)) {
+        report.referencesFailed = true;
         return true;
     }
 

@@ -1,0 +1,126 @@
+#include "cli/text_lines.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace vantrel::cli {
+
+namespace {
+
+constexpr std::size_t kIndent = 4;
+constexpr std::size_t kLabelColumns = 10;
+constexpr std::size_t kTextWidth = kTextColumns - kIndent - kLabelColumns;
+constexpr std::size_t kMostLinesOfAWord = 4;
+
+// Octets of the unit that begins at `at`: an escape sequence, which takes no room, or a character.
+std::size_t unitLength(std::string_view text, std::size_t at, std::size_t& columns) {
+    if (text[at] == '\033') {
+        columns = 0;
+        const std::size_t end = text.find('m', at);
+        return end == std::string_view::npos ? text.size() - at : end + 1 - at;
+    }
+    columns = 1;
+    std::size_t length = 1;
+    // The other octets of a UTF-8 character.
+    while (at + length < text.size() &&
+           (static_cast<unsigned char>(text[at + length]) & 0xC0) == 0x80) {
+        ++length;
+    }
+    return length;
+}
+
+// The longest front of the text that has no more than so many columns.
+std::string_view front(std::string_view text, std::size_t columns) {
+    std::size_t at = 0;
+    std::size_t sum = 0;
+    while (at < text.size()) {
+        std::size_t one = 0;
+        const std::size_t length = unitLength(text, at, one);
+        if (sum + one > columns) {
+            break;
+        }
+        at += length;
+        sum += one;
+    }
+    return text.substr(0, at);
+}
+
+// The text without its first columns, whose escape sequences go with them.
+std::string_view behind(std::string_view text, std::size_t columns) {
+    return text.substr(front(text, columns).size());
+}
+
+// A word longer than a line, piece by piece; a path is broken in front of a slash.
+void breakWord(std::string_view word, std::vector<std::string>& lines) {
+    const std::string whole = shortened(word, kMostLinesOfAWord * kTextWidth);
+    std::string_view rest = whole;
+    while (columnsOf(rest) > kTextWidth) {
+        std::string_view piece = front(rest, kTextWidth);
+        const std::size_t slash = piece.rfind('/');
+        if (slash != std::string_view::npos && slash > piece.size() / 2) {
+            piece = piece.substr(0, slash);
+        }
+        lines.emplace_back(piece);
+        rest.remove_prefix(piece.size());
+    }
+    lines.emplace_back(rest);
+}
+
+std::vector<std::string> wrapped(std::string_view text) {
+    std::vector<std::string> lines(1);
+    while (!text.empty()) {
+        const std::size_t space = std::min(text.find(' '), text.size());
+        const std::string_view word = text.substr(0, space);
+        text.remove_prefix(std::min(space + 1, text.size()));
+        std::string& last = lines.back();
+        const std::size_t room = columnsOf(last) + (last.empty() ? 0 : 1) + columnsOf(word);
+        if (room <= kTextWidth) {
+            last += last.empty() ? "" : " ";
+            last += word;
+            continue;
+        }
+        if (last.empty()) {
+            lines.pop_back();
+        }
+        breakWord(word, lines);
+    }
+    return lines;
+}
+
+} // namespace
+
+std::size_t columnsOf(std::string_view text) {
+    std::size_t sum = 0;
+    std::size_t columns = 0;
+    for (std::size_t at = 0; at < text.size();
+         at += unitLength(text, at, columns), sum += columns) {}
+    return sum;
+}
+
+std::string shortened(std::string_view text, std::size_t columns) {
+    constexpr std::string_view kGap = "...";
+    const std::size_t size = columnsOf(text);
+    if (size <= columns || columns <= kGap.size()) {
+        return std::string(text);
+    }
+    const std::size_t kept = columns - kGap.size();
+    const std::size_t head = kept / 3;
+    std::string out(front(text, head));
+    out += kGap;
+    return out += behind(text, size - (kept - head));
+}
+
+std::string entry(std::string_view label, std::string_view text) {
+    std::string out;
+    for (const std::string& line : wrapped(text)) {
+        std::string start(kIndent, ' ');
+        if (out.empty()) {
+            start += label;
+        }
+        start.resize(std::max(start.size() + (out.empty() ? 1 : 0), kIndent + kLabelColumns), ' ');
+        out += start + line + "\n";
+    }
+    return out;
+}
+
+} // namespace vantrel::cli
