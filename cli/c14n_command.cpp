@@ -6,6 +6,7 @@
 
 #include "cli/commands.h"
 #include "cli/document.h"
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include <vantrel/_vlLogger.h>
@@ -16,8 +17,8 @@ namespace {
 
 // The canonical form of the whole document or of the element with --id. False, with the reason in
 // `complaint`; nothing has been written then.
-bool canonicalize(const Arguments& arguments, XString& document, XString& canonical,
-                  std::string& complaint) {
+bool canonicalize(const Arguments& arguments, const std::string& name, XString& document,
+                  XString& canonical, std::string& complaint) {
     // Any name but the exclusive one means Canonical XML 1.0.
     XString version(arguments.has("--exclusive") ? "EXCL_C14N" : "C14N");
     const bool withComments = arguments.has("--with-comments");
@@ -32,8 +33,9 @@ bool canonicalize(const Arguments& arguments, XString& document, XString& canoni
     }
     XString line;
     canonicalizer.get_LastErrorLine(line);
-    complaint = line.isEmpty() ? "the document cannot be canonicalized"
-                               : std::string(line.getUtf8Sb().view());
+    complaint = orForeignFormat(asBytes(document.getUtf8Sb().view()), name,
+                                line.isEmpty() ? "the document cannot be canonicalized"
+                                               : line.getUtf8Sb().view());
     return false;
 }
 
@@ -46,49 +48,38 @@ int runFile(const Arguments& arguments, const std::string& name, std::string& co
     // The operations on texts take UTF-8. What the XML declaration says afterwards does not matter:
     // it is no part of a canonical form.
     if (!bytes.convertXmlToUtf8(log)) {
-        complaint = log.lastErrorLine();
+        complaint = orForeignFormat(bytes.view(), name, log.lastErrorLine());
         return kCannotTell;
     }
     XString document;
     // Takes the bytes over: there is only one copy of a large document.
     document.getUtf8Sb_rw().takeFromDb(bytes);
     XString canonical;
-    if (!canonicalize(arguments, document, canonical, complaint)) {
+    if (!canonicalize(arguments, name, document, canonical, complaint)) {
         return kCannotTell;
     }
     writeOutput(canonical.getUtf8Sb().view());
     return kEverythingHolds;
 }
 
+} // namespace
+
 int runC14n(const Arguments& arguments) {
     // Canonical XML 1.0 knows no such list; to pass over it would give octets that nobody asked
     // for.
     if (arguments.has("--prefixes") && !arguments.has("--exclusive")) {
-        complain("--prefixes is for --exclusive only");
+        complain(withRemedy("--prefixes is for --exclusive only", "--exclusive"));
         return kCannotTell;
     }
     // An empty Id would silently mean the whole document.
     if (const std::string* const id = arguments.last("--id"); id != nullptr && id->empty()) {
-        complain("--id needs an Id");
+        complain(withRemedy("--id needs an Id", "no --id, for the whole document"));
         return kCannotTell;
     }
     return forEachFile(arguments, true,
                        [&arguments](const std::string& name, std::string& complaint) {
                            return runFile(arguments, name, complaint);
                        });
-}
-
-} // namespace
-
-Command c14nCommand() {
-    return {"c14n",
-            "[options] [FILE]",
-            "Writes the canonical form of a document, byte for byte.",
-            {{"--exclusive", "", "Exclusive XML Canonicalization 1.0 (default: Canonical XML 1.0)"},
-             {"--with-comments", "", "keep comments"},
-             {"--id", "ID", "only the element with this Id and its subtree"},
-             {"--prefixes", "LIST", "InclusiveNamespaces prefix list (exclusive only)"}},
-            runC14n};
 }
 
 } // namespace vantrel::cli

@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
+#include "cli/verify_settings.h"
 #include <vantrel/ClsStringArray.h>
 #include <vantrel/limits.h>
 
@@ -43,8 +44,7 @@ int runFile(const std::optional<int>& wanted, const std::string& name, std::stri
     }
     const int count = verifier.get_NumSignatures();
     if (wanted && *wanted >= count) {
-        complaint = "there is no signature with index " + std::to_string(*wanted) +
-                    "; the document has " + std::to_string(count);
+        complaint = noSuchSignature(*wanted, count);
         return kCannotTell;
     }
     if (count == 0) {
@@ -61,7 +61,8 @@ int runFile(const std::optional<int>& wanted, const std::string& name, std::stri
             const std::string_view text = found.getStringUtf8(k);
             octets += text.size();
             if (octets > dsig::Limits().reportOctets) {
-                complaint = "the certificates are larger than the limit (reportOctets)";
+                complaint = withRemedy("the certificates are larger than the limit (reportOctets)",
+                                       "--signature N, one at a time");
                 return kCannotTell;
             }
             writeOutput(asPem(text));
@@ -74,6 +75,8 @@ int runFile(const std::optional<int>& wanted, const std::string& name, std::stri
     return kEverythingHolds;
 }
 
+} // namespace
+
 int runCerts(const Arguments& arguments) {
     std::optional<int> wanted;
     std::string complaint;
@@ -84,16 +87,6 @@ int runCerts(const Arguments& arguments) {
     return forEachFile(arguments, false, [&wanted](const std::string& name, std::string& why) {
         return runFile(wanted, name, why);
     });
-}
-
-} // namespace
-
-Command certsCommand() {
-    return {"certs",
-            "[--signature N] FILE",
-            "Writes the certificates of KeyInfo as PEM, in document order.",
-            {{"--signature", "N", "only those of the signature with this index (default: all)"}},
-            runCerts};
 }
 
 } // namespace vantrel::cli

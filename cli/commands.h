@@ -3,13 +3,12 @@
 
 #include "cli/options.h"
 
-#include <span>
 #include <string_view>
-#include <vector>
 
 // The commands of the tool `xmldsig`. Each stands in a source file of its own (verify_command.cpp,
 // ...), reads its options, works on its files and answers with an exit code; main.cpp finds the one
-// that was asked for. Results go to standard output, everything else to standard error.
+// that was asked for, by the table in command_table.cpp. Results go to standard output, everything
+// else to standard error.
 namespace vantrel::cli {
 
 // The tool's exit codes: the highest over all files wins.
@@ -19,24 +18,28 @@ enum ExitCode : int {
     kCannotTell = 2,     // usage error, unreadable file, not well-formed XML, over a limit
 };
 
-// One command of the tool. `run` gets its parsed command line and returns an exit code.
+// One command of the tool, as command_table.cpp lists them. All texts are of static storage.
 struct Command {
-    // All texts are of static storage.
+    CommandSet bit; // of this command alone
     std::string_view name;
-    std::string_view usage;   // what follows the name
-    std::string_view summary; // one sentence
-    std::vector<OptionSpec> options;
-    // Complaints have been printed when it returns. May throw std::bad_alloc, which main reports.
+    std::string_view usage;        // what follows the name
+    std::string_view summary;      // one sentence
+    std::string_view operandWords; // all that an operand may be, separated by blanks; empty: files
+    // Gets the parsed command line and returns an exit code. Complaints have been printed when it
+    // returns. May throw std::bad_alloc, which main reports.
     int (*run)(const Arguments& arguments);
 };
 
-// The commands, in the order in which the help lists them. Each call makes a new value.
-[[nodiscard]] Command verifyCommand();
-[[nodiscard]] Command infoCommand();
-[[nodiscard]] Command c14nCommand();
-[[nodiscard]] Command certsCommand();
-[[nodiscard]] Command digestInputCommand();
-[[nodiscard]] Command timestampCommand();
+[[nodiscard]] int runVerify(const Arguments& arguments);
+[[nodiscard]] int runExplain(const Arguments& arguments);
+[[nodiscard]] int runInfo(const Arguments& arguments);
+[[nodiscard]] int runC14n(const Arguments& arguments);
+[[nodiscard]] int runCerts(const Arguments& arguments);
+[[nodiscard]] int runDigestInput(const Arguments& arguments);
+[[nodiscard]] int runTimestamp(const Arguments& arguments);
+[[nodiscard]] int runCompletion(const Arguments& arguments);
+[[nodiscard]] int runHelp(const Arguments& arguments);
+[[nodiscard]] int runVersion(const Arguments& arguments);
 
 } // namespace vantrel::cli
 

@@ -81,6 +81,8 @@ int runFile(const VerifySettings& settings, bool signedInfo, const std::string& 
     return writeOctets(settings, signedInfo, verifier, complaint);
 }
 
+} // namespace
+
 int runDigestInput(const Arguments& arguments) {
     std::string complaint;
     VerifySettings settings;
@@ -92,16 +94,6 @@ int runDigestInput(const Arguments& arguments) {
     return forEachFile(arguments, false, [&](const std::string& name, std::string& why) {
         return runFile(settings, signedInfo, name, why);
     });
-}
-
-} // namespace
-
-Command digestInputCommand() {
-    std::vector<OptionSpec> options = verificationOptions();
-    options.push_back({"--signed-info", "", "the canonical SignedInfo instead"});
-    return {"digest-input", "[--signature N] [--reference N | --signed-info] [options] FILE",
-            "Writes the octets over which a reference's digest is computed.", std::move(options),
-            runDigestInput};
 }
 
 } // namespace vantrel::cli

@@ -1,10 +1,12 @@
 #include "cli/document.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace vantrel::cli {
 
@@ -17,8 +19,9 @@ bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& co
     if (!verifier.LoadSignatureBd(bytes)) {
         XString line;
         verifier.get_LastErrorLine(line);
-        complaint = line.isEmpty() ? "the document could not be loaded"
-                                   : std::string(line.getUtf8Sb().view());
+        complaint = orForeignFormat(bytes.data().view(), name,
+                                    line.isEmpty() ? "the document could not be loaded"
+                                                   : line.getUtf8Sb().view());
         return false;
     }
     return true;
@@ -26,27 +29,24 @@ bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& co
 
 int forEachFile(const Arguments& arguments, bool inputByDefault,
                 const std::function<int(const std::string& name, std::string& complaint)>& work) {
-    std::vector<std::string> names = arguments.operands();
-    if (names.empty() && inputByDefault) {
-        names.emplace_back("-");
-    }
-    if (names.empty()) {
-        complain("no file is named");
-        return kCannotTell;
-    }
-    // The second reading would find an empty document.
-    if (std::count(names.begin(), names.end(), "-") > 1) {
-        complain("the standard input can be read only once");
+    NameSource names;
+    std::string problem;
+    if (!names.open(arguments, inputByDefault, problem)) {
+        complain(problem);
         return kCannotTell;
     }
     // The worst outcome of all, which is the highest number.
     int code = kEverythingHolds;
-    for (const std::string& name : names) {
+    for (std::string name; names.next(name);) {
         std::string complaint;
         code = std::max(code, work(name, complaint));
         if (!complaint.empty()) {
             complain(name + ": " + complaint);
         }
+    }
+    if (names.foundNothing()) {
+        complain(kNothingFound);
+        return kCannotTell;
     }
     return code;
 }

@@ -17,10 +17,11 @@ namespace vantrel::cli {
 [[nodiscard]] bool loadDocument(const std::string& name, ClsXmlDSig& verifier,
                                 std::string& complaint);
 
-// Runs `work` on every operand (or on standard input where none is given and that is allowed) and
-// returns the highest exit code. What `work` leaves in `complaint` is printed with the file's name,
-// made printable. A file that fails does not keep the others from being worked on. No file at all,
-// or standard input named twice, is a usage error: kCannotTell, and nothing is worked on.
+// Runs `work` on every file that is named (input.h), or on standard input where none is and that is
+// allowed, and returns the highest exit code. What `work` leaves in `complaint` is printed with the
+// file's name, made printable. A file that fails does not keep the others from being worked on. No
+// file at all, or standard input named twice, is a usage error: kCannotTell, and nothing is worked
+// on.
 [[nodiscard]] int forEachFile(
     const Arguments& arguments, bool inputByDefault,
     const std::function<int(const std::string& name, std::string& complaint)>& work);

@@ -91,6 +91,8 @@ void writeText(const std::string& name, const Description& found) {
     writeOutput(found.signatures);
 }
 
+} // namespace
+
 int runInfo(const Arguments& arguments) {
     const bool json = arguments.has("--json");
     return forEachFile(arguments, false, [json](const std::string& name, std::string& complaint) {
@@ -104,16 +106,6 @@ int runInfo(const Arguments& arguments) {
         }
         return code;
     });
-}
-
-} // namespace
-
-Command infoCommand() {
-    return {"info",
-            "[--json] FILE...",
-            "Lists the signatures of a document without verifying them.",
-            {{"--json", "", "one JSON object a file, one a line"}},
-            runInfo};
 }
 
 } // namespace vantrel::cli

@@ -1,11 +1,13 @@
 #ifndef CLI_INPUT_H
 #define CLI_INPUT_H
 
+#include "cli/options.h"
 #include <vantrel/DataBuffer.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantrel::cli {
@@ -17,31 +19,54 @@ inline constexpr std::uint32_t kMaxInputSize = 0x7FFFFFFF; // 2 GiB - 1, as the 
 // of no use. A file whose name is "-" is reached as "./-".
 [[nodiscard]] bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint);
 
-// The names of the files to work on, one after another: the operands, then the lines of the file
+// The same for a file that an option names; the complaint begins with both names.
+[[nodiscard]] bool readOptionFile(std::string_view option, const std::string& path,
+                                  DataBuffer& bytes, std::string& complaint);
+// The complaint about such a file or folder by the system's reason, a value of errno, with what
+// helps against it; `otherwise` where it is 0.
+[[nodiscard]] std::string whyNotRead(std::string_view option, const std::string& path,
+                                     int systemError, std::string_view otherwise);
+
+// What is said when directories were named and hold no file (NameSource::foundNothing).
+inline constexpr std::string_view kNothingFound = "there is no file below the directories";
+
+// The names of the files to work on, one after another: the operands, then the names in the file
 // given with --files-from, which is read as the work goes on, so that a list may come from a
-// program that is still writing it. Owns the list's stream, standard input apart. Not for several
-// threads at once.
+// program that is still writing it. With --recursive a name of a directory stands for the files
+// below it, in the order of their names. Owns the list's stream, standard input apart. Not for
+// several threads at once.
 class NameSource final {
 public:
-    explicit NameSource(std::vector<std::string> names) : m_names(std::move(names)) {}
+    NameSource() = default;
     NameSource(const NameSource&) = delete;
     NameSource& operator=(const NameSource&) = delete;
     ~NameSource();
 
-    // Adds the lines of a file to the names; "-" is standard input. Called once at most. False,
-    // with the reason in `complaint`, when it cannot be opened.
-    [[nodiscard]] bool openList(const std::string& path, std::string& complaint);
-    // False at the end. A line ends in LF or CRLF; empty ones are passed over. A read error ends
-    // the list.
+    // Takes what the command line names; called once. Where it names nothing, standard input is
+    // meant if `inputByDefault`. False, with the reason in `complaint`, for a usage error: no file
+    // at all, standard input named twice, a list that cannot be opened.
+    [[nodiscard]] bool open(const Arguments& arguments, bool inputByDefault,
+                            std::string& complaint);
+    // False at the end. A line of a list ends in LF or CRLF, with --null in NUL; empty ones are
+    // passed over. A read error ends the list.
     [[nodiscard]] bool next(std::string& name);
-    // The number of names, 0 when a list makes it unknown: for the progress bar and the threads.
-    [[nodiscard]] std::size_t total() const noexcept {
-        return m_list == nullptr ? m_names.size() : 0;
-    }
+    // The number of names, 0 when a list or a directory makes it unknown: for the progress bar and
+    // the threads.
+    [[nodiscard]] std::size_t total() const noexcept { return m_total; }
+    // Whether directories were named and no file was found in any of them, nor elsewhere; known at
+    // the end. A list may be empty, since nobody chose that.
+    [[nodiscard]] bool foundNothing() const noexcept { return m_recursive && m_found == 0; }
 
 private:
-    std::vector<std::string> m_names;
-    std::size_t m_position = 0;
+    [[nodiscard]] bool nextLine(std::string& name);
+    // False when it cannot be listed.
+    [[nodiscard]] bool expand(const std::string& directory);
+
+    std::vector<std::string> m_names; // still to come, the next one last
+    std::size_t m_total = 0;
+    std::size_t m_found = 0;
+    bool m_recursive = false;
+    char m_lineEnd = '\n';
     std::FILE* m_list = nullptr;
 };
 

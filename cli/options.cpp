@@ -1,35 +1,197 @@
 #include "cli/options.h"
 
+#include "cli/terminal.h"
+#include <vantrel/strings.h>
+
 #include <algorithm>
 #include <charconv>
 
 // The rules of the command line are those of the GNU long options, without abbreviations: `--name
 // value` and `--name=value` are the same, options and operands may be mixed, `--` ends the options.
 // A value that begins with a dash needs no quoting, since an option that takes one always takes the
-// next argument.
+// next argument. Short options follow POSIX: letters of switches may stand together, and a letter
+// that takes a value takes the rest of its argument, or the next one.
 namespace vantrel::cli {
 
 namespace {
 
-// Tables have a dozen entries; a hash would be slower to make than all look-ups together.
-const OptionSpec* find(std::span<const OptionSpec> table, std::string_view name) {
-    const auto place = std::find_if(table.begin(), table.end(), [name](const OptionSpec& option) {
-        return option.name == name;
-    });
-    return place == table.end() ? nullptr : &*place;
+// One pass over the arguments. What goes wrong is told with what would be right, where that can be
+// guessed.
+class Parser {
+public:
+    Parser(std::span<const OptionSpec> table, CommandSet command,
+           std::span<const char* const> arguments)
+        : m_table(table), m_command(command), m_arguments(arguments) {}
+
+    bool atEnd() const noexcept { return m_next == m_arguments.size(); }
+    std::string_view take() noexcept { return m_arguments[m_next++]; }
+
+    // "--name", "--name=value". On success the option, and its value in `value`.
+    const OptionSpec* readLong(std::string_view argument, std::string& value) {
+        const std::size_t equals = argument.find('=');
+        const std::string_view name = argument.substr(0, equals);
+        const OptionSpec* const option =
+            find([name](const OptionSpec& each) { return each.name == name; });
+        if (option == nullptr) {
+            refuseUnknown(name);
+            return nullptr;
+        }
+        if (equals == std::string_view::npos) {
+            return readValue(*option, name, value) ? option : nullptr;
+        }
+        if (option->kind == ValueKind::None) {
+            complaint = "option " + std::string(name) + " takes no value";
+            return nullptr;
+        }
+        value = argument.substr(equals + 1);
+        return checkWords(*option, value) ? option : nullptr;
+    }
+
+    // The letter at the front of `letters`, which is taken off; with it the rest, where that is its
+    // value.
+    const OptionSpec* readLetter(std::string_view& letters, std::string& value) {
+        const char letter = letters[0];
+        const std::string name = {'-', letter};
+        letters.remove_prefix(1);
+        const OptionSpec* const option =
+            find([letter](const OptionSpec& each) { return each.letter == letter; });
+        if (option == nullptr) {
+            refuseUnknown(name);
+            return nullptr;
+        }
+        if (option->kind == ValueKind::None || letters.empty()) {
+            return readValue(*option, name, value) ? option : nullptr;
+        }
+        value = letters;
+        letters = {};
+        return checkWords(*option, value) ? option : nullptr;
+    }
+
+    std::string complaint;
+
+private:
+    // Tables have a few dozen entries; a hash would be slower to make than all look-ups together.
+    template <class Matches> const OptionSpec* find(Matches matches) const {
+        const auto place = std::find_if(m_table.begin(), m_table.end(), [&](const auto& option) {
+            return (option.commands & m_command) != 0 && matches(option);
+        });
+        return place == m_table.end() ? nullptr : &*place;
+    }
+
+    // The value that is an argument of its own, whatever it looks like. `name`: as it was written.
+    bool readValue(const OptionSpec& option, std::string_view name, std::string& value) {
+        if (option.kind == ValueKind::None) {
+            return true;
+        }
+        if (atEnd()) {
+            complaint = withRemedy("option " + std::string(name) + " needs a value",
+                                   std::string(name) + " " + std::string(option.argument));
+            return false;
+        }
+        value = take();
+        return checkWords(option, value);
+    }
+
+    // A word with a slip in it must not pass for one that was not given.
+    bool checkWords(const OptionSpec& option, const std::string& value) {
+        const bool single = option.kind == ValueKind::Word;
+        if (!single && option.kind != ValueKind::Words) {
+            return true;
+        }
+        const std::vector<std::string_view> known = splitWords(option.words);
+        std::vector<std::string_view> given = splitWords(value, ',');
+        if (single || given.empty()) {
+            given = {value};
+        }
+        for (const std::string_view word : given) {
+            const bool listed = std::any_of(known.begin(), known.end(), [&](std::string_view each) {
+                return single ? each == word : text::equalsNoCase(each, word);
+            });
+            if (!listed) {
+                refuseWord(option, word, known);
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void refuseWord(const OptionSpec& option, std::string_view word,
+                    std::span<const std::string_view> known) {
+        std::string list;
+        for (const std::string_view each : known) {
+            list += (list.empty() ? "" : ", ") + std::string(each);
+        }
+        const std::string_view guess = nearest(word, known);
+        complaint = withRemedy(
+            std::string(option.name) + " is one of " + list + "; not \"" + std::string(word) + "\"",
+            std::string(option.name) + " " + std::string(guess.empty() ? known.front() : guess));
+    }
+
+    // An option of another command is a different slip than one that there is not.
+    void refuseUnknown(std::string_view name) {
+        std::vector<std::string_view> names;
+        for (const OptionSpec& option : m_table) {
+            if ((option.commands & m_command) != 0) {
+                names.push_back(option.name);
+            }
+        }
+        const bool elsewhere = std::any_of(m_table.begin(), m_table.end(), [&](const auto& option) {
+            return option.name == name ||
+                   (name.size() == 2 && option.letter != '\0' && option.letter == name[1]);
+        });
+        const std::string_view guess = nearest(name, names);
+        if (elsewhere) {
+            complaint = std::string(name) + " is no option of this command";
+            return;
+        }
+        complaint = "unknown option " + std::string(name);
+        if (!guess.empty()) {
+            complaint = withRemedy(complaint, guess);
+        }
+    }
+
+    std::span<const OptionSpec> m_table;
+    CommandSet m_command;
+    std::span<const char* const> m_arguments;
+    std::size_t m_next = 0;
+};
+
+// The number of insertions, deletions, replacements and swaps of neighbours that make one word of
+// the other ("optimal string alignment"). Three rows of the table suffice.
+std::size_t editDistance(std::string_view one, std::string_view other) {
+    std::vector<std::size_t> beforeLast(other.size() + 1);
+    std::vector<std::size_t> last(other.size() + 1);
+    std::vector<std::size_t> row(other.size() + 1);
+    for (std::size_t k = 0; k <= other.size(); ++k) {
+        row[k] = k;
+    }
+    for (std::size_t i = 1; i <= one.size(); ++i) {
+        std::swap(beforeLast, last);
+        std::swap(last, row);
+        row[0] = i;
+        for (std::size_t k = 1; k <= other.size(); ++k) {
+            const std::size_t replaced = last[k - 1] + (one[i - 1] == other[k - 1] ? 0 : 1);
+            row[k] = std::min({replaced, last[k] + 1, row[k - 1] + 1});
+            if (i > 1 && k > 1 && one[i - 1] == other[k - 2] && one[i - 2] == other[k - 1]) {
+                row[k] = std::min(row[k], beforeLast[k - 2] + 1);
+            }
+        }
+    }
+    return row[other.size()];
 }
 
 } // namespace
 
-bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* const> arguments,
-                      std::string& complaint) {
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string_view argument = arguments[i];
+bool Arguments::parse(std::span<const OptionSpec> table, CommandSet command,
+                      std::span<const char* const> arguments, std::string& complaint) {
+    Parser parser(table, command, arguments);
+    while (!parser.atEnd()) {
+        const std::string_view argument = parser.take();
         // Everything behind is an operand, whatever it looks like.
         if (argument == "--") {
-            m_operands.insert(m_operands.end(),
-                              arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1,
-                              arguments.end());
+            while (!parser.atEnd()) {
+                m_operands.emplace_back(parser.take());
+            }
             return true;
         }
         // A lone "-" is standard input.
@@ -37,29 +199,19 @@ bool Arguments::parse(std::span<const OptionSpec> table, std::span<const char* c
             m_operands.emplace_back(argument);
             continue;
         }
-        const std::size_t equals = argument.find('=');
-        const std::string_view name = argument.substr(0, equals);
-        const OptionSpec* const option = find(table, name);
-        if (option == nullptr) {
-            complaint = "unknown option " + std::string(name);
-            return false;
-        }
-        std::string value;
-        if (option->argument.empty()) {
-            if (equals != std::string_view::npos) {
-                complaint = "option " + std::string(name) + " takes no value";
+        const bool isLong = argument[1] == '-';
+        std::string_view letters = argument.substr(1);
+        do {
+            std::string value;
+            const OptionSpec* const option =
+                isLong ? parser.readLong(argument, value) : parser.readLetter(letters, value);
+            if (option == nullptr) {
+                complaint = parser.complaint;
                 return false;
             }
-        } else if (equals != std::string_view::npos) {
-            value = argument.substr(equals + 1);
-        } else if (++i < arguments.size()) {
-            value = arguments[i];
-        } else {
-            complaint = "option " + std::string(name) + " needs a value";
-            return false;
-        }
-        // The table's name, not the argument's: it lives on.
-        m_options.emplace_back(option->name, std::move(value));
+            // The table's name, not the argument's: it lives on.
+            m_options.emplace_back(option->name, std::move(value));
+        } while (!isLong && !letters.empty());
     }
     return true;
 }
@@ -93,8 +245,10 @@ bool Arguments::number(std::string_view name, int lowest, int highest, std::opti
     }
     int parsed = 0;
     if (!parseNumber(*text, lowest, highest, parsed)) {
-        complaint = std::string(name) + " takes a number from " + std::to_string(lowest) + " to " +
-                    std::to_string(highest) + ", not \"" + *text + "\"";
+        complaint =
+            withRemedy(std::string(name) + " takes a number from " + std::to_string(lowest) +
+                           " to " + std::to_string(highest) + ", not \"" + *text + "\"",
+                       std::string(name) + " " + std::to_string(lowest));
         return false;
     }
     value = parsed;
@@ -111,22 +265,39 @@ bool parseNumber(std::string_view text, int lowest, int highest, int& value) noe
            value <= highest;
 }
 
-std::string describeOptions(std::span<const OptionSpec> table) {
-    constexpr std::size_t kColumn = 26;
-    std::string out;
-    for (const OptionSpec& option : table) {
-        std::string left = "  " + std::string(option.name);
-        if (!option.argument.empty()) {
-            left += " " + std::string(option.argument);
+std::vector<std::string_view> splitWords(std::string_view list, char separator) {
+    std::vector<std::string_view> words;
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(separator), list.size());
+        if (end > 0) {
+            words.push_back(list.substr(0, end));
         }
-        out += left;
-        // A name that is too long for its column has a line to itself.
-        out += left.size() < kColumn ? std::string(kColumn - left.size(), ' ')
-                                     : "\n" + std::string(kColumn, ' ');
-        out += option.help;
-        out += '\n';
+        list.remove_prefix(std::min(end + 1, list.size()));
     }
-    return out;
+    return words;
+}
+
+std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
+    // A third of the word may be wrong; beyond that any answer would be a guess. The dashes of an
+    // option count for none of it.
+    const std::size_t dashes = std::min(word.find_first_not_of('-'), word.size());
+    std::size_t least = std::max<std::size_t>(1, (word.size() - dashes) / 3) + 1;
+    std::string_view best;
+    for (const std::string_view candidate : candidates) {
+        if (word.size() > dashes + 1 && candidate.starts_with(word)) {
+            return candidate;
+        }
+        // No distance is less than the difference of the lengths, which may be of any size.
+        if (candidate.size() + least <= word.size() || word.size() + least <= candidate.size()) {
+            continue;
+        }
+        const std::size_t distance = editDistance(word, candidate);
+        if (distance < least) {
+            least = distance;
+            best = candidate;
+        }
+    }
+    return best;
 }
 
 } // namespace vantrel::cli

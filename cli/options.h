@@ -11,27 +11,40 @@
 
 namespace vantrel::cli {
 
-// The command line: parsed here once for all commands, each of which brings a table of its options.
+// The command line: parsed here once for all commands, by the table of options (command_table.h).
 
-// One option of a command, as the parser and the help read it. The texts are of static storage.
+// A set of commands, one bit each; the bits have their names in command_table.h.
+using CommandSet = std::uint32_t;
+
+// What an option's value is: the parser checks words, the completions offer what fits. `Words` are
+// separated by commas and taken in any letter case; a `Word` stands alone and as it is listed.
+enum class ValueKind : std::uint8_t { None, Text, Number, File, Folder, Word, Words };
+
+// One option as parser, help, manual page and completions read it. The texts are of static storage.
 struct OptionSpec {
     std::string_view name;     // with its dashes
+    char letter;               // of the short form, 'q' for -q; '\0': there is none
+    ValueKind kind;            // None for a switch
     std::string_view argument; // what its value is called; empty for a switch
-    std::string_view help;
+    std::string_view words;    // all that a Word or Words may be, separated by blanks; else empty
+    std::string_view help;     // begins in lower case, without a full stop
+    CommandSet commands;       // those that take it
 };
 
-// The command line of one command. Options may stand anywhere, as `--name value` or `--name=value`;
-// everything behind `--` is an operand, and so is a lone `-`. There are no short options and no
-// abbreviations, so that a new option never changes what an old command line means.
+// The command line of one command. Options may stand anywhere, as `--name value`, `--name=value`,
+// `-n value` or `-nvalue`; letters of switches may stand together. Everything behind `--` is an
+// operand, and so is a lone `-`. There are no abbreviations, so that a new option never changes
+// what an old command line means.
 class Arguments final {
 public:
-    // Reads what follows the command's name; called once. False, with `complaint` filled, for an
-    // unknown option, a missing value or an unwanted one. `table` may go afterwards, the texts of
-    // its entries must stay. An option's value may begin with a dash.
-    [[nodiscard]] bool parse(std::span<const OptionSpec> table,
+    // Reads what follows the command's name; called once. `command`: its bit; only entries of
+    // `table` with it count. False, with `complaint` filled (terminal.h), for an unknown option, a
+    // missing value or an unwanted one, or a word that is not listed. `table` may go afterwards,
+    // the texts of its entries must stay. An option's value may begin with a dash.
+    [[nodiscard]] bool parse(std::span<const OptionSpec> table, CommandSet command,
                              std::span<const char* const> arguments, std::string& complaint);
 
-    // Whether the option was given, with or without a value.
+    // Whether the option was given, with or without a value. Always by its long name.
     [[nodiscard]] bool has(std::string_view name) const noexcept { return last(name) != nullptr; }
     // The value given last, empty for a switch; null when the option was not given. Valid as long
     // as this object.
@@ -56,9 +69,14 @@ private:
 // unspecified, when it is none or lies outside lowest..highest.
 [[nodiscard]] bool parseNumber(std::string_view text, int lowest, int highest, int& value) noexcept;
 
-// The lines of the help that list `table`: names on the left, explanations in a column of their
-// own.
-[[nodiscard]] std::string describeOptions(std::span<const OptionSpec> table);
+// The words of a list in which `separator` stands between them; empty ones are left out. Views into
+// `list`.
+[[nodiscard]] std::vector<std::string_view> splitWords(std::string_view list, char separator = ' ');
+
+// The candidate that somebody who wrote `word` is most likely to have meant: one that begins with
+// it, or differs from it by few characters. Empty when none comes near.
+[[nodiscard]] std::string_view nearest(std::string_view word,
+                                       std::span<const std::string_view> candidates);
 
 } // namespace vantrel::cli
 

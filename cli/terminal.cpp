@@ -17,6 +17,9 @@ namespace vantrel::cli {
 
 namespace {
 
+// What divides the two parts of a complaint.
+constexpr std::string_view kBeforeRemedy = "\ntry: ";
+
 // Set by whatever is printed and asked for once, at the end. Only the main thread prints.
 bool g_outputFailed = false;
 
@@ -44,11 +47,29 @@ bool isHarmless(char32_t character) {
 
 } // namespace
 
-void complain(std::string_view text) {
-    const std::string line = "xmldsig: " + printable(text) + "\n";
-    // One call a line, so that lines of several processes do not mix.
+std::string withRemedy(std::string_view what, std::string_view remedy) {
+    return std::string(what) + std::string(kBeforeRemedy) + std::string(remedy);
+}
+
+bool hasRemedy(std::string_view complaint) noexcept {
+    return complaint.find(kBeforeRemedy) != std::string_view::npos;
+}
+
+std::string complaintLines(std::string_view complaint) {
+    // The last one: what stands before it may be a name that somebody chose.
+    const std::size_t remedy = std::min(complaint.rfind(kBeforeRemedy), complaint.size());
+    std::string lines = "xmldsig: " + printable(complaint.substr(0, remedy)) + "\n";
+    if (remedy < complaint.size()) {
+        lines += printable(complaint.substr(remedy + 1)) + "\n";
+    }
+    return lines;
+}
+
+void complain(std::string_view complaint) {
+    const std::string lines = complaintLines(complaint);
+    // One call, so that lines of several processes do not mix.
     std::fflush(stdout);
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fwrite(lines.data(), 1, lines.size(), stderr);
 }
 
 void writeOutput(std::string_view bytes) {
@@ -101,6 +122,19 @@ std::string printableLines(std::string_view text) {
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return out;
+}
+
+std::string shellWord(std::string_view name) {
+    constexpr std::string_view kPlain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-/+,:@%=";
+    if (!name.empty() && name.find_first_not_of(kPlain) == std::string_view::npos) {
+        return std::string(name);
+    }
+    std::string out = "'";
+    for (const char c : name) {
+        out += c == '\'' ? "'\\''" : std::string(1, c);
+    }
+    return out + "'";
 }
 
 std::string coloured(std::string_view text, Colour colour) {

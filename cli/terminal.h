@@ -8,9 +8,17 @@ namespace vantrel::cli {
 
 // The only way to the terminal for what may hold a document's text.
 
-// One line on standard error: "xmldsig: " and the text, made printable. What stands in the buffer
-// of standard output goes out first, so that both keep their order on a terminal.
-void complain(std::string_view text);
+// A complaint is a text of one line, or of two: what is wrong and, behind it, "try: " with the
+// option, file or command that would mend it. The second is for failures that a person can mend.
+[[nodiscard]] std::string withRemedy(std::string_view what, std::string_view remedy);
+[[nodiscard]] bool hasRemedy(std::string_view complaint) noexcept;
+
+// The lines of a complaint as they are shown: "xmldsig: " and what is wrong, then the remedy, both
+// made printable; a line end within either cannot begin a line of its own.
+[[nodiscard]] std::string complaintLines(std::string_view complaint);
+// Writes them to standard error. What stands in the buffer of standard output goes out first, so
+// that both keep their order on a terminal.
+void complain(std::string_view complaint);
 
 // Writes to standard output, byte for byte, and remembers a failure; canonical octets and PEM pass
 // here unchanged, so whatever is a text for people was made printable before.
@@ -27,6 +35,10 @@ void writeOutput(std::string_view bytes);
 // A log whose values stand on one line each (_vlLogger::setOneLineValues), made printable line by
 // line: its line ends stay, so that nobody's text can pass for a line of the log.
 [[nodiscard]] std::string printableLines(std::string_view text);
+
+// A name as a POSIX shell takes it for one word: in single quotes where it needs them. For the
+// commands that complaints propose, so that they can be copied. Standard input stays "-".
+[[nodiscard]] std::string shellWord(std::string_view name);
 
 // Plain is no colour at all; the others say how an outcome is meant.
 enum class Colour { Plain, Good, Bad, Note };

@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/document.h"
 #include "cli/terminal.h"
+#include "cli/verify_settings.h"
 #include <vantrel/ClsHttp.h>
 #include <vantrel/ClsJsonObject.h>
 #include <vantrel/ClsStringBuilder.h>
@@ -32,20 +33,15 @@ struct TimestampSettings {
 
 // False, with the reason in `complaint`, for a usage error.
 bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::string& complaint) {
-    // Checked here, since an unknown name would show only in the authority's answer.
-    constexpr std::array<std::string_view, 4> kHashes = {"sha1", "sha256", "sha384", "sha512"};
     const std::string* const authority = arguments.last("--tsa");
     if (authority == nullptr || authority->empty()) {
-        complaint = "--tsa is needed: the URL of the time-stamp authority";
+        complaint = withRemedy("--tsa is needed: the URL of the time-stamp authority",
+                               "--tsa http://HOST/PATH");
         return false;
     }
     settings.authority = *authority;
     if (const std::string* const hash = arguments.last("--hash")) {
         settings.hash = *hash;
-    }
-    if (std::find(kHashes.begin(), kHashes.end(), settings.hash) == kHashes.end()) {
-        complaint = "--hash is sha1, sha256, sha384 or sha512, not \"" + settings.hash + "\"";
-        return false;
     }
     settings.requestCertificate = !arguments.has("--no-cert");
     if (const std::string* const output = arguments.last("--output")) {
@@ -53,7 +49,8 @@ bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::
     }
     // There is one output; two documents in it would be none.
     if (arguments.operands().size() > 1) {
-        complaint = "one file at a time can be time-stamped";
+        complaint =
+            withRemedy("one file at a time can be time-stamped", "xmldsig timestamp for each file");
         return false;
     }
     return arguments.number("--signature", 0, 0x7FFFFFFE, settings.signature, complaint);
@@ -129,9 +126,8 @@ int stampFile(const TimestampSettings& settings, const std::string& name, std::s
     // A signature that was named and is not there is a usage error; a document that has none is a
     // finding.
     if (settings.signature.value_or(0) >= count) {
-        complaint = count == 0 && !settings.signature
-                        ? "there is no signature"
-                        : "there is no signature with index " + std::to_string(*settings.signature);
+        complaint = count == 0 && !settings.signature ? "there is no signature"
+                                                      : noSuchSignature(*settings.signature, count);
         return settings.signature ? kCannotTell : kSomethingFails;
     }
     verifier.put_Selector(settings.signature.value_or(0));
@@ -164,6 +160,8 @@ int stampFile(const TimestampSettings& settings, const std::string& name, std::s
     return kEverythingHolds;
 }
 
+} // namespace
+
 int runTimestamp(const Arguments& arguments) {
     TimestampSettings settings;
     std::string complaint;
@@ -174,20 +172,6 @@ int runTimestamp(const Arguments& arguments) {
     return forEachFile(arguments, false, [&settings](const std::string& name, std::string& why) {
         return stampFile(settings, name, why);
     });
-}
-
-} // namespace
-
-Command timestampCommand() {
-    return {"timestamp",
-            "--tsa URL [options] FILE",
-            "Adds a signature time-stamp from a time-stamp authority.",
-            {{"--tsa", "URL", "the authority, by http"},
-             {"--hash", "NAME", "sha1, sha256 (default), sha384 or sha512"},
-             {"--no-cert", "", "do not ask for the authority's certificate"},
-             {"--signature", "N", "the signature with this index (default: the first)"},
-             {"--output", "FILE", "write the document there, not to standard output"}},
-            runTimestamp};
 }
 
 } // namespace vantrel::cli

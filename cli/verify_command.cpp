@@ -7,7 +7,9 @@
 #include "cli/commands.h"
 #include "cli/ordered_runner.h"
 #include "cli/progress.h"
+#include "cli/summary.h"
 #include "cli/terminal.h"
+#include "cli/verify_command.h"
 #include "cli/verify_file.h"
 
 #include <algorithm>
@@ -21,30 +23,6 @@ namespace {
 // Against a slip of the keyboard: each thread holds a document in memory.
 constexpr int kMostJobs = 1024;
 
-// The files to verify: the operands, and the lines of --files-from. False, with the reason in
-// `complaint`, for a usage error.
-bool loadNames(const Arguments& arguments, NameSource& names, std::string& complaint) {
-    const std::string* const list = arguments.last("--files-from");
-    const auto& operands = arguments.operands();
-    // Two readers of standard input would each get a part of it.
-    const auto inputs = std::count(operands.begin(), operands.end(), "-");
-    if (inputs + (list != nullptr && *list == "-" ? 1 : 0) > 1) {
-        complaint = "the standard input can be read only once";
-        return false;
-    }
-    if (list == nullptr) {
-        if (operands.empty()) {
-            complaint = "no file is named";
-        }
-        return !operands.empty();
-    }
-    if (!names.openList(*list, complaint)) {
-        complaint = "--files-from " + complaint;
-        return false;
-    }
-    return true;
-}
-
 // The number of threads: as asked, else one a processor, but no more than there are files, where
 // that is known (0: it is not).
 std::size_t jobsFor(const std::optional<int>& asked, std::size_t files) {
@@ -53,63 +31,108 @@ std::size_t jobsFor(const std::optional<int>& asked, std::size_t files) {
     return files > 0 ? std::min(jobs, files) : jobs;
 }
 
+// Prints the results in their turn, and keeps what is said of all of them at the end.
+class Printer {
+public:
+    // `total`: number of files, 0 where it is not known.
+    Printer(const Arguments& arguments, const VerifySettings& settings, ReportForm form,
+            std::size_t total)
+        : m_form(form), m_failedOnly(arguments.has("--failed-only")),
+          m_wantsSummary(arguments.has("--summary")), m_wantsLog(settings.wantsLog()),
+          m_progress(total, form != ReportForm::None) {}
+
+    void print(const FileResult& result) {
+        const bool holds = result.code == kEverythingHolds;
+        m_code = std::max<int>(m_code, result.code);
+        m_summary.add(result.status);
+        if (!holds || !m_failedOnly) {
+            show(result);
+        }
+        m_progress.advance(holds);
+    }
+
+    // The counts, where they are wanted: on a terminal whoever looks at many files wants them.
+    void end() {
+        m_progress.hide();
+        const bool json = m_form == ReportForm::Json;
+        const bool terminal = json ? errorsAreTerminal() : outputIsTerminal();
+        if (m_form == ReportForm::None ||
+            !(m_wantsSummary || (terminal && m_summary.files() > 1))) {
+            return;
+        }
+        // Standard output holds JSON and nothing else.
+        const std::string line = m_summary.line();
+        if (json) {
+            std::fwrite(line.data(), 1, line.size(), stderr);
+        } else {
+            writeOutput(line);
+        }
+    }
+
+    int code() const noexcept { return m_code; }
+
+private:
+    void show(const FileResult& result) {
+        // Only what writes something needs the bar out of the way.
+        if (!result.errors.empty() || !result.heading.empty()) {
+            m_progress.hide();
+        }
+        // A log that was asked for is not silenced by --quiet.
+        if (m_form != ReportForm::None || m_wantsLog) {
+            std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
+        }
+        writeOutput(result.heading);
+        writeOutput(result.report);
+        // Whoever reads the results through a pipe gets each file as it is done.
+        std::fflush(stdout);
+    }
+
+    const ReportForm m_form;
+    const bool m_failedOnly;
+    const bool m_wantsSummary;
+    const bool m_wantsLog;
+    int m_code = kEverythingHolds;
+    Summary m_summary;
+    Progress m_progress;
+};
+
 int usageError(const std::string& complaint) {
     complain(complaint);
     return kCannotTell;
 }
 
+} // namespace
+
 int runVerify(const Arguments& arguments) {
+    return verifyFiles(arguments, arguments.has("--explain"));
+}
+
+int verifyFiles(const Arguments& arguments, bool explains) {
     std::string complaint;
-    NameSource names(arguments.operands());
+    NameSource names;
     VerifySettings settings;
     std::optional<int> jobs;
     if (!arguments.number("--jobs", 1, kMostJobs, jobs, complaint) ||
-        !loadNames(arguments, names, complaint) || !settings.load(arguments, complaint)) {
+        !names.open(arguments, false, complaint) || !settings.load(arguments, complaint)) {
         return usageError(complaint);
     }
-    const bool quiet = arguments.has("--quiet");
-    const ReportForm form = quiet                     ? ReportForm::None
+    settings.setExplains(explains);
+    const ReportForm form = arguments.has("--quiet")  ? ReportForm::None
                             : arguments.has("--json") ? ReportForm::Json
                                                       : ReportForm::Text;
     // The work runs on many threads, what follows it on this one, file by file in the order of the
     // names.
-    int code = kEverythingHolds;
-    Progress progress(names.total(), !quiet);
+    Printer printer(arguments, settings, form, names.total());
     OrderedRunner runner(
         names,
         [&settings, form](const std::string& name) { return verifyFile(name, settings, form); },
-        [&](const FileResult& result) {
-            code = std::max<int>(code, result.code);
-            // Only what writes something needs the bar out of the way.
-            if (!result.errors.empty() || !result.heading.empty()) {
-                progress.hide();
-            }
-            // A log that was asked for is not silenced by --quiet.
-            if (!quiet || settings.wantsLog()) {
-                std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
-            }
-            writeOutput(result.heading);
-            writeOutput(result.report);
-            // Whoever reads the results through a pipe gets each file as it is done.
-            std::fflush(stdout);
-            progress.advance(result.code == kEverythingHolds);
-        });
+        [&printer](const FileResult& result) { printer.print(result); });
     runner.run(jobsFor(jobs, names.total()));
-    return code;
-}
-
-} // namespace
-
-Command verifyCommand() {
-    std::vector<OptionSpec> options = verificationOptions();
-    options.insert(options.end(),
-                   {{"--files-from", "FILE", "read the file names from FILE, one a line"},
-                    {"--jobs", "N", "files verified in parallel (default: one a processor)"},
-                    {"--json", "", "one JSON object a file, one a line"},
-                    {"--quiet", "", "no output, only the exit code"}});
-    return {"verify", "[options] FILE...",
-            "Verifies every signature: its value and every reference digest.", std::move(options),
-            runVerify};
+    printer.end();
+    if (names.foundNothing()) {
+        return usageError(std::string(kNothingFound));
+    }
+    return printer.code();
 }
 
 } // namespace vantrel::cli

@@ -1,5 +1,6 @@
 #include "cli/verify_file.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
@@ -65,8 +66,9 @@ public:
         if (!verified) {
             m_status = "error";
             m_result.code = kCannotTell;
-            m_result.errors += "xmldsig: " + printable(m_result.name + ": " + complaint) + "\n";
+            m_result.errors += complaintLines(m_result.name + ": " + complaint);
         }
+        m_result.status = m_status;
         report(complaint);
         return std::move(m_result);
     }
@@ -121,7 +123,8 @@ private:
         const bool loaded = verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
-            complaint = lastErrorOf(verifier);
+            complaint =
+                orForeignFormat(document.data().view(), m_result.name, lastErrorOf(verifier));
         }
         return loaded;
     }
@@ -135,6 +138,10 @@ private:
         }
         valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
                                        : verifier.VerifySignature(m_settings.checkReferences());
+        // Only a report can show what a search finds.
+        if (!valid && m_settings.explains() && m_form != ReportForm::None) {
+            static_cast<void>(verifier.ExplainFailures(m_settings.effort()));
+        }
         m_beforeLast = m_result.report.size();
         const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());

@@ -5,6 +5,7 @@
 #include "cli/verify_settings.h"
 
 #include <string>
+#include <string_view>
 
 namespace vantrel::cli {
 
@@ -14,7 +15,8 @@ enum class ReportForm { None, Text, Json };
 // What one file's verification leaves to be printed, by whoever knows its turn.
 struct FileResult {
     std::string name;
-    ExitCode code = kCannotTell; // until something better is known
+    ExitCode code = kCannotTell;       // until something better is known
+    std::string_view status = "error"; // as the report has it; of static storage
     // For standard output, one after the other: text, or one JSON object with its line end.
     std::string heading;
     std::string report;

@@ -1,9 +1,12 @@
 #include "cli/verify_settings.h"
 
+#include "cli/foreign_format.h"
 #include "cli/input.h"
+#include "cli/terminal.h"
 #include <vantrel/XString.h>
 #include <vantrel/_vlDataSource.h>
 #include <vantrel/_vlLogger.h>
+#include <vantrel/key_file.h>
 
 #include <algorithm>
 #include <array>
@@ -20,6 +23,8 @@ namespace {
 // Highest index of a reference for which the verifier takes data.
 constexpr int kLastReferenceWithData = 100;
 constexpr int kHighestIndex = 0x7FFFFFFE;
+// Some two hours.
+constexpr int kMostEffort = 3600;
 
 // The last error line of an operation of the library.
 std::string lastError(ClsBase& object) {
@@ -32,39 +37,55 @@ std::string lastError(ClsBase& object) {
 bool bothGiven(const Arguments& arguments, std::string_view one, std::string_view other,
                std::string& complaint) {
     if (arguments.has(one) && arguments.has(other)) {
-        complaint = std::string(one) + " and " + std::string(other) + " exclude each other";
+        complaint =
+            withRemedy(std::string(one) + " and " + std::string(other) + " exclude each other",
+                       std::string(one) + " alone");
         return true;
     }
     return false;
 }
 
-} // namespace
-
-std::vector<OptionSpec> verificationOptions() {
-    return {
-        // The order is that of the help: what is verified, with which keys and data, by which
-        // rules, and what is shown of it.
-        {"--signature", "N", "only the signature with this zero-based index"},
-        {"--id", "ID", "only the signature with this Id"},
-        {"--no-references", "", "check signature values only"},
-        {"--reference", "N", "check only the digest of reference N"},
-        {"--key", "FILE",
-         "public key (PEM, DER, certificate or XML), used after the keys of KeyInfo"},
-        {"--hmac-key", "TEXT", "HMAC secret"},
-        {"--hmac-encoding", "NAME", "its encoding: hex (default), base64 or ascii"},
-        {"--hmac-key-file", "FILE", "HMAC secret as the raw bytes of a file"},
-        {"--cert", "FILE", "certificates (PEM, DER or a folder of them) for look-ups; repeatable"},
-        {"--ref-data", "N=FILE", "content of external reference N; repeatable"},
-        {"--ref-dir", "DIR", "where external references are looked for; repeatable"},
-        {"--ignore-external", "", "report a missing external file, do not count it"},
-        {"--timestamps", "", "also verify an encapsulated time-stamp"},
-        {"--option", "WORD", "a word for the verifier's uncommon options; repeatable"},
-        {"--limit", "NAME=VALUE",
-         "a limit of the library by its name in docs/limits.md; repeatable"},
-        {"--log", "", "print the log of each verification to standard error"},
-        {"--verbose", "", "the same with its verbose entries"},
-    };
+// "--name=value" with the limit that was probably meant, and what it is now.
+std::string nearestLimit(std::string_view given) {
+    std::vector<std::string_view> names;
+    for (const dsig::LimitEntry& entry : dsig::limitTable()) {
+        names.push_back(entry.name);
+    }
+    const std::string_view name = given.substr(0, given.find('='));
+    const std::string_view guess = nearest(name, names);
+    const dsig::Limits limits;
+    const dsig::LimitEntry& entry = *std::find_if(
+        dsig::limitTable().begin(), dsig::limitTable().end(),
+        [guess](const dsig::LimitEntry& each) { return guess.empty() || each.name == guess; });
+    return "--limit " + std::string(entry.name) + "=" + std::to_string(limits.*entry.value);
 }
+
+// A file of certificates was not read: by the system, or because it holds none.
+std::string certificateFault(const std::string& path, std::string_view reason) {
+    std::string unreadable;
+    DataBuffer bytes;
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(path, ignored) &&
+        !readOptionFile("--cert", path, bytes, unreadable)) {
+        return unreadable;
+    }
+    return withRemedy("--cert " + path + ": " + std::string(reason),
+                      "--key " + shellWord(path) + " (for a public key)");
+}
+
+// The file of --ref-data, by the system's reason where it has one.
+std::string whyNotOpened(const std::string& path, std::string_view otherwise) {
+    std::error_code problem;
+    const auto kind = std::filesystem::status(path, problem).type();
+    if (kind == std::filesystem::file_type::directory) {
+        problem = std::make_error_code(std::errc::is_a_directory);
+    } else if (!problem && kind == std::filesystem::file_type::regular) {
+        problem = std::make_error_code(std::errc::permission_denied);
+    }
+    return whyNotRead("--ref-data", path, problem.value(), otherwise);
+}
+
+} // namespace
 
 bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     m_ignoreExternal = arguments.has("--ignore-external");
@@ -78,7 +99,7 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
         m_words += m_words.empty() ? "" : ",";
         m_words += "VerifyEncapsulatedTimeStamp";
     }
-    return loadSelection(arguments, complaint) && loadKey(arguments, complaint) &&
+    return loadSelection(arguments, complaint) && loadKeyFiles(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
            loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
            loadLimits(arguments, complaint);
@@ -88,7 +109,8 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     if (bothGiven(arguments, "--signature", "--id", complaint) ||
         bothGiven(arguments, "--no-references", "--reference", complaint) ||
         !arguments.number("--signature", 0, kHighestIndex, m_signature, complaint) ||
-        !arguments.number("--reference", 0, kHighestIndex, m_reference, complaint)) {
+        !arguments.number("--reference", 0, kHighestIndex, m_reference, complaint) ||
+        !arguments.number("--effort", 1, kMostEffort, m_effort, complaint)) {
         return false;
     }
     if (const std::string* const id = arguments.last("--id")) {
@@ -98,21 +120,23 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     return true;
 }
 
-// The key is parsed here so that a bad file is told at once, and parsed anew for each verifier.
-bool VerifySettings::loadKey(const Arguments& arguments, std::string& complaint) {
-    const std::string* const path = arguments.last("--key");
-    if (path == nullptr) {
-        return true;
-    }
-    if (!readInput(*path, m_keyBytes, complaint)) {
-        complaint = "--key " + *path + ": " + complaint;
-        return false;
-    }
-    _vlLogger log;
-    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    if (!key || !key->loadAnyBytes(m_keyBytes.view(), log)) {
-        complaint = "--key " + *path + ": " + std::string(log.lastErrorLine());
-        return false;
+// The keys are read here so that a bad file is told at once, and anew for each verifier.
+bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& complaint) {
+    for (const std::string& path : arguments.all("--key")) {
+        DataBuffer bytes;
+        if (!readOptionFile("--key", path, bytes, complaint)) {
+            return false;
+        }
+        std::vector<Ref<ClsPublicKey>> keys;
+        keyfile::KeyFileFault fault;
+        if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
+            const std::string remedy = fault.remedy.empty()
+                                           ? "--key with a file as `xmldsig help verify` lists them"
+                                           : withFileName(fault.remedy, path);
+            complaint = withRemedy("--key " + path + ": " + fault.what, remedy);
+            return false;
+        }
+        m_keyFiles.push_back(bytes);
     }
     return true;
 }
@@ -121,25 +145,15 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
     if (bothGiven(arguments, "--hmac-key", "--hmac-key-file", complaint)) {
         return false;
     }
-    // The library knows more encodings; these are documented for the tool and hence stay.
-    constexpr std::array<std::string_view, 3> kEncodings = {"hex", "base64", "ascii"};
+    // One of those that are documented for the tool; the library knows more.
     const std::string* const encoding = arguments.last("--hmac-encoding");
     m_hmacEncoding = encoding != nullptr ? *encoding : "hex";
-    bool known = false;
-    for (const std::string_view each : kEncodings) {
-        known = known || m_hmacEncoding == each;
-    }
-    if (!known) {
-        complaint = "--hmac-encoding is hex, base64 or ascii, not \"" + m_hmacEncoding + "\"";
-        return false;
-    }
     if (const std::string* const path = arguments.last("--hmac-key-file")) {
         DataBuffer secret;
         // Wiped when it goes. The library takes a secret as text in an encoding, so raw bytes pass
         // as base64.
         secret.setSecure(true);
-        if (!readInput(*path, secret, complaint)) {
-            complaint = "--hmac-key-file " + *path + ": " + complaint;
+        if (!readOptionFile("--hmac-key-file", *path, secret, complaint)) {
             return false;
         }
         StringBuffer text;
@@ -149,7 +163,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         text.secureClear();
         // An empty secret would let everybody sign.
         if (m_hmacKey.empty()) {
-            complaint = "--hmac-key-file " + *path + " is empty";
+            complaint = withRemedy("--hmac-key-file " + *path + " is empty", "--hmac-key");
             return false;
         }
         return true;
@@ -161,7 +175,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         XString key(m_hmacKey);
         XString name(m_hmacEncoding);
         if (m_hmacKey.empty() || !probe.SetHmacKey(key, name)) {
-            complaint = "--hmac-key is not valid in the encoding " + m_hmacEncoding;
+            complaint = withRemedy("--hmac-key is not valid in the encoding " + m_hmacEncoding,
+                                   "--hmac-encoding base64 or ascii");
             return false;
         }
     }
@@ -180,7 +195,7 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
                                ? m_vault->AddCertDirectory(name)
                                : m_vault->AddCertFile(name);
         if (!added) {
-            complaint = "--cert " + path + ": " + lastError(*m_vault);
+            complaint = certificateFault(path, lastError(*m_vault));
             return false;
         }
     }
@@ -193,8 +208,10 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
         int index = 0;
         if (equals == std::string::npos || !parseNumber(std::string_view(given).substr(0, equals),
                                                         0, kLastReferenceWithData, index)) {
-            complaint = "--ref-data takes N=FILE with N from 0 to " +
-                        std::to_string(kLastReferenceWithData) + ", not \"" + given + "\"";
+            complaint =
+                withRemedy("--ref-data takes N=FILE with N from 0 to " +
+                               std::to_string(kLastReferenceWithData) + ", not \"" + given + "\"",
+                           "--ref-data 0=FILE");
             return false;
         }
         const std::string path = given.substr(equals + 1);
@@ -203,7 +220,7 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
         // is due.
         _vlFileDataSource probe;
         if (!probe.openDataSourceFile(XString(path), log)) {
-            complaint = "--ref-data " + path + ": " + std::string(log.lastErrorLine());
+            complaint = whyNotOpened(path, log.lastErrorLine());
             return false;
         }
         m_referenceData.emplace_back(index, path);
@@ -218,12 +235,13 @@ bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::strin
         // --ignore-external forgives.
         std::filesystem::directory_iterator probe(folder, problem);
         if (problem) {
-            complaint = "--ref-dir " + folder + ": " + problem.message();
+            complaint = whyNotRead("--ref-dir", folder, problem.value(), problem.message());
             return false;
         }
         // The library takes the folders as one text with this separator.
         if (folder.find(';') != std::string::npos) {
-            complaint = "--ref-dir " + folder + ": a folder's name may not hold a semicolon";
+            complaint = withRemedy("--ref-dir " + folder + ": the name may not hold a semicolon",
+                                   "--ref-dir with a link to the folder");
             return false;
         }
         m_referenceFolders += (m_referenceFolders.empty() ? "" : ";") + folder;
@@ -245,7 +263,7 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
         for (const dsig::LimitEntry& entry : dsig::limitTable()) {
             complaint += " " + std::string(entry.name);
         }
-        complaint += ", not \"" + given + "\"";
+        complaint = withRemedy(complaint + ", not \"" + given + "\"", nearestLimit(given));
         return false;
     }
     return true;
@@ -264,13 +282,17 @@ bool VerifySettings::setLimits(ClsXmlDSig& verifier) const {
 }
 
 // For every signature of the document; tried after the keys of KeyInfo.
-bool VerifySettings::setKey(ClsXmlDSig& verifier) const {
-    if (m_keyBytes.isEmpty()) {
-        return true;
+bool VerifySettings::setKeys(ClsXmlDSig& verifier) const {
+    std::vector<Ref<ClsPublicKey>> keys;
+    for (const DataBuffer& bytes : m_keyFiles) {
+        keyfile::KeyFileFault fault;
+        if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
+            return false;
+        }
     }
-    _vlLogger log;
-    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    return key && key->loadAnyBytes(m_keyBytes.view(), log) && verifier.SetPublicKeyForAll(*key);
+    return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
+        return verifier.AddPublicKeyForAll(*key);
+    });
 }
 
 bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
@@ -289,7 +311,7 @@ bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const
         complaint = lastError(verifier);
         return false;
     }
-    if (!setKey(verifier)) {
+    if (!setKeys(verifier)) {
         complaint = "the public key was refused";
         return false;
     }
@@ -326,7 +348,8 @@ bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
     if (m_id) {
         XString id(*m_id);
         if (!verifier.SelectById(id)) {
-            complaint = "there is no signature with the Id \"" + *m_id + "\"";
+            complaint = withRemedy("there is no signature with the Id \"" + *m_id + "\"",
+                                   "xmldsig info (lists the signatures with their Ids)");
             return false;
         }
         indexes.push_back(verifier.get_Selector());
@@ -335,8 +358,7 @@ bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
     if (m_signature) {
         // put_Selector would take the last one instead, and its verdict pass for that of another.
         if (*m_signature >= count) {
-            complaint = "there is no signature with index " + std::to_string(*m_signature) +
-                        "; the document has " + std::to_string(count);
+            complaint = noSuchSignature(*m_signature, count);
             return false;
         }
         indexes.push_back(*m_signature);
@@ -346,6 +368,13 @@ bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
         indexes.push_back(i);
     }
     return true;
+}
+
+std::string noSuchSignature(int index, int count) {
+    const std::string complaint = "there is no signature with index " + std::to_string(index) +
+                                  "; the document has " + std::to_string(count);
+    return count == 0 ? complaint
+                      : withRemedy(complaint, "--signature " + std::to_string(count - 1));
 }
 
 } // namespace vantrel::cli

@@ -17,11 +17,9 @@
 
 namespace vantrel::cli {
 
-// The options that say what is verified and with what, as `verify` and `digest-input` share them:
-// whoever looks for the octets of a digest gives the same options as for its verification.
-[[nodiscard]] std::vector<OptionSpec> verificationOptions();
-
-// Those options, read and checked: every key, certificate, file and folder that they name is there.
+// The options that say what is verified and with what, which `verify` shares with the commands that
+// go its way: whoever looks for the octets of a digest gives the same options as for verifying.
+// Read and checked: every key, certificate, file and folder that they name is there.
 // So a mistake on the command line is told once and before any work. Shared by the threads that
 // verify; nothing here changes after load(). The HMAC secret is held as text for as long.
 class VerifySettings final {
@@ -46,26 +44,33 @@ public:
     // The one reference that is asked for, if any.
     [[nodiscard]] const std::optional<int>& reference() const noexcept { return m_reference; }
     [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
+    // Whether the causes of failures are searched, and with how many times the usual effort.
+    [[nodiscard]] bool explains() const noexcept { return m_explains; }
+    void setExplains(bool explains) noexcept { m_explains = explains; }
+    [[nodiscard]] int effort() const noexcept { return m_effort.value_or(1); }
     [[nodiscard]] bool wantsLog() const noexcept { return m_log; }
 
 private:
     // The options by subject, each as load().
     [[nodiscard]] bool loadSelection(const Arguments& arguments, std::string& complaint);
-    [[nodiscard]] bool loadKey(const Arguments& arguments, std::string& complaint);
+    [[nodiscard]] bool loadKeyFiles(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadHmacKey(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadCertificates(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadReferenceData(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadReferenceFolders(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool loadLimits(const Arguments& arguments, std::string& complaint);
     [[nodiscard]] bool setLimits(ClsXmlDSig& verifier) const;
-    [[nodiscard]] bool setKey(ClsXmlDSig& verifier) const;
+    [[nodiscard]] bool setKeys(ClsXmlDSig& verifier) const;
 
     std::optional<int> m_signature;
     std::optional<std::string> m_id;
     bool m_checkReferences = true;
     std::optional<int> m_reference;
+    bool m_explains = false;
+    std::optional<int> m_effort;
     dsig::Limits m_limits;
-    DataBuffer m_keyBytes; // parsed anew for each verifier, so that no key object is shared
+    // Of --key; parsed anew for each verifier, so that no key object is shared.
+    std::vector<DataBuffer> m_keyFiles;
     std::string m_hmacKey;
     std::string m_hmacEncoding;
     std::unique_ptr<ClsXmlCertVault> m_vault;                 // null without --cert
@@ -76,6 +81,9 @@ private:
     bool m_log = false;
     bool m_verbose = false;
 };
+
+// The complaint about an index beyond the document's `count` signatures.
+[[nodiscard]] std::string noSuchSignature(int index, int count);
 
 } // namespace vantrel::cli
 

@@ -1,5 +1,5 @@
 # What `cmake --install` lays down: the library, its public headers (include/vantrel) with everything
-# they include, the tool, a CMake package and a pkg-config file.
+# they include, the tool with its manual page, a CMake package and a pkg-config file.
 
 include(CMakePackageConfigHelpers)
 
@@ -15,6 +15,9 @@ set(VANTREL_INCLUDE_DIR \"${CMAKE_INSTALL_INCLUDEDIR}\")")
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
   if(TARGET xmldsig)
     install(TARGETS xmldsig RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+    if(NOT CMAKE_CROSSCOMPILING)
+      install(FILES "${PROJECT_BINARY_DIR}/xmldsig.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+    endif()
   endif()
 
   set(package "${CMAKE_INSTALL_LIBDIR}/cmake/vantrel")

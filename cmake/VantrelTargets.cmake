@@ -115,6 +115,11 @@ function(vantrel_tool)
     target_precompile_headers(xmldsig_objects REUSE_FROM vantrel_precompiled)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     target_link_libraries(xmldsig PRIVATE vantrel)
+    # The tool writes its own manual page; one for another system cannot run here.
+    if(NOT CMAKE_CROSSCOMPILING)
+      add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS "${PROJECT_BINARY_DIR}/xmldsig.1"
+        COMMAND xmldsig help --man > "${PROJECT_BINARY_DIR}/xmldsig.1" VERBATIM)
+    endif()
   endif()
 endfunction()
 

@@ -128,6 +128,20 @@ def values():
             out[name + ".pkcs1"] = b64(bits)
             out[name + ".ski"] = b64(hashlib.sha1(bits).digest())
             out[name + ".thumbprint"] = b64(hashlib.sha1(ders[name]).digest())
+        # Certificate bags: signed data without signers, as DER and with indefinite lengths.
+        bag = folder / "bag.pem"
+        bag.write_bytes(b"".join((folder / f"{name}.pem").read_bytes() for name in ("ed25519", "other", "signer")))
+        out["bag"] = b64(run("openssl", "crl2pkcs7", "-nocrl", "-certfile", str(bag), "-outform", "DER"))
+        bag.write_bytes((folder / "ed25519.pem").read_bytes())
+        out["bag-unusable"] = b64(run("openssl", "crl2pkcs7", "-nocrl", "-certfile", str(bag), "-outform", "DER"))
+        # What is no public key.
+        out["private.pkcs8"] = b64(run("openssl", "pkcs8", "-topk8", "-nocrypt", "-in", key("weak"), "-outform", "DER"))
+        out["private.pkcs1"] = b64(run("openssl", "rsa", "-traditional", "-in", key("weak"), "-outform", "DER"))
+        out["private.sec1"] = b64(run("openssl", "ec", "-in", key("ec"), "-outform", "DER"))
+        out["private.encrypted"] = b64(run("openssl", "pkcs8", "-topk8", "-passout", "pass:x", "-in", key("weak"),
+                                           "-outform", "DER"))
+        out["pkcs12"] = b64(run("openssl", "pkcs12", "-export", "-passout", "pass:x", "-inkey", key("weak"), "-in",
+                                str(folder / "weak.pem")))
     out["path"] = b64(der_sequence(ders["root"] + ders["other"] + ders["signer"]))
     out["path-of-one"] = b64(der_sequence(ders["signer"]))
     out["path-wrong-end"] = b64(der_sequence(ders["signer"] + ders["other"]))
@@ -144,6 +158,11 @@ def values():
     out["ec.value"] = ('<ds11:ECKeyValue xmlns:ds11="http://www.w3.org/2009/xmldsig11#"><ds11:NamedCurve '
                        f'URI="urn:oid:1.2.840.10045.3.1.7"/><ds11:PublicKey>{b64(point)}</ds11:PublicKey>'
                        "</ds11:ECKeyValue>")
+    for name in ("signer", "other"):
+        number = base64.urlsafe_b64encode(numbers(name)["Modulus"]).decode().rstrip("=")
+        out["jwk." + name] = f'{{"kty":"RSA","kid":"{name}","n":"{number}","e":"AQAB"}}'
+    x, y = (base64.urlsafe_b64encode(half).decode().rstrip("=") for half in (point[1:33], point[33:]))
+    out["jwk.ec"] = f'{{"kty":"EC","crv":"P-256","x":"{x}","y":"{y}"}}'
     profile = OASIS + "x509-token-profile-1.0#"
     out["X509v3"] = profile + "X509v3"
     out["X509PKIPathv1"] = profile + "X509PKIPathv1"

@@ -10,6 +10,7 @@
 #include "dsig/explain/value_goal.h"
 #include "dsig/reference/check_reference.h"
 #include "dsig/reference/first_reference.h"
+#include "dsig/report/causes.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
@@ -238,15 +239,22 @@ void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budge
         }
     }
     for (const auto& [reference, job] : jobs) {
+        const bool found = job->search->finding().has_value();
         if (reference != nullptr) {
-            reference->cause = referenceCause(*job, budget);
+            // A method or transform that is not supported says nothing of the content.
+            if (found || reference->cause.code == dsig::cause::kDigestMismatch) {
+                reference->cause = referenceCause(*job, budget);
+            }
             continue;
         }
         // Nothing found under a key that may not be the signer's says nothing of SignedInfo.
-        const bool found = job->search->finding().has_value();
         if (found || (report.value == ValueCheck::Mismatch && !referencesFail)) {
             report.cause = valueCause(*job, budget);
         }
+    }
+    // What mends the first digest mends the signature.
+    if (referencesFail && report.cause.code == dsig::cause::kReferenceFailed) {
+        report.cause.tries = jobs.front().first->cause.tries;
     }
 }
 

@@ -48,7 +48,9 @@ std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& lenienci
     // key is the document's alone is what the report then says.
     if (!query.keyInfoOnly) {
         appendExplicitKey(query.keyOfSignature, keys);
-        appendExplicitKey(query.keyForAll, keys);
+        for (const Ref<ClsPublicKey>& key : query.keysForAll) {
+            appendExplicitKey(key.get(), keys);
+        }
     }
     return keys;
 }

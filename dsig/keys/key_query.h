@@ -3,8 +3,11 @@
 
 #include "dsig/document/document.h"
 #include "dsig/document/selection.h"
+#include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
+
+#include <span>
 
 namespace vantrel::dsig {
 
@@ -17,9 +20,10 @@ struct KeyQuery {
     int numSignatures = 0;        // of the document
     SystemCerts* store = nullptr; // where certificates are looked up by name; null for none
 
-    // Keys that the caller handed over, null for none: for the signature's index, and for all.
+    // Keys that the caller handed over, null for none: for the signature's index, and for all
+    // in their order.
     ClsPublicKey* keyOfSignature = nullptr;
-    ClsPublicKey* keyForAll = nullptr;
+    std::span<const Ref<ClsPublicKey>> keysForAll;
     bool keyInfoOnly = false; // they are not asked for
 };
 

@@ -35,7 +35,7 @@ dsig::KeyQuery ClsXmlDSig::keyQuery(bool keyInfoOnly) {
     query.store = getSystemCertsPtr();
     // Null where the caller has set none for this index.
     query.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
-    query.keyForAll = m_state->keyForAll.get();
+    query.keysForAll = m_state->keysForAll;
     query.keyInfoOnly = keyInfoOnly;
     return query;
 }

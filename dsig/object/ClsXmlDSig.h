@@ -164,8 +164,11 @@ public:
     /// A key for the selected signature's index, tried after the keys of KeyInfo. It survives
     /// loads.
     bool SetPublicKey(ClsPublicKey& key);
-    /// A key for every signature, tried after that of the signature's index. It survives loads.
+    /// A key for every signature, tried after that of the signature's index, in place of those set
+    /// or added before. It survives loads.
     bool SetPublicKeyForAll(ClsPublicKey& key);
+    /// One more such key, tried after those that are there.
+    bool AddPublicKeyForAll(ClsPublicKey& key);
     /// The secret of HMAC signatures, in the named encoding ("hex", "base64", "ascii", ...). The
     /// caller's text is marked secure.
     bool SetHmacKey(XString& key, XString& encoding);

@@ -56,7 +56,15 @@ bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
 // Shared, not copied: the caller must not change the key while verifications use it.
 bool ClsXmlDSig::SetPublicKeyForAll(ClsPublicKey& key) {
     return MethodFrame::run(*this, "SetPublicKeyForAll", [&](MethodFrame& /*frame*/) {
-        m_state->keyForAll = Ref<ClsPublicKey>::share(&key);
+        m_state->keysForAll.clear();
+        m_state->keysForAll.push_back(Ref<ClsPublicKey>::share(&key));
+        return true;
+    });
+}
+
+bool ClsXmlDSig::AddPublicKeyForAll(ClsPublicKey& key) {
+    return MethodFrame::run(*this, "AddPublicKeyForAll", [&](MethodFrame& /*frame*/) {
+        m_state->keysForAll.push_back(Ref<ClsPublicKey>::share(&key));
         return true;
     });
 }

@@ -11,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace vantrel::dsig {
 
@@ -25,8 +26,8 @@ struct ObjectState {
     std::optional<explain::Budget> explainBudget;
     // Survive loads; the document's accounts refer to them.
     Limits limits;
-    // Tried for every signature, last; null when none was given. Survives loads.
-    Ref<ClsPublicKey> keyForAll;
+    // Tried for every signature, last, in this order; none is null. Survive loads.
+    std::vector<Ref<ClsPublicKey>> keysForAll;
     bool encodingMismatch = false; // of the loaded document
 };
 

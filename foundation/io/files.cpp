@@ -22,10 +22,15 @@ namespace {
 
 constexpr std::uint64_t kFirstPiece = std::uint64_t{64} << 10;
 
-bool open(std::string_view path, int flags, FileHandle& file, LogBase& log) {
+// `systemError`, here and below: where the system's reason goes, null where nobody asks for it.
+bool open(std::string_view path, int flags, FileHandle& file, LogBase& log,
+          int* systemError = nullptr) {
     StringBuffer name;
     if (path.find('\0') == std::string_view::npos && name.appendView(path)) {
         file.reset(::open(name.getString(), flags | O_CLOEXEC | O_NOCTTY, 0666));
+        if (file.get() < 0 && systemError != nullptr) {
+            *systemError = errno;
+        }
     }
     if (file.get() < 0) {
         log.LogError("The file cannot be opened.");
@@ -42,9 +47,10 @@ bool cannotWrite(std::string_view path, LogBase& log) {
 }
 
 // One buffer that takes the expected size at once, and grows when there is more.
-bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log) {
+bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log, int* systemError) {
     struct stat status {};
-    const bool sized = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    const bool known = ::fstat(descriptor, &status) == 0;
+    const bool sized = known && S_ISREG(status.st_mode);
     // One byte more than expected, so that the end shows itself without growing the buffer.
     std::uint64_t room = sized ? static_cast<std::uint64_t>(status.st_size) + 1 : kFirstPiece;
     std::uint64_t size = 0;
@@ -59,6 +65,9 @@ bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log)
             std::size_t count = 0;
             if (!readSome(descriptor, {target + size, static_cast<std::size_t>(room - size)}, count,
                           log)) {
+                if (systemError != nullptr) {
+                    *systemError = known && S_ISDIR(status.st_mode) ? EISDIR : EIO;
+                }
                 return false;
             }
             if (count == 0) {
@@ -76,9 +85,10 @@ bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log)
     }
 }
 
-bool readOrClear(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log) {
+bool readOrClear(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log,
+                 int* systemError = nullptr) {
     out.clear();
-    if (readAll(descriptor, std::min(limit, kMaxTextSize - 1), out, log)) {
+    if (readAll(descriptor, std::min(limit, kMaxTextSize - 1), out, log, systemError)) {
         return true;
     }
     out.clear();
@@ -127,12 +137,19 @@ bool replaceFile(const std::string& path, const struct stat* before, ByteView by
 } // namespace
 
 bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out, LogBase& log) {
+    int systemError = 0;
+    return readFile(path, limit, out, systemError, log);
+}
+
+bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out, int& systemError,
+              LogBase& log) {
     FileHandle file;
-    if (!open(path, O_RDONLY, file, log)) {
+    systemError = 0;
+    if (!open(path, O_RDONLY, file, log, &systemError)) {
         out.clear();
         return false;
     }
-    return readOrClear(file.get(), limit, out, log);
+    return readOrClear(file.get(), limit, out, log, &systemError);
 }
 
 bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log) {

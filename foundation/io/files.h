@@ -18,6 +18,10 @@ namespace io {
 // holds more than `limit` bytes; `out` is then empty.
 [[nodiscard]] bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out,
                             LogBase& log);
+// The same; on failure `systemError` is the system's reason, a value of errno, or 0 where the
+// system had no part in it.
+[[nodiscard]] bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out,
+                            int& systemError, LogBase& log);
 [[nodiscard]] bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log);
 
 // Writes a file, replacing what was there in one step: the bytes go to a new file in the same

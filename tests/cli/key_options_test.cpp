@@ -6,6 +6,7 @@
 #include "tests/support/vectors.h"
 
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,15 @@ void writeKeyFile(const TempDir& folder, const std::string& description, const s
     ASSERT_GE(words.size(), 3U) << where;
     const std::string path = folder.file(words[0]);
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    if (words[1] == "pem") {
+    if (words[1] == "text") {
+        std::string text = description.substr(description.find(" text ") + 6);
+        // Braces around anything else are JSON's.
+        const std::regex name("\\{([a-z0-9.]+)\\}");
+        for (std::smatch found; std::regex_search(text, found, name);) {
+            text = found.prefix().str() + keyValueNamed(found[1]) + found.suffix().str();
+        }
+        folder.write(words[0], text);
+    } else if (words[1] == "pem") {
         folder.write(words[0], pemBlocks(words, 2));
     } else if (words[1] == "der") {
         folder.write(words[0], textOf(fromBase64(keyValueNamed(words[2]))));

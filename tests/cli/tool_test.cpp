@@ -47,7 +47,8 @@ std::vector<std::string> words(const std::string& text) {
 }
 
 void checkStream(VecCase& c, const std::string& name, const std::string& stream) {
-    for (const std::string& text : c.all(name)) {
+    for (const std::string& written : c.all(name)) {
+        const std::string text = unescape(expand(written));
         EXPECT_NE(stream.find(text), std::string::npos) << c.where() << "no \"" << text << "\" in\n"
                                                         << stream;
     }

@@ -117,9 +117,10 @@ TEST(CandidateKeys, WhatTheCallerKnowsDoesNotRestOnTheDocument) {
         const Ref<ClsPublicKey> ofSignature =
             one ? publicKeyNamed(c.ofSignature) : Ref<ClsPublicKey>();
         const Ref<ClsPublicKey> forAll = all ? publicKeyNamed(c.forAll) : Ref<ClsPublicKey>();
+        const std::span<const Ref<ClsPublicKey>> keysForAll(&forAll, all ? 1 : 0);
         message.query.store = &store.certificates;
         message.query.keyOfSignature = ofSignature.get();
-        message.query.keyForAll = forAll.get();
+        message.query.keysForAll = keysForAll;
         const std::vector<dsig::KeyReport> reports = dsig::describeKeys(message.keys());
         ASSERT_EQ(reports.size(), 1U + (one ? 1U : 0U) + (all ? 1U : 0U));
         EXPECT_EQ(reports[0].fromDocument, c.keyFromDocument);
@@ -162,7 +163,7 @@ TEST(CandidateKeys, NoSignatureLeavesTheKeysOfTheCaller) {
     const Ref<ClsPublicKey> key = publicKeyNamed("signer");
     dsig::KeyQuery query;
     EXPECT_TRUE(dsig::candidateKeys(query, leniencies, log).empty());
-    query.keyForAll = key.get();
+    query.keysForAll = {&key, 1};
     EXPECT_EQ(dsig::candidateKeys(query, leniencies, log).size(), 1U);
     EXPECT_EQ(log.errors, "");
     EXPECT_TRUE(leniencies.codes().empty());

@@ -43,6 +43,7 @@ MAY_INCLUDE = {
     "foundation/xml/locate": XML,
     "foundation/x509": X509 + ("foundation/io",),
     "foundation/cms": X509 + ("foundation/io", "foundation/json"),
+    "foundation/keyfile": X509 + ("foundation/cms", "foundation/json"),
     "dsig/document": ("foundation",),
     "dsig/report": ("dsig/document", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),

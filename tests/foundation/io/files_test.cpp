@@ -9,6 +9,7 @@
 #include "tests/support/process.h"
 #include "tests/support/recording_log.h"
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <iterator>
@@ -161,8 +162,11 @@ TEST(Files, ReadsWholeFilesUpToTheLimit) {
         EXPECT_TRUE(textOf(data.view()) == textOf(bytes)) << size;
     }
     DataBuffer data;
-    EXPECT_FALSE(io::readFile(folder.file("none"), 10, data, log));
-    EXPECT_FALSE(io::readFile(folder.path(), 10, data, log));
+    int systemError = 0;
+    EXPECT_FALSE(io::readFile(folder.file("none"), 10, data, systemError, log));
+    EXPECT_EQ(systemError, ENOENT);
+    EXPECT_FALSE(io::readFile(folder.path(), 10, data, systemError, log));
+    EXPECT_EQ(systemError, EISDIR);
     EXPECT_FALSE(io::writeFile(folder.path(), {}, log));
 }
 

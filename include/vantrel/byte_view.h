@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_BYTE_VIEW_H
+#define INCLUDE_VANTREL_BYTE_VIEW_H
+
+/// \file
+/// Public: views on bytes that somebody else owns.
+
+#include "foundation/text/byte_view.h"
+
+#endif
