@@ -78,7 +78,7 @@ xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId elemen
     if (tag.selfClosing()) {
         return {record.end, 0};
     }
-    const std::size_t endTag = document.text().rfind("</", record.end);
+    const std::size_t endTag = document.text().rfind("</", record.end - 1);
     return xml::rangeOf(tag.end(), endTag);
 }
 
@@ -118,8 +118,12 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
                        "the signature was digested with the element, as an empty one", visit);
 }
 
-// White space beside the signature that was put in with it.
-bool spaceAround(const Target& target, const ChangeVisit& visit) {
+} // namespace
+
+bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
+    if (target.signature == xml::kNoElement || !target.holds(target.signature)) {
+        return false;
+    }
     const std::string_view text = target.structure->text();
     const xml::TextRange signature = target.rangeOf(target.signature);
     std::size_t from = signature.start;
@@ -156,6 +160,8 @@ bool spaceAround(const Target& target, const ChangeVisit& visit) {
     }
     return false;
 }
+
+namespace {
 
 // References to entities of the internal subset, by what was digested in their place.
 bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
@@ -227,7 +233,7 @@ bool otherSignatureRemovals(const Target& target, const ChangeVisit& visit) {
                 return true;
             }
         }
-        if (signatureTemplates(target, visit) || spaceAround(target, visit)) {
+        if (signatureTemplates(target, visit)) {
             return true;
         }
     }

@@ -27,7 +27,11 @@ bool otherXmlAttributes(const Target& target, const ChangeVisit& visit);
 bool otherSignatureRemovals(const Target& target, const ChangeVisit& visit);
 bool unreadDocumentType(const Target& target, const ChangeVisit& visit);
 
-// All of the above, in the order in which they are tried.
+// White space beside the signature that was put in with it. Tried ahead of what else white space is
+// changed by: it says more.
+bool spaceAroundSignature(const Target& target, const ChangeVisit& visit);
+
+// All of the above but the last, in the order in which they are tried.
 [[nodiscard]] std::span<const Processing> processings() noexcept;
 
 // Every other element of the document in the target's place. As dear as the document is large and

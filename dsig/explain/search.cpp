@@ -125,6 +125,7 @@ bool Search::runQuick() {
         return !isNew(change.octets) ? m_budget.timeIsUp() : alone(change);
     };
     static_cast<void>(offer(plain, m_form, nullptr, Depth::Exhaustive) ||
+                      (m_target != nullptr && spaceAroundSignature(*m_target, alone)) ||
                       tryTexts(m_form, nullptr, 0, Depth::Thorough) ||
                       tryProcessings() || markupChanges(m_form, alone) ||
                       (m_target != nullptr && otherElements(*m_target, element)) || tryPairs() ||

@@ -4,9 +4,8 @@ namespace vantrel::dsig::explain {
 
 std::span<const TextFamily> textFamilies() noexcept {
     static constexpr TextFamily kFamilies[] = {
-        contentChanges, spaceChanges,         indentationChanges, trailingSpaceChanges,
-        markupChanges,  normalizationChanges, lineEndChanges,     prologChanges,
-        charsetChanges,
+        contentChanges, trailingSpaceChanges, indentationChanges, spaceChanges,  markupChanges,
+        endChanges,     normalizationChanges, lineEndChanges,     prologChanges, charsetChanges,
     };
     return kFamilies;
 }

@@ -64,7 +64,9 @@ constexpr Ending kEndings[] = {
     {std::string_view("\0", 1), "a NUL stood behind the last tag when it was signed"},
 };
 
-bool atEnd(std::string_view form, const ChangeVisit& visit) {
+} // namespace
+
+bool endChanges(std::string_view form, const ChangeVisit& visit) {
     std::size_t size = form.size();
     while (size > 0 && isSpace(form[size - 1])) {
         --size;
@@ -86,6 +88,8 @@ bool atEnd(std::string_view form, const ChangeVisit& visit) {
     }
     return false;
 }
+
+namespace {
 
 constexpr std::array<std::string_view, 7> kLostSpace = {" ", "  ", "\t", "   ", "    ", "\t\t",
                                                         "     "};
@@ -113,7 +117,7 @@ bool trailingSpaceChanges(std::string_view form, const ChangeVisit& visit) {
             return true;
         }
     }
-    return atEnd(form, visit);
+    return false;
 }
 
 bool restoredTrailingSpace(std::string_view form, const ChangeVisit& visit) {
