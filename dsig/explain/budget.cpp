@@ -45,6 +45,7 @@ void Budget::beginShare(std::size_t parts) noexcept {
     const Clock::time_point now = Clock::now();
     const Clock::duration used = std::min(now - m_shareStart, m_timeLeft);
     m_timeLeft -= used;
+    m_stopped = false;
     m_shareStart = now;
     m_shareEnd = now + m_timeLeft / static_cast<Clock::rep>(std::max<std::size_t>(parts, 1));
 }

@@ -23,10 +23,10 @@ public:
     void giveBack(std::uint64_t octets) noexcept { m_octets += octets; }
 
     [[nodiscard]] std::uint64_t octetsLeft() const noexcept { return m_octets; }
-    // Whether a search was refused something and ended early.
+    // Whether the search of this share was refused something and ended early.
     [[nodiscard]] bool stoppedEarly() const noexcept { return m_stopped; }
 
-    // Sets the clock for the search that follows: it may use one part in `parts` of the time that
+    // Begins the share of the search that follows: it may use one part in `parts` of the time that
     // is left.
     void beginShare(std::size_t parts) noexcept;
     [[nodiscard]] bool timeIsUp() const noexcept { return Clock::now() >= m_shareEnd; }
@@ -42,9 +42,9 @@ private:
     bool m_stopped = false;
 };
 
-// The largest form whose variants are made: some eight copies of it and of its document are held at
-// a time, together no more than 512 MiB.
-inline constexpr std::size_t kMostFormOctets = std::size_t{64} << 20;
+// The largest form whose variants are made: copies of it and lists of its tags are held at a time,
+// together no more than 512 MiB.
+inline constexpr std::size_t kMostFormOctets = std::size_t{16} << 20;
 
 } // namespace vantrel::dsig::explain
 

@@ -16,7 +16,7 @@ namespace {
 bool visitForm(const Target& target, std::string_view code, std::string evidence,
                const ChangeVisit& visit) {
     std::optional<std::string> form = canonicalForm(target);
-    return form && visit({code, std::move(evidence), std::move(*form)});
+    return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
 }
 
 std::string methodName(const Target& target) {

@@ -17,7 +17,7 @@ struct Change {
     std::size_t first = 0;  // offset of the first in the text that was changed
 };
 
-// Takes a change, and returns true when the search is over: the change explains the failure, or the
+// Takes a change, whose octets are empty where none could be made, and returns true when the search is over: the change explains the failure, or the
 // budget is used up. Whoever makes changes stops at once then and returns true as well.
 using ChangeVisit = std::function<bool(const Change&)>;
 

@@ -94,7 +94,7 @@ bool visitAlone(const Target& target, const Context& namespaces, const Context& 
                 std::string_view code, const std::string& evidence, const ChangeVisit& visit) {
     const std::optional<Target> element = alone(target, joined(namespaces) + joined(xmlAttributes));
     std::optional<std::string> form = element ? canonicalForm(*element) : std::nullopt;
-    return form && visit({code, evidence, std::move(*form)});
+    return visit({code, evidence, form ? std::move(*form) : std::string()});
 }
 
 // Calls visit(subset) for every subset of the context's first members.

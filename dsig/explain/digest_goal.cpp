@@ -146,15 +146,18 @@ bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) cons
     return false;
 }
 
-int DigestGoal::knownHash() const {
-    const bool usable = !m_readings.empty() && m_readings.front().isWhole &&
-                        m_readings.front().evidence.empty() && m_hashId != kHashNone &&
-                        mayBeOf(m_readings.front(), m_hashId);
-    return usable ? m_hashId : kHashNone;
+const DigestGoal::Reading* DigestGoal::usualReading() const noexcept {
+    const auto at = std::find_if(m_readings.begin(), m_readings.end(), [&](const Reading& each) {
+        return each.isWhole && m_hashId != kHashNone && mayBeOf(each, m_hashId);
+    });
+    return at != m_readings.end() ? &*at : nullptr;
 }
 
+int DigestGoal::knownHash() const { return usualReading() != nullptr ? m_hashId : kHashNone; }
+
 ByteView DigestGoal::knownDigest() const {
-    return m_readings.empty() ? ByteView() : asBytes(m_readings.front().octets);
+    const Reading* const usual = usualReading();
+    return usual != nullptr ? asBytes(usual->octets) : ByteView();
 }
 
 std::uint64_t DigestGoal::cost(std::size_t octets, Depth depth) const {

@@ -34,6 +34,8 @@ private:
 
     void addReading(std::string octets, std::string_view evidence);
     [[nodiscard]] bool matches(int hashId, ByteView octets, Deviation& deviation) const;
+    // The reading that is a whole digest of the declared method; null without one.
+    [[nodiscard]] const Reading* usualReading() const noexcept;
     [[nodiscard]] bool mayBeOf(const Reading& reading, int hashId) const noexcept;
 
     std::vector<Reading> m_readings;

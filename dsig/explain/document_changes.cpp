@@ -18,7 +18,7 @@ namespace {
 bool visitForm(const Target& target, std::string_view code, std::string evidence,
                const ChangeVisit& visit) {
     std::optional<std::string> form = canonicalForm(target);
-    return form && visit({code, std::move(evidence), std::move(*form)});
+    return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
 }
 
 bool visitEdited(const Target& target, std::span<const TextEdit> edits, std::string_view code,
@@ -275,14 +275,10 @@ bool otherElements(const Target& target, const ChangeVisit& visit) {
         }
         other = target;
         other.apex = id;
-        std::optional<std::string> form = canonicalForm(other);
-        if (!form) {
-            continue;
-        }
         std::string path;
         paths.append(id, path);
-        if (visit({cause::kWrongElement, "the element " + path + " was digested",
-                   std::move(*form)})) {
+        if (visitForm(other, cause::kWrongElement, "the element " + path + " was digested",
+                      visit)) {
             return true;
         }
     }

@@ -16,7 +16,6 @@
 #include "dsig/verify/signed_octets.h"
 #include "foundation/crypto/hash/hash_ids.h"
 
-#include <array>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -32,6 +31,7 @@ struct Job {
     std::unique_ptr<Goal> goal;
     std::unique_ptr<Search> search;
     std::string remark;
+    bool stoppedEarly = false;
 
     void begin(std::string form, Budget& budget) {
         search = std::make_unique<Search>(std::move(form), target ? &*target : nullptr, *goal,
@@ -165,18 +165,20 @@ std::string_view valueCode(std::string_view code) {
     return cause::kSignedInfoOther;
 }
 
-std::string withStop(std::string remark, const Budget& budget) {
-    if (budget.stoppedEarly()) {
+// How far a search went that found nothing.
+std::string howFar(const Job& job) {
+    std::string remark = job.remark;
+    if (job.stoppedEarly) {
         remark += remark.empty() ? "" : "; ";
         remark += "the search stopped early, --effort N goes further";
     }
     return remark;
 }
 
-Cause referenceCause(const Job& job, const Budget& budget) {
+Cause referenceCause(const Job& job) {
     const std::optional<Finding>& found = job.search->finding();
     if (!found) {
-        return makeCause(cause::kContentChanged, withStop(job.remark, budget));
+        return makeCause(cause::kContentChanged, howFar(job));
     }
     // The octets are right and the text of the digest is not.
     return found->code.empty()
@@ -185,10 +187,10 @@ Cause referenceCause(const Job& job, const Budget& budget) {
                : makeCause(found->code, found->evidence);
 }
 
-Cause valueCause(const Job& job, const Budget& budget) {
+Cause valueCause(const Job& job) {
     const std::optional<Finding>& found = job.search->finding();
     if (!found) {
-        return makeCause(cause::kSignedInfoChanged, withStop(job.remark, budget));
+        return makeCause(cause::kSignedInfoChanged, howFar(job));
     }
     return found->code.empty()
                ? makeCause(cause::kValueEncoding,
@@ -201,60 +203,121 @@ bool isWorthSearching(ValueCheck value) {
            value == ValueCheck::MalformedValue || value == ValueCheck::NoKey;
 }
 
-} // namespace
+// A failure with what is found out of it; a null reference stands for the value.
+struct Failure {
+    ReferenceResult* reference;
+    std::unique_ptr<Job> job;
+};
 
-// Cheap hypotheses for every failure come before dear ones for any.
-void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budget,
-                     SignatureReport& report) {
-    if (query.document == nullptr || query.selection.signature == nullptr) {
-        return;
+// The digests in SignedInfo were exchanged and the content was not: with the digests of the content
+// as it stands the value verifies. Nothing else is to be searched then.
+bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
+                          SignatureReport& report) {
+    std::string form = value.search->form();
+    std::string indexes;
+    for (const Failure& failure : failures) {
+        const ReferenceResult& reference = *failure.reference;
+        if (reference.storedDigest.isEmpty() || reference.computedDigest.isEmpty()) {
+            return false;
+        }
+        Change exchanged;
+        replaceAll(form, reference.storedDigest.view(), reference.computedDigest.view(), exchanged);
+        form = std::move(exchanged.octets);
+        indexes += (indexes.empty() ? "" : ", ") + std::to_string(reference.index);
     }
-    std::vector<std::pair<ReferenceResult*, std::unique_ptr<Job>>> jobs;
+    Deviation deviation;
+    if (failures.empty() ||
+        !value.goal->isReachedBy(asBytes(form), Depth::Plain, deviation)) {
+        return false;
+    }
+    for (const Failure& failure : failures) {
+        failure.reference->cause.evidence =
+            "the content is what was signed; DigestValue was changed since, for the signature "
+            "value verifies over the digest of this content";
+    }
+    report.cause = makeCause(cause::kSignedInfoChanged,
+                             "DigestValue of reference " + indexes +
+                                 " was changed: over the digest of the content as it stands the "
+                                 "value verifies");
+    return true;
+}
+
+std::vector<Failure> collectFailures(const VerifyQuery& query, const Rules& rules, Budget& budget,
+                                     SignatureReport& report) {
+    std::vector<Failure> failures;
     std::size_t held = 0;
     for (ReferenceResult& reference : report.references) {
-        if (jobs.size() >= kMostReferences || held > kMostHeldOctets ||
+        if (failures.size() >= kMostReferences || held > kMostHeldOctets ||
             !isWorthSearching(reference)) {
             continue;
         }
         if (std::unique_ptr<Job> job = referenceJob(query, rules, reference.index, budget)) {
             held += job->search->form().size();
-            jobs.emplace_back(&reference, std::move(job));
+            failures.push_back({&reference, std::move(job)});
         }
     }
-    const bool referencesFail = !jobs.empty();
-    std::unique_ptr<Job> value =
-        isWorthSearching(report.value) ? valueJob(query, rules, budget) : nullptr;
-    if (value != nullptr) {
-        jobs.emplace_back(nullptr, std::move(value));
-    }
-    std::size_t left = 2 * jobs.size();
-    for (const auto& [reference, job] : jobs) {
+    return failures;
+}
+
+// Cheap hypotheses for every failure come before dear ones for any.
+void runSearches(std::vector<Failure>& failures, Budget& budget) {
+    std::size_t left = 2 * failures.size();
+    for (const Failure& failure : failures) {
         budget.beginShare(left--);
-        static_cast<void>(job->search->runQuick());
+        static_cast<void>(failure.job->search->runQuick());
+        failure.job->stoppedEarly = budget.stoppedEarly();
     }
-    for (const auto& [reference, job] : jobs) {
+    for (const Failure& failure : failures) {
+        Job& job = *failure.job;
         budget.beginShare(left--);
-        if (!job->search->finding()) {
-            static_cast<void>(job->search->runThorough(job->remark));
+        if (!job.search->finding()) {
+            static_cast<void>(job.search->runThorough(job.remark));
+            job.stoppedEarly = job.stoppedEarly || budget.stoppedEarly();
         }
     }
-    for (const auto& [reference, job] : jobs) {
-        const bool found = job->search->finding().has_value();
-        if (reference != nullptr) {
-            // A method or transform that is not supported says nothing of the content.
-            if (found || reference->cause.code == dsig::cause::kDigestMismatch) {
-                reference->cause = referenceCause(*job, budget);
-            }
-            continue;
+}
+
+void takeOutcome(const Failure& failure, bool referencesFail, SignatureReport& report) {
+    const bool found = failure.job->search->finding().has_value();
+    if (failure.reference != nullptr) {
+        // A method or transform that is not supported says nothing of the content.
+        if (found || failure.reference->cause.code == dsig::cause::kDigestMismatch) {
+            failure.reference->cause = referenceCause(*failure.job);
         }
-        // Nothing found under a key that may not be the signer's says nothing of SignedInfo.
-        if (found || (report.value == ValueCheck::Mismatch && !referencesFail)) {
-            report.cause = valueCause(*job, budget);
+        return;
+    }
+    // Nothing found under a key that may not be the signer's says nothing of SignedInfo.
+    if (found || (report.value == ValueCheck::Mismatch && !referencesFail)) {
+        report.cause = valueCause(*failure.job);
+    }
+}
+
+} // namespace
+
+void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budget,
+                     SignatureReport& signature) {
+    if (query.document == nullptr || query.selection.signature == nullptr) {
+        return;
+    }
+    budget.beginShare(1);
+    std::vector<Failure> failures = collectFailures(query, rules, budget, signature);
+    const bool referencesFail = !failures.empty();
+    if (isWorthSearching(signature.value)) {
+        std::unique_ptr<Job> value = valueJob(query, rules, budget);
+        if (value != nullptr && findExchangedDigests(failures, *value, signature)) {
+            return;
         }
+        if (value != nullptr) {
+            failures.push_back({nullptr, std::move(value)});
+        }
+    }
+    runSearches(failures, budget);
+    for (const Failure& failure : failures) {
+        takeOutcome(failure, referencesFail, signature);
     }
     // What mends the first digest mends the signature.
-    if (referencesFail && report.cause.code == dsig::cause::kReferenceFailed) {
-        report.cause.tries = jobs.front().first->cause.tries;
+    if (referencesFail && signature.cause.code == dsig::cause::kReferenceFailed) {
+        signature.cause.tries = failures.front().reference->cause.tries;
     }
 }
 

@@ -37,6 +37,8 @@ public:
     // Then every candidate costs a hash and nothing else.
     [[nodiscard]] virtual int knownHash() const = 0;
     [[nodiscard]] virtual ByteView knownDigest() const = 0;
+    // Whether a candidate costs so much that only the likeliest are tried.
+    [[nodiscard]] virtual bool isDear() const { return false; }
     // Work that one candidate of this size costs, in octets.
     [[nodiscard]] virtual std::uint64_t cost(std::size_t octets, Depth depth) const = 0;
 };

@@ -68,9 +68,11 @@ std::vector<bool> mixedElements(const std::vector<Token>& tokens) {
 }
 
 // Printed anew from pieces without lines: each tag on a line of its own, but for those of an
-// element with text.
-std::string indented(const std::vector<Token>& tokens, std::string_view unit, std::size_t base,
-                     std::size_t& places) {
+// element with text. No places where that would be much longer than the pieces: of elements in
+// elements in elements each line is longer than the one before.
+std::string indented(const std::vector<Token>& tokens, std::size_t size, std::string_view unit,
+                     std::size_t base, std::size_t& places) {
+    const std::size_t most = 16 * size + 4096;
     const std::vector<bool> mixed = mixedElements(tokens);
     std::vector<std::size_t> open; // start tags, by their places
     std::string out;
@@ -84,6 +86,10 @@ std::string indented(const std::vector<Token>& tokens, std::string_view unit, st
     };
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const TokenKind kind = tokens[i].kind;
+        if (out.size() > most) {
+            places = 0;
+            return {};
+        }
         if (kind == TokenKind::EndTag && !open.empty()) {
             const std::size_t start = open.back();
             open.pop_back();
@@ -112,11 +118,11 @@ constexpr Unit kUnits[] = {{"  ", "two blanks"},   {"    ", "four blanks"}, {"\t
                            {"        ", "eight blanks"}};
 constexpr std::size_t kMostBaseDepth = 6;
 
-bool printedAnew(const std::vector<Token>& tokens, bool hadLines, const ChangeVisit& visit) {
+bool printedAnew(const std::vector<Token>& tokens, std::size_t size, bool hadLines, const ChangeVisit& visit) {
     for (std::size_t base = 0; base <= kMostBaseDepth; ++base) {
         for (const Unit& unit : kUnits) {
             Change change{cause::kIndentation, {}, {}};
-            change.octets = indented(tokens, unit.text, base, change.places);
+            change.octets = indented(tokens, size, unit.text, base, change.places);
             change.evidence = hadLines ? "the lines between tags were others when it was signed; they "
                                          "were indented by "
                                        : "the lines between tags are gone; they were indented by ";
@@ -159,7 +165,7 @@ bool indentationChanges(std::string_view form, const ChangeVisit& visit) {
     flat.octets = joined(kept);
     const bool hadLines = flat.places > 0;
     return (hadLines && visit(flat)) || linesFlushLeft(form, visit) ||
-           printedAnew(kept, hadLines, visit);
+           printedAnew(kept, form.size(), hadLines, visit);
 }
 
 } // namespace vantrel::dsig::explain

@@ -131,6 +131,8 @@ std::vector<char32_t> alphabet(std::size_t size) {
     return letters;
 }
 
+constexpr std::size_t kWholeAlphabet = 1000;
+
 struct LostPlace {
     std::size_t start;
     std::size_t length;
@@ -192,9 +194,34 @@ bool tryLetters(std::string_view form, const std::vector<LostPlace>& places,
     return false;
 }
 
+// The same letter at all of them.
+bool tryOneLetter(std::string_view form, const std::vector<LostPlace>& places,
+                  const ChangeVisit& visit) {
+    for (const char32_t letter : alphabet(kWholeAlphabet)) {
+        Change change{cause::kLostCharacters,
+                      "a letter became " +
+                          quoted(form.substr(places.front().start, places.front().length)) +
+                          "; signed was " + quoted(encoded(letter)),
+                      {}};
+        std::size_t copied = 0;
+        for (const LostPlace& place : places) {
+            change.octets.append(form, copied, place.start - copied);
+            append(letter, change.octets);
+            copied = place.start + place.length;
+        }
+        change.octets.append(form, copied);
+        change.places = places.size();
+        change.first = places.front().start;
+        if (visit(change)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // How many letters may be tried where so many places are open, so that no more than some forty
 // thousand forms are made.
-constexpr std::size_t kAlphabets[] = {0, 1000, 200, 34, 14};
+constexpr std::size_t kAlphabets[] = {0, kWholeAlphabet, 200, 34, 14};
 
 // A letter that has lost its mark, at one place.
 bool tryMarks(std::string_view form, const ChangeVisit& visit) {
@@ -241,10 +268,11 @@ bool normalizationChanges(std::string_view form, const ChangeVisit& visit) {
 bool restoredCharacters(std::string_view form, const ChangeVisit& visit) {
     for (std::size_t width = 1; width <= 3; ++width) {
         const std::vector<LostPlace> places = lostPlaces(form, width);
-        if (places.empty() || places.size() >= std::size(kAlphabets)) {
-            continue;
+        if (!places.empty() && tryOneLetter(form, places, visit)) {
+            return true;
         }
-        if (tryLetters(form, places, alphabet(kAlphabets[places.size()]), visit)) {
+        if (places.size() > 1 && places.size() < std::size(kAlphabets) &&
+            tryLetters(form, places, alphabet(kAlphabets[places.size()]), visit)) {
             return true;
         }
     }

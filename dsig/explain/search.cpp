@@ -36,6 +36,9 @@ bool Search::isNew(std::string_view form) {
 }
 
 bool Search::offer(const Change& change, std::string_view before, const Kept* first, Depth depth) {
+    if (change.octets.empty()) {
+        return m_budget.timeIsUp();
+    }
     if (!m_budget.takeOctets(2 * m_goal.cost(change.octets.size(), depth))) {
         return true;
     }
@@ -72,7 +75,7 @@ bool Search::tryProcessings() {
         return false;
     }
     const ChangeVisit visit = [&](const Change& change) {
-        if (!isNew(change.octets)) {
+        if (change.octets.empty() || !isNew(change.octets)) {
             return m_budget.timeIsUp();
         }
         if (m_kept.size() < kMostKept &&
@@ -128,8 +131,10 @@ bool Search::runQuick() {
                       (m_target != nullptr && spaceAroundSignature(*m_target, alone)) ||
                       tryTexts(m_form, nullptr, 0, Depth::Thorough) ||
                       tryProcessings() || markupChanges(m_form, alone) ||
-                      (m_target != nullptr && otherElements(*m_target, element)) || tryPairs() ||
-                      restoredTrailingSpace(m_form, alone) || restoredCharacters(m_form, alone));
+                      (m_target != nullptr && otherElements(*m_target, element)) ||
+                      (!m_goal.isDear() && tryPairs()) ||
+                      (!m_goal.isDear() && restoredTrailingSpace(m_form, alone)) ||
+                      (!m_goal.isDear() && restoredCharacters(m_form, alone)));
     return m_finding.has_value();
 }
 

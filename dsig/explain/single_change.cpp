@@ -258,9 +258,10 @@ std::string describe(std::string_view form, const Found& found) {
     const std::size_t from = found.at - std::min(found.at, kContext);
     const char octet = static_cast<char>(found.octet);
     const std::string_view was(&octet, 1);
-    std::string text = "at octet " + std::to_string(found.at) + " of what is digested (in " +
-                       pathAt(form, found.at) + ", behind " +
-                       quoted(form.substr(from, found.at - from)) + ") ";
+    const std::string path = pathAt(form, found.at);
+    std::string text = "at octet " + std::to_string(found.at) + " of what is digested (";
+    text += path.empty() ? "" : "in " + path + ", ";
+    text += "behind " + quoted(form.substr(from, found.at - from)) + ") ";
     switch (found.edit) {
     case Edit::Replaced:
         text += quoted(form.substr(found.at, 1)) + " stands; " + quoted(was) + " was signed";

@@ -33,6 +33,9 @@ private:
     std::string& m_out;
 };
 
+// What a document may have around the elements of a form.
+constexpr std::size_t kMostMarkup = std::size_t{4} << 20;
+
 // The method that an identifier and its element ask for.
 void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Target& target) {
     XmlCanon canonicalizer;
@@ -153,6 +156,10 @@ std::optional<std::string> canonicalForm(const Target& target) {
     request.omitted = target.omitted;
     std::string form;
     StringSink sink(form);
+    // Not begun where it cannot end well: nobody would notice how long it took.
+    if (target.extent().length > kMostFormOctets + kMostMarkup) {
+        return std::nullopt;
+    }
     if (!xml::canonicalize(*target.structure, request, sink) || form.empty()) {
         return std::nullopt;
     }

@@ -85,6 +85,7 @@ public:
     [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
     [[nodiscard]] int knownHash() const override { return 0; }
     [[nodiscard]] ByteView knownDigest() const override { return {}; }
+    [[nodiscard]] bool isDear() const override { return true; }
     [[nodiscard]] std::uint64_t cost(std::size_t octets, Depth /*depth*/) const override {
         return octets;
     }

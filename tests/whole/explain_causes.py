@@ -348,7 +348,7 @@ def changed_text__added(m):
 
 
 def changed_text__removed(m):
-    return m.damaged(m.document(), sub("<b:Name>.", "<b:Name>", 1))
+    return m.damaged(m.document(), sub("<b:Name>(.*?)[a-z]", r"<b:Name>\1", 1))
 
 
 def changed_text__swapped(m):
