@@ -63,7 +63,7 @@ constexpr CauseText kTexts[] = {
     {cause::kWrongElement, "The digest is of another part of the document.", kSigner},
     {cause::kOtherHash, "The digest was made with another hash than the signature names.", kSigner},
     {cause::kDigestEncoding, "The digest is written otherwise than in base64.", kSigner},
-    {cause::kContentChanged, "The content is not what was signed; nothing known explains it.",
+    {cause::kContentChanged, "Nothing that is known to go wrong gives the digest that was signed.",
      "get the document as it was signed"},
     {cause::kOtherKeyInDocument, "Another key of the document made the signature value.",
      "find out whose key it is; name it by --key if it is to be trusted"},

@@ -175,10 +175,17 @@ std::string howFar(const Job& job) {
     return remark;
 }
 
-Cause referenceCause(const Job& job) {
+// `valueHolds`: the signature value vouches for the stored digest.
+Cause referenceCause(const Job& job, bool valueHolds) {
     const std::optional<Finding>& found = job.search->finding();
     if (!found) {
-        return makeCause(cause::kContentChanged, howFar(job));
+        std::string remark = howFar(job);
+        if (!valueHolds) {
+            remark += remark.empty() ? "" : "; ";
+            remark += "no signature value was found right, so the digest may have been changed "
+                      "in place of the content";
+        }
+        return makeCause(cause::kContentChanged, std::move(remark));
     }
     // The octets are right and the text of the digest is not.
     return found->code.empty()
@@ -282,7 +289,8 @@ void takeOutcome(const Failure& failure, bool referencesFail, SignatureReport& r
     if (failure.reference != nullptr) {
         // A method or transform that is not supported says nothing of the content.
         if (found || failure.reference->cause.code == dsig::cause::kDigestMismatch) {
-            failure.reference->cause = referenceCause(*failure.job);
+            failure.reference->cause =
+                referenceCause(*failure.job, report.value == ValueCheck::Valid);
         }
         return;
     }
