@@ -33,12 +33,17 @@ bool canonicalize(const Arguments& arguments, const std::string& name, XString& 
     }
     XString line;
     canonicalizer.get_LastErrorLine(line);
+    // With an Id the document may be well-formed and still have no such element, or two.
     complaint = orForeignFormat(asBytes(document.getUtf8Sb().view()), name,
                                 line.isEmpty() ? "the document cannot be canonicalized"
                                                : line.getUtf8Sb().view());
+    if (id != nullptr && !hasRemedy(complaint)) {
+        complaint = withRemedy(complaint, "another --id, or none for the whole document");
+    }
     return false;
 }
 
+// One file, read and written whole: a form that breaks off in the middle would be taken for one.
 int runFile(const Arguments& arguments, const std::string& name, std::string& complaint) {
     DataBuffer bytes;
     if (!readInput(name, bytes, complaint)) {

@@ -33,10 +33,16 @@ constexpr auto kCommands = std::to_array<Command>({
     {kVersion, "version", "", "Writes the version of the tool.", "", runVersion},
 });
 
+// The kinds are named in every line below.
 using enum ValueKind;
 
 // The order is that of the help: what is verified, with which keys and data, by which rules, which
 // files, and what is shown of it.
+//
+// Keys and data are used after what a document carries, or where it only names something. The words
+// of --option are the library's own and are handed on as written. The options that say which files
+// are the same for all commands that read many, so that nobody has to remember which take them.
+// What is shown means standard output: complaints always go to standard error.
 constexpr auto kOptions = std::to_array<OptionSpec>({
     // What is looked at.
     {"--signature", '\0', Number, "N", "", "only the signature with this zero-based index",

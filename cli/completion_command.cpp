@@ -10,7 +10,8 @@ namespace vantrel::cli {
 
 namespace {
 
-// What is offered for an operand: words, or files where there are none.
+// What is offered for an operand: words, or files where there are none. The names of the commands
+// are not written in the table a second time, so they are put together here.
 std::string operandWords(const Command& command) {
     std::string words(command.operandWords);
     if (command.bit == kHelp) {
@@ -21,7 +22,8 @@ std::string operandWords(const Command& command) {
     return words;
 }
 
-// A text within single quotes of a POSIX shell or of fish: neither reads a quote inside of them.
+// A text within single quotes, which bash, zsh and fish read alike: nothing in between has a
+// meaning of its own, and a quote is written outside of them, behind a backslash.
 std::string quoted(std::string_view text) {
     std::string out = "'";
     for (const char c : text) {
@@ -51,6 +53,7 @@ std::string spellings(const OptionSpec& option) {
     return out;
 }
 
+// "--quiet|-q": the pattern that bash's `case` takes for either.
 std::string withBars(std::string words) {
     for (char& c : words) {
         c = c == ' ' ? '|' : c;
@@ -74,6 +77,7 @@ std::string bashValue(const OptionSpec& option) {
     return "return";
 }
 
+// One branch of the script: the options of a command, and what follows those that take a value.
 std::string bashCommand(const Command& command) {
     std::string names;
     std::string values;
@@ -94,7 +98,9 @@ std::string bashCommand(const Command& command) {
     return out + "        ;;\n";
 }
 
-// Without the library of bash-completion, which is not everywhere.
+// Without the library of bash-completion, which is not everywhere. The word before the cursor
+// decides: an option that takes a value has what it offers, else options begin with a dash and
+// operands do not.
 std::string bashScript() {
     std::string names;
     std::string commands;
@@ -141,6 +147,8 @@ std::string zshValue(const OptionSpec& option) {
     }
 }
 
+// A file for the folders of zsh's fpath; its first line says which program it is for. The function
+// _arguments does the rest; it is given the command's own words, hence the shift.
 std::string zshScript() {
     std::string names;
     std::string commands;
@@ -151,7 +159,8 @@ std::string zshScript() {
             if ((option.commands & command.bit) == 0) {
                 continue;
             }
-            // The star: it may be given again, and stays on offer.
+            // The star: it may be given again, and stays on offer. Most options may, and of the
+            // others the last one counts.
             const std::string rest = "[" + zshText(option.help) + "]" + zshValue(option);
             commands += " \\\n      " + quoted("*" + std::string(option.name) + rest);
             if (option.letter != '\0') {
@@ -192,6 +201,7 @@ std::string fishValue(const OptionSpec& option) {
     return " -r -f";
 }
 
+// One line for each thing that may be offered, with the condition under which it is.
 std::string fishScript() {
     std::string out = "# Completion of xmldsig for fish: xmldsig completion fish | source\n";
     for (const Command& command : allCommands()) {
@@ -220,6 +230,7 @@ std::string fishScript() {
 } // namespace
 
 int runCompletion(const Arguments& arguments) {
+    // None is assumed: a script for another shell than the caller's would be an odd surprise.
     const auto& operands = arguments.operands();
     const std::string shell = operands.size() == 1 ? operands[0] : "";
     if (shell == "bash") {

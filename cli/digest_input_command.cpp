@@ -10,8 +10,11 @@
 #include "cli/terminal.h"
 #include "cli/verify_settings.h"
 #include <vantrel/ClsBinData.h>
+#include <vantrel/json_value.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 
 namespace vantrel::cli {
 
@@ -24,26 +27,82 @@ std::string textOf(ClsXmlDSig& verifier, void (ClsXmlDSig::*getter)(XString&)) {
     return std::string(text.getUtf8Sb().view());
 }
 
-// Without a selection the first signature is meant.
+// What can be named, where the caller has to: "0 "a", 1 "b"". Of very many the first are listed.
+std::string listed(int count, const std::function<std::string(int)>& nameOf) {
+    constexpr int kListed = 20;
+    std::string out;
+    for (int i = 0; i < std::min(count, kListed); ++i) {
+        out += (i == 0 ? "" : ", ") + std::to_string(i) + " \"" + nameOf(i) + "\"";
+    }
+    if (count > kListed) {
+        out += " and " + std::to_string(count - kListed) + " more (xmldsig info lists all)";
+    }
+    return out;
+}
+
+// The Id of a signature, from its description; empty where it has none.
+std::string idOf(ClsXmlDSig& verifier, int index) {
+    XString description;
+    json::JsonValue value;
+    std::size_t faultAt = 0;
+    verifier.put_Selector(index);
+    const bool described = verifier.DescribeSignature(description) &&
+                           json::parseJson(description.getUtf8Sb().view(), value, faultAt);
+    const json::JsonValue* const id = described ? value.find("id") : nullptr;
+    return id != nullptr ? std::string(id->text()) : std::string();
+}
+
+// Exactly one signature must be meant: octets of another than the caller thinks of would only
+// mislead him.
 bool selectOne(const VerifySettings& settings, ClsXmlDSig& verifier, std::string& complaint) {
     std::vector<int> indexes;
     if (!settings.select(verifier, indexes, complaint)) {
+        return false;
+    }
+    if (indexes.size() > 1) {
+        const int count = static_cast<int>(indexes.size());
+        complaint = withRemedy(std::to_string(count) + " signatures and none is named: " +
+                                   listed(count, [&](int i) { return idOf(verifier, i); }),
+                               "--signature 0");
         return false;
     }
     verifier.put_Selector(indexes.front());
     return settings.prepareSelected(verifier, complaint);
 }
 
-// Writes the octets of the reference that is asked for, the first by default, or of SignedInfo, and
-// nothing at all when there are none to be had.
+// Likewise one reference: the only one, or the one that is named. Told apart from octets that
+// cannot be made: this is a mistake of the caller, the other says something of the document.
+bool chooseReference(const VerifySettings& settings, ClsXmlDSig& verifier, int& reference,
+                     std::string& complaint) {
+    const int count = verifier.get_NumReferences();
+    reference = settings.reference().value_or(0);
+    const auto uriOf = [&verifier](int i) {
+        XString uri;
+        (void)verifier.ReferenceUri(i, uri); // false leaves it empty
+        return std::string(uri.getUtf8Sb().view());
+    };
+    if (count > 1 && !settings.reference()) {
+        complaint = withRemedy(std::to_string(count) +
+                                   " references and none is named: " + listed(count, uriOf),
+                               "--reference 0");
+        return false;
+    }
+    if (reference >= count) {
+        complaint = "there is no reference with index " + std::to_string(reference) +
+                    "; the signature has " + std::to_string(count);
+        complaint = count == 0 ? withRemedy(complaint, "--signed-info")
+                               : withRemedy(complaint, "--reference " + std::to_string(count - 1));
+        return false;
+    }
+    return true;
+}
+
+// Writes the octets of the reference that is meant, or of SignedInfo, and nothing at all when there
+// are none to be had.
 int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& verifier,
                 std::string& complaint) {
-    const int reference = settings.reference().value_or(0);
-    // Told apart from octets that cannot be made: the first is a mistake of the caller, the second
-    // says something of the document.
-    if (!signedInfo && reference >= verifier.get_NumReferences()) {
-        complaint = "there is no reference with index " + std::to_string(reference) +
-                    "; the signature has " + std::to_string(verifier.get_NumReferences());
+    int reference = 0;
+    if (!signedInfo && !chooseReference(settings, verifier, reference, complaint)) {
         return kCannotTell;
     }
     ClsBinData octets;
@@ -64,7 +123,8 @@ int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& ver
     return kEverythingHolds;
 }
 
-// One file on its way; a document without signatures is no usage error unless one was named.
+// One file on its way: the verifier is set up as for a verification, or its octets might be others.
+// A document without signatures is no usage error unless one was named.
 int runFile(const VerifySettings& settings, bool signedInfo, const std::string& name,
             std::string& complaint) {
     ClsXmlDSig verifier;
@@ -83,6 +143,7 @@ int runFile(const VerifySettings& settings, bool signedInfo, const std::string& 
 
 } // namespace
 
+// The settings are read once, before the first file: what is wrong with them is said only once.
 int runDigestInput(const Arguments& arguments) {
     std::string complaint;
     VerifySettings settings;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <string_view>
 
+// One document after the other, each read whole, worked on, and gone before the next one.
 namespace vantrel::cli {
 
 bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& complaint) {
@@ -40,10 +41,12 @@ int forEachFile(const Arguments& arguments, bool inputByDefault,
     for (std::string name; names.next(name);) {
         std::string complaint;
         code = std::max(code, work(name, complaint));
+        // Behind what the work wrote, and with the file's name, since there may be many.
         if (!complaint.empty()) {
-            complain(name + ": " + complaint);
+            complain(printable(name) + ": " + complaint);
         }
     }
+    // Nothing that could fail is no success: most likely the wrong directory was named.
     if (names.foundNothing()) {
         complain(kNothingFound);
         return kCannotTell;

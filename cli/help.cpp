@@ -11,6 +11,7 @@
 #define VANTREL_VERSION "unknown"
 #endif
 
+// Help and manual page say the same, since both walk through the table; they differ in form only.
 // Texts for people are wrapped at 80 columns, the width that every terminal has. The manual page
 // leaves that to its reader.
 namespace vantrel::cli {
@@ -23,6 +24,7 @@ constexpr std::size_t kColumn = 26;
 // And those of commands, in the general help.
 constexpr std::size_t kCommandColumn = 16;
 
+// What holds for every command and hence stands in no command's help.
 constexpr std::string_view kCommonRules[] = {
     "A FILE of - is the standard input. `xmldsig help COMMAND` lists the options of a command.",
     "Exit code: 0 everything asked for holds; 1 a signature or digest does not verify, or there is "
@@ -34,6 +36,7 @@ constexpr std::string_view kCommonRules[] = {
 std::string wrapped(std::string_view text, std::size_t column) {
     std::string out;
     std::size_t at = column;
+    // Words are counted in octets: the texts of the table are ASCII.
     for (const std::string_view word : splitWords(text)) {
         if (at > column && at + 1 + word.size() > kWidth) {
             out += "\n" + std::string(column, ' ');
@@ -68,6 +71,7 @@ std::string optionName(const OptionSpec& option) {
     return out;
 }
 
+// Those of one command, in the order of the table. Pointers into it, which is static.
 std::vector<const OptionSpec*> optionsOf(const Command& command) {
     std::vector<const OptionSpec*> found;
     for (const OptionSpec& option : allOptions()) {
@@ -111,6 +115,8 @@ std::string manualEntry(const OptionSpec& option) {
 
 } // namespace
 
+// The first thing that somebody sees who has never used the tool: what it is for, and where to go
+// on.
 std::string generalHelp() {
     std::string out =
         "Verifies XML digital signatures.\n\nUsage: xmldsig COMMAND [options] FILE...\n\n";
@@ -133,6 +139,7 @@ std::string helpOf(const Command& command) {
     return out;
 }
 
+// No date: a page made twice from the same sources is the same, byte for byte.
 std::string manualPage() {
     std::string out = ".TH XMLDSIG 1 \"\" \"vantrel " VANTREL_VERSION "\" \"User Commands\"\n"
                       ".SH NAME\nxmldsig \\- verifies XML digital signatures\n"
@@ -159,11 +166,13 @@ std::string unknownCommand(std::string_view name) {
     for (const Command& command : allCommands()) {
         names.push_back(command.name);
     }
+    // "xmldsig invoice.xml" is what many a program would take.
     std::error_code ignored;
     if (std::filesystem::exists(name, ignored)) {
         return withRemedy("unknown command " + std::string(name) + ", which is a file",
                           "xmldsig verify " + std::string(name));
     }
+    // Options of the tool as a whole there are but two, and they were looked for before.
     const std::string what =
         name.starts_with('-') ? "the command comes before its options, not " : "unknown command ";
     const std::string_view guess = nearest(name, names);

@@ -68,7 +68,7 @@ void writeJson(const std::string& name, const Description& found, const std::str
     out.beginObject();
     out.textMember("file", name);
     out.textMember("status", found.status);
-    out.textMember("error", complaint);
+    out.textMember("error", withoutRemedy(complaint));
     out.textMember("profile", found.profile);
     out.key("signatures");
     out.beginArray();

@@ -14,8 +14,9 @@
 #include <iterator>
 #include <system_error>
 
-// Documents are read whole: canonicalization needs the text at hand, and the library addresses it
-// by offsets of 32 bits. Only lists of names, which have no limit, are read line by line.
+// The only place of the tool that reads what it is given by name. Documents are read whole:
+// canonicalization needs the text at hand, and the library addresses it by offsets of 32 bits. Only
+// lists of names, which have no limit, are read line by line.
 namespace vantrel::cli {
 
 namespace {
@@ -47,7 +48,9 @@ std::string nearestName(const std::string& name) {
     return found.empty() ? "" : (path.parent_path() / found).string();
 }
 
-// The system's reason in words, and what helps against it.
+// The system's reason in words, and what helps against it: a name that was probably meant, the
+// right to read, or, for a directory, `insteadOfDirectory`. Reasons beyond these three are rare,
+// and what helps against them is not for this tool to say.
 std::string unreadable(const std::string& name, int systemError, std::string_view otherwise,
                        const std::string& insteadOfDirectory) {
     switch (systemError) {
@@ -111,6 +114,7 @@ bool NameSource::open(const Arguments& arguments, bool inputByDefault, std::stri
     if (arguments.has("--null")) {
         m_lineEnd = '\0';
     }
+    // Without a list it would mean nothing, and whoever wrote it thinks that it does.
     if (list == nullptr && arguments.has("--null")) {
         complaint = withRemedy("--null is for --files-from only", "--files-from FILE");
         return false;
@@ -129,7 +133,9 @@ bool NameSource::open(const Arguments& arguments, bool inputByDefault, std::stri
         complaint = withRemedy("no file is named", "- for the standard input");
         return false;
     }
+    // Directories are not gone through beforehand just to count: work begins with the first file.
     m_total = list != nullptr || m_recursive ? 0 : m_names.size();
+    // The next name is taken from the end, where files of a directory can be put in its place.
     std::reverse(m_names.begin(), m_names.end());
     if (list == nullptr) {
         return true;
@@ -206,6 +212,7 @@ bool NameSource::expand(const std::string& directory) {
     if (problem) {
         return false;
     }
+    // The system lists them in any order; a report that changes with it could not be compared.
     std::sort(found.begin(), found.end(), std::greater<>());
     m_names.insert(m_names.end(), std::make_move_iterator(found.begin()),
                    std::make_move_iterator(found.end()));

@@ -52,6 +52,7 @@ int runTool(std::span<const char* const> arguments) {
         std::fwrite(text.data(), 1, text.size(), stderr);
         return kCannotTell;
     }
+    // There are no options before the command: what follows its name belongs to it alone.
     const std::string_view name = arguments[0];
     const Command* const command = findCommand(name);
     if (help) {
@@ -62,6 +63,7 @@ int runTool(std::span<const char* const> arguments) {
         complain(unknownCommand(name));
         return kCannotTell;
     }
+    // From here on the command's own affair, down to its exit code.
     Arguments parsed;
     std::string complaint;
     if (!parsed.parse(allOptions(), command->bit, arguments.subspan(1), complaint)) {

@@ -23,10 +23,13 @@ public:
            std::span<const char* const> arguments)
         : m_table(table), m_command(command), m_arguments(arguments) {}
 
+    // The arguments are taken one after the other, by whoever needs the next one: the loop over
+    // them, or an option for its value.
     bool atEnd() const noexcept { return m_next == m_arguments.size(); }
     std::string_view take() noexcept { return m_arguments[m_next++]; }
 
-    // "--name", "--name=value". On success the option, and its value in `value`.
+    // "--name", "--name=value". On success the option, and its value in `value`; null, with
+    // `complaint` filled, for a usage error. Only the first "=" divides: a value may hold more.
     const OptionSpec* readLong(std::string_view argument, std::string& value) {
         const std::size_t equals = argument.find('=');
         const std::string_view name = argument.substr(0, equals);
@@ -62,6 +65,7 @@ public:
         if (option->kind == ValueKind::None || letters.empty()) {
             return readValue(*option, name, value) ? option : nullptr;
         }
+        // "-j4". An equals sign would be part of the value: that form belongs to long names.
         value = letters;
         letters = {};
         return checkWords(*option, value) ? option : nullptr;
@@ -92,7 +96,9 @@ private:
         return checkWords(option, value);
     }
 
-    // A word with a slip in it must not pass for one that was not given.
+    // A word with a slip in it must not pass for one that was not given: a check that was asked for
+    // and silently not made is worse than none. Single words are taken as they are listed, since
+    // scripts compare them; those of a list come from people and are taken in any letter case.
     bool checkWords(const OptionSpec& option, const std::string& value) {
         const bool single = option.kind == ValueKind::Word;
         if (!single && option.kind != ValueKind::Words) {
@@ -115,6 +121,7 @@ private:
         return true;
     }
 
+    // The whole list is shown: it is short, and the caller need not look it up.
     void refuseWord(const OptionSpec& option, std::string_view word,
                     std::span<const std::string_view> known) {
         std::string list;
@@ -127,7 +134,8 @@ private:
             std::string(option.name) + " " + std::string(guess.empty() ? known.front() : guess));
     }
 
-    // An option of another command is a different slip than one that there is not.
+    // An option of another command is a different slip than one that there is not: to propose an
+    // option of this command with a similar name would lead astray.
     void refuseUnknown(std::string_view name) {
         std::vector<std::string_view> names;
         for (const OptionSpec& option : m_table) {
@@ -156,8 +164,17 @@ private:
     std::size_t m_next = 0;
 };
 
-// The number of insertions, deletions, replacements and swaps of neighbours that make one word of
-// the other ("optimal string alignment"). Three rows of the table suffice.
+// A key that was held down too long is a slip as well.
+std::string inLowerCase(std::string_view word) {
+    std::string out(word);
+    std::transform(out.begin(), out.end(), out.begin(), text::toLowerAscii);
+    return out;
+}
+
+// How far apart two words are, for guesses at what was meant. Slips of the keyboard are one
+// missing, one superfluous, one wrong character, or two that changed places; each counts one. In
+// other words: the number of insertions, deletions, replacements and swaps of neighbours that make
+// one word of the other ("optimal string alignment"). Three rows of the table suffice.
 std::size_t editDistance(std::string_view one, std::string_view other) {
     std::vector<std::size_t> beforeLast(other.size() + 1);
     std::vector<std::size_t> last(other.size() + 1);
@@ -187,7 +204,8 @@ bool Arguments::parse(std::span<const OptionSpec> table, CommandSet command,
     Parser parser(table, command, arguments);
     while (!parser.atEnd()) {
         const std::string_view argument = parser.take();
-        // Everything behind is an operand, whatever it looks like.
+        // Everything behind is an operand, whatever it looks like: so files are named whose names
+        // begin with a dash.
         if (argument == "--") {
             while (!parser.atEnd()) {
                 m_operands.emplace_back(parser.take());
@@ -199,6 +217,7 @@ bool Arguments::parse(std::span<const OptionSpec> table, CommandSet command,
             m_operands.emplace_back(argument);
             continue;
         }
+        // A long option is one turn of the loop below, "-qv" is two.
         const bool isLong = argument[1] == '-';
         std::string_view letters = argument.substr(1);
         do {
@@ -216,6 +235,7 @@ bool Arguments::parse(std::span<const OptionSpec> table, CommandSet command,
     return true;
 }
 
+// Of an option that is given twice the last counts, so that an alias of the shell can be overruled.
 const std::string* Arguments::last(std::string_view name) const noexcept {
     const std::string* found = nullptr;
     for (const auto& [given, value] : m_options) {
@@ -256,7 +276,8 @@ bool Arguments::number(std::string_view name, int lowest, int highest, std::opti
 }
 
 bool parseNumber(std::string_view text, int lowest, int highest, int& value) noexcept {
-    // from_chars would take a minus sign.
+    // from_chars would take a minus sign; that there are no negative numbers here is said by the
+    // range that the complaint names.
     if (text.empty() || text[0] < '0' || text[0] > '9') {
         return false;
     }
@@ -277,21 +298,24 @@ std::vector<std::string_view> splitWords(std::string_view list, char separator) 
     return words;
 }
 
-std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
+std::string_view nearest(std::string_view written, std::span<const std::string_view> candidates) {
     // A third of the word may be wrong; beyond that any answer would be a guess. The dashes of an
     // option count for none of it.
+    const std::string word = inLowerCase(written);
     const std::size_t dashes = std::min(word.find_first_not_of('-'), word.size());
     std::size_t least = std::max<std::size_t>(1, (word.size() - dashes) / 3) + 1;
     std::string_view best;
     for (const std::string_view candidate : candidates) {
-        if (word.size() > dashes + 1 && candidate.starts_with(word)) {
+        // An abbreviation, which other tools would take; this one only proposes what it stands for.
+        if (word.size() > dashes + 1 && inLowerCase(candidate).starts_with(word)) {
             return candidate;
         }
-        // No distance is less than the difference of the lengths, which may be of any size.
+        // Cheap, and it keeps the work small however long the word: no distance is less than the
+        // difference of the lengths, which may be of any size.
         if (candidate.size() + least <= word.size() || word.size() + least <= candidate.size()) {
             continue;
         }
-        const std::size_t distance = editDistance(word, candidate);
+        const std::size_t distance = editDistance(word, inLowerCase(candidate));
         if (distance < least) {
             least = distance;
             best = candidate;

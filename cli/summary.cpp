@@ -2,11 +2,13 @@
 
 #include <numeric>
 
+// The words are those of the text reports, so that a line of counts can be searched for in them.
 namespace vantrel::cli {
 
 namespace {
 
-// The status of a report and what people call it; the last one takes whatever is none of them.
+// The status of a report and what people call it, best first; the last one takes whatever is none
+// of them.
 struct Outcome {
     std::string_view status;
     std::string_view text;
@@ -21,6 +23,7 @@ constexpr std::array<Outcome, 4> kOutcomes = {{
 } // namespace
 
 void Summary::add(std::string_view status) noexcept {
+    // The search ends at the last outcome, which needs no comparison.
     std::size_t i = 0;
     while (i + 1 < kOutcomes.size() && kOutcomes[i].status != status) {
         ++i;
@@ -32,6 +35,7 @@ std::size_t Summary::files() const noexcept {
     return std::accumulate(m_counts.begin(), m_counts.end(), std::size_t{0});
 }
 
+// Outcomes that did not occur are left out: "0 invalid" is read as "invalid" all too easily.
 std::string Summary::line() const {
     std::string out = std::to_string(files()) + (files() == 1 ? " file" : " files");
     std::string_view between = ": ";

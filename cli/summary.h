@@ -14,6 +14,7 @@ public:
     // One more file; `status` is that of its report. A status that is not known counts as an error:
     // nothing passes for valid that is not called so.
     void add(std::string_view status) noexcept;
+    // All that were added, whatever their outcome.
     [[nodiscard]] std::size_t files() const noexcept;
     // "3 files: 1 valid, 2 invalid" and a line end; outcomes that no file had are left out.
     [[nodiscard]] std::string line() const;

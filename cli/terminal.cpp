@@ -47,20 +47,28 @@ bool isHarmless(char32_t character) {
 
 } // namespace
 
+// The two parts stay one text, so that a complaint passes through functions as one value until it
+// is shown, on the terminal or in a report.
 std::string withRemedy(std::string_view what, std::string_view remedy) {
-    return std::string(what) + std::string(kBeforeRemedy) + std::string(remedy);
+    // Made printable here, so that no name within them, of a file for instance, can pass for a
+    // remedy.
+    return printable(what) + std::string(kBeforeRemedy) + printable(remedy);
 }
 
 bool hasRemedy(std::string_view complaint) noexcept {
     return complaint.find(kBeforeRemedy) != std::string_view::npos;
 }
 
-std::string complaintLines(std::string_view complaint) {
+std::string_view withoutRemedy(std::string_view complaint) noexcept {
     // The last one: what stands before it may be a name that somebody chose.
-    const std::size_t remedy = std::min(complaint.rfind(kBeforeRemedy), complaint.size());
-    std::string lines = "xmldsig: " + printable(complaint.substr(0, remedy)) + "\n";
-    if (remedy < complaint.size()) {
-        lines += printable(complaint.substr(remedy + 1)) + "\n";
+    return complaint.substr(0, complaint.rfind(kBeforeRemedy));
+}
+
+std::string complaintLines(std::string_view complaint) {
+    const std::string_view wrong = withoutRemedy(complaint);
+    std::string lines = "xmldsig: " + printable(wrong) + "\n";
+    if (wrong.size() < complaint.size()) {
+        lines += printable(complaint.substr(wrong.size() + 1)) + "\n";
     }
     return lines;
 }
@@ -124,6 +132,7 @@ std::string printableLines(std::string_view text) {
     return out;
 }
 
+// The characters that no shell gives a meaning to within a word; anything else is quoted.
 std::string shellWord(std::string_view name) {
     constexpr std::string_view kPlain =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-/+,:@%=";

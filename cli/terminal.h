@@ -10,8 +10,12 @@ namespace vantrel::cli {
 
 // A complaint is a text of one line, or of two: what is wrong and, behind it, "try: " with the
 // option, file or command that would mend it. The second is for failures that a person can mend.
+// Both parts are made printable; whoever puts a name in front of a complaint does that for the
+// name.
 [[nodiscard]] std::string withRemedy(std::string_view what, std::string_view remedy);
 [[nodiscard]] bool hasRemedy(std::string_view complaint) noexcept;
+// What is wrong alone, as JSON reports have it; a view into the complaint.
+[[nodiscard]] std::string_view withoutRemedy(std::string_view complaint) noexcept;
 
 // The lines of a complaint as they are shown: "xmldsig: " and what is wrong, then the remedy, both
 // made printable; a line end within either cannot begin a line of its own.

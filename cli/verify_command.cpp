@@ -41,6 +41,7 @@ public:
           m_wantsSummary(arguments.has("--summary")), m_wantsLog(settings.wantsLog()),
           m_progress(total, form != ReportForm::None) {}
 
+    // Counted whether it is shown or not.
     void print(const FileResult& result) {
         const bool holds = result.code == kEverythingHolds;
         m_code = std::max<int>(m_code, result.code);
@@ -60,7 +61,7 @@ public:
             !(m_wantsSummary || (terminal && m_summary.files() > 1))) {
             return;
         }
-        // Standard output holds JSON and nothing else.
+        // Standard output holds JSON and nothing else: one object a line, for programs.
         const std::string line = m_summary.line();
         if (json) {
             std::fwrite(line.data(), 1, line.size(), stderr);
@@ -72,6 +73,8 @@ public:
     int code() const noexcept { return m_code; }
 
 private:
+    // What one file left, in the order in which it is read: why it could not be judged, its status,
+    // then its signatures.
     void show(const FileResult& result) {
         // Only what writes something needs the bar out of the way.
         if (!result.errors.empty() || !result.heading.empty()) {
@@ -87,10 +90,12 @@ private:
         std::fflush(stdout);
     }
 
+    // What the command line asks for.
     const ReportForm m_form;
     const bool m_failedOnly;
     const bool m_wantsSummary;
     const bool m_wantsLog;
+    // What became of the files so far: the worst outcome, and the number of each.
     int m_code = kEverythingHolds;
     Summary m_summary;
     Progress m_progress;

@@ -66,10 +66,11 @@ public:
         if (!verified) {
             m_status = "error";
             m_result.code = kCannotTell;
-            m_result.errors += complaintLines(m_result.name + ": " + complaint);
+            m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
         }
         m_result.status = m_status;
-        report(complaint);
+        // The remedy is for people, who have it from standard error.
+        report(std::string(withoutRemedy(complaint)));
         return std::move(m_result);
     }
 
@@ -146,7 +147,8 @@ private:
         const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
         if (!isReported) {
-            complaint = "the report is larger than its limit (reportOctets)";
+            complaint = withRemedy("the report is larger than its limit (reportOctets)",
+                                   "--limit reportOctets=NUMBER");
             // Half a report could pass for a whole one.
             m_result.report.clear();
         }

@@ -87,6 +87,8 @@ std::string whyNotOpened(const std::string& path, std::string_view otherwise) {
 
 } // namespace
 
+// Options of no file first, then those that open files, in the order of the help; the first fault
+// ends it, since the next one may only follow from it.
 bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     m_ignoreExternal = arguments.has("--ignore-external");
     m_verbose = arguments.has("--verbose");
@@ -105,6 +107,8 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
            loadLimits(arguments, complaint);
 }
 
+// Whether there are such signatures and references shows only when a document is at hand
+// (select()).
 bool VerifySettings::loadSelection(const Arguments& arguments, std::string& complaint) {
     if (bothGiven(arguments, "--signature", "--id", complaint) ||
         bothGiven(arguments, "--no-references", "--reference", complaint) ||
@@ -141,6 +145,7 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
     return true;
 }
 
+// The secret of HMAC signatures, as text in an encoding or as the bytes of a file.
 bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& complaint) {
     if (bothGiven(arguments, "--hmac-key", "--hmac-key-file", complaint)) {
         return false;
@@ -183,6 +188,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
     return true;
 }
 
+// Certificates for look-ups by what KeyInfo names; that a certificate is here makes it known, and
+// nothing more.
 bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
     // One vault for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
@@ -191,6 +198,7 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
         }
         const XString name(path);
         std::error_code ignored;
+        // Of a folder every file that holds a certificate is taken, and the others passed over.
         const bool added = std::filesystem::is_directory(path, ignored)
                                ? m_vault->AddCertDirectory(name)
                                : m_vault->AddCertFile(name);
@@ -202,6 +210,7 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
     return true;
 }
 
+// "N=FILE": the name of the file may hold more of the same sign.
 bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& complaint) {
     for (const std::string& given : arguments.all("--ref-data")) {
         const std::size_t equals = given.find('=');
@@ -228,6 +237,8 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
     return true;
 }
 
+// What of a URI leads into these folders, and that nothing leads out of them, is the library's
+// affair.
 bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::string& complaint) {
     for (const std::string& folder : arguments.all("--ref-dir")) {
         std::error_code problem;
@@ -249,6 +260,7 @@ bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::strin
     return true;
 }
 
+// Raised or lowered, each by its name; of two values for one name the last counts.
 bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complaint) {
     for (const std::string& given : arguments.all("--limit")) {
         const std::string_view text = given;
@@ -296,6 +308,7 @@ bool VerifySettings::setKeys(ClsXmlDSig& verifier) const {
 }
 
 bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
+    // Nothing is set that was not given: the library's own defaults hold, whatever they are.
     if (!m_words.empty()) {
         XString words(m_words);
         verifier.put_UncommonOptions(words);
@@ -342,9 +355,11 @@ bool VerifySettings::prepareSelected(ClsXmlDSig& verifier, std::string& complain
     return true;
 }
 
+// By Id, by index, or all.
 bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
                             std::string& complaint) const {
     const int count = verifier.get_NumSignatures();
+    // Of several signatures with one Id the first is meant, as everywhere in the library.
     if (m_id) {
         XString id(*m_id);
         if (!verifier.SelectById(id)) {

@@ -40,9 +40,12 @@ public:
 
     // Whether one signature is named, by index or Id; else all are meant.
     [[nodiscard]] bool selectsOne() const noexcept { return m_signature || m_id; }
+    // False with --no-references.
     [[nodiscard]] bool checkReferences() const noexcept { return m_checkReferences; }
     // The one reference that is asked for, if any.
     [[nodiscard]] const std::optional<int>& reference() const noexcept { return m_reference; }
+    // Those of the library with what --limit changed; reports and logs of the tool keep to them,
+    // too.
     [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
     // Whether the causes of failures are searched, and with how many times the usual effort.
     [[nodiscard]] bool explains() const noexcept { return m_explains; }

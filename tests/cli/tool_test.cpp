@@ -181,6 +181,26 @@ TEST(Tool, LogsShowHostileTextOnOneLine) {
     }
 }
 
+// Nor does the name of a file, which somebody else may have chosen, propose a command.
+TEST(Tool, NamesOfFilesProposeNothing) {
+    const TempDir folder;
+    folder.write("tree/a\ntry: b.xml", "<a>");
+    folder.write("c\ntry: d.xml", "<a/>");
+    ProcessOptions options;
+    options.folder = folder.path();
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"verify", "-r", "tree"},
+          {"info", "-r", "tree"},
+          {"verify", "c\ntry: d.xm"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.begin(), tool());
+        const ProcessResult result = runProgram(arguments, options);
+        EXPECT_EQ(result.exitCode, 2) << result.errors;
+        EXPECT_EQ(result.errors.find("\ntry: b"), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find("\ntry: d"), std::string::npos) << result.errors;
+    }
+}
+
 // Many files on many threads come out in the order in which they went in.
 TEST(Tool, KeepsTheOrderOfTheFiles) {
     const TempDir folder;
@@ -224,6 +244,25 @@ TEST(Tool, CertsAreTheSignersOwn) {
     const ProcessResult result = runProgram({tool(), "certs", sourcePath("examples/invoice.xml")});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, readText(sourcePath("examples/keys/signer.pem")));
+}
+
+// Whoever looks at many files on a terminal is told how many are what; with JSON on standard error,
+// which `script` shows as well.
+TEST(Tool, TerminalsGetASummary) {
+    VANTREL_NEED_PROGRAM(script, "script");
+    const std::string files =
+        " " + sourcePath("examples/orders.xml") + " " + sourcePath("examples/invoice-tampered.xml");
+    const auto onTerminal = [&script](const std::string& command) {
+        return runProgram({script, "-qec", tool() + command, "/dev/null"}).output;
+    };
+    const std::string counts = "2 files: 1 valid, 1 invalid";
+    EXPECT_NE(onTerminal(" verify" + files).find(counts), std::string::npos);
+    EXPECT_NE(onTerminal(" verify --json" + files + " >/dev/null").find(counts), std::string::npos);
+    EXPECT_EQ(onTerminal(" verify --json" + files + " 2>/dev/null").find(counts),
+              std::string::npos);
+    EXPECT_EQ(onTerminal(" verify --quiet" + files), "");
+    EXPECT_EQ(onTerminal(" verify " + sourcePath("examples/orders.xml")).find("1 file:"),
+              std::string::npos);
 }
 
 // The octets of digest-input are those whose digest the document states.

@@ -39,6 +39,11 @@ counts = collections.Counter()
 failures = []
 
 
+def tool_word(word):
+    """The library looks for its words within the text of its options; the tool takes them whole."""
+    return "ZATCA" if "zatca" in word.lower() else word
+
+
 class Difference(Exception):
     """What a reader sees is not what was digested."""
 
@@ -374,7 +379,7 @@ def vector_cases():
             data = (path.parent / "document.xml").read_bytes()
             for old, _, new in (change.partition(" =>") for name, change in lines if name == "Change"):
                 data = data.replace(unescaped(old), unescaped(new.removeprefix(" ")))
-            words = tuple(w for word in values.get("Options", "").split() for w in ("--option", word))
+            words = tuple(w for word in values.get("Options", "").split() for w in ("--option", tool_word(word)))
             yield Case(f"{path.parent.parent.name}/{path.parent.name} run {number}", data,
                        keys[values.get("Key", "rsa")] + words, int(values.get("Selector", "0")))
 
