@@ -19,6 +19,13 @@
 
 namespace vantrel::dsig {
 
+// The key of a KeyValue that was read last: the signatures of a document often carry the same one,
+// and setting up a key costs a good part of using it. Empty before the first.
+struct LastKeyValue {
+    StringBuffer text; // of the element that holds the numbers, which alone makes the key
+    Ref<ClsPublicKey> key;
+};
+
 // The loaded document: its text and structure, and what is computed once from it and used again by
 // every reference of every signature. It lives until the next load; what is read of it does not
 // change.
@@ -40,6 +47,12 @@ struct Document final {
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
 
+    // Keys that were decoded are decoded anew when they are next asked for.
+    void forgetKeys() {
+        certificates.forgetKeys();
+        lastKeyValue = {};
+    }
+
     // First, since the members below are made from it and refer to it.
     std::shared_ptr<const xml::XmlDocument> structure;
     bool encodingMismatch = false; // the declared encoding is not the one that was read
@@ -47,6 +60,7 @@ struct Document final {
     // What the signatures of this document have cost so far; a new load starts again from nothing.
     WorkAccount account;
     CertificateCache certificates;
+    LastKeyValue lastKeyValue;
     // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
     // report needs it (dsig/keys/signer.h).
     std::optional<std::map<std::string, xml::ElementId>> certificatesByKey;

@@ -24,27 +24,39 @@ constexpr ChildRule kSignedInfo[] = {{"CanonicalizationMethod", true, false},
                                      {"SignatureMethod", true, false},
                                      {"Reference", true, true}};
 
-// Whether a sibling or child of `signedInfo` is in its namespace, `uri`. With the same prefix, and
-// no declaration on either, it must be; only others are looked up.
+// The name and the namespace of the SignedInfo, which those of the other elements are held against.
+struct Model {
+    std::string_view prefix; // with its colon; empty without one
+    bool declares = false;   // has namespace declarations of its own
+    std::string_view uri;
+};
+
+Model modelOf(const xml::XmlDocument& document, xml::ElementId signedInfo) {
+    const std::string_view name = document.qualifiedName(signedInfo);
+    return {name.substr(0, name.find(':') + 1), !document.namespaceDecls(signedInfo).empty(),
+            document.namespaceUri(signedInfo)};
+}
+
+// Whether a sibling or child of the SignedInfo is in its namespace. With the same prefix, and no
+// declaration on either, it must be; only others are looked up.
 bool isInNamespace(const xml::XmlDocument& document, xml::ElementId element,
-                   xml::ElementId signedInfo, std::string_view uri) {
-    if (element == signedInfo ||
-        (document.prefix(element) == document.prefix(signedInfo) &&
-         document.namespaceDecls(element).empty() && document.namespaceDecls(signedInfo).empty())) {
-        return true;
-    }
-    return document.namespaceUri(element) == uri;
+                   std::string_view prefix, const Model& model) {
+    return (prefix == model.prefix && !model.declares &&
+            document.namespaceDecls(element).empty()) ||
+           document.namespaceUri(element) == model.uri;
 }
 
 // Matches the children against the sequence from left to right, each once. No going back is needed,
 // since no name occurs twice in a sequence.
-bool follows(const xml::XmlDocument& document, xml::ElementId parent, xml::ElementId signedInfo,
-             std::string_view uri, std::span<const ChildRule> rules) {
+bool follows(const xml::XmlDocument& document, xml::ElementId parent, const Model& model,
+             std::span<const ChildRule> rules) {
     std::size_t rule = 0;
     std::size_t count = 0; // of the rule's element
     for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
          child = document.nextSibling(child)) {
-        const std::string_view name = document.localName(child);
+        const std::string_view qualified = document.qualifiedName(child);
+        const std::size_t prefixSize = qualified.find(':') + 1;
+        const std::string_view name = qualified.substr(prefixSize);
         // Passes over the items that the child is not; a required one may be passed only after it
         // occurred.
         while (rule < rules.size() &&
@@ -57,7 +69,8 @@ bool follows(const xml::XmlDocument& document, xml::ElementId parent, xml::Eleme
         }
         // Left over, or of the right name in a foreign namespace, which other readers do not take
         // for it.
-        if (rule == rules.size() || !isInNamespace(document, child, signedInfo, uri)) {
+        if (rule == rules.size() ||
+            !isInNamespace(document, child, qualified.substr(0, prefixSize), model)) {
             return false;
         }
         ++count;
@@ -83,9 +96,9 @@ bool hasSchemaStructure(const xml::XmlDocument& document, xml::ElementId signatu
     if (signedInfo == xml::kNoElement) {
         return false;
     }
-    const std::string_view uri = document.namespaceUri(signedInfo);
-    return follows(document, signature, signedInfo, uri, kSignature) &&
-           follows(document, signedInfo, signedInfo, uri, kSignedInfo);
+    const Model model = modelOf(document, signedInfo);
+    return follows(document, signature, model, kSignature) &&
+           follows(document, signedInfo, model, kSignedInfo);
 }
 
 } // namespace vantrel::dsig

@@ -72,7 +72,7 @@ bool KeyWalk::add(CandidateKey candidate) {
 // The keys before a malformed one stay candidates.
 bool KeyWalk::takeKeyValues(const ClsXml& keyInfo) {
     std::vector<Ref<ClsPublicKey>> found;
-    const bool allRead = readKeyValues(keyInfo, found, m_log);
+    const bool allRead = readKeyValues(keyInfo, document().lastKeyValue, found, m_log);
     for (Ref<ClsPublicKey>& key : found) {
         // A bare key has no certificate that the store could hold: only an equal key of the
         // caller's can vouch for it.

@@ -27,9 +27,31 @@ constexpr KeyValueForm kKeyValueForms[] = {
      "Failed to parse public key ECDSA XML"},
 };
 
+// The key of the element is left in `last`. False where there is none.
+bool readKeyValue(const ClsXml& element, const KeyValueForm& form, LastKeyValue& last,
+                  LogBase& log) {
+    // Read from its own text, by the loader that takes such an element from a caller as well.
+    XString xml;
+    element.GetXml(xml);
+    if (!last.key || !last.text.equals(xml.getUtf8Sb())) {
+        Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+        if (!key) {
+            return false;
+        }
+        if (!(form.withLog ? key->loadXml(xml, log) : key->LoadXml(xml))) {
+            log.LogError(form.failed);
+            return false;
+        }
+        last = {xml.getUtf8Sb(), std::move(key)};
+    }
+    log.LogInfo(form.loaded);
+    return true;
+}
+
 } // namespace
 
-bool readKeyValues(const ClsXml& keyInfo, std::vector<Ref<ClsPublicKey>>& keys, LogBase& log) {
+bool readKeyValues(const ClsXml& keyInfo, LastKeyValue& last, std::vector<Ref<ClsPublicKey>>& keys,
+                   LogBase& log) {
     const Ref<ClsXml> keyValue = Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:KeyValue"));
     if (!keyValue) {
         return true;
@@ -39,19 +61,10 @@ bool readKeyValues(const ClsXml& keyInfo, std::vector<Ref<ClsPublicKey>>& keys, 
         if (!element) {
             continue;
         }
-        Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-        if (!key) {
+        if (!readKeyValue(*element, form, last, log)) {
             return false;
         }
-        // Read from its own text, by the loader that takes such an element from a caller as well.
-        XString xml;
-        element->GetXml(xml);
-        if (!(form.withLog ? key->loadXml(xml, log) : key->LoadXml(xml))) {
-            log.LogError(form.failed);
-            return false;
-        }
-        log.LogInfo(form.loaded);
-        keys.push_back(std::move(key));
+        keys.push_back(Ref<ClsPublicKey>::share(last.key.get()));
     }
     return true;
 }

@@ -32,7 +32,7 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
             return nullptr;
         }
         // The caller may change the key, so nobody else keeps it.
-        structure().certificates.forgetKeys();
+        structure().forgetKeys();
         return static_cast<ClsPublicKey*>(keys.removeRefCountedAt(0));
     });
 }

@@ -50,18 +50,18 @@ bool isManifest(const xml::XmlDocument& document, xml::ElementId element) {
            document.namespaceUri(element) == xml::kXmlDsigNamespace;
 }
 
-// A manifest inside the signature. Most signatures have so few elements that looking at each is
-// quicker than knowing all manifests of the document; for those that have many it is not.
-bool signatureHoldsManifest(Document& document, xml::ElementId signature) {
+// A manifest in the subtree. Most have so few elements that looking at each is quicker than knowing
+// all manifests of the document; for those that have many it is not.
+bool holdsManifest(Document& document, xml::ElementId top) {
     constexpr xml::ElementId kFewElements = 64;
     const xml::XmlDocument& structure = *document.structure;
-    const xml::ElementId end = structure.element(signature).next;
-    if (end - signature > kFewElements) {
+    const xml::ElementId end = structure.element(top).next;
+    if (end - top > kFewElements) {
         const std::vector<xml::ElementId>& manifests = document.manifests();
-        const auto inside = std::lower_bound(manifests.begin(), manifests.end(), signature);
+        const auto inside = std::lower_bound(manifests.begin(), manifests.end(), top);
         return inside != manifests.end() && *inside < end;
     }
-    for (xml::ElementId element = signature; element < end; ++element) {
+    for (xml::ElementId element = top; element < end; ++element) {
         if (isManifest(structure, element)) {
             return true;
         }
@@ -69,8 +69,24 @@ bool signatureHoldsManifest(Document& document, xml::ElementId signature) {
     return false;
 }
 
+// A manifest inside the signature. It stands in an Object; the parts that every signature has are
+// many and hold none.
+bool signatureHoldsManifest(Document& document, xml::ElementId signature) {
+    const xml::XmlDocument& structure = *document.structure;
+    for (xml::ElementId child = structure.firstChild(signature); child != xml::kNoElement;
+         child = structure.nextSibling(child)) {
+        const std::string_view name = structure.localName(child);
+        const bool isUsualPart =
+            name == "SignedInfo" || name == "SignatureValue" || name == "KeyInfo";
+        if (!isUsualPart && holdsManifest(document, child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // One in the signature, or one that a reference names.
-bool holdsManifest(Document& document, const SignatureReport& report) {
+bool concernsManifest(Document& document, const SignatureReport& report) {
     return signatureHoldsManifest(document, report.signatureElement) ||
            std::any_of(
                report.references.begin(), report.references.end(), [&](const ReferenceResult& one) {
@@ -121,8 +137,12 @@ void warnOfUnusedKey(SignatureReport& report) {
 
 void warnOfReferences(SignatureReport& report) {
     bool allChecked = report.references.size() >= static_cast<std::size_t>(report.referenceCount);
+    std::string_view seen; // mostly the same for all, and looked at once
     for (const ReferenceResult& reference : report.references) {
-        warnOfHash(reference.digestMethod, report);
+        if (reference.digestMethod.view() != seen) {
+            warnOfHash(reference.digestMethod, report);
+            seen = reference.digestMethod.view();
+        }
         allChecked = allChecked && reference.checked && !reference.dataMissing &&
                      !reference.accommodations.contains(accommodation::kDigestTolerated);
         if (reference.accommodations.contains(accommodation::kDigestTolerated)) {
@@ -192,7 +212,7 @@ void warnOfStructure(Document& document, SignatureReport& report) {
     if (!hasSchemaStructure(*document.structure, report.signatureElement)) {
         report.warnings.add(warning::kSignatureStructure);
     }
-    if (holdsManifest(document, report)) {
+    if (concernsManifest(document, report)) {
         report.warnings.add(warning::kManifestNotChecked);
     }
 }

@@ -22,18 +22,10 @@ SignatureReport startReport(Document* document, const Selection& selection, cons
     if (document->structure->hasUnreadDeclarations()) {
         report.warnings.add(warning::kExternalDtdNotRead);
     }
-    // What is missing here leaves a field empty; the verification writes the error line when it
-    // comes to it.
-    LogNull log;
     report.id = selection.id;
     report.signatureElement = selection.element();
     // A second look at one signature does not use up the budget of the others.
     document->account.begin(selection.index);
-    static_cast<void>(signedInfoField(selection.signature, "SignatureMethod", "Algorithm",
-                                      report.signatureMethod, log));
-    StringBuffer prefixList;
-    static_cast<void>(canonicalizationMethod(selection.signature, report.canonicalizationMethod,
-                                             prefixList, log));
     // Until the time-stamp pass has looked at it.
     if (document->timeStamps.within(*document->structure, report.signatureElement)) {
         report.timestamp = "not-checked";

@@ -136,16 +136,11 @@ void _vlLogger::setLimit(std::uint64_t bytes) noexcept {
     m_limit = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, kHighestLimit));
 }
 
-bool _vlLogger::takes(std::size_t bytes) noexcept {
-    if (m_cut) {
-        return false;
+void _vlLogger::endText() noexcept {
+    if (!m_cut) {
+        m_cut = true;
+        m_text.appendView(kCutLine);
     }
-    if (m_text.getSize() <= m_limit && bytes <= m_limit - m_text.getSize()) {
-        return true;
-    }
-    m_cut = true;
-    m_text.appendView(kCutLine);
-    return false;
 }
 
 void _vlLogger::noteLateError(std::string_view text) noexcept {

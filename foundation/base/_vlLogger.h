@@ -63,7 +63,14 @@ private:
     class Entry;
 
     // Whether an entry with these bytes is still taken; if not, the text ends here.
-    [[nodiscard]] bool takes(std::size_t bytes) noexcept;
+    [[nodiscard]] bool takes(std::size_t bytes) noexcept {
+        if (!m_cut && std::uint64_t{m_text.getSize()} + bytes <= m_limit) [[likely]] {
+            return true;
+        }
+        endText();
+        return false;
+    }
+    void endText() noexcept;
     void noteLateError(std::string_view text) noexcept;
 
     [[nodiscard]] std::string_view line(Line where) const noexcept {

@@ -27,6 +27,50 @@ int vlStrNCmp(const char* left, const char* right, std::size_t count) noexcept {
 
 namespace text {
 
+namespace {
+
+// Longer texts are left to memmem, whose cost is linear whatever they hold.
+constexpr std::size_t kShortText = 256;
+
+// The first occurrence in a short text. memmem prepares a table before it searches, which costs
+// more than looking at such a text does.
+const char* findInShort(std::string_view text, std::string_view needle) noexcept {
+    const char* at = text.data();
+    const char* const behindStarts = text.data() + (text.size() - needle.size()) + 1;
+    while (at != behindStarts) {
+        at = static_cast<const char*>(
+            std::memchr(at, needle.front(), static_cast<std::size_t>(behindStarts - at)));
+        if (at == nullptr || std::memcmp(at, needle.data(), needle.size()) == 0) {
+            return at;
+        }
+        ++at;
+    }
+    return nullptr;
+}
+
+// Where one letter occurs next, found anew only once the search has passed it.
+class NextLetter {
+public:
+    NextLetter(std::string_view text, char letter) noexcept : m_text(text), m_letter(letter) {}
+
+    // The first place at `from` or behind it; npos without one.
+    [[nodiscard]] std::size_t at(std::size_t from) noexcept {
+        if (m_isNew || m_at < from) {
+            m_at = m_text.find(m_letter, from);
+            m_isNew = false;
+        }
+        return m_at;
+    }
+
+private:
+    std::string_view m_text;
+    char m_letter;
+    bool m_isNew = true;
+    std::size_t m_at = 0;
+};
+
+} // namespace
+
 std::size_t findText(std::string_view text, std::string_view needle, std::size_t from) noexcept {
     if (from > text.size() || needle.size() > text.size() - from) {
         return std::string_view::npos;
@@ -36,9 +80,14 @@ std::size_t findText(std::string_view text, std::string_view needle, std::size_t
     }
     const char* const start = text.data() + from;
     const std::size_t length = text.size() - from;
-    const void* const found = needle.size() == 1
-                                  ? std::memchr(start, needle.front(), length)
-                                  : memmem(start, length, needle.data(), needle.size());
+    const void* found = nullptr;
+    if (needle.size() == 1) {
+        found = std::memchr(start, needle.front(), length);
+    } else if (length <= kShortText) {
+        found = findInShort(text.substr(from), needle);
+    } else {
+        found = memmem(start, length, needle.data(), needle.size());
+    }
     return found == nullptr
                ? std::string_view::npos
                : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
@@ -46,14 +95,24 @@ std::size_t findText(std::string_view text, std::string_view needle, std::size_t
 
 std::size_t findTextNoCase(std::string_view text, std::string_view needle,
                            std::size_t from) noexcept {
-    if (from > text.size()) {
+    if (from > text.size() || needle.size() > text.size() - from) {
         return std::string_view::npos;
     }
-    const auto at = std::search(
-        text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), needle.begin(), needle.end(),
-        [](char left, char right) { return toLowerAscii(left) == toLowerAscii(right); });
-    return at == text.end() && !needle.empty() ? std::string_view::npos
-                                               : static_cast<std::size_t>(at - text.begin());
+    if (needle.empty()) {
+        return from;
+    }
+    NextLetter lower(text, toLowerAscii(needle.front()));
+    NextLetter upper(text, toUpperAscii(needle.front()));
+    for (std::size_t at = from; at <= text.size() - needle.size(); ++at) {
+        at = std::min(lower.at(at), upper.at(at));
+        if (at > text.size() - needle.size()) {
+            break;
+        }
+        if (equalsNoCase(text.substr(at, needle.size()), needle)) {
+            return at;
+        }
+    }
+    return std::string_view::npos;
 }
 
 bool equalsNoCase(std::string_view left, std::string_view right) noexcept {

@@ -31,6 +31,9 @@ namespace text {
 [[nodiscard]] constexpr char toLowerAscii(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
+[[nodiscard]] constexpr char toUpperAscii(char c) noexcept {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
+}
 [[nodiscard]] constexpr bool isSpaceAscii(char c) noexcept {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }

@@ -117,12 +117,22 @@ TEST(DocumentWork, ARepeatedCertificateIsDecodedOnce) {
     load(verifier, repeated(keyMessage("message", "", keyInfo), 30, false));
     EXPECT_EQ(verifyAll(verifier), 30U);
     EXPECT_EQ(ClsXmlDSigTestAccess::structure(verifier).certificates.keysDecoded(), 1U);
+}
 
-    // A key that left the library is the caller's alone.
-    const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(verifier.GetPublicKey());
-    ASSERT_TRUE(key);
-    EXPECT_TRUE(key->LoadXml(XString(keyValueNamed("rsa.other"))));
-    EXPECT_EQ(verifyAll(verifier), 30U);
+// A key that left the library is the caller's alone, whatever it was read from.
+TEST(DocumentWork, AKeyHandedOutIsNoLongerShared) {
+    const std::string forms[] = {"<ds:X509Data><ds:X509Certificate>" + keyValueNamed("signer") +
+                                     "</ds:X509Certificate></ds:X509Data>",
+                                 "<ds:KeyValue>" + keyValueNamed("rsa.signer") + "</ds:KeyValue>"};
+    for (const std::string& keyInfo : forms) {
+        ClsXmlDSig verifier;
+        load(verifier, repeated(keyMessage("message", "", keyInfo), 30, false));
+        EXPECT_EQ(verifyAll(verifier), 30U) << keyInfo;
+        const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(verifier.GetPublicKey());
+        ASSERT_TRUE(key);
+        EXPECT_TRUE(key->LoadXml(XString(keyValueNamed("rsa.other"))));
+        EXPECT_EQ(verifyAll(verifier), 30U) << keyInfo;
+    }
 }
 
 TEST(DocumentWork, NestedSignaturesAreSearchedOnce) {

@@ -56,34 +56,11 @@ std::vector<ElementId> collectAuthenticated(const XmlDocument& document) {
     return found;
 }
 
-bool contains(std::span<const TextRange> ranges, std::uint32_t offset) {
-    return std::any_of(ranges.begin(), ranges.end(), [offset](TextRange range) {
-        return offset >= range.start && offset < range.end();
-    });
-}
-
-// The ranges lie in a text of `size` bytes, ascending and disjoint.
-bool areOrdered(std::span<const TextRange> ranges, std::uint32_t size) {
-    std::uint32_t reached = 0;
-    for (const TextRange range : ranges) {
-        if (range.start < reached || range.start > size || range.length > size - range.start) {
-            return false;
-        }
-        reached = range.end();
-    }
-    return true;
-}
-
 void logNoneAuthenticated(LogBase& log) {
     log.LogError("No element of the XML is marked to be authenticated.");
 }
 
 void logOutOfMemory(LogBase& log) { log.LogError("Out of memory in XML canonicalization."); }
-
-bool areHoles(const XmlDocument& document, std::span<const TextRange> ranges) {
-    return std::all_of(ranges.begin(), ranges.end(),
-                       [&](TextRange range) { return xml::isHole(document, range); });
-}
 
 } // namespace
 
@@ -91,7 +68,6 @@ bool areHoles(const XmlDocument& document, std::span<const TextRange> ranges) {
 struct XmlCanon::Selection {
     std::string_view fragment;
     std::uint32_t startOffset = 0;
-    std::span<const TextRange> omitted;
 };
 
 bool XmlCanon::xmlCanonicalize(const StringBuffer& xml, const char* fragmentId,
@@ -125,11 +101,6 @@ bool XmlCanon::canonicalizeTo(const StringBuffer& xml, const char* fragmentId,
         Selection selection;
         selection.fragment = fragmentId != nullptr ? fragmentId : "";
         selection.startOffset = startOffset;
-        selection.omitted = m_omitted;
-        if (!areOrdered(selection.omitted, xml.getSize())) {
-            log.LogError("The omitted stretches of the XML are out of order.");
-            return false;
-        }
         return run(xml, selection, sink, log);
     } catch (const std::bad_alloc&) {
         logOutOfMemory(log);
@@ -160,16 +131,6 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
     if (document == nullptr) {
         return false;
     }
-    if (!selection.omitted.empty()) {
-        // Which element an Id or a count names depends on what is left of the text.
-        ElementId unused = kNoElement;
-        const bool counted =
-            m_ebicsMode || xml::resolveFragment(*document, selection.fragment, unused) ==
-                               xml::FragmentTarget::NotUnique;
-        if (counted || document->isExpanded() || !areHoles(*document, selection.omitted)) {
-            return runWithout(xml, selection, sink, log);
-        }
-    }
     if (m_ebicsMode && m_authenticatedIn != document) {
         m_authenticated = collectAuthenticated(*document);
         m_authenticatedIn = document;
@@ -178,36 +139,7 @@ bool XmlCanon::run(const StringBuffer& xml, const Selection& selection, xml::Can
     if (!findApex(*document, selection, apex, log)) {
         return false;
     }
-    if (apex != kNoElement && contains(selection.omitted, document->element(apex).start)) {
-        log.LogError("The element to canonicalize is an omitted one.");
-        return false;
-    }
-    return canonicalizeApex(*document, apex, selection.omitted, sink);
-}
-
-// The plain way to leave something out: cuts it out of the text, and starts again.
-bool XmlCanon::runWithout(const StringBuffer& xml, const Selection& selection, xml::CanonSink& sink,
-                          LogBase& log) {
-    StringBuffer rest;
-    std::uint32_t at = 0;
-    Selection shifted = selection;
-    shifted.omitted = {};
-    for (const TextRange range : selection.omitted) {
-        if (!rest.appendView(xml.view().substr(at, range.start - at))) {
-            throw std::bad_alloc();
-        }
-        at = range.end();
-        if (selection.startOffset >= at) {
-            shifted.startOffset -= range.length;
-        }
-    }
-    if (!rest.appendView(xml.view().substr(at))) {
-        throw std::bad_alloc();
-    }
-    if (contains(selection.omitted, selection.startOffset) && selection.startOffset != 0) {
-        shifted.startOffset = rest.getSize(); // nothing is there any more
-    }
-    return run(rest, shifted, sink, log);
+    return canonicalizeApex(*document, apex, {}, sink);
 }
 
 bool XmlCanon::findApex(const XmlDocument& document, const Selection& selection, ElementId& apex,

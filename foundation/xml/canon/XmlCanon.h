@@ -48,9 +48,6 @@ public:
     // The text was cut out of a document: prefixes without a declaration are tolerated. A non-zero
     // start offset implies it.
     bool m_fragmentText = false;
-    // Stretches of `xml` that count as cut out of it (ascending, disjoint). Where they are whole
-    // elements the text is not copied.
-    std::vector<xml::TextRange> m_omitted;
 
     // Appends to `out` the canonical form of `xml` (UTF-8): of the whole document when `fragmentId`
     // is null or empty and `startOffset` is 0; of the element with that Id; or of the element whose
@@ -67,7 +64,8 @@ public:
                                       unsigned int startOffset, xml::CanonSink& sink, LogBase& log);
 
     // The same for an element of a known structure (kNoElement: all of it), without the stretches
-    // `omitted` of its text(), each of which must satisfy xml::isHole.
+    // `omitted` of its text(), ascending and disjoint, each of which must satisfy xml::isHole and
+    // none of which may hold the element.
     [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
                                            std::span<const xml::TextRange> omitted,
                                            xml::CanonSink& sink, LogBase& log) const;
@@ -89,8 +87,6 @@ private:
 
     [[nodiscard]] bool run(const StringBuffer& xml, const Selection& selection,
                            xml::CanonSink& sink, LogBase& log);
-    [[nodiscard]] bool runWithout(const StringBuffer& xml, const Selection& selection,
-                                  xml::CanonSink& sink, LogBase& log);
     [[nodiscard]] std::shared_ptr<const xml::XmlDocument> structureOf(const StringBuffer& xml,
                                                                       bool fragment, LogBase& log);
     [[nodiscard]] bool findApex(const xml::XmlDocument& document, const Selection& selection,

@@ -39,7 +39,10 @@ public:
     using PrefixId = std::uint32_t;
     static constexpr PrefixId kDefault = 0;
 
-    NamespaceState() : m_bindings(1) {}
+    NamespaceState() {
+        m_bindings.reserve(kUsual); // mostly the only allocation
+        m_bindings.emplace_back();
+    }
     NamespaceState(const NamespaceState&) = delete;
     NamespaceState& operator=(const NamespaceState&) = delete;
 
@@ -107,6 +110,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kUsual = 6; // prefixes of a document
+
     struct Undo {
         std::uint32_t depth;
         PrefixId prefix; // top bit: hidden

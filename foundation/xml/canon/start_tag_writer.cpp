@@ -4,6 +4,7 @@
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
+#include <array>
 #include <tuple>
 #include <unordered_set>
 
@@ -70,7 +71,8 @@ void StartTagWriter::inherit(ElementId apex) {
 bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
     std::size_t steps = 0;
     std::size_t bytes = 0;
-    m_inherited.clear();
+    std::array<const NamespaceDecl*, kMostWalked> found; // the first `count` of them
+    std::size_t count = 0;
     for (ElementId above = m_document.parent(apex); above != kNoElement;
          above = m_document.parent(above)) {
         const std::span<const NamespaceDecl> declarations = m_document.namespaceDecls(above);
@@ -80,13 +82,13 @@ bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
         }
         for (const NamespaceDecl& declaration : declarations) {
             bytes += m_document.namespaceName(declaration).size();
-            m_inherited.push_back(&declaration);
+            found[count++] = &declaration; // no more of them than steps
         }
         if (bytes > kMostBytesWalked) {
             return false;
         }
     }
-    for (const NamespaceDecl* const declaration : m_inherited) {
+    for (const NamespaceDecl* const declaration : std::span(found.data(), count)) {
         if (declaration->prefixId != kXmlPrefix) {
             const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration->prefixId));
             m_namespaces.inherit(prefix, m_document.namespaceName(*declaration), hidden);

@@ -132,7 +132,6 @@ private:
     std::vector<PrefixId> m_due; // whose declarations it must write
     std::string m_value;
     // Of the apex.
-    std::vector<const NamespaceDecl*> m_inherited;
     std::vector<std::uint32_t> m_ranks;
 };
 

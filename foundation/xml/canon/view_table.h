@@ -11,7 +11,10 @@ namespace vantrel::xml {
 // copied: they must outlive the table.
 class ViewTable final {
 public:
-    ViewTable() : m_views(1) {}
+    ViewTable() {
+        m_views.reserve(kFew + 1); // most documents need no more, and one allocation
+        m_views.emplace_back();
+    }
 
     [[nodiscard]] std::uint32_t number(std::string_view text) {
         return text.empty() ? 0 : find(text);
