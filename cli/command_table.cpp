@@ -94,8 +94,8 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
 
     {"--explain", '\0', None, "", "", "search the cause of each failure, as the command explain",
      kVerify},
-    {"--effort", '\0', Number, "N", "",
-     "search N times as long as the default of 2 seconds a file", kVerify | kExplain},
+    {"--effort", '\0', Number, "N", "", "search N times as long as the default of 2 seconds a file",
+     kVerify | kExplain},
 
     // Which files.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",

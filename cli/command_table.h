@@ -28,8 +28,7 @@ inline constexpr CommandSet kEveryCommand = (1U << 10) - 1;
 // say what is verified and with what.
 inline constexpr CommandSet kVerifying = kVerify | kExplain | kDigestInput;
 // Those that go through any number of files.
-inline constexpr CommandSet kManyFiles =
-    kVerify | kExplain | kInfo | kC14n | kCerts | kDigestInput;
+inline constexpr CommandSet kManyFiles = kVerify | kExplain | kInfo | kC14n | kCerts | kDigestInput;
 
 // The commands, the most used first.
 [[nodiscard]] std::span<const Command> allCommands() noexcept;

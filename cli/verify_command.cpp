@@ -4,12 +4,13 @@
 // standard error. The exit code is the worst of all files; a document without signatures counts as
 // one that does not verify, since a caller who asked for valid signatures did not get one.
 
+#include "cli/verify_command.h"
+
 #include "cli/commands.h"
 #include "cli/ordered_runner.h"
 #include "cli/progress.h"
 #include "cli/summary.h"
 #include "cli/terminal.h"
-#include "cli/verify_command.h"
 #include "cli/verify_file.h"
 
 #include <algorithm>

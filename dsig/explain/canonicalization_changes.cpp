@@ -49,8 +49,7 @@ std::vector<std::string_view> attributesOf(std::string_view tag) {
     std::size_t at = tagName(tag).size() + 1;
     while (at < tag.size() && tag[at] == ' ') {
         const std::size_t quote = tag.find('"', at);
-        const std::size_t end =
-            quote == std::string_view::npos ? quote : tag.find('"', quote + 1);
+        const std::size_t end = quote == std::string_view::npos ? quote : tag.find('"', quote + 1);
         if (end == std::string_view::npos) {
             break;
         }
@@ -116,9 +115,8 @@ constexpr OrderRule kOrders[] = {
     {"namespace declarations were sorted by their namespace names",
      [](std::string_view a, std::string_view b) {
          const bool first = isDeclaration(a);
-         return first != isDeclaration(b)
-                    ? first
-                    : first && a.substr(a.find('=')) < b.substr(b.find('='));
+         return first != isDeclaration(b) ? first
+                                          : first && a.substr(a.find('=')) < b.substr(b.find('='));
      }},
 };
 
@@ -180,10 +178,9 @@ bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool 
                 // What is inherited stands first.
                 return at == ofTag.end() ? std::ptrdiff_t{-1} : at - ofTag.begin();
             };
-            std::stable_sort(attributes.begin(), attributes.end(),
-                             [&](std::string_view a, std::string_view b) {
-                                 return place(a) < place(b);
-                             });
+            std::stable_sort(
+                attributes.begin(), attributes.end(),
+                [&](std::string_view a, std::string_view b) { return place(a) < place(b); });
         });
     return change.places > 0 && visit(change);
 }
@@ -243,7 +240,8 @@ bool otherPrefixLists(const Target& target, const ChangeVisit& visit) {
         }
         if (other.prefixes != target.prefixes &&
             visitForm(other, cause::kPrefixList,
-                      "it was canonicalized with the InclusiveNamespaces prefix list " + quoted(list),
+                      "it was canonicalized with the InclusiveNamespaces prefix list " +
+                          quoted(list),
                       visit)) {
             return true;
         }
@@ -274,9 +272,9 @@ bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
             return true;
         }
     }
-    const Change reversed =
-        reordered(tokens, "attributes were written in the reverse order",
-                  [](Attributes& attributes) { std::reverse(attributes.begin(), attributes.end()); });
+    const Change reversed = reordered(
+        tokens, "attributes were written in the reverse order",
+        [](Attributes& attributes) { std::reverse(attributes.begin(), attributes.end()); });
     return (reversed.places > 0 && visit(reversed)) || documentOrder(target, tokens, true, visit) ||
            documentOrder(target, tokens, false, visit);
 }
@@ -307,8 +305,8 @@ bool rawOctets(const Target& target, const ChangeVisit& visit) {
     }
     // Without what stands around the root.
     const xml::TextRange root = target.rangeOf(0);
-    const std::string_view inRoot = std::string_view(cut).substr(
-        std::min<std::size_t>(root.start, cut.size()));
+    const std::string_view inRoot =
+        std::string_view(cut).substr(std::min<std::size_t>(root.start, cut.size()));
     return target.apex == xml::kNoElement &&
            visit({cause::kRawOctets,
                   "the root element's text was digested as it stands, not canonicalized",

@@ -17,7 +17,8 @@ struct CauseText {
 
 constexpr std::string_view kTransport =
     "get the document as it was signed; send it as binary, not as text";
-constexpr std::string_view kSigner = "have the signing program corrected, and the document signed anew";
+constexpr std::string_view kSigner =
+    "have the signing program corrected, and the document signed anew";
 
 constexpr CauseText kTexts[] = {
     {cause::kLineEnds, "The line ends are others than those that were signed.", kTransport},

@@ -17,8 +17,9 @@ struct Change {
     std::size_t first = 0;  // offset of the first in the text that was changed
 };
 
-// Takes a change, whose octets are empty where none could be made, and returns true when the search is over: the change explains the failure, or the
-// budget is used up. Whoever makes changes stops at once then and returns true as well.
+// Takes a change, whose octets are empty where none could be made, and returns true when the search
+// is over: the change explains the failure, or the budget is used up. Whoever makes changes stops
+// at once then and returns true as well.
 using ChangeVisit = std::function<bool(const Change&)>;
 
 // The evidence with the number of places and the line of the first, in the text that was changed.

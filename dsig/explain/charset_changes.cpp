@@ -27,11 +27,10 @@ struct Form {
     bool wide; // other octets even for ASCII
 };
 constexpr Form kForms[] = {
-    {"ISO-8859-1", "", false},        {"windows-1252", "", false},
-    {"ISO-8859-15", "", false},       {"windows-1250", "", false},
-    {"ISO-8859-2", "", false},        {"windows-1251", "", false},
-    {"UTF-16LE", "", true},           {"UTF-16LE", "\xFF\xFE", true},
-    {"UTF-16BE", "", true},           {"UTF-16BE", "\xFE\xFF", true},
+    {"ISO-8859-1", "", false},      {"windows-1252", "", false},    {"ISO-8859-15", "", false},
+    {"windows-1250", "", false},    {"ISO-8859-2", "", false},      {"windows-1251", "", false},
+    {"UTF-16LE", "", true},         {"UTF-16LE", "\xFF\xFE", true}, {"UTF-16BE", "", true},
+    {"UTF-16BE", "\xFE\xFF", true},
 };
 
 bool otherCharset(std::string_view form, const ChangeVisit& visit) {
@@ -63,10 +62,11 @@ bool encodedTwice(std::string_view form, const ChangeVisit& visit) {
         if (isAscii(form) || !charset.setByName(name) || !charset.toUtf8(asBytes(form), twice)) {
             continue;
         }
-        if (visit({cause::kCharset,
-                   std::string("the text was encoded in UTF-8 twice when it was signed, taken for ") +
-                       name,
-                   std::string(twice.view())})) {
+        if (visit(
+                {cause::kCharset,
+                 std::string("the text was encoded in UTF-8 twice when it was signed, taken for ") +
+                     name,
+                 std::string(twice.view())})) {
             return true;
         }
     }
@@ -78,8 +78,9 @@ enum class Number { Decimal, Hex, LowerHex };
 void appendReference(char32_t character, Number number, std::string& out) {
     char digits[12];
     const auto value = static_cast<std::uint32_t>(character);
-    const auto end = std::to_chars(digits, digits + sizeof digits, value,
-                                   number == Number::Decimal ? 10 : 16).ptr;
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, value, number == Number::Decimal ? 10 : 16)
+            .ptr;
     if (number == Number::Hex) {
         std::transform(digits, end, digits,
                        [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });

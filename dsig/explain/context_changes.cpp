@@ -23,8 +23,8 @@ void addFrom(const xml::XmlDocument& document, xml::ElementId element, bool decl
              Context& context) {
     xml::StartTagReader tag(document.text(), document.element(element).start);
     for (xml::Attribute attribute; tag.next(attribute);) {
-        const bool wanted = declarations ? attribute.isNamespaceDecl()
-                                         : attribute.prefix() == "xml";
+        const bool wanted =
+            declarations ? attribute.isNamespaceDecl() : attribute.prefix() == "xml";
         if (!wanted) {
             continue;
         }

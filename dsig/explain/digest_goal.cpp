@@ -63,7 +63,8 @@ DigestGoal::DigestGoal(std::string_view stored, int hashId) : m_hashId(hashId) {
         if (decoded(octets, text::Encoding::Base64, inner)) {
             addReading(inner, "DigestValue is base64 of the digest's base64");
         }
-        addReading({octets.rbegin(), octets.rend()}, "DigestValue has the digest's octets reversed");
+        addReading({octets.rbegin(), octets.rend()},
+                   "DigestValue has the digest's octets reversed");
     }
     if (decoded(text, text::Encoding::Base64Url, inner) && inner != octets) {
         addReading(inner, "DigestValue is base64url, not base64");
@@ -137,9 +138,9 @@ bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) cons
         if (hashId != m_hashId) {
             deviation.code = cause::kOtherHash;
             deviation.evidence += deviation.evidence.empty() ? "" : "; ";
-            deviation.evidence += "the stored digest is " + hashName(hashId) + ", not " +
-                                  (m_hashId == kHashNone ? "of a method that is known"
-                                                         : hashName(m_hashId));
+            deviation.evidence +=
+                "the stored digest is " + hashName(hashId) + ", not " +
+                (m_hashId == kHashNone ? "of a method that is known" : hashName(m_hashId));
         }
         return true;
     }

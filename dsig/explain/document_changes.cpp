@@ -59,8 +59,7 @@ bool laterSignatures(const Target& target, const ChangeVisit& visit) {
         // Those behind it as well: they came one after the other.
         for (const Target* const each : {&one, &without}) {
             if (visitForm(*each, cause::kEnvelopedNotRemoved,
-                          counted(each->omitted.size() - target.omitted.size(),
-                                  "other signature") +
+                          counted(each->omitted.size() - target.omitted.size(), "other signature") +
                               " in the element was not there, or left out, when it was signed",
                           visit)) {
                 return true;
@@ -73,8 +72,7 @@ bool laterSignatures(const Target& target, const ChangeVisit& visit) {
 xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId element) {
     const xml::ElementRecord& record = document.element(element);
     xml::StartTagReader tag(document.text(), record.start);
-    for (xml::Attribute attribute; tag.next(attribute);) {
-    }
+    for (xml::Attribute attribute; tag.next(attribute);) {}
     if (tag.selfClosing()) {
         return {record.end, 0};
     }
@@ -167,8 +165,8 @@ namespace {
 bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
     const std::string_view source = target.structure->sourceText().view();
     const xml::TextRange doctype = target.structure->doctypeRange();
-    if (!target.structure->isExpanded() || source.substr(0, doctype.end()) !=
-                                               target.structure->text().substr(0, doctype.end())) {
+    if (!target.structure->isExpanded() ||
+        source.substr(0, doctype.end()) != target.structure->text().substr(0, doctype.end())) {
         return false;
     }
     // Private-use characters around the name stand for the reference until it is written.
@@ -290,8 +288,8 @@ bool otherElements(const Target& target, const ChangeVisit& visit) {
 // often than by none.
 std::span<const Processing> processings() noexcept {
     static constexpr Processing kProcessings[] = {
-        otherXmlAttributes,     ignoredPrefixList,    outerContexts,      otherCanonicalizations,
-        otherSignatureRemovals, otherAttributeOrders, unreadDocumentType, rawOctets,
+        otherXmlAttributes,     ignoredPrefixList,      outerContexts,      otherCanonicalizations,
+        otherSignatureRemovals, otherAttributeOrders,   unreadDocumentType, rawOctets,
         otherPrefixLists,       otherNamespaceContexts,
     };
     return kProcessings;

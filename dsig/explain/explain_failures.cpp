@@ -34,8 +34,8 @@ struct Job {
     bool stoppedEarly = false;
 
     void begin(std::string form, Budget& budget) {
-        search = std::make_unique<Search>(std::move(form), target ? &*target : nullptr, *goal,
-                                          budget);
+        search =
+            std::make_unique<Search>(std::move(form), target ? &*target : nullptr, *goal, budget);
     }
 };
 
@@ -55,8 +55,8 @@ std::string digestedOctets(const VerifyQuery& query, Document& scratch, int inde
     Rules inForce = rules;
     ExtPtrArraySb dirs;
     splitDirs(query.externalDirs, dirs);
-    const ReferenceQuery reference{&scratch, query.selection, index,
-                                   {query.externalData, query.selection.index, &dirs}, true};
+    const ReferenceQuery reference{
+        &scratch, query.selection, index, {query.externalData, query.selection.index, &dirs}, true};
     const ReferenceResult result = attemptReference(reference, inForce, log);
     return std::string(asText(result.octets.view()));
 }
@@ -153,10 +153,10 @@ std::string_view valueCode(std::string_view code) {
             return ofValue;
         }
     }
-    constexpr std::string_view kOfValues[] = {
-        cause::kOtherKeyInDocument, cause::kOtherGivenKey,  cause::kOtherSignatureHash,
-        cause::kOtherPadding,       cause::kReversedValue,  cause::kValueEncoding,
-        cause::kSecretEncoding,     cause::kHashOfHash};
+    constexpr std::string_view kOfValues[] = {cause::kOtherKeyInDocument, cause::kOtherGivenKey,
+                                              cause::kOtherSignatureHash, cause::kOtherPadding,
+                                              cause::kReversedValue,      cause::kValueEncoding,
+                                              cause::kSecretEncoding,     cause::kHashOfHash};
     for (const std::string_view each : kOfValues) {
         if (code == each) {
             return code;
@@ -188,10 +188,9 @@ Cause referenceCause(const Job& job, bool valueHolds) {
         return makeCause(cause::kContentChanged, std::move(remark));
     }
     // The octets are right and the text of the digest is not.
-    return found->code.empty()
-               ? makeCause(cause::kDigestEncoding,
-                           "DigestValue is not base64 as an encoder writes it")
-               : makeCause(found->code, found->evidence);
+    return found->code.empty() ? makeCause(cause::kDigestEncoding,
+                                           "DigestValue is not base64 as an encoder writes it")
+                               : makeCause(found->code, found->evidence);
 }
 
 Cause valueCause(const Job& job) {
@@ -200,8 +199,7 @@ Cause valueCause(const Job& job) {
         return makeCause(cause::kSignedInfoChanged, howFar(job));
     }
     return found->code.empty()
-               ? makeCause(cause::kValueEncoding,
-                           "the value is not base64 as an encoder writes it")
+               ? makeCause(cause::kValueEncoding, "the value is not base64 as an encoder writes it")
                : makeCause(valueCode(found->code), found->evidence);
 }
 
@@ -233,8 +231,7 @@ bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
         indexes += (indexes.empty() ? "" : ", ") + std::to_string(reference.index);
     }
     Deviation deviation;
-    if (failures.empty() ||
-        !value.goal->isReachedBy(asBytes(form), Depth::Plain, deviation)) {
+    if (failures.empty() || !value.goal->isReachedBy(asBytes(form), Depth::Plain, deviation)) {
         return false;
     }
     for (const Failure& failure : failures) {

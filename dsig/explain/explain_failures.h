@@ -11,8 +11,8 @@ namespace vantrel::dsig::explain {
 // found into the causes of its report: the first hypothesis that reproduces the stored digest or
 // makes the value verify, with evidence. A digest or value for which none does is said to be
 // changed, and how far the search went. Nothing else of the report changes, the verdict least of
-// all. `query` and `rules` are those of the verification, `signature` is complete; the search works on
-// copies, and charges its work to the budget alone.
+// all. `query` and `rules` are those of the verification, `signature` is complete; the search works
+// on copies, and charges its work to the budget alone.
 void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budget,
                      SignatureReport& signature);
 

@@ -113,19 +113,22 @@ struct Unit {
     std::string_view text;
     std::string_view name;
 };
-constexpr Unit kUnits[] = {{"  ", "two blanks"},   {"    ", "four blanks"}, {"\t", "a tab"},
-                           {" ", "one blank"},     {"", "nothing"},         {"   ", "three blanks"},
-                           {"        ", "eight blanks"}};
+constexpr Unit kUnits[] = {
+    {"  ", "two blanks"},        {"    ", "four blanks"}, {"\t", "a tab"},
+    {" ", "one blank"},          {"", "nothing"},         {"   ", "three blanks"},
+    {"        ", "eight blanks"}};
 constexpr std::size_t kMostBaseDepth = 6;
 
-bool printedAnew(const std::vector<Token>& tokens, std::size_t size, bool hadLines, const ChangeVisit& visit) {
+bool printedAnew(const std::vector<Token>& tokens, std::size_t size, bool hadLines,
+                 const ChangeVisit& visit) {
     for (std::size_t base = 0; base <= kMostBaseDepth; ++base) {
         for (const Unit& unit : kUnits) {
             Change change{cause::kIndentation, {}, {}};
             change.octets = indented(tokens, size, unit.text, base, change.places);
-            change.evidence = hadLines ? "the lines between tags were others when it was signed; they "
-                                         "were indented by "
-                                       : "the lines between tags are gone; they were indented by ";
+            change.evidence = hadLines
+                                  ? "the lines between tags were others when it was signed; they "
+                                    "were indented by "
+                                  : "the lines between tags are gone; they were indented by ";
             change.evidence += unit.name;
             change.evidence += base > 0 ? ", from depth " + std::to_string(base) : "";
             if (change.places == 0) {
@@ -141,7 +144,8 @@ bool printedAnew(const std::vector<Token>& tokens, std::size_t size, bool hadLin
 
 // Every line's white space at its beginning, in texts between tags.
 bool linesFlushLeft(std::string_view form, const ChangeVisit& visit) {
-    Change change{cause::kIndentation, "lines were signed without the blanks at their beginning", {}};
+    Change change{
+        cause::kIndentation, "lines were signed without the blanks at their beginning", {}};
     bool atStart = false;
     for (std::size_t at = 0; at < form.size(); ++at) {
         const char c = form[at];
@@ -160,7 +164,8 @@ bool linesFlushLeft(std::string_view form, const ChangeVisit& visit) {
 
 bool indentationChanges(std::string_view form, const ChangeVisit& visit) {
     const std::vector<Token> tokens = formTokens(form);
-    Change flat{cause::kIndentation, "lines and blanks were put between tags after it was signed", {}};
+    Change flat{
+        cause::kIndentation, "lines and blanks were put between tags after it was signed", {}};
     const std::vector<Token> kept = withoutLines(tokens, flat);
     flat.octets = joined(kept);
     const bool hadLines = flat.places > 0;

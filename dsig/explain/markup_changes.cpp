@@ -25,7 +25,8 @@ constexpr EscapeRule kEscapes[] = {
     {cause::kEntities, "\"", "&quot;", TokenKind::Text, "quotes in texts were digested as &quot;"},
     {cause::kEntities, "'", "&apos;", TokenKind::Text,
      "apostrophes in texts were digested as &apos;"},
-    {cause::kEntities, "'", "&#39;", TokenKind::Text, "apostrophes in texts were digested as &#39;"},
+    {cause::kEntities, "'", "&#39;", TokenKind::Text,
+     "apostrophes in texts were digested as &#39;"},
     {cause::kEntities, "\"", "&#34;", TokenKind::Text, "quotes in texts were digested as &#34;"},
     {cause::kEntities, "&gt;", ">", TokenKind::Text, "&gt; in texts was digested as >"},
     {cause::kEntities, ">", "&gt;", TokenKind::StartTag,
@@ -82,7 +83,8 @@ bool escapeChanges(const std::vector<Token>& tokens, const ChangeVisit& visit) {
 // `ending`: how a tag of an empty element closes.
 Change emptyTags(const std::vector<Token>& tokens, std::string_view ending) {
     Change change{cause::kOtherCanonicalization,
-                  "empty elements were written as one tag, ending in " + quoted(ending), {}};
+                  "empty elements were written as one tag, ending in " + quoted(ending),
+                  {}};
     std::size_t at = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         std::string_view text = tokens[i].text;
@@ -110,8 +112,8 @@ Change singleQuotes(const std::vector<Token>& tokens) {
             replaceAll(token.text, "\"", "'", inside);
             change.places += inside.places / 2;
         }
-        change.octets += token.kind == TokenKind::StartTag ? std::string_view(inside.octets)
-                                                            : token.text;
+        change.octets +=
+            token.kind == TokenKind::StartTag ? std::string_view(inside.octets) : token.text;
     }
     return change;
 }
@@ -119,7 +121,8 @@ Change singleQuotes(const std::vector<Token>& tokens) {
 // What is neither text nor tag: the white space rules of the standard do not matter to it.
 Change withoutInstructions(const std::vector<Token>& tokens) {
     Change change{cause::kOtherCanonicalization,
-                  "processing instructions were left out when it was signed", {}};
+                  "processing instructions were left out when it was signed",
+                  {}};
     for (const Token& token : tokens) {
         if (token.kind == TokenKind::Other && token.text.starts_with("<?")) {
             ++change.places;

@@ -65,7 +65,8 @@ void addDocumentKeys(const KeyQuery& query, KeyCollection& keys) {
             addCertificateElement(document, any, id, keys);
         } else if (name == "KeyValue" && document.parent(id) != xml::kNoElement) {
             std::vector<Ref<ClsPublicKey>> found;
-            static_cast<void>(readKeyValues(*handleOn(any, document.parent(id)), found, log));
+            LastKeyValue none;
+            static_cast<void>(readKeyValues(*handleOn(any, document.parent(id)), none, found, log));
             for (Ref<ClsPublicKey>& key : found) {
                 keys.add(std::move(key), {cause::kOtherKeyInDocument,
                                           "a KeyValue elsewhere in the document made the value"});

@@ -61,9 +61,8 @@ bool Search::tryTexts(std::string_view form, const Kept* first, std::size_t from
                       Depth depth) {
     const auto families = textFamilies();
     for (std::size_t i = fromFamily; i < families.size(); ++i) {
-        if (families[i](form, [&](const Change& change) {
-                return offer(change, form, first, depth);
-            })) {
+        if (families[i](form,
+                        [&](const Change& change) { return offer(change, form, first, depth); })) {
             return true;
         }
     }
@@ -78,8 +77,7 @@ bool Search::tryProcessings() {
         if (change.octets.empty() || !isNew(change.octets)) {
             return m_budget.timeIsUp();
         }
-        if (m_kept.size() < kMostKept &&
-            change.octets.size() <= kMostKeptOctets - m_keptOctets) {
+        if (m_kept.size() < kMostKept && change.octets.size() <= kMostKeptOctets - m_keptOctets) {
             m_keptOctets += change.octets.size();
             m_kept.push_back({change.code, change.evidence, change.octets});
         }
@@ -129,8 +127,8 @@ bool Search::runQuick() {
     };
     static_cast<void>(offer(plain, m_form, nullptr, Depth::Exhaustive) ||
                       (m_target != nullptr && spaceAroundSignature(*m_target, alone)) ||
-                      tryTexts(m_form, nullptr, 0, Depth::Thorough) ||
-                      tryProcessings() || markupChanges(m_form, alone) ||
+                      tryTexts(m_form, nullptr, 0, Depth::Thorough) || tryProcessings() ||
+                      markupChanges(m_form, alone) ||
                       (m_target != nullptr && otherElements(*m_target, element)) ||
                       (!m_goal.isDear() && tryPairs()) ||
                       (!m_goal.isDear() && restoredTrailingSpace(m_form, alone)) ||
@@ -156,7 +154,8 @@ bool Search::runThorough(std::string& remark) {
                  " the form is too large for trying every single change";
         return false;
     case SingleChangeOutcome::Partly:
-        remark = "not every single change of " + counted(m_form.size(), "octet") + " could be tried";
+        remark =
+            "not every single change of " + counted(m_form.size(), "octet") + " could be tried";
         return false;
     }
     return false;

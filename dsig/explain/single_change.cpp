@@ -284,17 +284,13 @@ SingleChangeOutcome findSingleChange(std::string_view form, int hashId, ByteView
     if (!probe.valid() || digest.size() != probe.digestSize() || form.empty()) {
         return SingleChangeOutcome::TooLarge;
     }
-    const auto work = [&](const Alphabets& each) {
-        return candidatesPerPlace(each) * (form.size() + 1) *
-               (form.size() / 2 + probe.blockSize());
-    };
     const Prefixes prefixes(form, hashId);
     // The likeliest alone first: they are a small part of the work and most of what happens.
     for (const Tier tier : {Tier::Likely, Tier::All}) {
         const Alphabets tried = alphabets(tier);
         // The factors are bounded by some hundreds and the size of a form: this does not wrap.
-        const std::uint64_t work = candidatesPerPlace(tried) * (form.size() + 1) *
-                                   (form.size() / 2 + probe.blockSize());
+        const std::uint64_t work =
+            candidatesPerPlace(tried) * (form.size() + 1) * (form.size() / 2 + probe.blockSize());
         if (!budget.takeOctets(work)) {
             return tier == Tier::Likely ? SingleChangeOutcome::TooLarge
                                         : SingleChangeOutcome::Partly;

@@ -71,7 +71,9 @@ constexpr SpaceRule kRules[] = {
     {"white space stands between tags and in empty elements that was not there",
      [](const TextPlace& p) { return p.isBlank ? "" : std::string(p.text); }},
     {"texts were signed without the white space around them",
-     [](const TextPlace& p) { return p.isBlank ? std::string(p.text) : std::string(trimmed(p.text)); }},
+     [](const TextPlace& p) {
+         return p.isBlank ? std::string(p.text) : std::string(trimmed(p.text));
+     }},
     {"texts were signed without the white space around them, and without any between tags",
      [](const TextPlace& p) { return std::string(trimmed(p.text)); }},
     {"runs of white space in texts were signed as one blank",
@@ -100,8 +102,7 @@ constexpr SpaceRule kRules[] = {
      [](const TextPlace& p) { return wrapped(p, 64, "\n", true); }},
 };
 
-void applyRule(const std::vector<Token>& tokens, TextRule rule,
-               Change& change) {
+void applyRule(const std::vector<Token>& tokens, TextRule rule, Change& change) {
     std::size_t at = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const std::string_view text = tokens[i].text;

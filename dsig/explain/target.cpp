@@ -3,9 +3,9 @@
 #include "dsig/document/child_elements.h"
 #include "dsig/document/signed_info.h"
 #include "dsig/explain/budget.h"
-#include "dsig/report/coverage.h"
 #include "dsig/reference/enveloped_signature.h"
 #include "dsig/reference/reference_target.h"
+#include "dsig/report/coverage.h"
 #include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/profile_steps.h"
 #include "dsig/transform/xpath_step.h"
@@ -139,9 +139,8 @@ bool Target::holds(xml::ElementId element) const noexcept {
 
 bool Target::omits(xml::ElementId element) const noexcept {
     return element != xml::kNoElement &&
-           std::any_of(omitted.begin(), omitted.end(), [&](xml::TextRange range) {
-               return isInside(rangeOf(element), range);
-           });
+           std::any_of(omitted.begin(), omitted.end(),
+                       [&](xml::TextRange range) { return isInside(rangeOf(element), range); });
 }
 
 std::optional<std::string> canonicalForm(const Target& target) {
@@ -178,8 +177,8 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
     changed.append(text, copied);
     xml::ParseFailure why;
     Target result = target;
-    result.structure = xml::XmlDocument::parse(StringBuffer(changed),
-                                               {target.structure->isFragment()}, why);
+    result.structure =
+        xml::XmlDocument::parse(StringBuffer(changed), {target.structure->isFragment()}, why);
     if (result.structure == nullptr) {
         return std::nullopt;
     }
@@ -248,8 +247,7 @@ std::optional<Target> targetOfSignedInfo(const Document& document, const Selecti
     const Ref<ClsXml> signedInfo = Ref<ClsXml>::adopt(
         selection.signature != nullptr ? selection.signature->getChildWithTagUtf8("*:SignedInfo")
                                        : nullptr);
-    if (!signedInfo ||
-        !canonicalizationMethod(selection.signature, algorithm, prefixList, log)) {
+    if (!signedInfo || !canonicalizationMethod(selection.signature, algorithm, prefixList, log)) {
         return std::nullopt;
     }
     Target target;

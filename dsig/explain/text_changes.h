@@ -9,8 +9,8 @@
 namespace vantrel::dsig::explain {
 
 // Changes of the octets digested as a text: what gateways, editors and faulty signers make of one.
-// Each family offers the visit all its changes of `form`, those that change nothing left out, and
-// returns true when the visit ended the search.
+// Each family offers the visit all its changes of `form`, and returns true when the visit ended the
+// search.
 bool contentChanges(std::string_view form, const ChangeVisit& visit);
 bool trailingSpaceChanges(std::string_view form, const ChangeVisit& visit);
 bool indentationChanges(std::string_view form, const ChangeVisit& visit);
@@ -23,8 +23,8 @@ bool prologChanges(std::string_view form, const ChangeVisit& visit);
 bool charsetChanges(std::string_view form, const ChangeVisit& visit);
 
 using TextFamily = bool (*)(std::string_view form, const ChangeVisit& visit);
-// All of them, in the order in which two go together: what is written last comes last. Of those that
-// may give the same octets the more special comes first.
+// All of them, in the order in which two go together: what is written last comes last. Of those
+// that may give the same octets the more special comes first.
 [[nodiscard]] std::span<const TextFamily> textFamilies() noexcept;
 
 // What costs a candidate a place, and is tried alone and last: characters that were lost at one or

@@ -13,7 +13,8 @@ bool isBlankOrTab(char c) { return c == ' ' || c == '\t'; }
 // Lines without the blanks and tabs at their ends.
 Change trimmedLines(std::string_view form) {
     Change change{cause::kTrailingWhitespace,
-                  "lines end in blanks that were not there when it was signed", {}};
+                  "lines end in blanks that were not there when it was signed",
+                  {}};
     std::size_t blanksFrom = 0; // behind what has been written and is no blank
     for (std::size_t at = 0; at < form.size(); ++at) {
         if (form[at] == '\n' && blanksFrom < at) {
@@ -32,7 +33,8 @@ Change trimmedLines(std::string_view form) {
 // Texts of elements without the white space before the end tag.
 Change trimmedTexts(std::string_view form) {
     Change change{cause::kTrailingWhitespace,
-                  "texts end in white space that was not there when it was signed", {}};
+                  "texts end in white space that was not there when it was signed",
+                  {}};
     const std::vector<Token> tokens = formTokens(form);
     std::size_t at = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -91,8 +93,8 @@ bool endChanges(std::string_view form, const ChangeVisit& visit) {
 
 namespace {
 
-constexpr std::array<std::string_view, 7> kLostSpace = {" ", "  ", "\t", "   ", "    ", "\t\t",
-                                                        "     "};
+constexpr std::array<std::string_view, 7> kLostSpace = {" ",    "  ",   "\t",   "   ",
+                                                        "    ", "\t\t", "     "};
 
 // Places where white space may have been stripped: ends of lines, and of texts before an end tag.
 std::vector<std::size_t> strippedPlaces(std::string_view form) {

@@ -58,9 +58,9 @@ Deviation otherHash(int made, int named) {
     if (made == named) {
         return {};
     }
-    return {cause::kOtherSignatureHash,
-            "the value was made with " + hashName(made) + ", the method says " +
-                (named > 0 ? hashName(named) : std::string("another"))};
+    return {cause::kOtherSignatureHash, "the value was made with " + hashName(made) +
+                                            ", the method says " +
+                                            (named > 0 ? hashName(named) : std::string("another"))};
 }
 
 // How a digest becomes the text that is hashed again.
@@ -108,8 +108,7 @@ std::vector<ValueReading> valueReadings(std::string_view given) {
                                  "the value is base64 of hexadecimal text, not of the octets"}});
         }
         if (decoded(octets, text::Encoding::Base64, inner)) {
-            readings.push_back(
-                {inner, {cause::kValueEncoding, "the value is base64 of base64"}});
+            readings.push_back({inner, {cause::kValueEncoding, "the value is base64 of base64"}});
         }
         if (octets.size() % 2 == 0) {
             const std::size_t half = octets.size() / 2;
@@ -122,7 +121,8 @@ std::vector<ValueReading> valueReadings(std::string_view given) {
         }
     }
     if (decoded(text, text::Encoding::Hex, inner)) {
-        readings.push_back({inner, {cause::kValueEncoding, "the value is hexadecimal, not base64"}});
+        readings.push_back(
+            {inner, {cause::kValueEncoding, "the value is hexadecimal, not base64"}});
     }
     if (decoded(text, text::Encoding::Base64Url, inner) && inner != octets) {
         readings.push_back({inner, {cause::kValueEncoding, "the value is base64url, not base64"}});
@@ -198,18 +198,18 @@ void RsaGoal::takeBlock(std::string block, std::size_t bits, const Deviation& de
         }
         return;
     }
-    const Deviation padding = m_method.isPss
-                                  ? Deviation{cause::kOtherPadding,
-                                              "the value is padded by PKCS #1 v1.5, the method "
+    const Deviation padding =
+        m_method.isPss
+            ? Deviation{cause::kOtherPadding, "the value is padded by PKCS #1 v1.5, the method "
                                               "says RSASSA-PSS"}
-                                  : Deviation{};
+            : Deviation{};
     for (const int hashId : allHashes()) {
         for (const bool withNull : {true, false}) {
             const std::string_view prefix = asText(crypto::digestInfoPrefix(hashId, withNull));
             if (!prefix.empty() && content.starts_with(prefix) &&
                 content.size() == prefix.size() + crypto::hashDigestSize(hashId)) {
-                m_digests.push_back({std::string(content.substr(prefix.size())), hashId,
-                                     both(deviation, padding)});
+                m_digests.push_back(
+                    {std::string(content.substr(prefix.size())), hashId, both(deviation, padding)});
                 return;
             }
         }
@@ -240,10 +240,10 @@ bool RsaGoal::isDigestOf(const KnownDigest& known, ByteView octets, Depth depth,
             const std::string inner = digestOf(first, octets);
             for (const SecondHash& second : kSecondHashes) {
                 if (digestOf(hashId, asBytes(second.text(inner))) == known.digest) {
-                    deviation = both(known.deviation,
-                                     {cause::kHashOfHash, std::string(second.what) + " (" +
-                                                              hashName(first) +
-                                                              ") was hashed once more"});
+                    deviation =
+                        both(known.deviation,
+                             {cause::kHashOfHash, std::string(second.what) + " (" +
+                                                      hashName(first) + ") was hashed once more"});
                     return true;
                 }
             }
@@ -269,7 +269,8 @@ bool RsaGoal::isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
             const Deviation masked =
                 mask == hashId ? Deviation{}
                                : Deviation{cause::kOtherPadding, "the mask of the padding was made "
-                                                                 "with " + hashName(mask)};
+                                                                 "with " +
+                                                                     hashName(mask)};
             deviation = both(both(block.deviation, masked), otherHash(hashId, m_method.hashId));
             return true;
         }
@@ -379,9 +380,8 @@ bool MacGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     for (const int hashId : hashes) {
         for (const TriedSecret& secret : m_secrets) {
             DataBuffer bytes;
-            if (!Hmac::doHMAC(octets.data(), static_cast<int>(octets.size()),
-                              secret.octets.data(), static_cast<int>(secret.octets.size()), hashId,
-                              bytes, log)) {
+            if (!Hmac::doHMAC(octets.data(), static_cast<int>(octets.size()), secret.octets.data(),
+                              static_cast<int>(secret.octets.size()), hashId, bytes, log)) {
                 continue;
             }
             const std::string_view mac = asText(bytes.view());

@@ -51,7 +51,9 @@ public:
     [[nodiscard]] ByteView knownDigest() const override;
     [[nodiscard]] std::uint64_t cost(std::size_t octets, Depth depth) const override;
     // Whether one of the keys recovers anything; else none of them made the value.
-    [[nodiscard]] bool anyKeyFits() const noexcept { return !m_digests.empty() || !m_blocks.empty(); }
+    [[nodiscard]] bool anyKeyFits() const noexcept {
+        return !m_digests.empty() || !m_blocks.empty();
+    }
 
 private:
     struct KnownDigest {

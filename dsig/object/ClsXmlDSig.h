@@ -128,8 +128,8 @@ public:
     void get_LastJsonData(XString& json);
     /// Searches why the last verification failed and puts what it finds into its structured result:
     /// the `cause` of each reference and of the signature, with evidence. What it claims was tried:
-    /// it reproduces the stored digest, or makes the value verify. `effort` multiplies the budget of
-    /// 2 seconds that all searches of one document share; it counts when the first is made. The
+    /// it reproduces the stored digest, or makes the value verify. `effort` multiplies the budget
+    /// of 2 seconds that all searches of one document share; it counts when the first is made. The
     /// verdict, the rules in force and the selection stay. False when there is nothing to explain:
     /// no verification, or one that succeeded.
     bool ExplainFailures(int effort);

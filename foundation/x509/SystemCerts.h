@@ -51,7 +51,8 @@ public:
     // Whether one of the vaults has this very certificate (DER).
     [[nodiscard]] bool holds(ByteView der);
 
-    // The certificates of all vaults by number, the vaults one behind the other; null past the last.
+    // The certificates of all vaults by number, the vaults one behind the other; null past the
+    // last.
     [[nodiscard]] const VantrelX509* certificateAt(std::size_t index);
 
     [[nodiscard]] std::uint32_t numVaults() const noexcept {
