@@ -56,23 +56,13 @@ std::uint64_t keyOperationWeight(const _vlPublicKey& key) noexcept {
     return 1;
 }
 
-void KeyAccount::begin(int signature) {
-    m_current = static_cast<std::size_t>(std::max(signature, 0));
-    if (m_current >= m_bySignature.size()) {
-        m_bySignature.resize(m_current + 1);
-    }
-    m_spent -= m_bySignature[m_current];
-    m_bySignature[m_current] = 0;
-}
-
 bool KeyAccount::charge(std::uint64_t weight, std::uint64_t limit) noexcept {
     // Compared without a sum, which could wrap. The limit may be lower than it was at the last
     // charge, hence the comparison with what is spent.
-    if (m_current >= m_bySignature.size() || m_spent > limit || weight > limit - m_spent) {
+    if (spent() > limit || weight > limit - spent()) {
         return false;
     }
-    m_spent += weight;
-    m_bySignature[m_current] += weight;
+    m_spent.add(weight);
     ++m_operations;
     return true;
 }

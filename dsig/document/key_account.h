@@ -1,9 +1,9 @@
 #ifndef DSIG_DOCUMENT_KEY_ACCOUNT_H
 #define DSIG_DOCUMENT_KEY_ACCOUNT_H
 
-#include <cstddef>
+#include "dsig/document/signature_account.h"
+
 #include <cstdint>
-#include <vector>
 
 namespace vantrel {
 
@@ -16,30 +16,23 @@ namespace dsig {
 // multiplications for larger ones, never less than 1.
 [[nodiscard]] std::uint64_t keyOperationWeight(const _vlPublicKey& key) noexcept;
 
-// The key operations spent on the signatures of one document. A signature that is verified again
-// gives back what its verification before took: the account bounds what a document demands, not how
-// often somebody asks.
+// The key operations spent on the signatures of one document.
 // What it prevents: a document with many signatures and, in each KeyInfo, many large keys, which
 // asks for the product of both numbers at hardly any cost to its author.
 class KeyAccount final {
 public:
     // The signature whose checks follow.
-    // Zero-based, in document order; a negative index counts as 0. Before the first call nothing
-    // can be charged.
-    void begin(int signature);
+    void begin(int signature) { m_spent.begin(signature); }
     // Takes an operation of this weight. False, and nothing taken, where the sum would pass
     // `limit`.
     [[nodiscard]] bool charge(std::uint64_t weight, std::uint64_t limit) noexcept;
 
-    [[nodiscard]] std::uint64_t spent() const noexcept { return m_spent; }
+    [[nodiscard]] std::uint64_t spent() const noexcept { return m_spent.sum(); }
     // Number of operations that were let through, whatever their weight.
     [[nodiscard]] std::uint64_t operations() const noexcept { return m_operations; }
 
 private:
-    // The weight that is charged to each signature at present; its sum is m_spent.
-    std::vector<std::uint64_t> m_bySignature;
-    std::size_t m_current = 0; // index of the signature that is being verified
-    std::uint64_t m_spent = 0;
+    SignatureAccount<std::uint64_t> m_spent; // weights
     std::uint64_t m_operations = 0;
 };
 

@@ -21,19 +21,6 @@ constexpr std::uint64_t kUsualTransforms = 2;
 
 } // namespace
 
-void WorkAccount::begin(int signature) {
-    m_current = static_cast<std::size_t>(std::max(signature, 0));
-    if (m_current >= m_bySignature.size()) {
-        m_bySignature.resize(m_current + 1);
-    }
-    // The sums hold what every signature was last charged, so taking its part out cannot wrap.
-    Spent& before = current();
-    m_sum.octets -= before.octets;
-    m_sum.transforms -= before.transforms;
-    m_sum.failedReferences -= before.failedReferences;
-    before = {};
-}
-
 bool WorkAccount::refuse(std::string_view limit, std::uint64_t most, LogBase& log) {
     m_passed = limit;
     log.LogError(("The document passes the limit " + std::string(limit) + " of " +
@@ -56,11 +43,11 @@ std::uint64_t WorkAccount::mostOctets() const noexcept {
 bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
     const std::uint64_t most = mostOctets();
     // Compared without a sum, which could wrap.
-    if (m_sum.octets > most || octets > most - m_sum.octets) {
+    const std::uint64_t spent = m_spent.sum().octets;
+    if (spent > most || octets > most - spent) {
         return refuse("workOctets", most, log);
     }
-    m_sum.octets += octets;
-    current().octets += octets;
+    m_spent.add({.octets = octets});
     return true;
 }
 
@@ -69,16 +56,15 @@ bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
         return refuse("transformsPerReference", m_limits.transformsPerReference, log);
     }
     const std::uint64_t counted = count - std::min(count, kUsualTransforms);
-    if (counted > 0 && m_sum.transforms + counted > m_limits.transforms) {
+    if (counted > 0 && m_spent.sum().transforms + counted > m_limits.transforms) {
         return refuse("transforms", m_limits.transforms, log);
     }
-    m_sum.transforms += counted;
-    current().transforms += counted;
+    m_spent.add({.transforms = counted});
     return true;
 }
 
 bool WorkAccount::takeRetry(LogBase& log) {
-    return m_sum.failedReferences < m_limits.failuresRetried ||
+    return m_spent.sum().failedReferences < m_limits.failuresRetried ||
            refuse("failuresRetried", m_limits.failuresRetried, log);
 }
 

@@ -2,6 +2,7 @@
 #define DSIG_DOCUMENT_WORK_ACCOUNT_H
 
 #include "dsig/document/limits.h"
+#include "dsig/document/signature_account.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,18 +16,17 @@ class LogBase;
 namespace vantrel::dsig {
 
 // The work that the references of one document's signatures have asked for. It is counted, never
-// timed. A signature that is verified again gives back what its verification before took: the
-// account bounds what a document demands, not how often somebody asks.
+// timed.
 // What it prevents: thousands of references to the same large element, or a chain of transforms
 // that each read it again. The document stays small, the work would be its square.
 class WorkAccount final {
 public:
     // `documentOctets`: size of the loaded text.
     WorkAccount(std::uint64_t documentOctets, const Limits& limits)
-        : m_documentOctets(documentOctets), m_limits(limits), m_bySignature(1) {}
+        : m_documentOctets(documentOctets), m_limits(limits) {}
 
     // The signature whose references follow.
-    void begin(int signature);
+    void begin(int signature) { m_spent.begin(signature); }
 
     // Each takes a piece of work, or returns false after an error line that names the limit.
     // Octets that are parsed, canonicalized or hashed:
@@ -43,31 +43,35 @@ public:
 
     // Failures decide about retries only: a document whose digests all mismatch is not
     // canonicalized twice throughout.
-    void noteFailedReference() noexcept {
-        ++current().failedReferences;
-        ++m_sum.failedReferences;
-    }
-    [[nodiscard]] std::uint64_t octets() const noexcept { return m_sum.octets; }
+    void noteFailedReference() noexcept { m_spent.add({.failedReferences = 1}); }
+    [[nodiscard]] std::uint64_t octets() const noexcept { return m_spent.sum().octets; }
 
 private:
-    // What is charged to one signature at present.
     struct Spent {
         std::uint64_t octets = 0;
         std::uint64_t transforms = 0;
         std::uint64_t failedReferences = 0;
+
+        void operator+=(const Spent& more) noexcept {
+            octets += more.octets;
+            transforms += more.transforms;
+            failedReferences += more.failedReferences;
+        }
+        void operator-=(const Spent& less) noexcept {
+            octets -= less.octets;
+            transforms -= less.transforms;
+            failedReferences -= less.failedReferences;
+        }
     };
 
     // Notes and logs a refusal; always false, for the caller to return.
     bool refuse(std::string_view limit, std::uint64_t most, LogBase& log);
     [[nodiscard]] std::uint64_t mostOctets() const noexcept;
-    [[nodiscard]] Spent& current() noexcept { return m_bySignature[m_current]; }
 
     std::uint64_t m_documentOctets;
     // Those of the verifier, which outlive the document.
     const Limits& m_limits;
-    std::vector<Spent> m_bySignature;
-    std::size_t m_current = 0;
-    Spent m_sum;
+    SignatureAccount<Spent> m_spent;
     std::string_view m_passed; // of static storage
 };
 

@@ -222,11 +222,11 @@ bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
     std::string indexes;
     for (const Failure& failure : failures) {
         const ReferenceResult& reference = *failure.reference;
-        if (reference.storedDigest.isEmpty() || reference.computedDigest.isEmpty()) {
+        if (reference.text->digest.isEmpty() || reference.computedDigest.isEmpty()) {
             return false;
         }
         Change exchanged;
-        replaceAll(form, reference.storedDigest.view(), reference.computedDigest.view(), exchanged);
+        replaceAll(form, reference.text->digest.view(), reference.computedDigest.view(), exchanged);
         form = std::move(exchanged.octets);
         indexes += (indexes.empty() ? "" : ", ") + std::to_string(reference.index);
     }
@@ -235,7 +235,7 @@ bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
         return false;
     }
     for (const Failure& failure : failures) {
-        failure.reference->cause.evidence =
+        failure.reference->cause.edit().evidence =
             "the content is what was signed; DigestValue was changed since, for the signature "
             "value verifies over the digest of this content";
     }
@@ -285,7 +285,7 @@ void takeOutcome(const Failure& failure, bool referencesFail, SignatureReport& r
     const bool found = failure.job->search->finding().has_value();
     if (failure.reference != nullptr) {
         // A method or transform that is not supported says nothing of the content.
-        if (found || failure.reference->cause.code == dsig::cause::kDigestMismatch) {
+        if (found || failure.reference->cause->code == dsig::cause::kDigestMismatch) {
             failure.reference->cause =
                 referenceCause(*failure.job, report.value == ValueCheck::Valid);
         }
@@ -297,6 +297,16 @@ void takeOutcome(const Failure& failure, bool referencesFail, SignatureReport& r
     }
 }
 
+// What has been done is not advised any more.
+void dropAdvice(SignatureReport& signature) {
+    std::erase(signature.cause.tries, kTryExplain);
+    for (ReferenceResult& reference : signature.references) {
+        if (!reference.cause->tries.empty()) {
+            std::erase(reference.cause.edit().tries, kTryExplain);
+        }
+    }
+}
+
 } // namespace
 
 void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budget,
@@ -304,6 +314,7 @@ void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budge
     if (query.document == nullptr || query.selection.signature == nullptr) {
         return;
     }
+    dropAdvice(signature);
     budget.beginShare(1);
     std::vector<Failure> failures = collectFailures(query, rules, budget, signature);
     const bool referencesFail = !failures.empty();
@@ -322,7 +333,7 @@ void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budge
     }
     // What mends the first digest mends the signature.
     if (referencesFail && signature.cause.code == dsig::cause::kReferenceFailed) {
-        signature.cause.tries = failures.front().reference->cause.tries;
+        signature.cause.tries = failures.front().reference->cause->tries;
     }
 }
 

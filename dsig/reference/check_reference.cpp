@@ -5,6 +5,7 @@
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/internal_reference.h"
 #include "dsig/reference/reference_target.h"
+#include "dsig/report/causes.h"
 #include "foundation/base/LogContextExitor.h"
 
 namespace vantrel::dsig {
@@ -43,7 +44,7 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceResult& result, L
         }
     } else {
         result.reason = second.reason;
-        result.limit = second.limit;
+        result.cause = std::move(second.cause);
     }
 }
 
@@ -80,7 +81,6 @@ ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogB
     DSigReference reference;
     reference.parseReference(*element, log);
     result.describe(reference.m_uri, reference.m_digestMethod);
-    result.storedDigest = reference.m_digestValue;
     query.document->account.noLimitPassed();
 
     const ReferenceTarget target = targetOf(reference.m_uri);
@@ -99,8 +99,10 @@ ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogB
         checkExternalReference(query, reference, target.text, result, log);
         break;
     }
-    if (!result.matched()) {
-        result.limit = query.document->account.passedLimit();
+    const std::string_view limit = query.document->account.passedLimit();
+    if (!result.matched() && !limit.empty()) {
+        // Known only here; whoever writes the report works the other causes out.
+        result.cause = causeOfLimit(limit);
     }
     // SHA-1 was a guess. Where it failed, the unknown method is the likelier cause and is named.
     if (!reference.digestMethodIsKnown()) {

@@ -13,7 +13,6 @@ namespace {
 // document.
 constexpr std::size_t kLongestQuote = 200;
 
-constexpr const char* kTryExplain = "xmldsig explain FILE";
 constexpr const char* kTryKey = "--key FILE";
 constexpr const char* kTryCertificate = "--cert FILE";
 
@@ -25,13 +24,6 @@ std::string quoted(std::string_view text) {
 
 std::string limitOption(std::string_view limit) {
     return "--limit " + std::string(limit) + "=VALUE";
-}
-
-Cause passedLimit(std::string_view limit) {
-    return {cause::kLimit,
-            "The check needs more work than the limit " + std::string(limit) + " allows.",
-            {limitOption(limit)},
-            {}};
 }
 
 // The part of a URI that names the Id.
@@ -70,7 +62,7 @@ Cause unsupportedTransform(const ReferenceResult& reference) {
                                                         "xml-exc-c14n",        "xmldsig#base64",
                                                         "REC-xpath",           "xmldsig-filter2"};
     std::string what = "a transform";
-    for (const TransformReport& transform : reference.transforms) {
+    for (const TransformReport& transform : reference.text->transforms) {
         const bool known = std::ranges::any_of(kKnown, [&](std::string_view part) {
             return transform.algorithm.find(part) != std::string::npos;
         });
@@ -101,17 +93,20 @@ Cause transformFailed(const ReferenceResult& reference) {
 
 } // namespace
 
+Cause causeOfLimit(std::string_view limit) {
+    return {cause::kLimit,
+            "The check needs more work than the limit " + std::string(limit) + " allows.",
+            {limitOption(limit)},
+            {}};
+}
+
 Cause causeOf(const ReferenceResult& reference) {
     if (!reference.checked) {
         return {cause::kNotChecked, "The digest of this reference was not asked for.", {}, {}};
     }
-    const bool ended = reference.reason != RefReason::Mismatch && !reference.matched();
-    if (ended && !reference.limit.empty()) {
-        return passedLimit(reference.limit);
-    }
     // Its transforms were not carried out, so the comparison says nothing.
     if (reference.reason == RefReason::Mismatch && reference.external &&
-        !reference.transforms.empty()) {
+        !reference.text->transforms.empty()) {
         return {cause::kUnsupportedTransform,
                 "This program does not carry out transforms on external data; whether the data "
                 "is what was signed is not known.",
@@ -172,7 +167,7 @@ Cause referenceFailed(const SignatureReport& report) {
         }
         if (failures++ == 0) {
             first = reference.index;
-            failed.tries = reference.cause.tries;
+            failed.tries = reference.cause->tries;
         }
     }
     failed.text = failures == 1 ? "Reference " + std::to_string(first) + " fails. "
@@ -251,7 +246,7 @@ Cause ofValue(const SignatureReport& report, const KeyHints& hints) {
                 {},
                 {}};
     case ValueCheck::NoKey: return noKey(report, hints);
-    case ValueCheck::LimitPassed: return passedLimit("keyOperations");
+    case ValueCheck::LimitPassed: return causeOfLimit("keyOperations");
     case ValueCheck::WrongKey:
         return {cause::kWrongKey,
                 "None of the keys made the signature value: the signer's is another one, or the "

@@ -37,6 +37,9 @@ inline constexpr std::string_view kWrongKey = "wrong-key";
 inline constexpr std::string_view kValueMismatch = "value-mismatch";
 } // namespace cause
 
+// The command that searches further, as the causes advise it.
+inline constexpr const char* kTryExplain = "xmldsig explain FILE";
+
 // What a KeyInfo says, for whoever looks for the key.
 struct KeyHints {
     bool isThere = false;
@@ -44,6 +47,8 @@ struct KeyHints {
     std::vector<std::string> names; // in words: issuer and serial, subject, identifiers
 };
 
+// That a check passed the limit of this name (docs/limits.md).
+[[nodiscard]] Cause causeOfLimit(std::string_view limit);
 // Empty for a reference that matches; its transforms must have been described.
 [[nodiscard]] Cause causeOf(const ReferenceResult& reference);
 // Empty for a valid signature; the causes of its references must be there.

@@ -169,13 +169,13 @@ void writeTransform(JsonWriter& out, const TransformReport& transform) {
 void writeDigest(JsonWriter& out, const ReferenceResult& reference) {
     out.key("digest");
     out.beginObject();
-    out.textMember("stored", reference.storedDigest.view());
+    out.textMember("stored", reference.text->digest.view());
     out.textMember("computed", reference.computedDigest.view());
     out.endObject();
     out.integerMember("octets", static_cast<std::int64_t>(reference.octetCount));
     out.key("transforms");
     out.beginArray();
-    for (const TransformReport& transform : reference.transforms) {
+    for (const TransformReport& transform : reference.text->transforms) {
         writeTransform(out, transform);
     }
     out.endArray();
@@ -190,7 +190,7 @@ void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentN
     out.textMember("digestMethod", reference.digestMethod.view());
     out.textMember("status", statusOf(reference));
     out.integerMember("reason", static_cast<std::int64_t>(publicCode(reference.reason)));
-    writeCause(out, reference.cause);
+    writeCause(out, *reference.cause);
     writeDigest(out, reference);
     writeCoverage(out, reference, names);
     writeCodes("accommodations", reference.accommodations, out);

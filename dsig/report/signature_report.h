@@ -10,6 +10,7 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/boxed.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "foundation/xml/scan/xml_document.h"
@@ -40,6 +41,12 @@ struct TransformReport {
     std::vector<Expression> expressions;
 };
 
+// What a reference has in the document.
+struct ReferenceText {
+    StringBuffer digest; // the stored one, without white space
+    std::vector<TransformReport> transforms;
+};
+
 // What was found out about one reference.
 // A value: it owns its texts, and names elements by ids of the loaded document.
 struct ReferenceResult {
@@ -60,16 +67,15 @@ struct ReferenceResult {
     ElementList coveredElements; // in the order in which they are digested
     std::vector<Exclusion> excluded;
     bool coverageKnown = true;
-    StringBuffer storedDigest; // the document's text without white space
     // Base64 of the digest of the octets that were digested by the attempt that matched, else by
     // the first, and their number; empty and 0 when there was nothing to digest.
     StringBuffer computedDigest;
     std::uint64_t octetCount = 0;
-    std::string_view limit; // the one that the check passed; empty for none; of static storage
     CodeSet accommodations;
-    // The next two are filled in when a report is written (verify/complete_report.h).
-    std::vector<TransformReport> transforms;
-    Cause cause;
+    // A report can have very many of these; what few need, or nobody before the report is written
+    // (verify/complete_report.h), takes no room until then.
+    text::Boxed<ReferenceText> text;
+    text::Boxed<Cause> cause;
     DataBuffer octets; // that were digested by the attempt that matched, else by the first; where
                        // they were asked for
 

@@ -4,6 +4,7 @@
 #include "dsig/document/signed_info.h"
 #include "dsig/keys/key_hints.h"
 #include "dsig/keys/signer.h"
+#include "dsig/reference/DSigReference.h"
 #include "dsig/report/causes.h"
 #include "dsig/report/warnings.h"
 
@@ -46,18 +47,19 @@ TransformReport describeTransform(const ClsXml& transform) {
     return report;
 }
 
-void describeTransforms(Document& document, const Selection& selection,
-                        ReferenceResult& reference) {
+ReferenceText textOf(const ClsXml& element) {
     LogNull log;
-    const Ref<ClsXml> element = referenceElement(&document, selection, reference.index, log);
-    const Ref<ClsXml> transforms =
-        element ? Ref<ClsXml>::adopt(element->getChildWithTagUtf8("*:Transforms")) : Ref<ClsXml>();
-    if (!transforms) {
-        return;
+    DSigReference reference;
+    reference.parseReference(element, log);
+    ReferenceText text;
+    text.digest = reference.m_digestValue;
+    if (const Ref<ClsXml> transforms =
+            Ref<ClsXml>::adopt(element.getChildWithTagUtf8("*:Transforms"))) {
+        for (const xml::ElementId child : childElements(*transforms)) {
+            text.transforms.push_back(describeTransform(*handleOn(*transforms, child)));
+        }
     }
-    for (const xml::ElementId child : childElements(*transforms)) {
-        reference.transforms.push_back(describeTransform(*handleOn(*transforms, child)));
-    }
+    return text;
 }
 
 // Warnings stand in the order in which they are added, behind those of the steps before.
@@ -95,14 +97,20 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
             lookAtValue(query, rules, report, log);
         }
         for (ReferenceResult& reference : report.references) {
-            reference.transforms.clear();
-            describeTransforms(*query.document, query.selection, reference);
+            LogNull log;
+            if (const Ref<ClsXml> element =
+                    referenceElement(query.document, query.selection, reference.index, log)) {
+                reference.text = textOf(*element);
+            }
         }
         report.signer = describeSigner(report.keys, query.keys);
     }
     warn(query.document, report);
     for (ReferenceResult& reference : report.references) {
-        reference.cause = causeOf(reference);
+        // A passed limit was noted by the check.
+        if (!reference.matched() && reference.cause->empty()) {
+            reference.cause = causeOf(reference);
+        }
     }
     report.cause = causeOf(report, report.valid ? KeyHints() : keyHints(query.selection));
     report.complete = true;

@@ -48,7 +48,6 @@ void describeUncheckedReferences(Document& document, const Selection& selection,
         ReferenceResult& described = report.reference(index);
         // The URI decides alone: the text that an external one leads to is not fetched.
         described.describe(reference.m_uri, reference.m_digestMethod);
-        described.storedDigest = reference.m_digestValue;
         const ReferenceTarget target = targetOf(reference.m_uri);
         if (target.kind == ReferenceTarget::Kind::External) {
             described.covers = "external";

@@ -15,9 +15,12 @@ namespace {
 std::string tool() { return binaryPath("xmldsig"); }
 
 std::string expand(std::string text) {
-    const std::string examples = sourcePath("examples");
-    for (std::size_t at = 0; (at = text.find("{ex}", at)) != std::string::npos;) {
-        text.replace(at, 4, examples);
+    const std::pair<std::string, std::string> places[] = {{"{ex}", sourcePath("examples")},
+                                                          {"{dsig}", vectorPath("dsig")}};
+    for (const auto& [mark, place] : places) {
+        for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos;) {
+            text.replace(at, mark.size(), place);
+        }
     }
     return text;
 }
@@ -87,6 +90,8 @@ void runCase(VecCase& c) {
 
 TEST(Tool, KeepsItsContract) { forEachVector("cli/tool.vec", "", runCase); }
 
+TEST(Tool, SaysWhatItFoundOut) { forEachVector("cli/report.vec", "", runCase); }
+
 json::JsonValue parsed(const std::string& line) {
     json::JsonValue value;
     std::size_t faultAt = 0;
@@ -125,7 +130,7 @@ TEST(Tool, JsonHasAllItsKeys) {
     ASSERT_EQ(lines.size(), statuses.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const json::JsonValue file = parsed(lines[i]);
-        expectMembers(file, {"file", "status", "error", "signatures"});
+        expectMembers(file, {"file", "status", "error", "schema", "size", "sha256", "signatures"});
         EXPECT_EQ(file.find("status")->text(), statuses[i]) << lines[i];
         EXPECT_EQ(file.find("error")->text().empty(), statuses[i] != "error") << lines[i];
         for (const json::JsonValue& signature : file.find("signatures")->elements()) {

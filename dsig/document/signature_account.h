@@ -1,0 +1,42 @@
+#ifndef DSIG_DOCUMENT_SIGNATURE_ACCOUNT_H
+#define DSIG_DOCUMENT_SIGNATURE_ACCOUNT_H
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace vantrel::dsig {
+
+// What the signatures of one document have taken, each and together. A signature that is verified
+// again gives back what its verification before took: an account bounds what a document demands,
+// not how often somebody asks.
+// `Amounts` are counters with += and -=, all zero when made.
+template <class Amounts> class SignatureAccount final {
+public:
+    // The signature that takes what follows: zero-based, in document order; a negative index counts
+    // as 0. Until the first call it is the first one.
+    void begin(int signature) {
+        m_current = static_cast<std::size_t>(std::max(signature, 0));
+        if (m_current >= m_bySignature.size()) {
+            m_bySignature.resize(m_current + 1);
+        }
+        // The sum holds what every signature was last charged, so this cannot wrap.
+        m_sum -= m_bySignature[m_current];
+        m_bySignature[m_current] = {};
+    }
+    // Whoever adds has seen that no limit is passed.
+    void add(const Amounts& more) noexcept {
+        m_sum += more;
+        m_bySignature[m_current] += more;
+    }
+    [[nodiscard]] const Amounts& sum() const noexcept { return m_sum; }
+
+private:
+    std::vector<Amounts> m_bySignature = std::vector<Amounts>(1);
+    std::size_t m_current = 0;
+    Amounts m_sum{};
+};
+
+} // namespace vantrel::dsig
+
+#endif
