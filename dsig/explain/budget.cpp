@@ -14,6 +14,7 @@ constexpr std::uint64_t kKeyOperations = 4000;
 } // namespace
 
 Budget::Budget(unsigned effort) noexcept {
+    // The products are far below 2^64 for every effort that the tool accepts.
     const unsigned times = std::max(1U, effort);
     m_octets = kOctets * times;
     m_keyOperations = kKeyOperations * times;
@@ -27,6 +28,7 @@ bool Budget::takeOctets(std::uint64_t octets) noexcept {
         m_stopped = true;
         return false;
     }
+    // Taken as a whole, before the work is done: what is refused costs nothing.
     m_octets -= octets;
     return true;
 }

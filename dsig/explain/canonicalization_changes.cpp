@@ -13,12 +13,15 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// A form that cannot be made is offered as an empty one, so that the clock is looked at all the
+// same.
 bool visitForm(const Target& target, std::string_view code, std::string evidence,
                const ChangeVisit& visit) {
     std::optional<std::string> form = canonicalForm(target);
     return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
 }
 
+// As reports and people name it.
 std::string methodName(const Target& target) {
     std::string name = target.method == xml::CanonMethod::Exclusive
                            ? "Exclusive XML Canonicalization 1.0"
@@ -41,6 +44,8 @@ std::vector<std::string> prefixesInScope(const Target& target) {
     return {prefixes.begin(), prefixes.end()};
 }
 
+// Of more prefixes the subsets are too many; then single ones of the first and all of them are
+// tried.
 constexpr std::size_t kMostPrefixes = 7;
 
 // An attribute of a canonical start tag, a declaration among them: ` name="value"`.
@@ -59,6 +64,7 @@ std::vector<std::string_view> attributesOf(std::string_view tag) {
     return attributes;
 }
 
+// The attribute begins with its blank.
 std::string_view nameOf(std::string_view attribute) {
     return attribute.substr(1, attribute.find('=') - 1);
 }
@@ -67,6 +73,7 @@ bool isDeclaration(std::string_view attribute) {
     return name == "xmlns" || name.starts_with("xmlns:");
 }
 
+// Views into the form.
 using Attributes = std::vector<std::string_view>;
 // Rewrites every start tag of a form with its attributes in another order.
 template <class Sort>
@@ -81,6 +88,7 @@ Change reordered(const std::vector<Token>& tokens, std::string_view evidence, co
         if (!before.empty()) {
             sort(after);
         }
+        // A tag whose order is the same in both is no place of a change.
         if (after == before) {
             change.octets += token.text;
             continue;
@@ -97,6 +105,8 @@ Change reordered(const std::vector<Token>& tokens, std::string_view evidence, co
     return change;
 }
 
+// Orders that programs are known to use in place of that of Canonical XML 1.0, 2.2. Sorting is
+// stable: what a rule does not tell apart stays in canonical order.
 struct OrderRule {
     std::string_view evidence;
     bool (*before)(std::string_view one, std::string_view other);
@@ -139,6 +149,7 @@ bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool 
     const auto tags = std::count_if(tokens.begin(), tokens.end(), [](const Token& token) {
         return token.kind == TokenKind::StartTag;
     });
+    // Tags that a transform took out otherwise would be taken for others.
     if (elements.size() != static_cast<std::size_t>(tags)) {
         return false;
     }
@@ -212,6 +223,7 @@ bool otherCanonicalizations(const Target& target, const ChangeVisit& visit) {
     return false;
 }
 
+// The commonest mistake with prefix lists, and hence tried by itself before other methods are.
 bool ignoredPrefixList(const Target& target, const ChangeVisit& visit) {
     Target other = target;
     other.prefixes.clear();
@@ -249,6 +261,8 @@ bool otherPrefixLists(const Target& target, const ChangeVisit& visit) {
     return false;
 }
 
+// First the orders that the canonicalizer knows, which sort by what a prefix stands for; the others
+// are made by rewriting the tags of the form.
 bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
     Target other = target;
     for (const auto& [order, evidence] :
@@ -279,6 +293,7 @@ bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
            documentOrder(target, tokens, false, visit);
 }
 
+// Signers that take the text between two offsets and digest it.
 bool rawOctets(const Target& target, const ChangeVisit& visit) {
     const std::string_view text = target.structure->text();
     const xml::TextRange extent = target.extent();
@@ -291,6 +306,7 @@ bool rawOctets(const Target& target, const ChangeVisit& visit) {
         }
     }
     cut.append(text, copied, extent.end() - copied);
+    // Something was taken out, in most cases the signature.
     const bool isCut = copied != extent.start;
     if (visit({cause::kRawOctets,
                isCut ? "the text was digested as it stands, without the signature and not "

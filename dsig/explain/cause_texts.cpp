@@ -9,12 +9,15 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// In the order of codes.h. The sentences say what was found, not who is to blame: a digest shows
+// that two programs disagree, and the standard which of them is right.
 struct CauseText {
     std::string_view code;
     std::string_view text;
     std::string_view tryThis; // empty for nothing
 };
 
+// What helps where the document was damaged on its way, and where its signer erred.
 constexpr std::string_view kTransport =
     "get the document as it was signed; send it as binary, not as text";
 constexpr std::string_view kSigner =
@@ -95,6 +98,7 @@ constexpr CauseText kTexts[] = {
 
 Cause makeCause(std::string_view code, std::string evidence) {
     Cause made;
+    // A code without a text would be a slip of the table: it is then shown without one.
     const auto* const at = std::find_if(std::begin(kTexts), std::end(kTexts),
                                         [&](const CauseText& each) { return each.code == code; });
     if (at != std::end(kTexts)) {

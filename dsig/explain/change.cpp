@@ -8,8 +8,10 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// Evidence is read by people, on a line or two of a terminal.
 constexpr std::size_t kLongestQuote = 60;
 
+// Octets of other character sets and controls: they must not reach a terminal as they are.
 void appendEscaped(unsigned char octet, std::string& out) {
     constexpr std::string_view kDigits = "0123456789abcdef";
     out += "\\x";
@@ -30,6 +32,7 @@ std::string withPlaces(const Change& change, std::string_view before) {
     if (change.places == 0) {
         return change.evidence;
     }
+    // Lines are counted from 1, as editors do.
     const std::string_view ahead = before.substr(0, std::min(change.first, before.size()));
     const auto line = 1 + std::count(ahead.begin(), ahead.end(), '\n');
     return change.evidence + ": " + counted(change.places, "place") + ", the first at line " +
@@ -54,6 +57,7 @@ void replaceAll(std::string_view text, std::string_view from, std::string_view t
 std::string quoted(std::string_view text) {
     std::string out = "\"";
     for (std::size_t at = 0; at < text.size();) {
+        // Cut between two characters, never inside of one.
         if (out.size() > kLongestQuote) {
             return out + "...\"";
         }

@@ -19,6 +19,7 @@ using Context = std::map<std::string, std::string, std::less<>>;
 constexpr std::size_t kMostCombined = 7;  // attributes whose subsets are tried
 constexpr std::size_t kMostAncestors = 8; // that are looked at one by one
 
+// Declarations, or attributes of the prefix xml, of one start tag.
 void addFrom(const xml::XmlDocument& document, xml::ElementId element, bool declarations,
              Context& context) {
     xml::StartTagReader tag(document.text(), document.element(element).start);
@@ -47,6 +48,7 @@ Context inheritedFrom(const Target& target, std::size_t ancestors, bool declarat
         addFrom(*target.structure, at, declarations, context);
         at = target.structure->parent(at);
     }
+    // What the element itself declares hides what it would inherit.
     Context own;
     addFrom(*target.structure, target.apex, declarations, own);
     std::erase_if(context, [&](const auto& each) { return own.contains(each.first); });
@@ -74,6 +76,7 @@ std::optional<Target> alone(const Target& target, const std::string& attributes)
     return result.structure != nullptr ? std::optional(std::move(result)) : std::nullopt;
 }
 
+// As text for a start tag.
 std::string joined(const Context& context) {
     std::string all;
     for (const auto& [name, text] : context) {
@@ -82,6 +85,7 @@ std::string joined(const Context& context) {
     return all;
 }
 
+// For people.
 std::string listed(const Context& context) {
     std::string names;
     for (const auto& [name, text] : context) {
@@ -90,6 +94,7 @@ std::string listed(const Context& context) {
     return names.empty() ? "none" : names;
 }
 
+// Canonicalizes the element by itself with so much context, and offers the form.
 bool visitAlone(const Target& target, const Context& namespaces, const Context& xmlAttributes,
                 std::string_view code, const std::string& evidence, const ChangeVisit& visit) {
     const std::optional<Target> element = alone(target, joined(namespaces) + joined(xmlAttributes));
@@ -129,6 +134,7 @@ Context otherDeclarations(const Target& target, const Context& inForce) {
             addFrom(*target.structure, declaration.element, true, context);
         }
     }
+    // A default namespace would put the element into another namespace.
     std::erase_if(context, [&](const auto& each) {
         return inForce.contains(each.first) || each.first == "xmlns";
     });
@@ -138,6 +144,7 @@ Context otherDeclarations(const Target& target, const Context& inForce) {
     return context;
 }
 
+// More than any document has.
 constexpr std::size_t kAllAncestors = ~std::size_t{0};
 
 // Of the whole document the root, which inherits nothing, may have had other declarations.
@@ -147,10 +154,12 @@ Target atElement(const Target& target) {
     return element;
 }
 
+// One more declaration, or two: serializers put both xsi and xsd.
 bool addedDeclarations(const Target& target, const Context& all, const Context& xmlAttributes,
                        const ChangeVisit& visit) {
     const Context others = otherDeclarations(target, all);
     for (auto one = others.begin(); one != others.end(); ++one) {
+        // With itself it is one alone.
         for (auto other = one; other != others.end(); ++other) {
             Context more = all;
             more.insert(*one);
@@ -229,6 +238,7 @@ bool otherXmlAttributes(const Target& target, const ChangeVisit& visit) {
     if (inherited.empty()) {
         return false;
     }
+    // The declarations stay as they are: each cause is tried for itself.
     const Context namespaces = inheritedFrom(target, kAllAncestors, true);
     return anySubset(inherited, [&](const Context& chosen) {
         return visitAlone(target, namespaces, chosen, cause::kXmlAttributes,

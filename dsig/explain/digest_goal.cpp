@@ -15,6 +15,7 @@ namespace {
 
 // Short of this a front of a digest would be met by chance, among as many candidates as are tried.
 constexpr std::size_t kShortestFront = 10;
+// Identifiers are small numbers (hash_ids.h), with gaps.
 constexpr int kHighestHashId = 63;
 
 // A missing padding is made good: signers leave it out.
@@ -54,6 +55,7 @@ DigestGoal::DigestGoal(std::string_view stored, int hashId) : m_hashId(hashId) {
     const std::string text(stored);
     std::string octets;
     std::string inner;
+    // The standard reading comes first: where several fit, it is the one that counts.
     const bool isBase64 = decoded(text, text::Encoding::Base64, octets);
     if (isBase64) {
         addReading(octets, "");
@@ -79,6 +81,7 @@ DigestGoal::DigestGoal(std::string_view stored, int hashId) : m_hashId(hashId) {
             return crypto::hashDigestSize(id) == reading.octets.size();
         });
     }
+    // Only hashes of a fitting size are ever computed.
     for (const int id : hashes) {
         if (id != m_hashId &&
             std::any_of(m_readings.begin(), m_readings.end(),
@@ -112,6 +115,7 @@ bool DigestGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation)
 }
 
 bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) const {
+    // One digest serves all readings.
     std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
     std::string_view digest;
     for (const Reading& reading : m_readings) {
@@ -135,6 +139,7 @@ bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) cons
                                   std::to_string(reading.octets.size()) +
                                   " octets of the digest only";
         }
+        // The hash weighs more than how its digest is written.
         if (hashId != m_hashId) {
             deviation.code = cause::kOtherHash;
             deviation.evidence += deviation.evidence.empty() ? "" : "; ";
@@ -161,6 +166,7 @@ ByteView DigestGoal::knownDigest() const {
     return usual != nullptr ? asBytes(usual->octets) : ByteView();
 }
 
+// With the block of the padding.
 std::uint64_t DigestGoal::cost(std::size_t octets, Depth depth) const {
     return octets * (depth != Depth::Plain ? 1 + m_others.size() : 1) + 64;
 }

@@ -21,12 +21,14 @@ bool visitForm(const Target& target, std::string_view code, std::string evidence
     return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
 }
 
+// The form of the target in an edited document.
 bool visitEdited(const Target& target, std::span<const TextEdit> edits, std::string_view code,
                  std::string evidence, const ChangeVisit& visit) {
     const std::optional<Target> other = edited(target, edits);
     return other && visitForm(*other, code, std::move(evidence), visit);
 }
 
+// Takes one more range out, where that can be done without a new document.
 void omit(Target& target, xml::TextRange range) {
     const auto at = std::find_if(target.omitted.begin(), target.omitted.end(),
                                  [&](xml::TextRange each) { return each.start >= range.start; });
@@ -46,6 +48,7 @@ bool laterSignatures(const Target& target, const ChangeVisit& visit) {
             others.push_back(each.element);
         }
     }
+    // Documents with hundreds of signatures are signed one element each, not one behind the other.
     constexpr std::size_t kMostOthers = 20;
     others.resize(std::min(others.size(), kMostOthers));
     if (others.empty()) {
@@ -69,6 +72,7 @@ bool laterSignatures(const Target& target, const ChangeVisit& visit) {
     return false;
 }
 
+// What stands between the tags; an empty range behind an empty-element tag.
 xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId element) {
     const xml::ElementRecord& record = document.element(element);
     xml::StartTagReader tag(document.text(), record.start);
@@ -86,6 +90,7 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
     const xml::XmlDocument& document = *target.structure;
     constexpr std::string_view kComputed[] = {"SignatureValue", "DigestValue", "X509Certificate",
                                               "KeyInfo"};
+    // The enveloped signature stays in.
     Target kept = target;
     const xml::TextRange signature = target.rangeOf(target.signature);
     std::erase_if(kept.omitted, [&](xml::TextRange gap) { return isInside(signature, gap); });
@@ -111,6 +116,7 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
             return true;
         }
     }
+    // Some signers insert the element first and fill it when all is computed.
     const TextEdit emptied[] = {{contentOf(document, target.signature), ""}};
     return visitEdited(kept, emptied, cause::kEnvelopedNotRemoved,
                        "the signature was digested with the element, as an empty one", visit);
@@ -132,6 +138,7 @@ bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
     while (to < text.size() && isSpace(text[to])) {
         ++to;
     }
+    // The three ways in which there may have been less of it.
     struct Side {
         xml::TextRange range;
         std::string_view where;
@@ -186,6 +193,7 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
         marked.append(kOpen).append(name).append(kClose);
         at = end;
     }
+    // As they stand, and left out: parsers without the declarations do the one or the other.
     for (const std::string* const text : {&marked, &dropped}) {
         xml::ParseFailure why;
         Target other = target;
@@ -238,6 +246,8 @@ bool otherSignatureRemovals(const Target& target, const ChangeVisit& visit) {
     return laterSignatures(target, visit);
 }
 
+// Parsers that do not read the declaration know neither defaults nor types nor entities
+// (XML 1.0, 5.1).
 bool unreadDocumentType(const Target& target, const ChangeVisit& visit) {
     const xml::TextRange doctype = target.structure->doctypeRange();
     if (doctype.empty()) {
@@ -251,6 +261,7 @@ bool unreadDocumentType(const Target& target, const ChangeVisit& visit) {
            unexpandedEntities(target, visit);
 }
 
+// In document order, since an element that comes early holds more and is more often meant.
 bool otherElements(const Target& target, const ChangeVisit& visit) {
     Target other = target;
     other.apex = xml::kNoElement;

@@ -61,6 +61,7 @@ std::string digestedOctets(const VerifyQuery& query, Document& scratch, int inde
     return std::string(asText(result.octets.view()));
 }
 
+// Null where there are no octets, or too many: then the cause that the verification found stays.
 std::unique_ptr<Job> referenceJob(const VerifyQuery& query, const Rules& rules, int index,
                                   Budget& budget) {
     LogNull log;
@@ -111,6 +112,7 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
                : nullptr;
 }
 
+// Null where no key can have made the value, or the octets cannot be made.
 std::unique_ptr<Job> valueJob(const VerifyQuery& query, const Rules& rules, Budget& budget) {
     LogNull log;
     Document scratch(query.document->structure, query.limits);
@@ -128,6 +130,7 @@ std::unique_ptr<Job> valueJob(const VerifyQuery& query, const Rules& rules, Budg
         octets.octets().size() > kMostFormOctets) {
         return nullptr;
     }
+    // A digest of an invoice was canonicalized from nothing.
     if (!octets.isInvoiceHash()) {
         job->target = targetOfSignedInfo(scratch, query.selection, rules);
     }
@@ -153,6 +156,7 @@ std::string_view valueCode(std::string_view code) {
             return ofValue;
         }
     }
+    // What concerns the key, the padding or the writing of the value is the same for both.
     constexpr std::string_view kOfValues[] = {cause::kOtherKeyInDocument, cause::kOtherGivenKey,
                                               cause::kOtherSignatureHash, cause::kOtherPadding,
                                               cause::kReversedValue,      cause::kValueEncoding,
@@ -193,6 +197,7 @@ Cause referenceCause(const Job& job, bool valueHolds) {
                                : makeCause(found->code, found->evidence);
 }
 
+// A value for which nothing fits: the key is the signer's, or nobody can tell.
 Cause valueCause(const Job& job) {
     const std::optional<Finding>& found = job.search->finding();
     if (!found) {
@@ -203,6 +208,7 @@ Cause valueCause(const Job& job) {
                : makeCause(valueCode(found->code), found->evidence);
 }
 
+// Unsupported methods and limits are no failures that a search could explain.
 bool isWorthSearching(ValueCheck value) {
     return value == ValueCheck::WrongKey || value == ValueCheck::Mismatch ||
            value == ValueCheck::MalformedValue || value == ValueCheck::NoKey;
@@ -315,6 +321,7 @@ void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budge
         return;
     }
     dropAdvice(signature);
+    // Making the forms has the whole of the time; what it leaves is shared out.
     budget.beginShare(1);
     std::vector<Failure> failures = collectFailures(query, rules, budget, signature);
     const bool referencesFail = !failures.empty();

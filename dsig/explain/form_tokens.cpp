@@ -28,6 +28,7 @@ std::size_t behindTag(std::string_view form, std::size_t start) {
     return form.size();
 }
 
+// The markup that begins with the '<' at `start`. What is not closed reaches to the end.
 Token markupAt(std::string_view form, std::size_t start) {
     const std::string_view rest = form.substr(start);
     TokenKind kind = TokenKind::Other;
@@ -80,6 +81,7 @@ std::vector<Token> formTokens(std::string_view form) {
     return tokens;
 }
 
+// No prefix is taken off: evidence shows names as they are written.
 std::string_view tagName(std::string_view tag) noexcept {
     tag.remove_prefix(tag.starts_with("</") ? 2 : 1);
     const std::size_t end = tag.find_first_of(" \t\r\n/>");
@@ -87,6 +89,7 @@ std::string_view tagName(std::string_view tag) noexcept {
 }
 
 std::string pathAt(std::string_view form, std::size_t offset) {
+    // One pass from the beginning: paths are asked for once, when something was found.
     std::vector<std::string_view> names;
     std::size_t at = 0;
     for (const Token& token : formTokens(form)) {

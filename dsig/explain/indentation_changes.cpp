@@ -10,6 +10,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// White space between tags that holds a line end.
 bool breaksLine(const Token& token) {
     return token.kind == TokenKind::Text && isBlank(token.text) &&
            token.text.find('\n') != std::string_view::npos;
@@ -35,6 +36,7 @@ std::vector<Token> withoutLines(const std::vector<Token>& tokens, Change& change
     return kept;
 }
 
+// The pieces as a text again.
 std::string joined(const std::vector<Token>& tokens) {
     std::string out;
     for (const Token& token : tokens) {
@@ -109,6 +111,7 @@ std::string indented(const std::vector<Token>& tokens, std::size_t size, std::st
     return out;
 }
 
+// What printers indent by, the commonest first.
 struct Unit {
     std::string_view text;
     std::string_view name;
@@ -117,8 +120,10 @@ constexpr Unit kUnits[] = {
     {"  ", "two blanks"},        {"    ", "four blanks"}, {"\t", "a tab"},
     {" ", "one blank"},          {"", "nothing"},         {"   ", "three blanks"},
     {"        ", "eight blanks"}};
+// An element that was printed with its document stands at the depth that it had there.
 constexpr std::size_t kMostBaseDepth = 6;
 
+// Prints the pieces in every unit, from every depth.
 bool printedAnew(const std::vector<Token>& tokens, std::size_t size, bool hadLines,
                  const ChangeVisit& visit) {
     for (std::size_t base = 0; base <= kMostBaseDepth; ++base) {
@@ -134,6 +139,7 @@ bool printedAnew(const std::vector<Token>& tokens, std::size_t size, bool hadLin
             if (change.places == 0) {
                 return false; // nothing to print on lines
             }
+            // Without a unit every depth looks alike.
             if ((base == 0 || !unit.text.empty()) && visit(change)) {
                 return true;
             }

@@ -18,12 +18,14 @@ void append(char32_t character, std::string& out) {
     out.append(octets, text::encodeUtf8(character, octets));
 }
 
+// As UTF-8.
 std::string encoded(char32_t character) {
     std::string out;
     append(character, out);
     return out;
 }
 
+// Null for a character that is no composed letter.
 const ComposedLetter* findLetter(char32_t letter) {
     const auto* const at = std::lower_bound(
         std::begin(kComposedLetters), std::end(kComposedLetters), letter,
@@ -66,6 +68,8 @@ template <class Visit> void forEachCharacter(std::string_view text, const Visit&
     }
 }
 
+// The two forms of Unicode Standard Annex 15, for the letters of the table; other alphabets stay as
+// they are.
 Change decomposedForm(std::string_view form) {
     Change change{cause::kNormalization,
                   "letters with marks were composed (NFC); they were decomposed (NFD) when it was "
@@ -114,6 +118,7 @@ constexpr char32_t kUsualLetters[] = {
     0xE3, 0xF5, 0xE2,   0xEA,   0xF4,   0xE5,   0xF8,   0xE6,   0xC4,   0xD6,   0xDC,   0xC9,  0xD1,
     0xB0, 0xA0, 0x20AC, 0x2013, 0x2019, 0x201C, 0x201D, 0x201E, 0x2018, 0x2014, 0x2026, 0x2022};
 
+// Latin, Greek and Cyrillic letters, the usual ones first.
 std::vector<char32_t> alphabet(std::size_t size) {
     std::vector<char32_t> letters(std::begin(kUsualLetters), std::end(kUsualLetters));
     const auto addRange = [&](char32_t first, char32_t last) {
@@ -165,6 +170,7 @@ std::vector<LostPlace> lostPlaces(std::string_view form, std::size_t width) {
 // Every letter at every place: the places are the digits of a number that is counted up.
 bool tryLetters(std::string_view form, const std::vector<LostPlace>& places,
                 const std::vector<char32_t>& letters, const ChangeVisit& visit) {
+    // All places begin with the likeliest letter.
     std::vector<std::size_t> digits(places.size(), 0);
     for (bool more = true; more;) {
         Change change{cause::kLostCharacters, {}, {}};
@@ -264,6 +270,7 @@ bool normalizationChanges(std::string_view form, const ChangeVisit& visit) {
     return false;
 }
 
+// One letter everywhere is tried for any number of places; different ones for a few only.
 bool restoredCharacters(std::string_view form, const ChangeVisit& visit) {
     for (std::size_t width = 1; width <= 3; ++width) {
         const std::vector<LostPlace> places = lostPlaces(form, width);

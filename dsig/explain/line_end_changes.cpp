@@ -15,6 +15,7 @@ struct LineEndRule {
     std::string_view evidence;
 };
 
+// Ways between LF, CR LF, CR and the reference, the commonest first.
 constexpr LineEndRule kRules[] = {
     {"\n", "\r\n", false, "line ends became LF; they were CR LF when it was signed"},
     {"\n", "&#xD;\n", false, "line ends became LF; they were &#xD; LF when it was signed"},
@@ -33,6 +34,7 @@ constexpr LineEndRule kRules[] = {
     {"&#xA;", " ", false, "line ends in attribute values were digested as blanks"},
 };
 
+// Base64 in lines, say: its line ends come from an encoder, those between tags from a printer.
 void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& change) {
     std::string out;
     std::size_t at = 0;
@@ -60,6 +62,7 @@ void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& chan
 bool lineEndChanges(std::string_view form, const ChangeVisit& visit) {
     for (const LineEndRule& rule : kRules) {
         Change change{cause::kLineEnds, std::string(rule.evidence), {}};
+        // Spares the walk over the tags.
         if (form.find(rule.from) == std::string_view::npos) {
             continue;
         }

@@ -13,6 +13,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// Characters that may be written as such or as a reference; the standard chooses one of the two.
 struct EscapeRule {
     std::string_view code;
     std::string_view from;
@@ -42,6 +43,7 @@ constexpr EscapeRule kEscapes[] = {
      "ampersands were escaped twice when it was signed"},
 };
 
+// Carries a rule out in texts or in start tags.
 void escape(const std::vector<Token>& tokens, const EscapeRule& rule, Change& change) {
     std::string out;
     std::size_t at = 0;
@@ -69,6 +71,7 @@ void escape(const std::vector<Token>& tokens, const EscapeRule& rule, Change& ch
     change.places = places;
 }
 
+// Each rule by itself.
 bool escapeChanges(const std::vector<Token>& tokens, const ChangeVisit& visit) {
     for (const EscapeRule& rule : kEscapes) {
         Change change{rule.code, std::string(rule.evidence), {}};
@@ -104,6 +107,7 @@ Change emptyTags(const std::vector<Token>& tokens, std::string_view ending) {
     return change;
 }
 
+// Values that hold the other quote are rare enough to be passed over.
 Change singleQuotes(const std::vector<Token>& tokens) {
     Change change{cause::kOtherCanonicalization, "attribute values stood in single quotes", {}};
     for (const Token& token : tokens) {
@@ -168,6 +172,7 @@ std::string stringValue(const std::vector<Token>& tokens, bool resolved) {
     return out;
 }
 
+// Between the first start tag and the last end tag; empty where there is nothing.
 std::string_view inner(std::string_view form, const std::vector<Token>& tokens) {
     std::size_t from = 0;
     while (from < tokens.size() && tokens[from].kind != TokenKind::StartTag) {
@@ -186,6 +191,7 @@ std::string_view inner(std::string_view form, const std::vector<Token>& tokens) 
                        static_cast<std::size_t>(end - start));
 }
 
+// Nothing has no digest, and equals nothing.
 bool visitUnlessEmpty(const ChangeVisit& visit, std::string_view code, std::string evidence,
                       std::string octets) {
     return !octets.empty() && visit({code, std::move(evidence), std::move(octets)});
@@ -193,6 +199,7 @@ bool visitUnlessEmpty(const ChangeVisit& visit, std::string_view code, std::stri
 
 } // namespace
 
+// Empty elements first: nearly every serializer writes them as one tag.
 bool markupChanges(std::string_view form, const ChangeVisit& visit) {
     const std::vector<Token> tokens = formTokens(form);
     for (const Change& change : {emptyTags(tokens, "/>"), emptyTags(tokens, " />"),

@@ -17,9 +17,11 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// A document can hold any number of certificates, and each becomes a key of some kilobytes.
 constexpr std::size_t kMostKeys = 100;
 constexpr std::size_t kMostCertificateText = 64 * 1024;
 
+// Quoted, for it comes from a document.
 std::string subjectOf(const VantrelX509& certificate) {
     LogNull log;
     XString name;
@@ -27,6 +29,7 @@ std::string subjectOf(const VantrelX509& certificate) {
     return quoted(name.getUtf8Sb().view());
 }
 
+// One that gives no key is passed over, as everything here that cannot be read.
 void addCertificate(const VantrelX509& certificate, std::string_view code, std::string_view where,
                     KeyCollection& keys) {
     LogNull log;
@@ -53,6 +56,8 @@ void addCertificateElement(const xml::XmlDocument& document, const ClsXml& any,
     }
 }
 
+// By local names, wherever they stand: in KeyInfo elements of other signatures, in tokens, in the
+// certificate values of XAdES.
 void addDocumentKeys(const KeyQuery& query, KeyCollection& keys) {
     const xml::XmlDocument& document = *query.document->structure;
     const ClsXml& any = *query.selection.signature;
@@ -78,6 +83,7 @@ void addDocumentKeys(const KeyQuery& query, KeyCollection& keys) {
 } // namespace
 
 bool KeyCollection::add(Ref<ClsPublicKey> key, Deviation deviation) {
+    // The first entry of a key keeps it: keys that a verification tries come first.
     const bool known = std::any_of(tried.begin(), tried.end(), [&](const TriedKey& each) {
         return isSameKey(*each.key, key->key());
     });
@@ -96,6 +102,7 @@ KeyCollection collectKeys(const KeyQuery& query) {
     for (CandidateKey& candidate : candidateKeys(query, leniencies, log)) {
         keys.add(std::move(candidate.key), {});
     }
+    // Behind the candidates, so that only other keys count as others.
     addDocumentKeys(query, keys);
     for (std::size_t i = 0; query.store != nullptr && i < kMostKeys; ++i) {
         const VantrelX509* const certificate = query.store->certificateAt(i);

@@ -24,11 +24,13 @@ constexpr std::string_view kDeclarations[] = {
     R"(<?xml version="1.0" encoding="utf-16"?>)",
     R"(<?xml version="1.0" encoding="windows-1252"?>)",
 };
+// What stands between the declaration and the root element.
 constexpr std::string_view kSeparators[] = {"", "\n", "\r\n"};
 
 } // namespace
 
 bool prologChanges(std::string_view form, const ChangeVisit& visit) {
+    // External data may have one of its own.
     if (form.starts_with("<?xml ")) {
         return false;
     }

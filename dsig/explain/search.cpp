@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t kMostKept = 400;
 constexpr std::size_t kMostKeptOctets = std::size_t{64} << 20;
 
+// Evidence of two steps; either may be empty.
 std::string joined(std::string first, const std::string& second) {
     if (first.empty() || second.empty()) {
         return first + second;
@@ -46,6 +47,7 @@ bool Search::offer(const Change& change, std::string_view before, const Kept* fi
     if (!m_goal.isReachedBy(asBytes(change.octets), depth, deviation)) {
         return m_budget.stoppedEarly();
     }
+    // The earliest step names the cause: a processing, a change, then how the digest was made.
     Finding found{change.code, withPlaces(change, before)};
     if (first != nullptr) {
         found.code = first->code;
@@ -57,6 +59,7 @@ bool Search::offer(const Change& change, std::string_view before, const Kept* fi
     return true;
 }
 
+// `first`: what has been done to the form already.
 bool Search::tryTexts(std::string_view form, const Kept* first, std::size_t fromFamily,
                       Depth depth) {
     const auto families = textFamilies();
@@ -114,6 +117,7 @@ bool Search::tryPairs() {
     return false;
 }
 
+// The order is that of cost, and where two hypotheses give the same octets, of likelihood.
 bool Search::runQuick() {
     if (m_form.size() > kMostFormOctets) {
         return false;
@@ -137,6 +141,7 @@ bool Search::runQuick() {
 }
 
 bool Search::runThorough(std::string& remark) {
+    // Without a digest to compare with, every candidate would cost a key operation.
     const int hashId = m_goal.knownHash();
     if (hashId == 0) {
         return false;

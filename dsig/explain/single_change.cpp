@@ -36,6 +36,7 @@ struct Alphabets {
     std::vector<std::uint8_t> added;
 };
 
+// The second to fourth octet of a character.
 bool isContinuation(unsigned octet) { return octet >= 0x80 && octet < 0xC0; }
 
 // Octets of a character are exchanged for those that may stand in the same place of one (RFC 3629).
@@ -59,6 +60,7 @@ bool isText(unsigned octet) {
 bool isDigit(unsigned octet) { return octet >= '0' && octet <= '9'; }
 bool isLetter(unsigned octet) { return (octet | 0x20) >= 'a' && (octet | 0x20) <= 'z'; }
 
+// Digits for digits, capitals for small letters, marks for marks: what people mistype or alter.
 bool isLikely(unsigned here, unsigned signedOctet) {
     if (isDigit(here)) {
         return isDigit(signedOctet);
@@ -71,6 +73,7 @@ bool isLikely(unsigned here, unsigned signedOctet) {
            kMarks.find(static_cast<char>(signedOctet)) != std::string_view::npos;
 }
 
+// Made once a tier: the inner loop goes through ready lists.
 Alphabets alphabets(Tier tier) {
     Alphabets all;
     for (unsigned octet = 0; octet < 256; ++octet) {
@@ -253,6 +256,7 @@ void runWorkers(const Prefixes& prefixes, const Alphabets& alphabets, ByteView d
     }
 }
 
+// Where it is, what stands there and what was signed.
 std::string describe(std::string_view form, const Found& found) {
     constexpr std::size_t kContext = 20;
     const std::size_t from = found.at - std::min(found.at, kContext);

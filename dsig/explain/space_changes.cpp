@@ -27,12 +27,14 @@ bool looksBase64(std::string_view text) {
     return text.size() >= kShortest && text.find_first_not_of(kDigits) == std::string_view::npos;
 }
 
+// The helpers of the rules below; each returns the text as it would have been.
 std::string withoutSpace(std::string_view text) {
     std::string out(text);
     std::erase_if(out, isSpace);
     return out;
 }
 
+// XML Schema 1.0, 4.3.6, "collapse", but for the ends.
 std::string collapsed(std::string_view text) {
     std::string out;
     for (const char c : text) {
@@ -65,6 +67,7 @@ struct SpaceRule {
     TextRule apply;
 };
 
+// Rules that change less come before those that change more: where both fit, less was changed.
 constexpr SpaceRule kRules[] = {
     {"white space stands between tags that was not there when it was signed",
      [](const TextPlace& p) { return p.isBlank && !p.isLeaf ? "" : std::string(p.text); }},
@@ -102,6 +105,7 @@ constexpr SpaceRule kRules[] = {
      [](const TextPlace& p) { return wrapped(p, 64, "\n", true); }},
 };
 
+// Counts the texts that a rule changes.
 void applyRule(const std::vector<Token>& tokens, TextRule rule, Change& change) {
     std::size_t at = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -129,6 +133,7 @@ struct Replacement {
     std::string_view evidence;
 };
 
+// Characters that editors and mail programs exchange for blanks.
 constexpr Replacement kReplacements[] = {
     {"\t", " ", "tabs were digested as blanks"},
     {"\t", "  ", "tabs were two blanks when it was signed"},

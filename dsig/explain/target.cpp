@@ -18,6 +18,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// Refuses more than may be held.
 class StringSink final : public xml::CanonSink {
 public:
     explicit StringSink(std::string& out) noexcept : m_out(out) {}
@@ -56,6 +57,7 @@ void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Ta
 // One transform of the list, canonicalizations noted and not carried out.
 bool takeStep(const ClsXml& transform, const Selection& selection, const DSigReference& reference,
               const Rules& rules, WorkingText& text, Target& target) {
+    // As dsig/reference/digest_input.cpp does it, whose names these are.
     LogNull log;
     CodeSet leniencies;
     StringBuffer algorithm;
@@ -78,6 +80,7 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
            xPathStep(&transform, text, algorithm, xPath, leniencies, log) == RefReason::Match;
 }
 
+// All transforms of the list, in their order.
 bool takeSteps(Document& document, const Selection& selection, const DSigReference& reference,
                const Rules& rules, WorkingText& text, Target& target) {
     LogNull log;
@@ -232,6 +235,7 @@ std::optional<Target> targetOfReference(Document& document, const Selection& sel
         return std::nullopt;
     }
     target.omitted.assign(text.gaps().begin(), text.gaps().end());
+    // What a verification would write, faulty orders included.
     target.order = inForce.attributeOrder();
     // What has been taken out is in the structure still, unless the text was cut since.
     target.signature = target.structure == document.structure ? selection.element()

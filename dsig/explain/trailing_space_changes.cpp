@@ -8,6 +8,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// What editors strip at the ends of lines.
 bool isBlankOrTab(char c) { return c == ' ' || c == '\t'; }
 
 // Lines without the blanks and tabs at their ends.
@@ -53,6 +54,7 @@ Change trimmedTexts(std::string_view form) {
     return change;
 }
 
+// What a program may have written behind the last tag, and digested with the rest.
 struct Ending {
     std::string_view text;
     std::string_view evidence;
@@ -68,6 +70,7 @@ constexpr Ending kEndings[] = {
 
 } // namespace
 
+// Canonical XML 1.0, 2.1 has nothing behind the document element but comments and instructions.
 bool endChanges(std::string_view form, const ChangeVisit& visit) {
     std::size_t size = form.size();
     while (size > 0 && isSpace(form[size - 1])) {
@@ -93,6 +96,7 @@ bool endChanges(std::string_view form, const ChangeVisit& visit) {
 
 namespace {
 
+// Runs that may have stood there, the shortest first.
 constexpr std::array<std::string_view, 7> kLostSpace = {" ",    "  ",   "\t",   "   ",
                                                         "    ", "\t\t", "     "};
 
@@ -122,6 +126,7 @@ bool trailingSpaceChanges(std::string_view form, const ChangeVisit& visit) {
     return false;
 }
 
+// At one place only: with several the combinations are too many.
 bool restoredTrailingSpace(std::string_view form, const ChangeVisit& visit) {
     for (const std::size_t place : strippedPlaces(form)) {
         for (const std::string_view lost : kLostSpace) {

@@ -23,6 +23,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// Appendable forms of what the foundation gives as views and buffers.
 std::string digestOf(int hashId, ByteView octets) {
     std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
     return std::string(asText(crypto::hashBytes(hashId, octets, bytes)));
@@ -54,6 +55,7 @@ Deviation both(const Deviation& one, const Deviation& other) {
     return {one.code, one.evidence + "; and " + other.evidence};
 }
 
+// `made`: by the value; `named`: by the method.
 Deviation otherHash(int made, int named) {
     if (made == named) {
         return {};
@@ -68,6 +70,8 @@ struct SecondHash {
     std::string_view what;
     std::string (*text)(std::string_view digest);
 };
+// Interfaces that sign a digest hash what they are given; callers who gave a digest had it hashed
+// twice.
 constexpr SecondHash kSecondHashes[] = {
     {"the digest", [](std::string_view d) { return std::string(d); }},
     {"the digest's hexadecimal text",
@@ -98,6 +102,7 @@ std::vector<ValueReading> valueReadings(std::string_view given) {
     std::vector<ValueReading> readings;
     std::string octets;
     std::string inner;
+    // Numbers of some interfaces stand with their least octet first, as a whole or r and s each.
     if (decoded(text, text::Encoding::Base64, octets)) {
         readings.push_back({octets, {}});
         readings.push_back({{octets.rbegin(), octets.rend()},
@@ -175,6 +180,7 @@ RsaGoal::RsaGoal(std::span<const ValueReading> values, std::span<const TriedKey>
                 !budget.takeKeyOperation(keyOperationWeight(*tried.key))) {
                 continue;
             }
+            // The operation of the key is done here, once; candidates cost a hash from now on.
             std::vector<std::uint8_t> block(rsa->sizeInBytes());
             if (rsa->recover(asBytes(value.octets), block)) {
                 takeBlock(std::string(asText(block)), rsa->bits(),
@@ -258,6 +264,7 @@ bool RsaGoal::isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
         depth == Depth::Plain ? std::vector<int>{m_method.hashId} : allHashes();
     for (const int hashId : hashes) {
         const std::string digest = digestOf(hashId, octets);
+        // Signers take SHA-1 for the mask by default where nobody says otherwise (RFC 8017, A.2.3).
         for (const int mask : {hashId, kHashSha1, m_method.hashId}) {
             // The check writes into the block.
             std::vector<std::uint8_t> copy(block.octets.begin(), block.octets.end());
@@ -305,6 +312,7 @@ CurveGoal::CurveGoal(std::vector<ValueReading> values, std::vector<TriedKey> key
                      ValueMethod method, Budget& budget)
     : m_values(std::move(values)), m_keys(std::move(keys)), m_method(method), m_budget(budget) {}
 
+// One operation of one key, where the budget allows it.
 bool CurveGoal::verifies(const TriedKey& key, const ValueReading& value, ByteView digest) {
     LogNull log;
     bool verified = false;
@@ -384,6 +392,7 @@ bool MacGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
                               static_cast<int>(secret.octets.size()), hashId, bytes, log)) {
                 continue;
             }
+            // Compared in variable time: the secret is the caller's, and so is the answer.
             const std::string_view mac = asText(bytes.view());
             for (const ValueReading& value : m_values) {
                 const bool isCut = value.octets.size() < mac.size();
