@@ -34,6 +34,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    // What is left of each.
     std::uint64_t m_octets;
     std::uint64_t m_keyOperations;
     Clock::duration m_timeLeft;

@@ -199,6 +199,7 @@ bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool 
 } // namespace
 
 bool otherCanonicalizations(const Target& target, const ChangeVisit& visit) {
+    // Everything but what is tried stays as the signature has it.
     Target other = target;
     // The same method with or without comments first: that is the smaller step.
     other.withComments = !target.withComments;
@@ -277,6 +278,7 @@ bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
     if (!form) {
         return false;
     }
+    // The rest works on the form: attribute by attribute, as they are written there.
     const std::vector<Token> tokens = formTokens(*form);
     for (const OrderRule& rule : kOrders) {
         const Change change = reordered(tokens, rule.evidence, [&](Attributes& attributes) {
@@ -286,6 +288,7 @@ bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
             return true;
         }
     }
+    // Some trees hand their attributes out from the last to the first.
     const Change reversed = reordered(
         tokens, "attributes were written in the reverse order",
         [](Attributes& attributes) { std::reverse(attributes.begin(), attributes.end()); });

@@ -9,6 +9,9 @@
 namespace vantrel::dsig::explain {
 
 // One hypothesis carried out: the octets as they would have been if its cause were the true one.
+// A value: it owns its octets, so that it may outlive the form that it was made of. Changes are
+// made one at a time and offered before the next is made, which bounds the memory by one copy of
+// the form.
 struct Change {
     std::string_view code; // one of codes.h
     std::string evidence;  // what was changed, without the places
@@ -23,6 +26,7 @@ struct Change {
 using ChangeVisit = std::function<bool(const Change&)>;
 
 // The evidence with the number of places and the line of the first, in the text that was changed.
+// Only for a change that is going to be shown: counting lines is a pass over the form.
 [[nodiscard]] std::string withPlaces(const Change& change, std::string_view before);
 
 // Replaces every `from` by `to`, and counts.

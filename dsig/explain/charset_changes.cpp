@@ -26,6 +26,8 @@ struct Form {
     std::string_view mark;
     bool wide; // other octets even for ASCII
 };
+// Sets of the countries whose formats are signed most; those that share most of their letters are
+// told apart by the digest.
 constexpr Form kForms[] = {
     {"ISO-8859-1", "", false},      {"windows-1252", "", false},    {"ISO-8859-15", "", false},
     {"windows-1250", "", false},    {"ISO-8859-2", "", false},      {"windows-1251", "", false},
@@ -33,6 +35,7 @@ constexpr Form kForms[] = {
     {"UTF-16BE", "\xFE\xFF", true},
 };
 
+// A character that the set does not have rules it out.
 bool otherCharset(std::string_view form, const ChangeVisit& visit) {
     const bool ascii = isAscii(form);
     for (const Form& each : kForms) {
@@ -75,6 +78,7 @@ bool encodedTwice(std::string_view form, const ChangeVisit& visit) {
 
 enum class Number { Decimal, Hex, LowerHex };
 
+// "&#233;", "&#xE9;", "&#xe9;"
 void appendReference(char32_t character, Number number, std::string& out) {
     char digits[12];
     const auto value = static_cast<std::uint32_t>(character);
@@ -96,6 +100,7 @@ bool otherCharacters(std::string_view form, const ChangeVisit& visit) {
     if (isAscii(form)) {
         return false;
     }
+    // Plain functions, so that the table is constant.
     struct Rule {
         std::string_view code;
         std::string_view evidence;
@@ -140,6 +145,7 @@ bool otherCharacters(std::string_view form, const ChangeVisit& visit) {
 } // namespace
 
 bool charsetChanges(std::string_view form, const ChangeVisit& visit) {
+    // The mark belongs to a file and not to its text, so no canonical form has one.
     Change mark{cause::kByteOrderMark, "a byte-order mark was digested ahead of the rest",
                 std::string(kMark)};
     mark.octets += form;

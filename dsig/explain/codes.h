@@ -9,6 +9,7 @@ namespace vantrel::dsig::explain {
 // changed have the stored digest, or make the value verify.
 namespace cause {
 // The octets digested, as a text.
+// What stands here is what was digested when it was verified.
 inline constexpr std::string_view kLineEnds = "line-ends";
 inline constexpr std::string_view kTrailingWhitespace = "trailing-whitespace";
 inline constexpr std::string_view kIndentation = "indentation";

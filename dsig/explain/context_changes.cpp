@@ -65,6 +65,8 @@ std::optional<Target> alone(const Target& target, const std::string& attributes)
             text.erase(gap->start - extent.start, gap->length);
         }
     }
+    // Behind the name, ahead of the attributes; which comes first does not matter to a canonical
+    // form.
     const std::size_t nameSize = document.qualifiedName(target.apex).size();
     text.insert(1 + nameSize, attributes);
     xml::ParseFailure why;
@@ -104,6 +106,7 @@ bool visitAlone(const Target& target, const Context& namespaces, const Context& 
 
 // Calls visit(subset) for every subset of the context's first members.
 template <class Visit> bool anySubset(const Context& context, const Visit& visit) {
+    // By name, so that the same document always gives the same order.
     const std::vector<std::pair<std::string, std::string>> all(context.begin(), context.end());
     const std::size_t count = std::min(all.size(), kMostCombined);
     for (std::size_t subset = 0; subset < std::size_t{1} << count; ++subset) {
@@ -157,6 +160,7 @@ Target atElement(const Target& target) {
 // One more declaration, or two: serializers put both xsi and xsd.
 bool addedDeclarations(const Target& target, const Context& all, const Context& xmlAttributes,
                        const ChangeVisit& visit) {
+    // On top of what is in force: an element that was moved kept its own.
     const Context others = otherDeclarations(target, all);
     for (auto one = others.begin(); one != others.end(); ++one) {
         // With itself it is one alone.
@@ -181,6 +185,7 @@ bool addedDeclarations(const Target& target, const Context& all, const Context& 
 } // namespace
 
 bool outerContexts(const Target& target, const ChangeVisit& visit) {
+    // The document element inherits nothing.
     if (target.apex == xml::kNoElement) {
         return false;
     }

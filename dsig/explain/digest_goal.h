@@ -32,12 +32,15 @@ private:
         bool isWhole = true;       // false: the front of a digest
     };
 
+    // Readings that are too short or too long for a digest are left out.
     void addReading(std::string octets, std::string_view evidence);
+    // Compares the digest by one hash with all readings.
     [[nodiscard]] bool matches(int hashId, ByteView octets, Deviation& deviation) const;
     // The reading that is a whole digest of the declared method; null without one.
     [[nodiscard]] const Reading* usualReading() const noexcept;
     [[nodiscard]] bool mayBeOf(const Reading& reading, int hashId) const noexcept;
 
+    // The standard's first.
     std::vector<Reading> m_readings;
     std::vector<int> m_others; // hashes that a reading may be of, but for the declared one
     int m_hashId;

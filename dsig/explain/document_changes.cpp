@@ -54,6 +54,7 @@ bool laterSignatures(const Target& target, const ChangeVisit& visit) {
     if (others.empty()) {
         return false;
     }
+    // From the last to the first: signatures are added behind one another.
     Target without = target;
     for (auto other = others.rbegin(); other != others.rend(); ++other) {
         Target one = target;
@@ -88,6 +89,7 @@ xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId elemen
 // later is empty.
 bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
     const xml::XmlDocument& document = *target.structure;
+    // In the order in which programs come to compute them.
     constexpr std::string_view kComputed[] = {"SignatureValue", "DigestValue", "X509Certificate",
                                               "KeyInfo"};
     // The enveloped signature stays in.
@@ -130,6 +132,7 @@ bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
     }
     const std::string_view text = target.structure->text();
     const xml::TextRange signature = target.rangeOf(target.signature);
+    // The runs on both sides, in the text as it was loaded.
     std::size_t from = signature.start;
     while (from > 0 && isSpace(text[from - 1])) {
         --from;
@@ -179,6 +182,7 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
     // Private-use characters around the name stand for the reference until it is written.
     constexpr std::string_view kOpen = "\xEE\x80\x80";
     constexpr std::string_view kClose = "\xEE\x80\x81";
+    // Both texts are built in one walk; the declaration goes, so that no reference is expanded.
     std::string marked(source.substr(0, doctype.start));
     std::string dropped = marked;
     for (std::size_t at = doctype.end(); at < source.size(); ++at) {

@@ -57,6 +57,7 @@ std::string digestedOctets(const VerifyQuery& query, Document& scratch, int inde
     splitDirs(query.externalDirs, dirs);
     const ReferenceQuery reference{
         &scratch, query.selection, index, {query.externalData, query.selection.index, &dirs}, true};
+    // The plain attempt; what a retry would digest is among the hypotheses.
     const ReferenceResult result = attemptReference(reference, inForce, log);
     return std::string(asText(result.octets.view()));
 }
@@ -75,6 +76,7 @@ std::unique_ptr<Job> referenceJob(const VerifyQuery& query, const Rules& rules, 
     DSigReference reference;
     reference.parseReference(*element, log);
     auto job = std::make_unique<Job>();
+    // Without a target the octets are still searched as a text.
     job->target = targetOfReference(scratch, query.selection, reference, rules);
     job->goal = std::make_unique<DigestGoal>(
         reference.m_digestValue.view(),
@@ -224,6 +226,7 @@ struct Failure {
 // as it stands the value verifies. Nothing else is to be searched then.
 bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
                           SignatureReport& report) {
+    // All failed digests at once: whoever exchanges one leaves the others, which then match.
     std::string form = value.search->form();
     std::string indexes;
     for (const Failure& failure : failures) {
@@ -271,6 +274,7 @@ std::vector<Failure> collectFailures(const VerifyQuery& query, const Rules& rule
 
 // Cheap hypotheses for every failure come before dear ones for any.
 void runSearches(std::vector<Failure>& failures, Budget& budget) {
+    // Two shares each: what a quick search leaves goes to those behind it.
     std::size_t left = 2 * failures.size();
     for (const Failure& failure : failures) {
         budget.beginShare(left--);

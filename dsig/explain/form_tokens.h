@@ -9,6 +9,8 @@
 
 namespace vantrel::dsig::explain {
 
+// A form is not parsed for being changed: white space, tags and texts are all that the changes look
+// at, and a form that is no XML at all is welcome.
 enum class TokenKind : std::uint8_t {
     Text,
     StartTag,
@@ -32,6 +34,7 @@ struct Token {
 [[nodiscard]] constexpr bool isSpace(char c) noexcept {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
 }
+// Nothing but white space; true for an empty text.
 [[nodiscard]] bool isBlank(std::string_view text) noexcept;
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
 

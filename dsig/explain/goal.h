@@ -23,6 +23,8 @@ enum class Depth : std::uint8_t {
 };
 
 // What candidates for the signed octets are held against: a stored digest or a signature value.
+// A goal judges octets and knows nothing of how they came about; hypotheses make octets and know
+// nothing of the goal. So each new one of either kind works with all of the other.
 class Goal {
 public:
     Goal() = default;

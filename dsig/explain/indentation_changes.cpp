@@ -19,6 +19,7 @@ bool breaksLine(const Token& token) {
 // The pieces without lines between tags. White space that is all there is in an element stays: it
 // is content.
 std::vector<Token> withoutLines(const std::vector<Token>& tokens, Change& change) {
+    // Views into the form, which must outlive them.
     std::vector<Token> kept;
     std::size_t at = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -49,6 +50,7 @@ std::string joined(const std::vector<Token>& tokens) {
 // alone.
 std::vector<bool> mixedElements(const std::vector<Token>& tokens) {
     std::vector<bool> mixed(tokens.size(), false);
+    // By a stack of places: depth is the document's to choose, recursion would be its to exhaust.
     std::vector<std::size_t> open;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         switch (tokens[i].kind) {

@@ -92,6 +92,7 @@ Change composedForm(std::string_view form) {
                   "letters with marks were decomposed (NFD); they were composed (NFC) when it was "
                   "signed",
                   {}};
+    // A mark joins what stands directly ahead of it; others between the two keep them apart.
     char32_t before = 0;         // the character written last
     std::size_t beforeStart = 0; // where, in the new octets
     forEachCharacter(form, [&](char32_t character, std::size_t at, std::size_t length) {
@@ -146,6 +147,7 @@ struct LostPlace {
 // Question marks and replacement characters in texts. `width`: question marks that one letter
 // became.
 std::vector<LostPlace> lostPlaces(std::string_view form, std::size_t width) {
+    // As many question marks as the letter had octets in the set that was lost.
     const std::string marks(width, '?');
     constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
     std::vector<LostPlace> places;

@@ -174,6 +174,7 @@ std::string stringValue(const std::vector<Token>& tokens, bool resolved) {
 
 // Between the first start tag and the last end tag; empty where there is nothing.
 std::string_view inner(std::string_view form, const std::vector<Token>& tokens) {
+    // Comments and instructions around the root are passed over.
     std::size_t from = 0;
     while (from < tokens.size() && tokens[from].kind != TokenKind::StartTag) {
         ++from;
@@ -214,6 +215,7 @@ bool markupChanges(std::string_view form, const ChangeVisit& visit) {
 bool contentChanges(std::string_view form, const ChangeVisit& visit) {
     const std::vector<Token> tokens = formTokens(form);
     const std::string_view content = inner(form, tokens);
+    // The string value of XPath 1.0, 5.2, comments and instructions left out.
     const std::string text = stringValue(tokens, true);
     DataBuffer decoded;
     const std::string_view digits = trimmed(text);

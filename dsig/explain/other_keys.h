@@ -13,6 +13,7 @@ namespace vantrel::dsig::explain {
 // The keys that may have made a signature value, each once.
 struct KeyCollection {
     std::vector<Ref<ClsPublicKey>> owned;
+    // In the order in which they are to be tried.
     std::vector<TriedKey> tried; // borrowed from `owned`
 
     // False when an equal key is there already.

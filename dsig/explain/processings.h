@@ -13,6 +13,8 @@ namespace vantrel::dsig::explain {
 using Processing = bool (*)(const Target& target, const ChangeVisit& visit);
 
 // Another canonicalization, or none.
+// Each is a function over values and can be tried by itself; the target that it is given stays as
+// it is.
 bool otherCanonicalizations(const Target& target, const ChangeVisit& visit);
 bool ignoredPrefixList(const Target& target, const ChangeVisit& visit);
 bool otherPrefixLists(const Target& target, const ChangeVisit& visit);

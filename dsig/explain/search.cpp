@@ -40,6 +40,7 @@ bool Search::offer(const Change& change, std::string_view before, const Kept* fi
     if (change.octets.empty()) {
         return m_budget.timeIsUp();
     }
+    // Twice: once for making the octets, once for hashing them.
     if (!m_budget.takeOctets(2 * m_goal.cost(change.octets.size(), depth))) {
         return true;
     }
@@ -122,6 +123,7 @@ bool Search::runQuick() {
     if (m_form.size() > kMostFormOctets) {
         return false;
     }
+    // The form itself comes first: another hash or encoding of the digest needs no other octets.
     const Change plain{{}, {}, m_form};
     const ChangeVisit alone = [&](const Change& change) {
         return offer(change, m_form, nullptr, Depth::Plain);

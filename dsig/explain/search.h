@@ -24,6 +24,9 @@ struct Finding {
 // The search for the octets that were signed, from those that a verification digests. Hypotheses
 // are tried the cheapest first, alone and then two together, and the first that reaches the goal is
 // what is found. Everything is borrowed for the life of the object.
+// It holds copies of the form and of the forms that processings gave, within kMostFormOctets and a
+// fixed number. A search that the budget ended is as one that found nothing; the budget says which
+// it was.
 class Search final {
 public:
     // `form`: the octets of the verification. `target`: what they were canonicalized from; null
@@ -61,6 +64,7 @@ private:
     std::optional<Finding> m_finding;
     std::vector<Kept> m_kept;
     std::size_t m_keptOctets = 0;
+    // Many processings of a simple document give the same form.
     std::unordered_set<std::size_t> m_seen; // forms, by their hashes
 };
 

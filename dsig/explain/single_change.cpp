@@ -31,6 +31,7 @@ struct Found {
 enum class Tier : std::uint8_t { Likely, All };
 
 // The signed octets that are tried in the place of `here` and before it.
+// By the octet that stands here, since that decides what may have stood in its place.
 struct Alphabets {
     std::array<std::vector<std::uint8_t>, 256> inPlaceOf;
     std::vector<std::uint8_t> added;
@@ -103,6 +104,7 @@ std::uint64_t candidatesPerPlace(const Alphabets& alphabets) {
 
 // The form cut into blocks of the hash, with the hasher's state before each: a candidate is hashed
 // from its block on.
+// Without these states each candidate would cost the whole form, twice as much on average.
 class Prefixes {
 public:
     Prefixes(std::string_view form, int hashId) : m_form(asBytes(form)) {
@@ -126,6 +128,7 @@ private:
 };
 
 // Shared by the threads of a search.
+// Blocks are handed out one by one, so that a processor that others use takes fewer of them.
 struct Shared {
     std::atomic<std::size_t> nextBlock{0};
     std::atomic<bool> stop{false};
@@ -162,6 +165,7 @@ private:
 
     // Whether the digest is that of the form with `instead` for its octets [at, at + removed).
     [[nodiscard]] bool isSigned(std::size_t at, std::size_t removed, ByteView instead) {
+        // The state before the block, then the block as it was signed, then what lies behind it.
         const std::size_t block = m_prefixes.block();
         const std::size_t start = at / block * block;
         crypto::Hasher hasher = m_prefixes.before(at / block);
@@ -236,6 +240,7 @@ void runWorkers(const Prefixes& prefixes, const Alphabets& alphabets, ByteView d
                 const Budget& budget, Shared& shared) {
     constexpr std::size_t kFewBlocks = 8; // not worth a thread
     constexpr unsigned kMostThreads = 16;
+    // One of them is the caller's own.
     const unsigned processors =
         prefixes.blocks() < kFewBlocks
             ? 1

@@ -10,6 +10,7 @@
 
 namespace vantrel::dsig::explain {
 
+// The tiers that the outcomes speak of are the likeliest changes and all of them.
 // How the search for a single changed octet ended.
 enum class SingleChangeOutcome : std::uint8_t {
     Found,

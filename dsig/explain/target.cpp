@@ -169,6 +169,7 @@ std::optional<std::string> canonicalForm(const Target& target) {
 }
 
 std::optional<Target> edited(const Target& target, std::span<const TextEdit> edits) {
+    // Ranges are those of the text with its entities expanded.
     const std::string_view text = target.structure->text();
     std::string changed;
     std::size_t copied = 0;
@@ -191,6 +192,7 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
     if (target.apex != xml::kNoElement && result.apex == xml::kNoElement) {
         return std::nullopt;
     }
+    // What was left out stays left out, where it is still there.
     result.omitted.clear();
     for (const xml::TextRange range : target.omitted) {
         const xml::TextRange moved = xml::rangeOf(shift(range.start), shift(range.end()));
@@ -204,6 +206,7 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
 
 std::optional<Target> targetOfReference(Document& document, const Selection& selection,
                                         const DSigReference& reference, const Rules& rules) {
+    // The steps of a verification, the canonicalization left out: it is what is varied.
     const ReferenceTarget uri = targetOf(reference.m_uri);
     if (uri.kind == ReferenceTarget::Kind::External) {
         return std::nullopt;

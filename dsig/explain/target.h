@@ -25,6 +25,7 @@ struct Target {
     xml::ElementId apex = xml::kNoElement; // kNoElement: the whole document
     std::vector<xml::TextRange> omitted;   // of its text(), ascending and disjoint, each a hole
 
+    // As the last canonicalization of the list has them, or as implied.
     xml::CanonMethod method = xml::CanonMethod::Inclusive;
     bool withComments = false;
     std::vector<std::string> prefixes; // InclusiveNamespaces PrefixList
@@ -40,6 +41,7 @@ struct Target {
     [[nodiscard]] xml::TextRange rangeOf(xml::ElementId element) const noexcept;
     // Whether an element lies in the target, taken out of it or not.
     [[nodiscard]] bool holds(xml::ElementId element) const noexcept;
+    // Whether it lies in a stretch that is left out.
     [[nodiscard]] bool omits(xml::ElementId element) const noexcept;
 };
 

@@ -72,6 +72,7 @@ constexpr Ending kEndings[] = {
 
 // Canonical XML 1.0, 2.1 has nothing behind the document element but comments and instructions.
 bool endChanges(std::string_view form, const ChangeVisit& visit) {
+    // Both directions: something too many at the end, and something too few.
     std::size_t size = form.size();
     while (size > 0 && isSpace(form[size - 1])) {
         --size;
@@ -102,6 +103,7 @@ constexpr std::array<std::string_view, 7> kLostSpace = {" ",    "  ",   "\t",   
 
 // Places where white space may have been stripped: ends of lines, and of texts before an end tag.
 std::vector<std::size_t> strippedPlaces(std::string_view form) {
+    // Ascending; a line end between tags counts, since editors strip all lines alike.
     std::vector<std::size_t> places;
     for (std::size_t at = 1; at < form.size(); ++at) {
         const bool lineEnd = form[at] == '\n';

@@ -239,6 +239,7 @@ bool RsaGoal::isDigestOf(const KnownDigest& known, ByteView octets, Depth depth,
             deviation = both(known.deviation, otherHash(hashId, m_method.hashId));
             return true;
         }
+        // Hashing twice is tried for forms that are likely in themselves.
         if (depth == Depth::Plain) {
             continue;
         }
@@ -359,6 +360,7 @@ bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) 
                 }
             }
         }
+        // With the keys of the signature only: two mistakes at once are rare, and operations dear.
         for (const SecondHash& second : kSecondHashes) {
             for (const TriedKey& key : m_keys) {
                 if (all && key.deviation.code.empty() && !m_values.empty() && !digest.empty() &&

@@ -32,6 +32,7 @@ struct TriedSecret {
 // The caller's secret, and what it would be in another encoding than the one it was given in.
 [[nodiscard]] std::vector<TriedSecret> secretReadings(std::string_view secret);
 
+// Two numbers that the rest of the search needs of an identifier, whatever else it says.
 // What the method's identifier asks for.
 struct ValueMethod {
     int hashId;
@@ -56,18 +57,22 @@ public:
     }
 
 private:
+    // What a key recovers from a value padded by PKCS #1 v1.5, and how that came about.
     struct KnownDigest {
         std::string digest;
         int hashId; // 0: the block names none
         Deviation deviation;
     };
+    // The same for RSASSA-PSS: the salt hides the digest, so the whole block is kept.
     struct PssBlock {
         std::string octets;
         std::size_t modulusBits;
         Deviation deviation;
     };
 
+    // Sorts a recovered block; one of no known form is that of another key.
     void takeBlock(std::string block, std::size_t bits, const Deviation& deviation);
+    // Each compares the octets with one of them.
     [[nodiscard]] bool isDigestOf(const KnownDigest& known, ByteView octets, Depth depth,
                                   Deviation& deviation) const;
     [[nodiscard]] bool isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
@@ -93,6 +98,7 @@ public:
     }
 
 private:
+    // Charged to the budget; false as well when that is used up.
     [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value, ByteView digest);
 
     std::vector<ValueReading> m_values;
