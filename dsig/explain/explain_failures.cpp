@@ -267,6 +267,10 @@ std::vector<Failure> collectFailures(const VerifyQuery& query, const Rules& rule
         if (std::unique_ptr<Job> job = referenceJob(query, rules, reference.index, budget)) {
             held += job->search->form().size();
             failures.push_back({&reference, std::move(job)});
+        } else if (reference.octetCount > kMostFormOctets) {
+            reference.cause.edit().evidence =
+                "with " + counted(static_cast<std::size_t>(reference.octetCount), "octet") +
+                " the form is too large for a search";
         }
     }
     return failures;
