@@ -21,12 +21,13 @@ inline constexpr CommandSet kTimestamp = 1U << 5;
 inline constexpr CommandSet kCompletion = 1U << 6;
 inline constexpr CommandSet kHelp = 1U << 7;
 inline constexpr CommandSet kVersion = 1U << 8;
-inline constexpr CommandSet kExplain = 1U << 9;
-inline constexpr CommandSet kEveryCommand = (1U << 10) - 1;
+inline constexpr CommandSet kReport = 1U << 9;
+inline constexpr CommandSet kExplain = 1U << 10;
+inline constexpr CommandSet kEveryCommand = (1U << 11) - 1;
 
 // Those that verify or do what a verification does up to some point: they share the options that
 // say what is verified and with what.
-inline constexpr CommandSet kVerifying = kVerify | kExplain | kDigestInput;
+inline constexpr CommandSet kVerifying = kVerify | kExplain | kReport | kDigestInput;
 // Those that go through any number of files.
 inline constexpr CommandSet kManyFiles = kVerify | kExplain | kInfo | kC14n | kCerts | kDigestInput;
 

@@ -113,9 +113,24 @@ private:
                 }
             }
             allValid = valid && allValid;
+            if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
+                complaint = lastErrorOf(verifier);
+                return false;
+            }
         }
         m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
         m_result.code = allValid && !indexes.empty() ? kEverythingHolds : kSomethingFails;
+        return m_form != ReportForm::Html || makePage(verifier, complaint);
+    }
+
+    bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
+        XString title(m_result.name);
+        XString page;
+        if (!verifier.HtmlReport(title, page)) {
+            complaint = lastErrorOf(verifier);
+            return false;
+        }
+        m_result.report = page.getUtf8Sb().view();
         return true;
     }
 
@@ -148,7 +163,8 @@ private:
             static_cast<void>(verifier.ExplainFailures(m_settings.effort()));
         }
         m_beforeLast = m_result.report.size();
-        const bool isReported = m_form == ReportForm::None || addSignature(verifier);
+        const bool isReported =
+            m_form == ReportForm::None || m_form == ReportForm::Html || addSignature(verifier);
         if (!isReported) {
             complaint = withRemedy("the report is larger than its limit (reportOctets)",
                                    "--limit reportOctets=NUMBER");

@@ -133,6 +133,13 @@ public:
     /// verdict, the rules in force and the selection stay. False when there is nothing to explain:
     /// no verification, or one that succeeded.
     bool ExplainFailures(int effort);
+    /// Keeps the result of the last verification for HtmlReport, until the next load. False when
+    /// there is none, or the results together pass the limit reportOctets.
+    bool KeepForHtmlReport();
+    /// One stand-alone HTML page about the loaded document and the results that were kept, headed
+    /// `title`: verdict, signers, warnings and causes, and the text with what each signature
+    /// covers. Safe for any content: it carries no script and forbids any.
+    bool HtmlReport(XString& title, XString& outHtml);
     /// Describes the selected signature without verifying it, as one JSON object.
     bool DescribeSignature(XString& outJson);
     /// Appends the octets over which the reference's digest is computed.

@@ -5,10 +5,12 @@
 #include "dsig/document/limits.h"
 #include "dsig/document/rules.h"
 #include "dsig/explain/budget.h"
+#include "dsig/html/page.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -24,6 +26,9 @@ struct ObjectState {
     SignatureReport report;
     // What explanations of the loaded document may still cost; made with the first of them.
     std::optional<explain::Budget> explainBudget;
+    // Results that the caller had kept for a page, in their order; gone with the next load.
+    std::vector<html::PageSignature> kept;
+    std::uint64_t keptOctets = 0; // of their reports
     // Survive loads; the document's accounts refer to them.
     Limits limits;
     // Tried for every signature, last, in this order; none is null. Survive loads.

@@ -86,4 +86,39 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
     }
 }
 
+bool ClsXmlDSig::KeepForHtmlReport() {
+    return MethodFrame::runLater(*this, "KeepForHtmlReport", [&](MethodFrame& frame) {
+        XString json;
+        get_LastJsonData(json);
+        dsig::Document* const loaded = document();
+        if (json.isEmpty() || !m_state->report.present || loaded == nullptr) {
+            m_log.LogError("There is no result to be kept.");
+            return frame.finish(false);
+        }
+        m_state->keptOctets += json.getUtf8Sb().getSize();
+        if (m_state->keptOctets > m_state->limits.reportOctets) {
+            m_log.LogError("The results that are kept pass their limit (reportOctets).");
+            return frame.finish(false);
+        }
+        m_state->kept.push_back({std::string(json.getUtf8Sb().view()),
+                                 dsig::html::placesOf(m_state->report, *loaded->structure)});
+        return frame.result(true);
+    });
+}
+
+bool ClsXmlDSig::HtmlReport(XString& title, XString& outHtml) {
+    return MethodFrame::runLater(*this, "HtmlReport", [&](MethodFrame& frame) {
+        outHtml.clear();
+        if (m_xmlRoot == nullptr || m_xmlRoot->document() == nullptr) {
+            m_log.LogError("There is no document to show.");
+            return frame.finish(false);
+        }
+        std::string html;
+        dsig::html::appendPage(title.getUtf8Sb().view(), *m_xmlRoot->document(), m_state->kept,
+                               html);
+        outHtml.setFromUtf8(html.c_str());
+        return frame.finish(true);
+    });
+}
+
 } // namespace vantrel

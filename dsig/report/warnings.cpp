@@ -169,7 +169,9 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
     // holds is not asked about here.
     std::vector<xml::TextRange> digested = {signature};
     for (const ReferenceResult& reference : report.references) {
-        if (!reference.isSigned) {
+        // Neither vouches for the text that is there.
+        if (!reference.isSigned ||
+            reference.accommodations.contains(accommodation::kDigestTolerated)) {
             continue;
         }
         if (!reference.coverageKnown) {

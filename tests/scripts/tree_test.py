@@ -46,6 +46,7 @@ MAY_INCLUDE = {
     "foundation/keyfile": X509 + ("foundation/cms", "foundation/json"),
     "dsig/document": ("foundation",),
     "dsig/report": ("dsig/document", "foundation"),
+    "dsig/html": ("dsig/document", "dsig/report", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
