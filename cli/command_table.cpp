@@ -15,6 +15,8 @@ namespace {
 constexpr auto kCommands = std::to_array<Command>({
     {kVerify, "verify", "[options] FILE...",
      "Verifies every signature, its value and every reference digest.", "", runVerify},
+    {kExplain, "explain", "[options] FILE...",
+     "Verifies, and searches why digests and values do not match.", "", runExplain},
     {kReport, "report", "--html [options] [-o FILE] FILE",
      "Verifies a document and shows it with what its signatures cover.", "", runReport},
     {kInfo, "info", "[options] FILE...",
@@ -92,6 +94,11 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "sha1, sha256 (default), sha384 or sha512", kTimestamp},
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},
 
+    {"--explain", '\0', None, "", "", "search the cause of each failure, as the command explain",
+     kVerify},
+    {"--effort", '\0', Number, "N", "", "search N times as long as the default of 2 seconds a file",
+     kVerify | kExplain},
+
     // Which files.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",
      kManyFiles},
@@ -100,17 +107,18 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--null", '0', None, "", "", "the names of --files-from end in NUL, not in a line end",
      kManyFiles},
     {"--jobs", 'j', Number, "N", "", "files verified in parallel (default one a processor)",
-     kVerify},
+     kVerify | kExplain},
 
     // What is shown.
-    {"--json", '\0', None, "", "", "one JSON object a file, one a line", kVerify | kInfo},
+    {"--json", '\0', None, "", "", "one JSON object a file, one a line",
+     kVerify | kExplain | kInfo},
     {"--log", '\0', None, "", "", "print the log of each verification to standard error",
      kVerifying},
     {"--verbose", 'v', None, "", "", "the same with its verbose entries", kVerifying},
     {"--html", '\0', None, "", "", "as one HTML page that needs nothing else", kReport},
-    {"--quiet", 'q', None, "", "", "no output, only the exit code", kVerify},
-    {"--failed-only", '\0', None, "", "", "only the files that are not valid", kVerify},
-    {"--summary", '\0', None, "", "", "end with a line of counts", kVerify},
+    {"--quiet", 'q', None, "", "", "no output, only the exit code", kVerify | kExplain},
+    {"--failed-only", '\0', None, "", "", "only the files that are not valid", kVerify | kExplain},
+    {"--summary", '\0', None, "", "", "end with a line of counts", kVerify | kExplain},
     {"--output", 'o', File, "FILE", "", "write the document there, not to standard output",
      kTimestamp},
     {"--output", 'o', File, "FILE", "", "write the page there, not to standard output", kReport},

@@ -31,6 +31,7 @@ struct Command {
 };
 
 [[nodiscard]] int runVerify(const Arguments& arguments);
+[[nodiscard]] int runExplain(const Arguments& arguments);
 [[nodiscard]] int runReport(const Arguments& arguments);
 [[nodiscard]] int runInfo(const Arguments& arguments);
 [[nodiscard]] int runC14n(const Arguments& arguments);

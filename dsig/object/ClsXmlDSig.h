@@ -126,6 +126,13 @@ public:
     /// The structured result of the last verification: one JSON object with status, references,
     /// keys, warnings and accommodations. Empty when there is none.
     void get_LastJsonData(XString& json);
+    /// Searches why the last verification failed and puts what it finds into its structured result:
+    /// the `cause` of each reference and of the signature, with evidence. What it claims was tried:
+    /// it reproduces the stored digest, or makes the value verify. `effort` multiplies the budget
+    /// of 2 seconds that all searches of one document share; it counts when the first is made. The
+    /// verdict, the rules in force and the selection stay. False when there is nothing to explain:
+    /// no verification, or one that succeeded.
+    bool ExplainFailures(int effort);
     /// Keeps the result of the last verification for HtmlReport, until the next load. False when
     /// there is none, or the results together pass the limit reportOctets.
     bool KeepForHtmlReport();
@@ -223,6 +230,8 @@ private:
     void beginReport();
     void finishReport();
     void completeReport();
+    // Calls use(query) with what the last verification was made with, whatever is selected now.
+    template <class Use> void withVerified(const Use& use);
 
     // reference/
     // Logs the options; the rules in force by them.

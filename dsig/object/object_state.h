@@ -4,6 +4,7 @@
 #include "dsig/document/document.h"
 #include "dsig/document/limits.h"
 #include "dsig/document/rules.h"
+#include "dsig/explain/budget.h"
 #include "dsig/html/page.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/RefCountedObject.h"
@@ -11,6 +12,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -22,6 +24,8 @@ struct ObjectState {
     Rules rulesAtLoad;                  // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
+    // What explanations of the loaded document may still cost; made with the first of them.
+    std::optional<explain::Budget> explainBudget;
     // Results that the caller had kept for a page, in their order; gone with the next load.
     std::vector<html::PageSignature> kept;
     std::uint64_t keptOctets = 0; // of their reports

@@ -1,6 +1,7 @@
 // What an operation found out, for whoever asks afterwards.
 
 #include "dsig/document/document.h"
+#include "dsig/explain/explain_failures.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
@@ -9,6 +10,7 @@
 #include "foundation/base/CritSecExitor.h"
 #include "foundation/base/MethodFrame.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
 
@@ -23,9 +25,8 @@ void ClsXmlDSig::beginReport() {
 // The last error line is the reason when the steps gave none of their own.
 void ClsXmlDSig::finishReport() { dsig::finishReport(m_log.lastErrorLine(), m_state->report); }
 
-// Of the signature that was verified, whichever is selected now.
-void ClsXmlDSig::completeReport() {
-    dsig::SignatureReport& report = m_state->report;
+template <class Use> void ClsXmlDSig::withVerified(const Use& use) {
+    const dsig::SignatureReport& report = m_state->report;
     dsig::Selection verified;
     verified.index = report.index;
     verified.signature = static_cast<ClsXml*>(m_signatures.elementAt(report.index));
@@ -34,9 +35,32 @@ void ClsXmlDSig::completeReport() {
     keys.selection = verified;
     keys.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(report.index));
     dsig::Document* const loaded = verified.signature != nullptr ? &structure() : nullptr;
-    dsig::completeReport({loaded, verified, keys, m_hmacKey, &m_externalData, m_externalRefDirs,
-                          *this, m_state->limits, false, m_ignoreExternalRefs},
-                         rules(), report);
+    use(dsig::VerifyQuery{loaded, verified, keys, m_hmacKey, &m_externalData, m_externalRefDirs,
+                          *this, m_state->limits, false, m_ignoreExternalRefs});
+}
+
+void ClsXmlDSig::completeReport() {
+    withVerified([&](const dsig::VerifyQuery& query) {
+        dsig::completeReport(query, rules(), m_state->report);
+    });
+}
+
+bool ClsXmlDSig::ExplainFailures(int effort) {
+    // The structured result is added to, and hence not forgotten first.
+    return MethodFrame::runLater(*this, "ExplainFailures", [&](MethodFrame& frame) {
+        dsig::SignatureReport& report = m_state->report;
+        if (!report.present || m_log.lastJsonData().isEmpty() || report.valid) {
+            return frame.result(false);
+        }
+        completeReport();
+        if (!m_state->explainBudget) {
+            m_state->explainBudget.emplace(static_cast<unsigned>(std::max(effort, 1)));
+        }
+        withVerified([&](const dsig::VerifyQuery& query) {
+            dsig::explain::explainFailures(query, rules(), *m_state->explainBudget, report);
+        });
+        return frame.result(true);
+    });
 }
 
 void ClsXmlDSig::get_LastJsonData(XString& json) {

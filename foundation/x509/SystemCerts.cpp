@@ -97,6 +97,16 @@ bool SystemCerts::holds(ByteView der) {
     });
 }
 
+const VantrelX509* SystemCerts::certificateAt(std::size_t index) {
+    for (const std::shared_ptr<CertTable>& table : m_tables) {
+        if (index < table->size()) {
+            return table->at(static_cast<std::uint32_t>(index))->getX509Ptr();
+        }
+        index -= table->size();
+    }
+    return nullptr;
+}
+
 SystemCertsHolder::SystemCertsHolder() : m_systemCerts(new (std::nothrow) SystemCerts()) {}
 SystemCertsHolder::~SystemCertsHolder() = default;
 

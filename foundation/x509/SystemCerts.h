@@ -4,6 +4,7 @@
 #include "foundation/text/VantrelObject.h"
 #include "foundation/text/byte_view.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -49,6 +50,10 @@ public:
 
     // Whether one of the vaults has this very certificate (DER).
     [[nodiscard]] bool holds(ByteView der);
+
+    // The certificates of all vaults by number, the vaults one behind the other; null past the
+    // last.
+    [[nodiscard]] const VantrelX509* certificateAt(std::size_t index);
 
     [[nodiscard]] std::uint32_t numVaults() const noexcept {
         return static_cast<std::uint32_t>(m_tables.size());

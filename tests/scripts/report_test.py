@@ -61,6 +61,8 @@ def words_of_sources():
     for name in ("codes.h", "coverage.h", "causes.h"):
         text = (TOP / "dsig/report" / name).read_text()
         yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
+    text = (TOP / "dsig/explain/codes.h").read_text()
+    yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
     yield from re.findall(r'KeySource k\w+\{"(\w+)"', (TOP / "dsig/keys/key_sources.h").read_text())
 
 

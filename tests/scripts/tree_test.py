@@ -55,6 +55,8 @@ MAY_INCLUDE = {
     "dsig/object": ("dsig", "foundation"),
     "dsig/verify": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
                     "dsig/xades", "foundation"),
+    "dsig/explain": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
+                     "dsig/verify", "foundation"),
 }
 
 # The contract class's members that belong to a room of dsig; they alone look up, to its declaration.
