@@ -65,6 +65,8 @@ struct Document final {
     // report needs it (dsig/keys/signer.h).
     std::optional<std::map<std::string, xml::ElementId>> certificatesByKey;
     KeyAccount keyAccount;
+    // Where comments stand inside a text; found when a report needs it (dsig/report/split_text.h).
+    std::optional<std::vector<std::uint32_t>> commentsInText;
     // Of XAdES (ETSI TS 101 903, EncapsulatedTimeStamp), by local name in any namespace.
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 

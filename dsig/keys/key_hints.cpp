@@ -3,6 +3,7 @@
 #include "dsig/document/certificate_texts.h"
 #include "dsig/document/child_elements.h"
 
+#include <algorithm>
 #include <array>
 
 namespace vantrel::dsig {
@@ -10,6 +11,8 @@ namespace vantrel::dsig {
 namespace {
 
 constexpr std::size_t kMostNames = 6;
+// Signatures may stand in each other's KeyInfo; the names of a KeyInfo stand at its beginning.
+constexpr xml::ElementId kMostElements = 1000;
 constexpr std::size_t kLongestName = 200;
 
 // An element of KeyInfo (XML Signature 4.5, WS-Security) and what it says in words.
@@ -42,7 +45,8 @@ KeyHints keyHints(const Selection& selection) {
     }
     hints.isThere = true;
     const xml::XmlDocument& document = *keyInfo->document();
-    const xml::ElementId end = document.element(keyInfo->elementId()).next;
+    const xml::ElementId end =
+        std::min(document.element(keyInfo->elementId()).next, keyInfo->elementId() + kMostElements);
     for (xml::ElementId element = keyInfo->elementId() + 1;
          element < end && hints.names.size() < kMostNames; ++element) {
         const std::string_view name = document.localName(element);

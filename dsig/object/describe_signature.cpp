@@ -105,6 +105,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
             return false;
         }
         dsig::SignatureReport report = dsig::startReport(document(), selection(), rules());
+        dsig::describeMethods(selection(), report);
         dsig::DocumentNames names(structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw(), m_state->limits.reportOctets);
         out.beginObject();

@@ -94,31 +94,29 @@ std::vector<std::uint32_t> commentsInText(std::string_view markup) {
     return found;
 }
 
-bool hasCommentInText(const xml::XmlDocument& document, std::vector<xml::TextRange> stretches) {
-    const xml::ElementRecord& root = document.element(0);
-    const std::string_view markup = document.text(xml::rangeOf(root.start, root.end));
-    // Most documents have no comment at all.
-    if (text::findText(markup, kCommentStart) == std::string_view::npos) {
-        return false;
+bool hasCommentInText(Document& document, const std::vector<xml::TextRange>& stretches) {
+    const xml::XmlDocument& structure = *document.structure;
+    if (!document.commentsInText) {
+        const xml::ElementRecord& root = structure.element(0);
+        const std::string_view markup = structure.text(xml::rangeOf(root.start, root.end));
+        // Most documents have no comment at all.
+        std::vector<std::uint32_t> found;
+        if (text::findText(markup, kCommentStart) != std::string_view::npos) {
+            found = commentsInText(markup);
+        }
+        for (std::uint32_t& place : found) {
+            place += root.start;
+        }
+        document.commentsInText = std::move(found);
     }
-    const std::vector<std::uint32_t> comments = commentsInText(markup);
-    if (comments.empty() || document.isExpanded()) {
+    const std::vector<std::uint32_t>& comments = *document.commentsInText;
+    if (comments.empty() || structure.isExpanded()) {
         return !comments.empty();
     }
-    std::ranges::sort(stretches, {}, &xml::TextRange::start);
-    // Both lists ascend, so each is gone over once.
-    std::size_t next = 0;
-    std::uint32_t end = 0; // of all stretches before `next`
-    for (const std::uint32_t comment : comments) {
-        const std::uint32_t place = comment + root.start;
-        for (; next < stretches.size() && stretches[next].start <= place; ++next) {
-            end = std::max(end, stretches[next].end());
-        }
-        if (place < end) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(stretches, [&](xml::TextRange stretch) {
+        const auto next = std::ranges::lower_bound(comments, stretch.start);
+        return next != comments.end() && *next < stretch.end();
+    });
 }
 
 } // namespace vantrel::dsig

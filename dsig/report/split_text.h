@@ -1,6 +1,7 @@
 #ifndef DSIG_REPORT_SPLIT_TEXT_H
 #define DSIG_REPORT_SPLIT_TEXT_H
 
+#include "dsig/document/document.h"
 #include "foundation/xml/scan/xml_document.h"
 
 #include <cstdint>
@@ -16,9 +17,10 @@ namespace vantrel::dsig {
 [[nodiscard]] std::vector<std::uint32_t> commentsInText(std::string_view markup);
 
 // The document has such a comment in one of the stretches of its loaded text; anywhere, where the
-// text is one that entities were expanded in, since its places are then others.
-[[nodiscard]] bool hasCommentInText(const xml::XmlDocument& document,
-                                    std::vector<xml::TextRange> stretches);
+// text is one that entities were expanded in, since its places are then others. The document is
+// gone over once, however often it is asked about.
+[[nodiscard]] bool hasCommentInText(Document& document,
+                                    const std::vector<xml::TextRange>& stretches);
 
 } // namespace vantrel::dsig
 

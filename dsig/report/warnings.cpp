@@ -187,7 +187,8 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report) {
     }
 }
 
-void warnOfReading(const xml::XmlDocument& document, SignatureReport& report) {
+void warnOfReading(Document& loaded, SignatureReport& report) {
+    const xml::XmlDocument& document = *loaded.structure;
     if (!document.doctypeRange().empty()) {
         report.warnings.add(warning::kDtdPresent);
     }
@@ -203,7 +204,7 @@ void warnOfReading(const xml::XmlDocument& document, SignatureReport& report) {
             appendDigested(document, reference, digested);
         }
     }
-    if (hasCommentInText(document, std::move(digested))) {
+    if (hasCommentInText(loaded, digested)) {
         report.warnings.add(warning::kCommentsInText);
     }
 }

@@ -19,7 +19,7 @@ void warnOfUnusedKey(SignatureReport& report);
 // What each reference says of itself.
 void warnOfReferences(SignatureReport& report);
 // What makes readers of the document see different things, in what the digests cover.
-void warnOfReading(const xml::XmlDocument& document, SignatureReport& report);
+void warnOfReading(Document& loaded, SignatureReport& report);
 // What the digests leave open of the document, the signature itself apart.
 // Without references there is nothing to say. Only the root element counts as the document:
 // comments and processing instructions beside it hold no content that a signature is expected to

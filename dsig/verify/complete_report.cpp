@@ -7,6 +7,7 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/report/causes.h"
 #include "dsig/report/warnings.h"
+#include "dsig/verify/report_steps.h"
 
 namespace vantrel::dsig {
 
@@ -16,16 +17,6 @@ std::string attributeOf(const ClsXml& element, const char* name) {
     StringBuffer value;
     element.getAttrValue(name, value);
     return std::string(value.view());
-}
-
-// As written; what is missing leaves its field empty, and the verification has its error line.
-void describeMethods(const Selection& selection, SignatureReport& report) {
-    LogNull log;
-    static_cast<void>(signedInfoField(selection.signature, "SignatureMethod", "Algorithm",
-                                      report.signatureMethod, log));
-    StringBuffer prefixList;
-    static_cast<void>(canonicalizationMethod(selection.signature, report.canonicalizationMethod,
-                                             prefixList, log));
 }
 
 // The identifier, and what parametrises it (XML Signature 6.6, Exclusive XML Canonicalization 3,
@@ -71,7 +62,7 @@ void warn(Document* document, SignatureReport& report) {
     warnOfReferences(report);
     if (document != nullptr) {
         warnOfStructure(*document, report);
-        warnOfReading(*document->structure, report);
+        warnOfReading(*document, report);
     }
     warnOfUnusedKey(report);
     // What the keys are that did not verify is no concern of the outcome.

@@ -33,6 +33,15 @@ SignatureReport startReport(Document* document, const Selection& selection, cons
     return report;
 }
 
+void describeMethods(const Selection& selection, SignatureReport& report) {
+    LogNull log;
+    static_cast<void>(signedInfoField(selection.signature, "SignatureMethod", "Algorithm",
+                                      report.signatureMethod, log));
+    StringBuffer prefixList;
+    static_cast<void>(canonicalizationMethod(selection.signature, report.canonicalizationMethod,
+                                             prefixList, log));
+}
+
 // What a reference names is shown as it is before any transform takes a part of it away.
 void describeUncheckedReferences(Document& document, const Selection& selection,
                                  SignatureReport& report) {

@@ -15,6 +15,9 @@ namespace vantrel::dsig {
 // given back.
 [[nodiscard]] SignatureReport startReport(Document* document, const Selection& selection,
                                           const Rules& rules);
+// The methods of a signature as written; what is missing leaves its field empty, and the
+// verification has its error line.
+void describeMethods(const Selection& selection, SignatureReport& report);
 // What the references name, where their digests are not asked for.
 void describeUncheckedReferences(Document& document, const Selection& selection,
                                  SignatureReport& report);
