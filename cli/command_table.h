@@ -18,12 +18,13 @@ inline constexpr CommandSet kC14n = 1U << 2;
 inline constexpr CommandSet kCerts = 1U << 3;
 inline constexpr CommandSet kDigestInput = 1U << 4;
 inline constexpr CommandSet kTimestamp = 1U << 5;
-inline constexpr CommandSet kCompletion = 1U << 6;
-inline constexpr CommandSet kHelp = 1U << 7;
-inline constexpr CommandSet kVersion = 1U << 8;
-inline constexpr CommandSet kReport = 1U << 9;
-inline constexpr CommandSet kExplain = 1U << 10;
-inline constexpr CommandSet kEveryCommand = (1U << 11) - 1;
+inline constexpr CommandSet kPath = 1U << 6;
+inline constexpr CommandSet kCompletion = 1U << 7;
+inline constexpr CommandSet kHelp = 1U << 8;
+inline constexpr CommandSet kVersion = 1U << 9;
+inline constexpr CommandSet kReport = 1U << 10;
+inline constexpr CommandSet kExplain = 1U << 11;
+inline constexpr CommandSet kEveryCommand = (1U << 12) - 1;
 
 // Those that verify or do what a verification does up to some point: they share the options that
 // say what is verified and with what.

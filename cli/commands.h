@@ -14,7 +14,8 @@ namespace vantrel::cli {
 // The tool's exit codes: the highest over all files wins.
 enum ExitCode : int {
     kEverythingHolds = 0,
-    kSomethingFails = 1, // a signature or digest does not verify, or there is no signature
+    // A signature or digest does not verify, there is no signature, or a certificate is not trusted.
+    kSomethingFails = 1,
     kCannotTell = 2,     // usage error, unreadable file, not well-formed XML, over a limit
 };
 
@@ -38,6 +39,7 @@ struct Command {
 [[nodiscard]] int runCerts(const Arguments& arguments);
 [[nodiscard]] int runDigestInput(const Arguments& arguments);
 [[nodiscard]] int runTimestamp(const Arguments& arguments);
+[[nodiscard]] int runPath(const Arguments& arguments);
 [[nodiscard]] int runCompletion(const Arguments& arguments);
 [[nodiscard]] int runHelp(const Arguments& arguments);
 [[nodiscard]] int runVersion(const Arguments& arguments);

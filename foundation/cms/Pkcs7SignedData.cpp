@@ -210,8 +210,8 @@ bool Pkcs7SignedData::isTrusted(const VantrelX509& certificate,
     if (!m_isTimeStamp) {
         return false;
     }
-    std::string_view whyNot;
-    if (cms::leadsToStore(certificate, source, m_tstInfo.genTime, whyNot, log)) {
+    std::string whyNot;
+    if (cms::leadsToStore(certificate, source, m_tstInfo.genTime, whyNot)) {
         log.LogInfo("The time-stamp authority is trusted.");
         return true;
     }

@@ -107,45 +107,43 @@ std::vector<const VantrelX509*> CertificateSource::signerCandidates(
     return found;
 }
 
-std::vector<const VantrelX509*> CertificateSource::issuerCandidates(const VantrelX509& certificate,
-                                                                    std::size_t& fromStore) const {
-    // The store answers with one certificate a question, so it is asked twice: by key, which finds
-    // the right one of several of the same name, and by name.
-    std::vector<const VantrelX509*> found;
+void CertificateSource::collectPathCertificates(const VantrelX509& certificate,
+                                                std::vector<const VantrelX509*>& carried,
+                                                std::vector<const VantrelX509*>& anchors) const {
+    if (m_store == nullptr) {
+        return;
+    }
+    addAnchors(certificate, anchors);
+    for (const VantrelX509& one : m_carried) {
+        carried.push_back(&one);
+        addAnchors(one, anchors);
+    }
+}
+
+// The store answers with one certificate a question, and may hold several of one name, number or
+// key; so it is asked by each. What does not belong to the path is passed over there.
+void CertificateSource::addAnchors(const VantrelX509& certificate,
+                                   std::vector<const VantrelX509*>& anchors) const {
     ByteView keyId;
+    std::vector<const VantrelX509*> own = {
+        byIssuerAndSerial(certificate.issuer(), certificate.serialNumber()),
+        bySubject(certificate, true)};
+    if (certificate.subjectKeyId(keyId)) {
+        own.push_back(byKeyId(keyId));
+    }
+    for (const VantrelX509* const found : own) {
+        if (found != nullptr && isSameCertificate(*found, certificate)) {
+            addOnce(found, anchors);
+        }
+    }
     if (authorityKeyId(certificate, keyId)) {
         // A key identifier is any bytes that the issuer chose; the name must agree.
         const VantrelX509* const named = byKeyId(keyId);
         if (named != nullptr && sameName(named->subject(), certificate.issuer())) {
-            addOnce(named, found);
+            addOnce(named, anchors);
         }
     }
-    addOnce(bySubject(certificate, false), found);
-    fromStore = found.size();
-    for (const VantrelX509& carried : m_carried) {
-        // RFC 5280 4.1.2.6: an authority writes its name the same way in both places.
-        if (sameBytes(carried.subject(), certificate.issuer())) {
-            addOnce(&carried, found);
-        }
-    }
-    return found;
-}
-
-// Three indexes, since a store may hold several certificates of one name, number or key, and
-// answers with the first.
-bool CertificateSource::storeHolds(const VantrelX509& certificate) const {
-    const VantrelX509* const numbered =
-        byIssuerAndSerial(certificate.issuer(), certificate.serialNumber());
-    if (numbered != nullptr && isSameCertificate(*numbered, certificate)) {
-        return true;
-    }
-    ByteView keyId;
-    const VantrelX509* const keyed = certificate.subjectKeyId(keyId) ? byKeyId(keyId) : nullptr;
-    if (keyed != nullptr && isSameCertificate(*keyed, certificate)) {
-        return true;
-    }
-    const VantrelX509* const named = bySubject(certificate, true);
-    return named != nullptr && isSameCertificate(*named, certificate);
+    addOnce(bySubject(certificate, false), anchors);
 }
 
 const VantrelX509* CertificateSource::fromStore(const SignerInfo& signer) const {

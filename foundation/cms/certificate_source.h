@@ -33,15 +33,18 @@ public:
     // object and the store.
     [[nodiscard]] std::vector<const VantrelX509*> signerCandidates(const SignerInfo& signer) const;
 
-    // The certificates that carry the name of the issuer of `certificate`. The first `fromStore` of
-    // them are the store's.
-    [[nodiscard]] std::vector<const VantrelX509*> issuerCandidates(const VantrelX509& certificate,
-                                                                   std::size_t& fromStore) const;
-
-    // Whether the store holds this very certificate.
-    [[nodiscard]] bool storeHolds(const VantrelX509& certificate) const;
+    // What a path from `certificate` may be made of: the certificates of the message, and as
+    // anchors those of the store that may be on it or at its end. The store is not gone through; it
+    // is asked for the issuers of `certificate` and of those of the message, and for these
+    // themselves.
+    void collectPathCertificates(const VantrelX509& certificate,
+                                 std::vector<const VantrelX509*>& carried,
+                                 std::vector<const VantrelX509*>& anchors) const;
 
 private:
+    // Adds the store's issuers of the certificate, and the certificate itself when it is there.
+    void addAnchors(const VantrelX509& certificate, std::vector<const VantrelX509*>& anchors) const;
+
     // Look-ups in the store; null when it has none, or there is no store. `subject`: the
     // certificate whose subject is the subject of `named`, else that whose subject is its issuer.
     [[nodiscard]] const VantrelX509* fromStore(const SignerInfo& signer) const;

@@ -54,6 +54,7 @@ public:
     [[nodiscard]] ByteView issuer() const noexcept { return part(kIssuer); }   // Name, with header
     [[nodiscard]] ByteView subject() const noexcept { return part(kSubject); } // Name, with header
     [[nodiscard]] ByteView publicKeyInfo() const noexcept { return part(kPublicKeyInfo); }
+    [[nodiscard]] ByteView extensions() const noexcept { return part(kExtensions); } // with header
     [[nodiscard]] ByteView signatureAlgorithm() const noexcept { return part(kSignatureAlgorithm); }
     [[nodiscard]] ByteView signatureValue() const noexcept { return part(kSignature); }
     // The bytes of the subjectPublicKey BIT STRING: what RFC 5280 4.2.1.2 method 1 hashes.

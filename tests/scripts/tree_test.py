@@ -42,6 +42,7 @@ MAY_INCLUDE = {
     "foundation/xml/canon": XML,
     "foundation/xml/locate": XML,
     "foundation/x509": X509 + ("foundation/io",),
+    "foundation/x509/path": X509 + ("foundation/io", "foundation/json"),
     "foundation/cms": X509 + ("foundation/io", "foundation/json"),
     "foundation/keyfile": X509 + ("foundation/cms", "foundation/json"),
     "dsig/document": ("foundation",),

@@ -1,0 +1,52 @@
+#ifndef FOUNDATION_X509_PATH_NAME_FORMS_H
+#define FOUNDATION_X509_PATH_NAME_FORMS_H
+
+#include "foundation/text/byte_view.h"
+#include "foundation/x509/path/general_name.h"
+
+#include <string>
+#include <string_view>
+
+namespace vantrel::x509 {
+
+// The forms of names that name constraints know, and how each is compared (RFC 5280 4.2.1.10).
+
+// A name or the base of a subtree; `key` is that of a directory name (directory_name.h).
+struct ComparableName {
+    GeneralName name;
+    std::string key;
+};
+
+// How a subtree is meant: a wildcard that stands for names inside and outside of it lies in an
+// excluded one, but not in a permitted one.
+enum class Subtree { Permitted, Excluded };
+
+// Whether constraints of this form can be judged at all.
+[[nodiscard]] bool isComparableForm(NameForm form) noexcept;
+
+// Whether the base of a constraint has the syntax of its form; forms that are not compared count as
+// such.
+[[nodiscard]] bool isUsableConstraint(const GeneralName& base) noexcept;
+
+// Whether a name has the syntax of its form, so that a constraint can be judged: a host name has no
+// empty label, a mailbox one "@", a URI a host that is no address.
+[[nodiscard]] bool isUsableName(const GeneralName& name) noexcept;
+
+// Whether `name` lies within the subtree; both usable and of one comparable form.
+[[nodiscard]] bool isWithin(const ComparableName& name, const ComparableName& base,
+                            Subtree subtree) noexcept;
+
+// Equality without regard to the case of ASCII letters.
+[[nodiscard]] bool equalIgnoringCase(std::string_view a, std::string_view b) noexcept;
+
+// Splits a mailbox at its "@". False for more than one (outside of a quoted local part) or none.
+[[nodiscard]] bool splitMailbox(std::string_view mailbox, std::string_view& local,
+                                std::string_view& host) noexcept;
+
+// Whether the text is a host name: labels without white space and control characters, none of them
+// empty. `wildcards`: the leftmost may be "*".
+[[nodiscard]] bool isHostName(std::string_view host, bool wildcards) noexcept;
+
+} // namespace vantrel::x509
+
+#endif

@@ -1,0 +1,163 @@
+#include "foundation/x509/path/ocsp_check.h"
+
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/crypto/hash/hasher.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/oids.h"
+#include "foundation/x509/path/extensions.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+namespace vantrel::x509 {
+
+namespace {
+
+bool isHashOf(ByteView digest, int hashId, ByteView bytes) noexcept {
+    std::uint8_t computed[crypto::kMaxDigestSize];
+    return hashId != kHashNone && sameBytes(digest, crypto::hashBytes(hashId, bytes, computed));
+}
+
+// RFC 6960 4.1.1: by the issuer's name and key and the serial number.
+bool isAbout(const OcspAnswer& answer, const PathPlace& place) noexcept {
+    const VantrelX509& certificate = *place.certificate.facts.certificate;
+    return sameBytes(answer.serial, certificate.serialNumber()) &&
+           isHashOf(answer.issuerNameHash, answer.hashId, certificate.issuer()) &&
+           isHashOf(answer.issuerKeyHash, answer.hashId,
+                    place.issuer.facts.certificate->subjectPublicKeyBits());
+}
+
+bool isResponder(const OcspResponse& response, const CertificateFacts& facts) noexcept {
+    return response.responderKeyHash.empty() ? response.responderName == facts.subject
+                                             : isHashOf(response.responderKeyHash, kHashSha1,
+                                                        facts.certificate->subjectPublicKeyBits());
+}
+
+bool namesPurpose(const CertificateFacts& facts, ByteView purpose) noexcept {
+    return std::any_of(facts.purposes.begin(), facts.purposes.end(),
+                       [purpose](ByteView id) { return sameBytes(id, purpose); });
+}
+
+// The worst first: revoked, unknown, good.
+int severity(RevocationStatus status) noexcept {
+    return status == RevocationStatus::Revoked ? 2 : status == RevocationStatus::Unknown ? 1 : 0;
+}
+
+} // namespace
+
+// Certificates that cannot be read are passed over: the signer's may be another one.
+void OcspCheck::readResponders(Response& response) {
+    LogNull log;
+    for (const ByteView der : response.parsed.certificates) {
+        VantrelX509& certificate = m_certificates.emplace_back();
+        if (certificate.loadX509Der(DataBuffer(der), log)) {
+            response.responders.push_back(readCertificateFacts(certificate));
+        }
+    }
+}
+
+// A response with a critical extension that is not understood is as good as none (RFC 6960 4.4).
+void OcspCheck::readResponses() {
+    m_read = true;
+    for (const ByteView der : m_query.ocspResponses) {
+        Response response;
+        std::string_view whyNot;
+        if (parseOcspResponse(der, response.parsed, whyNot) && !response.parsed.unknownCritical) {
+            readResponders(response);
+            m_responses.push_back(std::move(response));
+        }
+    }
+}
+
+bool OcspCheck::isSigned(const OcspResponse& response, const CertificateFacts& responder) {
+    return m_signatures.bytes(response.signatureAlgorithm, response.tbs, response.signature,
+                              *responder.certificate) == SignatureVerdict::Good;
+}
+
+// RFC 6960 4.2.2.2: certified by the issuer itself, with the purpose written out.
+bool OcspCheck::isAuthorized(const CertificateFacts& responder, const OcspResponse& response,
+                             const CertificateFacts& issuer) {
+    // A response from later than the time of the path was signed by a responder who was valid
+    // later.
+    const std::int64_t moment = std::max(m_query.time, response.producedAt);
+    return responder.fault.empty() && responder.unknownCritical.empty() &&
+           isResponder(response, responder) && responder.issuer == issuer.subject &&
+           namesPurpose(responder, oid::kOcspSigning) &&
+           responder.maySign(kUsageDigitalSignature) && responder.notBefore <= moment &&
+           moment <= responder.notAfter &&
+           m_signatures.certificate(*responder.certificate, *issuer.certificate) ==
+               SignatureVerdict::Good;
+}
+
+// RFC 6960 4.2.2.2: signed by the issuer or by somebody whom he certified for it. A responder
+// whom the caller knows by other means is not provided for.
+bool OcspCheck::isBelievable(const Response& response, const PathPlace& place) {
+    const CertificateFacts& issuer = place.issuer.facts;
+    if (isResponder(response.parsed, issuer) && isSigned(response.parsed, issuer)) {
+        return true;
+    }
+    const auto answers = [&](const CertificateFacts& responder) {
+        return isAuthorized(responder, response.parsed, issuer) &&
+               isSigned(response.parsed, responder);
+    };
+    if (std::any_of(response.responders.begin(), response.responders.end(), answers)) {
+        return true;
+    }
+    // A response may leave the certificate out; then the caller has to have it.
+    const std::vector<const Candidate*> given =
+        m_store.withSubject(response.parsed.responderName, {}, m_query.time);
+    return std::any_of(given.begin(), given.end(),
+                       [&answers](const Candidate* one) { return answers(one->facts); });
+}
+
+RevocationFinding OcspCheck::check(const PathPlace& place) {
+    if (!m_read) {
+        readResponses();
+    }
+    const CertificateFacts& facts = place.certificate.facts;
+    RevocationFinding worst = {RevocationStatus::Good, {}};
+    bool answered = false;
+    for (const Response& response : m_responses) {
+        // A responder cannot know of a certificate before it was issued, nor need he know of it
+        // after it has expired.
+        // The same holds for an archived response: its own moment counts, not that of the reader.
+        const std::int64_t produced = response.parsed.producedAt;
+        if (produced < facts.notBefore || produced > facts.notAfter) {
+            continue;
+        }
+        std::optional<bool> believable; // found out when there is something to believe
+        for (const OcspAnswer& answer : response.parsed.answers) {
+            if (!isAbout(answer, place) || answer.unknownCritical ||
+                !isUsableAt(m_query, answer.thisUpdate, answer.nextUpdate)) {
+                continue;
+            }
+            if (!believable) {
+                believable = isBelievable(response, place);
+            }
+            if (!*believable) {
+                break;
+            }
+            RevocationFinding found = {answer.status, "the responder does not know it"};
+            const Revocation revocation = {answer.revokedAt, answer.reason, std::nullopt};
+            if (answer.status == RevocationStatus::Revoked) {
+                found.why = describeRevocation(revocation);
+                if (!countsAtTime(m_query, revocation)) {
+                    found = {RevocationStatus::Good, {}};
+                }
+            }
+            if (severity(found.status) > severity(worst.status)) {
+                worst = std::move(found);
+            }
+            answered = true;
+        }
+    }
+    if (!answered) {
+        return {RevocationStatus::Unknown, "no usable answer of a responder is about it"};
+    }
+    return worst;
+}
+
+} // namespace vantrel::x509

@@ -1,0 +1,81 @@
+#ifndef FOUNDATION_X509_PATH_PATH_FINDER_H
+#define FOUNDATION_X509_PATH_PATH_FINDER_H
+
+#include "foundation/x509/path/candidate_store.h"
+#include "foundation/x509/path/crl_check.h"
+#include "foundation/x509/path/ocsp_check.h"
+#include "foundation/x509/path/path_query.h"
+#include "foundation/x509/path/validate_path.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace vantrel::x509 {
+
+// Builds the paths of one query: for its target, and for the signers of the revocation lists on the
+// way, who need paths of their own. One search is depth first and on a stack of its own; what does
+// not depend on the rest of a path is checked at every step, the rest when an anchor is reached.
+class PathFinder final : private SignerTrust {
+public:
+    explicit PathFinder(const PathQuery& query);
+
+    [[nodiscard]] PathResult run();
+
+private:
+    // Strict searches leave what cannot hold. A tolerant one follows every signature, so that the
+    // problems of the path can be told.
+    enum class Mode : std::uint8_t { Strict, Tolerant };
+
+    struct Step {
+        const Candidate* candidate = nullptr;
+        std::vector<const Candidate*> issuers;
+        std::size_t next = 0;
+        bool led = false; // to a certificate above it
+    };
+
+    struct Search {
+        const PathRules* rules = nullptr;
+        const Candidate* anchor = nullptr; // the only one that counts; null: every anchor
+        Mode mode = Mode::Strict;
+        std::vector<Step> steps;
+        // What was found. When nothing holds: the first complete path, else the longest.
+        bool holds = false;
+        bool limited = false;
+        bool complete = false;
+        CandidatePath path;
+        PathVerdict verdict;
+    };
+
+    void search(const Candidate& target, Search& search);
+    void advance(Search& search);
+    [[nodiscard]] bool tryIssuer(const Candidate& issuer, Search& search);
+    void finish(const Candidate* anchor, Search& search);
+    void noteDeadEnd(const Candidate& candidate, Search& search);
+    void keepLongest(Search& search, PathProblem problem);
+    [[nodiscard]] bool isOnPath(const Candidate& issuer, const Search& search) const noexcept;
+    [[nodiscard]] bool fits(const Candidate& issuer, Search& search);
+    [[nodiscard]] bool hasSigned(const Candidate& issuer, const Candidate& subject, Search& search);
+    void push(const Candidate& candidate, Search& search) const;
+    void report(Search& found, PathResult& result);
+
+    [[nodiscard]] bool maySignLists(const Candidate& signer, const Candidate& anchor,
+                                    bool& conditional) override;
+
+    const PathQuery& m_query;
+    CandidateStore m_store;
+    SignatureChecks m_signatures;
+    CrlCheck m_crls;
+    OcspCheck m_responses;
+    std::size_t m_nameChecks;
+    std::size_t m_visits = 0;
+    std::size_t m_visitLimit;
+    bool m_signersLimited = false; // a signer of a list was not judged for lack of work left
+    std::vector<const Candidate*> m_signersInQuestion;
+};
+
+} // namespace vantrel::x509
+
+#endif

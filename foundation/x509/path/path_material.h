@@ -1,0 +1,54 @@
+#ifndef FOUNDATION_X509_PATH_PATH_MATERIAL_H
+#define FOUNDATION_X509_PATH_PATH_MATERIAL_H
+
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/byte_view.h"
+#include "foundation/x509/VantrelX509.h"
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace vantrel {
+
+class LogBase;
+
+namespace x509 {
+
+// Owns what a query refers to: certificates, revocation lists and answers as files and documents
+// hold them. What it handed out stays valid as long as it lives.
+class PathMaterial final {
+public:
+    PathMaterial() = default;
+    PathMaterial(const PathMaterial&) = delete;
+    PathMaterial& operator=(const PathMaterial&) = delete;
+
+    // Appends to `out` the certificates of a file: PEM blocks, of which others than certificates
+    // are passed over, or one certificate in DER. False, with one error line, when there is none or
+    // one of them is malformed; `out` is then unchanged. May throw std::bad_alloc.
+    [[nodiscard]] bool addCertificates(ByteView file, std::vector<const VantrelX509*>& out,
+                                       LogBase& log);
+    // The same by the name of a file; or of a folder, whose files may hold anything; or for
+    // "system" the bundle of anchors that this machine keeps, which the environment variable
+    // SSL_CERT_FILE may name.
+    [[nodiscard]] bool addCertificateSource(const std::string& name,
+                                            std::vector<const VantrelX509*>& out, LogBase& log);
+    // The same for revocation lists (PEM label "X509 CRL"). Whether a list is well-formed shows
+    // when it is used.
+    [[nodiscard]] bool addCrls(ByteView file, std::vector<ByteView>& out, LogBase& log);
+    // Appends a copy of the bytes of an answer of a responder, which are DER.
+    void addOcspResponse(ByteView response, std::vector<ByteView>& out);
+
+private:
+    [[nodiscard]] bool addFolder(const std::string& name, std::vector<const VantrelX509*>& out,
+                                 LogBase& log);
+
+    std::deque<VantrelX509> m_certificates;
+    std::deque<DataBuffer> m_bytes;
+};
+
+} // namespace x509
+} // namespace vantrel
+
+#endif

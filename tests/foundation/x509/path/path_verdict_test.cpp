@@ -1,0 +1,334 @@
+// One small authority, and what is said of each thing that can be wrong with a path. The suites of
+// the corpus tell whether a path holds; here it is why not, and about which certificate.
+
+#include "foundation/json/json_writer.h"
+#include "foundation/text/StringBuffer.h"
+#include "foundation/x509/path/path_report.h"
+#include "foundation/x509/path/path_words.h"
+#include "foundation/x509/path/peer_name.h"
+#include "tests/foundation/x509/path/path_case.h"
+#include "tests/support/process.h"
+#include "tests/support/test_authority.h"
+
+#include <cstdlib>
+#include <functional>
+
+namespace vantrel {
+namespace {
+
+using test::PathCase;
+using x509::PathQuery;
+using x509::PathResult;
+
+constexpr std::int64_t kDay = 86400;
+const std::string kCa = "basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n"
+                        "subjectKeyIdentifier=hash\n";
+const std::string kUser = "keyUsage=critical,digitalSignature\nsubjectAltName=DNS:a.example,"
+                          "IP:192.0.2.7,email:Ada@Example.com\n";
+
+// root -> middle -> user, valid now, with files of those names.
+class SmallAuthority {
+public:
+    explicit SmallAuthority(const std::string& openssl) : m_authority(openssl) {
+        m_authority.issue("root", "", kCa);
+        m_authority.issue("middle", "root", kCa);
+        m_authority.issue("user", "middle", kUser);
+    }
+    test::TestAuthority& authority() { return m_authority; }
+    [[nodiscard]] test::Bytes read(const std::string& name) const {
+        return test::readFile(m_authority.file(name));
+    }
+
+    // The path of `target` with `middle` at hand and `root` as the anchor.
+    [[nodiscard]] PathCase path(const std::string& target, const std::string& middle = "middle",
+                                const std::string& root = "root") const {
+        PathCase made;
+        made.add(read(root + ".pem"), made.query.anchors);
+        made.add(read(middle + ".pem"), made.query.candidates);
+        made.setTarget(read(target + ".pem"));
+        std::int64_t notAfter = 0;
+        EXPECT_TRUE(made.readable && made.query.target->validity(made.query.time, notAfter));
+        made.query.time += kDay;
+        return made;
+    }
+
+private:
+    test::TestAuthority m_authority;
+};
+
+// "code subject" of every problem, subjects by their common names.
+std::string problemsOf(const PathResult& result) {
+    std::string all;
+    for (const x509::PathProblem& problem : result.problems) {
+        const std::string subject = x509::subjectText(*problem.certificate);
+        all += all.empty() ? "" : ", ";
+        all += x509::pathFaultWord(problem.fault);
+        all += " " + subject.substr(3, subject.find(',') - 3);
+    }
+    return all;
+}
+
+TEST(PathVerdict, EveryProblemHasItsCode) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    test::TestAuthority& made = small.authority();
+    made.issue("other", "", kCa, "ec", "root");
+    made.issue("notca", "root", "basicConstraints=critical,CA:FALSE\n", "ec");
+    made.issue("nosign", "root", "basicConstraints=critical,CA:TRUE\nkeyUsage=cRLSign\n");
+    made.issue("short", "root", kCa + "nameConstraints=critical,permitted;DNS:b.example\n");
+    made.issue("low", "root", "basicConstraints=critical,CA:TRUE,pathlen:0\n");
+    made.issue("below", "low", kCa);
+    made.issue("odd", "root", kCa + "1.2.3.4=critical,DER:0500\n");
+    made.issue("server", "root", kCa + "extendedKeyUsage=serverAuth\n");
+    made.issue("strict", "root", kCa + "policyConstraints=requireExplicitPolicy:0\n");
+    made.issue("broken", "root", kCa + "nameConstraints=DER:3000\n");
+    for (const char* const issuer :
+         {"notca", "nosign", "short", "below", "odd", "server", "strict", "broken"}) {
+        made.issue(std::string("by_") + issuer, issuer, kUser);
+    }
+    struct Case {
+        const char* target;
+        const char* middle;
+        const char* root;
+        std::function<void(PathQuery&)> change;
+        const char* problems;
+    };
+    const auto same = [](PathQuery&) {};
+    const Case cases[] = {
+        {"user", "middle", "root", same, ""},
+        {"root", "middle", "root", same, ""}, // itself the anchor
+        {"user", "notca", "root", same, "no-path user"},
+        {"user", "middle", "other", same, "bad-signature middle"},
+        {"user", "middle", "root", [](PathQuery& q) { q.time += 4000 * kDay; },
+         "expired root, expired middle, expired user"},
+        {"user", "middle", "root", [](PathQuery& q) { q.time -= 4000 * kDay; },
+         "not-yet-valid root, not-yet-valid middle, not-yet-valid user"},
+        {"by_notca", "notca", "root", same, "not-a-ca notca"},
+        {"by_nosign", "nosign", "root", same, "key-usage nosign"},
+        {"by_short", "short", "root", same, "name-constraints by_short"},
+        {"by_odd", "odd", "root", same, "unknown-critical-extension odd"},
+        {"by_broken", "broken", "root", same, "malformed broken"},
+        {"by_server", "server", "root", [](PathQuery& q) { q.purposes = {"1.3.6.1.5.5.7.3.8"}; },
+         "extended-key-usage server"},
+        {"by_strict", "strict", "root", same, "policy by_strict"},
+        {"user", "middle", "root", [](PathQuery& q) { q.explicitPolicy = true; }, "policy user"},
+        {"user", "middle", "root", [](PathQuery& q) { q.keyUsage = x509::kUsageCrlSign; },
+         "key-usage user"},
+        {"user", "middle", "root", [](PathQuery& q) { q.name = "dns:b.example"; },
+         "name-mismatch user"},
+        {"user", "middle", "root", [](PathQuery& q) { q.maxDepth = 0; }, "path-too-long user"},
+        {"user", "middle", "root", [](PathQuery& q) { q.checkRevocation = true; },
+         "revocation-unknown middle, revocation-unknown user"},
+        {"user", "middle", "root", [](PathQuery& q) { q.limits.signatureChecks = 1; },
+         "limit middle"},
+        {"user", "middle", "root", [](PathQuery& q) { q.anchors.clear(); }, "no-path middle"},
+    };
+    for (const Case& each : cases) {
+        PathCase path = small.path(each.target, each.middle, each.root);
+        each.change(path.query);
+        const PathResult result = path.run();
+        EXPECT_EQ(problemsOf(result), each.problems) << each.target << ' ' << each.middle;
+        EXPECT_EQ(result.trusted, *each.problems == '\0') << each.target;
+    }
+    PathCase tooLong = small.path("by_below", "below");
+    tooLong.add(small.read("low.pem"), tooLong.query.candidates);
+    EXPECT_EQ(problemsOf(tooLong.run()), "path-too-long below");
+}
+
+TEST(PathVerdict, NamesThatItWasIssuedFor) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    small.authority().issue("wild", "middle", "subjectAltName=DNS:*.b.example\n");
+    const auto holds = [&](const std::string& target, const std::string& name) {
+        PathCase path = small.path(target);
+        path.query.name = name;
+        return path.run().trusted;
+    };
+    for (const char* const name : {"dns:A.example", "dns:a.example.", "ip:192.0.2.7",
+                                   "ip:192.0.2.7", "email:Ada@EXAMPLE.com"}) {
+        EXPECT_TRUE(holds("user", name)) << name;
+    }
+    for (const char* const name :
+         {"dns:x.a.example", "dns:user", "dns:192.0.2.7", "ip:192.0.2.8", "email:ada@example.com",
+          "email:@example.com", "a.example", "dns:", "dns:*.example", "ip:192.0.2.07"}) {
+        EXPECT_FALSE(holds("user", name)) << name;
+    }
+    EXPECT_TRUE(holds("wild", "dns:x.B.example"));
+    EXPECT_FALSE(holds("wild", "dns:b.example"));
+    EXPECT_FALSE(holds("wild", "dns:x.y.b.example"));
+
+    // RFC 4291 2.2
+    const auto octets = [](const std::string& text) {
+        x509::PeerName name;
+        return x509::parsePeerName("ip:" + text, name) ? test::toHex(asBytes(name.value)) : "";
+    };
+    EXPECT_EQ(octets("2001:db8::8:800:200c:417a"), "20010db80000000000080800200c417a");
+    EXPECT_EQ(octets("::ffff:192.0.2.1"), "00000000000000000000ffffc0000201");
+    EXPECT_EQ(octets("::"), std::string(32, '0'));
+    for (const char* const wrong :
+         {"1::2::3", "1:2:3:4:5:6:7", "1:2:3:4:5:6:7:8:9", ":1:2:3:4:5:6:7:8", "12345::", "1.2.3",
+          "1.2.3.256", "1:2:3:4:5:6:7:", "g::"}) {
+        EXPECT_EQ(octets(wrong), "") << wrong;
+    }
+}
+
+// The authority's account of its certificates, as openssl keeps it; lists and answers come from it.
+class Account {
+public:
+    explicit Account(test::TestAuthority& authority) : m_authority(authority) {
+        test::writeFile(
+            m_authority.file("ca.cnf"),
+            "[ca]\ndefault_ca = here\n[here]\ndatabase = index.txt\ndefault_md = sha256\n");
+    }
+    // `state`: of the user's certificate, a line of the account up to the serial number.
+    void set(const std::string& state) const {
+        test::writeFile(m_authority.file("index.txt"),
+                        state.empty() ? "" : state + "\t03EB\tunknown\t/CN=user\n");
+    }
+    [[nodiscard]] test::Bytes list(const std::string& ca) const {
+        m_authority.run({"ca", "-config", "ca.cnf", "-cert", ca + ".pem", "-keyfile", ca + ".key",
+                         "-gencrl", "-crldays", "30", "-out", "list.pem"});
+        return test::readFile(m_authority.file("list.pem"));
+    }
+    [[nodiscard]] test::Bytes answer(const std::string& responder) const {
+        m_authority.run({"ocsp", "-index", "index.txt", "-CA", "middle.pem", "-issuer",
+                         "middle.pem", "-rsigner", responder + ".pem", "-rkey", responder + ".key",
+                         "-cert", "user.pem", "-ndays", "30", "-respout", "answer.der"});
+        return test::readFile(m_authority.file("answer.der"));
+    }
+
+private:
+    test::TestAuthority& m_authority;
+};
+
+TEST(PathVerdict, RevocationLists) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    const Account account(small.authority());
+    account.set("");
+    PathCase path = small.path("user");
+    path.addCrl(account.list("root"));
+    path.addCrl(account.list("middle"));
+    path.query.checkRevocation = true;
+    EXPECT_EQ(problemsOf(path.run()), "");
+    // Once nextUpdate is past, the status is unknown again.
+    path.query.time += 60 * kDay;
+    EXPECT_EQ(problemsOf(path.run()), "revocation-unknown middle, revocation-unknown user");
+
+    // A list that names it counts although its status was not asked for; somebody else's of the
+    // same name says nothing.
+    account.set("R\t491231235959Z\t491230000000Z");
+    PathCase revoked = small.path("user");
+    revoked.addCrl(account.list("middle"));
+    EXPECT_EQ(problemsOf(revoked.run()), "revoked user");
+    // Two signatures are the path's own: a list that cannot be looked at any more is not left out.
+    revoked.query.limits.signatureChecks = 2;
+    EXPECT_EQ(problemsOf(revoked.run()), "limit user");
+    revoked.query.limits.signatureChecks = 3;
+    EXPECT_EQ(problemsOf(revoked.run()), "revoked user");
+    small.authority().issue("impostor", "", kCa, "ec", "middle");
+    PathCase foreign = small.path("user");
+    foreign.addCrl(account.list("impostor"));
+    EXPECT_EQ(problemsOf(foreign.run()), "");
+
+    // Judged at a time before the revocation, by a list from later; unless the key was known to be
+    // in other hands by then.
+    revoked.query.revocationTime = revoked.query.time + kDay;
+    EXPECT_EQ(problemsOf(revoked.run()), "");
+    account.set("R\t491231235959Z\t491230000000Z,keyTime,20200101000000Z");
+    PathCase compromised = small.path("user");
+    compromised.addCrl(account.list("middle"));
+    compromised.query.revocationTime = compromised.query.time + kDay;
+    EXPECT_EQ(problemsOf(compromised.run()), "revoked user");
+}
+
+TEST(PathVerdict, AnswersOfResponders) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    const Account account(small.authority());
+    small.authority().issue("responder", "middle", "extendedKeyUsage=OCSPSigning\n");
+    small.authority().issue("unfit", "middle", "extendedKeyUsage=timeStamping\n");
+    small.authority().issue("alien", "root", "extendedKeyUsage=OCSPSigning\n");
+    const auto problemsWith = [&](const std::string& responder) {
+        PathCase path = small.path("user");
+        path.add(small.read("middle.pem"), path.query.anchors); // so that one answer is enough
+        path.material->addOcspResponse(account.answer(responder), path.query.ocspResponses);
+        path.query.checkRevocation = true;
+        return problemsOf(path.run());
+    };
+    account.set("V\t491231235959Z\t");
+    EXPECT_EQ(problemsWith("middle"), "");
+    EXPECT_EQ(problemsWith("responder"), "");
+    EXPECT_EQ(problemsWith("unfit"), "revocation-unknown user");
+    EXPECT_EQ(problemsWith("alien"), "revocation-unknown user");
+    account.set("R\t491231235959Z\t200101000000Z,superseded");
+    EXPECT_EQ(problemsWith("responder"), "revoked user");
+    EXPECT_EQ(problemsWith("unfit"), "revocation-unknown user");
+}
+
+TEST(PathVerdict, MaterialFromFilesAndFolders) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    const std::string folder = small.authority().file("");
+    x509::PathMaterial material;
+    std::vector<const VantrelX509*> found;
+    LogNull log;
+    // Three certificates among keys, requests and serial numbers.
+    EXPECT_TRUE(material.addCertificateSource(folder, found, log));
+    EXPECT_EQ(found.size(), 3U);
+    ASSERT_EQ(setenv("SSL_CERT_FILE", small.authority().file("root.pem").c_str(), 1), 0);
+    EXPECT_TRUE(material.addCertificateSource("system", found, log));
+    ASSERT_EQ(unsetenv("SSL_CERT_FILE"), 0);
+    EXPECT_EQ(found.size(), 4U);
+    EXPECT_FALSE(material.addCertificateSource(folder + "user.key", found, log));
+    EXPECT_FALSE(material.addCertificateSource(folder + "absent.pem", found, log));
+    EXPECT_EQ(found.size(), 4U);
+    std::vector<ByteView> lists;
+    EXPECT_FALSE(material.addCrls(small.read("root.pem"), lists, log));
+}
+
+TEST(PathVerdict, ReportAsJson) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    const SmallAuthority small(openssl);
+    PathCase path = small.path("user");
+    path.query.time = 4'102'444'800; // 2100
+    StringBuffer text;
+    json::JsonWriter writer(text);
+    x509::writePathResult(path.run(), writer);
+    json::JsonValue report;
+    std::size_t faultAt = 0;
+    ASSERT_TRUE(json::parseJson(text.view(), report, faultAt));
+    EXPECT_EQ(test::textOf(report, "status"), "not-trusted");
+    EXPECT_EQ(test::textOf(report, "time"), "2100-01-01T00:00:00Z");
+    EXPECT_EQ(test::textsOf(report, "path"),
+              (std::vector<std::string>{"CN=user,O=Test,C=XX", "CN=middle,O=Test,C=XX",
+                                        "CN=root,O=Test,C=XX"}));
+    const json::JsonValue& problem = report.find("problems")->elements().front();
+    EXPECT_EQ(test::textOf(problem, "code"), "expired");
+    EXPECT_EQ(test::textOf(problem, "certificate"), "CN=root,O=Test,C=XX");
+}
+
+TEST(PathVerdict, MomentsAndPurposesAsPeopleWriteThem) {
+    std::int64_t utc = 0;
+    std::int64_t other = 0;
+    ASSERT_TRUE(x509::parseMoment("2026-01-31T12:00:00Z", utc));
+    EXPECT_EQ(utc, 1'769'860'800);
+    for (const char* const text :
+         {"2026-01-31T14:00:00+02:00", "2026-01-31t12:00:00.25z", "2026-01-31 06:30:00-05:30"}) {
+        EXPECT_TRUE(x509::parseMoment(text, other)) << text;
+        EXPECT_EQ(other, utc) << text;
+    }
+    EXPECT_TRUE(x509::parseMoment("2026-01-31", other));
+    EXPECT_EQ(other, utc - kDay / 2);
+    for (const char* const text : {"", "2026-1-31", "2026-02-30", "2026-01-31T12:00:00", "now",
+                                   "2026-01-31T12:00:00.Z", "2026-01-31T12:00:00+2"}) {
+        EXPECT_FALSE(x509::parseMoment(text, other)) << text;
+    }
+    std::string oid;
+    EXPECT_TRUE(x509::parsePurpose("documentsigning", oid) && oid == "1.3.6.1.5.5.7.3.36");
+    EXPECT_TRUE(x509::parsePurpose("1.2.3", oid) && oid == "1.2.3");
+    EXPECT_FALSE(x509::parsePurpose("signing", oid));
+}
+
+} // namespace
+} // namespace vantrel
