@@ -11,7 +11,7 @@
 // of the shells are made from it and from nothing else, so that they cannot disagree.
 namespace vantrel::cli {
 
-// The commands' bits, in the order of the help.
+// The commands' bits.
 inline constexpr CommandSet kVerify = 1U << 0;
 inline constexpr CommandSet kInfo = 1U << 1;
 inline constexpr CommandSet kC14n = 1U << 2;
@@ -22,13 +22,17 @@ inline constexpr CommandSet kPath = 1U << 6;
 inline constexpr CommandSet kCompletion = 1U << 7;
 inline constexpr CommandSet kHelp = 1U << 8;
 inline constexpr CommandSet kVersion = 1U << 9;
-inline constexpr CommandSet kEveryCommand = (1U << 10) - 1;
+inline constexpr CommandSet kReport = 1U << 10;
+inline constexpr CommandSet kExplain = 1U << 11;
+inline constexpr CommandSet kEveryCommand = (1U << 12) - 1;
 
 // Those that verify or do what a verification does up to some point: they share the options that
 // say what is verified and with what.
-inline constexpr CommandSet kVerifying = kVerify | kDigestInput;
+inline constexpr CommandSet kVerifying = kVerify | kExplain | kReport | kDigestInput;
+// Those whose exit code says whether what they verified is accepted.
+inline constexpr CommandSet kJudging = kVerify | kExplain | kReport;
 // Those that go through any number of files.
-inline constexpr CommandSet kManyFiles = kVerify | kInfo | kC14n | kCerts | kDigestInput;
+inline constexpr CommandSet kManyFiles = kVerify | kExplain | kInfo | kC14n | kCerts | kDigestInput;
 
 // The commands, the most used first.
 [[nodiscard]] std::span<const Command> allCommands() noexcept;

@@ -32,6 +32,8 @@ struct Command {
 };
 
 [[nodiscard]] int runVerify(const Arguments& arguments);
+[[nodiscard]] int runExplain(const Arguments& arguments);
+[[nodiscard]] int runReport(const Arguments& arguments);
 [[nodiscard]] int runInfo(const Arguments& arguments);
 [[nodiscard]] int runC14n(const Arguments& arguments);
 [[nodiscard]] int runCerts(const Arguments& arguments);

@@ -4,6 +4,8 @@
 // standard error. The exit code is the worst of all files; a document without signatures counts as
 // one that does not verify, since a caller who asked for valid signatures did not get one.
 
+#include "cli/verify_command.h"
+
 #include "cli/commands.h"
 #include "cli/ordered_runner.h"
 #include "cli/progress.h"
@@ -108,6 +110,10 @@ int usageError(const std::string& complaint) {
 } // namespace
 
 int runVerify(const Arguments& arguments) {
+    return verifyFiles(arguments, arguments.has("--explain"));
+}
+
+int verifyFiles(const Arguments& arguments, bool explains) {
     std::string complaint;
     NameSource names;
     VerifySettings settings;
@@ -116,6 +122,7 @@ int runVerify(const Arguments& arguments) {
         !names.open(arguments, false, complaint) || !settings.load(arguments, complaint)) {
         return usageError(complaint);
     }
+    settings.setExplains(explains);
     const ReportForm form = arguments.has("--quiet")  ? ReportForm::None
                             : arguments.has("--json") ? ReportForm::Json
                                                       : ReportForm::Text;

@@ -117,21 +117,26 @@ private:
         bool allValid = true;
         for (const int index : indexes) {
             bool valid = false;
-            if (!verifyOne(verifier, index, valid, complaint)) {
-                return false;
-            }
             // What one signature's verification found out of the document stays in force for the
             // next; a signature that fails gets a second attempt without.
-            if (!valid && indexes.size() > 1 && verifier.profileName() == "sii") {
+            const bool again = indexes.size() > 1 && verifier.profileName() == "sii";
+            if (!verifyOne(verifier, index, !again, valid, complaint)) {
+                return false;
+            }
+            if (!valid && again) {
                 m_result.report.resize(m_beforeLast);
                 verifier.ResetDocumentRules();
-                if (!verifyOne(verifier, index, valid, complaint)) {
+                if (!verifyOne(verifier, index, true, valid, complaint)) {
                     return false;
                 }
             }
             allValid = valid && allValid;
             if (m_judgement && !judge(verifier)) {
                 complaint = "the signature could not be judged";
+                return false;
+            }
+            if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
+                complaint = lastErrorOf(verifier);
                 return false;
             }
         }
@@ -142,6 +147,17 @@ private:
             m_judgement->accepted = holds;
         }
         m_result.code = holds ? kEverythingHolds : kSomethingFails;
+        return m_form != ReportForm::Html || makePage(verifier, complaint);
+    }
+
+    bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
+        XString title(m_result.name);
+        XString page;
+        if (!verifier.HtmlReport(title, page)) {
+            complaint = lastErrorOf(verifier);
+            return false;
+        }
+        m_result.report = page.getUtf8Sb().view();
         return true;
     }
 
@@ -165,17 +181,24 @@ private:
     }
 
     // One signature, or one of its references where that is asked for. False, with the reason in
-    // `complaint`, when nothing can be said of it.
-    bool verifyOne(ClsXmlDSig& verifier, int index, bool& valid, std::string& complaint) {
+    // `complaint`, when nothing can be said of it. `isLast`: no other attempt follows, so that a
+    // failure may be explained.
+    bool verifyOne(ClsXmlDSig& verifier, int index, bool isLast, bool& valid,
+                   std::string& complaint) {
         verifier.put_Selector(index);
         if (!m_settings.prepareSelected(verifier, complaint)) {
             return false;
         }
         valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
                                        : verifier.VerifySignature(m_settings.checkReferences());
-        m_beforeLast = m_result.report.size();
-        const bool isReported = m_form == ReportForm::None || addSignature(verifier);
         keepLog(verifier, verifier.get_Selector());
+        // Only a report can show what a search finds.
+        if (!valid && isLast && m_settings.explains() && m_form != ReportForm::None) {
+            static_cast<void>(verifier.ExplainFailures(m_settings.effort()));
+        }
+        m_beforeLast = m_result.report.size();
+        const bool isReported =
+            m_form == ReportForm::None || m_form == ReportForm::Html || addSignature(verifier);
         if (!isReported) {
             complaint = withRemedy("the report is larger than its limit (reportOctets)",
                                    "--limit reportOctets=NUMBER");

@@ -9,15 +9,17 @@
 
 namespace vantrel::cli {
 
-// How results are to be shown: not at all (--quiet), for people, or one JSON object a file.
-enum class ReportForm { None, Text, Json };
+// How results are to be shown: not at all (--quiet), for people, one JSON object a file, or a page
+// of HTML a file.
+enum class ReportForm { None, Text, Json, Html };
 
 // What one file's verification leaves to be printed, by whoever knows its turn.
 struct FileResult {
     std::string name;
     ExitCode code = kCannotTell;       // until something better is known
     std::string_view status = "error"; // as the report has it; of static storage
-    // For standard output, one after the other: text, or one JSON object with its line end.
+    // For standard output, one after the other: text, one JSON object with its line end, or a page,
+    // which is empty for a file that could not be judged.
     std::string heading;
     std::string report;
     std::string errors; // for standard error: why the file could not be verified, and the log

@@ -24,6 +24,8 @@ namespace {
 // Highest index of a reference for which the verifier takes data.
 constexpr int kLastReferenceWithData = 100;
 constexpr int kHighestIndex = 0x7FFFFFFE;
+// Some two hours.
+constexpr int kMostEffort = 3600;
 
 // The last error line of an operation of the library.
 std::string lastError(ClsBase& object) {
@@ -112,7 +114,8 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     if (bothGiven(arguments, "--signature", "--id", complaint) ||
         bothGiven(arguments, "--no-references", "--reference", complaint) ||
         !arguments.number("--signature", 0, kHighestIndex, m_signature, complaint) ||
-        !arguments.number("--reference", 0, kHighestIndex, m_reference, complaint)) {
+        !arguments.number("--reference", 0, kHighestIndex, m_reference, complaint) ||
+        !arguments.number("--effort", 1, kMostEffort, m_effort, complaint)) {
         return false;
     }
     if (const std::string* const id = arguments.last("--id")) {

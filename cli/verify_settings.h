@@ -48,6 +48,10 @@ public:
     // Those of the library with what --limit changed; reports and logs of the tool keep to them,
     // too.
     [[nodiscard]] const dsig::Limits& limits() const noexcept { return m_limits; }
+    // Whether the causes of failures are searched, and with how many times the usual effort.
+    [[nodiscard]] bool explains() const noexcept { return m_explains; }
+    void setExplains(bool explains) noexcept { m_explains = explains; }
+    [[nodiscard]] int effort() const noexcept { return m_effort.value_or(1); }
     [[nodiscard]] bool wantsLog() const noexcept { return m_log; }
     // By what signatures are accepted; its `policy` is null when that was not asked for.
     [[nodiscard]] const PolicySettings& policy() const noexcept { return m_policy; }
@@ -70,6 +74,8 @@ private:
     std::optional<std::string> m_id;
     bool m_checkReferences = true;
     std::optional<int> m_reference;
+    bool m_explains = false;
+    std::optional<int> m_effort;
     dsig::Limits m_limits;
     // Of --key; parsed anew for each verifier, so that no key object is shared.
     std::vector<DataBuffer> m_keyFiles;

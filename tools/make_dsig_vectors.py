@@ -888,6 +888,7 @@ def digests():
     Reasons = 0
     Accommodations = digest.tolerated
     Warning = digest-tolerated
+    Warning = document-not-covered
 
     What = the word counts as written only
     Change = <Sum>1 => <Sum>2

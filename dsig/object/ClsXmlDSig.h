@@ -136,6 +136,20 @@ public:
     /// anchors. The structured result has the same members. False, with an empty text, without a
     /// policy or a verification, and where the object passes the limit reportOctets.
     bool LastAcceptance(XString& outJson);
+    /// Searches why the last verification failed and puts what it finds into its structured result:
+    /// the `cause` of each reference and of the signature, with evidence. What it claims was tried:
+    /// it reproduces the stored digest, or makes the value verify. `effort` multiplies the budget
+    /// of 2 seconds that all searches of one document share; it counts when the first is made. The
+    /// verdict, the rules in force and the selection stay. False when there is nothing to explain:
+    /// no verification, or one that succeeded.
+    bool ExplainFailures(int effort);
+    /// Keeps the result of the last verification for HtmlReport, until the next load. False when
+    /// there is none, or the results together pass the limit reportOctets.
+    bool KeepForHtmlReport();
+    /// One stand-alone HTML page about the loaded document and the results that were kept, headed
+    /// `title`: verdict, signers, warnings and causes, and the text with what each signature
+    /// covers. Safe for any content: it carries no script and forbids any.
+    bool HtmlReport(XString& title, XString& outHtml);
     /// Describes the selected signature without verifying it, as one JSON object.
     bool DescribeSignature(XString& outJson);
     /// Appends the octets over which the reference's digest is computed.

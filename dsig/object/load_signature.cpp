@@ -54,6 +54,9 @@ void ClsXmlDSig::unloadDocument() {
     m_state->document.reset();
     m_state->report = {};
     m_state->acceptance.reset();
+    m_state->explainBudget.reset();
+    m_state->kept.clear();
+    m_state->keptOctets = 0;
     if (m_xmlRoot != nullptr) {
         m_xmlRoot->decRefCount();
         m_xmlRoot = nullptr;

@@ -4,12 +4,15 @@
 #include "dsig/document/document.h"
 #include "dsig/document/limits.h"
 #include "dsig/document/rules.h"
+#include "dsig/explain/budget.h"
+#include "dsig/html/page.h"
 #include "dsig/report/signature_report.h"
 #include "dsig/trust/acceptance.h"
 #include "dsig/trust/policy.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -26,6 +29,11 @@ struct ObjectState {
     // By which the caller accepts signatures; null for none. Survives loads.
     std::shared_ptr<const Policy> policy;
     std::optional<Acceptance> acceptance; // of the report; made when somebody asks for it
+    // What explanations of the loaded document may still cost; made with the first of them.
+    std::optional<explain::Budget> explainBudget;
+    // Results that the caller had kept for a page, in their order; gone with the next load.
+    std::vector<html::PageSignature> kept;
+    std::uint64_t keptOctets = 0; // of their reports
     // Survive loads; the document's accounts refer to them.
     Limits limits;
     // Tried for every signature, last, in this order; none is null. Survive loads.

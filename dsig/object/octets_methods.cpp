@@ -12,6 +12,8 @@
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/MethodFrame.h"
 
+#include <algorithm>
+
 namespace vantrel {
 
 dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
@@ -21,6 +23,21 @@ dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
     return byOptions;
 }
 
+namespace {
+
+// Checks the references below `end` for what they find out of the document; their failures do not
+// matter here.
+void applyReferences(int end, dsig::ReferenceQuery query, dsig::Rules& rules, LogBase& log) {
+    LogNull quiet(log);
+    for (query.index = 0; query.index < end; ++query.index) {
+        static_cast<void>(dsig::checkReference(query, rules, quiet));
+    }
+}
+
+} // namespace
+
+// The references before it come first in a verification, too, and what they find out (an attribute
+// order, ZATCA rules) decides what is digested.
 bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
     return MethodFrame::runLater(*this, "DigestInput", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
@@ -30,12 +47,14 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
         if (document() != nullptr) {
             document()->account.begin(selected.index);
         }
-        const dsig::ReferenceQuery query{
-            document(), selected, index, {&m_externalData, m_selector, &dirs}, true};
+        dsig::ReferenceQuery query{document(), selected, 0, {&m_externalData, m_selector, &dirs}};
+        applyReferences(std::min(index, get_NumReferences()), query, inForce, m_log);
+        query.index = index;
+        query.keepOctets = true;
         const dsig::ReferenceResult result = dsig::checkReference(query, inForce, m_log);
         // A digest that does not match is no failure here: whoever looks for the reason wants the
-        // octets. Nothing is appended where none could be made.
-        return frame.finish(!result.octets.isEmpty() && out.data().append(result.octets));
+        // octets, which may be none. Nothing is appended where nothing was digested.
+        return frame.finish(!result.computedDigest.isEmpty() && out.data().append(result.octets));
     });
 }
 
@@ -44,20 +63,15 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
 bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
     return MethodFrame::runLater(*this, "SignedInfoOctets", [&](MethodFrame& frame) {
         dsig::Rules inForce = logRulesByOptions(m_log);
-        // What the references find out is wanted, not what they say; their failures do not matter
-        // here.
-        LogNull quiet(m_log);
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);
         const dsig::Selection selected = selection();
         if (document() != nullptr) {
             document()->account.begin(selected.index);
         }
-        for (int index = 0; index < get_NumReferences(); ++index) {
-            const dsig::ReferenceQuery query{
-                document(), selected, index, {&m_externalData, m_selector, &dirs}};
-            static_cast<void>(dsig::checkReference(query, inForce, quiet));
-        }
+        applyReferences(get_NumReferences(),
+                        {document(), selected, 0, {&m_externalData, m_selector, &dirs}}, inForce,
+                        m_log);
         DSigReference first;
         XmlSigLocate locator;
         dsig::SignedOctets octets;

@@ -1,14 +1,17 @@
 // What an operation found out, for whoever asks afterwards.
 
 #include "dsig/document/document.h"
+#include "dsig/explain/explain_failures.h"
 #include "dsig/keys/key_sources.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
 #include "dsig/verify/complete_report.h"
 #include "dsig/verify/report_steps.h"
 #include "foundation/base/CritSecExitor.h"
+#include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
 #include <utility>
@@ -90,6 +93,24 @@ bool ClsXmlDSig::LastAcceptance(XString& outJson) {
     }
 }
 
+bool ClsXmlDSig::ExplainFailures(int effort) {
+    // The structured result is added to, and hence not forgotten first.
+    return MethodFrame::runLater(*this, "ExplainFailures", [&](MethodFrame& frame) {
+        dsig::SignatureReport& report = m_state->report;
+        if (!report.present || m_log.lastJsonData().isEmpty() || report.valid) {
+            return frame.result(false);
+        }
+        completeReport();
+        if (!m_state->explainBudget) {
+            m_state->explainBudget.emplace(static_cast<unsigned>(std::max(effort, 1)));
+        }
+        withVerified([&](const dsig::VerifyQuery& query) {
+            dsig::explain::explainFailures(query, rules(), *m_state->explainBudget, report);
+        });
+        return frame.result(true);
+    });
+}
+
 void ClsXmlDSig::get_LastJsonData(XString& json) {
     const CritSecExitor lock(m_critSec);
     try {
@@ -117,6 +138,41 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
     } catch (const std::bad_alloc&) {
         json.clear();
     }
+}
+
+bool ClsXmlDSig::KeepForHtmlReport() {
+    return MethodFrame::runLater(*this, "KeepForHtmlReport", [&](MethodFrame& frame) {
+        XString json;
+        get_LastJsonData(json);
+        dsig::Document* const loaded = document();
+        if (json.isEmpty() || !m_state->report.present || loaded == nullptr) {
+            m_log.LogError("There is no result to be kept.");
+            return frame.finish(false);
+        }
+        m_state->keptOctets += json.getUtf8Sb().getSize();
+        if (m_state->keptOctets > m_state->limits.reportOctets) {
+            m_log.LogError("The results that are kept pass their limit (reportOctets).");
+            return frame.finish(false);
+        }
+        m_state->kept.push_back({std::string(json.getUtf8Sb().view()),
+                                 dsig::html::placesOf(m_state->report, *loaded->structure)});
+        return frame.result(true);
+    });
+}
+
+bool ClsXmlDSig::HtmlReport(XString& title, XString& outHtml) {
+    return MethodFrame::runLater(*this, "HtmlReport", [&](MethodFrame& frame) {
+        outHtml.clear();
+        if (m_xmlRoot == nullptr || m_xmlRoot->document() == nullptr) {
+            m_log.LogError("There is no document to show.");
+            return frame.finish(false);
+        }
+        std::string html;
+        dsig::html::appendPage(title.getUtf8Sb().view(), *m_xmlRoot->document(), m_state->kept,
+                               html);
+        outHtml.setFromUtf8(html.c_str());
+        return frame.finish(true);
+    });
 }
 
 } // namespace vantrel

@@ -13,7 +13,6 @@ namespace {
 // document.
 constexpr std::size_t kLongestQuote = 200;
 
-constexpr const char* kTryExplain = "xmldsig explain FILE";
 constexpr const char* kTryKey = "--key FILE";
 constexpr const char* kTryCertificate = "--cert FILE";
 

@@ -37,6 +37,9 @@ inline constexpr std::string_view kWrongKey = "wrong-key";
 inline constexpr std::string_view kValueMismatch = "value-mismatch";
 } // namespace cause
 
+// The command that searches further, as the causes advise it.
+inline constexpr const char* kTryExplain = "xmldsig explain FILE";
+
 // What a KeyInfo says, for whoever looks for the key.
 struct KeyHints {
     bool isThere = false;

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantrel::test {
@@ -22,6 +23,8 @@ void loadDocument(ClsXmlDSig& verifier, const std::string& path);
 // relative to `folder`. False when the entry's key is of a kind that the verifier cannot be given.
 void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
                        const std::string& folder);
+// Of a report, or of one of its references.
+[[nodiscard]] bool hasAccommodation(const json::JsonValue& object, std::string_view code);
 [[nodiscard]] std::string logOf(ClsXmlDSig& verifier);
 // What the verifier hands out as digested octets and as the octets of the signature value is what a
 // verification digests: `prepare` sets a fresh verifier up, with the signature selected.

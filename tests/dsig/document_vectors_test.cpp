@@ -1,18 +1,14 @@
 // Whole documents with all that a verifier must say of them: verdicts with and without the
 // references, reasons, log lines, accommodations. One folder of tests/vectors/dsig each.
 
-#include "foundation/base/ClsBinData.h"
-#include "foundation/x509/keys/ClsPublicKey.h"
+#include "tests/dsig/case_setting.h"
 #include "tests/dsig/document_case.h"
-#include "tests/support/corpus.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/live_objects.h"
 #include "tests/support/vectors.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
-#include <map>
 #include <set>
 #include <sstream>
 
@@ -21,76 +17,9 @@
 namespace vantrel::test {
 namespace {
 
-const std::string kHmacSecret = "a secret of some length";
-
 std::vector<std::string> words(const std::string& text) {
     std::istringstream in(text);
     return {std::istream_iterator<std::string>(in), {}};
-}
-
-// Replaces every occurrence; one there must be, so that no case tests an unchanged document.
-void applyChange(std::string& document, const std::string& change, const std::string& where) {
-    const std::size_t arrow = change.find(" =>");
-    ASSERT_NE(arrow, std::string::npos) << where;
-    const std::string from = unescape(change.substr(0, arrow));
-    const std::string to =
-        unescape(change.substr(std::min(arrow + std::string(" => ").size(), change.size())));
-    std::size_t at = document.find(from);
-    ASSERT_NE(at, std::string::npos) << where << "nothing to change: " << from;
-    for (; at != std::string::npos; at = document.find(from, at + to.size())) {
-        document.replace(at, from.size(), to);
-    }
-}
-
-// What a case says about the document and the settings, read once and used for every verifier.
-struct Setting {
-    std::string document;
-    bool asBytes = false;
-    std::string options;
-    std::string key;
-    int selector = 0;
-    bool ignoreExternal = false;
-    std::vector<std::string> data; // "index bytes"
-};
-
-Setting readSetting(VecCase& c, const std::string& folder) {
-    Setting setting;
-    setting.document = readText(folder + "/document.xml");
-    for (const std::string& change : c.all("Change")) {
-        applyChange(setting.document, change, c.where());
-    }
-    setting.asBytes = c.textOr("Load", "text") == "bytes";
-    setting.options = c.textOr("Options", "");
-    setting.key = c.textOr("Key", "rsa");
-    setting.selector = static_cast<int>(c.integerOr("Selector", 0));
-    setting.ignoreExternal = c.booleanOr("Ignore", false);
-    setting.data = c.all("Data");
-    return setting;
-}
-
-void supplyKey(ClsXmlDSig& verifier, const std::string& key) {
-    if (key == "none") {
-        return;
-    }
-    if (key == "hmac") {
-        XString secret(kHmacSecret);
-        XString encoding("ascii");
-        ASSERT_TRUE(verifier.SetHmacKey(secret, encoding));
-        return;
-    }
-    const Ref<ClsPublicKey> publicKey = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
-    ASSERT_TRUE(publicKey->LoadFromFile(XString(vectorPath("dsig/keys/" + key + ".pub"))));
-    ASSERT_TRUE(verifier.SetPublicKey(*publicKey));
-}
-
-bool load(ClsXmlDSig& verifier, const Setting& setting) {
-    if (setting.asBytes) {
-        ClsBinData bytes;
-        bytes.data().append(ByteView(bytesOf(setting.document)));
-        return verifier.LoadSignatureBd(bytes);
-    }
-    XString text(setting.document);
-    return verifier.LoadSignature(text);
 }
 
 // A document that is not loaded leaves no signature of an earlier one.
@@ -105,24 +34,6 @@ void checkRefusal(VecCase& c, const Setting& setting) {
     EXPECT_NE(given.find(c.text("LoadError")), std::string::npos) << c.where() << given;
     EXPECT_EQ(verifier.get_NumSignatures(), 0) << c.where();
     EXPECT_FALSE(verifier.VerifySignature(true)) << c.where();
-}
-
-void prepare(ClsXmlDSig& verifier, const Setting& setting, std::string& loadLog) {
-    XString options(setting.options);
-    verifier.put_UncommonOptions(options);
-    verifier.put_IgnoreExternalRefs(setting.ignoreExternal);
-    ASSERT_TRUE(load(verifier, setting)) << logOf(verifier);
-    loadLog = logOf(verifier);
-    for (int i = verifier.get_NumSignatures(); i-- > 0;) {
-        verifier.put_Selector(i);
-        supplyKey(verifier, setting.key);
-    }
-    verifier.put_Selector(setting.selector);
-    for (const std::string& entry : setting.data) {
-        ClsBinData bytes;
-        bytes.data().append(ByteView(bytesOf(entry.substr(entry.find(' ') + 1))));
-        ASSERT_TRUE(verifier.SetRefDataBd(std::stoi(entry), bytes));
-    }
 }
 
 std::set<std::string> accommodationsOf(const json::JsonValue& report) {
@@ -283,22 +194,6 @@ void runCase(VecCase& c, const std::string& folder) {
     if (c.has("Reasons")) {
         checkReasons(c, setting);
     }
-}
-
-// The folders with cases, by their group.
-const std::map<std::string, std::vector<std::string>>& casesByGroup() {
-    static const std::map<std::string, std::vector<std::string>> cases = [] {
-        std::map<std::string, std::vector<std::string>> found;
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(vectorPath("dsig"))) {
-            if (entry.path().filename() == "case.vec") {
-                const std::filesystem::path folder = entry.path().parent_path();
-                found[folder.parent_path().filename().string()].push_back(folder.string());
-            }
-        }
-        return found;
-    }();
-    return cases;
 }
 
 std::vector<std::string> groups() {

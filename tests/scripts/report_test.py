@@ -64,6 +64,8 @@ def words_of_sources():
     text = "".join((TOP / "dsig/trust" / name).read_text() for name in ("demands.h", "demands.cpp"))
     yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
     yield from re.findall(r'{Demand::\w+, "[^"]+", "([^"]+)"', text)
+    text = (TOP / "dsig/explain/codes.h").read_text()
+    yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
     yield from re.findall(r'KeySource k\w+\{"(\w+)"', (TOP / "dsig/keys/key_sources.h").read_text())
 
 

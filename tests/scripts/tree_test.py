@@ -47,6 +47,7 @@ MAY_INCLUDE = {
     "foundation/keyfile": X509 + ("foundation/cms", "foundation/json"),
     "dsig/document": ("foundation",),
     "dsig/report": ("dsig/document", "foundation"),
+    "dsig/html": ("dsig/document", "dsig/report", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
@@ -57,6 +58,8 @@ MAY_INCLUDE = {
                     "dsig/xades", "foundation"),
     "dsig/trust": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
                    "dsig/xades", "dsig/verify", "foundation"),
+    "dsig/explain": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
+                     "dsig/verify", "foundation"),
 }
 
 # The contract class's members that belong to a room of dsig; they alone look up, to its declaration.

@@ -12,6 +12,8 @@ namespace {
 // Lower is tried earlier.
 int rankOf(const Candidate& candidate, ByteView keyId, std::int64_t time) noexcept {
     const CertificateFacts& facts = candidate.facts;
+    // Three questions, the first of most weight: does the path end here, is it the right key, is it
+    // valid. None of them excludes a candidate: key identifiers are hints that issuers get wrong.
     int rank = candidate.isAnchor ? 0 : 1;
     rank *= 3;
     if (keyId.empty() || facts.subjectKeyId.empty()) {
@@ -27,6 +29,8 @@ int rankOf(const Candidate& candidate, ByteView keyId, std::int64_t time) noexce
 
 CandidateStore::CandidateStore(const PathQuery& query) {
     std::unordered_map<std::string_view, Candidate*> byBytes;
+    // By their bytes, so that a certificate that the document carries and the caller trusts is one.
+    // The keys are views into the caller's certificates.
     const auto add = [&](const VantrelX509& certificate) {
         Candidate*& place = byBytes[asText(certificate.certificate())];
         if (place == nullptr) {
@@ -54,6 +58,7 @@ std::vector<const Candidate*> CandidateStore::withSubject(std::string_view subje
     if (place == m_bySubject.end()) {
         return {};
     }
+    // Stable, so that the caller's order decides between equals and a query has one answer.
     std::vector<const Candidate*> found = place->second;
     std::stable_sort(found.begin(), found.end(), [&](const Candidate* a, const Candidate* b) {
         return rankOf(*a, keyId, time) < rankOf(*b, keyId, time);

@@ -268,6 +268,7 @@ struct KnownExtension {
     bool (*read)(ByteView value, bool critical, CertificateFacts& facts);
 };
 
+// RFC 5280 4.2.1. What is not listed is ignored, or when it is critical refuses the certificate.
 constexpr KnownExtension kExtensions[] = {
     {oid::kSubjectKeyId, readSubjectKeyId},
     {oid::kAuthorityKeyId, readAuthorityKeyId},
@@ -284,6 +285,7 @@ constexpr KnownExtension kExtensions[] = {
     {oid::kCrlDistributionPoints, readPoints},
 };
 
+// One that is known is read whether it is critical or not: a malformed one is a fault either way.
 bool readExtension(const Extension& extension, CertificateFacts& facts) {
     for (const KnownExtension& known : kExtensions) {
         if (sameBytes(known.id, extension.id)) {
@@ -322,6 +324,7 @@ bool CertificateFacts::allowsPurpose(ByteView purpose) const noexcept {
     return !hasPurposes || std::any_of(purposes.begin(), purposes.end(), fits);
 }
 
+// On a fault what was read until then stays; it is used for telling about the certificate only.
 CertificateFacts readCertificateFacts(const VantrelX509& certificate) {
     CertificateFacts facts;
     facts.certificate = &certificate;
@@ -330,6 +333,7 @@ CertificateFacts readCertificateFacts(const VantrelX509& certificate) {
         facts.fault = "its subject or issuer is malformed";
         return facts;
     }
+    // RFC 5280 6.1: self-issued is about names; the key may be another one.
     facts.selfIssued = facts.subject == facts.issuer;
     if (!certificate.validity(facts.notBefore, facts.notAfter)) {
         facts.fault = "its validity is malformed";

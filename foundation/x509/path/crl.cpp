@@ -73,6 +73,7 @@ bool readScope(ByteView value, Crl& crl) {
            fields.atEnd();
 }
 
+// A hint at the key that signed the list; the rest of it is not needed.
 bool readAuthorityKeyId(ByteView value, Crl& crl) {
     // AuthorityKeyIdentifier ::= SEQUENCE { keyIdentifier [0] KeyIdentifier OPTIONAL, ... }
     DerReader reader(value);
@@ -204,6 +205,7 @@ bool CrlEntryReader::next() {
     return !m_failed;
 }
 
+// The issuer stays from one entry to the next (RFC 5280 5.3.3), all else belongs to one entry.
 bool CrlEntryReader::readEntry(DerReader fields) {
     m_entry.reason = 0;
     m_entry.invalidSince.reset();

@@ -31,6 +31,7 @@ std::vector<std::string> namesOf(const DistributionPoint& point, const Certifica
     if (point.name.present) {
         return point.name.keys(point.crlIssuers.empty() ? facts.issuer : point.crlIssuers.front());
     }
+    // A point without a name stands for all lists of the issuers that it names.
     std::vector<std::string> names;
     for (const std::string& issuer : point.crlIssuers) {
         names.push_back(asPointName(issuer));
@@ -56,6 +57,7 @@ bool isInScope(const Crl& crl, const DistributionPoint& point, const Certificate
            !(crl.onlyAuthorities && !facts.isCa);
 }
 
+// In an indirect list the serial number alone says nothing: the issuer goes with it.
 std::optional<CrlEntry> findEntry(const Crl& crl, const CertificateFacts& facts) {
     CrlEntryReader entries(crl);
     while (entries.next()) {
@@ -84,6 +86,8 @@ bool completes(const Crl& delta, const Crl& crl) noexcept {
 
 } // namespace
 
+// Lists that must not be used are left out here, so that none of the steps below meets them. The
+// newest come first: an older one may still be valid and not know of a revocation.
 void CrlCheck::readLists() {
     m_read = true;
     for (const ByteView der : m_query.crls) {
@@ -103,6 +107,8 @@ bool CrlCheck::isSignedBy(const Crl& crl, const Candidate& signer) {
                               *signer.facts.certificate) == SignatureVerdict::Good;
 }
 
+// Any certificate of the issuer's name may hold the key: authorities keep one for lists alone, and
+// change keys. So the signature decides first, which is cheap, and the path of its key afterwards.
 const Candidate* CrlCheck::findSigner(const Crl& crl, const PathPlace& place, bool& conditional) {
     // RFC 5280 6.3.3 f and g. The issuer of the certificate comes first: its path is this one.
     std::vector<const Candidate*> candidates =
@@ -124,6 +130,8 @@ const Candidate* CrlCheck::findSigner(const Crl& crl, const PathPlace& place, bo
     return nullptr;
 }
 
+// Whether somebody who may do so signed the list, for paths that end at this anchor (RFC 5280 6.3.3
+// f demands the same one).
 bool CrlCheck::isSignedFor(const Crl& crl, const PathPlace& place) {
     const std::pair<const Crl*, const Candidate*> key(&crl, &place.anchor);
     const auto known = m_signers.find(key);
@@ -139,6 +147,7 @@ bool CrlCheck::isSignedFor(const Crl& crl, const PathPlace& place) {
     return signer != nullptr;
 }
 
+// Of several delta lists the one with the highest number is the last word.
 const Crl* CrlCheck::findDelta(const Crl& crl, const PathPlace& place) {
     const Crl* newest = nullptr;
     for (const Crl& delta : m_lists) {
@@ -159,6 +168,7 @@ RevocationFinding CrlCheck::statusBy(const Crl& crl, const PathPlace& place) {
     if (!entry) {
         entry = findEntry(crl, place.certificate.facts);
     }
+    // Only a delta list takes a certificate off: it was on hold, and is not any more.
     if (!entry || entry->reason == kReasonRemoveFromCrl) {
         return {RevocationStatus::Good, {}};
     }
@@ -191,6 +201,7 @@ RevocationFinding CrlCheck::check(const PathPlace& place) {
     if (!m_read) {
         readLists();
     }
+    // Points are looked through in their order until all reasons are covered or one says revoked.
     // The last is the one that RFC 5280 6.3.3 adds: lists of the issuer itself.
     std::vector<DistributionPoint> points = place.certificate.facts.distributionPoints;
     DistributionPoint own;

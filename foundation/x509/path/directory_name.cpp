@@ -51,6 +51,8 @@ bool isComparableText(Tag tag, std::string_view contents) {
     }
 }
 
+// RFC 5280 7.1 asks for RFC 4518 preparation; of that white space and the case of ASCII are done,
+// which is what issuers differ in.
 void appendValueKey(const DerElement& value, std::string& out) {
     std::string text;
     if (!isComparableText(value.tag, asText(value.contents)) ||
@@ -88,6 +90,7 @@ bool appendComponentKey(ByteView setContents, std::string& key) {
         appendValueKey(value, attribute);
         attributes.push_back(std::move(attribute));
     }
+    // A component is a set: signers need not write its attributes in the order of DER.
     std::sort(attributes.begin(), attributes.end());
     std::string component;
     for (const std::string& attribute : attributes) {

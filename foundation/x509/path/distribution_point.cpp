@@ -15,6 +15,7 @@ namespace {
 // The key of a directory name, as appendGeneralNameKey begins it.
 constexpr char kDirectoryMark = '0' + static_cast<char>(NameForm::Directory);
 
+// Names of any form: lists are found by URIs that are equal, not by fetching them.
 bool appendNameKeys(DerReader names, std::vector<std::string>& keys) {
     std::vector<GeneralName> list;
     if (!readGeneralNames(names, list)) {

@@ -25,6 +25,8 @@ bool isIa5(ByteView text) noexcept {
     return std::all_of(text.begin(), text.end(), [](std::uint8_t c) { return c < 0x80; });
 }
 
+// Other forms are compared octet for octet, or not at all; their contents are nobody's business
+// here.
 bool isWellFormed(const GeneralName& name) {
     switch (name.form) {
     case NameForm::Email:

@@ -42,6 +42,7 @@ bool collectNames(const CertificateFacts& facts, std::vector<ComparableName>& na
     return true;
 }
 
+// The name itself is told where it is a text that was found to be ASCII.
 std::string described(const GeneralName& name) {
     constexpr std::string_view kForms[kNameForms] = {
         "other name", "mailbox", "host name", "X.400 name",           "distinguished name",
@@ -70,6 +71,8 @@ void NameConstraints::add(const CertificateFacts& authority) {
 
 bool NameConstraints::satisfies(const ComparableName& name, const Authority& authority,
                                 std::string& why) {
+    // RFC 5280 4.2.1.10: a name of a form that no subtree has is not restricted. One in an
+    // excluded subtree is out whatever permits it.
     const auto& permitted = authority.permitted[indexOf(name.name.form)];
     const auto& excluded = authority.excluded[indexOf(name.name.form)];
     if (permitted.empty() && excluded.empty()) {
@@ -108,6 +111,7 @@ std::size_t NameConstraints::countChecks(const std::vector<ComparableName>& name
 
 NameConstraints::Verdict NameConstraints::check(const CertificateFacts& certificate,
                                                 std::string& why) const {
+    // Most paths have no constraints; then the names are not even collected.
     if (m_authorities.empty()) {
         return Verdict::Satisfied;
     }
@@ -116,6 +120,7 @@ NameConstraints::Verdict NameConstraints::check(const CertificateFacts& certific
         why = "an alternative name is malformed";
         return Verdict::Violated;
     }
+    // First the price, then the work.
     for (const Authority& authority : m_authorities) {
         const std::size_t checks = countChecks(names, authority);
         if (checks > kMaxChecksOfPair || checks > m_checks) {

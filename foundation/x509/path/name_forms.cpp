@@ -23,6 +23,7 @@ std::string_view withoutLeadingDot(std::string_view host) noexcept {
     return host.substr(host.substr(0, 1) == "." ? 1 : 0);
 }
 
+// Wildcards have no place in constraints; a leading dot has, by wide use.
 bool isHostConstraint(std::string_view host) noexcept {
     return host.empty() || isHostName(withoutLeadingDot(host), false);
 }
@@ -54,6 +55,7 @@ bool isDnsWithin(std::string_view name, std::string_view base, Subtree subtree) 
     return dot != std::string_view::npos && equalIgnoringCase(bare.substr(dot + 1), name.substr(2));
 }
 
+// RFC 5280 4.2.1.10: a base is a mailbox, a host, or with a leading dot the hosts below a domain.
 bool isMailboxWithin(std::string_view mailbox, std::string_view base) noexcept {
     std::string_view local;
     std::string_view host;
@@ -106,6 +108,7 @@ bool isAddressRange(ByteView range) noexcept {
     return true;
 }
 
+// An address of the other family lies in no range of this one.
 bool isAddressWithin(ByteView address, ByteView range) noexcept {
     if (address.size() * 2 != range.size()) {
         return false;
@@ -170,6 +173,8 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) noexcept {
                       [](char x, char y) { return foldAscii(x) == foldAscii(y); });
 }
 
+// RFC 5321 4.1.2: a local part with an "@" in it is quoted. Reading it any other way would let one
+// mailbox pass for that of another host.
 bool splitMailbox(std::string_view mailbox, std::string_view& local,
                   std::string_view& host) noexcept {
     const std::size_t at = mailbox.rfind('@');
@@ -186,6 +191,7 @@ bool splitMailbox(std::string_view mailbox, std::string_view& local,
     return true;
 }
 
+// More than this is not asked: underscores and labels of any length stand in certificates in use.
 bool isHostName(std::string_view host, bool wildcards) noexcept {
     if (wildcards && host.substr(0, 2) == "*.") {
         host.remove_prefix(2);

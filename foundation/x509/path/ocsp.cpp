@@ -23,6 +23,7 @@ constexpr std::int64_t kSuccessful = 0;
 // Certificates in one response: the responder's and a few above it.
 constexpr std::size_t kMaxCertificates = 100;
 
+// RFC 6960 knows GeneralizedTime only.
 bool readMoment(DerReader& reader, std::int64_t& seconds) noexcept {
     return reader.nextIs(Tag::GeneralizedTime) && asn1::readTime(reader, seconds);
 }
@@ -71,6 +72,7 @@ bool readStatus(DerReader& fields, OcspAnswer& answer) {
 }
 
 // The extensions of a response or an answer: none binds us but those that are critical.
+// Nonces among them: whoever looks at a stored response asked for none.
 bool readOwnExtensions(DerReader& fields, bool& unknownCritical) {
     ByteView whole;
     std::vector<Extension> extensions;

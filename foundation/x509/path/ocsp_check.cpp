@@ -48,6 +48,7 @@ int severity(RevocationStatus status) noexcept {
 
 } // namespace
 
+// Certificates that cannot be read are passed over: the signer's may be another one.
 void OcspCheck::readResponders(Response& response) {
     LogNull log;
     for (const ByteView der : response.parsed.certificates) {
@@ -58,6 +59,7 @@ void OcspCheck::readResponders(Response& response) {
     }
 }
 
+// A response with a critical extension that is not understood is as good as none (RFC 6960 4.4).
 void OcspCheck::readResponses() {
     m_read = true;
     for (const ByteView der : m_query.ocspResponses) {
@@ -78,6 +80,8 @@ bool OcspCheck::isSigned(const OcspResponse& response, const CertificateFacts& r
 // RFC 6960 4.2.2.2: certified by the issuer itself, with the purpose written out.
 bool OcspCheck::isAuthorized(const CertificateFacts& responder, const OcspResponse& response,
                              const CertificateFacts& issuer) {
+    // A response from later than the time of the path was signed by a responder who was valid
+    // later.
     const std::int64_t moment = std::max(m_query.time, response.producedAt);
     return responder.fault.empty() && responder.unknownCritical.empty() &&
            isResponder(response, responder) && responder.issuer == issuer.subject &&
@@ -88,6 +92,8 @@ bool OcspCheck::isAuthorized(const CertificateFacts& responder, const OcspRespon
                SignatureVerdict::Good;
 }
 
+// RFC 6960 4.2.2.2: signed by the issuer or by somebody whom he certified for it. A responder
+// whom the caller knows by other means is not provided for.
 bool OcspCheck::isBelievable(const Response& response, const PathPlace& place) {
     const CertificateFacts& issuer = place.issuer.facts;
     if (isResponder(response.parsed, issuer) && isSigned(response.parsed, issuer)) {
@@ -117,6 +123,7 @@ RevocationFinding OcspCheck::check(const PathPlace& place) {
     for (const Response& response : m_responses) {
         // A responder cannot know of a certificate before it was issued, nor need he know of it
         // after it has expired.
+        // The same holds for an archived response: its own moment counts, not that of the reader.
         const std::int64_t produced = response.parsed.producedAt;
         if (produced < facts.notBefore || produced > facts.notAfter) {
             continue;

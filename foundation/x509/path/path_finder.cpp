@@ -32,6 +32,9 @@ PathFinder::PathFinder(const PathQuery& query)
       m_crls(query, m_store, m_signatures, *this), m_responses(query, m_store, m_signatures),
       m_nameChecks(query.limits.nameChecks), m_visitLimit(query.limits.visits) {}
 
+// Two searches at most. The strict one is all that a trusted certificate costs; the tolerant one
+// walks the same certificates again, with their signatures known by then, and stops at the first
+// whole path.
 PathResult PathFinder::run() {
     const PathRules rules = readRules(m_query);
     PathResult result;
@@ -56,6 +59,8 @@ PathResult PathFinder::run() {
     return result;
 }
 
+// What a search found, in the caller's terms. The certificates are his own; of one that he gave
+// several times the first.
 void PathFinder::report(Search& found, PathResult& result) {
     result.trusted = found.holds;
     for (const Candidate* const candidate : found.path) {
@@ -85,6 +90,8 @@ void PathFinder::push(const Candidate& candidate, Search& search) const {
     search.steps.push_back(std::move(step));
 }
 
+// A target that cannot be used ends the strict search before it costs a signature. The tolerant one
+// goes on unless the certificate is unreadable: an expired certificate may have more wrong with it.
 void PathFinder::search(const Candidate& target, Search& search) {
     PathProblems problems;
     if (!isUsable(target.facts, m_query.time, problems) &&
@@ -105,6 +112,8 @@ void PathFinder::search(const Candidate& target, Search& search) {
 
 // One step of the search: the next issuer of the last certificate, or back.
 void PathFinder::advance(Search& search) {
+    // Nothing above it held. A certificate from which the search went on is no dead end itself;
+    // what stopped it further up has been noted there.
     Step& last = search.steps.back();
     if (last.next == last.issuers.size()) {
         if (!last.led && search.path.size() < search.steps.size()) {
@@ -131,6 +140,7 @@ bool PathFinder::tryIssuer(const Candidate& issuer, Search& search) {
         }
         return false;
     }
+    // Too long a way ends here, not the search: another issuer may be nearer to an anchor.
     if (search.steps.size() >= m_query.limits.pathLength) {
         keepLongest(search, {PathFault::PathTooLong, subject.facts.certificate,
                              "the path to it has as many certificates as one may have"});
@@ -140,6 +150,7 @@ bool PathFinder::tryIssuer(const Candidate& issuer, Search& search) {
     if (!fits(issuer, search) || !hasSigned(issuer, subject, search)) {
         return false;
     }
+    // An anchor that is certified by another authority may fail as an end and still lie on the way.
     if (issuer.isAnchor && (search.anchor == nullptr || search.anchor == &issuer)) {
         finish(&issuer, search);
     }
@@ -192,6 +203,7 @@ bool PathFinder::hasSigned(const Candidate& issuer, const Candidate& subject, Se
 
 // Keeps the path so far with what ended it, unless one that got further is known.
 void PathFinder::keepLongest(Search& search, PathProblem problem) {
+    // Two paths of one length are told together: which of them the signer meant nobody knows.
     const bool stopped = problem.fault == PathFault::Limit;
     if (search.complete && stopped) {
         search.verdict.problems.push_back(std::move(problem));
@@ -233,6 +245,8 @@ void PathFinder::finish(const Candidate* anchor, Search& search) {
     if (anchor != nullptr) {
         path.push_back(anchor);
     }
+    // The whole path is validated from its anchor down, in the order of the standard. The first
+    // that is complete stays the one to be reported unless one holds.
     const PathMeans means = {m_query,     m_signatures, m_crls,
                              m_responses, m_nameChecks, m_signersLimited};
     PathVerdict verdict = validatePath(path, *search.rules, means);
@@ -252,6 +266,8 @@ bool PathFinder::maySignLists(const Candidate& signer, const Candidate& anchor, 
         m_signersLimited = m_signersLimited || place == m_signersInQuestion.end();
         return place != m_signersInQuestion.end();
     }
+    // His path is judged like any other, his own revocation included, but ends at the same anchor
+    // as the certificate's, and asks for nothing but the right to sign lists.
     m_signersInQuestion.push_back(&signer);
     PathRules rules;
     rules.keyUsage = kUsageCrlSign;

@@ -60,6 +60,7 @@ bool readBlocks(ByteView file, bool (*wanted)(std::string_view), std::vector<Dat
 
 } // namespace
 
+// All or nothing, since a bundle that is read by half would trust or find less than it says.
 bool PathMaterial::addCertificates(ByteView file, std::vector<const VantrelX509*>& out,
                                    LogBase& log) {
     std::vector<DataBuffer> blocks;
@@ -119,6 +120,7 @@ bool PathMaterial::addCertificateSource(const std::string& name,
     return io::readFile(name, kMaxFile, bytes, log) && addCertificates(bytes.view(), out, log);
 }
 
+// Unlike certificates, lists are kept as bytes: most queries never look into them.
 bool PathMaterial::addCrls(ByteView file, std::vector<ByteView>& out, LogBase& log) {
     std::vector<DataBuffer> blocks;
     if (!readBlocks(file, isCrlLabel, blocks) || blocks.empty()) {

@@ -15,6 +15,8 @@ std::string subjectText(const VantrelX509& certificate) {
 }
 
 void writePathResult(const PathResult& result, json::JsonWriter& out) {
+    // Fixed members in a fixed order, present even when they are empty, so that scripts need not
+    // ask.
     std::string time;
     asn1::appendIsoTime(result.time, time);
     out.beginObject();

@@ -68,6 +68,7 @@ bool isPeerName(std::string_view text) {
     return parsePeerName(text, name);
 }
 
+// Put into the form of GeneralizedTime, whose reader knows the calendar and the offsets.
 bool parseMoment(std::string_view text, std::int64_t& seconds) {
     constexpr std::string_view kDate = "0000-00-00";
     constexpr std::string_view kTime = "00:00:00";

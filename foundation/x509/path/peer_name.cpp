@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t kIpv6Groups = 8;
 
+// All of the text, without a sign or white space.
 bool readNumber(std::string_view text, int base, unsigned highest, unsigned& value) noexcept {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
     return !text.empty() && error == std::errc() && end == text.data() + text.size() &&
@@ -63,6 +64,7 @@ bool appendGroups(std::string_view text, std::string& octets) {
     return true;
 }
 
+// RFC 4291 2.2: "::" stands once, for one group of zeros at least.
 bool appendIpv6(std::string_view text, std::string& octets) {
     const std::size_t gap = text.find("::");
     std::string front;
@@ -82,6 +84,7 @@ bool appendIpv6(std::string_view text, std::string& octets) {
     return true;
 }
 
+// RFC 9525 6.3: a wildcard is the whole leftmost label and stands for exactly one.
 bool isHostCovered(std::string_view presented, std::string_view wanted) noexcept {
     if (!isHostName(presented, true)) {
         return false;
@@ -142,6 +145,7 @@ bool parsePeerName(std::string_view text, PeerName& name) {
 }
 
 bool isIssuedFor(const CertificateFacts& certificate, const PeerName& name) noexcept {
+    // Names of another form say nothing: an address is never a host name (RFC 9525 6.5).
     const auto fits = [&name](const GeneralName& presented) {
         const std::string_view text = asText(presented.contents);
         if (presented.form != name.form) {

@@ -42,6 +42,7 @@ bool PolicyGraph::mapPolicies(const CertificateFacts& facts, bool mappingAllowed
     Level& level = m_levels.back();
     Level next;
     next.any = level.any;
+    // A policy may be mapped to several others, and several to one; each mapping is one edge.
     std::set<std::string_view> mapped;
     for (const auto& [issuerPolicy, subjectPolicy] : facts.mappings) {
         if (isAnyPolicy(issuerPolicy) || isAnyPolicy(subjectPolicy)) {
@@ -111,6 +112,7 @@ std::set<std::string> PolicyGraph::policiesFor(const std::set<std::string>& want
     if (m_levels.back().any) {
         return wanted;
     }
+    // The caller's policies are those of the path's own domain.
     std::set<std::string> both;
     std::set_intersection(found.begin(), found.end(), wanted.begin(), wanted.end(),
                           std::inserter(both, both.end()));

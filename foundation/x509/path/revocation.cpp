@@ -11,6 +11,7 @@ namespace vantrel::x509 {
 
 bool isUsableAt(const PathQuery& query, std::int64_t thisUpdate,
                 const std::optional<std::int64_t>& nextUpdate) noexcept {
+    // Evidence from after the time of the path need not be current at that time; it knows more.
     const std::int64_t latest = query.revocationTime.value_or(query.time);
     if (thisUpdate > latest || (nextUpdate && *nextUpdate < query.time)) {
         return false;
@@ -19,6 +20,7 @@ bool isUsableAt(const PathQuery& query, std::int64_t thisUpdate,
 }
 
 bool countsAtTime(const PathQuery& query, const Revocation& revocation) noexcept {
+    // Without a later moment of evidence a listed certificate is revoked, whatever date it bears.
     if (!query.revocationTime || *query.revocationTime <= query.time ||
         revocation.date <= query.time) {
         return true;

@@ -46,6 +46,8 @@ bool isDsa(const KeyInfo& info) noexcept {
     return sameBytes(info.algorithm, oid::kDsa) || sameBytes(info.algorithm, oid::kDsaOiw);
 }
 
+// Null when the key is malformed or of a kind that is not known; which of them makes no difference
+// to a path.
 std::unique_ptr<_vlPublicKey> loadKey(ByteView keyInfo) {
     auto key = std::make_unique<_vlPublicKey>();
     std::string_view whyNot;
@@ -91,6 +93,8 @@ SignatureVerdict SignatureChecks::prepare(const Key& key) noexcept {
 
 SignatureVerdict SignatureChecks::certificate(const VantrelX509& subject,
                                               const VantrelX509& issuer) {
+    // Searches meet the same two certificates on many paths; the addresses tell them apart, since
+    // each is held once.
     const Pair pair(&subject, &issuer);
     const auto known = m_certificates.find(pair);
     if (known != m_certificates.end()) {
@@ -117,6 +121,8 @@ SignatureVerdict SignatureChecks::certificate(const VantrelX509& subject,
 
 SignatureVerdict SignatureChecks::bytes(ByteView algorithm, ByteView signedBytes,
                                         ByteView signature, const VantrelX509& signer) {
+    // Not remembered: lists and answers are asked for once a certificate, and their checks keep
+    // their own results.
     SignatureAlgorithm parsed;
     const Key& key = keyOf(signer);
     const SignatureVerdict ready = prepare(key);
@@ -133,6 +139,7 @@ SignatureVerdict SignatureChecks::bytes(ByteView algorithm, ByteView signedBytes
 }
 
 void SignatureChecks::inheritParameters(const VantrelX509& certificate, ByteView& parameters) {
+    // RFC 5280 6.1.4 d to f: another kind of key in between ends what is handed down.
     KeyInfo info;
     if (!readKeyInfo(certificate.publicKeyInfo(), info) || !isDsa(info)) {
         parameters = {};
@@ -154,6 +161,8 @@ Strength SignatureChecks::keyStrength(const VantrelX509& certificate) {
     if (key.key == nullptr) {
         return Strength::Strong; // cannot be used, which others say
     }
+    // The bounds of today's recommendations: 2048 bits, and 1024 as what has been broken or soon
+    // will.
     const unsigned bits = key.key->bits();
     switch (key.key->kind()) {
     case KeyKind::Rsa:

@@ -55,6 +55,9 @@ public:
         }
     }
 
+    // From the anchor to the target; each certificate but the target then prepares the state for
+    // those below it. Nothing ends the loop early: whoever reads the problems wants to mend all of
+    // them at once.
     PathVerdict run() {
         for (std::size_t i = m_path.size(); i-- > 0;) {
             m_target = i == 0;
@@ -91,6 +94,8 @@ private:
         checkPurpose(facts);
     }
 
+    // The search checked it already, so this is a look-up, but for keys that inherit their
+    // parameters.
     void checkSignature(const CertificateFacts& facts, const CertificateFacts& issuer) {
         switch (m_means.signatures.certificate(*facts.certificate, *issuer.certificate)) {
         case SignatureVerdict::Good: return;
@@ -108,6 +113,7 @@ private:
              "its signature was not made with the key of its issuer");
     }
 
+    // The anchor's own signature is not looked at: nobody relies on it. Its key is.
     void checkStrength(Strength strength, const CertificateFacts& facts, const char* what) {
         if (strength == Strength::Strong) {
             return;
@@ -186,6 +192,7 @@ private:
         lower(m_pathLength, facts.pathLength);
     }
 
+    // What the caller asks of the certificate itself, beyond what makes the path hold.
     void checkTarget(const CertificateFacts& facts) {
         if (m_rules.askPurpose && m_rules.purposes.empty()) {
             note(m_verdict.problems, PathFault::ExtendedKeyUsage, facts,
@@ -210,6 +217,8 @@ private:
             }
             return;
         }
+        // A demand for an explicit policy that reaches zero anywhere stays there, and so does an
+        // empty graph; so it is enough to ask once, at the end.
         m_verdict.policies = m_policies.policiesFor(m_rules.policies);
         if (!facts.selfIssued) {
             countDown(m_explicit);
@@ -221,6 +230,8 @@ private:
         }
     }
 
+    // The caller's own bound, counted as pathLenConstraint counts: neither the ends nor
+    // certificates that an authority issued to itself.
     void checkDepth() {
         const auto counts = [](const Candidate* one) { return !one->facts.selfIssued; };
         if (!m_rules.maxDepth || m_path.size() < 3) {
@@ -238,6 +249,8 @@ private:
         if (!query.checkRevocation && query.crls.empty() && query.ocspResponses.empty()) {
             return;
         }
+        // From the top: the keys that vouch for lists further down are known to be good by then.
+        // The anchor is trusted by the caller, who would have to take that back himself.
         for (std::size_t i = m_path.size() - 1; i-- > 0;) {
             checkRevocationOf(*m_path[i], *m_path[i + 1]);
         }
@@ -250,6 +263,8 @@ private:
 
     void checkRevocationOf(const Candidate& certificate, const Candidate& issuer) {
         const PathPlace place = {certificate, issuer, *m_path.back()};
+        // Both kinds of evidence are asked: one that says good must not hide another that says
+        // revoked.
         const RevocationFinding answer = m_means.responses.check(place);
         if (answer.status == RevocationStatus::Revoked) {
             note(m_verdict.problems, PathFault::Revoked, certificate.facts, answer.why);
@@ -295,6 +310,7 @@ PathRules readRules(const PathQuery& query) {
             rules.purposes.push_back(id);
         }
     }
+    // Policies and purposes are compared as octets; texts are turned into them once.
     bool any = query.policies.empty();
     for (const std::string& policy : query.policies) {
         asn1::OidBytes id;

@@ -10,7 +10,7 @@
 #include "tests/support/process.h"
 #include "tests/support/test_authority.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <functional>
 
 namespace vantrel {
@@ -264,6 +264,27 @@ TEST(PathVerdict, AnswersOfResponders) {
     account.set("R\t491231235959Z\t200101000000Z,superseded");
     EXPECT_EQ(problemsWith("responder"), "revoked user");
     EXPECT_EQ(problemsWith("unfit"), "revocation-unknown user");
+}
+
+TEST(PathVerdict, MaterialFromFilesAndFolders) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    const std::string folder = small.authority().file("");
+    x509::PathMaterial material;
+    std::vector<const VantrelX509*> found;
+    LogNull log;
+    // Three certificates among keys, requests and serial numbers.
+    EXPECT_TRUE(material.addCertificateSource(folder, found, log));
+    EXPECT_EQ(found.size(), 3U);
+    ASSERT_EQ(setenv("SSL_CERT_FILE", small.authority().file("root.pem").c_str(), 1), 0);
+    EXPECT_TRUE(material.addCertificateSource("system", found, log));
+    ASSERT_EQ(unsetenv("SSL_CERT_FILE"), 0);
+    EXPECT_EQ(found.size(), 4U);
+    EXPECT_FALSE(material.addCertificateSource(folder + "user.key", found, log));
+    EXPECT_FALSE(material.addCertificateSource(folder + "absent.pem", found, log));
+    EXPECT_EQ(found.size(), 4U);
+    std::vector<ByteView> lists;
+    EXPECT_FALSE(material.addCrls(small.read("root.pem"), lists, log));
 }
 
 TEST(PathVerdict, ReportAsJson) {

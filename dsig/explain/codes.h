@@ -1,0 +1,61 @@
+#ifndef DSIG_EXPLAIN_CODES_H
+#define DSIG_EXPLAIN_CODES_H
+
+#include <string_view>
+
+namespace vantrel::dsig::explain {
+
+// The causes that a search finds, by their fixed words. What each claims was tried: the octets so
+// changed have the stored digest, or make the value verify.
+namespace cause {
+// The octets digested, as a text.
+// What stands here is what was digested when it was verified.
+inline constexpr std::string_view kLineEnds = "line-ends";
+inline constexpr std::string_view kTrailingWhitespace = "trailing-whitespace";
+inline constexpr std::string_view kIndentation = "indentation";
+inline constexpr std::string_view kWhitespace = "whitespace";
+inline constexpr std::string_view kDeclaration = "declaration-included";
+inline constexpr std::string_view kByteOrderMark = "byte-order-mark";
+inline constexpr std::string_view kCharset = "charset";
+inline constexpr std::string_view kNormalization = "unicode-normalization";
+inline constexpr std::string_view kLostCharacters = "lost-characters";
+inline constexpr std::string_view kContentOnly = "content-only";
+inline constexpr std::string_view kDecodedContent = "decoded-content";
+inline constexpr std::string_view kChangedText = "changed-text";
+// How the octets were made of the document.
+inline constexpr std::string_view kOtherCanonicalization = "other-canonicalization";
+inline constexpr std::string_view kComments = "comments";
+inline constexpr std::string_view kPrefixList = "prefix-list";
+inline constexpr std::string_view kNamespaceContext = "namespace-context";
+inline constexpr std::string_view kXmlAttributes = "xml-attributes";
+inline constexpr std::string_view kAttributeOrder = "attribute-order";
+inline constexpr std::string_view kAttributeDefaults = "attribute-defaults";
+inline constexpr std::string_view kEntities = "entities";
+inline constexpr std::string_view kEnvelopedNotRemoved = "enveloped-not-removed";
+inline constexpr std::string_view kRawOctets = "raw-octets";
+inline constexpr std::string_view kWrongElement = "wrong-element";
+// How the digest was made of the octets.
+inline constexpr std::string_view kOtherHash = "other-hash";
+inline constexpr std::string_view kDigestEncoding = "digest-encoding";
+// Nothing of all that.
+inline constexpr std::string_view kContentChanged = "content-changed";
+// The signature value.
+inline constexpr std::string_view kOtherKeyInDocument = "other-key-in-document";
+inline constexpr std::string_view kOtherGivenKey = "other-given-key";
+inline constexpr std::string_view kSignedInfoLineEnds = "signed-info-line-ends";
+inline constexpr std::string_view kSignedInfoWhitespace = "signed-info-whitespace";
+inline constexpr std::string_view kSignedInfoContext = "signed-info-namespace-context";
+inline constexpr std::string_view kSignedInfoRaw = "signed-info-not-canonicalized";
+inline constexpr std::string_view kSignedInfoOther = "signed-info-other-canonicalization";
+inline constexpr std::string_view kOtherSignatureHash = "other-signature-hash";
+inline constexpr std::string_view kOtherPadding = "other-padding";
+inline constexpr std::string_view kReversedValue = "reversed-value";
+inline constexpr std::string_view kValueEncoding = "value-encoding";
+inline constexpr std::string_view kSecretEncoding = "secret-encoding";
+inline constexpr std::string_view kHashOfHash = "hash-of-hash";
+inline constexpr std::string_view kSignedInfoChanged = "signed-info-changed";
+} // namespace cause
+
+} // namespace vantrel::dsig::explain
+
+#endif

@@ -1,0 +1,313 @@
+// Another document or another part of it: signatures that were there or not when it was signed, a
+// document type declaration that the signer did not read, another element.
+
+#include "dsig/explain/codes.h"
+#include "dsig/explain/form_tokens.h"
+#include "dsig/explain/processings.h"
+#include "dsig/report/coverage.h"
+#include "foundation/xml/scan/start_tag.h"
+#include "foundation/xml/tree/element_text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vantrel::dsig::explain {
+
+namespace {
+
+bool visitForm(const Target& target, std::string_view code, std::string evidence,
+               const ChangeVisit& visit) {
+    std::optional<std::string> form = canonicalForm(target);
+    return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
+}
+
+// The form of the target in an edited document.
+bool visitEdited(const Target& target, std::span<const TextEdit> edits, std::string_view code,
+                 std::string evidence, const ChangeVisit& visit) {
+    const std::optional<Target> other = edited(target, edits);
+    return other && visitForm(*other, code, std::move(evidence), visit);
+}
+
+// Takes one more range out, where that can be done without a new document.
+void omit(Target& target, xml::TextRange range) {
+    const auto at = std::find_if(target.omitted.begin(), target.omitted.end(),
+                                 [&](xml::TextRange each) { return each.start >= range.start; });
+    const bool overlaps = (at != target.omitted.end() && at->start < range.end()) ||
+                          (at != target.omitted.begin() && (at - 1)->end() > range.start);
+    if (!overlaps && xml::isHole(*target.structure, range)) {
+        target.omitted.insert(at, range);
+    }
+}
+
+// Signatures of others, which were put in after this one.
+bool laterSignatures(const Target& target, const ChangeVisit& visit) {
+    std::vector<xml::ElementId> others;
+    for (const xml::SignatureElement& each : target.structure->signatures()) {
+        if (target.holds(each.element) && !target.omits(each.element) &&
+            each.element != target.signature) {
+            others.push_back(each.element);
+        }
+    }
+    // Documents with hundreds of signatures are signed one element each, not one behind the other.
+    constexpr std::size_t kMostOthers = 20;
+    others.resize(std::min(others.size(), kMostOthers));
+    if (others.empty()) {
+        return false;
+    }
+    // From the last to the first: signatures are added behind one another.
+    Target without = target;
+    for (auto other = others.rbegin(); other != others.rend(); ++other) {
+        Target one = target;
+        omit(one, target.rangeOf(*other));
+        omit(without, target.rangeOf(*other));
+        // Those behind it as well: they came one after the other.
+        for (const Target* const each : {&one, &without}) {
+            if (visitForm(*each, cause::kEnvelopedNotRemoved,
+                          counted(each->omitted.size() - target.omitted.size(), "other signature") +
+                              " in the element was not there, or left out, when it was signed",
+                          visit)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// What stands between the tags; an empty range behind an empty-element tag.
+xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId element) {
+    const xml::ElementRecord& record = document.element(element);
+    xml::StartTagReader tag(document.text(), record.start);
+    for (xml::Attribute attribute; tag.next(attribute);) {}
+    if (tag.selfClosing()) {
+        return {record.end, 0};
+    }
+    const std::size_t endTag = document.text().rfind("</", record.end - 1);
+    return xml::rangeOf(tag.end(), endTag);
+}
+
+// The template of a signature, as it stood there when the digest was computed: what is computed
+// later is empty.
+bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
+    const xml::XmlDocument& document = *target.structure;
+    // In the order in which programs come to compute them.
+    constexpr std::string_view kComputed[] = {"SignatureValue", "DigestValue", "X509Certificate",
+                                              "KeyInfo"};
+    // The enveloped signature stays in.
+    Target kept = target;
+    const xml::TextRange signature = target.rangeOf(target.signature);
+    std::erase_if(kept.omitted, [&](xml::TextRange gap) { return isInside(signature, gap); });
+    // How many of the names are emptied; behind all of them, the KeyInfo element taken out.
+    for (std::size_t count = 0; count <= std::size(kComputed) + 1; ++count) {
+        std::vector<TextEdit> edits;
+        for (xml::ElementId id = target.signature; id < document.element(target.signature).next;
+             ++id) {
+            const std::string_view name = document.localName(id);
+            const auto* const at = std::find(std::begin(kComputed), std::end(kComputed), name);
+            const bool takenOut = count > std::size(kComputed) && name == "KeyInfo";
+            const xml::TextRange range = takenOut ? target.rangeOf(id) : contentOf(document, id);
+            const bool overlaps = !edits.empty() && edits.back().range.end() > range.start;
+            if (at < std::begin(kComputed) + count && !range.empty() && !overlaps) {
+                edits.push_back({range, ""});
+            }
+        }
+        if (visitEdited(kept, edits, cause::kEnvelopedNotRemoved,
+                        count == 0 ? "the signature itself was digested"
+                                   : "the signature was digested with the element, as a template "
+                                     "whose values were empty",
+                        visit)) {
+            return true;
+        }
+    }
+    // Some signers insert the element first and fill it when all is computed.
+    const TextEdit emptied[] = {{contentOf(document, target.signature), ""}};
+    return visitEdited(kept, emptied, cause::kEnvelopedNotRemoved,
+                       "the signature was digested with the element, as an empty one", visit);
+}
+
+} // namespace
+
+bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
+    if (target.signature == xml::kNoElement || !target.holds(target.signature)) {
+        return false;
+    }
+    const std::string_view text = target.structure->text();
+    const xml::TextRange signature = target.rangeOf(target.signature);
+    // The runs on both sides, in the text as it was loaded.
+    std::size_t from = signature.start;
+    while (from > 0 && isSpace(text[from - 1])) {
+        --from;
+    }
+    std::size_t to = signature.end();
+    while (to < text.size() && isSpace(text[to])) {
+        ++to;
+    }
+    // The three ways in which there may have been less of it.
+    struct Side {
+        xml::TextRange range;
+        std::string_view where;
+    };
+    const Side sides[] = {{xml::rangeOf(from, signature.start), "ahead of"},
+                          {xml::rangeOf(signature.end(), to), "behind"}};
+    for (const std::size_t which : {1U, 2U, 3U}) {
+        std::vector<TextEdit> edits;
+        std::string where;
+        for (std::size_t i = 0; i < 2; ++i) {
+            if ((which >> i & 1) != 0 && !sides[i].range.empty()) {
+                edits.push_back({sides[i].range, ""});
+                where += where.empty() ? "" : " and ";
+                where += sides[i].where;
+            }
+        }
+        if (!edits.empty() &&
+            visitEdited(target, edits, cause::kWhitespace,
+                        "white space stands " + where +
+                            " the signature that was not there when it was signed",
+                        visit)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+namespace {
+
+// References to entities of the internal subset, by what was digested in their place.
+bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
+    const std::string_view source = target.structure->sourceText().view();
+    const xml::TextRange doctype = target.structure->doctypeRange();
+    if (!target.structure->isExpanded() ||
+        source.substr(0, doctype.end()) != target.structure->text().substr(0, doctype.end())) {
+        return false;
+    }
+    // Private-use characters around the name stand for the reference until it is written.
+    constexpr std::string_view kOpen = "\xEE\x80\x80";
+    constexpr std::string_view kClose = "\xEE\x80\x81";
+    // Both texts are built in one walk; the declaration goes, so that no reference is expanded.
+    std::string marked(source.substr(0, doctype.start));
+    std::string dropped = marked;
+    for (std::size_t at = doctype.end(); at < source.size(); ++at) {
+        const std::size_t end = source[at] == '&' ? source.find(';', at) : std::string_view::npos;
+        const std::string_view name =
+            end == std::string_view::npos ? "" : source.substr(at + 1, end - at - 1);
+        if (target.structure->documentType()->findEntity(name) == nullptr || name.empty()) {
+            marked += source[at];
+            dropped += source[at];
+            continue;
+        }
+        marked.append(kOpen).append(name).append(kClose);
+        at = end;
+    }
+    // As they stand, and left out: parsers without the declarations do the one or the other.
+    for (const std::string* const text : {&marked, &dropped}) {
+        xml::ParseFailure why;
+        Target other = target;
+        other.structure = xml::XmlDocument::parse(StringBuffer(*text), {}, why);
+        // Entities that hold elements would give the others other numbers.
+        if (other.structure == nullptr ||
+            other.structure->elementCount() != target.structure->elementCount()) {
+            continue;
+        }
+        other.omitted.clear();
+        if (target.omits(target.signature)) {
+            omit(other, other.rangeOf(target.signature));
+        }
+        std::optional<std::string> form = canonicalForm(other);
+        if (!form) {
+            continue;
+        }
+        Change change{cause::kEntities,
+                      text == &marked ? "references to entities were digested as they stand"
+                                      : "references to entities were left out of the digest",
+                      {}};
+        replaceAll(*form, kOpen, "&", change);
+        std::string opened = std::move(change.octets);
+        replaceAll(opened, kClose, ";", change);
+        if (visit(change)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool otherSignatureRemovals(const Target& target, const ChangeVisit& visit) {
+    if (target.signature != xml::kNoElement && target.holds(target.signature)) {
+        if (!target.omits(target.signature)) {
+            Target without = target;
+            omit(without, target.rangeOf(target.signature));
+            if (visitForm(without, cause::kEnvelopedNotRemoved,
+                          "the digest is of the element without the signature; no "
+                          "enveloped-signature transform says so",
+                          visit)) {
+                return true;
+            }
+        }
+        if (signatureTemplates(target, visit)) {
+            return true;
+        }
+    }
+    return laterSignatures(target, visit);
+}
+
+// Parsers that do not read the declaration know neither defaults nor types nor entities
+// (XML 1.0, 5.1).
+bool unreadDocumentType(const Target& target, const ChangeVisit& visit) {
+    const xml::TextRange doctype = target.structure->doctypeRange();
+    if (doctype.empty()) {
+        return false;
+    }
+    const TextEdit without[] = {{doctype, ""}};
+    return visitEdited(target, without, cause::kAttributeDefaults,
+                       "attribute defaults and types of the document type declaration were not "
+                       "known when it was signed",
+                       visit) ||
+           unexpandedEntities(target, visit);
+}
+
+// In document order, since an element that comes early holds more and is more often meant.
+bool otherElements(const Target& target, const ChangeVisit& visit) {
+    Target other = target;
+    other.apex = xml::kNoElement;
+    if (target.apex != xml::kNoElement) {
+        if (target.signature != xml::kNoElement && !target.omits(target.signature)) {
+            if (visitForm(other, cause::kWrongElement,
+                          "the whole document was digested, signature included", visit)) {
+                return true;
+            }
+            omit(other, target.rangeOf(target.signature));
+        }
+        if (visitForm(other, cause::kWrongElement, "the whole document was digested", visit)) {
+            return true;
+        }
+    }
+    xml::ElementPaths paths(*target.structure);
+    for (xml::ElementId id = 0; id < target.structure->elementCount(); ++id) {
+        if (id == target.apex || target.omits(id)) {
+            continue;
+        }
+        other = target;
+        other.apex = id;
+        std::string path;
+        paths.append(id, path);
+        if (visitForm(other, cause::kWrongElement, "the element " + path + " was digested",
+                      visit)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Where two of them give the same octets the likelier cause comes first: an element is more often
+// canonicalized before it is put into its place than by another method, and by a wrong method more
+// often than by none.
+std::span<const Processing> processings() noexcept {
+    static constexpr Processing kProcessings[] = {
+        otherXmlAttributes,     ignoredPrefixList,      outerContexts,      otherCanonicalizations,
+        otherSignatureRemovals, otherAttributeOrders,   unreadDocumentType, rawOctets,
+        otherPrefixLists,       otherNamespaceContexts,
+    };
+    return kProcessings;
+}
+
+} // namespace vantrel::dsig::explain

@@ -1,0 +1,46 @@
+#ifndef DSIG_EXPLAIN_FORM_TOKENS_H
+#define DSIG_EXPLAIN_FORM_TOKENS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig::explain {
+
+// A form is not parsed for being changed: white space, tags and texts are all that the changes look
+// at, and a form that is no XML at all is welcome.
+enum class TokenKind : std::uint8_t {
+    Text,
+    StartTag,
+    EndTag,
+    EmptyTag, // of what is no canonical form
+    Other     // a comment, processing instruction, section or declaration
+};
+
+// A piece of a canonical form, or of any XML text; the pieces joined are the text.
+struct Token {
+    TokenKind kind;
+    std::string_view text;
+};
+
+// Takes a text apart without checking it: whatever it is, the pieces add up to it.
+[[nodiscard]] std::vector<Token> formTokens(std::string_view form);
+
+// Only of a start, end or empty tag.
+[[nodiscard]] std::string_view tagName(std::string_view tag) noexcept;
+
+[[nodiscard]] constexpr bool isSpace(char c) noexcept {
+    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+}
+// Nothing but white space; true for an empty text.
+[[nodiscard]] bool isBlank(std::string_view text) noexcept;
+[[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
+
+// The element around an offset of the form, as a path of names: "/Invoice/Amount".
+[[nodiscard]] std::string pathAt(std::string_view form, std::size_t offset);
+
+} // namespace vantrel::dsig::explain
+
+#endif

@@ -1,0 +1,73 @@
+#ifndef DSIG_EXPLAIN_SEARCH_H
+#define DSIG_EXPLAIN_SEARCH_H
+
+#include "dsig/explain/budget.h"
+#include "dsig/explain/change.h"
+#include "dsig/explain/goal.h"
+#include "dsig/explain/target.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace vantrel::dsig::explain {
+
+// What was found: a code, and a sentence for people.
+struct Finding {
+    std::string_view code;
+    std::string evidence;
+};
+
+// The search for the octets that were signed, from those that a verification digests. Hypotheses
+// are tried the cheapest first, alone and then two together, and the first that reaches the goal is
+// what is found. Everything is borrowed for the life of the object.
+// It holds copies of the form and of the forms that processings gave, within kMostFormOctets and a
+// fixed number. A search that the budget ended is as one that found nothing; the budget says which
+// it was.
+class Search final {
+public:
+    // `form`: the octets of the verification. `target`: what they were canonicalized from; null
+    // where that is not known.
+    Search(std::string form, const Target* target, Goal& goal, Budget& budget);
+
+    // What a candidate or a few thousand of them cost. True when something was found.
+    [[nodiscard]] bool runQuick();
+    // Every single change of the form, as the budget allows. Where nothing is found `remark` says
+    // how far the search went.
+    [[nodiscard]] bool runThorough(std::string& remark);
+
+    [[nodiscard]] const std::optional<Finding>& finding() const noexcept { return m_finding; }
+    [[nodiscard]] const std::string& form() const noexcept { return m_form; }
+
+private:
+    // A form that a processing gave, for being combined with text changes.
+    struct Kept {
+        std::string_view code;
+        std::string evidence;
+        std::string octets;
+    };
+
+    // Whether the search is over: the change reaches the goal, or the budget is used up.
+    bool offer(const Change& change, std::string_view before, const Kept* first, Depth depth);
+    bool tryTexts(std::string_view form, const Kept* first, std::size_t fromFamily, Depth depth);
+    bool tryProcessings();
+    bool tryPairs();
+    bool isNew(std::string_view form);
+
+    std::string m_form;
+    const Target* m_target;
+    Goal& m_goal;
+    Budget& m_budget;
+    std::optional<Finding> m_finding;
+    std::vector<Kept> m_kept;
+    std::size_t m_keptOctets = 0;
+    // Many processings of a simple document give the same form.
+    std::unordered_set<std::size_t> m_seen; // forms, by their hashes
+};
+
+} // namespace vantrel::dsig::explain
+
+#endif

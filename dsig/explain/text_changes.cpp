@@ -1,0 +1,14 @@
+#include "dsig/explain/text_changes.h"
+
+namespace vantrel::dsig::explain {
+
+std::span<const TextFamily> textFamilies() noexcept {
+    // A declaration is put ahead before the whole is converted; line ends are those of the whole.
+    static constexpr TextFamily kFamilies[] = {
+        contentChanges, trailingSpaceChanges, indentationChanges, spaceChanges,  markupChanges,
+        endChanges,     normalizationChanges, lineEndChanges,     prologChanges, charsetChanges,
+    };
+    return kFamilies;
+}
+
+} // namespace vantrel::dsig::explain

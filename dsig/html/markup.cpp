@@ -1,0 +1,77 @@
+#include "dsig/html/markup.h"
+
+#include <algorithm>
+
+namespace vantrel::dsig::html {
+
+namespace {
+
+constexpr std::string_view kCData = "<![CDATA[";
+
+std::size_t pastNext(std::string_view text, std::string_view end, std::size_t from) noexcept {
+    const std::size_t found = text.find(end, from);
+    return found == std::string_view::npos ? text.size() : found + end.size();
+}
+
+} // namespace
+
+bool TokenReader::next(Token& token) noexcept {
+    if (m_at >= m_text.size()) {
+        return false;
+    }
+    const std::size_t start = m_at;
+    // The declarations before the root and whatever follows it are not taken apart.
+    if (start < m_root.start || start >= m_root.end()) {
+        m_at = start < m_root.start ? m_root.start : m_text.size();
+        token = {xml::rangeOf(start, m_at), Token::Kind::Silent};
+        return true;
+    }
+    m_at = std::min<std::size_t>(endOf(start), m_root.end());
+    token = {xml::rangeOf(start, m_at), kindAt(start)};
+    if (token.kind == Token::Kind::StartTag && m_text[m_at - 2] == '/') {
+        token.kind = Token::Kind::EmptyTag;
+    }
+    return true;
+}
+
+Token::Kind TokenReader::kindAt(std::size_t at) const noexcept {
+    const std::string_view rest = m_text.substr(at);
+    if (rest[0] != '<' || rest.starts_with(kCData)) {
+        return Token::Kind::Text;
+    }
+    if (rest.starts_with("<!--")) {
+        return Token::Kind::Comment;
+    }
+    if (rest.starts_with("<?")) {
+        return Token::Kind::Silent;
+    }
+    return rest.starts_with("</") ? Token::Kind::EndTag : Token::Kind::StartTag;
+}
+
+std::size_t TokenReader::endOf(std::size_t at) const noexcept {
+    const std::string_view rest = m_text.substr(at);
+    if (rest[0] != '<') {
+        return std::min(m_text.find('<', at), m_text.size());
+    }
+    if (rest.starts_with(kCData)) {
+        return pastNext(m_text, "]]>", at);
+    }
+    if (rest.starts_with("<!--")) {
+        return pastNext(m_text, "-->", at + 4);
+    }
+    return rest.starts_with("<?") ? pastNext(m_text, "?>", at) : pastTag(at);
+}
+
+// A ">" may stand in an attribute value (XML 1.0, 2.3).
+std::size_t TokenReader::pastTag(std::size_t at) const noexcept {
+    while (at < m_text.size()) {
+        at = std::min(m_text.find_first_of(">\"'", at), m_text.size());
+        if (at == m_text.size() || m_text[at] == '>') {
+            break;
+        }
+        at = pastNext(m_text, m_text.substr(at, 1), at + 1);
+    }
+    return std::min(at + 1, m_text.size());
+}
+
+} // namespace vantrel::dsig::html

@@ -1,0 +1,47 @@
+#ifndef DSIG_HTML_MARKUP_H
+#define DSIG_HTML_MARKUP_H
+
+#include "foundation/xml/scan/xml_document.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace vantrel::dsig::html {
+
+// A piece of a document's text, as a reader tells its kinds apart.
+struct Token {
+    enum class Kind : std::uint8_t {
+        Text, // a CDATA section too
+        StartTag,
+        EndTag,
+        EmptyTag,
+        Comment,
+        Silent // instructions, and what stands outside the root element
+    };
+
+    xml::TextRange range;
+    Kind kind = Kind::Text;
+};
+
+// Goes through the text of a well-formed document, token by token.
+class TokenReader {
+public:
+    // `root`: the extent of the root element. The text must outlive the reader.
+    TokenReader(std::string_view text, xml::TextRange root) noexcept : m_text(text), m_root(root) {}
+
+    // False at the end of the text. Every octet belongs to one token.
+    [[nodiscard]] bool next(Token& token) noexcept;
+
+private:
+    [[nodiscard]] Token::Kind kindAt(std::size_t at) const noexcept;
+    [[nodiscard]] std::size_t endOf(std::size_t at) const noexcept;
+    [[nodiscard]] std::size_t pastTag(std::size_t at) const noexcept;
+
+    std::string_view m_text;
+    xml::TextRange m_root;
+    std::size_t m_at = 0;
+};
+
+} // namespace vantrel::dsig::html
+
+#endif

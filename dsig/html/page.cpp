@@ -1,0 +1,304 @@
+#include "dsig/html/page.h"
+
+#include "dsig/html/document_view.h"
+#include "dsig/html/escape.h"
+#include "dsig/html/members.h"
+#include "dsig/html/signature_card.h"
+#include "dsig/html/style.h"
+#include "dsig/html/windows.h"
+#include "dsig/report/codes.h"
+
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace vantrel::dsig::html {
+
+namespace {
+
+using json::JsonValue;
+
+// Signatures with a part of the page; those that fail come before the others when there are more.
+constexpr std::size_t kMostCards = 60;
+// Places without a signature's cover that are marked.
+constexpr std::size_t kMostUncoveredMarks = 40;
+
+// One page on its way.
+class Page {
+public:
+    Page(std::string_view title, const xml::XmlDocument& document,
+         std::span<const PageSignature> signatures)
+        : m_title(title), m_text(document.sourceText().view()), m_signatures(signatures) {
+        static_cast<void>(document.sourceRange(0, m_root));
+        for (const PageSignature& signature : signatures) {
+            m_places.push_back(signature.places);
+        }
+        m_stretches = stretchesOf(m_places, m_root, static_cast<std::uint32_t>(m_text.size()));
+        collectStandings();
+        readReports();
+    }
+
+    void append(std::string& out) {
+        makeMarks();
+        const std::string style = styleSheet(m_stretches);
+        out += "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
+               "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
+               securityPolicy(style) +
+               "\">\n<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">\n"
+               "<meta name=\"referrer\" content=\"no-referrer\">\n<title>";
+        appendPlain(verdict(), out);
+        out += ": ";
+        appendPlain(m_title, out);
+        out += "</title><style>" + style + "</style></head>\n<body>\n";
+        appendVerdict(out);
+        out += "<main>\n";
+        appendCards(out);
+        appendLegend(out);
+        out += "<div class=\"doc\">\n";
+        appendDocumentText(m_text, m_root, m_stretches, m_marks, out);
+        out += "</div>\n</main>\n<footer>Offsets and numbers of octets are those of the text as "
+               "UTF-8. Boxes stand for characters that are not seen. Line breaks without a "
+               "number were added for reading.</footer>\n</body></html>\n";
+    }
+
+private:
+    // Reports are large beside what is needed of all of them, so one at a time is taken apart.
+    void readReports() {
+        for (const PageSignature& signature : m_signatures) {
+            const JsonValue report = parsed(signature);
+            const bool isValid = textOf(report, "status") == "valid";
+            m_isValid.push_back(isValid);
+            m_validCount += isValid ? 1 : 0;
+            for (const JsonValue& word : listOf(report, "warnings")) {
+                m_hasGaps = m_hasGaps || word.text() == warning::kContentExcluded ||
+                            word.text() == warning::kDocumentNotCovered ||
+                            word.text() == warning::kCoverageUnknown;
+                m_hasOwnKey = m_hasOwnKey || word.text() == warning::kKeyFromDocument;
+            }
+        }
+    }
+
+    static JsonValue parsed(const PageSignature& signature) {
+        JsonValue report;
+        std::size_t faultAt = 0;
+        static_cast<void>(json::parseJson(signature.report, report, faultAt));
+        return report;
+    }
+
+    [[nodiscard]] std::string verdict() const {
+        if (m_signatures.empty()) {
+            return "No signature";
+        }
+        return m_validCount == m_signatures.size() ? "Valid" : "Not valid";
+    }
+
+    // Valid is not all that counts.
+    [[nodiscard]] std::string_view tone() const {
+        if (m_signatures.empty() || m_validCount < m_signatures.size()) {
+            return "bad";
+        }
+        return m_hasGaps || !isCoveredWhole() ? "note" : "good";
+    }
+
+    [[nodiscard]] bool isCoveredWhole() const {
+        return std::none_of(m_stretches.begin(), m_stretches.end(), [&](const Stretch& stretch) {
+            return stretch.standing.inRoot && stretch.standing.covered == 0 &&
+                   !stretch.standing.inSignature;
+        });
+    }
+
+    void appendVerdict(std::string& out) const {
+        out += "<header><div class=\"verdict " + std::string(tone()) + "\"><h1 class=\"" +
+               std::string(tone()) + "\">" + verdict() + "</h1>\n<p><b>";
+        appendShortened(m_title, 300, out);
+        out += "</b>, " + counted(m_text.size(), "octet", "octets") + "</p>\n<p>";
+        const std::size_t count = m_signatures.size();
+        if (count == 0) {
+            out += "The document holds no signature.";
+        } else if (m_validCount == count) {
+            out += count == 1 ? "The signature holds"
+                              : "All " + withGroups(count) + " signatures hold";
+            out += isCoveredWhole() ? count == 1 ? " and covers the whole document."
+                                                 : ", and together they cover the whole document."
+                                    : ", but not everything in the document is signed.";
+        } else if (count == 1) {
+            out += "The signature does not hold.";
+        } else {
+            out += withGroups(count - m_validCount) + " of " +
+                   counted(count, "signature does", "signatures do") + " not hold.";
+        }
+        if (m_hasOwnKey && m_validCount == count) {
+            out += " Whose key it is, only the document itself says.";
+        }
+        out += "</p></div></header>\n";
+    }
+
+    // The first ones, and in place of the last of them those that fail.
+    [[nodiscard]] std::vector<std::size_t> shownCards() const {
+        std::vector<std::size_t> order(m_signatures.size());
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            order[i] = i;
+        }
+        if (order.size() > kMostCards) {
+            std::stable_partition(order.begin() + kMostCards / 2, order.end(),
+                                  [&](std::size_t i) { return !m_isValid[i]; });
+            order.resize(kMostCards);
+            std::sort(order.begin(), order.end());
+        }
+        return order;
+    }
+
+    void appendCards(std::string& out) const {
+        const std::vector<std::size_t> shown = shownCards();
+        for (const std::size_t i : shown) {
+            appendCard(parsed(m_signatures[i]), m_places[i], i, m_hasUncovered, out);
+        }
+        if (shown.size() < m_signatures.size()) {
+            out += "<p class=\"note\">" + withGroups(m_signatures.size() - shown.size()) +
+                   " more signatures are not described here; the JSON report has all.</p>\n";
+        }
+    }
+
+    // The classes that the text has, and the colours.
+    void collectStandings() {
+        for (const Stretch& stretch : m_stretches) {
+            m_colours |= stretch.standing.covered;
+            const std::string name = standingClass(stretch.standing);
+            m_standings.insert(name.ends_with(" xx") ? "xx" : name);
+        }
+    }
+
+    // Only what the text has is explained.
+    void appendLegend(std::string& out) const {
+        constexpr std::pair<std::string_view, std::string_view> kOthers[] = {
+            {"br", "a digest does not fit: changed since, or never signed so"},
+            {"vo", "named by a signature that does not vouch for it"},
+            {"ex", "excluded: inside, but not signed"},
+            {"xx", "signed by one, excluded by another"},
+            {"un", "covered by nothing"},
+            {"sg", "a signature's own markup"},
+            {"pr", "outside the root element: no content"}};
+        out += "<h2>The document</h2>\n<ul class=\"legend\">\n";
+        for (std::size_t i = 0; i < std::min(m_places.size(), kColours); ++i) {
+            const unsigned colour = 1U << i;
+            if ((m_colours & colour) != 0) {
+                const bool isLast = i + 1 == kColours && m_places.size() > kColours;
+                out += "<li><span class=\"sw m" + std::to_string(colour) + "\">covered by " +
+                       (isLast ? "further signatures"
+                               : "signature " + std::to_string(m_places[i].index)) +
+                       "</span></li>\n";
+            }
+        }
+        for (const auto& [name, text] : kOthers) {
+            if (m_standings.contains(name)) {
+                out.append("<li><span class=\"sw ").append(name).append("\">");
+                out.append(text).append("</span></li>\n");
+            }
+        }
+        if (m_text.find("<!--") != std::string_view::npos) {
+            out += "<li><span class=\"sw\"><em>comments: no content</em></span></li>\n";
+        }
+        out += "</ul>\n";
+        if (m_text.size() > kMostShown) {
+            out += "<p class=\"note\">The document is large: its beginning, its end and the places "
+                   "where the cover changes are shown.</p>\n";
+        }
+    }
+
+    void makeMarks() {
+        for (const SignaturePlaces& signature : m_places) {
+            markSignature(signature);
+        }
+        markUncovered();
+        std::stable_sort(m_marks.begin(), m_marks.end(),
+                         [](const Mark& one, const Mark& other) { return one.at < other.at; });
+    }
+
+    static std::string label(std::string_view tone, const std::string& id,
+                             const std::string& html) {
+        return "<a class=\"k " + std::string(tone) + "\" href=\"#" + id + "\">" + html + "</a>";
+    }
+
+    void markSignature(const SignaturePlaces& signature) {
+        const std::string number = std::to_string(signature.index);
+        const std::string card = "s" + number;
+        if (!signature.element.empty()) {
+            m_marks.push_back({signature.element.start, idOfSignature(signature.index),
+                               label("", card, "signature " + number)});
+        }
+        const std::size_t count = std::min(signature.references.size(), kListed);
+        for (std::size_t r = 0; r < count; ++r) {
+            markReference(signature.references[r], signature.index, r);
+        }
+    }
+
+    // The whole document needs no words at its beginning and end; a part of it has them.
+    void markReference(const ReferencePlaces& reference, std::size_t signature, std::size_t r) {
+        const std::string card = "s" + std::to_string(signature);
+        const std::string number = std::to_string(signature);
+        const bool fails = reference.verdict != ReferencePlaces::Verdict::Holds;
+        std::size_t listed = 0;
+        for (const xml::TextRange target : reference.targets) {
+            if (target.empty() || ++listed > kListed) {
+                continue;
+            }
+            const std::string id = listed == 1 ? idOfTarget(signature, r) : std::string();
+            if (reference.wholeDocument) {
+                m_marks.push_back({target.start, id, {}});
+                continue;
+            }
+            const std::string what = fails ? " names from here" : " covers from here";
+            m_marks.push_back(
+                {target.start, id, label(fails ? "bad" : "good", card, number + what)});
+            m_marks.push_back(
+                {target.end(), {}, label(fails ? "bad" : "good", card, number + " to here")});
+        }
+        for (std::size_t k = 0; k < std::min(reference.excluded.size(), kListed); ++k) {
+            const ExcludedPlace& excluded = reference.excluded[k];
+            m_marks.push_back(
+                {excluded.range.start, idOfExclusion(signature, r, k),
+                 label("bad", card, "not signed by " + number + ": " + std::string(excluded.why))});
+        }
+    }
+
+    void markUncovered() {
+        std::size_t listed = 0;
+        for (const Stretch& stretch : m_stretches) {
+            if (standingClass(stretch.standing) != "un") {
+                continue;
+            }
+            if (++listed > kMostUncoveredMarks) {
+                return;
+            }
+            m_hasUncovered = true;
+            m_marks.push_back({stretch.range.start, listed == 1 ? kUncoveredId : std::string(),
+                               "<b class=\"k note\">not covered</b>"});
+        }
+    }
+
+    std::string_view m_title;
+    std::string_view m_text;
+    std::span<const PageSignature> m_signatures;
+    xml::TextRange m_root;
+    std::vector<SignaturePlaces> m_places;
+    std::vector<Stretch> m_stretches;
+    std::vector<Mark> m_marks;
+    std::set<std::string, std::less<>> m_standings;
+    unsigned m_colours = 0;
+    std::vector<bool> m_isValid;
+    std::size_t m_validCount = 0;
+    bool m_hasGaps = false;
+    bool m_hasOwnKey = false;
+    bool m_hasUncovered = false;
+};
+
+} // namespace
+
+void appendPage(std::string_view title, const xml::XmlDocument& document,
+                std::span<const PageSignature> signatures, std::string& html) {
+    Page(title, document, signatures).append(html);
+}
+
+} // namespace vantrel::dsig::html

@@ -1,0 +1,28 @@
+#ifndef DSIG_HTML_PAGE_H
+#define DSIG_HTML_PAGE_H
+
+#include "dsig/html/places.h"
+#include "foundation/xml/scan/xml_document.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vantrel::dsig::html {
+
+// What a page is told of one signature: the report as written (LastJsonData), and its places.
+struct PageSignature {
+    std::string report;
+    SignaturePlaces places;
+};
+
+// Appends a page (HTML) about a document and its signatures: verdict, signers, warnings and causes,
+// and the text with what each signature covers. It stands alone, carries no script and forbids
+// any, and all text of foreign origin is escaped (escape.h). Its size is bounded: of many
+// signatures and of a large text it shows parts and says so.
+void appendPage(std::string_view title, const xml::XmlDocument& document,
+                std::span<const PageSignature> signatures, std::string& html);
+
+} // namespace vantrel::dsig::html
+
+#endif

@@ -1,0 +1,23 @@
+#ifndef DSIG_HTML_WINDOWS_H
+#define DSIG_HTML_WINDOWS_H
+
+#include "dsig/html/places.h"
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig::html {
+
+// Octets of a document that a page shows; of a larger one it shows parts.
+inline constexpr std::size_t kMostShown = std::size_t{192} << 10;
+
+// The parts of the text that are shown, in order and apart from each other: all of it where it is
+// small, else its beginning, its end, and what stands around each change of standing, as far as
+// the room goes. They begin and end at characters.
+[[nodiscard]] std::vector<xml::TextRange> shownParts(std::string_view text,
+                                                     std::span<const Stretch> stretches);
+
+} // namespace vantrel::dsig::html
+
+#endif
