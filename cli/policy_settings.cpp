@@ -103,6 +103,12 @@ bool readAnchors(const Arguments& arguments, dsig::Policy& policy, std::string& 
             complaint = "--crl " + name + ": " + std::string(log.lastErrorLine());
             return false;
         }
+        // A list that says nothing would let pass whom it names.
+        if (!std::ranges::all_of(policy.crls, dsig::isRevocationList)) {
+            complaint = withRemedy("--crl " + name + ": this is no certificate revocation list",
+                                   "openssl crl -in " + shellWord(name) + " -text");
+            return false;
+        }
     }
     return true;
 }

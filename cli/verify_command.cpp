@@ -46,7 +46,7 @@ public:
     void print(const FileResult& result) {
         const bool holds = result.code == kEverythingHolds;
         m_code = std::max<int>(m_code, result.code);
-        m_summary.add(result.status);
+        m_summary.add(result.status, result.refused);
         if (!holds || !m_failedOnly) {
             show(result);
         }

@@ -145,6 +145,7 @@ private:
         if (m_judgement) {
             holds = m_judgement->reasons.holds(m_settings.policy().any);
             m_judgement->accepted = holds;
+            m_result.refused = !holds;
         }
         m_result.code = holds ? kEverythingHolds : kSomethingFails;
         return m_form != ReportForm::Html || makePage(verifier, complaint);

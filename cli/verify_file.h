@@ -18,6 +18,7 @@ struct FileResult {
     std::string name;
     ExitCode code = kCannotTell;       // until something better is known
     std::string_view status = "error"; // as the report has it; of static storage
+    bool refused = false;              // a policy judged it and did not accept it
     // For standard output, one after the other: text, one JSON object with its line end, or a page,
     // which is empty for a file that could not be judged.
     std::string heading;

@@ -34,7 +34,8 @@ Acceptance judge(const Policy& policy, const SignatureReport& report, Document* 
                                  *material);
     result.signingCertificate = checkSigningCertificate(judged);
 
-    if (!report.valid) {
+    // Where one digest alone was asked for, "valid" says nothing of who signed it.
+    if (!report.valid || report.value != ValueCheck::Valid) {
         result.refusals.add(refusal::kNotValid);
     }
     for (const DemandEntry& entry : demandTable()) {

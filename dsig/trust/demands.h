@@ -14,7 +14,7 @@ namespace vantrel::dsig {
 
 // Why a valid signature is not accepted, besides the refusals of the table of demands.
 namespace refusal {
-// The signature is not valid.
+// The signature is not valid, or its value was not asked for.
 inline constexpr std::string_view kNotValid = "not-valid";
 // A target that must be covered is not, or is not there.
 inline constexpr std::string_view kTargetNotCovered = "target-not-covered";

@@ -2,6 +2,7 @@
 
 #include "dsig/trust/demands.h"
 #include "foundation/text/strings.h"
+#include "foundation/x509/path/crl.h"
 
 namespace vantrel::dsig {
 
@@ -38,6 +39,12 @@ bool parsePin(std::string_view text, std::string& pin) {
         pin.push_back(text::toLowerAscii(c));
     }
     return pin.size() == kDigits;
+}
+
+bool isRevocationList(ByteView der) {
+    x509::Crl list;
+    std::string_view whyNot;
+    return x509::parseCrl(der, list, whyNot);
 }
 
 bool isTarget(std::string_view text) noexcept {

@@ -57,6 +57,8 @@ struct Policy {
 // "sha256:" and 64 hexadecimal digits in any letter case, colons between pairs allowed. False, with
 // `pin` of no use, for another text.
 [[nodiscard]] bool parsePin(std::string_view text, std::string& pin);
+// Whether Policy::crls can use the list. May throw std::bad_alloc.
+[[nodiscard]] bool isRevocationList(ByteView der);
 // Whether the text is one that Policy::mustCover takes.
 [[nodiscard]] bool isTarget(std::string_view text) noexcept;
 

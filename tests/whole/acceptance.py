@@ -336,6 +336,7 @@ def try_contents():
     inside = whole.replace("</ds:Signature>", "<ds:Object><Evil/></ds:Object></ds:Signature>")
     expect("an object that nobody signed", f"<Response>{inside}</Response>",
            "--must-cover /Response/Assertion/ds:Signature/ds:Object", ["target-not-covered"])
+    expect("one digest", note("signer"), "--reference 0 --accept all", ["not-valid"])
     expect("changed", note("signer").replace(">10<", ">99<"), "--key signer.pem --strict --must-cover document",
            ["not-valid", "not-all-checked", "target-not-covered"])
     two = f"<All>{whole}{whole.replace('alice', 'bob').replace('a1', 'b1')}</All>"
