@@ -25,13 +25,15 @@ std::uint64_t hashOf(std::string_view value) { return std::hash<std::string_view
 IdRivals::IdRivals(const xml::XmlDocument& document) {
     std::vector<std::pair<std::uint64_t, xml::ElementId>> values;
     for (xml::ElementId element = 0; element < document.elementCount(); ++element) {
-        xml::forEachAttribute(document, element,
-                              [&](std::string_view name, std::string_view value) {
-                                  if (!value.empty() && !refersElsewhere(name)) {
-                                      values.emplace_back(hashOf(value), element);
-                                  }
-                                  return true;
-                              });
+        const auto take = [&](std::string_view name, std::string_view value) {
+            // Readers with a schema trim Ids (XML 1.0, 3.3.3).
+            value = text::trimmed(value);
+            if (!value.empty() && !refersElsewhere(name)) {
+                values.emplace_back(hashOf(value), element);
+            }
+            return true;
+        };
+        xml::forEachAttribute(document, element, take);
     }
     std::ranges::sort(values);
     for (std::size_t i = 1; i < values.size(); ++i) {

@@ -89,6 +89,18 @@ def revocation_list(name, issuer, revoked, days):
     database.write_text(before)
 
 
+def answer(name, issuer, certificate, revoked):
+    """An OCSP response of `issuer` about a certificate of his, name.ocsp."""
+    database = folder / "index"
+    before = database.read_text()
+    if revoked:
+        serial = openssl("x509", "-in", f"{certificate}.pem", "-noout", "-serial").decode().strip().split("=")[1]
+        database.write_text(f"R\t{moment(3000, '%y%m%d%H%M%SZ')}\t{moment(-100, '%y%m%d%H%M%SZ')}\t{serial}\tunknown\t/CN=x\n")
+    openssl("ocsp", "-index", "index", "-CA", f"{issuer}.pem", "-rsigner", f"{issuer}.pem", "-rkey", f"{issuer}.key",
+            "-issuer", f"{issuer}.pem", "-cert", f"{certificate}.pem", "-ndays", "30", "-respout", f"{name}.ocsp")
+    database.write_text(before)
+
+
 def der_of(name):
     return openssl("x509", "-in", f"{name}.pem", "-outform", "DER")
 
@@ -114,11 +126,11 @@ def stamp(octets, authority, days):
                    "DER", data=info)
 
 
-def sign(signer, canonical, *, uri="", method="sha256", hexadecimal=False, certificate=None, names=None, signed=True,
-         stamped=None, carried=(), crls=()):
+def sign(signer, canonical, *, uri="", method="sha256", hexadecimal=False, certificate=None, names=None, version="V2",
+         signed=True, stamped=None, carried=(), crls=(), answers=()):
     """An enveloped signature by signer.key over the element whose exclusive canonical form is given. Each part
     is written in its canonical form. `certificate`: what KeyInfo holds; `names`: the certificate of
-    SigningCertificateV2 (covered if `signed`); `stamped`: authority and day of a time-stamp."""
+    SigningCertificate of that version (covered if `signed`); `stamped`: authority and day of a time-stamp."""
     def digest(octets):
         value = hashlib.new(method, octets.encode()).digest()
         return value.hex() if hexadecimal else b64(value)
@@ -137,6 +149,7 @@ def sign(signer, canonical, *, uri="", method="sha256", hexadecimal=False, certi
                 f'Algorithm="{METHODS["sha256"][1]}"></ds:DigestMethod><ds:DigestValue xmlns:ds="{DS}">'
                 f"{b64(hashlib.sha256(der_of(names)).digest())}</ds:DigestValue></x:CertDigest></x:Cert>"
                 "</x:SigningCertificateV2></x:SignedSignatureProperties></x:SignedProperties>")
+        cert = cert.replace("SigningCertificateV2", f"SigningCertificate{version}")
         properties = f'<x:SignedProperties xmlns:x="{XADES}" Id="props">{cert}'
         references += reference("#props", properties, False) if signed else ""
     info = (f'<ds:SignedInfo xmlns:ds="{DS}"><ds:CanonicalizationMethod Algorithm="{EXC}"></ds:CanonicalizationMethod>'
@@ -152,6 +165,10 @@ def sign(signer, canonical, *, uri="", method="sha256", hexadecimal=False, certi
         unsigned += "<x:CertificateValues>" + "".join(
             f"<x:EncapsulatedX509Certificate>{b64(der_of(one))}</x:EncapsulatedX509Certificate>" for one in carried
         ) + "</x:CertificateValues>"
+    if answers:
+        unsigned += "<x:RevocationValues><x:OCSPValues>" + "".join(
+            f"<x:EncapsulatedOCSPValue>{b64((folder / f'{one}.ocsp').read_bytes())}</x:EncapsulatedOCSPValue>"
+            for one in answers) + "</x:OCSPValues></x:RevocationValues>"
     if crls:
         unsigned += "<x:RevocationValues><x:CRLValues>" + "".join(
             "<x:EncapsulatedCRLValue>" + b64(openssl("crl", "-in", f"{one}.crl", "-outform", "DER")) +
@@ -216,6 +233,8 @@ def make_certificates():
     revocation_list("expired-revoked", "sub", "expired", -600)
     revocation_list("nothing", "sub", "self", -100)
     revocation_list("root-nothing", "root", "self", -100)
+    answer("good", "sub", "signer", False)
+    answer("bad", "sub", "signer", True)
     revocation_list("forged", "other", "signer", -100)
 
 
@@ -265,6 +284,10 @@ def try_paths():
     expect("no list", document, "--anchor root.pem --check-revocation", ["not-trusted"], "revocation-unknown")
     expect("all lists", note("signer", carried=("sub",), crls=("nothing",)),
            "--anchor root.pem --check-revocation --crl root-nothing.crl", None)
+    expect("an answer of a responder", note("signer", carried=("sub",), answers=("good",)),
+           "--anchor root.pem --check-revocation --crl root-nothing.crl", None)
+    expect("revoked by an answer", note("signer", carried=("sub",), answers=("bad",)), "--anchor root.pem",
+           ["not-trusted"], "revoked")
     expect("the wrong purpose", note("mail", carried=("sub",)), "--anchor root.pem --purpose documentSigning",
            ["not-trusted"], "extended-key-usage")
     expect("a key that is not for signatures", note("cipher", carried=("sub",)), "--anchor root.pem", ["not-trusted"],
@@ -297,6 +320,8 @@ def try_times():
 
 def try_signing_certificates():
     expect("the certificate that was signed for", note("signer", names="signer"), "--key signer.pem --strict", None,
+           signingCertificate="match")
+    expect("the certificate, by the older property", note("signer", names="signer", version=""), "--accept all", None,
            signingCertificate="match")
     expect("another certificate of the same key", note("signer", names="signer", certificate="twin"),
            "--key signer.pem --strict", ["signing-certificate-mismatch"], signingCertificate="mismatch")

@@ -91,7 +91,7 @@ TEST(Acceptance, TakesOnlyWholePinsAndTargets) {
 TEST(IdRivals, AreValuesOnTwoElementsByWhateverAttribute) {
     xml::ParseFailure why;
     const auto document = xml::XmlDocument::parse(
-        StringBuffer("<a xmlns:p='x' Id='1' same='1'><b key='2' x='x'/><c p:ID='2' RefId='3'/>"
+        StringBuffer("<a xmlns:p='x' Id='1' same='1'><b key=' 2 ' x='x'/><c p:ID='2' RefId='3'/>"
                      "<d Id='3' InResponseTo='4' SessionIndex='5'/><e Id='4'/><f Id='5' n=''/>"
                      "<g n=''/></a>"),
         {}, why);
