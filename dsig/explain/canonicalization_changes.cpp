@@ -1,4 +1,7 @@
-// Another canonicalization of the same elements, another order of attributes, or none at all.
+// Another canonicalization of the same elements, another order of attributes, or none at all. In
+// the wild the canonicalization that a signature names and the one that its signer ran differ more
+// often than anything else here: toolkits have defaults, and whoever writes the identifier by hand
+// copies it from a sample.
 
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
@@ -11,15 +14,13 @@
 
 namespace vantrel::dsig::explain {
 
-namespace {
-
-// A form that cannot be made is offered as an empty one, so that the clock is looked at all the
-// same.
 bool visitForm(const Target& target, std::string_view code, std::string evidence,
                const ChangeVisit& visit) {
     std::optional<std::string> form = canonicalForm(target);
     return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
 }
+
+namespace {
 
 // As reports and people name it.
 std::string methodName(const Target& target) {
@@ -30,10 +31,12 @@ std::string methodName(const Target& target) {
 }
 
 // The prefixes in scope at the target, "#default" among them; few enough to try their subsets.
+// Prefixes that are declared and not used count too: a list may name them.
 std::vector<std::string> prefixesInScope(const Target& target) {
     const xml::XmlDocument& document = *target.structure;
     std::set<std::string> prefixes(target.prefixes.begin(), target.prefixes.end());
     const xml::ElementId element = target.apex == xml::kNoElement ? 0 : target.apex;
+    // The bound keeps the look-ups few in a document that declares thousands.
     for (std::uint32_t id = 0; id < std::min(document.prefixCount(), 64U); ++id) {
         const std::string_view prefix = document.prefixText(id);
         std::string_view name;
@@ -45,10 +48,13 @@ std::vector<std::string> prefixesInScope(const Target& target) {
 }
 
 // Of more prefixes the subsets are too many; then single ones of the first and all of them are
-// tried.
+// tried. Lists in use name two or three prefixes: those that stand in values (Exclusive XML
+// Canonicalization 1.0, 1.3).
 constexpr std::size_t kMostPrefixes = 7;
 
-// An attribute of a canonical start tag, a declaration among them: ` name="value"`.
+// An attribute of a canonical start tag, a declaration among them: ` name="value"`. In a canonical
+// form one blank and double quotes are certain, so no scanner is needed; a form that is none ends
+// the list early.
 std::vector<std::string_view> attributesOf(std::string_view tag) {
     std::vector<std::string_view> attributes;
     std::size_t at = tagName(tag).size() + 1;
@@ -73,7 +79,7 @@ bool isDeclaration(std::string_view attribute) {
     return name == "xmlns" || name.starts_with("xmlns:");
 }
 
-// Views into the form.
+// Views into the form. They keep to the tag that they were taken from.
 using Attributes = std::vector<std::string_view>;
 // Rewrites every start tag of a form with its attributes in another order.
 template <class Sort>
@@ -81,6 +87,7 @@ Change reordered(const std::vector<Token>& tokens, std::string_view evidence, co
     Change change{cause::kAttributeOrder, std::string(evidence), {}};
     std::size_t at = 0;
     for (const Token& token : tokens) {
+        // Places are counted behind the tag: its line is what is shown.
         at += token.text.size();
         const Attributes before =
             token.kind == TokenKind::StartTag ? attributesOf(token.text) : Attributes();
@@ -93,8 +100,7 @@ Change reordered(const std::vector<Token>& tokens, std::string_view evidence, co
             change.octets += token.text;
             continue;
         }
-        change.first = change.places == 0 ? at : change.first;
-        ++change.places;
+        notePlace(at, change);
         change.octets += "<";
         change.octets += tagName(token.text);
         for (const std::string_view attribute : after) {
@@ -112,6 +118,8 @@ struct OrderRule {
     bool (*before)(std::string_view one, std::string_view other);
 };
 
+// They come from trees that keep declarations and attributes in one list, from sorting by what is
+// written in place of what it stands for, and from dictionaries in place of lists.
 constexpr OrderRule kOrders[] = {
     {"attributes were written ahead of the namespace declarations",
      [](std::string_view a, std::string_view b) { return !isDeclaration(a) && isDeclaration(b); }},
@@ -134,6 +142,7 @@ constexpr OrderRule kOrders[] = {
 std::vector<xml::ElementId> writtenElements(const Target& target) {
     std::vector<xml::ElementId> elements;
     const xml::ElementId first = target.apex == xml::kNoElement ? 0 : target.apex;
+    // Elements are numbered in document order, a subtree without gaps.
     for (xml::ElementId id = first; id < target.structure->element(first).next; ++id) {
         if (!target.omits(id)) {
             elements.push_back(id);
@@ -146,6 +155,7 @@ std::vector<xml::ElementId> writtenElements(const Target& target) {
 bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool declarationsFirst,
                    const ChangeVisit& visit) {
     const std::vector<xml::ElementId> elements = writtenElements(target);
+    // A tag of the form and an element of the document are matched by their number alone.
     const auto tags = std::count_if(tokens.begin(), tokens.end(), [](const Token& token) {
         return token.kind == TokenKind::StartTag;
     });
@@ -199,7 +209,8 @@ bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool 
 } // namespace
 
 bool otherCanonicalizations(const Target& target, const ChangeVisit& visit) {
-    // Everything but what is tried stays as the signature has it.
+    // Everything but what is tried stays as the signature has it. A copy of the target is cheap:
+    // the structure is shared.
     Target other = target;
     // The same method with or without comments first: that is the smaller step.
     other.withComments = !target.withComments;
@@ -209,6 +220,8 @@ bool otherCanonicalizations(const Target& target, const ChangeVisit& visit) {
                   visit)) {
         return true;
     }
+    // No list goes with another method: it belongs to the exclusive one (Exclusive XML
+    // Canonicalization 1.0, 3).
     other.method = target.method == xml::CanonMethod::Exclusive ? xml::CanonMethod::Inclusive
                                                                 : xml::CanonMethod::Exclusive;
     other.prefixes.clear();
@@ -225,6 +238,8 @@ bool otherCanonicalizations(const Target& target, const ChangeVisit& visit) {
 }
 
 // The commonest mistake with prefix lists, and hence tried by itself before other methods are.
+// Toolkits take the list as an argument of the transform and of CanonicalizationMethod apart, and
+// one of the two is easily forgotten.
 bool ignoredPrefixList(const Target& target, const ChangeVisit& visit) {
     Target other = target;
     other.prefixes.clear();
@@ -234,11 +249,13 @@ bool ignoredPrefixList(const Target& target, const ChangeVisit& visit) {
 }
 
 bool otherPrefixLists(const Target& target, const ChangeVisit& visit) {
+    // Only this method has a list at all.
     if (target.method != xml::CanonMethod::Exclusive) {
         return false;
     }
     const std::vector<std::string> scope = prefixesInScope(target);
     const std::size_t count = std::min(scope.size(), kMostPrefixes);
+    // Subset 0 is the empty list, which ignoredPrefixList tries.
     for (std::size_t subset = 1; subset <= std::size_t{1} << count; ++subset) {
         Target other = target;
         other.prefixes.clear();
@@ -251,6 +268,7 @@ bool otherPrefixLists(const Target& target, const ChangeVisit& visit) {
                 list += (list.empty() ? "" : " ") + scope[i];
             }
         }
+        // What the signature names was digested by the verification.
         if (other.prefixes != target.prefixes &&
             visitForm(other, cause::kPrefixList,
                       "it was canonicalized with the InclusiveNamespaces prefix list " +
@@ -266,6 +284,7 @@ bool otherPrefixLists(const Target& target, const ChangeVisit& visit) {
 // are made by rewriting the tags of the form.
 bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
     Target other = target;
+    // Both sort by other keys than the namespace name, as trees do that know none.
     for (const auto& [order, evidence] :
          {std::pair(xml::AttributeOrder::PrefixThenLocal, "attributes were sorted by prefix"),
           std::pair(xml::AttributeOrder::LocalName, "attributes were sorted by local name")}) {
@@ -296,12 +315,14 @@ bool otherAttributeOrders(const Target& target, const ChangeVisit& visit) {
            documentOrder(target, tokens, false, visit);
 }
 
-// Signers that take the text between two offsets and digest it.
+// Signers that take the text between two offsets and digest it. It is right only where the text is
+// canonical already, as machine-made documents often are until somebody stores them.
 bool rawOctets(const Target& target, const ChangeVisit& visit) {
     const std::string_view text = target.structure->text();
     const xml::TextRange extent = target.extent();
     std::string cut;
     std::size_t copied = extent.start;
+    // Ranges ascend and do not overlap, so one pass is enough.
     for (const xml::TextRange gap : target.omitted) {
         if (isInside(gap, extent)) {
             cut.append(text, copied, gap.start - copied);
@@ -322,7 +343,7 @@ bool rawOctets(const Target& target, const ChangeVisit& visit) {
                         std::string(target.structure->text(extent))})) {
         return true;
     }
-    // Without what stands around the root.
+    // Without what stands around the root. A declaration ahead of it, a line end behind it.
     const xml::TextRange root = target.rangeOf(0);
     const std::string_view inRoot =
         std::string_view(cut).substr(std::min<std::size_t>(root.start, cut.size()));

@@ -6,10 +6,11 @@
 namespace vantrel::dsig::explain {
 
 // The causes that a search finds, by their fixed words. What each claims was tried: the octets so
-// changed have the stored digest, or make the value verify.
+// changed have the stored digest, or make the value verify. The words are part of the report's
+// format: scripts read them, so none is ever renamed. Sentences and remedies stand in
+// cause_texts.cpp and may be improved.
 namespace cause {
-// The octets digested, as a text.
-// What stands here is what was digested when it was verified.
+// The octets digested, as a text: what a verification digests is not what was signed.
 inline constexpr std::string_view kLineEnds = "line-ends";
 inline constexpr std::string_view kTrailingWhitespace = "trailing-whitespace";
 inline constexpr std::string_view kIndentation = "indentation";
@@ -22,7 +23,8 @@ inline constexpr std::string_view kLostCharacters = "lost-characters";
 inline constexpr std::string_view kContentOnly = "content-only";
 inline constexpr std::string_view kDecodedContent = "decoded-content";
 inline constexpr std::string_view kChangedText = "changed-text";
-// How the octets were made of the document.
+// How the octets were made of the document. From here on the deviation is one of XML processing,
+// not of text.
 inline constexpr std::string_view kOtherCanonicalization = "other-canonicalization";
 inline constexpr std::string_view kComments = "comments";
 inline constexpr std::string_view kPrefixList = "prefix-list";
@@ -37,9 +39,10 @@ inline constexpr std::string_view kWrongElement = "wrong-element";
 // How the digest was made of the octets.
 inline constexpr std::string_view kOtherHash = "other-hash";
 inline constexpr std::string_view kDigestEncoding = "digest-encoding";
-// Nothing of all that.
+// Nothing of all that. The content or the digest was changed since: the honest answer when all
+// hypotheses fail.
 inline constexpr std::string_view kContentChanged = "content-changed";
-// The signature value.
+// The signature value. The first two say whose key it was, the rest what was done with it.
 inline constexpr std::string_view kOtherKeyInDocument = "other-key-in-document";
 inline constexpr std::string_view kOtherGivenKey = "other-given-key";
 inline constexpr std::string_view kSignedInfoLineEnds = "signed-info-line-ends";

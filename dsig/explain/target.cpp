@@ -18,7 +18,8 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// Refuses more than may be held.
+// Refuses more than may be held. An expansion bomb in a document would otherwise be written out in
+// full before anybody could look at its size.
 class StringSink final : public xml::CanonSink {
 public:
     explicit StringSink(std::string& out) noexcept : m_out(out) {}
@@ -34,10 +35,12 @@ private:
     std::string& m_out;
 };
 
-// What a document may have around the elements of a form.
+// What a document may have around the elements of a form. Tags and comments outside of the apex;
+// beyond that the document is so large that even one canonicalization is too many.
 constexpr std::size_t kMostMarkup = std::size_t{4} << 20;
 
-// The method that an identifier and its element ask for.
+// The method that an identifier and its element ask for. By the same functions as a verification,
+// so that the two cannot differ.
 void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Target& target) {
     XmlCanon canonicalizer;
     selectTransformMethod(algorithm, canonicalizer);
@@ -45,6 +48,7 @@ void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Ta
                                                          : xml::CanonMethod::Inclusive;
     target.withComments = canonicalizer.m_withComments;
     target.prefixes.clear();
+    // Other methods have no list, whatever the element holds.
     if (target.method != xml::CanonMethod::Exclusive) {
         return;
     }
@@ -54,7 +58,8 @@ void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Ta
     }
 }
 
-// One transform of the list, canonicalizations noted and not carried out.
+// One transform of the list, canonicalizations noted and not carried out. False for a transform
+// that is not known or fails: the octets are then searched as a text alone.
 bool takeStep(const ClsXml& transform, const Selection& selection, const DSigReference& reference,
               const Rules& rules, WorkingText& text, Target& target) {
     // As dsig/reference/digest_input.cpp does it, whose names these are.
@@ -72,6 +77,7 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
         target.removesSignature = true;
         return removeEnvelopedSignature(selection, reference, rules, text, leniencies, log);
     }
+    // Decoding takes the text that canonicalization would give; what is searched is the element.
     if (algorithm.containsSubstring("xmldsig#base64")) {
         return true;
     }
@@ -84,6 +90,7 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
 bool takeSteps(Document& document, const Selection& selection, const DSigReference& reference,
                const Rules& rules, WorkingText& text, Target& target) {
     LogNull log;
+    // No transforms are no failure.
     if (reference.m_transforms.isEmpty()) {
         return true;
     }
@@ -97,7 +104,7 @@ bool takeSteps(Document& document, const Selection& selection, const DSigReferen
     });
 }
 
-// Offsets in a text behind some edits.
+// Offsets in a text behind some edits. Few edits, so a walk for each offset is enough.
 class Shift {
 public:
     explicit Shift(std::span<const TextEdit> edits) noexcept : m_edits(edits) {}
@@ -117,7 +124,8 @@ private:
     std::span<const TextEdit> m_edits;
 };
 
-// The element in the edited text; kNoElement when it has gone with an edit.
+// The element in the edited text; kNoElement when it has gone with an edit. By its start, since
+// numbers change with the elements that went.
 xml::ElementId found(const Target& target, const xml::XmlDocument& in, const Shift& shift,
                      xml::ElementId element) {
     return element == xml::kNoElement
@@ -140,6 +148,7 @@ bool Target::holds(xml::ElementId element) const noexcept {
     return element != xml::kNoElement && isInside(rangeOf(element), extent());
 }
 
+// Wholly: an element that only holds an omitted one is still there.
 bool Target::omits(xml::ElementId element) const noexcept {
     return element != xml::kNoElement &&
            std::any_of(omitted.begin(), omitted.end(),
@@ -158,7 +167,8 @@ std::optional<std::string> canonicalForm(const Target& target) {
     request.omitted = target.omitted;
     std::string form;
     StringSink sink(form);
-    // Not begun where it cannot end well: nobody would notice how long it took.
+    // Not begun where it cannot end well: nobody would notice how long it took. The text that is
+    // walked may be larger than the form: what is omitted is walked too.
     if (target.extent().length > kMostFormOctets + kMostMarkup) {
         return std::nullopt;
     }
@@ -186,6 +196,7 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
     if (result.structure == nullptr) {
         return std::nullopt;
     }
+    // A range that was edited away has become empty.
     const Shift shift(edits);
     result.apex = found(target, *result.structure, shift, target.apex);
     result.signature = found(target, *result.structure, shift, target.signature);
@@ -206,7 +217,8 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
 
 std::optional<Target> targetOfReference(Document& document, const Selection& selection,
                                         const DSigReference& reference, const Rules& rules) {
-    // The steps of a verification, the canonicalization left out: it is what is varied.
+    // The steps of a verification, the canonicalization left out: it is what is varied. A failure
+    // in between is no failure of the search: there is less to vary.
     const ReferenceTarget uri = targetOf(reference.m_uri);
     if (uri.kind == ReferenceTarget::Kind::External) {
         return std::nullopt;
@@ -227,6 +239,7 @@ std::optional<Target> targetOfReference(Document& document, const Selection& sel
             return std::nullopt;
         }
     }
+    // The same resolution of Ids as in a verification.
     xml::ElementId element = xml::kNoElement;
     const xml::FragmentTarget kind =
         xml::resolveFragment(*document.structure, uri.text.view(), element);
