@@ -156,6 +156,22 @@ bool readEntryExtension(const Extension& extension, CrlEntry& entry) {
     return true;
 }
 
+// The last field of the list, of which nothing may be left over.
+bool readListExtensions(DerReader fields, Crl& crl) {
+    ByteView whole;
+    std::vector<Extension> extensions;
+    if (!fields.read(asn1::contextConstructed(0), whole) || !fields.atEnd() ||
+        !readExtensions(whole, extensions)) {
+        return false;
+    }
+    for (const Extension& extension : extensions) {
+        if (!readListExtension(extension, crl)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // TBSCertList, its fields in their order (RFC 5280 5.1.2). On failure `whyNot` is the sentence of
 // the field at which reading stopped.
 bool readTbs(DerReader fields, ByteView& algorithm, Crl& crl, std::string_view& whyNot) {
@@ -194,20 +210,7 @@ bool readTbs(DerReader fields, ByteView& algorithm, Crl& crl, std::string_view& 
     }
     //     crlExtensions        [0] EXPLICIT Extensions OPTIONAL -- if present, MUST be v2
     whyNot = "its extensions are malformed";
-    if (!fields.atEnd()) {
-        ByteView whole;
-        std::vector<Extension> extensions;
-        if (!fields.read(asn1::contextConstructed(0), whole) || !fields.atEnd() ||
-            version != kVersion2 || !readExtensions(whole, extensions)) {
-            return false;
-        }
-        for (const Extension& extension : extensions) {
-            if (!readListExtension(extension, crl)) {
-                return false;
-            }
-        }
-    }
-    return true;
+    return fields.atEnd() || (version == kVersion2 && readListExtensions(fields, crl));
 }
 
 } // namespace

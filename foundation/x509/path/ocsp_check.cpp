@@ -54,6 +54,20 @@ int severity(RevocationStatus status) noexcept {
     return status == RevocationStatus::Revoked ? 2 : status == RevocationStatus::Unknown ? 1 : 0;
 }
 
+// What an answer says for a path at the time of the query; its signature is looked at elsewhere.
+RevocationFinding findingOf(const PathQuery& query, const OcspAnswer& answer) {
+    if (answer.status != RevocationStatus::Revoked) {
+        // The text is used for an unknown status alone; a good one shows none.
+        return {answer.status, "the responder does not know it"};
+    }
+    // Responders have no invalidity date: a revocation counts from its own moment on.
+    const Revocation revocation = {answer.revokedAt, answer.reason, std::nullopt};
+    if (!countsAtTime(query, revocation)) {
+        return {RevocationStatus::Good, {}};
+    }
+    return {RevocationStatus::Revoked, describeRevocation(revocation)};
+}
+
 } // namespace
 
 // Certificates that cannot be read are passed over: the signer's may be another one.
@@ -132,10 +146,10 @@ RevocationFinding OcspCheck::check(const PathPlace& place) {
     bool answered = false;
     for (const Response& response : m_responses) {
         // A responder cannot know of a certificate before it was issued, nor need he know of it
-        // after it has expired.
-        // The same holds for an archived response: its own moment counts, not that of the reader. A
-        // responder asked years later may know nothing of expired certificates and answer good for
-        // all (RFC 6960 4.4.4 has the archive cutoff for the others).
+        // after it has expired. The same holds for an archived response: its own moment counts, not
+        // that of the reader. A responder asked years later may know nothing of expired
+        // certificates and answer good for all (RFC 6960 4.4.4 has the archive cutoff for the
+        // others).
         const std::int64_t produced = response.parsed.producedAt;
         if (produced < facts.notBefore || produced > facts.notAfter) {
             continue;
@@ -153,15 +167,7 @@ RevocationFinding OcspCheck::check(const PathPlace& place) {
             if (!*believable) {
                 break;
             }
-            // The text is used for an unknown status alone; a good one shows none.
-            RevocationFinding found = {answer.status, "the responder does not know it"};
-            const Revocation revocation = {answer.revokedAt, answer.reason, std::nullopt};
-            if (answer.status == RevocationStatus::Revoked) {
-                found.why = describeRevocation(revocation);
-                if (!countsAtTime(m_query, revocation)) {
-                    found = {RevocationStatus::Good, {}};
-                }
-            }
+            RevocationFinding found = findingOf(m_query, answer);
             if (severity(found.status) > severity(worst.status)) {
                 worst = std::move(found);
             }
