@@ -151,6 +151,38 @@ std::vector<xml::ElementId> writtenElements(const Target& target) {
     return elements;
 }
 
+// The names in the start tags of these elements, in the order in which they are written there.
+std::vector<Attributes> writtenNames(const Target& target,
+                                     const std::vector<xml::ElementId>& elements) {
+    std::vector<Attributes> names;
+    for (const xml::ElementId element : elements) {
+        Attributes ofTag;
+        xml::StartTagReader tag(target.structure->text(), target.structure->element(element).start);
+        for (xml::Attribute attribute; tag.next(attribute);) {
+            ofTag.push_back(attribute.name);
+        }
+        names.push_back(std::move(ofTag));
+    }
+    return names;
+}
+
+// Of the start tags of a form, counted from 0, those that have attributes there. A tag of the
+// document may have lost all of its own to canonicalization, or inherited its first.
+std::vector<std::size_t> tagsWithAttributes(const std::vector<Token>& tokens) {
+    std::vector<std::size_t> indexes;
+    std::size_t index = 0;
+    for (const Token& token : tokens) {
+        if (token.kind != TokenKind::StartTag) {
+            continue;
+        }
+        if (!attributesOf(token.text).empty()) {
+            indexes.push_back(index);
+        }
+        ++index;
+    }
+    return indexes;
+}
+
 // As they stand in the document; `declarationsFirst`: namespace declarations ahead of the others.
 bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool declarationsFirst,
                    const ChangeVisit& visit) {
@@ -163,34 +195,17 @@ bool documentOrder(const Target& target, const std::vector<Token>& tokens, bool 
     if (elements.size() != static_cast<std::size_t>(tags)) {
         return false;
     }
+    const std::vector<Attributes> names = writtenNames(target, elements);
     // reordered() asks for the tags that have attributes only, so the elements are looked up by a
     // walk beside it.
-    std::vector<std::vector<std::string_view>> names;
-    for (const xml::ElementId element : elements) {
-        std::vector<std::string_view> ofTag;
-        xml::StartTagReader tag(target.structure->text(), target.structure->element(element).start);
-        for (xml::Attribute attribute; tag.next(attribute);) {
-            ofTag.push_back(attribute.name);
-        }
-        names.push_back(std::move(ofTag));
-    }
-    std::vector<std::size_t> indexOfTagged; // of the tags that have attributes in the form
-    std::size_t index = 0;
-    for (const Token& token : tokens) {
-        if (token.kind == TokenKind::StartTag) {
-            if (!attributesOf(token.text).empty()) {
-                indexOfTagged.push_back(index);
-            }
-            ++index;
-        }
-    }
+    const std::vector<std::size_t> indexOfTagged = tagsWithAttributes(tokens);
     std::size_t asked = 0;
     const Change change = reordered(
         tokens,
         declarationsFirst ? "attributes were left in the order of the document"
                           : "attributes and declarations were left in the order of the document",
         [&](Attributes& attributes) {
-            const std::vector<std::string_view>& ofTag = names[indexOfTagged[asked++]];
+            const Attributes& ofTag = names[indexOfTagged[asked++]];
             const auto place = [&](std::string_view attribute) {
                 if (declarationsFirst && isDeclaration(attribute)) {
                     return std::ptrdiff_t{-1};

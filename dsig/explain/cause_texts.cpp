@@ -15,6 +15,7 @@ namespace {
 struct CauseText {
     std::string_view code;
     std::string_view text;
+    // To people, in the imperative; the tool shows it behind "try:".
     std::string_view tryThis; // empty for nothing
 };
 

@@ -81,7 +81,8 @@ DigestGoal::DigestGoal(std::string_view stored, int hashId) : m_hashId(hashId) {
     if (decoded(text, text::Encoding::Hex, inner)) {
         addReading(inner, "DigestValue is hexadecimal, not base64");
     }
-    // Where no hash has so short a digest it may be one that was cut.
+    // Where no hash has so short a digest it may be one that was cut. A digest of 20 octets is
+    // whole, even if it may be the front of one of 32: the shorter explanation is tried.
     const std::vector<int> hashes = allHashes();
     for (Reading& reading : m_readings) {
         reading.isWhole = std::any_of(hashes.begin(), hashes.end(), [&](int id) {
@@ -139,6 +140,7 @@ bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) cons
         if (!digest.starts_with(reading.octets)) {
             continue;
         }
+        // What an earlier candidate left in it must not be told of this one.
         deviation = {};
         if (!reading.evidence.empty() || !reading.isWhole) {
             deviation.code = cause::kDigestEncoding;

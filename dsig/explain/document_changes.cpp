@@ -180,6 +180,40 @@ bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
 
 namespace {
 
+// Private-use characters around the name stand for the reference until it is written. A reference
+// as such would not be well-formed without its declaration, nor would it survive canonicalization.
+constexpr std::string_view kOpen = "\xEE\x80\x80";
+constexpr std::string_view kClose = "\xEE\x80\x81";
+
+// The document without its declaration, so that no reference is expanded.
+struct UnexpandedTexts {
+    std::string marked;  // references between kOpen and kClose
+    std::string dropped; // references left out
+};
+
+// Both texts are built in one walk over the document as it was loaded.
+UnexpandedTexts unexpandedTexts(const xml::XmlDocument& document) {
+    const std::string_view source = document.sourceText().view();
+    const xml::TextRange doctype = document.doctypeRange();
+    UnexpandedTexts texts;
+    texts.marked = source.substr(0, doctype.start);
+    texts.dropped = texts.marked;
+    for (std::size_t at = doctype.end(); at < source.size(); ++at) {
+        // In a CDATA section or a comment a '&' may stand without a ';'.
+        const std::size_t end = source[at] == '&' ? source.find(';', at) : std::string_view::npos;
+        const std::string_view name =
+            end == std::string_view::npos ? "" : source.substr(at + 1, end - at - 1);
+        if (document.documentType()->findEntity(name) == nullptr || name.empty()) {
+            texts.marked += source[at];
+            texts.dropped += source[at];
+            continue;
+        }
+        texts.marked.append(kOpen).append(name).append(kClose);
+        at = end;
+    }
+    return texts;
+}
+
 // References to entities of the internal subset, by what was digested in their place. Parsers are
 // told not to expand entities for good reason (entities can bring in files), and then sign what
 // they see.
@@ -191,29 +225,9 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
         source.substr(0, doctype.end()) != target.structure->text().substr(0, doctype.end())) {
         return false;
     }
-    // Private-use characters around the name stand for the reference until it is written. A
-    // reference as such would not be well-formed without its declaration, nor would it survive
-    // canonicalization.
-    constexpr std::string_view kOpen = "\xEE\x80\x80";
-    constexpr std::string_view kClose = "\xEE\x80\x81";
-    // Both texts are built in one walk; the declaration goes, so that no reference is expanded.
-    std::string marked(source.substr(0, doctype.start));
-    std::string dropped = marked;
-    for (std::size_t at = doctype.end(); at < source.size(); ++at) {
-        // A '&' without a ';' does not occur in a well-formed document.
-        const std::size_t end = source[at] == '&' ? source.find(';', at) : std::string_view::npos;
-        const std::string_view name =
-            end == std::string_view::npos ? "" : source.substr(at + 1, end - at - 1);
-        if (target.structure->documentType()->findEntity(name) == nullptr || name.empty()) {
-            marked += source[at];
-            dropped += source[at];
-            continue;
-        }
-        marked.append(kOpen).append(name).append(kClose);
-        at = end;
-    }
+    const UnexpandedTexts texts = unexpandedTexts(*target.structure);
     // As they stand, and left out: parsers without the declarations do the one or the other.
-    for (const std::string* const text : {&marked, &dropped}) {
+    for (const std::string* const text : {&texts.marked, &texts.dropped}) {
         xml::ParseFailure why;
         Target other = target;
         other.structure = xml::XmlDocument::parse(StringBuffer(*text), {}, why);
@@ -232,8 +246,8 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
             continue;
         }
         Change change{cause::kEntities,
-                      text == &marked ? "references to entities were digested as they stand"
-                                      : "references to entities were left out of the digest",
+                      text == &texts.marked ? "references to entities were digested as they stand"
+                                            : "references to entities were left out of the digest",
                       {}};
         replaceAll(*form, kOpen, "&", change);
         std::string opened = std::move(change.octets);

@@ -16,6 +16,7 @@ std::size_t behind(std::string_view form, std::size_t start, std::string_view en
 // A '>' may stand in an attribute value. Canonical forms escape it no more than documents do
 // (Canonical XML 1.0, 2.3).
 std::size_t behindTag(std::string_view form, std::size_t start) {
+    // The quote that a value began with; 0 outside of values.
     char quote = 0;
     for (std::size_t at = start; at < form.size(); ++at) {
         const char c = form[at];
@@ -54,6 +55,7 @@ Token markupAt(std::string_view form, std::size_t start) {
 
 } // namespace
 
+// In octets: a no-break space is a letter here, as it is to XML.
 bool isBlank(std::string_view text) noexcept {
     return std::all_of(text.begin(), text.end(), isSpace);
 }
@@ -68,6 +70,8 @@ std::string_view trimmed(std::string_view text) noexcept {
     return text;
 }
 
+// Every octet goes into a piece, and every piece has one octet at least: the walk ends, and what is
+// joined again is the form.
 std::vector<Token> formTokens(std::string_view form) {
     std::vector<Token> tokens;
     for (std::size_t at = 0; at < form.size();) {

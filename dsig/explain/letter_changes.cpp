@@ -14,6 +14,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// The characters are those of this file's tables, all of which have a form in UTF-8.
 void append(char32_t character, std::string& out) {
     char octets[4];
     out.append(octets, text::encodeUtf8(character, octets));
@@ -178,7 +179,7 @@ std::vector<LostPlace> lostPlaces(std::string_view form, std::size_t width) {
 // recursion: the number of places is the document's.
 bool tryLetters(std::string_view form, const std::vector<LostPlace>& places,
                 const std::vector<char32_t>& letters, const ChangeVisit& visit) {
-    // All places begin with the likeliest letter.
+    // All places begin with the likeliest letter. The first place changes fastest.
     std::vector<std::size_t> digits(places.size(), 0);
     for (bool more = true; more;) {
         Change change{cause::kLostCharacters, {}, {}};
@@ -246,6 +247,8 @@ bool tryMarks(std::string_view form, const ChangeVisit& visit) {
     std::size_t start = 0;
     for (const Token& token : formTokens(form)) {
         for (std::size_t at = 0; token.kind == TokenKind::Text && at < token.text.size(); ++at) {
+            // A mark is lost from a letter of ASCII; others were no letters of the old system to
+            // begin with.
             const auto base = static_cast<unsigned char>(token.text[at]);
             const bool isLetter = (base | 0x20) >= 'a' && (base | 0x20) <= 'z';
             for (const ComposedLetter& entry : kComposedLetters) {

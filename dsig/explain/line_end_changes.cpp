@@ -40,6 +40,7 @@ constexpr LineEndRule kRules[] = {
 // Base64 in lines, say: its line ends come from an encoder, those between tags from a printer. A
 // rule for all line ends cannot mend such a text, since only some of them are others.
 void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& change) {
+    // Texts between tags that hold nothing but white space are layout and stay.
     std::string out;
     std::size_t at = 0;
     std::size_t places = 0;

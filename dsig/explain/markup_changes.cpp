@@ -55,6 +55,7 @@ void escape(const std::vector<Token>& tokens, const EscapeRule& rule, Change& ch
     std::size_t places = 0;
     for (const Token& token : tokens) {
         std::string_view text = token.text;
+        // Where nothing is held back it stays empty.
         std::string_view behind;
         if (token.kind == rule.where && rule.where == TokenKind::StartTag && !text.empty()) {
             // Its own bracket is markup and not to be escaped.
@@ -154,6 +155,7 @@ void appendResolved(std::string_view text, std::string& out) {
             continue;
         }
         const xml::ReferenceForm reference = xml::matchReference(text.substr(at));
+        // A '&' that a faulty serializer left unescaped is met here too.
         if (reference.kind != xml::ReferenceKind::Character &&
             reference.kind != xml::ReferenceKind::Predefined) {
             out += text[at++];

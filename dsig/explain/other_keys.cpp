@@ -104,6 +104,7 @@ bool KeyCollection::add(Ref<ClsPublicKey> key, Deviation deviation) {
 KeyCollection collectKeys(const KeyQuery& query) {
     KeyCollection keys;
     LogNull log;
+    // What is found to be lenient in here was told by the verification.
     CodeSet leniencies;
     for (CandidateKey& candidate : candidateKeys(query, leniencies, log)) {
         keys.add(std::move(candidate.key), {});

@@ -29,6 +29,7 @@ std::string joined(std::string first, const std::string& second) {
 
 Search::Search(std::string form, const Target* target, Goal& goal, Budget& budget)
     : m_form(std::move(form)), m_target(target), m_goal(goal), m_budget(budget) {
+    // The form itself is known: a processing that gives it again is no new hypothesis.
     m_seen.insert(std::hash<std::string_view>{}(m_form));
 }
 

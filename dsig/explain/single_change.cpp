@@ -100,6 +100,7 @@ Alphabets alphabets(Tier tier) {
 }
 
 // Candidates for a place, at most; the work of a tier. Two more for the removal and the exchange.
+// An estimate from above, so that a search that was let in stays within the budget.
 std::uint64_t candidatesPerPlace(const Alphabets& alphabets) {
     std::size_t most = 0;
     for (const std::vector<std::uint8_t>& octets : alphabets.inPlaceOf) {
@@ -284,6 +285,7 @@ void runWorkers(const Prefixes& prefixes, const Alphabets& alphabets, ByteView d
 // Where it is, what stands there and what was signed. Offsets count from 0; a context of some
 // octets helps to find the place in an editor.
 std::string describe(std::string_view form, const Found& found) {
+    // Enough to tell one amount from the next.
     constexpr std::size_t kContext = 20;
     const std::size_t from = found.at - std::min(found.at, kContext);
     const char octet = static_cast<char>(found.octet);

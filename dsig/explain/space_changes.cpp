@@ -22,6 +22,8 @@ struct TextPlace {
 // What becomes of a text. A plain function, so that the table is constant.
 using TextRule = std::string (*)(const TextPlace& place);
 
+// A guess that does no harm: a text that is taken for base64 and is none gives a form that nobody
+// signed.
 bool looksBase64(std::string_view text) {
     constexpr std::size_t kShortest = 40; // of a digest or longer; words are no base64
     constexpr std::string_view kDigits =
@@ -119,6 +121,8 @@ void applyRule(const std::vector<Token>& tokens, TextRule rule, Change& change) 
         if (tokens[i].kind == TokenKind::Text) {
             const bool leaf = isAllOfElement(tokens, i);
             const std::string becomes = rule({text, isBlank(text), leaf});
+            // A text that stays as it is counts as no place, so that evidence numbers what was
+            // changed.
             if (becomes != text) {
                 notePlace(at, change);
             }

@@ -19,7 +19,8 @@ namespace vantrel::dsig::explain {
 namespace {
 
 // Refuses more than may be held. An expansion bomb in a document would otherwise be written out in
-// full before anybody could look at its size.
+// full before anybody could look at its size. The canonicalizer stops at the first write that is
+// refused, so that nothing is made that nobody takes.
 class StringSink final : public xml::CanonSink {
 public:
     explicit StringSink(std::string& out) noexcept : m_out(out) {}
@@ -73,6 +74,8 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
         setMethod(algorithm, prefixList, target);
         return true;
     }
+    // Carried out as the document stands; that a signer may not have done so is a hypothesis of its
+    // own (otherSignatureRemovals).
     if (algorithm.containsSubstring("enveloped-signature")) {
         target.removesSignature = true;
         return removeEnvelopedSignature(selection, reference, rules, text, leniencies, log);
@@ -81,6 +84,8 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
     if (algorithm.containsSubstring("xmldsig#base64")) {
         return true;
     }
+    // What is left are filters, of which the verifier knows the shapes that are in use. Any other
+    // makes the reference one without a target.
     StringBuffer xPath;
     return transform.getChildContentUtf8("*:XPath", xPath, false) &&
            xPathStep(&transform, text, algorithm, xPath, leniencies, log) == RefReason::Match;
@@ -164,6 +169,7 @@ std::optional<std::string> canonicalForm(const Target& target) {
     request.apex = target.apex;
     request.inheritNamespaces = target.inheritNamespaces;
     request.order = target.order;
+    // A view: the target outlives the request.
     request.omitted = target.omitted;
     std::string form;
     StringSink sink(form);
@@ -267,6 +273,7 @@ std::optional<Target> targetOfSignedInfo(const Document& document, const Selecti
     const Ref<ClsXml> signedInfo = Ref<ClsXml>::adopt(
         selection.signature != nullptr ? selection.signature->getChildWithTagUtf8("*:SignedInfo")
                                        : nullptr);
+    // A signature without one of the two has failed before there was a value to explain.
     if (!signedInfo || !canonicalizationMethod(selection.signature, algorithm, prefixList, log)) {
         return std::nullopt;
     }
@@ -274,6 +281,7 @@ std::optional<Target> targetOfSignedInfo(const Document& document, const Selecti
     target.structure = document.structure;
     target.apex = signedInfo->elementId();
     setMethod(algorithm, prefixList, target);
+    // Signers of one profile canonicalize SignedInfo as if nothing stood around it.
     target.inheritNamespaces = !rules.skXmlSignedDoc;
     target.order = rules.attributeOrder();
     target.signature = selection.element();

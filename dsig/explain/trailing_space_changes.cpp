@@ -17,6 +17,7 @@ Change trimmedLines(std::string_view form) {
     Change change{cause::kTrailingWhitespace,
                   "lines end in blanks that were not there when it was signed",
                   {}};
+    // In one pass: blanks are written, and taken back when a line end follows.
     std::size_t blanksFrom = 0; // behind what has been written and is no blank
     for (std::size_t at = 0; at < form.size(); ++at) {
         if (form[at] == '\n' && blanksFrom < at) {
@@ -60,6 +61,7 @@ struct Ending {
     std::string_view text;
     std::string_view evidence;
 };
+// The NUL is that of a string in C, counted along.
 constexpr Ending kEndings[] = {
     {"\n", "a line end stood behind the last tag when it was signed"},
     {"\r\n", "CR LF stood behind the last tag when it was signed"},

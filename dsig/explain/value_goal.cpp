@@ -30,6 +30,7 @@ std::string digestOf(int hashId, ByteView octets) {
     return std::string(asText(crypto::hashBytes(hashId, octets, bytes)));
 }
 
+// Encoding in memory does not fail.
 std::string encoded(std::string_view octets, text::Encoding encoding) {
     StringBuffer text;
     static_cast<void>(text::encode(asBytes(octets), encoding, text));
@@ -74,7 +75,7 @@ struct SecondHash {
     std::string (*text)(std::string_view digest);
 };
 // Interfaces that sign a digest hash what they are given; callers who gave a digest had it hashed
-// twice.
+// twice. The first entry is the commonest, the others come from passing a digest on as text.
 constexpr SecondHash kSecondHashes[] = {
     {"the digest", [](std::string_view d) { return std::string(d); }},
     {"the digest's hexadecimal text",
@@ -204,6 +205,8 @@ RsaGoal::RsaGoal(std::span<const ValueReading> values, std::span<const TriedKey>
 void RsaGoal::takeBlock(std::string block, std::size_t bits, const Deviation& deviation) {
     const std::string_view content = paddedContent(block);
     if (content.empty()) {
+        // No PKCS #1 v1.5 block. The trailer is all that a PSS block shows without a digest, so one
+        // other block in 256 is kept for nothing.
         constexpr char kTrailer = '\xBC'; // RFC 8017, 9.1.1
         if (block.back() == kTrailer) {
             const Deviation padding =
@@ -303,6 +306,7 @@ bool RsaGoal::isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
     return false;
 }
 
+// Digests before blocks: comparing costs a hash, a block costs its mask besides.
 bool RsaGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     return std::any_of(m_digests.begin(), m_digests.end(),
                        [&](const KnownDigest& each) {
@@ -346,6 +350,7 @@ bool CurveGoal::verifies(const TriedKey& key, const ValueReading& value, ByteVie
         !m_budget.takeKeyOperation(keyOperationWeight(*key.key))) {
         return false;
     }
+    // Both sizes were bounded above.
     const auto size = static_cast<std::uint32_t>(octets.size());
     const auto digestSize = static_cast<std::uint32_t>(digest.size());
     if (isEc) {
@@ -362,6 +367,8 @@ bool CurveGoal::verifies(const TriedKey& key, const ValueReading& value, ByteVie
 // signature names.
 bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     const bool all = depth == Depth::Exhaustive;
+    // The hash of the method goes first: it is right in nearly all cases, and a hit ends the
+    // operations.
     std::vector<int> hashes{m_method.hashId};
     for (const int hashId : allHashes()) {
         if (all && hashId != m_method.hashId) {
@@ -418,6 +425,8 @@ bool MacGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
             // Compared in variable time: the secret is the caller's, and so is the answer.
             const std::string_view mac = asText(bytes.view());
             for (const ValueReading& value : m_values) {
+                // HMACOutputLength belongs to the method; whoever cuts a MAC without saying so ends
+                // here.
                 const bool isCut = value.octets.size() < mac.size();
                 if (value.octets.size() < kShortestMac || !mac.starts_with(value.octets)) {
                     continue;
