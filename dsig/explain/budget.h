@@ -1,6 +1,9 @@
 #ifndef DSIG_EXPLAIN_BUDGET_H
 #define DSIG_EXPLAIN_BUDGET_H
 
+#include "foundation/io/deadline.h"
+
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +18,13 @@ class Budget final {
 public:
     // `effort` multiplies everything but memory; 0 counts as 1.
     explicit Budget(unsigned effort) noexcept;
+
+    // It ends by then in any case; called before the first share begins.
+    void endBy(io::Deadline deadline) noexcept {
+        m_timeLeft =
+            std::min(m_timeLeft, std::max(deadline.end() - m_shareStart, Clock::duration{}));
+        m_shareEnd = m_shareStart + m_timeLeft;
+    }
 
     // Each takes a piece of work, or returns false: the search is over.
     [[nodiscard]] bool takeOctets(std::uint64_t octets) noexcept;
