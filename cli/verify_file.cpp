@@ -54,9 +54,9 @@ constexpr std::string_view kJsonEnd = "]}\n";
 // One file on its way: a new verifier each, so that no document leaves anything to the next.
 class FileRun {
 public:
-    FileRun(const std::string& name, const VerifySettings& settings, ReportForm form)
-        : m_settings(settings), m_form(form) {
-        m_result.name = name;
+    FileRun(const VerifySource& source, const VerifySettings& settings, ReportForm form)
+        : m_source(source), m_settings(settings), m_form(form) {
+        m_result.name = source.name;
     }
 
     // Whatever went wrong, there is a heading with the status and, for JSON, a whole object.
@@ -80,7 +80,12 @@ private:
     bool verify(std::string& complaint) {
         ClsBinData document;
         ClsXmlDSig verifier;
-        if (!readInput(m_result.name, document.data(), complaint)) {
+        if (m_source.timeoutMs) {
+            verifier.SetDeadline(*m_source.timeoutMs);
+        }
+        if (m_source.document) {
+            document.data() = *m_source.document; // shared, not copied
+        } else if (!readInput(m_result.name, document.data(), complaint)) {
             return false;
         }
         if (m_form == ReportForm::Json) {
@@ -89,7 +94,7 @@ private:
         if (!m_settings.prepare(verifier, complaint)) {
             return false;
         }
-        if (!load(verifier, document, complaint)) {
+        if (!load(verifier, document, complaint) || isLate(verifier, complaint)) {
             return false;
         }
         std::vector<int> indexes;
@@ -102,13 +107,16 @@ private:
             // What one signature's verification found out of the document stays in force for the
             // next; a signature that fails gets a second attempt without.
             const bool again = indexes.size() > 1 && verifier.profileName() == "sii";
-            if (!verifyOne(verifier, index, !again, valid, complaint)) {
+            // A verdict that was found too late may be one about the time.
+            if (!verifyOne(verifier, index, !again, valid, complaint) ||
+                isLate(verifier, complaint)) {
                 return false;
             }
             if (!valid && again) {
                 m_result.report.resize(m_beforeLast);
                 verifier.ResetDocumentRules();
-                if (!verifyOne(verifier, index, true, valid, complaint)) {
+                if (!verifyOne(verifier, index, true, valid, complaint) ||
+                    isLate(verifier, complaint)) {
                     return false;
                 }
             }
@@ -121,6 +129,17 @@ private:
         m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
         m_result.code = allValid && !indexes.empty() ? kEverythingHolds : kSomethingFails;
         return m_form != ReportForm::Html || makePage(verifier, complaint);
+    }
+
+    // Whether the caller has stopped waiting. Signatures that were in time are not reported,
+    // either: how many they are is chance.
+    bool isLate(ClsXmlDSig& verifier, std::string& complaint) {
+        if (!verifier.TimeIsUp()) {
+            return false;
+        }
+        complaint = "the time for the document is up (timeoutMs)";
+        m_result.report.clear();
+        return true;
     }
 
     bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
@@ -137,13 +156,19 @@ private:
     // Loads the document, again where it must be. Its log goes to the others, as of no signature
     // (-1).
     bool load(ClsXmlDSig& verifier, ClsBinData& document, std::string& complaint) {
-        const bool loaded = verifier.LoadSignatureBd(document);
+        const bool loaded = m_source.isText ? loadText(verifier, document.data().view())
+                                            : verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
             complaint =
                 orForeignFormat(document.data().view(), m_result.name, lastErrorOf(verifier));
         }
         return loaded;
+    }
+
+    static bool loadText(ClsXmlDSig& verifier, ByteView octets) {
+        XString text(asText(octets));
+        return verifier.LoadSignature(text);
     }
 
     // One signature, or one of its references where that is asked for. False, with the reason in
@@ -229,6 +254,7 @@ private:
         }
     }
 
+    const VerifySource& m_source;
     const VerifySettings& m_settings;
     ReportForm m_form;
     FileResult m_result;
@@ -241,18 +267,29 @@ private:
 
 } // namespace
 
+FileResult errorResult(const std::string& name, std::string_view complaint, ReportForm form) {
+    FileResult result;
+    result.name = name;
+    result.errors = complaintLines(printable(name) + ": " + std::string(complaint));
+    if (form == ReportForm::Json) {
+        result.heading = jsonHeading(name, {}, "error", withoutRemedy(complaint));
+        result.report = kJsonEnd;
+    }
+    return result;
+}
+
 FileResult verifyFile(const std::string& name, const VerifySettings& settings, ReportForm form) {
+    VerifySource source;
+    source.name = name;
+    return verifyDocument(source, settings, form);
+}
+
+FileResult verifyDocument(const VerifySource& source, const VerifySettings& settings,
+                          ReportForm form) {
     try {
-        return FileRun(name, settings, form).run();
+        return FileRun(source, settings, form).run();
     } catch (const std::exception& error) {
-        FileResult result;
-        result.name = name;
-        result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
-        if (form == ReportForm::Json) {
-            result.heading = jsonHeading(name, {}, "error", error.what());
-            result.report = kJsonEnd;
-        }
-        return result;
+        return errorResult(source.name, error.what(), form);
     }
 }
 

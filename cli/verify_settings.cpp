@@ -3,6 +3,7 @@
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
+#include <vantrel/ClsBinData.h>
 #include <vantrel/XString.h>
 #include <vantrel/_vlDataSource.h>
 #include <vantrel/_vlLogger.h>
@@ -69,8 +70,23 @@ std::string certificateFault(const std::string& path, std::string_view reason) {
         !readOptionFile("--cert", path, bytes, unreadable)) {
         return unreadable;
     }
-    return withRemedy("--cert " + path + ": " + std::string(reason),
-                      "--key " + shellWord(path) + " (for a public key)");
+    return withRemedy("--cert " + fileName(path) + ": " + std::string(reason),
+                      "--key " + shellWord(fileName(path)) + " (for a public key)");
+}
+
+// One value of --cert.
+bool addCertificates(const std::string& value, ClsXmlCertVault& vault) {
+    if (const std::optional<std::string_view> octets = inlineOctets(value)) {
+        ClsBinData der;
+        return octets->find("-----BEGIN") != std::string_view::npos
+                   ? vault.AddCertPem(XString(*octets))
+                   : der.data().append(asBytes(*octets)) && vault.AddCertDer(der);
+    }
+    const XString name(value);
+    std::error_code ignored;
+    // Of a folder every file that holds a certificate is taken, and the others passed over.
+    return std::filesystem::is_directory(value, ignored) ? vault.AddCertDirectory(name)
+                                                         : vault.AddCertFile(name);
 }
 
 // The file of --ref-data, by the system's reason where it has one.
@@ -136,8 +152,8 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
         if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
             const std::string remedy = fault.remedy.empty()
                                            ? "--key with a file as `xmldsig help verify` lists them"
-                                           : withFileName(fault.remedy, path);
-            complaint = withRemedy("--key " + path + ": " + fault.what, remedy);
+                                           : withFileName(fault.remedy, fileName(path));
+            complaint = withRemedy("--key " + fileName(path) + ": " + fault.what, remedy);
             return false;
         }
         m_keyFiles.push_back(bytes);
@@ -168,7 +184,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         text.secureClear();
         // An empty secret would let everybody sign.
         if (m_hmacKey.empty()) {
-            complaint = withRemedy("--hmac-key-file " + *path + " is empty", "--hmac-key");
+            complaint =
+                withRemedy("--hmac-key-file " + fileName(*path) + " is empty", "--hmac-key");
             return false;
         }
         return true;
@@ -196,13 +213,7 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
         if (!m_vault) {
             m_vault = std::make_unique<ClsXmlCertVault>();
         }
-        const XString name(path);
-        std::error_code ignored;
-        // Of a folder every file that holds a certificate is taken, and the others passed over.
-        const bool added = std::filesystem::is_directory(path, ignored)
-                               ? m_vault->AddCertDirectory(name)
-                               : m_vault->AddCertFile(name);
-        if (!added) {
+        if (!addCertificates(path, *m_vault)) {
             complaint = certificateFault(path, lastError(*m_vault));
             return false;
         }
