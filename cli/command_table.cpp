@@ -123,9 +123,9 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},
 
     {"--explain", '\0', None, "", "", "search the cause of each failure, as the command explain",
-     kVerify | kWorker | kRequest},
+     kJudging},
     {"--effort", '\0', Number, "N", "", "search N times as long as the default of 2 seconds a file",
-     kVerify | kExplain | kWorker | kRequest},
+     kJudging | kExplain},
 
     // Which files.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",

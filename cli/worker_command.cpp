@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <new>
 
 namespace vantrel::cli {
 
@@ -21,6 +22,19 @@ namespace {
 
 // A line that was longer leaves its memory to others.
 constexpr std::size_t kKeptCapacity = std::size_t{1} << 20;
+
+// Appends while there is room, and memory. What is cut is no request any more, and answered as
+// such.
+void keep(char octet, std::size_t& room, std::string& line) noexcept {
+    if (line.size() >= room) {
+        return;
+    }
+    try {
+        line += octet;
+    } catch (const std::bad_alloc&) {
+        room = line.size();
+    }
+}
 
 // The next line of standard input that is not blank; false at the end. Of one that is too long for
 // a request so much is kept that this shows. Called by one thread at a time, hence the unlocked
@@ -31,6 +45,7 @@ bool nextRequest(std::string& line) {
     }
     line.clear();
     bool isBlank = true;
+    std::size_t room = kMostRequestOctets + 1;
     int c = EOF;
     while ((c = getc_unlocked(stdin)) != EOF) {
         const char octet = static_cast<char>(c);
@@ -39,8 +54,8 @@ bool nextRequest(std::string& line) {
         }
         if (octet == '\n') {
             line.clear();
-        } else if (line.size() <= kMostRequestOctets) {
-            line += octet;
+        } else {
+            keep(octet, room, line);
         }
         isBlank = isBlank && (octet == '\n' || octet == ' ' || octet == '\t' || octet == '\r');
     }
@@ -59,17 +74,18 @@ public:
 
     // Answers one request. Called by several threads at once.
     [[nodiscard]] FileResult answer(const std::string& line) const {
+        WorkerRequest request;
+        FileResult result;
         try {
-            WorkerRequest request;
-            FileResult result = work(line, request);
-            if (!request.id.empty()) {
-                // The heading begins with the bracket that opens the object.
-                result.heading.insert(1, "\"id\":" + std::string(request.id) + ",");
-            }
-            return result;
+            result = work(line, request);
         } catch (const std::exception& error) {
-            return errorResult("", error.what(), ReportForm::Json);
+            result = refused(request, error.what());
         }
+        if (!request.id.empty()) {
+            // The heading begins with the bracket that opens the object.
+            result.heading.insert(1, "\"id\":" + std::string(request.id) + ",");
+        }
+        return result;
     }
 
 private:
