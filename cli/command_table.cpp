@@ -123,9 +123,9 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},
 
     {"--explain", '\0', None, "", "", "search the cause of each failure, as the command explain",
-     kJudging},
+     kSearching},
     {"--effort", '\0', Number, "N", "", "search N times as long as the default of 2 seconds a file",
-     kJudging | kExplain},
+     kSearching | kExplain},
 
     // Which files.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",

@@ -33,8 +33,8 @@ inline constexpr CommandSet kRequest = 1U << 31;
 // say what is verified and with what.
 inline constexpr CommandSet kVerifying =
     kVerify | kExplain | kReport | kDigestInput | kWorker | kRequest;
-// Those that answer with a verdict of each document, for a program or a person.
-inline constexpr CommandSet kJudging = kVerify | kWorker | kRequest;
+// Those in which a search for causes has to be asked for.
+inline constexpr CommandSet kSearching = kVerify | kWorker | kRequest;
 // Those that go through any number of files.
 inline constexpr CommandSet kManyFiles = kVerify | kExplain | kInfo | kC14n | kCerts | kDigestInput;
 
