@@ -29,6 +29,8 @@ constexpr auto kCommands = std::to_array<Command>({
      "Writes the octets over which a reference's digest is computed.", "", runDigestInput},
     {kTimestamp, "timestamp", "--tsa URL [options] FILE",
      "Adds a signature time-stamp from a time-stamp authority.", "", runTimestamp},
+    {kWorker, "worker", "[--jobs N] [--unordered] [options]",
+     "Answers requests to verify, one JSON object a line, as verify --json does.", "", runWorker},
     {kPath, "path", "--anchor FILE [options] CERTIFICATE",
      "Builds and validates the certification path of a certificate (RFC 5280).", "", runPath},
     {kCompletion, "completion", "bash|zsh|fish",
@@ -143,9 +145,9 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},
 
     {"--explain", '\0', None, "", "", "search the cause of each failure, as the command explain",
-     kVerify},
+     kSearching},
     {"--effort", '\0', Number, "N", "", "search N times as long as the default of 2 seconds a file",
-     kVerify | kExplain},
+     kSearching | kExplain},
 
     // Which files.
     {"--recursive", 'r', None, "", "", "take the files below a FILE that is a directory",
@@ -155,9 +157,11 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--null", '0', None, "", "", "the names of --files-from end in NUL, not in a line end",
      kManyFiles},
     {"--jobs", 'j', Number, "N", "", "files verified in parallel (default one a processor)",
-     kVerify | kExplain},
+     kVerify | kExplain | kWorker},
 
     // What is shown.
+    {"--unordered", '\0', None, "", "", "answer each request as it is done, not in their order",
+     kWorker},
     {"--json", '\0', None, "", "", "one JSON object a file, one a line",
      kVerify | kExplain | kInfo},
     {"--json", '\0', None, "", "", "the result as a JSON object", kPath},

@@ -84,12 +84,20 @@ bool readTargets(const Arguments& arguments, dsig::Policy& policy, std::string& 
     return true;
 }
 
+// A file, a folder, or the certificates themselves.
+bool addAnchors(const std::string& given, dsig::Policy& policy, LogBase& log) {
+    const std::optional<std::string_view> octets = inlineOctets(given);
+    return octets ? policy.owned->addCertificates(asBytes(*octets), policy.anchors, log)
+                  : policy.owned->addCertificateSource(given, policy.anchors, log);
+}
+
 bool readAnchors(const Arguments& arguments, dsig::Policy& policy, std::string& complaint) {
     for (const std::string& name : arguments.all("--anchor")) {
         _vlLogger log;
-        if (!policy.owned->addCertificateSource(name, policy.anchors, log)) {
-            complaint = withRemedy("--anchor " + name + ": " + std::string(log.lastErrorLine()),
-                                   "--anchor with a file of certificates (PEM or DER), or system");
+        if (!addAnchors(name, policy, log)) {
+            complaint =
+                withRemedy("--anchor " + fileName(name) + ": " + std::string(log.lastErrorLine()),
+                           "--anchor with a file of certificates (PEM or DER), or system");
             return false;
         }
     }
@@ -100,13 +108,14 @@ bool readAnchors(const Arguments& arguments, dsig::Policy& policy, std::string& 
             return false;
         }
         if (!policy.owned->addCrls(bytes.view(), policy.crls, log)) {
-            complaint = "--crl " + name + ": " + std::string(log.lastErrorLine());
+            complaint = "--crl " + fileName(name) + ": " + std::string(log.lastErrorLine());
             return false;
         }
         // A list that says nothing would let pass whom it names.
         if (!std::ranges::all_of(policy.crls, dsig::isRevocationList)) {
-            complaint = withRemedy("--crl " + name + ": this is no certificate revocation list",
-                                   "openssl crl -in " + shellWord(name) + " -text");
+            complaint =
+                withRemedy("--crl " + fileName(name) + ": this is no certificate revocation list",
+                           "openssl crl -in " + shellWord(fileName(name)) + " -text");
             return false;
         }
     }

@@ -66,9 +66,9 @@ constexpr std::string_view kJsonEnd = "]}\n";
 // One file on its way: a new verifier each, so that no document leaves anything to the next.
 class FileRun {
 public:
-    FileRun(const std::string& name, const VerifySettings& settings, ReportForm form)
-        : m_settings(settings), m_form(form) {
-        m_result.name = name;
+    FileRun(const VerifySource& source, const VerifySettings& settings, ReportForm form)
+        : m_source(source), m_settings(settings), m_form(form) {
+        m_result.name = source.name;
         if (settings.policy().policy) {
             m_judgement.emplace();
         }
@@ -98,7 +98,12 @@ private:
     bool verify(std::string& complaint) {
         ClsBinData document;
         ClsXmlDSig verifier;
-        if (!readInput(m_result.name, document.data(), complaint)) {
+        if (m_source.timeoutMs) {
+            verifier.SetDeadline(*m_source.timeoutMs);
+        }
+        if (m_source.document) {
+            document.data() = *m_source.document; // shared, not copied
+        } else if (!readInput(m_result.name, document.data(), complaint)) {
             return false;
         }
         if (m_form == ReportForm::Json) {
@@ -107,7 +112,7 @@ private:
         if (!m_settings.prepare(verifier, complaint)) {
             return false;
         }
-        if (!load(verifier, document, complaint)) {
+        if (!load(verifier, document, complaint) || isLate(verifier, complaint)) {
             return false;
         }
         std::vector<int> indexes;
@@ -120,13 +125,16 @@ private:
             // What one signature's verification found out of the document stays in force for the
             // next; a signature that fails gets a second attempt without.
             const bool again = indexes.size() > 1 && verifier.profileName() == "sii";
-            if (!verifyOne(verifier, index, !again, valid, complaint)) {
+            // A verdict that was found too late may be one about the time.
+            if (!verifyOne(verifier, index, !again, valid, complaint) ||
+                isLate(verifier, complaint)) {
                 return false;
             }
             if (!valid && again) {
                 m_result.report.resize(m_beforeLast);
                 verifier.ResetDocumentRules();
-                if (!verifyOne(verifier, index, true, valid, complaint)) {
+                if (!verifyOne(verifier, index, true, valid, complaint) ||
+                    isLate(verifier, complaint)) {
                     return false;
                 }
             }
@@ -151,6 +159,17 @@ private:
         return m_form != ReportForm::Html || makePage(verifier, complaint);
     }
 
+    // Whether the caller has stopped waiting. Signatures that were in time are not reported,
+    // either: how many they are is chance.
+    bool isLate(ClsXmlDSig& verifier, std::string& complaint) {
+        if (!verifier.TimeIsUp()) {
+            return false;
+        }
+        complaint = "the time for the document is up (timeoutMs)";
+        m_result.report.clear();
+        return true;
+    }
+
     bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
         XString title(m_result.name);
         XString page;
@@ -172,13 +191,19 @@ private:
     // Loads the document, again where it must be. Its log goes to the others, as of no signature
     // (-1).
     bool load(ClsXmlDSig& verifier, ClsBinData& document, std::string& complaint) {
-        const bool loaded = verifier.LoadSignatureBd(document);
+        const bool loaded = m_source.isText ? loadText(verifier, document.data().view())
+                                            : verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
             complaint =
                 orForeignFormat(document.data().view(), m_result.name, lastErrorOf(verifier));
         }
         return loaded;
+    }
+
+    static bool loadText(ClsXmlDSig& verifier, ByteView octets) {
+        XString text(asText(octets));
+        return verifier.LoadSignature(text);
     }
 
     // One signature, or one of its references where that is asked for. False, with the reason in
@@ -273,6 +298,7 @@ private:
         return m_judgement->accepted ? "accepted" : "not accepted";
     }
 
+    const VerifySource& m_source;
     const VerifySettings& m_settings;
     ReportForm m_form;
     std::optional<Judgement> m_judgement; // nothing without a policy
@@ -286,22 +312,34 @@ private:
 
 } // namespace
 
-FileResult verifyFile(const std::string& name, const VerifySettings& settings, ReportForm form) {
-    try {
-        return FileRun(name, settings, form).run();
-    } catch (const std::exception& error) {
-        FileResult result;
-        result.name = name;
-        result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
-        if (form == ReportForm::Json) {
-            std::optional<Judgement> policy;
-            if (settings.policy().policy) {
-                policy.emplace();
-            }
-            result.heading = jsonHeading(name, {}, "error", error.what(), policy);
-            result.report = kJsonEnd;
+FileResult errorResult(const std::string& name, std::string_view complaint, ReportForm form,
+                       bool judged) {
+    FileResult result;
+    result.name = name;
+    result.errors = complaintLines(printable(name) + ": " + std::string(complaint));
+    if (form == ReportForm::Json) {
+        std::optional<Judgement> policy;
+        if (judged) {
+            policy.emplace(); // what cannot be judged is not accepted
         }
-        return result;
+        result.heading = jsonHeading(name, {}, "error", withoutRemedy(complaint), policy);
+        result.report = kJsonEnd;
+    }
+    return result;
+}
+
+FileResult verifyFile(const std::string& name, const VerifySettings& settings, ReportForm form) {
+    VerifySource source;
+    source.name = name;
+    return verifyDocument(source, settings, form);
+}
+
+FileResult verifyDocument(const VerifySource& source, const VerifySettings& settings,
+                          ReportForm form) {
+    try {
+        return FileRun(source, settings, form).run();
+    } catch (const std::exception& error) {
+        return errorResult(source.name, error.what(), form, settings.policy().policy != nullptr);
     }
 }
 

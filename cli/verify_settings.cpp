@@ -70,8 +70,23 @@ std::string certificateFault(const std::string& path, std::string_view reason) {
         !readOptionFile("--cert", path, bytes, unreadable)) {
         return unreadable;
     }
-    return withRemedy("--cert " + path + ": " + std::string(reason),
-                      "--key " + shellWord(path) + " (for a public key)");
+    return withRemedy("--cert " + fileName(path) + ": " + std::string(reason),
+                      "--key " + shellWord(fileName(path)) + " (for a public key)");
+}
+
+// One value of --cert.
+bool addCertificates(const std::string& value, ClsXmlCertVault& vault) {
+    if (const std::optional<std::string_view> octets = inlineOctets(value)) {
+        ClsBinData der;
+        return octets->find("-----BEGIN") != std::string_view::npos
+                   ? vault.AddCertPem(XString(*octets))
+                   : der.data().append(asBytes(*octets)) && vault.AddCertDer(der);
+    }
+    const XString name(value);
+    std::error_code ignored;
+    // Of a folder every file that holds a certificate is taken, and the others passed over.
+    return std::filesystem::is_directory(value, ignored) ? vault.AddCertDirectory(name)
+                                                         : vault.AddCertFile(name);
 }
 
 // The file of --ref-data, by the system's reason where it has one.
@@ -138,8 +153,8 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
         if (!keyfile::loadKeys(bytes.view(), keys, fault, &certificates)) {
             const std::string remedy = fault.remedy.empty()
                                            ? "--key with a file as `xmldsig help verify` lists them"
-                                           : withFileName(fault.remedy, path);
-            complaint = withRemedy("--key " + path + ": " + fault.what, remedy);
+                                           : withFileName(fault.remedy, fileName(path));
+            complaint = withRemedy("--key " + fileName(path) + ": " + fault.what, remedy);
             return false;
         }
         m_keyFiles.push_back(bytes);
@@ -187,7 +202,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         text.secureClear();
         // An empty secret would let everybody sign.
         if (m_hmacKey.empty()) {
-            complaint = withRemedy("--hmac-key-file " + *path + " is empty", "--hmac-key");
+            complaint =
+                withRemedy("--hmac-key-file " + fileName(*path) + " is empty", "--hmac-key");
             return false;
         }
         return true;
@@ -212,13 +228,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
 bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
     // One vault for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
-        const XString name(path);
-        std::error_code ignored;
-        // Of a folder every file that holds a certificate is taken, and the others passed over.
-        const bool added = std::filesystem::is_directory(path, ignored)
-                               ? vault().AddCertDirectory(name)
-                               : vault().AddCertFile(name);
-        if (!added) {
+        if (!addCertificates(path, vault())) {
             complaint = certificateFault(path, lastError(*m_vault));
             return false;
         }

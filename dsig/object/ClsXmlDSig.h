@@ -163,6 +163,13 @@ public:
     /// decimal number. False for a name or value that is none. Limits survive loads; set them
     /// before a document is loaded.
     bool SetLimit(XString& name, XString& value);
+    /// Gives up on the document `ms` milliseconds from now (at least 1); set it before the document
+    /// is loaded. The time is looked at before each piece of work on a reference and in searches
+    /// for causes; once it is up verifications fail, and TimeIsUp tells that this says nothing of
+    /// the signature. Parsing, reading a file and checking a value's keys are not interrupted.
+    void SetDeadline(int ms);
+    /// Whether the time of SetDeadline has passed.
+    [[nodiscard]] bool TimeIsUp();
 
     // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
     // anything else Canonical XML 1.0.

@@ -103,6 +103,9 @@ bool ClsXmlDSig::ExplainFailures(int effort) {
         completeReport();
         if (!m_state->explainBudget) {
             m_state->explainBudget.emplace(static_cast<unsigned>(std::max(effort, 1)));
+            if (m_state->limits.deadline) {
+                m_state->explainBudget->endBy(*m_state->limits.deadline);
+            }
         }
         withVerified([&](const dsig::VerifyQuery& query) {
             dsig::explain::explainFailures(query, rules(), *m_state->explainBudget, report);
