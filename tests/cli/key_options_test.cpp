@@ -6,7 +6,6 @@
 #include "tests/support/vectors.h"
 
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -30,6 +29,8 @@ std::string pemBlocks(const std::vector<std::string>& words, std::size_t first) 
     return out;
 }
 
+constexpr const char* kOfNames = "abcdefghijklmnopqrstuvwxyz0123456789.";
+
 void writeKeyFile(const TempDir& folder, const std::string& description, const std::string& where) {
     const std::vector<std::string> words = wordsOf(description);
     ASSERT_GE(words.size(), 3U) << where;
@@ -37,10 +38,13 @@ void writeKeyFile(const TempDir& folder, const std::string& description, const s
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     if (words[1] == "text") {
         std::string text = description.substr(description.find(" text ") + 6);
-        // Braces around anything else are JSON's.
-        const std::regex name("\\{([a-z0-9.]+)\\}");
-        for (std::smatch found; std::regex_search(text, found, name);) {
-            text = found.prefix().str() + keyValueNamed(found[1]) + found.suffix().str();
+        for (std::size_t at = 0; (at = text.find('{', at)) != std::string::npos;) {
+            const std::size_t end = text.find_first_not_of(kOfNames, ++at);
+            // Braces around anything else are JSON's.
+            if (end != std::string::npos && end > at && text[end] == '}') {
+                text.replace(at - 1, end + 2 - at, keyValueNamed(text.substr(at, end - at)));
+                at = 0;
+            }
         }
         folder.write(words[0], text);
     } else if (words[1] == "pem") {
