@@ -20,6 +20,7 @@ bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& co
     if (!verifier.LoadSignatureBd(bytes)) {
         XString line;
         verifier.get_LastErrorLine(line);
+        // A PDF or a ZIP fails at its first octet, and "not well-formed" would help nobody.
         complaint = orForeignFormat(bytes.data().view(), name,
                                     line.isEmpty() ? "the document could not be loaded"
                                                    : line.getUtf8Sb().view());

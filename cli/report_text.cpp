@@ -268,6 +268,7 @@ std::string keyLine(std::string_view label, const JsonValue& key) {
         text += " (the name comes from the document and is not vouched for)";
     }
     std::string out = entry(label, text);
+    // Only a certificate has a serial number, and with it an issuer and dates.
     if (const std::string_view serial = textOf(key, "serial"); !serial.empty()) {
         out += entry("", "issued by " + printable(textOf(key, "issuer")) + ", serial 0x" +
                              printable(serial));
@@ -297,6 +298,7 @@ std::string signerLine(const JsonValue& signature) {
     if (signer == nullptr) {
         return {};
     }
+    // A bare key has a fingerprint and no name; what the document says of it elsewhere is no name.
     const std::string subject = printable(textOf(*signer, "subject"));
     return entry("signer", (subject.empty() ? "not named by a certificate" : subject) +
                                ", key sha256 " + printable(textOf(*signer, "spkiSha256")));
@@ -344,14 +346,20 @@ std::string acceptanceLines(const JsonValue& signature) {
             out += entry("", "try: " + std::string(remedy));
         }
     }
-    const std::vector<JsonValue>& warnings = listOf(signature, "warnings");
-    if (std::any_of(warnings.begin(), warnings.end(),
-                    [](const JsonValue& word) { return word.text() == "key-not-used"; })) {
-        out += entry(
-            "", coloured("the key that you gave was NOT used, another one verified", Colour::Bad));
-        out += entry("", "try: --only-key");
-    }
     return out;
+}
+
+// Loud, with a policy and without one: whoever gives a key believes that it was what verified, and
+// the document's own comes first.
+std::string unusedKeyLines(const JsonValue& signature) {
+    const std::vector<JsonValue>& warnings = listOf(signature, "warnings");
+    if (std::none_of(warnings.begin(), warnings.end(),
+                     [](const JsonValue& word) { return word.text() == "key-not-used"; })) {
+        return {};
+    }
+    return entry("", coloured("the key that you gave was NOT used, another one verified",
+                              Colour::Bad)) +
+           entry("", "try: --only-key");
 }
 
 // Whether the signer's certificate leads to an anchor, by which way, and what is to be said of it.
@@ -364,9 +372,11 @@ std::string trustLines(const JsonValue& signature) {
     std::string out = entry("trust", coloured(trusted ? "trusted" : "not trusted",
                                               trusted ? Colour::Good : Colour::Bad) +
                                          " at " + printable(textOf(*trust, "time")));
+    // From the signer to the anchor, as far as the way was found.
     for (const JsonValue& certificate : listOf(*trust, "path")) {
         out += entry("", "path: " + printable(certificate.text()));
     }
+    // Beside a path that holds, too: a weak algorithm, say, is told and refuses nothing by itself.
     for (const JsonValue& problem : listOf(*trust, "problems")) {
         const std::string_view whose = textOf(problem, "certificate");
         out += entry("", printable(textOf(problem, "code")) + ": " +
@@ -416,7 +426,7 @@ std::string signatureText(std::string_view json) {
         return "  (no report)\n";
     }
     std::string out = heading(signature, ": " + verdict(signature));
-    out += acceptanceLines(signature);
+    out += acceptanceLines(signature) + unusedKeyLines(signature);
     if (const std::string_view reason = textOf(signature, "reason"); !reason.empty()) {
         out += entry("reason", printable(reason));
     }

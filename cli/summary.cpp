@@ -47,6 +47,7 @@ std::string Summary::line() const {
             between = ", ";
         }
     }
+    // A file of them is valid or not as well, so this count is no part of the sum.
     if (m_refused > 0) {
         out += std::string(between) + std::to_string(m_refused) + " not accepted";
     }
