@@ -86,6 +86,7 @@ std::vector<const OptionSpec*> optionsOf(const Command& command) {
 // copied, and no line begins with a character that would make it a request (groff_man(7)).
 std::string manualText(std::string_view text) {
     std::string out;
+    // Only what is active in roff is changed; the texts have no other markup.
     for (const char c : text) {
         if (c == '\\') {
             out += "\\e";
@@ -129,6 +130,8 @@ std::string generalHelp() {
     return out;
 }
 
+// All there is about one command, within the width of a terminal: how it is called, what it does,
+// and its options in the order of the table, which puts what belongs together side by side.
 std::string helpOf(const Command& command) {
     const std::string start = "Usage: xmldsig " + std::string(command.name) + " ";
     std::string out =

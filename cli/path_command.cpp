@@ -193,6 +193,7 @@ int runPath(const Arguments& arguments) {
         complain(complaint);
         return kCannotTell;
     }
+    // Bounded by the limits of the query, however many certificates of one name were given.
     const x509::PathResult result = x509::findPath(query);
     if (arguments.has("--json")) {
         StringBuffer json;

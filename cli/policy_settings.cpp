@@ -23,6 +23,7 @@ constexpr std::array<std::string_view, 7> kPolicyOptions = {
 constexpr std::array<std::string_view, 4> kAnchorOptions = {"--crl", "--check-revocation", "--at",
                                                             "--purpose"};
 
+// Options without effect are no harmless slip here: who gives --crl believes that it counts.
 bool needsAnchor(const Arguments& arguments, std::string& complaint) {
     if (arguments.has("--anchor")) {
         return false;

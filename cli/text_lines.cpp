@@ -54,6 +54,7 @@ std::string_view behind(std::string_view text, std::size_t columns) {
     return text.substr(front(text, columns).size());
 }
 
+// Paths of elements, distinguished names and digests have no blanks and are longer than a line.
 // A word longer than a line, piece by piece; a path is broken in front of a slash.
 void breakWord(std::string_view word, std::vector<std::string>& lines) {
     const std::string whole = shortened(word, kMostLinesOfAWord * kTextWidth);
@@ -96,6 +97,8 @@ std::vector<std::string> wrapped(std::string_view text) {
 
 } // namespace
 
+// One column a character: wide ones and combining marks are counted alike, which breaks a line of
+// them a little early or late and does no harm.
 std::size_t columnsOf(std::string_view text) {
     std::size_t sum = 0;
     std::size_t columns = 0;

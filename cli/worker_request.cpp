@@ -143,6 +143,7 @@ public:
     OptionReader(Arguments& arguments, std::string& complaint)
         : m_arguments(arguments), m_complaint(complaint) {}
 
+    // False ends the request: an option that is not known may have been the one that mattered.
     bool take(std::string_view name, std::string_view value) {
         const OptionSpec* const option = find(name);
         if (option == nullptr) {
@@ -284,6 +285,7 @@ bool readRequest(std::string_view line, WorkerRequest& request, std::string& com
     return isRead;
 }
 
+// The first fault ends the options: what stands behind it would be verified with half of them.
 bool takeOptions(std::string_view json, Arguments& arguments, std::string& complaint) {
     if (!json.starts_with('{')) {
         complaint = "options is an object";
