@@ -1,56 +1,26 @@
 #include "dsig/explain/form_tokens.h"
 
+#include "foundation/xml/scan/markup_token.h"
+
 #include <algorithm>
 
 namespace vantrel::dsig::explain {
 
 namespace {
 
-// Offset behind the markup that begins at `start`; the end of the text where it is not closed.
-// Nothing is an error here: a form that was cut in the middle of a comment is still a form.
-std::size_t behind(std::string_view form, std::size_t start, std::string_view end) {
-    const std::size_t at = form.find(end, start);
-    return at == std::string_view::npos ? form.size() : at + end.size();
-}
-
-// A '>' may stand in an attribute value. Canonical forms escape it no more than documents do
-// (Canonical XML 1.0, 2.3).
-std::size_t behindTag(std::string_view form, std::size_t start) {
-    // The quote that a value began with; 0 outside of values.
-    char quote = 0;
-    for (std::size_t at = start; at < form.size(); ++at) {
-        const char c = form[at];
-        if (quote != 0) {
-            quote = c == quote ? 0 : quote;
-        } else if (c == '"' || c == '\'') {
-            quote = c;
-        } else if (c == '>') {
-            return at + 1;
-        }
+TokenKind kindOf(xml::MarkupToken::Kind kind) noexcept {
+    using Kind = xml::MarkupToken::Kind;
+    switch (kind) {
+    case Kind::Text: return TokenKind::Text;
+    case Kind::StartTag: return TokenKind::StartTag;
+    case Kind::EndTag: return TokenKind::EndTag;
+    case Kind::EmptyTag: return TokenKind::EmptyTag;
+    case Kind::Comment:
+    case Kind::Cdata:
+    case Kind::Instruction:
+    case Kind::Declaration: break;
     }
-    return form.size();
-}
-
-// The markup that begins with the '<' at `start`. What is not closed reaches to the end.
-Token markupAt(std::string_view form, std::size_t start) {
-    const std::string_view rest = form.substr(start);
-    TokenKind kind = TokenKind::Other;
-    std::size_t end = form.size();
-    if (rest.starts_with("<!--")) {
-        end = behind(form, start + 4, "-->");
-    } else if (rest.starts_with("<?")) {
-        end = behind(form, start, "?>");
-    } else if (rest.starts_with("<![CDATA[")) {
-        end = behind(form, start, "]]>");
-    } else {
-        end = behindTag(form, start);
-        const std::string_view tag = form.substr(start, end - start);
-        kind = rest.starts_with("<!")   ? TokenKind::Other
-               : rest.starts_with("</") ? TokenKind::EndTag
-               : tag.ends_with("/>")    ? TokenKind::EmptyTag
-                                        : TokenKind::StartTag;
-    }
-    return {kind, form.substr(start, end - start)};
+    return TokenKind::Other;
 }
 
 } // namespace
@@ -75,14 +45,9 @@ std::string_view trimmed(std::string_view text) noexcept {
 std::vector<Token> formTokens(std::string_view form) {
     std::vector<Token> tokens;
     for (std::size_t at = 0; at < form.size();) {
-        Token token{TokenKind::Text, {}};
-        if (form[at] == '<') {
-            token = markupAt(form, at);
-        } else {
-            token.text = form.substr(at, std::min(form.find('<', at), form.size()) - at);
-        }
-        at += token.text.size();
-        tokens.push_back(token);
+        const xml::MarkupToken token = xml::markupTokenAt(form, at);
+        tokens.push_back({kindOf(token.kind), form.substr(at, token.end - at)});
+        at = token.end;
     }
     return tokens;
 }

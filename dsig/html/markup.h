@@ -37,10 +37,6 @@ public:
     [[nodiscard]] bool next(Token& token) noexcept;
 
 private:
-    [[nodiscard]] Token::Kind kindAt(std::size_t at) const noexcept;
-    [[nodiscard]] std::size_t endOf(std::size_t at) const noexcept;
-    [[nodiscard]] std::size_t pastTag(std::size_t at) const noexcept;
-
     std::string_view m_text;
     xml::TextRange m_root;
     std::size_t m_at = 0;

@@ -1,6 +1,7 @@
 #include "dsig/report/split_text.h"
 
 #include "foundation/text/strings.h"
+#include "foundation/xml/scan/markup_token.h"
 
 #include <algorithm>
 
@@ -10,31 +11,10 @@ namespace {
 
 constexpr std::string_view kCommentStart = "<!--";
 constexpr std::string_view kSectionStart = "<![CDATA[";
+constexpr std::string_view kSectionEnd = "]]>";
 
 bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
-// Behind the first `mark` from `from` on; the end of the text where there is none.
-std::size_t behind(std::string_view text, std::string_view mark, std::size_t from) {
-    const std::size_t found = text.find(mark, from);
-    return found == std::string_view::npos ? text.size() : found + mark.size();
-}
-
-// Behind a start or end tag. XML 1.0, 3.1: ">" may stand in an attribute's value.
-std::size_t behindTag(std::string_view text, std::size_t from) {
-    char quote = 0;
-    for (std::size_t at = from; at < text.size(); ++at) {
-        const char c = text[at];
-        if (quote != 0) {
-            quote = c == quote ? char{0} : quote;
-        } else if (c == '"' || c == '\'') {
-            quote = c;
-        } else if (c == '>') {
-            return at + 1;
-        }
-    }
-    return text.size();
 }
 
 // What stands between two tags, as far as it was gone over.
@@ -72,24 +52,21 @@ private:
 std::vector<std::uint32_t> commentsInText(std::string_view markup) {
     std::vector<std::uint32_t> found;
     TextRun run(found);
-    std::size_t at = 0;
-    while (at < markup.size()) {
-        const std::size_t mark = std::min(markup.find('<', at), markup.size());
-        run.takeText(markup.substr(at, mark - at));
-        const std::string_view rest = markup.substr(mark);
-        if (rest.starts_with(kCommentStart)) {
-            run.takeComment(mark);
-            at = behind(markup, "-->", mark + kCommentStart.size());
-        } else if (rest.starts_with(kSectionStart)) {
-            at = behind(markup, "]]>", mark + kSectionStart.size());
-            run.takeText(
-                markup.substr(mark + kSectionStart.size(), at - mark - kSectionStart.size() - 3));
-        } else if (rest.starts_with("<?")) {
-            at = behind(markup, "?>", mark);
-        } else {
-            run.end();
-            at = behindTag(markup, mark);
+    for (std::size_t at = 0; at < markup.size();) {
+        const xml::MarkupToken token = xml::markupTokenAt(markup, at);
+        std::string_view piece = markup.substr(at, token.end - at);
+        switch (token.kind) {
+        case xml::MarkupToken::Kind::Text: run.takeText(piece); break;
+        case xml::MarkupToken::Kind::Comment: run.takeComment(at); break;
+        case xml::MarkupToken::Kind::Cdata:
+            piece.remove_prefix(kSectionStart.size());
+            piece.remove_suffix(std::min(kSectionEnd.size(), piece.size()));
+            run.takeText(piece);
+            break;
+        case xml::MarkupToken::Kind::Instruction: break; // text goes on behind it
+        default: run.end();
         }
+        at = token.end;
     }
     return found;
 }
