@@ -6,10 +6,10 @@
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
 #include <vantrel/fingerprint.h>
-#include <vantrel/json_writer.h>
+#include <vantrel/report_json.h>
+#include <vantrel/verification.h>
 
 #include <exception>
-#include <new>
 #include <utility>
 
 // One file's verification. Its report is put together here and printed elsewhere, in the file's
@@ -20,36 +20,11 @@ namespace vantrel::cli {
 
 namespace {
 
-// What a report says of the octets of a file; nothing of one that could not be read.
-struct FileOctets {
-    std::uint32_t size = 0;
-    std::string sha256; // lower-case hexadecimal
-};
-
-// Raised when a member changes its meaning or goes; more members may be added without.
-constexpr int kReportSchema = 1;
-
-// A JSON object up to its list of signatures; kJsonEnd ends both.
-std::string jsonHeading(std::string_view name, const FileOctets& octets, std::string_view status,
-                        std::string_view complaint) {
-    StringBuffer text;
-    json::JsonWriter out(text);
-    out.beginObject();
-    out.textMember("file", name);
-    out.textMember("status", status);
-    out.textMember("error", complaint);
-    out.integerMember("schema", kReportSchema);
-    out.integerMember("size", octets.size);
-    out.textMember("sha256", octets.sha256);
-    out.key("signatures");
-    out.beginArray();
-    if (!out.ok()) {
-        throw std::bad_alloc();
-    }
-    return std::string(text.view());
+// One object a line.
+void endReport(FileResult& result) {
+    result.report += api::kReportEnd;
+    result.report += '\n';
 }
-
-constexpr std::string_view kJsonEnd = "]}\n";
 
 // One file on its way: a new verifier each, so that no document leaves anything to the next.
 class FileRun {
@@ -86,7 +61,7 @@ private:
         if (m_form == ReportForm::Json) {
             m_octets = {document.data().getSize(), dsig::sha256Text(document.data().view())};
         }
-        if (!m_settings.prepare(verifier, complaint)) {
+        if (!api::prepareVerifier(m_settings.options(), verifier, complaint)) {
             return false;
         }
         if (!load(verifier, document, complaint)) {
@@ -96,31 +71,25 @@ private:
         if (!m_settings.select(verifier, indexes, complaint)) {
             return false;
         }
-        bool allValid = true;
-        for (const int index : indexes) {
-            bool valid = false;
-            // What one signature's verification found out of the document stays in force for the
-            // next; a signature that fails gets a second attempt without.
-            const bool again = indexes.size() > 1 && verifier.profileName() == "sii";
-            if (!verifyOne(verifier, index, !again, valid, complaint)) {
-                return false;
-            }
-            if (!valid && again) {
-                m_result.report.resize(m_beforeLast);
-                verifier.ResetDocumentRules();
-                if (!verifyOne(verifier, index, true, valid, complaint)) {
-                    return false;
-                }
-            }
-            allValid = valid && allValid;
-            if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
-                complaint = lastErrorOf(verifier);
-                return false;
-            }
+        Status status = Status::Error;
+        if (!api::verifySignatures(m_settings.options(), indexes, verifier, stepsOf(verifier),
+                                   status, complaint)) {
+            return false;
         }
-        m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
-        m_result.code = allValid && !indexes.empty() ? kEverythingHolds : kSomethingFails;
+        m_status = toString(status);
+        m_result.code = status == Status::Valid ? kEverythingHolds : kSomethingFails;
         return m_form != ReportForm::Html || makePage(verifier, complaint);
+    }
+
+    api::RunSteps stepsOf(ClsXmlDSig& verifier) {
+        api::RunSteps steps;
+        steps.attempted = [this, &verifier] { keepLog(verifier, verifier.get_Selector()); };
+        steps.finished = [this, &verifier](std::string& complaint) {
+            return addToReport(verifier, complaint);
+        };
+        // Only a report can show what a search finds.
+        steps.explains = m_settings.explains() && m_form != ReportForm::None;
+        return steps;
     }
 
     bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
@@ -146,28 +115,17 @@ private:
         return loaded;
     }
 
-    // One signature, or one of its references where that is asked for. False, with the reason in
-    // `complaint`, when nothing can be said of it. `isLast`: no other attempt follows, so that a
-    // failure may be explained.
-    bool verifyOne(ClsXmlDSig& verifier, int index, bool isLast, bool& valid,
-                   std::string& complaint) {
-        verifier.put_Selector(index);
-        if (!m_settings.prepareSelected(verifier, complaint)) {
+    // What the last verification found out. False, with the reason in `complaint`, when that is too
+    // much.
+    bool addToReport(ClsXmlDSig& verifier, std::string& complaint) {
+        if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
+            complaint = lastErrorOf(verifier);
             return false;
         }
-        valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
-                                       : verifier.VerifySignature(m_settings.checkReferences());
-        keepLog(verifier, verifier.get_Selector());
-        // Only a report can show what a search finds.
-        if (!valid && isLast && m_settings.explains() && m_form != ReportForm::None) {
-            static_cast<void>(verifier.ExplainFailures(m_settings.effort()));
-        }
-        m_beforeLast = m_result.report.size();
         const bool isReported =
             m_form == ReportForm::None || m_form == ReportForm::Html || addSignature(verifier);
         if (!isReported) {
-            complaint = withRemedy("the report is larger than its limit (reportOctets)",
-                                   "--limit reportOctets=NUMBER");
+            complaint = withRemedy(api::kReportTooLarge, "--limit reportOctets=NUMBER");
             // Half a report could pass for a whole one.
             m_result.report.clear();
         }
@@ -222,8 +180,8 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = jsonHeading(m_result.name, m_octets, m_status, complaint);
-            m_result.report += kJsonEnd;
+            m_result.heading = api::reportHeading(m_result.name, m_octets, m_status, complaint);
+            endReport(m_result);
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status);
         }
@@ -232,9 +190,8 @@ private:
     const VerifySettings& m_settings;
     ReportForm m_form;
     FileResult m_result;
-    FileOctets m_octets;
+    api::DocumentOctets m_octets;
     std::string_view m_status = "error";
-    std::size_t m_beforeLast = 0; // size of the report without the last signature
     std::uint64_t m_reportOctets = 0;
     bool m_logCut = false;
 };
@@ -249,8 +206,8 @@ FileResult verifyFile(const std::string& name, const VerifySettings& settings, R
         result.name = name;
         result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
         if (form == ReportForm::Json) {
-            result.heading = jsonHeading(name, {}, "error", error.what());
-            result.report = kJsonEnd;
+            result.heading = api::reportHeading(name, {}, result.status, error.what());
+            endReport(result);
         }
         return result;
     }

@@ -33,7 +33,7 @@ def has_own_source(header):
 
 
 headers = sorted(path.relative_to(TOP).as_posix()
-                 for folder in ("foundation", "dsig", "include", "cli", "bindings", "tests/support")
+                 for folder in ("foundation", "dsig", "api", "include", "cli", "bindings", "tests/support")
                  for path in (TOP / folder).rglob("*.h"))
 headers = [header for header in headers if not has_own_source(header)]
 failed = 0
