@@ -35,6 +35,7 @@ bool Budget::takeOctets(std::uint64_t octets) noexcept {
 
 bool Budget::takeKeyOperation(std::uint64_t weight) noexcept {
     if (weight > m_keyOperations || timeIsUp()) {
+        // An operation with a large key weighs more than one (key_account.h).
         m_stopped = true;
         return false;
     }
@@ -45,6 +46,7 @@ bool Budget::takeKeyOperation(std::uint64_t weight) noexcept {
 // What the share before took is gone; what it left is there for the others.
 void Budget::beginShare(std::size_t parts) noexcept {
     const Clock::time_point now = Clock::now();
+    // No more than there was: a share may run over its end by the step that it was in.
     const Clock::duration used = std::min(now - m_shareStart, m_timeLeft);
     m_timeLeft -= used;
     m_stopped = false;

@@ -13,13 +13,16 @@ namespace vantrel::dsig::explain {
 // the document ends. Not for use by several threads at once.
 class Budget final {
 public:
-    // `effort` multiplies everything but memory; 0 counts as 1.
+    // `effort` multiplies everything but memory; 0 counts as 1. One budget serves one document; an
+    // effort of 2 searches twice as long.
     explicit Budget(unsigned effort) noexcept;
 
-    // Each takes a piece of work, or returns false: the search is over.
+    // Each takes a piece of work, or returns false: the search is over. The clock is looked at each
+    // time, so that even a search of tiny steps ends in time.
     [[nodiscard]] bool takeOctets(std::uint64_t octets) noexcept;
     [[nodiscard]] bool takeKeyOperation(std::uint64_t weight) noexcept;
-    // Octets that were taken in vain are given back.
+    // Octets that were taken in vain are given back. Only by whoever took them, and no more than
+    // that.
     void giveBack(std::uint64_t octets) noexcept { m_octets += octets; }
 
     [[nodiscard]] std::uint64_t octetsLeft() const noexcept { return m_octets; }
@@ -27,8 +30,9 @@ public:
     [[nodiscard]] bool stoppedEarly() const noexcept { return m_stopped; }
 
     // Begins the share of the search that follows: it may use one part in `parts` of the time that
-    // is left.
+    // is left. Searches that end early leave their time to the later ones.
     void beginShare(std::size_t parts) noexcept;
+    // For steps that take nothing, such as forms that could not be made.
     [[nodiscard]] bool timeIsUp() const noexcept { return Clock::now() >= m_shareEnd; }
 
 private:

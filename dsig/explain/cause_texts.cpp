@@ -10,19 +10,23 @@ namespace vantrel::dsig::explain {
 namespace {
 
 // In the order of codes.h. The sentences say what was found, not who is to blame: a digest shows
-// that two programs disagree, and the standard which of them is right.
+// that two programs disagree, and the standard which of them is right. The words "the signer" stand
+// where the document alone cannot have become so on its way.
 struct CauseText {
     std::string_view code;
     std::string_view text;
+    // To people, in the imperative; the tool shows it behind "try:".
     std::string_view tryThis; // empty for nothing
 };
 
-// What helps where the document was damaged on its way, and where its signer erred.
+// What helps where the document was damaged on its way, and where its signer erred. Mail programs,
+// version control and editors that change line ends all leave binary data alone.
 constexpr std::string_view kTransport =
     "get the document as it was signed; send it as binary, not as text";
 constexpr std::string_view kSigner =
     "have the signing program corrected, and the document signed anew";
 
+// One remedy each: who has to choose among five chooses none.
 constexpr CauseText kTexts[] = {
     {cause::kLineEnds, "The line ends are others than those that were signed.", kTransport},
     {cause::kTrailingWhitespace,
@@ -96,6 +100,7 @@ constexpr CauseText kTexts[] = {
 
 } // namespace
 
+// A walk over the table: it is made once for each failure.
 Cause makeCause(std::string_view code, std::string evidence) {
     Cause made;
     // A code without a text would be a slip of the table: it is then shown without one.

@@ -8,7 +8,8 @@
 
 namespace vantrel::dsig::explain {
 
-// A cause that a search found, with its sentence and what may mend it. `code` is one of codes.h.
+// A cause that a search found, with its sentence and what may mend it. `code` is one of codes.h. A
+// code that is not known makes a cause without a text; the evidence stays.
 [[nodiscard]] Cause makeCause(std::string_view code, std::string evidence);
 
 } // namespace vantrel::dsig::explain

@@ -28,6 +28,7 @@ std::string counted(std::size_t count, std::string_view thing) {
     return text;
 }
 
+// Counted here and not when the change is made: of thousands of changes one is shown.
 std::string withPlaces(const Change& change, std::string_view before) {
     if (change.places == 0) {
         return change.evidence;
@@ -39,14 +40,20 @@ std::string withPlaces(const Change& change, std::string_view before) {
            std::to_string(line) + " of what is digested";
 }
 
+void notePlace(std::size_t at, Change& change) noexcept {
+    change.first = change.places == 0 ? at : change.first;
+    ++change.places;
+}
+
+// From left to right, and what was put in is not looked at again.
 void replaceAll(std::string_view text, std::string_view from, std::string_view to, Change& change) {
     change.octets.clear();
     change.places = 0;
     std::size_t copied = 0;
+    // Nothing found leaves a copy of the text and no place; families do not offer those.
     for (std::size_t at = text.find(from); at != std::string_view::npos;
          at = text.find(from, copied)) {
-        change.first = change.places == 0 ? at : change.first;
-        ++change.places;
+        notePlace(at, change);
         change.octets.append(text, copied, at - copied);
         change.octets.append(to);
         copied = at + from.size();
@@ -54,6 +61,8 @@ void replaceAll(std::string_view text, std::string_view from, std::string_view t
     change.octets.append(text, copied);
 }
 
+// Two kinds of attack end here: escape sequences that rewrite the reader's terminal, and texts so
+// long that they push the evidence off the screen.
 std::string quoted(std::string_view text) {
     std::string out = "\"";
     for (std::size_t at = 0; at < text.size();) {

@@ -1,5 +1,7 @@
 // Octets of another character set than UTF-8 (Canonical XML 1.0, 2.1 allows no other), byte-order
-// marks, and characters that were written otherwise on the way to the digest.
+// marks, and characters that were written otherwise on the way to the digest. Signers that convert
+// a document to its declared encoding before they digest it are common where the language's strings
+// have no encoding of their own.
 
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
@@ -16,6 +18,7 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
+// The byte-order mark in UTF-8.
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
 
 bool isAscii(std::string_view text) { return text::asciiPrefix(text) == text.size(); }
@@ -27,7 +30,8 @@ struct Form {
     bool wide; // other octets even for ASCII
 };
 // Sets of the countries whose formats are signed most; those that share most of their letters are
-// told apart by the digest.
+// told apart by the digest. ISO-8859-1 before windows-1252: where a text has none of the latter's
+// own letters the octets are the same, and the narrower name is the better evidence.
 constexpr Form kForms[] = {
     {"ISO-8859-1", "", false},      {"windows-1252", "", false},    {"ISO-8859-15", "", false},
     {"windows-1250", "", false},    {"ISO-8859-2", "", false},      {"windows-1251", "", false},
@@ -35,7 +39,8 @@ constexpr Form kForms[] = {
     {"UTF-16BE", "\xFE\xFF", true},
 };
 
-// A character that the set does not have rules it out.
+// A character that the set does not have rules it out. A text of plain ASCII is the same octets in
+// all but the wide ones.
 bool otherCharset(std::string_view form, const ChangeVisit& visit) {
     const bool ascii = isAscii(form);
     for (const Form& each : kForms) {
@@ -57,11 +62,13 @@ bool otherCharset(std::string_view form, const ChangeVisit& visit) {
     return false;
 }
 
-// UTF-8 that was taken for a single-byte set and encoded again when it was signed.
+// UTF-8 that was taken for a single-byte set and encoded again when it was signed. The text looks
+// right to the signer, whose program shows it in the wrong set once more; only the digest tells.
 bool encodedTwice(std::string_view form, const ChangeVisit& visit) {
     for (const char* const name : {"ISO-8859-1", "windows-1252"}) {
         _vlCharset charset;
         StringBuffer twice;
+        // Only for what is not ASCII: that is the same, encoded once or twice.
         if (isAscii(form) || !charset.setByName(name) || !charset.toUtf8(asBytes(form), twice)) {
             continue;
         }
@@ -78,7 +85,8 @@ bool encodedTwice(std::string_view form, const ChangeVisit& visit) {
 
 enum class Number { Decimal, Hex, LowerHex };
 
-// "&#233;", "&#xE9;", "&#xe9;"
+// "&#233;", "&#xE9;", "&#xe9;" Both spellings of hexadecimal are in use, and neither is canonical
+// (Canonical XML 1.0, 2.3 has characters as such).
 void appendReference(char32_t character, Number number, std::string& out) {
     char digits[12];
     const auto value = static_cast<std::uint32_t>(character);
@@ -95,7 +103,8 @@ void appendReference(char32_t character, Number number, std::string& out) {
 }
 
 // As serializers write that put out ASCII only, or (from U+0080 on `replacement` is one octet) that
-// lose what is not.
+// lose what is not. In the second case the letters cannot be had back; that they were gone is all
+// that can be said.
 bool otherCharacters(std::string_view form, const ChangeVisit& visit) {
     if (isAscii(form)) {
         return false;
@@ -122,16 +131,17 @@ bool otherCharacters(std::string_view form, const ChangeVisit& visit) {
     };
     for (const Rule& rule : kRules) {
         Change change{rule.code, std::string(rule.evidence), {}};
+        // Octet by octet where there is no character beyond ASCII.
         for (std::size_t at = 0; at < form.size();) {
             char32_t character = 0;
             const std::size_t length = text::decodeUtf8(form.substr(at), character);
+            // A broken octet counts as ASCII here: it is copied.
             if (length < 2) {
                 change.octets += form[at];
                 ++at;
                 continue;
             }
-            change.first = change.places == 0 ? at : change.first;
-            ++change.places;
+            notePlace(at, change);
             rule.write(character, change.octets);
             at += length;
         }

@@ -14,11 +14,13 @@ namespace vantrel::dsig::explain {
 namespace {
 
 // Short of this a front of a digest would be met by chance, among as many candidates as are tried.
+// Ten octets are 2^80 candidates away from chance.
 constexpr std::size_t kShortestFront = 10;
 // Identifiers are small numbers (hash_ids.h), with gaps.
 constexpr int kHighestHashId = 63;
 
-// A missing padding is made good: signers leave it out.
+// A missing padding is made good: signers leave it out. White space is gone by now. Padding is
+// removed and put back rather than checked, so that too little and too much of it are one case.
 bool decoded(std::string text, text::Encoding encoding, std::string& octets) {
     if (encoding == text::Encoding::Base64 || encoding == text::Encoding::Base64Url) {
         while (!text.empty() && text.back() == '=') {
@@ -27,6 +29,7 @@ bool decoded(std::string text, text::Encoding encoding, std::string& octets) {
         text.append((4 - text.size() % 4) % 4, '=');
     }
     DataBuffer bytes;
+    // An empty text would decode to the empty digest, which begins every other.
     if (text.empty() || !text::decode(text, encoding, bytes)) {
         return false;
     }
@@ -59,22 +62,27 @@ DigestGoal::DigestGoal(std::string_view stored, int hashId) : m_hashId(hashId) {
     const bool isBase64 = decoded(text, text::Encoding::Base64, octets);
     if (isBase64) {
         addReading(octets, "");
+        // Interfaces that hand digests out as hexadecimal text tempt their callers to encode that
+        // text.
         if (decoded(octets, text::Encoding::Hex, inner)) {
             addReading(inner, "DigestValue is base64 of the digest's hexadecimal text");
         }
         if (decoded(octets, text::Encoding::Base64, inner)) {
             addReading(inner, "DigestValue is base64 of the digest's base64");
         }
+        // Little-endian numbers of some interfaces come out this way round.
         addReading({octets.rbegin(), octets.rend()},
                    "DigestValue has the digest's octets reversed");
     }
+    // A text without "+", "/", "-" and "_" is the same in both, and then there is nothing to tell.
     if (decoded(text, text::Encoding::Base64Url, inner) && inner != octets) {
         addReading(inner, "DigestValue is base64url, not base64");
     }
     if (decoded(text, text::Encoding::Hex, inner)) {
         addReading(inner, "DigestValue is hexadecimal, not base64");
     }
-    // Where no hash has so short a digest it may be one that was cut.
+    // Where no hash has so short a digest it may be one that was cut. A digest of 20 octets is
+    // whole, even if it may be the front of one of 32: the shorter explanation is tried.
     const std::vector<int> hashes = allHashes();
     for (Reading& reading : m_readings) {
         reading.isWhole = std::any_of(hashes.begin(), hashes.end(), [&](int id) {
@@ -91,6 +99,7 @@ DigestGoal::DigestGoal(std::string_view stored, int hashId) : m_hashId(hashId) {
     }
 }
 
+// Too short for proof, or longer than any hash makes.
 void DigestGoal::addReading(std::string octets, std::string_view evidence) {
     if (octets.size() >= kShortestFront && octets.size() <= crypto::kMaxDigestSize) {
         m_readings.push_back({std::move(octets), evidence});
@@ -102,6 +111,7 @@ bool DigestGoal::mayBeOf(const Reading& reading, int hashId) const noexcept {
     return reading.isWhole ? size == reading.octets.size() : size > reading.octets.size();
 }
 
+// The declared hash comes first, since it is nearly always the one.
 bool DigestGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     if (octets.empty()) {
         return false;
@@ -109,6 +119,8 @@ bool DigestGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation)
     if (m_hashId != kHashNone && matches(m_hashId, octets, deviation)) {
         return true;
     }
+    // Where the declared method is not known all hashes are tried at any depth: there is no plain
+    // case.
     return (depth != Depth::Plain || m_hashId == kHashNone) &&
            std::any_of(m_others.begin(), m_others.end(),
                        [&](int hashId) { return matches(hashId, octets, deviation); });
@@ -128,6 +140,7 @@ bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) cons
         if (!digest.starts_with(reading.octets)) {
             continue;
         }
+        // What an earlier candidate left in it must not be told of this one.
         deviation = {};
         if (!reading.evidence.empty() || !reading.isWhole) {
             deviation.code = cause::kDigestEncoding;
@@ -152,6 +165,8 @@ bool DigestGoal::matches(int hashId, ByteView octets, Deviation& deviation) cons
     return false;
 }
 
+// What the search for single changes compares with; a cut digest would do, but its caller wants a
+// whole one.
 const DigestGoal::Reading* DigestGoal::usualReading() const noexcept {
     const auto at = std::find_if(m_readings.begin(), m_readings.end(), [&](const Reading& each) {
         return each.isWhole && m_hashId != kHashNone && mayBeOf(each, m_hashId);

@@ -7,13 +7,15 @@
 
 namespace vantrel::dsig::explain {
 
-// The hashes there are, by their identifiers (hash_ids.h).
+// The hashes there are, by their identifiers (hash_ids.h). In no order that matters.
 [[nodiscard]] std::vector<int> allHashes();
 // As standards write it; empty for none.
 [[nodiscard]] std::string hashName(int hashId);
 
 // The digest that a reference stores, in every way in which its text can be read: as XML Signature
-// 1.1, 4.4.3.6 has it, and as signers write it that encode otherwise.
+// 1.1, 4.4.3.6 has it, and as signers write it that encode otherwise. Every reading that succeeds
+// is kept: a text of hexadecimal digits is base64 as well. No key is involved, and nothing here is
+// secret: comparisons take variable time.
 class DigestGoal final : public Goal {
 public:
     // `stored`: the text of DigestValue without white space. `hashId`: of the digest method; 0 for
@@ -27,6 +29,7 @@ public:
 
 private:
     struct Reading {
+        // Never empty.
         std::string octets;
         std::string_view evidence; // empty for the standard's
         bool isWhole = true;       // false: the front of a digest

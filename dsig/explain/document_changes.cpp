@@ -1,5 +1,7 @@
 // Another document or another part of it: signatures that were there or not when it was signed, a
-// document type declaration that the signer did not read, another element.
+// document type declaration that the signer did not read, another element. What was in the document
+// when it was signed can be told apart from what is in it now only by trying: signatures are added
+// one after the other, and the first signer never saw the second one.
 
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
@@ -15,20 +17,17 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-bool visitForm(const Target& target, std::string_view code, std::string evidence,
-               const ChangeVisit& visit) {
-    std::optional<std::string> form = canonicalForm(target);
-    return visit({code, std::move(evidence), form ? std::move(*form) : std::string()});
-}
-
-// The form of the target in an edited document.
+// The form of the target in an edited document. Nothing is offered where the edited text is no
+// document; the clock is looked at by the next hypothesis.
 bool visitEdited(const Target& target, std::span<const TextEdit> edits, std::string_view code,
                  std::string evidence, const ChangeVisit& visit) {
     const std::optional<Target> other = edited(target, edits);
     return other && visitForm(*other, code, std::move(evidence), visit);
 }
 
-// Takes one more range out, where that can be done without a new document.
+// Takes one more range out, where that can be done without a new document. Holes must be disjoint
+// and lie where markup may be left out; any other range is left in, which makes the form wrong and
+// nothing worse.
 void omit(Target& target, xml::TextRange range) {
     const auto at = std::find_if(target.omitted.begin(), target.omitted.end(),
                                  [&](xml::TextRange each) { return each.start >= range.start; });
@@ -73,7 +72,8 @@ bool laterSignatures(const Target& target, const ChangeVisit& visit) {
     return false;
 }
 
-// What stands between the tags; an empty range behind an empty-element tag.
+// What stands between the tags; an empty range behind an empty-element tag. The end tag is the last
+// "</" of the element, since no such octets may stand unescaped in a value before its '>'.
 xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId element) {
     const xml::ElementRecord& record = document.element(element);
     xml::StartTagReader tag(document.text(), record.start);
@@ -86,7 +86,9 @@ xml::TextRange contentOf(const xml::XmlDocument& document, xml::ElementId elemen
 }
 
 // The template of a signature, as it stood there when the digest was computed: what is computed
-// later is empty.
+// later is empty. Such signers digest the document with the signature's skeleton in it because
+// their tree holds it already, and the enveloped-signature transform is one that they do not carry
+// out.
 bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
     const xml::XmlDocument& document = *target.structure;
     // In the order in which programs come to compute them.
@@ -99,9 +101,11 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
     // How many of the names are emptied; behind all of them, the KeyInfo element taken out.
     for (std::size_t count = 0; count <= std::size(kComputed) + 1; ++count) {
         std::vector<TextEdit> edits;
+        // Only within the signature: other elements of those names are content.
         for (xml::ElementId id = target.signature; id < document.element(target.signature).next;
              ++id) {
             const std::string_view name = document.localName(id);
+            // The names count in any namespace: prefixes are as different as programs.
             const auto* const at = std::find(std::begin(kComputed), std::end(kComputed), name);
             const bool takenOut = count > std::size(kComputed) && name == "KeyInfo";
             const xml::TextRange range = takenOut ? target.rangeOf(id) : contentOf(document, id);
@@ -118,7 +122,8 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
             return true;
         }
     }
-    // Some signers insert the element first and fill it when all is computed.
+    // Some signers insert the element first and fill it when all is computed. The element is there,
+    // without any children.
     const TextEdit emptied[] = {{contentOf(document, target.signature), ""}};
     return visitEdited(kept, emptied, cause::kEnvelopedNotRemoved,
                        "the signature was digested with the element, as an empty one", visit);
@@ -126,6 +131,8 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
 
 } // namespace
 
+// A signature is inserted with a line end for the eye. Removing it leaves that line end behind,
+// which was not there before (XML Signature 1.1, 6.6.4 removes the element alone).
 bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
     if (target.signature == xml::kNoElement || !target.holds(target.signature)) {
         return false;
@@ -141,13 +148,15 @@ bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
     while (to < text.size() && isSpace(text[to])) {
         ++to;
     }
-    // The three ways in which there may have been less of it.
+    // The three ways in which there may have been less of it. The offsets are those of the document
+    // as it stands; both edits fit into one pass.
     struct Side {
         xml::TextRange range;
         std::string_view where;
     };
     const Side sides[] = {{xml::rangeOf(from, signature.start), "ahead of"},
                           {xml::rangeOf(signature.end(), to), "behind"}};
+    // Each side by itself and both together.
     for (const std::size_t which : {1U, 2U, 3U}) {
         std::vector<TextEdit> edits;
         std::string where;
@@ -171,34 +180,54 @@ bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
 
 namespace {
 
-// References to entities of the internal subset, by what was digested in their place.
+// Private-use characters around the name stand for the reference until it is written. A reference
+// as such would not be well-formed without its declaration, nor would it survive canonicalization.
+constexpr std::string_view kOpen = "\xEE\x80\x80";
+constexpr std::string_view kClose = "\xEE\x80\x81";
+
+// The document without its declaration, so that no reference is expanded.
+struct UnexpandedTexts {
+    std::string marked;  // references between kOpen and kClose
+    std::string dropped; // references left out
+};
+
+// Both texts are built in one walk over the document as it was loaded.
+UnexpandedTexts unexpandedTexts(const xml::XmlDocument& document) {
+    const std::string_view source = document.sourceText().view();
+    const xml::TextRange doctype = document.doctypeRange();
+    UnexpandedTexts texts;
+    texts.marked = source.substr(0, doctype.start);
+    texts.dropped = texts.marked;
+    for (std::size_t at = doctype.end(); at < source.size(); ++at) {
+        // In a CDATA section or a comment a '&' may stand without a ';'.
+        const std::size_t end = source[at] == '&' ? source.find(';', at) : std::string_view::npos;
+        const std::string_view name =
+            end == std::string_view::npos ? "" : source.substr(at + 1, end - at - 1);
+        if (document.documentType()->findEntity(name) == nullptr || name.empty()) {
+            texts.marked += source[at];
+            texts.dropped += source[at];
+            continue;
+        }
+        texts.marked.append(kOpen).append(name).append(kClose);
+        at = end;
+    }
+    return texts;
+}
+
+// References to entities of the internal subset, by what was digested in their place. Parsers are
+// told not to expand entities for good reason (entities can bring in files), and then sign what
+// they see.
 bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
     const std::string_view source = target.structure->sourceText().view();
     const xml::TextRange doctype = target.structure->doctypeRange();
+    // Both texts begin alike, so that positions behind the declaration can be told from the source.
     if (!target.structure->isExpanded() ||
         source.substr(0, doctype.end()) != target.structure->text().substr(0, doctype.end())) {
         return false;
     }
-    // Private-use characters around the name stand for the reference until it is written.
-    constexpr std::string_view kOpen = "\xEE\x80\x80";
-    constexpr std::string_view kClose = "\xEE\x80\x81";
-    // Both texts are built in one walk; the declaration goes, so that no reference is expanded.
-    std::string marked(source.substr(0, doctype.start));
-    std::string dropped = marked;
-    for (std::size_t at = doctype.end(); at < source.size(); ++at) {
-        const std::size_t end = source[at] == '&' ? source.find(';', at) : std::string_view::npos;
-        const std::string_view name =
-            end == std::string_view::npos ? "" : source.substr(at + 1, end - at - 1);
-        if (target.structure->documentType()->findEntity(name) == nullptr || name.empty()) {
-            marked += source[at];
-            dropped += source[at];
-            continue;
-        }
-        marked.append(kOpen).append(name).append(kClose);
-        at = end;
-    }
+    const UnexpandedTexts texts = unexpandedTexts(*target.structure);
     // As they stand, and left out: parsers without the declarations do the one or the other.
-    for (const std::string* const text : {&marked, &dropped}) {
+    for (const std::string* const text : {&texts.marked, &texts.dropped}) {
         xml::ParseFailure why;
         Target other = target;
         other.structure = xml::XmlDocument::parse(StringBuffer(*text), {}, why);
@@ -208,6 +237,7 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
             continue;
         }
         other.omitted.clear();
+        // What the target left out besides is found by its number no more; it is left in.
         if (target.omits(target.signature)) {
             omit(other, other.rangeOf(target.signature));
         }
@@ -216,8 +246,8 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
             continue;
         }
         Change change{cause::kEntities,
-                      text == &marked ? "references to entities were digested as they stand"
-                                      : "references to entities were left out of the digest",
+                      text == &texts.marked ? "references to entities were digested as they stand"
+                                            : "references to entities were left out of the digest",
                       {}};
         replaceAll(*form, kOpen, "&", change);
         std::string opened = std::move(change.octets);
@@ -231,6 +261,8 @@ bool unexpandedEntities(const Target& target, const ChangeVisit& visit) {
 
 } // namespace
 
+// First the nearest mistake: the transform was carried out and not written down, or written down
+// and not carried out.
 bool otherSignatureRemovals(const Target& target, const ChangeVisit& visit) {
     if (target.signature != xml::kNoElement && target.holds(target.signature)) {
         if (!target.omits(target.signature)) {
@@ -253,6 +285,7 @@ bool otherSignatureRemovals(const Target& target, const ChangeVisit& visit) {
 // Parsers that do not read the declaration know neither defaults nor types nor entities
 // (XML 1.0, 5.1).
 bool unreadDocumentType(const Target& target, const ChangeVisit& visit) {
+    // The cost is a parse of the document, so it is asked first whether there is a declaration.
     const xml::TextRange doctype = target.structure->doctypeRange();
     if (doctype.empty()) {
         return false;
@@ -267,6 +300,8 @@ bool unreadDocumentType(const Target& target, const ChangeVisit& visit) {
 
 // In document order, since an element that comes early holds more and is more often meant.
 bool otherElements(const Target& target, const ChangeVisit& visit) {
+    // It happens to signers that sign the document and reference an element, or number their Ids
+    // anew afterwards.
     Target other = target;
     other.apex = xml::kNoElement;
     if (target.apex != xml::kNoElement) {
@@ -281,6 +316,8 @@ bool otherElements(const Target& target, const ChangeVisit& visit) {
             return true;
         }
     }
+    // Paths are for people; they are made for each element since the one that fits is not known
+    // before.
     xml::ElementPaths paths(*target.structure);
     for (xml::ElementId id = 0; id < target.structure->elementCount(); ++id) {
         if (id == target.apex || target.omits(id)) {
@@ -300,7 +337,8 @@ bool otherElements(const Target& target, const ChangeVisit& visit) {
 
 // Where two of them give the same octets the likelier cause comes first: an element is more often
 // canonicalized before it is put into its place than by another method, and by a wrong method more
-// often than by none.
+// often than by none. The order matters only for the name of what is found: each of them reproduces
+// the digest.
 std::span<const Processing> processings() noexcept {
     static constexpr Processing kProcessings[] = {
         otherXmlAttributes,     ignoredPrefixList,      outerContexts,      otherCanonicalizations,

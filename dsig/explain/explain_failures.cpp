@@ -24,7 +24,8 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// One failure on its way through the search. What it borrows is its own.
+// One failure on its way through the search. What it borrows is its own. The search points into the
+// target and the goal, so a job is held by a pointer and not moved.
 struct Job {
     std::optional<Target> target;
     KeyCollection keys; // of a value
@@ -33,22 +34,27 @@ struct Job {
     std::string remark;
     bool stoppedEarly = false;
 
+    // The form is handed over: forms are large.
     void begin(std::string form, Budget& budget) {
         search =
             std::make_unique<Search>(std::move(form), target ? &*target : nullptr, *goal, budget);
     }
 };
 
-// What is tried for a document whose digests fail by the hundred.
+// What is tried for a document whose digests fail by the hundred. A document of a thousand
+// references is damaged in the same way throughout; the first hundred tell it.
 constexpr std::size_t kMostReferences = 100;
 constexpr std::size_t kMostHeldOctets = std::size_t{128} << 20;
 
+// External data that is missing, unsupported transforms and the like have a cause already, and no
+// octets to search in.
 bool isWorthSearching(const ReferenceResult& result) {
     return result.checked &&
            (result.reason == RefReason::Mismatch || result.reason == RefReason::UnsupportedDigest);
 }
 
-// The octets as the verification digested them, on a document of the search's own.
+// The octets as the verification digested them, on a document of the search's own. A search must
+// not spend the account of the document or leave anything in the one that was verified.
 std::string digestedOctets(const VerifyQuery& query, Document& scratch, int index,
                            const Rules& rules) {
     LogNull log;
@@ -57,7 +63,8 @@ std::string digestedOctets(const VerifyQuery& query, Document& scratch, int inde
     splitDirs(query.externalDirs, dirs);
     const ReferenceQuery reference{
         &scratch, query.selection, index, {query.externalData, query.selection.index, &dirs}, true};
-    // The plain attempt; what a retry would digest is among the hypotheses.
+    // The plain attempt; what a retry would digest is among the hypotheses. The rules are a copy:
+    // profiles change them on the way.
     const ReferenceResult result = attemptReference(reference, inForce, log);
     return std::string(asText(result.octets.view()));
 }
@@ -69,6 +76,7 @@ std::unique_ptr<Job> referenceJob(const VerifyQuery& query, const Rules& rules, 
     Document scratch(query.document->structure, query.limits);
     scratch.account.begin(query.selection.index);
     std::string octets = digestedOctets(query, scratch, index, rules);
+    // The reference is read again: reports keep results, not transforms.
     const Ref<ClsXml> element = referenceElement(&scratch, query.selection, index, log);
     if (octets.empty() || !element || octets.size() > kMostFormOctets) {
         return nullptr;
@@ -76,7 +84,8 @@ std::unique_ptr<Job> referenceJob(const VerifyQuery& query, const Rules& rules, 
     DSigReference reference;
     reference.parseReference(*element, log);
     auto job = std::make_unique<Job>();
-    // Without a target the octets are still searched as a text.
+    // Without a target the octets are still searched as a text. So it is with external data, which
+    // is digested as it is.
     job->target = targetOfReference(scratch, query.selection, reference, rules);
     job->goal = std::make_unique<DigestGoal>(
         reference.m_digestValue.view(),
@@ -85,7 +94,8 @@ std::unique_ptr<Job> referenceJob(const VerifyQuery& query, const Rules& rules, 
     return job;
 }
 
-// A value whose method is known; null for another.
+// A value whose method is known; null for another. Which goal it is follows from the key that the
+// method asks for, by the same tables as in a verification.
 std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budget) {
     LogNull log;
     StringBuffer method;
@@ -98,6 +108,7 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
                             method.containsSubstring("MGF1")};
     std::vector<ValueReading> readings = valueReadings(text.view());
     const int keyType = signatureMethodToKeyType(method, log);
+    // A MAC without a secret cannot be tried: it proves what its holder says and nobody else.
     if (keyType == kKeyTypeHmac) {
         return query.hmacKey.isEmpty()
                    ? nullptr
@@ -106,6 +117,8 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
     }
     job.keys = collectKeys(query.keys);
     if (keyType == kKeyTypeRsa) {
+        // A value that no RSA key opens was made by a key that is not here, and no change of
+        // SignedInfo would help.
         auto goal = std::make_unique<RsaGoal>(readings, job.keys.tried, asked, budget);
         return goal->anyKeyFits() ? std::move(goal) : nullptr;
     }
@@ -140,7 +153,8 @@ std::unique_ptr<Job> valueJob(const VerifyQuery& query, const Rules& rules, Budg
     return job;
 }
 
-// The causes of digests have other names where the octets are SignedInfo's.
+// The causes of digests have other names where the octets are SignedInfo's. The octets are the same
+// kind of text, but who reads the report must know which of the two to mend.
 std::string_view valueCode(std::string_view code) {
     constexpr std::pair<std::string_view, std::string_view> kNames[] = {
         {cause::kLineEnds, cause::kSignedInfoLineEnds},
@@ -171,7 +185,8 @@ std::string_view valueCode(std::string_view code) {
     return cause::kSignedInfoOther;
 }
 
-// How far a search went that found nothing.
+// How far a search went that found nothing. Empty where everything was tried and there is nothing
+// more to say.
 std::string howFar(const Job& job) {
     std::string remark = job.remark;
     if (job.stoppedEarly) {
@@ -181,7 +196,9 @@ std::string howFar(const Job& job) {
     return remark;
 }
 
-// `valueHolds`: the signature value vouches for the stored digest.
+// `valueHolds`: the signature value vouches for the stored digest. Whoever changes content can
+// change its digest as well; only the value protects the digest, so without it the two cannot be
+// told apart.
 Cause referenceCause(const Job& job, bool valueHolds) {
     const std::optional<Finding>& found = job.search->finding();
     if (!found) {
@@ -193,7 +210,8 @@ Cause referenceCause(const Job& job, bool valueHolds) {
         }
         return makeCause(cause::kContentChanged, std::move(remark));
     }
-    // The octets are right and the text of the digest is not.
+    // The octets are right and the text of the digest is not. Nothing was changed in the octets and
+    // the digest was reached all the same: a reading of its text.
     return found->code.empty() ? makeCause(cause::kDigestEncoding,
                                            "DigestValue is not base64 as an encoder writes it")
                                : makeCause(found->code, found->evidence);
@@ -210,7 +228,8 @@ Cause valueCause(const Job& job) {
                : makeCause(valueCode(found->code), found->evidence);
 }
 
-// Unsupported methods and limits are no failures that a search could explain.
+// Unsupported methods and limits are no failures that a search could explain. With a wrong or
+// missing key the search for other keys may still find the right one.
 bool isWorthSearching(ValueCheck value) {
     return value == ValueCheck::WrongKey || value == ValueCheck::Mismatch ||
            value == ValueCheck::MalformedValue || value == ValueCheck::NoKey;
@@ -223,10 +242,12 @@ struct Failure {
 };
 
 // The digests in SignedInfo were exchanged and the content was not: with the digests of the content
-// as it stands the value verifies. Nothing else is to be searched then.
+// as it stands the value verifies. Nothing else is to be searched then. This is forgery of the
+// crude kind, or the work of a program that computes digests again and forgets the signature.
 bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
                           SignatureReport& report) {
-    // All failed digests at once: whoever exchanges one leaves the others, which then match.
+    // All failed digests at once: whoever exchanges one leaves the others, which then match. A
+    // DigestValue is long and random, so that replacing it as text hits nothing else.
     std::string form = value.search->form();
     std::string indexes;
     for (const Failure& failure : failures) {
@@ -239,6 +260,7 @@ bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
         form = std::move(exchanged.octets);
         indexes += (indexes.empty() ? "" : ", ") + std::to_string(reference.index);
     }
+    // Without a failed digest there is nothing to exchange.
     Deviation deviation;
     if (failures.empty() || !value.goal->isReachedBy(asBytes(form), Depth::Plain, deviation)) {
         return false;
@@ -255,6 +277,7 @@ bool findExchangedDigests(const std::vector<Failure>& failures, Job& value,
     return true;
 }
 
+// Memory is bounded before time is: a form each, until the limit.
 std::vector<Failure> collectFailures(const VerifyQuery& query, const Rules& rules, Budget& budget,
                                      SignatureReport& report) {
     std::vector<Failure> failures;
@@ -268,6 +291,7 @@ std::vector<Failure> collectFailures(const VerifyQuery& query, const Rules& rule
             held += job->search->form().size();
             failures.push_back({&reference, std::move(job)});
         } else if (reference.octetCount > kMostFormOctets) {
+            // The reader is told why nothing was searched, since silence would look like a result.
             reference.cause.edit().evidence =
                 "with " + counted(static_cast<std::size_t>(reference.octetCount), "octet") +
                 " the form is too large for a search";
@@ -276,7 +300,8 @@ std::vector<Failure> collectFailures(const VerifyQuery& query, const Rules& rule
     return failures;
 }
 
-// Cheap hypotheses for every failure come before dear ones for any.
+// Cheap hypotheses for every failure come before dear ones for any. A reader with ten failures has
+// more of ten cheap answers than of one dear one.
 void runSearches(std::vector<Failure>& failures, Budget& budget) {
     // Two shares each: what a quick search leaves goes to those behind it.
     std::size_t left = 2 * failures.size();
@@ -295,6 +320,8 @@ void runSearches(std::vector<Failure>& failures, Budget& budget) {
     }
 }
 
+// Where a reference fails the value's own failure may be no news: SignedInfo is right, its keys are
+// not known.
 void takeOutcome(const Failure& failure, bool referencesFail, SignatureReport& report) {
     const bool found = failure.job->search->finding().has_value();
     if (failure.reference != nullptr) {
@@ -311,7 +338,8 @@ void takeOutcome(const Failure& failure, bool referencesFail, SignatureReport& r
     }
 }
 
-// What has been done is not advised any more.
+// What has been done is not advised any more. The advice "run --explain" would look silly on its
+// own result.
 void dropAdvice(SignatureReport& signature) {
     std::erase(signature.cause.tries, kTryExplain);
     for (ReferenceResult& reference : signature.references) {
@@ -333,6 +361,7 @@ void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budge
     budget.beginShare(1);
     std::vector<Failure> failures = collectFailures(query, rules, budget, signature);
     const bool referencesFail = !failures.empty();
+    // A valid value has nothing to explain, whatever its digests do.
     if (isWorthSearching(signature.value)) {
         std::unique_ptr<Job> value = valueJob(query, rules, budget);
         if (value != nullptr && findExchangedDigests(failures, *value, signature)) {
@@ -346,7 +375,8 @@ void explainFailures(const VerifyQuery& query, const Rules& rules, Budget& budge
     for (const Failure& failure : failures) {
         takeOutcome(failure, referencesFail, signature);
     }
-    // What mends the first digest mends the signature.
+    // What mends the first digest mends the signature. The signature as a whole failed for that
+    // reference; the same advice stands at both.
     if (referencesFail && signature.cause.code == dsig::cause::kReferenceFailed) {
         signature.cause.tries = failures.front().reference->cause->tries;
     }

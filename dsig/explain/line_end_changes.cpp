@@ -7,7 +7,9 @@ namespace vantrel::dsig::explain {
 namespace {
 
 // Canonical XML 1.0, 2.3 writes a carriage return of the content as &#xD;. A signer whose tree was
-// not made by a parser has such, and so has one who digests text that no parser ever read.
+// not made by a parser has such, and so has one who digests text that no parser ever read. XML 1.0,
+// 2.11 lets every parser turn CR LF into LF before anybody sees it, so that files from two systems
+// give one digest.
 struct LineEndRule {
     std::string_view from;
     std::string_view to;
@@ -15,7 +17,8 @@ struct LineEndRule {
     std::string_view evidence;
 };
 
-// Ways between LF, CR LF, CR and the reference, the commonest first.
+// Ways between LF, CR LF, CR and the reference, the commonest first. `from` is what stands here and
+// `to` what was signed; the order is that of the reports that users send.
 constexpr LineEndRule kRules[] = {
     {"\n", "\r\n", false, "line ends became LF; they were CR LF when it was signed"},
     {"\n", "&#xD;\n", false, "line ends became LF; they were &#xD; LF when it was signed"},
@@ -34,8 +37,10 @@ constexpr LineEndRule kRules[] = {
     {"&#xA;", " ", false, "line ends in attribute values were digested as blanks"},
 };
 
-// Base64 in lines, say: its line ends come from an encoder, those between tags from a printer.
+// Base64 in lines, say: its line ends come from an encoder, those between tags from a printer. A
+// rule for all line ends cannot mend such a text, since only some of them are others.
 void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& change) {
+    // Texts between tags that hold nothing but white space are layout and stay.
     std::string out;
     std::size_t at = 0;
     std::size_t places = 0;
@@ -62,7 +67,7 @@ void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& chan
 bool lineEndChanges(std::string_view form, const ChangeVisit& visit) {
     for (const LineEndRule& rule : kRules) {
         Change change{cause::kLineEnds, std::string(rule.evidence), {}};
-        // Spares the walk over the tags.
+        // Spares the walk over the tags. Most documents have none of these characters at all.
         if (form.find(rule.from) == std::string_view::npos) {
             continue;
         }

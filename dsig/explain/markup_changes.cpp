@@ -1,5 +1,7 @@
 // Markup as serializers write it that do not canonicalize (Canonical XML 1.0, 2.3), and the content
-// of an element in place of the element.
+// of an element in place of the element. A signer that digests what its serializer writes gets the
+// right digest for simple documents and a wrong one as soon as there is an empty element, a quote
+// or a comment.
 
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
@@ -14,6 +16,8 @@ namespace vantrel::dsig::explain {
 namespace {
 
 // Characters that may be written as such or as a reference; the standard chooses one of the two.
+// Canonical XML 1.0, 2.3 fixes which: in texts & < > and carriage returns, in values & < " and the
+// white space but blanks.
 struct EscapeRule {
     std::string_view code;
     std::string_view from;
@@ -43,15 +47,18 @@ constexpr EscapeRule kEscapes[] = {
      "ampersands were escaped twice when it was signed"},
 };
 
-// Carries a rule out in texts or in start tags.
+// Carries a rule out in texts or in start tags. The rules of texts and of values differ, so each
+// says where it applies.
 void escape(const std::vector<Token>& tokens, const EscapeRule& rule, Change& change) {
     std::string out;
     std::size_t at = 0;
     std::size_t places = 0;
     for (const Token& token : tokens) {
         std::string_view text = token.text;
+        // Where nothing is held back it stays empty.
         std::string_view behind;
         if (token.kind == rule.where && rule.where == TokenKind::StartTag && !text.empty()) {
+            // Its own bracket is markup and not to be escaped.
             behind = text.substr(text.size() - 1); // the tag's own '>'
             text.remove_suffix(1);
         }
@@ -83,7 +90,8 @@ bool escapeChanges(const std::vector<Token>& tokens, const ChangeVisit& visit) {
     return false;
 }
 
-// `ending`: how a tag of an empty element closes.
+// `ending`: how a tag of an empty element closes. The canonical form has a start and an end tag.
+// Whoever digests a serializer's output has one tag, with a blank ahead of its slash or without.
 Change emptyTags(const std::vector<Token>& tokens, std::string_view ending) {
     Change change{cause::kOtherCanonicalization,
                   "empty elements were written as one tag, ending in " + quoted(ending),
@@ -97,8 +105,7 @@ Change emptyTags(const std::vector<Token>& tokens, std::string_view ending) {
             text.remove_suffix(1);
             change.octets += text;
             change.octets += ending;
-            change.first = change.places == 0 ? at : change.first;
-            ++change.places;
+            notePlace(at, change);
             at += tokens[++i].text.size();
         } else {
             change.octets += text;
@@ -107,7 +114,8 @@ Change emptyTags(const std::vector<Token>& tokens, std::string_view ending) {
     return change;
 }
 
-// Values that hold the other quote are rare enough to be passed over.
+// Values that hold the other quote are rare enough to be passed over. Two quotes a value, so places
+// are half of them.
 Change singleQuotes(const std::vector<Token>& tokens) {
     Change change{cause::kOtherCanonicalization, "attribute values stood in single quotes", {}};
     for (const Token& token : tokens) {
@@ -123,6 +131,7 @@ Change singleQuotes(const std::vector<Token>& tokens) {
 }
 
 // What is neither text nor tag: the white space rules of the standard do not matter to it.
+// Canonical XML keeps instructions; libraries that filter comments out often drop them along.
 Change withoutInstructions(const std::vector<Token>& tokens) {
     Change change{cause::kOtherCanonicalization,
                   "processing instructions were left out when it was signed",
@@ -137,7 +146,8 @@ Change withoutInstructions(const std::vector<Token>& tokens) {
     return change;
 }
 
-// References resolved. What begins none is left as it is: nobody has checked the text.
+// References resolved. What begins none is left as it is: nobody has checked the text. Only
+// characters and the five predefined entities; declared ones are expanded long before.
 void appendResolved(std::string_view text, std::string& out) {
     for (std::size_t at = 0; at < text.size();) {
         if (text[at] != '&') {
@@ -145,6 +155,7 @@ void appendResolved(std::string_view text, std::string& out) {
             continue;
         }
         const xml::ReferenceForm reference = xml::matchReference(text.substr(at));
+        // A '&' that a faulty serializer left unescaped is met here too.
         if (reference.kind != xml::ReferenceKind::Character &&
             reference.kind != xml::ReferenceKind::Predefined) {
             out += text[at++];
@@ -156,7 +167,8 @@ void appendResolved(std::string_view text, std::string& out) {
     }
 }
 
-// The texts, joined. `resolved`: as characters, not as they are escaped.
+// The texts, joined. `resolved`: as characters, not as they are escaped. Comments divide a text
+// into two; joined they are what string functions of libraries return.
 std::string stringValue(const std::vector<Token>& tokens, bool resolved) {
     std::string out;
     for (const Token& token : tokens) {
@@ -172,7 +184,8 @@ std::string stringValue(const std::vector<Token>& tokens, bool resolved) {
     return out;
 }
 
-// Between the first start tag and the last end tag; empty where there is nothing.
+// Between the first start tag and the last end tag; empty where there is nothing. For a form that
+// is one element; of several the first start and the last end are taken.
 std::string_view inner(std::string_view form, const std::vector<Token>& tokens) {
     // Comments and instructions around the root are passed over.
     std::size_t from = 0;
@@ -192,7 +205,8 @@ std::string_view inner(std::string_view form, const std::vector<Token>& tokens) 
                        static_cast<std::size_t>(end - start));
 }
 
-// Nothing has no digest, and equals nothing.
+// Nothing has no digest, and equals nothing. Empty octets would be offered as a form that could not
+// be made.
 bool visitUnlessEmpty(const ChangeVisit& visit, std::string_view code, std::string evidence,
                       std::string octets) {
     return !octets.empty() && visit({code, std::move(evidence), std::move(octets)});
@@ -200,7 +214,8 @@ bool visitUnlessEmpty(const ChangeVisit& visit, std::string_view code, std::stri
 
 } // namespace
 
-// Empty elements first: nearly every serializer writes them as one tag.
+// Empty elements first: nearly every serializer writes them as one tag. Rules of characters follow,
+// since they touch more places.
 bool markupChanges(std::string_view form, const ChangeVisit& visit) {
     const std::vector<Token> tokens = formTokens(form);
     for (const Change& change : {emptyTags(tokens, "/>"), emptyTags(tokens, " />"),
@@ -212,6 +227,7 @@ bool markupChanges(std::string_view form, const ChangeVisit& visit) {
     return escapeChanges(tokens, visit);
 }
 
+// Programs that sign "the value of the node" by the function of that name in their library.
 bool contentChanges(std::string_view form, const ChangeVisit& visit) {
     const std::vector<Token> tokens = formTokens(form);
     const std::string_view content = inner(form, tokens);
@@ -219,6 +235,7 @@ bool contentChanges(std::string_view form, const ChangeVisit& visit) {
     const std::string text = stringValue(tokens, true);
     DataBuffer decoded;
     const std::string_view digits = trimmed(text);
+    // A document in base64 inside an element, of which the digest is to be that of the file.
     const bool isBase64 = text::decodeBase64(digits, decoded);
     return visitUnlessEmpty(visit, cause::kContentOnly,
                             "the content of the element was digested, without its tags",

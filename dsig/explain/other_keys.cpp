@@ -17,7 +17,8 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// A document can hold any number of certificates, and each becomes a key of some kilobytes.
+// A document can hold any number of certificates, and each becomes a key of some kilobytes. Text of
+// a certificate of 48 KB; real ones are a twentieth of that.
 constexpr std::size_t kMostKeys = 100;
 constexpr std::size_t kMostCertificateText = 64 * 1024;
 
@@ -29,7 +30,8 @@ std::string subjectOf(const VantrelX509& certificate) {
     return quoted(name.getUtf8Sb().view());
 }
 
-// One that gives no key is passed over, as everything here that cannot be read.
+// One that gives no key is passed over, as everything here that cannot be read. Broken certificates
+// in a document are no failure of its signature.
 void addCertificate(const VantrelX509& certificate, std::string_view code, std::string_view where,
                     KeyCollection& keys) {
     LogNull log;
@@ -40,6 +42,7 @@ void addCertificate(const VantrelX509& certificate, std::string_view code, std::
     }
 }
 
+// `any`: a handle into the document, from which others are made.
 void addCertificateElement(const xml::XmlDocument& document, const ClsXml& any,
                            xml::ElementId element, KeyCollection& keys) {
     LogNull log;
@@ -49,6 +52,7 @@ void addCertificateElement(const xml::XmlDocument& document, const ClsXml& any,
     if (document.element(element).end - document.element(element).start > kMostCertificateText) {
         return;
     }
+    // Base64 with line ends and blanks, as it stands in documents.
     handleOn(any, element)->getContentSb(text);
     if (text::decodeBase64(text.view(), der) && certificate.loadX509Der(der, log)) {
         addCertificate(certificate, cause::kOtherKeyInDocument, "stands elsewhere in the document",
@@ -57,7 +61,7 @@ void addCertificateElement(const xml::XmlDocument& document, const ClsXml& any,
 }
 
 // By local names, wherever they stand: in KeyInfo elements of other signatures, in tokens, in the
-// certificate values of XAdES.
+// certificate values of XAdES. A prefix is nobody's promise: gateways rename them.
 void addDocumentKeys(const KeyQuery& query, KeyCollection& keys) {
     const xml::XmlDocument& document = *query.document->structure;
     const ClsXml& any = *query.selection.signature;
@@ -69,6 +73,7 @@ void addDocumentKeys(const KeyQuery& query, KeyCollection& keys) {
             name == "EncapsulatedX509Certificate") {
             addCertificateElement(document, any, id, keys);
         } else if (name == "KeyValue" && document.parent(id) != xml::kNoElement) {
+            // The parent is what readKeyValues expects: the element that holds a KeyValue.
             std::vector<Ref<ClsPublicKey>> found;
             LastKeyValue none;
             static_cast<void>(readKeyValues(*handleOn(any, document.parent(id)), none, found, log));
@@ -95,15 +100,18 @@ bool KeyCollection::add(Ref<ClsPublicKey> key, Deviation deviation) {
     return true;
 }
 
+// At most kMostKeys of all kinds together; each may cost an operation for every candidate.
 KeyCollection collectKeys(const KeyQuery& query) {
     KeyCollection keys;
     LogNull log;
+    // What is found to be lenient in here was told by the verification.
     CodeSet leniencies;
     for (CandidateKey& candidate : candidateKeys(query, leniencies, log)) {
         keys.add(std::move(candidate.key), {});
     }
     // Behind the candidates, so that only other keys count as others.
     addDocumentKeys(query, keys);
+    // The store has no count, so it is walked to its end.
     for (std::size_t i = 0; query.store != nullptr && i < kMostKeys; ++i) {
         const VantrelX509* const certificate = query.store->certificateAt(i);
         if (certificate == nullptr) {

@@ -1,4 +1,6 @@
-// What may stand ahead of the octets that are canonical: an XML declaration.
+// What may stand ahead of the octets that are canonical: an XML declaration. Signers that read a
+// file and digest it as it is, or write the tree to a string and digest that, get the declaration
+// along with the rest.
 
 #include "dsig/explain/codes.h"
 #include "dsig/explain/text_changes.h"
@@ -7,7 +9,8 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// As serializers write it; the document's own is among them where it is one of these.
+// As serializers write it; the document's own is among them where it is one of these. A list and no
+// grammar: each is one hash, and programs do not invent spellings.
 constexpr std::string_view kDeclarations[] = {
     R"(<?xml version="1.0" encoding="UTF-8"?>)",
     R"(<?xml version="1.0" encoding="utf-8"?>)",
@@ -24,7 +27,8 @@ constexpr std::string_view kDeclarations[] = {
     R"(<?xml version="1.0" encoding="utf-16"?>)",
     R"(<?xml version="1.0" encoding="windows-1252"?>)",
 };
-// What stands between the declaration and the root element.
+// What stands between the declaration and the root element. What is put there depends on the
+// system.
 constexpr std::string_view kSeparators[] = {"", "\n", "\r\n"};
 
 } // namespace
@@ -35,6 +39,7 @@ bool prologChanges(std::string_view form, const ChangeVisit& visit) {
         return false;
     }
     for (const std::string_view declaration : kDeclarations) {
+        // The declaration and what follows it are one change with one name.
         for (const std::string_view separator : kSeparators) {
             Change change{cause::kDeclaration,
                           "the XML declaration " + quoted(declaration) +

@@ -12,7 +12,8 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// Forms that are kept for pairs.
+// Forms that are kept for pairs. Pairs multiply: with a hundred forms and a hundred changes there
+// are ten thousand candidates.
 constexpr std::size_t kMostKept = 400;
 constexpr std::size_t kMostKeptOctets = std::size_t{64} << 20;
 
@@ -28,15 +29,18 @@ std::string joined(std::string first, const std::string& second) {
 
 Search::Search(std::string form, const Target* target, Goal& goal, Budget& budget)
     : m_form(std::move(form)), m_target(target), m_goal(goal), m_budget(budget) {
+    // The form itself is known: a processing that gives it again is no new hypothesis.
     m_seen.insert(std::hash<std::string_view>{}(m_form));
 }
 
-// A collision would lose one form of many.
+// A collision would lose one form of many. That one would go untried, which is too unlikely to hold
+// the forms themselves for.
 bool Search::isNew(std::string_view form) {
     return m_seen.insert(std::hash<std::string_view>{}(form)).second;
 }
 
 bool Search::offer(const Change& change, std::string_view before, const Kept* first, Depth depth) {
+    // A change that could not be made costs time all the same.
     if (change.octets.empty()) {
         return m_budget.timeIsUp();
     }
@@ -46,9 +50,11 @@ bool Search::offer(const Change& change, std::string_view before, const Kept* fi
     }
     Deviation deviation;
     if (!m_goal.isReachedBy(asBytes(change.octets), depth, deviation)) {
+        // A goal takes key operations of its own, and may have been refused one.
         return m_budget.stoppedEarly();
     }
     // The earliest step names the cause: a processing, a change, then how the digest was made.
+    // Whoever mends the first of two mistakes sees the second by itself.
     Finding found{change.code, withPlaces(change, before)};
     if (first != nullptr) {
         found.code = first->code;
@@ -60,7 +66,8 @@ bool Search::offer(const Change& change, std::string_view before, const Kept* fi
     return true;
 }
 
-// `first`: what has been done to the form already.
+// `first`: what has been done to the form already. The first step's own evidence goes ahead of the
+// text's.
 bool Search::tryTexts(std::string_view form, const Kept* first, std::size_t fromFamily,
                       Depth depth) {
     const auto families = textFamilies();
@@ -81,6 +88,7 @@ bool Search::tryProcessings() {
         if (change.octets.empty() || !isNew(change.octets)) {
             return m_budget.timeIsUp();
         }
+        // Kept before it is tried: a form that does not reach the goal is the beginning of a pair.
         if (m_kept.size() < kMostKept && change.octets.size() <= kMostKeptOctets - m_keptOctets) {
             m_keptOctets += change.octets.size();
             m_kept.push_back({change.code, change.evidence, change.octets});
@@ -96,7 +104,8 @@ bool Search::tryProcessings() {
 }
 
 // A processing and a change of its octets; then two changes, in the order in which they go
-// together.
+// together. Both steps at the plain depth: with other hashes as well the product would have three
+// factors.
 bool Search::tryPairs() {
     for (const Kept& kept : m_kept) {
         if (tryTexts(kept.octets, &kept, 0, Depth::Plain)) {
@@ -105,6 +114,8 @@ bool Search::tryPairs() {
     }
     const auto families = textFamilies();
     for (std::size_t i = 0; i + 1 < families.size(); ++i) {
+        // The families behind the first one only, since the order of families is that of the steps
+        // of a signer.
         if (families[i](m_form, [&](const Change& change) {
                 if (!isNew(change.octets)) {
                     return m_budget.timeIsUp();
@@ -124,6 +135,8 @@ bool Search::runQuick() {
         return false;
     }
     // The form itself comes first: another hash or encoding of the digest needs no other octets.
+    // All hashes and encodings in all combinations are tried for this one form; for others that
+    // would cost too much.
     const Change plain{{}, {}, m_form};
     const ChangeVisit alone = [&](const Change& change) {
         return offer(change, m_form, nullptr, Depth::Plain);
@@ -131,6 +144,7 @@ bool Search::runQuick() {
     const ChangeVisit element = [&](const Change& change) {
         return !isNew(change.octets) ? m_budget.timeIsUp() : alone(change);
     };
+    // One expression, since the first that succeeds or runs out of budget ends it.
     static_cast<void>(offer(plain, m_form, nullptr, Depth::Exhaustive) ||
                       (m_target != nullptr && spaceAroundSignature(*m_target, alone)) ||
                       tryTexts(m_form, nullptr, 0, Depth::Thorough) || tryProcessings() ||
@@ -142,6 +156,7 @@ bool Search::runQuick() {
     return m_finding.has_value();
 }
 
+// A digest recovered from an RSA value serves as well as one that stands in a reference.
 bool Search::runThorough(std::string& remark) {
     // Without a digest to compare with, every candidate would cost a key operation.
     const int hashId = m_goal.knownHash();

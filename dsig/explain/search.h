@@ -15,7 +15,8 @@
 
 namespace vantrel::dsig::explain {
 
-// What was found: a code, and a sentence for people.
+// What was found: a code, and a sentence for people. An empty code is the form as it stands,
+// reached by another reading of the goal.
 struct Finding {
     std::string_view code;
     std::string evidence;
@@ -26,19 +27,22 @@ struct Finding {
 // what is found. Everything is borrowed for the life of the object.
 // It holds copies of the form and of the forms that processings gave, within kMostFormOctets and a
 // fixed number. A search that the budget ended is as one that found nothing; the budget says which
-// it was.
+// it was. Trying is all there is: no hypothesis argues from how a document looks, so a find is
+// never a guess.
 class Search final {
 public:
     // `form`: the octets of the verification. `target`: what they were canonicalized from; null
     // where that is not known.
     Search(std::string form, const Target* target, Goal& goal, Budget& budget);
 
-    // What a candidate or a few thousand of them cost. True when something was found.
+    // What a candidate or a few thousand of them cost. True when something was found. Run once,
+    // before runThorough.
     [[nodiscard]] bool runQuick();
     // Every single change of the form, as the budget allows. Where nothing is found `remark` says
     // how far the search went.
     [[nodiscard]] bool runThorough(std::string& remark);
 
+    // Empty until something was found; then it stays.
     [[nodiscard]] const std::optional<Finding>& finding() const noexcept { return m_finding; }
     [[nodiscard]] const std::string& form() const noexcept { return m_form; }
 
@@ -50,11 +54,15 @@ private:
         std::string octets;
     };
 
-    // Whether the search is over: the change reaches the goal, or the budget is used up.
+    // Whether the search is over: the change reaches the goal, or the budget is used up. `before`:
+    // the text that was changed, for telling places. `first`: a step that was carried out ahead of
+    // the change, null for none.
     bool offer(const Change& change, std::string_view before, const Kept* first, Depth depth);
+    // From the family `fromFamily` on.
     bool tryTexts(std::string_view form, const Kept* first, std::size_t fromFamily, Depth depth);
     bool tryProcessings();
     bool tryPairs();
+    // Remembers the form, so a second call says no.
     bool isNew(std::string_view form);
 
     std::string m_form;

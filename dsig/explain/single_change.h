@@ -10,8 +10,9 @@
 
 namespace vantrel::dsig::explain {
 
-// The tiers that the outcomes speak of are the likeliest changes and all of them.
-// How the search for a single changed octet ended.
+// How the search for a single changed octet ended, which tries the likeliest changes first and then
+// all of them. Typing errors, a digit that was corrected after
+// signing, and a forged amount all end here.
 enum class SingleChangeOutcome : std::uint8_t {
     Found,
     NotFound, // no single change of those tried gives the digest
@@ -25,7 +26,8 @@ enum class SingleChangeOutcome : std::uint8_t {
 // square of the form: a form of 4 KB takes about a second of one processor, and the processors that
 // are free share it. Where the budget allows for no more, only removals, exchanges and what people
 // change most (digits, letter case, blanks) are tried. On success `evidence` says where, what
-// stands there and what was signed.
+// stands there and what was signed. Blocking; the threads that it starts have ended when it
+// returns. The budget pays for the octets hashed before any is.
 [[nodiscard]] SingleChangeOutcome findSingleChange(std::string_view form, int hashId,
                                                    ByteView digest, Budget& budget,
                                                    std::string& evidence);

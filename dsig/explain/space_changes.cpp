@@ -1,4 +1,6 @@
 // White space between tags and in texts, but for that of whole lines (indentation_changes.cpp).
+// They are the work of XML tools that trim, of databases that normalize, and of mail programs that
+// wrap.
 
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
@@ -10,16 +12,18 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// A text with its neighbours.
+// A text with its neighbours. The neighbours decide whether white space is content or layout.
 struct TextPlace {
     std::string_view text;
     bool isBlank;
     bool isLeaf; // between a start tag and its own end tag
 };
 
-// What becomes of a text.
+// What becomes of a text. A plain function, so that the table is constant.
 using TextRule = std::string (*)(const TextPlace& place);
 
+// A guess that does no harm: a text that is taken for base64 and is none gives a form that nobody
+// signed.
 bool looksBase64(std::string_view text) {
     constexpr std::size_t kShortest = 40; // of a digest or longer; words are no base64
     constexpr std::string_view kDigits =
@@ -34,7 +38,8 @@ std::string withoutSpace(std::string_view text) {
     return out;
 }
 
-// XML Schema 1.0, 4.3.6, "collapse", but for the ends.
+// XML Schema 1.0, 4.3.6, "collapse", but for the ends. Facets of schema types do this to values; a
+// signer that validates before it digests sees the result.
 std::string collapsed(std::string_view text) {
     std::string out;
     for (const char c : text) {
@@ -47,7 +52,8 @@ std::string collapsed(std::string_view text) {
     return out;
 }
 
-// RFC 2045, 6.8 and RFC 7468: base64 in lines of a fixed length.
+// RFC 2045, 6.8 and RFC 7468: base64 in lines of a fixed length. The second length is that of PEM,
+// and its encoders end in line ends of their system.
 std::string wrapped(const TextPlace& place, std::size_t width, std::string_view end, bool around) {
     if (!looksBase64(place.text)) {
         return std::string(place.text);
@@ -68,6 +74,7 @@ struct SpaceRule {
 };
 
 // Rules that change less come before those that change more: where both fit, less was changed.
+// Evidence speaks of what was signed, not of what stands here, unless only that is known.
 constexpr SpaceRule kRules[] = {
     {"white space stands between tags that was not there when it was signed",
      [](const TextPlace& p) { return p.isBlank && !p.isLeaf ? "" : std::string(p.text); }},
@@ -105,19 +112,19 @@ constexpr SpaceRule kRules[] = {
      [](const TextPlace& p) { return wrapped(p, 64, "\n", true); }},
 };
 
-// Counts the texts that a rule changes.
+// Counts the texts that a rule changes. A rule that changes nothing leaves no places, and is not
+// offered.
 void applyRule(const std::vector<Token>& tokens, TextRule rule, Change& change) {
     std::size_t at = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const std::string_view text = tokens[i].text;
         if (tokens[i].kind == TokenKind::Text) {
-            const bool leaf = i > 0 && i + 1 < tokens.size() &&
-                              tokens[i - 1].kind == TokenKind::StartTag &&
-                              tokens[i + 1].kind == TokenKind::EndTag;
+            const bool leaf = isAllOfElement(tokens, i);
             const std::string becomes = rule({text, isBlank(text), leaf});
+            // A text that stays as it is counts as no place, so that evidence numbers what was
+            // changed.
             if (becomes != text) {
-                change.first = change.places == 0 ? at : change.first;
-                ++change.places;
+                notePlace(at, change);
             }
             change.octets += becomes;
         } else {
@@ -133,7 +140,8 @@ struct Replacement {
     std::string_view evidence;
 };
 
-// Characters that editors and mail programs exchange for blanks.
+// Characters that editors and mail programs exchange for blanks. Word processors put no-break
+// spaces in, editors expand tabs.
 constexpr Replacement kReplacements[] = {
     {"\t", " ", "tabs were digested as blanks"},
     {"\t", "  ", "tabs were two blanks when it was signed"},

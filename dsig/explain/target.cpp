@@ -18,7 +18,9 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// Refuses more than may be held.
+// Refuses more than may be held. An expansion bomb in a document would otherwise be written out in
+// full before anybody could look at its size. The canonicalizer stops at the first write that is
+// refused, so that nothing is made that nobody takes.
 class StringSink final : public xml::CanonSink {
 public:
     explicit StringSink(std::string& out) noexcept : m_out(out) {}
@@ -34,10 +36,12 @@ private:
     std::string& m_out;
 };
 
-// What a document may have around the elements of a form.
+// What a document may have around the elements of a form. Tags and comments outside of the apex;
+// beyond that the document is so large that even one canonicalization is too many.
 constexpr std::size_t kMostMarkup = std::size_t{4} << 20;
 
-// The method that an identifier and its element ask for.
+// The method that an identifier and its element ask for. By the same functions as a verification,
+// so that the two cannot differ.
 void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Target& target) {
     XmlCanon canonicalizer;
     selectTransformMethod(algorithm, canonicalizer);
@@ -45,6 +49,7 @@ void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Ta
                                                          : xml::CanonMethod::Inclusive;
     target.withComments = canonicalizer.m_withComments;
     target.prefixes.clear();
+    // Other methods have no list, whatever the element holds.
     if (target.method != xml::CanonMethod::Exclusive) {
         return;
     }
@@ -54,7 +59,8 @@ void setMethod(const StringBuffer& algorithm, const StringBuffer& prefixList, Ta
     }
 }
 
-// One transform of the list, canonicalizations noted and not carried out.
+// One transform of the list, canonicalizations noted and not carried out. False for a transform
+// that is not known or fails: the octets are then searched as a text alone.
 bool takeStep(const ClsXml& transform, const Selection& selection, const DSigReference& reference,
               const Rules& rules, WorkingText& text, Target& target) {
     // As dsig/reference/digest_input.cpp does it, whose names these are.
@@ -68,13 +74,18 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
         setMethod(algorithm, prefixList, target);
         return true;
     }
+    // Carried out as the document stands; that a signer may not have done so is a hypothesis of its
+    // own (otherSignatureRemovals).
     if (algorithm.containsSubstring("enveloped-signature")) {
         target.removesSignature = true;
         return removeEnvelopedSignature(selection, reference, rules, text, leniencies, log);
     }
+    // Decoding takes the text that canonicalization would give; what is searched is the element.
     if (algorithm.containsSubstring("xmldsig#base64")) {
         return true;
     }
+    // What is left are filters, of which the verifier knows the shapes that are in use. Any other
+    // makes the reference one without a target.
     StringBuffer xPath;
     return transform.getChildContentUtf8("*:XPath", xPath, false) &&
            xPathStep(&transform, text, algorithm, xPath, leniencies, log) == RefReason::Match;
@@ -84,6 +95,7 @@ bool takeStep(const ClsXml& transform, const Selection& selection, const DSigRef
 bool takeSteps(Document& document, const Selection& selection, const DSigReference& reference,
                const Rules& rules, WorkingText& text, Target& target) {
     LogNull log;
+    // No transforms are no failure.
     if (reference.m_transforms.isEmpty()) {
         return true;
     }
@@ -97,7 +109,7 @@ bool takeSteps(Document& document, const Selection& selection, const DSigReferen
     });
 }
 
-// Offsets in a text behind some edits.
+// Offsets in a text behind some edits. Few edits, so a walk for each offset is enough.
 class Shift {
 public:
     explicit Shift(std::span<const TextEdit> edits) noexcept : m_edits(edits) {}
@@ -117,7 +129,8 @@ private:
     std::span<const TextEdit> m_edits;
 };
 
-// The element in the edited text; kNoElement when it has gone with an edit.
+// The element in the edited text; kNoElement when it has gone with an edit. By its start, since
+// numbers change with the elements that went.
 xml::ElementId found(const Target& target, const xml::XmlDocument& in, const Shift& shift,
                      xml::ElementId element) {
     return element == xml::kNoElement
@@ -140,6 +153,7 @@ bool Target::holds(xml::ElementId element) const noexcept {
     return element != xml::kNoElement && isInside(rangeOf(element), extent());
 }
 
+// Wholly: an element that only holds an omitted one is still there.
 bool Target::omits(xml::ElementId element) const noexcept {
     return element != xml::kNoElement &&
            std::any_of(omitted.begin(), omitted.end(),
@@ -155,10 +169,12 @@ std::optional<std::string> canonicalForm(const Target& target) {
     request.apex = target.apex;
     request.inheritNamespaces = target.inheritNamespaces;
     request.order = target.order;
+    // A view: the target outlives the request.
     request.omitted = target.omitted;
     std::string form;
     StringSink sink(form);
-    // Not begun where it cannot end well: nobody would notice how long it took.
+    // Not begun where it cannot end well: nobody would notice how long it took. The text that is
+    // walked may be larger than the form: what is omitted is walked too.
     if (target.extent().length > kMostFormOctets + kMostMarkup) {
         return std::nullopt;
     }
@@ -186,6 +202,7 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
     if (result.structure == nullptr) {
         return std::nullopt;
     }
+    // A range that was edited away has become empty.
     const Shift shift(edits);
     result.apex = found(target, *result.structure, shift, target.apex);
     result.signature = found(target, *result.structure, shift, target.signature);
@@ -206,7 +223,8 @@ std::optional<Target> edited(const Target& target, std::span<const TextEdit> edi
 
 std::optional<Target> targetOfReference(Document& document, const Selection& selection,
                                         const DSigReference& reference, const Rules& rules) {
-    // The steps of a verification, the canonicalization left out: it is what is varied.
+    // The steps of a verification, the canonicalization left out: it is what is varied. A failure
+    // in between is no failure of the search: there is less to vary.
     const ReferenceTarget uri = targetOf(reference.m_uri);
     if (uri.kind == ReferenceTarget::Kind::External) {
         return std::nullopt;
@@ -227,6 +245,7 @@ std::optional<Target> targetOfReference(Document& document, const Selection& sel
             return std::nullopt;
         }
     }
+    // The same resolution of Ids as in a verification.
     xml::ElementId element = xml::kNoElement;
     const xml::FragmentTarget kind =
         xml::resolveFragment(*document.structure, uri.text.view(), element);
@@ -254,6 +273,7 @@ std::optional<Target> targetOfSignedInfo(const Document& document, const Selecti
     const Ref<ClsXml> signedInfo = Ref<ClsXml>::adopt(
         selection.signature != nullptr ? selection.signature->getChildWithTagUtf8("*:SignedInfo")
                                        : nullptr);
+    // A signature without one of the two has failed before there was a value to explain.
     if (!signedInfo || !canonicalizationMethod(selection.signature, algorithm, prefixList, log)) {
         return std::nullopt;
     }
@@ -261,6 +281,7 @@ std::optional<Target> targetOfSignedInfo(const Document& document, const Selecti
     target.structure = document.structure;
     target.apex = signedInfo->elementId();
     setMethod(algorithm, prefixList, target);
+    // Signers of one profile canonicalize SignedInfo as if nothing stood around it.
     target.inheritNamespaces = !rules.skXmlSignedDoc;
     target.order = rules.attributeOrder();
     target.signature = selection.element();

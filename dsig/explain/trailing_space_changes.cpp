@@ -8,7 +8,8 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// What editors strip at the ends of lines.
+// What editors strip at the ends of lines. "Strip trailing white space on save" is a default of
+// many editors, and no editor knows what is signed.
 bool isBlankOrTab(char c) { return c == ' ' || c == '\t'; }
 
 // Lines without the blanks and tabs at their ends.
@@ -16,12 +17,12 @@ Change trimmedLines(std::string_view form) {
     Change change{cause::kTrailingWhitespace,
                   "lines end in blanks that were not there when it was signed",
                   {}};
+    // In one pass: blanks are written, and taken back when a line end follows.
     std::size_t blanksFrom = 0; // behind what has been written and is no blank
     for (std::size_t at = 0; at < form.size(); ++at) {
         if (form[at] == '\n' && blanksFrom < at) {
             change.octets.resize(change.octets.size() - (at - blanksFrom));
-            change.first = change.places == 0 ? blanksFrom : change.first;
-            ++change.places;
+            notePlace(blanksFrom, change);
         }
         change.octets += form[at];
         if (!isBlankOrTab(form[at])) {
@@ -31,7 +32,8 @@ Change trimmedLines(std::string_view form) {
     return change;
 }
 
-// Texts of elements without the white space before the end tag.
+// Texts of elements without the white space before the end tag. Templates of forms leave a blank or
+// a line end behind a value.
 Change trimmedTexts(std::string_view form) {
     Change change{cause::kTrailingWhitespace,
                   "texts end in white space that was not there when it was signed",
@@ -46,19 +48,20 @@ Change trimmedTexts(std::string_view form) {
             while (isSpace(text.back())) {
                 text.remove_suffix(1);
             }
-            change.first = change.places == 0 ? at : change.first;
-            ++change.places;
+            notePlace(at, change);
         }
         change.octets += text;
     }
     return change;
 }
 
-// What a program may have written behind the last tag, and digested with the rest.
+// What a program may have written behind the last tag, and digested with the rest. Programs that
+// write with a "print line" function, or into a buffer whose length they take wrong by one.
 struct Ending {
     std::string_view text;
     std::string_view evidence;
 };
+// The NUL is that of a string in C, counted along.
 constexpr Ending kEndings[] = {
     {"\n", "a line end stood behind the last tag when it was signed"},
     {"\r\n", "CR LF stood behind the last tag when it was signed"},
@@ -70,7 +73,9 @@ constexpr Ending kEndings[] = {
 
 } // namespace
 
-// Canonical XML 1.0, 2.1 has nothing behind the document element but comments and instructions.
+// Canonical XML 1.0, 2.1 has nothing behind the document element but comments and instructions. So
+// a line end behind the last tag is never part of a canonical form, though it is part of nearly
+// every file.
 bool endChanges(std::string_view form, const ChangeVisit& visit) {
     // Both directions: something too many at the end, and something too few.
     std::size_t size = form.size();
@@ -97,11 +102,13 @@ bool endChanges(std::string_view form, const ChangeVisit& visit) {
 
 namespace {
 
-// Runs that may have stood there, the shortest first.
+// Runs that may have stood there, the shortest first. Tabs and blanks in a mixture are too rare for
+// the cost.
 constexpr std::array<std::string_view, 7> kLostSpace = {" ",    "  ",   "\t",   "   ",
                                                         "    ", "\t\t", "     "};
 
 // Places where white space may have been stripped: ends of lines, and of texts before an end tag.
+// An end tag behind another tag has no text before it.
 std::vector<std::size_t> strippedPlaces(std::string_view form) {
     // Ascending; a line end between tags counts, since editors strip all lines alike.
     std::vector<std::size_t> places;
@@ -128,7 +135,8 @@ bool trailingSpaceChanges(std::string_view form, const ChangeVisit& visit) {
     return false;
 }
 
-// At one place only: with several the combinations are too many.
+// At one place only: with several the combinations are too many. Whoever strips, strips all lines,
+// but a document mostly has one such line.
 bool restoredTrailingSpace(std::string_view form, const ChangeVisit& visit) {
     for (const std::size_t place : strippedPlaces(form)) {
         for (const std::string_view lost : kLostSpace) {

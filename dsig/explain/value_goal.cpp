@@ -23,12 +23,14 @@ namespace vantrel::dsig::explain {
 
 namespace {
 
-// Appendable forms of what the foundation gives as views and buffers.
+// Appendable forms of what the foundation gives as views and buffers. Empty for a hash that is not
+// known, which equals no digest.
 std::string digestOf(int hashId, ByteView octets) {
     std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
     return std::string(asText(crypto::hashBytes(hashId, octets, bytes)));
 }
 
+// Encoding in memory does not fail.
 std::string encoded(std::string_view octets, text::Encoding encoding) {
     StringBuffer text;
     static_cast<void>(text::encode(asBytes(octets), encoding, text));
@@ -44,7 +46,8 @@ bool decoded(std::string_view text, text::Encoding encoding, std::string& octets
     return true;
 }
 
-// The first code stays: it is that of the earlier step.
+// The first code stays: it is that of the earlier step. Evidence of both is kept, in the order of
+// the steps.
 Deviation both(const Deviation& one, const Deviation& other) {
     if (one.code.empty()) {
         return other;
@@ -55,7 +58,7 @@ Deviation both(const Deviation& one, const Deviation& other) {
     return {one.code, one.evidence + "; and " + other.evidence};
 }
 
-// `made`: by the value; `named`: by the method.
+// `made`: by the value; `named`: by the method. No difference is no deviation.
 Deviation otherHash(int made, int named) {
     if (made == named) {
         return {};
@@ -65,13 +68,14 @@ Deviation otherHash(int made, int named) {
                                             (named > 0 ? hashName(named) : std::string("another"))};
 }
 
-// How a digest becomes the text that is hashed again.
+// How a digest becomes the text that is hashed again. Which text depends on what the caller's
+// library prints a digest as.
 struct SecondHash {
     std::string_view what;
     std::string (*text)(std::string_view digest);
 };
 // Interfaces that sign a digest hash what they are given; callers who gave a digest had it hashed
-// twice.
+// twice. The first entry is the commonest, the others come from passing a digest on as text.
 constexpr SecondHash kSecondHashes[] = {
     {"the digest", [](std::string_view d) { return std::string(d); }},
     {"the digest's hexadecimal text",
@@ -83,7 +87,8 @@ constexpr SecondHash kSecondHashes[] = {
 
 constexpr std::size_t kLeastPadding = 8; // RFC 8017, 9.2
 
-// What stands behind 00 01 FF..FF 00; empty where the block has no such form.
+// What stands behind 00 01 FF..FF 00; empty where the block has no such form. A block of PKCS #1
+// v1.5 (RFC 8017, 8.2) is taken apart leniently: what follows is compared with known forms.
 std::string_view paddedContent(std::string_view block) {
     if (!block.starts_with(std::string_view("\0\1", 2))) {
         return {};
@@ -99,6 +104,7 @@ std::string_view paddedContent(std::string_view block) {
 std::vector<ValueReading> valueReadings(std::string_view given) {
     std::string text(given);
     std::erase_if(text, isSpace);
+    // Base64 in documents has line ends in it.
     std::vector<ValueReading> readings;
     std::string octets;
     std::string inner;
@@ -115,6 +121,7 @@ std::vector<ValueReading> valueReadings(std::string_view given) {
         if (decoded(octets, text::Encoding::Base64, inner)) {
             readings.push_back({inner, {cause::kValueEncoding, "the value is base64 of base64"}});
         }
+        // As r and s of DSA and ECDSA stand (RFC 4050, 3.3): two numbers of one size.
         if (octets.size() % 2 == 0) {
             const std::size_t half = octets.size() / 2;
             std::string reversed = octets;
@@ -125,6 +132,7 @@ std::vector<ValueReading> valueReadings(std::string_view given) {
                                  "the value's two numbers stand in reverse order of octets each"}});
         }
     }
+    // Hexadecimal digits are base64 digits too, so both readings are kept.
     if (decoded(text, text::Encoding::Hex, inner)) {
         readings.push_back(
             {inner, {cause::kValueEncoding, "the value is hexadecimal, not base64"}});
@@ -137,6 +145,7 @@ std::vector<ValueReading> valueReadings(std::string_view given) {
 
 std::vector<TriedSecret> secretReadings(std::string_view secret) {
     std::vector<TriedSecret> secrets{{std::string(secret), {}}};
+    // Each in the direction of one mistake: the signer took text for octets, or octets for text.
     const auto add = [&](std::string octets, std::string_view evidence) {
         secrets.push_back({std::move(octets), {cause::kSecretEncoding, std::string(evidence)}});
     };
@@ -153,7 +162,8 @@ std::vector<TriedSecret> secretReadings(std::string_view secret) {
         "the signer took the secret's text, upper-case hexadecimal, for the secret");
     add(encoded(secret, text::Encoding::Base64),
         "the signer took the secret's text, base64, for the secret");
-    // Hexadecimal that was meant as base64, and the other way round.
+    // Hexadecimal that was meant as base64, and the other way round. The caller gave one encoding
+    // and meant the other; the given octets are turned back into text for that.
     if (decoded(encoded(secret, text::Encoding::HexLower), text::Encoding::Base64, octets)) {
         add(octets, "the secret's text is base64, not hexadecimal");
     }
@@ -166,6 +176,7 @@ std::vector<TriedSecret> secretReadings(std::string_view secret) {
     if (const std::string_view core = trimmed(secret); core.size() < secret.size()) {
         add(std::string(core), "the secret was used without the white space around it");
     }
+    // Secrets read from a file with an editor's line end are common.
     add(std::string(secret) + "\n", "the secret was used with a line end behind it");
     return secrets;
 }
@@ -176,6 +187,7 @@ RsaGoal::RsaGoal(std::span<const ValueReading> values, std::span<const TriedKey>
     for (const ValueReading& value : values) {
         for (const TriedKey& tried : keys) {
             const RsaKeyData* const rsa = tried.key->getRsaKeyPtr();
+            // A value of another size cannot be this key's (RFC 8017, 8.2.2).
             if (rsa == nullptr || value.octets.size() != rsa->sizeInBytes() ||
                 !budget.takeKeyOperation(keyOperationWeight(*tried.key))) {
                 continue;
@@ -193,6 +205,8 @@ RsaGoal::RsaGoal(std::span<const ValueReading> values, std::span<const TriedKey>
 void RsaGoal::takeBlock(std::string block, std::size_t bits, const Deviation& deviation) {
     const std::string_view content = paddedContent(block);
     if (content.empty()) {
+        // No PKCS #1 v1.5 block. The trailer is all that a PSS block shows without a digest, so one
+        // other block in 256 is kept for nothing.
         constexpr char kTrailer = '\xBC'; // RFC 8017, 9.1.1
         if (block.back() == kTrailer) {
             const Deviation padding =
@@ -204,11 +218,13 @@ void RsaGoal::takeBlock(std::string block, std::size_t bits, const Deviation& de
         }
         return;
     }
+    // The form of the block tells how it was padded, whatever the method says.
     const Deviation padding =
         m_method.isPss
             ? Deviation{cause::kOtherPadding, "the value is padded by PKCS #1 v1.5, the method "
                                               "says RSASSA-PSS"}
             : Deviation{};
+    // With and without the NULL of the parameters: both are in use (RFC 8017, A.2.4).
     for (const int hashId : allHashes()) {
         for (const bool withNull : {true, false}) {
             const std::string_view prefix = asText(crypto::digestInfoPrefix(hashId, withNull));
@@ -220,7 +236,8 @@ void RsaGoal::takeBlock(std::string block, std::size_t bits, const Deviation& de
             }
         }
     }
-    // A digest, or its text, without a DigestInfo around.
+    // A digest, or its text, without a DigestInfo around. Signers that pass the digest to a raw
+    // private-key function leave the DigestInfo out.
     m_digests.push_back({std::string(content), kHashNone,
                          both(both(deviation, padding),
                               {cause::kOtherPadding,
@@ -229,6 +246,7 @@ void RsaGoal::takeBlock(std::string block, std::size_t bits, const Deviation& de
 
 bool RsaGoal::isDigestOf(const KnownDigest& known, ByteView octets, Depth depth,
                          Deviation& deviation) const {
+    // Without a name the size has to tell.
     const std::vector<int> hashes =
         known.hashId != kHashNone ? std::vector<int>{known.hashId} : allHashes();
     for (const int hashId : hashes) {
@@ -243,6 +261,7 @@ bool RsaGoal::isDigestOf(const KnownDigest& known, ByteView octets, Depth depth,
         if (depth == Depth::Plain) {
             continue;
         }
+        // The first hash may be another one than the second.
         for (const int first : allHashes()) {
             const std::string inner = digestOf(first, octets);
             for (const SecondHash& second : kSecondHashes) {
@@ -261,6 +280,7 @@ bool RsaGoal::isDigestOf(const KnownDigest& known, ByteView octets, Depth depth,
 
 bool RsaGoal::isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
                         Deviation& deviation) const {
+    // More combinations of hash and mask than these have not been seen.
     const std::vector<int> hashes =
         depth == Depth::Plain ? std::vector<int>{m_method.hashId} : allHashes();
     for (const int hashId : hashes) {
@@ -286,6 +306,7 @@ bool RsaGoal::isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
     return false;
 }
 
+// Digests before blocks: comparing costs a hash, a block costs its mask besides.
 bool RsaGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     return std::any_of(m_digests.begin(), m_digests.end(),
                        [&](const KnownDigest& each) {
@@ -296,12 +317,14 @@ bool RsaGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
            });
 }
 
+// The first is that of the plainest reading and the first key.
 int RsaGoal::knownHash() const { return m_digests.empty() ? kHashNone : m_digests.front().hashId; }
 
 ByteView RsaGoal::knownDigest() const {
     return m_digests.empty() ? ByteView() : asBytes(m_digests.front().digest);
 }
 
+// An estimate: the double hashes are left out, since few forms are tried with them.
 std::uint64_t RsaGoal::cost(std::size_t octets, Depth depth) const {
     constexpr std::uint64_t kPaddingCheck = 4096;
     const std::uint64_t hashes = depth == Depth::Plain ? 1 : allHashes().size();
@@ -313,7 +336,8 @@ CurveGoal::CurveGoal(std::vector<ValueReading> values, std::vector<TriedKey> key
                      ValueMethod method, Budget& budget)
     : m_values(std::move(values)), m_keys(std::move(keys)), m_method(method), m_budget(budget) {}
 
-// One operation of one key, where the budget allows it.
+// One operation of one key, where the budget allows it. The verdict in `verified` counts; a
+// malformed value is no error but a false one.
 bool CurveGoal::verifies(const TriedKey& key, const ValueReading& value, ByteView digest) {
     LogNull log;
     bool verified = false;
@@ -326,6 +350,7 @@ bool CurveGoal::verifies(const TriedKey& key, const ValueReading& value, ByteVie
         !m_budget.takeKeyOperation(keyOperationWeight(*key.key))) {
         return false;
     }
+    // Both sizes were bounded above.
     const auto size = static_cast<std::uint32_t>(octets.size());
     const auto digestSize = static_cast<std::uint32_t>(digest.size());
     if (isEc) {
@@ -342,6 +367,8 @@ bool CurveGoal::verifies(const TriedKey& key, const ValueReading& value, ByteVie
 // signature names.
 bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     const bool all = depth == Depth::Exhaustive;
+    // The hash of the method goes first: it is right in nearly all cases, and a hit ends the
+    // operations.
     std::vector<int> hashes{m_method.hashId};
     for (const int hashId : allHashes()) {
         if (all && hashId != m_method.hashId) {
@@ -385,6 +412,7 @@ bool MacGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     // XML Signature 1.1, 6.3.1: a MAC may be cut, though not shorter than this.
     constexpr std::size_t kShortestMac = 10;
     LogNull log;
+    // Other hashes are tried for the form as it stands only.
     const std::vector<int> hashes =
         depth == Depth::Exhaustive ? allHashes() : std::vector<int>{m_method.hashId};
     for (const int hashId : hashes) {
@@ -397,6 +425,8 @@ bool MacGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
             // Compared in variable time: the secret is the caller's, and so is the answer.
             const std::string_view mac = asText(bytes.view());
             for (const ValueReading& value : m_values) {
+                // HMACOutputLength belongs to the method; whoever cuts a MAC without saying so ends
+                // here.
                 const bool isCut = value.octets.size() < mac.size();
                 if (value.octets.size() < kShortestMac || !mac.starts_with(value.octets)) {
                     continue;

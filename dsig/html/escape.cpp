@@ -15,7 +15,9 @@ struct CharacterRange {
 };
 
 // Controls but tab and line feed; what Unicode calls default-ignorable or gives a direction; line
-// and paragraph separators; the tag characters, in which a whole hidden text can be written.
+// and paragraph separators; the tag characters, in which a whole hidden text can be written. The
+// list is of ranges, a few octets wide each, where a full Unicode table would be far larger and
+// change every year; a character missing here is shown as the browser shows it.
 constexpr std::array<CharacterRange, 18> kUnseen = {{{0x00, 0x08},
                                                      {0x0B, 0x1F},
                                                      {0x7F, 0x9F},
@@ -35,6 +37,7 @@ constexpr std::array<CharacterRange, 18> kUnseen = {{{0x00, 0x08},
                                                      {0x1D173, 0x1D17A},
                                                      {0xE0000, 0xE0FFF}}};
 
+// A walk, since it costs little beside a page that is bounded in size.
 bool isUnseen(char32_t character) noexcept {
     for (const CharacterRange range : kUnseen) {
         if (character >= range.first && character <= range.last) {
@@ -44,6 +47,8 @@ bool isUnseen(char32_t character) noexcept {
     return false;
 }
 
+// Quotes as well, though no attribute is made of such text: an escaped text stays harmless wherever
+// it is moved to. Empty for a character that needs none.
 std::string_view referenceFor(char32_t character) noexcept {
     switch (character) {
     case '<': return "&lt;";
@@ -62,6 +67,7 @@ void appendHex(std::uint32_t number, int digits, std::string& out) {
     }
 }
 
+// The box tells its number, so that two characters that look alike can be told apart.
 void appendNumber(char32_t character, std::string& out) {
     out += "<b class=\"x\">U+";
     appendHex(character, character > 0xFFFF ? 5 : 4, out);
@@ -69,10 +75,12 @@ void appendNumber(char32_t character, std::string& out) {
 }
 
 // Calls seen(view of a character or of its reference) and unseen(character, length) in turn; a byte
-// that begins no character comes as one of length 0.
+// that begins no character comes as one of length 0. Both ways of escaping go through here, so that
+// neither can forget a kind of character.
 template <class Seen, class Unseen>
 void forEachCharacter(std::string_view text, const Seen& seen, const Unseen& unseen) {
     while (!text.empty()) {
+        // A malformed sequence is shown octet by octet: nothing of a document is swallowed.
         char32_t character = 0;
         const std::size_t length = text::decodeUtf8(text, character);
         if (length == 0) {
@@ -83,6 +91,7 @@ void forEachCharacter(std::string_view text, const Seen& seen, const Unseen& uns
             const std::string_view reference = referenceFor(character);
             seen(reference.empty() ? text.substr(0, length) : reference);
         }
+        // At least one octet, so that the walk ends.
         text.remove_prefix(length == 0 ? 1 : length);
     }
 }
@@ -97,6 +106,7 @@ void appendText(std::string_view text, std::string& out) {
                 appendNumber(character, out);
                 return;
             }
+            // Two digits tell an octet from a character's number.
             out += "<b class=\"x\">";
             appendHex(character, 2, out);
             out += "</b>";
@@ -109,6 +119,7 @@ void appendPlain(std::string_view text, std::string& out) {
         [&](char32_t /*character*/, std::size_t /*length*/) { out += '?'; });
 }
 
+// Three quarters of what is shown are the front, since texts are told apart there.
 void appendShortened(std::string_view text, std::size_t most, std::string& out) {
     if (text.size() <= most) {
         appendText(text, out);
@@ -122,6 +133,7 @@ void appendShortened(std::string_view text, std::size_t most, std::string& out) 
     appendText(text.substr(back), out);
 }
 
+// Groups of three, from the right.
 std::string withGroups(std::size_t number) {
     const std::string digits = std::to_string(number);
     std::string out;
@@ -136,6 +148,7 @@ std::string counted(std::size_t number, std::string_view one, std::string_view m
     return withGroups(number) + " " + std::string(number == 1 ? one : many);
 }
 
+// Octets 10xxxxxx continue a character (RFC 3629, 3).
 std::size_t characterStart(std::string_view text, std::size_t at) noexcept {
     if (at >= text.size()) {
         return text.size();

@@ -21,16 +21,20 @@ namespace {
 using json::JsonValue;
 
 // Signatures with a part of the page; those that fail come before the others when there are more.
+// An archive may hold thousands of signatures, of which a page can be read by nobody.
 constexpr std::size_t kMostCards = 60;
-// Places without a signature's cover that are marked.
+// Places without a signature's cover that are marked. They are for finding places, and forty are
+// more than anybody visits.
 constexpr std::size_t kMostUncoveredMarks = 40;
 
-// One page on its way.
+// One page on its way. The parts that tell something are computed first, since the top of the page
+// speaks of all of them.
 class Page {
 public:
     Page(std::string_view title, const xml::XmlDocument& document,
          std::span<const PageSignature> signatures)
         : m_title(title), m_text(document.sourceText().view()), m_signatures(signatures) {
+        // A document has a root; without a place for it everything stands outside.
         static_cast<void>(document.sourceRange(0, m_root));
         for (const PageSignature& signature : signatures) {
             m_places.push_back(signature.places);
@@ -41,13 +45,16 @@ public:
     }
 
     void append(std::string& out) {
+        // Ahead of the cards, which link to what is marked.
         makeMarks();
         const std::string style = styleSheet(m_stretches);
+        // The policy comes ahead of anything that could break it: it holds from where it stands on.
         out += "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
                "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
                securityPolicy(style) +
                "\">\n<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">\n"
                "<meta name=\"referrer\" content=\"no-referrer\">\n<title>";
+        // The verdict is in the title too, for those who have many pages open.
         appendPlain(verdict(), out);
         out += ": ";
         appendPlain(m_title, out);
@@ -58,6 +65,7 @@ public:
         appendLegend(out);
         out += "<div class=\"doc\">\n";
         appendDocumentText(m_text, m_root, m_stretches, m_marks, out);
+        // What a reader must know to compare the page with an editor.
         out += "</div>\n</main>\n<footer>Offsets and numbers of octets are those of the text as "
                "UTF-8. Boxes stand for characters that are not seen. Line breaks without a "
                "number were added for reading.</footer>\n</body></html>\n";
@@ -65,6 +73,7 @@ public:
 
 private:
     // Reports are large beside what is needed of all of them, so one at a time is taken apart.
+    // Warnings decide the tone, and whether the key is known to anybody but the document.
     void readReports() {
         for (const PageSignature& signature : m_signatures) {
             const JsonValue report = parsed(signature);
@@ -72,6 +81,7 @@ private:
             m_isValid.push_back(isValid);
             m_validCount += isValid ? 1 : 0;
             for (const JsonValue& word : listOf(report, "warnings")) {
+                // All three mean the same to a reader: parts of what is shown were not signed.
                 m_hasGaps = m_hasGaps || word.text() == warning::kContentExcluded ||
                             word.text() == warning::kDocumentNotCovered ||
                             word.text() == warning::kCoverageUnknown;
@@ -80,6 +90,7 @@ private:
         }
     }
 
+    // The report is the library's own, so it is JSON; else the card would be an empty one.
     static JsonValue parsed(const PageSignature& signature) {
         JsonValue report;
         std::size_t faultAt = 0;
@@ -91,10 +102,12 @@ private:
         if (m_signatures.empty()) {
             return "No signature";
         }
+        // One that fails is enough: a document is as good as its worst signature.
         return m_validCount == m_signatures.size() ? "Valid" : "Not valid";
     }
 
-    // Valid is not all that counts.
+    // Valid is not all that counts. A green page for a document whose amount is not covered would
+    // be worse than no page.
     [[nodiscard]] std::string_view tone() const {
         if (m_signatures.empty() || m_validCount < m_signatures.size()) {
             return "bad";
@@ -102,6 +115,7 @@ private:
         return m_hasGaps || !isCoveredWhole() ? "note" : "good";
     }
 
+    // Signatures themselves are not content: none covers all of its own markup.
     [[nodiscard]] bool isCoveredWhole() const {
         return std::none_of(m_stretches.begin(), m_stretches.end(), [&](const Stretch& stretch) {
             return stretch.standing.inRoot && stretch.standing.covered == 0 &&
@@ -109,6 +123,7 @@ private:
         });
     }
 
+    // One sentence for those who read no further.
     void appendVerdict(std::string& out) const {
         out += "<header><div class=\"verdict " + std::string(tone()) + "\"><h1 class=\"" +
                std::string(tone()) + "\">" + verdict() + "</h1>\n<p><b>";
@@ -129,19 +144,24 @@ private:
             out += withGroups(count - m_validCount) + " of " +
                    counted(count, "signature does", "signatures do") + " not hold.";
         }
+        // Said at the top since it is the commonest misunderstanding: a signature that holds, by a
+        // key that came with the document, proves nothing about the signer (XML Signature 1.1,
+        // 4.5).
         if (m_hasOwnKey && m_validCount == count) {
             out += " Whose key it is, only the document itself says.";
         }
         out += "</p></div></header>\n";
     }
 
-    // The first ones, and in place of the last of them those that fail.
+    // The first ones, and in place of the last of them those that fail. In the order of the
+    // document all the same.
     [[nodiscard]] std::vector<std::size_t> shownCards() const {
         std::vector<std::size_t> order(m_signatures.size());
         for (std::size_t i = 0; i < order.size(); ++i) {
             order[i] = i;
         }
         if (order.size() > kMostCards) {
+            // Failures keep their order among each other.
             std::stable_partition(order.begin() + kMostCards / 2, order.end(),
                                   [&](std::size_t i) { return !m_isValid[i]; });
             order.resize(kMostCards);
@@ -153,6 +173,7 @@ private:
     void appendCards(std::string& out) const {
         const std::vector<std::size_t> shown = shownCards();
         for (const std::size_t i : shown) {
+            // A report is taken apart anew here and dropped again: a page holds one at a time.
             appendCard(parsed(m_signatures[i]), m_places[i], i, m_hasUncovered, out);
         }
         if (shown.size() < m_signatures.size()) {
@@ -161,16 +182,19 @@ private:
         }
     }
 
-    // The classes that the text has, and the colours.
+    // The classes that the text has, and the colours. For the legend: colours that do not occur
+    // need no words.
     void collectStandings() {
         for (const Stretch& stretch : m_stretches) {
             m_colours |= stretch.standing.covered;
             const std::string name = standingClass(stretch.standing);
+            // The colour of an "xx" is told by its number already.
             m_standings.insert(name.ends_with(" xx") ? "xx" : name);
         }
     }
 
-    // Only what the text has is explained.
+    // Only what the text has is explained. A legend of ten entries for a page with two colours
+    // would hide what matters.
     void appendLegend(std::string& out) const {
         constexpr std::pair<std::string_view, std::string_view> kOthers[] = {
             {"br", "a digest does not fit: changed since, or never signed so"},
@@ -182,8 +206,10 @@ private:
             {"pr", "outside the root element: no content"}};
         out += "<h2>The document</h2>\n<ul class=\"legend\">\n";
         for (std::size_t i = 0; i < std::min(m_places.size(), kColours); ++i) {
+            // A colour that no stretch has needs no line.
             const unsigned colour = 1U << i;
             if ((m_colours & colour) != 0) {
+                // Colours are few, so the last one may stand for several signatures.
                 const bool isLast = i + 1 == kColours && m_places.size() > kColours;
                 out += "<li><span class=\"sw m" + std::to_string(colour) + "\">covered by " +
                        (isLast ? "further signatures"
@@ -197,16 +223,21 @@ private:
                 out.append(text).append("</span></li>\n");
             }
         }
+        // Comments lie in covered text and are digested by few methods only; people must not take
+        // them for content.
         if (m_text.find("<!--") != std::string_view::npos) {
             out += "<li><span class=\"sw\"><em>comments: no content</em></span></li>\n";
         }
         out += "</ul>\n";
+        // Told beside the gaps themselves, ahead of the text.
         if (m_text.size() > kMostShown) {
             out += "<p class=\"note\">The document is large: its beginning, its end and the places "
                    "where the cover changes are shown.</p>\n";
         }
     }
 
+    // Marks come from signatures and from stretches, so they are sorted last; of equal places the
+    // signature's come first.
     void makeMarks() {
         for (const SignaturePlaces& signature : m_places) {
             markSignature(signature);
@@ -216,6 +247,7 @@ private:
                          [](const Mark& one, const Mark& other) { return one.at < other.at; });
     }
 
+    // All parts are the page's own, but for what the caller has escaped.
     static std::string label(std::string_view tone, const std::string& id,
                              const std::string& html) {
         return "<a class=\"k " + std::string(tone) + "\" href=\"#" + id + "\">" + html + "</a>";
@@ -224,10 +256,12 @@ private:
     void markSignature(const SignaturePlaces& signature) {
         const std::string number = std::to_string(signature.index);
         const std::string card = "s" + number;
+        // Without a place: the signature element came out of an entity.
         if (!signature.element.empty()) {
             m_marks.push_back({signature.element.start, idOfSignature(signature.index),
                                label("", card, "signature " + number)});
         }
+        // Cards list as many, so every link has its mark.
         const std::size_t count = std::min(signature.references.size(), kListed);
         for (std::size_t r = 0; r < count; ++r) {
             markReference(signature.references[r], signature.index, r);
@@ -238,9 +272,13 @@ private:
     void markReference(const ReferencePlaces& reference, std::size_t signature, std::size_t r) {
         const std::string card = "s" + std::to_string(signature);
         const std::string number = std::to_string(signature);
+        // The word follows the verdict: a reference that vouches for nothing names a place and does
+        // not cover it.
         const bool fails = reference.verdict != ReferencePlaces::Verdict::Holds;
         std::size_t listed = 0;
+        // The id goes to the first target; others are marked only.
         for (const xml::TextRange target : reference.targets) {
+            // Empty ranges have no place in the text.
             if (target.empty() || ++listed > kListed) {
                 continue;
             }
@@ -255,6 +293,7 @@ private:
             m_marks.push_back(
                 {target.end(), {}, label(fails ? "bad" : "good", card, number + " to here")});
         }
+        // Their reasons are codes of the library and hold no markup.
         for (std::size_t k = 0; k < std::min(reference.excluded.size(), kListed); ++k) {
             const ExcludedPlace& excluded = reference.excluded[k];
             m_marks.push_back(
@@ -263,8 +302,10 @@ private:
         }
     }
 
+    // The first one carries the id that warnings link to.
     void markUncovered() {
         std::size_t listed = 0;
+        // By class, so that marks stand exactly where the colour is.
         for (const Stretch& stretch : m_stretches) {
             if (standingClass(stretch.standing) != "un") {
                 continue;

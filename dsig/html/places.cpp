@@ -10,17 +10,21 @@ namespace {
 using xml::TextRange;
 using Verdict = ReferencePlaces::Verdict;
 
-// Empty for an element that came out of an entity: it has no place to be shown at.
+// Empty for an element that came out of an entity: it has no place to be shown at. So is one that
+// is not in this document at all.
 TextRange placeOf(const xml::XmlDocument& document, xml::ElementId element) {
     TextRange range;
     return element != xml::kNoElement && document.sourceRange(element, range) ? range : TextRange{};
 }
 
-// The rules of ZATCA invoices take the first digest as the signed octets, not SignedInfo.
+// The rules of ZATCA invoices take the first digest as the signed octets, not SignedInfo. With them
+// the value vouches for the first digest alone, and SignedInfo could be changed without harm to it;
+// showing it as covered would be wrong.
 bool valueIsOverSignedInfo(const SignatureReport& report) {
     return !report.accommodations.contains(accommodation::kZatcaRules);
 }
 
+// Only a value that holds covers anything.
 TextRange signedInfoOf(const SignatureReport& report, const xml::XmlDocument& document) {
     if (report.valid && report.signatureElement != xml::kNoElement &&
         valueIsOverSignedInfo(report)) {
@@ -33,12 +37,16 @@ TextRange signedInfoOf(const SignatureReport& report, const xml::XmlDocument& do
     return {};
 }
 
+// A digest that is tolerated is still one that does not fit: the option changes the verdict, not
+// the text.
 Verdict verdictOf(const SignatureReport& report, const ReferenceResult& reference) {
     const bool tolerated = reference.accommodations.contains(accommodation::kDigestTolerated);
     const bool mismatch = reference.reason == RefReason::Mismatch || tolerated;
     if (reference.checked && mismatch) {
         return Verdict::Broken;
     }
+    // Each of these has to be true: that the digest fits is worth nothing where the value does not
+    // vouch for the digest.
     const bool holds = reference.checked && reference.reason == RefReason::Match && report.valid &&
                        reference.isSigned && reference.coverageKnown;
     return holds ? Verdict::Holds : Verdict::Void;
@@ -49,6 +57,7 @@ ReferencePlaces placesOfReference(const SignatureReport& report, const Reference
     ReferencePlaces places;
     places.verdict = verdictOf(report, reference);
     places.wholeDocument = reference.covers == "document";
+    // All exclusions are taken out of what is covered, the signature's own included.
     std::vector<TextRange> absent;
     for (const Exclusion& exclusion : reference.excluded) {
         absent.push_back(exclusion.range);
@@ -57,6 +66,7 @@ ReferencePlaces placesOfReference(const SignatureReport& report, const Reference
             places.excluded.push_back({exclusion.range, exclusion.why});
         }
     }
+    // Element 0 is the root; comments and instructions around it are not coloured.
     if (places.wholeDocument) {
         places.targets.push_back(placeOf(document, 0));
     }
@@ -69,14 +79,16 @@ ReferencePlaces placesOfReference(const SignatureReport& report, const Reference
     return places;
 }
 
-// One side of a range, on its way through the text.
+// One side of a range, on its way through the text. Ranges nest and overlap in every way, since
+// each reference has its own. Sweeping over their ends needs no tree.
 struct Side {
     std::uint32_t at;
     std::uint8_t channel;
     bool opens;
 };
 
-// What is counted at each place: the colours, and what they cannot say.
+// What is counted at each place: the colours, and what they cannot say. The first kColours channels
+// are the colours themselves.
 enum Channel : std::uint8_t {
     kBroken = kColours,
     kVoid,
@@ -88,6 +100,7 @@ enum Channel : std::uint8_t {
 
 class Sweep {
 public:
+    // Ranges are counted, so that one that closes does not end another.
     void add(TextRange range, std::size_t channel) {
         if (!range.empty()) {
             m_sides.push_back({range.start, static_cast<std::uint8_t>(channel), true});
@@ -96,10 +109,12 @@ public:
     }
 
     std::vector<Stretch> run(std::uint32_t size) {
+        // Which of two at one place comes first does not matter: between them nothing is appended.
         std::sort(m_sides.begin(), m_sides.end(),
                   [](const Side& one, const Side& other) { return one.at < other.at; });
         std::uint32_t at = 0;
         for (const Side& side : m_sides) {
+            // A range that ends behind the text is cut there.
             const std::uint32_t next = std::min(side.at, size);
             append(xml::rangeOf(at, next));
             at = next;
@@ -109,6 +124,7 @@ public:
         return std::move(m_stretches);
     }
 
+    // An open count above zero says that the place lies in such a range.
 private:
     [[nodiscard]] Standing standing() const {
         Standing now;
@@ -124,10 +140,12 @@ private:
         return now;
     }
 
+    // Equal neighbours become one, so that the page has no borders that mean nothing.
     void append(TextRange range) {
         if (range.empty()) {
             return;
         }
+        // Computed once for a range, however long it is.
         const Standing now = standing();
         if (!m_stretches.empty() && m_stretches.back().standing == now) {
             m_stretches.back().range.length += range.length;
@@ -141,6 +159,8 @@ private:
     std::vector<Stretch> m_stretches;
 };
 
+// What is void or broken has no colour: it says nothing good of the text. Which of the counters a
+// reference's ranges go to.
 std::size_t channelOf(Verdict verdict, std::size_t colour) {
     switch (verdict) {
     case Verdict::Holds: return colour;
@@ -154,6 +174,7 @@ std::size_t channelOf(Verdict verdict, std::size_t colour) {
 
 SignaturePlaces placesOf(const SignatureReport& report, const xml::XmlDocument& document) {
     SignaturePlaces places;
+    // Indices count from 0; a report without one would have -1.
     places.index = static_cast<std::size_t>(std::max(report.index, 0));
     places.element = placeOf(document, report.signatureElement);
     places.signedInfo = signedInfoOf(report, document);
@@ -169,6 +190,7 @@ std::vector<Stretch> stretchesOf(std::span<const SignaturePlaces> signatures, xm
     sweep.add(root, kInRoot);
     for (std::size_t i = 0; i < signatures.size(); ++i) {
         const SignaturePlaces& signature = signatures[i];
+        // In the order given, which is that of the page's cards.
         const std::size_t colour = std::min(i, kColours - 1);
         sweep.add(signature.element, kInSignature);
         sweep.add(signature.signedInfo, colour);

@@ -11,9 +11,12 @@
 #include <vector>
 
 // Where in the loaded text a page has something to say, and how each stretch of it is vouched for.
+// Offsets are octets of the loaded text; what came out of entities has no place there and is not
+// shown.
 namespace vantrel::dsig::html {
 
-// Signatures are told apart by colour up to this number; the others share the last one.
+// Signatures are told apart by colour up to this number; the others share the last one. People tell
+// few colours apart, and a stretch may have several at once.
 inline constexpr std::size_t kColours = 7;
 
 // Something that was not digested, with its place.
@@ -22,7 +25,7 @@ struct ExcludedPlace {
     std::string_view why; // a code of namespace exclusion
 };
 
-// What one reference says of the text.
+// What one reference says of the text. XML Signature 1.1, 4.4.3: several may name the same element.
 struct ReferencePlaces {
     // Holds: digest and value fit. Broken: the digest does not fit the text. Void: nothing vouches
     // for it, since the value does not hold, or is not over it, or its coverage is not known.
@@ -32,10 +35,12 @@ struct ReferencePlaces {
     bool wholeDocument = false;
     std::vector<xml::TextRange> targets; // what it names
     std::vector<xml::TextRange> covered; // what of that was digested
+    // The signature itself is left out by the enveloped-signature transform, as it should be.
     std::vector<ExcludedPlace> excluded; // what was not, the signature itself apart
 };
 
-// What one signature says of the text. A value, so that it outlives the next verification.
+// What one signature says of the text. A value, so that it outlives the next verification. Kept by
+// its caller until the page is written.
 struct SignaturePlaces {
     std::size_t index = 0;
     xml::TextRange element;
@@ -43,11 +48,13 @@ struct SignaturePlaces {
     std::vector<ReferencePlaces> references;
 };
 
-// The report must be of this document.
+// The report must be of this document. References are in the order of the report. May throw
+// std::bad_alloc.
 [[nodiscard]] SignaturePlaces placesOf(const SignatureReport& report,
                                        const xml::XmlDocument& document);
 
-// How a stretch of the text is vouched for, by all signatures together.
+// How a stretch of the text is vouched for, by all signatures together. The questions are
+// independent: a stretch may be covered by one signature and excluded from another.
 struct Standing {
     std::uint8_t covered = 0; // a bit for each colour
     bool broken = false;
@@ -59,13 +66,15 @@ struct Standing {
     friend bool operator==(const Standing&, const Standing&) = default;
 };
 
+// Never empty.
 struct Stretch {
     xml::TextRange range;
     Standing standing;
 };
 
 // The whole text of `size` octets in stretches of equal standing, in order; neighbours differ. Time
-// grows with the number of ranges, not with the text.
+// grows with the number of ranges, not with the text. Sorting the ends of the ranges is all that is
+// more than linear.
 [[nodiscard]] std::vector<Stretch> stretchesOf(std::span<const SignaturePlaces> signatures,
                                                xml::TextRange root, std::uint32_t size);
 

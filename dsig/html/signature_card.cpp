@@ -14,9 +14,11 @@ namespace {
 
 using json::JsonValue;
 
-// Longer texts of a report are shown without their middle.
+// Longer texts of a report are shown without their middle. Names in certificates can be of any
+// length.
 constexpr std::size_t kMostText = 600;
 
+// Everything that is said of a report goes through here or through code().
 std::string escaped(std::string_view text) {
     std::string out;
     appendShortened(text, kMostText, out);
@@ -25,6 +27,7 @@ std::string escaped(std::string_view text) {
 
 std::string code(std::string_view text) { return "<code>" + escaped(text) + "</code>"; }
 
+// `html` is escaped already, and so in the functions below wherever a parameter has this name.
 std::string link(const std::string& id, const std::string& html) {
     return "<a href=\"#" + id + "\">" + html + "</a>";
 }
@@ -33,6 +36,7 @@ std::string coloured(std::string_view tone, const std::string& html) {
     return "<b class=\"" + std::string(tone) + "\">" + html + "</b>";
 }
 
+// The words are those of the JSON report. "not-checked" is neither good nor bad: nobody looked.
 std::string_view toneOf(std::string_view status) {
     if (status == "valid" || status == "match") {
         return "good";
@@ -40,7 +44,8 @@ std::string_view toneOf(std::string_view status) {
     return status == "not-checked" ? "note" : "bad";
 }
 
-// A term and what is said of it; nothing where nothing is.
+// A term and what is said of it; nothing where nothing is. Entries that say nothing would make a
+// reader search for their meaning.
 void appendEntry(std::string_view term, const std::string& html, std::string& out) {
     if (!html.empty()) {
         out.append("<dt>").append(term).append("</dt><dd>").append(html).append("</dd>\n");
@@ -49,7 +54,8 @@ void appendEntry(std::string_view term, const std::string& html, std::string& ou
 
 std::string paragraph(const std::string& html) { return html.empty() ? "" : "<p>" + html + "</p>"; }
 
-// The codes of a list, joined by commas.
+// The codes of a list, joined by commas. Codes are shown as they are: whoever looks one up in the
+// documents or in the JSON finds it.
 std::string words(const JsonValue& object, std::string_view name) {
     std::string out;
     for (const JsonValue& word : listOf(object, name)) {
@@ -58,6 +64,7 @@ std::string words(const JsonValue& object, std::string_view name) {
     return out;
 }
 
+// There is one at most.
 const JsonValue* usedKey(const JsonValue& report) {
     for (const JsonValue& key : listOf(report, "keys")) {
         if (flagOf(key, "used")) {
@@ -67,6 +74,7 @@ const JsonValue* usedKey(const JsonValue& report) {
     return nullptr;
 }
 
+// The source tells whose word the key is.
 std::string keyWords(const JsonValue& key) {
     std::string out = escaped(textOf(key, "type"));
     const std::string_view curve = textOf(key, "curve");
@@ -78,7 +86,8 @@ std::string keyWords(const JsonValue& key) {
     return out + ", from " + escaped(textOf(key, "source"));
 }
 
-// Whose certificate it is, and when and by whom it was issued.
+// Whose certificate it is, and when and by whom it was issued. These are claims of the certificate;
+// whether anybody vouches for it is a warning's business.
 std::string holder(const JsonValue& certificate) {
     const std::string_view subject = textOf(certificate, "subject");
     if (subject.empty()) {
@@ -92,6 +101,7 @@ std::string holder(const JsonValue& certificate) {
     return out;
 }
 
+// The signer as the report names it, or else the certificate of the key that verified.
 void appendSigner(const JsonValue& report, std::string& out) {
     const JsonValue* const key = usedKey(report);
     const JsonValue* const named = report.find("signer");
@@ -99,6 +109,7 @@ void appendSigner(const JsonValue& report, std::string& out) {
     if (signer != nullptr) {
         const std::string name = holder(*signer);
         std::string_view fingerprint = textOf(*signer, "spkiSha256");
+        // A key without a name is told by its fingerprint.
         appendEntry("Signer",
                     (name.empty() ? "<p>Nobody is named.</p>" : name) +
                         (fingerprint.empty() ? "" : paragraph("key " + code(fingerprint))),
@@ -108,6 +119,7 @@ void appendSigner(const JsonValue& report, std::string& out) {
         appendEntry("Key", keyWords(*key), out);
         return;
     }
+    // Where no key verified, what was tried helps to find the one that is missing.
     std::string tried;
     for (const JsonValue& one : listOf(report, "keys")) {
         const std::string subject = escaped(textOf(one, "subject"));
@@ -116,7 +128,8 @@ void appendSigner(const JsonValue& report, std::string& out) {
     appendEntry("Keys tried", tried, out);
 }
 
-// What went wrong and what may be done about it.
+// What went wrong and what may be done about it. The code stands behind the sentence, for
+// searching.
 std::string causeOf(const JsonValue& object) {
     const JsonValue* const cause = object.find("cause");
     if (cause == nullptr) {
@@ -131,7 +144,8 @@ std::string causeOf(const JsonValue& object) {
     return out;
 }
 
-// The text has marks for the listed references only, and none for what came out of an entity.
+// The text has marks for the listed references only, and none for what came out of an entity. So
+// the link would lead nowhere.
 std::string linkTo(const std::string& id, bool isMarked, const std::string& html) {
     return isMarked ? link(id, html) : html;
 }
@@ -144,8 +158,11 @@ std::string exceptions(const JsonValue& reference, const ReferencePlaces& places
     std::size_t listed = 0;
     for (const JsonValue& one : listOf(reference, "excluded")) {
         if (listed == std::min(places.excluded.size(), kListed)) {
+            // The limit of the marks is that of the list.
             break;
         }
+        // Both lists are matched by their places, not by their numbers, since one leaves out what
+        // the other has.
         const xml::TextRange range = places.excluded[listed].range;
         if (numberOf(one, "start") != range.start || numberOf(one, "length") != range.length) {
             continue;
@@ -156,6 +173,7 @@ std::string exceptions(const JsonValue& reference, const ReferencePlaces& places
                " (" + escaped(textOf(one, "why")) + ")";
         ++listed;
     }
+    // Counted, not dropped.
     if (places.excluded.size() > listed && listed > 0) {
         out += " and " + withGroups(places.excluded.size() - listed) + " more";
     }
@@ -167,9 +185,11 @@ std::string target(const JsonValue& reference, const ReferencePlaces& places, st
     const std::string_view covers = textOf(reference, "covers");
     const std::string id = idOfTarget(signature, index);
     const std::string except = exceptions(reference, places, signature, index);
+    // At least one place that the page shows.
     const bool isMarked =
         index < kListed && std::any_of(places.targets.begin(), places.targets.end(),
                                        [](xml::TextRange range) { return !range.empty(); });
+    // The three ways in which a reference covers something here, by the report's own words.
     if (covers == "document") {
         return linkTo(id, isMarked, except.empty() ? "the whole document" : "the document") +
                except;
@@ -180,9 +200,11 @@ std::string target(const JsonValue& reference, const ReferencePlaces& places, st
     if (covers == "elements") {
         return linkTo(id, isMarked, "elements") + " " + words(reference, "paths") + except;
     }
+    // What is not in this document cannot be linked to.
     return (covers == "external" ? "external " : "") + code(textOf(reference, "uri"));
 }
 
+// Of a digest that matches both are the same, and of one that was not checked there is no second.
 std::string digests(const JsonValue& reference) {
     const JsonValue* const digest = reference.find("digest");
     if (digest == nullptr || textOf(reference, "status") != "mismatch") {
@@ -199,19 +221,23 @@ std::string referenceText(const JsonValue& reference, const ReferencePlaces& pla
     std::string out = coloured(toneOf(status), escaped(status)) + " " +
                       target(reference, places, signature, index) + ", " +
                       escaped(shortAlgorithm(textOf(reference, "digestMethod")));
+    // Missing means that it is signed, or that nobody asked.
     if (const JsonValue* const isSigned = reference.find("signed");
         isSigned != nullptr && isSigned->kind() == JsonValue::Kind::False) {
         out += ", " + coloured("note", "not signed by the value");
     }
+    // A reference that holds by a leniency has to say so beside its verdict.
     if (const std::string leniencies = words(reference, "accommodations"); !leniencies.empty()) {
         out += ", by leniency " + leniencies;
     }
     return paragraph(out) + causeOf(reference) + digests(reference);
 }
 
-// The first ones and those that do not match; the others are counted.
+// The first ones and those that do not match; the others are counted. Twice as many when they fail,
+// since those are what the page is opened for.
 std::string references(const JsonValue& report, const SignaturePlaces& places) {
     const std::vector<JsonValue>& list = listOf(report, "references");
+    // Both lists come from one verification; the shorter one bounds the walk all the same.
     const std::size_t count = std::min(list.size(), places.references.size());
     std::string out;
     std::size_t listed = 0;
@@ -229,7 +255,7 @@ std::string references(const JsonValue& report, const SignaturePlaces& places) {
     return out;
 }
 
-// Where the text shows what a warning is about.
+// Where the text shows what a warning is about. Empty where there is no such place.
 std::string placeOf(std::string_view warning, const SignaturePlaces& places, bool hasUncovered) {
     if (warning == warning::kDocumentNotCovered && hasUncovered) {
         return kUncoveredId;
@@ -240,12 +266,14 @@ std::string placeOf(std::string_view warning, const SignaturePlaces& places, boo
             return idOfExclusion(places.index, i, 0);
         }
     }
+    // Other warnings are about the signature as a whole.
     return places.element.empty() ? std::string() : idOfSignature(places.index);
 }
 
 std::string warnings(const JsonValue& report, const SignaturePlaces& places, bool hasUncovered) {
     std::string out;
     for (const JsonValue& word : listOf(report, "warnings")) {
+        // A word without a sentence stands for itself.
         const std::string_view sentence = sentenceOf(word.text());
         const std::string id = placeOf(word.text(), places, hasUncovered);
         std::string text(sentence);
@@ -255,6 +283,7 @@ std::string warnings(const JsonValue& report, const SignaturePlaces& places, boo
     return out;
 }
 
+// A time-stamp that is not there is no failure and needs no line.
 std::string timestamp(const JsonValue& report) {
     const std::string_view status = textOf(report, "timestamp");
     if (status == "absent" || status.empty()) {
@@ -267,9 +296,11 @@ std::string timestamp(const JsonValue& report) {
     return out;
 }
 
+// The number has the signature's colour, which is what ties the card to the text.
 void appendHeading(const JsonValue& report, const SignaturePlaces& places, std::size_t number,
                    std::string& out) {
     const std::string_view status = textOf(report, "status");
+    // Signatures beyond the number of colours share the last one, as in the text.
     const unsigned colour = 1U << std::min(number, kColours - 1);
     const std::string name = "Signature " + std::to_string(places.index);
     out += "<h2><span class=\"sw m" + std::to_string(colour) + "\">" +
@@ -281,7 +312,8 @@ void appendHeading(const JsonValue& report, const SignaturePlaces& places, std::
     out += coloured(toneOf(status), escaped(status)) + "</h2>\n";
 }
 
-// Without a cause the deciding line of the log is the reason.
+// Without a cause the deciding line of the log is the reason. The log's last line is written for
+// developers, and better than nothing.
 std::string reason(const JsonValue& report) {
     const std::string cause = causeOf(report);
     return cause.empty() ? paragraph(escaped(textOf(report, "reason"))) : cause;
@@ -305,6 +337,7 @@ void appendCard(const JsonValue& report, const SignaturePlaces& places, std::siz
     out += "<article class=\"card\" id=\"s" + std::to_string(places.index) + "\">";
     appendHeading(report, places, number, out);
     out += "<dl>\n";
+    // First why, since nothing else is read when it fails.
     appendEntry("Why", reason(report), out);
     const std::string_view value = textOf(report, "value");
     if (!value.empty()) {

@@ -6,6 +6,8 @@ namespace vantrel::dsig::html {
 
 namespace {
 
+// Said to people who have never read the standard, in a sentence each. The codes stay beside them.
+// A new warning without an entry here shows its code alone.
 struct Word {
     std::string_view code;
     std::string_view text;
@@ -47,6 +49,7 @@ constexpr Word kWarnings[] = {
 
 } // namespace
 
+// Codes come from a report, so one that is not known is no error.
 std::string_view sentenceOf(std::string_view warning) noexcept {
     for (const Word& word : kWarnings) {
         if (word.code == warning) {
@@ -56,6 +59,8 @@ std::string_view sentenceOf(std::string_view warning) noexcept {
     return {};
 }
 
+// Identifiers end in "#sha256", "/xmlenc#sha256" or ":sha256", by the taste of their time. It is
+// shown and never compared.
 std::string_view shortAlgorithm(std::string_view identifier) noexcept {
     constexpr std::string_view kMarks = "#/:";
     // Some identifiers end in a mark.

@@ -6,6 +6,8 @@
 #include "foundation/xml/locate/XmlSigLocate.h"
 #include "foundation/xml/scan/_vlXmlDtd.h"
 
+#include <optional>
+
 namespace vantrel::dsig {
 
 namespace {
@@ -72,19 +74,21 @@ bool removeEnvelopedSignature(const Selection& selection, const DSigReference& r
     if (!locate(selection, reference, text, signature, log)) {
         return true;
     }
-    bool more = false;
-    const std::uint32_t length = lengthWithFollowingSignatures(
-        text.searchable().text(), signature.start, signature.length, more);
-    if (more) {
+    const std::optional<SignatureRow> row = signatureRow(text.searchable().text(), signature.start,
+                                                         signature.length, text.account(), log);
+    if (!row) {
+        return false;
+    }
+    if (row->more) {
         leniencies.add(accommodation::kLimit100);
     }
-    if (length == signature.length) {
+    if (row->length == signature.length) {
         return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
     }
     leniencies.add(accommodation::kEnvelopedExtraRemoved);
     const WorkingText::Cut cuts[] = {
         {signature, exclusion::kEnvelopedSignature},
-        {{signature.end(), length - signature.length}, exclusion::kEnvelopedExtra}};
+        {{signature.end(), row->length - signature.length}, exclusion::kEnvelopedExtra}};
     return text.takeOut(cuts, log);
 }
 

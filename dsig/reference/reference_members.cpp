@@ -73,9 +73,10 @@ bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& workingText, StringBu
 }
 
 bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& text, std::uint32_t start,
-                                                 std::uint32_t length, LogBase& /*log*/) {
-    bool more = false;
-    text.removeChunk(start, dsig::lengthWithFollowingSignatures(text.view(), start, length, more));
+                                                 std::uint32_t length, LogBase& log) {
+    const std::optional<dsig::SignatureRow> row =
+        dsig::signatureRow(text.view(), start, length, nullptr, log);
+    text.removeChunk(start, row ? row->length : length);
     return true;
 }
 

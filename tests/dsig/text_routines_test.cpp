@@ -146,11 +146,33 @@ TEST(TextRoutines, AdjacentSignatures) {
     forEachVector(kFile, "Adjacent", [](VecCase& c) {
         const std::string own = c.escaped("Own");
         const std::string text = "<r>" + own + c.escaped("Behind");
-        bool more = false;
-        const std::uint32_t length = dsig::lengthWithFollowingSignatures(
-            text, 3, static_cast<std::uint32_t>(own.size()), more);
-        EXPECT_EQ(text.substr(3 + length), c.escaped("Out")) << c.where();
+        LogNull log;
+        const auto length = static_cast<std::uint32_t>(own.size());
+        const auto row = dsig::signatureRow(text, 3, length, nullptr, log);
+        ASSERT_TRUE(row) << c.where();
+        EXPECT_EQ(text.substr(3 + row->length), c.escaped("Out")) << c.where();
     });
+}
+
+// The last end tag counts wherever it stands, and what is searched for it is paid for.
+TEST(TextRoutines, AdjacentSignaturesPayForTheirSearch) {
+    const std::string own = "<Signature/>";
+    const std::string row = own + "<p:Signature/></p:Signature>";
+    for (const std::size_t tail : {0U, 4085U, 4090U, 4096U, 12280U, 12288U, 300000U}) {
+        const std::string text = row + std::string(tail, 'x');
+        RecordingLog log;
+        dsig::Limits limits;
+        dsig::WorkAccount account(text.size(), limits);
+        const auto length = static_cast<std::uint32_t>(own.size());
+        const auto found = dsig::signatureRow(text, 0, length, &account, log);
+        ASSERT_TRUE(found) << tail;
+        EXPECT_EQ(found->length, row.size()) << tail;
+        EXPECT_GE(account.octets(), tail);
+        EXPECT_LE(account.octets(), text.size());
+        limits.workOctets = account.octets() - 1;
+        EXPECT_FALSE(dsig::signatureRow(text, 0, length, &account, log)) << tail;
+        EXPECT_TRUE(log.hasError("workOctets"));
+    }
 }
 
 TEST(TextRoutines, Captures) {

@@ -38,6 +38,8 @@ CandidateStore::CandidateStore(const PathQuery& query) {
         }
         return place;
     };
+    // The target is added first: a target that is an anchor too stays one certificate, and a path
+    // of one.
     m_target = add(*query.target);
     for (const VantrelX509* const anchor : query.anchors) {
         add(*anchor)->isAnchor = true;
@@ -45,6 +47,8 @@ CandidateStore::CandidateStore(const PathQuery& query) {
     for (const VantrelX509* const certificate : query.candidates) {
         add(*certificate);
     }
+    // Those with an empty subject cannot be named as an issuer (RFC 5280 4.1.2.4), so they are not
+    // looked for. Nor are those whose subject could not be read.
     for (const Candidate& candidate : m_all) {
         if (!candidate.facts.subject.empty()) {
             m_bySubject[candidate.facts.subject].push_back(&candidate);

@@ -11,15 +11,20 @@
 
 namespace vantrel::x509 {
 
-// A certificate that may stand on a path.
+// A certificate that may stand on a path. The validation never changes one, so that searches can
+// share them by their addresses.
 struct Candidate {
     CertificateFacts facts;
     bool isAnchor = false;
 };
 
-// All certificates of a query, each once however often it was given, found by subject.
+// All certificates of a query, each once however often it was given, found by subject. Not
+// copyable: the index holds views into the certificates' own subjects, and everybody else holds
+// their addresses.
 class CandidateStore final {
 public:
+    // Reads every certificate of the query. One that cannot be read is kept with its fault, so that
+    // the reason can be told where it is the target or the only way up. May throw std::bad_alloc.
     explicit CandidateStore(const PathQuery& query);
     CandidateStore(const CandidateStore&) = delete;
     CandidateStore& operator=(const CandidateStore&) = delete;
@@ -33,8 +38,11 @@ public:
                                                             std::int64_t time) const;
 
 private:
+    // A deque, since the addresses of candidates must not change while it grows.
     std::deque<Candidate> m_all;
     const Candidate* m_target = nullptr;
+    // The keys are views of the subjects in m_all. Hashed, since a document may bring thousands of
+    // certificates of one authority.
     std::unordered_map<std::string_view, std::vector<const Candidate*>> m_bySubject;
 };
 

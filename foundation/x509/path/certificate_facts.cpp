@@ -20,11 +20,13 @@ namespace {
 // SkipCerts and pathLenConstraint: INTEGER (0..MAX). One that is larger than any path is as good as
 // the largest number here.
 bool readCount(ByteView contents, std::optional<std::uint32_t>& count) noexcept {
+    // A negative number is outside of the grammar: there is nothing that it could allow.
     if (contents.empty() || (contents[0] & 0x80U) != 0) {
         return false;
     }
     const ByteView magnitude = asn1::withoutLeadingZeros(contents);
     std::uint32_t value = std::numeric_limits<std::uint32_t>::max();
+    // Up to three octets fit without a look at the carry, and no path is as long as that.
     if (magnitude.size() < 4) {
         value = 0;
         for (const std::uint8_t byte : magnitude) {
@@ -41,6 +43,8 @@ bool enterValue(ByteView value, DerReader& fields) noexcept {
     return reader.enter(Tag::Sequence, fields) && reader.atEnd();
 }
 
+// Each reader below takes the value of one extension and must use all of it: octets behind what the
+// grammar has may mean something to another program, and then the two disagree about a certificate.
 bool readSubjectKeyId(ByteView value, bool /*critical*/, CertificateFacts& facts) {
     // SubjectKeyIdentifier ::= KeyIdentifier ::= OCTET STRING
     DerReader reader(value);
@@ -60,11 +64,14 @@ bool readAuthorityKeyId(ByteView value, bool /*critical*/, CertificateFacts& fac
         !fields.read(asn1::contextPrimitive(0), facts.authorityKeyId)) {
         return false;
     }
+    // Issuer and serial number would name one certificate and not a key, and go wrong as soon as an
+    // authority is certified anew. Nothing is decided by them.
     return fields.skipOptional(asn1::contextConstructed(1)) &&
            fields.skipOptional(asn1::contextPrimitive(2)) && fields.atEnd();
 }
 
 bool readKeyUsage(ByteView value, bool /*critical*/, CertificateFacts& facts) {
+    // KeyUsage ::= BIT STRING { digitalSignature (0), ..., decipherOnly (8) }
     DerReader reader(value);
     std::uint32_t bits = 0;
     if (!asn1::readNamedBits(reader, bits) || !reader.atEnd()) {
@@ -112,6 +119,8 @@ bool readPurposes(ByteView value, bool /*critical*/, CertificateFacts& facts) {
 
 bool readAlternativeNames(ByteView value, bool /*critical*/, CertificateFacts& facts) {
     DerReader names;
+    // Unlike the directory names of a list, names of any form are read and kept: a constraint may
+    // be about each of them.
     facts.hasAlternativeNames = true;
     return enterValue(value, names) && readGeneralNames(names, facts.alternativeNames);
 }
@@ -125,6 +134,9 @@ bool readSubtrees(DerReader list, std::vector<ComparableName>& subtrees) {
         // GeneralSubtree ::= SEQUENCE { base GeneralName, minimum [0] BaseDistance DEFAULT 0,
         //     maximum [1] BaseDistance OPTIONAL }: no profile uses the distances.
         DerReader subtree;
+        // An authority that writes minimum or maximum is refused by the atEnd() below (RFC 5280
+        // 4.2.1.10: minimum MUST be zero, maximum MUST be absent). A base that cannot be judged is
+        // a fault of the authority: to pass over it would let through what it was to stop.
         ComparableName base;
         if (!list.enter(Tag::Sequence, subtree) || !readGeneralName(subtree, base.name) ||
             !subtree.atEnd() || !isUsableConstraint(base.name) ||
@@ -142,6 +154,8 @@ bool readNameConstraints(ByteView value, bool /*critical*/, CertificateFacts& fa
     //     permittedSubtrees  [0] GeneralSubtrees OPTIONAL,
     //     excludedSubtrees   [1] GeneralSubtrees OPTIONAL }
     DerReader fields;
+    // An empty extension says nothing and RFC 5280 4.2.1.10 forbids it. Somebody meant something
+    // that got lost, which is no reason to trust more.
     if (!enterValue(value, fields) || fields.atEnd()) {
         return false;
     }
@@ -222,6 +236,7 @@ bool readMappings(ByteView value, bool /*critical*/, CertificateFacts& facts) {
             !mapping.read(Tag::Oid, subjectPolicy) || !mapping.atEnd()) {
             return false;
         }
+        // The same pair may stand twice; the graph makes one edge of it.
         facts.mappings.emplace_back(issuerPolicy, subjectPolicy);
     }
     return true;
@@ -232,6 +247,7 @@ bool readPolicyConstraints(ByteView value, bool /*critical*/, CertificateFacts& 
     //     requireExplicitPolicy  [0] SkipCerts OPTIONAL,
     //     inhibitPolicyMapping   [1] SkipCerts OPTIONAL }
     DerReader fields;
+    // Empty is forbidden, as for name constraints (RFC 5280 4.2.1.11).
     if (!enterValue(value, fields) || fields.atEnd()) {
         return false;
     }
@@ -250,6 +266,7 @@ bool readPolicyConstraints(ByteView value, bool /*critical*/, CertificateFacts& 
 }
 
 bool readInhibitAnyPolicy(ByteView value, bool /*critical*/, CertificateFacts& facts) {
+    // InhibitAnyPolicy ::= SkipCerts
     DerReader reader(value);
     ByteView count;
     return reader.read(Tag::Integer, count) && reader.atEnd() &&
@@ -257,6 +274,8 @@ bool readInhibitAnyPolicy(ByteView value, bool /*critical*/, CertificateFacts& f
 }
 
 bool readPoints(ByteView value, bool /*critical*/, CertificateFacts& facts) {
+    // Read with the others although only revocation needs it: a malformed one is a fault of the
+    // certificate, whether somebody asks for its status or not.
     return readDistributionPoints(value, facts.distributionPoints);
 }
 
@@ -265,6 +284,8 @@ bool passOver(ByteView /*value*/, bool /*critical*/, CertificateFacts& /*facts*/
 
 struct KnownExtension {
     ByteView id;
+    // A reader may set unknownCritical by itself, where it understands the extension but not what
+    // it binds us to.
     bool (*read)(ByteView value, bool critical, CertificateFacts& facts);
 };
 
@@ -292,13 +313,17 @@ bool readExtension(const Extension& extension, CertificateFacts& facts) {
             return known.read(extension.value, extension.critical, facts);
         }
     }
+    // Of several the last is told, which is enough for mending one after the other.
     if (extension.critical) {
         facts.unknownCritical = extension.id;
     }
     return true;
 }
 
+// The text for CertificateFacts::fault, empty when all of them were read.
 std::string_view readAllExtensions(CertificateFacts& facts) {
+    // Version 1 certificates have none. They are read like others; since they do not say that they
+    // are authorities, none of them issues anything here, anchors included.
     const ByteView whole = facts.certificate->extensions();
     if (whole.empty()) {
         return {};

@@ -34,16 +34,23 @@ struct CertificateFacts {
     // A critical extension that is not understood: its identifier (contents octets); empty: none.
     ByteView unknownCritical;
 
+    // Subject and issuer are compared as keys, never as text: a name that prints like another one
+    // must not pass for it.
     std::string subject; // keys as in directory_name.h
     std::string issuer;
     bool selfIssued = false;
+    // Seconds since 1970, both ends included (RFC 5280 4.1.2.5).
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
 
+    // Key identifiers are contents octets, empty where the extension is missing. They order
+    // candidates and decide nothing.
     ByteView subjectKeyId;
     ByteView authorityKeyId;
     bool isCa = false;
     std::optional<std::uint32_t> pathLength;
+    // A missing extension allows every usage; one that is there allows what it names only. Hence
+    // the optional, and for purposes a flag: the list alone could not tell the two apart.
     std::optional<std::uint32_t> keyUsage;
     bool hasPurposes = false;
     std::vector<ByteView> purposes; // extended key usages, contents octets
@@ -53,14 +60,18 @@ struct CertificateFacts {
     std::vector<ComparableName> permitted; // name constraints
     std::vector<ComparableName> excluded;
 
+    // An identifier stands at most once (RFC 5280 4.2.1.4).
     std::vector<ByteView> policies; // contents octets of the identifiers
     std::vector<std::pair<ByteView, ByteView>> mappings;
+    // Numbers of certificates that may follow before the rule holds; see Countdown in
+    // validate_path.cpp.
     std::optional<std::uint32_t> requireExplicitPolicy;
     std::optional<std::uint32_t> inhibitPolicyMapping;
     std::optional<std::uint32_t> inhibitAnyPolicy;
 
     std::vector<DistributionPoint> distributionPoints;
 
+    // Whether one of the bits is set; every usage is allowed where the extension is missing.
     [[nodiscard]] bool maySign(std::uint32_t usage) const noexcept {
         return !keyUsage || (*keyUsage & usage) != 0;
     }
@@ -69,7 +80,8 @@ struct CertificateFacts {
     [[nodiscard]] bool allowsPurpose(ByteView purpose) const noexcept;
 };
 
-// May throw std::bad_alloc.
+// May throw std::bad_alloc. Always returns facts; what cannot be read shows in `fault`. The
+// certificate must outlive them.
 [[nodiscard]] CertificateFacts readCertificateFacts(const VantrelX509& certificate);
 
 } // namespace x509

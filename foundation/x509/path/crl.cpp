@@ -16,6 +16,7 @@ using asn1::Tag;
 
 namespace {
 
+// Version numbers are counted from 0.
 constexpr std::int64_t kVersion2 = 1;
 
 bool readNumber(ByteView value, std::optional<ByteView>& number) {
@@ -29,6 +30,8 @@ bool readNumber(ByteView value, std::optional<ByteView>& number) {
     return true;
 }
 
+// One of the three flags of a scope. DER forbids to write the default, but false written out has
+// the same meaning, and lists in use have it.
 bool readFlag(DerReader& fields, unsigned number, bool& flag) {
     // BOOLEAN DEFAULT FALSE, implicitly tagged
     ByteView contents;
@@ -38,11 +41,14 @@ bool readFlag(DerReader& fields, unsigned number, bool& flag) {
     if (!fields.read(asn1::contextPrimitive(number), contents) || contents.size() != 1) {
         return false;
     }
+    // BER's other values of true pass as true here, as they do everywhere in these certificates.
     flag = contents[0] != 0;
     return true;
 }
 
 bool readScope(ByteView value, Crl& crl) {
+    // The octets are kept as well. A delta list goes with a complete one of the very same scope
+    // (RFC 5280 5.2.4), which equal octets show.
     crl.scope = value;
     // IssuingDistributionPoint ::= SEQUENCE {
     DerReader reader(value);
@@ -85,6 +91,7 @@ bool readAuthorityKeyId(ByteView value, Crl& crl) {
            fields.read(asn1::contextPrimitive(0), crl.authorityKeyId);
 }
 
+// Extensions that are not known are ignored unless they are critical (RFC 5280 5.2).
 bool readListExtension(const Extension& extension, Crl& crl) {
     if (sameBytes(extension.id, oid::kCrlNumber)) {
         return readNumber(extension.value, crl.number);
@@ -98,6 +105,8 @@ bool readListExtension(const Extension& extension, Crl& crl) {
     if (sameBytes(extension.id, oid::kAuthorityKeyId)) {
         return readAuthorityKeyId(extension.value, crl);
     }
+    // Issuer names of another form, and where to find delta lists, are among those passed over:
+    // nothing is fetched.
     crl.unknownCritical = crl.unknownCritical || extension.critical;
     return true;
 }
@@ -110,12 +119,16 @@ bool readIssuerOfEntry(ByteView value, std::string& issuer) {
     if (!reader.enter(Tag::Sequence, list) || !reader.atEnd() || !readGeneralNames(list, names)) {
         return false;
     }
+    // One directory name is what RFC 5280 5.3.3 has in mind; others beside it are spellings for
+    // people.
     for (const GeneralName& name : names) {
         if (name.form == NameForm::Directory) {
             issuer.clear();
             return appendNameKey(name.contents, issuer);
         }
     }
+    // Without a directory name nobody can tell whose certificates follow; taking them for those of
+    // the issuer before would revoke the wrong ones.
     return false;
 }
 
@@ -137,11 +150,30 @@ bool readEntryExtension(const Extension& extension, CrlEntry& entry) {
     if (sameBytes(extension.id, oid::kCertificateIssuer)) {
         return readIssuerOfEntry(extension.value, entry.issuer);
     }
+    // A critical extension of an entry that is not understood makes the whole list useless, not the
+    // entry alone (RFC 5280 5.3): it may say that other entries mean something else.
     entry.unknownCritical = entry.unknownCritical || extension.critical;
     return true;
 }
 
-// TBSCertList, its fields in their order (RFC 5280 5.1.2).
+// The last field of the list, of which nothing may be left over.
+bool readListExtensions(DerReader fields, Crl& crl) {
+    ByteView whole;
+    std::vector<Extension> extensions;
+    if (!fields.read(asn1::contextConstructed(0), whole) || !fields.atEnd() ||
+        !readExtensions(whole, extensions)) {
+        return false;
+    }
+    for (const Extension& extension : extensions) {
+        if (!readListExtension(extension, crl)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// TBSCertList, its fields in their order (RFC 5280 5.1.2). On failure `whyNot` is the sentence of
+// the field at which reading stopped.
 bool readTbs(DerReader fields, ByteView& algorithm, Crl& crl, std::string_view& whyNot) {
     //     version              Version OPTIONAL, -- if present, MUST be v2
     whyNot = "its version is none that lists have";
@@ -178,20 +210,7 @@ bool readTbs(DerReader fields, ByteView& algorithm, Crl& crl, std::string_view& 
     }
     //     crlExtensions        [0] EXPLICIT Extensions OPTIONAL -- if present, MUST be v2
     whyNot = "its extensions are malformed";
-    if (!fields.atEnd()) {
-        ByteView whole;
-        std::vector<Extension> extensions;
-        if (!fields.read(asn1::contextConstructed(0), whole) || !fields.atEnd() ||
-            version != kVersion2 || !readExtensions(whole, extensions)) {
-            return false;
-        }
-        for (const Extension& extension : extensions) {
-            if (!readListExtension(extension, crl)) {
-                return false;
-            }
-        }
-    }
-    return true;
+    return fields.atEnd() || (version == kVersion2 && readListExtensions(fields, crl));
 }
 
 } // namespace
@@ -200,6 +219,7 @@ bool CrlEntryReader::next() {
     if (m_failed || m_rest.atEnd()) {
         return false;
     }
+    // A malformed entry ends the walk for good: nothing behind it can be relied on.
     DerReader fields;
     m_failed = !m_rest.enter(Tag::Sequence, fields) || !readEntry(fields);
     return !m_failed;
@@ -234,6 +254,9 @@ bool CrlEntryReader::readEntry(DerReader fields) {
     return true;
 }
 
+// Nothing of the list is handed out before all of it was read: a list that is read by half would
+// not know of the revocations in the other half. The signature is not looked at here: who may have
+// signed depends on the certificate that is asked about (crl_check.h).
 bool parseCrl(ByteView der, Crl& crl, std::string_view& whyNot) {
     whyNot = "its outer structure is malformed";
     DerReader reader(der);
@@ -257,7 +280,9 @@ bool parseCrl(ByteView der, Crl& crl, std::string_view& whyNot) {
     if (!outer.enter(Tag::Sequence, fields) || !readTbs(fields, algorithm, parsed, whyNot)) {
         return false;
     }
-    // RFC 5280 5.1.1.2: the algorithm stands twice, and alike.
+    // RFC 5280 5.1.1.2: the algorithm stands twice, and alike. The one inside is signed and the one
+    // outside is not. An attacker who could exchange the latter would choose how the signature is
+    // checked.
     if (!sameBytes(algorithm, parsed.signatureAlgorithm)) {
         whyNot = "its two algorithms differ";
         return false;

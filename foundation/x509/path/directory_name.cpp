@@ -32,6 +32,8 @@ void appendCounted(std::string_view bytes, std::string& out) {
 }
 
 // X.680 41.4
+// What a PrintableString holds beyond this is not what its type says, and then its octets may stand
+// for other letters.
 bool isPrintable(char c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            std::string_view(" '()+,-./:=?").find(c) != std::string_view::npos;
@@ -46,6 +48,7 @@ bool isComparableText(Tag tag, std::string_view contents) {
     case Tag::Ia5String: return std::all_of(contents.begin(), contents.end(), isAscii);
     case Tag::Utf8String: return text::isValidUtf8(contents);
     case Tag::BmpString:
+    // Two and four octets a character; whether they are characters shows when they are converted.
     case Tag::UniversalString: return true;
     default: return false;
     }
@@ -55,6 +58,9 @@ bool isComparableText(Tag tag, std::string_view contents) {
 // which is what issuers differ in.
 void appendValueKey(const DerElement& value, std::string& out) {
     std::string text;
+    // TeletexString and the like have no conversion that all programs agree on, and neither has a
+    // text that breaks its own rules. Equal octets are equal names; more is not claimed. A wrong
+    // match would hand one authority's certificates to another.
     if (!isComparableText(value.tag, asText(value.contents)) ||
         !appendStringValue(value.tag, value.contents, text)) {
         out.push_back(kEncoded);
@@ -86,6 +92,8 @@ bool appendComponentKey(ByteView setContents, std::string& key) {
             return false;
         }
         std::string attribute;
+        // The type goes ahead of the value, so that an organisation never equals a person of that
+        // name.
         appendCounted(asText(type), attribute);
         appendValueKey(value, attribute);
         attributes.push_back(std::move(attribute));
@@ -101,6 +109,7 @@ bool appendComponentKey(ByteView setContents, std::string& key) {
 }
 
 bool appendNameKey(ByteView name, std::string& key) {
+    // The empty name has an empty key, which no subject is found by (candidate_store.cpp).
     const std::size_t before = key.size();
     // Name ::= RDNSequence ::= SEQUENCE OF RelativeDistinguishedName
     DerReader reader(name);

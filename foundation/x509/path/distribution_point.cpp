@@ -39,6 +39,7 @@ bool appendIssuers(DerReader names, std::vector<std::string>& issuers) {
     }
     for (const GeneralName& name : list) {
         std::string key;
+        // URIs of directories, which some issuers put beside the name, are passed over.
         if (name.form != NameForm::Directory) {
             continue;
         }
@@ -47,6 +48,7 @@ bool appendIssuers(DerReader names, std::vector<std::string>& issuers) {
         }
         issuers.push_back(std::move(key));
     }
+    // An issuer of lists that cannot be told from any other would let every list pass or none.
     return !issuers.empty();
 }
 
@@ -81,6 +83,8 @@ std::vector<std::string> PointName::keys(std::string_view issuer) const {
     if (relative.empty()) {
         return fullNames;
     }
+    // The issuer's key and that of the component side by side are the key of the whole name: keys
+    // of names are those of their components in turn.
     std::string whole(1, kDirectoryMark);
     whole += issuer;
     whole += relative;
@@ -88,6 +92,7 @@ std::vector<std::string> PointName::keys(std::string_view issuer) const {
 }
 
 bool readPointName(DerReader reader, PointName& name) {
+    // Also for a name that turns out malformed: the caller refuses the certificate or list then.
     name.present = true;
     // DistributionPointName ::= CHOICE {
     //     fullName                 [0] GeneralNames,
@@ -121,6 +126,8 @@ bool readDistributionPoints(ByteView value, std::vector<DistributionPoint>& poin
 
 bool readReasons(ByteView bits, std::uint32_t& reasons) noexcept {
     // ReasonFlags ::= BIT STRING { unused (0), keyCompromise (1), ..., aACompromise (8) }
+    // The first octet counts the unused bits. Two octets hold the nine flags; longer ones are
+    // padding or an attack on the loop below.
     if (bits.empty() || bits.size() > 3 || bits[0] > 7) {
         return false;
     }

@@ -23,6 +23,8 @@ bool readExtensions(ByteView whole, std::vector<Extension>& out) {
         return false;
     }
     while (!list.atEnd()) {
+        // False written out is tolerated: DER forbids it, certificates in use have it, and it means
+        // the same.
         // Extension ::= SEQUENCE {
         //     extnID     OBJECT IDENTIFIER,
         //     critical   BOOLEAN DEFAULT FALSE,
@@ -36,7 +38,8 @@ bool readExtensions(ByteView whole, std::vector<Extension>& out) {
         }
         out.push_back(extension);
     }
-    // RFC 5280 4.2: no extension twice. Sorted, since a hostile list may be long.
+    // RFC 5280 4.2: no extension twice. Sorted, since a hostile list may be long. Two programs of
+    // which one takes the first and the other the last would see two certificates in one.
     std::vector<ByteView> ids;
     for (const Extension& extension : out) {
         ids.push_back(extension.id);

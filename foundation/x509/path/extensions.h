@@ -23,6 +23,7 @@ inline constexpr std::uint8_t kAuthorityKeyId[] = {0x55, 0x1D, 35};
 inline constexpr std::uint8_t kPolicyConstraints[] = {0x55, 0x1D, 36};
 inline constexpr std::uint8_t kInhibitAnyPolicy[] = {0x55, 0x1D, 54};
 
+// In a certificate anyPolicy and anyExtendedKeyUsage are wildcards.
 inline constexpr std::uint8_t kAnyPolicy[] = {0x55, 0x1D, 32, 0};
 inline constexpr std::uint8_t kAnyPurpose[] = {0x55, 0x1D, 37, 0};
 inline constexpr std::uint8_t kCpsQualifier[] = {0x2B, 6, 1, 5, 5, 7, 2, 1};
@@ -54,10 +55,10 @@ struct Extension {
 };
 
 // Reads an Extensions (header included). False when it is malformed, empty, or has one identifier
-// twice. May throw std::bad_alloc.
+// twice. May throw std::bad_alloc. On failure `out` is half filled and must not be used.
 [[nodiscard]] bool readExtensions(ByteView whole, std::vector<Extension>& out);
 
-// An order of octet strings, for sorting.
+// An order of octet strings, for sorting. Shorter ones come before those that they begin.
 [[nodiscard]] bool bytesBefore(ByteView a, ByteView b) noexcept;
 
 } // namespace vantrel::x509

@@ -21,6 +21,8 @@ constexpr Tag kTags[kNameForms] = {
     asn1::contextConstructed(3), asn1::contextConstructed(4), asn1::contextConstructed(5),
     asn1::contextPrimitive(6),   asn1::contextPrimitive(7),   asn1::contextPrimitive(8)};
 
+// IA5String is ASCII. An octet above it, or a NUL that a careless reader would take for the end of
+// the name, shows up here or in the comparison, which always takes the whole length.
 bool isIa5(ByteView text) noexcept {
     return std::all_of(text.begin(), text.end(), [](std::uint8_t c) { return c < 0x80; });
 }
@@ -44,6 +46,7 @@ bool isWellFormed(const GeneralName& name) {
 } // namespace
 
 bool readGeneralName(DerReader& reader, GeneralName& name) {
+    // On a copy, so that a failure leaves the reader where it was.
     DerReader ahead = reader;
     DerElement element;
     if (!ahead.readAny(element)) {
@@ -61,6 +64,7 @@ bool readGeneralName(DerReader& reader, GeneralName& name) {
         reader = ahead;
         return true;
     }
+    // A tag of another number is no GeneralName, nor is one whose constructed bit is wrong.
     return false;
 }
 
@@ -80,6 +84,7 @@ bool readGeneralNames(DerReader names, std::vector<GeneralName>& out) {
 }
 
 bool appendGeneralNameKey(const GeneralName& name, std::string& key) {
+    // A digit, to keep keys apart from each other by their first octet.
     key.push_back(static_cast<char>('0' + static_cast<int>(name.form)));
     if (name.form != NameForm::Directory) {
         key += asText(name.contents);

@@ -10,7 +10,8 @@
 
 namespace vantrel::x509 {
 
-// The alternatives of GeneralName by their tag numbers (RFC 5280 4.2.1.6).
+// The alternatives of GeneralName by their tag numbers (RFC 5280 4.2.1.6). The numbers are used as
+// they stand, for tags, tables and keys.
 enum class NameForm : std::uint8_t {
     Other = 0,
     Email = 1,
@@ -31,14 +32,18 @@ struct GeneralName {
     ByteView contents;
 };
 
-// Reads the next name. Texts must be ASCII and a directory name must be one Name.
+// Reads the next name. Texts must be ASCII and a directory name must be one Name. Fails without
+// moving the reader. Texts in other encodings than ASCII are refused: comparing them would need
+// rules that no two programs share.
 [[nodiscard]] bool readGeneralName(asn1::DerReader& reader, GeneralName& name);
 
-// Reads the contents of a GeneralNames, which holds one name at least.
+// Reads the contents of a GeneralNames, which holds one name at least. On failure `out` is half
+// filled.
 [[nodiscard]] bool readGeneralNames(asn1::DerReader names, std::vector<GeneralName>& out);
 
 // Appends bytes that are equal for equal names: a directory name as appendNameKey has it, the
-// others octet for octet. False, with `key` unchanged, for a malformed directory name.
+// others octet for octet. False, with `key` unchanged, for a malformed directory name. The form is
+// part of the key, so that a host name never equals a mailbox.
 [[nodiscard]] bool appendGeneralNameKey(const GeneralName& name, std::string& key);
 
 } // namespace vantrel::x509

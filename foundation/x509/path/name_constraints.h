@@ -15,13 +15,15 @@ namespace vantrel::x509 {
 // them, which is what intersection and union come to.
 class NameConstraints final {
 public:
+    // TooMany is no verdict on the names: the bound was reached before it could be found.
     enum class Verdict { Satisfied, Violated, TooMany };
 
     // `checks`: comparisons of a name with a subtree that may still be made; shared by the paths
     // of one query. It must outlive this.
     explicit NameConstraints(std::size_t& checks) noexcept : m_checks(checks) {}
 
-    // Adds the constraints of an authority, which must outlive this.
+    // Adds the constraints of an authority, which must outlive this. Its subtrees bind all
+    // certificates below it, its own names excepted; so it is added after it was checked itself.
     void add(const CertificateFacts& authority);
 
     // Whether every name of the certificate may stand there. `why`: which one may not. All

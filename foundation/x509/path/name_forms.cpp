@@ -18,7 +18,8 @@ bool endsWith(std::string_view text, std::string_view tail) noexcept {
            equalIgnoringCase(text.substr(text.size() - tail.size()), tail);
 }
 
-// ".example.com" or "example.com"
+// ".example.com" or "example.com" RFC 5280 has no leading dot in constraints on host names. Issuers
+// write it nevertheless, copied from those on URIs.
 std::string_view withoutLeadingDot(std::string_view host) noexcept {
     return host.substr(host.substr(0, 1) == "." ? 1 : 0);
 }
@@ -34,10 +35,14 @@ bool isInDomain(std::string_view host, std::string_view base) noexcept {
     if (base.empty() || equalIgnoringCase(host, base)) {
         return true;
     }
+    // The octet ahead of the base must be a dot: "badexample.com" does not lie in "example.com".
+    // There is one, since the host is longer than the base here.
     return endsWith(host, base) && (base[0] == '.' || host[host.size() - base.size() - 1] == '.');
 }
 
-// Mailboxes and URIs: the host itself, or with a leading dot what lies below it.
+// Mailboxes and URIs: the host itself, or with a leading dot what lies below it. Here "example.com"
+// is that host alone, and its hosts need the dot: RFC 5280 4.2.1.10 treats mailboxes and URIs
+// otherwise than host names.
 bool isAtHost(std::string_view host, std::string_view base) noexcept {
     return base.empty() || (base[0] == '.' ? endsWith(host, base) : equalIgnoringCase(host, base));
 }
@@ -46,7 +51,9 @@ bool isDnsWithin(std::string_view name, std::string_view base, Subtree subtree) 
     if (isInDomain(name, base)) {
         return true;
     }
-    // "*.example.com" stands for "a.example.com" too.
+    // "*.example.com" stands for "a.example.com" too. An authority that must not issue for
+    // a.example.com could otherwise do so by a wildcard. For permitted subtrees the same wildcard
+    // would reach out of what is permitted.
     if (subtree == Subtree::Permitted || name.substr(0, 2) != "*.") {
         return false;
     }
@@ -64,14 +71,18 @@ bool isMailboxWithin(std::string_view mailbox, std::string_view base) noexcept {
     }
     std::string_view baseLocal;
     std::string_view baseHost;
-    // The local part is the business of its host: octet for octet.
+    // The local part is the business of its host: octet for octet. Its letter case may matter there
+    // (RFC 5321 2.4).
     if (splitMailbox(base, baseLocal, baseHost)) {
         return local == baseLocal && equalIgnoringCase(host, baseHost);
     }
     return isAtHost(host, base);
 }
 
-// The host of a URI (RFC 3986 3.2.2); empty when it has none, or one that is an address.
+// The host of a URI (RFC 3986 3.2.2); empty when it has none, or one that is an address. RFC 5280
+// 4.2.1.10: a constraint on URIs is about hosts, so that a URI without one cannot satisfy it. User
+// information ahead of an "@" is no part of the host; taking it for one is an old trick
+// ("https://good.example@evil.example/").
 std::string_view uriHost(std::string_view uri) noexcept {
     const std::size_t slashes = uri.find("://");
     if (slashes == std::string_view::npos) {
@@ -87,18 +98,22 @@ std::string_view uriHost(std::string_view uri) noexcept {
         return {};
     }
     const std::string_view host = authority.substr(0, authority.find(':'));
+    // Digits and dots alone are an IPv4 address.
     const bool address = std::all_of(host.begin(), host.end(),
                                      [](char c) { return (c >= '0' && c <= '9') || c == '.'; });
     return address ? std::string_view() : host;
 }
 
-// An address and its mask, which is a run of ones and then of zeros (RFC 4632).
+// An address and its mask, which is a run of ones and then of zeros (RFC 4632). A mask with holes
+// is refused (RFC 5280 4.2.1.10 has CIDR style only): it permits addresses that nobody had in mind.
 bool isAddressRange(ByteView range) noexcept {
     if (range.size() != 2 * kIpv4 && range.size() != 2 * kIpv6) {
         return false;
     }
     bool ended = false;
     for (const std::uint8_t byte : range.subspan(range.size() / 2)) {
+        // A byte of the form 1..10..0 has an inverse of the form 0..01..1, which plus one shares no
+        // bit with it.
         const unsigned inverse = ~unsigned{byte} & 0xFFU;
         if ((ended && byte != 0) || (inverse & (inverse + 1)) != 0) {
             return false;
@@ -136,12 +151,15 @@ bool isUsableConstraint(const GeneralName& base) noexcept {
     case NameForm::Dns:
     case NameForm::Uri: return isHostConstraint(text);
     case NameForm::Email:
+        // Either a mailbox or a host, by whether it has an "@".
         return splitMailbox(text, local, host) ? isHostName(host, false) : isHostConstraint(text);
     case NameForm::Ip: return isAddressRange(base.contents);
     default: return true;
     }
 }
 
+// Asked of a name only when a constraint of its form is there: certificates in use have odd names,
+// and without a constraint they do no harm.
 bool isUsableName(const GeneralName& name) noexcept {
     const std::string_view text = asText(name.contents);
     std::string_view local;

@@ -18,12 +18,15 @@ using asn1::Tag;
 
 namespace {
 
+// OCSPResponseStatus successful (0). Others have no response bytes and are not signed, so that
+// anybody may have made them.
 constexpr std::int64_t kSuccessful = 0;
 
-// Certificates in one response: the responder's and a few above it.
+// Certificates in one response: the responder's and a few above it. Each becomes a candidate for
+// the signer and costs a decoding; whoever sends the response chooses their number.
 constexpr std::size_t kMaxCertificates = 100;
 
-// RFC 6960 knows GeneralizedTime only.
+// RFC 6960 knows GeneralizedTime only. The two digits of a year that a UTCTime has are refused.
 bool readMoment(DerReader& reader, std::int64_t& seconds) noexcept {
     return reader.nextIs(Tag::GeneralizedTime) && asn1::readTime(reader, seconds);
 }
@@ -39,6 +42,7 @@ bool readCertId(DerReader& fields, OcspAnswer& answer) {
         !id.atEnd()) {
         return false;
     }
+    // An algorithm that is not known makes hashId 0, which isHashOf never matches.
     answer.hashId = parseDigestAlgorithm(algorithm);
     return true;
 }
@@ -50,6 +54,7 @@ bool readStatus(DerReader& fields, OcspAnswer& answer) {
     if (!fields.readAny(status)) {
         return false;
     }
+    // The tags are tested before the contents, since good and unknown differ by nothing else.
     if (status.tag == asn1::contextPrimitive(0) || status.tag == asn1::contextPrimitive(2)) {
         answer.status = status.tag == asn1::contextPrimitive(0) ? RevocationStatus::Good
                                                                 : RevocationStatus::Unknown;
@@ -151,6 +156,7 @@ bool readData(ByteView tbs, OcspResponse& response) {
         return false;
     }
     while (!answers.atEnd()) {
+        // As many as the responder likes; those about other certificates are passed over later.
         DerReader one;
         if (!answers.enter(Tag::Sequence, one) ||
             !readAnswer(one, response.answers.emplace_back())) {
@@ -161,6 +167,7 @@ bool readData(ByteView tbs, OcspResponse& response) {
     return readOwnExtensions(fields, response.unknownCritical) && fields.atEnd();
 }
 
+// certs [0] EXPLICIT SEQUENCE OF Certificate OPTIONAL, the last field
 bool readCertificates(DerReader& fields, std::vector<ByteView>& certificates) {
     DerReader wrapper;
     DerReader list;
@@ -226,6 +233,7 @@ bool parseOcspResponse(ByteView der, OcspResponse& response, std::string_view& w
         return false;
     }
     OcspResponse parsed;
+    // Other types than basic exist by definition only (RFC 6960 4.2.1).
     if (!sameBytes(type, oid::kOcspBasic) || !readBasic(basic, parsed)) {
         return false;
     }

@@ -15,18 +15,22 @@ namespace vantrel::x509 {
 // when the issuer of the certificate signed it, or a responder whom that issuer certified for this
 // purpose alone of all; nonces are not looked at, since nobody asked. Whether a responder was
 // revoked is not asked either: the profile lets the issuer vouch for him as long as his certificate
-// is valid. Responses are read when the first status is asked for.
+// is valid. Responses are read when the first status is asked for. "Alone of all" means by the
+// purpose OCSPSigning in a certificate that the issuer itself signed: an authority further up
+// vouches for certificates, not for answers about them.
 class OcspCheck final {
 public:
     // Certificates from responses are kept here; `signatures` remembers them and must not be used
-    // after this is gone.
+    // after this is gone. For one thread, for the life of one query.
     OcspCheck(const PathQuery& query, const CandidateStore& store,
               SignatureChecks& signatures) noexcept
         : m_query(query), m_store(store), m_signatures(signatures) {}
 
-    // Of several answers for a certificate the worst counts.
+    // Of several answers for a certificate the worst counts. A responder who says good does not
+    // outweigh one who says revoked, wherever the former got it from.
     [[nodiscard]] RevocationFinding check(const PathPlace& place);
 
+    // A response with the certificates that it brought along. Their facts are read once.
 private:
     struct Response {
         OcspResponse parsed;
@@ -43,8 +47,10 @@ private:
     const PathQuery& m_query;
     const CandidateStore& m_store;
     SignatureChecks& m_signatures;
+    // Most queries bring no responses, or ask for none.
     bool m_read = false;
     std::vector<Response> m_responses;
+    // A deque: facts hold the addresses.
     std::deque<VantrelX509> m_certificates;
 };
 

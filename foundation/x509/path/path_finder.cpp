@@ -12,15 +12,19 @@ namespace vantrel::x509 {
 
 namespace {
 
-// Signers of lists whose own certificates need lists, and so on.
+// Signers of lists whose own certificates need lists, and so on. A list may be signed by a key
+// whose certificate is covered by another list, signed by a third, without an end. Authorities in
+// use need one step or two.
 constexpr std::size_t kMaxSignersInQuestion = 5;
 
-// Certificates that are visited to tell why there is no path.
+// Certificates that are visited to tell why there is no path. An account apart from the caller's,
+// for a search that used his up has yet to say so.
 constexpr std::size_t kVisitsForReport = 1'000;
 
 const char* const kVisitsSpent = "too many certificates were tried";
 const char* const kSignaturesSpent = "too many signatures were checked";
 
+// Its own issuer, so nothing above it can add to what the caller decided.
 bool isSelfSignedAnchor(const Candidate& candidate) noexcept {
     return candidate.isAnchor && candidate.facts.selfIssued;
 }
@@ -42,6 +46,7 @@ PathResult PathFinder::run() {
     Search strict;
     strict.rules = &rules;
     search(m_store.target(), strict);
+    // A search that ended at a bound is not repeated: the second would end there as well.
     if (strict.holds || strict.limited) {
         report(strict, result);
         return result;
@@ -50,8 +55,10 @@ PathResult PathFinder::run() {
     Search tolerant;
     tolerant.rules = &rules;
     tolerant.mode = Mode::Tolerant;
+    // The signatures already checked are remembered, so they do not count again.
     m_visitLimit = m_visits + kVisitsForReport;
     search(m_store.target(), tolerant);
+    // Nothing above the target fitted at all; even that has to be said in one sentence.
     if (tolerant.verdict.problems.empty()) {
         noteDeadEnd(m_store.target(), tolerant);
     }
@@ -67,6 +74,7 @@ void PathFinder::report(Search& found, PathResult& result) {
         result.path.push_back(candidate->facts.certificate);
     }
     result.problems = std::move(found.holds ? found.verdict.remarks : found.verdict.problems);
+    // Told also for failures: whoever tunes the bounds needs them most then.
     result.work = {m_visits, m_signatures.count()};
     if (!found.holds) {
         return;
@@ -83,6 +91,8 @@ void PathFinder::report(Search& found, PathResult& result) {
 void PathFinder::push(const Candidate& candidate, Search& search) const {
     // A self-signed anchor ends every path; whatever else has its name is no issuer of it.
     Step step = {&candidate, {}, 0, false};
+    // The target excepted: asked as a certificate like others, it may have a path besides being its
+    // own.
     if (!isSelfSignedAnchor(candidate) || search.steps.empty()) {
         step.issuers = m_store.withSubject(candidate.facts.issuer, candidate.facts.authorityKeyId,
                                            m_query.time);
@@ -101,9 +111,12 @@ void PathFinder::search(const Candidate& target, Search& search) {
         return;
     }
     push(target, search);
+    // The caller trusts the target itself: a path of one certificate.
     if (target.isAnchor && (search.anchor == nullptr || search.anchor == &target)) {
         finish(nullptr, search);
     }
+    // In the tolerant mode the first whole path is enough, since its problems are what was asked
+    // for.
     while (!search.steps.empty() && !search.holds && !search.limited &&
            !(search.mode == Mode::Tolerant && search.complete)) {
         advance(search);
@@ -146,6 +159,8 @@ bool PathFinder::tryIssuer(const Candidate& issuer, Search& search) {
                              "the path to it has as many certificates as one may have"});
         return false;
     }
+    // Counted before the certificate is judged, so that a thousand unfit ones cost as much as
+    // others.
     ++m_visits;
     if (!fits(issuer, search) || !hasSigned(issuer, subject, search)) {
         return false;
@@ -161,14 +176,19 @@ bool PathFinder::tryIssuer(const Candidate& issuer, Search& search) {
 bool PathFinder::isOnPath(const Candidate& issuer, const Search& search) const noexcept {
     return std::any_of(search.steps.begin(), search.steps.end(), [&issuer](const Step& step) {
         const CertificateFacts& facts = step.candidate->facts;
+        // The key counts and not the certificate: authorities renew certificates of one key, and
+        // going from one to the next would be going in circles.
         return step.candidate == &issuer || (facts.subject == issuer.facts.subject &&
                                              sameBytes(facts.certificate->publicKeyInfo(),
                                                        issuer.facts.certificate->publicKeyInfo()));
     });
 }
 
-// What can be said of an issuer without looking at the signature.
+// What can be said of an issuer without looking at the signature. Cheap checks ahead of the dear
+// one: validity and usages cost nothing beside a signature, and they rule most of the wrong
+// candidates out.
 bool PathFinder::fits(const Candidate& issuer, Search& search) {
+    // Expired or unfit issuers stay on the way: the report is to say "expired" and not "no path".
     if (search.mode == Mode::Tolerant) {
         if (!issuer.facts.fault.empty()) {
             keepLongest(search, {PathFault::Malformed, issuer.facts.certificate,
@@ -184,7 +204,8 @@ bool PathFinder::hasSigned(const Candidate& issuer, const Candidate& subject, Se
     const VantrelX509* const certificate = subject.facts.certificate;
     switch (m_signatures.certificate(*certificate, *issuer.facts.certificate)) {
     case SignatureVerdict::Good: return true;
-    // Judged when the path above is known.
+    // Judged when the path above is known. A DSA key may take its parameters from the certificates
+    // above (RFC 5280 6.1.4 e).
     case SignatureVerdict::NeedsParameters: return true;
     case SignatureVerdict::OverLimit:
         search.limited = true;
@@ -236,7 +257,8 @@ void PathFinder::noteDeadEnd(const Candidate& candidate, Search& search) {
     keepLongest(search, std::move(problem));
 }
 
-// The steps and `anchor`, or the target alone, are a whole path.
+// The steps and `anchor`, or the target alone, are a whole path. The steps themselves stay, for the
+// search to go on above an anchor that failed as an end.
 void PathFinder::finish(const Candidate* anchor, Search& search) {
     CandidatePath path;
     for (const Step& step : search.steps) {
@@ -249,6 +271,8 @@ void PathFinder::finish(const Candidate* anchor, Search& search) {
     // that is complete stays the one to be reported unless one holds.
     const PathMeans means = {m_query,     m_signatures, m_crls,
                              m_responses, m_nameChecks, m_signersLimited};
+    // Validated anew although much was checked on the way: the state of RFC 5280 6.1.2 runs from
+    // the anchor down, and the search goes up.
     PathVerdict verdict = validatePath(path, *search.rules, means);
     search.holds = verdict.problems.empty();
     if (search.holds || !search.complete) {
@@ -261,6 +285,8 @@ void PathFinder::finish(const Candidate* anchor, Search& search) {
 bool PathFinder::maySignLists(const Candidate& signer, const Candidate& anchor, bool& conditional) {
     // A list may cover the certificate of its own signer; that question is open already.
     const auto place = std::find(m_signersInQuestion.begin(), m_signersInQuestion.end(), &signer);
+    // Yes for one whose question is open already: the outer search decides on him in any case. No
+    // for one too many.
     if (place != m_signersInQuestion.end() || m_signersInQuestion.size() == kMaxSignersInQuestion) {
         conditional = true;
         m_signersLimited = m_signersLimited || place == m_signersInQuestion.end();
@@ -277,6 +303,7 @@ bool PathFinder::maySignLists(const Candidate& signer, const Candidate& anchor, 
     search(signer, nested);
     m_signersInQuestion.pop_back();
     m_signersLimited = m_signersLimited || nested.limited;
+    // Whoever asks must not remember an answer that was given inside of another question.
     conditional = conditional || !m_signersInQuestion.empty();
     return nested.holds;
 }

@@ -15,11 +15,14 @@ namespace {
 
 constexpr std::uint32_t kMaxFile = std::uint32_t{1} << 30U; // bundles are large
 
-// Where systems keep their anchors, the most usual first.
+// Where systems keep their anchors, the most usual first. Distributions agree on the format and not
+// on the place.
 constexpr const char* kSystemBundles[] = {"/etc/ssl/certs/ca-certificates.crt",
                                           "/etc/pki/tls/certs/ca-bundle.crt",
                                           "/etc/ssl/ca-bundle.pem", "/etc/ssl/cert.pem"};
 
+// A variable that names a missing file is an answer too: the caller's wish is not overruled by what
+// the machine has.
 bool readSystemBundle(DataBuffer& bytes) {
     LogNull log;
     if (const char* const named = std::getenv("SSL_CERT_FILE"); named != nullptr) {
@@ -33,10 +36,12 @@ bool readSystemBundle(DataBuffer& bytes) {
     return false;
 }
 
+// The second label is that of older tools; both hold the same DER.
 bool isCrlLabel(std::string_view label) noexcept { return label == "X509 CRL" || label == "CRL"; }
 
 // The bytes of all blocks whose label `wanted` accepts; of a file without blocks the file itself.
-// False when a block is not base64.
+// False when a block is not base64. A file with one block of another kind is still a file of
+// blocks, and is not read as DER.
 bool readBlocks(ByteView file, bool (*wanted)(std::string_view), std::vector<DataBuffer>& out) {
     PemReader reader(asText(file));
     PemBlock block;
@@ -84,6 +89,8 @@ bool PathMaterial::addCertificates(ByteView file, std::vector<const VantrelX509*
     return true;
 }
 
+// Unlike a single file, a folder may hold keys, readme files and lists; whoever names it means what
+// is usable in it. A folder without any certificate is a mistake.
 bool PathMaterial::addFolder(const std::string& name, std::vector<const VantrelX509*>& out,
                              LogBase& log) {
     std::vector<std::string> files;
@@ -107,6 +114,7 @@ bool PathMaterial::addFolder(const std::string& name, std::vector<const VantrelX
 bool PathMaterial::addCertificateSource(const std::string& name,
                                         std::vector<const VantrelX509*>& out, LogBase& log) {
     DataBuffer bytes;
+    // A folder or file of that name can be given as "./system".
     if (name == "system") {
         if (!readSystemBundle(bytes)) {
             log.LogError("This machine has no bundle of trust anchors where one is looked for.");
@@ -127,6 +135,7 @@ bool PathMaterial::addCrls(ByteView file, std::vector<ByteView>& out, LogBase& l
         log.LogError("The file holds no revocation list.");
         return false;
     }
+    // Kept as they are: the views that are handed out point into them, and stay valid as they grow.
     for (DataBuffer& der : blocks) {
         out.push_back(m_bytes.emplace_back(std::move(der)).view());
     }

@@ -17,7 +17,8 @@ class LogBase;
 namespace x509 {
 
 // Owns what a query refers to: certificates, revocation lists and answers as files and documents
-// hold them. What it handed out stays valid as long as it lives.
+// hold them. What it handed out stays valid as long as it lives. Everything else in this folder
+// borrows: queries, facts and results point into what is kept here.
 class PathMaterial final {
 public:
     PathMaterial() = default;
@@ -26,7 +27,9 @@ public:
 
     // Appends to `out` the certificates of a file: PEM blocks, of which others than certificates
     // are passed over, or one certificate in DER. False, with one error line, when there is none or
-    // one of them is malformed; `out` is then unchanged. May throw std::bad_alloc.
+    // one of them is malformed; `out` is then unchanged. May throw std::bad_alloc. Bounded by the
+    // size of a file that is read (1 GiB) and by nothing else: these are the caller's own files,
+    // not a document's.
     [[nodiscard]] bool addCertificates(ByteView file, std::vector<const VantrelX509*>& out,
                                        LogBase& log);
     // The same by the name of a file; or of a folder, whose files may hold anything; or for
@@ -37,13 +40,15 @@ public:
     // The same for revocation lists (PEM label "X509 CRL"). Whether a list is well-formed shows
     // when it is used.
     [[nodiscard]] bool addCrls(ByteView file, std::vector<ByteView>& out, LogBase& log);
-    // Appends a copy of the bytes of an answer of a responder, which are DER.
+    // Appends a copy of the bytes of an answer of a responder, which are DER. Never fails: a
+    // malformed answer shows when it is read.
     void addOcspResponse(ByteView response, std::vector<ByteView>& out);
 
 private:
     [[nodiscard]] bool addFolder(const std::string& name, std::vector<const VantrelX509*>& out,
                                  LogBase& log);
 
+    // Deques, since addresses have been handed out.
     std::deque<VantrelX509> m_certificates;
     std::deque<DataBuffer> m_bytes;
 };

@@ -2,6 +2,7 @@
 
 namespace vantrel::x509 {
 
+// Without a default, so that compilers name a fault that was forgotten here.
 std::string_view pathFaultWord(PathFault fault) noexcept {
     switch (fault) {
     case PathFault::NoPath: return "no-path";

@@ -12,7 +12,8 @@ class VantrelX509;
 
 namespace x509 {
 
-// Why a certification path does not hold, or what is to be said of one that does.
+// Why a certification path does not hold, or what is to be said of one that does. Scripts tell them
+// apart by their words, so a word once given is kept; the sentence beside it may change.
 enum class PathFault : std::uint8_t {
     NoPath,       // no candidate or anchor has the name and key of the issuer
     Expired,      // notAfter is past
@@ -28,8 +29,11 @@ enum class PathFault : std::uint8_t {
     UnknownCriticalExtension,
     WeakAlgorithm, // a hash or key that is no longer trusted
     UnsupportedAlgorithm,
+    // A certificate that its own format does not allow, the target or one on the way.
     Malformed,
+    // A list or answer says so, whose signature was checked.
     Revoked,
+    // Nothing usable is known, and the caller asked for it to be known.
     RevocationUnknown,
     Limit, // a work limit of the query was reached
 };
@@ -37,8 +41,10 @@ enum class PathFault : std::uint8_t {
 // The fixed word of a fault in reports: "no-path", "expired", ...
 [[nodiscard]] std::string_view pathFaultWord(PathFault fault) noexcept;
 
+// One finding about one certificate. A path may have several, since all of them have to be mended.
 struct PathProblem {
     PathFault fault = PathFault::NoPath;
+    // Never null in a result, and valid as long as the caller's certificates are.
     const VantrelX509* certificate = nullptr; // of the query; which it concerns
     std::string text;                         // one sentence without the final dot
 };

@@ -29,11 +29,17 @@ struct PathLimits {
 // caller and must outlive the result.
 struct PathQuery {
     const VantrelX509* target = nullptr;
+    // Where they come from does not matter: a candidate is believed for its signature, not for its
+    // source.
     std::vector<const VantrelX509*> candidates; // in no order; of use or not
+    // Trusted by the caller's word alone, and not for being self-signed; intermediate ones may be
+    // anchors.
     std::vector<const VantrelX509*> anchors;
     std::vector<ByteView> crls;          // CertificateLists in DER
     std::vector<ByteView> ocspResponses; // OCSPResponses in DER
 
+    // Validity, lists and answers are all judged at this moment. What a document claims of its own
+    // time is no basis for it.
     std::int64_t time = 0; // seconds since 1970; when the path has to hold
     // Until when lists and answers may have been issued; the same moment when absent. A path that
     // is judged at a time of the past is checked with what is known of it today.
@@ -46,9 +52,11 @@ struct PathQuery {
 
     std::vector<std::string> purposes; // dotted; one of them must be allowed; empty: not asked
     std::uint32_t keyUsage = 0;        // bits, one of which the target must have; 0: not asked
-    std::string name;                  // "dns:HOST", "ip:ADDRESS" or "email:MAILBOX"; empty: any
+    // Compared with alternative names alone, never with the common name.
+    std::string name; // "dns:HOST", "ip:ADDRESS" or "email:MAILBOX"; empty: any
 
     std::vector<std::string> policies; // user-initial-policy-set, dotted; empty: any policy
+    // The three initial flags of RFC 5280 6.1.1 e to g.
     bool explicitPolicy = false;
     bool inhibitMapping = false;
     bool inhibitAnyPolicy = false;

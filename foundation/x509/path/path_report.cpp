@@ -9,6 +9,7 @@
 namespace vantrel::x509 {
 
 std::string subjectText(const VantrelX509& certificate) {
+    // The reverse of the order in the certificate, as RFC 4514 2.1 has it.
     StringBuffer text;
     return DistinguishedName::fromDer(certificate.subject(), true, text) ? std::string(text.view())
                                                                          : std::string();

@@ -14,7 +14,7 @@ class JsonWriter;
 namespace x509 {
 
 // The subject as text, most specific component first (RFC 4514); empty for an empty or unreadable
-// name.
+// name. Made for people: two names that print alike may still differ.
 [[nodiscard]] std::string subjectText(const VantrelX509& certificate);
 
 // Writes the result as one JSON object: `status` ("trusted", "not-trusted"), `time`, `path`

@@ -12,6 +12,7 @@ namespace vantrel::x509 {
 
 namespace {
 
+// Names of standards rather than of our own, so that they are known from other tools.
 struct Purpose {
     std::string_view name;
     std::string_view oid;
@@ -25,7 +26,8 @@ constexpr Purpose kPurposes[] = {
     {"documentSigning", "1.3.6.1.5.5.7.3.36"},
 };
 
-// Appends the digits of `text` where `form` has '0'; elsewhere both must have the same character.
+// Appends the digits of `text` where `form` has '0'; elsewhere both must have the same character. A
+// picture of the form in place of a parser: lengths and places are all checked by one comparison.
 bool appendDigits(std::string_view text, std::string_view form, std::string& digits) {
     if (text.size() != form.size()) {
         return false;
@@ -80,12 +82,14 @@ bool parseMoment(std::string_view text, std::int64_t& seconds) {
     if (rest.empty()) {
         return asn1::parseGeneralizedTime(asBytes(moment + "000000Z"), seconds);
     }
+    // RFC 3339 5.6 lets applications write a blank for the T, and small letters.
     if ((rest[0] != 'T' && rest[0] != 't' && rest[0] != ' ') ||
         !appendDigits(rest.substr(1, kTime.size()), kTime, moment)) {
         return false;
     }
     rest.remove_prefix(1 + kTime.size());
     if (rest.substr(0, 1) == ".") {
+        // A fraction needs a digit, and something behind it: the offset.
         const std::size_t end = rest.find_first_not_of("0123456789", 1);
         if (end == 1 || end == std::string_view::npos) {
             return false;
@@ -95,6 +99,7 @@ bool parseMoment(std::string_view text, std::int64_t& seconds) {
     if (rest == "Z" || rest == "z") {
         moment += 'Z';
     } else if (!rest.empty() && (rest[0] == '+' || rest[0] == '-')) {
+        // GeneralizedTime writes the offset without its colon.
         moment += rest[0];
         if (!appendDigits(rest.substr(1), "00:00", moment)) {
             return false;

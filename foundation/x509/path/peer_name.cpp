@@ -21,12 +21,15 @@ bool readNumber(std::string_view text, int base, unsigned highest, unsigned& val
            value <= highest;
 }
 
-// RFC 3986 3.2.2: four decimal numbers without leading zeros.
+// RFC 3986 3.2.2: four decimal numbers without leading zeros. A leading zero means octal to some
+// programs and nothing to others, so that two of them would see two addresses.
 bool appendIpv4(std::string_view text, std::string& octets) {
     std::string found;
     while (found.size() < 4) {
+        // The last number reaches to the end: a dot in it is no number.
         const std::size_t dot = found.size() < 3 ? text.find('.') : text.size();
         unsigned value = 0;
+        // "0" itself is one digit and passes.
         if (dot == std::string_view::npos || !readNumber(text.substr(0, dot), 10, 255, value) ||
             (dot > 1 && text[0] == '0')) {
             return false;
@@ -69,6 +72,7 @@ bool appendIpv6(std::string_view text, std::string& octets) {
     const std::size_t gap = text.find("::");
     std::string front;
     std::string back;
+    // Without a gap all eight groups have to be written.
     if (gap == std::string_view::npos) {
         if (!appendGroups(text, front) || front.size() != 2 * kIpv6Groups) {
             return false;
@@ -76,6 +80,8 @@ bool appendIpv6(std::string_view text, std::string& octets) {
         octets += front;
         return true;
     }
+    // A gap for nothing is refused, as the standard has it; with an IPv4 tail a side may hold two
+    // groups more, which the sum covers.
     if (!appendGroups(text.substr(0, gap), front) || !appendGroups(text.substr(gap + 2), back) ||
         front.size() + back.size() > 2 * (kIpv6Groups - 1)) {
         return false;
@@ -84,7 +90,8 @@ bool appendIpv6(std::string_view text, std::string& octets) {
     return true;
 }
 
-// RFC 9525 6.3: a wildcard is the whole leftmost label and stands for exactly one.
+// RFC 9525 6.3: a wildcard is the whole leftmost label and stands for exactly one. "*.example.com"
+// is not example.com, and a.b.example.com is not covered either.
 bool isHostCovered(std::string_view presented, std::string_view wanted) noexcept {
     if (!isHostName(presented, true)) {
         return false;
@@ -97,6 +104,8 @@ bool isHostCovered(std::string_view presented, std::string_view wanted) noexcept
            equalIgnoringCase(presented.substr(2), wanted.substr(dot + 1));
 }
 
+// Upper and lower case of the local part are two mailboxes to the standards; whoever asks should
+// write it as the certificate has it.
 bool isSameMailbox(std::string_view presented, std::string_view wanted) noexcept {
     std::string_view local;
     std::string_view host;
@@ -113,6 +122,7 @@ bool parsePeerName(std::string_view text, PeerName& name) {
     if (colon == std::string_view::npos) {
         return false;
     }
+    // In small letters only: these are words of the query language and no names.
     const std::string_view form = text.substr(0, colon);
     std::string_view value = text.substr(colon + 1);
     PeerName parsed;

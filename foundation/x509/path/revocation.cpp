@@ -12,10 +12,12 @@ namespace vantrel::x509 {
 bool isUsableAt(const PathQuery& query, std::int64_t thisUpdate,
                 const std::optional<std::int64_t>& nextUpdate) noexcept {
     // Evidence from after the time of the path need not be current at that time; it knows more.
+    // Evidence from the future of either is a clock that is wrong, or a date that was made up.
     const std::int64_t latest = query.revocationTime.value_or(query.time);
     if (thisUpdate > latest || (nextUpdate && *nextUpdate < query.time)) {
         return false;
     }
+    // An age is measured from the time of the path, not from the clock.
     return query.maxRevocationAge == 0 || thisUpdate >= query.time - query.maxRevocationAge;
 }
 
@@ -25,6 +27,8 @@ bool countsAtTime(const PathQuery& query, const Revocation& revocation) noexcept
         revocation.date <= query.time) {
         return true;
     }
+    // The reasons that mean that somebody else may have signed, perhaps long before it was noticed;
+    // for the others the signatures made until then stay good.
     const bool compromised = revocation.reason == kReasonKeyCompromise ||
                              revocation.reason == kReasonCaCompromise ||
                              revocation.reason == kReasonAaCompromise;
@@ -39,6 +43,7 @@ std::string describeRevocation(const Revocation& revocation) {
         "removed",         "privilege withdrawn",    "AA compromise"};
     std::string text = "it was revoked at ";
     asn1::appendIsoTime(revocation.date, text);
+    // The number is whatever the list holds.
     const bool known = revocation.reason >= 0 &&
                        revocation.reason < static_cast<std::int64_t>(std::size(kReasons));
     text += " (";

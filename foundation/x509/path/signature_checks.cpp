@@ -18,6 +18,7 @@ using asn1::Tag;
 
 namespace {
 
+// In bits, as the key counts them.
 constexpr unsigned kBrokenModulus = 1024; // below
 constexpr unsigned kWeakModulus = 2048;
 constexpr unsigned kWeakCurve = 224;
@@ -57,7 +58,8 @@ std::unique_ptr<_vlPublicKey> loadKey(ByteView keyInfo) {
     return key;
 }
 
-// The key with parameters that are not its own.
+// The key with parameters that are not its own. Written anew as DER, since keys are read from
+// nothing else.
 std::unique_ptr<_vlPublicKey> loadWithParameters(const KeyInfo& info, ByteView parameters) {
     asn1::DerWriter writer;
     writer.open(Tag::Sequence);
@@ -87,6 +89,8 @@ SignatureVerdict SignatureChecks::prepare(const Key& key) noexcept {
     if (key.key == nullptr) {
         return key.inherits ? SignatureVerdict::NeedsParameters : SignatureVerdict::Unsupported;
     }
+    // The limit is asked for with every key, before any work, so that hostile candidates cannot
+    // cost more than it allows.
     m_exhausted = m_exhausted || m_count >= m_limit;
     return m_count >= m_limit ? SignatureVerdict::OverLimit : SignatureVerdict::Good;
 }
@@ -106,6 +110,7 @@ SignatureVerdict SignatureChecks::certificate(const VantrelX509& subject,
     if (verdict != SignatureVerdict::Good) {
         return verdict;
     }
+    // Asked before the count: an unknown algorithm costs nothing.
     if (!parseSignatureAlgorithm(subject.signatureAlgorithm(), algorithm)) {
         return SignatureVerdict::Unsupported;
     }
@@ -141,6 +146,7 @@ SignatureVerdict SignatureChecks::bytes(ByteView algorithm, ByteView signedBytes
 void SignatureChecks::inheritParameters(const VantrelX509& certificate, ByteView& parameters) {
     // RFC 5280 6.1.4 d to f: another kind of key in between ends what is handed down.
     KeyInfo info;
+    // Another kind of key in the chain hands nothing down, not even what came from above it.
     if (!readKeyInfo(certificate.publicKeyInfo(), info) || !isDsa(info)) {
         parameters = {};
         return;
@@ -150,6 +156,7 @@ void SignatureChecks::inheritParameters(const VantrelX509& certificate, ByteView
         return;
     }
     Key& key = keyOf(certificate);
+    // The same key may take other parameters on another path; then it is made anew.
     if (!sameBytes(key.inherited, parameters)) {
         key.key = loadWithParameters(info, parameters);
         key.inherited = parameters;
@@ -175,8 +182,11 @@ Strength SignatureChecks::keyStrength(const VantrelX509& certificate) {
     }
 }
 
+// What is broken for certificates is not what is broken for digests: an issuer signs what others
+// hand in, so that a collision is enough.
 Strength SignatureChecks::algorithmStrength(ByteView algorithm) {
     SignatureAlgorithm parsed;
+    // Not known, so not used: the verdict on the signature says it is unsupported.
     if (!parseSignatureAlgorithm(algorithm, parsed)) {
         return Strength::Strong;
     }

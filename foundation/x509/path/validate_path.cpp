@@ -32,7 +32,9 @@ std::string dotted(ByteView oid) {
     return asn1::oidToText(oid, text) ? text : "an unreadable identifier";
 }
 
-// Counts down to the certificate from which a policy rule holds (RFC 5280 6.1.2 d to f).
+// Counts down to the certificate from which a policy rule holds (RFC 5280 6.1.2 d to f). RFC 5280
+// calls them explicit_policy, policy_mapping and inhibit_anyPolicy; they begin at the length of the
+// path plus one and a rule is in force at zero.
 using Countdown = std::size_t;
 
 void lower(Countdown& count, const std::optional<std::uint32_t>& limit) noexcept {
@@ -45,6 +47,7 @@ void lower(Countdown& count, const std::optional<std::uint32_t>& limit) noexcept
 // down. The anchor is a certificate like the others, but for its signature and its policies.
 class Validation {
 public:
+    // The path's length counts its anchor, so it is the n + 1 of the standard.
     Validation(const CandidatePath& path, const PathRules& rules, const PathMeans& means)
         : m_path(path), m_rules(rules), m_means(means), m_names(means.nameChecks),
           m_pathLength(path.size()), m_explicit(rules.explicitPolicy ? 0 : path.size()),
@@ -71,6 +74,8 @@ public:
         checkTarget(m_path.front()->facts);
         checkPolicies(m_path.front()->facts);
         checkDepth();
+        // Revocation costs signatures and perhaps paths of its own, and of a path that does not
+        // hold nobody needs to know it.
         if (m_verdict.problems.empty()) {
             checkRevocation();
         }
@@ -89,13 +94,15 @@ private:
             checkNames(facts);
             addPolicies(facts);
         }
+        // Behind the signature: the parameters are for the certificates below this one.
         m_means.signatures.inheritParameters(*facts.certificate, m_keyParameters);
         checkStrength(m_means.signatures.keyStrength(*facts.certificate), facts, "its key");
         checkPurpose(facts);
     }
 
     // The search checked it already, so this is a look-up, but for keys that inherit their
-    // parameters.
+    // parameters. Of two certificates with one subject a look-up tells which key was meant: the
+    // search went through the issuer's key, not through the name.
     void checkSignature(const CertificateFacts& facts, const CertificateFacts& issuer) {
         switch (m_means.signatures.certificate(*facts.certificate, *issuer.certificate)) {
         case SignatureVerdict::Good: return;
@@ -113,7 +120,9 @@ private:
              "its signature was not made with the key of its issuer");
     }
 
-    // The anchor's own signature is not looked at: nobody relies on it. Its key is.
+    // The anchor's own signature is not looked at: nobody relies on it. Its key is. RSA keys of
+    // 1024 bits and SHA-1 are in archives everywhere; whether they still count is for the caller to
+    // say, so they are told and not refused.
     void checkStrength(Strength strength, const CertificateFacts& facts, const char* what) {
         if (strength == Strength::Strong) {
             return;
@@ -123,7 +132,9 @@ private:
              std::string(what) + " uses an algorithm or size that is no longer trusted");
     }
 
-    // 6.1.3 b and c: those that an authority issued to itself are free of them, the last is not.
+    // 6.1.3 b and c: those that an authority issued to itself are free of them, the last is not. An
+    // authority may hold a name of its own outside of what it may certify, for the change of its
+    // key (RFC 5280 4.2.1.10).
     void checkNames(const CertificateFacts& facts) {
         std::string why;
         if (facts.selfIssued && !m_target) {
@@ -139,12 +150,15 @@ private:
     }
 
     // 6.1.3 d and e
+    // A self-issued certificate does not use up the patience with any-policy.
     void addPolicies(const CertificateFacts& facts) {
         m_policies.addCertificate(facts, m_anyPolicy > 0 || (facts.selfIssued && !m_target));
     }
 
     // RFC 5280 demands the purpose of the target alone; that an authority's own purposes limit what
-    // it may issue for is what all who write them mean.
+    // it may issue for is what all who write them mean. A certificate for timestamping authorities
+    // alone would otherwise issue for web servers. Purposes of the path are intersected from the
+    // anchor down, and the one that leaves nothing is named.
     void checkPurpose(const CertificateFacts& facts) {
         const bool left = !m_purposes.empty();
         std::erase_if(m_purposes, [&facts](const asn1::OidBytes* purpose) {
@@ -162,6 +176,7 @@ private:
             note(m_verdict.problems, PathFault::Policy, facts,
                  "it maps a policy from or to any-policy");
         }
+        // Behind the check of this certificate's own names: it binds those below.
         m_names.add(facts);
         // h: certificates that an authority issued to itself do not count. The anchor is none of
         // the path's certificates as RFC 5280 counts them.
@@ -180,6 +195,7 @@ private:
     static void countDown(Countdown& count) noexcept { count -= count > 0 ? 1 : 0; }
 
     // l and m
+    // A path length binds the authorities below, not the target, however it is marked.
     void checkPathLength(const CertificateFacts& facts) {
         if (!m_anchor && !facts.selfIssued) {
             if (m_pathLength == 0) {
@@ -192,7 +208,8 @@ private:
         lower(m_pathLength, facts.pathLength);
     }
 
-    // What the caller asks of the certificate itself, beyond what makes the path hold.
+    // What the caller asks of the certificate itself, beyond what makes the path hold. RFC 5280
+    // leaves these to applications: purpose, usage and name.
     void checkTarget(const CertificateFacts& facts) {
         if (m_rules.askPurpose && m_rules.purposes.empty()) {
             note(m_verdict.problems, PathFault::ExtendedKeyUsage, facts,
@@ -202,6 +219,7 @@ private:
             note(m_verdict.problems, PathFault::KeyUsage, facts,
                  "its key usage does not allow what its key was used for");
         }
+        // A name that could not be read fails like one that does not fit.
         if (m_rules.askName && !(m_rules.name && isIssuedFor(facts, *m_rules.name))) {
             note(m_verdict.problems, PathFault::NameMismatch, facts,
                  "it was not issued for the name that was asked for");
@@ -210,6 +228,7 @@ private:
 
     // RFC 5280 6.1.5 a, b and g
     void checkPolicies(const CertificateFacts& facts) {
+        // A trusted target is its own authority on policies.
         if (m_path.size() == 1) {
             m_verdict.policies = m_rules.policies;
             if (m_rules.policies.empty()) {
@@ -220,6 +239,7 @@ private:
         // A demand for an explicit policy that reaches zero anywhere stays there, and so does an
         // empty graph; so it is enough to ask once, at the end.
         m_verdict.policies = m_policies.policiesFor(m_rules.policies);
+        // RFC 5280 6.1.5 a and b are for the target itself.
         if (!facts.selfIssued) {
             countDown(m_explicit);
         }
@@ -244,6 +264,8 @@ private:
         }
     }
 
+    // Lists and answers that were given are used whether they are asked for or not: nobody who
+    // holds a revocation wants it to be ignored.
     void checkRevocation() {
         const PathQuery& query = m_means.query;
         if (!query.checkRevocation && query.crls.empty() && query.ocspResponses.empty()) {
@@ -275,6 +297,8 @@ private:
             note(m_verdict.problems, PathFault::Revoked, certificate.facts, list.why);
             return;
         }
+        // One kind that says good is enough; the other may not have been given. The kind that the
+        // caller has is the one to be mended.
         if (m_means.query.checkRevocation && answer.status != RevocationStatus::Good &&
             list.status != RevocationStatus::Good) {
             note(m_verdict.problems, PathFault::RevocationUnknown, certificate.facts,
@@ -301,6 +325,8 @@ private:
 
 } // namespace
 
+// A text of the query that cannot be read stays a demand, which then fails: a slip of the pen must
+// not widen what is trusted.
 PathRules readRules(const PathQuery& query) {
     PathRules rules;
     for (const std::string& purpose : query.purposes) {
@@ -319,6 +345,7 @@ PathRules readRules(const PathQuery& query) {
         if (asn1::oidFromText(policy, id)) {
             octets = asText(id.view());
         }
+        // Whoever asks for any policy asks for none in particular.
         any = any || octets == asText(oid::kAnyPolicy);
         rules.policies.insert(std::move(octets));
     }
