@@ -28,7 +28,7 @@ namespace vantrel {
 /// Verifies the signatures of a document, given as its octets in the encoding that it declares.
 /// Whatever goes wrong is told in the result.
 [[nodiscard]] VerifyResult verify(std::string_view document, const VerifyOptions& options = {});
-/// The same for a file.
+/// The same for a file; one that cannot be read is a result with Status::Error.
 [[nodiscard]] VerifyResult verifyFile(const std::string& path, const VerifyOptions& options = {});
 
 /// "0.1.0", of the library that runs; see version.h for that which was compiled with.

@@ -1,4 +1,4 @@
-// Verifies a document with the typed interface: the sample of the README, as a user would build it.
+// Verifies a document with the typed interface, as a user would build it.
 #include <vantrel/verify.h>
 
 #include <iostream>
