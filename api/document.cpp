@@ -85,7 +85,10 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
     steps.explains = asked.explain;
     if (asked.log || asked.verboseLog) {
         // Of all attempts at one signature, until its result takes them over.
-        steps.attempted = [&] { addLog(asked.limits.logOctets, log); };
+        steps.attempted = [&](std::string& /*error*/) {
+            addLog(asked.limits.logOctets, log);
+            return true;
+        };
     }
     steps.finished = [&](std::string& error) {
         const bool kept = (!forPage || verifier.KeepForHtmlReport()) &&

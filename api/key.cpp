@@ -21,13 +21,18 @@ Key::Facts factsOf(const ClsPublicKey& key) {
 Result<Key> Key::fromBytes(std::string_view bytes) {
     std::vector<Ref<ClsPublicKey>> found;
     keyfile::KeyFileFault fault;
-    if (!keyfile::loadKeys(asBytes(bytes), found, fault)) {
+    std::vector<DataBuffer> certificates;
+    if (!keyfile::loadKeys(asBytes(bytes), found, fault, &certificates)) {
         return Error{fault.what, std::string(fault.remedy)};
     }
     auto data = std::make_shared<Data>();
     data->source = bytes;
     for (const Ref<ClsPublicKey>& key : found) {
         data->keys.push_back(factsOf(*key));
+    }
+    for (const DataBuffer& der : certificates) {
+        std::string ignored; // one that cannot be kept names nobody
+        static_cast<void>(data->certificates.addBytes(asText(der.view()), ignored));
     }
     return Key(std::move(data));
 }

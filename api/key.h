@@ -1,6 +1,7 @@
 #ifndef API_KEY_H
 #define API_KEY_H
 
+#include "api/certificate.h"
 #include "api/result.h"
 
 #include <memory>
@@ -32,6 +33,10 @@ public:
 
     /// At least one.
     [[nodiscard]] const std::vector<Facts>& keys() const noexcept { return m_data->keys; }
+    /// Those that keys came from; they name the keys' holders.
+    [[nodiscard]] const CertificateStore& certificates() const noexcept {
+        return m_data->certificates;
+    }
     /// What it was read from.
     [[nodiscard]] std::string_view source() const noexcept { return m_data->source; }
 
@@ -39,6 +44,7 @@ private:
     struct Data {
         std::string source;
         std::vector<Facts> keys;
+        CertificateStore certificates;
     };
 
     explicit Key(std::shared_ptr<const Data> data) noexcept : m_data(std::move(data)) {}

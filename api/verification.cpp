@@ -66,6 +66,11 @@ bool setKeys(const std::vector<Key>& given, ClsXmlDSig& verifier) {
         if (!keyfile::loadKeys(asBytes(key.source()), keys, fault)) {
             return false;
         }
+        // They name the holders of the keys, and are as well known to the caller as these.
+        ClsXmlCertVault* const vault = key.certificates().vault();
+        if (vault != nullptr && !verifier.UseCertVault(*vault)) {
+            return false;
+        }
     }
     return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
         return verifier.AddPublicKeyForAll(*key);
@@ -200,8 +205,8 @@ bool attempt(const VerifyOptions& options, ClsXmlDSig& verifier, int index, bool
     }
     valid = options.reference ? verifier.VerifyReferenceDigest(*options.reference)
                               : verifier.VerifySignature(options.checkReferences);
-    if (steps.attempted) {
-        steps.attempted();
+    if (steps.attempted && !steps.attempted(error)) {
+        return false;
     }
     if (!valid && isLast && steps.explains) {
         static_cast<void>(verifier.ExplainFailures(options.effort));

@@ -34,10 +34,10 @@ namespace api {
 
 // What is done on the way through the signatures; each may be empty.
 struct RunSteps {
-    // After every attempt at a signature, for its log.
-    std::function<void()> attempted;
-    // After the last attempt at a signature, when its report is final. False, with the reason in
-    // `error`, ends the run.
+    // After every attempt at a signature, for its log. False, with the reason in `error`, ends the
+    // run.
+    std::function<bool(std::string& error)> attempted;
+    // After the last attempt at a signature, when its report is final; false as above.
     std::function<bool(std::string& error)> finished;
     // Whether the causes of failures are searched; only a report can show them.
     bool explains = false;

@@ -14,9 +14,10 @@ namespace vantrel::cli {
 // The tool's exit codes: the highest over all files wins.
 enum ExitCode : int {
     kEverythingHolds = 0,
-    // A signature or digest does not verify, there is no signature, or a certificate is not trusted.
+    // A signature or digest does not verify, there is no signature, or a certificate is not
+    // trusted.
     kSomethingFails = 1,
-    kCannotTell = 2,     // usage error, unreadable file, not well-formed XML, over a limit
+    kCannotTell = 2, // usage error, unreadable file, not well-formed XML, over a limit
 };
 
 // One command of the tool, as command_table.cpp lists them. All texts are of static storage.
@@ -39,6 +40,7 @@ struct Command {
 [[nodiscard]] int runCerts(const Arguments& arguments);
 [[nodiscard]] int runDigestInput(const Arguments& arguments);
 [[nodiscard]] int runTimestamp(const Arguments& arguments);
+[[nodiscard]] int runWorker(const Arguments& arguments);
 [[nodiscard]] int runPath(const Arguments& arguments);
 [[nodiscard]] int runCompletion(const Arguments& arguments);
 [[nodiscard]] int runHelp(const Arguments& arguments);

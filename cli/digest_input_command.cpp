@@ -128,7 +128,7 @@ int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& ver
 int runFile(const VerifySettings& settings, bool signedInfo, const std::string& name,
             std::string& complaint) {
     ClsXmlDSig verifier;
-    if (!api::prepareVerifier(settings.options(), verifier, complaint) ||
+    if (!settings.prepare(verifier, complaint) ||
         !loadDocument(name, verifier, complaint)) {
         return kCannotTell;
     }

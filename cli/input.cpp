@@ -82,8 +82,25 @@ bool readInput(const std::string& name, DataBuffer& bytes, std::string& complain
     return ok;
 }
 
+std::string inlineFile(std::string_view octets) { return std::string(1, '\0').append(octets); }
+
+std::optional<std::string_view> inlineOctets(std::string_view value) noexcept {
+    if (value.empty() || value.front() != '\0') {
+        return std::nullopt;
+    }
+    return value.substr(1);
+}
+
+std::string fileName(const std::string& value) {
+    return inlineOctets(value) ? "(of the request)" : value;
+}
+
 bool readOptionFile(std::string_view option, const std::string& path, DataBuffer& bytes,
                     std::string& complaint) {
+    if (const std::optional<std::string_view> octets = inlineOctets(path)) {
+        bytes = DataBuffer(asBytes(*octets));
+        return true;
+    }
     _vlLogger log;
     int systemError = 0;
     const bool ok = path == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)

@@ -15,6 +15,44 @@ namespace vantrel::cli {
 
 namespace {
 
+// The whole list is shown: it is short, and the caller need not look it up.
+void refuseWord(const OptionSpec& option, std::string_view word,
+                std::span<const std::string_view> known, std::string& complaint) {
+    std::string list;
+    for (const std::string_view each : known) {
+        list += (list.empty() ? "" : ", ") + std::string(each);
+    }
+    const std::string_view guess = nearest(word, known);
+    complaint = withRemedy(
+        std::string(option.name) + " is one of " + list + "; not \"" + std::string(word) + "\"",
+        std::string(option.name) + " " + std::string(guess.empty() ? known.front() : guess));
+}
+
+// A word with a slip in it must not pass for one that was not given: a check that was asked for
+// and silently not made is worse than none. Single words are taken as they are listed, since
+// scripts compare them; those of a list come from people and are taken in any letter case.
+bool checkWords(const OptionSpec& option, const std::string& value, std::string& complaint) {
+    const bool single = option.kind == ValueKind::Word;
+    if (!single && option.kind != ValueKind::Words) {
+        return true;
+    }
+    const std::vector<std::string_view> known = splitWords(option.words);
+    std::vector<std::string_view> given = splitWords(value, ',');
+    if (single || given.empty()) {
+        given = {value};
+    }
+    for (const std::string_view word : given) {
+        const bool listed = std::any_of(known.begin(), known.end(), [&](std::string_view each) {
+            return single ? each == word : text::equalsNoCase(each, word);
+        });
+        if (!listed) {
+            refuseWord(option, word, known, complaint);
+            return false;
+        }
+    }
+    return true;
+}
+
 // One pass over the arguments. What goes wrong is told with what would be right, where that can be
 // guessed.
 class Parser {
@@ -47,7 +85,7 @@ public:
             return nullptr;
         }
         value = argument.substr(equals + 1);
-        return checkWords(*option, value) ? option : nullptr;
+        return checkWords(*option, value, complaint) ? option : nullptr;
     }
 
     // The letter at the front of `letters`, which is taken off; with it the rest, where that is its
@@ -68,7 +106,7 @@ public:
         // "-j4". An equals sign would be part of the value: that form belongs to long names.
         value = letters;
         letters = {};
-        return checkWords(*option, value) ? option : nullptr;
+        return checkWords(*option, value, complaint) ? option : nullptr;
     }
 
     std::string complaint;
@@ -93,45 +131,7 @@ private:
             return false;
         }
         value = take();
-        return checkWords(option, value);
-    }
-
-    // A word with a slip in it must not pass for one that was not given: a check that was asked for
-    // and silently not made is worse than none. Single words are taken as they are listed, since
-    // scripts compare them; those of a list come from people and are taken in any letter case.
-    bool checkWords(const OptionSpec& option, const std::string& value) {
-        const bool single = option.kind == ValueKind::Word;
-        if (!single && option.kind != ValueKind::Words) {
-            return true;
-        }
-        const std::vector<std::string_view> known = splitWords(option.words);
-        std::vector<std::string_view> given = splitWords(value, ',');
-        if (single || given.empty()) {
-            given = {value};
-        }
-        for (const std::string_view word : given) {
-            const bool listed = std::any_of(known.begin(), known.end(), [&](std::string_view each) {
-                return single ? each == word : text::equalsNoCase(each, word);
-            });
-            if (!listed) {
-                refuseWord(option, word, known);
-                return false;
-            }
-        }
-        return true;
-    }
-
-    // The whole list is shown: it is short, and the caller need not look it up.
-    void refuseWord(const OptionSpec& option, std::string_view word,
-                    std::span<const std::string_view> known) {
-        std::string list;
-        for (const std::string_view each : known) {
-            list += (list.empty() ? "" : ", ") + std::string(each);
-        }
-        const std::string_view guess = nearest(word, known);
-        complaint = withRemedy(
-            std::string(option.name) + " is one of " + list + "; not \"" + std::string(word) + "\"",
-            std::string(option.name) + " " + std::string(guess.empty() ? known.front() : guess));
+        return checkWords(option, value, complaint);
     }
 
     // An option of another command is a different slip than one that there is not: to propose an
@@ -235,6 +235,18 @@ bool Arguments::parse(std::span<const OptionSpec> table, CommandSet command,
     return true;
 }
 
+bool Arguments::add(const OptionSpec& option, std::string value, std::string& complaint) {
+    if (!checkWords(option, value, complaint)) {
+        return false;
+    }
+    m_options.emplace_back(option.name, std::move(value));
+    return true;
+}
+
+void Arguments::remove(std::string_view name) {
+    std::erase_if(m_options, [name](const auto& each) { return each.first == name; });
+}
+
 // Of an option that is given twice the last counts, so that an alias of the shell can be overruled.
 const std::string* Arguments::last(std::string_view name) const noexcept {
     const std::string* found = nullptr;
@@ -284,6 +296,15 @@ bool parseNumber(std::string_view text, int lowest, int highest, int& value) noe
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size() && value >= lowest &&
            value <= highest;
+}
+
+std::string camelCase(std::string_view longName) {
+    std::string out;
+    for (const std::string_view word : splitWords(longName, '-')) {
+        out += out.empty() ? word.front() : text::toUpperAscii(word.front());
+        out += word.substr(1);
+    }
+    return out;
 }
 
 std::vector<std::string_view> splitWords(std::string_view list, char separator) {

@@ -44,6 +44,13 @@ public:
     [[nodiscard]] bool parse(std::span<const OptionSpec> table, CommandSet command,
                              std::span<const char* const> arguments, std::string& complaint);
 
+    // The same for an option that comes from elsewhere, as if it stood behind all others; its value
+    // is empty for a switch. False, with `complaint`, for a word that is not listed. The text of
+    // the option's name must stay.
+    [[nodiscard]] bool add(const OptionSpec& option, std::string value, std::string& complaint);
+    // As if it had not been given.
+    void remove(std::string_view name);
+
     // Whether the option was given, with or without a value. Always by its long name.
     [[nodiscard]] bool has(std::string_view name) const noexcept { return last(name) != nullptr; }
     // The value given last, empty for a switch; null when the option was not given. Valid as long
@@ -68,6 +75,9 @@ private:
 // Reads all of `text` as a decimal number without a sign or white space. False, with `value`
 // unspecified, when it is none or lies outside lowest..highest.
 [[nodiscard]] bool parseNumber(std::string_view text, int lowest, int highest, int& value) noexcept;
+
+// "hmacKeyFile" of "--hmac-key-file": an option's name where names are written so.
+[[nodiscard]] std::string camelCase(std::string_view longName);
 
 // The words of a list in which `separator` stands between them; empty ones are left out. Views into
 // `list`.

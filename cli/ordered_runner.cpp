@@ -1,14 +1,36 @@
 #include "cli/ordered_runner.h"
 
+#include <algorithm>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <vector>
 
 // Two locks, always taken in this order: m_nameMutex, by the one thread that reads names; then
 // m_mutex, shortly, for the counters and the results that wait. Names are numbered as they are
-// read, and result n is emitted when all before it have been. One condition serves all three
-// reasons to wait (room in the window, the next result, the end), as there are few threads to wake.
+// read, and result n is emitted when all before it have been, or at once where that is wanted. One
+// condition serves all three reasons to wait (room in the window, the next result, the end), as
+// there are few threads to wake.
 namespace vantrel::cli {
+
+namespace {
+
+// Against a slip of the keyboard: each thread holds a document in memory.
+constexpr int kMostJobs = 1024;
+
+} // namespace
+
+bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
+             std::string& complaint) {
+    std::optional<int> asked;
+    if (!arguments.number("--jobs", 1, kMostJobs, asked, complaint)) {
+        return false;
+    }
+    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+    jobs = asked ? static_cast<std::size_t>(*asked) : processors;
+    jobs = names > 0 ? std::min(jobs, names) : jobs;
+    return true;
+}
 
 void OrderedRunner::run(std::size_t jobs) {
     // Enough for the others to go on while one works on a large file, little enough for memory.
@@ -26,7 +48,7 @@ void OrderedRunner::run(std::size_t jobs) {
         return;
     }
     // Where fewer threads than wanted could be started, those there are do all the work.
-    emitInOrder();
+    emitAll();
     for (std::thread& thread : threads) {
         thread.join();
     }
@@ -34,7 +56,7 @@ void OrderedRunner::run(std::size_t jobs) {
 
 void OrderedRunner::runAlone() {
     std::string name;
-    while (m_names.next(name)) {
+    while (m_next(name)) {
         m_emit(m_work(name));
     }
 }
@@ -63,7 +85,7 @@ bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
         }
     }
     // `m_taken` may be raised after reading: only the holder of `m_nameMutex` changes it.
-    const bool found = m_names.next(name);
+    const bool found = m_next(name);
     const std::lock_guard lock(m_mutex);
     if (found) {
         index = m_taken++;
@@ -74,13 +96,17 @@ bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
     return found;
 }
 
-void OrderedRunner::emitInOrder() {
+std::map<std::size_t, FileResult>::iterator OrderedRunner::dueResult() {
+    return m_order == ResultOrder::AsDone ? m_waiting.begin() : m_waiting.find(m_emitted);
+}
+
+void OrderedRunner::emitAll() {
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] {
-            return m_waiting.contains(m_emitted) || (m_ended && m_emitted == m_taken);
+            return dueResult() != m_waiting.end() || (m_ended && m_emitted == m_taken);
         });
-        const auto next = m_waiting.find(m_emitted);
+        const auto next = dueResult();
         if (next == m_waiting.end()) {
             return;
         }

@@ -1,7 +1,7 @@
 #ifndef CLI_ORDERED_RUNNER_H
 #define CLI_ORDERED_RUNNER_H
 
-#include "cli/input.h"
+#include "cli/options.h"
 #include "cli/verify_file.h"
 
 #include <condition_variable>
@@ -13,20 +13,28 @@
 
 namespace vantrel::cli {
 
-// Works on files in parallel and hands the results on in the order of the names. No more results
-// than a few a thread wait for their turn, so memory stays bounded however long the list is, and a
-// slow first file holds the others back instead of letting them pile up. The threads share nothing
-// but the names and the results; `names` must outlive the run.
+// In which order results are handed on: that of the names, or each as it is done.
+enum class ResultOrder { OfNames, AsDone };
+
+// Works on files in parallel and hands the results on in the order that is asked for. No more
+// results than a few a thread wait for their turn, so memory stays bounded however long the list
+// is, and where the order is that of the names a slow file holds those behind it back instead of
+// letting them pile up. The threads share nothing but the names and the results. A name is whatever
+// the work understands: a file's name, a request.
 class OrderedRunner final {
 public:
+    // The next name; false at the end. Called by one thread at a time, not always the same; it may
+    // block.
+    using Next = std::function<bool(std::string& name)>;
     // Makes the result of one file; called by several threads at once. It must not throw: nobody on
     // its thread could catch that.
     using Work = std::function<FileResult(const std::string& name)>;
     // Takes the results, one after the other.
     using Emit = std::function<void(const FileResult& result)>;
 
-    OrderedRunner(NameSource& names, Work work, Emit emit)
-        : m_names(names), m_work(std::move(work)), m_emit(std::move(emit)) {}
+    OrderedRunner(Next next, Work work, Emit emit, ResultOrder order = ResultOrder::OfNames)
+        : m_next(std::move(next)), m_work(std::move(work)), m_emit(std::move(emit)),
+          m_order(order) {}
 
     // `work` runs on `jobs` threads, `emit` on the calling one. Where no thread can be started the
     // caller does the work itself. Returns when every name has been worked on and emitted; called
@@ -40,11 +48,14 @@ private:
     // The next name with its place in the order, once there is room for its result; false at the
     // end.
     [[nodiscard]] bool takeName(std::size_t& index, std::string& name);
-    void emitInOrder();
+    void emitAll();
+    // The result whose turn it is; the end where none is there. With m_mutex held.
+    [[nodiscard]] std::map<std::size_t, FileResult>::iterator dueResult();
 
-    NameSource& m_names;
+    const Next m_next;
     const Work m_work;
     const Emit m_emit;
+    const ResultOrder m_order;
 
     std::mutex m_nameMutex; // one thread at a time reads names, which may block
     std::mutex m_mutex;     // the fields below
@@ -52,9 +63,14 @@ private:
     std::map<std::size_t, FileResult> m_waiting; // done, by place, not yet emitted
     std::size_t m_window = 1;                    // most names taken and not yet emitted
     std::size_t m_taken = 0;
-    std::size_t m_emitted = 0; // everything below this place
+    std::size_t m_emitted = 0; // how many; in the order of names everything below this place
     bool m_ended = false;      // no more names
 };
+
+// The number of threads: that of --jobs, else one a processor, but no more than there are `names`,
+// where that is known (0: it is not). False, with `complaint`, for a --jobs that is no such number.
+[[nodiscard]] bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
+                           std::string& complaint);
 
 } // namespace vantrel::cli
 

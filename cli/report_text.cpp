@@ -302,6 +302,82 @@ std::string signerLine(const JsonValue& signature) {
                                ", key sha256 " + printable(textOf(*signer, "spkiSha256")));
 }
 
+// What the caller can do about a refusal, where an option decides it.
+std::string_view remedyOf(std::string_view refusal) {
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 7> kRemedies = {{
+        {"not-pinned", "--pin sha256:HEX with the fingerprint that the signer told you"},
+        {"not-trusted", "--anchor FILE (whom you trust)"},
+        {"not-vouched", "--key FILE, --pin sha256:HEX or --anchor FILE"},
+        {"no-timestamp", "--timestamps, with --anchor FILE of the authority"},
+        {"not-all-checked", "--ref-data N=FILE or --ref-dir DIR, without --no-references"},
+        {"target-not-covered",
+         "xmldsig verify --json FILE (path and excluded say what is covered)"},
+        {"signing-certificate-mismatch", "--cert FILE (the certificate that the signer meant)"},
+    }};
+    const auto found = std::find_if(kRemedies.begin(), kRemedies.end(),
+                                    [&](const auto& each) { return each.first == refusal; });
+    return found == kRemedies.end() ? std::string_view() : found->second;
+}
+
+// What may mend a problem of a certification path.
+std::string_view remedyOfPath(std::string_view problem) {
+    if (problem == "expired") {
+        return "--timestamps (with --anchor FILE of the authority), or --at TIME";
+    }
+    if (problem == "revocation-unknown") {
+        return "--crl FILE";
+    }
+    return problem == "no-path" ? "--cert FILE (the authorities between)" : "";
+}
+
+// What the caller's policy says of the signature; nothing without one.
+std::string acceptanceLines(const JsonValue& signature) {
+    if (signature.find("accepted") == nullptr) {
+        return {};
+    }
+    if (flagOf(signature, "accepted")) {
+        return entry(coloured("accepted", Colour::Good), "by the policy of the command line");
+    }
+    std::string out = entry("not accepted:", coloured(wordsOf(signature, "refusals"), Colour::Bad));
+    for (const JsonValue& refusal : listOf(signature, "refusals")) {
+        if (const std::string_view remedy = remedyOf(refusal.text()); !remedy.empty()) {
+            out += entry("", "try: " + std::string(remedy));
+        }
+    }
+    const std::vector<JsonValue>& warnings = listOf(signature, "warnings");
+    if (std::any_of(warnings.begin(), warnings.end(),
+                    [](const JsonValue& word) { return word.text() == "key-not-used"; })) {
+        out += entry(
+            "", coloured("the key that you gave was NOT used, another one verified", Colour::Bad));
+        out += entry("", "try: --only-key");
+    }
+    return out;
+}
+
+// Whether the signer's certificate leads to an anchor, by which way, and what is to be said of it.
+std::string trustLines(const JsonValue& signature) {
+    const JsonValue* const trust = signature.find("trust");
+    if (trust == nullptr) {
+        return {};
+    }
+    const bool trusted = textOf(*trust, "status") == "trusted";
+    std::string out = entry("trust", coloured(trusted ? "trusted" : "not trusted",
+                                              trusted ? Colour::Good : Colour::Bad) +
+                                         " at " + printable(textOf(*trust, "time")));
+    for (const JsonValue& certificate : listOf(*trust, "path")) {
+        out += entry("", "path: " + printable(certificate.text()));
+    }
+    for (const JsonValue& problem : listOf(*trust, "problems")) {
+        const std::string_view whose = textOf(problem, "certificate");
+        out += entry("", printable(textOf(problem, "code")) + ": " +
+                             (whose.empty() ? "" : printable(whose) + ": ") +
+                             printable(textOf(problem, "text")));
+        const std::string_view remedy = remedyOfPath(textOf(problem, "code"));
+        out += remedy.empty() ? "" : entry("", "try: " + std::string(remedy));
+    }
+    return out;
+}
+
 } // namespace
 
 std::string algorithmName(std::string_view identifier) {
@@ -325,10 +401,12 @@ std::string algorithmName(std::string_view identifier) {
     return printable(identifier);
 }
 
-std::string fileHeading(std::string_view name, std::string_view status) {
-    const std::string word(status);
-    return shortened(printable(name), kTextColumns - word.size() - 2) + ": " +
-           coloured(word, colourOf(word)) + "\n";
+std::string fileHeading(std::string_view name, std::string_view status,
+                        std::string_view acceptance) {
+    const std::string behind = acceptance.empty() ? "" : ", " + std::string(acceptance);
+    const Colour colour = acceptance == "accepted" ? Colour::Good : Colour::Bad;
+    return shortened(printable(name), kTextColumns - status.size() - behind.size() - 2) + ": " +
+           coloured(status, colourOf(status)) + coloured(behind, colour) + "\n";
 }
 
 std::string signatureText(std::string_view json) {
@@ -338,6 +416,7 @@ std::string signatureText(std::string_view json) {
         return "  (no report)\n";
     }
     std::string out = heading(signature, ": " + verdict(signature));
+    out += acceptanceLines(signature);
     if (const std::string_view reason = textOf(signature, "reason"); !reason.empty()) {
         out += entry("reason", printable(reason));
     }
@@ -364,6 +443,7 @@ std::string signatureText(std::string_view json) {
                                   (time.empty() ? "" : ", " + printable(time)) +
                                   (by.empty() ? "" : ", by " + printable(by)));
     }
+    out += trustLines(signature);
     if (const std::string words = wordsOf(signature, "accommodations"); !words.empty()) {
         out += entry("leniency", coloured(words, Colour::Note));
     }

@@ -10,8 +10,10 @@ namespace vantrel::cli {
 // scripts are told the same. What comes from the document is made printable. Each text ends in a
 // line end; what is no such JSON gives a line that says so.
 
-// "invoice.xml: valid", in colour where that is wanted.
-[[nodiscard]] std::string fileHeading(std::string_view name, std::string_view status);
+// "invoice.xml: valid", in colour where that is wanted; with a policy "invoice.xml: valid, not
+// accepted" (`acceptance`; empty without one).
+[[nodiscard]] std::string fileHeading(std::string_view name, std::string_view status,
+                                      std::string_view acceptance);
 // One verified signature, from ClsXmlDSig's LastJsonData. Of very many references or exclusions the
 // ones that match without a remark are only counted; --json has them all.
 [[nodiscard]] std::string signatureText(std::string_view json);

@@ -22,7 +22,8 @@ constexpr std::array<Outcome, 4> kOutcomes = {{
 
 } // namespace
 
-void Summary::add(std::string_view status) noexcept {
+void Summary::add(std::string_view status, bool refused) noexcept {
+    m_refused += refused ? 1 : 0;
     // The search ends at the last outcome, which needs no comparison.
     std::size_t i = 0;
     while (i + 1 < kOutcomes.size() && kOutcomes[i].status != status) {
@@ -45,6 +46,9 @@ std::string Summary::line() const {
                    std::string(kOutcomes[i].text);
             between = ", ";
         }
+    }
+    if (m_refused > 0) {
+        out += std::string(between) + std::to_string(m_refused) + " not accepted";
     }
     return out + "\n";
 }

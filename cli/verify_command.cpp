@@ -7,6 +7,7 @@
 #include "cli/verify_command.h"
 
 #include "cli/commands.h"
+#include "cli/input.h"
 #include "cli/ordered_runner.h"
 #include "cli/progress.h"
 #include "cli/summary.h"
@@ -15,22 +16,10 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <thread>
 
 namespace vantrel::cli {
 
 namespace {
-
-// Against a slip of the keyboard: each thread holds a document in memory.
-constexpr int kMostJobs = 1024;
-
-// The number of threads: as asked, else one a processor, but no more than there are files, where
-// that is known (0: it is not).
-std::size_t jobsFor(const std::optional<int>& asked, std::size_t files) {
-    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
-    const std::size_t jobs = asked ? static_cast<std::size_t>(*asked) : processors;
-    return files > 0 ? std::min(jobs, files) : jobs;
-}
 
 // Prints the results in their turn, and keeps what is said of all of them at the end.
 class Printer {
@@ -46,7 +35,7 @@ public:
     void print(const FileResult& result) {
         const bool holds = result.code == kEverythingHolds;
         m_code = std::max<int>(m_code, result.code);
-        m_summary.add(result.status);
+        m_summary.add(result.status, result.refused);
         if (!holds || !m_failedOnly) {
             show(result);
         }
@@ -117,9 +106,10 @@ int verifyFiles(const Arguments& arguments, bool explains) {
     std::string complaint;
     NameSource names;
     VerifySettings settings;
-    std::optional<int> jobs;
-    if (!arguments.number("--jobs", 1, kMostJobs, jobs, complaint) ||
-        !names.open(arguments, false, complaint) || !settings.load(arguments, complaint)) {
+    std::size_t jobs = 0;
+    if (!names.open(arguments, false, complaint) ||
+        !jobsFor(arguments, names.total(), jobs, complaint) ||
+        !settings.load(arguments, complaint)) {
         return usageError(complaint);
     }
     settings.setExplains(explains);
@@ -130,10 +120,10 @@ int verifyFiles(const Arguments& arguments, bool explains) {
     // names.
     Printer printer(arguments, settings, form, names.total());
     OrderedRunner runner(
-        names,
+        [&names](std::string& name) { return names.next(name); },
         [&settings, form](const std::string& name) { return verifyFile(name, settings, form); },
         [&printer](const FileResult& result) { printer.print(result); });
-    runner.run(jobsFor(jobs, names.total()));
+    runner.run(jobs);
     printer.end();
     if (names.foundNothing()) {
         return usageError(std::string(kNothingFound));

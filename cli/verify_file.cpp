@@ -1,15 +1,18 @@
 #include "cli/verify_file.h"
 
+#include "cli/file_acceptance.h"
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
 #include <vantrel/fingerprint.h>
+#include <vantrel/json_writer.h>
 #include <vantrel/report_json.h>
 #include <vantrel/verification.h>
 
 #include <exception>
+#include <optional>
 #include <utility>
 
 // One file's verification. Its report is put together here and printed elsewhere, in the file's
@@ -20,6 +23,23 @@ namespace vantrel::cli {
 
 namespace {
 
+// What a policy says of a file.
+struct Judgement {
+    bool accepted = false;
+    FileAcceptance reasons;
+};
+
+// A JSON object up to its list of signatures; endReport ends both. `policy`: nothing without one.
+std::string jsonHeading(std::string_view name, const api::DocumentOctets& octets,
+                        std::string_view status, std::string_view complaint,
+                        const std::optional<Judgement>& policy) {
+    return api::reportHeading(name, octets, status, complaint, [&policy](json::JsonWriter& out) {
+        if (policy) {
+            policy->reasons.write(policy->accepted, out);
+        }
+    });
+}
+
 // One object a line.
 void endReport(FileResult& result) {
     result.report += api::kReportEnd;
@@ -29,9 +49,12 @@ void endReport(FileResult& result) {
 // One file on its way: a new verifier each, so that no document leaves anything to the next.
 class FileRun {
 public:
-    FileRun(const std::string& name, const VerifySettings& settings, ReportForm form)
-        : m_settings(settings), m_form(form) {
-        m_result.name = name;
+    FileRun(const VerifySource& source, const VerifySettings& settings, ReportForm form)
+        : m_source(source), m_settings(settings), m_form(form) {
+        m_result.name = source.name;
+        if (settings.policy().policy) {
+            m_judgement.emplace();
+        }
     }
 
     // Whatever went wrong, there is a heading with the status and, for JSON, a whole object.
@@ -40,6 +63,9 @@ public:
         const bool verified = verify(complaint);
         if (!verified) {
             m_status = "error";
+            if (m_judgement) {
+                m_judgement.emplace(); // what was found before says nothing of the whole
+            }
             m_result.code = kCannotTell;
             m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
         }
@@ -55,16 +81,21 @@ private:
     bool verify(std::string& complaint) {
         ClsBinData document;
         ClsXmlDSig verifier;
-        if (!readInput(m_result.name, document.data(), complaint)) {
+        if (m_source.timeoutMs) {
+            verifier.SetDeadline(*m_source.timeoutMs);
+        }
+        if (m_source.document) {
+            document.data() = *m_source.document; // shared, not copied
+        } else if (!readInput(m_result.name, document.data(), complaint)) {
             return false;
         }
         if (m_form == ReportForm::Json) {
             m_octets = {document.data().getSize(), dsig::sha256Text(document.data().view())};
         }
-        if (!api::prepareVerifier(m_settings.options(), verifier, complaint)) {
+        if (!m_settings.prepare(verifier, complaint)) {
             return false;
         }
-        if (!load(verifier, document, complaint)) {
+        if (!load(verifier, document, complaint) || isLate(verifier, complaint)) {
             return false;
         }
         std::vector<int> indexes;
@@ -77,19 +108,40 @@ private:
             return false;
         }
         m_status = toString(status);
-        m_result.code = status == Status::Valid ? kEverythingHolds : kSomethingFails;
+        bool holds = status == Status::Valid;
+        if (m_judgement) {
+            holds = m_judgement->reasons.holds(m_settings.policy().any);
+            m_judgement->accepted = holds;
+            m_result.refused = !holds;
+        }
+        m_result.code = holds ? kEverythingHolds : kSomethingFails;
         return m_form != ReportForm::Html || makePage(verifier, complaint);
     }
 
     api::RunSteps stepsOf(ClsXmlDSig& verifier) {
         api::RunSteps steps;
-        steps.attempted = [this, &verifier] { keepLog(verifier, verifier.get_Selector()); };
+        steps.attempted = [this, &verifier](std::string& complaint) {
+            keepLog(verifier, verifier.get_Selector());
+            // A verdict that was found too late may be one about the time.
+            return !isLate(verifier, complaint);
+        };
         steps.finished = [this, &verifier](std::string& complaint) {
-            return addToReport(verifier, complaint);
+            return addToReport(verifier, complaint) && !isLate(verifier, complaint);
         };
         // Only a report can show what a search finds.
         steps.explains = m_settings.explains() && m_form != ReportForm::None;
         return steps;
+    }
+
+    // Whether the caller has stopped waiting. Signatures that were in time are not reported,
+    // either: how many they are is chance.
+    bool isLate(ClsXmlDSig& verifier, std::string& complaint) {
+        if (!verifier.TimeIsUp()) {
+            return false;
+        }
+        complaint = "the time for the document is up (timeoutMs)";
+        m_result.report.clear();
+        return true;
     }
 
     bool makePage(ClsXmlDSig& verifier, std::string& complaint) {
@@ -103,10 +155,18 @@ private:
         return true;
     }
 
+    // Whether the policy accepts the signature that was verified last.
+    bool judge(ClsXmlDSig& verifier) {
+        XString acceptance;
+        return verifier.LastAcceptance(acceptance) &&
+               m_judgement->reasons.add(acceptance.getUtf8Sb().view());
+    }
+
     // Loads the document, again where it must be. Its log goes to the others, as of no signature
     // (-1).
     bool load(ClsXmlDSig& verifier, ClsBinData& document, std::string& complaint) {
-        const bool loaded = verifier.LoadSignatureBd(document);
+        const bool loaded = m_source.isText ? loadText(verifier, document.data().view())
+                                            : verifier.LoadSignatureBd(document);
         keepLog(verifier, -1);
         if (!loaded) {
             complaint =
@@ -115,9 +175,18 @@ private:
         return loaded;
     }
 
+    static bool loadText(ClsXmlDSig& verifier, ByteView octets) {
+        XString text(asText(octets));
+        return verifier.LoadSignature(text);
+    }
+
     // What the last verification found out. False, with the reason in `complaint`, when that is too
     // much.
     bool addToReport(ClsXmlDSig& verifier, std::string& complaint) {
+        if (m_judgement && !judge(verifier)) {
+            complaint = "the signature could not be judged";
+            return false;
+        }
         if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
             complaint = lastErrorOf(verifier);
             return false;
@@ -180,15 +249,26 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading = api::reportHeading(m_result.name, m_octets, m_status, complaint);
+            m_result.heading =
+                jsonHeading(m_result.name, m_octets, m_status, complaint, m_judgement);
             endReport(m_result);
         } else if (m_form == ReportForm::Text) {
-            m_result.heading = fileHeading(m_result.name, m_status);
+            m_result.heading = fileHeading(m_result.name, m_status, acceptanceWord());
         }
     }
 
+    // Behind the status in the heading for people.
+    std::string_view acceptanceWord() const {
+        if (!m_judgement) {
+            return {};
+        }
+        return m_judgement->accepted ? "accepted" : "not accepted";
+    }
+
+    const VerifySource& m_source;
     const VerifySettings& m_settings;
     ReportForm m_form;
+    std::optional<Judgement> m_judgement; // nothing without a policy
     FileResult m_result;
     api::DocumentOctets m_octets;
     std::string_view m_status = "error";
@@ -198,18 +278,34 @@ private:
 
 } // namespace
 
-FileResult verifyFile(const std::string& name, const VerifySettings& settings, ReportForm form) {
-    try {
-        return FileRun(name, settings, form).run();
-    } catch (const std::exception& error) {
-        FileResult result;
-        result.name = name;
-        result.errors = "xmldsig: " + printable(name) + ": " + error.what() + "\n";
-        if (form == ReportForm::Json) {
-            result.heading = api::reportHeading(name, {}, result.status, error.what());
-            endReport(result);
+FileResult errorResult(const std::string& name, std::string_view complaint, ReportForm form,
+                       bool judged) {
+    FileResult result;
+    result.name = name;
+    result.errors = complaintLines(printable(name) + ": " + std::string(complaint));
+    if (form == ReportForm::Json) {
+        std::optional<Judgement> policy;
+        if (judged) {
+            policy.emplace(); // what cannot be judged is not accepted
         }
-        return result;
+        result.heading = jsonHeading(name, {}, "error", withoutRemedy(complaint), policy);
+        endReport(result);
+    }
+    return result;
+}
+
+FileResult verifyFile(const std::string& name, const VerifySettings& settings, ReportForm form) {
+    VerifySource source;
+    source.name = name;
+    return verifyDocument(source, settings, form);
+}
+
+FileResult verifyDocument(const VerifySource& source, const VerifySettings& settings,
+                          ReportForm form) {
+    try {
+        return FileRun(source, settings, form).run();
+    } catch (const std::exception& error) {
+        return errorResult(source.name, error.what(), form, settings.policy().policy != nullptr);
     }
 }
 

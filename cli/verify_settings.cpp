@@ -62,8 +62,14 @@ std::string certificateFault(const std::string& path, std::string_view reason) {
         !readOptionFile("--cert", path, bytes, unreadable)) {
         return unreadable;
     }
-    return withRemedy("--cert " + path + ": " + std::string(reason),
-                      "--key " + shellWord(path) + " (for a public key)");
+    return withRemedy("--cert " + fileName(path) + ": " + std::string(reason),
+                      "--key " + shellWord(fileName(path)) + " (for a public key)");
+}
+
+// One value of --cert.
+bool addCertificates(const std::string& value, CertificateStore& store, std::string& error) {
+    const std::optional<std::string_view> octets = inlineOctets(value);
+    return octets ? store.addBytes(*octets, error) : store.addFile(value, error);
 }
 
 // The file of --ref-data, by the system's reason where it has one.
@@ -91,7 +97,7 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     return loadSelection(arguments, complaint) && loadKeyFiles(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
            loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
-           loadLimits(arguments, complaint);
+           loadLimits(arguments, complaint) && loadPolicy(arguments, m_policy, complaint);
 }
 
 // Whether there are such signatures and references shows only when a document is at hand
@@ -125,8 +131,8 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
             const Error& fault = key.error();
             const std::string remedy = fault.remedy.empty()
                                            ? "--key with a file as `xmldsig help verify` lists them"
-                                           : withFileName(fault.remedy, path);
-            complaint = withRemedy("--key " + path + ": " + fault.what, remedy);
+                                           : withFileName(fault.remedy, fileName(path));
+            complaint = withRemedy("--key " + fileName(path) + ": " + fault.what, remedy);
             return false;
         }
         m_options.keys.push_back(*key);
@@ -151,7 +157,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         m_options.hmacSecret = asText(secret.view());
         // An empty secret would let everybody sign.
         if (m_options.hmacSecret.empty()) {
-            complaint = withRemedy("--hmac-key-file " + *path + " is empty", "--hmac-key");
+            complaint =
+                withRemedy("--hmac-key-file " + fileName(*path) + " is empty", "--hmac-key");
             return false;
         }
         return true;
@@ -172,7 +179,7 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
     // One store for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
         std::string error;
-        if (!m_options.certificates.addFile(path, error)) {
+        if (!addCertificates(path, m_options.certificates, error)) {
             complaint = certificateFault(path, error);
             return false;
         }
@@ -249,6 +256,13 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
         return false;
     }
     return true;
+}
+
+bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
+    if (m_policy.policy) {
+        verifier.SetPolicy(m_policy.policy);
+    }
+    return api::prepareVerifier(m_options, verifier, complaint);
 }
 
 // By Id, by index, or all.

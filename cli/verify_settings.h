@@ -2,6 +2,7 @@
 #define CLI_VERIFY_SETTINGS_H
 
 #include "cli/options.h"
+#include "cli/policy_settings.h"
 #include <vantrel/ClsXmlDSig.h>
 #include <vantrel/limits.h>
 #include <vantrel/verification.h>
@@ -22,6 +23,9 @@ public:
     // False, with the reason in `complaint`: a usage error; the object is then of no use.
     [[nodiscard]] bool load(const Arguments& arguments, std::string& complaint);
 
+    // Gives a new verifier what holds for all its signatures, before a document is loaded. False
+    // when something was refused, with the reason in `complaint`.
+    [[nodiscard]] bool prepare(ClsXmlDSig& verifier, std::string& complaint) const;
     // What the library takes of it; the same for all threads.
     [[nodiscard]] const VerifyOptions& options() const noexcept { return m_options; }
     // The indexes of the selected signatures of the loaded document. False, with the reason, when
@@ -42,6 +46,8 @@ public:
     [[nodiscard]] bool explains() const noexcept { return m_options.explain; }
     void setExplains(bool explains) noexcept { m_options.explain = explains; }
     [[nodiscard]] bool wantsLog() const noexcept { return m_options.log; }
+    // By what signatures are accepted; its `policy` is null when that was not asked for.
+    [[nodiscard]] const PolicySettings& policy() const noexcept { return m_policy; }
 
 private:
     // The options by subject, each as load().
@@ -54,6 +60,7 @@ private:
     [[nodiscard]] bool loadLimits(const Arguments& arguments, std::string& complaint);
 
     VerifyOptions m_options;
+    PolicySettings m_policy;
 };
 
 // The complaint about an index beyond the document's `count` signatures.

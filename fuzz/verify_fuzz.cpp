@@ -1,14 +1,28 @@
 // Whole verification of any bytes as a document: every signature, with and without its references,
 // with a key at hand, and all that is reported about it.
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/trust/demands.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringArray.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+// Every demand and kind of target, so that the judgement looks at all that a document holds.
+static std::shared_ptr<const vantrel::dsig::Policy> strictestPolicy() {
+    const auto policy = std::make_shared<vantrel::dsig::Policy>();
+    for (const vantrel::dsig::DemandEntry& entry : vantrel::dsig::demandTable()) {
+        policy->demands.insert(entry.demand);
+    }
+    policy->pins = {std::string(64, '0')};
+    policy->mustCover = {"document", "#a", "/a/b[2]", "/a//b", "/a/b["};
+    return policy;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kLargest = std::size_t{1} << 16;
@@ -24,6 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     verifier.SetHmacKey(secret, encoding);
     vantrel::XString words("VerifyEncapsulatedTimeStamp");
     verifier.put_UncommonOptions(words);
+    verifier.SetPolicy(strictestPolicy());
     if (!verifier.LoadSignatureBd(document)) {
         return 0;
     }

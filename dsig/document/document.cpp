@@ -72,4 +72,11 @@ const std::vector<xml::ElementId>& Document::manifests() {
     return *m_manifests;
 }
 
+const IdRivals& Document::idRivals() {
+    if (!m_idRivals) {
+        m_idRivals.emplace(*structure);
+    }
+    return *m_idRivals;
+}
+
 } // namespace vantrel::dsig

@@ -2,6 +2,7 @@
 #define DSIG_DOCUMENT_DOCUMENT_H
 
 #include "dsig/document/decoded_certificate.h"
+#include "dsig/document/id_rivals.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/token_index.h"
 #include "dsig/document/work_account.h"
@@ -11,6 +12,7 @@
 #include "foundation/xml/tree/ClsXml.h"
 #include "foundation/xml/tree/element_text.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -46,6 +48,8 @@ struct Document final {
     const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
+    // Which attribute values are ambiguous; looked for when first asked.
+    const IdRivals& idRivals();
 
     // Keys that were decoded are decoded anew when they are next asked for.
     void forgetKeys() {
@@ -65,6 +69,8 @@ struct Document final {
     // report needs it (dsig/keys/signer.h).
     std::optional<std::map<std::string, xml::ElementId>> certificatesByKey;
     KeyAccount keyAccount;
+    // What judging the trust in its signatures has cost so far (dsig/trust/signer_trust.h).
+    std::uint64_t trustWork = 0;
     // Where comments stand inside a text; found when a report needs it (dsig/report/split_text.h).
     std::optional<std::vector<std::uint32_t>> commentsInText;
     // Of XAdES (ETSI TS 101 903, EncapsulatedTimeStamp), by local name in any namespace.
@@ -80,6 +86,7 @@ private:
     StringBuffer m_transformsText;
     Ref<ClsXml> m_transforms;
     std::optional<std::vector<xml::ElementId>> m_manifests;
+    std::optional<IdRivals> m_idRivals;
     // The signature that m_references belongs to.
     xml::ElementId m_signature = xml::kNoElement;
     std::vector<xml::ElementId> m_references;

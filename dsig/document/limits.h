@@ -1,7 +1,10 @@
 #ifndef DSIG_DOCUMENT_LIMITS_H
 #define DSIG_DOCUMENT_LIMITS_H
 
+#include "foundation/io/deadline.h"
+
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -19,6 +22,12 @@ struct Limits {
     std::uint64_t failuresRetried = 100;
     std::uint64_t logOctets = 64ULL * 1024 * 1024;
     std::uint64_t reportOctets = 64ULL * 1024 * 1024;
+
+    // When somebody who waits for the verdict stops waiting. The one bound that is timed, hence in
+    // no table and absent unless a caller sets it; what it ends has no verdict.
+    std::optional<io::Deadline> deadline;
+
+    [[nodiscard]] bool timeIsUp() const noexcept { return deadline && deadline->passed(); }
 };
 
 // A limit as callers and the tool's help see it: its name, where its value stands, and what it

@@ -42,25 +42,37 @@ xml::ElementId TokenIndex::withId(std::string_view id) const {
     return place == m_byId.end() ? xml::kNoElement : place->second;
 }
 
-bool ElementSearch::within(const xml::XmlDocument& document, xml::ElementId element) {
+void ElementSearch::search(const xml::XmlDocument& document, xml::ElementId element) {
     // Elements are numbered in document order, so a subtree is a stretch of ids.
     const xml::ElementId end = document.element(element).next;
     // Nested signatures lie in the stretch of the outermost, which is asked about first; siblings
     // each have their own. Either way an element is looked at once when signatures are taken in
     // document order.
-    if (element < m_from || end > m_to) {
-        m_found.clear();
-        for (xml::ElementId at = element; at < end; ++at) {
-            if (document.localName(at) == m_name) {
-                m_found.push_back(at);
-            }
-        }
-        m_visited += end - element;
-        m_from = element;
-        m_to = end;
+    if (element >= m_from && end <= m_to) {
+        return;
     }
+    m_found.clear();
+    for (xml::ElementId at = element; at < end; ++at) {
+        if (document.localName(at) == m_name) {
+            m_found.push_back(at);
+        }
+    }
+    m_visited += end - element;
+    m_from = element;
+    m_to = end;
+}
+
+bool ElementSearch::within(const xml::XmlDocument& document, xml::ElementId element) {
+    search(document, element);
     const auto place = std::lower_bound(m_found.begin(), m_found.end(), element);
-    return place != m_found.end() && *place < end;
+    return place != m_found.end() && *place < document.element(element).next;
+}
+
+std::size_t ElementSearch::count(const xml::XmlDocument& document, xml::ElementId element) {
+    search(document, element);
+    const auto first = std::lower_bound(m_found.begin(), m_found.end(), element);
+    const auto last = std::lower_bound(first, m_found.end(), document.element(element).next);
+    return static_cast<std::size_t>(last - first);
 }
 
 } // namespace vantrel::dsig

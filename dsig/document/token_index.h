@@ -3,6 +3,7 @@
 
 #include "foundation/xml/scan/xml_document.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -43,10 +44,14 @@ public:
 
     // Whether the element is one, or holds one at any depth.
     [[nodiscard]] bool within(const xml::XmlDocument& document, xml::ElementId element);
+    // The number of them, the element itself included.
+    [[nodiscard]] std::size_t count(const xml::XmlDocument& document, xml::ElementId element);
     // Number of elements looked at so far.
     [[nodiscard]] std::uint64_t visited() const noexcept { return m_visited; }
 
 private:
+    void search(const xml::XmlDocument& document, xml::ElementId element);
+
     std::string_view m_name; // of static storage
     // The stretch of element ids that was searched last; empty at first.
     xml::ElementId m_from = 0;

@@ -29,6 +29,12 @@ bool WorkAccount::refuse(std::string_view limit, std::uint64_t most, LogBase& lo
     return false;
 }
 
+bool WorkAccount::refuseForTime(LogBase& log) {
+    m_passed = "deadline";
+    log.LogError("The time for the document is up.");
+    return false;
+}
+
 std::uint64_t WorkAccount::mostOctets() const noexcept {
     // A limit that the caller set holds as it is, below the default too.
     if (m_limits.workOctets != Limits().workOctets) {
@@ -41,6 +47,9 @@ std::uint64_t WorkAccount::mostOctets() const noexcept {
 }
 
 bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
+    if (m_limits.timeIsUp()) {
+        return refuseForTime(log);
+    }
     const std::uint64_t most = mostOctets();
     // Compared without a sum, which could wrap.
     const std::uint64_t spent = m_spent.sum().octets;
@@ -52,6 +61,9 @@ bool WorkAccount::takeOctets(std::uint64_t octets, LogBase& log) {
 }
 
 bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
+    if (m_limits.timeIsUp()) {
+        return refuseForTime(log);
+    }
     if (count > m_limits.transformsPerReference) {
         return refuse("transformsPerReference", m_limits.transformsPerReference, log);
     }

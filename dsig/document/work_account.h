@@ -15,8 +15,8 @@ class LogBase;
 
 namespace vantrel::dsig {
 
-// The work that the references of one document's signatures have asked for. It is counted, never
-// timed.
+// The work that the references of one document's signatures have asked for. It is counted, not
+// timed, unless the limits have a deadline: then every piece is refused once that has passed.
 // What it prevents: thousands of references to the same large element, or a chain of transforms
 // that each read it again. The document stays small, the work would be its square.
 class WorkAccount final {
@@ -37,7 +37,8 @@ public:
     // A digest that is to be computed again, differently, since it did not match.
     [[nodiscard]] bool takeRetry(LogBase& log);
 
-    // The limit that the last refusal was about; empty since noLimitPassed().
+    // The limit that the last refusal was about, "deadline" for the time; empty since
+    // noLimitPassed().
     [[nodiscard]] std::string_view passedLimit() const noexcept { return m_passed; }
     void noLimitPassed() noexcept { m_passed = {}; }
 
@@ -66,6 +67,7 @@ private:
 
     // Notes and logs a refusal; always false, for the caller to return.
     bool refuse(std::string_view limit, std::uint64_t most, LogBase& log);
+    bool refuseForTime(LogBase& log);
     [[nodiscard]] std::uint64_t mostOctets() const noexcept;
 
     std::uint64_t m_documentOctets;

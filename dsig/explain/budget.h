@@ -1,6 +1,9 @@
 #ifndef DSIG_EXPLAIN_BUDGET_H
 #define DSIG_EXPLAIN_BUDGET_H
 
+#include "foundation/io/deadline.h"
+
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +19,13 @@ public:
     // `effort` multiplies everything but memory; 0 counts as 1. One budget serves one document; an
     // effort of 2 searches twice as long.
     explicit Budget(unsigned effort) noexcept;
+
+    // It ends by then in any case; called before the first share begins.
+    void endBy(io::Deadline deadline) noexcept {
+        m_timeLeft =
+            std::min(m_timeLeft, std::max(deadline.end() - m_shareStart, Clock::duration{}));
+        m_shareEnd = m_shareStart + m_timeLeft;
+    }
 
     // Each takes a piece of work, or returns false: the search is over. The clock is looked at each
     // time, so that even a search of tiny steps ends in time.

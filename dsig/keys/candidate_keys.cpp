@@ -27,6 +27,17 @@ void appendExplicitKey(ClsPublicKey* key, std::vector<CandidateKey>& keys) {
                     .keyGiven = true});
 }
 
+// Keys found before a failure stay candidates.
+void appendKeyInfoKeys(const KeyQuery& query, std::vector<CandidateKey>& keys, CodeSet& leniencies,
+                       LogBase& log) {
+    if (const Ref<ClsXml> keyInfo = keyInfoOf(query.selection, query.numSignatures, log)) {
+        static_cast<void>(keysFromKeyInfo(query, *keyInfo, keys, leniencies, log));
+        if (log.verbose()) {
+            log.LogDataLong("numPublicKeys", static_cast<std::int64_t>(keys.size()));
+        }
+    }
+}
+
 } // namespace
 
 std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& leniencies, LogBase& log) {
@@ -36,12 +47,8 @@ std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& lenienci
     }
     std::vector<CandidateKey> keys;
     // KeyInfo comes first: there the signer says which key is meant.
-    if (const Ref<ClsXml> keyInfo = keyInfoOf(query.selection, query.numSignatures, log)) {
-        // Keys found before a failure stay candidates.
-        static_cast<void>(keysFromKeyInfo(query, *keyInfo, keys, leniencies, log));
-        if (log.verbose()) {
-            log.LogDataLong("numPublicKeys", static_cast<std::int64_t>(keys.size()));
-        }
+    if (query.keyInfoOnly || !query.callerKeysOnly) {
+        appendKeyInfoKeys(query, keys, leniencies, log);
     }
     // The key of the index is more likely to be the right one than that of all. Whoever puts a key
     // of his own into KeyInfo has it tried before these and may get a verified value; that such a

@@ -25,6 +25,8 @@ struct KeyQuery {
     ClsPublicKey* keyOfSignature = nullptr;
     std::span<const Ref<ClsPublicKey>> keysForAll;
     bool keyInfoOnly = false; // they are not asked for
+    // They alone are candidates: KeyInfo is not looked at. Without effect beside keyInfoOnly.
+    bool callerKeysOnly = false;
 };
 
 } // namespace vantrel::dsig

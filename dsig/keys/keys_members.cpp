@@ -37,6 +37,7 @@ dsig::KeyQuery ClsXmlDSig::keyQuery(bool keyInfoOnly) {
     query.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
     query.keysForAll = m_state->keysForAll;
     query.keyInfoOnly = keyInfoOnly;
+    query.callerKeysOnly = m_state->policy != nullptr && m_state->policy->onlyKey;
     return query;
 }
 

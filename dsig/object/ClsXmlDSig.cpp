@@ -100,6 +100,16 @@ bool ClsXmlDSig::SetLimit(XString& name, XString& value) {
     });
 }
 
+void ClsXmlDSig::SetDeadline(int ms) {
+    const CritSecExitor lock(m_critSec);
+    m_state->limits.deadline.emplace(ms);
+}
+
+bool ClsXmlDSig::TimeIsUp() {
+    const CritSecExitor lock(m_critSec);
+    return m_state->limits.timeIsUp();
+}
+
 void ClsXmlDSig::get_ExternalRefDirs(XString& dirs) {
     const CritSecExitor lock(m_critSec);
     dirs.copyFromX(m_externalRefDirs);

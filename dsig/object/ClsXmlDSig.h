@@ -37,6 +37,7 @@ class SeenCertificates;
 struct Document;
 struct KeyQuery;
 struct ObjectState;
+struct Policy;
 struct Rules;
 struct Selection;
 struct VerifyRun;
@@ -53,8 +54,9 @@ struct VerifyRun;
 ///
 /// Operations return true on success and leave a diagnostic log (LastErrorText) and, for a
 /// verification, a structured result (LastJsonData). No exception leaves them. An object may be
-/// used by several threads; each operation holds the object's lock. Certificates are not checked
-/// for trust, dates or revocation: LastJsonData says whose key it was and where it came from.
+/// used by several threads; each operation holds the object's lock. Without a policy
+/// (SetPolicy) certificates are not checked for trust, dates or revocation: LastJsonData says whose
+/// key it was and where it came from.
 class ClsXmlDSig final : public _clsXmlDSigBase, public SystemCertsHolder {
 public:
     ClsXmlDSig();
@@ -126,6 +128,14 @@ public:
     /// The structured result of the last verification: one JSON object with status, references,
     /// keys, warnings and accommodations. Empty when there is none.
     void get_LastJsonData(XString& json);
+    /// The policy by which signatures are accepted, besides being valid or not; null for none. It
+    /// acts on the verifications that follow, and survives loads.
+    void SetPolicy(std::shared_ptr<const dsig::Policy> policy);
+    /// Whether the last verification is accepted by the policy, and if not, why not, as a JSON
+    /// object: `accepted`, `refusals`, `signingCertificate`, and `trust` where the policy has
+    /// anchors. The structured result has the same members. False, with an empty text, without a
+    /// policy or a verification, and where the object passes the limit reportOctets.
+    bool LastAcceptance(XString& outJson);
     /// Searches why the last verification failed and puts what it finds into its structured result:
     /// the `cause` of each reference and of the signature, with evidence. What it claims was tried:
     /// it reproduces the stored digest, or makes the value verify. `effort` multiplies the budget
@@ -153,6 +163,13 @@ public:
     /// decimal number. False for a name or value that is none. Limits survive loads; set them
     /// before a document is loaded.
     bool SetLimit(XString& name, XString& value);
+    /// Gives up on the document `ms` milliseconds from now (at least 1); set it before the document
+    /// is loaded. The time is looked at before each piece of work on a reference and in searches
+    /// for causes; once it is up verifications fail, and TimeIsUp tells that this says nothing of
+    /// the signature. Parsing, reading a file and checking a value's keys are not interrupted.
+    void SetDeadline(int ms);
+    /// Whether the time of SetDeadline has passed.
+    [[nodiscard]] bool TimeIsUp();
 
     // Canonicalization. `version` "EXCL_C14N" (any case) is Exclusive XML Canonicalization 1.0,
     // anything else Canonical XML 1.0.
@@ -230,6 +247,8 @@ private:
     void beginReport();
     void finishReport();
     void completeReport();
+    // Judges the last verification, once. False without a policy.
+    bool judgeReport();
     // Calls use(query) with what the last verification was made with, whatever is selected now.
     template <class Use> void withVerified(const Use& use);
 

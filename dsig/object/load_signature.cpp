@@ -53,6 +53,7 @@ void ClsXmlDSig::unloadDocument() {
     m_selector = 0;
     m_state->document.reset();
     m_state->report = {};
+    m_state->acceptance.reset();
     m_state->explainBudget.reset();
     m_state->kept.clear();
     m_state->keptOctets = 0;

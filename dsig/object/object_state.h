@@ -7,6 +7,8 @@
 #include "dsig/explain/budget.h"
 #include "dsig/html/page.h"
 #include "dsig/report/signature_report.h"
+#include "dsig/trust/acceptance.h"
+#include "dsig/trust/policy.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
@@ -24,6 +26,9 @@ struct ObjectState {
     Rules rulesAtLoad;                  // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
+    // By which the caller accepts signatures; null for none. Survives loads.
+    std::shared_ptr<const Policy> policy;
+    std::optional<Acceptance> acceptance; // of the report; made when somebody asks for it
     // What explanations of the loaded document may still cost; made with the first of them.
     std::optional<explain::Budget> explainBudget;
     // Results that the caller had kept for a page, in their order; gone with the next load.

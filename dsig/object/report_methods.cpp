@@ -9,10 +9,12 @@
 #include "dsig/verify/report_steps.h"
 #include "foundation/base/CritSecExitor.h"
 #include "foundation/base/MethodFrame.h"
+#include "foundation/json/json_writer.h"
 
 #include <algorithm>
 #include <new>
 #include <optional>
+#include <utility>
 
 namespace vantrel {
 
@@ -20,6 +22,7 @@ void ClsXmlDSig::beginReport() {
     // Stands in the log until the next operation forgets it, and the report with it.
     m_log.setLastJsonData(StringBuffer("{}"));
     m_state->report = dsig::startReport(document(), selection(), rules());
+    m_state->acceptance.reset();
 }
 
 // The last error line is the reason when the steps gave none of their own.
@@ -45,6 +48,51 @@ void ClsXmlDSig::completeReport() {
     });
 }
 
+bool ClsXmlDSig::judgeReport() {
+    if (m_state->policy == nullptr || m_state->acceptance) {
+        return m_state->policy != nullptr;
+    }
+    withVerified([&](const dsig::VerifyQuery& query) {
+        m_state->acceptance =
+            dsig::judge(*m_state->policy, m_state->report, query.document, getSystemCertsPtr());
+    });
+    dsig::withdrawWarnings(*m_state->acceptance, m_state->report);
+    return true;
+}
+
+// What was found out under another policy is dropped: the keys that were tried depend on it.
+void ClsXmlDSig::SetPolicy(std::shared_ptr<const dsig::Policy> policy) {
+    const CritSecExitor lock(m_critSec);
+    m_state->acceptance.reset();
+    m_state->report = {};
+    m_state->policy = std::move(policy);
+}
+
+bool ClsXmlDSig::LastAcceptance(XString& outJson) {
+    const CritSecExitor lock(m_critSec);
+    try {
+        StringBuffer text;
+        if (m_state->report.present) {
+            completeReport();
+        }
+        if (m_state->report.present && judgeReport()) {
+            json::JsonWriter out(text, m_state->limits.reportOctets);
+            out.beginObject();
+            dsig::writeAcceptance(*m_state->acceptance, out);
+            out.endObject();
+            // Half an object says nothing.
+            if (!out.ok()) {
+                text.clear();
+            }
+        }
+        outJson.setFromSbUtf8(text);
+        return !text.isEmpty();
+    } catch (const std::bad_alloc&) {
+        outJson.clear();
+        return false;
+    }
+}
+
 bool ClsXmlDSig::ExplainFailures(int effort) {
     // The structured result is added to, and hence not forgotten first.
     return MethodFrame::runLater(*this, "ExplainFailures", [&](MethodFrame& frame) {
@@ -55,6 +103,9 @@ bool ClsXmlDSig::ExplainFailures(int effort) {
         completeReport();
         if (!m_state->explainBudget) {
             m_state->explainBudget.emplace(static_cast<unsigned>(std::max(effort, 1)));
+            if (m_state->limits.deadline) {
+                m_state->explainBudget->endBy(*m_state->limits.deadline);
+            }
         }
         withVerified([&](const dsig::VerifyQuery& query) {
             dsig::explain::explainFailures(query, rules(), *m_state->explainBudget, report);
@@ -69,13 +120,19 @@ void ClsXmlDSig::get_LastJsonData(XString& json) {
         // Written when somebody asks, since many a verification's result is never read.
         if (m_state->report.present && !m_log.lastJsonData().isEmpty()) {
             completeReport();
+            dsig::MoreMembers more;
+            if (judgeReport()) {
+                more = [this](json::JsonWriter& out) {
+                    dsig::writeAcceptance(*m_state->acceptance, out);
+                };
+            }
             std::optional<dsig::DocumentNames> names;
             if (dsig::Document* const loaded = document(); loaded != nullptr) {
                 names.emplace(loaded->paths);
             }
             StringBuffer text;
             if (!dsig::writeReport(m_state->report, names ? &*names : nullptr,
-                                   m_state->limits.reportOctets, text)) {
+                                   m_state->limits.reportOctets, text, more)) {
                 dsig::writeTooLargeReport(m_state->report, text);
             }
             m_log.setLastJsonData(text);

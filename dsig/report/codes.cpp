@@ -11,6 +11,8 @@ void CodeSet::add(std::string_view code) {
     }
 }
 
+void CodeSet::remove(std::string_view code) { std::erase(m_codes, code); }
+
 bool CodeSet::contains(std::string_view code) const noexcept {
     return std::find(m_codes.begin(), m_codes.end(), code) != m_codes.end();
 }

@@ -86,6 +86,7 @@ public:
     // A code that is there already is not added again. `code` must be of static storage, such as
     // the constants above.
     void add(std::string_view code);
+    void remove(std::string_view code);
     [[nodiscard]] const std::vector<std::string_view>& codes() const noexcept { return m_codes; }
     [[nodiscard]] bool contains(std::string_view code) const noexcept;
 

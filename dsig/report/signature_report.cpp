@@ -269,7 +269,7 @@ void writeKeys(const std::vector<KeyReport>& keys, JsonWriter& out) {
 }
 
 bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint64_t most,
-                 StringBuffer& json) {
+                 StringBuffer& json, const MoreMembers& more) {
     JsonWriter out(json, most);
     out.beginObject();
     out.integerMember("index", static_cast<std::int64_t>(report.index));
@@ -306,6 +306,9 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     writeCodes("warnings", report.warnings, out);
     writeCodes("accommodations", report.accommodations, out);
     writeCodes("standards", report.standards, out);
+    if (more) {
+        more(out);
+    }
     out.endObject();
     return !out.passedLimit();
 }

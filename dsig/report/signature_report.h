@@ -17,6 +17,7 @@
 #include "foundation/xml/tree/element_text.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -134,6 +135,13 @@ struct SignerReport {
     std::shared_ptr<CertificateTexts> certificateTexts; // of it; null for none
 };
 
+// Of a valid time-stamp: what its authority is judged by.
+struct StampReport {
+    std::int64_t time = 0; // seconds since 1970
+    VantrelX509 authority; // the certificate of its signer
+    DataBuffer token;      // the CMS message, which may carry certificates
+};
+
 // What one verification found out: the operation's structured result.
 // Valid says that the value fits one of the keys and, where that was asked for, the digests fit the
 // references. Whether the key is somebody's to trust is not in it: see the warnings.
@@ -162,6 +170,7 @@ struct SignatureReport {
     std::string timestampTime;      // ISO 8601
     std::string timestampAuthority; // subject of the signer's certificate
     bool timestampTrusted = false;
+    std::shared_ptr<const StampReport> stamp; // null unless the time-stamp is valid
     CodeSet warnings;
     CodeSet accommodations;
     CodeSet standards; // constructs beyond the usual ones that were needed
@@ -179,10 +188,14 @@ struct SignatureReport {
 void writeCodes(std::string_view name, const CodeSet& codes, json::JsonWriter& out);
 // The candidate keys as the member "keys" of a JSON object.
 void writeKeys(const std::vector<KeyReport>& keys, json::JsonWriter& out);
-// The report as one JSON object; `names` are those of the loaded document, null without one. False,
-// and the text of no use, when it has more than `most` bytes.
+// Writes members of the report's object that are of a room above this one.
+using MoreMembers = std::function<void(json::JsonWriter& out)>;
+// The report as one JSON object; `names` are those of the loaded document, null without one; `more`
+// (may be empty) writes what stands behind its own members. False, and the text of no use, when it
+// has more than `most` bytes.
 [[nodiscard]] bool writeReport(const SignatureReport& report, DocumentNames* names,
-                               std::uint64_t most, StringBuffer& json);
+                               std::uint64_t most, StringBuffer& json,
+                               const MoreMembers& more = {});
 // What stands for such a report: an object with the status "error" and this reason, which says
 // nothing else of the signature.
 inline constexpr const char* kReportTooLarge =

@@ -28,23 +28,6 @@ bool excludesContent(const ReferenceResult& reference, xml::TextRange signature)
         [&](const Exclusion& one) { return !withoutSignature || !isInside(one.range, signature); });
 }
 
-// The stretches of the loaded text that the reference's digest vouches for.
-// An element that is covered twice is appended twice; the search for gaps takes overlaps.
-void appendDigested(const xml::XmlDocument& document, const ReferenceResult& reference,
-                    std::vector<xml::TextRange>& digested) {
-    std::vector<xml::TextRange> absent;
-    for (const Exclusion& exclusion : reference.excluded) {
-        absent.push_back(exclusion.range);
-    }
-    if (reference.covers == "document") {
-        appendWithout(sourceRangeOf(document, 0), std::move(absent), digested);
-        return;
-    }
-    for (const xml::ElementId element : reference.coveredElements.all()) {
-        appendWithout(sourceRangeOf(document, element), absent, digested);
-    }
-}
-
 bool isManifest(const xml::XmlDocument& document, xml::ElementId element) {
     return document.localName(element) == "Manifest" &&
            document.namespaceUri(element) == xml::kXmlDsigNamespace;
@@ -98,6 +81,21 @@ bool concernsManifest(Document& document, const SignatureReport& report) {
 }
 
 } // namespace
+
+void appendDigested(const xml::XmlDocument& document, const ReferenceResult& reference,
+                    std::vector<xml::TextRange>& digested) {
+    std::vector<xml::TextRange> absent;
+    for (const Exclusion& exclusion : reference.excluded) {
+        absent.push_back(exclusion.range);
+    }
+    if (reference.covers == "document") {
+        appendWithout(sourceRangeOf(document, 0), std::move(absent), digested);
+        return;
+    }
+    for (const xml::ElementId element : reference.coveredElements.all()) {
+        appendWithout(sourceRangeOf(document, element), absent, digested);
+    }
+}
 
 void warnOfHash(const StringBuffer& algorithm, SignatureReport& report) {
     constexpr std::string_view kWeakHashes[] = {warning::kSha1, warning::kMd5, warning::kMd2,

@@ -4,6 +4,9 @@
 #include "dsig/document/document.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
+
+#include <vector>
 
 // What is to be warned of, added to a report. Each looks at one side of what was found out.
 namespace vantrel::dsig {
@@ -28,6 +31,11 @@ void warnOfCoverage(const xml::XmlDocument& document, SignatureReport& report);
 // What the signature holds that nobody looks into: markup that its schema does not have, manifests.
 // The report must name a signature element of this document.
 void warnOfStructure(Document& document, SignatureReport& report);
+
+// Appends the stretches of the loaded text that the reference's digest vouches for.
+// An element that is covered twice is appended twice; the search for gaps takes overlaps.
+void appendDigested(const xml::XmlDocument& document, const ReferenceResult& reference,
+                    std::vector<xml::TextRange>& digested);
 
 } // namespace vantrel::dsig
 

@@ -46,6 +46,7 @@ bool passTimestamp(const VerifyQuery& query, const XmlSigLocate& locator, Signat
     report.timestampTime = result->time;
     report.timestampAuthority = result->authority;
     report.timestampTrusted = result->trusted;
+    report.stamp = result->stamp;
     // The token is sound in itself, but no certificate of the store vouches for its signer: anybody
     // can run such an authority.
     if (result->valid && !result->trusted) {

@@ -47,6 +47,8 @@ bool verifyToken(const StringBuffer& token, const _clsCades& options, SystemCert
     result.time = signedData.genTime();
     result.authority = signedData.signerSubject().view();
     result.trusted = signedData.authorityTrusted();
+    result.stamp = std::make_shared<const StampReport>(
+        StampReport{signedData.tstInfo().genTime, signedData.signerCertificate(), der});
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "dsig/document/document.h"
 #include "dsig/document/selection.h"
+#include "dsig/report/signature_report.h"
 #include "foundation/cms/_clsCades.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
@@ -22,10 +23,11 @@ namespace vantrel::dsig {
 // show.
 struct TimestampResult {
     bool valid = false;
-    std::string time;      // ISO 8601, UTC
-    std::string authority; // subject of the signer's certificate (RFC 4514)
-    bool trusted = false;  // that certificate leads to one of the store
-    int hashAlg = 0;       // the digest of the token's imprint (hash_ids.h)
+    std::string time;                         // ISO 8601, UTC
+    std::string authority;                    // subject of the signer's certificate (RFC 4514)
+    bool trusted = false;                     // that certificate leads to one of the store
+    int hashAlg = 0;                          // the digest of the token's imprint (hash_ids.h)
+    std::shared_ptr<const StampReport> stamp; // what the authority is judged by
 };
 
 // Checks the RFC 3161 token of a signature: its CMS signature, by the options and with the store

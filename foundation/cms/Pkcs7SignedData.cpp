@@ -68,6 +68,7 @@ void Pkcs7SignedData::clearResults() noexcept {
     m_genTime.clear();
     m_signerSubject.clear();
     m_signerIssuer.clear();
+    m_signerCertificate.clear();
 }
 
 std::uint32_t Pkcs7SignedData::numSigners() const noexcept {
@@ -160,6 +161,22 @@ bool Pkcs7SignedData::verify(const _clsCades& options, SystemCerts* store, LogBa
     return true;
 }
 
+std::vector<VantrelX509> Pkcs7SignedData::carriedCertificates() const {
+    std::vector<VantrelX509> carried;
+    if (!m_data) {
+        return carried;
+    }
+    LogNull discard;
+    for (const ByteView octets : m_data->certificates) {
+        VantrelX509 certificate;
+        DataBuffer der;
+        if (der.append(octets) && certificate.loadX509Der(der, discard)) {
+            carried.push_back(certificate);
+        }
+    }
+    return carried;
+}
+
 // RFC 3161 2.4.2: one signer, the authority, and a TSTInfo as the content.
 bool Pkcs7SignedData::readTimeStamp(LogBase& log) {
     if (m_data->signers.size() != 1) {
@@ -196,6 +213,7 @@ bool Pkcs7SignedData::verifySigners(SystemCerts* store, LogBase& log) {
             DistinguishedName::fromDer(certificate->subject(), true, m_signerSubject);
             DistinguishedName::fromDer(certificate->issuer(), true, m_signerIssuer);
             log.LogDataSb("signerSubject", m_signerSubject);
+            m_signerCertificate = *certificate;
         }
         trusted = trusted && isTrusted(*certificate, source, log);
     }

@@ -4,17 +4,18 @@
 #include "foundation/cms/tst_info.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/x509/VantrelX509.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vantrel {
 
 class ClsJsonObject;
 class LogBase;
 class SystemCerts;
-class VantrelX509;
 class _clsCades;
 
 namespace cms {
@@ -40,7 +41,7 @@ struct TimestampRequest;
 
 // A CMS ContentInfo that holds SignedData (RFC 5652), such as an RFC 3161 time-stamp token. BER
 // with indefinite lengths and constructed strings is accepted. The object keeps what it loaded;
-// nothing else is owned. No function throws.
+// nothing else is owned. No function throws but where it says so.
 class Pkcs7SignedData final {
 public:
     Pkcs7SignedData() noexcept;
@@ -101,10 +102,17 @@ public:
     // Subject and issuer (RFC 4514) of the certificate of the (first) signer.
     [[nodiscard]] const StringBuffer& signerSubject() const noexcept { return m_signerSubject; }
     [[nodiscard]] const StringBuffer& signerIssuer() const noexcept { return m_signerIssuer; }
+    // The certificate of the (first) signer; it shares the octets of the message or the store.
+    [[nodiscard]] const VantrelX509& signerCertificate() const noexcept {
+        return m_signerCertificate;
+    }
     // The time-stamp authority's certificate leads to a certificate of the store. Never true of
     // content that is no time-stamp.
     [[nodiscard]] bool authorityTrusted() const noexcept { return m_authorityTrusted; }
     [[nodiscard]] std::uint32_t numSigners() const noexcept;
+    // The certificates that a loaded message carries, as far as they can be read. May throw
+    // std::bad_alloc.
+    [[nodiscard]] std::vector<VantrelX509> carriedCertificates() const;
 
 private:
     // The bodies of the public functions, which catch what these throw (std::bad_alloc).
@@ -127,6 +135,7 @@ private:
     std::string m_genTime;
     StringBuffer m_signerSubject;
     StringBuffer m_signerIssuer;
+    VantrelX509 m_signerCertificate;
 };
 
 } // namespace vantrel

@@ -16,6 +16,7 @@
 #include <array>
 #include <cstdint>
 #include <new>
+#include <utility>
 
 // Which form it is shows in the first bytes, so each is tried alone and its own fault is told.
 namespace vantrel::keyfile {
@@ -25,7 +26,13 @@ using asn1::Tag;
 
 namespace {
 
-using Keys = std::vector<Ref<ClsPublicKey>>;
+// Where what is found goes: the keys, and the certificates that they came from, where wanted.
+struct Keys {
+    std::vector<Ref<ClsPublicKey>>& found;
+    std::vector<DataBuffer>* certificates;
+
+    void push_back(Ref<ClsPublicKey> key) const { found.push_back(std::move(key)); }
+};
 
 constexpr std::string_view kPublicHalf = "openssl pkey -in FILE -pubout (its output is for --key)";
 constexpr std::string_view kFromBundle =
@@ -40,7 +47,7 @@ Ref<ClsPublicKey> newKey() {
 }
 
 // The key of a certificate. It is not asked whether the certificate is valid: the caller chose it.
-bool loadCertificate(ByteView der, Keys& keys, std::string_view& whyNot) {
+bool loadCertificate(ByteView der, const Keys& keys, std::string_view& whyNot) {
     LogNull discard;
     DataBuffer bytes;
     VantrelX509 certificate;
@@ -54,10 +61,13 @@ bool loadCertificate(ByteView der, Keys& keys, std::string_view& whyNot) {
         return false;
     }
     keys.push_back(std::move(key));
+    if (keys.certificates != nullptr) {
+        keys.certificates->push_back(bytes);
+    }
     return true;
 }
 
-bool loadKeyInfo(ByteView der, Keys& keys, std::string_view& whyNot) {
+bool loadKeyInfo(ByteView der, const Keys& keys, std::string_view& whyNot) {
     Ref<ClsPublicKey> key = newKey();
     if (!x509::loadKeyDer(der, key->key(), whyNot)) {
         return false;
@@ -67,7 +77,7 @@ bool loadKeyInfo(ByteView der, Keys& keys, std::string_view& whyNot) {
 }
 
 // All certificates of signed data (RFC 5652 5.1), whether there are signers or not.
-bool loadBag(ByteView bytes, Keys& keys, KeyFileFault& fault) {
+bool loadBag(ByteView bytes, const Keys& keys, KeyFileFault& fault) {
     cms::SignedData data;
     std::string_view whyNot;
     std::vector<std::uint8_t> normal;
@@ -128,7 +138,7 @@ DerForm formOf(ByteView der) {
                                                             : DerForm::PublicKeyOrCertificate;
 }
 
-bool loadDer(ByteView bytes, Keys& keys, KeyFileFault& fault) {
+bool loadDer(ByteView bytes, const Keys& keys, KeyFileFault& fault) {
     // Some programs write bags and certificates with indefinite lengths.
     std::vector<std::uint8_t> normal;
     std::size_t consumed = 0;
@@ -163,7 +173,7 @@ constexpr auto kOtherLabels = std::to_array<std::array<std::string_view, 3>>({
     {"PGP PUBLIC KEY BLOCK", "this is an OpenPGP key", {}},
 });
 
-bool loadPem(std::string_view text, Keys& keys, KeyFileFault& fault) {
+bool loadPem(std::string_view text, const Keys& keys, KeyFileFault& fault) {
     fault = {"the PEM text holds no public key and no certificate", {}};
     x509::PemReader reader(text);
     x509::PemBlock block;
@@ -195,7 +205,7 @@ bool loadPem(std::string_view text, Keys& keys, KeyFileFault& fault) {
     return false;
 }
 
-bool loadXml(std::string_view xml, Keys& keys, KeyFileFault& fault) {
+bool loadXml(std::string_view xml, const Keys& keys, KeyFileFault& fault) {
     Ref<ClsPublicKey> key = newKey();
     std::string_view whyNot;
     if (!x509::loadKeyXml(xml, key->key(), whyNot)) {
@@ -206,7 +216,7 @@ bool loadXml(std::string_view xml, Keys& keys, KeyFileFault& fault) {
     return true;
 }
 
-bool loadUnknown(ByteView bytes, Keys& keys, KeyFileFault& fault) {
+bool loadUnknown(ByteView bytes, const Keys& keys, KeyFileFault& fault) {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     if (!bytes.empty() && bytes[0] == static_cast<std::uint8_t>(Tag::Sequence)) {
         return loadDer(bytes, keys, fault);
@@ -225,7 +235,7 @@ bool loadUnknown(ByteView bytes, Keys& keys, KeyFileFault& fault) {
         return loadXml(text, keys, fault);
     }
     if (text[0] == '{') {
-        return loadJwk(text, keys, fault);
+        return loadJwk(text, keys.found, fault);
     }
     if (text.starts_with("ssh-") || text.starts_with("ecdsa-sha2-")) {
         fault = {"this is an OpenSSH public key",
@@ -243,12 +253,13 @@ bool loadUnknown(ByteView bytes, Keys& keys, KeyFileFault& fault) {
 
 } // namespace
 
-bool loadKeys(ByteView bytes, std::vector<Ref<ClsPublicKey>>& keys, KeyFileFault& fault) {
+bool loadKeys(ByteView bytes, std::vector<Ref<ClsPublicKey>>& keys, KeyFileFault& fault,
+              std::vector<DataBuffer>* certificates) {
     if (bytes.size() > kMaxKeyFile) {
         fault = {"the file is larger than any file of keys (16 MiB)", {}};
         return false;
     }
-    return loadUnknown(bytes, keys, fault);
+    return loadUnknown(bytes, {keys, certificates}, fault);
 }
 
 } // namespace vantrel::keyfile

@@ -1,6 +1,7 @@
 #ifndef FOUNDATION_KEYFILE_KEY_FILE_H
 #define FOUNDATION_KEYFILE_KEY_FILE_H
 
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/byte_view.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -32,10 +33,11 @@ struct KeyFileFault {
 // - a JWK or a JWK set (RFC 7517), RSA and EC: all keys that are not for encryption;
 // - an XML key value.
 // Certificates and JWKs with keys of another kind are passed over beside others. False, with `keys`
-// unchanged and `fault` filled, when there is no key; so are private keys. May throw
+// unchanged and `fault` filled, when there is no key; so are private keys. `certificates` (null for
+// none) gets in DER those that keys came from: they name the keys' holders. May throw
 // std::bad_alloc.
 [[nodiscard]] bool loadKeys(ByteView bytes, std::vector<Ref<ClsPublicKey>>& keys,
-                            KeyFileFault& fault);
+                            KeyFileFault& fault, std::vector<DataBuffer>* certificates = nullptr);
 
 } // namespace vantrel::keyfile
 

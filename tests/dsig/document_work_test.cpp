@@ -5,6 +5,7 @@
 #include "dsig/document/document.h"
 #include "dsig/document/key_account.h"
 #include "dsig/document/limits.h"
+#include "dsig/explain/budget.h"
 #include "foundation/base/ClsStringArray.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -107,6 +108,27 @@ TEST(DocumentWork, ATokenIsDecodedOnceForAllSignatures) {
             EXPECT_EQ(work.keyAccount.operations(), good ? count : 0U);
         }
     }
+}
+
+// Once the caller has stopped waiting, no piece of work on a reference is begun, nor is a search.
+TEST(DocumentWork, NoneIsBegunPastTheDeadline) {
+    const std::string document = readText(sourcePath("examples/invoice.xml"));
+    for (const int ms : {1, 3'600'000}) {
+        ClsXmlDSig verifier;
+        verifier.SetDeadline(ms);
+        load(verifier, document);
+        while (ms == 1 && !verifier.TimeIsUp()) {}
+        const bool inTime = ms != 1;
+        EXPECT_EQ(verifier.VerifySignature(true), inTime) << logOf(verifier);
+        EXPECT_EQ(countOf(logOf(verifier), "The time for the document is up."), inTime ? 0U : 1U);
+        EXPECT_EQ(verifier.TimeIsUp(), !inTime);
+        EXPECT_EQ(ClsXmlDSigTestAccess::structure(verifier).account.octets() > 0, inTime);
+    }
+    dsig::explain::Budget budget(1000);
+    budget.endBy(io::Deadline(1));
+    while (!budget.timeIsUp()) {}
+    budget.beginShare(1);
+    EXPECT_FALSE(budget.takeOctets(1));
 }
 
 // The text of one certificate in many signatures, too.

@@ -57,6 +57,8 @@ MAY_INCLUDE = {
     "dsig/object": ("dsig", "foundation"),
     "dsig/verify": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
                     "dsig/xades", "foundation"),
+    "dsig/trust": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
+                   "dsig/xades", "dsig/verify", "foundation"),
     "dsig/explain": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "dsig/keys",
                      "dsig/verify", "foundation"),
 }

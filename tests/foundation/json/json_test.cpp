@@ -1,4 +1,5 @@
 #include "foundation/json/ClsJsonObject.h"
+#include "foundation/json/json_parts.h"
 #include "foundation/json/json_value.h"
 #include "foundation/json/json_writer.h"
 #include "tests/support/vectors.h"
@@ -47,6 +48,19 @@ TEST(Json, SaysWhereATextStopsBeingJson) {
     });
 }
 
+// The parts of an object that holds `text` as its one member, joined by bars; "fault" at a fault.
+std::string partsAround(const std::string& text) {
+    const std::string object = " { \"\\u006e\" : " + text + " } ";
+    json::JsonParts parts(object);
+    std::string out;
+    StringBuffer name;
+    std::string_view value;
+    while (parts.next(name, value)) {
+        out += std::string(name.view()) + "|" + std::string(value) + "|";
+    }
+    return parts.failed() ? "fault" : out;
+}
+
 TEST(Json, BoundsTheNesting) {
     const auto nested = [](std::size_t depth) {
         return std::string(depth, '[') + std::string(depth, ']');
@@ -57,6 +71,51 @@ TEST(Json, BoundsTheNesting) {
     EXPECT_FALSE(json::parseJson(nested(json::kMaxJsonDepth + 1), value, faultAt));
     EXPECT_FALSE(json::parseJson(std::string(1000000, '['), value, faultAt));
     EXPECT_FALSE(json::parseJson(std::string(1000000, '{'), value, faultAt));
+    // Passed over, it is bounded alike, and needs no stack.
+    EXPECT_NE(partsAround(nested(json::kMaxJsonDepth)), "fault");
+    EXPECT_EQ(partsAround(nested(json::kMaxJsonDepth + 1)), "fault");
+    EXPECT_EQ(partsAround(std::string(1000000, '[')), "fault");
+}
+
+// Whoever reads a text piece by piece takes what the reader of values takes, and nothing else.
+TEST(Json, PartsAgreeWithValues) {
+    forEachVector("json/json.vec", "valid", [](VecCase& v) {
+        const std::string text = v.escaped("Text");
+        static_cast<void>(v.escaped("Out"));
+        json::JsonValue value;
+        std::size_t faultAt = 0;
+        ASSERT_TRUE(json::parseJson(text, value, faultAt));
+        const std::string found = partsAround(text);
+        ASSERT_TRUE(found.starts_with("n|") && found.ends_with("|")) << v.where() << found;
+        json::JsonValue again;
+        const std::string raw = found.substr(2, found.size() - 3);
+        ASSERT_TRUE(json::parseJson(raw, again, faultAt)) << v.where() << raw;
+        EXPECT_EQ(written(again), written(value)) << v.where();
+    });
+    forEachVector("json/json.vec", "invalid", [](VecCase& v) {
+        static_cast<void>(v.integer("Fault"));
+        EXPECT_EQ(partsAround(v.escaped("Text")), "fault") << v.where();
+    });
+    for (const char* const text : {"", "7", "\"a\"", "{\"a\":1}x", "[1]]", "[1,,2]"}) {
+        json::JsonParts parts(text);
+        StringBuffer name;
+        std::string_view value;
+        while (parts.next(name, value)) {}
+        EXPECT_TRUE(parts.failed()) << text;
+        EXPECT_FALSE(parts.next(name, value)) << text;
+    }
+}
+
+TEST(Json, PartsBeforeAFaultAreHandedOut) {
+    const std::string text = "{\"id\": [7, {}] ,\"b\":\"cut";
+    json::JsonParts parts(text);
+    StringBuffer name;
+    std::string_view value;
+    ASSERT_TRUE(parts.next(name, value));
+    EXPECT_EQ(value, "[7, {}]");
+    EXPECT_FALSE(parts.next(name, value));
+    EXPECT_TRUE(parts.failed());
+    EXPECT_EQ(parts.faultAt(), text.size());
 }
 
 TEST(Json, WriterSetsCommasAndReplacesWhatIsNotUtf8) {

@@ -1,0 +1,53 @@
+#ifndef DSIG_TRUST_ACCEPTANCE_H
+#define DSIG_TRUST_ACCEPTANCE_H
+
+#include "dsig/document/document.h"
+#include "dsig/report/codes.h"
+#include "dsig/report/signature_report.h"
+#include "dsig/trust/policy.h"
+#include "dsig/trust/signer_trust.h"
+#include "dsig/trust/signing_certificate.h"
+
+#include <memory>
+#include <optional>
+
+namespace vantrel {
+
+class SystemCerts;
+
+namespace json {
+class JsonWriter;
+} // namespace json
+
+namespace dsig {
+
+// Whether one signature is accepted by a policy, and if not, why not.
+struct Acceptance {
+    bool accepted = false; // valid, and nothing is refused
+    CodeSet refusals;      // refusal:: (demands.h), in the order of the table
+    // Whether the certificate that the signer signed for (XAdES) is that of the key that verified.
+    SigningCertificate signingCertificate = SigningCertificate::Absent;
+    bool pinned = false;              // one of the policy's pins is that of the signer
+    std::optional<SignerTrust> trust; // where the policy has anchors
+};
+
+// Judges a verified signature. `report` must be complete (verify/complete_report.h); `document` is
+// the loaded one, null when no signature was selected; `store` has the caller's certificates (null
+// for none), which may lie on a path and prove nothing by themselves. Neither the report's outcome
+// nor what the document holds changes. The policy must outlive the result. May throw
+// std::bad_alloc.
+[[nodiscard]] Acceptance judge(const Policy& policy, const SignatureReport& report,
+                               Document* document, SystemCerts* store);
+
+// What the judgement makes untrue of a report: that nobody vouches for a key, a name or an
+// authority, and that a certificate has expired that was valid when a trusted time-stamp was made.
+void withdrawWarnings(const Acceptance& acceptance, SignatureReport& report);
+
+// The members `accepted`, `refusals`, `signingCertificate` and, where it was judged, `trust` of the
+// JSON object that is being written.
+void writeAcceptance(const Acceptance& acceptance, json::JsonWriter& out);
+
+} // namespace dsig
+} // namespace vantrel
+
+#endif

@@ -1,0 +1,56 @@
+#ifndef DSIG_TRUST_DEMANDS_H
+#define DSIG_TRUST_DEMANDS_H
+
+#include "dsig/document/document.h"
+#include "dsig/report/signature_report.h"
+#include "dsig/trust/policy.h"
+#include "dsig/trust/signer_trust.h"
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig {
+
+// Why a valid signature is not accepted, besides the refusals of the table of demands.
+namespace refusal {
+// The signature is not valid, or its value was not asked for.
+inline constexpr std::string_view kNotValid = "not-valid";
+// A target that must be covered is not, or is not there.
+inline constexpr std::string_view kTargetNotCovered = "target-not-covered";
+// The signer signed for another certificate than that of the key that verified.
+inline constexpr std::string_view kSigningCertificateMismatch = "signing-certificate-mismatch";
+} // namespace refusal
+
+// One signature on its way to a judgement. Borrowed, but for what is worked out once for all
+// demands.
+struct JudgedSignature {
+    JudgedSignature(const Policy& itsPolicy, const SignatureReport& itsReport,
+                    Document* itsDocument, const SignerTrust* itsTrust,
+                    const Material& itsMaterial);
+
+    const Policy& policy;
+    const SignatureReport& report;
+    Document* document;       // null when no signature was selected
+    const SignerTrust* trust; // null without anchors
+    const Material& material;
+    // What the signed and matching references of a valid signature digested, in order and apart
+    // from each other (covered_targets.h).
+    std::vector<xml::TextRange> digested;
+};
+
+// A demand: its word, what it refuses with, and whether it holds. A demand whose means were not
+// given (a pin, an anchor) does not.
+struct DemandEntry {
+    Demand demand;
+    std::string_view word;
+    std::string_view refusal;
+    bool (*holds)(const JudgedSignature&);
+};
+
+// All demands, in the order in which refusals are listed.
+[[nodiscard]] std::span<const DemandEntry> demandTable() noexcept;
+
+} // namespace vantrel::dsig
+
+#endif

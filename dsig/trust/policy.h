@@ -1,0 +1,67 @@
+#ifndef DSIG_TRUST_POLICY_H
+#define DSIG_TRUST_POLICY_H
+
+#include "foundation/text/byte_view.h"
+#include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/path/path_material.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel::dsig {
+
+// What a signature may be asked to show, by its word (demands.h has the words and what they mean).
+enum class Demand : std::uint8_t {
+    Pinned,
+    Trusted,
+    Vouched,
+    Strong,
+    NoLeniency,
+    AllChecked,
+    Unambiguous,
+    Covered,
+    Timestamp,
+};
+
+// By what a caller accepts signatures. Whether one is valid is another question, which cryptography
+// alone answers; a policy never changes it.
+struct Policy {
+    // No key of the document is tried, nor one that it names: only those of the caller.
+    bool onlyKey = false;
+    std::set<Demand> demands;
+    // SHA-256 of a SubjectPublicKeyInfo or of a certificate, lower-case hexadecimal; see parsePin.
+    std::vector<std::string> pins;
+    // "document", "#ID", or the path of an element as reports print it; see isTarget.
+    std::vector<std::string> mustCover;
+
+    // Whom certificates have to lead to. Without anchors nothing is trusted, and the report says
+    // nothing of trust.
+    std::vector<const VantrelX509*> anchors;
+    std::vector<ByteView> crls;        // CertificateLists in DER
+    bool checkRevocation = false;      // the status of every certificate must be known
+    std::optional<std::int64_t> at;    // seconds since 1970; absent: see signer_trust.h
+    std::vector<std::string> purposes; // dotted; one of them the signer's certificate allows
+    std::unique_ptr<x509::PathMaterial> owned; // what the certificates and lists above belong to
+};
+
+// The demand of a word ("pinned", in any letter case); nothing for another text.
+[[nodiscard]] std::optional<Demand> demandOf(std::string_view word) noexcept;
+// What the strictest usual policy asks for, besides keys and coverage.
+[[nodiscard]] const std::set<Demand>& strictDemands();
+
+// "sha256:" and 64 hexadecimal digits in any letter case, colons between pairs allowed. False, with
+// `pin` of no use, for another text.
+[[nodiscard]] bool parsePin(std::string_view text, std::string& pin);
+// Whether Policy::crls can use the list. May throw std::bad_alloc.
+[[nodiscard]] bool isRevocationList(ByteView der);
+// Whether the text is one that Policy::mustCover takes.
+[[nodiscard]] bool isTarget(std::string_view text) noexcept;
+
+} // namespace vantrel::dsig
+
+#endif
