@@ -6,6 +6,8 @@
 
 namespace vantrel::cli {
 
+// The library judges a signature and says so in the report; the tool reads it there, so that the
+// file can say nothing else than its signatures do.
 bool FileAcceptance::add(std::string_view json) {
     json::JsonValue value;
     std::size_t faultAt = 0;
@@ -17,8 +19,10 @@ bool FileAcceptance::add(std::string_view json) {
     if (accepted == nullptr || refusals == nullptr) {
         return false;
     }
+    // Both members are there whenever there is a policy; one that is missing was not judged.
     ++m_signatures;
     m_accepted += accepted->kind() == json::JsonValue::Kind::True ? 1 : 0;
+    // Each code once for the file, in the order in which they are met.
     for (const json::JsonValue& code : refusals->elements()) {
         const std::string word(code.text());
         if (std::ranges::find(m_refusals, word) == m_refusals.end()) {
@@ -32,6 +36,8 @@ void FileAcceptance::write(bool accepted, json::JsonWriter& out) const {
     out.booleanMember("accepted", accepted);
     out.key("refusals");
     out.beginArray();
+    // With --accept any a file may be accepted though one of its signatures is not: its codes would
+    // then read as reasons against the file.
     if (!accepted) {
         for (const std::string& code : m_refusals) {
             out.text(code);

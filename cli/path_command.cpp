@@ -17,13 +17,17 @@ namespace vantrel::cli {
 
 namespace {
 
+// Far above what any authority issues; longer ones would only be work.
 constexpr int kHighestDepth = 1000;
 
+// Seconds since 1970, as the query takes its time.
 std::int64_t now() {
     const auto since = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::seconds>(since).count();
 }
 
+// Every certificate of every file or folder of the option. One that gives none is an error: a
+// misspelt name must not shrink what is trusted, or what is looked at.
 bool readCertificates(const Arguments& arguments, std::string_view option,
                       x509::PathMaterial& material, std::vector<const VantrelX509*>& out,
                       std::string& complaint) {
@@ -37,6 +41,8 @@ bool readCertificates(const Arguments& arguments, std::string_view option,
     return true;
 }
 
+// Lists and responses that somebody fetched beforehand. Whether they are about these certificates,
+// signed by the right key and of the right time is the library's to judge.
 bool readRevocationData(const Arguments& arguments, x509::PathMaterial& material,
                         x509::PathQuery& query, std::string& complaint) {
     for (const std::string& name : arguments.all("--crl")) {
@@ -55,6 +61,7 @@ bool readRevocationData(const Arguments& arguments, x509::PathMaterial& material
         if (!readOptionFile("--ocsp", name, bytes, complaint)) {
             return false;
         }
+        // One that is none is a problem of the path, not of the command line.
         material.addOcspResponse(bytes.view(), query.ocspResponses);
     }
     return true;
@@ -62,6 +69,7 @@ bool readRevocationData(const Arguments& arguments, x509::PathMaterial& material
 
 // What the certificate is asked for: time, purpose, name.
 bool readDemands(const Arguments& arguments, x509::PathQuery& query, std::string& complaint) {
+    // A signature of last year is judged as of then, hence --at.
     query.time = now();
     if (const std::string* const at = arguments.last("--at");
         at != nullptr && !x509::parseMoment(*at, query.time)) {
@@ -94,6 +102,7 @@ bool readDemands(const Arguments& arguments, x509::PathQuery& query, std::string
     return true;
 }
 
+// The inputs (c) to (g) of RFC 5280, 6.1.1. Without --policy any policy will do.
 bool readPolicies(const Arguments& arguments, x509::PathQuery& query, std::string& complaint) {
     query.policies = arguments.all("--policy");
     for (const std::string& policy : query.policies) {
@@ -123,14 +132,18 @@ bool readTarget(const std::string& name, x509::PathMaterial& material, x509::Pat
         complaint = name + ": " + std::string(log.lastErrorLine());
         return false;
     }
+    // Chain files begin with the certificate that they are about (as in RFC 8446, 4.4.2).
     query.target = found.front();
     query.candidates.insert(query.candidates.end(), found.begin() + 1, found.end());
     return true;
 }
 
+// In the order in which complaints help most: what is asked for, then what is trusted, then what is
+// offered, and at last the certificate in question.
 bool readQuery(const Arguments& arguments, x509::PathMaterial& material, x509::PathQuery& query,
                std::string& complaint) {
     if (!arguments.has("--anchor")) {
+        // No anchors by default: what is trusted must have been said.
         complaint = withRemedy("--anchor is needed: what is trusted", "--anchor system");
         return false;
     }
@@ -145,11 +158,14 @@ bool readQuery(const Arguments& arguments, x509::PathMaterial& material, x509::P
            readTarget(arguments.operands().front(), material, query, complaint);
 }
 
+// Names of certificates are as hostile as documents.
 std::string nameOf(const VantrelX509& certificate) {
     const std::string subject = x509::subjectText(certificate);
     return subject.empty() ? "a certificate without a subject" : printable(subject);
 }
 
+// For people: the verdict, the way from the certificate to the anchor, the policies that hold along
+// it, and all that was found against it, also beside a path that holds.
 void writeText(const x509::PathResult& result) {
     std::string out = coloured(result.trusted ? "trusted" : "not trusted",
                                result.trusted ? Colour::Good : Colour::Bad) +

@@ -38,6 +38,7 @@ bool needsAnchor(const Arguments& arguments, std::string& complaint) {
     return true;
 }
 
+// Each must be whole: a fingerprint that was cut off when it was copied matches nothing.
 bool readPins(const Arguments& arguments, dsig::Policy& policy, std::string& complaint) {
     for (const std::string& given : arguments.all("--pin")) {
         if (!dsig::parsePin(given, policy.pins.emplace_back())) {
@@ -64,13 +65,16 @@ void readDemands(const Arguments& arguments, dsig::Policy& policy) {
         policy.demands.insert(dsig::strictDemands().begin(), dsig::strictDemands().end());
     }
     if (arguments.has("--pin")) {
+        // Whoever names a key wants that one.
         policy.demands.insert(dsig::Demand::Pinned);
     }
     if (arguments.has("--anchor")) {
+        // Whoever names an authority wants its certificates.
         policy.demands.insert(dsig::Demand::Trusted);
     }
 }
 
+// Whether a target is there is the document's affair, and a refusal; that it is none is a slip.
 bool readTargets(const Arguments& arguments, dsig::Policy& policy, std::string& complaint) {
     policy.mustCover = arguments.all("--must-cover");
     for (const std::string& target : policy.mustCover) {
@@ -122,6 +126,8 @@ bool readAnchors(const Arguments& arguments, dsig::Policy& policy, std::string& 
     return true;
 }
 
+// How the certificates are judged (RFC 5280, 6.1): as of when, for what, and with how much
+// knowledge of revocations.
 bool readCircumstances(const Arguments& arguments, dsig::Policy& policy, std::string& complaint) {
     policy.checkRevocation = arguments.has("--check-revocation");
     if (const std::string* const at = arguments.last("--at")) {

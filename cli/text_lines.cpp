@@ -7,14 +7,17 @@ namespace vantrel::cli {
 
 namespace {
 
+// An entry is a label in a column of its own and text behind it; what does not fit goes on below.
 constexpr std::size_t kIndent = 4;
 constexpr std::size_t kLabelColumns = 10;
 constexpr std::size_t kTextWidth = kTextColumns - kIndent - kLabelColumns;
+// A hostile Id may have megabytes; what is cut stands in the JSON.
 constexpr std::size_t kMostLinesOfAWord = 4;
 
 // Octets of the unit that begins at `at`: an escape sequence, which takes no room, or a character.
 std::size_t unitLength(std::string_view text, std::size_t at, std::size_t& columns) {
     if (text[at] == '\033') {
+        // Colours end in this letter (ECMA-48, SGR); the tool writes no other sequences.
         columns = 0;
         const std::size_t end = text.find('m', at);
         return end == std::string_view::npos ? text.size() - at : end + 1 - at;
@@ -33,6 +36,7 @@ std::size_t unitLength(std::string_view text, std::size_t at, std::size_t& colum
 std::string_view front(std::string_view text, std::size_t columns) {
     std::size_t at = 0;
     std::size_t sum = 0;
+    // By characters, so that none is cut in two.
     while (at < text.size()) {
         std::size_t one = 0;
         const std::size_t length = unitLength(text, at, one);
@@ -57,6 +61,7 @@ void breakWord(std::string_view word, std::vector<std::string>& lines) {
     while (columnsOf(rest) > kTextWidth) {
         std::string_view piece = front(rest, kTextWidth);
         const std::size_t slash = piece.rfind('/');
+        // Further in front it would leave a line that is mostly empty.
         if (slash != std::string_view::npos && slash > piece.size() / 2) {
             piece = piece.substr(0, slash);
         }
@@ -66,6 +71,7 @@ void breakWord(std::string_view word, std::vector<std::string>& lines) {
     lines.emplace_back(rest);
 }
 
+// The text in lines that fit behind the label, broken at blanks where it has any.
 std::vector<std::string> wrapped(std::string_view text) {
     std::vector<std::string> lines(1);
     while (!text.empty()) {
@@ -79,6 +85,7 @@ std::vector<std::string> wrapped(std::string_view text) {
             last += word;
             continue;
         }
+        // breakWord begins a line of its own.
         if (last.empty()) {
             lines.pop_back();
         }
@@ -104,6 +111,7 @@ std::string shortened(std::string_view text, std::size_t columns) {
         return std::string(text);
     }
     const std::size_t kept = columns - kGap.size();
+    // More of the end is kept: in paths, names and URIs it says which of many similar ones it is.
     const std::size_t head = kept / 3;
     std::string out(front(text, head));
     out += kGap;
@@ -117,6 +125,7 @@ std::string entry(std::string_view label, std::string_view text) {
         if (out.empty()) {
             start += label;
         }
+        // A label that fills its column keeps one blank behind it.
         start.resize(std::max(start.size() + (out.empty() ? 1 : 0), kIndent + kLabelColumns), ' ');
         out += start + line + "\n";
     }

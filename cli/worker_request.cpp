@@ -54,6 +54,8 @@ public:
         while (parts.next(name, value)) {
             take(name.view(), value);
         }
+        // First, because a line that is cut off is the likeliest fault, and the source may be in
+        // the part that is missing.
         if (parts.failed()) {
             m_complaint = "the request is no JSON object (octet " +
                           std::to_string(parts.faultAt()) + " of the line)";
@@ -65,6 +67,7 @@ public:
     }
 
 private:
+    // The first fault counts; those behind it often follow from it.
     void refuse(std::string_view complaint) {
         if (m_complaint.empty()) {
             m_complaint = complaint;
@@ -75,7 +78,7 @@ private:
         constexpr std::string_view kMembers[] = {"id",     "file",    "xml",
                                                  "base64", "options", "timeoutMs"};
         if (std::ranges::find(kMembers, name) == std::end(kMembers)) {
-            return;
+            return; // of a newer caller, or its own
         }
         // Two readers of such a line may take different ones.
         if (!m_seen.insert(std::string(name)).second) {
@@ -94,6 +97,7 @@ private:
         }
     }
 
+    // The id is kept as it stands: numbers beyond the range of a double, say, come back unchanged.
     void takeTimeout(std::string_view value) {
         int ms = 0;
         if (!parseNumber(value, 1, kMostTimeoutMs, ms)) {
@@ -103,6 +107,7 @@ private:
         m_request.source.timeoutMs = ms;
     }
 
+    // Exactly one of them: with two, the answer would not say which was verified.
     void takeSource(std::string_view name, std::string_view value) {
         if (name == "file") {
             if (!fileNameOf(value, m_request.source.name)) {
@@ -116,6 +121,7 @@ private:
             refuse(std::string(name) + " is a text");
             return;
         }
+        // A JSON string is decoded text, whatever encoding the document's declaration names.
         m_request.source.isText = name == "xml";
         const bool taken = m_request.source.isText ? octets.append(text)
                                                    : octets.appendEncoded(text.view(), "base64");
@@ -145,6 +151,7 @@ public:
         if (!m_seen.insert(option->name).second) {
             return refuse("the option " + std::string(name) + " " + std::string(kTwice));
         }
+        // A request's value takes the place of the command line's, lists as a whole.
         m_arguments.remove(option->name);
         if (value == "null" || value == "false") {
             return value == "null" || option->kind == ValueKind::None || wrongKind(*option);
@@ -153,6 +160,7 @@ public:
     }
 
 private:
+    // Names in requests are those of the command line in camelCase, so that there is one table.
     static const OptionSpec* find(std::string_view name) {
         const auto place = std::ranges::find_if(allOptions(), [name](const OptionSpec& each) {
             return (each.commands & kRequest) != 0 && camelCase(each.name) == name;
@@ -177,6 +185,7 @@ private:
         return false;
     }
 
+    // What the option takes, not what the request has: that may be a key.
     bool wrongKind(const OptionSpec& option) {
         std::string_view wanted = "a text";
         switch (option.kind) {
@@ -216,6 +225,7 @@ private:
         switch (option.kind) {
         case ValueKind::None: fits = json == "true"; break;
         case ValueKind::Number:
+            // Its range is checked where the option of the command line is.
             value = json;
             fits = first == '-' || text::isDigitAscii(first);
             break;

@@ -16,7 +16,7 @@ TOOL = str(pathlib.Path(sys.argv[1]).resolve())
 TOP = pathlib.Path(__file__).resolve().parents[2]
 EXAMPLES = TOP / "examples"
 DS = "http://www.w3.org/2000/09/xmldsig#"
-REQUESTS = 20000
+REQUESTS = int(sys.argv[2]) if len(sys.argv) > 2 else 20000
 
 passed = failed = 0
 
