@@ -67,7 +67,7 @@ bool selectOne(const VerifySettings& settings, ClsXmlDSig& verifier, std::string
         return false;
     }
     verifier.put_Selector(indexes.front());
-    return settings.prepareSelected(verifier, complaint);
+    return api::prepareSelected(settings.options(), verifier, complaint);
 }
 
 // Likewise one reference: the only one, or the one that is named. Told apart from octets that
@@ -128,7 +128,8 @@ int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& ver
 int runFile(const VerifySettings& settings, bool signedInfo, const std::string& name,
             std::string& complaint) {
     ClsXmlDSig verifier;
-    if (!settings.prepare(verifier, complaint) || !loadDocument(name, verifier, complaint)) {
+    if (!settings.prepare(verifier, complaint) ||
+        !loadDocument(name, verifier, complaint)) {
         return kCannotTell;
     }
     if (verifier.get_NumSignatures() == 0 && !settings.selectsOne()) {

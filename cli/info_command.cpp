@@ -8,6 +8,7 @@
 #include "cli/terminal.h"
 #include <vantrel/json_writer.h>
 #include <vantrel/limits.h>
+#include <vantrel/report_json.h>
 
 #include <cstdint>
 #include <new>
@@ -45,7 +46,7 @@ int describe(const std::string& name, bool json, Description& found, std::string
         // many of them.
         octets += description.getUtf8Sb().getSize();
         if (octets > dsig::Limits().reportOctets) {
-            complaint = "the report is larger than its limit (reportOctets)";
+            complaint = api::kReportTooLarge;
             found.signatures.clear();
             return kCannotTell;
         }

@@ -8,9 +8,10 @@
 #include <vantrel/ClsBinData.h>
 #include <vantrel/fingerprint.h>
 #include <vantrel/json_writer.h>
+#include <vantrel/report_json.h>
+#include <vantrel/verification.h>
 
 #include <exception>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -22,46 +23,28 @@ namespace vantrel::cli {
 
 namespace {
 
-// What a report says of the octets of a file; nothing of one that could not be read.
-struct FileOctets {
-    std::uint32_t size = 0;
-    std::string sha256; // lower-case hexadecimal
-};
-
 // What a policy says of a file.
 struct Judgement {
     bool accepted = false;
     FileAcceptance reasons;
 };
 
-// Raised when a member changes its meaning or goes; more members may be added without.
-constexpr int kReportSchema = 1;
-
-// A JSON object up to its list of signatures; kJsonEnd ends both. `policy`: nothing without
-// one.
-std::string jsonHeading(std::string_view name, const FileOctets& octets, std::string_view status,
-                        std::string_view complaint, const std::optional<Judgement>& policy) {
-    StringBuffer text;
-    json::JsonWriter out(text);
-    out.beginObject();
-    out.textMember("file", name);
-    out.textMember("status", status);
-    out.textMember("error", complaint);
-    out.integerMember("schema", kReportSchema);
-    out.integerMember("size", octets.size);
-    out.textMember("sha256", octets.sha256);
-    if (policy) {
-        policy->reasons.write(policy->accepted, out);
-    }
-    out.key("signatures");
-    out.beginArray();
-    if (!out.ok()) {
-        throw std::bad_alloc();
-    }
-    return std::string(text.view());
+// A JSON object up to its list of signatures; endReport ends both. `policy`: nothing without one.
+std::string jsonHeading(std::string_view name, const api::DocumentOctets& octets,
+                        std::string_view status, std::string_view complaint,
+                        const std::optional<Judgement>& policy) {
+    return api::reportHeading(name, octets, status, complaint, [&policy](json::JsonWriter& out) {
+        if (policy) {
+            policy->reasons.write(policy->accepted, out);
+        }
+    });
 }
 
-constexpr std::string_view kJsonEnd = "]}\n";
+// One object a line.
+void endReport(FileResult& result) {
+    result.report += api::kReportEnd;
+    result.report += '\n';
+}
 
 // One file on its way: a new verifier each, so that no document leaves anything to the next.
 class FileRun {
@@ -119,37 +102,13 @@ private:
         if (!m_settings.select(verifier, indexes, complaint)) {
             return false;
         }
-        bool allValid = true;
-        for (const int index : indexes) {
-            bool valid = false;
-            // What one signature's verification found out of the document stays in force for the
-            // next; a signature that fails gets a second attempt without.
-            const bool again = indexes.size() > 1 && verifier.profileName() == "sii";
-            // A verdict that was found too late may be one about the time.
-            if (!verifyOne(verifier, index, !again, valid, complaint) ||
-                isLate(verifier, complaint)) {
-                return false;
-            }
-            if (!valid && again) {
-                m_result.report.resize(m_beforeLast);
-                verifier.ResetDocumentRules();
-                if (!verifyOne(verifier, index, true, valid, complaint) ||
-                    isLate(verifier, complaint)) {
-                    return false;
-                }
-            }
-            allValid = valid && allValid;
-            if (m_judgement && !judge(verifier)) {
-                complaint = "the signature could not be judged";
-                return false;
-            }
-            if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
-                complaint = lastErrorOf(verifier);
-                return false;
-            }
+        Status status = Status::Error;
+        if (!api::verifySignatures(m_settings.options(), indexes, verifier, stepsOf(verifier),
+                                   status, complaint)) {
+            return false;
         }
-        m_status = indexes.empty() ? "no-signature" : allValid ? "valid" : "invalid";
-        bool holds = allValid && !indexes.empty();
+        m_status = toString(status);
+        bool holds = status == Status::Valid;
         if (m_judgement) {
             holds = m_judgement->reasons.holds(m_settings.policy().any);
             m_judgement->accepted = holds;
@@ -157,6 +116,21 @@ private:
         }
         m_result.code = holds ? kEverythingHolds : kSomethingFails;
         return m_form != ReportForm::Html || makePage(verifier, complaint);
+    }
+
+    api::RunSteps stepsOf(ClsXmlDSig& verifier) {
+        api::RunSteps steps;
+        steps.attempted = [this, &verifier](std::string& complaint) {
+            keepLog(verifier, verifier.get_Selector());
+            // A verdict that was found too late may be one about the time.
+            return !isLate(verifier, complaint);
+        };
+        steps.finished = [this, &verifier](std::string& complaint) {
+            return addToReport(verifier, complaint) && !isLate(verifier, complaint);
+        };
+        // Only a report can show what a search finds.
+        steps.explains = m_settings.explains() && m_form != ReportForm::None;
+        return steps;
     }
 
     // Whether the caller has stopped waiting. Signatures that were in time are not reported,
@@ -206,28 +180,21 @@ private:
         return verifier.LoadSignature(text);
     }
 
-    // One signature, or one of its references where that is asked for. False, with the reason in
-    // `complaint`, when nothing can be said of it. `isLast`: no other attempt follows, so that a
-    // failure may be explained.
-    bool verifyOne(ClsXmlDSig& verifier, int index, bool isLast, bool& valid,
-                   std::string& complaint) {
-        verifier.put_Selector(index);
-        if (!m_settings.prepareSelected(verifier, complaint)) {
+    // What the last verification found out. False, with the reason in `complaint`, when that is too
+    // much.
+    bool addToReport(ClsXmlDSig& verifier, std::string& complaint) {
+        if (m_judgement && !judge(verifier)) {
+            complaint = "the signature could not be judged";
             return false;
         }
-        valid = m_settings.reference() ? verifier.VerifyReferenceDigest(*m_settings.reference())
-                                       : verifier.VerifySignature(m_settings.checkReferences());
-        keepLog(verifier, verifier.get_Selector());
-        // Only a report can show what a search finds.
-        if (!valid && isLast && m_settings.explains() && m_form != ReportForm::None) {
-            static_cast<void>(verifier.ExplainFailures(m_settings.effort()));
+        if (m_form == ReportForm::Html && !verifier.KeepForHtmlReport()) {
+            complaint = lastErrorOf(verifier);
+            return false;
         }
-        m_beforeLast = m_result.report.size();
         const bool isReported =
             m_form == ReportForm::None || m_form == ReportForm::Html || addSignature(verifier);
         if (!isReported) {
-            complaint = withRemedy("the report is larger than its limit (reportOctets)",
-                                   "--limit reportOctets=NUMBER");
+            complaint = withRemedy(api::kReportTooLarge, "--limit reportOctets=NUMBER");
             // Half a report could pass for a whole one.
             m_result.report.clear();
         }
@@ -284,7 +251,7 @@ private:
         if (m_form == ReportForm::Json) {
             m_result.heading =
                 jsonHeading(m_result.name, m_octets, m_status, complaint, m_judgement);
-            m_result.report += kJsonEnd;
+            endReport(m_result);
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status, acceptanceWord());
         }
@@ -303,9 +270,8 @@ private:
     ReportForm m_form;
     std::optional<Judgement> m_judgement; // nothing without a policy
     FileResult m_result;
-    FileOctets m_octets;
+    api::DocumentOctets m_octets;
     std::string_view m_status = "error";
-    std::size_t m_beforeLast = 0; // size of the report without the last signature
     std::uint64_t m_reportOctets = 0;
     bool m_logCut = false;
 };
@@ -323,7 +289,7 @@ FileResult errorResult(const std::string& name, std::string_view complaint, Repo
             policy.emplace(); // what cannot be judged is not accepted
         }
         result.heading = jsonHeading(name, {}, "error", withoutRemedy(complaint), policy);
-        result.report = kJsonEnd;
+        endReport(result);
     }
     return result;
 }

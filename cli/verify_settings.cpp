@@ -3,11 +3,10 @@
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
-#include <vantrel/ClsBinData.h>
+#include <vantrel/DataBuffer.h>
 #include <vantrel/XString.h>
 #include <vantrel/_vlDataSource.h>
 #include <vantrel/_vlLogger.h>
-#include <vantrel/key_file.h>
 
 #include <algorithm>
 #include <array>
@@ -26,13 +25,6 @@ constexpr int kLastReferenceWithData = 100;
 constexpr int kHighestIndex = 0x7FFFFFFE;
 // Some two hours.
 constexpr int kMostEffort = 3600;
-
-// The last error line of an operation of the library.
-std::string lastError(ClsBase& object) {
-    XString line;
-    object.get_LastErrorLine(line);
-    return std::string(line.getUtf8Sb().view());
-}
 
 // Options that contradict each other are refused; which of them would win is nothing to guess.
 bool bothGiven(const Arguments& arguments, std::string_view one, std::string_view other,
@@ -75,18 +67,9 @@ std::string certificateFault(const std::string& path, std::string_view reason) {
 }
 
 // One value of --cert.
-bool addCertificates(const std::string& value, ClsXmlCertVault& vault) {
-    if (const std::optional<std::string_view> octets = inlineOctets(value)) {
-        ClsBinData der;
-        return octets->find("-----BEGIN") != std::string_view::npos
-                   ? vault.AddCertPem(XString(*octets))
-                   : der.data().append(asBytes(*octets)) && vault.AddCertDer(der);
-    }
-    const XString name(value);
-    std::error_code ignored;
-    // Of a folder every file that holds a certificate is taken, and the others passed over.
-    return std::filesystem::is_directory(value, ignored) ? vault.AddCertDirectory(name)
-                                                         : vault.AddCertFile(name);
+bool addCertificates(const std::string& value, CertificateStore& store, std::string& error) {
+    const std::optional<std::string_view> octets = inlineOctets(value);
+    return octets ? store.addBytes(*octets, error) : store.addFile(value, error);
 }
 
 // The file of --ref-data, by the system's reason where it has one.
@@ -106,17 +89,11 @@ std::string whyNotOpened(const std::string& path, std::string_view otherwise) {
 // Options of no file first, then those that open files, in the order of the help; the first fault
 // ends it, since the next one may only follow from it.
 bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
-    m_ignoreExternal = arguments.has("--ignore-external");
-    m_verbose = arguments.has("--verbose");
-    m_log = m_verbose || arguments.has("--log");
-    for (const std::string& word : arguments.all("--option")) {
-        // The verifier searches the text for its words; the separator is for readers.
-        m_words += (m_words.empty() ? "" : ",") + word;
-    }
-    if (arguments.has("--timestamps")) {
-        m_words += m_words.empty() ? "" : ",";
-        m_words += "VerifyEncapsulatedTimeStamp";
-    }
+    m_options.ignoreExternal = arguments.has("--ignore-external");
+    m_options.verboseLog = arguments.has("--verbose");
+    m_options.log = m_options.verboseLog || arguments.has("--log");
+    m_options.words = arguments.all("--option");
+    m_options.timestamps = arguments.has("--timestamps");
     return loadSelection(arguments, complaint) && loadKeyFiles(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
            loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
@@ -126,17 +103,19 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
 // Whether there are such signatures and references shows only when a document is at hand
 // (select()).
 bool VerifySettings::loadSelection(const Arguments& arguments, std::string& complaint) {
+    std::optional<int> effort;
     if (bothGiven(arguments, "--signature", "--id", complaint) ||
         bothGiven(arguments, "--no-references", "--reference", complaint) ||
-        !arguments.number("--signature", 0, kHighestIndex, m_signature, complaint) ||
-        !arguments.number("--reference", 0, kHighestIndex, m_reference, complaint) ||
-        !arguments.number("--effort", 1, kMostEffort, m_effort, complaint)) {
+        !arguments.number("--signature", 0, kHighestIndex, m_options.signature, complaint) ||
+        !arguments.number("--reference", 0, kHighestIndex, m_options.reference, complaint) ||
+        !arguments.number("--effort", 1, kMostEffort, effort, complaint)) {
         return false;
     }
     if (const std::string* const id = arguments.last("--id")) {
-        m_id = *id;
+        m_options.id = *id;
     }
-    m_checkReferences = !arguments.has("--no-references");
+    m_options.effort = effort.value_or(1);
+    m_options.checkReferences = !arguments.has("--no-references");
     return true;
 }
 
@@ -147,36 +126,18 @@ bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& compl
         if (!readOptionFile("--key", path, bytes, complaint)) {
             return false;
         }
-        std::vector<Ref<ClsPublicKey>> keys;
-        keyfile::KeyFileFault fault;
-        std::vector<DataBuffer> certificates;
-        if (!keyfile::loadKeys(bytes.view(), keys, fault, &certificates)) {
+        const Result<Key> key = Key::fromBytes(asText(bytes.view()));
+        if (!key) {
+            const Error& fault = key.error();
             const std::string remedy = fault.remedy.empty()
                                            ? "--key with a file as `xmldsig help verify` lists them"
                                            : withFileName(fault.remedy, fileName(path));
             complaint = withRemedy("--key " + fileName(path) + ": " + fault.what, remedy);
             return false;
         }
-        m_keyFiles.push_back(bytes);
-        addToVault(certificates);
+        m_options.keys.push_back(*key);
     }
     return true;
-}
-
-// They name the holders of the keys, and are as well known to the caller as these.
-void VerifySettings::addToVault(const std::vector<DataBuffer>& certificates) {
-    for (const DataBuffer& der : certificates) {
-        ClsBinData bytes;
-        bytes.data() = der;
-        static_cast<void>(vault().AddCertDer(bytes));
-    }
-}
-
-ClsXmlCertVault& VerifySettings::vault() {
-    if (!m_vault) {
-        m_vault = std::make_unique<ClsXmlCertVault>();
-    }
-    return *m_vault;
 }
 
 // The secret of HMAC signatures, as text in an encoding or as the bytes of a file.
@@ -186,22 +147,16 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
     }
     // One of those that are documented for the tool; the library knows more.
     const std::string* const encoding = arguments.last("--hmac-encoding");
-    m_hmacEncoding = encoding != nullptr ? *encoding : "hex";
+    const std::string name = encoding != nullptr ? *encoding : "hex";
     if (const std::string* const path = arguments.last("--hmac-key-file")) {
         DataBuffer secret;
-        // Wiped when it goes. The library takes a secret as text in an encoding, so raw bytes pass
-        // as base64.
-        secret.setSecure(true);
+        secret.setSecure(true); // wiped when it goes
         if (!readOptionFile("--hmac-key-file", *path, secret, complaint)) {
             return false;
         }
-        StringBuffer text;
-        secret.encodeDB("base64", text);
-        m_hmacKey = text.view();
-        m_hmacEncoding = "base64";
-        text.secureClear();
+        m_options.hmacSecret = asText(secret.view());
         // An empty secret would let everybody sign.
-        if (m_hmacKey.empty()) {
+        if (m_options.hmacSecret.empty()) {
             complaint =
                 withRemedy("--hmac-key-file " + fileName(*path) + " is empty", "--hmac-key");
             return false;
@@ -209,13 +164,8 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         return true;
     }
     if (const std::string* const text = arguments.last("--hmac-key")) {
-        m_hmacKey = *text;
-        // Tried on a verifier of its own, since decoding is the library's affair.
-        ClsXmlDSig probe;
-        XString key(m_hmacKey);
-        XString name(m_hmacEncoding);
-        if (m_hmacKey.empty() || !probe.SetHmacKey(key, name)) {
-            complaint = withRemedy("--hmac-key is not valid in the encoding " + m_hmacEncoding,
+        if (!decodeSecret(*text, name, m_options.hmacSecret)) {
+            complaint = withRemedy("--hmac-key is not valid in the encoding " + name,
                                    "--hmac-encoding base64 or ascii");
             return false;
         }
@@ -226,10 +176,11 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
 // Certificates for look-ups by what KeyInfo names; that a certificate is here makes it known, and
 // nothing more.
 bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& complaint) {
-    // One vault for all threads: certificates are decoded once, and look-ups in it may run at once.
+    // One store for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
-        if (!addCertificates(path, vault())) {
-            complaint = certificateFault(path, lastError(*m_vault));
+        std::string error;
+        if (!addCertificates(path, m_options.certificates, error)) {
+            complaint = certificateFault(path, error);
             return false;
         }
     }
@@ -258,7 +209,7 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
             complaint = whyNotOpened(path, log.lastErrorLine());
             return false;
         }
-        m_referenceData.emplace_back(index, path);
+        m_options.referenceData.push_back({index, path, {}});
     }
     return true;
 }
@@ -281,7 +232,7 @@ bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::strin
                                    "--ref-dir with a link to the folder");
             return false;
         }
-        m_referenceFolders += (m_referenceFolders.empty() ? "" : ";") + folder;
+        m_options.referenceFolders.push_back(folder);
     }
     return true;
 }
@@ -293,7 +244,7 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
         const std::size_t equals = std::min(text.find('='), text.size());
         std::uint64_t value = 0;
         if (equals < text.size() && dsig::parseLimit(text.substr(equals + 1), value) &&
-            dsig::setLimit(m_limits, text.substr(0, equals), value)) {
+            dsig::setLimit(m_options.limits, text.substr(0, equals), value)) {
             continue;
         }
         // The names come from the table, so that the message is never out of date.
@@ -307,116 +258,28 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
     return true;
 }
 
-// The same for every limit, named or not.
-bool VerifySettings::setLimits(ClsXmlDSig& verifier) const {
-    // One that is refused does not keep the others from being set; any makes the whole fail.
-    bool all = true;
-    for (const dsig::LimitEntry& entry : dsig::limitTable()) {
-        XString name(entry.name);
-        XString value(std::to_string(m_limits.*entry.value));
-        all = verifier.SetLimit(name, value) && all;
-    }
-    return all;
-}
-
-// For every signature of the document; tried after the keys of KeyInfo.
-bool VerifySettings::setKeys(ClsXmlDSig& verifier) const {
-    std::vector<Ref<ClsPublicKey>> keys;
-    for (const DataBuffer& bytes : m_keyFiles) {
-        keyfile::KeyFileFault fault;
-        if (!keyfile::loadKeys(bytes.view(), keys, fault)) {
-            return false;
-        }
-    }
-    return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
-        return verifier.AddPublicKeyForAll(*key);
-    });
-}
-
 bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
-    // Nothing is set that was not given: the library's own defaults hold, whatever they are.
-    if (!m_words.empty()) {
-        XString words(m_words);
-        verifier.put_UncommonOptions(words);
-    }
-    if (!m_referenceFolders.empty()) {
-        XString folders(m_referenceFolders);
-        verifier.put_ExternalRefDirs(folders);
-    }
     if (m_policy.policy) {
         verifier.SetPolicy(m_policy.policy);
     }
-    verifier.put_VerboseLogging(m_verbose);
-    verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line
-    verifier.put_IgnoreExternalRefs(m_ignoreExternal);
-    if (!setLimits(verifier)) {
-        complaint = lastError(verifier);
-        return false;
-    }
-    if (!setKeys(verifier)) {
-        complaint = "the public key was refused";
-        return false;
-    }
-    if (m_vault && !verifier.UseCertVault(*m_vault)) {
-        complaint = lastError(verifier);
-        return false;
-    }
-    if (!m_hmacKey.empty()) {
-        XString key(m_hmacKey);
-        XString encoding(m_hmacEncoding);
-        if (!verifier.SetHmacKey(key, encoding)) {
-            complaint = "the HMAC key was refused";
-            return false;
-        }
-    }
-    return true;
-}
-
-// The paths were tried when the options were read; a file that went away since fails here.
-bool VerifySettings::prepareSelected(ClsXmlDSig& verifier, std::string& complaint) const {
-    for (const auto& [index, path] : m_referenceData) {
-        XString name(path);
-        if (!verifier.SetRefDataFile(index, name)) {
-            complaint = "--ref-data " + path + ": " + lastError(verifier);
-            return false;
-        }
-    }
-    return true;
+    return api::prepareVerifier(m_options, verifier, complaint);
 }
 
 // By Id, by index, or all.
 bool VerifySettings::select(ClsXmlDSig& verifier, std::vector<int>& indexes,
                             std::string& complaint) const {
-    const int count = verifier.get_NumSignatures();
-    // Of several signatures with one Id the first is meant, as everywhere in the library.
-    if (m_id) {
-        XString id(*m_id);
-        if (!verifier.SelectById(id)) {
-            complaint = withRemedy("there is no signature with the Id \"" + *m_id + "\"",
-                                   "xmldsig info (lists the signatures with their Ids)");
-            return false;
-        }
-        indexes.push_back(verifier.get_Selector());
+    std::string error;
+    if (api::selectSignatures(m_options, verifier, indexes, error)) {
         return true;
     }
-    if (m_signature) {
-        // put_Selector would take the last one instead, and its verdict pass for that of another.
-        if (*m_signature >= count) {
-            complaint = noSuchSignature(*m_signature, count);
-            return false;
-        }
-        indexes.push_back(*m_signature);
-        return true;
-    }
-    for (int i = 0; i < count; ++i) {
-        indexes.push_back(i);
-    }
-    return true;
+    complaint = m_options.id
+                    ? withRemedy(error, "xmldsig info (lists the signatures with their Ids)")
+                    : noSuchSignature(*m_options.signature, verifier.get_NumSignatures());
+    return false;
 }
 
 std::string noSuchSignature(int index, int count) {
-    const std::string complaint = "there is no signature with index " + std::to_string(index) +
-                                  "; the document has " + std::to_string(count);
+    const std::string complaint = api::noSuchSignature(index, count);
     return count == 0 ? complaint
                       : withRemedy(complaint, "--signature " + std::to_string(count - 1));
 }

@@ -94,9 +94,23 @@ function(vantrel_folder name path)
   endif()
 endfunction()
 
-# The one library that users link.
+# vantrel_shared(target): what makes a shared library of the target. Only what the map names is exported; the
+# rest is bound when the library is linked, as if it were in the program.
+function(vantrel_shared target)
+  set(map "${PROJECT_SOURCE_DIR}/cmake/vantrel.map")
+  set_target_properties(${target} PROPERTIES OUTPUT_NAME vantrel LINK_DEPENDS "${map}"
+    VERSION "${PROJECT_VERSION}" SOVERSION "${PROJECT_VERSION_MAJOR}")
+  target_link_options(${target} PRIVATE "-Wl,--version-script=${map}")
+endfunction()
+
+# The one library that users link, shared with BUILD_SHARED_LIBS.
 function(vantrel_library)
-  add_library(vantrel STATIC ${VANTREL_OBJECTS})
+  if(BUILD_SHARED_LIBS)
+    add_library(vantrel SHARED ${VANTREL_OBJECTS})
+    vantrel_shared(vantrel)
+  else()
+    add_library(vantrel STATIC ${VANTREL_OBJECTS})
+  endif()
   add_library(vantrel::vantrel ALIAS vantrel)
   target_link_libraries(vantrel PUBLIC vantrel_settings)
   target_include_directories(vantrel INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
@@ -114,7 +128,8 @@ function(vantrel_tool)
     set_target_properties(xmldsig_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
     target_precompile_headers(xmldsig_objects REUSE_FROM vantrel_precompiled)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
-    target_link_libraries(xmldsig PRIVATE vantrel)
+    # The tool uses more than the shared library exports, so it has the library in it.
+    target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel>)
     # The tool writes its own manual page; one for another system cannot run here.
     if(NOT CMAKE_CROSSCOMPILING)
       add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS "${PROJECT_BINARY_DIR}/xmldsig.1"

@@ -1,4 +1,4 @@
-// Verifies the first signature of a document: the sample of the README, as a user would build it.
+// Verifies the first signature of a document with the class below the typed interface.
 #include <vantrel/ClsXmlDSig.h>
 
 #include <cstdio>

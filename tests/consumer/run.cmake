@@ -56,6 +56,14 @@ execute_process(COMMAND "${place}/build/consumer" "${SOURCE}/examples/invoice-ta
 if(NOT code EQUAL 1)
   message(FATAL_ERROR "the changed document gave ${code}, not 1")
 endif()
+foreach(program verify verify_c)
+  run("${place}/build/${program}" "${SOURCE}/examples/invoice.xml")
+  execute_process(COMMAND "${place}/build/${program}" "${SOURCE}/examples/invoice-tampered.xml"
+    RESULT_VARIABLE code OUTPUT_QUIET)
+  if(NOT code EQUAL 1)
+    message(FATAL_ERROR "${program}: the changed document gave ${code}, not 1")
+  endif()
+endforeach()
 # A time-stamp names the signature value that it is over by its Id.
 file(READ "${SOURCE}/examples/invoice.xml" invoice)
 string(REPLACE "<SignatureValue>" "<SignatureValue Id=\"value\">" named "${invoice}")

@@ -1,0 +1,247 @@
+#include "api/verification.h"
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/keyfile/key_file.h"
+#include "foundation/text/LogBase.h"
+#include "foundation/text/encoders.h"
+#include "foundation/x509/ClsXmlCertVault.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace vantrel {
+
+namespace {
+
+// The verifier's own word for what VerifyOptions::timestamps asks for.
+constexpr std::string_view kTimestampWord = "VerifyEncapsulatedTimeStamp";
+
+// The last error line of an operation of the library.
+std::string lastError(ClsXmlDSig& verifier) {
+    XString line;
+    verifier.get_LastErrorLine(line);
+    return std::string(line.getUtf8Sb().view());
+}
+
+std::string joined(const std::vector<std::string>& texts, char separator) {
+    std::string out;
+    for (const std::string& text : texts) {
+        if (!out.empty()) {
+            out += separator;
+        }
+        out += text;
+    }
+    return out;
+}
+
+// The verifier searches the text for its words; the separator is for readers.
+std::string wordsOf(const VerifyOptions& options) {
+    std::string words = joined(options.words, ',');
+    if (options.timestamps) {
+        words += words.empty() ? "" : ",";
+        words += kTimestampWord;
+    }
+    return words;
+}
+
+// The same for every limit, changed or not.
+bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
+    // One that is refused does not keep the others from being set; any makes the whole fail.
+    bool all = true;
+    for (const dsig::LimitEntry& entry : dsig::limitTable()) {
+        XString name(entry.name);
+        XString value(std::to_string(limits.*entry.value));
+        all = verifier.SetLimit(name, value) && all;
+    }
+    return all;
+}
+
+// For every signature of the document; tried after the keys of KeyInfo. Read anew for each
+// verifier, so that no key object is shared.
+bool setKeys(const std::vector<Key>& given, ClsXmlDSig& verifier) {
+    std::vector<Ref<ClsPublicKey>> keys;
+    for (const Key& key : given) {
+        keyfile::KeyFileFault fault;
+        if (!keyfile::loadKeys(asBytes(key.source()), keys, fault)) {
+            return false;
+        }
+        // They name the holders of the keys, and are as well known to the caller as these.
+        ClsXmlCertVault* const vault = key.certificates().vault();
+        if (vault != nullptr && !verifier.UseCertVault(*vault)) {
+            return false;
+        }
+    }
+    return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
+        return verifier.AddPublicKeyForAll(*key);
+    });
+}
+
+// The verifier takes a secret as text in an encoding, so its bytes pass as base64.
+bool setSecret(const std::string& secret, ClsXmlDSig& verifier) {
+    StringBuffer text;
+    if (!text::encode(asBytes(secret), text::Encoding::Base64, text)) {
+        return false;
+    }
+    XString key(text.view());
+    XString encoding("base64");
+    text.secureClear();
+    return verifier.SetHmacKey(key, encoding);
+}
+
+} // namespace
+
+bool decodeSecret(std::string_view text, std::string_view encoding, std::string& secret) {
+    LogNull discard;
+    DataBuffer bytes;
+    bytes.setSecure(true);
+    XString given(text);
+    given.setSecureX(true);
+    _clsEncode encoder;
+    encoder.put_EncodingMode(std::string(encoding).c_str());
+    const bool ok = encoder.decodeBinary(given, bytes, false, discard) && !bytes.isEmpty();
+    // An empty secret would let everybody sign.
+    secret = ok ? asText(bytes.view()) : std::string_view();
+    return ok;
+}
+
+namespace api {
+
+bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::string& error) {
+    // Nothing is set that was not given: the verifier's own defaults hold, whatever they are.
+    if (const std::string given = wordsOf(options); !given.empty()) {
+        XString words(given);
+        verifier.put_UncommonOptions(words);
+    }
+    if (!options.referenceFolders.empty()) {
+        XString folders(joined(options.referenceFolders, ';'));
+        verifier.put_ExternalRefDirs(folders);
+    }
+    verifier.put_VerboseLogging(options.verboseLog);
+    verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line
+    verifier.put_IgnoreExternalRefs(options.ignoreExternal);
+    if (!setLimits(options.limits, verifier)) {
+        error = lastError(verifier);
+        return false;
+    }
+    if (!setKeys(options.keys, verifier)) {
+        error = "the public key was refused";
+        return false;
+    }
+    ClsXmlCertVault* const vault = options.certificates.vault();
+    if (vault != nullptr && !verifier.UseCertVault(*vault)) {
+        error = lastError(verifier);
+        return false;
+    }
+    if (!options.hmacSecret.empty() && !setSecret(options.hmacSecret, verifier)) {
+        error = "the HMAC key was refused";
+        return false;
+    }
+    return true;
+}
+
+bool prepareSelected(const VerifyOptions& options, ClsXmlDSig& verifier, std::string& error) {
+    for (const ReferenceData& data : options.referenceData) {
+        bool ok = false;
+        if (data.file.empty()) {
+            ClsBinData bytes;
+            ok = bytes.data().append(asBytes(data.bytes)) &&
+                 verifier.SetRefDataBd(data.index, bytes);
+        } else {
+            XString name(data.file);
+            ok = verifier.SetRefDataFile(data.index, name);
+        }
+        if (!ok) {
+            error = data.file + (data.file.empty() ? "" : ": ") + lastError(verifier);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier, std::vector<int>& indexes,
+                      std::string& error) {
+    const int count = verifier.get_NumSignatures();
+    // Of several signatures with one Id the first is meant, as everywhere in the library.
+    if (options.id) {
+        XString id(*options.id);
+        if (!verifier.SelectById(id)) {
+            error = "there is no signature with the Id \"" + *options.id + "\"";
+            return false;
+        }
+        indexes.push_back(verifier.get_Selector());
+        return true;
+    }
+    if (options.signature) {
+        // put_Selector would take the last one instead, and its verdict pass for that of another.
+        if (*options.signature < 0 || *options.signature >= count) {
+            error = noSuchSignature(*options.signature, count);
+            return false;
+        }
+        indexes.push_back(*options.signature);
+        return true;
+    }
+    for (int i = 0; i < count; ++i) {
+        indexes.push_back(i);
+    }
+    return true;
+}
+
+std::string noSuchSignature(int index, int count) {
+    return "there is no signature with index " + std::to_string(index) + "; the document has " +
+           std::to_string(count);
+}
+
+namespace {
+
+// One signature, or one of its references where that is asked for. False, with the reason, when
+// nothing can be said of it. `isLast`: no other attempt follows, so that a failure may be
+// explained.
+bool attempt(const VerifyOptions& options, ClsXmlDSig& verifier, int index, bool isLast,
+             const RunSteps& steps, bool& valid, std::string& error) {
+    verifier.put_Selector(index);
+    if (!prepareSelected(options, verifier, error)) {
+        return false;
+    }
+    valid = options.reference ? verifier.VerifyReferenceDigest(*options.reference)
+                              : verifier.VerifySignature(options.checkReferences);
+    if (steps.attempted && !steps.attempted(error)) {
+        return false;
+    }
+    if (!valid && isLast && steps.explains) {
+        static_cast<void>(verifier.ExplainFailures(options.effort));
+    }
+    return true;
+}
+
+} // namespace
+
+bool verifySignatures(const VerifyOptions& options, const std::vector<int>& indexes,
+                      ClsXmlDSig& verifier, const RunSteps& steps, Status& status,
+                      std::string& error) {
+    bool allValid = true;
+    for (const int index : indexes) {
+        bool valid = false;
+        // What one signature's verification found out of the document stays in force for the
+        // next; a signature that fails gets a second attempt without.
+        const bool again = indexes.size() > 1 && verifier.profileName() == "sii";
+        if (!attempt(options, verifier, index, !again, steps, valid, error)) {
+            return false;
+        }
+        if (!valid && again) {
+            verifier.ResetDocumentRules();
+            if (!attempt(options, verifier, index, true, steps, valid, error)) {
+                return false;
+            }
+        }
+        allValid = valid && allValid;
+        if (steps.finished && !steps.finished(error)) {
+            return false;
+        }
+    }
+    status = indexes.empty() ? Status::NoSignature : allValid ? Status::Valid : Status::Invalid;
+    return true;
+}
+
+} // namespace api
+} // namespace vantrel

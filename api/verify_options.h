@@ -1,0 +1,67 @@
+#ifndef API_VERIFY_OPTIONS_H
+#define API_VERIFY_OPTIONS_H
+
+#include "api/certificate.h"
+#include "api/key.h"
+#include "dsig/document/limits.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vantrel {
+
+/// Content of an external reference, for all selected signatures.
+struct ReferenceData {
+    int index = 0;     ///< of the reference, 0 to 100
+    std::string file;  ///< path of a file, read when its digest is due; empty: the bytes count
+    std::string bytes; ///< the content itself
+};
+
+/// What is verified and with what. A value: nothing changes it, and several threads may verify
+/// with the same one. Whatever is not set is as the tool `xmldsig verify` has it without options.
+struct VerifyOptions {
+    /// One signature by its zero-based index, or by its Id (of several the first); else all.
+    std::optional<int> signature;
+    std::optional<std::string> id;
+    /// False: signature values only, so that nothing is known of what they sign.
+    bool checkReferences = true;
+    /// The digest of this reference alone; the signature value is not checked then.
+    std::optional<int> reference;
+
+    /// For every signature, tried after the keys of `KeyInfo`.
+    std::vector<Key> keys;
+    /// The secret of HMAC signatures, as bytes; empty for none. decodeSecret() reads it from text.
+    std::string hmacSecret;
+    /// For look-ups by what `KeyInfo` names.
+    CertificateStore certificates;
+
+    std::vector<ReferenceData> referenceData;
+    /// Folders in which external references are looked for; no name may hold a semicolon.
+    std::vector<std::string> referenceFolders;
+    /// A missing external file is reported and not counted.
+    bool ignoreExternal = false;
+
+    /// Encapsulated time-stamps are verified, too.
+    bool timestamps = false;
+    /// Words for the verifier's uncommon options, such as "ZATCA".
+    std::vector<std::string> words;
+    /// Budgets of the work on one document.
+    dsig::Limits limits;
+
+    /// The cause of each failure is searched, with `effort` times the usual 2 seconds a document.
+    bool explain = false;
+    int effort = 1;
+    /// Results carry the diagnostic log; `verboseLog` adds the verbose entries.
+    bool log = false;
+    bool verboseLog = false;
+};
+
+/// The bytes of a secret written as text, `encoding` "hex", "base64" or "ascii". False, with
+/// `secret` empty, when the text is none in this encoding, or empty.
+[[nodiscard]] bool decodeSecret(std::string_view text, std::string_view encoding,
+                                std::string& secret);
+
+} // namespace vantrel
+
+#endif

@@ -1,0 +1,9 @@
+#ifndef INCLUDE_VANTREL_VERIFY_H
+#define INCLUDE_VANTREL_VERIFY_H
+
+/// \file
+/// Public: the typed interface, all of it.
+
+#include "api/verify.h"
+
+#endif
