@@ -7,6 +7,7 @@
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/processings.h"
 #include "dsig/report/coverage.h"
+#include "foundation/text/strings.h"
 #include "foundation/xml/scan/start_tag.h"
 
 #include <algorithm>
@@ -365,7 +366,7 @@ bool rawOctets(const Target& target, const ChangeVisit& visit) {
     return target.apex == xml::kNoElement &&
            visit({cause::kRawOctets,
                   "the root element's text was digested as it stands, not canonicalized",
-                  std::string(trimmed(inRoot))});
+                  std::string(text::trimmed(inRoot))});
 }
 
 } // namespace vantrel::dsig::explain

@@ -7,6 +7,7 @@
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/processings.h"
 #include "dsig/report/coverage.h"
+#include "foundation/text/strings.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/tree/element_text.h"
 
@@ -141,11 +142,11 @@ bool spaceAroundSignature(const Target& target, const ChangeVisit& visit) {
     const xml::TextRange signature = target.rangeOf(target.signature);
     // The runs on both sides, in the text as it was loaded.
     std::size_t from = signature.start;
-    while (from > 0 && isSpace(text[from - 1])) {
+    while (from > 0 && text::isSpaceAscii(text[from - 1])) {
         --from;
     }
     std::size_t to = signature.end();
-    while (to < text.size() && isSpace(text[to])) {
+    while (to < text.size() && text::isSpaceAscii(text[to])) {
         ++to;
     }
     // The three ways in which there may have been less of it. The offsets are those of the document

@@ -25,21 +25,6 @@ TokenKind kindOf(xml::MarkupToken::Kind kind) noexcept {
 
 } // namespace
 
-// In octets: a no-break space is a letter here, as it is to XML.
-bool isBlank(std::string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(), isSpace);
-}
-
-std::string_view trimmed(std::string_view text) noexcept {
-    while (!text.empty() && isSpace(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && isSpace(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
-
 // Every octet goes into a piece, and every piece has one octet at least: the walk ends, and what is
 // joined again is the form.
 std::vector<Token> formTokens(std::string_view form) {

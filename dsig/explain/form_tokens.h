@@ -38,14 +38,6 @@ struct Token {
 // Only of a start, end or empty tag. Empty for "<" alone.
 [[nodiscard]] std::string_view tagName(std::string_view tag) noexcept;
 
-// White space of XML 1.0, 2.3, in octets; other Unicode blanks are characters like any other.
-[[nodiscard]] constexpr bool isSpace(char c) noexcept {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
-}
-// Nothing but white space; true for an empty text.
-[[nodiscard]] bool isBlank(std::string_view text) noexcept;
-[[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
-
 // The element around an offset of the form, as a path of names: "/Invoice/Amount". Without
 // predicates: it is for finding the place by eye.
 [[nodiscard]] std::string pathAt(std::string_view form, std::size_t offset);

@@ -5,6 +5,7 @@
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/text_changes.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
 
@@ -14,7 +15,7 @@ namespace {
 
 // White space between tags that holds a line end.
 bool breaksLine(const Token& token) {
-    return token.kind == TokenKind::Text && isBlank(token.text) &&
+    return token.kind == TokenKind::Text && text::isBlank(token.text) &&
            token.text.find('\n') != std::string_view::npos;
 }
 

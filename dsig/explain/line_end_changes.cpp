@@ -1,6 +1,7 @@
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/text_changes.h"
+#include "foundation/text/strings.h"
 
 namespace vantrel::dsig::explain {
 
@@ -46,7 +47,7 @@ void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& chan
     std::size_t places = 0;
     std::size_t first = 0;
     for (const Token& token : formTokens(form)) {
-        if (token.kind == TokenKind::Text && !isBlank(token.text)) {
+        if (token.kind == TokenKind::Text && !text::isBlank(token.text)) {
             Change inside;
             replaceAll(token.text, rule.from, rule.to, inside);
             first = places == 0 ? at + inside.first : first;

@@ -8,6 +8,7 @@
 #include "dsig/explain/text_changes.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/strings.h"
 #include "foundation/text/utf8.h"
 #include "foundation/xml/scan/references.h"
 
@@ -234,7 +235,7 @@ bool contentChanges(std::string_view form, const ChangeVisit& visit) {
     // The string value of XPath 1.0, 5.2, comments and instructions left out.
     const std::string text = stringValue(tokens, true);
     DataBuffer decoded;
-    const std::string_view digits = trimmed(text);
+    const std::string_view digits = text::trimmed(text);
     // A document in base64 inside an element, of which the digest is to be that of the file.
     const bool isBase64 = text::decodeBase64(digits, decoded);
     return visitUnlessEmpty(visit, cause::kContentOnly,
@@ -243,7 +244,7 @@ bool contentChanges(std::string_view form, const ChangeVisit& visit) {
            visitUnlessEmpty(visit, cause::kContentOnly,
                             "the content of the element was digested, without its tags and the "
                             "white space around it",
-                            std::string(trimmed(content))) ||
+                            std::string(text::trimmed(content))) ||
            visitUnlessEmpty(visit, cause::kContentOnly, "only the texts were digested", text) ||
            visitUnlessEmpty(visit, cause::kContentOnly,
                             "only the texts were digested, without white space around them",

@@ -5,6 +5,7 @@
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/text_changes.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
 
@@ -34,7 +35,7 @@ bool looksBase64(std::string_view text) {
 // The helpers of the rules below; each returns the text as it would have been.
 std::string withoutSpace(std::string_view text) {
     std::string out(text);
-    std::erase_if(out, isSpace);
+    std::erase_if(out, text::isSpaceAscii);
     return out;
 }
 
@@ -43,7 +44,7 @@ std::string withoutSpace(std::string_view text) {
 std::string collapsed(std::string_view text) {
     std::string out;
     for (const char c : text) {
-        if (!isSpace(c)) {
+        if (!text::isSpaceAscii(c)) {
             out += c;
         } else if (out.empty() || out.back() != ' ') {
             out += ' ';
@@ -82,18 +83,18 @@ constexpr SpaceRule kRules[] = {
      [](const TextPlace& p) { return p.isBlank ? "" : std::string(p.text); }},
     {"texts were signed without the white space around them",
      [](const TextPlace& p) {
-         return p.isBlank ? std::string(p.text) : std::string(trimmed(p.text));
+         return p.isBlank ? std::string(p.text) : std::string(text::trimmed(p.text));
      }},
     {"texts were signed without the white space around them, and without any between tags",
-     [](const TextPlace& p) { return std::string(trimmed(p.text)); }},
+     [](const TextPlace& p) { return std::string(text::trimmed(p.text)); }},
     {"runs of white space in texts were signed as one blank",
      [](const TextPlace& p) { return p.isBlank ? std::string(p.text) : collapsed(p.text); }},
     {"texts were signed with their white space normalised (trimmed, runs as one blank)",
      [](const TextPlace& p) {
-         return p.isBlank ? std::string(p.text) : std::string(trimmed(collapsed(p.text)));
+         return p.isBlank ? std::string(p.text) : std::string(text::trimmed(collapsed(p.text)));
      }},
     {"white space was normalised in texts and gone between tags when it was signed",
-     [](const TextPlace& p) { return std::string(trimmed(collapsed(p.text))); }},
+     [](const TextPlace& p) { return std::string(text::trimmed(collapsed(p.text))); }},
     {"base64 texts were signed without white space",
      [](const TextPlace& p) {
          return looksBase64(p.text) ? withoutSpace(p.text) : std::string(p.text);
@@ -120,7 +121,7 @@ void applyRule(const std::vector<Token>& tokens, TextRule rule, Change& change) 
         const std::string_view text = tokens[i].text;
         if (tokens[i].kind == TokenKind::Text) {
             const bool leaf = isAllOfElement(tokens, i);
-            const std::string becomes = rule({text, isBlank(text), leaf});
+            const std::string becomes = rule({text, text::isBlank(text), leaf});
             // A text that stays as it is counts as no place, so that evidence numbers what was
             // changed.
             if (becomes != text) {

@@ -1,6 +1,7 @@
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/text_changes.h"
+#include "foundation/text/strings.h"
 
 #include <array>
 
@@ -43,9 +44,9 @@ Change trimmedTexts(std::string_view form) {
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         std::string_view text = tokens[i].text;
         at += text.size();
-        if (tokens[i].kind == TokenKind::Text && !isBlank(text) && i + 1 < tokens.size() &&
-            tokens[i + 1].kind == TokenKind::EndTag && isSpace(text.back())) {
-            while (isSpace(text.back())) {
+        if (tokens[i].kind == TokenKind::Text && !text::isBlank(text) && i + 1 < tokens.size() &&
+            tokens[i + 1].kind == TokenKind::EndTag && text::isSpaceAscii(text.back())) {
+            while (text::isSpaceAscii(text.back())) {
                 text.remove_suffix(1);
             }
             notePlace(at, change);
@@ -79,7 +80,7 @@ constexpr Ending kEndings[] = {
 bool endChanges(std::string_view form, const ChangeVisit& visit) {
     // Both directions: something too many at the end, and something too few.
     std::size_t size = form.size();
-    while (size > 0 && isSpace(form[size - 1])) {
+    while (size > 0 && text::isSpaceAscii(form[size - 1])) {
         --size;
     }
     if (size < form.size()) {
@@ -115,7 +116,7 @@ std::vector<std::size_t> strippedPlaces(std::string_view form) {
     for (std::size_t at = 1; at < form.size(); ++at) {
         const bool lineEnd = form[at] == '\n';
         const bool textEnd = form[at] == '<' && at + 1 < form.size() && form[at + 1] == '/' &&
-                             form[at - 1] != '>' && !isSpace(form[at - 1]);
+                             form[at - 1] != '>' && !text::isSpaceAscii(form[at - 1]);
         if (lineEnd || textEnd) {
             places.push_back(at);
         }

@@ -15,6 +15,7 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
 #include <array>
@@ -103,7 +104,7 @@ std::string_view paddedContent(std::string_view block) {
 
 std::vector<ValueReading> valueReadings(std::string_view given) {
     std::string text(given);
-    std::erase_if(text, isSpace);
+    std::erase_if(text, text::isSpaceAscii);
     // Base64 in documents has line ends in it.
     std::vector<ValueReading> readings;
     std::string octets;
@@ -173,7 +174,7 @@ std::vector<TriedSecret> secretReadings(std::string_view secret) {
     if (decoded(encoded(secret, text::Encoding::Base64), text::Encoding::Hex, octets)) {
         add(octets, "the secret's text is hexadecimal, not base64");
     }
-    if (const std::string_view core = trimmed(secret); core.size() < secret.size()) {
+    if (const std::string_view core = text::trimmed(secret); core.size() < secret.size()) {
         add(std::string(core), "the secret was used without the white space around it");
     }
     // Secrets read from a file with an editor's line end are common.

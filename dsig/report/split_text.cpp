@@ -13,17 +13,13 @@ constexpr std::string_view kCommentStart = "<!--";
 constexpr std::string_view kSectionStart = "<![CDATA[";
 constexpr std::string_view kSectionEnd = "]]>";
 
-bool isBlank(std::string_view text) {
-    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
 // What stands between two tags, as far as it was gone over.
 class TextRun {
 public:
     explicit TextRun(std::vector<std::uint32_t>& found) noexcept : m_found(found) {}
 
     void takeText(std::string_view text) {
-        if (isBlank(text)) {
+        if (text::isBlank(text)) {
             return;
         }
         if (m_commentBehindText) {

@@ -4,6 +4,7 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/strings.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/name_reader.h"
 #include "foundation/x509/name_text.h"
@@ -16,16 +17,6 @@ namespace vantrel::cms {
 namespace {
 
 constexpr std::uint32_t kBmpString = 30;
-
-std::string_view trimmed(std::string_view text) noexcept {
-    while (!text.empty() && x509::isNameSpace(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && x509::isNameSpace(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
 
 // Text that an XML document holds and a reader gives back unchanged: valid UTF-8 without what
 // XML 1.0 2.2 excludes, no CR (which becomes LF, 2.11), and no white space at its ends, which
@@ -145,7 +136,7 @@ bool appendBitsText(ByteView contents, std::string& out, unsigned& unused) {
 }
 
 bool appendHexBytes(std::string_view text, std::vector<std::uint8_t>& out) {
-    const std::string_view digits = trimmed(text);
+    const std::string_view digits = text::trimmed(text);
     for (std::size_t i = 0; i < digits.size(); i += 2) {
         char byte = 0;
         if (!x509::decodeHexPair(digits.substr(i), byte)) {
@@ -208,7 +199,7 @@ bool appendValueBytes(const AsnXmlType& type, std::string_view text, unsigned un
                       std::vector<std::uint8_t>& out) {
     switch (type.form) {
     case AsnXmlForm::Boolean: {
-        const std::string_view word = trimmed(text);
+        const std::string_view word = text::trimmed(text);
         out.push_back(word == "true" ? 0xFF : 0x00);
         return word == "true" || word == "false";
     }
@@ -217,12 +208,12 @@ bool appendValueBytes(const AsnXmlType& type, std::string_view text, unsigned un
         out.push_back(static_cast<std::uint8_t>(unused));
         return unused <= 7 && appendBase64Bytes(text, out);
     case AsnXmlForm::Base64: return appendBase64Bytes(text, out);
-    case AsnXmlForm::Empty: return trimmed(text).empty();
+    case AsnXmlForm::Empty: return text::trimmed(text).empty();
     case AsnXmlForm::WideText: return appendWide(type.number, text, out);
     case AsnXmlForm::Text: out.insert(out.end(), text.begin(), text.end()); return true;
     case AsnXmlForm::Oid: {
         asn1::OidBytes oid;
-        if (!asn1::oidFromText(trimmed(text), oid)) {
+        if (!asn1::oidFromText(text::trimmed(text), oid)) {
             return false;
         }
         out.insert(out.end(), oid.bytes, oid.bytes + oid.size);

@@ -120,6 +120,10 @@ bool equalsNoCase(std::string_view left, std::string_view right) noexcept {
                       [](char a, char b) { return toLowerAscii(a) == toLowerAscii(b); });
 }
 
+bool isBlank(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), isSpaceAscii);
+}
+
 std::string_view trimmed(std::string_view text) noexcept {
     while (!text.empty() && isSpaceAscii(text.front())) {
         text.remove_prefix(1);

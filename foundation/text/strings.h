@@ -34,6 +34,7 @@ namespace text {
 [[nodiscard]] constexpr char toUpperAscii(char c) noexcept {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
 }
+// White space of XML 1.0, 2.3. In octets: a no-break space is a character like any other.
 [[nodiscard]] constexpr bool isSpaceAscii(char c) noexcept {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
@@ -47,6 +48,8 @@ namespace text {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 [[nodiscard]] bool equalsNoCase(std::string_view left, std::string_view right) noexcept;
+// Nothing but white space, as isSpaceAscii() has it; true for an empty text.
+[[nodiscard]] bool isBlank(std::string_view text) noexcept;
 // Without the white space (space, TAB, CR, LF) at both ends.
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
 

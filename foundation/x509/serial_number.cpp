@@ -1,6 +1,7 @@
 #include "foundation/x509/serial_number.h"
 
 #include "foundation/asn1/der_values.h"
+#include "foundation/text/strings.h"
 #include "foundation/x509/name_text.h"
 
 #include <cstddef>
@@ -24,16 +25,6 @@ void appendMagnitude(ByteView magnitude, std::string& out) {
     }
 }
 
-std::string_view trimmed(std::string_view text) noexcept {
-    while (!text.empty() && isNameSpace(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && isNameSpace(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
-
 } // namespace
 
 void appendSerialText(ByteView integer, std::string& out) {
@@ -54,7 +45,7 @@ void appendSerialText(ByteView integer, std::string& out) {
 }
 
 bool appendSerialText(std::string_view hex, std::string& out) {
-    std::string_view digits = trimmed(hex);
+    std::string_view digits = text::trimmed(hex);
     const bool negative = digits.substr(0, 1) == "-";
     digits.remove_prefix(negative ? 1 : 0);
     if (digits.empty()) {

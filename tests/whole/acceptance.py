@@ -13,6 +13,8 @@ import subprocess
 import sys
 import tempfile
 
+from checks import check, finish
+
 TOOL = str(pathlib.Path(sys.argv[1]).resolve())
 DS = "http://www.w3.org/2000/09/xmldsig#"
 EXC = "http://www.w3.org/2001/10/xml-exc-c14n#"
@@ -40,18 +42,6 @@ LEAF = "keyUsage=critical,digitalSignature\nsubjectKeyIdentifier=hash\n"
 TSA = LEAF + "extendedKeyUsage=critical,timeStamping\n"
 
 folder = pathlib.Path()
-passed = failed = 0
-
-
-def check(name, holds, more=""):
-    global passed, failed
-    if holds:
-        passed += 1
-    else:
-        failed += 1
-        print(f"FAILED: {name}: {more}")
-
-
 def openssl(*arguments, data=None):
     done = subprocess.run(("openssl",) + arguments, input=data, capture_output=True, check=False, cwd=folder)
     if done.returncode != 0:
@@ -384,8 +374,7 @@ def main():
         make_certificates()
         for attempt in (try_keys, try_paths, try_times, try_signing_certificates, try_contents):
             attempt()
-    print(f"{passed} passed, {failed} failed")
-    return 1 if failed else 0
+    return finish()
 
 
 if __name__ == "__main__":

@@ -14,6 +14,8 @@ import sys
 import tempfile
 import threading
 
+from checks import check, finish
+
 TOOL = sys.argv[1]
 DS = "http://www.w3.org/2000/09/xmldsig#"
 TEMPLATE = f"""<?xml version="1.0" encoding="ISO-8859-1"?>
@@ -32,18 +34,6 @@ default_policy = 1.2.3.4.1
 digests = sha1, sha256, sha384, sha512
 ess_cert_id_alg = sha256
 """
-
-passed = failed = 0
-
-
-def check(name, holds, more=""):
-    global passed, failed
-    if holds:
-        passed += 1
-    else:
-        failed += 1
-        print(f"FAILED: {name} {more}")
-
 
 def run(*command, data=None):
     return subprocess.run(command, input=data, capture_output=True, check=False)
@@ -149,8 +139,7 @@ def main():
         server.server_close()
         done = run(TOOL, "timestamp", "--tsa", url, "--output", str(output), str(signed))
         check("nobody there", done.returncode == 2 and not list(folder.glob("out.xml*")), done.stderr)
-    print(f"{passed} passed, {failed} failed")
-    return 1 if failed else 0
+    return finish()
 
 
 if __name__ == "__main__":

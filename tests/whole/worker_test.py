@@ -12,23 +12,13 @@ import subprocess
 import sys
 import tempfile
 
+from checks import check, finish
+
 TOOL = str(pathlib.Path(sys.argv[1]).resolve())
 TOP = pathlib.Path(__file__).resolve().parents[2]
 EXAMPLES = TOP / "examples"
 DS = "http://www.w3.org/2000/09/xmldsig#"
 REQUESTS = int(sys.argv[2]) if len(sys.argv) > 2 else 20000
-
-passed = failed = 0
-
-
-def check(name, holds, more=""):
-    global passed, failed
-    if holds:
-        passed += 1
-    else:
-        failed += 1
-        print(f"FAILED: {name} {str(more)[:600]}")
-
 
 def start(*arguments):
     return subprocess.Popen([TOOL, "worker", *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
@@ -235,5 +225,4 @@ with tempfile.TemporaryDirectory() as name:
     past_its_time()
     conversation(pathlib.Path(name))
     documented()
-print(f"{passed} passed, {failed} failed")
-sys.exit(failed != 0)
+finish()
