@@ -5,8 +5,10 @@
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/io/_vlDataSource.h"
 #include "foundation/io/_vlFilePath.h"
+#include "foundation/xml/scan/limits.h"
 
 #include <memory>
+#include <vector>
 
 namespace vantrel::dsig {
 
@@ -14,6 +16,8 @@ namespace {
 
 // The index comes from a caller; the array grows up to it, so it has an end.
 constexpr unsigned kLastExternalIndex = 100;
+// Octets that are read from a file at once.
+constexpr std::size_t kReadSize = std::size_t{64} << 10;
 
 // Looks through the folders in their order; the first that has the file decides. Without folders
 // nothing is looked for: a document cannot make the verifier open files on its own.
@@ -86,16 +90,55 @@ DSigRefExternalData* givenData(const ExternalData& external, int index, bool cre
     return data;
 }
 
+namespace {
+
+// What the caller gave for this reference goes before any file of that name, whose path `found`
+// then holds. Null without either.
+const DSigRefExternalData* dataOf(const ReferenceQuery& query, const StringBuffer& uri,
+                                  DSigRefExternalData& found, LogBase& log) {
+    const DSigRefExternalData* const data = givenData(query.external, query.index, false, log);
+    const bool isFile =
+        data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, log);
+    return isFile ? &found : data;
+}
+
+} // namespace
+
+bool readExternalData(const ReferenceQuery& query, const StringBuffer& uri, DataBuffer& octets,
+                      LogBase& log) {
+    DSigRefExternalData found;
+    const DSigRefExternalData* const data = dataOf(query, uri, found, log);
+    WorkAccount& account = query.document->account;
+    if (data == nullptr) {
+        return false;
+    }
+    if (!data->m_data.isEmpty()) {
+        octets = data->m_data;
+        return account.takeOctets(octets.getSize(), log);
+    }
+    _vlFileDataSource file;
+    if (!file.openDataSourceFile(data->m_filePath, log) ||
+        file.fileSize() > xml::kMaxDocumentSize || !account.takeOctets(file.fileSize(), log)) {
+        return false;
+    }
+    std::vector<std::uint8_t> room(kReadSize);
+    std::size_t count = 0;
+    do {
+        // A file that grows meanwhile is not read beyond the size that it was charged with.
+        if (!file.readSource(room, count, log) || file.octetsRead() > file.fileSize() ||
+            !octets.append(ByteView(room).first(count))) {
+            return false;
+        }
+    } while (count != 0);
+    return true;
+}
+
 void checkExternalReference(const ReferenceQuery& query, const DSigReference& reference,
                             const StringBuffer& uri, ReferenceResult& result, LogBase& log) {
     result.covers = "external";
     log.LogDataSb("externalUri", uri);
-    const DSigRefExternalData* data = givenData(query.external, query.index, false, log);
     DSigRefExternalData found;
-    // What the caller gave for this reference goes before any file of that name.
-    if (data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, log)) {
-        data = &found;
-    }
+    const DSigRefExternalData* const data = dataOf(query, uri, found, log);
     if (data == nullptr) {
         log.LogError("No external data defined for this reference.");
         log.LogInfo(
