@@ -114,6 +114,7 @@ bool makePolicy(const Policy& asked, std::shared_ptr<const dsig::Policy>& made,
     }
     const auto policy = std::make_shared<dsig::Policy>();
     policy->onlyKey = asked.onlyKey;
+    policy->oneSuffices = asked.accept == Accept::Any;
     policy->demands = demandsOf(asked);
     policy->checkRevocation = asked.checkRevocation;
     if (asked.at) {
