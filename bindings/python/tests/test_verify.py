@@ -6,6 +6,7 @@ import io
 import json
 import os
 import pathlib
+import shutil
 import ssl
 import subprocess
 import sys
@@ -217,6 +218,19 @@ class Library(unittest.TestCase):
         for version, fits in (("0.1.9", True), ("0.2.0", False), ("1.1.0", False)):
             self.assertEqual(python(other.format(version)).stdout == "", fits, version)
         self.assertEqual(vantrel.version(), vantrel.__version__)
+
+    @unittest.skipUnless(shutil.which("mypy"), "mypy is not installed")
+    def test_types(self):
+        """Strictly typed, and a caller's slip is found before the program runs."""
+        with tempfile.TemporaryDirectory() as folder:
+            caller = pathlib.Path(folder, "caller.py")
+            caller.write_text('import vantrel\nvantrel.verify(b"", keey=1)\nvantrel.verify(b"", strict="yes")\n')
+            run = [shutil.which("mypy"), "--strict", "--enable-incomplete-feature=Unpack", "--cache-dir", folder]
+            package = subprocess.run([*run, TOP / "bindings/python/vantrel"], capture_output=True, text=True, check=False)
+            self.assertEqual(package.returncode, 0, package.stdout)
+            wrong = subprocess.run([*run, caller], capture_output=True, text=True, check=False,
+                                   env={**os.environ, "MYPYPATH": str(TOP / "bindings/python")})
+            self.assertEqual(wrong.stdout.count("error:"), 2, wrong.stdout)
 
     def test_command(self):
         def run(*arguments):

@@ -11,7 +11,7 @@ import datetime
 import json
 import os
 import re
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from typing import Any, TypedDict, Union
 
 from ._errors import OptionError
@@ -123,13 +123,13 @@ def _limits(_: str, value: Mapping[str, int]) -> list[str]:
 
 def _time(name: str, value: Any) -> str:
     if not isinstance(value, datetime.datetime):
-        return value
+        return str(value)
     if value.tzinfo is None:
         raise OptionError(f"{name}: a time without its time zone may be meant in two ways")
     return value.astimezone(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
 
 
-_FORMS = {
+_FORMS: dict[str, Callable[[str, Any], Any]] = {
     "key": _materials, "cert": _materials, "crl": _materials, "anchor": _anchors, "named_key": _named_keys,
     "ref_data": _reference_data, "ref_dir": _paths, "limit": _limits, "at": _time,
 }
