@@ -182,7 +182,8 @@ class OptionValues(unittest.TestCase):
     def test_every_option_of_the_library_is_here(self):
         names = re.findall(r'^    \{"(\w+)",\s+(?:Kind::|\[)', (TOP / "api/options_json.cpp").read_text(), re.M)
         known = {re.sub("_(.)", lambda match: match[1].upper(), name) for name in vantrel.Options.__annotations__}
-        self.assertEqual(set(names) - {"log", "verbose"}, known)
+        self.assertGreater(len(names), 20)
+        self.assertEqual(set(names) - known, {"log", "verbose"})
 
     def test_wrong_options(self):
         cases = [({"kee": SIGNER}, "key is one"), ({"key": str(SIGNER)}, "pathlib.Path"), ({"key": "no key"}, "key"),

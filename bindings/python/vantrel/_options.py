@@ -30,9 +30,11 @@ class Options(TypedDict, total=False):
     id: str  # or its Id
     no_references: bool  # signature values only; such a result is never true
     reference: int  # the digest of this reference alone; such a result is never true
+    part: str  # of a package: only the signatures of this member
 
     # With which keys and data.
     key: Material | Sequence[Material]  # tried after the keys of the document
+    named_key: Mapping[str, Material]  # for signatures whose KeyName is this
     only_key: bool  # no key of the document is tried
     hmac_key: str | bytes  # text in hmac_encoding, or the octets of the secret
     hmac_encoding: str  # "hex", "base64" or "ascii"
@@ -104,6 +106,10 @@ def _anchors(name: str, value: Any) -> list[Any]:
     return ["system" if each == "system" else _material(name, each) for each in _listed(value)]
 
 
+def _named_keys(name: str, value: Mapping[str, Material]) -> list[Any]:
+    return [{"name": each, "key": _material(name, key)} for each, key in value.items()]
+
+
 def _paths(_: str, value: Any) -> list[str]:
     return [os.fsdecode(each) for each in _listed(value)]
 
@@ -125,7 +131,7 @@ def _time(name: str, value: Any) -> str:
 
 
 _FORMS: dict[str, Callable[[str, Any], Any]] = {
-    "key": _materials, "cert": _materials, "crl": _materials, "anchor": _anchors,
+    "key": _materials, "cert": _materials, "crl": _materials, "anchor": _anchors, "named_key": _named_keys,
     "ref_data": _reference_data, "ref_dir": _paths, "limit": _limits, "at": _time,
 }
 
