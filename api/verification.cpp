@@ -1,5 +1,6 @@
 #include "api/verification.h"
 
+#include "api/make_policy.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/keyfile/key_file.h"
@@ -8,7 +9,9 @@
 #include "foundation/x509/ClsXmlCertVault.h"
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 namespace vantrel {
 
@@ -24,6 +27,7 @@ std::string lastError(ClsXmlDSig& verifier) {
     return std::string(line.getUtf8Sb().view());
 }
 
+// The verifier takes its lists as one text each.
 std::string joined(const std::vector<std::string>& texts, char separator) {
     std::string out;
     for (const std::string& text : texts) {
@@ -59,6 +63,7 @@ bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
 
 // For every signature of the document; tried after the keys of KeyInfo. Read anew for each
 // verifier, so that no key object is shared.
+// False stands for no memory: the bytes were read once before, when the key was made.
 bool setKeys(const std::vector<Key>& given, ClsXmlDSig& verifier) {
     std::vector<Ref<ClsPublicKey>> keys;
     for (const Key& key : given) {
@@ -87,6 +92,20 @@ bool setSecret(const std::string& secret, ClsXmlDSig& verifier) {
     XString encoding("base64");
     text.secureClear();
     return verifier.SetHmacKey(key, encoding);
+}
+
+// Null where nothing asks for acceptance; which a new verifier has anyway.
+bool setPolicy(const Policy& asked, ClsXmlDSig& verifier, std::string& error) {
+    std::shared_ptr<const dsig::Policy> policy;
+    api::OptionFault fault;
+    if (!api::makePolicy(asked, policy, fault)) {
+        error = api::faultText(fault);
+        return false;
+    }
+    if (policy) {
+        verifier.SetPolicy(std::move(policy));
+    }
+    return true;
 }
 
 } // namespace
@@ -122,6 +141,9 @@ bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::st
     verifier.put_IgnoreExternalRefs(options.ignoreExternal);
     if (!setLimits(options.limits, verifier)) {
         error = lastError(verifier);
+        return false;
+    }
+    if (!setPolicy(options.policy, verifier, error)) {
         return false;
     }
     if (!setKeys(options.keys, verifier)) {
@@ -187,6 +209,7 @@ bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier, std::v
     return true;
 }
 
+// Said with the number of those that there are, since most slips are by one.
 std::string noSuchSignature(int index, int count) {
     return "there is no signature with index " + std::to_string(index) + "; the document has " +
            std::to_string(count);
