@@ -104,11 +104,14 @@ public:
         _vlHash::doHash(octets.getData2(), octets.getSize(), m_reference.getHashAlg(), digest);
         StringBuffer calculated;
         digest.encodeDB("base64", calculated);
-        if (octets.isEmpty() || !isStoredDigest(calculated, m_reference, m_log)) {
-            return false;
+        // Here no octets at all are what an expression may leave; the coverage says so.
+        const bool matched = isStoredDigest(calculated, m_reference, m_log);
+        // A digest that the usual way computed stands, unless that was of untransformed data.
+        if (matched || publicCode(result.reason) != publicCode(RefReason::Mismatch) ||
+            m_target.kind == ReferenceTarget::Kind::External) {
+            fill(calculated, matched ? RefReason::Match : RefReason::Mismatch, result);
         }
-        fill(calculated, result);
-        return true;
+        return matched;
     }
 
 private:
@@ -208,14 +211,14 @@ private:
         result.excluded = coverage.excluded;
     }
 
-    void fill(const StringBuffer& digest, ReferenceResult& result) {
+    void fill(const StringBuffer& digest, RefReason reason, ReferenceResult& result) {
         ReferenceResult found;
         found.index = result.index;
         found.checked = true;
         found.external = result.external;
         found.isSigned = result.isSigned;
         found.describe(m_reference.m_uri, m_reference.m_digestMethod);
-        found.reason = RefReason::Match;
+        found.reason = reason;
         found.computedDigest = digest;
         found.octetCount = m_data->octets().getSize();
         if (m_query.keepOctets) {

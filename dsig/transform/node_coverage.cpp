@@ -44,6 +44,31 @@ void exclude(const xml::XmlDocument& document, ElementId element, std::string_vi
     coverage.excluded.push_back(exclusion);
 }
 
+// Something of the set lies in what is not called covered.
+bool holdsMore(const xml::NodeIndex& index, const xml::NodeBits& nodes, const Coverage& coverage) {
+    xml::NodeBits rest = nodes;
+    const auto top = [&](ElementId element) { return index.ofElement(element); };
+    if (coverage.wholeDocument) {
+        rest = xml::NodeBits(index.size());
+    }
+    for (const ElementId element : coverage.elements.all()) {
+        rest.removeRange(top(element), index[top(element)].next);
+    }
+    for (const Exclusion& exclusion : coverage.excluded) {
+        const NodeId first = top(exclusion.element);
+        for (NodeId node = nodes.next(first); node < index[first].next;
+             node = nodes.next(node + 1)) {
+            rest.add(node);
+        }
+    }
+    for (NodeId node = rest.next(1); node != xml::kNoNode; node = rest.next(node + 1)) {
+        if (index[node].kind != NodeKind::Comment) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 Coverage coverageOf(const xml::NodeIndex& index, const xml::NodeBits& nodes,
@@ -75,6 +100,7 @@ Coverage coverageOf(const xml::NodeIndex& index, const xml::NodeBits& nodes,
     if (!coverage.wholeDocument) {
         coverage.elements.assign(covered);
     }
+    coverage.known = coverage.known && !holdsMore(index, nodes, coverage);
     return coverage;
 }
 
