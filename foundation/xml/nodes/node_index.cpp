@@ -3,6 +3,8 @@
 #include "foundation/xml/scan/content_reader.h"
 #include "foundation/xml/scan/values.h"
 
+#include <algorithm>
+
 namespace vantrel::xml {
 
 NodeId NodeIndex::firstAttribute(NodeId element) const noexcept {
@@ -98,16 +100,13 @@ bool NodeIndex::appendValue(NodeId node, std::string& out, std::size_t enough,
     case NodeKind::Element: break;
     }
     const std::size_t before = out.size();
-    for (NodeId at = record.content; at < record.next && out.size() - before <= enough;) {
-        const Node& inside = m_nodes[at];
-        const bool text = inside.kind == NodeKind::Text;
-        if (!budget.take(text ? 1 + inside.end - inside.start : 1)) {
+    // The texts below stand together in the list of all; what lies between them costs nothing.
+    for (const NodeId* text = std::lower_bound(m_texts.begin(), m_texts.end(), record.content);
+         text != m_texts.end() && *text < record.next && out.size() - before <= enough; ++text) {
+        if (!budget.take(1 + m_nodes[*text].end - m_nodes[*text].start)) {
             return false;
         }
-        if (text) {
-            appendOwnText(at, out);
-        }
-        at = inside.kind == NodeKind::Element ? inside.content : at + 1;
+        appendOwnText(*text, out);
     }
     return true;
 }

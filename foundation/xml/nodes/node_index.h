@@ -114,6 +114,7 @@ private:
     std::shared_ptr<const XmlDocument> m_document;
     GrowArray<Node> m_nodes;
     std::vector<NodeId> m_elements; // by ElementId
+    GrowArray<NodeId> m_texts;      // the text nodes, in document order
     std::vector<TypedAttribute> m_attributes;
     std::vector<ExpandedName> m_names;      // 0: none
     std::vector<std::string_view> m_spaces; // 0: none

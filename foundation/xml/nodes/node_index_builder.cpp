@@ -111,7 +111,7 @@ private:
     // A run of empty CDATA sections is no text node.
     void closeText(std::uint32_t end) {
         if (m_inText && !m_textIsEmpty) {
-            addChild(NodeKind::Text, m_textStart, end);
+            m_index.m_texts.push_back(addChild(NodeKind::Text, m_textStart, end));
         }
         m_inText = false;
     }
