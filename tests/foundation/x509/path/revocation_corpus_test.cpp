@@ -54,7 +54,9 @@ RevocationFinding askLists(const PathCase& made) {
 
 RevocationFinding askResponders(const PathCase& made) {
     return ask(made, [&made](const auto& store, auto& signatures, const x509::PathPlace& place) {
-        x509::OcspCheck check(made.query, store, signatures);
+        NobodyElse nobody;
+        x509::CrlCheck lists(made.query, store, signatures, nobody);
+        x509::OcspCheck check(made.query, store, signatures, lists);
         return check.check(place);
     });
 }
