@@ -54,7 +54,8 @@ bool readScope(ByteView value, Crl& crl) {
     DerReader reader(value);
     DerReader fields;
     DerReader name;
-    if (!reader.enter(Tag::Sequence, fields) || !reader.atEnd()) {
+    // RFC 5280 5.2.5: none that is empty. Its author meant some scope, and nobody can tell which.
+    if (!reader.enter(Tag::Sequence, fields) || !reader.atEnd() || fields.atEnd()) {
         return false;
     }
     //     distributionPoint           [0] DistributionPointName OPTIONAL,
