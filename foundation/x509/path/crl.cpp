@@ -272,7 +272,7 @@ bool parseCrl(ByteView der, Crl& crl, std::string_view& whyNot) {
     Crl parsed;
     if (!list.readWhole(Tag::Sequence, parsed.tbs) ||
         !list.readWhole(Tag::Sequence, parsed.signatureAlgorithm) ||
-        !asn1::readOctetBits(list, parsed.signature) || !list.atEnd()) {
+        !asn1::readSignatureBits(list, parsed.signature) || !list.atEnd()) {
         return false;
     }
     DerReader outer(parsed.tbs);
