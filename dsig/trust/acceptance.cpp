@@ -2,6 +2,7 @@
 
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/keys/signer.h"
+#include "dsig/report/refusals.h"
 #include "dsig/trust/covered_targets.h"
 #include "dsig/trust/demands.h"
 #include "foundation/json/json_writer.h"
