@@ -38,16 +38,19 @@ struct Reading {
 struct Value {
     std::string text;
     bool isFile = false;
+    std::string name; // of a named source
 };
 
-// What stands for a value. A file is {"file": "NAME"}; a source that, or its contents.
-enum class Kind : std::uint8_t { Number, Text, Source, File };
+// What stands for a value. A file is {"file": "NAME"}; a source that, or its contents. A named
+// source is {"name": "NAME", "key": SOURCE}, or "NAME=FILE" as on the command line.
+enum class Kind : std::uint8_t { Number, Text, Source, NamedSource, File };
 
 std::string_view wantedOf(Kind kind) {
     switch (kind) {
     case Kind::Number: return "a number";
     case Kind::Text: return "a text";
     case Kind::Source: return "PEM text, base64 of DER or {\"file\": NAME}";
+    case Kind::NamedSource: return "NAME=FILE or {\"name\": NAME, \"key\": KEY}";
     case Kind::File: break;
     }
     return "{\"file\": NAME}; hmacKey takes the secret itself";
@@ -130,6 +133,15 @@ template <class Source> std::string addSource(const Value& value, std::vector<So
 
 std::string addKey(const Value& value, Reading& into) {
     return addSource(value, into.options.keys);
+}
+
+std::string addNamedKey(const Value& value, Reading& into) {
+    std::vector<Key> keys;
+    std::string wrong = addSource(value, keys);
+    if (wrong.empty()) {
+        into.options.namedKeys.push_back({value.name, keys.front()});
+    }
+    return wrong;
 }
 
 // Where the machine's anchors are meant, that may stand as a text or as a name.
@@ -260,6 +272,8 @@ constexpr auto kValues = std::to_array<ValueReader>({
     {"reference", Kind::Number, false, [](Reading& into) { into.options.reference.reset(); },
      addReference},
     {"key", Kind::Source, true, [](Reading& into) { into.options.keys.clear(); }, addKey},
+    {"namedKey", Kind::NamedSource, true, [](Reading& into) { into.options.namedKeys.clear(); },
+     addNamedKey},
     {"hmacKey", Kind::Text, false, [](Reading& into) { into.options.hmacSecret.clear(); },
      [](const Value& value, Reading& into) {
          into.secret = value.text;
@@ -336,6 +350,40 @@ bool readFileName(std::string_view json, std::string& out) {
            out != "-" && !parts.next(name, member);
 }
 
+bool readSource(std::string_view json, Value& value) {
+    value.isFile = json.front() == '{';
+    if (value.isFile) {
+        return readFileName(json, value.text);
+    }
+    StringBuffer text;
+    const bool isText = readText(json, text);
+    value.text = text.view();
+    return isText;
+}
+
+bool readNamedSource(std::string_view json, Value& value) {
+    if (json.front() != '{') {
+        std::string text;
+        value.isFile = true;
+        return readPlainText(json, text) && api::parseNamedKey(text, value.name, value.text);
+    }
+    json::JsonParts parts(json);
+    StringBuffer member;
+    std::string_view part;
+    // Each once; which of two counts is nothing to guess.
+    bool hasKey = false;
+    while (parts.next(member, part)) {
+        const bool taken =
+            (member.view() == "name" && value.name.empty() && readPlainText(part, value.name)) ||
+            (member.view() == "key" && !hasKey && readSource(part, value));
+        hasKey = hasKey || member.view() == "key";
+        if (!taken) {
+            return false;
+        }
+    }
+    return !parts.failed() && hasKey && !value.name.empty();
+}
+
 bool readValue(Kind kind, std::string_view json, Value& value) {
     const char first = json.front();
     switch (kind) {
@@ -345,16 +393,10 @@ bool readValue(Kind kind, std::string_view json, Value& value) {
         return first == '-' || text::isDigitAscii(first);
     case Kind::Text: return readPlainText(json, value.text);
     case Kind::File: value.isFile = true; return readFileName(json, value.text);
+    case Kind::NamedSource: return readNamedSource(json, value);
     case Kind::Source: break;
     }
-    value.isFile = first == '{';
-    if (value.isFile) {
-        return readFileName(json, value.text);
-    }
-    StringBuffer text;
-    const bool isText = readText(json, text);
-    value.text = text.view();
-    return isText;
+    return readSource(json, value);
 }
 
 // A walk over the members. The first fault ends it: what stands behind it would be verified with

@@ -194,10 +194,12 @@ def note(signer, **how):
 
 
 def expect(name, document, options, refusals, problem=None, **more):
-    """Refusals None: accepted. `problem`: the first of `trust`; `more`: other members of the signature."""
+    """Refusals None: accepted. `problem`: the first of `trust`; `more`: other members of the signature. Options with
+    blanks inside come as a tuple."""
+    arguments = options.split() if isinstance(options, str) else options
     path = folder / "document.xml"
     path.write_text(document)
-    done = subprocess.run([TOOL, "verify", "--json", *options.split(), str(path)], capture_output=True, text=True,
+    done = subprocess.run([TOOL, "verify", "--json", *arguments, str(path)], capture_output=True, text=True,
                           check=False, cwd=folder)
     if not done.stdout:
         check(name, False, done.stderr)
@@ -212,7 +214,7 @@ def expect(name, document, options, refusals, problem=None, **more):
     problems = [one["code"] for one in signature.get("trust", {"problems": []})["problems"]]
     check(f"{name} ({options}): problems", (problem in problems) if problem else not problems, shown)
     check(f"{name} ({options}): members", all(signature[key] == value for key, value in more.items()), shown)
-    text = subprocess.run([TOOL, "verify", *options.split(), str(path)], capture_output=True, text=True, check=False,
+    text = subprocess.run([TOOL, "verify", *arguments, str(path)], capture_output=True, text=True, check=False,
                           cwd=folder)
     line = "    accepted " if accepted else f"    not accepted: {', '.join(refusals[:1])}"
     check(f"{name} ({options}): text", text.returncode == done.returncode and line in text.stdout, text.stdout)

@@ -5,6 +5,7 @@ algorithms along the path. Usage: trust_attacks.py TOOL. Exits with 77 where ope
 "N passed, N failed"."""
 
 import hashlib
+import json
 import random
 import subprocess
 import sys
@@ -213,9 +214,40 @@ def try_weak_paths():
     expect("the anchor's own signature", note("byweakroot"), "--anchor weakroot.pem --strict", None)
 
 
+def try_named_keys():
+    def named(*names):
+        return note("signer", key_info="".join(f"<ds:KeyName>{name}</ds:KeyName>" for name in names))
+
+    expect("a key by its name", named("CN=Signer, O=x"), ("--named-key", "CN=Signer, O=x=signer.pem", "--strict"), None,
+           warnings=[])
+    text = subprocess.run([TOOL, "verify", "--named-key", "CN=Signer, O=x=signer.pem", "document.xml"], capture_output=True,
+                          text=True, check=False, cwd=folder).stdout
+    check("the source is told", "from KeyName" in text, text)
+    expect("the second of two names, on a line of its own", named("who", "\n  me\n"),
+           "--named-key me=signer.pem --named-key who=other.pem --only-key --strict", None, warnings=[])
+    for name, options in (("me", "--named-key you=signer.pem"), ("Me", "--named-key me=signer.pem"),
+                          ("me", "--named-key me=other.pem")):
+        expect("another name or key", named(name), options + " --strict", ["not-valid", "not-vouched"])
+    text = subprocess.run([TOOL, "verify", "document.xml"], capture_output=True, text=True, check=False, cwd=folder).stdout
+    check("the option is proposed", "--named-key NAME=FILE" in text, text)
+    expect("a key of the document's as well", note("signer", key_info="<ds:KeyName>me</ds:KeyName><ds:X509Data>"
+           f"<ds:X509Certificate>{b64(der_of('signer'))}</ds:X509Certificate></ds:X509Data>"),
+           "--named-key me=signer.pem --strict", None)
+    pem = (folder / "signer.pem").read_text()
+    here = {"file": str(folder / "signer.pem")}
+    requests = [{"xml": named("me"), "options": {"namedKey": key, "strict": True}} for key in (
+        {"name": "me", "key": pem}, [{"name": "you", "key": pem}, {"key": here, "name": "me"}], f"me={here['file']}",
+        {"name": "me"}, {"name": "", "key": pem}, {"name": "me", "key": pem, "more": 1}, "me", {"name": "me", "name ": "a"})]
+    done = subprocess.run([TOOL, "worker"], input="".join(json.dumps(one) + "\n" for one in requests), capture_output=True,
+                          text=True, check=False)
+    answers = [json.loads(line) for line in done.stdout.splitlines()]
+    check("named keys in requests", [one.get("accepted", one["status"]) for one in answers] == [True] * 3 + ["error"] * 5,
+          done.stdout)
+
+
 def main():
     make_certificates()
-    for attempt in (try_cross_certificates, try_somebody_elses_key, try_tokens, try_stamps, try_weak_paths):
+    for attempt in (try_named_keys, try_cross_certificates, try_somebody_elses_key, try_tokens, try_stamps, try_weak_paths):
         attempt()
     return finish()
 
