@@ -115,8 +115,8 @@ std::vector<const VantrelX509*> certificatesToJudge(const SignatureReport& repor
             found.push_back(one);
         }
     }
-    std::ranges::stable_partition(found,
-                                  [&first](const VantrelX509* one) { return isSame(*one, first); });
+    std::stable_partition(found.begin(), found.end(),
+                          [&first](const VantrelX509* one) { return isSame(*one, first); });
     return found;
 }
 
