@@ -27,8 +27,8 @@ if(VANTREL_SANITIZERS)
 endif()
 
 # The standard headers that most files include, read once instead of in every file: half the time
-# of a build from nothing. The preset clang builds without it, so every file still has to include
-# what it uses.
+# of a build from nothing. The preset clang builds the product without it (VANTREL_PLAIN_INCLUDES),
+# so its files still have to include what they use.
 file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp.new" "")
 file(COPY_FILE "${PROJECT_BINARY_DIR}/precompiled.cpp.new" "${PROJECT_BINARY_DIR}/precompiled.cpp" ONLY_IF_DIFFERENT)
 add_library(vantrel_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
@@ -37,6 +37,12 @@ set_target_properties(vantrel_precompiled PROPERTIES POSITION_INDEPENDENT_CODE O
 target_precompile_headers(vantrel_precompiled PRIVATE
   <algorithm> <array> <atomic> <charconv> <cstddef> <cstdint> <cstdlib> <cstring> <functional> <limits>
   <map> <memory> <mutex> <new> <optional> <span> <string> <string_view> <unordered_map> <utility> <vector>)
+
+function(vantrel_precompile target)
+  if(NOT VANTREL_PLAIN_INCLUDES)
+    target_precompile_headers(${target} REUSE_FROM vantrel_precompiled)
+  endif()
+endfunction()
 
 set(VANTREL_OBJECTS "" CACHE INTERNAL "")
 
@@ -84,7 +90,7 @@ function(vantrel_folder name path)
     add_library(vantrel_${name}_objects OBJECT ${sources})
     target_link_libraries(vantrel_${name}_objects PUBLIC vantrel_settings PRIVATE vantrel_warnings)
     set_target_properties(vantrel_${name}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
-    target_precompile_headers(vantrel_${name}_objects REUSE_FROM vantrel_precompiled)
+    vantrel_precompile(vantrel_${name}_objects)
     add_library(vantrel_${name} STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:vantrel_${name}_objects>)
     target_link_libraries(vantrel_${name} PUBLIC vantrel_settings ${lower})
     set(VANTREL_OBJECTS "${VANTREL_OBJECTS};$<TARGET_OBJECTS:vantrel_${name}_objects>" CACHE INTERNAL "")
@@ -126,7 +132,7 @@ function(vantrel_tool)
     # In precompiled headers gcc 12 no longer sees which code is the standard library's, and warns of bounds there.
     target_compile_options(xmldsig_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>)
     set_target_properties(xmldsig_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
-    target_precompile_headers(xmldsig_objects REUSE_FROM vantrel_precompiled)
+    vantrel_precompile(xmldsig_objects)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     # The tool uses more than the shared library exports, so it has the library in it.
     target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel>)
