@@ -53,22 +53,26 @@
         "signing-certificate-mismatch": "The signer signed for another certificate.",
     };
 
-    // What a hint of the tool means here; null: nothing, as the page does it by itself.
+    // What a hint of the tool means here; "": nothing, as the page does it by itself.
     const HINTS = [
-        [/^xmldsig explain/, null],
-        [/^--key /, "Add the signer's key or certificate below, under “Whom do you trust?”."],
-        [/^--cert /, "Add the signer's certificate below, under “Whom do you trust?”."],
+        [/^xmldsig explain/, ""],
+        [/^--(key|cert) /, "Add the signer's key or certificate below, under “Whom do you trust?”."],
         [/^--hmac-/, "Enter the shared secret below, under “Whom do you trust?”."],
+        [/^--ref-d/, "Use the command-line tool, which can be given the other file."],
+        [/^(--|xmldsig )/, null],
     ];
 
-    function hint(text) {
-        const known = HINTS.find(([pattern]) => pattern.test(text));
-        if (known === undefined) {
-            return element("span", "With the command-line tool: ", code(text));
-        }
-        return known[1];
+    // The hints of several causes, each once.
+    function hintsOf(causes) {
+        const texts = causes.flatMap((cause) => cause.try).map((text) => {
+            const known = HINTS.find(([pattern]) => pattern.test(text));
+            const said = known === undefined ? `${text[0].toUpperCase()}${text.slice(1)}.` : known[1];
+            return said ?? `With the command-line tool: ${text}`;
+        });
+        return [...new Set(texts)].filter((text) => text !== "");
     }
 
+    // Something in the document is not signed.
     const GAPS = ["content-excluded", "document-not-covered", "coverage-unknown"];
     const has = (report, words) => report.signatures.some(({ warnings }) => words.some((word) => warnings.includes(word)));
     const plural = (count, one, many) => (count === 1 ? one : many.replace("#", count));
@@ -128,11 +132,8 @@
     }
 
     function causeText([cause, place]) {
-        const hints = cause.try.map(hint).filter((one) => one !== null);
         return element("div", element("p", place ? element("span.dim", foreign(place), ": ") : "", foreign(cause.text)),
-            cause.evidence ? element("p", element("b", "Found: "), foreign(cause.evidence)) : "",
-            hints.length > 0 ? element("p", "What helps:") : "",
-            hints.length > 0 ? element("ul", ...hints.map((one) => element("li", one))) : "");
+            cause.evidence ? element("p", element("b", "Found: "), foreign(cause.evidence)) : "");
     }
 
     function coverageOf({ status, covers, path, paths, uri, excluded }) {
@@ -141,6 +142,8 @@
         return element("p", status === "match" ? "" : element("b.state", "does not fit: "), foreign(what[covers] ?? uri),
             others.length > 0 ? element("b", " except ", foreign(others.join(", "))) : "");
     }
+
+    const day = (time) => visible(time.slice(0, 10));
 
     function holderOf(signature) {
         const used = signature.keys.find((key) => key.used);
@@ -151,7 +154,7 @@
         const kind = used === undefined ? "" : [used.type, used.curve ?? used.bits, `from ${used.source}`].join(" ");
         return [
             element("p", signer.subject ? element("b", foreign(signer.subject)) : "Nobody is named."),
-            signer.issuer ? element("p.dim", "issued by ", foreign(signer.issuer), `, valid ${signer.notBefore} to ${signer.notAfter}`) : "",
+            signer.issuer ? element("p.dim", "issued by ", foreign(signer.issuer), `, valid ${day(signer.notBefore)} to ${day(signer.notAfter)}`) : "",
             kind ? element("p.dim", foreign(kind)) : "",
             signer.spkiSha256 ? element("p.dim", "fingerprint of the key ", code(signer.spkiSha256)) : "",
         ];
@@ -165,19 +168,24 @@
             ...trust.problems.map(({ text, certificate }) => element("p.dim", foreign(`${certificate}: ${text}`)))];
     }
 
+    // Of a list that a reader is shown; the rest is in the details.
+    const MOST_LINES = 20;
+
     function cardOf(signature) {
         const good = signature.status === "valid";
         const list = document.createElement("dl");
-        entry(list, "Why", ...causesOf(signature).map(causeText));
+        const causes = causesOf(signature);
+        entry(list, "Why", ...causes.slice(0, MOST_LINES).map(causeText));
+        entry(list, "What helps", ...hintsOf(causes.map(([cause]) => cause)).map((text) => element("p", foreign(text))));
         entry(list, "Signed by", ...holderOf(signature));
         entry(list, "Authority", ...trustOf(signature));
-        entry(list, "What is signed", ...signature.references.slice(0, 20).map(coverageOf),
-            signature.references.length > 20 ? element("p", `and ${signature.references.length - 20} more, see the details`) : "");
+        entry(list, "What is signed", ...signature.references.slice(0, MOST_LINES).map(coverageOf),
+            signature.references.length > MOST_LINES ? element("p", `and ${signature.references.length - MOST_LINES} more, see the details`) : "");
         if (signature.timestampTime) {
             entry(list, "Time-stamp", foreign(`${signature.timestamp}, ${signature.timestampTime}, by ${signature.timestampAuthority}`));
         }
         entry(list, "Not accepted", ...(signature.refusals ?? []).map((word) => element("p", REFUSALS[word] ?? word)));
-        return element(`article.card ${good ? "good" : "bad"}`, element("h3", `Signature ${signature.index + 1}`,
+        return element(`article.card ${good ? "good" : "bad"}`, element("h3", `Signature ${signature.index}`,
             signature.id ? code(signature.id) : "", element("b.state", good ? "✓ valid" : "✗ not valid")), list);
     }
 

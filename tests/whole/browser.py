@@ -32,7 +32,7 @@ class Browser:
         os.close(from_browser)
         self.numbers = itertools.count(1)
         self.buffer = b""
-        self.requests, self.complaints = [], []
+        self.requests, self.complaints, self.frames = [], [], {}
         target = next(one for one in self.send("Target.getTargets")["targetInfos"] if one["type"] == "page")
         self.session = self.send("Target.attachToTarget", targetId=target["targetId"], flatten=True)["sessionId"]
         for domain in ("Page", "Runtime", "Log"):
@@ -77,9 +77,13 @@ class Browser:
             self.complaints.append(about["entry"]["text"])
         elif method == "Runtime.exceptionThrown":
             self.complaints.append(str(about["exceptionDetails"]))
+        elif method == "Target.detachedFromTarget":
+            self.frames.pop(about.get("targetId"), None)
         elif method == "Target.attachedToTarget":
             # Without waiting for answers, which come in their turn.
             session = about["sessionId"]
+            if about["targetInfo"]["type"] == "iframe":
+                self.frames[about["targetInfo"]["targetId"]] = session
             for method, parameters in (("Network.enable", {}), ("Log.enable", {})):
                 text = json.dumps({"id": next(self.numbers), "method": method, "params": parameters, "sessionId": session})
                 os.write(self.write, text.encode() + b"\0")
@@ -101,6 +105,15 @@ class Browser:
         self.call("Page.navigate", url=url)
         self.until(f"document.readyState === 'complete' && location.href.startsWith({json.dumps(url)})")
 
+    def in_frame(self, selector):
+        """Whether an element is in one of the page's frames, which may be of no origin and have no script."""
+        self.evaluate("0")  # takes in what the browser has said meanwhile
+        for session in list(self.frames.values()):
+            root = self.send("DOM.getDocument", session).get("root", {}).get("nodeId")
+            if root and self.send("DOM.querySelector", session, nodeId=root, selector=selector).get("nodeId"):
+                return True
+        return False
+
     def choose(self, selector, *paths):
         """Puts files into an input, as a person does with the dialogue."""
         root = self.call("DOM.getDocument")["root"]["nodeId"]
@@ -112,7 +125,7 @@ class Browser:
             self.call("Input.dispatchKeyEvent", type=kind, key=key, code=key, windowsVirtualKeyCode=code)
 
     def size(self, width, height):
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=False)
+        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=width < 600)
 
     def media(self, **features):
         self.call("Emulation.setEmulatedMedia", features=[{"name": name.replace("_", "-"), "value": value} for name, value in features.items()])
