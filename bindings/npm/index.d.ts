@@ -13,6 +13,17 @@ export interface Options {
     reference?: number;
     key?: OneOrMany<KeyFile>;
     cert?: OneOrMany<KeyFile>;
+    onlyKey?: boolean;
+    pin?: OneOrMany<string>;
+    anchor?: OneOrMany<KeyFile>;
+    crl?: OneOrMany<KeyFile>;
+    checkRevocation?: boolean;
+    at?: string;
+    purpose?: OneOrMany<string>;
+    require?: OneOrMany<string>;
+    mustCover?: OneOrMany<string>;
+    strict?: boolean;
+    accept?: "all" | "any";
     hmacKey?: string;
     hmacEncoding?: "hex" | "base64" | "ascii";
     ignoreExternal?: boolean;
@@ -78,6 +89,15 @@ export interface Reference {
     [more: string]: unknown;
 }
 
+/** Whether the signer's certificate leads to an anchor. */
+export interface Trust {
+    status: "trusted" | "not-trusted";
+    time: string;
+    path: string[];
+    problems: { code: string; certificate: string; text: string }[];
+    [more: string]: unknown;
+}
+
 export interface Signature {
     index: number;
     id: string;
@@ -99,6 +119,7 @@ export interface Signature {
     standards: string[];
     accepted?: boolean;
     refusals?: string[];
+    trust?: Trust;
     [more: string]: unknown;
 }
 

@@ -9,7 +9,7 @@
 #include <functional>
 #include <iterator>
 
-#if defined(_LIBCPP_VERSION) && _LIBCPP_VERSION < 15000
+#if defined(_LIBCPP_VERSION) && _LIBCPP_VERSION < 15000 && __cplusplus > 201703L
 
 namespace std::ranges {
 
