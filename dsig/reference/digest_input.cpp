@@ -8,6 +8,8 @@
 #include "dsig/transform/xpath_step.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/text/encoders.h"
+#include "foundation/text/strings.h"
+#include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
@@ -183,6 +185,17 @@ private:
     bool m_canonicalized = false;
 };
 
+// Attributes of the root besides the Id by which it is referenced: what is decoded has none.
+bool hasOtherAttributes(const xml::XmlDocument& document) {
+    xml::StartTagReader tag(document.text(), document.element(0).start);
+    for (xml::Attribute attribute; tag.next(attribute);) {
+        if (!attribute.isNamespaceDecl() && !text::equalsNoCase(attribute.localName(), "Id")) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // A document of this profile is digested from its doda element's start tag to its end tag. No such
 // element, or one cut short by another of its name, is a failure; the digest of anything else would
 // mean nothing.
@@ -233,6 +246,9 @@ bool decodeBase64Content(WorkingText& text, DataBuffer& decoded, CodeSet& lenien
         for (const xml::ElementId child : childElements(*root)) {
             text.noteExcluded(child, exclusion::kBase64);
         }
+    }
+    if (hasOtherAttributes(*document)) {
+        text.notePartlyDigested();
     }
     StringBuffer content;
     root->getContentSb(content);

@@ -86,6 +86,8 @@ public:
     [[nodiscard]] bool isTakenOut(xml::ElementId element) const noexcept;
     // Notes that an element of structure() is not digested.
     void noteExcluded(xml::ElementId element, std::string_view why);
+    // Notes that something which is no element is not digested, so that the coverage is not known.
+    void notePartlyDigested() noexcept { m_coverage.known = false; }
 
     // What of the loaded document the text stands for by now. It means nothing for a text that
     // stands for itself.
