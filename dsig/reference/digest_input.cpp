@@ -247,7 +247,9 @@ bool decodeBase64Content(WorkingText& text, DataBuffer& decoded, CodeSet& lenien
             text.noteExcluded(child, exclusion::kBase64);
         }
     }
+    // Reports tell in whole elements what is digested, and of this one it is only the text.
     if (hasOtherAttributes(*document)) {
+        text.noteExcluded(0, exclusion::kBase64);
         text.notePartlyDigested();
     }
     StringBuffer content;
