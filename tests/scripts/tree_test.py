@@ -25,6 +25,7 @@ MAY_INCLUDE = {
     "foundation/asn1": ("foundation/text",),
     "foundation/io": ("foundation/text", "foundation/base"),
     "foundation/json": ("foundation/text", "foundation/base"),
+    "foundation/zip": ("foundation/text", "foundation/cpu", "foundation/io"),
     "foundation/crypto/hash": ("foundation/text", "foundation/cpu", "foundation/io",
                                "foundation/base"),
     "foundation/crypto/mac": ("foundation/text", "foundation/cpu",
