@@ -257,6 +257,11 @@ constexpr auto kValues = std::to_array<ValueReader>({
          into.options.id = value.text;
          return std::string();
      }},
+    {"part", Kind::Text, false, [](Reading& into) { into.options.part.clear(); },
+     [](const Value& value, Reading& into) {
+         into.options.part = value.text;
+         return std::string();
+     }},
     {"reference", Kind::Number, false, [](Reading& into) { into.options.reference.reset(); },
      addReference},
     {"key", Kind::Source, true, [](Reading& into) { into.options.keys.clear(); }, addKey},

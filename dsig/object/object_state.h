@@ -6,6 +6,7 @@
 #include "dsig/document/rules.h"
 #include "dsig/explain/budget.h"
 #include "dsig/html/page.h"
+#include "dsig/reference/external_parts.h"
 #include "dsig/report/signature_report.h"
 #include "dsig/trust/acceptance.h"
 #include "dsig/trust/policy.h"
@@ -15,6 +16,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -39,6 +41,10 @@ struct ObjectState {
     // Tried for every signature, last, in this order; none is null. Survive loads.
     std::vector<Ref<ClsPublicKey>> keysForAll;
     bool encodingMismatch = false; // of the loaded document
+    // The package that the loaded document is a part of, null for none; gone with the next load.
+    std::shared_ptr<ExternalParts> parts;
+    std::string part;   // its name there
+    int firstIndex = 0; // number of signatures in the package's parts before it
 };
 
 } // namespace vantrel::dsig

@@ -31,6 +31,11 @@ bool FileAccess::open(std::string_view path, LogBase& log) {
     return openRegularFile(path, m_file, m_size, log);
 }
 
+void FileAccess::take(FileHandle&& file, std::uint64_t size) noexcept {
+    m_file.reset(file.release());
+    m_size = size;
+}
+
 bool FileAccess::read(std::uint64_t offset, std::span<std::uint8_t> room) const noexcept {
     // The system takes no more than this at once.
     constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;

@@ -50,6 +50,9 @@ class FileAccess final : public RandomAccess {
 public:
     // False, with an error line, when it cannot be opened or is no regular file.
     [[nodiscard]] bool open(std::string_view path, LogBase& log);
+    // Takes over one that is open, of this size.
+    void take(FileHandle&& file, std::uint64_t size) noexcept;
+    [[nodiscard]] bool isOpen() const noexcept { return m_file.get() >= 0; }
 
     [[nodiscard]] std::uint64_t size() const noexcept override { return m_size; }
     [[nodiscard]] bool read(std::uint64_t offset,

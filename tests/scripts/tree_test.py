@@ -52,6 +52,7 @@ MAY_INCLUDE = {
     "dsig/html": ("dsig/document", "dsig/report", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
+    "dsig/package": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/xades": ("dsig/document", "dsig/report", "dsig/reference", "dsig/transform",
                    "dsig/keys", "foundation"),
