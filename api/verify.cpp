@@ -29,6 +29,8 @@ VerifyResult failed(const VerifyOptions& options, const Error& error) {
 
 } // namespace
 
+// A document that does not load is a result, too, so that one call answers everything; its octets
+// are named all the same.
 VerifyResult verify(std::string_view document, const VerifyOptions& options) {
     if (api::isPackage(asBytes(document))) {
         const std::size_t size = document.size();

@@ -4,8 +4,10 @@
 #include "dsig/html/members.h"
 #include "dsig/html/words.h"
 #include "dsig/report/codes.h"
+#include "dsig/report/refusals.h"
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 
 namespace vantrel::dsig::html {
@@ -201,6 +203,9 @@ std::string target(const JsonValue& reference, const ReferencePlaces& places, st
         return linkTo(id, isMarked, "elements") + " " + words(reference, "paths") + except;
     }
     // What is not in this document cannot be linked to.
+    if (const std::string_view part = textOf(reference, "part"); !part.empty()) {
+        return "part " + code(part);
+    }
     return (covers == "external" ? "external " : "") + code(textOf(reference, "uri"));
 }
 
@@ -255,6 +260,39 @@ std::string references(const JsonValue& report, const SignaturePlaces& places) {
     return out;
 }
 
+// The parts that a manifest names: the first, and all that do not hold. Others are counted.
+std::string manifest(const JsonValue& report) {
+    const std::vector<JsonValue>& list = listOf(report, "manifest");
+    std::string out;
+    std::size_t listed = 0;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const bool fails = textOf(list[i], "status") != "match";
+        if (i < kListed || (fails && listed < 2 * kListed)) {
+            out += referenceText(list[i], ReferencePlaces(), 0, i);
+            ++listed;
+        }
+    }
+    if (listed < list.size()) {
+        out += paragraph("and " + counted(list.size() - listed, "other", "others") +
+                         ", which the JSON report lists");
+    }
+    return out;
+}
+
+// The parts of the package that it does not cover and should; loud, since nothing else shows them.
+std::string uncoveredParts(const JsonValue& report) {
+    const std::vector<JsonValue>& list = listOf(report, "partsNotCovered");
+    std::string out;
+    for (const JsonValue& name : std::span(list).first(std::min(list.size(), kListed))) {
+        out += paragraph(coloured("bad", "not covered") + " " + code(name.text()));
+    }
+    if (list.size() > kListed) {
+        out += paragraph("and " + counted(list.size() - kListed, "other", "others") +
+                         ", which the JSON report lists");
+    }
+    return out;
+}
+
 // Where the text shows what a warning is about. Empty where there is no such place.
 std::string placeOf(std::string_view warning, const SignaturePlaces& places, bool hasUncovered) {
     if (warning == warning::kDocumentNotCovered && hasUncovered) {
@@ -294,6 +332,57 @@ std::string timestamp(const JsonValue& report) {
         out += ", " + escaped(time) + ", by " + escaped(textOf(report, "timestampAuthority"));
     }
     return out;
+}
+
+// What a policy says of the signature; nothing without one.
+std::string acceptance(const JsonValue& report) {
+    if (report.find("accepted") == nullptr) {
+        return {};
+    }
+    if (flagOf(report, "accepted")) {
+        return coloured("good", "accepted");
+    }
+    std::string out = paragraph(coloured("bad", "not accepted"));
+    for (const JsonValue& word : listOf(report, "refusals")) {
+        out += paragraph(escaped(refusalText(word.text())) + " " + code(word.text()));
+    }
+    return out;
+}
+
+// The first of a list; a path that a document was built for may be long, and is no reading.
+std::span<const JsonValue> shown(const std::vector<JsonValue>& list) {
+    return std::span(list).first(std::min(list.size(), kListed));
+}
+
+// The certification path, from the signer to the anchor, and what is wrong with it. An untrusted
+// one may end before an anchor.
+std::string trust(const JsonValue& report) {
+    const JsonValue* const path = report.find("trust");
+    if (path == nullptr) {
+        return {};
+    }
+    const bool isTrusted = textOf(*path, "status") == "trusted";
+    std::string out =
+        paragraph(coloured(isTrusted ? "good" : "bad", escaped(textOf(*path, "status"))) + " at " +
+                  escaped(textOf(*path, "time")));
+    std::string_view relation = "";
+    for (const JsonValue& subject : shown(listOf(*path, "path"))) {
+        out += paragraph(std::string(relation) + escaped(subject.text()));
+        relation = "issued by ";
+    }
+    for (const JsonValue& problem : shown(listOf(*path, "problems"))) {
+        const std::string_view subject = textOf(problem, "certificate");
+        out += paragraph(code(textOf(problem, "code")) + " " +
+                         (subject.empty() ? "" : escaped(subject) + ": ") +
+                         escaped(textOf(problem, "text")));
+    }
+    return out;
+}
+
+// XAdES; most signatures name no certificate, which needs no line.
+std::string signingCertificate(const JsonValue& report) {
+    const std::string_view word = textOf(report, "signingCertificate");
+    return word.empty() || word == "absent" ? std::string() : coloured(toneOf(word), escaped(word));
 }
 
 // The number has the signature's colour, which is what ties the card to the text.
@@ -337,14 +426,22 @@ void appendCard(const JsonValue& report, const SignaturePlaces& places, std::siz
     out += "<article class=\"card\" id=\"s" + std::to_string(places.index) + "\">";
     appendHeading(report, places, number, out);
     out += "<dl>\n";
+    if (const std::string_view part = textOf(report, "part"); !part.empty()) {
+        appendEntry("Part", code(part), out);
+    }
     // First why, since nothing else is read when it fails.
     appendEntry("Why", reason(report), out);
     const std::string_view value = textOf(report, "value");
     if (!value.empty()) {
         appendEntry("Value", coloured(toneOf(value), escaped(value)), out);
     }
+    appendEntry("Policy", acceptance(report), out);
     appendSigner(report, out);
+    appendEntry("Trust", trust(report), out);
+    appendEntry("Signed for certificate", signingCertificate(report), out);
     appendEntry("Covers", references(report, places), out);
+    appendEntry("Manifest", manifest(report), out);
+    appendEntry("Parts", uncoveredParts(report), out);
     appendEntry("Time-stamp", timestamp(report), out);
     appendEntry("Warnings", warnings(report, places, hasUncovered), out);
     appendEntry("Leniencies", words(report, "accommodations"), out);
