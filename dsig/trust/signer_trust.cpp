@@ -78,7 +78,8 @@ x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     if (document != nullptr) {
         document->trustWork +=
             result.work.visits + result.work.signatureChecks * kCheckWork +
-            query.candidates.size() + query.anchors.size() +
+            kCertificateWork *
+                (query.candidates.size() + query.anchors.size() + query.alternatives.size()) +
             (octetsOf(query.crls) + octetsOf(query.ocspResponses)) / kListOctetsPerStep;
     }
     return result;

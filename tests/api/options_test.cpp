@@ -136,6 +136,7 @@ TEST(OptionsJson, DefaultsHoldWhereNothingIsNamed) {
 TEST(OptionsJson, NamesAreThoseOfTheTool) {
     const std::string help = runProgram({binaryPath("xmldsig"), "help", "worker"}).output;
     const std::set<std::string> others = {"jobs", "unordered", "help", "json"};
+    const std::string table = readText(sourcePath("docs/api.md"));
     std::set<std::string> known;
     for (std::size_t at = help.find("--"); at != std::string::npos; at = help.find("--", at + 2)) {
         std::string name;
@@ -150,6 +151,7 @@ TEST(OptionsJson, NamesAreThoseOfTheTool) {
             continue;
         }
         EXPECT_TRUE(optionsFromJson("{\"" + name + "\":null}")) << name;
+        EXPECT_NE(table.find('`' + name + '`'), std::string::npos) << name << " in docs/api.md";
         known.insert(name);
     }
     EXPECT_GE(known.size(), 30U);
@@ -198,6 +200,10 @@ TEST(CInterface, PointersAreChecked) {
     EXPECT_STRNE(page, "");
     vantrel_text_free(page);
     EXPECT_EQ(vantrel_result_is_valid(nullptr), 0);
+    EXPECT_EQ(vantrel_result_is_accepted(nullptr), 0);
+    EXPECT_EQ(vantrel_result_acceptance(nullptr), VANTREL_REFUSED);
+    EXPECT_STREQ(vantrel_result_refusal(nullptr, 0), "");
+    EXPECT_EQ(vantrel_result_signer_is_trusted(nullptr, 0), -1);
     EXPECT_EQ(vantrel_result_status(nullptr), VANTREL_STATUS_ERROR);
     EXPECT_EQ(vantrel_result_signature_count(nullptr), 0U);
     EXPECT_STREQ(vantrel_result_json(nullptr, nullptr), "");
@@ -205,6 +211,48 @@ TEST(CInterface, PointersAreChecked) {
     EXPECT_EQ(vantrel_result_status(result), VANTREL_STATUS_ERROR);
     EXPECT_STRNE(vantrel_result_error(result), "");
     vantrel_result_free(result);
+}
+
+// Whoever asks for validity alone is not told of it where the policy refuses.
+TEST(CInterface, PoliciesDecide) {
+    const std::string text = readText(sourcePath("examples/invoice.xml"));
+    const std::string root = escaped(readText(sourcePath("examples/keys/root.pem")));
+    struct Case {
+        std::string options;
+        vantrel_acceptance acceptance;
+        std::string refusal;
+        int isTrusted;
+    };
+    const std::vector<Case> cases = {
+        {"", VANTREL_ACCEPTANCE_NOT_ASKED, "", -1},
+        {R"({"strict":true})", VANTREL_REFUSED, "not-vouched", -1},
+        {R"({"strict":true,"at":"2027-01-01","anchor":")" + root + R"("})", VANTREL_ACCEPTED, "",
+         1},
+        {R"({"at":"1999-01-01","anchor":")" + root + R"("})", VANTREL_REFUSED, "not-trusted", 0},
+    };
+    for (const Case& one : cases) {
+        vantrel_options* options = nullptr;
+        vantrel_result* result = nullptr;
+        ASSERT_EQ(vantrel_options_parse(one.options.data(), one.options.size(), &options, nullptr),
+                  VANTREL_OK);
+        ASSERT_EQ(vantrel_verify(text.data(), text.size(), options, &result), VANTREL_OK);
+        EXPECT_EQ(vantrel_result_status(result), VANTREL_STATUS_VALID);
+        EXPECT_EQ(vantrel_result_acceptance(result), one.acceptance) << one.options;
+        EXPECT_EQ(vantrel_result_signature_acceptance(result, 0), one.acceptance);
+        EXPECT_EQ(vantrel_result_signature_acceptance(result, 1), VANTREL_REFUSED);
+        EXPECT_EQ(vantrel_result_is_valid(result), one.acceptance != VANTREL_REFUSED);
+        EXPECT_EQ(vantrel_result_is_accepted(result), one.acceptance == VANTREL_ACCEPTED);
+        const std::size_t count = one.refusal.empty() ? 0 : 1;
+        EXPECT_EQ(vantrel_result_refusal_count(result), count);
+        EXPECT_EQ(vantrel_result_signature_refusal_count(result, 0), count);
+        EXPECT_EQ(vantrel_result_refusal(result, 0), one.refusal);
+        EXPECT_EQ(vantrel_result_signature_refusal(result, 0, 0), one.refusal);
+        EXPECT_EQ(*vantrel_result_refusal_text(result, 0) == '\0', one.refusal.empty());
+        EXPECT_EQ(vantrel_result_signer_is_trusted(result, 0), one.isTrusted);
+        EXPECT_STREQ(vantrel_result_signing_certificate(result, 0), "absent");
+        vantrel_result_free(result);
+        vantrel_options_free(options);
+    }
 }
 
 TEST(CInterface, AccessorsSayWhatTheJsonSays) {
