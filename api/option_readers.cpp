@@ -87,6 +87,7 @@ std::string addKey(const OptionValue& value, OptionReading& into) {
     return addSource(value, into.options.keys);
 }
 
+// A source of several keys has them all under the one name, tried in their order.
 std::string addNamedKey(const OptionValue& value, OptionReading& into) {
     std::vector<Key> keys;
     std::string wrong = addSource(value, keys);

@@ -2,6 +2,7 @@
 
 #include "api/make_policy.h"
 #include "api/option_readers.h"
+#include "api/option_values.h"
 #include "api/read_file.h"
 #include "foundation/json/json_parts.h"
 #include "foundation/keyfile/key_file.h"
@@ -27,7 +28,7 @@ std::string_view wantedOf(api::OptionKind kind) {
     case api::OptionKind::Number: return "a number";
     case api::OptionKind::Text: return "a text";
     case api::OptionKind::Source: return "PEM text, base64 of DER or {\"file\": NAME}";
-    case api::OptionKind::NamedSource: return "{\"name\": NAME, \"key\": KEY}";
+    case api::OptionKind::NamedSource: return "NAME=FILE or {\"name\": NAME, \"key\": KEY}";
     case api::OptionKind::File: break;
     }
     return "{\"file\": NAME}; hmacKey takes the secret itself";
@@ -62,6 +63,7 @@ bool readFileName(std::string_view json, std::string& out) {
            out != "-" && !parts.next(name, member);
 }
 
+// The contents of a source, or its name.
 bool readSource(std::string_view json, api::OptionValue& value) {
     value.isFile = json.front() == '{';
     if (value.isFile) {
@@ -73,14 +75,17 @@ bool readSource(std::string_view json, api::OptionValue& value) {
     return isText;
 }
 
-// Each member once: which of two counts would be nothing to guess.
+// A source with a name of its own, or both as on a command line.
 bool readNamedSource(std::string_view json, api::OptionValue& value) {
     if (json.front() != '{') {
-        return false;
+        std::string text;
+        value.isFile = true;
+        return readPlainText(json, text) && api::parseNamedKey(text, value.name, value.text);
     }
     json::JsonParts parts(json);
     StringBuffer member;
     std::string_view part;
+    // Each once; which of two counts is nothing to guess.
     bool hasKey = false;
     while (parts.next(member, part)) {
         const bool taken =

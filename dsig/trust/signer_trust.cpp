@@ -64,9 +64,10 @@ bool isSame(const VantrelX509& one, const VantrelX509& other) {
 x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     const std::uint64_t spent = document != nullptr ? document->trustWork : 0;
     const std::uint64_t left = kMostTrustWork - std::min(spent, kMostTrustWork);
-    query.limits.visits = std::min<std::uint64_t>(query.limits.visits, left);
-    query.limits.signatureChecks =
-        std::min<std::uint64_t>(query.limits.signatureChecks, left / kCheckWork);
+    query.limits.visits =
+        static_cast<std::size_t>(std::min<std::uint64_t>(query.limits.visits, left));
+    query.limits.signatureChecks = static_cast<std::size_t>(
+        std::min<std::uint64_t>(query.limits.signatureChecks, left / kCheckWork));
     x509::PathResult result;
     if (query.limits.signatureChecks == 0) {
         result.time = query.time;

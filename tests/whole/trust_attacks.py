@@ -240,7 +240,7 @@ def try_named_keys():
     done = subprocess.run([TOOL, "worker"], input="".join(json.dumps(one) + "\n" for one in requests), capture_output=True,
                           text=True, check=False)
     answers = [json.loads(line) for line in done.stdout.splitlines()]
-    check("named keys in requests", [one.get("accepted", one["status"]) for one in answers] == [True] * 2 + ["error"] * 6,
+    check("named keys in requests", [one.get("accepted", one["status"]) for one in answers] == [True] * 3 + ["error"] * 5,
           done.stdout)
 
 
