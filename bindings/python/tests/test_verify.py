@@ -128,6 +128,11 @@ class OptionValues(unittest.TestCase):
             self.assertNotIn("key-not-used", signature.warnings)
         self.assertIn("key-not-used", vantrel.verify(OCTETS, key=EXAMPLES / "keys/ec.pub").signatures[0].warnings)
 
+        named = re.sub(rb"<KeyInfo>.*</KeyInfo>", b"<KeyInfo><KeyName>me=1</KeyName></KeyInfo>", OCTETS, flags=re.S)
+        self.assertFalse(vantrel.verify(named))
+        for key in (SIGNER, pem, der):
+            self.assertTrue(vantrel.verify(named, named_key={"me=1": key, "you": SIGNER}, strict=True))
+
     def test_secrets(self):
         secret = SECRET.read_bytes()
         for options in ({"hmac_key": secret}, {"hmac_key_file": SECRET}, {"hmac_key_file": str(SECRET)},
