@@ -21,7 +21,9 @@ case ${1:-} in
 esac
 
 needed="$(build_packages)$(missing_packages "/usr/include/gtest/gtest.h libgtest-dev")"
-[ "$preset" != clang ] || needed="$needed$(missing_packages "clang++ clang")"
+case $preset in
+clang | sanitizers) needed="$needed$(missing_packages "clang++ clang")" ;;
+esac
 # shellcheck disable=SC2086 # lists of words
 [ -z "$needed" ] || install_packages $needed || exit 2
 # Without these some tests are skipped, no more.

@@ -1,5 +1,6 @@
 #include "api/certificate.h"
 
+#include "api/foreign_bytes.h"
 #include "api/read_file.h"
 #include "dsig/document/certificate_texts.h"
 #include "foundation/base/ClsBinData.h"
@@ -20,16 +21,6 @@ namespace {
 
 // Base64 characters a line.
 constexpr std::size_t kPemLine = 64; // RFC 7468
-
-// What is no certificate is most often a key, and the reader of keys can tell.
-Error notACertificate(std::string_view bytes, std::string_view otherwise) {
-    std::vector<Ref<ClsPublicKey>> keys;
-    keyfile::KeyFileFault fault;
-    if (keyfile::loadKeys(asBytes(bytes), keys, fault)) {
-        return {"this is a public key, not a certificate", {}};
-    }
-    return {fault.what.empty() ? std::string(otherwise) : fault.what, {}};
-}
 
 // The first certificate of a PEM text; false when there is none.
 bool firstOfPem(std::string_view text, DataBuffer& der) {
@@ -61,7 +52,7 @@ Result<Certificate> Certificate::fromBytes(std::string_view bytes) {
     if (!firstOfPem(bytes, der)) {
         der.clear();
         if (!text::decodeBase64(bytes, der)) {
-            return notACertificate(bytes, "there is no certificate");
+            return api::notACertificate(bytes, "there is no certificate");
         }
     }
     return fromDer(asText(der.view()));
@@ -73,7 +64,7 @@ Result<Certificate> Certificate::fromDer(std::string_view der) {
     // The size first: the reader of keys tells what is too large, too.
     if (der.size() > keyfile::kMaxKeyFile ||
         !certificate.loadX509Der(DataBuffer(asBytes(der)), discard)) {
-        return notACertificate(der, "the certificate cannot be read");
+        return api::notACertificate(der, "the certificate cannot be read");
     }
     dsig::CertificateTexts texts;
     texts.make(certificate);

@@ -1,5 +1,6 @@
 #include "api/document.h"
 
+#include "api/document_acceptance.h"
 #include "api/read_file.h"
 #include "api/read_report.h"
 #include "api/report_json.h"
@@ -81,6 +82,7 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
     VerifyResult result;
     std::string log;
     std::uint64_t octets = 0;
+    api::DocumentAcceptance acceptance;
     api::RunSteps steps;
     steps.explains = asked.explain;
     if (asked.log || asked.verboseLog) {
@@ -94,6 +96,9 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
         const bool kept = (!forPage || verifier.KeepForHtmlReport()) &&
                           keepSignature(asked, std::exchange(log, {}), octets, result);
         error = kept ? "" : api::kReportTooLarge;
+        if (kept) {
+            acceptance.add(result.signatures.back());
+        }
         return kept;
     };
     logOctets = loadLog.size();
@@ -102,6 +107,9 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
     if (!api::selectSignatures(asked, verifier, indexes, result.error) ||
         !api::verifySignatures(asked, indexes, verifier, steps, result.status, result.error)) {
         result.status = Status::Error;
+    }
+    if (asked.policy.asks()) {
+        api::setAcceptance(asked.policy, acceptance, result);
     }
     if (sha256.empty()) {
         sha256 = dsig::sha256Text(document.data().view());

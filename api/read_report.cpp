@@ -1,5 +1,6 @@
 #include "api/read_report.h"
 
+#include "api/document_acceptance.h"
 #include "api/words.h"
 #include "foundation/json/json_value.h"
 
@@ -127,6 +128,43 @@ ReferenceResult referenceOf(const JsonValue& object) {
     return reference;
 }
 
+std::vector<Refusal> refusalsOf(const JsonValue& object) {
+    std::vector<Refusal> refusals;
+    for (const JsonValue& code : listOf(object, "refusals")) {
+        refusals.push_back(api::refusalOf(code.text()));
+    }
+    return refusals;
+}
+
+TrustResult trustOf(const JsonValue& object) {
+    TrustResult trust;
+    trust.trusted = textOf(object, "status") == "trusted";
+    trust.time = textOf(object, "time");
+    trust.path = textsOf(object, "path");
+    trust.policies = textsOf(object, "policies");
+    for (const JsonValue& each : listOf(object, "problems")) {
+        trust.problems.push_back(
+            {textOf(each, "code"), textOf(each, "certificate"), textOf(each, "text")});
+    }
+    return trust;
+}
+
+// All these members are there, or none, as without a policy.
+void readAcceptance(const JsonValue& object, SignatureResult& result) {
+    if (object.find("accepted") == nullptr) {
+        return;
+    }
+    result.acceptance = flagOf(object, "accepted") ? Acceptance::Accepted : Acceptance::Refused;
+    result.refusals = refusalsOf(object);
+    // A word that is not known vouches for no certificate.
+    result.signingCertificate =
+        enumOf(kSigningCertificateWords, textOf(object, "signingCertificate"),
+               SigningCertificate::Mismatch);
+    if (const JsonValue* const trust = object.find("trust")) {
+        result.trust = trustOf(*trust);
+    }
+}
+
 bool parseObject(std::string_view text, JsonValue& object) {
     std::size_t faultAt = 0;
     return json::parseJson(text, object, faultAt) && object.isObject();
@@ -162,6 +200,7 @@ bool readSignature(std::string json, SignatureResult& result) {
     result.warnings = textsOf(object, "warnings");
     result.accommodations = textsOf(object, "accommodations");
     result.standards = textsOf(object, "standards");
+    readAcceptance(object, result);
     result.json = std::move(json);
     return true;
 }

@@ -1,5 +1,6 @@
 #include "api/verification.h"
 
+#include "api/make_policy.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/keyfile/key_file.h"
@@ -8,7 +9,9 @@
 #include "foundation/x509/ClsXmlCertVault.h"
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 namespace vantrel {
 
@@ -89,6 +92,20 @@ bool setSecret(const std::string& secret, ClsXmlDSig& verifier) {
     return verifier.SetHmacKey(key, encoding);
 }
 
+// Null where nothing asks for acceptance; which a new verifier has anyway.
+bool setPolicy(const Policy& asked, ClsXmlDSig& verifier, std::string& error) {
+    std::shared_ptr<const dsig::Policy> policy;
+    api::OptionFault fault;
+    if (!api::makePolicy(asked, policy, fault)) {
+        error = api::faultText(fault);
+        return false;
+    }
+    if (policy) {
+        verifier.SetPolicy(std::move(policy));
+    }
+    return true;
+}
+
 } // namespace
 
 bool decodeSecret(std::string_view text, std::string_view encoding, std::string& secret) {
@@ -122,6 +139,9 @@ bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::st
     verifier.put_IgnoreExternalRefs(options.ignoreExternal);
     if (!setLimits(options.limits, verifier)) {
         error = lastError(verifier);
+        return false;
+    }
+    if (!setPolicy(options.policy, verifier, error)) {
         return false;
     }
     if (!setKeys(options.keys, verifier)) {

@@ -3,6 +3,7 @@
 
 #include "api/certificate.h"
 #include "api/key.h"
+#include "api/policy.h"
 #include "dsig/document/limits.h"
 
 #include <optional>
@@ -33,8 +34,10 @@ struct VerifyOptions {
     std::vector<Key> keys;
     /// The secret of HMAC signatures, as bytes; empty for none. decodeSecret() reads it from text.
     std::string hmacSecret;
-    /// For look-ups by what `KeyInfo` names.
+    /// For look-ups by what `KeyInfo` names, and for certification paths to an anchor.
     CertificateStore certificates;
+    /// By what signatures are accepted. Without one "valid" says nothing of who signed.
+    Policy policy;
 
     std::vector<ReferenceData> referenceData;
     /// Folders in which external references are looked for; no name may hold a semicolon.

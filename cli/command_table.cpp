@@ -1,5 +1,7 @@
 #include "cli/command_table.h"
 
+#include <vantrel/option_values.h>
+
 #include <algorithm>
 #include <array>
 
@@ -71,7 +73,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--only-key", '\0', None, "", "",
      "try no key of the document, only those of --key or the HMAC secret", kVerifying},
     {"--hmac-key", '\0', Text, "TEXT", "", "HMAC secret", kVerifying},
-    {"--hmac-encoding", '\0', Word, "NAME", "hex base64 ascii",
+    {"--hmac-encoding", '\0', Word, "NAME", api::kHmacEncodings,
      "encoding of the HMAC secret, hex (default), base64 or ascii", kVerifying},
     {"--hmac-key-file", '\0', File, "FILE", "", "HMAC secret as the raw bytes of a file",
      kVerifying},
@@ -96,7 +98,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
 
     // By which rules.
     {"--timestamps", '\0', None, "", "", "also verify an encapsulated time-stamp", kVerifying},
-    {"--option", '\0', Words, "WORD", "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError",
+    {"--option", '\0', Words, "WORD", api::kOptionWords,
      "a word for the verifier's uncommon options; repeatable", kVerifying},
     {"--limit", '\0', Text, "NAME=VALUE", "",
      "a limit of the library by its name in docs/limits.md; repeatable", kVerifying},
@@ -104,8 +106,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "accept the key or certificate with this fingerprint, sha256 and a colon before it; "
      "repeatable",
      kJudging},
-    {"--require", '\0', Words, "WORD",
-     "pinned trusted vouched strong no-leniency all-checked unambiguous covered timestamp",
+    {"--require", '\0', Words, "WORD", api::kRequireWords,
      "what a signature must show to be accepted, words with commas between them; repeatable",
      kJudging},
     {"--must-cover", '\0', Text, "TARGET", "",
@@ -114,7 +115,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      kJudging},
     {"--strict", '\0', None, "", "",
      "require strong, no-leniency, all-checked, unambiguous and vouched", kJudging},
-    {"--accept", '\0', Word, "HOW", "all any",
+    {"--accept", '\0', Word, "HOW", api::kAcceptWords,
      "whether all signatures (default) or any must be valid and accepted", kJudging},
     {"--at", '\0', Text, "TIME", "",
      "the time of validation, by RFC 3339 (default that of a trusted time-stamp, else now)",
@@ -139,7 +140,9 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--with-comments", '\0', None, "", "", "keep comments", kC14n},
     {"--prefixes", '\0', Text, "LIST", "", "InclusiveNamespaces prefix list (exclusive only)",
      kC14n},
-    {"--tsa", '\0', Text, "URL", "", "the time-stamp authority, by http", kTimestamp},
+    {"--tsa", '\0', Text, "URL", "", "the time-stamp authority, by http or https", kTimestamp},
+    {"--transport", '\0', Text, "PROGRAM", "",
+     "carries out the request with the arguments of curl (default for https curl)", kTimestamp},
     {"--hash", '\0', Word, "NAME", "sha1 sha256 sha384 sha512",
      "sha1, sha256 (default), sha384 or sha512", kTimestamp},
     {"--no-cert", '\0', None, "", "", "do not ask for the authority's certificate", kTimestamp},

@@ -1,8 +1,8 @@
 // `xmldsig timestamp`: adds an encapsulated signature time-stamp from a time-stamp authority. The
-// only command that opens a connection, and the only one that writes a document. The signed parts
-// stay as they are, octet for octet where they are canonicalized; what is added stands in the
-// unsigned properties. Exit code 2, and nothing written, when the authority gave no token that is
-// one over this signature.
+// only command that opens a connection (https: through a program), and the only one that writes a
+// document. The signed parts stay as they are, octet for octet where they are canonicalized; what
+// is added stands in the unsigned properties. Exit code 2, and nothing written, when the authority
+// gave no token that is one over this signature.
 
 #include "cli/commands.h"
 #include "cli/document.h"
@@ -14,9 +14,11 @@
 #include <vantrel/_vlLogger.h>
 #include <vantrel/files.h>
 #include <vantrel/strings.h>
+#include <vantrel/transport_program.h>
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace vantrel::cli {
 
@@ -29,7 +31,19 @@ struct TimestampSettings {
     bool requestCertificate = true;
     std::optional<int> signature;
     std::optional<std::string> output;
+    // Carries out the request; empty for our own connection, which has no TLS.
+    std::string transport;
 };
+
+// A program that is named is taken for http: as well: it may know a proxy.
+std::string transportFor(const Arguments& arguments, std::string_view authority) {
+    if (const std::string* const named = arguments.last("--transport")) {
+        return *named;
+    }
+    constexpr std::string_view kSecure = "https:";
+    const bool isSecure = text::equalsNoCase(authority.substr(0, kSecure.size()), kSecure);
+    return isSecure ? "curl" : "";
+}
 
 // False, with the reason in `complaint`, for a usage error.
 bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::string& complaint) {
@@ -47,6 +61,7 @@ bool readSettings(const Arguments& arguments, TimestampSettings& settings, std::
     if (const std::string* const output = arguments.last("--output")) {
         settings.output = *output;
     }
+    settings.transport = transportFor(arguments, *authority);
     // There is one output; two documents in it would be none.
     if (arguments.operands().size() > 1) {
         complaint =
@@ -115,6 +130,15 @@ bool isStamped(ClsXmlDSig& verifier, const StringBuffer& document, std::string& 
     return true;
 }
 
+// The transport, leaving the reason of a failure in `trouble`, which must outlive it.
+HttpTransport keepingError(HttpTransport transport, std::string& trouble) {
+    return [transport = std::move(transport), &trouble](const HttpRequest& request) {
+        HttpResponse response = transport(request);
+        trouble = response.error;
+        return response;
+    };
+}
+
 // Reads, stamps, checks and writes one document. Nothing is written unless it bears a time-stamp;
 // an output file that exists is replaced.
 int stampFile(const TimestampSettings& settings, const std::string& name, std::string& complaint) {
@@ -133,6 +157,10 @@ int stampFile(const TimestampSettings& settings, const std::string& name, std::s
     verifier.put_Selector(settings.signature.value_or(0));
     // Must outlive the request, as the verifier only borrows it.
     ClsHttp http;
+    std::string trouble;
+    if (!settings.transport.empty()) {
+        http.SetTransport(keepingError(io::transportBy(settings.transport), trouble));
+    }
     verifier.SetHttpObj(http);
     ClsJsonObject options;
     options.UpdateString(XString("tsaUrl"), XString(settings.authority));
@@ -140,11 +168,13 @@ int stampFile(const TimestampSettings& settings, const std::string& name, std::s
     options.UpdateBool(XString("requestCert"), settings.requestCertificate);
     ClsStringBuilder result;
     if (!verifier.AddEncapsulatedTimeStamp(options, result)) {
-        complaint = lastError(verifier, "no time-stamp could be added");
+        complaint = trouble.empty() ? lastError(verifier, "no time-stamp could be added") : trouble;
         return kCannotTell;
     }
     StringBuffer& document = result.xstring().getUtf8Sb_rw();
     if (!isStamped(verifier, document, complaint)) {
+        // The program's own words say more than that there was no answer.
+        complaint = trouble.empty() ? complaint : trouble;
         return kCannotTell;
     }
     declareUtf8(document);

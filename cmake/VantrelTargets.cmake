@@ -1,7 +1,10 @@
 # Helpers that turn the folders of the tree into targets.
 
-include(GNUInstallDirs)
-find_package(Threads REQUIRED)
+if(VANTREL_INSTALL)
+  include(GNUInstallDirs)
+endif()
+# Whoever links the library looks for it in a folder of his own.
+find_package(Threads REQUIRED GLOBAL)
 
 add_library(vantrel_settings INTERFACE)
 target_compile_features(vantrel_settings INTERFACE cxx_std_20)
@@ -27,8 +30,8 @@ if(VANTREL_SANITIZERS)
 endif()
 
 # The standard headers that most files include, read once instead of in every file: half the time
-# of a build from nothing. The preset clang builds without it, so every file still has to include
-# what it uses.
+# of a build from nothing. The preset clang builds the product without it (VANTREL_PLAIN_INCLUDES),
+# so its files still have to include what they use.
 file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp.new" "")
 file(COPY_FILE "${PROJECT_BINARY_DIR}/precompiled.cpp.new" "${PROJECT_BINARY_DIR}/precompiled.cpp" ONLY_IF_DIFFERENT)
 add_library(vantrel_precompiled OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
@@ -37,6 +40,12 @@ set_target_properties(vantrel_precompiled PROPERTIES POSITION_INDEPENDENT_CODE O
 target_precompile_headers(vantrel_precompiled PRIVATE
   <algorithm> <array> <atomic> <charconv> <cstddef> <cstdint> <cstdlib> <cstring> <functional> <limits>
   <map> <memory> <mutex> <new> <optional> <span> <string> <string_view> <unordered_map> <utility> <vector>)
+
+function(vantrel_precompile target)
+  if(NOT VANTREL_PLAIN_INCLUDES)
+    target_precompile_headers(${target} REUSE_FROM vantrel_precompiled)
+  endif()
+endfunction()
 
 set(VANTREL_OBJECTS "" CACHE INTERNAL "")
 
@@ -84,7 +93,7 @@ function(vantrel_folder name path)
     add_library(vantrel_${name}_objects OBJECT ${sources})
     target_link_libraries(vantrel_${name}_objects PUBLIC vantrel_settings PRIVATE vantrel_warnings)
     set_target_properties(vantrel_${name}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
-    target_precompile_headers(vantrel_${name}_objects REUSE_FROM vantrel_precompiled)
+    vantrel_precompile(vantrel_${name}_objects)
     add_library(vantrel_${name} STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:vantrel_${name}_objects>)
     target_link_libraries(vantrel_${name} PUBLIC vantrel_settings ${lower})
     set(VANTREL_OBJECTS "${VANTREL_OBJECTS};$<TARGET_OBJECTS:vantrel_${name}_objects>" CACHE INTERNAL "")
@@ -116,6 +125,34 @@ function(vantrel_library)
   target_include_directories(vantrel INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 endfunction()
 
+# What the wheel for Python holds: the shared library with the C++ runtime within, so that it needs the C
+# library only. `vantrel_wheel` makes the wheel (bindings/python/build_wheel.py).
+function(vantrel_python)
+  add_library(vantrel_python SHARED EXCLUDE_FROM_ALL ${VANTREL_OBJECTS})
+  vantrel_shared(vantrel_python)
+  target_link_libraries(vantrel_python PRIVATE vantrel_settings)
+  target_link_options(vantrel_python PRIVATE -static-libstdc++ -static-libgcc)
+  set_target_properties(vantrel_python PROPERTIES LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/python")
+  find_package(Python3 COMPONENTS Interpreter QUIET)
+  if(Python3_FOUND)
+    add_custom_target(vantrel_wheel COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/bindings/python/build_wheel.py"
+      --library $<TARGET_FILE:vantrel_python> --output "${PROJECT_BINARY_DIR}/python" DEPENDS vantrel_python VERBATIM)
+  endif()
+endfunction()
+
+# vantrel_tool_texts(): the tool writes its own manual page and completions; one for another system cannot run
+# here.
+function(vantrel_tool_texts)
+  set(texts "${PROJECT_BINARY_DIR}/xmldsig.1")
+  set(commands COMMAND xmldsig help --man > "${PROJECT_BINARY_DIR}/xmldsig.1")
+  foreach(shell IN ITEMS bash zsh fish)
+    set(file "${PROJECT_BINARY_DIR}/xmldsig.${shell}")
+    list(APPEND texts "${file}")
+    list(APPEND commands COMMAND xmldsig completion ${shell} > "${file}")
+  endforeach()
+  add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS ${texts} ${commands} VERBATIM)
+endfunction()
+
 function(vantrel_tool)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/cli/*.cpp")
   if(sources)
@@ -126,15 +163,19 @@ function(vantrel_tool)
     # In precompiled headers gcc 12 no longer sees which code is the standard library's, and warns of bounds there.
     target_compile_options(xmldsig_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>)
     set_target_properties(xmldsig_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
-    target_precompile_headers(xmldsig_objects REUSE_FROM vantrel_precompiled)
+    vantrel_precompile(xmldsig_objects)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     # The tool uses more than the shared library exports, so it has the library in it.
     target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel>)
-    # The tool writes its own manual page; one for another system cannot run here.
     if(NOT CMAKE_CROSSCOMPILING)
-      add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS "${PROJECT_BINARY_DIR}/xmldsig.1"
-        COMMAND xmldsig help --man > "${PROJECT_BINARY_DIR}/xmldsig.1" VERBATIM)
+      vantrel_tool_texts()
     endif()
+    # The same without any shared library, for containers and machines with others than this one's.
+    add_executable(xmldsig_static EXCLUDE_FROM_ALL $<TARGET_OBJECTS:xmldsig_objects>)
+    target_link_libraries(xmldsig_static PRIVATE vantrel_c)
+    target_link_options(xmldsig_static PRIVATE -static)
+    set_target_properties(xmldsig_static PROPERTIES OUTPUT_NAME xmldsig RUNTIME_OUTPUT_DIRECTORY
+      "${PROJECT_BINARY_DIR}/static")
   endif()
 endfunction()
 

@@ -116,6 +116,22 @@ printf 'Dear Ada,\n\nthe engine runs at noon.\n' >letter.txt
     reference "letter.txt" "$SHA256" | signature letter-signature "$C14N" "$MORE#rsa-sha256" "$X509"
 } | sign letter-detached.xml --privkey-pem keys/signer.key,keys/signer.pem
 
-for document in invoice note-enveloping orders transfer-hmac letter-detached; do
+# 7. An assertion inside of a message, as identity providers send it; and the same signed assertion moved aside,
+# with another one in its place.
+ASSERTION=urn:example:assertion
+{
+    printf '<?xml version="1.0" encoding="UTF-8"?>\n<Response xmlns="urn:example:response">\n'
+    printf '<Assertion xmlns="%s" ID="a1"><Subject>alice</Subject>\n' "$ASSERTION"
+    reference "#a1" "$SHA256" "${DS}enveloped-signature" "$EXC" | signature assertion-signature "$EXC" "$MORE#rsa-sha256" "$X509"
+    printf '</Assertion>\n</Response>\n'
+} | sign response.xml --privkey-pem keys/signer.key,keys/signer.pem --id-attr:ID "$ASSERTION:Assertion"
+{
+    sed -n '1,2p' response.xml
+    printf '<Assertion xmlns="%s" ID="evil"><Subject>mallory</Subject></Assertion>\n<Extensions>\n' "$ASSERTION"
+    sed -n '3,$p' response.xml | sed '$d'
+    printf '</Extensions>\n</Response>\n'
+} >response-wrapped.xml
+
+for document in invoice note-enveloping orders transfer-hmac letter-detached response; do
     echo "made examples/$document.xml"
 done

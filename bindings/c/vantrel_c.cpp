@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 // Each function checks its pointers, does its work on values of the typed interface, and turns what
 // memory does to it into a code.
@@ -63,6 +64,20 @@ template <class Text>
 const char* signatureText(const vantrel_result* result, size_t index, const Text& text) {
     const vantrel::SignatureResult* const signature = signatureAt(result, index);
     return signature != nullptr ? text(*signature) : "";
+}
+
+// Null where there is no such refusal.
+const vantrel::Refusal* refusalAt(const std::vector<vantrel::Refusal>& refusals, size_t index) {
+    return index < refusals.size() ? &refusals[index] : nullptr;
+}
+
+vantrel_acceptance codeOf(vantrel::Acceptance acceptance) {
+    switch (acceptance) {
+    case vantrel::Acceptance::NotAsked: return VANTREL_ACCEPTANCE_NOT_ASKED;
+    case vantrel::Acceptance::Accepted: return VANTREL_ACCEPTED;
+    case vantrel::Acceptance::Refused: break;
+    }
+    return VANTREL_REFUSED;
 }
 
 // Makes *result of what verify() returns.
@@ -148,6 +163,30 @@ vantrel_status vantrel_result_status(const vantrel_result* result) {
     return VANTREL_STATUS_ERROR;
 }
 
+int vantrel_result_is_accepted(const vantrel_result* result) {
+    return vantrel_result_acceptance(result) == VANTREL_ACCEPTED ? 1 : 0;
+}
+
+vantrel_acceptance vantrel_result_acceptance(const vantrel_result* result) {
+    return result != nullptr ? codeOf(result->value.acceptance) : VANTREL_REFUSED;
+}
+
+size_t vantrel_result_refusal_count(const vantrel_result* result) {
+    return result != nullptr ? result->value.refusals.size() : 0;
+}
+
+const char* vantrel_result_refusal(const vantrel_result* result, size_t refusal) {
+    const auto* const found =
+        result != nullptr ? refusalAt(result->value.refusals, refusal) : nullptr;
+    return found != nullptr ? found->code.c_str() : "";
+}
+
+const char* vantrel_result_refusal_text(const vantrel_result* result, size_t refusal) {
+    const auto* const found =
+        result != nullptr ? refusalAt(result->value.refusals, refusal) : nullptr;
+    return found != nullptr ? found->text.c_str() : "";
+}
+
 const char* vantrel_result_error(const vantrel_result* result) {
     return result != nullptr ? result->value.error.c_str() : "";
 }
@@ -174,6 +213,39 @@ int vantrel_result_signature_is_valid(const vantrel_result* result, size_t signa
 
 const char* vantrel_result_signature_id(const vantrel_result* result, size_t signature) {
     return signatureText(result, signature, [](const auto& found) { return found.id.c_str(); });
+}
+
+vantrel_acceptance vantrel_result_signature_acceptance(const vantrel_result* result,
+                                                       size_t signature) {
+    const vantrel::SignatureResult* const found = signatureAt(result, signature);
+    return found != nullptr ? codeOf(found->acceptance) : VANTREL_REFUSED;
+}
+
+size_t vantrel_result_signature_refusal_count(const vantrel_result* result, size_t signature) {
+    const vantrel::SignatureResult* const found = signatureAt(result, signature);
+    return found != nullptr ? found->refusals.size() : 0;
+}
+
+const char* vantrel_result_signature_refusal(const vantrel_result* result, size_t signature,
+                                             size_t refusal) {
+    return signatureText(result, signature, [refusal](const auto& found) {
+        const vantrel::Refusal* const one = refusalAt(found.refusals, refusal);
+        return one != nullptr ? one->code.c_str() : "";
+    });
+}
+
+const char* vantrel_result_signing_certificate(const vantrel_result* result, size_t signature) {
+    return signatureText(result, signature, [](const auto& found) {
+        return toString(found.signingCertificate).data(); // ends in NUL, as a literal
+    });
+}
+
+int vantrel_result_signer_is_trusted(const vantrel_result* result, size_t signature) {
+    const vantrel::SignatureResult* const found = signatureAt(result, signature);
+    if (found == nullptr || !found->trust) {
+        return -1;
+    }
+    return found->trust->trusted ? 1 : 0;
 }
 
 const char* vantrel_result_signature_reason(const vantrel_result* result, size_t signature) {

@@ -125,6 +125,14 @@ template <class Work> jbyteArray answered(JNIEnv* env, const Work& work) noexcep
 // Texts divided by their ends, since none holds a NUL.
 void add(std::string& answer, const char* text) { answer.append(text).push_back('\0'); }
 
+// Fixed words, none of which has a space.
+template <class Word> void addWords(std::string& answer, std::size_t count, const Word& word) {
+    for (std::size_t i = 0; i < count; ++i) {
+        answer.append(i == 0 ? "" : " ").append(word(i));
+    }
+    answer.push_back('\0');
+}
+
 // In the order of vantrel.Vantrel.Signature.
 void addSignature(std::string& answer, const vantrel_result* result, std::size_t index) {
     add(answer, vantrel_result_signature_is_valid(result, index) != 0 ? "1" : "");
@@ -133,10 +141,12 @@ void addSignature(std::string& answer, const vantrel_result* result, std::size_t
     add(answer, vantrel_result_signature_cause(result, index));
     add(answer, vantrel_result_signer_subject(result, index));
     add(answer, vantrel_result_signer_spki_sha256(result, index));
+    addWords(answer, vantrel_result_signature_refusal_count(result, index),
+             [=](std::size_t i) { return vantrel_result_signature_refusal(result, index, i); });
 }
 
-// The answer as vantrel.Vantrel.Result reads it: status, whether valid, error, JSON, then the texts
-// of each signature. False with an exception pending.
+// The answer as vantrel.Vantrel.Result reads it: status, whether valid, whether accepted, refusals,
+// error, JSON, then the texts of each signature. False with an exception pending.
 bool addResult(JNIEnv* env, vantrel_code code, const Result& result, const char* name,
                std::string& answer) {
     const char* const json = code == VANTREL_OK ? vantrel_result_json(result.get(), name) : nullptr;
@@ -146,6 +156,9 @@ bool addResult(JNIEnv* env, vantrel_code code, const Result& result, const char*
     }
     add(answer, std::to_string(static_cast<int>(vantrel_result_status(result.get()))).c_str());
     add(answer, vantrel_result_is_valid(result.get()) != 0 ? "1" : "");
+    add(answer, vantrel_result_is_accepted(result.get()) != 0 ? "1" : "");
+    addWords(answer, vantrel_result_refusal_count(result.get()),
+             [&](std::size_t i) { return vantrel_result_refusal(result.get(), i); });
     add(answer, vantrel_result_error(result.get()));
     add(answer, json);
     for (std::size_t i = 0; i < vantrel_result_signature_count(result.get()); ++i) {

@@ -1,5 +1,6 @@
 #include "dsig/trust/acceptance.h"
 
+#include "dsig/report/refusals.h"
 #include "dsig/trust/covered_targets.h"
 #include "dsig/trust/demands.h"
 #include "foundation/json/json_writer.h"

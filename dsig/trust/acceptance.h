@@ -24,7 +24,7 @@ namespace dsig {
 // Whether one signature is accepted by a policy, and if not, why not.
 struct Acceptance {
     bool accepted = false; // valid, and nothing is refused
-    CodeSet refusals;      // refusal:: (demands.h), in the order of the table
+    CodeSet refusals;      // refusal:: (refusals.h), in the order of the demands
     // Whether the certificate that the signer signed for (XAdES) is that of the key that verified.
     SigningCertificate signingCertificate = SigningCertificate::Absent;
     bool pinned = false;              // one of the policy's pins is that of the signer

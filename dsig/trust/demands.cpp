@@ -2,6 +2,7 @@
 
 #include "dsig/document/fingerprint.h"
 #include "dsig/report/codes.h"
+#include "dsig/report/refusals.h"
 #include "dsig/trust/covered_targets.h"
 #include "foundation/text/strings.h"
 
@@ -109,15 +110,15 @@ bool isTimeStamped(const JudgedSignature& it) {
 }
 
 constexpr auto kDemands = std::to_array<DemandEntry>({
-    {Demand::Pinned, "pinned", "not-pinned", isPinned},
-    {Demand::Trusted, "trusted", "not-trusted", isTrusted},
-    {Demand::Vouched, "vouched", "not-vouched", isVouchedFor},
-    {Demand::Strong, "strong", "weak-algorithm", isStrong},
-    {Demand::NoLeniency, "no-leniency", "leniency-used", neededNoLeniency},
-    {Demand::AllChecked, "all-checked", "not-all-checked", isAllChecked},
-    {Demand::Unambiguous, "unambiguous", "ambiguous", isUnambiguous},
-    {Demand::Covered, "covered", "document-not-covered", isCovered},
-    {Demand::Timestamp, "timestamp", "no-timestamp", isTimeStamped},
+    {Demand::Pinned, "pinned", refusal::kNotPinned, isPinned},
+    {Demand::Trusted, "trusted", refusal::kNotTrusted, isTrusted},
+    {Demand::Vouched, "vouched", refusal::kNotVouched, isVouchedFor},
+    {Demand::Strong, "strong", refusal::kWeakAlgorithm, isStrong},
+    {Demand::NoLeniency, "no-leniency", refusal::kLeniencyUsed, neededNoLeniency},
+    {Demand::AllChecked, "all-checked", refusal::kNotAllChecked, isAllChecked},
+    {Demand::Unambiguous, "unambiguous", refusal::kAmbiguous, isUnambiguous},
+    {Demand::Covered, "covered", refusal::kDocumentNotCovered, isCovered},
+    {Demand::Timestamp, "timestamp", refusal::kNoTimestamp, isTimeStamped},
 });
 
 } // namespace

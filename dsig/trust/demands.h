@@ -12,16 +12,6 @@
 
 namespace vantrel::dsig {
 
-// Why a valid signature is not accepted, besides the refusals of the table of demands.
-namespace refusal {
-// The signature is not valid, or its value was not asked for.
-inline constexpr std::string_view kNotValid = "not-valid";
-// A target that must be covered is not, or is not there.
-inline constexpr std::string_view kTargetNotCovered = "target-not-covered";
-// The signer signed for another certificate than that of the key that verified.
-inline constexpr std::string_view kSigningCertificateMismatch = "signing-certificate-mismatch";
-} // namespace refusal
-
 // One signature on its way to a judgement. Borrowed, but for what is worked out once for all
 // demands.
 struct JudgedSignature {

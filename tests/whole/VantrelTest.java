@@ -109,12 +109,43 @@ public final class VantrelTest {
         final String key = Files.readString(examples.resolve("keys/signer.pub")).replace("\n", "\\n");
         check("key", Vantrel.verify(example("invoice.xml"), "{\"key\": [\"" + key + "\"]}").json()
                 .equals(withoutFile(byTool("--key", examples + "/keys/signer.pub", examples + "/invoice.xml"))), key);
-        check("secret", Vantrel.verify(example("transfer-hmac.xml"), "{\"hmacKeyFile\": \"" + examples + "/keys/secret.bin\"}").isValid(), "");
+        check("secret", Vantrel.verify(example("transfer-hmac.xml"), "{\"hmacKeyFile\": {\"file\": \"" + examples + "/keys/secret.bin\"}}").isValid(), "");
         throwsThat("no such option", Vantrel.OptionsException.class, "noSuch", () -> new Vantrel("{\"noSuch\": 1}"));
         throwsThat("no such option beyond ASCII", Vantrel.OptionsException.class, "\u00e4\ud83d\ude00", () -> new Vantrel("{\"\u00e4\ud83d\ude00\": 1}"));
         for (String json : List.of("{", "[]", "7", "{\"id\": \"\0\"}", "\ud800", "{\"key\": \"x\"}", "[".repeat(1 << 20), "x".repeat(64 << 20))) {
             throwsThat("options " + json.substring(0, 1), Vantrel.OptionsException.class, "", () -> new Vantrel(json));
         }
+    }
+
+    /** A policy gives the same verdict as on the command line. */
+    private static void policies() throws Exception {
+        final String invoice = examples + "/invoice.xml";
+        final String signer = examples + "/keys/signer.pem";
+        final String[][] cases = {
+            {"{\"strict\": true}", "--strict"},
+            {"{\"strict\": true, \"onlyKey\": true, \"key\": {\"file\": \"" + signer + "\"}}", "--strict", "--only-key", "--key", signer},
+            {"{\"anchor\": [{\"file\": \"" + examples + "/keys/root.pem\"}], \"require\": [\"strong\"]}",
+                "--anchor", examples + "/keys/root.pem", "--require", "strong"},
+            {"{\"pin\": \"sha256:" + "0".repeat(64) + "\", \"mustCover\": [\"document\"]}", "--pin", "sha256:" + "0".repeat(64), "--must-cover", "document"},
+            {"{\"require\": \"covered\", \"mustCover\": \"#absent\"}", "--require", "covered", "--must-cover", "#absent"},
+        };
+        int accepted = 0;
+        for (String[] each : cases) {
+            final Vantrel.Result result = Vantrel.verify(example("invoice.xml"), each[0]);
+            final List<String> arguments = new ArrayList<>(Arrays.asList(each).subList(1, each.length));
+            arguments.add(invoice);
+            // The moment at which trust was judged is that of each run.
+            final String expected = withoutFile(byTool(arguments.toArray(String[]::new))).replaceAll("20[0-9-]*T[0-9:]*Z", "");
+            check(each[0], result.json().replaceAll("20[0-9-]*T[0-9:]*Z", "").equals(expected), result.json());
+            check(each[0] + " accepted", result.isAccepted() == expected.contains("\"accepted\":true") && result.isValid() == result.isAccepted(), result);
+            final List<String> refusals = result.refusals();
+            check(each[0] + " refusals", refusals.isEmpty() == result.isAccepted() && refusals.equals(result.signatures().get(0).refusals())
+                    && refusals.stream().allMatch(word -> expected.contains("\"" + word + "\"")), refusals);
+            accepted += result.isAccepted() ? 1 : 0;
+        }
+        check("some are accepted and some are not", accepted > 0 && accepted < cases.length, accepted);
+        check("without a policy", !new Vantrel().verify(example("invoice.xml")).isAccepted(), "");
+        throwsThat("a policy without effect", Vantrel.OptionsException.class, "checkRevocation", () -> new Vantrel("{\"checkRevocation\": true}"));
     }
 
     private static void wrongCalls() throws Exception {
@@ -224,6 +255,7 @@ public final class VantrelTest {
         sameAsTheTool();
         signatures();
         options();
+        policies();
         wrongCalls();
         pages();
         concurrent();

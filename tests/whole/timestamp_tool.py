@@ -6,6 +6,7 @@ Exits with 77 where openssl or xmlsec1 is absent; else ends with "N passed, N fa
 import base64
 import http.server
 import json
+import os
 import pathlib
 import re
 import shutil
@@ -35,8 +36,8 @@ digests = sha1, sha256, sha384, sha512
 ess_cert_id_alg = sha256
 """
 
-def run(*command, data=None):
-    return subprocess.run(command, input=data, capture_output=True, check=False)
+def run(*command, data=None, env=None):
+    return subprocess.run(command, input=data, capture_output=True, check=False, env=env)
 
 
 def must(*command, data=None):
@@ -108,6 +109,42 @@ def check_stamped(folder, name, stamped):
           and result["signatures"][0]["timestamp"] == "invalid", result)
 
 
+# Takes the arguments of curl, and posts over http what is asked of it, whatever the scheme.
+PROGRAM = """#!/usr/bin/env python3
+import sys, urllib.request
+arguments = dict(zip(sys.argv, sys.argv[1:]))
+headers = dict(each.split(": ") for name, each in zip(sys.argv, sys.argv[1:]) if name == "--header")
+assert "--fail" in sys.argv and arguments["--data-binary"] == "@-", sys.argv
+request = urllib.request.Request(arguments["--url"].replace("https:", "http:"), sys.stdin.buffer.read(), headers)
+sys.stdout.buffer.write(urllib.request.urlopen(request, timeout=10).read())
+"""
+
+
+def try_transports(folder, url, signed):
+    """A program in the place of the tool's own connection, and its ways to fail."""
+    program = folder / "curl"
+    program.write_text(PROGRAM)
+    program.chmod(0o755)
+    refusing = folder / "refusing"
+    refusing.write_text("#!/bin/sh\necho 'cannot do that' >&2\nexit 22\n")
+    refusing.chmod(0o755)
+    secure = url.replace("http:", "https:")
+    path = {"env": dict(os.environ, PATH=f"{folder}:{os.environ['PATH']}")}
+    for name, arguments, more in (("named", ["--tsa", url, "--transport", str(program)], {}),
+                                  ("https by default through curl", ["--tsa", secure], path)):
+        done = run(TOOL, "timestamp", *arguments, str(signed), **more)
+        check(name, done.returncode == 0, done.stderr)
+        check_stamped(folder, name, done.stdout)
+    if shutil.which("curl"):
+        done = run(TOOL, "timestamp", "--tsa", url, "--transport", "curl", str(signed))
+        check("curl", done.returncode == 0, done.stderr)
+        check_stamped(folder, "curl", done.stdout)
+    for program, words in ((str(refusing), b"exit code 22: cannot do that"), (str(folder / "none"), b"could not be started"),
+                           ("true", b"")):
+        done = run(TOOL, "timestamp", "--tsa", secure, "--transport", program, str(signed))
+        check(f"fails: {program}", done.returncode == 2 and not done.stdout and words in done.stderr, done.stderr)
+
+
 def main():
     if not shutil.which("openssl") or not shutil.which("xmlsec1"):
         print("skipped: openssl or xmlsec1 is not installed")
@@ -129,6 +166,7 @@ def main():
         check("--output", done.returncode == 0 and not done.stdout and output.exists())
         done = run(TOOL, "timestamp", "--tsa", url, str(output))
         check("stamped twice", done.returncode == 2 and not done.stdout, done.stderr)
+        try_transports(folder, url, signed)
         output.write_text("what was there")
         Authority.broken = True
         done = run(TOOL, "timestamp", "--tsa", url, "--output", str(output), str(signed))

@@ -17,9 +17,9 @@ import java.util.Objects;
  * Verifies XML signatures with one set of options, which is read once.
  *
  * <pre>{@code
- * try (Vantrel verifier = new Vantrel("{\"cert\": {\"file\": \"authority.pem\"}}")) {
+ * try (Vantrel verifier = new Vantrel("{\"anchor\": {\"file\": \"authority.pem\"}}")) {
  *     Vantrel.Result result = verifier.verify(document);
- *     if (result.isValid()) { ... }
+ *     if (result.isAccepted()) { ... }
  * }
  * }</pre>
  *
@@ -172,12 +172,16 @@ public final class Vantrel implements AutoCloseable {
         // Of the texts before those of the signatures.
         private static final int STATUS = 0;
         private static final int VALID = 1;
-        private static final int ERROR = 2;
-        private static final int JSON = 3;
-        private static final int SIGNATURES = 4;
+        private static final int ACCEPTED = 2;
+        private static final int REFUSALS = 3;
+        private static final int ERROR = 4;
+        private static final int JSON = 5;
+        private static final int SIGNATURES = 6;
 
         private final Status status;
         private final boolean valid;
+        private final boolean accepted;
+        private final String refusals;
         private final String error;
         private final String json;
         private final ArrayList<Signature> signatures = new ArrayList<>();
@@ -186,6 +190,8 @@ public final class Vantrel implements AutoCloseable {
             final String[] texts = Native.texts(found);
             status = Status.values()[Integer.parseInt(texts[STATUS]) - 1];
             valid = !texts[VALID].isEmpty();
+            accepted = !texts[ACCEPTED].isEmpty();
+            refusals = texts[REFUSALS];
             error = texts[ERROR];
             json = texts[JSON];
             for (int at = SIGNATURES; at + Signature.TEXTS <= texts.length; at += Signature.TEXTS) {
@@ -194,13 +200,25 @@ public final class Vantrel implements AutoCloseable {
         }
 
         /**
-         * True only when there is a signature and every selected one is valid, its value and its
-         * references. Valid says nothing of who signed.
+         * True only when there is a signature, every selected one is valid, its value and its
+         * references, and the policy accepts, where the options have one. Without a policy valid says
+         * nothing of who signed.
          */
         public boolean isValid() {
             return valid;
         }
 
+        /** True only when the options have a policy and it accepts the document. */
+        public boolean isAccepted() {
+            return accepted;
+        }
+
+        /** Why the policy refuses: fixed words of all signatures; empty where it does not, or there is none. */
+        public List<String> refusals() {
+            return words(refusals);
+        }
+
+        /** Of validity alone, whatever the policy says. */
         public Status status() {
             return status;
         }
@@ -220,6 +238,10 @@ public final class Vantrel implements AutoCloseable {
             return Collections.unmodifiableList(signatures);
         }
 
+        private static List<String> words(String text) {
+            return text.isEmpty() ? List.of() : List.of(text.split(" "));
+        }
+
         @Override
         public String toString() {
             return error.isEmpty() ? status.toString() : status + ": " + error;
@@ -229,7 +251,7 @@ public final class Vantrel implements AutoCloseable {
     /** One signature; texts are empty where there is nothing to be said. */
     public static final class Signature implements Serializable {
         private static final long serialVersionUID = 1;
-        static final int TEXTS = 6;
+        static final int TEXTS = 7;
 
         private final String[] texts;
 
@@ -263,6 +285,11 @@ public final class Vantrel implements AutoCloseable {
         /** The SHA-256 of the key that verified the value, in lower-case hexadecimal. */
         public String signerSpkiSha256() {
             return texts[5];
+        }
+
+        /** Why the policy refuses it: fixed words. */
+        public List<String> refusals() {
+            return Result.words(texts[6]);
         }
 
         @Override
