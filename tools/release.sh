@@ -28,9 +28,11 @@ archive="vantrel-$version.tar.gz"
 git archive --format=tar --prefix="vantrel-$version/" HEAD | gzip -n -9 >"$folder/$archive"
 tools/make_sbom.py "$folder/$archive" >"$folder/vantrel-$version.spdx.json"
 
-# From the archive, so that it is known to hold what it takes.
-place=$(mktemp -d)
-trap 'rm -rf "$place"' EXIT
+# From the archive, so that it is known to hold what it takes; always in the same place, which compilers write
+# into what they make, and by which ccache knows what it has.
+place="$top/build/release-tree"
+rm -rf "$place"
+mkdir -p "$place"
 tar -xzf "$folder/$archive" -C "$place"
 cd "$place/vantrel-$version"
 # shellcheck disable=SC2046 # no option, no word

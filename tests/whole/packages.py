@@ -108,8 +108,9 @@ def check_programs(root, folder):
         (root / program).unlink()
 
 
-if os.geteuid() != 0 or not shutil.which("dpkg-shlibdeps") or run("dpkg-query", "-s", *SYSTEM).returncode != 0:
-    print("skipped: this is for root on a Debian system with dpkg-dev")
+needed = ("dpkg-query", "dpkg-shlibdeps", "file", "readelf", "cpack", "pkg-config")
+if os.geteuid() != 0 or not all(map(shutil.which, needed)) or run("dpkg-query", "-s", *SYSTEM).returncode != 0:
+    print(f"skipped: this is for root on a Debian system with {', '.join(needed)}")
     sys.exit(77)
 with tempfile.TemporaryDirectory() as place:
     packages = make_packages(pathlib.Path(place, "tree"))

@@ -1,11 +1,14 @@
 """The package against the library, over the examples and the documents of the tests."""
 
 import dataclasses
+import datetime
 import gc
 import io
 import json
 import os
 import pathlib
+import re
+import shutil
 import ssl
 import subprocess
 import sys
@@ -89,14 +92,14 @@ class Documents(unittest.TestCase):
         self.assertGreater(len(files), 100)
         verdicts = set()
         for file in files:
-            result = vantrel.verify(file, timestamps=True)
+            result = vantrel.verify(file, timestamps=True, anchor=EXAMPLES / "keys/root.pem", require="strong")
             told = json.loads(result.json)
             del told["schema"]
             for transform in (each for signature in told["signatures"] for reference in signature["references"]
                               for each in reference["transforms"]):
                 transform.pop("filters", None)
             self.assertEqual(list(is_in(told, member_of(result, ""))), [], file)
-            self.assertEqual(bool(result), result.status == "valid" and result.accepted is not False, file)
+            self.assertEqual(bool(result), result.accepted, file)
             verdicts.add(result.status)
         self.assertEqual(verdicts & {"valid", "invalid"}, {"valid", "invalid"})
 
@@ -148,6 +151,39 @@ class OptionValues(unittest.TestCase):
         self.assertTrue(vantrel.verify(OCTETS, id="invoice-signature"))
         tampered = vantrel.verify(EXAMPLES / "invoice-tampered.xml", explain=True)
         self.assertNotEqual(tampered.signatures[0].references[0].cause.evidence, "")
+
+    def test_acceptance(self):
+        root, tampered = EXAMPLES / "keys/root.pem", EXAMPLES / "invoice-tampered.xml"
+        plain = vantrel.verify(OCTETS)
+        self.assertEqual((plain.accepted, plain.refusals, plain.signatures[0].trust), (None, (), None))
+        signer = plain.signatures[0].signer
+        then = datetime.datetime(2030, 1, 1, tzinfo=datetime.timezone.utc)
+        accepting = ({"pin": f"sha256:{signer.spki_sha256}"}, {"pin": ["sha256:" + "0" * 64, f"sha256:{signer.certificate_sha256}"]},
+                     {"key": SIGNER, "only_key": True, "strict": True, "must_cover": "document"}, {"anchor": root},
+                     {"anchor": [root.read_text()], "at": then, "require": ["trusted", "strong"]},
+                     {"anchor": EXAMPLES / "keys", "at": "2030-01-01T00:00:00Z", "accept": "any"})
+        for options in accepting:
+            result = vantrel.verify(OCTETS, **options)
+            self.assertEqual((bool(result), result.accepted, result.refusals), (True, True, ()), options)
+            self.assertFalse(vantrel.verify(tampered, **options))
+        refusing = (({"strict": True}, "not-vouched"), ({"pin": "sha256:" + "0" * 64}, "not-pinned"),
+                    ({"anchor": EXAMPLES / "keys/signer.pem", "at": then.replace(year=2050)}, "not-trusted"),
+                    ({"require": ("timestamp",)}, "no-timestamp"), ({"must_cover": "#absent"}, "target-not-covered"))
+        for options, refusal in refusing:
+            result = vantrel.verify(OCTETS, **options)
+            # Valid it is, and yet nothing to act on.
+            self.assertEqual((result.status, bool(result), result.accepted), ("valid", False, False), options)
+            self.assertIn(refusal, result.signatures[0].refusals)
+        trust = vantrel.verify(OCTETS, anchor=root, at=then).signatures[0].trust
+        self.assertEqual((trust.status, trust.time, len(trust.path)), ("trusted", "2030-01-01T00:00:00Z", 2))
+        with self.assertRaises(vantrel.OptionError):
+            vantrel.verify(OCTETS, anchor=root, at=datetime.datetime(2030, 1, 1))
+
+    def test_every_option_of_the_library_is_here(self):
+        names = re.findall(r'^    \{"(\w+)",\s+(?:Kind::|\[)', (TOP / "api/options_json.cpp").read_text(), re.M)
+        known = {re.sub("_(.)", lambda match: match[1].upper(), name) for name in vantrel.Options.__annotations__}
+        self.assertGreater(len(names), 20)
+        self.assertEqual(set(names) - known, {"log", "verbose"})
 
     def test_wrong_options(self):
         cases = [({"kee": SIGNER}, "key is one"), ({"key": str(SIGNER)}, "pathlib.Path"), ({"key": "no key"}, "key"),
@@ -217,6 +253,19 @@ class Library(unittest.TestCase):
         for version, fits in (("0.1.9", True), ("0.2.0", False), ("1.1.0", False)):
             self.assertEqual(python(other.format(version)).stdout == "", fits, version)
         self.assertEqual(vantrel.version(), vantrel.__version__)
+
+    @unittest.skipUnless(shutil.which("mypy"), "mypy is not installed")
+    def test_types(self):
+        """Strictly typed, and a caller's slip is found before the program runs."""
+        with tempfile.TemporaryDirectory() as folder:
+            caller = pathlib.Path(folder, "caller.py")
+            caller.write_text('import vantrel\nvantrel.verify(b"", keey=1)\nvantrel.verify(b"", strict="yes")\n')
+            run = [shutil.which("mypy"), "--strict", "--enable-incomplete-feature=Unpack", "--cache-dir", folder]
+            package = subprocess.run([*run, TOP / "bindings/python/vantrel"], capture_output=True, text=True, check=False)
+            self.assertEqual(package.returncode, 0, package.stdout)
+            wrong = subprocess.run([*run, caller], capture_output=True, text=True, check=False,
+                                   env={**os.environ, "MYPYPATH": str(TOP / "bindings/python")})
+            self.assertEqual(wrong.stdout.count("error:"), 2, wrong.stdout)
 
     def test_command(self):
         def run(*arguments):

@@ -11,7 +11,7 @@ import datetime
 import json
 import os
 import re
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from typing import Any, TypedDict, Union
 
 from ._errors import OptionError
@@ -22,18 +22,19 @@ Material = Union[str, bytes, "os.PathLike[str]"]
 
 
 class Options(TypedDict, total=False):
-    """All options; docs/accept.md says how those from `pin` on decide what is accepted."""
+    """All options, as keyword arguments. docs/accept.md says how those from `pin` on decide what is accepted.
+    The library's log is not among them: its interface for C does not hand it out."""
 
     # What is verified.
     signature: int  # the zero-based index of the only signature that is meant
     id: str  # or its Id
     no_references: bool  # signature values only; such a result is never true
     reference: int  # the digest of this reference alone; such a result is never true
-    part: str  # of a package: this signature document
+    part: str  # of a package: only the signatures of this member
 
     # With which keys and data.
     key: Material | Sequence[Material]  # tried after the keys of the document
-    named_key: Mapping[str, Material]  # for a KeyName
+    named_key: Mapping[str, Material]  # for signatures whose KeyName is this
     only_key: bool  # no key of the document is tried
     hmac_key: str | bytes  # text in hmac_encoding, or the octets of the secret
     hmac_encoding: str  # "hex", "base64" or "ascii"
@@ -56,7 +57,7 @@ class Options(TypedDict, total=False):
     crl: Material | Sequence[Material]
     check_revocation: bool
     at: str | datetime.datetime
-    purpose: str
+    purpose: str | Sequence[str]
     require: str | Sequence[str]
     must_cover: str | Sequence[str]
     strict: bool
@@ -102,7 +103,7 @@ def _materials(name: str, value: Any) -> list[Any]:
 
 
 def _anchors(name: str, value: Any) -> list[Any]:
-    return [{"file": "system"} if each == "system" else _material(name, each) for each in _listed(value)]
+    return ["system" if each == "system" else _material(name, each) for each in _listed(value)]
 
 
 def _named_keys(name: str, value: Mapping[str, Material]) -> list[Any]:
@@ -123,13 +124,13 @@ def _limits(_: str, value: Mapping[str, int]) -> list[str]:
 
 def _time(name: str, value: Any) -> str:
     if not isinstance(value, datetime.datetime):
-        return value
+        return str(value)
     if value.tzinfo is None:
         raise OptionError(f"{name}: a time without its time zone may be meant in two ways")
     return value.astimezone(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
 
 
-_FORMS = {
+_FORMS: dict[str, Callable[[str, Any], Any]] = {
     "key": _materials, "cert": _materials, "crl": _materials, "anchor": _anchors, "named_key": _named_keys,
     "ref_data": _reference_data, "ref_dir": _paths, "limit": _limits, "at": _time,
 }
@@ -176,7 +177,7 @@ def to_json(options: Mapping[str, Any]) -> tuple[str, bool]:
         made = _FORMS[name](name, value) if name in _FORMS else value
         members[_camel(name)] = list(made) if isinstance(made, (tuple, set, frozenset)) else made
         if name in ("key", "cert", "crl", "anchor"):
-            keep = keep and not any(isinstance(each, dict) and each["file"] != "system" for each in made)
+            keep = keep and not any(isinstance(each, dict) for each in made)
     try:
         return json.dumps(members), keep
     except TypeError as error:

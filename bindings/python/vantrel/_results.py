@@ -198,5 +198,5 @@ def _read(cls: type, members: dict[str, Any]) -> dict[str, Any]:
 def read_result(text: str, valid: bool) -> Result:
     """The result from its JSON. The verdict is the library's own: it is false where less than whole
     signatures was asked for, which the JSON does not say."""
-    values = _read(Result, _json.loads(text))
-    return Result(**{**values, "valid": valid, "json": text})
+    values: dict[str, Any] = {**_read(Result, _json.loads(text)), "valid": valid, "json": text}
+    return Result(**values)

@@ -7,7 +7,7 @@ import difflib
 import functools
 import os
 import re
-from collections.abc import Callable
+from collections.abc import Callable, Mapping
 from typing import IO, TYPE_CHECKING, Any, Union
 
 from . import _library
@@ -79,7 +79,7 @@ class _Parsed:
 _kept = functools.lru_cache(maxsize=_KEPT)(_Parsed)
 
 
-def _parsed(options: dict[str, Any]) -> _Parsed:
+def _parsed(options: Mapping[str, Any]) -> _Parsed:
     for name in options:
         if name not in NAMES:
             near = difflib.get_close_matches(name, NAMES, 1)
@@ -94,7 +94,7 @@ class Verifier:
     the look at that content, and folders of certificates, which those read anew each time."""
 
     def __init__(self, **options: Unpack[Options]) -> None:
-        self._options = _parsed(options)  # type: ignore[arg-type]
+        self._options = _parsed(options)
 
     def verify(self, data: Document) -> Result:
         """As vantrel.verify()."""
@@ -123,7 +123,7 @@ class Verifier:
         _library.check(code, text)
         return text
 
-    def _result(self, call: Callable[[ctypes.c_void_p, Any], int], name: bytes = b"") -> Result:
+    def _result(self, call: Callable[[ctypes.c_void_p, Any], Any], name: bytes = b"") -> Result:
         library = _library.load()
         result = ctypes.c_void_p()
         _library.check(call(self._options.handle, ctypes.byref(result)))
@@ -156,4 +156,4 @@ def html_report(data: Document, title: str = "", **options: Unpack[Options]) -> 
 
 def version() -> str:
     """The version of the library; __version__ is that of the package."""
-    return _library.load().vantrel_version().decode("ascii")
+    return str(_library.load().vantrel_version(), "ascii")
