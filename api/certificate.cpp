@@ -43,6 +43,7 @@ std::string lastError(ClsXmlCertVault& vault) {
 
 } // namespace
 
+// By the first octets: DER begins as a SEQUENCE, PEM has its line, and what remains is base64.
 Result<Certificate> Certificate::fromBytes(std::string_view bytes) {
     constexpr char kSequence = '\x30';
     if (bytes.size() > keyfile::kMaxKeyFile || bytes.starts_with(kSequence)) {
@@ -58,6 +59,7 @@ Result<Certificate> Certificate::fromBytes(std::string_view bytes) {
     return fromDer(asText(der.view()));
 }
 
+// The texts are made once, since copies share them and may be asked in several threads.
 Result<Certificate> Certificate::fromDer(std::string_view der) {
     LogNull discard;
     VantrelX509 certificate;
@@ -99,6 +101,7 @@ std::string Certificate::pem() const {
 
 CertificateStore::CertificateStore() noexcept = default;
 
+// Most options have no certificates, and a store that is not there costs nothing.
 ClsXmlCertVault& CertificateStore::made() {
     if (!m_vault) {
         m_vault = std::make_shared<ClsXmlCertVault>();
@@ -116,6 +119,7 @@ bool CertificateStore::add(const Certificate& certificate, std::string& error) {
     return false;
 }
 
+// The first certificate is read by itself, for the error that says what else the bytes are.
 bool CertificateStore::addBytes(std::string_view bytes, std::string& error) {
     const Result<Certificate> first = Certificate::fromBytes(bytes);
     if (!first) {

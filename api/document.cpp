@@ -78,6 +78,8 @@ bool Document::State::keepSignature(const VerifyOptions& asked, std::string&& lo
     return true;
 }
 
+// `asked` are the options of the document, or those with another selection or effort; what acts on
+// loading (words, limits, keys, the policy) was set when it was loaded.
 VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
     VerifyResult result;
     std::string log;
@@ -101,6 +103,7 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
         }
         return kept;
     };
+    // The log of loading counts as well, as it is shown with the others.
     logOctets = loadLog.size();
     verifier.ResetDocumentRules();
     std::vector<int> indexes;
@@ -111,6 +114,7 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
     if (asked.policy.asks()) {
         api::setAcceptance(asked.policy, acceptance, result);
     }
+    // Digested once, at the first verification: other operations need no fingerprint.
     if (sha256.empty()) {
         sha256 = dsig::sha256Text(document.data().view());
     }
@@ -122,6 +126,8 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
 }
 
 // Addresses a signature, and gives it what the options have for it.
+// Every operation begins with the rules that the document starts with: what an earlier one found
+// out about it must not change the octets of this one.
 bool Document::State::select(int index, Error& error) {
     const int count = verifier.get_NumSignatures();
     if (index < 0 || index >= count) {
@@ -169,6 +175,7 @@ std::string Document::profile() const { return std::string(m_state->verifier.pro
 
 VerifyResult Document::verify() { return m_state->verify(m_state->options, false); }
 
+// An Id in the options would win over the index.
 VerifyResult Document::verify(int signature) {
     VerifyOptions one = m_state->options;
     one.id.reset();

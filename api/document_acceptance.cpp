@@ -17,6 +17,7 @@ void DocumentAcceptance::addRefusal(std::string_view code) {
     }
 }
 
+// A signature of which the report says nothing counts as not accepted.
 void DocumentAcceptance::add(const SignatureResult& signature) {
     ++m_signatures;
     m_accepted += signature.acceptance == Acceptance::Accepted ? 1 : 0;
@@ -50,6 +51,7 @@ bool DocumentAcceptance::add(std::string_view json) {
 void setAcceptance(const Policy& policy, const DocumentAcceptance& acceptance,
                    VerifyResult& result) {
     const bool isJudged = result.status != Status::Error;
+    // Kept with the result, which is asked anew whether it holds.
     result.oneSuffices = policy.accept == Accept::Any;
     const bool holds = isJudged && acceptance.holds(result.oneSuffices);
     result.acceptance = holds ? Acceptance::Accepted : Acceptance::Refused;

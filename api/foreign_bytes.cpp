@@ -50,6 +50,7 @@ Error notACertificate(std::string_view bytes, std::string_view otherwise) {
     return {fault.what.empty() ? std::string(otherwise) : fault.what, {}};
 }
 
+// Lists and certificates come side by side from an authority's page.
 Error notARevocationList(std::string_view bytes) {
     LogNull discard;
     VantrelX509 certificate;

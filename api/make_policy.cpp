@@ -112,8 +112,10 @@ bool makePolicy(const Policy& asked, std::shared_ptr<const dsig::Policy>& made,
     if (!asked.asks()) {
         return true;
     }
+    // Anew for each verifier: small beside a verification, and nothing is shared that could change.
     const auto policy = std::make_shared<dsig::Policy>();
     policy->onlyKey = asked.onlyKey;
+    policy->oneSuffices = asked.accept == Accept::Any;
     policy->demands = demandsOf(asked);
     policy->checkRevocation = asked.checkRevocation;
     if (asked.at) {

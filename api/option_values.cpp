@@ -22,6 +22,7 @@ std::string listOf(std::string_view words) {
     return list;
 }
 
+// Without a list of words being made: it is asked for each word of each request.
 bool isWordOf(std::string_view words, std::string_view text, bool anyCase) noexcept {
     while (!words.empty()) {
         const std::string_view word = words.substr(0, words.find(' '));
@@ -33,6 +34,7 @@ bool isWordOf(std::string_view words, std::string_view text, bool anyCase) noexc
     return false;
 }
 
+// The first equals sign divides.
 bool parseReferenceData(std::string_view text, int& index, std::string& file) {
     const std::size_t equals = std::min(text.find('='), text.size());
     std::uint64_t number = 0;
@@ -48,9 +50,11 @@ bool parseReferenceData(std::string_view text, int& index, std::string& file) {
 bool canOpen(const std::string& file, int& systemError, std::string& otherwise) {
     _vlLogger log;
     _vlFileDataSource probe;
+    // Opened as the verifier will, so that what passes here does not fail there.
     if (probe.openDataSourceFile(XString(file), log)) {
         return true;
     }
+    // The log says nothing of the system; what kind of thing stands there tells the likely reason.
     otherwise = log.lastErrorLine();
     std::error_code problem;
     const auto kind = std::filesystem::status(file, problem).type();

@@ -34,6 +34,7 @@ int smallOf(const JsonValue& object, std::string_view name) {
     return fits ? static_cast<int>(number) : 0;
 }
 
+// Sizes are never negative; a number that is, is none of the verifier's.
 std::uint64_t sizeOf(const JsonValue& object, std::string_view name) {
     const std::int64_t number = integerOf(object, name);
     return number > 0 ? static_cast<std::uint64_t>(number) : 0;
@@ -58,6 +59,7 @@ std::vector<std::string> textsOf(const JsonValue& object, std::string_view name)
     return texts;
 }
 
+// Only what fails has a cause.
 std::optional<Cause> causeOf(const JsonValue& object) {
     const JsonValue* const cause = object.find("cause");
     if (cause == nullptr) {
@@ -128,6 +130,7 @@ ReferenceResult referenceOf(const JsonValue& object) {
     return reference;
 }
 
+// The report has the codes; the sentences are those of the library that reads it.
 std::vector<Refusal> refusalsOf(const JsonValue& object) {
     std::vector<Refusal> refusals;
     for (const JsonValue& code : listOf(object, "refusals")) {
@@ -165,6 +168,7 @@ void readAcceptance(const JsonValue& object, SignatureResult& result) {
     }
 }
 
+// A report is the verifier's own and is JSON, unless memory ran out while it was written.
 bool parseObject(std::string_view text, JsonValue& object) {
     std::size_t faultAt = 0;
     return json::parseJson(text, object, faultAt) && object.isObject();

@@ -27,6 +27,7 @@ std::string lastError(ClsXmlDSig& verifier) {
     return std::string(line.getUtf8Sb().view());
 }
 
+// The verifier takes its lists as one text each.
 std::string joined(const std::vector<std::string>& texts, char separator) {
     std::string out;
     for (const std::string& text : texts) {
@@ -62,6 +63,7 @@ bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
 
 // For every signature of the document; tried after the keys of KeyInfo. Read anew for each
 // verifier, so that no key object is shared.
+// False stands for no memory: the bytes were read once before, when the key was made.
 bool setKeys(const std::vector<Key>& given, ClsXmlDSig& verifier) {
     std::vector<Ref<ClsPublicKey>> keys;
     for (const Key& key : given) {
@@ -207,6 +209,7 @@ bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier, std::v
     return true;
 }
 
+// Said with the number of those that there are, since most slips are by one.
 std::string noSuchSignature(int index, int count) {
     return "there is no signature with index " + std::to_string(index) + "; the document has " +
            std::to_string(count);

@@ -24,6 +24,8 @@ VerifyResult failed(const VerifyOptions& options, const Error& error) {
 
 } // namespace
 
+// A document that does not load is a result, too, so that one call answers everything; its octets
+// are named all the same.
 VerifyResult verify(std::string_view document, const VerifyOptions& options) {
     Result<Document> loaded = Document::load(document, options);
     if (loaded) {

@@ -32,6 +32,7 @@ std::string_view toString(SigningCertificate value) noexcept {
 
 std::string_view toString(Covers covers) noexcept { return api::wordOf(api::kCoversWords, covers); }
 
+// Lists of a few words; a set would cost more than it saves.
 bool SignatureResult::hasWarning(std::string_view word) const noexcept {
     return std::find(warnings.begin(), warnings.end(), word) != warnings.end();
 }
@@ -71,6 +72,7 @@ VerifyResult::operator bool() const noexcept {
     return status == Status::Valid && std::all_of(signatures.begin(), signatures.end(), isGood);
 }
 
+// From the verifier's own text of each signature: nothing is lost of it, and nothing can differ.
 std::string VerifyResult::json(std::string_view name) const {
     std::string out = api::reportHeading(
         name, {size, sha256}, toString(status), error, [this](json::JsonWriter& writer) {

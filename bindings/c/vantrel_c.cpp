@@ -48,6 +48,7 @@ std::string_view textOf(const void* data, size_t size) {
     return {static_cast<const char*>(data), size};
 }
 
+// Made once; no caller can change it.
 const vantrel::VerifyOptions& valueOf(const vantrel_options* options) {
     static const vantrel::VerifyOptions kNone;
     return options != nullptr ? options->value : kNone;
@@ -71,6 +72,7 @@ const vantrel::Refusal* refusalAt(const std::vector<vantrel::Refusal>& refusals,
     return index < refusals.size() ? &refusals[index] : nullptr;
 }
 
+// What is no enumerator is no reason to accept anything.
 vantrel_acceptance codeOf(vantrel::Acceptance acceptance) {
     switch (acceptance) {
     case vantrel::Acceptance::NotAsked: return VANTREL_ACCEPTANCE_NOT_ASKED;
@@ -146,6 +148,7 @@ vantrel_code vantrel_verify_file(const char* path, const vantrel_options* option
 
 void vantrel_result_free(vantrel_result* result) { delete result; }
 
+// As the typed interface has it, the policy included: one question must be enough.
 int vantrel_result_is_valid(const vantrel_result* result) {
     return result != nullptr && result->value ? 1 : 0;
 }
@@ -191,6 +194,7 @@ const char* vantrel_result_error(const vantrel_result* result) {
     return result != nullptr ? result->value.error.c_str() : "";
 }
 
+// Kept in the result, so that the caller has nothing to free.
 const char* vantrel_result_json(vantrel_result* result, const char* file_name) {
     if (result == nullptr) {
         return "";
@@ -240,6 +244,7 @@ const char* vantrel_result_signing_certificate(const vantrel_result* result, siz
     });
 }
 
+// Three answers, since "no" would be wrong where nobody asked.
 int vantrel_result_signer_is_trusted(const vantrel_result* result, size_t signature) {
     const vantrel::SignatureResult* const found = signatureAt(result, signature);
     if (found == nullptr || !found->trust) {

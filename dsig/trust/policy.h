@@ -24,6 +24,9 @@ struct Policy {
     std::set<Demand> demands;
     // SHA-256 of a SubjectPublicKeyInfo or of a certificate, lower-case hexadecimal; see parsePin.
     std::vector<std::string> pins;
+    // One accepted signature is enough for a document, else all have to be. It is for those who sum
+    // up: a signature is judged the same.
+    bool oneSuffices = false;
     // "document", "#ID", or the path of an element as reports print it; see isTarget.
     std::vector<std::string> mustCover;
 

@@ -136,6 +136,7 @@ TEST(OptionsJson, DefaultsHoldWhereNothingIsNamed) {
 TEST(OptionsJson, NamesAreThoseOfTheTool) {
     const std::string help = runProgram({binaryPath("xmldsig"), "help", "worker"}).output;
     const std::set<std::string> others = {"jobs", "unordered", "help", "json"};
+    const std::string table = readText(sourcePath("docs/api.md"));
     std::set<std::string> known;
     for (std::size_t at = help.find("--"); at != std::string::npos; at = help.find("--", at + 2)) {
         std::string name;
@@ -150,6 +151,7 @@ TEST(OptionsJson, NamesAreThoseOfTheTool) {
             continue;
         }
         EXPECT_TRUE(optionsFromJson("{\"" + name + "\":null}")) << name;
+        EXPECT_NE(table.find('`' + name + '`'), std::string::npos) << name << " in docs/api.md";
         known.insert(name);
     }
     EXPECT_GE(known.size(), 30U);
