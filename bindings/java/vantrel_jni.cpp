@@ -31,14 +31,15 @@ const vantrel_options* optionsAt(jlong number) {
     return std::bit_cast<const vantrel_options*>(number);
 }
 
-// What the interface for C hands over, to be given back on every way out.
+// What is to be given back on every way out, to whom it came from.
 struct Free {
-    void operator()(void* octets) const noexcept { std::free(octets); }
+    void operator()(jbyte* octets) const noexcept { std::free(octets); }
+    void operator()(char* text) const noexcept { vantrel_text_free(text); }
     void operator()(vantrel_result* result) const noexcept { vantrel_result_free(result); }
 };
 
 using Result = std::unique_ptr<vantrel_result, Free>;
-using Text = std::unique_ptr<char, Free>; // vantrel_text_free is free
+using Text = std::unique_ptr<char, Free>;
 
 // To be followed by a return: the exception is thrown when Java goes on. `text` is ASCII.
 void throwNew(JNIEnv* env, const char* name, const char* text) {
@@ -55,8 +56,9 @@ void throwNoMemory(JNIEnv* env) {
 // A part of an array, outside the heap.
 class Octets {
 public:
-    // False with an exception pending.
+    // False with an exception pending, as when the part is not all in the array.
     bool copy(JNIEnv* env, jbyteArray array, jint offset, jint length) {
+        // From malloc, which says that there is no memory by null; of no octets it may, too.
         m_octets.reset(
             static_cast<jbyte*>(std::malloc(static_cast<std::size_t>(std::max(length, 1)))));
         if (!m_octets) {
@@ -92,7 +94,7 @@ private:
     std::size_t m_size = 0;
 };
 
-// Null with an exception pending.
+// Null with an exception pending. What is too long for Java is told as Java tells it.
 jbyteArray arrayOf(JNIEnv* env, const std::string& octets) {
     if (octets.size() > static_cast<std::size_t>(std::numeric_limits<jint>::max())) {
         throwNew(env, "java/lang/OutOfMemoryError", "the answer is longer than an array may be");
@@ -161,6 +163,7 @@ bool addResult(JNIEnv* env, vantrel_code code, const Result& result, const char*
              [&](std::size_t i) { return vantrel_result_refusal(result.get(), i); });
     add(answer, vantrel_result_error(result.get()));
     add(answer, json);
+    // To the end of the answer: their number need not be told.
     for (std::size_t i = 0; i < vantrel_result_signature_count(result.get()); ++i) {
         addSignature(answer, result.get(), i);
     }
