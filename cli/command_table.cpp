@@ -96,7 +96,8 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
 
     // By which rules.
     {"--timestamps", '\0', None, "", "", "also verify an encapsulated time-stamp", kVerifying},
-    {"--option", '\0', Words, "WORD", "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError GivenRulesOnly",
+    {"--option", '\0', Words, "WORD",
+     "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError GivenRulesOnly",
      "a word for the verifier's uncommon options; repeatable", kVerifying},
     {"--limit", '\0', Text, "NAME=VALUE", "",
      "a limit of the library by its name in docs/limits.md; repeatable", kVerifying},

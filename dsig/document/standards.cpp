@@ -42,7 +42,7 @@ StandardDigest findDigest(std::span<const DigestIdentifier> table, std::string_v
 } // namespace
 
 bool standardsApply(const LogBase& log) {
-    return !log.options().containsSubstring("GivenRulesOnly");
+    return !log.options().containsSubstring(kGivenRulesOnly);
 }
 
 StandardDigest standardDigest(std::string_view algorithm) {

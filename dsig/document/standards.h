@@ -26,6 +26,8 @@ inline constexpr std::string_view kRetrievalMethod = "retrieval-method";
 inline constexpr std::string_view kKeyInfoReference = "key-info-reference";
 } // namespace standard
 
+// The word of the uncommon options that switches them off.
+inline constexpr const char* kGivenRulesOnly = "GivenRulesOnly";
 // Whether they are processed at all. The settings of `log` have the word that switches them off;
 // to be asked only where one of them is met.
 [[nodiscard]] bool standardsApply(const LogBase& log);

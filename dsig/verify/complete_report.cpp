@@ -114,6 +114,9 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
         if (report.valueWanted && report.value == ValueCheck::NotReached &&
             report.referenceCount > 0) {
             LogNull log;
+            if (report.givenRulesOnly) {
+                log.options().append(kGivenRulesOnly);
+            }
             lookAtValue(query, rules, report, log);
         }
         for (ReferenceResult& reference : report.references) {

@@ -279,6 +279,7 @@ bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate
 
 bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& report,
                      LogBase& log) {
+    report.givenRulesOnly = !standardsApply(log);
     log.LogDataLong("verifyReferenceDigests", query.checkReferences ? 1 : 0);
     log.LogDataLong("selector", query.selection.index);
     if (query.document == nullptr) {
