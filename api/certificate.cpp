@@ -1,5 +1,6 @@
 #include "api/certificate.h"
 
+#include "api/foreign_bytes.h"
 #include "api/read_file.h"
 #include "dsig/document/certificate_texts.h"
 #include "foundation/base/ClsBinData.h"
@@ -20,16 +21,6 @@ namespace {
 
 // Base64 characters a line.
 constexpr std::size_t kPemLine = 64; // RFC 7468
-
-// What is no certificate is most often a key, and the reader of keys can tell.
-Error notACertificate(std::string_view bytes, std::string_view otherwise) {
-    std::vector<Ref<ClsPublicKey>> keys;
-    keyfile::KeyFileFault fault;
-    if (keyfile::loadKeys(asBytes(bytes), keys, fault)) {
-        return {"this is a public key, not a certificate", {}};
-    }
-    return {fault.what.empty() ? std::string(otherwise) : fault.what, {}};
-}
 
 // The first certificate of a PEM text; false when there is none.
 bool firstOfPem(std::string_view text, DataBuffer& der) {
@@ -52,6 +43,7 @@ std::string lastError(ClsXmlCertVault& vault) {
 
 } // namespace
 
+// By the first octets: DER begins as a SEQUENCE, PEM has its line, and what remains is base64.
 Result<Certificate> Certificate::fromBytes(std::string_view bytes) {
     constexpr char kSequence = '\x30';
     if (bytes.size() > keyfile::kMaxKeyFile || bytes.starts_with(kSequence)) {
@@ -61,19 +53,20 @@ Result<Certificate> Certificate::fromBytes(std::string_view bytes) {
     if (!firstOfPem(bytes, der)) {
         der.clear();
         if (!text::decodeBase64(bytes, der)) {
-            return notACertificate(bytes, "there is no certificate");
+            return api::notACertificate(bytes, "there is no certificate");
         }
     }
     return fromDer(asText(der.view()));
 }
 
+// The texts are made once, since copies share them and may be asked in several threads.
 Result<Certificate> Certificate::fromDer(std::string_view der) {
     LogNull discard;
     VantrelX509 certificate;
     // The size first: the reader of keys tells what is too large, too.
     if (der.size() > keyfile::kMaxKeyFile ||
         !certificate.loadX509Der(DataBuffer(asBytes(der)), discard)) {
-        return notACertificate(der, "the certificate cannot be read");
+        return api::notACertificate(der, "the certificate cannot be read");
     }
     dsig::CertificateTexts texts;
     texts.make(certificate);
@@ -108,6 +101,7 @@ std::string Certificate::pem() const {
 
 CertificateStore::CertificateStore() noexcept = default;
 
+// Most options have no certificates, and a store that is not there costs nothing.
 ClsXmlCertVault& CertificateStore::made() {
     if (!m_vault) {
         m_vault = std::make_shared<ClsXmlCertVault>();
@@ -125,6 +119,7 @@ bool CertificateStore::add(const Certificate& certificate, std::string& error) {
     return false;
 }
 
+// The first certificate is read by itself, for the error that says what else the bytes are.
 bool CertificateStore::addBytes(std::string_view bytes, std::string& error) {
     const Result<Certificate> first = Certificate::fromBytes(bytes);
     if (!first) {

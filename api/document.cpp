@@ -1,5 +1,6 @@
 #include "api/document.h"
 
+#include "api/document_acceptance.h"
 #include "api/read_file.h"
 #include "api/read_report.h"
 #include "api/report_json.h"
@@ -77,10 +78,13 @@ bool Document::State::keepSignature(const VerifyOptions& asked, std::string&& lo
     return true;
 }
 
+// `asked` are the options of the document, or those with another selection or effort; what acts on
+// loading (words, limits, keys, the policy) was set when it was loaded.
 VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
     VerifyResult result;
     std::string log;
     std::uint64_t octets = 0;
+    api::DocumentAcceptance acceptance;
     api::RunSteps steps;
     steps.explains = asked.explain;
     if (asked.log || asked.verboseLog) {
@@ -94,8 +98,12 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
         const bool kept = (!forPage || verifier.KeepForHtmlReport()) &&
                           keepSignature(asked, std::exchange(log, {}), octets, result);
         error = kept ? "" : api::kReportTooLarge;
+        if (kept) {
+            acceptance.add(result.signatures.back());
+        }
         return kept;
     };
+    // The log of loading counts as well, as it is shown with the others.
     logOctets = loadLog.size();
     verifier.ResetDocumentRules();
     std::vector<int> indexes;
@@ -103,6 +111,10 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
         !api::verifySignatures(asked, indexes, verifier, steps, result.status, result.error)) {
         result.status = Status::Error;
     }
+    if (asked.policy.asks()) {
+        api::setAcceptance(asked.policy, acceptance, result);
+    }
+    // Digested once, at the first verification: other operations need no fingerprint.
     if (sha256.empty()) {
         sha256 = dsig::sha256Text(document.data().view());
     }
@@ -114,6 +126,8 @@ VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
 }
 
 // Addresses a signature, and gives it what the options have for it.
+// Every operation begins with the rules that the document starts with: what an earlier one found
+// out about it must not change the octets of this one.
 bool Document::State::select(int index, Error& error) {
     const int count = verifier.get_NumSignatures();
     if (index < 0 || index >= count) {
@@ -142,7 +156,7 @@ Result<Document> Document::load(std::string_view document, const VerifyOptions& 
     }
     if (!state->document.data().append(asBytes(document)) ||
         !state->verifier.LoadSignatureBd(state->document)) {
-        return lastError(state->verifier, "the document could not be loaded");
+        return lastError(state->verifier, "the document could not be loaded; memory may not suffice");
     }
     if (options.log || options.verboseLog) {
         state->loadLog = textOf(state->verifier, &ClsXmlDSig::get_LastErrorText);
@@ -161,6 +175,7 @@ std::string Document::profile() const { return std::string(m_state->verifier.pro
 
 VerifyResult Document::verify() { return m_state->verify(m_state->options, false); }
 
+// An Id in the options would win over the index.
 VerifyResult Document::verify(int signature) {
     VerifyOptions one = m_state->options;
     one.id.reset();

@@ -30,6 +30,7 @@ Result<Key> Key::fromBytes(std::string_view bytes) {
     for (const Ref<ClsPublicKey>& key : found) {
         data->keys.push_back(factsOf(*key));
     }
+    // Without these a report would call the holder of the caller's own key unknown.
     for (const DataBuffer& der : certificates) {
         std::string ignored; // one that cannot be kept names nobody
         static_cast<void>(data->certificates.addBytes(asText(der.view()), ignored));

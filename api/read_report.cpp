@@ -1,5 +1,6 @@
 #include "api/read_report.h"
 
+#include "api/document_acceptance.h"
 #include "api/words.h"
 #include "foundation/json/json_value.h"
 
@@ -33,6 +34,7 @@ int smallOf(const JsonValue& object, std::string_view name) {
     return fits ? static_cast<int>(number) : 0;
 }
 
+// Sizes are never negative; a number that is, is none of the verifier's.
 std::uint64_t sizeOf(const JsonValue& object, std::string_view name) {
     const std::int64_t number = integerOf(object, name);
     return number > 0 ? static_cast<std::uint64_t>(number) : 0;
@@ -57,6 +59,7 @@ std::vector<std::string> textsOf(const JsonValue& object, std::string_view name)
     return texts;
 }
 
+// Only what fails has a cause.
 std::optional<Cause> causeOf(const JsonValue& object) {
     const JsonValue* const cause = object.find("cause");
     if (cause == nullptr) {
@@ -127,6 +130,45 @@ ReferenceResult referenceOf(const JsonValue& object) {
     return reference;
 }
 
+// The report has the codes; the sentences are those of the library that reads it.
+std::vector<Refusal> refusalsOf(const JsonValue& object) {
+    std::vector<Refusal> refusals;
+    for (const JsonValue& code : listOf(object, "refusals")) {
+        refusals.push_back(api::refusalOf(code.text()));
+    }
+    return refusals;
+}
+
+TrustResult trustOf(const JsonValue& object) {
+    TrustResult trust;
+    trust.trusted = textOf(object, "status") == "trusted";
+    trust.time = textOf(object, "time");
+    trust.path = textsOf(object, "path");
+    trust.policies = textsOf(object, "policies");
+    for (const JsonValue& each : listOf(object, "problems")) {
+        trust.problems.push_back(
+            {textOf(each, "code"), textOf(each, "certificate"), textOf(each, "text")});
+    }
+    return trust;
+}
+
+// All these members are there, or none, as without a policy.
+void readAcceptance(const JsonValue& object, SignatureResult& result) {
+    if (object.find("accepted") == nullptr) {
+        return;
+    }
+    result.acceptance = flagOf(object, "accepted") ? Acceptance::Accepted : Acceptance::Refused;
+    result.refusals = refusalsOf(object);
+    // A word that is not known vouches for no certificate.
+    result.signingCertificate =
+        enumOf(kSigningCertificateWords, textOf(object, "signingCertificate"),
+               SigningCertificate::Mismatch);
+    if (const JsonValue* const trust = object.find("trust")) {
+        result.trust = trustOf(*trust);
+    }
+}
+
+// A report is the verifier's own and is JSON, unless memory ran out while it was written.
 bool parseObject(std::string_view text, JsonValue& object) {
     std::size_t faultAt = 0;
     return json::parseJson(text, object, faultAt) && object.isObject();
@@ -162,6 +204,7 @@ bool readSignature(std::string json, SignatureResult& result) {
     result.warnings = textsOf(object, "warnings");
     result.accommodations = textsOf(object, "accommodations");
     result.standards = textsOf(object, "standards");
+    readAcceptance(object, result);
     result.json = std::move(json);
     return true;
 }

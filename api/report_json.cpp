@@ -31,6 +31,7 @@ std::string reportHeading(std::string_view name, const DocumentOctets& octets,
     }
     out.key("signatures");
     out.beginArray();
+    // Half a heading would make the whole unreadable to whoever gets it.
     if (!out.ok()) {
         throw std::bad_alloc();
     }

@@ -1,5 +1,6 @@
 #include "api/verification.h"
 
+#include "api/make_policy.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/keyfile/key_file.h"
@@ -8,7 +9,9 @@
 #include "foundation/x509/ClsXmlCertVault.h"
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 namespace vantrel {
 
@@ -24,6 +27,7 @@ std::string lastError(ClsXmlDSig& verifier) {
     return std::string(line.getUtf8Sb().view());
 }
 
+// The verifier takes its lists as one text each.
 std::string joined(const std::vector<std::string>& texts, char separator) {
     std::string out;
     for (const std::string& text : texts) {
@@ -57,24 +61,34 @@ bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
     return all;
 }
 
-// For every signature of the document; tried after the keys of KeyInfo. Read anew for each
-// verifier, so that no key object is shared.
-bool setKeys(const std::vector<Key>& given, ClsXmlDSig& verifier) {
+// The keys of a source, read anew for each verifier, so that no key object is shared. Each goes to
+// `add`.
+template <class Add> bool setKeysOf(const Key& given, ClsXmlDSig& verifier, const Add& add) {
     std::vector<Ref<ClsPublicKey>> keys;
-    for (const Key& key : given) {
-        keyfile::KeyFileFault fault;
-        if (!keyfile::loadKeys(asBytes(key.source()), keys, fault)) {
-            return false;
-        }
-        // They name the holders of the keys, and are as well known to the caller as these.
-        ClsXmlCertVault* const vault = key.certificates().vault();
-        if (vault != nullptr && !verifier.UseCertVault(*vault)) {
-            return false;
-        }
+    keyfile::KeyFileFault fault;
+    if (!keyfile::loadKeys(asBytes(given.source()), keys, fault)) {
+        return false;
     }
-    return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
-        return verifier.AddPublicKeyForAll(*key);
-    });
+    // They name the holders of the keys, and are as well known to the caller as these.
+    ClsXmlCertVault* const vault = given.certificates().vault();
+    return (vault == nullptr || verifier.UseCertVault(*vault)) &&
+           std::all_of(keys.begin(), keys.end(),
+                       [&add](const Ref<ClsPublicKey>& key) { return add(*key); });
+}
+
+// Tried after the keys of KeyInfo: for every signature of the document, or for those that name
+// them.
+bool setKeys(const VerifyOptions& options, ClsXmlDSig& verifier) {
+    const auto forAll = [&verifier](ClsPublicKey& key) { return verifier.AddPublicKeyForAll(key); };
+    return std::all_of(options.keys.begin(), options.keys.end(),
+                       [&](const Key& key) { return setKeysOf(key, verifier, forAll); }) &&
+           std::all_of(options.namedKeys.begin(), options.namedKeys.end(),
+                       [&](const NamedKey& named) {
+                           XString name(named.name);
+                           return setKeysOf(named.key, verifier, [&](ClsPublicKey& key) {
+                               return verifier.AddNamedKey(name, key);
+                           });
+                       });
 }
 
 // The verifier takes a secret as text in an encoding, so its bytes pass as base64.
@@ -87,6 +101,20 @@ bool setSecret(const std::string& secret, ClsXmlDSig& verifier) {
     XString encoding("base64");
     text.secureClear();
     return verifier.SetHmacKey(key, encoding);
+}
+
+// Null where nothing asks for acceptance; which a new verifier has anyway.
+bool setPolicy(const Policy& asked, ClsXmlDSig& verifier, std::string& error) {
+    std::shared_ptr<const dsig::Policy> policy;
+    api::OptionFault fault;
+    if (!api::makePolicy(asked, policy, fault)) {
+        error = api::faultText(fault);
+        return false;
+    }
+    if (policy) {
+        verifier.SetPolicy(std::move(policy));
+    }
+    return true;
 }
 
 } // namespace
@@ -124,7 +152,10 @@ bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::st
         error = lastError(verifier);
         return false;
     }
-    if (!setKeys(options.keys, verifier)) {
+    if (!setPolicy(options.policy, verifier, error)) {
+        return false;
+    }
+    if (!setKeys(options, verifier)) {
         error = "the public key was refused";
         return false;
     }
@@ -187,6 +218,7 @@ bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier, std::v
     return true;
 }
 
+// Said with the number of those that there are, since most slips are by one.
 std::string noSuchSignature(int index, int count) {
     return "there is no signature with index " + std::to_string(index) + "; the document has " +
            std::to_string(count);

@@ -1,5 +1,6 @@
 #include "api/verify.h"
 
+#include "api/document_acceptance.h"
 #include "api/read_file.h"
 #include "dsig/document/fingerprint.h"
 
@@ -9,13 +10,28 @@
 
 namespace vantrel {
 
+namespace {
+
+// Of a document that could not be looked at, which no policy accepts.
+VerifyResult failed(const VerifyOptions& options, const Error& error) {
+    VerifyResult result;
+    result.error = error.what;
+    if (options.policy.asks()) {
+        api::setAcceptance(options.policy, {}, result);
+    }
+    return result;
+}
+
+} // namespace
+
+// A document that does not load is a result, too, so that one call answers everything; its octets
+// are named all the same.
 VerifyResult verify(std::string_view document, const VerifyOptions& options) {
     Result<Document> loaded = Document::load(document, options);
     if (loaded) {
         return loaded->verify();
     }
-    VerifyResult result;
-    result.error = loaded.error().what;
+    VerifyResult result = failed(options, loaded.error());
     result.size = document.size();
     result.sha256 = dsig::sha256Text(asBytes(document));
     return result;
@@ -26,9 +42,7 @@ VerifyResult verifyFile(const std::string& path, const VerifyOptions& options) {
     if (bytes) {
         return verify(*bytes, options);
     }
-    VerifyResult result;
-    result.error = bytes.error().what;
-    return result;
+    return failed(options, bytes.error());
 }
 
 std::string_view version() noexcept {

@@ -21,11 +21,19 @@ enum class TimestampStatus : std::uint8_t { Absent, Valid, Invalid, NotChecked }
 /// What a reference covers, but for what it excludes. Elements: several, one behind the other.
 enum class Covers : std::uint8_t { Unknown, Document, Element, Elements, External };
 
+/// What the caller's policy says (docs/accept.md). NotAsked: there is none.
+enum class Acceptance : std::uint8_t { NotAsked, Accepted, Refused };
+/// XAdES: whether the certificate for which the signer signed is that of the key that verified.
+/// Absent: no signed property names one.
+enum class SigningCertificate : std::uint8_t { Absent, Match, Mismatch };
+
 [[nodiscard]] std::string_view toString(Status status) noexcept;
 [[nodiscard]] std::string_view toString(ValueStatus status) noexcept;
 [[nodiscard]] std::string_view toString(ReferenceStatus status) noexcept;
 [[nodiscard]] std::string_view toString(TimestampStatus status) noexcept;
 [[nodiscard]] std::string_view toString(Covers covers) noexcept; ///< empty for Unknown
+[[nodiscard]] std::string_view toString(Acceptance acceptance) noexcept;
+[[nodiscard]] std::string_view toString(SigningCertificate value) noexcept;
 
 /// Why something does not verify.
 struct Cause {
@@ -82,6 +90,30 @@ struct KeyResult {
     bool used = false;             ///< this key verified the value
 };
 
+/// Why a policy does not accept a signature.
+struct Refusal {
+    std::string code; ///< a fixed word
+    std::string text; ///< a sentence for people
+};
+
+/// What is wrong with a certification path, or is to be known of one that holds.
+struct TrustProblem {
+    std::string code;        ///< a fixed word
+    std::string certificate; ///< the subject of the one concerned; empty for none
+    std::string text;        ///< a sentence for people
+};
+
+/// Whether the signer's certificate leads to an anchor (RFC 5280, 6).
+struct TrustResult {
+    bool trusted = false;
+    std::string time; ///< RFC 3339; as of when it was judged
+    /// Subjects from the signer to the anchor; of an untrusted one those of the path that came
+    /// closest.
+    std::vector<std::string> path;
+    std::vector<std::string> policies; ///< certificate policies for which it holds
+    std::vector<TrustProblem> problems;
+};
+
 struct SignatureResult {
     int index = 0;
     std::string id;
@@ -102,10 +134,17 @@ struct SignatureResult {
     std::vector<std::string> warnings;
     std::vector<std::string> accommodations;
     std::vector<std::string> standards;
-    std::string log;  ///< where it was asked for
+    /// Whether the policy accepts the signature, and if not, why not; without a policy nothing.
+    Acceptance acceptance = Acceptance::NotAsked;
+    std::vector<Refusal> refusals;
+    SigningCertificate signingCertificate = SigningCertificate::Absent;
+    std::optional<TrustResult> trust; ///< only where the policy has anchors
+    std::string log;                  ///< where it was asked for
     std::string json; ///< the same as a JSON object, with members that have no place above
 
     [[nodiscard]] bool hasWarning(std::string_view word) const noexcept;
+    /// Whether the policy refuses it with this code.
+    [[nodiscard]] bool hasRefusal(std::string_view code) const noexcept;
 };
 
 /// What the verification of a document found out.
@@ -116,15 +155,23 @@ public:
     std::uint64_t size = 0; ///< octets of the document
     std::string sha256;     ///< of these octets, lower-case hexadecimal
     std::vector<SignatureResult> signatures;
+    /// Whether the policy accepts the document, and if not, why not: what is said of its
+    /// signatures, each code once. Nothing is accepted that could not be judged.
+    Acceptance acceptance = Acceptance::NotAsked;
+    std::vector<Refusal> refusals;
+    /// The policy is content with one accepted signature (Accept::Any).
+    bool oneSuffices = false;
     std::string log; ///< of loading, where it was asked for
     /// False where less than whole signatures was asked for: a single reference, or the values
     /// alone.
     bool wholeSignatures = true;
 
     /// True only when there is a signature and every selected one is valid, its value and its
-    /// references: less than that is never true, also where an option of the caller tolerates a
-    /// digest (missing external data apart, where that is ignored). Valid says nothing of who
-    /// signed; see SignatureResult::signer and the warning `key-from-document`.
+    /// references, and accepted by the policy, where there is one. With Accept::Any it is enough
+    /// that one is valid and accepted. Less than that is never true, also where an option of the
+    /// caller tolerates a digest (missing external data apart, where that is ignored). Without a
+    /// policy this says nothing of who signed; see SignatureResult::signer and the warning
+    /// `key-from-document`.
     [[nodiscard]] explicit operator bool() const noexcept;
     /// One JSON object on one line, without a line end, as `xmldsig verify --json` writes it for a
     /// file of this name.

@@ -17,6 +17,10 @@ inline constexpr auto kReferenceWords =
     std::to_array<std::string_view>({"match", "mismatch", "missing", "error", "not-checked"});
 inline constexpr auto kTimestampWords =
     std::to_array<std::string_view>({"absent", "valid", "invalid", "not-checked"});
+inline constexpr auto kAcceptanceWords =
+    std::to_array<std::string_view>({"not-asked", "accepted", "refused"});
+inline constexpr auto kSigningCertificateWords =
+    std::to_array<std::string_view>({"absent", "match", "mismatch"});
 inline constexpr auto kCoversWords =
     std::to_array<std::string_view>({"", "document", "element", "elements", "external"});
 

@@ -1,5 +1,7 @@
 #include "cli/command_table.h"
 
+#include <vantrel/option_values.h>
+
 #include <algorithm>
 #include <array>
 
@@ -68,10 +70,12 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "public key (PEM, DER, certificate, .p7b, JWK or XML), used after the keys of KeyInfo; "
      "repeatable",
      kVerifying},
+    {"--named-key", '\0', Text, "NAME=FILE", "",
+     "public key for signatures whose KeyInfo has this KeyName; repeatable", kVerifying},
     {"--only-key", '\0', None, "", "",
      "try no key of the document, only those of --key or the HMAC secret", kVerifying},
     {"--hmac-key", '\0', Text, "TEXT", "", "HMAC secret", kVerifying},
-    {"--hmac-encoding", '\0', Word, "NAME", "hex base64 ascii",
+    {"--hmac-encoding", '\0', Word, "NAME", api::kHmacEncodings,
      "encoding of the HMAC secret, hex (default), base64 or ascii", kVerifying},
     {"--hmac-key-file", '\0', File, "FILE", "", "HMAC secret as the raw bytes of a file",
      kVerifying},
@@ -96,8 +100,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
 
     // By which rules.
     {"--timestamps", '\0', None, "", "", "also verify an encapsulated time-stamp", kVerifying},
-    {"--option", '\0', Words, "WORD",
-     "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError GivenRulesOnly",
+    {"--option", '\0', Words, "WORD", api::kOptionWords,
      "a word for the verifier's uncommon options; repeatable", kVerifying},
     {"--limit", '\0', Text, "NAME=VALUE", "",
      "a limit of the library by its name in docs/limits.md; repeatable", kVerifying},
@@ -105,8 +108,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "accept the key or certificate with this fingerprint, sha256 and a colon before it; "
      "repeatable",
      kJudging},
-    {"--require", '\0', Words, "WORD",
-     "pinned trusted vouched strong no-leniency all-checked unambiguous covered timestamp",
+    {"--require", '\0', Words, "WORD", api::kRequireWords,
      "what a signature must show to be accepted, words with commas between them; repeatable",
      kJudging},
     {"--must-cover", '\0', Text, "TARGET", "",
@@ -115,7 +117,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      kJudging},
     {"--strict", '\0', None, "", "",
      "require strong, no-leniency, all-checked, unambiguous and vouched", kJudging},
-    {"--accept", '\0', Word, "HOW", "all any",
+    {"--accept", '\0', Word, "HOW", api::kAcceptWords,
      "whether all signatures (default) or any must be valid and accepted", kJudging},
     {"--at", '\0', Text, "TIME", "",
      "the time of validation, by RFC 3339 (default that of a trusted time-stamp, else now)",

@@ -26,17 +26,14 @@ inline constexpr CommandSet kReport = 1U << 10;
 inline constexpr CommandSet kExplain = 1U << 11;
 inline constexpr CommandSet kWorker = 1U << 12;
 inline constexpr CommandSet kEveryCommand = (1U << 13) - 1;
-// No command: marks the options that a request to `worker` may carry.
-inline constexpr CommandSet kRequest = 1U << 31;
 
 // Those that verify or do what a verification does up to some point: they share the options that
 // say what is verified and with what.
-inline constexpr CommandSet kVerifying =
-    kVerify | kExplain | kReport | kDigestInput | kWorker | kRequest;
+inline constexpr CommandSet kVerifying = kVerify | kExplain | kReport | kDigestInput | kWorker;
 // Those that say of what they verified whether it is accepted.
-inline constexpr CommandSet kJudging = kVerify | kExplain | kReport | kWorker | kRequest;
+inline constexpr CommandSet kJudging = kVerify | kExplain | kReport | kWorker;
 // Those in which a search for causes has to be asked for.
-inline constexpr CommandSet kSearching = kVerify | kWorker | kRequest;
+inline constexpr CommandSet kSearching = kVerify | kWorker;
 // Those that go through any number of files.
 inline constexpr CommandSet kManyFiles = kVerify | kExplain | kInfo | kC14n | kCerts | kDigestInput;
 

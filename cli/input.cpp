@@ -82,28 +82,8 @@ bool readInput(const std::string& name, DataBuffer& bytes, std::string& complain
     return ok;
 }
 
-// No name of a file begins with a NUL, and neither the command line nor a request can hold one in a
-// value: what begins with it was put there by the tool itself.
-std::string inlineFile(std::string_view octets) { return std::string(1, '\0').append(octets); }
-
-std::optional<std::string_view> inlineOctets(std::string_view value) noexcept {
-    if (value.empty() || value.front() != '\0') {
-        return std::nullopt;
-    }
-    return value.substr(1);
-}
-
-// Octets of a request never stand in a complaint: they may be a key, or megabytes.
-std::string fileName(const std::string& value) {
-    return inlineOctets(value) ? "(of the request)" : value;
-}
-
 bool readOptionFile(std::string_view option, const std::string& path, DataBuffer& bytes,
                     std::string& complaint) {
-    if (const std::optional<std::string_view> octets = inlineOctets(path)) {
-        bytes = DataBuffer(asBytes(*octets));
-        return true;
-    }
     _vlLogger log;
     int systemError = 0;
     const bool ok = path == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,16 +19,7 @@ inline constexpr std::uint32_t kMaxInputSize = 0x7FFFFFFF; // 2 GiB - 1, as the 
 // of no use. A file whose name is "-" is reached as "./-".
 [[nodiscard]] bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint);
 
-// What an option's FILE may be where the caller hands over the octets instead: a value that is no
-// name, since none can begin with NUL.
-[[nodiscard]] std::string inlineFile(std::string_view octets);
-// The octets of such a value; nothing when it is a name. A view into the value.
-[[nodiscard]] std::optional<std::string_view> inlineOctets(std::string_view value) noexcept;
-// How complaints call the file.
-[[nodiscard]] std::string fileName(const std::string& value);
-
-// The same for a file that an option names, or for inlineFile(); the complaint begins with both
-// names.
+// The same for a file that an option names; the complaint begins with both names.
 [[nodiscard]] bool readOptionFile(std::string_view option, const std::string& path,
                                   DataBuffer& bytes, std::string& complaint);
 // The complaint about such a file or folder by the system's reason, a value of errno, with what

@@ -1,6 +1,8 @@
 #ifndef CLI_OPTIONS_H
 #define CLI_OPTIONS_H
 
+#include <vantrel/word_lists.h>
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -44,13 +46,6 @@ public:
     [[nodiscard]] bool parse(std::span<const OptionSpec> table, CommandSet command,
                              std::span<const char* const> arguments, std::string& complaint);
 
-    // The same for an option that comes from elsewhere, as if it stood behind all others; its value
-    // is empty for a switch. False, with `complaint`, for a word that is not listed. The text of
-    // the option's name must stay.
-    [[nodiscard]] bool add(const OptionSpec& option, std::string value, std::string& complaint);
-    // As if it had not been given.
-    void remove(std::string_view name);
-
     // Whether the option was given, with or without a value. Always by its long name.
     [[nodiscard]] bool has(std::string_view name) const noexcept { return last(name) != nullptr; }
     // The value given last, empty for a switch; null when the option was not given. Valid as long
@@ -76,17 +71,12 @@ private:
 // unspecified, when it is none or lies outside lowest..highest.
 [[nodiscard]] bool parseNumber(std::string_view text, int lowest, int highest, int& value) noexcept;
 
-// "hmacKeyFile" of "--hmac-key-file": an option's name where names are written so.
-[[nodiscard]] std::string camelCase(std::string_view longName);
+// "--hmac-key-file" of "hmacKeyFile": an option as the command line has it, by its name where names
+// are written so.
+[[nodiscard]] std::string longName(std::string_view camelCase);
 
-// The words of a list in which `separator` stands between them; empty ones are left out. Views into
-// `list`.
-[[nodiscard]] std::vector<std::string_view> splitWords(std::string_view list, char separator = ' ');
-
-// The candidate that somebody who wrote `word` is most likely to have meant: one that begins with
-// it, or differs from it by few characters. Empty when none comes near.
-[[nodiscard]] std::string_view nearest(std::string_view word,
-                                       std::span<const std::string_view> candidates);
+using text::nearest;
+using text::splitWords;
 
 } // namespace vantrel::cli
 

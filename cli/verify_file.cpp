@@ -1,11 +1,11 @@
 #include "cli/verify_file.h"
 
-#include "cli/file_acceptance.h"
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
+#include <vantrel/document_acceptance.h>
 #include <vantrel/fingerprint.h>
 #include <vantrel/json_writer.h>
 #include <vantrel/report_json.h>
@@ -26,7 +26,7 @@ namespace {
 // What a policy says of a file.
 struct Judgement {
     bool accepted = false;
-    FileAcceptance reasons;
+    api::DocumentAcceptance reasons;
 };
 
 // A JSON object up to its list of signatures; endReport ends both. `policy`: nothing without one.
@@ -35,7 +35,7 @@ std::string jsonHeading(std::string_view name, const api::DocumentOctets& octets
                         const std::optional<Judgement>& policy) {
     return api::reportHeading(name, octets, status, complaint, [&policy](json::JsonWriter& out) {
         if (policy) {
-            policy->reasons.write(policy->accepted, out);
+            api::writeAcceptance(policy->accepted, policy->reasons.refusals(), out);
         }
     });
 }
@@ -52,7 +52,7 @@ public:
     FileRun(const VerifySource& source, const VerifySettings& settings, ReportForm form)
         : m_source(source), m_settings(settings), m_form(form) {
         m_result.name = source.name;
-        if (settings.policy().policy) {
+        if (settings.judges()) {
             m_judgement.emplace();
         }
     }
@@ -110,7 +110,7 @@ private:
         m_status = toString(status);
         bool holds = status == Status::Valid;
         if (m_judgement) {
-            holds = m_judgement->reasons.holds(m_settings.policy().any);
+            holds = m_judgement->reasons.holds(m_settings.anySuffices());
             m_judgement->accepted = holds;
             m_result.refused = !holds;
         }
@@ -305,7 +305,7 @@ FileResult verifyDocument(const VerifySource& source, const VerifySettings& sett
     try {
         return FileRun(source, settings, form).run();
     } catch (const std::exception& error) {
-        return errorResult(source.name, error.what(), form, settings.policy().policy != nullptr);
+        return errorResult(source.name, error.what(), form, settings.judges());
     }
 }
 

@@ -2,14 +2,12 @@
 
 #include "cli/foreign_format.h"
 #include "cli/input.h"
+#include "cli/policy_settings.h"
 #include "cli/terminal.h"
 #include <vantrel/DataBuffer.h>
-#include <vantrel/XString.h>
-#include <vantrel/_vlDataSource.h>
-#include <vantrel/_vlLogger.h>
+#include <vantrel/option_values.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <system_error>
 
@@ -19,12 +17,6 @@
 namespace vantrel::cli {
 
 namespace {
-
-// Highest index of a reference for which the verifier takes data.
-constexpr int kLastReferenceWithData = 100;
-constexpr int kHighestIndex = 0x7FFFFFFE;
-// Some two hours.
-constexpr int kMostEffort = 3600;
 
 // Options that contradict each other are refused; which of them would win is nothing to guess.
 bool bothGiven(const Arguments& arguments, std::string_view one, std::string_view other,
@@ -62,26 +54,27 @@ std::string certificateFault(const std::string& path, std::string_view reason) {
         !readOptionFile("--cert", path, bytes, unreadable)) {
         return unreadable;
     }
-    return withRemedy("--cert " + fileName(path) + ": " + std::string(reason),
-                      "--key " + shellWord(fileName(path)) + " (for a public key)");
+    return withRemedy("--cert " + path + ": " + std::string(reason),
+                      "--key " + shellWord(path) + " (for a public key)");
 }
 
-// One value of --cert.
-bool addCertificates(const std::string& value, CertificateStore& store, std::string& error) {
-    const std::optional<std::string_view> octets = inlineOctets(value);
-    return octets ? store.addBytes(*octets, error) : store.addFile(value, error);
-}
-
-// The file of --ref-data, by the system's reason where it has one.
-std::string whyNotOpened(const std::string& path, std::string_view otherwise) {
-    std::error_code problem;
-    const auto kind = std::filesystem::status(path, problem).type();
-    if (kind == std::filesystem::file_type::directory) {
-        problem = std::make_error_code(std::errc::is_a_directory);
-    } else if (!problem && kind == std::filesystem::file_type::regular) {
-        problem = std::make_error_code(std::errc::permission_denied);
+// A file of keys; nothing, with the complaint, where it holds none.
+std::optional<Key> readKey(std::string_view option, const std::string& path,
+                           std::string& complaint) {
+    DataBuffer bytes;
+    if (!readOptionFile(option, path, bytes, complaint)) {
+        return std::nullopt;
     }
-    return whyNotRead("--ref-data", path, problem.value(), otherwise);
+    const Result<Key> key = Key::fromBytes(asText(bytes.view()));
+    if (!key) {
+        const Error& fault = key.error();
+        const std::string remedy = fault.remedy.empty()
+                                       ? "--key with a file as `xmldsig help verify` lists them"
+                                       : withFileName(fault.remedy, path);
+        complaint = withRemedy(std::string(option) + " " + path + ": " + fault.what, remedy);
+        return std::nullopt;
+    }
+    return *key;
 }
 
 } // namespace
@@ -97,7 +90,7 @@ bool VerifySettings::load(const Arguments& arguments, std::string& complaint) {
     return loadSelection(arguments, complaint) && loadKeyFiles(arguments, complaint) &&
            loadHmacKey(arguments, complaint) && loadCertificates(arguments, complaint) &&
            loadReferenceData(arguments, complaint) && loadReferenceFolders(arguments, complaint) &&
-           loadLimits(arguments, complaint) && loadPolicy(arguments, m_policy, complaint);
+           loadLimits(arguments, complaint) && loadPolicy(arguments, m_options.policy, complaint);
 }
 
 // Whether there are such signatures and references shows only when a document is at hand
@@ -106,9 +99,9 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     std::optional<int> effort;
     if (bothGiven(arguments, "--signature", "--id", complaint) ||
         bothGiven(arguments, "--no-references", "--reference", complaint) ||
-        !arguments.number("--signature", 0, kHighestIndex, m_options.signature, complaint) ||
-        !arguments.number("--reference", 0, kHighestIndex, m_options.reference, complaint) ||
-        !arguments.number("--effort", 1, kMostEffort, effort, complaint)) {
+        !arguments.number("--signature", 0, api::kHighestIndex, m_options.signature, complaint) ||
+        !arguments.number("--reference", 0, api::kHighestIndex, m_options.reference, complaint) ||
+        !arguments.number("--effort", 1, api::kMostEffort, effort, complaint)) {
         return false;
     }
     if (const std::string* const id = arguments.last("--id")) {
@@ -122,20 +115,25 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
 // The keys are read here so that a bad file is told at once, and anew for each verifier.
 bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& complaint) {
     for (const std::string& path : arguments.all("--key")) {
-        DataBuffer bytes;
-        if (!readOptionFile("--key", path, bytes, complaint)) {
-            return false;
-        }
-        const Result<Key> key = Key::fromBytes(asText(bytes.view()));
+        const std::optional<Key> key = readKey("--key", path, complaint);
         if (!key) {
-            const Error& fault = key.error();
-            const std::string remedy = fault.remedy.empty()
-                                           ? "--key with a file as `xmldsig help verify` lists them"
-                                           : withFileName(fault.remedy, fileName(path));
-            complaint = withRemedy("--key " + fileName(path) + ": " + fault.what, remedy);
             return false;
         }
         m_options.keys.push_back(*key);
+    }
+    for (const std::string& given : arguments.all("--named-key")) {
+        std::string name;
+        std::string path;
+        if (!api::parseNamedKey(given, name, path)) {
+            complaint = withRemedy("--named-key takes NAME=FILE, not \"" + given + "\"",
+                                   "xmldsig info FILE (shows what KeyInfo names)");
+            return false;
+        }
+        const std::optional<Key> key = readKey("--named-key", path, complaint);
+        if (!key) {
+            return false;
+        }
+        m_options.namedKeys.push_back({name, *key});
     }
     return true;
 }
@@ -157,8 +155,7 @@ bool VerifySettings::loadHmacKey(const Arguments& arguments, std::string& compla
         m_options.hmacSecret = asText(secret.view());
         // An empty secret would let everybody sign.
         if (m_options.hmacSecret.empty()) {
-            complaint =
-                withRemedy("--hmac-key-file " + fileName(*path) + " is empty", "--hmac-key");
+            complaint = withRemedy("--hmac-key-file " + *path + " is empty", "--hmac-key");
             return false;
         }
         return true;
@@ -179,7 +176,7 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
     // One store for all threads: certificates are decoded once, and look-ups in it may run at once.
     for (const std::string& path : arguments.all("--cert")) {
         std::string error;
-        if (!addCertificates(path, m_options.certificates, error)) {
+        if (!m_options.certificates.addFile(path, error)) {
             complaint = certificateFault(path, error);
             return false;
         }
@@ -187,29 +184,25 @@ bool VerifySettings::loadCertificates(const Arguments& arguments, std::string& c
     return true;
 }
 
-// "N=FILE": the name of the file may hold more of the same sign.
+// Each file is opened to see that it can be, not read: it may be large, and is streamed when its
+// digest is due.
 bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& complaint) {
     for (const std::string& given : arguments.all("--ref-data")) {
-        const std::size_t equals = given.find('=');
-        int index = 0;
-        if (equals == std::string::npos || !parseNumber(std::string_view(given).substr(0, equals),
-                                                        0, kLastReferenceWithData, index)) {
-            complaint =
-                withRemedy("--ref-data takes N=FILE with N from 0 to " +
-                               std::to_string(kLastReferenceWithData) + ", not \"" + given + "\"",
-                           "--ref-data 0=FILE");
+        ReferenceData data;
+        int systemError = 0;
+        std::string otherwise;
+        if (!api::parseReferenceData(given, data.index, data.file)) {
+            complaint = withRemedy("--ref-data takes N=FILE with N from 0 to " +
+                                       std::to_string(api::kLastReferenceWithData) + ", not \"" +
+                                       given + "\"",
+                                   "--ref-data 0=FILE");
             return false;
         }
-        const std::string path = given.substr(equals + 1);
-        _vlLogger log;
-        // Opened to see that it can be, not read: it may be large, and is streamed when its digest
-        // is due.
-        _vlFileDataSource probe;
-        if (!probe.openDataSourceFile(XString(path), log)) {
-            complaint = whyNotOpened(path, log.lastErrorLine());
+        if (!api::canOpen(data.file, systemError, otherwise)) {
+            complaint = whyNotRead("--ref-data", data.file, systemError, otherwise);
             return false;
         }
-        m_options.referenceData.push_back({index, path, {}});
+        m_options.referenceData.push_back(std::move(data));
     }
     return true;
 }
@@ -218,12 +211,9 @@ bool VerifySettings::loadReferenceData(const Arguments& arguments, std::string& 
 // affair.
 bool VerifySettings::loadReferenceFolders(const Arguments& arguments, std::string& complaint) {
     for (const std::string& folder : arguments.all("--ref-dir")) {
-        std::error_code problem;
-        // A folder that cannot be listed would make every file in it "missing", which
-        // --ignore-external forgives.
-        std::filesystem::directory_iterator probe(folder, problem);
-        if (problem) {
-            complaint = whyNotRead("--ref-dir", folder, problem.value(), problem.message());
+        int systemError = 0;
+        if (!api::canList(folder, systemError)) {
+            complaint = whyNotRead("--ref-dir", folder, systemError, "it cannot be listed");
             return false;
         }
         // The library takes the folders as one text with this separator.
@@ -259,9 +249,6 @@ bool VerifySettings::loadLimits(const Arguments& arguments, std::string& complai
 }
 
 bool VerifySettings::prepare(ClsXmlDSig& verifier, std::string& complaint) const {
-    if (m_policy.policy) {
-        verifier.SetPolicy(m_policy.policy);
-    }
     return api::prepareVerifier(m_options, verifier, complaint);
 }
 

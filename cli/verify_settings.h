@@ -2,13 +2,13 @@
 #define CLI_VERIFY_SETTINGS_H
 
 #include "cli/options.h"
-#include "cli/policy_settings.h"
 #include <vantrel/ClsXmlDSig.h>
 #include <vantrel/limits.h>
 #include <vantrel/verification.h>
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vantrel::cli {
@@ -20,6 +20,10 @@ namespace vantrel::cli {
 // verify; nothing here changes after load(). The HMAC secret is held as text for as long.
 class VerifySettings final {
 public:
+    VerifySettings() = default;
+    // Options that were read and checked elsewhere.
+    explicit VerifySettings(VerifyOptions options) : m_options(std::move(options)) {}
+
     // False, with the reason in `complaint`: a usage error; the object is then of no use.
     [[nodiscard]] bool load(const Arguments& arguments, std::string& complaint);
 
@@ -45,9 +49,12 @@ public:
     // Whether the causes of failures are searched.
     [[nodiscard]] bool explains() const noexcept { return m_options.explain; }
     void setExplains(bool explains) noexcept { m_options.explain = explains; }
-    [[nodiscard]] bool wantsLog() const noexcept { return m_options.log; }
-    // By what signatures are accepted; its `policy` is null when that was not asked for.
-    [[nodiscard]] const PolicySettings& policy() const noexcept { return m_policy; }
+    [[nodiscard]] bool wantsLog() const noexcept { return m_options.log || m_options.verboseLog; }
+    // Whether there is a policy by which signatures are accepted, and whether one that is suffices.
+    [[nodiscard]] bool judges() const noexcept { return m_options.policy.asks(); }
+    [[nodiscard]] bool anySuffices() const noexcept {
+        return m_options.policy.accept == Accept::Any;
+    }
 
 private:
     // The options by subject, each as load().
@@ -60,7 +67,6 @@ private:
     [[nodiscard]] bool loadLimits(const Arguments& arguments, std::string& complaint);
 
     VerifyOptions m_options;
-    PolicySettings m_policy;
 };
 
 // The complaint about an index beyond the document's `count` signatures.

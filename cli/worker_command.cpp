@@ -10,11 +10,13 @@
 #include "cli/terminal.h"
 #include "cli/verify_file.h"
 #include "cli/worker_request.h"
+#include <vantrel/verify.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <utility>
 
 namespace vantrel::cli {
 
@@ -111,14 +113,12 @@ private:
         if (request.options.empty()) {
             return verified(request, m_settings);
         }
-        Arguments arguments = m_arguments;
-        VerifySettings settings;
-        if (!takeOptions(request.options, arguments, complaint) ||
-            !settings.load(arguments, complaint)) {
-            return refused(request, complaint);
+        // Over those of the command line, whose files are not read again.
+        Result<VerifyOptions> options = optionsFromJson(request.options, m_settings.options());
+        if (!options) {
+            return refused(request, options.error().what);
         }
-        settings.setExplains(arguments.has("--explain"));
-        return verified(request, settings);
+        return verified(request, VerifySettings(std::move(*options)));
     }
 
     // What stands in the answer is not told on standard error again: nobody may be reading that,
@@ -131,8 +131,10 @@ private:
         return result;
     }
 
-    static FileResult refused(const WorkerRequest& request, const std::string& complaint) {
-        FileResult result = errorResult(request.source.name, complaint, ReportForm::Json, false);
+    // Where a policy was to judge, nothing is accepted that was not looked at.
+    FileResult refused(const WorkerRequest& request, const std::string& complaint) const {
+        FileResult result =
+            errorResult(request.source.name, complaint, ReportForm::Json, m_settings.judges());
         result.errors.clear();
         return result;
     }

@@ -1,7 +1,6 @@
 #ifndef CLI_WORKER_REQUEST_H
 #define CLI_WORKER_REQUEST_H
 
-#include "cli/options.h"
 #include "cli/verify_file.h"
 
 #include <cstddef>
@@ -26,14 +25,6 @@ struct WorkerRequest {
 // `id` is that of the request where it could be read. May throw std::bad_alloc.
 [[nodiscard]] bool readRequest(std::string_view line, WorkerRequest& request,
                                std::string& complaint);
-
-// Puts the options of a request in the place of those of the command line: an option that is named
-// counts as the request has it, false, null or an empty list as not given; one that is not named
-// stays. Their names are those of the command line in camelCase. Switches take a boolean, numbers a
-// number, repeatable ones a list, too. A FILE is {"file": NAME} or its contents: PEM or other text,
-// or base64 of DER. False, with `complaint`, for an unknown option, one named twice, or a value of
-// the wrong kind. May throw std::bad_alloc.
-[[nodiscard]] bool takeOptions(std::string_view json, Arguments& arguments, std::string& complaint);
 
 } // namespace vantrel::cli
 

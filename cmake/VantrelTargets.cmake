@@ -1,7 +1,10 @@
 # Helpers that turn the folders of the tree into targets.
 
-include(GNUInstallDirs)
-find_package(Threads REQUIRED)
+if(VANTREL_INSTALL)
+  include(GNUInstallDirs)
+endif()
+# Whoever links the library looks for it in a folder of his own.
+find_package(Threads REQUIRED GLOBAL)
 
 add_library(vantrel_settings INTERFACE)
 target_compile_features(vantrel_settings INTERFACE cxx_std_20)
@@ -122,6 +125,34 @@ function(vantrel_library)
   target_include_directories(vantrel INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 endfunction()
 
+# What the wheel for Python holds: the shared library with the C++ runtime within, so that it needs the C
+# library only. `vantrel_wheel` makes the wheel (bindings/python/build_wheel.py).
+function(vantrel_python)
+  add_library(vantrel_python SHARED EXCLUDE_FROM_ALL ${VANTREL_OBJECTS})
+  vantrel_shared(vantrel_python)
+  target_link_libraries(vantrel_python PRIVATE vantrel_settings)
+  target_link_options(vantrel_python PRIVATE -static-libstdc++ -static-libgcc -s)
+  set_target_properties(vantrel_python PROPERTIES LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/python")
+  find_package(Python3 COMPONENTS Interpreter QUIET)
+  if(Python3_FOUND)
+    add_custom_target(vantrel_wheel COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/bindings/python/build_wheel.py"
+      --library $<TARGET_FILE:vantrel_python> --output "${PROJECT_BINARY_DIR}/python" DEPENDS vantrel_python VERBATIM)
+  endif()
+endfunction()
+
+# vantrel_tool_texts(): the tool writes its own manual page and completions; one for another system cannot run
+# here.
+function(vantrel_tool_texts)
+  set(texts "${PROJECT_BINARY_DIR}/xmldsig.1")
+  set(commands COMMAND xmldsig help --man > "${PROJECT_BINARY_DIR}/xmldsig.1")
+  foreach(shell IN ITEMS bash zsh fish)
+    set(file "${PROJECT_BINARY_DIR}/xmldsig.${shell}")
+    list(APPEND texts "${file}")
+    list(APPEND commands COMMAND xmldsig completion ${shell} > "${file}")
+  endforeach()
+  add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS ${texts} ${commands} VERBATIM)
+endfunction()
+
 function(vantrel_tool)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/cli/*.cpp")
   if(sources)
@@ -136,11 +167,15 @@ function(vantrel_tool)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     # The tool uses more than the shared library exports, so it has the library in it.
     target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel>)
-    # The tool writes its own manual page; one for another system cannot run here.
     if(NOT CMAKE_CROSSCOMPILING)
-      add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS "${PROJECT_BINARY_DIR}/xmldsig.1"
-        COMMAND xmldsig help --man > "${PROJECT_BINARY_DIR}/xmldsig.1" VERBATIM)
+      vantrel_tool_texts()
     endif()
+    # The same without any shared library, for containers and machines with others than this one's.
+    add_executable(xmldsig_static EXCLUDE_FROM_ALL $<TARGET_OBJECTS:xmldsig_objects>)
+    target_link_libraries(xmldsig_static PRIVATE vantrel_c)
+    target_link_options(xmldsig_static PRIVATE -static)
+    set_target_properties(xmldsig_static PROPERTIES OUTPUT_NAME xmldsig RUNTIME_OUTPUT_DIRECTORY
+      "${PROJECT_BINARY_DIR}/static")
   endif()
 endfunction()
 

@@ -21,13 +21,25 @@ void checkResult(vantrel_result* result) {
     const vantrel_status status = vantrel_result_status(result);
     check((status == VANTREL_STATUS_ERROR) == (vantrel_result_error(result)[0] != '\0'));
     std::size_t valid = 0;
+    std::size_t accepted = 0;
+    const bool isAsked = vantrel_result_acceptance(result) != VANTREL_ACCEPTANCE_NOT_ASKED;
     // One beyond the end answers, too.
     for (std::size_t i = 0; i <= count; ++i) {
         valid += vantrel_result_signature_is_valid(result, i) != 0 ? 1 : 0;
         check(vantrel_result_signature_reason(result, i) != nullptr);
         check(vantrel_result_signer_subject(result, i) != nullptr);
+        accepted += vantrel_result_signature_acceptance(result, i) == VANTREL_ACCEPTED ? 1 : 0;
+        // Whoever is refused is told why, and nobody else.
+        const std::size_t refusals = vantrel_result_signature_refusal_count(result, i);
+        check((refusals > 0) ==
+              (i < count && isAsked &&
+               vantrel_result_signature_acceptance(result, i) == VANTREL_REFUSED));
+        check((vantrel_result_signature_refusal(result, i, 0)[0] != '\0') == (refusals > 0));
     }
-    check(vantrel_result_is_valid(result) == 0 || (count > 0 && valid == count));
+    const bool isGood = vantrel_result_is_valid(result) != 0;
+    check(!isGood || (count > 0 && valid > 0 && (isAsked || valid == count)));
+    check(!isGood || !isAsked || (vantrel_result_is_accepted(result) != 0 && accepted > 0));
+    check(accepted <= valid && (status != VANTREL_STATUS_ERROR || accepted == 0));
     const char* const json = vantrel_result_json(result, "fuzz");
     check(json != nullptr && json[std::strlen(json) - 1] == '}');
 }

@@ -40,6 +40,13 @@ typedef enum vantrel_status {
     VANTREL_STATUS_ERROR = 4         /**< nothing can be said; vantrel_result_error says why */
 } vantrel_status;
 
+/** What the policy says, where the options have one (docs/accept.md): apart from validity. */
+typedef enum vantrel_acceptance {
+    VANTREL_ACCEPTANCE_NOT_ASKED = 0, /**< there is no policy */
+    VANTREL_ACCEPTED = 1,
+    VANTREL_REFUSED = 2
+} vantrel_acceptance;
+
 /** What is verified and with what; never changes. */
 typedef struct vantrel_options vantrel_options;
 /** What a verification found out. */
@@ -66,10 +73,23 @@ vantrel_code vantrel_verify_file(const char* path, const vantrel_options* option
                                  vantrel_result** result);
 void vantrel_result_free(vantrel_result* result);
 
-/** 1 only when there is a signature and every selected one is valid, its value and its references;
-    else 0. Valid says nothing of who signed. */
+/** 1 only when there is a signature, every selected one is valid, its value and its references,
+    and the policy accepts, where the options have one; else 0. Whoever gives a policy so cannot
+    forget to ask for it; vantrel_result_status is about validity alone. With the option accept
+    "any" it is enough that one signature is valid and accepted. Without a policy valid says nothing
+    of who signed. */
 int vantrel_result_is_valid(const vantrel_result* result);
 vantrel_status vantrel_result_status(const vantrel_result* result);
+/** 1 only when the options have a policy and it accepts the document. */
+int vantrel_result_is_accepted(const vantrel_result* result);
+/** Of a null result, and of a document that could not be judged by the policy that there is:
+    VANTREL_REFUSED. */
+vantrel_acceptance vantrel_result_acceptance(const vantrel_result* result);
+/** Why the policy refuses the document: fixed words (docs/report.md) of all its signatures, each
+    once, addressed from 0 on; and the sentence for people. */
+size_t vantrel_result_refusal_count(const vantrel_result* result);
+const char* vantrel_result_refusal(const vantrel_result* result, size_t refusal);
+const char* vantrel_result_refusal_text(const vantrel_result* result, size_t refusal);
 /** Texts belong to the result. Never null; empty where there is nothing to be said, and for a
     signature with an index that is not there. */
 const char* vantrel_result_error(const vantrel_result* result);
@@ -81,6 +101,18 @@ const char* vantrel_result_json(vantrel_result* result, const char* file_name);
 size_t vantrel_result_signature_count(const vantrel_result* result);
 int vantrel_result_signature_is_valid(const vantrel_result* result, size_t signature);
 const char* vantrel_result_signature_id(const vantrel_result* result, size_t signature);
+/** What the policy says of this signature; VANTREL_REFUSED where there is no such signature. */
+vantrel_acceptance vantrel_result_signature_acceptance(const vantrel_result* result,
+                                                       size_t signature);
+/** Why the policy refuses it, as for the document. */
+size_t vantrel_result_signature_refusal_count(const vantrel_result* result, size_t signature);
+const char* vantrel_result_signature_refusal(const vantrel_result* result, size_t signature,
+                                             size_t refusal);
+/** "absent", "match" or "mismatch": whether the certificate for which the signer signed (XAdES) is
+    that of the key that verified. */
+const char* vantrel_result_signing_certificate(const vantrel_result* result, size_t signature);
+/** Whether the signer's certificate leads to an anchor: 1 or 0; -1 where no anchor was given. */
+int vantrel_result_signer_is_trusted(const vantrel_result* result, size_t signature);
 /** Why it is not valid, in a line; and the fixed word of the cause. */
 const char* vantrel_result_signature_reason(const vantrel_result* result, size_t signature);
 const char* vantrel_result_signature_cause(const vantrel_result* result, size_t signature);

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 // Each function checks its pointers, does its work on values of the typed interface, and turns what
 // memory does to it into a code.
@@ -47,6 +48,7 @@ std::string_view textOf(const void* data, size_t size) {
     return {static_cast<const char*>(data), size};
 }
 
+// Made once; no caller can change it.
 const vantrel::VerifyOptions& valueOf(const vantrel_options* options) {
     static const vantrel::VerifyOptions kNone;
     return options != nullptr ? options->value : kNone;
@@ -63,6 +65,21 @@ template <class Text>
 const char* signatureText(const vantrel_result* result, size_t index, const Text& text) {
     const vantrel::SignatureResult* const signature = signatureAt(result, index);
     return signature != nullptr ? text(*signature) : "";
+}
+
+// Null where there is no such refusal.
+const vantrel::Refusal* refusalAt(const std::vector<vantrel::Refusal>& refusals, size_t index) {
+    return index < refusals.size() ? &refusals[index] : nullptr;
+}
+
+// What is no enumerator is no reason to accept anything.
+vantrel_acceptance codeOf(vantrel::Acceptance acceptance) {
+    switch (acceptance) {
+    case vantrel::Acceptance::NotAsked: return VANTREL_ACCEPTANCE_NOT_ASKED;
+    case vantrel::Acceptance::Accepted: return VANTREL_ACCEPTED;
+    case vantrel::Acceptance::Refused: break;
+    }
+    return VANTREL_REFUSED;
 }
 
 // Makes *result of what verify() returns.
@@ -131,6 +148,7 @@ vantrel_code vantrel_verify_file(const char* path, const vantrel_options* option
 
 void vantrel_result_free(vantrel_result* result) { delete result; }
 
+// As the typed interface has it, the policy included: one question must be enough.
 int vantrel_result_is_valid(const vantrel_result* result) {
     return result != nullptr && result->value ? 1 : 0;
 }
@@ -148,10 +166,35 @@ vantrel_status vantrel_result_status(const vantrel_result* result) {
     return VANTREL_STATUS_ERROR;
 }
 
+int vantrel_result_is_accepted(const vantrel_result* result) {
+    return vantrel_result_acceptance(result) == VANTREL_ACCEPTED ? 1 : 0;
+}
+
+vantrel_acceptance vantrel_result_acceptance(const vantrel_result* result) {
+    return result != nullptr ? codeOf(result->value.acceptance) : VANTREL_REFUSED;
+}
+
+size_t vantrel_result_refusal_count(const vantrel_result* result) {
+    return result != nullptr ? result->value.refusals.size() : 0;
+}
+
+const char* vantrel_result_refusal(const vantrel_result* result, size_t refusal) {
+    const auto* const found =
+        result != nullptr ? refusalAt(result->value.refusals, refusal) : nullptr;
+    return found != nullptr ? found->code.c_str() : "";
+}
+
+const char* vantrel_result_refusal_text(const vantrel_result* result, size_t refusal) {
+    const auto* const found =
+        result != nullptr ? refusalAt(result->value.refusals, refusal) : nullptr;
+    return found != nullptr ? found->text.c_str() : "";
+}
+
 const char* vantrel_result_error(const vantrel_result* result) {
     return result != nullptr ? result->value.error.c_str() : "";
 }
 
+// Kept in the result, so that the caller has nothing to free.
 const char* vantrel_result_json(vantrel_result* result, const char* file_name) {
     if (result == nullptr) {
         return "";
@@ -174,6 +217,40 @@ int vantrel_result_signature_is_valid(const vantrel_result* result, size_t signa
 
 const char* vantrel_result_signature_id(const vantrel_result* result, size_t signature) {
     return signatureText(result, signature, [](const auto& found) { return found.id.c_str(); });
+}
+
+vantrel_acceptance vantrel_result_signature_acceptance(const vantrel_result* result,
+                                                       size_t signature) {
+    const vantrel::SignatureResult* const found = signatureAt(result, signature);
+    return found != nullptr ? codeOf(found->acceptance) : VANTREL_REFUSED;
+}
+
+size_t vantrel_result_signature_refusal_count(const vantrel_result* result, size_t signature) {
+    const vantrel::SignatureResult* const found = signatureAt(result, signature);
+    return found != nullptr ? found->refusals.size() : 0;
+}
+
+const char* vantrel_result_signature_refusal(const vantrel_result* result, size_t signature,
+                                             size_t refusal) {
+    return signatureText(result, signature, [refusal](const auto& found) {
+        const vantrel::Refusal* const one = refusalAt(found.refusals, refusal);
+        return one != nullptr ? one->code.c_str() : "";
+    });
+}
+
+const char* vantrel_result_signing_certificate(const vantrel_result* result, size_t signature) {
+    return signatureText(result, signature, [](const auto& found) {
+        return toString(found.signingCertificate).data(); // ends in NUL, as a literal
+    });
+}
+
+// Three answers, since "no" would be wrong where nobody asked.
+int vantrel_result_signer_is_trusted(const vantrel_result* result, size_t signature) {
+    const vantrel::SignatureResult* const found = signatureAt(result, signature);
+    if (found == nullptr || !found->trust) {
+        return -1;
+    }
+    return found->trust->trusted ? 1 : 0;
 }
 
 const char* vantrel_result_signature_reason(const vantrel_result* result, size_t signature) {

@@ -7,6 +7,7 @@
 #include "dsig/html/style.h"
 #include "dsig/html/windows.h"
 #include "dsig/report/codes.h"
+#include "dsig/report/refusals.h"
 
 #include <algorithm>
 #include <functional>
@@ -32,8 +33,9 @@ constexpr std::size_t kMostUncoveredMarks = 40;
 class Page {
 public:
     Page(std::string_view title, const xml::XmlDocument& document,
-         std::span<const PageSignature> signatures)
-        : m_title(title), m_text(document.sourceText().view()), m_signatures(signatures) {
+         std::span<const PageSignature> signatures, Judged judged)
+        : m_title(title), m_text(document.sourceText().view()), m_signatures(signatures),
+          m_judged(judged) {
         // A document has a root; without a place for it everything stands outside.
         static_cast<void>(document.sourceRange(0, m_root));
         for (const PageSignature& signature : signatures) {
@@ -80,6 +82,10 @@ private:
             const bool isValid = textOf(report, "status") == "valid";
             m_isValid.push_back(isValid);
             m_validCount += isValid ? 1 : 0;
+            m_acceptedCount += flagOf(report, "accepted") ? 1 : 0;
+            for (const JsonValue& code : listOf(report, "refusals")) {
+                m_refusals.insert(std::string(code.text()));
+            }
             for (const JsonValue& word : listOf(report, "warnings")) {
                 // All three mean the same to a reader: parts of what is shown were not signed.
                 m_hasGaps = m_hasGaps || word.text() == warning::kContentExcluded ||
@@ -99,18 +105,36 @@ private:
     }
 
     [[nodiscard]] std::string verdict() const {
+        std::string_view acceptance;
+        if (m_judged != Judged::No) {
+            acceptance = isAccepted() ? ", accepted" : ", not accepted";
+        }
         if (m_signatures.empty()) {
-            return "No signature";
+            return "No signature" + std::string(acceptance);
         }
         // One that fails is enough: a document is as good as its worst signature.
-        return m_validCount == m_signatures.size() ? "Valid" : "Not valid";
+        return (isValid() ? "Valid" : "Not valid") + std::string(acceptance);
+    }
+
+    [[nodiscard]] bool isValid() const {
+        return !m_signatures.empty() && m_validCount == m_signatures.size();
+    }
+
+    // As the exit code of the tool has it.
+    [[nodiscard]] bool isAccepted() const {
+        return m_acceptedCount > 0 &&
+               (m_judged == Judged::Any || m_acceptedCount == m_signatures.size());
     }
 
     // Valid is not all that counts. A green page for a document whose amount is not covered would
     // be worse than no page.
     [[nodiscard]] std::string_view tone() const {
-        if (m_signatures.empty() || m_validCount < m_signatures.size()) {
+        if (m_judged != Judged::No && !isAccepted()) {
             return "bad";
+        }
+        if (!isValid()) {
+            // One accepted signature may be all that was asked for.
+            return m_judged == Judged::Any ? "note" : "bad";
         }
         return m_hasGaps || !isCoveredWhole() ? "note" : "good";
     }
@@ -150,7 +174,36 @@ private:
         if (m_hasOwnKey && m_validCount == count) {
             out += " Whose key it is, only the document itself says.";
         }
-        out += "</p></div></header>\n";
+        out += "</p>";
+        appendAcceptance(out);
+        out += "</div></header>\n";
+    }
+
+    // What a policy says is no property of the document, so it is told apart.
+    void appendAcceptance(std::string& out) const {
+        if (m_judged == Judged::No) {
+            return;
+        }
+        const std::size_t count = m_signatures.size();
+        out += "\n<p>By the policy that was given the document is ";
+        out +=
+            isAccepted() ? "<b class=\"good\">accepted</b>" : "<b class=\"bad\">not accepted</b>";
+        if (isAccepted() && m_acceptedCount < count) {
+            out += ", for " + withGroups(m_acceptedCount) + " of " +
+                   counted(count, "signature", "signatures");
+        }
+        out += isAccepted() || m_refusals.empty() ? ".</p>" : ":</p>";
+        if (isAccepted()) {
+            return;
+        }
+        // A dozen at most, however many signatures there are.
+        for (const std::string& code : m_refusals) {
+            out += "\n<p>";
+            appendText(refusalText(code), out);
+            out += " <code>";
+            appendText(code, out);
+            out += "</code></p>";
+        }
     }
 
     // The first ones, and in place of the last of them those that fail. In the order of the
@@ -322,6 +375,7 @@ private:
     std::string_view m_title;
     std::string_view m_text;
     std::span<const PageSignature> m_signatures;
+    Judged m_judged;
     xml::TextRange m_root;
     std::vector<SignaturePlaces> m_places;
     std::vector<Stretch> m_stretches;
@@ -330,6 +384,8 @@ private:
     unsigned m_colours = 0;
     std::vector<bool> m_isValid;
     std::size_t m_validCount = 0;
+    std::size_t m_acceptedCount = 0;
+    std::set<std::string> m_refusals;
     bool m_hasGaps = false;
     bool m_hasOwnKey = false;
     bool m_hasUncovered = false;
@@ -338,8 +394,8 @@ private:
 } // namespace
 
 void appendPage(std::string_view title, const xml::XmlDocument& document,
-                std::span<const PageSignature> signatures, std::string& html) {
-    Page(title, document, signatures).append(html);
+                std::span<const PageSignature> signatures, Judged judged, std::string& html) {
+    Page(title, document, signatures, judged).append(html);
 }
 
 } // namespace vantrel::dsig::html

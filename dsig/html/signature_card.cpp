@@ -4,8 +4,10 @@
 #include "dsig/html/members.h"
 #include "dsig/html/words.h"
 #include "dsig/report/codes.h"
+#include "dsig/report/refusals.h"
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 
 namespace vantrel::dsig::html {
@@ -296,6 +298,57 @@ std::string timestamp(const JsonValue& report) {
     return out;
 }
 
+// What a policy says of the signature; nothing without one.
+std::string acceptance(const JsonValue& report) {
+    if (report.find("accepted") == nullptr) {
+        return {};
+    }
+    if (flagOf(report, "accepted")) {
+        return coloured("good", "accepted");
+    }
+    std::string out = paragraph(coloured("bad", "not accepted"));
+    for (const JsonValue& word : listOf(report, "refusals")) {
+        out += paragraph(escaped(refusalText(word.text())) + " " + code(word.text()));
+    }
+    return out;
+}
+
+// The first of a list; a path that a document was built for may be long, and is no reading.
+std::span<const JsonValue> shown(const std::vector<JsonValue>& list) {
+    return std::span(list).first(std::min(list.size(), kListed));
+}
+
+// The certification path, from the signer to the anchor, and what is wrong with it. An untrusted
+// one may end before an anchor.
+std::string trust(const JsonValue& report) {
+    const JsonValue* const path = report.find("trust");
+    if (path == nullptr) {
+        return {};
+    }
+    const bool isTrusted = textOf(*path, "status") == "trusted";
+    std::string out =
+        paragraph(coloured(isTrusted ? "good" : "bad", escaped(textOf(*path, "status"))) + " at " +
+                  escaped(textOf(*path, "time")));
+    std::string_view relation = "";
+    for (const JsonValue& subject : shown(listOf(*path, "path"))) {
+        out += paragraph(std::string(relation) + escaped(subject.text()));
+        relation = "issued by ";
+    }
+    for (const JsonValue& problem : shown(listOf(*path, "problems"))) {
+        const std::string_view subject = textOf(problem, "certificate");
+        out += paragraph(code(textOf(problem, "code")) + " " +
+                         (subject.empty() ? "" : escaped(subject) + ": ") +
+                         escaped(textOf(problem, "text")));
+    }
+    return out;
+}
+
+// XAdES; most signatures name no certificate, which needs no line.
+std::string signingCertificate(const JsonValue& report) {
+    const std::string_view word = textOf(report, "signingCertificate");
+    return word.empty() || word == "absent" ? std::string() : coloured(toneOf(word), escaped(word));
+}
+
 // The number has the signature's colour, which is what ties the card to the text.
 void appendHeading(const JsonValue& report, const SignaturePlaces& places, std::size_t number,
                    std::string& out) {
@@ -343,7 +396,10 @@ void appendCard(const JsonValue& report, const SignaturePlaces& places, std::siz
     if (!value.empty()) {
         appendEntry("Value", coloured(toneOf(value), escaped(value)), out);
     }
+    appendEntry("Policy", acceptance(report), out);
     appendSigner(report, out);
+    appendEntry("Trust", trust(report), out);
+    appendEntry("Signed for certificate", signingCertificate(report), out);
     appendEntry("Covers", references(report, places), out);
     appendEntry("Time-stamp", timestamp(report), out);
     appendEntry("Warnings", warnings(report, places, hasUncovered), out);

@@ -35,7 +35,9 @@ struct Part {
 // Reads parts in turn, without recursion: references may lead anywhere, and in a circle.
 class StandardKeyWalk {
 public:
-    StandardKeyWalk(const KeyQuery& query, LogBase& log) noexcept : m_query(query), m_log(log) {}
+    StandardKeyWalk(const KeyQuery& query, std::span<const CandidateKey> before,
+                    LogBase& log) noexcept
+        : m_query(query), m_before(before), m_log(log) {}
 
     [[nodiscard]] std::vector<CandidateKey> run(xml::ElementId keyInfo) {
         m_parts.push_back({keyInfo, false, {}});
@@ -157,14 +159,9 @@ private:
         candidate.certificateGiven =
             candidate.certificate.isLoaded() &&
             (!candidate.source.inDocument || storeHolds(m_query.store, candidate.certificate));
-        const auto isIt = [&](const ClsPublicKey* given) {
-            return given != nullptr && isSameKey(candidate.key->key(), given->key());
-        };
-        candidate.keyGiven = !m_query.keyInfoOnly &&
-                             (isIt(m_query.keyOfSignature) ||
-                              std::ranges::any_of(m_query.keysForAll, [&](const auto& given) {
-                                  return isIt(given.get());
-                              }));
+        candidate.keyGiven = std::ranges::any_of(m_before, [&](const CandidateKey& one) {
+            return one.keyGiven && isSameKey(one.key->key(), candidate.key->key());
+        });
         m_keys.push_back(std::move(candidate));
     }
 
@@ -182,6 +179,7 @@ private:
     }
 
     const KeyQuery& m_query;
+    std::span<const CandidateKey> m_before;
     LogBase& m_log;
     std::vector<Part> m_parts;
     std::set<xml::ElementId> m_seen;
@@ -190,13 +188,14 @@ private:
 
 } // namespace
 
-std::vector<CandidateKey> standardKeys(const KeyQuery& query, LogBase& log) {
+std::vector<CandidateKey> standardKeys(const KeyQuery& query, std::span<const CandidateKey> before,
+                                       LogBase& log) {
     const LogContextExitor context(log, "standardKeys");
     const Ref<ClsXml> keyInfo =
         query.document == nullptr || query.selection.signature == nullptr
             ? Ref<ClsXml>()
             : Ref<ClsXml>::adopt(query.selection.signature->findChild("*:KeyInfo"));
-    return keyInfo ? StandardKeyWalk(query, log).run(keyInfo->elementId())
+    return keyInfo ? StandardKeyWalk(query, before, log).run(keyInfo->elementId())
                    : std::vector<CandidateKey>();
 }
 

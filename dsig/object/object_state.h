@@ -6,6 +6,7 @@
 #include "dsig/document/rules.h"
 #include "dsig/explain/budget.h"
 #include "dsig/html/page.h"
+#include "dsig/keys/named_keys.h"
 #include "dsig/report/signature_report.h"
 #include "dsig/trust/acceptance.h"
 #include "dsig/trust/policy.h"
@@ -38,6 +39,7 @@ struct ObjectState {
     Limits limits;
     // Tried for every signature, last, in this order; none is null. Survive loads.
     std::vector<Ref<ClsPublicKey>> keysForAll;
+    NamedKeys namedKeys;           // tried for signatures that name them; survive loads
     bool encodingMismatch = false; // of the loaded document
 };
 

@@ -56,7 +56,7 @@ bool ClsXmlDSig::judgeReport() {
         m_state->acceptance =
             dsig::judge(*m_state->policy, m_state->report, query.document, getSystemCertsPtr());
     });
-    dsig::withdrawWarnings(*m_state->acceptance, m_state->report);
+    dsig::applyJudgement(*m_state->acceptance, m_state->report);
     return true;
 }
 
@@ -163,6 +163,14 @@ bool ClsXmlDSig::KeepForHtmlReport() {
     });
 }
 
+// What a page says of a policy.
+static dsig::html::Judged judgedBy(const dsig::Policy* policy) {
+    if (policy == nullptr) {
+        return dsig::html::Judged::No;
+    }
+    return policy->oneSuffices ? dsig::html::Judged::Any : dsig::html::Judged::All;
+}
+
 bool ClsXmlDSig::HtmlReport(XString& title, XString& outHtml) {
     return MethodFrame::runLater(*this, "HtmlReport", [&](MethodFrame& frame) {
         outHtml.clear();
@@ -172,7 +180,7 @@ bool ClsXmlDSig::HtmlReport(XString& title, XString& outHtml) {
         }
         std::string html;
         dsig::html::appendPage(title.getUtf8Sb().view(), *m_xmlRoot->document(), m_state->kept,
-                               html);
+                               judgedBy(m_state->policy.get()), html);
         outHtml.setFromUtf8(html.c_str());
         return frame.finish(true);
     });

@@ -2,6 +2,7 @@
 
 #include "dsig/document/fingerprint.h"
 #include "dsig/report/codes.h"
+#include "dsig/report/refusals.h"
 #include "dsig/trust/covered_targets.h"
 #include "foundation/text/strings.h"
 
@@ -55,11 +56,21 @@ bool namesWeakHash(const StringBuffer& algorithm) {
         kWeak, [&](const char* name) { return algorithm.containsSubstringNoCase(name); });
 }
 
+// The hashes and keys of the certificates by which the signer is trusted. That of the anchor's own
+// signature is none of them, since nobody relies on it.
+bool isPathStrong(const JudgedSignature& it) {
+    return !isTrusted(it) ||
+           std::ranges::none_of(it.trust->path.problems, [](const x509::PathProblem& problem) {
+               return problem.fault == x509::PathFault::WeakAlgorithm;
+           });
+}
+
 // What was digested by a hash that nobody named was digested by SHA-1. A truncated HMAC has
 // half its hash and 80 bits at least, or it does not verify.
 bool isStrong(const JudgedSignature& it) {
     const KeyReport* const used = usedKey(it.report);
-    return (used == nullptr || !used->weak) && !namesWeakHash(it.report.signatureMethod) &&
+    return (used == nullptr || !used->weak) && isPathStrong(it) &&
+           !namesWeakHash(it.report.signatureMethod) &&
            std::ranges::none_of(it.report.references, [](const ReferenceResult& reference) {
                return namesWeakHash(reference.digestMethod) ||
                       reference.accommodations.contains(accommodation::kDigestUnknownSha1);
@@ -109,24 +120,22 @@ bool isTimeStamped(const JudgedSignature& it) {
 }
 
 constexpr auto kDemands = std::to_array<DemandEntry>({
-    {Demand::Pinned, "pinned", "not-pinned", isPinned},
-    {Demand::Trusted, "trusted", "not-trusted", isTrusted},
-    {Demand::Vouched, "vouched", "not-vouched", isVouchedFor},
-    {Demand::Strong, "strong", "weak-algorithm", isStrong},
-    {Demand::NoLeniency, "no-leniency", "leniency-used", neededNoLeniency},
-    {Demand::AllChecked, "all-checked", "not-all-checked", isAllChecked},
-    {Demand::Unambiguous, "unambiguous", "ambiguous", isUnambiguous},
-    {Demand::Covered, "covered", "document-not-covered", isCovered},
-    {Demand::Timestamp, "timestamp", "no-timestamp", isTimeStamped},
+    {Demand::Pinned, "pinned", refusal::kNotPinned, isPinned},
+    {Demand::Trusted, "trusted", refusal::kNotTrusted, isTrusted},
+    {Demand::Vouched, "vouched", refusal::kNotVouched, isVouchedFor},
+    {Demand::Strong, "strong", refusal::kWeakAlgorithm, isStrong},
+    {Demand::NoLeniency, "no-leniency", refusal::kLeniencyUsed, neededNoLeniency},
+    {Demand::AllChecked, "all-checked", refusal::kNotAllChecked, isAllChecked},
+    {Demand::Unambiguous, "unambiguous", refusal::kAmbiguous, isUnambiguous},
+    {Demand::Covered, "covered", refusal::kDocumentNotCovered, isCovered},
+    {Demand::Timestamp, "timestamp", refusal::kNoTimestamp, isTimeStamped},
 });
 
 } // namespace
 
 JudgedSignature::JudgedSignature(const Policy& itsPolicy, const SignatureReport& itsReport,
-                                 Document* itsDocument, const SignerTrust* itsTrust,
-                                 const Material& itsMaterial)
-    : policy(itsPolicy), report(itsReport), document(itsDocument), trust(itsTrust),
-      material(itsMaterial) {
+                                 Document* itsDocument, const Material& itsMaterial)
+    : policy(itsPolicy), report(itsReport), document(itsDocument), material(itsMaterial) {
     if (document != nullptr) {
         digested = digestedRanges(*document->structure, report);
     }

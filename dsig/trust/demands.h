@@ -12,28 +12,17 @@
 
 namespace vantrel::dsig {
 
-// Why a valid signature is not accepted, besides the refusals of the table of demands.
-namespace refusal {
-// The signature is not valid, or its value was not asked for.
-inline constexpr std::string_view kNotValid = "not-valid";
-// A target that must be covered is not, or is not there.
-inline constexpr std::string_view kTargetNotCovered = "target-not-covered";
-// The signer signed for another certificate than that of the key that verified.
-inline constexpr std::string_view kSigningCertificateMismatch = "signing-certificate-mismatch";
-} // namespace refusal
-
 // One signature on its way to a judgement. Borrowed, but for what is worked out once for all
 // demands.
 struct JudgedSignature {
     JudgedSignature(const Policy& itsPolicy, const SignatureReport& itsReport,
-                    Document* itsDocument, const SignerTrust* itsTrust,
-                    const Material& itsMaterial);
+                    Document* itsDocument, const Material& itsMaterial);
 
     const Policy& policy;
     const SignatureReport& report;
-    Document* document;       // null when no signature was selected
-    const SignerTrust* trust; // null without anchors
+    Document* document; // null when no signature was selected
     const Material& material;
+    const SignerTrust* trust = nullptr; // null without anchors, and until it was judged
     // What the signed and matching references of a valid signature digested, in order and apart
     // from each other (covered_targets.h).
     std::vector<xml::TextRange> digested;

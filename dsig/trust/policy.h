@@ -1,6 +1,7 @@
 #ifndef DSIG_TRUST_POLICY_H
 #define DSIG_TRUST_POLICY_H
 
+#include "dsig/trust/demand.h"
 #include "foundation/text/byte_view.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/path/path_material.h"
@@ -15,19 +16,6 @@
 
 namespace vantrel::dsig {
 
-// What a signature may be asked to show, by its word (demands.h has the words and what they mean).
-enum class Demand : std::uint8_t {
-    Pinned,
-    Trusted,
-    Vouched,
-    Strong,
-    NoLeniency,
-    AllChecked,
-    Unambiguous,
-    Covered,
-    Timestamp,
-};
-
 // By what a caller accepts signatures. Whether one is valid is another question, which cryptography
 // alone answers; a policy never changes it.
 struct Policy {
@@ -36,6 +24,9 @@ struct Policy {
     std::set<Demand> demands;
     // SHA-256 of a SubjectPublicKeyInfo or of a certificate, lower-case hexadecimal; see parsePin.
     std::vector<std::string> pins;
+    // One accepted signature is enough for a document, else all have to be. It is for those who sum
+    // up: a signature is judged the same.
+    bool oneSuffices = false;
     // "document", "#ID", or the path of an element as reports print it; see isTarget.
     std::vector<std::string> mustCover;
 
@@ -46,11 +37,10 @@ struct Policy {
     bool checkRevocation = false;      // the status of every certificate must be known
     std::optional<std::int64_t> at;    // seconds since 1970; absent: see signer_trust.h
     std::vector<std::string> purposes; // dotted; one of them the signer's certificate allows
-    std::unique_ptr<x509::PathMaterial> owned; // what the certificates and lists above belong to
+    // What the certificates and lists above belong to; shared, since several policies may use it.
+    std::vector<std::shared_ptr<const x509::PathMaterial>> owners;
 };
 
-// The demand of a word ("pinned", in any letter case); nothing for another text.
-[[nodiscard]] std::optional<Demand> demandOf(std::string_view word) noexcept;
 // What the strictest usual policy asks for, besides keys and coverage.
 [[nodiscard]] const std::set<Demand>& strictDemands();
 

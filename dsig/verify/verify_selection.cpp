@@ -217,7 +217,7 @@ void tryStandardKeys(const VerifyQuery& query, const ValueQuery& value,
         !standardsApply(log)) {
         return;
     }
-    std::vector<CandidateKey> more = standardKeys(query.keys, log);
+    std::vector<CandidateKey> more = standardKeys(query.keys, keys, log);
     if (more.empty()) {
         return;
     }

@@ -9,6 +9,7 @@
 #include "tests/support/process.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -56,7 +57,12 @@ struct Asked {
     std::vector<std::string> arguments;
     std::string json;
     bool whole;
+    bool judged = false; // by a policy
 };
+
+std::string rsaPin() {
+    return "sha256:" + Key::fromFile(vectorPath("dsig/keys/rsa.pub"))->keys()[0].spkiSha256;
+}
 
 std::vector<Asked> questions() {
     const std::string key = vectorPath("dsig/keys/rsa.pub");
@@ -74,6 +80,17 @@ std::vector<Asked> questions() {
          "{" + json + R"(,"signature":0,"noReferences":true})",
          false},
         {{"--reference", "0"}, "{" + json + R"(,"reference":0})", false},
+        // At a fixed time, which the reports tell.
+        {{"--strict", "--anchor", root, "--at", "2027-01-01", "--must-cover", "document"},
+         "{" + json + R"(,"strict":true,"anchor":{"file":")" + root +
+             R"("},"at":"2027-01-01","mustCover":"document"})",
+         true,
+         true},
+        {{"--accept", "any", "--only-key", "--pin", rsaPin(), "--require", "no-leniency"},
+         "{" + json + R"(,"accept":"any","onlyKey":true,"pin":")" + rsaPin() +
+             R"(","require":"no-leniency"})",
+         true,
+         true},
     };
 }
 
@@ -89,17 +106,25 @@ TEST(Verify, ReportsAreThoseOfTheTool) {
         ASSERT_EQ(lines.size(), paths.size());
         const VerifyOptions options = optionsOf(asked.json);
         std::size_t valid = 0;
+        std::size_t accepted = 0;
         for (std::size_t i = 0; i < paths.size(); ++i) {
             const VerifyResult result = verifyFile(paths[i], options);
             EXPECT_EQ(result.json(paths[i]), lines[i]) << asked.json;
             // A digest that an option tolerates is valid to who asked for it, and no more.
-            const bool holds = asked.whole && result.status == Status::Valid &&
-                               lines[i].find(R"("status":"mismatch")") == std::string::npos;
+            const bool isAccepted =
+                lines[i].find(R"("accepted":true,"refusals")") < lines[i].find(R"("signatures")");
+            const bool holds =
+                asked.judged ? isAccepted
+                             : asked.whole && result.status == Status::Valid &&
+                                   lines[i].find(R"("status":"mismatch")") == std::string::npos;
             EXPECT_EQ(static_cast<bool>(result), holds) << paths[i];
             valid += result.status == Status::Valid ? 1 : 0;
+            accepted += isAccepted ? 1 : 0;
         }
         EXPECT_GT(valid, 20U) << asked.json;
         EXPECT_LT(valid, paths.size()) << asked.json;
+        EXPECT_EQ(accepted > 0, asked.judged) << asked.json;
+        EXPECT_LT(accepted, valid) << asked.json;
     }
 }
 
@@ -125,6 +150,81 @@ TEST(Verify, ValuesSayWhatTheReportSays) {
     EXPECT_EQ(reference.excluded[0].path, signature.path);
     EXPECT_EQ(reference.cause.value_or(Cause()).code, "digest-mismatch");
     EXPECT_EQ(toString(reference.status), "mismatch");
+}
+
+TEST(Verify, PoliciesAreValues) {
+    const std::string keys = sourcePath("examples/keys/");
+    VerifyOptions options;
+    options.policy.anchors.push_back(*TrustAnchors::fromFile(keys + "root.pem"));
+    options.policy.strict = true;
+    options.policy.at = std::chrono::sys_days(std::chrono::year(2027) / 1 / 1);
+    VerifyResult result = verifyFile(invoice(), options);
+    ASSERT_TRUE(result) << result.json();
+    EXPECT_EQ(result.acceptance, Acceptance::Accepted);
+    const SignatureResult& signature = result.signatures[0];
+    EXPECT_TRUE(signature.trust && signature.trust->trusted);
+    EXPECT_EQ(signature.trust->time, "2027-01-01T00:00:00Z");
+    EXPECT_EQ(signature.trust->path.size(), 2U);
+    EXPECT_FALSE(signature.hasWarning("key-from-document"));
+    // Whoever holds a result may have changed it.
+    result.signatures[0].acceptance = Acceptance::NotAsked;
+    EXPECT_FALSE(result);
+
+    options.policy.at = std::chrono::sys_days(std::chrono::year(1999) / 1 / 1);
+    result = verifyFile(invoice(), options);
+    EXPECT_EQ(result.status, Status::Valid);
+    EXPECT_FALSE(result);
+    ASSERT_EQ(result.refusals.size(), 2U);
+    EXPECT_EQ(result.refusals[0].code, "not-trusted");
+    EXPECT_NE(result.refusals[0].text, "");
+    EXPECT_TRUE(result.signatures[0].hasRefusal("not-vouched"));
+    EXPECT_EQ(result.signatures[0].trust->problems[0].code, "not-yet-valid");
+
+    // What cannot be judged is not accepted, and a policy that means nothing is an error.
+    EXPECT_EQ(verify("<a", options).acceptance, Acceptance::Refused);
+    EXPECT_EQ(verify("<a/>", options).acceptance, Acceptance::Refused);
+    options.policy.anchors.clear();
+    EXPECT_EQ(verifyFile(invoice(), options).error,
+              "the option at is about certificates that lead to an anchor, and none is given");
+}
+
+// Beside a good signature one that was moved elsewhere, which holds no more.
+TEST(Verify, OneAcceptedSignatureMaySuffice) {
+    const std::string good = readText(invoice());
+    const std::size_t start = good.find("<Signature ");
+    const std::size_t end = good.find("</Signature>") + 12;
+    ASSERT_LT(start, end);
+    const std::string moved = "<All>" + good.substr(start, end - start) + "</All>";
+    VerifyOptions options;
+    options.policy.accept = Accept::Any;
+    EXPECT_FALSE(verify(moved, options));
+    VerifyResult result = verify(good, options);
+    ASSERT_TRUE(result);
+    EXPECT_TRUE(result.oneSuffices);
+    result.signatures.push_back(verify(moved).signatures.at(0));
+    result.status = Status::Invalid;
+    EXPECT_TRUE(result);
+    result.oneSuffices = false;
+    EXPECT_FALSE(result);
+    result.oneSuffices = true;
+    result.signatures[0].value = ValueStatus::NotChecked;
+    EXPECT_FALSE(result);
+}
+
+TEST(TrustAnchors, SayWhatTheBytesAre) {
+    const std::string keys = sourcePath("examples/keys/");
+    const std::string pem = readText(keys + "root.pem");
+    EXPECT_EQ(TrustAnchors::fromBytes(pem + readText(keys + "signer.pem"))->size(), 2U);
+    EXPECT_EQ(TrustAnchors::fromBytes(Certificate::fromBytes(pem)->der())->size(), 1U);
+    EXPECT_EQ(TrustAnchors::fromFile(keys)->size(), 2U); // of a folder what is a certificate
+    EXPECT_EQ(TrustAnchors::fromFile(keys + "root.key").error().what,
+              "this is a private key (PEM)");
+    EXPECT_EQ(TrustAnchors::fromFile(keys + "signer.pub").error().what,
+              "this is a public key, not a certificate");
+    EXPECT_NE(TrustAnchors::fromFile(keys + "absent").error().what.find("No such file"),
+              std::string::npos);
+    EXPECT_EQ(RevocationLists::fromFile(keys + "root.pem").error().what,
+              "this is a certificate, not a revocation list");
 }
 
 TEST(Verify, NothingSignedIsNeverTrue) {

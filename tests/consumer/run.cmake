@@ -37,14 +37,18 @@ file(REMOVE_RECURSE "${place}")
 # in nothing else.
 run("${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${SOURCE}" -B "${place}/renamed" "-DCMAKE_CXX_COMPILER=${COMPILER}"
   "-DVANTREL_SANITIZERS=${SANITIZERS}" -DCMAKE_INSTALL_INCLUDEDIR=inc)
-file(COPY "${BUILD}/libvantrel.a" "${BUILD}/xmldsig" "${BUILD}/xmldsig.1" DESTINATION "${place}/renamed")
+file(GLOB texts "${BUILD}/xmldsig.*")
+file(COPY "${BUILD}/libvantrel.a" "${BUILD}/xmldsig" ${texts} DESTINATION "${place}/renamed")
 
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${place}/usual")
 run("${CMAKE_COMMAND}" --install "${place}/renamed" --prefix "${place}/installed")
 check_headers("${place}/usual/include")
-if(NOT EXISTS "${place}/usual/share/man/man1/xmldsig.1")
-  message(FATAL_ERROR "the manual page is not laid down")
-endif()
+foreach(text man/man1/xmldsig.1 bash-completion/completions/xmldsig zsh/site-functions/_xmldsig
+    fish/vendor_completions.d/xmldsig.fish)
+  if(NOT EXISTS "${place}/usual/share/${text}")
+    message(FATAL_ERROR "${text} is not laid down")
+  endif()
+endforeach()
 check_headers("${place}/installed/inc")
 
 run("${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${SOURCE}/tests/consumer" -B "${place}/build"

@@ -1,19 +1,23 @@
 #!/usr/bin/env python3
 """Compiles the samples of README.md and docs against the library; whole programs verify a document, too.
-Usage: samples_test.py CXX CC LIBRARY [FLAGS...]. Ends with "N passed, N failed"."""
+Samples in Python that use the package run in a copy of the examples, with the shared library SHARED ("-": they are
+passed over). Usage: samples_test.py CXX CC LIBRARY SHARED [FLAGS...]. Ends with "N passed, N failed"."""
 
+import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
 
-CXX, CC, LIBRARY = sys.argv[1:4]
-FLAGS = sys.argv[4:]
+CXX, CC, LIBRARY, SHARED = sys.argv[1:5]
+FLAGS = sys.argv[5:]
 TOP = pathlib.Path(__file__).resolve().parents[2]
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 INCLUDES = ["-I", str(TOP), "-I", str(TOP / "include")]
-BLOCK = re.compile(r"^```(cpp|c)\n(.*?)^```$", re.M | re.S)
+BLOCK = re.compile(r"^```(cpp|c|python)\n(.*?)^```$", re.M | re.S)
+USES_PACKAGE = re.compile(r"^import .*\bvantrel\b", re.M)
 # What a piece of a program has around it: its text, and what it does not use itself.
 PIECE = """#include <vantrel/verify.h>
 #include <iostream>
@@ -43,7 +47,17 @@ def build(language, code, folder):
     return code == 0, output, program
 
 
+def run_python(code, folder):
+    place = shutil.copytree(TOP / "examples", folder / "examples")
+    done = subprocess.run([sys.executable, "-W", "error", "-c", code], cwd=place, text=True, capture_output=True,
+                          check=False, env={**os.environ, "PYTHONPATH": str(TOP / "bindings/python"),
+                                            "PYTHONDONTWRITEBYTECODE": "1", "VANTREL_LIBRARY": SHARED})
+    return done.returncode == 0, done.stdout + done.stderr
+
+
 def check(language, code, folder):
+    if language == "python":
+        return run_python(code, folder)
     good, output, program = build(language, code, folder)
     if not good or program is None:
         return good, output
@@ -55,6 +69,8 @@ def check(language, code, folder):
 passed = failed = 0
 for document in (TOP / "README.md", *sorted((TOP / "docs").glob("*.md"))):
     for match in BLOCK.finditer(document.read_text()):
+        if match.group(1) == "python" and (SHARED == "-" or not USES_PACKAGE.search(match.group(2))):
+            continue
         with tempfile.TemporaryDirectory() as folder:
             good, output = check(*match.groups(), pathlib.Path(folder))
         passed += good

@@ -13,9 +13,9 @@ FLAGS = sys.argv[4:]
 TOP = pathlib.Path(__file__).resolve().parents[2]
 PUBLIC = re.compile(
     r"vantrel_\w+$|((vtable|typeinfo) for )?vantrel::(version\(|verify\(|verifyFile\(|toString\(|decodeSecret\(|optionsFromJson\("
-    r"|(Key|Certificate|CertificateStore|Document|SignatureResult|VerifyResult|Cls\w+|_clsXmlDSigBase|SystemCertsHolder|StringBuffer"
+    r"|(Key|Certificate|CertificateStore|TrustAnchors|RevocationLists|Document|SignatureResult|VerifyResult|Cls\w+|_clsXmlDSigBase|SystemCertsHolder|StringBuffer"
     r"|DataBuffer|XString|VantrelObject|RefCountedObject\w*|SharedBytes|json::JsonValue|LogBase|_vlLogger)(::|$)"
-    r"|dsig::(limitTable|setLimit|parseLimit)\()|VANTREL_0$")
+    r"|dsig::(limitTable|setLimit|parseLimit|demandOf)\()|VANTREL_0$")
 failures = []
 passed = 0
 

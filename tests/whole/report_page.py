@@ -144,6 +144,19 @@ def check_text(page, data, report, name):
         check(not is_covered, "nothing is shown as covered by what does not hold", name)
 
 
+def check_acceptance(text, report, name):
+    """What the policy says, in the title and the verdict; each refusal there and at its signature."""
+    heading = re.search(r"<title>(.*?): ", text)[1]
+    word = {True: ", accepted", False: ", not accepted", None: ""}[report.get("accepted")]
+    check(heading.removeprefix(heading.split(",")[0]) == word, "the title says whether it is accepted", name)
+    for code in report.get("refusals", []):
+        wanted = 1 + sum(code in signature["refusals"] for signature in report["signatures"])
+        check(len(re.findall(rf"<p>[A-Z][^<]+ <code>{code}</code></p>", text)) >= wanted, "refusals are explained", name)
+    for signature in report["signatures"]:
+        for problem in signature.get("trust", {"problems": []})["problems"]:
+            check(f"<code>{problem['code']}</code>" in text, "problems of the path are shown", name)
+
+
 def check_document(path, arguments, name, folder, chromium=""):
     data = path.read_bytes()
     code, text = page_of(arguments, path)
@@ -155,6 +168,7 @@ def check_document(path, arguments, name, folder, chromium=""):
     page = Page(text)
     check_safety(page, name)
     report = json.loads(run.stdout)
+    check_acceptance(text, report, name)
     # Offsets and text are those of the document as UTF-8.
     encoding = re.search(rb"encoding=.([\w-]+)", data[:100])
     if data[:1] == b"<" and (not encoding or encoding[1].upper() == b"UTF-8"):
@@ -189,6 +203,15 @@ def hostile_documents(folder):
         path = folder / f"{number} <script>alert(1)<\u202e.xml"
         path.write_text(changed)
         yield path
+    # KeyInfo is not signed, so any certificate of the signer's key may stand there.
+    if shutil.which("openssl"):
+        made = subprocess.run(["openssl", "req", "-x509", "-new", "-utf8", "-key", TOP / "examples/keys/signer.key", "-days", "9",
+                               "-outform", "DER", "-subj", "/CN=" + HOSTILE[0].replace("/", "\\/") + HOSTILE[5]],
+                              capture_output=True, check=True)
+        path = folder / "certificate.xml"
+        path.write_text(re.sub("(?s)(<X509Certificate>).*?(</X509Certificate>)",
+                               lambda m: m[1] + base64.b64encode(made.stdout).decode() + m[2], invoice))
+        yield path
     path = folder / "long.xml"
     path.write_text("<r>" + "<a>&lt;script&gt; \u202e</a>" * 20_000 + "x" * 5000 + "</r>")
     yield path
@@ -203,6 +226,11 @@ def main():
         secret = ["--hmac-key-file", TOP / "examples/keys/secret.bin", "--ref-dir", TOP / "examples"]
         for path in sorted((TOP / "examples").glob("*.xml")):
             check_document(path, secret, path.name, folder, chromium if "invoice" in path.name else "")
+        root = TOP / "examples/keys/root.pem"
+        policies = [["--strict", "--must-cover", "document"], ["--accept", "any", "--anchor", root]]
+        for path in [*sorted((TOP / "examples").glob("*.xml")), *hostile_documents(folder)]:
+            for policy in policies:
+                check_document(path, policy, f"{path.name} {policy}", folder)
         key = ["--key", TOP / "tests/vectors/dsig/keys/rsa.pub"]
         for path in sorted((TOP / "tests/vectors/dsig").glob("*/*/document.xml")):
             check_document(path, key, str(path.parent.name), folder)

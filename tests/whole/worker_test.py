@@ -136,14 +136,14 @@ def hostile():
         (b'{"xml":"<a/>","timeoutMs":1e3,"id":1}', 1, "timeoutMs"),
     ]
     cases += [(b'{"file":"%s","id":1,"options":%s}' % (invoice, given), 1, error) for given, error in [
-        (b"7", "options is an object"), (b'{"noSuch":1}', "there is no option noSuch"), (b'{"json":true}', "there is no option json"),
+        (b"7", "no JSON object"), (b'{"noSuch":1}', "there is no option noSuch"), (b'{"json":true}', "there is no option json"),
         (b'{"jobs":1}', "there is no option jobs"), (b'{"ignoreExternl":true}', "ignoreExternal is one"),
         (b'{"signature":0,"signature":0}', "signature stands twice"), (b'{"signature":[0,0]}', "takes one value"),
-        (b'{"signature":"0"}', "signature is a number"), (b'{"signature":-1}', "takes a number"), (b'{"noReferences":1}', "true or false"),
+        (b'{"signature":"0"}', "signature takes a number"), (b'{"signature":-1}', "takes a number"), (b'{"noReferences":1}', "true or false"),
         (b'{"noReferences":[]}', "true or false"), (b'{"key":7}', "PEM text"), (b'{"key":{"file":"-"}}', "PEM text"),
-        (b'{"key":{"file":"a","b":1}}', "PEM text"), (b'{"key":""}', "--key"), (b'{"cert":"AAAA"}', "--cert"),
-        (b'{"hmacKeyFile":"AAAA"}', "hmacKey takes"), (b'{"hmacEncoding":"rot13"}', "--hmac-encoding is one of"),
-        (b'{"refDir":["a\\u0000"]}', "refDir is a text"), (b'{"id":"a","signature":0}', "exclude each other"),
+        (b'{"key":{"file":"a","b":1}}', "PEM text"), (b'{"key":""}', "PEM text"), (b'{"cert":"AAAA"}', "the option cert: "),
+        (b'{"hmacKeyFile":"AAAA"}', "hmacKey takes"), (b'{"hmacEncoding":"rot13"}', "hmacEncoding takes one of hex"),
+        (b'{"refDir":["a\\u0000"]}', "refDir takes a text"), (b'{"id":"a","signature":0}', "exclude each other"),
         (b'{"key":{"file":"no/such"}}', "No such file")]]
     cases.append((b'{"id":"last","file":"%s"}' % invoice, "last", ""))
     found = answers([text for text, _, _ in cases])

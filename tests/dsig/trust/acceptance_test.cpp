@@ -107,21 +107,20 @@ TEST(IdRivals, AreValuesOnTwoElementsByWhateverAttribute) {
 TEST(SignerTrust, EndsWithTheDocumentsAccount) {
     LogNull log;
     dsig::Policy policy;
-    policy.owned = std::make_unique<x509::PathMaterial>();
-    ASSERT_TRUE(policy.owned->addCertificateSource(sourcePath("examples/keys/root.pem"),
-                                                   policy.anchors, log));
-    std::vector<const VantrelX509*> signer;
+    x509::PathMaterial material;
     ASSERT_TRUE(
-        policy.owned->addCertificateSource(sourcePath("examples/keys/signer.pem"), signer, log));
+        material.addCertificateSource(sourcePath("examples/keys/root.pem"), policy.anchors, log));
+    std::vector<const VantrelX509*> signer;
+    ASSERT_TRUE(material.addCertificateSource(sourcePath("examples/keys/signer.pem"), signer, log));
     xml::ParseFailure why;
     const dsig::Limits limits;
     dsig::Document document(xml::XmlDocument::parse(StringBuffer("<a/>"), {}, why), limits);
     dsig::SignatureReport report;
     report.signer.certificate = *signer.front();
     const auto judge = [&] {
-        return dsig::judgeSigner(
-            policy, report, &document,
-            std::make_shared<const dsig::Material>(report, &document, nullptr));
+        return dsig::judgeSigner(policy, report, &document,
+                                 std::make_shared<const dsig::Material>(report, &document, nullptr),
+                                 nullptr);
     };
     int paths = 0;
     while (judge().path.trusted && paths < 1'000'000) {
