@@ -84,18 +84,27 @@ Selection readTransforms(const xml::XmlDocument& document, xml::ElementId refere
     return selection;
 }
 
-bool hasId(const xml::XmlDocument& document, xml::ElementId element, std::string_view id) {
-    std::string value;
-    return XmlElement(document, element).attribute("Id", value) && value == id;
-}
-
-// The only element of the selection's name and Id in the subtree; kNoElement for none or several.
+// The element of the selection's name in the subtree: that with its Id, by the document's index, or
+// else the only one, which is looked for in small subtrees alone. Many signatures in one document
+// may ask, so that none of them may cost a walk through it.
 xml::ElementId selected(const xml::XmlDocument& document, xml::ElementId top,
                         const Selection& selection) {
+    constexpr xml::ElementId kSmall = 1000;
+    const xml::ElementId end = document.element(top).next;
     xml::ElementId found = xml::kNoElement;
-    for (xml::ElementId element = top; element < document.element(top).next; ++element) {
-        if (document.localName(element) != selection.name ||
-            (!selection.id.empty() && !hasId(document, element, selection.id))) {
+    if (!selection.id.empty()) {
+        const bool resolved =
+            xml::resolveFragment(document, selection.id, found) == xml::FragmentTarget::Element;
+        return resolved && found >= top && found < end &&
+                       document.localName(found) == selection.name
+                   ? found
+                   : xml::kNoElement;
+    }
+    if (end - top > kSmall) {
+        return xml::kNoElement;
+    }
+    for (xml::ElementId element = top; element < end; ++element) {
+        if (document.localName(element) != selection.name) {
             continue;
         }
         if (found != xml::kNoElement) {

@@ -14,7 +14,8 @@ struct RetrievedKey {
 
 // kNoElement where it leads out of the document, to nothing, to several elements, to an element of
 // another type than it says, or through a transform other than these: base64 for a raw certificate,
-// and an XPath of the form ancestor-or-self::name with or without [@Id='...'].
+// and an XPath of the form ancestor-or-self::name with [@Id='...'], or without that where there are
+// few elements to look at.
 [[nodiscard]] RetrievedKey retrievedKey(const xml::XmlDocument& document, xml::ElementId reference);
 
 } // namespace vantrel::dsig

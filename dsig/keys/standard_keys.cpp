@@ -23,6 +23,8 @@ namespace {
 // Far above any KeyInfo in use: elements that are looked at, and keys that are tried.
 constexpr std::size_t kMostParts = 1000;
 constexpr std::size_t kMostKeys = 100;
+// References that are followed, and digests that all certificates of the store are held against.
+constexpr std::size_t kMostLookUps = 16;
 
 // A part of a KeyInfo that is still to be read, and where a key in it comes from. A part that was
 // referred to is read as a whole; of the KeyInfo itself the usual forms were read before.
@@ -87,6 +89,9 @@ private:
     }
 
     void follow(const Part& part, const KeySource& source) {
+        if (++m_lookUps > kMostLookUps) {
+            return;
+        }
         const RetrievedKey target = retrievedKey(structure(), part.element);
         if (target.element == xml::kNoElement) {
             m_log.LogInfo("A reference of the KeyInfo leads to no key.");
@@ -136,7 +141,7 @@ private:
         DataBuffer stored;
         handle(part.element)->getAttrValue("Algorithm", algorithm);
         const int hashAlg = digestByIdentifier(algorithm.view());
-        if (m_query.store == nullptr || hashAlg == 0 ||
+        if (m_query.store == nullptr || hashAlg == 0 || ++m_lookUps > kMostLookUps ||
             !text::decodeBase64(contentOf(part.element).view(), stored) || stored.isEmpty()) {
             return;
         }
@@ -181,6 +186,7 @@ private:
     const KeyQuery& m_query;
     std::span<const CandidateKey> m_before;
     LogBase& m_log;
+    std::size_t m_lookUps = 0;
     std::vector<Part> m_parts;
     std::set<xml::ElementId> m_seen;
     std::vector<CandidateKey> m_keys;
