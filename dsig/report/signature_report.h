@@ -188,6 +188,7 @@ struct SignatureReport {
     // A key must be found for the value, for a report even where the outcome is settled before.
     bool valueWanted = false;
     bool referencesFailed = false; // that is why it is not valid
+    bool givenRulesOnly = false;   // the caller wanted no further constructs of the recommendations
     ValueCheck value = ValueCheck::NotReached;
     // "absent", "not-checked", "valid" or "invalid"; the next three are set only once it was
     // checked.

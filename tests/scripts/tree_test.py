@@ -38,6 +38,8 @@ MAY_INCLUDE = {
                               "foundation/crypto/signature"),
     "foundation/crypto/ecc": ("foundation/text", "foundation/cpu", "foundation/crypto/bignum",
                               "foundation/crypto/signature"),
+    "foundation/crypto/edwards": ("foundation/text", "foundation/crypto/bignum",
+                                  "foundation/crypto/ecc", "foundation/crypto/hash"),
     "foundation/xml/scan": ("foundation/text", "foundation/cpu"),
     "foundation/xml/tree": XML,
     "foundation/xml/nodes": ("foundation/xml/scan", "foundation/text", "foundation/cpu"),
