@@ -165,6 +165,8 @@ def check_asic():
     for options in (("--part", "META-INF/signatures2.xml"), ("--signature", "1"), ("--id", "t")):
         report = expect(str(options), two, "valid", *options, missing=["caf\u00e9 a.txt"])
         check(f"{options} takes one", [s["index"] for s in report["signatures"]] == [0 if options[0] == "--part" else 1])
+    for options in (("--reference", "0"), ("--no-references",)):
+        expect(f"{options} covers nothing", honest, "valid", *options, missing=["caf\u00e9 a.txt", "sub/b.txt"])
     for options in (("--part", "x.xml"), ("--signature", "2"), ("--id", "u")):
         expect(str(options), two, "error", *options, cause="there is no signature" if options[0] != "--part" else "x.xml")
     return package(honest)
