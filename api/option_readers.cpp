@@ -87,6 +87,16 @@ std::string addKey(const OptionValue& value, OptionReading& into) {
     return addSource(value, into.options.keys);
 }
 
+// A source of several keys has them all under the one name, tried in their order.
+std::string addNamedKey(const OptionValue& value, OptionReading& into) {
+    std::vector<Key> keys;
+    std::string wrong = addSource(value, keys);
+    if (wrong.empty()) {
+        into.options.namedKeys.push_back({value.name, keys.front()});
+    }
+    return wrong;
+}
+
 // Where the machine's anchors are meant, that may stand as a text or as a name.
 std::string addAnchor(const OptionValue& value, OptionReading& into) {
     std::vector<TrustAnchors>& anchors = into.options.policy.anchors;
@@ -231,6 +241,8 @@ constexpr auto kValues = std::to_array<ValueReader>({
      [](OptionReading& into) { into.options.reference.reset(); }, addReference},
     {"key", OptionKind::Source, true, [](OptionReading& into) { into.options.keys.clear(); },
      addKey},
+    {"namedKey", OptionKind::NamedSource, true,
+     [](OptionReading& into) { into.options.namedKeys.clear(); }, addNamedKey},
     {"hmacKey", OptionKind::Text, false,
      [](OptionReading& into) { into.options.hmacSecret.clear(); },
      [](const OptionValue& value, OptionReading& into) {

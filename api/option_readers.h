@@ -27,10 +27,12 @@ struct OptionReading {
 struct OptionValue {
     std::string text;
     bool isFile = false;
+    std::string name; // of a named source
 };
 
-// What stands for a value. A file is {"file": "NAME"}; a source that, or its contents.
-enum class OptionKind : std::uint8_t { Number, Text, Source, File };
+// What stands for a value. A file is {"file": "NAME"}; a source that, or its contents. A named
+// source is {"name": "NAME", "key": SOURCE}, or "NAME=FILE" as on the command line.
+enum class OptionKind : std::uint8_t { Number, Text, Source, NamedSource, File };
 
 // A switch, by the member that it sets.
 struct FlagReader {

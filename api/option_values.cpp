@@ -47,6 +47,16 @@ bool parseReferenceData(std::string_view text, int& index, std::string& file) {
     return true;
 }
 
+bool parseNamedKey(std::string_view text, std::string& name, std::string& file) {
+    const std::size_t equals = text.rfind('=');
+    if (equals == std::string_view::npos || equals == 0 || equals + 1 == text.size()) {
+        return false;
+    }
+    name = text.substr(0, equals);
+    file = text.substr(equals + 1);
+    return true;
+}
+
 bool canOpen(const std::string& file, int& systemError, std::string& otherwise) {
     _vlLogger log;
     _vlFileDataSource probe;

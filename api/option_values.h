@@ -33,6 +33,10 @@ inline constexpr std::string_view kOptionWords =
 // "N=FILE", content of an external reference; the name may hold more equals signs.
 [[nodiscard]] bool parseReferenceData(std::string_view text, int& index, std::string& file);
 
+// "NAME=FILE", a key by its name. The last equals sign parts them: names of keys are often names of
+// directories (CN=...), and names of files hardly ever hold one.
+[[nodiscard]] bool parseNamedKey(std::string_view text, std::string& name, std::string& file);
+
 // Files are opened when their digest is due, folders searched then; here it is seen that both can
 // be. Else false with the system's reason, a value of errno; where that is 0 `otherwise` says why.
 [[nodiscard]] bool canOpen(const std::string& file, int& systemError, std::string& otherwise);

@@ -2,6 +2,7 @@
 
 #include "api/make_policy.h"
 #include "api/option_readers.h"
+#include "api/option_values.h"
 #include "api/read_file.h"
 #include "foundation/json/json_parts.h"
 #include "foundation/keyfile/key_file.h"
@@ -27,6 +28,7 @@ std::string_view wantedOf(api::OptionKind kind) {
     case api::OptionKind::Number: return "a number";
     case api::OptionKind::Text: return "a text";
     case api::OptionKind::Source: return "PEM text, base64 of DER or {\"file\": NAME}";
+    case api::OptionKind::NamedSource: return "NAME=FILE or {\"name\": NAME, \"key\": KEY}";
     case api::OptionKind::File: break;
     }
     return "{\"file\": NAME}; hmacKey takes the secret itself";
@@ -61,6 +63,42 @@ bool readFileName(std::string_view json, std::string& out) {
            out != "-" && !parts.next(name, member);
 }
 
+// The contents of a source, or its name.
+bool readSource(std::string_view json, api::OptionValue& value) {
+    value.isFile = json.front() == '{';
+    if (value.isFile) {
+        return readFileName(json, value.text);
+    }
+    StringBuffer text;
+    const bool isText = readText(json, text);
+    value.text = text.view();
+    return isText;
+}
+
+// A source with a name of its own, or both as on a command line.
+bool readNamedSource(std::string_view json, api::OptionValue& value) {
+    if (json.front() != '{') {
+        std::string text;
+        value.isFile = true;
+        return readPlainText(json, text) && api::parseNamedKey(text, value.name, value.text);
+    }
+    json::JsonParts parts(json);
+    StringBuffer member;
+    std::string_view part;
+    // Each once; which of two counts is nothing to guess.
+    bool hasKey = false;
+    while (parts.next(member, part)) {
+        const bool taken =
+            (member.view() == "name" && value.name.empty() && readPlainText(part, value.name)) ||
+            (member.view() == "key" && !hasKey && readSource(part, value));
+        hasKey = hasKey || member.view() == "key";
+        if (!taken) {
+            return false;
+        }
+    }
+    return !parts.failed() && hasKey && !value.name.empty();
+}
+
 // Whether the value is of the option's kind. Contents and names are told apart by their form alone:
 // a text is never taken for the name of a file, which whoever wrote it may not know to exist.
 bool readValue(api::OptionKind kind, std::string_view json, api::OptionValue& value) {
@@ -72,16 +110,10 @@ bool readValue(api::OptionKind kind, std::string_view json, api::OptionValue& va
         return first == '-' || text::isDigitAscii(first);
     case api::OptionKind::Text: return readPlainText(json, value.text);
     case api::OptionKind::File: value.isFile = true; return readFileName(json, value.text);
+    case api::OptionKind::NamedSource: return readNamedSource(json, value);
     case api::OptionKind::Source: break;
     }
-    value.isFile = first == '{';
-    if (value.isFile) {
-        return readFileName(json, value.text);
-    }
-    StringBuffer text;
-    const bool isText = readText(json, text);
-    value.text = text.view();
-    return isText;
+    return readSource(json, value);
 }
 
 // A walk over the members. The first fault ends it: what stands behind it would be verified with

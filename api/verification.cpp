@@ -61,25 +61,34 @@ bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
     return all;
 }
 
-// For every signature of the document; tried after the keys of KeyInfo. Read anew for each
-// verifier, so that no key object is shared.
-// False stands for no memory: the bytes were read once before, when the key was made.
-bool setKeys(const std::vector<Key>& given, ClsXmlDSig& verifier) {
+// The keys of a source, read anew for each verifier, so that no key object is shared. Each goes to
+// `add`.
+template <class Add> bool setKeysOf(const Key& given, ClsXmlDSig& verifier, const Add& add) {
     std::vector<Ref<ClsPublicKey>> keys;
-    for (const Key& key : given) {
-        keyfile::KeyFileFault fault;
-        if (!keyfile::loadKeys(asBytes(key.source()), keys, fault)) {
-            return false;
-        }
-        // They name the holders of the keys, and are as well known to the caller as these.
-        ClsXmlCertVault* const vault = key.certificates().vault();
-        if (vault != nullptr && !verifier.UseCertVault(*vault)) {
-            return false;
-        }
+    keyfile::KeyFileFault fault;
+    if (!keyfile::loadKeys(asBytes(given.source()), keys, fault)) {
+        return false;
     }
-    return std::all_of(keys.begin(), keys.end(), [&verifier](const Ref<ClsPublicKey>& key) {
-        return verifier.AddPublicKeyForAll(*key);
-    });
+    // They name the holders of the keys, and are as well known to the caller as these.
+    ClsXmlCertVault* const vault = given.certificates().vault();
+    return (vault == nullptr || verifier.UseCertVault(*vault)) &&
+           std::all_of(keys.begin(), keys.end(),
+                       [&add](const Ref<ClsPublicKey>& key) { return add(*key); });
+}
+
+// Tried after the keys of KeyInfo: for every signature of the document, or for those that name
+// them.
+bool setKeys(const VerifyOptions& options, ClsXmlDSig& verifier) {
+    const auto forAll = [&verifier](ClsPublicKey& key) { return verifier.AddPublicKeyForAll(key); };
+    return std::all_of(options.keys.begin(), options.keys.end(),
+                       [&](const Key& key) { return setKeysOf(key, verifier, forAll); }) &&
+           std::all_of(options.namedKeys.begin(), options.namedKeys.end(),
+                       [&](const NamedKey& named) {
+                           XString name(named.name);
+                           return setKeysOf(named.key, verifier, [&](ClsPublicKey& key) {
+                               return verifier.AddNamedKey(name, key);
+                           });
+                       });
 }
 
 // The verifier takes a secret as text in an encoding, so its bytes pass as base64.
@@ -146,7 +155,7 @@ bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::st
     if (!setPolicy(options.policy, verifier, error)) {
         return false;
     }
-    if (!setKeys(options.keys, verifier)) {
+    if (!setKeys(options, verifier)) {
         error = "the public key was refused";
         return false;
     }

@@ -19,6 +19,12 @@ struct ReferenceData {
     std::string bytes; ///< the content itself
 };
 
+/// Public keys for signatures whose `KeyInfo` names them.
+struct NamedKey {
+    std::string name; ///< the text of the `KeyName` element; not empty
+    Key key;
+};
+
 /// What is verified and with what. A value: nothing changes it, and several threads may verify
 /// with the same one. Whatever is not set is as the tool `xmldsig verify` has it without options.
 struct VerifyOptions {
@@ -34,6 +40,9 @@ struct VerifyOptions {
 
     /// For every signature, tried after the keys of `KeyInfo`.
     std::vector<Key> keys;
+    /// For signatures that name them, tried ahead of `keys`. A key that was found by its name is as
+    /// well known to the caller as the others.
+    std::vector<NamedKey> namedKeys;
     /// The secret of HMAC signatures, as bytes; empty for none. decodeSecret() reads it from text.
     std::string hmacSecret;
     /// For look-ups by what `KeyInfo` names, and for certification paths to an anchor.

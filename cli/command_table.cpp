@@ -72,6 +72,8 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      "public key (PEM, DER, certificate, .p7b, JWK or XML), used after the keys of KeyInfo; "
      "repeatable",
      kVerifying},
+    {"--named-key", '\0', Text, "NAME=FILE", "",
+     "public key for signatures whose KeyInfo has this KeyName; repeatable", kVerifying},
     {"--only-key", '\0', None, "", "",
      "try no key of the document, only those of --key or the HMAC secret", kVerifying},
     {"--hmac-key", '\0', Text, "TEXT", "", "HMAC secret", kVerifying},

@@ -41,6 +41,21 @@ bool readCertificates(const Arguments& arguments, std::string_view option,
     return true;
 }
 
+// A list that cannot be read says nothing, and would let pass whom it names.
+bool areLists(const std::vector<ByteView>& lists, const std::string& name, std::string& complaint) {
+    for (const ByteView list : lists) {
+        std::string_view whyNot;
+        if (!x509::isRevocationList(list, whyNot)) {
+            complaint =
+                withRemedy("--crl " + name + ": this is no certificate revocation list, " +
+                               std::string(whyNot),
+                           "openssl crl -in " + shellWord(name) + " -text (with -inform DER)");
+            return false;
+        }
+    }
+    return true;
+}
+
 // Lists and responses that somebody fetched beforehand. Whether they are about these certificates,
 // signed by the right key and of the right time is the library's to judge.
 bool readRevocationData(const Arguments& arguments, x509::PathMaterial& material,
@@ -48,13 +63,18 @@ bool readRevocationData(const Arguments& arguments, x509::PathMaterial& material
     for (const std::string& name : arguments.all("--crl")) {
         DataBuffer bytes;
         _vlLogger log;
+        std::vector<ByteView> lists;
         if (!readOptionFile("--crl", name, bytes, complaint)) {
             return false;
         }
-        if (!material.addCrls(bytes.view(), query.crls, log)) {
+        if (!material.addCrls(bytes.view(), lists, log)) {
             complaint = "--crl " + name + ": " + std::string(log.lastErrorLine());
             return false;
         }
+        if (!areLists(lists, name, complaint)) {
+            return false;
+        }
+        query.crls.insert(query.crls.end(), lists.begin(), lists.end());
     }
     for (const std::string& name : arguments.all("--ocsp")) {
         DataBuffer bytes;

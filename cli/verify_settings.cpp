@@ -58,6 +58,25 @@ std::string certificateFault(const std::string& path, std::string_view reason) {
                       "--key " + shellWord(path) + " (for a public key)");
 }
 
+// A file of keys; nothing, with the complaint, where it holds none.
+std::optional<Key> readKey(std::string_view option, const std::string& path,
+                           std::string& complaint) {
+    DataBuffer bytes;
+    if (!readOptionFile(option, path, bytes, complaint)) {
+        return std::nullopt;
+    }
+    const Result<Key> key = Key::fromBytes(asText(bytes.view()));
+    if (!key) {
+        const Error& fault = key.error();
+        const std::string remedy = fault.remedy.empty()
+                                       ? "--key with a file as `xmldsig help verify` lists them"
+                                       : withFileName(fault.remedy, path);
+        complaint = withRemedy(std::string(option) + " " + path + ": " + fault.what, remedy);
+        return std::nullopt;
+    }
+    return *key;
+}
+
 } // namespace
 
 // Options of no file first, then those that open files, in the order of the help; the first fault
@@ -99,20 +118,25 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
 // The keys are read here so that a bad file is told at once, and anew for each verifier.
 bool VerifySettings::loadKeyFiles(const Arguments& arguments, std::string& complaint) {
     for (const std::string& path : arguments.all("--key")) {
-        DataBuffer bytes;
-        if (!readOptionFile("--key", path, bytes, complaint)) {
-            return false;
-        }
-        const Result<Key> key = Key::fromBytes(asText(bytes.view()));
+        const std::optional<Key> key = readKey("--key", path, complaint);
         if (!key) {
-            const Error& fault = key.error();
-            const std::string remedy = fault.remedy.empty()
-                                           ? "--key with a file as `xmldsig help verify` lists them"
-                                           : withFileName(fault.remedy, path);
-            complaint = withRemedy("--key " + path + ": " + fault.what, remedy);
             return false;
         }
         m_options.keys.push_back(*key);
+    }
+    for (const std::string& given : arguments.all("--named-key")) {
+        std::string name;
+        std::string path;
+        if (!api::parseNamedKey(given, name, path)) {
+            complaint = withRemedy("--named-key takes NAME=FILE, not \"" + given + "\"",
+                                   "xmldsig info FILE (shows what KeyInfo names)");
+            return false;
+        }
+        const std::optional<Key> key = readKey("--named-key", path, complaint);
+        if (!key) {
+            return false;
+        }
+        m_options.namedKeys.push_back({name, *key});
     }
     return true;
 }

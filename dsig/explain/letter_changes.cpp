@@ -2,9 +2,9 @@
 // them, so that invoices, tax forms and health records fail by these where test documents never do.
 
 #include "dsig/explain/codes.h"
-#include "dsig/explain/composed_letters.h"
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/text_changes.h"
+#include "foundation/text/composed_letters.h"
 #include "foundation/text/utf8.h"
 
 #include <algorithm>
@@ -13,6 +13,9 @@
 namespace vantrel::dsig::explain {
 
 namespace {
+
+using text::ComposedLetter;
+using text::kComposedLetters;
 
 // The characters are those of this file's tables, all of which have a form in UTF-8.
 void append(char32_t character, std::string& out) {

@@ -11,7 +11,7 @@ namespace {
 
 // Appends a key of the caller's (null for none). A key of the document that is equal to it does not
 // rest on the document alone any more.
-void appendExplicitKey(ClsPublicKey* key, std::vector<CandidateKey>& keys) {
+void appendGivenKey(ClsPublicKey* key, const KeySource& source, std::vector<CandidateKey>& keys) {
     if (key == nullptr) {
         return;
     }
@@ -21,10 +21,32 @@ void appendExplicitKey(ClsPublicKey* key, std::vector<CandidateKey>& keys) {
         candidate.keyGiven = candidate.keyGiven || isSameKey(candidate.key->key(), key->key());
     }
     keys.push_back({.key = Ref<ClsPublicKey>::share(key),
-                    .source = keysource::kExplicit,
+                    .source = source,
                     .certificate = {},
                     .certificateTexts = nullptr,
                     .keyGiven = true});
+}
+
+// The caller says which key a name means, the document only that it means this name.
+void appendNamedKeys(const KeyQuery& query, std::vector<CandidateKey>& keys) {
+    if (query.namedKeys == nullptr || query.namedKeys->empty() ||
+        query.selection.signature == nullptr) {
+        return;
+    }
+    const Ref<ClsXml> keyInfo =
+        Ref<ClsXml>::adopt(query.selection.signature->findChild("*:KeyInfo"));
+    if (!keyInfo) {
+        return;
+    }
+    for (const std::string& name : keyNames(*keyInfo)) {
+        const auto found = query.namedKeys->find(name);
+        if (found == query.namedKeys->end()) {
+            continue;
+        }
+        for (const Ref<ClsPublicKey>& key : found->second) {
+            appendGivenKey(key.get(), keysource::kKeyName, keys);
+        }
+    }
 }
 
 // Keys found before a failure stay candidates.
@@ -53,10 +75,12 @@ std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& lenienci
     // The key of the index is more likely to be the right one than that of all. Whoever puts a key
     // of his own into KeyInfo has it tried before these and may get a verified value; that such a
     // key is the document's alone is what the report then says.
+    // A key that the signer named comes ahead of those that were given for whoever signed.
     if (!query.keyInfoOnly) {
-        appendExplicitKey(query.keyOfSignature, keys);
+        appendNamedKeys(query, keys);
+        appendGivenKey(query.keyOfSignature, keysource::kExplicit, keys);
         for (const Ref<ClsPublicKey>& key : query.keysForAll) {
-            appendExplicitKey(key.get(), keys);
+            appendGivenKey(key.get(), keysource::kExplicit, keys);
         }
     }
     return keys;

@@ -38,10 +38,10 @@ struct CandidateKey {
     }
 };
 
-// The candidate keys in the order in which they are tried: those of KeyInfo, then that of the
-// signature's index, then that of all signatures. `leniencies` gets what had to be overlooked. No
-// key of the result is null; the result is empty when there is none. It shares what it needs and
-// outlives the query.
+// The candidate keys in the order in which they are tried: those of KeyInfo, then the caller's that
+// it names, then that of the signature's index, then those of all signatures. `leniencies` gets
+// what had to be overlooked. No key of the result is null; the result is empty when there is none.
+// It shares what it needs and outlives the query.
 [[nodiscard]] std::vector<CandidateKey> candidateKeys(const KeyQuery& query, CodeSet& leniencies,
                                                       LogBase& log);
 

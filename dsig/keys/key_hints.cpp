@@ -55,6 +55,7 @@ KeyHints keyHints(const Selection& selection) {
         }
         for (const Naming& naming : kNamings) {
             if (name == naming.element) {
+                hints.hasKeyName = hints.hasKeyName || name == "KeyName";
                 StringBuffer content;
                 handleOn(*keyInfo, element)->getContentSb(content);
                 content.trim2();

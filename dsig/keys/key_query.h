@@ -3,6 +3,7 @@
 
 #include "dsig/document/document.h"
 #include "dsig/document/selection.h"
+#include "dsig/keys/named_keys.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
@@ -24,6 +25,8 @@ struct KeyQuery {
     // in their order.
     ClsPublicKey* keyOfSignature = nullptr;
     std::span<const Ref<ClsPublicKey>> keysForAll;
+    // Of these only the keys that KeyInfo names; null for none.
+    const NamedKeys* namedKeys = nullptr;
     bool keyInfoOnly = false; // they are not asked for
     // They alone are candidates: KeyInfo is not looked at. Without effect beside keyInfoOnly.
     bool callerKeysOnly = false;

@@ -20,6 +20,7 @@ inline constexpr KeySource kCertificate{"X509Certificate", true};
 inline constexpr KeySource kIssuerSerial{"X509IssuerSerial", false};
 inline constexpr KeySource kSubjectName{"X509SubjectName", false};
 inline constexpr KeySource kSubjectKeyId{"X509SKI", false};
+inline constexpr KeySource kKeyName{"KeyName", false};
 // WS-Security: an identifier that names a certificate of the store, and one that is a certificate
 // itself. Reports give both the name of the element.
 inline constexpr KeySource kKeyIdentifier{"KeyIdentifier", false};

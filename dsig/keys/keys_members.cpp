@@ -36,6 +36,7 @@ dsig::KeyQuery ClsXmlDSig::keyQuery(bool keyInfoOnly) {
     // Null where the caller has set none for this index.
     query.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
     query.keysForAll = m_state->keysForAll;
+    query.namedKeys = &m_state->namedKeys;
     query.keyInfoOnly = keyInfoOnly;
     query.callerKeysOnly = m_state->policy != nullptr && m_state->policy->onlyKey;
     return query;

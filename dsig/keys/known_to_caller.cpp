@@ -6,8 +6,10 @@
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
+#include "foundation/x509/keys/key_der.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace vantrel::dsig {
 
@@ -60,6 +62,25 @@ bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
     case KeyKind::None: break;
     }
     return false;
+}
+
+bool isCertificateOf(const VantrelX509& cert, const _vlPublicKey& key) {
+    _vlPublicKey own;
+    std::string_view whyNot;
+    return x509::loadSubjectPublicKeyInfo(cert.publicKeyInfo(), own, whyNot) && isSameKey(own, key);
+}
+
+// Most are told apart by their octets, which costs nothing. Authorities may write one key in two
+// ways, with and without parameters that say nothing.
+bool haveSameKey(const VantrelX509& one, const VantrelX509& other) {
+    if (equal(one.publicKeyInfo(), other.publicKeyInfo())) {
+        return true;
+    }
+    _vlPublicKey key;
+    std::string_view whyNot;
+    return equal(one.subjectPublicKeyBits(), other.subjectPublicKeyBits()) &&
+           x509::loadSubjectPublicKeyInfo(other.publicKeyInfo(), key, whyNot) &&
+           isCertificateOf(one, key);
 }
 
 bool storeHolds(SystemCerts* store, const VantrelX509& cert) {

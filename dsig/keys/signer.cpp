@@ -2,6 +2,7 @@
 
 #include "dsig/document/fingerprint.h"
 #include "dsig/keys/document_certificates.h"
+#include "dsig/keys/known_to_caller.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/x509/CertificateHolder.h"
@@ -43,7 +44,8 @@ bool findAmongCandidates(const std::vector<KeyReport>& keys, SignerReport& signe
 
 // RFC 5280 4.2.1.2, method 1: the store finds a certificate by the SHA-1 of its key too. Another
 // one may bear that identifier, so the keys are compared.
-bool findInStore(SystemCerts* store, ByteView keyBits, SignerReport& signer) {
+bool findInStore(SystemCerts* store, const _vlPublicKey& key, ByteView keyBits,
+                 SignerReport& signer) {
     if (store == nullptr) {
         return false;
     }
@@ -54,7 +56,7 @@ bool findInStore(SystemCerts* store, ByteView keyBits, SignerReport& signer) {
     LogNull log;
     CertRecord* const record = store->findBySubjectKeyId(identifier, log);
     const VantrelX509* const found = record != nullptr ? record->getX509Ptr() : nullptr;
-    if (found == nullptr || !std::ranges::equal(found->subjectPublicKeyBits(), keyBits)) {
+    if (found == nullptr || !isCertificateOf(*found, key)) {
         return false;
     }
     take(*found, std::make_shared<CertificateTexts>(), kGivenCertificate, signer);
@@ -89,13 +91,17 @@ const std::map<std::string, xml::ElementId>& certificatesByKey(Document& documen
     return *document.certificatesByKey;
 }
 
-void findInDocument(Document& document, ByteView keyBits, SignerReport& signer) {
+void findInDocument(Document& document, const _vlPublicKey& key, ByteView keyBits,
+                    SignerReport& signer) {
     const auto& byKey = certificatesByKey(document);
     const auto found = byKey.find(sha256Text(keyBits));
     if (found == byKey.end()) {
         return;
     }
     const CertificateCache::Entry entry = decoded(document, found->second);
+    if (!isCertificateOf(entry->certificate, key)) {
+        return;
+    }
     const std::string_view name = document.structure->localName(found->second);
     take(entry->certificate, entry->texts, *std::ranges::find(kCertificateElements, name), signer);
 }
@@ -117,9 +123,10 @@ SignerReport describeSigner(const std::vector<KeyReport>& keys, const KeyQuery& 
     if (!used->key || findAmongCandidates(keys, signer)) {
         return signer;
     }
-    const std::vector<std::uint8_t> keyBits = x509::subjectPublicKeyBits(used->key->key());
-    if (!findInStore(query.store, keyBits, signer) && query.document != nullptr) {
-        findInDocument(*query.document, keyBits, signer);
+    const _vlPublicKey& key = used->key->key();
+    const std::vector<std::uint8_t> keyBits = x509::subjectPublicKeyBits(key);
+    if (!findInStore(query.store, key, keyBits, signer) && query.document != nullptr) {
+        findInDocument(*query.document, key, keyBits, signer);
     }
     return signer;
 }

@@ -10,6 +10,8 @@ namespace vantrel::dsig {
 
 // The source of a signer's certificate that the caller's store holds and nothing names.
 inline constexpr std::string_view kGivenCertificate = "given";
+// The source of one that the signature carries beside its candidate keys.
+inline constexpr std::string_view kCarriedCertificate = "carried";
 
 // Whose key verified the value: the used one of `keys`, empty when there is none or it is a secret.
 // A bare key is given the first certificate that has it: of the other candidates, of the caller's

@@ -205,6 +205,9 @@ public:
     bool SetPublicKeyForAll(ClsPublicKey& key);
     /// One more such key, tried after those that are there.
     bool AddPublicKeyForAll(ClsPublicKey& key);
+    /// A key for signatures whose KeyInfo names it by a KeyName element with this text, tried after
+    /// the keys of KeyInfo. Several may have one name. It survives loads. False for an empty name.
+    bool AddNamedKey(XString& name, ClsPublicKey& key);
     /// The secret of HMAC signatures, in the named encoding ("hex", "base64", "ascii", ...). The
     /// caller's text is marked secure.
     bool SetHmacKey(XString& key, XString& encoding);

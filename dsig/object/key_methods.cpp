@@ -69,6 +69,20 @@ bool ClsXmlDSig::AddPublicKeyForAll(ClsPublicKey& key) {
     });
 }
 
+// Which key a name means is the caller's word, so that such a key is as well known as any other of
+// his.
+bool ClsXmlDSig::AddNamedKey(XString& name, ClsPublicKey& key) {
+    return MethodFrame::run(*this, "AddNamedKey", [&](MethodFrame& /*frame*/) {
+        const std::string_view text = name.getUtf8Sb().view();
+        if (text.empty()) {
+            m_log.LogError("The name of the key is empty.");
+            return false;
+        }
+        m_state->namedKeys[std::string(text)].push_back(Ref<ClsPublicKey>::share(&key));
+        return true;
+    });
+}
+
 bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     return MethodFrame::run(*this, "SetHmacKey", [&](MethodFrame& /*frame*/) {
         // Cleared first: a key that cannot be decoded leaves none, never the one before.

@@ -6,6 +6,7 @@
 #include "dsig/document/rules.h"
 #include "dsig/explain/budget.h"
 #include "dsig/html/page.h"
+#include "dsig/keys/named_keys.h"
 #include "dsig/reference/external_parts.h"
 #include "dsig/report/signature_report.h"
 #include "dsig/trust/acceptance.h"
@@ -40,6 +41,7 @@ struct ObjectState {
     Limits limits;
     // Tried for every signature, last, in this order; none is null. Survive loads.
     std::vector<Ref<ClsPublicKey>> keysForAll;
+    NamedKeys namedKeys;           // tried for signatures that name them; survive loads
     bool encodingMismatch = false; // of the loaded document
     // The package that the loaded document is a part of, null for none; gone with the next load.
     std::shared_ptr<ExternalParts> parts;

@@ -59,7 +59,7 @@ bool ClsXmlDSig::judgeReport() {
         m_state->acceptance =
             dsig::judge(*m_state->policy, m_state->report, query.document, getSystemCertsPtr());
     });
-    dsig::withdrawWarnings(*m_state->acceptance, m_state->report);
+    dsig::applyJudgement(*m_state->acceptance, m_state->report);
     return true;
 }
 

@@ -15,6 +15,7 @@ constexpr std::size_t kLongestQuote = 200;
 
 constexpr const char* kTryKey = "--key FILE";
 constexpr const char* kTryCertificate = "--cert FILE";
+constexpr const char* kTryNamedKey = "--named-key NAME=FILE";
 
 std::string quoted(std::string_view text) {
     std::string out = "\"";
@@ -224,7 +225,11 @@ Cause noKey(const SignatureReport& report, const KeyHints& hints) {
         for (const std::string& name : hints.names) {
             text += (&name == &hints.names.front() ? "" : "; ") + name;
         }
-        return {cause::kNoKey, text + ".", {kTryCertificate, kTryKey}, {}};
+        Cause cause = {cause::kNoKey, text + ".", {kTryCertificate, kTryKey}, {}};
+        if (hints.hasKeyName) {
+            cause.tries.emplace_back(kTryNamedKey);
+        }
+        return cause;
     }
     return {cause::kNoKey,
             hints.isThere ? "KeyInfo neither holds nor names a key."

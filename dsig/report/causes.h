@@ -45,6 +45,7 @@ inline constexpr const char* kTryExplain = "xmldsig explain FILE";
 struct KeyHints {
     bool isThere = false;
     bool carriesKey = false;        // a key or certificate, whether or not it can be read
+    bool hasKeyName = false;        // a name that is no certificate's
     std::vector<std::string> names; // in words: issuer and serial, subject, identifiers
 };
 

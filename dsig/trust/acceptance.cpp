@@ -1,5 +1,7 @@
 #include "dsig/trust/acceptance.h"
 
+#include "dsig/keys/known_to_caller.h"
+#include "dsig/keys/signer.h"
 #include "dsig/report/refusals.h"
 #include "dsig/trust/covered_targets.h"
 #include "dsig/trust/demands.h"
@@ -7,6 +9,7 @@
 #include "foundation/x509/path/path_report.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace vantrel::dsig {
 
@@ -22,18 +25,40 @@ bool wasValidAt(const SignatureReport& report, std::int64_t moment) {
     });
 }
 
+bool isSame(const VantrelX509& one, const VantrelX509& other) {
+    return std::ranges::equal(one.certificate(), other.certificate());
+}
+
+// The certificate that was judged, where the report names another one.
+void nameSigner(const SignatureReport& report, const VantrelX509* signedFor, SystemCerts* store,
+                Acceptance& result) {
+    const bool trusted = result.trust && result.trust->path.trusted;
+    const VantrelX509* const judged = trusted ? result.trust->path.path.front() : signedFor;
+    if (judged == nullptr || isSame(*judged, report.signer.certificate)) {
+        return;
+    }
+    const auto candidate = std::ranges::find_if(
+        report.keys, [judged](const KeyReport& key) { return isSame(key.certificate, *judged); });
+    result.signer = *judged;
+    result.signerSource = candidate != report.keys.end() ? candidate->source
+                          : storeHolds(store, *judged)   ? kGivenCertificate
+                                                         : kCarriedCertificate;
+}
+
 } // namespace
 
 Acceptance judge(const Policy& policy, const SignatureReport& report, Document* document,
                  SystemCerts* store) {
     Acceptance result;
     const auto material = std::make_shared<const Material>(report, document, store);
+    JudgedSignature judged(policy, report, document, *material);
+    const SignedFor signedFor = checkSigningCertificate(judged);
+    result.signingCertificate = signedFor.result;
     if (!policy.anchors.empty()) {
-        result.trust = judgeSigner(policy, report, document, material);
+        result.trust = judgeSigner(policy, report, document, material, signedFor.certificate);
+        judged.trust = &*result.trust;
     }
-    const JudgedSignature judged(policy, report, document, result.trust ? &*result.trust : nullptr,
-                                 *material);
-    result.signingCertificate = checkSigningCertificate(judged);
+    nameSigner(report, signedFor.certificate, store, result);
 
     // Where one digest alone was asked for, "valid" says nothing of who signed it.
     if (!report.valid || report.value != ValueCheck::Valid) {
@@ -57,7 +82,12 @@ Acceptance judge(const Policy& policy, const SignatureReport& report, Document* 
     return result;
 }
 
-void withdrawWarnings(const Acceptance& acceptance, SignatureReport& report) {
+void applyJudgement(const Acceptance& acceptance, SignatureReport& report) {
+    if (acceptance.signer.isLoaded()) {
+        report.signer.certificate = acceptance.signer;
+        report.signer.certificateTexts = std::make_shared<CertificateTexts>();
+        report.signer.source = acceptance.signerSource;
+    }
     if (acceptance.pinned) {
         report.warnings.remove(warning::kKeyFromDocument);
     }

@@ -7,9 +7,10 @@
 #include "dsig/trust/policy.h"
 #include "dsig/trust/signer_trust.h"
 #include "dsig/trust/signing_certificate.h"
+#include "foundation/x509/VantrelX509.h"
 
-#include <memory>
 #include <optional>
+#include <string_view>
 
 namespace vantrel {
 
@@ -29,6 +30,10 @@ struct Acceptance {
     SigningCertificate signingCertificate = SigningCertificate::Absent;
     bool pinned = false;              // one of the policy's pins is that of the signer
     std::optional<SignerTrust> trust; // where the policy has anchors
+    // The certificate by which the signer is trusted, or for which he signed, where it is another
+    // one of his key than the report's; empty else. `signerSource`: where it came from.
+    VantrelX509 signer;
+    std::string_view signerSource;
 };
 
 // Judges a verified signature. `report` must be complete (verify/complete_report.h); `document` is
@@ -39,9 +44,11 @@ struct Acceptance {
 [[nodiscard]] Acceptance judge(const Policy& policy, const SignatureReport& report,
                                Document* document, SystemCerts* store);
 
-// What the judgement makes untrue of a report: that nobody vouches for a key, a name or an
-// authority, and that a certificate has expired that was valid when a trusted time-stamp was made.
-void withdrawWarnings(const Acceptance& acceptance, SignatureReport& report);
+// Brings a report into line with the judgement. The signer is named by the certificate that was
+// judged: another one of the same key, which anybody can have made, must not give him its name. And
+// it is not true any more that nobody vouches for a key, a name or an authority, nor that a
+// certificate has expired that was valid when a trusted time-stamp was made.
+void applyJudgement(const Acceptance& acceptance, SignatureReport& report);
 
 // The members `accepted`, `refusals`, `signingCertificate` and, where it was judged, `trust` of the
 // JSON object that is being written.

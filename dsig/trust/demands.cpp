@@ -61,11 +61,21 @@ bool isWeak(const ReferenceResult& reference) {
            reference.accommodations.contains(accommodation::kDigestUnknownSha1);
 }
 
+// The hashes and keys of the certificates by which the signer is trusted. That of the anchor's own
+// signature is none of them, since nobody relies on it.
+bool isPathStrong(const JudgedSignature& it) {
+    return !isTrusted(it) ||
+           std::ranges::none_of(it.trust->path.problems, [](const x509::PathProblem& problem) {
+               return problem.fault == x509::PathFault::WeakAlgorithm;
+           });
+}
+
 // What was digested by a hash that nobody named was digested by SHA-1. A truncated HMAC verifies
 // under no rule, so its length needs no look.
 bool isStrong(const JudgedSignature& it) {
     const KeyReport* const used = usedKey(it.report);
-    return (used == nullptr || !used->weak) && !namesWeakHash(it.report.signatureMethod) &&
+    return (used == nullptr || !used->weak) && isPathStrong(it) &&
+           !namesWeakHash(it.report.signatureMethod) &&
            std::ranges::none_of(it.report.references, isWeak) &&
            std::ranges::none_of(it.report.manifest, isWeak);
 }
@@ -135,10 +145,8 @@ constexpr auto kDemands = std::to_array<DemandEntry>({
 } // namespace
 
 JudgedSignature::JudgedSignature(const Policy& itsPolicy, const SignatureReport& itsReport,
-                                 Document* itsDocument, const SignerTrust* itsTrust,
-                                 const Material& itsMaterial)
-    : policy(itsPolicy), report(itsReport), document(itsDocument), trust(itsTrust),
-      material(itsMaterial) {
+                                 Document* itsDocument, const Material& itsMaterial)
+    : policy(itsPolicy), report(itsReport), document(itsDocument), material(itsMaterial) {
     if (document != nullptr) {
         digested = digestedRanges(*document->structure, report);
     }

@@ -16,14 +16,13 @@ namespace vantrel::dsig {
 // demands.
 struct JudgedSignature {
     JudgedSignature(const Policy& itsPolicy, const SignatureReport& itsReport,
-                    Document* itsDocument, const SignerTrust* itsTrust,
-                    const Material& itsMaterial);
+                    Document* itsDocument, const Material& itsMaterial);
 
     const Policy& policy;
     const SignatureReport& report;
-    Document* document;       // null when no signature was selected
-    const SignerTrust* trust; // null without anchors
+    Document* document; // null when no signature was selected
     const Material& material;
+    const SignerTrust* trust = nullptr; // null without anchors, and until it was judged
     // What the signed and matching references of a valid signature digested, in order and apart
     // from each other (covered_targets.h).
     std::vector<xml::TextRange> digested;

@@ -2,7 +2,6 @@
 
 #include "dsig/trust/demands.h"
 #include "foundation/text/strings.h"
-#include "foundation/x509/path/crl.h"
 
 namespace vantrel::dsig {
 
@@ -42,9 +41,8 @@ bool parsePin(std::string_view text, std::string& pin) {
 }
 
 bool isRevocationList(ByteView der) {
-    x509::Crl list;
     std::string_view whyNot;
-    return x509::parseCrl(der, list, whyNot);
+    return x509::isRevocationList(der, whyNot);
 }
 
 bool isTarget(std::string_view text) noexcept {

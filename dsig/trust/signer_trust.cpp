@@ -1,27 +1,22 @@
 #include "dsig/trust/signer_trust.h"
 
-#include "dsig/keys/document_certificates.h"
-#include "dsig/trust/xades_parts.h"
-#include "foundation/cms/Pkcs7SignedData.h"
+#include "dsig/keys/known_to_caller.h"
 #include "foundation/cms/cms_oids.h"
-#include "foundation/text/encoders.h"
-#include "foundation/x509/SystemCerts.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace vantrel::dsig {
 
 namespace {
 
-// What all signatures of a document may cost here, in steps that each take about a microsecond.
-// Honest documents stay far below; a hostile one has as many signatures, each with as many
-// certificates, as it likes.
-constexpr std::uint64_t kMostWork = 10'000'000;
-// A signature check in such steps.
+// A signature check in steps of kMostTrustWork.
 constexpr std::uint64_t kCheckWork = 200;
-constexpr std::uint64_t kOctetsPerStep = 64;
-constexpr std::uint64_t kElementsPerStep = 64;
 constexpr std::uint64_t kListOctetsPerStep = 512;
 // RFC 5280 4.2.1.3: a key that signs documents may be for either (bits 0 and 1).
 constexpr std::uint32_t kForSignatures = 0x3;
@@ -29,12 +24,6 @@ constexpr std::uint32_t kForSignatures = 0x3;
 std::int64_t secondsNow() {
     const auto since = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::seconds>(since).count();
-}
-
-StringBuffer contentOf(const Document& document, xml::ElementId element) {
-    StringBuffer text;
-    Ref<ClsXml>::adopt(ClsXml::onElement(document.structure, element))->getContentSb(text);
-    return text;
 }
 
 // What both paths of a signature have in common.
@@ -72,10 +61,11 @@ bool isSame(const VantrelX509& one, const VantrelX509& other) {
 // The path, within what is left of the document's account.
 x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     const std::uint64_t spent = document != nullptr ? document->trustWork : 0;
-    const std::uint64_t left = kMostWork - std::min(spent, kMostWork);
-    query.limits.visits = std::min<std::uint64_t>(query.limits.visits, left);
-    query.limits.signatureChecks =
-        std::min<std::uint64_t>(query.limits.signatureChecks, left / kCheckWork);
+    const std::uint64_t left = kMostTrustWork - std::min(spent, kMostTrustWork);
+    query.limits.visits =
+        static_cast<std::size_t>(std::min<std::uint64_t>(query.limits.visits, left));
+    query.limits.signatureChecks = static_cast<std::size_t>(
+        std::min<std::uint64_t>(query.limits.signatureChecks, left / kCheckWork));
     x509::PathResult result;
     if (query.limits.signatureChecks == 0) {
         result.time = query.time;
@@ -85,9 +75,10 @@ x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     }
     result = x509::findPath(query);
     if (document != nullptr) {
-        document->trustWork += result.work.visits + result.work.signatureChecks * kCheckWork +
-                               query.candidates.size() + query.anchors.size() +
-                               octetsOf(query.crls) / kListOctetsPerStep;
+        document->trustWork +=
+            result.work.visits + result.work.signatureChecks * kCheckWork +
+            query.candidates.size() + query.anchors.size() +
+            (octetsOf(query.crls) + octetsOf(query.ocspResponses)) / kListOctetsPerStep;
     }
     return result;
 }
@@ -107,85 +98,64 @@ bool isAuthorityTrusted(const Policy& policy, const SignatureReport& report, Doc
     return findPathFor(query, document).trusted;
 }
 
+// The certificates of the material that have the key that verified, that of the report first. Each
+// once, however often it is carried.
+std::vector<const VantrelX509*> certificatesToJudge(const SignatureReport& report,
+                                                    const Material& material,
+                                                    const VantrelX509* signedFor) {
+    const VantrelX509& first = signedFor != nullptr ? *signedFor : report.signer.certificate;
+    std::vector<const VantrelX509*> found;
+    if (!first.isLoaded()) {
+        return found;
+    }
+    // Pointers to the material's copies, since the report may go before the result.
+    std::set<std::string_view> known;
+    for (const VantrelX509* const one : material.certificates()) {
+        const bool counts = signedFor != nullptr ? isSame(*one, first) : haveSameKey(*one, first);
+        if (counts && known.insert(asText(one->certificate())).second) {
+            found.push_back(one);
+        }
+    }
+    std::stable_partition(found.begin(), found.end(),
+                          [&first](const VantrelX509* one) { return isSame(*one, first); });
+    return found;
+}
+
+const x509::PathProblem* limitOf(const x509::PathResult& result) {
+    const auto found = std::ranges::find(result.problems, x509::PathFault::Limit,
+                                         [](const x509::PathProblem& one) { return one.fault; });
+    return found == result.problems.end() ? nullptr : &*found;
+}
+
+// The first of the certificates that leads to an anchor; when none does, the result of the first of
+// all, with the limit that another one ran into. False then.
+bool findAnyPath(const std::vector<const VantrelX509*>& targets, const Policy& policy,
+                 x509::PathQuery query, Document* document, x509::PathResult& result) {
+    const std::uint32_t keyUsage = query.keyUsage;
+    for (const VantrelX509* const target : targets) {
+        query.target = target;
+        // Whoever names a certificate as an anchor trusts it as it is.
+        const bool isAnchor = std::ranges::any_of(
+            policy.anchors, [target](const VantrelX509* one) { return isSame(*one, *target); });
+        query.keyUsage = isAnchor ? 0 : keyUsage;
+        x509::PathResult found = findPathFor(query, document);
+        if (found.trusted || target == targets.front()) {
+            result = std::move(found);
+        } else if (const x509::PathProblem* const limit = limitOf(found);
+                   limit != nullptr && limitOf(result) == nullptr) {
+            result.problems.push_back(*limit);
+        }
+        if (result.trusted) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
-Material::Material(const SignatureReport& report, Document* document, SystemCerts* store) {
-    for (const KeyReport& key : report.keys) {
-        add(key.certificate);
-    }
-    add(report.signer.certificate);
-    if (report.stamp != nullptr) {
-        addStamp(*report.stamp);
-    }
-    for (std::size_t i = 0; store != nullptr && store->certificateAt(i) != nullptr; ++i) {
-        m_certificates.push_back(store->certificateAt(i));
-    }
-    if (document != nullptr && report.signatureElement != xml::kNoElement) {
-        addCarried(report, *document);
-    }
-}
-
-// A copy shares the certificate's octets.
-void Material::add(const VantrelX509& certificate) {
-    if (certificate.isLoaded()) {
-        m_certificates.push_back(&m_owned.emplace_back(certificate));
-    }
-}
-
-void Material::addStamp(const StampReport& stamp) {
-    LogNull discard;
-    Pkcs7SignedData token;
-    bool otherContentType = false;
-    add(stamp.authority);
-    if (token.loadPkcs7Der(stamp.token, nullptr, 2, otherContentType, nullptr, discard)) {
-        for (const VantrelX509& certificate : token.carriedCertificates()) {
-            add(certificate);
-        }
-    }
-}
-
-void Material::addCarried(const SignatureReport& report, Document& document) {
-    const xml::ElementId signature = report.signatureElement;
-    const xml::ElementId elements = document.structure->element(signature).next - signature;
-    if (!charge(document, elements / kElementsPerStep)) {
-        return;
-    }
-    const Evidence evidence = findEvidence(*document.structure, signature);
-    for (const xml::ElementId element : evidence.certificates) {
-        const LogNull log;
-        const StringBuffer base64 = contentOf(document, element);
-        if (!charge(document, base64.getSize() / kOctetsPerStep)) {
-            return;
-        }
-        add(certificateOfText(document.certificates, base64, log)->certificate);
-    }
-    addOctets(document, evidence.crls, m_crls);
-    addOctets(document, evidence.ocspResponses, m_answers);
-}
-
-// What is no base64 is no evidence.
-void Material::addOctets(Document& document, const std::vector<xml::ElementId>& elements,
-                         std::vector<ByteView>& out) {
-    for (const xml::ElementId element : elements) {
-        const StringBuffer base64 = contentOf(document, element);
-        DataBuffer der;
-        if (!charge(document, base64.getSize() / kOctetsPerStep)) {
-            return;
-        }
-        if (text::decodeBase64(base64.view(), der) && !der.isEmpty()) {
-            out.push_back(m_octets.emplace_back(std::move(der)).view());
-        }
-    }
-}
-
-bool Material::charge(Document& document, std::uint64_t work) {
-    document.trustWork += work + 1;
-    m_complete = m_complete && document.trustWork <= kMostWork;
-    return m_complete;
-}
-
 SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report, Document* document,
-                        std::shared_ptr<const Material> material) {
+                        std::shared_ptr<const Material> material, const VantrelX509* signedFor) {
     static const VantrelX509 none;
     SignerTrust trust;
     trust.material = std::move(material);
@@ -199,25 +169,21 @@ SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report, Doc
     }
     query.purposes = policy.purposes;
     trust.path.time = query.time;
-    // The material's copy, since the report may go before the result.
-    const auto isSigners = [&](const VantrelX509* one) {
-        return isSame(*one, report.signer.certificate);
-    };
-    const auto& known = trust.material->certificates();
-    const auto target = std::ranges::find_if(known, isSigners);
-    if (!report.signer.certificate.isLoaded() || target == known.end()) {
+    const std::vector<const VantrelX509*> targets =
+        certificatesToJudge(report, *trust.material, signedFor);
+    if (targets.empty()) {
         refuse(trust.path, x509::PathFault::NoPath, none,
                "no certificate of the key that verified is at hand");
         return trust;
     }
-    query.target = *target;
-    // Whoever names a certificate as an anchor trusts it as it is.
-    if (std::ranges::any_of(policy.anchors, isSigners)) {
-        query.keyUsage = 0;
+    // Whoever asks for strong algorithms gets a path of such where there is one.
+    query.refuseWeak = policy.demands.contains(Demand::Strong);
+    if (!findAnyPath(targets, policy, query, document, trust.path) && query.refuseWeak) {
+        query.refuseWeak = false;
+        static_cast<void>(findAnyPath(targets, policy, query, document, trust.path));
     }
-    trust.path = findPathFor(query, document);
     if (!trust.path.trusted && !trust.material->complete()) {
-        refuse(trust.path, x509::PathFault::Limit, *query.target,
+        refuse(trust.path, x509::PathFault::Limit, *targets.front(),
                "the document carries more certificates and lists than are looked at");
     }
     return trust;

@@ -3,73 +3,36 @@
 
 #include "dsig/document/document.h"
 #include "dsig/report/signature_report.h"
+#include "dsig/trust/material.h"
 #include "dsig/trust/policy.h"
-#include "foundation/text/DataBuffer.h"
-#include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/path/path_query.h"
 
-#include <deque>
 #include <memory>
-#include <vector>
 
-namespace vantrel {
+namespace vantrel::dsig {
 
-class SystemCerts;
-
-namespace dsig {
-
-// The certificates, revocation lists and answers that are at hand for one signature: those that it
-// carries, those of its candidate keys, of its time-stamp and of the caller's store. What is here
-// proves nothing; paths may be built of it. Pointers are valid as long as the object.
-class Material final {
-public:
-    // May throw std::bad_alloc. Work is charged to the document; once that is used up the rest is
-    // left out, and `complete` is false.
-    Material(const SignatureReport& report, Document* document, SystemCerts* store);
-    Material(const Material&) = delete;
-    Material& operator=(const Material&) = delete;
-
-    [[nodiscard]] const std::vector<const VantrelX509*>& certificates() const noexcept {
-        return m_certificates;
-    }
-    [[nodiscard]] const std::vector<ByteView>& crls() const noexcept { return m_crls; }
-    [[nodiscard]] const std::vector<ByteView>& ocspResponses() const noexcept { return m_answers; }
-    [[nodiscard]] bool complete() const noexcept { return m_complete; }
-
-private:
-    void add(const VantrelX509& certificate);
-    void addStamp(const StampReport& stamp);
-    void addCarried(const SignatureReport& report, Document& document);
-    void addOctets(Document& document, const std::vector<xml::ElementId>& elements,
-                   std::vector<ByteView>& out);
-    [[nodiscard]] bool charge(Document& document, std::uint64_t work);
-
-    std::deque<VantrelX509> m_owned;
-    std::deque<DataBuffer> m_octets;
-    std::vector<const VantrelX509*> m_certificates;
-    std::vector<ByteView> m_crls;
-    std::vector<ByteView> m_answers;
-    bool m_complete = true;
-};
-
-// Whether the certificate of the key that verified leads to an anchor.
+// Whether a certificate of the key that verified leads to an anchor. A key may have several, from
+// authorities that certified each other or one after the other; one that leads to an anchor is
+// enough. Where the signer signed for one of them (XAdES), that one alone counts.
 struct SignerTrust {
     // At the time that the policy gives; else at that of a valid time-stamp whose authority leads
-    // to an anchor itself; else now. The certificates are the policy's and the material's.
+    // to an anchor itself; else now. The certificates are the policy's and the material's. When
+    // none is trusted, the path of the certificate that reports name.
     x509::PathResult path;
     bool authorityTrusted = false; // of the time-stamp
     bool atStampTime = false;
     std::shared_ptr<const Material> material;
 };
 
-// Judges the signer's certificate, and the time-stamp's authority first: its path holds at the time
-// of the stamp with the purpose of time-stamping. What is known of revocations today counts for
-// both, as far as it concerns the time in question. The policy has anchors and must outlive the
-// result. Work is charged to the document (null for none). May throw std::bad_alloc.
+// Judges the signer's certificates, and the time-stamp's authority first: its path holds at the
+// time of the stamp with the purpose of time-stamping. What is known of revocations today counts
+// for both, as far as it concerns the time in question. `signedFor`: the certificate that counts
+// alone; null where each of the key does. The policy has anchors and must outlive the result. Work
+// is charged to the document (null for none). May throw std::bad_alloc.
 [[nodiscard]] SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report,
-                                      Document* document, std::shared_ptr<const Material> material);
+                                      Document* document, std::shared_ptr<const Material> material,
+                                      const VantrelX509* signedFor);
 
-} // namespace dsig
-} // namespace vantrel
+} // namespace vantrel::dsig
 
 #endif

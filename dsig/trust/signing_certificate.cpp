@@ -1,6 +1,7 @@
 #include "dsig/trust/signing_certificate.h"
 
 #include "dsig/document/child_elements.h"
+#include "dsig/keys/known_to_caller.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/trust/covered_targets.h"
 #include "dsig/trust/xades_parts.h"
@@ -12,6 +13,9 @@
 namespace vantrel::dsig {
 
 namespace {
+
+// Digested in a step of kMostTrustWork.
+constexpr std::size_t kOctetsPerStep = 512;
 
 // CertDigest has the children of a Reference that say how and what was digested.
 bool isDigestOf(const Document& document, xml::ElementId certDigest,
@@ -44,6 +48,45 @@ bool namesCertificate(const Document& document, xml::ElementId property,
         });
 }
 
+// Those that the signature covers.
+std::vector<xml::ElementId> signedProperties(const JudgedSignature& it) {
+    const xml::XmlDocument& structure = *it.document->structure;
+    std::vector<xml::ElementId> covered;
+    for (const xml::ElementId property :
+         signingCertificates(structure, it.report.signatureElement)) {
+        xml::TextRange range;
+        if (structure.sourceRange(property, range) && isDigested(range, it)) {
+            covered.push_back(property);
+        }
+    }
+    return covered;
+}
+
+std::size_t countNames(const xml::XmlDocument& document,
+                       const std::vector<xml::ElementId>& properties) {
+    std::size_t count = 0;
+    for (const xml::ElementId property : properties) {
+        count += childrenNamed(document, property, "Cert").size();
+    }
+    return count;
+}
+
+// That of the report, then the candidates of the same key.
+std::vector<const VantrelX509*> signersCertificates(const SignatureReport& report) {
+    const VantrelX509& first = report.signer.certificate;
+    std::vector<const VantrelX509*> all;
+    if (!first.isLoaded()) {
+        return all;
+    }
+    all.push_back(&first);
+    for (const KeyReport& key : report.keys) {
+        if (key.certificate.isLoaded() && haveSameKey(key.certificate, first)) {
+            all.push_back(&key.certificate);
+        }
+    }
+    return all;
+}
+
 } // namespace
 
 std::string_view signingCertificateWord(SigningCertificate value) noexcept {
@@ -55,25 +98,31 @@ std::string_view signingCertificateWord(SigningCertificate value) noexcept {
     return "absent";
 }
 
-SigningCertificate checkSigningCertificate(const JudgedSignature& it) {
-    SigningCertificate result = SigningCertificate::Absent;
+SignedFor checkSigningCertificate(const JudgedSignature& it) {
+    SignedFor found;
     if (it.document == nullptr || it.report.signatureElement == xml::kNoElement) {
-        return result;
+        return found;
     }
-    const Document& document = *it.document;
-    for (const xml::ElementId property :
-         signingCertificates(*document.structure, it.report.signatureElement)) {
-        xml::TextRange range;
-        if (!document.structure->sourceRange(property, range) || !isDigested(range, it)) {
-            continue;
-        }
-        const VantrelX509& certificate = it.report.signer.certificate;
-        if (!certificate.isLoaded() || !namesCertificate(document, property, certificate)) {
-            return SigningCertificate::Mismatch;
-        }
-        result = SigningCertificate::Match;
+    const std::vector<xml::ElementId> properties = signedProperties(it);
+    if (properties.empty()) {
+        return found;
     }
-    return result;
+    found.result = SigningCertificate::Mismatch;
+    const std::size_t names = countNames(*it.document->structure, properties);
+    for (const VantrelX509* const certificate : signersCertificates(it.report)) {
+        // Each certificate is digested for each name: a document that has too many of both has none
+        // that matches.
+        it.document->trustWork += names * (1 + certificate->certificate().size() / kOctetsPerStep);
+        if (it.document->trustWork > kMostTrustWork) {
+            return found;
+        }
+        if (std::ranges::all_of(properties, [&](xml::ElementId property) {
+                return namesCertificate(*it.document, property, *certificate);
+            })) {
+            return {SigningCertificate::Match, certificate};
+        }
+    }
+    return found;
 }
 
 } // namespace vantrel::dsig

@@ -20,9 +20,15 @@ enum class SigningCertificate : std::uint8_t {
 // The fixed word of reports.
 [[nodiscard]] std::string_view signingCertificateWord(SigningCertificate value) noexcept;
 
-// Compares what the judged signature's signed properties name with the signer's certificate. Where
-// there are several properties, each has to name it.
-[[nodiscard]] SigningCertificate checkSigningCertificate(const JudgedSignature& it);
+// What the judged signature's signed properties say of the certificates of the key that verified.
+struct SignedFor {
+    SigningCertificate result = SigningCertificate::Absent;
+    const VantrelX509* certificate = nullptr; // of the report; when it is a match
+};
+// Compares what the properties name with the signer's certificate and with the others of the same
+// key among the candidates: an authority may have certified the key anew. Where there are several
+// properties, each has to name it. Certificates that only the caller has do not count.
+[[nodiscard]] SignedFor checkSigningCertificate(const JudgedSignature& it);
 
 } // namespace vantrel::dsig
 

@@ -66,10 +66,12 @@ Elements signingCertificates(const xml::XmlDocument& document, xml::ElementId si
 Evidence findEvidence(const xml::XmlDocument& document, xml::ElementId signature) {
     constexpr std::string_view kUnsigned[] = {"Object", "QualifyingProperties",
                                               "UnsignedProperties"};
+    constexpr std::string_view kTokens[] = {"KeyInfo", "SecurityTokenReference", "Reference"};
     Evidence found;
     for (const xml::ElementId keyInfo : childrenNamed(document, signature, "KeyInfo")) {
         collect(document, keyInfo, found);
     }
+    found.tokenReferences = below(document, {signature}, kTokens);
     for (const xml::ElementId properties : below(document, {signature}, kUnsigned)) {
         collect(document, properties, found);
     }

@@ -20,12 +20,13 @@ namespace vantrel::dsig {
                                                               xml::ElementId signature);
 
 // What a signature carries for those who judge certificates: the elements that hold certificates,
-// revocation lists and answers of responders, in KeyInfo and in the unsigned properties. Nobody
-// vouches for any of it.
+// revocation lists and answers of responders, in KeyInfo and in the unsigned properties, and the
+// references of KeyInfo to security tokens (WS-Security). Nobody vouches for any of it.
 struct Evidence {
     std::vector<xml::ElementId> certificates;
     std::vector<xml::ElementId> crls;
     std::vector<xml::ElementId> ocspResponses;
+    std::vector<xml::ElementId> tokenReferences;
 };
 [[nodiscard]] Evidence findEvidence(const xml::XmlDocument& document, xml::ElementId signature);
 

@@ -57,17 +57,21 @@ bool readBerHeader(ByteView ber, BerHeader& header) noexcept {
     if (first == 0xFF || count > rest.size()) {
         return false;
     }
-    std::size_t length = 0;
+    // 64 bits also where sizes have 32, so that a long length is too long and not a short one.
+    std::uint64_t length = 0;
     for (std::size_t i = 0; i < count; ++i) {
         if (length >> 48U != 0) {
             return false;
         }
         length = length << 8U | rest[i];
     }
+    if (length > rest.size() - count) {
+        return false;
+    }
     header.size = header.tagSize + 1 + count;
-    header.length = length;
+    header.length = static_cast<std::size_t>(length);
     header.shortestLength = length >= 0x80 && rest[0] != 0;
-    return length <= rest.size() - count;
+    return true;
 }
 
 bool isStringType(std::uint32_t universalNumber) noexcept {

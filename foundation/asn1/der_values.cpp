@@ -92,6 +92,17 @@ bool readOctetBits(DerReader& reader, ByteView& bytes) noexcept {
     return true;
 }
 
+bool readSignatureBits(DerReader& reader, ByteView& bytes) noexcept {
+    unsigned unused = 0;
+    if (!readBitString(reader, bytes, unused)) {
+        return false;
+    }
+    if (unused != 0) {
+        bytes = bytes.first(0);
+    }
+    return true;
+}
+
 bool readNamedBits(DerReader& reader, std::uint32_t& bits) noexcept {
     ByteView bytes;
     unsigned unused = 0;

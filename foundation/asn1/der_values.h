@@ -26,6 +26,10 @@ namespace vantrel::asn1 {
 [[nodiscard]] bool readBitString(DerReader& reader, ByteView& bytes, unsigned& unused) noexcept;
 // A BIT STRING that is a whole number of bytes, as keys and signatures are.
 [[nodiscard]] bool readOctetBits(DerReader& reader, ByteView& bytes) noexcept;
+// The BIT STRING of a signature. One that is no whole number of bytes is well-formed, and the
+// signature of no key: `bytes` is then an empty view of where it stands, and whatever is signed
+// that way can be read and told to be badly signed.
+[[nodiscard]] bool readSignatureBits(DerReader& reader, ByteView& bytes) noexcept;
 
 // A BIT STRING of named bits: bit n of `bits` is the bit numbered n. Bits beyond 31 are ignored.
 [[nodiscard]] bool readNamedBits(DerReader& reader, std::uint32_t& bits) noexcept;

@@ -177,6 +177,10 @@ std::vector<VantrelX509> Pkcs7SignedData::carriedCertificates() const {
     return carried;
 }
 
+cms::CarriedEvidence Pkcs7SignedData::carriedEvidence() const {
+    return m_data ? cms::collectEvidence(*m_data) : cms::CarriedEvidence();
+}
+
 // RFC 3161 2.4.2: one signer, the authority, and a TSTInfo as the content.
 bool Pkcs7SignedData::readTimeStamp(LogBase& log) {
     if (m_data->signers.size() != 1) {

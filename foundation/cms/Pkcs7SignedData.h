@@ -1,6 +1,7 @@
 #ifndef FOUNDATION_CMS_PKCS7SIGNEDDATA_H
 #define FOUNDATION_CMS_PKCS7SIGNEDDATA_H
 
+#include "foundation/cms/carried_evidence.h"
 #include "foundation/cms/tst_info.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
@@ -113,6 +114,9 @@ public:
     // The certificates that a loaded message carries, as far as they can be read. May throw
     // std::bad_alloc.
     [[nodiscard]] std::vector<VantrelX509> carriedCertificates() const;
+    // What else it carries for judging them; nothing when no message is loaded. May throw
+    // std::bad_alloc.
+    [[nodiscard]] cms::CarriedEvidence carriedEvidence() const;
 
 private:
     // The bodies of the public functions, which catch what these throw (std::bad_alloc).

@@ -24,6 +24,14 @@ inline constexpr std::uint8_t kSigningCertificate[] = {0x2A, 0x86, 0x48, 0x86, 0
 inline constexpr std::uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                                          1,    9,    16,   2,    47};
 
+// RFC 5126 6.3.3, 6.3.4: certificates and revocation data as unsigned attributes
+inline constexpr std::uint8_t kCertificateValues[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                                      1,    9,    16,   2,    23};
+inline constexpr std::uint8_t kRevocationValues[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                                     1,    9,    16,   2,    24};
+// RFC 5940 2.1: id-ri-ocsp-response
+inline constexpr std::uint8_t kOcspResponseFormat[] = {0x2B, 6, 1, 5, 5, 7, 16, 2};
+
 // RFC 5280 4.2.1.1
 inline constexpr std::uint8_t kAuthorityKeyId[] = {0x55, 0x1D, 35};
 

@@ -21,6 +21,11 @@ namespace {
 // Each function below reads one field, or one run of them, off the front of its reader, and leaves
 // in `whyNot` what was being read when it failed.
 
+// The contents of a field that may be absent, and then leaves `contents` empty.
+bool readOptional(DerReader& fields, Tag tag, ByteView& contents) noexcept {
+    return !fields.nextIs(tag) || fields.read(tag, contents);
+}
+
 // RFC 5652 5.2
 bool parseContent(DerReader& body, SignedData& out, std::string_view& whyNot) noexcept {
     whyNot = "the encapsulated content is malformed";
@@ -117,10 +122,10 @@ bool parseSignerInfo(DerReader fields, SignerInfo& out) noexcept {
     //     signatureAlgorithm  SignatureAlgorithmIdentifier,
     //     signature           OCTET STRING,
     //     unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
-    // Unsigned attributes vouch for nothing, so what stands in them is not looked at.
+    // Unsigned attributes vouch for nothing, so what stands in them is not looked at here.
     return fields.readWhole(Tag::Sequence, out.signatureAlgorithm) &&
            fields.read(Tag::OctetString, out.signature) &&
-           fields.skipOptional(contextConstructed(1)) && fields.atEnd();
+           readOptional(fields, contextConstructed(1), out.unsignedAttributes) && fields.atEnd();
 }
 
 // SignedData without a signer is well formed: it is how certificates are passed on. Whether that is
@@ -171,9 +176,9 @@ bool parseBody(DerReader& content, SignedData& out, std::string_view& whyNot) {
         return false;
     }
     //     crls              [1] IMPLICIT RevocationInfoChoices OPTIONAL,
-    // Passed over: revocation is not checked here (certificate_path.h).
+    // Not read: revocation is not checked here (certificate_path.h).
     whyNot = "the revocation data are malformed";
-    if (!body.skipOptional(contextConstructed(1))) {
+    if (!readOptional(body, contextConstructed(1), out.revocationInfo)) {
         return false;
     }
     //     signerInfos       SignerInfos }

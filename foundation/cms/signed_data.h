@@ -31,6 +31,7 @@ struct SignerInfo {
     ByteView signedAttributes;   // the elements of the set
     ByteView signatureAlgorithm; // AlgorithmIdentifier, with header
     ByteView signature;
+    ByteView unsignedAttributes; // the elements of the set; carried_evidence.h reads them
 };
 
 // SignedData (RFC 5652 5.1). Views point into the parsed bytes.
@@ -41,6 +42,7 @@ struct SignedData {
     bool hasContent = false;
     ByteView content;                   // contents of the octet string
     std::vector<ByteView> certificates; // X.509 only, with headers
+    ByteView revocationInfo;            // the elements of the set; carried_evidence.h reads them
     std::vector<SignerInfo> signers;
     std::size_t size = 0; // bytes that the ContentInfo took
 };

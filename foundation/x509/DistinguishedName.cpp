@@ -50,6 +50,7 @@ std::string componentKey(const TextAttribute* first, const TextAttribute* last) 
     return key;
 }
 
+// Components in their order, which does count; components of several attributes with a plus sign.
 std::string nameKey(const std::vector<TextAttribute>& attributes) {
     std::string key;
     for (std::size_t i = 0; i < attributes.size();) {
@@ -108,6 +109,7 @@ bool DistinguishedName::toVlCanonHashKey(const char* dn, StringBuffer& out, LogB
         if (x509::parseNameText(asView(dn), attributes)) {
             return out.appendView(nameKey(attributes));
         }
+        // What is no name still gets a key, by which equal texts are found.
         std::string folded;
         x509::appendFoldedValue(asView(dn), folded);
         out.appendView(folded);

@@ -48,6 +48,7 @@ bool SystemCerts::addCertVault(CertMgr& vault, LogBase& log) {
         if (!vault.table()) {
             return false;
         }
+        // The table is shared, not copied: what is added to the vault later is found as well.
         if (std::find(m_tables.begin(), m_tables.end(), vault.table()) == m_tables.end()) {
             m_tables.push_back(vault.table());
         }

@@ -93,7 +93,7 @@ bool VantrelX509::parse(std::string_view& whyNot) noexcept {
     ByteView signature;
     if (!certificate.readWhole(Tag::Sequence, tbs) ||
         !certificate.readWhole(Tag::Sequence, algorithm) ||
-        !asn1::readOctetBits(certificate, signature) || !certificate.atEnd()) {
+        !asn1::readSignatureBits(certificate, signature) || !certificate.atEnd()) {
         return false;
     }
     if (!parseTbs(tbs, whyNot)) {

@@ -19,6 +19,8 @@ using x509::HashIndex;
 
 constexpr std::size_t kSha1Size = 20;
 
+// Each look-up has a seed of its own, so that equal octets in different roles do not meet. Every
+// hit is compared in full afterwards: a key only narrows the choice.
 std::uint64_t issuerSerialKey(std::string_view cn, std::string_view serial, std::string& scratch) {
     scratch.clear();
     x509::appendFoldedValue(cn, scratch);
@@ -76,6 +78,7 @@ bool hasSubjectKey(const VantrelX509& certificate, const StringBuffer& key, bool
 
 bool CertTable::add(const DataBuffer& der, LogBase& log) {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    // Numbers of 32 bits; the last stands for none.
     if (m_records.size() >= HashIndex::kNone) {
         return false;
     }
@@ -97,6 +100,7 @@ CertRecord* CertTable::at(std::uint32_t index) {
     return index < m_records.size() ? &m_records[index] : nullptr;
 }
 
+// The five functions below take up what was added since they last ran.
 void CertTable::updateIssuerSerial() {
     std::string serial;
     for (; m_issuerSerial.indexed < m_records.size(); ++m_issuerSerial.indexed) {
@@ -104,6 +108,7 @@ void CertTable::updateIssuerSerial() {
         const VantrelX509& one = certificate(index);
         serial.clear();
         x509::appendSerialText(one.serialNumber(), serial);
+        // An issuer may have several common names, and a document may use any of them.
         forEachCommonName(one.issuer(), [&](std::string_view cn) {
             m_issuerSerial.entries.add(issuerSerialKey(cn, serial, m_scratch), index);
         });
@@ -165,6 +170,7 @@ CertTable::Match CertTable::findByIssuerSerial(std::string_view issuerCn, std::s
         bool exact = false;
         own.clear();
         x509::appendSerialText(certificate(index).serialNumber(), own);
+        // Serial numbers repeat from issuer to issuer; the name decides between them.
         if (own != serial || !issuerHasCn(index, issuerCn, exact)) {
             continue;
         }
@@ -220,6 +226,8 @@ CertTable::Match CertTable::findByKeyId(ByteView keyId) {
             return {&m_records[index], true};
         }
     }
+    // Not among the extensions: then it may be the hash of a key whose certificate has none. Those
+    // are hashed only now, since most stores are never asked that way.
     if (keyId.size() != kSha1Size) {
         return {};
     }

@@ -8,6 +8,8 @@ constexpr std::size_t kFirstSlots = 64;
 
 } // namespace
 
+// The slot of the key, or the free one where it belongs. There is always one: half of them are
+// free.
 std::size_t HashIndex::findSlot(std::uint64_t key) const noexcept {
     const std::size_t mask = m_slots.size() - 1;
     std::size_t slot = static_cast<std::size_t>(key) & mask;
@@ -33,6 +35,7 @@ void HashIndex::add(std::uint64_t key, std::uint32_t certificate) {
     }
     const auto entry = static_cast<std::uint32_t>(m_entries.size());
     m_entries.push_back({key, certificate, kNone});
+    // Entries of one key hang together in their order, so that the first added is found first.
     Slot& slot = m_slots[findSlot(key)];
     if (slot.head == kNone) {
         slot.head = entry;

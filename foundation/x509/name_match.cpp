@@ -12,6 +12,7 @@ namespace vantrel::x509 {
 
 namespace {
 
+// Inside of values, too: documents cut names at every separator without regard to quotes.
 bool isSeparator(char c) noexcept { return c == ',' || c == ';' || c == '+'; }
 bool isDropped(char c) noexcept { return isNameSpace(c) || c == '"' || c == '\\'; }
 
@@ -88,10 +89,12 @@ template <class Sink> void tokenizeDer(ByteView derName, std::string& scratch, S
                 text.push_back(foldAscii(c));
             }
         } else if (!appendAttributeLabel(attribute.type, text)) {
+            // An identifier that has no text form cannot be written in a document either.
             continue;
         }
         tokenizer.putLabel(text);
         text.clear();
+        // RFC 4514 2.4: what is no string is written as the hexadecimal of its DER.
         if (!appendStringValue(attribute.value.tag, attribute.value.contents, text)) {
             appendHexValue(attribute.value.whole, text);
         }
@@ -120,6 +123,7 @@ template <class Sink> void tokenizeText(std::string_view text, std::string& scra
             tokenizer.put(text[i]);
             continue;
         }
+        // RFC 4514 2.4: a backslash stands before two digits of an octet or before a character.
         char decoded = 0;
         if (decodeHexPair(text.substr(i + 1), decoded)) {
             tokenizer.put(decoded);
@@ -131,6 +135,7 @@ template <class Sink> void tokenizeText(std::string_view text, std::string& scra
     tokenizer.finish();
 }
 
+// The finalizer of SplitMix64: every bit of the input moves about half of those of the result.
 std::uint64_t mix(std::uint64_t x) noexcept {
     x ^= x >> 30U;
     x *= 0xBF58476D1CE4E5B9U;

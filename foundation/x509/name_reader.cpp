@@ -21,6 +21,7 @@ bool appendCodePoint(std::uint32_t c, std::string& out) {
         out.push_back(static_cast<char>(0xC0U | c >> 6U));
         out.push_back(static_cast<char>(0x80U | (c & 0x3FU)));
     } else if (c < 0x10000) {
+        // Half of a pair is no character.
         if (c >= 0xD800 && c <= 0xDFFF) {
             return false;
         }
@@ -45,6 +46,7 @@ bool appendLatin1(ByteView bytes, std::string& out) {
     return true;
 }
 
+// Issuers put ISO 8859-1 into strings of every type; showing it so is better than not at all.
 bool appendUtf8(ByteView bytes, std::string& out) {
     if (!text::isValidUtf8(asText(bytes))) {
         return appendLatin1(bytes, out);
@@ -161,6 +163,7 @@ bool appendCommonName(ByteView name, std::string& out) {
     DerAttribute attribute;
     DerElement found;
     while (reader.next(attribute)) {
+        // Names run from the root to the leaf, so the last is the most specific.
         if (sameBytes(attribute.type, oid::kCommonName)) {
             found = attribute.value;
         }

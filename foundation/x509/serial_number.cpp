@@ -14,6 +14,7 @@ namespace {
 
 constexpr char kDigits[] = "0123456789ABCDEF";
 
+// Upper case, two digits an octet: as most programs show it and documents quote it.
 void appendMagnitude(ByteView magnitude, std::string& out) {
     const ByteView bytes = asn1::withoutLeadingZeros(magnitude);
     if (bytes.empty()) {
@@ -62,6 +63,7 @@ bool appendSerialText(std::string_view hex, std::string& out) {
         }
         bytes.push_back(static_cast<std::uint8_t>(byte));
     }
+    // There is no negative zero in DER.
     out += negative && !asn1::withoutLeadingZeros(bytes).empty() ? "-" : "";
     appendMagnitude(bytes, out);
     return true;

@@ -33,6 +33,8 @@ struct KnownAlgorithm {
     int hashId;
 };
 
+// The most usual first. Those that name a key alone, without a hash, are known by name and verify
+// nothing.
 constexpr KnownAlgorithm kAlgorithms[] = {
     {"1.2.840.113549.1.1.11", "sha256WithRSAEncryption", KeyKind::Rsa, kHashSha256},
     {"1.2.840.113549.1.1.12", "sha384WithRSAEncryption", KeyKind::Rsa, kHashSha384},
@@ -77,6 +79,7 @@ const KnownAlgorithm* findAlgorithm(std::string_view oid) noexcept {
 
 // RFC 4055 3.1
 bool readPssParameters(DerReader reader, SignatureAlgorithm& out) {
+    // What is left out is SHA-1, also where the parameters are missing as a whole.
     out.pss = true;
     out.hashId = kHashSha1;
     out.mgfHashId = kHashSha1;
@@ -106,6 +109,7 @@ bool readPssParameters(DerReader reader, SignatureAlgorithm& out) {
     }
     //     saltLength        [2] INTEGER DEFAULT 20,
     //     trailerField      [3] INTEGER DEFAULT 1 }
+    // Neither is needed: the encoding shows the length of its salt, and there is one trailer only.
     return parameters.skipOptional(asn1::contextConstructed(2)) &&
            parameters.skipOptional(asn1::contextConstructed(3)) && parameters.atEnd() &&
            out.hashId != kHashNone && out.mgfHashId != kHashNone;
@@ -170,6 +174,7 @@ bool verifySignedBytes(const SignatureAlgorithm& algorithm, const _vlPublicKey& 
         return false;
     }
     std::uint8_t digest[crypto::kMaxDigestSize];
+    // No hash, no signature: an empty one must not verify under any key.
     const ByteView hash = crypto::hashBytes(algorithm.hashId, signedBytes, digest);
     if (hash.empty()) {
         return false;

@@ -180,7 +180,7 @@ class OptionValues(unittest.TestCase):
             vantrel.verify(OCTETS, anchor=root, at=datetime.datetime(2030, 1, 1))
 
     def test_every_option_of_the_library_is_here(self):
-        names = re.findall(r'^    \{"(\w+)",\s+(?:Kind::|\[)', (TOP / "api/options_json.cpp").read_text(), re.M)
+        names = re.findall(r'^    \{"(\w+)",\s+(?:OptionKind::|\[)', (TOP / "api/option_readers.cpp").read_text(), re.M)
         known = {re.sub("_(.)", lambda match: match[1].upper(), name) for name in vantrel.Options.__annotations__}
         self.assertGreater(len(names), 20)
         self.assertEqual(set(names) - known, {"log", "verbose"})

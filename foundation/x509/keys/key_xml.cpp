@@ -60,6 +60,7 @@ bool loadRsa(const XmlElement& value, _vlPublicKey& key, std::string_view& whyNo
            key.loadRsa(modulus.view(), exponent.view(), whyNot);
 }
 
+// XML Signature 4.5.2.1 lets P, Q, G and Y be shared by other means; nothing here knows of any.
 bool loadDsa(const XmlElement& value, _vlPublicKey& key, std::string_view& whyNot) {
     DataBuffer p;
     DataBuffer q;
@@ -91,7 +92,8 @@ const crypto::Curve* namedCurve(const XmlElement& parent) {
     return curveFromUri(uri);
 }
 
-// ECParameters (XML Signature 1.1, 4.5.2.3.1)
+// ECParameters (XML Signature 1.1, 4.5.2.3.1). Parameters of nobody's curve are refused: whoever
+// may choose the base point chooses whose key he has.
 const crypto::Curve* explicitCurve(const XmlElement& parameters) {
     XmlElement field;
     XmlElement prime;

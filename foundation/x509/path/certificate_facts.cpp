@@ -17,6 +17,8 @@ using asn1::Tag;
 
 namespace {
 
+constexpr std::size_t kLongestSerialNumber = 20;
+
 // SkipCerts and pathLenConstraint: INTEGER (0..MAX). One that is larger than any path is as good as
 // the largest number here.
 bool readCount(ByteView contents, std::optional<std::uint32_t>& count) noexcept {
@@ -362,6 +364,11 @@ CertificateFacts readCertificateFacts(const VantrelX509& certificate) {
     facts.selfIssued = facts.subject == facts.issuer;
     if (!certificate.validity(facts.notBefore, facts.notAfter)) {
         facts.fault = "its validity is malformed";
+        return facts;
+    }
+    // RFC 5280 4.1.2.2. Zeros ahead of the number, which some issuers write, do not count.
+    if (asn1::withoutLeadingZeros(certificate.serialNumber()).size() > kLongestSerialNumber) {
+        facts.fault = "its serial number has more than 20 octets";
         return facts;
     }
     facts.fault = readAllExtensions(facts);

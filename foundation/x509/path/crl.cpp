@@ -54,7 +54,8 @@ bool readScope(ByteView value, Crl& crl) {
     DerReader reader(value);
     DerReader fields;
     DerReader name;
-    if (!reader.enter(Tag::Sequence, fields) || !reader.atEnd()) {
+    // RFC 5280 5.2.5: none that is empty. Its author meant some scope, and nobody can tell which.
+    if (!reader.enter(Tag::Sequence, fields) || !reader.atEnd() || fields.atEnd()) {
         return false;
     }
     //     distributionPoint           [0] DistributionPointName OPTIONAL,
@@ -271,7 +272,7 @@ bool parseCrl(ByteView der, Crl& crl, std::string_view& whyNot) {
     Crl parsed;
     if (!list.readWhole(Tag::Sequence, parsed.tbs) ||
         !list.readWhole(Tag::Sequence, parsed.signatureAlgorithm) ||
-        !asn1::readOctetBits(list, parsed.signature) || !list.atEnd()) {
+        !asn1::readSignatureBits(list, parsed.signature) || !list.atEnd()) {
         return false;
     }
     DerReader outer(parsed.tbs);

@@ -1,6 +1,7 @@
 #include "foundation/x509/path/directory_name.h"
 
 #include "foundation/asn1/der_reader.h"
+#include "foundation/text/name_preparation.h"
 #include "foundation/text/utf8.h"
 #include "foundation/x509/name_reader.h"
 #include "foundation/x509/name_text.h"
@@ -54,23 +55,33 @@ bool isComparableText(Tag tag, std::string_view contents) {
     }
 }
 
-// RFC 5280 7.1 asks for RFC 4518 preparation; of that white space and the case of ASCII are done,
-// which is what issuers differ in.
+bool isPlain(char c) noexcept { return c >= ' ' && c <= '~'; }
+
+// RFC 5280 7.1 asks for the preparation of RFC 4518. Most names are printable ASCII, for which
+// folding letter case and white space comes to the same and costs less.
+bool appendComparable(std::string_view text, std::string& out) {
+    if (!std::all_of(text.begin(), text.end(), isPlain)) {
+        return text::appendPrepared(text, out);
+    }
+    appendFoldedValue(text, out);
+    return true;
+}
+
 void appendValueKey(const DerElement& value, std::string& out) {
     std::string text;
+    std::string comparable;
     // TeletexString and the like have no conversion that all programs agree on, and neither has a
     // text that breaks its own rules. Equal octets are equal names; more is not claimed. A wrong
     // match would hand one authority's certificates to another.
     if (!isComparableText(value.tag, asText(value.contents)) ||
-        !appendStringValue(value.tag, value.contents, text)) {
+        !appendStringValue(value.tag, value.contents, text) ||
+        !appendComparable(text, comparable)) {
         out.push_back(kEncoded);
         appendCounted(asText(value.whole), out);
         return;
     }
-    std::string folded;
-    appendFoldedValue(text, folded);
     out.push_back(kFolded);
-    appendCounted(folded, out);
+    appendCounted(comparable, out);
 }
 
 } // namespace

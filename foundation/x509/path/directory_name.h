@@ -9,12 +9,13 @@
 namespace vantrel::x509 {
 
 // Distinguished names as certification paths compare them (RFC 5280 7.1): string types do not
-// matter, letter case (ASCII) and insignificant white space are folded, the attributes of one
-// component are a set. A name becomes a key: bytes that are equal when the names are, and that
-// begin with the key of every name whose subtree the name lies in. TeletexString and values that
-// their own type does not allow are compared as they are encoded. (For finding certificates whose
-// names documents spell freely there is name_match.h.) (This is not the order or spelling in which
-// names are shown to people: see subjectText in path_report.h.)
+// matter, values are compared as RFC 4518 prepares them (name_preparation.h says how much of it:
+// letter case, white space, composed letters), and the attributes of one component are a set. A
+// name becomes a key: bytes that are equal when the names are, and that begin with the key of every
+// name whose subtree the name lies in. TeletexString and values that their own type does not allow
+// are compared as they are encoded. (For finding certificates whose names documents spell freely
+// there is name_match.h.) (This is not the order or spelling in which names are shown to people:
+// see subjectText in path_report.h.)
 
 // Appends the key of a Name (header included). False, with `key` unchanged, when it is malformed:
 // such a name equals nothing, not even itself. An empty name has an empty key. Keys hold lengths

@@ -42,6 +42,7 @@ inline constexpr std::uint8_t kCertificateIssuer[] = {0x55, 0x1D, 29};
 // RFC 6960
 inline constexpr std::uint8_t kOcspBasic[] = {0x2B, 6, 1, 5, 5, 7, 48, 1, 1};
 inline constexpr std::uint8_t kOcspSigning[] = {0x2B, 6, 1, 5, 5, 7, 3, 9};
+inline constexpr std::uint8_t kOcspNoCheck[] = {0x2B, 6, 1, 5, 5, 7, 48, 1, 5};
 // RFC 6962 3.3: lists of signed certificate time-stamps inside an answer
 inline constexpr std::uint8_t kOcspTimestampList[] = {0x2B, 6, 1, 4, 1, 0xD6, 0x79, 2, 4, 5};
 

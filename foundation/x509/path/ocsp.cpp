@@ -199,7 +199,7 @@ bool readBasic(ByteView der, OcspResponse& response) {
     return reader.enter(Tag::Sequence, fields) && reader.atEnd() &&
            fields.readWhole(Tag::Sequence, response.tbs) && readData(response.tbs, response) &&
            fields.readWhole(Tag::Sequence, response.signatureAlgorithm) &&
-           asn1::readOctetBits(fields, response.signature) &&
+           asn1::readSignatureBits(fields, response.signature) &&
            readCertificates(fields, response.certificates);
 }
 

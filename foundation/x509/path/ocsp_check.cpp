@@ -115,6 +115,27 @@ bool OcspCheck::isAuthorized(const CertificateFacts& responder, const OcspRespon
                SignatureVerdict::Good;
 }
 
+// RFC 6960 4.2.2.2.1. Asked after the signature, so that nobody but the issuer chooses how often.
+bool OcspCheck::isRevoked(const CertificateFacts& responder, const PathPlace& place) {
+    ByteView value;
+    bool critical = false;
+    if (responder.certificate->extension(oid::kOcspNoCheck, value, critical)) {
+        return false;
+    }
+    const auto known = m_revoked.find(responder.certificate);
+    if (known != m_revoked.end()) {
+        return known->second;
+    }
+    const Candidate candidate{responder, false};
+    const PathPlace own = {candidate, place.issuer, place.anchor};
+    m_judgesResponder = true;
+    const bool revoked = m_crls.check(own).status == RevocationStatus::Revoked ||
+                         check(own).status == RevocationStatus::Revoked;
+    m_judgesResponder = false;
+    m_revoked.emplace(responder.certificate, revoked);
+    return revoked;
+}
+
 // RFC 6960 4.2.2.2: signed by the issuer or by somebody whom he certified for it. A responder
 // whom the caller knows by other means is not provided for.
 bool OcspCheck::isBelievable(const Response& response, const PathPlace& place) {
@@ -124,8 +145,11 @@ bool OcspCheck::isBelievable(const Response& response, const PathPlace& place) {
     }
     const auto answers = [&](const CertificateFacts& responder) {
         return isAuthorized(responder, response.parsed, issuer) &&
-               isSigned(response.parsed, responder);
+               isSigned(response.parsed, responder) && !isRevoked(responder, place);
     };
+    if (m_judgesResponder) {
+        return false;
+    }
     if (std::any_of(response.responders.begin(), response.responders.end(), answers)) {
         return true;
     }

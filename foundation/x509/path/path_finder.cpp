@@ -33,8 +33,9 @@ bool isSelfSignedAnchor(const Candidate& candidate) noexcept {
 
 PathFinder::PathFinder(const PathQuery& query)
     : m_query(query), m_store(query), m_signatures(query.limits.signatureChecks),
-      m_crls(query, m_store, m_signatures, *this), m_responses(query, m_store, m_signatures),
-      m_nameChecks(query.limits.nameChecks), m_visitLimit(query.limits.visits) {}
+      m_crls(query, m_store, m_signatures, *this),
+      m_responses(query, m_store, m_signatures, m_crls), m_nameChecks(query.limits.nameChecks),
+      m_visitLimit(query.limits.visits) {}
 
 // Two searches at most. The strict one is all that a trusted certificate costs; the tolerant one
 // walks the same certificates again, with their signatures known by then, and stops at the first

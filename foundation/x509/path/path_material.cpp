@@ -4,6 +4,7 @@
 #include "foundation/io/files.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/encoders.h"
+#include "foundation/x509/path/crl.h"
 #include "foundation/x509/pem.h"
 
 #include <cstdlib>
@@ -144,6 +145,11 @@ bool PathMaterial::addCrls(ByteView file, std::vector<ByteView>& out, LogBase& l
 
 void PathMaterial::addOcspResponse(ByteView response, std::vector<ByteView>& out) {
     out.push_back(m_bytes.emplace_back(response).view());
+}
+
+bool isRevocationList(ByteView der, std::string_view& whyNot) {
+    Crl list;
+    return parseCrl(der, list, whyNot);
 }
 
 } // namespace vantrel::x509

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <deque>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantrel {
@@ -38,7 +39,7 @@ public:
     [[nodiscard]] bool addCertificateSource(const std::string& name,
                                             std::vector<const VantrelX509*>& out, LogBase& log);
     // The same for revocation lists (PEM label "X509 CRL"). Whether a list is well-formed shows
-    // when it is used.
+    // when it is used, or to those who ask isRevocationList before.
     [[nodiscard]] bool addCrls(ByteView file, std::vector<ByteView>& out, LogBase& log);
     // Appends a copy of the bytes of an answer of a responder, which are DER. Never fails: a
     // malformed answer shows when it is read.
@@ -52,6 +53,11 @@ private:
     std::deque<VantrelX509> m_certificates;
     std::deque<DataBuffer> m_bytes;
 };
+
+// Whether the bytes are a list that queries can read. One that they cannot is as one that was not
+// given, so whoever was given it by name should say so. `whyNot`: a text of static lifetime. May
+// throw std::bad_alloc.
+[[nodiscard]] bool isRevocationList(ByteView der, std::string_view& whyNot);
 
 } // namespace x509
 } // namespace vantrel

@@ -30,7 +30,7 @@ struct ScannedName {
 }
 
 [[nodiscard]] inline ScannedName scanName(const char* text, std::uint32_t at,
-                                          std::uint32_t size) noexcept {
+                                          [[maybe_unused]] std::uint32_t size) noexcept {
 #if defined(__SSE2__)
     if (size - at >= 16) [[likely]] {
         const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <span>
 #include <type_traits>
@@ -49,7 +50,10 @@ public:
         if (capacity <= m_capacity) {
             return;
         }
-        void* const moved = std::realloc(static_cast<void*>(m_data), capacity * sizeof(T));
+        // The product could wrap where sizes have 32 bits.
+        void* const moved = capacity <= std::numeric_limits<std::size_t>::max() / sizeof(T)
+                                ? std::realloc(static_cast<void*>(m_data), capacity * sizeof(T))
+                                : nullptr;
         if (moved == nullptr) {
             throw std::bad_alloc();
         }

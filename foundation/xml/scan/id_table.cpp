@@ -3,11 +3,19 @@
 #include "foundation/xml/scan/hash_bytes.h"
 
 #include <bit>
+#if defined(__wasm__)
+#include <random>
+#endif
 
 namespace vantrel::xml {
 
 std::uint64_t hashSeed() noexcept {
     static const std::uint64_t seed = [] {
+#if defined(__wasm__)
+        // There the addresses are the same in every run, and known.
+        std::random_device random;
+        return std::uint64_t{random()} << 32 | random() | 1;
+#else
         static const int anchor = 0;
         const int local = 0;
         const auto address = [](const int* place) {
@@ -16,6 +24,7 @@ std::uint64_t hashSeed() noexcept {
         return foldMultiply(address(&anchor) ^ 0x2545F4914F6CDD1DULL,
                             address(&local) ^ 0xD6E8FEB86659FD93ULL) |
                1;
+#endif
     }();
     return seed;
 }

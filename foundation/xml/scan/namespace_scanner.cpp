@@ -3,6 +3,7 @@
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace vantrel::xml {

@@ -118,9 +118,9 @@ TEST(SignerTrust, EndsWithTheDocumentsAccount) {
     dsig::SignatureReport report;
     report.signer.certificate = *signer.front();
     const auto judge = [&] {
-        return dsig::judgeSigner(
-            policy, report, &document,
-            std::make_shared<const dsig::Material>(report, &document, nullptr));
+        return dsig::judgeSigner(policy, report, &document,
+                                 std::make_shared<const dsig::Material>(report, &document, nullptr),
+                                 nullptr);
     };
     int paths = 0;
     while (judge().path.trusted && paths < 1'000'000) {

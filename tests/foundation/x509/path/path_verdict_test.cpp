@@ -182,18 +182,21 @@ public:
     }
     // `state`: of the user's certificate, a line of the account up to the serial number.
     void set(const std::string& state) const {
-        test::writeFile(m_authority.file("index.txt"),
-                        state.empty() ? "" : state + "\t03EB\tunknown\t/CN=user\n");
+        setLine(state.empty() ? "" : state + "\t03EB\tunknown\t/CN=user");
+    }
+    void setLine(const std::string& line) const {
+        test::writeFile(m_authority.file("index.txt"), line.empty() ? "" : line + "\n");
     }
     [[nodiscard]] test::Bytes list(const std::string& ca) const {
         m_authority.run({"ca", "-config", "ca.cnf", "-cert", ca + ".pem", "-keyfile", ca + ".key",
                          "-gencrl", "-crldays", "30", "-out", "list.pem"});
         return test::readFile(m_authority.file("list.pem"));
     }
-    [[nodiscard]] test::Bytes answer(const std::string& responder) const {
+    [[nodiscard]] test::Bytes answer(const std::string& responder,
+                                     const std::string& certificate = "user") const {
         m_authority.run({"ocsp", "-index", "index.txt", "-CA", "middle.pem", "-issuer",
                          "middle.pem", "-rsigner", responder + ".pem", "-rkey", responder + ".key",
-                         "-cert", "user.pem", "-ndays", "30", "-respout", "answer.der"});
+                         "-cert", certificate + ".pem", "-ndays", "30", "-respout", "answer.der"});
         return test::readFile(m_authority.file("answer.der"));
     }
 
@@ -264,6 +267,42 @@ TEST(PathVerdict, AnswersOfResponders) {
     account.set("R\t491231235959Z\t200101000000Z,superseded");
     EXPECT_EQ(problemsWith("responder"), "revoked user");
     EXPECT_EQ(problemsWith("unfit"), "revocation-unknown user");
+}
+
+// The issuer's word on a responder, by a list or an answer of its own, goes before his; an issuer
+// that wrote that nobody need ask is not asked.
+TEST(PathVerdict, RevokedResponders) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    const Account account(small.authority());
+    const std::string revoked = "R\t491231235959Z\t200101000000Z";
+    const std::string responder = "extendedKeyUsage=OCSPSigning\n";
+    small.authority().issue("responder", "middle", responder);                  // 03EC
+    small.authority().issue("free", "middle", responder + "noCheck=ignored\n"); // 03ED
+    account.setLine(revoked + "\t03EC\tunknown\t/CN=responder");
+    const test::Bytes byIssuer = account.answer("middle", "responder");
+    const test::Bytes byResponder = account.answer("free", "responder");
+    const test::Bytes listed = account.list("middle");
+    account.setLine(revoked + "\t03ED\tunknown\t/CN=free");
+    const test::Bytes freeListed = account.list("middle");
+    // What is found when `name` says that the user is revoked.
+    account.set(revoked);
+    const auto problemsWith = [&](const std::string& name, const test::Bytes& list,
+                                  const test::Bytes& other) {
+        PathCase path = small.path("user");
+        path.material->addOcspResponse(account.answer(name), path.query.ocspResponses);
+        if (!list.empty()) {
+            path.addCrl(list);
+        }
+        path.material->addOcspResponse(other, path.query.ocspResponses);
+        return problemsOf(path.run());
+    };
+    EXPECT_EQ(problemsWith("responder", {}, {}), "revoked user");
+    EXPECT_EQ(problemsWith("responder", {}, byIssuer), "");
+    EXPECT_EQ(problemsWith("responder", listed, {}), "");
+    EXPECT_EQ(problemsWith("free", freeListed, {}), "revoked user");
+    // Responders have no say about each other.
+    EXPECT_EQ(problemsWith("responder", {}, byResponder), "revoked user");
 }
 
 TEST(PathVerdict, MaterialFromFilesAndFolders) {

@@ -22,7 +22,9 @@ using x509::PathResult;
 
 constexpr std::int64_t kNow = 1'600'000'000;
 
-void writeName(DerWriter& writer, const std::string& commonName) {
+// CN=commonName
+test::Bytes nameOf(const std::string& commonName) {
+    DerWriter writer;
     writer.open(Tag::Sequence);
     writer.open(Tag::Set);
     writer.open(Tag::Sequence);
@@ -31,6 +33,7 @@ void writeName(DerWriter& writer, const std::string& commonName) {
     writer.close();
     writer.close();
     writer.close();
+    return {writer.bytes().begin(), writer.bytes().end()};
 }
 
 void writeExtension(DerWriter& writer, ByteView id, ByteView value) {
@@ -43,8 +46,8 @@ void writeExtension(DerWriter& writer, ByteView id, ByteView value) {
 
 // An authority's certificate with a key of 1024 bits that nobody has, and a signature that is none;
 // `number` tells key and certificate from the others. `constraints`: NameConstraints, or empty.
-test::Bytes forge(const std::string& subject, const std::string& issuer, std::uint64_t number,
-                  ByteView constraints = {}) {
+test::Bytes forgeNamed(const test::Bytes& subject, const test::Bytes& issuer, std::uint64_t number,
+                       ByteView constraints = {}) {
     const test::Bytes signature(128, 0x55);
     test::Bytes modulus(128, 0xC3);
     for (std::size_t i = 0; i < 8; ++i) {
@@ -74,12 +77,12 @@ test::Bytes forge(const std::string& subject, const std::string& issuer, std::ui
     writer.close();
     writer.writeUnsigned(number + 1);
     algorithm(writer, "1.2.840.113549.1.1.11");
-    writeName(writer, issuer);
+    writer.writeRaw(issuer);
     writer.open(Tag::Sequence);
     writer.write(Tag::UtcTime, asBytes("000101000000Z"));
     writer.write(Tag::UtcTime, asBytes("491231235959Z"));
     writer.close();
-    writeName(writer, subject);
+    writer.writeRaw(subject);
     writer.open(Tag::Sequence);
     algorithm(writer, "1.2.840.113549.1.1.1");
     writer.write(Tag::BitString, keyBits);
@@ -98,6 +101,11 @@ test::Bytes forge(const std::string& subject, const std::string& issuer, std::ui
     writer.write(Tag::BitString, signatureBits);
     writer.close();
     return {writer.bytes().begin(), writer.bytes().end()};
+}
+
+test::Bytes forge(const std::string& subject, const std::string& issuer, std::uint64_t number,
+                  ByteView constraints = {}) {
+    return forgeNamed(nameOf(subject), nameOf(issuer), number, constraints);
 }
 
 bool hasFault(const PathResult& result, PathFault fault) {
@@ -127,6 +135,31 @@ TEST(PathWork, ThousandAuthoritiesOfOneName) {
     EXPECT_TRUE(hasFault(result, PathFault::BadSignature)) << test::describe(result);
     EXPECT_FALSE(hasFault(result, PathFault::Limit)) << test::describe(result);
     EXPECT_EQ(result.work.signatureChecks, 900U);
+}
+
+// A thousand namesakes of the issuer cost nothing where the certificate says which key it is signed
+// with: two signatures are checked, those of the path.
+TEST(PathWork, TheRightKeyAmongAThousandNamesakes) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    test::TestAuthority authority(openssl);
+    authority.issue("root", "", test::kRootExtensions);
+    authority.issue("ca", "root", test::kRootExtensions);
+    authority.issue("target", "ca", "authorityKeyIdentifier=keyid\n");
+    PathCase made;
+    made.setTarget(test::readFile(authority.file("target.pem")));
+    made.add(test::readFile(authority.file("root.pem")), made.query.anchors);
+    const test::Bytes issuer(made.query.target->issuer().begin(),
+                             made.query.target->issuer().end());
+    for (std::uint64_t i = 0; i < 1000; ++i) {
+        made.add(forgeNamed(issuer, issuer, i), made.query.candidates);
+    }
+    made.add(test::readFile(authority.file("ca.pem")), made.query.candidates);
+    std::int64_t notAfter = 0;
+    ASSERT_TRUE(made.readable && made.query.target->validity(made.query.time, notAfter));
+    const PathResult result = made.run();
+    EXPECT_TRUE(result.trusted) << test::describe(result);
+    EXPECT_EQ(result.work.signatureChecks, 2U);
+    EXPECT_EQ(result.work.visits, 2U);
 }
 
 // Authorities that all certified each other, and no anchor: as many paths as there are orders.
