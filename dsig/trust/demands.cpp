@@ -56,11 +56,6 @@ bool namesWeakHash(const StringBuffer& algorithm) {
         kWeak, [&](const char* name) { return algorithm.containsSubstringNoCase(name); });
 }
 
-bool isWeak(const ReferenceResult& reference) {
-    return namesWeakHash(reference.digestMethod) ||
-           reference.accommodations.contains(accommodation::kDigestUnknownSha1);
-}
-
 // The hashes and keys of the certificates by which the signer is trusted. That of the anchor's own
 // signature is none of them, since nobody relies on it.
 bool isPathStrong(const JudgedSignature& it) {
@@ -68,6 +63,11 @@ bool isPathStrong(const JudgedSignature& it) {
            std::ranges::none_of(it.trust->path.problems, [](const x509::PathProblem& problem) {
                return problem.fault == x509::PathFault::WeakAlgorithm;
            });
+}
+
+bool isWeak(const ReferenceResult& reference) {
+    return namesWeakHash(reference.digestMethod) ||
+           reference.accommodations.contains(accommodation::kDigestUnknownSha1);
 }
 
 // What was digested by a hash that nobody named was digested by SHA-1. A truncated HMAC verifies

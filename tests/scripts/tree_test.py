@@ -79,7 +79,7 @@ FORBIDDEN = [
     (re.compile(r"(?<![\w.])/(wor" + r"k|tm" + r"p|roo" + r"t|hom" + r"e)/\w"), "a machine's path"),
 ]
 TEXT_SUFFIXES = {".cpp", ".h", ".py", ".sh", ".md", ".txt", ".cmake", ".vec", ".awk", ".in", ".json",
-                 ".js", ".mjs", ".ts", ".css", ".html"}
+                 ".java", ".js", ".mjs", ".ts", ".css", ".html"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 PUBLIC_INCLUDE = re.compile(r"^\s*#\s*include\s+<vantrel/([^>]+)>", re.M)
