@@ -1,6 +1,7 @@
 #include "dsig/reference/check_reference.h"
 
 #include "dsig/document/signed_info.h"
+#include "dsig/document/standards.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/internal_reference.h"
@@ -91,6 +92,9 @@ ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogB
     DSigReference reference;
     reference.parseReference(*element, log);
     result.describe(reference.m_uri, reference.m_digestMethod);
+    if (!reference.digestMethodIsKnown() && standardsApply(log)) {
+        reference.knowStandardDigests();
+    }
     query.document->account.noLimitPassed();
 
     const ReferenceTarget target = targetOf(reference.m_uri);

@@ -1,6 +1,8 @@
 #include "dsig/reference/external_reference.h"
 
 #include "dsig/reference/digest_comparison.h"
+#include "dsig/reference/external_name.h"
+#include "dsig/reference/external_parts.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/io/_vlDataSource.h"
@@ -19,18 +21,14 @@ constexpr unsigned kLastExternalIndex = 100;
 // Octets that are read from a file at once.
 constexpr std::size_t kReadSize = std::size_t{64} << 10;
 
-// Looks through the folders in their order; the first that has the file decides. Without folders
-// nothing is looked for: a document cannot make the verifier open files on its own.
-bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
-                      LogBase& log) {
-    if (dirs.getSize() == 0) {
-        return false;
-    }
-    log.LogDataSb("externalRefFileName", uri);
+// Looks through the folders in their order; the first that has the file decides.
+bool findNamedFile(std::string_view fileName, const ExtPtrArraySb& dirs, XString& path,
+                   LogBase& log) {
+    log.logText("externalRefFileName", fileName);
     for (int i = 0; i < dirs.getSize(); ++i) {
         log.LogDataSb("externalRefDir", *dirs.sbAt(i));
         const XString dir(dirs.sbAt(i)->view());
-        const XString name(uri.view());
+        const XString name(fileName);
         XString candidate;
         _vlFilePath::CombineDirAndFilepath(dir, name, candidate);
         log.LogDataX("pathToCheck", candidate);
@@ -40,6 +38,25 @@ bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XStrin
         }
     }
     return false;
+}
+
+// By the name that the URI means; where no file has it, by the URI as it is written, since many
+// signers write names that way. Without folders nothing is looked for: a document cannot make the
+// verifier open files on its own. `name` := the one that was found.
+bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
+                      std::string& name, LogBase& log) {
+    if (dirs.getSize() == 0) {
+        return false;
+    }
+    name = nameOfUri(uri.view());
+    if (findNamedFile(name, dirs, path, log)) {
+        return true;
+    }
+    if (name == uri.view()) {
+        return false;
+    }
+    name = uri.view();
+    return findNamedFile(name, dirs, path, log);
 }
 
 // Bytes go before a file. An empty byte buffer means that there is none, so data of no bytes can
@@ -93,12 +110,12 @@ DSigRefExternalData* givenData(const ExternalData& external, int index, bool cre
 namespace {
 
 // What the caller gave for this reference goes before any file of that name, whose path `found`
-// then holds. Null without either.
+// then holds, and `name` what of the URI named it. Null without either.
 const DSigRefExternalData* dataOf(const ReferenceQuery& query, const StringBuffer& uri,
-                                  DSigRefExternalData& found, LogBase& log) {
+                                  DSigRefExternalData& found, std::string& name, LogBase& log) {
     const DSigRefExternalData* const data = givenData(query.external, query.index, false, log);
     const bool isFile =
-        data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, log);
+        data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, name, log);
     return isFile ? &found : data;
 }
 
@@ -107,7 +124,10 @@ const DSigRefExternalData* dataOf(const ReferenceQuery& query, const StringBuffe
 bool readExternalData(const ReferenceQuery& query, const StringBuffer& uri, DataBuffer& octets,
                       LogBase& log) {
     DSigRefExternalData found;
-    const DSigRefExternalData* const data = dataOf(query, uri, found, log);
+    std::string name;
+    // The parts of a package are digested by its own rules, and no file stands in for them.
+    const DSigRefExternalData* const data =
+        query.external.parts == nullptr ? dataOf(query, uri, found, name, log) : nullptr;
     WorkAccount& account = query.document->account;
     if (data == nullptr) {
         return false;
@@ -137,8 +157,16 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
                             const StringBuffer& uri, ReferenceResult& result, LogBase& log) {
     result.covers = "external";
     log.LogDataSb("externalUri", uri);
+    if (query.external.parts != nullptr) {
+        query.external.parts->check(query, reference, uri, result, log);
+        return;
+    }
     DSigRefExternalData found;
-    const DSigRefExternalData* const data = dataOf(query, uri, found, log);
+    std::string name;
+    const DSigRefExternalData* const data = dataOf(query, uri, found, name, log);
+    if (data == &found) {
+        result.found.edit().name = std::move(name);
+    }
     if (data == nullptr) {
         log.LogError("No external data defined for this reference.");
         log.LogInfo(
