@@ -218,6 +218,7 @@ private:
         found.checked = true;
         found.external = result.external;
         found.isSigned = result.isSigned;
+        found.found = std::move(result.found);
         found.describe(m_reference.m_uri, m_reference.m_digestMethod);
         found.reason = reason;
         found.computedDigest = digest;
