@@ -20,6 +20,8 @@ std::string textOf(ClsXmlDSig& verifier, void (ClsXmlDSig::*getter)(XString&)) {
     return std::string(kept.getUtf8Sb().view());
 }
 
+// The same as Document::verify() does with one document, for each signature document in turn.
+//
 // Takes the signatures of a package over as they are verified.
 class Collector {
 public:
@@ -106,6 +108,7 @@ VerifyResult packageResult(std::shared_ptr<const io::RandomAccess> bytes,
     result.size = bytes->size();
     result.sha256 = sha256Of(*bytes);
     Container container;
+    // Half of what is covered could pass for all of it.
     if (!verifyPackage(std::move(bytes), options, steps, container, result.status, result.error)) {
         result.status = Status::Error;
     } else {

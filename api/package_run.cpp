@@ -28,7 +28,8 @@ std::string lastErrorOf(ClsXmlDSig& verifier) {
     return std::string(line.getUtf8Sb().view());
 }
 
-// One package on its way.
+// One package on its way. Each signature document has a verifier of its own, so that nothing that
+// one of them makes the verifier find out acts on the next.
 class PackageRun {
 public:
     explicit PackageRun(const VerifyOptions& options) : m_options(options) {}
@@ -121,6 +122,7 @@ void addCoverage(ClsXmlDSig& verifier, int index, Container& found) {
 }
 
 void warn(Container& container) {
+    // Known only when all signatures were looked at: each may cover a part of the whole.
     const bool isLeft =
         std::any_of(container.parts.begin(), container.parts.end(),
                     [](const ContainerPart& part) { return !part.covered && !part.exempt; });
@@ -139,6 +141,7 @@ RunSteps withCoverage(RunSteps steps, ClsXmlDSig& verifier, int first, Container
     return steps;
 }
 
+// Of two documents that both have selected signatures.
 Status worse(Status one, Status other) {
     return one == Status::Valid && other == Status::Valid ? Status::Valid : Status::Invalid;
 }
@@ -151,6 +154,7 @@ bool verifyPackage(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOp
                    const PackageSteps& steps, Container& found, Status& status,
                    std::string& error) {
     PackageRun run(options);
+    // Given data would go before a part, and coverage by name mean nothing.
     if (!options.referenceData.empty()) {
         error = "the data of a package's references are its parts; none can be given";
         return false;
@@ -167,6 +171,7 @@ bool verifyPackage(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOp
         if (!steps.prepare(verifier, error)) {
             return false;
         }
+        // The log of loading is handed out in either case.
         const bool isLoaded = run.load(part, first, verifier, error);
         if ((steps.loaded && !steps.loaded(verifier, error)) || !isLoaded) {
             return false;

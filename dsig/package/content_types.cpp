@@ -14,6 +14,7 @@ constexpr std::string_view kNamespace =
 
 } // namespace
 
+// An entry by name goes before one by extension, so that both kinds are kept apart.
 bool ContentTypes::read(const DataBuffer& xml, LogBase& log) {
     const Ref<ClsXml> root = parsePart(xml, log);
     if (!root) {
@@ -47,6 +48,7 @@ std::string_view ContentTypes::of(std::string_view part) const {
     }
     const std::size_t dot = folded.rfind('.');
     const std::size_t slash = folded.rfind('/');
+    // A dot in the name of a folder begins no extension.
     if (dot == std::string::npos || (slash != std::string::npos && slash > dot)) {
         return {};
     }

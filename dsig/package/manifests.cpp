@@ -18,7 +18,8 @@ namespace vantrel::dsig {
 
 namespace {
 
-// Whether a reference that matches digested all of the element.
+// Whether a reference that matches digested all of the element. An element that came out of an
+// entity has no place in the text and counts as not covered.
 bool isCovered(const xml::XmlDocument& document, xml::ElementId element,
                const SignatureReport& report) {
     xml::TextRange range;
@@ -50,6 +51,7 @@ ReferenceResult checkOne(const ReferenceQuery& query, const ClsXml& element, Rul
     reference.parseReference(element, log);
     result.describe(reference.m_uri, reference.m_digestMethod);
     result.text.edit().digest = reference.m_digestValue;
+    // As for references of SignedInfo, whose account these are charged to.
     query.document->account.noLimitPassed();
     const ReferenceTarget target = targetOf(reference.m_uri);
     if (target.kind == ReferenceTarget::Kind::External) {
@@ -74,6 +76,7 @@ ReferenceResult checkOne(const ReferenceQuery& query, const ClsXml& element, Rul
 bool Package::checkManifests(Document& document, const Selection& selection, Rules& rules,
                              SignatureReport& report, LogBase& log) {
     const LogContextExitor context(log, "checkManifests");
+    // A manifest that no reference covers is anybody's, and says nothing.
     const xml::XmlDocument& structure = *document.structure;
     const xml::ElementId end = structure.element(selection.element()).next;
     bool all = true;

@@ -33,6 +33,7 @@ std::shared_ptr<Package> Package::open(std::shared_ptr<const io::RandomAccess> b
     if (!package->m_archive.open(std::move(bytes), bounds, fault)) {
         return nullptr;
     }
+    // Copied, since the package may be used by verifiers with limits of their own.
     package->m_limits = limits;
     package->m_kind = kindOf(package->m_archive);
     return package->findSignatures(fault) ? package : nullptr;
@@ -47,6 +48,7 @@ bool Package::findSignatures(std::string& fault) {
             m_signatureParts.push_back(i);
         }
     }
+    // No operation is under way whose log this could go to.
     LogNull log;
     if (m_kind == PackageKind::Opc && !findOpcSignatures(log)) {
         fault = "the content types or relationships of the package are damaged";
@@ -69,6 +71,7 @@ bool Package::findOpcSignatures(LogBase& log) {
     if (!readRelated({}, origins, kOriginType, log)) {
         return false;
     }
+    // In the order of the package, and each once, whatever leads to it.
     std::set<std::size_t> found;
     for (const std::string& origin : origins) {
         std::vector<std::string> signatures;
@@ -129,6 +132,7 @@ const zip::ZipMember* Package::memberOf(std::string_view name) const {
     return m_kind == PackageKind::Opc ? m_archive.findAnyCase(name) : m_archive.find(name);
 }
 
+// Members lie in one array, and only those are handed out.
 std::size_t Package::indexOf(const zip::ZipMember& member) const noexcept {
     return static_cast<std::size_t>(&member - parts().data());
 }

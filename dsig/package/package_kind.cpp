@@ -31,6 +31,9 @@ constexpr MediaType kMediaTypes[] = {
     {"application/widget", PackageKind::Widget},
 };
 
+// The kind decides what is exempt from coverage, and hence is asked of what every program that
+// reads such packages goes by, never of the name of the file.
+//
 // The contents of a small member, without white space at the ends; empty for none.
 std::string smallMember(const zip::ZipArchive& archive, std::string_view name, std::uint64_t most) {
     const zip::ZipMember* const member = archive.find(name);
@@ -43,6 +46,7 @@ std::string smallMember(const zip::ZipArchive& archive, std::string_view name, s
     return std::string(text::trimmed(asText(contents.view())));
 }
 
+// Other archives have a file of that name, too; the namespace is the widgets' own.
 bool isWidget(const zip::ZipArchive& archive) {
     constexpr std::uint64_t kMostConfiguration = std::uint64_t{1} << 20;
     return smallMember(archive, "config.xml", kMostConfiguration)

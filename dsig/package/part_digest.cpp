@@ -1,4 +1,7 @@
-// The digest of a reference to a part of a package.
+// The digest of a reference to a part of a package. Without transforms the part is streamed into
+// the hash, so that its size does not matter to memory; with them it is held as a whole, within a
+// limit. A part is digested as it is stored: unlike references into the document, nothing is
+// implied (XML Signature 1.1, 4.4.3.2: octets stay octets).
 
 #include "dsig/document/child_elements.h"
 #include "dsig/package/package.h"
@@ -46,6 +49,7 @@ private:
         StringBuffer algorithm;
         transform.getAttrValue("Algorithm", algorithm);
         m_log.LogDataSb("transformAlgorithm", algorithm);
+        // The whole identifier: nothing that only resembles it has these rules.
         if (algorithm.view() == kRelationshipTransform) {
             DataBuffer kept;
             bool isWhole = false;
@@ -65,6 +69,7 @@ private:
         return RefReason::UnsupportedTransform;
     }
 
+    // Parsed anew for each: an XML part is small beside what is digested plainly.
     RefReason canonicalize(const ClsXml& transform, const StringBuffer& algorithm) {
         const Ref<ClsXml> root = parsePart(m_octets, m_log);
         if (!root) {
@@ -80,6 +85,7 @@ private:
         return outcome;
     }
 
+    // Strict, as base64 in documents is.
     RefReason decode() {
         DataBuffer decoded;
         if (!ContentCoding::decodeBase64ToDb(asText(m_octets.view()).data(), m_octets.getSize(),
@@ -166,6 +172,7 @@ void Package::check(const ReferenceQuery& query, const DSigReference& reference,
     const LogContextExitor context(log, "verifyPartReference");
     result.covers = "external";
     result.found.edit().isPart = true;
+    // What the package lacks is not looked for anywhere else, least of all on the disk.
     const zip::ZipMember* member = nullptr;
     const bool isOfType = resolve(uri.view(), member, log);
     if (member == nullptr) {

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <set>
 
+// Relationships say what a part refers to, in a part of their own beside it: "word/document.xml"
+// has "word/_rels/document.xml.rels", the package itself "_rels/.rels".
 namespace vantrel::dsig {
 
 namespace {
@@ -23,6 +25,7 @@ bool isKnownAttribute(std::string_view name) {
     return name == "Id" || name == "Type" || name == "Target" || name == "TargetMode";
 }
 
+// Attributes that the schema does not know are not digested, so that they make the part not whole.
 Relationship readOne(const ClsXml& element) {
     Relationship one;
     one.id = attributeOf(element, "Id");
@@ -70,6 +73,7 @@ bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out, L
         log.LogError("The part holds no relationships.");
         return false;
     }
+    // Signers name relationships by their Ids: of two with one Id, either could be meant.
     std::set<std::string> ids;
     for (const xml::ElementId child : childElements(*root)) {
         const Ref<ClsXml> element = handleOn(*root, child);
@@ -162,6 +166,7 @@ RefReason transformRelationships(const ClsXml& transform, const DataBuffer& part
     std::sort(all.begin(), all.end(),
               [](const Relationship& one, const Relationship& other) { return one.id < other.id; });
     std::string text = "<Relationships xmlns=\"" + std::string(kNamespace) + "\">";
+    // What is left out is not signed: whoever changes it changes what the part refers to.
     isWhole = true;
     for (const Relationship& one : all) {
         if (!ids.contains(one.id) && !types.contains(one.type)) {

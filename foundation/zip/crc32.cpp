@@ -55,6 +55,8 @@ std::uint32_t updatePortable(std::uint32_t state, ByteView bytes) noexcept {
     return state;
 }
 
+// Products without carries fold what was read onto what follows it, 64 bytes a turn (Gopal et al.,
+// "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ Instruction").
 #if defined(__x86_64__)
 
 #define VANTREL_TARGET_PCLMUL __attribute__((target("pclmul,sse4.1")))

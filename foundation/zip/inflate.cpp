@@ -4,6 +4,9 @@
 #include <bit>
 #include <cstring>
 
+// RFC 1951. The input lies in a buffer that is filled up as it is used, the output in another whose
+// front keeps the 32 KiB that copies may refer to; both stay in the processor's second cache.
+//
 // Two decoders of the same codes: decodeFast where there is so much input and room that nothing
 // has to be asked between symbols, decodeOne near the end of the input.
 namespace vantrel::zip {
@@ -103,12 +106,14 @@ Inflater::Inflater(InflateInput& input) : m_input(input), m_buffers(new Buffers)
 
 Inflater::~Inflater() = default;
 
+// The first fault stays: nothing is decoded behind it.
 bool Inflater::fail(std::string_view why) noexcept {
     m_fault = why;
     m_state = State::Done;
     return false;
 }
 
+// What is left of the buffer is little: a code or two, or the rest of a fast turn.
 bool Inflater::fetch() noexcept {
     const auto left = static_cast<std::size_t>(m_inEnd - m_in);
     std::memmove(m_buffers->input, m_in, left);
@@ -147,6 +152,7 @@ bool Inflater::need(unsigned count) noexcept {
     return true;
 }
 
+// The caller has made sure that they are there.
 unsigned Inflater::take(unsigned count) noexcept {
     const auto value = static_cast<unsigned>(lowBits(m_bits, count));
     m_bits >>= count;
@@ -179,6 +185,7 @@ void Inflater::keepHistory() noexcept {
     m_out = kWindow;
 }
 
+// One block's header, or as much of its data as input and room allow.
 bool Inflater::step() noexcept {
     switch (m_state) {
     case State::BlockHeader: return readBlockHeader();
@@ -229,6 +236,7 @@ bool Inflater::readStoredHeader() noexcept {
     return true;
 }
 
+// Each call moves on: it takes bits, copies, fetches, or ends the block.
 bool Inflater::copyStored() noexcept {
     // Whole bytes that were taken for bits.
     while (m_storedLeft != 0 && m_bitCount >= 8 && m_out < kWindow + kFresh) {
@@ -278,6 +286,7 @@ bool Inflater::readDynamicCodes() noexcept {
         }
         first[kOrder[i]] = static_cast<std::uint8_t>(take(3));
     }
+    // These codes have seven bits at most, so that one table is enough.
     std::array<CodeEntry, 1U << kLengthBits> table;
     std::array<std::uint8_t, 286 + 30> lengths{};
     const bool hasAny = std::any_of(first.begin(), first.end(), [](auto length) { return length; });
@@ -335,6 +344,7 @@ bool Inflater::useCodes(std::span<const std::uint8_t> literals,
     return true;
 }
 
+// The fast decoder wherever it may run; behind the last whole word of the input the other one.
 bool Inflater::decodeCodes() noexcept {
     while (m_state == State::Codes && kWindow + kFresh - m_out >= kFastRoom) {
         if (static_cast<std::size_t>(m_inEnd - m_in) < kFastInput && !m_inputEnds && !fetch()) {
@@ -409,6 +419,7 @@ bool Inflater::decodeFast() noexcept {
     return m_fault.empty();
 }
 
+// One symbol, or one copy, with every bit asked for.
 bool Inflater::decodeOne() noexcept {
     CodeEntry entry = 0;
     if (!decodeEntry(m_buffers->literals, kLiteralBits, entry)) {

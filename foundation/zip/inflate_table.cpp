@@ -4,6 +4,7 @@
 #include <array>
 #include <cassert>
 
+// Tables of the alphabets are made when the code is compiled; those of the codes for each block.
 namespace vantrel::zip {
 
 namespace {

@@ -6,13 +6,18 @@
 #include <algorithm>
 #include <numeric>
 
+// The archive is gone through from its end: the end record leads to the directory, the directory to
+// every local header. Each step proves that what it found is the only thing that a reader could
+// find there; the first that cannot ends the opening.
 namespace vantrel::zip {
 
 namespace {
 
 constexpr unsigned kStoredMethod = 0;
 constexpr unsigned kDeflateMethod = 8;
+// The directory is held as a whole; its names are most of it.
 constexpr std::uint64_t kMostDirectory = std::uint64_t{64} << 20;
+// Small texts of blanks or zeros are common and harmless, however far they are compressed.
 constexpr std::uint64_t kRatioCountsFrom = std::uint64_t{64} << 20;
 
 constexpr std::string_view kNoEnd = "the archive is cut short, or something stands behind it";
@@ -88,6 +93,8 @@ private:
         if (!read(size - tailSize, tailSize, tail)) {
             return false;
         }
+        // A record counts when its comment ends with the archive; of several the last one does, as
+        // for readers that search from the end.
         std::size_t found = tailSize;
         for (std::size_t at = 0; at + kDirectoryEndSize <= tailSize; ++at) {
             if (number32(tail, at) == kDirectoryEnd) {
@@ -124,6 +131,8 @@ private:
         if (!readEnd64(at, place)) {
             return false;
         }
+        // Data in front of the archive would move the directory away from where it says that it is;
+        // some readers allow for that, and then see other members.
         if (place.size > place.end || place.offset != place.end - place.size) {
             return fail("the directory of the archive does not stand where its end says");
         }
@@ -161,6 +170,7 @@ private:
         if (!isSound) {
             return fail(kDirectoryDamaged);
         }
+        // Readers without ZIP64 go by the narrow numbers.
         const DirectoryPlace narrow = place;
         place.count = number64(record, 32);
         place.size = number64(record, 40);
@@ -177,6 +187,7 @@ private:
         if (place.size > kMostDirectory) {
             return fail("the directory of the archive is larger than 64 MiB");
         }
+        // Before memory is taken for so many.
         if (place.count > place.size / kDirectoryEntrySize) {
             return fail(kDirectoryDamaged);
         }
@@ -206,6 +217,7 @@ private:
             return failMember(header.name, "is compressed by an unknown method");
         }
         entry.isFolder = header.name.ends_with('/');
+        // Some readers would make a file of it.
         if (entry.isFolder && header.size != 0) {
             return failMember(header.name, "is a folder with contents");
         }
@@ -240,6 +252,7 @@ private:
         return checkFolders(names);
     }
 
+    // Unpacked, only one of the two could be there.
     bool checkFolders(const std::vector<std::pair<std::string, const Entry*>>& names) {
         std::unordered_map<std::string_view, bool> isFolder;
         for (const auto& [folded, entry] : names) {
@@ -258,6 +271,7 @@ private:
         return true;
     }
 
+    // All by the directory, before anything is decompressed: reading then proves these sizes.
     bool checkSizes() {
         std::uint64_t octets = 0;
         for (const Entry& entry : m_entries) {
@@ -313,6 +327,7 @@ private:
         if (next < header.offset || next - header.offset < kLocalHeaderSize) {
             return failMember(header.name, kOverlap);
         }
+        // The fixed part first, since it has the size of the rest.
         std::vector<std::uint8_t> bytes;
         if (!read(header.offset, kLocalHeaderSize, bytes)) {
             return false;
@@ -328,6 +343,7 @@ private:
         if (!readLocalHeader(bytes, local)) {
             return failMember(header.name, "has a damaged header");
         }
+        // The name by which a reader that streams the archive would know it.
         if (local.name != header.name) {
             return failMember(header.name,
                               "has the name " + quoted(local.name) + " in its own header");
@@ -393,6 +409,7 @@ bool looksLikeZip(ByteView bytes) noexcept {
     return bytes.size() >= 4 && number32(bytes, 0) == kLocalHeader;
 }
 
+// What the directory says is copied, so that the archive may be large and the object small.
 bool ZipArchive::open(std::shared_ptr<const io::RandomAccess> bytes, const ZipLimits& limits,
                       std::string& fault) {
     m_bytes = std::move(bytes);
@@ -406,6 +423,7 @@ const ZipMember* ZipArchive::findAnyCase(std::string_view name) const {
     return found == m_byFoldedName.end() ? nullptr : &m_members[found->second];
 }
 
+// One index serves both: no two names share their folded form.
 const ZipMember* ZipArchive::find(std::string_view name) const noexcept {
     const ZipMember* const found = findAnyCase(name);
     return found != nullptr && found->name == name ? found : nullptr;

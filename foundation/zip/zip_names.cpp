@@ -9,6 +9,7 @@ namespace vantrel::zip {
 
 namespace {
 
+// They hide in listings, and end a name early for programs in C.
 bool isControl(char c) noexcept {
     return static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) == 0x7F;
 }
@@ -47,6 +48,7 @@ std::string_view faultOfName(std::string_view name) {
     if (name[0] == '/' || name[0] == '\\' || hasDrive(name)) {
         return "has an absolute name";
     }
+    // Backslashes divide, too, since they do where the archive may be unpacked.
     std::string steps = foldedName(name);
     for (std::size_t at = 0; at <= steps.size();) {
         const std::size_t end = std::min(steps.find('/', at), steps.size());

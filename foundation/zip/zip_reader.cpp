@@ -34,6 +34,7 @@ private:
     std::uint64_t m_left;
 };
 
+// A stored member needs no window, and its buffer is no larger than itself.
 ZipReader::ZipReader(const ZipArchive& archive, const ZipMember& member)
     : m_member(member), m_packed(std::make_unique<Packed>(archive.bytes(), member)) {
     if (member.isDeflated) {
@@ -65,8 +66,10 @@ bool ZipReader::next(ByteView& piece) noexcept {
         m_fault = m_inflater ? m_inflater->fault() : m_fault;
         return false;
     }
+    // Both are proved as the pieces go by: a member is never held as a whole for its check sum.
     m_crc.update(piece);
     m_octets += piece.size();
+    // At once, and not at the end: what the limits let in was the directory's size.
     const bool isLonger = m_octets > m_member.size;
     if (isLonger || (piece.empty() && m_octets != m_member.size)) {
         m_fault = "has another size than the directory says";

@@ -1,5 +1,7 @@
 #include "foundation/zip/zip_records.h"
 
+// Numbers are put together byte by byte, so that neither alignment nor the machine's byte order
+// matters. Nothing here judges what a record says.
 namespace vantrel::zip {
 
 namespace {
@@ -45,6 +47,7 @@ bool readFields(ByteView fields, WideFields wide, std::string_view name) noexcep
         }
         const ByteView field = fields.first(length);
         fields = fields.subspan(length);
+        // A second one could say something else to a reader that takes the last.
         if (kind == kZip64Field) {
             if (seen || !wide.read(field)) {
                 return false;
