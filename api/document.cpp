@@ -156,7 +156,8 @@ Result<Document> Document::load(std::string_view document, const VerifyOptions& 
     }
     if (!state->document.data().append(asBytes(document)) ||
         !state->verifier.LoadSignatureBd(state->document)) {
-        return lastError(state->verifier, "the document could not be loaded; memory may not suffice");
+        return lastError(state->verifier,
+                         "the document could not be loaded; memory may not suffice");
     }
     if (options.log || options.verboseLog) {
         state->loadLog = textOf(state->verifier, &ClsXmlDSig::get_LastErrorText);

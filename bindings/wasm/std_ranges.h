@@ -13,33 +13,45 @@
 
 namespace std::ranges {
 
-// Each as its namesake over iterators, with a projection where one is used.
-template <class Range, class Test> constexpr bool all_of(Range&& range, Test test) {
-    return std::all_of(std::begin(range), std::end(range), std::ref(test));
+// Each as its namesake over iterators, of what the projection `of` makes of the elements.
+template <class Test, class Of> constexpr auto ofElement(Test& test, Of& of) {
+    return [&](const auto& element) { return std::invoke(test, std::invoke(of, element)); };
 }
-template <class Range, class Test> constexpr bool any_of(Range&& range, Test test) {
-    return std::any_of(std::begin(range), std::end(range), std::ref(test));
+template <class Range, class Test, class Of = std::identity>
+constexpr bool all_of(Range&& range, Test test, Of of = {}) {
+    return std::all_of(std::begin(range), std::end(range), ofElement(test, of));
 }
-template <class Range, class Test> constexpr bool none_of(Range&& range, Test test) {
-    return std::none_of(std::begin(range), std::end(range), std::ref(test));
+template <class Range, class Test, class Of = std::identity>
+constexpr bool any_of(Range&& range, Test test, Of of = {}) {
+    return std::any_of(std::begin(range), std::end(range), ofElement(test, of));
 }
-template <class Range, class Value> constexpr auto find(Range&& range, const Value& value) {
-    return std::find(std::begin(range), std::end(range), value);
+template <class Range, class Test, class Of = std::identity>
+constexpr bool none_of(Range&& range, Test test, Of of = {}) {
+    return std::none_of(std::begin(range), std::end(range), ofElement(test, of));
 }
-template <class Range, class Test> constexpr auto find_if(Range&& range, Test test) {
-    return std::find_if(std::begin(range), std::end(range), std::ref(test));
+template <class Range, class Test, class Of = std::identity>
+constexpr auto find_if(Range&& range, Test test, Of of = {}) {
+    return std::find_if(std::begin(range), std::end(range), ofElement(test, of));
 }
-template <class Range, class Value> constexpr auto count(Range&& range, const Value& value) {
-    return std::count(std::begin(range), std::end(range), value);
+template <class Range, class Value, class Of = std::identity>
+constexpr auto find(Range&& range, const Value& value, Of of = {}) {
+    const auto isEqual = [&](const auto& element) { return element == value; };
+    return std::find_if(std::begin(range), std::end(range), ofElement(isEqual, of));
 }
-template <class Range, class Test> constexpr auto count_if(Range&& range, Test test) {
-    return std::count_if(std::begin(range), std::end(range), std::ref(test));
+template <class Range, class Test, class Of = std::identity>
+constexpr auto count_if(Range&& range, Test test, Of of = {}) {
+    return std::count_if(std::begin(range), std::end(range), ofElement(test, of));
+}
+template <class Range, class Value, class Of = std::identity>
+constexpr auto count(Range&& range, const Value& value, Of of = {}) {
+    const auto isEqual = [&](const auto& element) { return element == value; };
+    return std::count_if(std::begin(range), std::end(range), ofElement(isEqual, of));
+}
+template <class Range, class Work> constexpr void for_each(Range&& range, Work work) {
+    std::for_each(std::begin(range), std::end(range), std::ref(work));
 }
 template <class One, class Other> constexpr bool equal(One&& one, Other&& other) {
     return std::equal(std::begin(one), std::end(one), std::begin(other), std::end(other));
-}
-template <class Range, class Target> constexpr Target copy(Range&& range, Target target) {
-    return std::copy(std::begin(range), std::end(range), target);
 }
 
 template <class Range, class Less = std::less<>, class Of = std::identity>

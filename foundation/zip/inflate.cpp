@@ -463,10 +463,11 @@ bool Inflater::decodeEntry(std::span<const CodeEntry> table, unsigned mainBits,
     }
     // Above the count there may be bits of what follows, or none: zeros then stand for them.
     const std::uint64_t bits = m_bits;
-    entry = table[lowBits(bits, mainBits)];
+    entry = table[static_cast<std::size_t>(lowBits(bits, mainBits))];
     unsigned used = bitsOf(entry);
     if ((entry & kSecondTable) != 0) {
-        entry = table[valueOf(entry) + lowBits(bits >> used, extraOf(entry))];
+        entry =
+            table[static_cast<std::size_t>(valueOf(entry) + lowBits(bits >> used, extraOf(entry)))];
         used += bitsOf(entry);
     }
     if (used > m_bitCount) {

@@ -8,7 +8,8 @@
 namespace vantrel::xml {
 
 // A hash for look-up tables over names and values of a document. It is seeded from the process's
-// address layout, or at random where that is always the same, so that a document cannot be written to make entries collide.
+// address layout, or at random where that is always the same, so that a document cannot be written
+// to make entries collide.
 [[nodiscard]] std::uint64_t hashSeed() noexcept;
 
 [[nodiscard]] inline std::uint64_t foldMultiply(std::uint64_t a, std::uint64_t b) noexcept {
