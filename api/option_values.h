@@ -23,7 +23,7 @@ inline constexpr std::string_view kAcceptWords = "all any";
 inline constexpr std::string_view kRequireWords =
     "pinned trusted vouched strong no-leniency all-checked unambiguous covered timestamp";
 inline constexpr std::string_view kOptionWords =
-    "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError";
+    "ZATCA VerifyEncapsulatedTimeStamp AllowXmlDigestError GivenRulesOnly";
 
 // The words of such a list with commas between them, for people.
 [[nodiscard]] std::string listOf(std::string_view words);

@@ -23,9 +23,11 @@ struct Algorithm {
     const char* peerName;
 };
 constexpr Algorithm kAlgorithms[] = {
-    {vantrel::kHashSha1, "SHA1"},     {vantrel::kHashSha256, "SHA256"},
-    {vantrel::kHashSha384, "SHA384"}, {vantrel::kHashSha512, "SHA512"},
-    {vantrel::kHashMd5, "MD5"},       {vantrel::kHashRipemd160, "RIPEMD160"},
+    {vantrel::kHashSha1, "SHA1"},         {vantrel::kHashSha256, "SHA256"},
+    {vantrel::kHashSha384, "SHA384"},     {vantrel::kHashSha512, "SHA512"},
+    {vantrel::kHashMd5, "MD5"},           {vantrel::kHashRipemd160, "RIPEMD160"},
+    {vantrel::kHashSha224, "SHA224"},     {vantrel::kHashSha3_256, "SHA3-256"},
+    {vantrel::kHashSha3_512, "SHA3-512"},
 };
 
 std::vector<std::uint8_t> randomBytes(std::size_t count) {

@@ -5,6 +5,7 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
@@ -172,10 +173,57 @@ void ecdsa(benchmark::State& state, const Case& item, bool once) {
         });
 }
 
+// EdDSA signs the message itself, which is the case's hash.
+Case signEdwards(const char* name) {
+    Case result{name, Key(EVP_PKEY_Q_keygen(nullptr, nullptr, name), EVP_PKEY_free),
+                Bytes(32, 0x5a), Bytes(200)};
+    const std::shared_ptr<EVP_MD_CTX> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    std::size_t size = result.signature.size();
+    EVP_DigestSignInit(ctx.get(), nullptr, nullptr, nullptr, result.key.get());
+    EVP_DigestSign(ctx.get(), result.signature.data(), &size, result.hash.data(),
+                   result.hash.size());
+    result.signature.resize(size);
+    return result;
+}
+
+void theirsEdwards(benchmark::State& state, const Case& item) {
+    for (auto _ : state) {
+        const std::shared_ptr<EVP_MD_CTX> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+        EVP_DigestVerifyInit(ctx.get(), nullptr, nullptr, nullptr, item.key.get());
+        if (EVP_DigestVerify(ctx.get(), item.signature.data(), item.signature.size(),
+                             item.hash.data(), item.hash.size()) != 1) {
+            state.SkipWithError("not verified");
+        }
+    }
+}
+
+void edwards(benchmark::State& state, const Case& item, bool once) {
+    Bytes point(57);
+    std::size_t size = point.size();
+    EVP_PKEY_get_raw_public_key(item.key.get(), point.data(), &size);
+    point.resize(size);
+    std::unique_ptr<vantrel::crypto::EdwardsKey> key;
+    std::string_view whyNot;
+    ours(
+        state, once,
+        [&] {
+            key = vantrel::crypto::EdwardsKey::load(*vantrel::crypto::findEdwardsCurve(item.name),
+                                                    point, whyNot);
+            return key != nullptr;
+        },
+        [&] { return key->verify(item.hash, item.signature); });
+}
+
 template <class Ours> void registerCase(Case item, Ours function) {
     const auto shared = std::make_shared<Case>(std::move(item));
     benchmark::RegisterBenchmark((shared->name + "/OpenSSL").c_str(),
-                                 [shared](benchmark::State& state) { theirs(state, *shared); });
+                                 [shared](benchmark::State& state) {
+                                     if (vantrel::crypto::findEdwardsCurve(shared->name)) {
+                                         theirsEdwards(state, *shared);
+                                     } else {
+                                         theirs(state, *shared);
+                                     }
+                                 });
     benchmark::RegisterBenchmark(
         (shared->name + "/Ready").c_str(),
         [shared, function](benchmark::State& state) { function(state, *shared, false); });
@@ -198,6 +246,9 @@ const bool kRegistered = [] {
         registerCase(sign(name, EVP_EC_gen(group), 32), ecdsa);
     }
     registerCase(dsaCase(), dsa);
+    for (const char* const name : {"ED25519", "ED448"}) {
+        registerCase(signEdwards(name), edwards);
+    }
     return true;
 }();
 

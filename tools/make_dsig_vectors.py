@@ -16,6 +16,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 
 OUT = pathlib.Path(__file__).resolve().parents[1] / "tests/vectors/dsig"
 KEYS = OUT / "keys"
@@ -58,8 +59,15 @@ def sha(octets, name="sha256"):
 
 
 def sign(octets, key="rsa"):
-    if key == "hmac":
-        return b64(hmac.new(SECRET.encode(), octets, "sha256").digest())
+    if key.startswith("hmac"):  # "hmac-128": its first 128 bits
+        size = int(key[5:] or 256) // 8
+        return b64(hmac.new(SECRET.encode(), octets, "sha256").digest()[:size])
+    if key == "ed25519":
+        with tempfile.NamedTemporaryFile() as message:
+            message.write(octets)
+            message.flush()
+            return b64(run("openssl", "pkeyutl", "-sign", "-rawin", "-in", message.name, "-inkey",
+                           str(KEYS / f"{key}.key")))
     return b64(run("openssl", "dgst", "-sha256", "-sign", str(KEYS / f"{key}.key"), data=octets))
 
 
@@ -87,10 +95,10 @@ def prefixed(markup, prefix):
 
 
 def signature(*refs, prefix="", id="", method=MORE + "rsa-sha256", key="rsa", c14n_method=EXC, scope="", after="",
-              signed=None, value=None, bare=False, before="", name="Signature", declared=None, inner_scope=None):
+              signed=None, value=None, bare=False, before="", name="Signature", declared=None, inner_scope=None, inner=""):
     """A Signature. `scope`: declarations that inclusive canonicalization finds around it."""
     info = (f'<SignedInfo><CanonicalizationMethod Algorithm="{c14n_method}"></CanonicalizationMethod>'
-            f'<SignatureMethod Algorithm="{method}"></SignatureMethod>{"".join(refs)}</SignedInfo>')
+            f'<SignatureMethod Algorithm="{method}">{inner}</SignatureMethod>{"".join(refs)}</SignedInfo>')
     own = f' xmlns{":" + prefix[:-1] if prefix else ""}="{DS}"'
     info = prefixed(info, prefix)
     if signed is None:
@@ -132,7 +140,8 @@ def case(path, document, runs, standard=None):
 def make_keys():
     KEYS.mkdir(parents=True, exist_ok=True)
     for name, options in (("rsa", ["-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048"]),
-                          ("k256", ["-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:secp256k1"])):
+                          ("k256", ["-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:secp256k1"]),
+                          ("ed25519", ["-algorithm", "ED25519"])):
         key = KEYS / f"{name}.key"
         if not key.exists():
             run("openssl", "genpkey", *options, "-out", str(key))
@@ -687,6 +696,7 @@ def ebxml():
     Reasons = 1
 
     What = a block for another actor stays
+    Options = GivenRulesOnly
     Change = actor/next => actor/last
     WithReferences = false
     Reasons = 1
@@ -696,12 +706,14 @@ def ebxml():
     WithReferences = true
 
     What = a fourteenth stays
+    Options = GivenRulesOnly
     Change = <S:Header> => <S:Header><eb:Via S:actor="http://schemas.xmlsoap.org/soap/actor/next">x</eb:Via>
     WithReferences = false
     Reasons = 1
     """)
     case("ebxml/self-closing", document(f'<eb:Ack S:actor="{NEXT_MSH}"/>'), """
     What = a self-closing block has no end tag and stays, so the digest of a conforming signer fails
+    Options = GivenRulesOnly
     WithReferences = false
     WithoutReferences = true
     Reasons = 1
@@ -848,6 +860,7 @@ def xpath_shapes():
     case("xpath/unknown", enveloped(plain.replace("</r>", "@</r>"), ENVELOPED, xpath("ancestor-or-self::Sum"), INC,
                                     octets=c14n(plain)), """
     What = an expression that is not known fails, even where it would select what was signed
+    Options = GivenRulesOnly
     WithReferences = false
     WithoutReferences = false
     Reasons = 99
@@ -1217,6 +1230,7 @@ def methods():
 
     nothing = """
     What = {}
+    Options = GivenRulesOnly
     Key = {}
     WithReferences = false
     WithoutReferences = false
@@ -1248,6 +1262,12 @@ def methods():
 
     What = white space within the value
     Key = hmac
+    Change = =</SignatureValue> => \\n=</SignatureValue>
+    WithoutReferences = true
+
+    What = the same by the given rules
+    Key = hmac
+    Options = GivenRulesOnly
     Change = =</SignatureValue> => \\n=</SignatureValue>
     WithoutReferences = false
     Log = HMAC validation failed.
@@ -1309,6 +1329,77 @@ def methods():
     WithReferences = false
     Log = No public key available to verify signature.
     """, "a")
+
+
+def standards():
+    """What the recommendations have beyond the rules that are tried first."""
+    content = '<a Id="x">1</a>'
+    octets = content.encode()
+    sha3 = "http://www.w3.org/2007/05/xmldsig-more#sha3-256"
+    spki = b64(run("openssl", "pkey", "-pubin", "-in", str(KEYS / "rsa.pub"), "-outform", "DER"))
+    der = f'<k:DEREncodedKeyValue xmlns:k="http://www.w3.org/2009/xmldsig11#">{spki}</k:DEREncodedKeyValue>'
+
+    def document(digest=None, **how):
+        reference = ref("#x", octets, EXC) if digest is None else ref("#x", octets, EXC, **digest)
+        return f"<r>{content}{signature(reference, **how)}</r>"
+
+    def runs(key, more=""):
+        return f"""
+    What = as signed
+    Key = {key}
+    WithReferences = true
+    WithoutReferences = true
+
+    What = content changed
+    Key = {key}
+    Change = >1< => >2<
+    WithReferences = false
+    Reasons = 1
+
+    What = by the given rules
+    Key = {key}
+    Options = GivenRulesOnly
+    WithReferences = false
+    {more}"""
+
+    case("standards/sha3", document({"method": sha3, "value": sha(octets, "sha3_256")}), runs("rsa"))
+    case("standards/eddsa", document(method="http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519", key="ed25519"),
+         runs("ed25519", """
+    What = a key of another kind
+    Key = rsa
+    WithReferences = false
+
+    What = a key of the other curve
+    Key = ed25519
+    Change = ed25519 => ed448
+    WithReferences = false"""))
+    case("standards/hmac-cut", document(method=MORE + "hmac-sha256", key="hmac-128",
+                                        inner="<HMACOutputLength>128</HMACOutputLength>"), runs("hmac", """
+    What = without its last octet
+    Key = hmac
+    Change = =</SignatureValue> => </SignatureValue>
+    WithoutReferences = false"""))
+    case("standards/hmac-too-short", document(method=MORE + "hmac-sha256", key="hmac-120",
+                                              inner="<HMACOutputLength>120</HMACOutputLength>"), """
+    What = less than half of the hash proves too little
+    Key = hmac
+    WithReferences = false
+    WithoutReferences = false""")
+    case("standards/der-key", document(after=f"<KeyInfo>{der}</KeyInfo>"), runs("none"))
+    case("standards/key-info-reference", document(after=(
+        '<KeyInfo><k:KeyInfoReference xmlns:k="http://www.w3.org/2009/xmldsig11#" URI="#k1"></k:KeyInfoReference></KeyInfo>'
+        '<Object><KeyInfo Id="k1"><RetrievalMethod URI="#k2"></RetrievalMethod></KeyInfo>'
+        f'<KeyInfo Id="k2"><KeyValue></KeyValue>{der}</KeyInfo></Object>')), runs("none", """
+    What = references in a circle
+    Key = none
+    Change = URI="#k2" => URI="#k1"
+    WithReferences = false
+    Log = No public key available to verify signature.
+
+    What = a reference out of the document
+    Key = none
+    Change = URI="#k2" => URI="k2"
+    WithReferences = false"""))
 
 
 def encodings():
@@ -1551,4 +1642,4 @@ def make(groups):
 
 if __name__ == "__main__":
     make((sii, doda, zatca, simple_profiles, attribute_order, ebics, swift, ebxml, ubl, xpath_shapes, digests,
-          enveloped_signatures, references, wrapping, methods, encodings, entities))
+          enveloped_signatures, references, wrapping, methods, standards, encodings, entities))

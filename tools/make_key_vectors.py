@@ -28,7 +28,7 @@ KEYS = {
     "other": ["-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048"],
     "weak": ["-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:1024"],
     "ec": ["-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256"],
-    "ed25519": ["-algorithm", "ED25519"],
+    "unknown": ["-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:sect283r1"],
 }
 SIGNER = "/C=XX/O=Example Trading, Inc./OU=Orders+UID=or-7/CN=Key Signer"
 # name: key, subject, serial, extensions, valid from, valid until
@@ -41,7 +41,7 @@ CERTIFICATES = {
     "weak": ("weak", "/C=XX/CN=Weak and Expired", "0x80", "subjectKeyIdentifier=hash", "2001", "2011"),
     "future": ("signer", "/C=XX/CN=Not Yet", "0x7F", "subjectKeyIdentifier=hash", "2048", "2049"),
     "ec": ("ec", "/C=XX/CN=Curve Signer", "0x0100", "subjectKeyIdentifier=hash", "2020", "2049"),
-    "ed25519": ("ed25519", "/C=XX/CN=Unknown Algorithm", "0x0101", "subjectKeyIdentifier=hash", "2020", "2049"),
+    "unknown": ("unknown", "/C=XX/CN=Unknown Algorithm", "0x0101", "subjectKeyIdentifier=hash", "2020", "2049"),
 }
 
 
@@ -130,9 +130,9 @@ def values():
             out[name + ".thumbprint"] = b64(hashlib.sha1(ders[name]).digest())
         # Certificate bags: signed data without signers, as DER and with indefinite lengths.
         bag = folder / "bag.pem"
-        bag.write_bytes(b"".join((folder / f"{name}.pem").read_bytes() for name in ("ed25519", "other", "signer")))
+        bag.write_bytes(b"".join((folder / f"{name}.pem").read_bytes() for name in ("unknown", "other", "signer")))
         out["bag"] = b64(run("openssl", "crl2pkcs7", "-nocrl", "-certfile", str(bag), "-outform", "DER"))
-        bag.write_bytes((folder / "ed25519.pem").read_bytes())
+        bag.write_bytes((folder / "unknown.pem").read_bytes())
         out["bag-unusable"] = b64(run("openssl", "crl2pkcs7", "-nocrl", "-certfile", str(bag), "-outform", "DER"))
         # What is no public key.
         out["private.pkcs8"] = b64(run("openssl", "pkcs8", "-topk8", "-nocrypt", "-in", key("weak"), "-outform", "DER"))

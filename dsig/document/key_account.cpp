@@ -50,7 +50,8 @@ std::uint64_t keyOperationWeight(const _vlPublicKey& key) noexcept {
                      kCommonOrderBits);
     // The number of steps grows with the size as well, but the square is close enough to bound the
     // work, and curves come in few sizes.
-    case KeyKind::Ec: return weigh(key.bits(), 1, kCommonCurveBits, 1);
+    case KeyKind::Ec:
+    case KeyKind::Edwards: return weigh(key.bits(), 1, kCommonCurveBits, 1);
     case KeyKind::None: break;
     }
     return 1;

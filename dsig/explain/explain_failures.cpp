@@ -86,6 +86,9 @@ std::unique_ptr<Job> referenceJob(const VerifyQuery& query, const Rules& rules, 
     }
     DSigReference reference;
     reference.parseReference(*element, log);
+    if (!reference.digestMethodIsKnown()) {
+        reference.knowStandardDigests();
+    }
     auto job = std::make_unique<Job>();
     // Without a target the octets are still searched as a text. So it is with external data, which
     // is digested as it is.
@@ -107,10 +110,14 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
         !signatureValue(query.selection.signature, text, log)) {
         return nullptr;
     }
-    const ValueMethod asked{signatureMethodToHashAlg(method, log),
-                            method.containsSubstring("MGF1")};
+    const SignatureMethod read = readSignatureMethod(method, nullptr, true, log);
+    // The search has one hash for the octets and for the mask.
+    if (read.mgfHashAlg != kHashNone && read.mgfHashAlg != read.hashAlg) {
+        return nullptr;
+    }
+    const ValueMethod asked{read.hashAlg, read.mgfHashAlg != kHashNone};
     std::vector<ValueReading> readings = valueReadings(text.view());
-    const int keyType = signatureMethodToKeyType(method, log);
+    const int keyType = read.keyType;
     // A MAC without a secret cannot be tried: it proves what its holder says and nobody else.
     if (keyType == kKeyTypeHmac) {
         return query.hmacKey.isEmpty()

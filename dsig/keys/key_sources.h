@@ -16,10 +16,16 @@ namespace keysource {
 // Carried by the document, which whoever changes it can exchange for his own.
 inline constexpr KeySource kKeyValue{"KeyValue", true};
 inline constexpr KeySource kCertificate{"X509Certificate", true};
+// The further forms of XML Signature 1.1 and RFC 4050, and what another part of the document holds.
+inline constexpr KeySource kDerEncodedKeyValue{"DEREncodedKeyValue", true};
+inline constexpr KeySource kEcdsaKeyValue{"ECDSAKeyValue", true};
+inline constexpr KeySource kRetrievalMethod{"RetrievalMethod", true};
+inline constexpr KeySource kKeyInfoReference{"KeyInfoReference", true};
 // Named by the document: the certificate is one of the caller's store.
 inline constexpr KeySource kIssuerSerial{"X509IssuerSerial", false};
 inline constexpr KeySource kSubjectName{"X509SubjectName", false};
 inline constexpr KeySource kSubjectKeyId{"X509SKI", false};
+inline constexpr KeySource kX509Digest{"X509Digest", false};
 inline constexpr KeySource kKeyName{"KeyName", false};
 // WS-Security: an identifier that names a certificate of the store, and one that is a certificate
 // itself. Reports give both the name of the element.

@@ -2,6 +2,7 @@
 
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
@@ -36,6 +37,11 @@ bool equal(const EccVerifier& one, const EccVerifier& other) noexcept {
     return one.curve() == other.curve() && equal(one.point(), other.point());
 }
 
+// A point has one encoding.
+bool equal(const crypto::EdwardsKey& one, const crypto::EdwardsKey& other) noexcept {
+    return &one.curve() == &other.curve() && equal(one.encoded(), other.encoded());
+}
+
 } // namespace
 
 // The other numbers of a key are left out, since a view cannot join them; where two keys share this
@@ -45,6 +51,7 @@ ByteView distinctiveNumber(const _vlPublicKey& key) noexcept {
     case KeyKind::Rsa: return key.getRsaKeyPtr()->modulus();
     case KeyKind::Dsa: return key.getDsaKeyPtr()->y();
     case KeyKind::Ec: return key.getEccKeyPtr()->point();
+    case KeyKind::Edwards: return key.getEdwardsKeyPtr()->encoded();
     case KeyKind::None: break;
     }
     return {};
@@ -59,6 +66,7 @@ bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
     case KeyKind::Rsa: return equal(*one.getRsaKeyPtr(), *other.getRsaKeyPtr());
     case KeyKind::Dsa: return equal(*one.getDsaKeyPtr(), *other.getDsaKeyPtr());
     case KeyKind::Ec: return equal(*one.getEccKeyPtr(), *other.getEccKeyPtr());
+    case KeyKind::Edwards: return equal(*one.getEdwardsKeyPtr(), *other.getEdwardsKeyPtr());
     case KeyKind::None: break;
     }
     return false;

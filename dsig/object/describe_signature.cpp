@@ -3,8 +3,10 @@
 #include "dsig/document/child_elements.h"
 #include "dsig/document/document.h"
 #include "dsig/document/signed_info.h"
+#include "dsig/document/standards.h"
 #include "dsig/keys/candidate_keys.h"
 #include "dsig/keys/key_report.h"
+#include "dsig/keys/standard_keys.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
@@ -14,6 +16,9 @@
 #include "foundation/json/json_writer.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace vantrel {
 
@@ -93,6 +98,17 @@ void warnOfDescribed(dsig::Document& document, const dsig::Selection& selection,
     dsig::warnOfStructure(document, report);
 }
 
+// Only the keys of KeyInfo, in whatever form: keys that the caller handed over say nothing about
+// the signature.
+std::vector<dsig::CandidateKey> keysOfKeyInfo(const dsig::KeyQuery& query,
+                                              dsig::SignatureReport& report, LogBase& log) {
+    std::vector<dsig::CandidateKey> keys = dsig::candidateKeys(query, report.accommodations, log);
+    if (dsig::standardsApply(log)) {
+        std::ranges::move(dsig::standardKeys(query, keys, log), std::back_inserter(keys));
+    }
+    return keys;
+}
+
 } // namespace
 
 // Looking changes nothing: the report of the last verification stays.
@@ -127,10 +143,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         out.endArray();
         writeKeyInfo(*signature, out);
         LogNull quiet(m_log);
-        report.keys =
-            // Only the keys of KeyInfo: keys that the caller handed over say nothing about the
-            // signature.
-            dsig::describeKeys(dsig::candidateKeys(keyQuery(true), report.accommodations, quiet));
+        report.keys = dsig::describeKeys(keysOfKeyInfo(keyQuery(true), report, quiet));
         warnOfDescribed(*document(), selection(), report);
         dsig::writeKeys(report.keys, out);
         dsig::writeCodes("warnings", report.warnings, out);

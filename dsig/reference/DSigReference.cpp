@@ -1,5 +1,6 @@
 #include "dsig/reference/DSigReference.h"
 
+#include "dsig/document/standards.h"
 #include "dsig/transform/chunk_removal.h"
 #include "dsig/transform/ebxml_fragments.h"
 #include "foundation/base/LogContextExitor.h"
@@ -70,7 +71,14 @@ int DSigReference::getHashAlg() const {
             return known.hashAlg;
         }
     }
-    return kHashSha1;
+    return m_standardHash != kHashNone ? m_standardHash : kHashSha1;
+}
+
+void DSigReference::knowStandardDigests() {
+    // Of 20 octets: in base64 with one sign of padding, or in hexadecimal.
+    const bool maybeSha1 = m_digestValue.getSize() == 28 ||
+                           (m_digestValue.getSize() == 40 && m_digestValue.isHexidecimal());
+    m_standardHash = maybeSha1 ? kHashNone : dsig::standardDigest(m_digestMethod.view()).hashAlg;
 }
 
 bool DSigReference::digestMethodIsKnown() const {

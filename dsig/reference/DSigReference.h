@@ -21,6 +21,10 @@ public:
     // is missing shows later: no digest value equals nothing, no digest method is an unknown one.
     bool parseReference(const ClsXml& referenceElement, LogBase& log);
     void logReference(LogBase& log) const;
+    // Also knows the digest methods of RFC 9231 from here on, by their whole identifiers. One whose
+    // stored value may be a SHA-1 digest stays unknown, so that what the guess verifies it verifies
+    // as before.
+    void knowStandardDigests();
     // The hash that the digest method names (hash_ids.h); SHA-1 when it names none that is known.
     // Names are recognised as a part of the identifier, in any letter case.
     [[nodiscard]] int getHashAlg() const;
@@ -39,6 +43,9 @@ public:
     StringBuffer m_digestMethod; // algorithm identifier
     StringBuffer m_transforms;   // the Transforms element as XML text, empty when there is none
     StringBuffer m_digestValue;  // base64 text without white space
+
+private:
+    int m_standardHash = 0; // of a digest method of RFC 9231
 };
 
 } // namespace vantrel

@@ -91,6 +91,7 @@ struct ReferenceResult {
     StringBuffer computedDigest;
     std::uint64_t octetCount = 0;
     CodeSet accommodations;
+    text::Boxed<CodeSet> standards; // constructs beyond the usual ones that led to the digest
     // A report can have very many of these; what few need, or nobody before the report is written
     // (verify/complete_report.h), takes no room until then.
     text::Boxed<ReferenceText> text;
@@ -187,6 +188,7 @@ struct SignatureReport {
     // A key must be found for the value, for a report even where the outcome is settled before.
     bool valueWanted = false;
     bool referencesFailed = false; // that is why it is not valid
+    bool givenRulesOnly = false;   // the caller wanted no further constructs of the recommendations
     ValueCheck value = ValueCheck::NotReached;
     // "absent", "not-checked", "valid" or "invalid"; the next three are set only once it was
     // checked.

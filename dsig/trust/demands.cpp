@@ -70,8 +70,8 @@ bool isWeak(const ReferenceResult& reference) {
            reference.accommodations.contains(accommodation::kDigestUnknownSha1);
 }
 
-// What was digested by a hash that nobody named was digested by SHA-1. A truncated HMAC verifies
-// under no rule, so its length needs no look.
+// What was digested by a hash that nobody named was digested by SHA-1. A truncated HMAC has
+// half its hash and 80 bits at least, or it does not verify.
 bool isStrong(const JudgedSignature& it) {
     const KeyReport* const used = usedKey(it.report);
     return (used == nullptr || !used->weak) && isPathStrong(it) &&

@@ -24,6 +24,9 @@ bool isDigestOf(const Document& document, xml::ElementId certDigest,
     DSigReference digest;
     digest.parseReference(*Ref<ClsXml>::adopt(ClsXml::onElement(document.structure, certDigest)),
                           log);
+    if (!digest.digestMethodIsKnown()) {
+        digest.knowStandardDigests();
+    }
     DataBuffer stored;
     DataBuffer computed;
     const ByteView der = certificate.certificate();

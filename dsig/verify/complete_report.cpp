@@ -2,12 +2,15 @@
 
 #include "dsig/document/child_elements.h"
 #include "dsig/document/signed_info.h"
+#include "dsig/document/standards.h"
 #include "dsig/keys/key_hints.h"
 #include "dsig/keys/signer.h"
+#include "dsig/keys/standard_keys.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/report/causes.h"
 #include "dsig/report/warnings.h"
 #include "dsig/verify/report_steps.h"
+#include "dsig/verify/signature_method.h"
 
 namespace vantrel::dsig {
 
@@ -17,6 +20,12 @@ std::string attributeOf(const ClsXml& element, const char* name) {
     StringBuffer value;
     element.getAttrValue(name, value);
     return std::string(value.view());
+}
+
+void addStandard(std::string_view code, SignatureReport& report) {
+    if (!code.empty()) {
+        report.standards.add(code);
+    }
 }
 
 // The identifier, and what parametrises it (XML Signature 6.6, Exclusive XML Canonicalization 3,
@@ -51,6 +60,26 @@ ReferenceText textOf(const ClsXml& element) {
         }
     }
     return text;
+}
+
+// What of the recommendations the methods and the key needed. A digest that was found by the guess
+// of SHA-1 was not read by any of them.
+void nameStandards(SignatureReport& report) {
+    if (report.value == ValueCheck::Valid || report.value == ValueCheck::Mismatch ||
+        report.value == ValueCheck::WrongKey) {
+        addStandard(standardOfMethod(report.signatureMethod.view()), report);
+    }
+    for (const KeyReport& key : report.keys) {
+        if (key.used) {
+            addStandard(standardOfSource(key.source), report);
+        }
+    }
+    for (const ReferenceResult& reference : report.references) {
+        if (reference.checked &&
+            !reference.accommodations.contains(accommodation::kDigestUnknownSha1)) {
+            addStandard(standardDigest(reference.digestMethod.view()).code, report);
+        }
+    }
 }
 
 // Warnings stand in the order in which they are added, behind those of the steps before.
@@ -90,6 +119,9 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
         if (report.valueWanted && report.value == ValueCheck::NotReached &&
             report.referenceCount > 0) {
             LogNull log;
+            if (report.givenRulesOnly) {
+                log.options().append(kGivenRulesOnly);
+            }
             lookAtValue(query, rules, report, log);
         }
         for (ReferenceResult& reference : report.references) {
@@ -104,9 +136,13 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
     if (query.parts != nullptr) {
         query.parts->describeCoverage(report);
     }
+    nameStandards(report);
     warn(query.document, report);
     for (std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
         for (ReferenceResult& reference : *list) {
+            for (const std::string_view code : reference.standards->codes()) {
+                report.standards.add(code);
+            }
             // A passed limit was noted by the check.
             if (!reference.matched() && reference.cause->empty()) {
                 reference.cause = causeOf(reference);

@@ -1,7 +1,10 @@
 #include "dsig/verify/signature_method.h"
 
+#include "dsig/document/standards.h"
 #include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/tree/ClsXml.h"
 
 #include <span>
 
@@ -64,4 +67,123 @@ int signatureMethodToKeyType(const StringBuffer& algorithmUri, LogBase& /*log*/)
     return firstMatch(algorithmUri, kKeyTypeNames, kKeyTypeUnknown);
 }
 
+namespace dsig {
+
+namespace {
+
+struct MethodIdentifier {
+    std::string_view algorithm;
+    SignatureMethod method;
+};
+
+constexpr MethodIdentifier rsa(std::string_view algorithm, int hash) {
+    return {algorithm, {hash, kKeyTypeRsa, 0, {}, standard::kSha224}};
+}
+constexpr MethodIdentifier pss(std::string_view algorithm, int hash, std::string_view code) {
+    return {algorithm, {hash, kKeyTypeRsa, hash, {}, code}};
+}
+constexpr MethodIdentifier ecdsa(std::string_view algorithm, int hash, std::string_view code) {
+    return {algorithm, {hash, kKeyTypeEcdsa, 0, {}, code}};
+}
+constexpr MethodIdentifier eddsa(std::string_view algorithm, std::string_view curve) {
+    return {algorithm, {kHashNone, kKeyTypeEdDsa, 0, curve, standard::kEdDsa}};
+}
+
+constexpr std::string_view kRsaPss = "http://www.w3.org/2007/05/xmldsig-more#rsa-pss";
+
+// RFC 9231, 2.2 and 2.3: what the tables of substrings do not know.
+constexpr MethodIdentifier kMethods[] = {
+    rsa("http://www.w3.org/2001/04/xmldsig-more#rsa-sha224", kHashSha224),
+    {"http://www.w3.org/2001/04/xmldsig-more#hmac-sha224",
+     {kHashSha224, kKeyTypeHmac, 0, {}, standard::kSha224}},
+    ecdsa("http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha224", kHashSha224, standard::kSha224),
+    ecdsa("http://www.w3.org/2021/04/xmldsig-more#ecdsa-sha3-224", kHashSha3_224, standard::kSha3),
+    ecdsa("http://www.w3.org/2021/04/xmldsig-more#ecdsa-sha3-256", kHashSha3_256, standard::kSha3),
+    ecdsa("http://www.w3.org/2021/04/xmldsig-more#ecdsa-sha3-384", kHashSha3_384, standard::kSha3),
+    ecdsa("http://www.w3.org/2021/04/xmldsig-more#ecdsa-sha3-512", kHashSha3_512, standard::kSha3),
+    pss("http://www.w3.org/2007/05/xmldsig-more#sha224-rsa-MGF1", kHashSha224, standard::kSha224),
+    pss("http://www.w3.org/2007/05/xmldsig-more#sha3-224-rsa-MGF1", kHashSha3_224, standard::kSha3),
+    pss("http://www.w3.org/2007/05/xmldsig-more#sha3-256-rsa-MGF1", kHashSha3_256, standard::kSha3),
+    pss("http://www.w3.org/2007/05/xmldsig-more#sha3-384-rsa-MGF1", kHashSha3_384, standard::kSha3),
+    pss("http://www.w3.org/2007/05/xmldsig-more#sha3-512-rsa-MGF1", kHashSha3_512, standard::kSha3),
+    pss(kRsaPss, kHashSha256, standard::kPssParams),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519", "Ed25519"),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed448", "Ed448"),
+};
+
+const SignatureMethod* findMethod(std::string_view algorithm) {
+    for (const MethodIdentifier& known : kMethods) {
+        if (known.algorithm == algorithm) {
+            return &known.method;
+        }
+    }
+    return nullptr;
+}
+
+// The digest that a DigestMethod child names; `hash` stays where there is none. False for one that
+// is not known.
+bool readDigestMethod(const ClsXml& parent, int& hash) {
+    StringBuffer algorithm;
+    if (!parent.getChildAttrValue("*:DigestMethod", "Algorithm", algorithm)) {
+        return true;
+    }
+    hash = digestByIdentifier(algorithm.view());
+    return hash != kHashNone;
+}
+
+// RFC 9231, 2.3.9: what is not said is SHA-256, and the mask has the hash of the message unless it
+// names its own. A salt of any length that the encoding is consistent with is taken, and the
+// trailer must be the only one that is defined.
+bool readPssParams(const ClsXml& element, SignatureMethod& method) {
+    const Ref<ClsXml> params = Ref<ClsXml>::adopt(element.getChildWithTagUtf8("*:RSAPSSParams"));
+    if (!params) {
+        return true;
+    }
+    if (!readDigestMethod(*params, method.hashAlg)) {
+        return false;
+    }
+    method.mgfHashAlg = method.hashAlg;
+    if (const Ref<ClsXml> mask =
+            Ref<ClsXml>::adopt(params->getChildWithTagUtf8("*:MaskGenerationFunction"))) {
+        StringBuffer function;
+        mask->getAttrValue("Algorithm", function);
+        if (!function.equals("http://www.w3.org/2007/05/xmldsig-more#MGF1") ||
+            !readDigestMethod(*mask, method.mgfHashAlg)) {
+            return false;
+        }
+    }
+    StringBuffer trailer;
+    params->getChildContentUtf8("*:TrailerField", trailer, false);
+    trailer.trim2();
+    return trailer.isEmpty() || trailer.equals("1");
+}
+
+} // namespace
+
+std::string_view standardOfMethod(std::string_view algorithmUri) {
+    const SignatureMethod* const known = findMethod(algorithmUri);
+    return known != nullptr ? known->standard : std::string_view();
+}
+
+SignatureMethod readSignatureMethod(const StringBuffer& algorithmUri, const ClsXml* element,
+                                    bool withStandards, LogBase& log) {
+    SignatureMethod method;
+    method.hashAlg = signatureMethodToHashAlg(algorithmUri, log);
+    method.keyType = signatureMethodToKeyType(algorithmUri, log);
+    if (method.hashAlg > kHashNone && method.keyType > 0) {
+        // RFC 6931 2.3.9 and 2.3.10; the hash of the mask is the method's own, the salt of any
+        // length.
+        method.mgfHashAlg = algorithmUri.containsSubstring("MGF1") ? method.hashAlg : kHashNone;
+        return method;
+    }
+    const SignatureMethod* const known = withStandards ? findMethod(algorithmUri.view()) : nullptr;
+    if (known == nullptr) {
+        return method;
+    }
+    SignatureMethod read = *known;
+    const bool hasParams = read.standard == standard::kPssParams && element != nullptr;
+    return !hasParams || readPssParams(*element, read) ? read : method;
+}
+
+} // namespace dsig
 } // namespace vantrel

@@ -1,17 +1,22 @@
 #ifndef DSIG_VERIFY_SIGNATURE_METHOD_H
 #define DSIG_VERIFY_SIGNATURE_METHOD_H
 
+#include <string_view>
+
 namespace vantrel {
 
+class ClsXml;
 class LogBase;
 class StringBuffer;
 
-// Key types of signature methods. EdDSA has none: its methods are of an unknown type.
+// Key types of signature methods. To the functions below the methods of EdDSA are of an unknown
+// type.
 inline constexpr int kKeyTypeUnknown = -1;
 inline constexpr int kKeyTypeRsa = 1;
 inline constexpr int kKeyTypeDsa = 2;
 inline constexpr int kKeyTypeEcdsa = 3;
 inline constexpr int kKeyTypeHmac = 4;
+inline constexpr int kKeyTypeEdDsa = 5; // of SignatureMethod alone
 
 // The hash that a signature method's identifier names (hash_ids.h); 0 when it names none, -1 when
 // it names one that is not supported. Pure functions of the text; nothing is logged.
@@ -19,6 +24,30 @@ inline constexpr int kKeyTypeHmac = 4;
 // The key type that it names, kKeyTypeUnknown when it names none.
 [[nodiscard]] int signatureMethodToKeyType(const StringBuffer& algorithmUri, LogBase& log);
 
+namespace dsig {
+
+// What a SignatureMethod asks for.
+struct SignatureMethod {
+    int hashAlg = 0; // as the functions above tell it; 0 with EdDSA, which hashes in its own way
+    int keyType = kKeyTypeUnknown;
+    int mgfHashAlg = 0; // RSASSA-PSS: the hash of MGF1; 0 for every other method
+    // EdDSA: the name of the curve.
+    std::string_view curve;
+    // The code of the recommendation that it was read by (standards.h); empty where the substrings
+    // of its identifier were enough.
+    std::string_view standard;
+};
+
+// By the substrings of the identifier; where these name no hash or no key, and `withStandards`, by
+// the whole identifier as RFC 9231 has it. `element` is the SignatureMethod, whose children may
+// parametrise it (may be null).
+[[nodiscard]] SignatureMethod readSignatureMethod(const StringBuffer& algorithmUri,
+                                                  const ClsXml* element, bool withStandards,
+                                                  LogBase& log);
+// The same without the children. Only the code is of use.
+[[nodiscard]] std::string_view standardOfMethod(std::string_view algorithmUri);
+
+} // namespace dsig
 } // namespace vantrel
 
 #endif

@@ -3,9 +3,10 @@
 #include "dsig/verify/try_keys.h"
 
 #include "dsig/keys/known_to_caller.h"
-#include "dsig/verify/signature_method.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/edwards/edwards_key.h"
+#include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/mac/Hmac.h"
 #include "foundation/crypto/mac/constant_time.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
@@ -21,20 +22,21 @@ namespace vantrel::dsig {
 
 namespace {
 
+constexpr std::size_t kMinHmacBits = 80; // XML Signature 1.1, 6.3.1
+
 // Of one key on one value. SignatureInvalid: the padding that this key recovers is sound, so it is
 // the signer's; WrongKey: it recovers no padding at all.
 enum class KeyVerdict { Verified, SignatureInvalid, WrongKey, Failed };
 
-// PKCS #1 v1.5, or PSS when the method's identifier names MGF1.
+// PKCS #1 v1.5, or PSS where the method has a mask.
 KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& log) {
-    // RFC 6931 2.3.9 and 2.3.10; the hash of the mask is the method's own, the salt of any length.
-    const bool pss = query.signatureMethod.containsSubstring("MGF1");
+    const bool pss = query.method.mgfHashAlg != kHashNone;
     bool verified = false;
     bool wrongKey = false;
     const bool ran = RsaVerifier::verifyHashExt(
         query.signature.getData2(), query.signature.getSize(), query.hash.getData2(),
-        query.hash.getSize(), query.hashAlg, pss ? kPaddingPss : kPaddingPkcs1, query.hashAlg,
-        verified, key, 0, true, wrongKey, log);
+        query.hash.getSize(), query.method.hashAlg, pss ? kPaddingPss : kPaddingPkcs1,
+        query.method.mgfHashAlg, verified, key, 0, true, wrongKey, log);
 
     if (!ran) {
         return wrongKey ? KeyVerdict::WrongKey : KeyVerdict::Failed;
@@ -148,14 +150,14 @@ ValueOutcome tryRsaKeys(const ValueQuery& query, std::span<const CandidateKey> k
     return outcome;
 }
 
-// The two kinds whose signatures do not tell a wrong key from a wrong value: their keys are tried
+// The kinds whose signatures do not tell a wrong key from a wrong value: their keys are tried
 // without a word, and one line says that none of them did it.
 struct QuietKind {
     KeyKind kind;
     const char* countKey;
     const char* failed;
     // A value that could be either is read first as r and s one after the other, for DSA and ECDSA
-    // alike, as XML Signature writes them.
+    // alike, as XML Signature writes them. EdDSA has one form.
     bool (*verify)(const ValueQuery& query, const _vlPublicKey& key, LogBase& log);
 };
 
@@ -176,9 +178,21 @@ bool verifyWithEcKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& 
     return verified;
 }
 
+// RFC 8032: over the octets themselves. The method names the curve, and a key of the other one is
+// not tried as if it were of that.
+bool verifyWithEdwardsKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& /*log*/) {
+    const crypto::EdwardsKey& edwards = *key.getEdwardsKeyPtr();
+    return edwards.curve().name == query.method.curve &&
+           edwards.verify(query.signedOctets.octets(), query.signature.view());
+}
+
 constexpr QuietKind kDsa{KeyKind::Dsa, "numDsaKeys", "DSA verify hash failed.", verifyWithDsaKey};
 constexpr QuietKind kEcdsa{KeyKind::Ec, "numEcdsaKeys",
                            "ECDSA verify hash found the signature to be invalid.", verifyWithEcKey};
+
+constexpr QuietKind kEdDsa{KeyKind::Edwards, "numEdDsaKeys",
+                           "EdDSA verification found the signature to be invalid.",
+                           verifyWithEdwardsKey};
 
 ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
                         std::span<const CandidateKey> keys, LogBase& log) {
@@ -218,10 +232,11 @@ ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
 // The identifier alone says of which type a key has to be; one of another type is never tried, so
 // no number of a key is read as that of another algorithm.
 ValueOutcome tryKeys(const ValueQuery& query, std::span<const CandidateKey> keys, LogBase& log) {
-    switch (query.keyType) {
+    switch (query.method.keyType) {
     case kKeyTypeRsa: return tryRsaKeys(query, keys, log);
     case kKeyTypeDsa: return tryQuietly(kDsa, query, keys, log);
     case kKeyTypeEcdsa: return tryQuietly(kEcdsa, query, keys, log);
+    case kKeyTypeEdDsa: return tryQuietly(kEdDsa, query, keys, log);
     default:
         log.LogInfo("Unknown key type...");
         log.LogError("Invalid key type");
@@ -249,6 +264,21 @@ bool tryHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
         log.LogError("HMAC validation failed.");
     }
     return verified;
+}
+
+bool tryStandardHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
+                     std::size_t outputLength, ByteView given, LogBase& log) {
+    const std::size_t bits = crypto::hashDigestSize(hashAlg) * 8;
+    const std::size_t used = outputLength != 0 ? outputLength : bits;
+    // A shorter one could be forged by trying: the attacker chooses the length.
+    if (used < kMinHmacBits || used * 2 < bits || used > bits || used % 8 != 0) {
+        log.LogInfo("The HMACOutputLength is not one that is accepted.");
+        return false;
+    }
+    DataBuffer mac;
+    return Hmac::doHMAC(text.getString(), static_cast<int>(text.getSize()), key.getData2(),
+                        static_cast<int>(key.getSize()), hashAlg, mac, log) &&
+           crypto::constantTimeEqual(mac.view().first(used / 8), given);
 }
 
 } // namespace vantrel::dsig

@@ -3,11 +3,13 @@
 
 #include "dsig/document/key_account.h"
 #include "dsig/keys/candidate_keys.h"
+#include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -17,11 +19,9 @@ namespace vantrel::dsig {
 inline constexpr const char* kWrongKeyLine = "Not the correct key.";
 
 // A signature value, and what it is checked against. Everything in it is borrowed. The hash and the
-// type of key are those that the identifier names, so nothing in a key can change them.
+// type of key are those that the method names, so nothing in a key can change them.
 struct ValueQuery {
-    const StringBuffer& signatureMethod; // its identifier
-    int keyType;                         // that it names (signature_method.h)
-    int hashAlg;                         // and its hash (hash_ids.h)
+    const SignatureMethod& method;
     const SignedOctets& signedOctets;
     const DataBuffer& hash; // of them; empty when the method names no digest
     const DataBuffer& signature;
@@ -52,6 +52,11 @@ struct ValueOutcome {
 // white space inside.
 [[nodiscard]] bool tryHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
                            const StringBuffer& given, LogBase& log);
+// The same as XML Signature 1.1, 6.3.1, has it: with white space inside the value, and cut to the
+// first `outputLength` bits where the method says so (HMACOutputLength, 0 for none): whole octets,
+// at least 80 bits and at least half the hash. `given` is the decoded value.
+[[nodiscard]] bool tryStandardHmac(const StringBuffer& text, const DataBuffer& key, int hashAlg,
+                                   std::size_t outputLength, ByteView given, LogBase& log);
 
 } // namespace vantrel::dsig
 

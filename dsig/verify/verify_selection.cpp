@@ -2,9 +2,11 @@
 
 #include "dsig/document/locate_signature.h"
 #include "dsig/document/signed_info.h"
+#include "dsig/document/standards.h"
 #include "dsig/keys/candidate_keys.h"
 #include "dsig/keys/key_report.h"
 #include "dsig/keys/key_sources.h"
+#include "dsig/keys/standard_keys.h"
 #include "dsig/reference/first_reference.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signature_method.h"
@@ -15,6 +17,8 @@
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/text/encoders.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -28,10 +32,9 @@ struct SignedValue {
     SignedOctets octets;
     StringBuffer text; // base64
     DataBuffer value;
-    StringBuffer method; // its identifier
-    int hashAlg = 0;
-    int keyType = 0;
-    DataBuffer hash; // of the octets; empty when the method names no digest
+    StringBuffer method;   // its identifier
+    SignatureMethod asked; // by it
+    DataBuffer hash;       // of the octets; empty when the method names no digest
 };
 
 // False ends the verification: no key is tried for a signature whose time-stamp does not hold.
@@ -90,6 +93,18 @@ bool readValue(const VerifyQuery& query, SignedValue& value, SignatureReport& re
     return true;
 }
 
+// The element is looked for only where its children may say more than its identifier.
+SignatureMethod askedMethod(const VerifyQuery& query, const StringBuffer& identifier,
+                            LogBase& log) {
+    const SignatureMethod method = readSignatureMethod(identifier, nullptr, false, log);
+    if ((method.hashAlg > kHashNone && method.keyType > 0) || !standardsApply(log)) {
+        return method;
+    }
+    const Ref<ClsXml> element =
+        Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
+    return readSignatureMethod(identifier, element.get(), true, log);
+}
+
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
 // is nothing that the value could be checked with.
 bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
@@ -101,24 +116,50 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
         return false;
     }
     log.LogDataSb("SignatureMethod", value.method);
-    value.hashAlg = signatureMethodToHashAlg(value.method, log);
+    value.asked = askedMethod(query, value.method, log);
     // Refused before any key is tried: a hash that cannot be computed would look like a value that
     // is wrong.
-    if (value.hashAlg < 0) {
+    if (value.asked.hashAlg < 0) {
         log.LogError("Hash algorithm not implemented yet by Vantrel.");
         return false;
     }
-    value.keyType = signatureMethodToKeyType(value.method, log);
-    if (value.keyType < 0) {
+    if (value.asked.keyType < 0) {
         log.LogError("Key type not implemented yet by Vantrel.");
         return false;
     }
     // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
-    if (value.hashAlg != kHashNone) {
+    if (value.asked.hashAlg != kHashNone) {
         const ByteView octets = value.octets.octets();
-        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), value.hashAlg,
-                        value.hash);
+        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
+                        value.asked.hashAlg, value.hash);
     }
+    return true;
+}
+
+// Where the whole code does not stand in the value as one text.
+bool checkStandardHmac(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+                       LogBase& log) {
+    // A code that is cut is compared as far as it goes, so how far must be beyond doubt.
+    constexpr std::size_t kMostDigits = 5;
+    const Ref<ClsXml> method =
+        Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
+    StringBuffer length;
+    const bool isCut = method && method->getChildContentUtf8("*:HMACOutputLength", length, false);
+    length.trim2();
+    std::size_t bits = 0;
+    for (const char digit : length.view()) {
+        if (digit < '0' || digit > '9' || length.getSize() > kMostDigits) {
+            return false;
+        }
+        bits = bits * 10 + static_cast<std::size_t>(digit - '0');
+    }
+    // Nothing and zero are no lengths.
+    if ((isCut && bits == 0) ||
+        !tryStandardHmac(value.octets.text, query.hmacKey, value.asked.hashAlg, bits,
+                         value.value.view(), log)) {
+        return false;
+    }
+    report.standards.add(isCut ? standard::kHmacLength : standard::kHmacWhitespace);
     return true;
 }
 
@@ -132,7 +173,9 @@ bool checkHmac(const VerifyQuery& query, const SignedValue& value, SignatureRepo
         log.LogError("No HMAC key available to verify signature.");
         return false;
     }
-    const bool verified = tryHmac(value.octets.text, query.hmacKey, value.hashAlg, value.text, log);
+    const bool verified =
+        tryHmac(value.octets.text, query.hmacKey, value.asked.hashAlg, value.text, log) ||
+        (standardsApply(log) && checkStandardHmac(query, value, report, log));
     report.value = verified ? ValueCheck::Valid : ValueCheck::Mismatch;
     KeyReport key;
     key.source = keysource::kExplicit.name;
@@ -154,21 +197,53 @@ ValueCheck valueCheckOf(const SignedValue& value, const ValueOutcome& outcome) {
     if (outcome.limitPassed) {
         return ValueCheck::LimitPassed;
     }
-    // Without a hash nothing was compared, whatever the keys said.
-    if (value.hashAlg == kHashNone) {
+    // Without a hash nothing was compared, whatever the keys said. EdDSA has its own.
+    if (value.asked.hashAlg == kHashNone && value.asked.keyType != kKeyTypeEdDsa) {
         return ValueCheck::UnsupportedMethod;
     }
     if (!outcome.anyChecked) {
         return ValueCheck::NoKey;
     }
-    return value.keyType == kKeyTypeRsa && !outcome.rightKey ? ValueCheck::WrongKey
-                                                             : ValueCheck::Mismatch;
+    return value.asked.keyType == kKeyTypeRsa && !outcome.rightKey ? ValueCheck::WrongKey
+                                                                   : ValueCheck::Mismatch;
+}
+
+// Tries the keys in the further forms of the recommendations, where the usual ones did not verify
+// the value, and appends them to `keys`. `outcome` becomes that of the whole search.
+void tryStandardKeys(const VerifyQuery& query, const ValueQuery& value,
+                     std::vector<CandidateKey>& keys, ValueOutcome& outcome, LogBase& log) {
+    // The right key has said no, or there may be no more checks.
+    if (outcome.verified || outcome.rightKey || outcome.limitPassed || query.keys.callerKeysOnly ||
+        !standardsApply(log)) {
+        return;
+    }
+    std::vector<CandidateKey> more = standardKeys(query.keys, keys, log);
+    if (more.empty()) {
+        return;
+    }
+    const bool anyChecked = outcome.anyChecked;
+    outcome = tryKeys(value, more, log);
+    outcome.anyChecked = outcome.anyChecked || anyChecked;
+    if (outcome.usedIndex >= 0) {
+        outcome.usedIndex += static_cast<int>(keys.size());
+    }
+    std::ranges::move(more, std::back_inserter(keys));
 }
 
 // False where there is no key at all, or the search ended without a word on the value.
 bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
                    LogBase& log) {
-    const std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
+    std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
+    KeyAccount& account = query.document->keyAccount;
+    // What an earlier verification of this signature took is given back before keys are tried.
+    account.begin(query.selection.index);
+    const ValueQuery asked{value.asked, value.octets, value.hash,
+                           value.value, account,      query.limits.keyOperations};
+    ValueOutcome outcome;
+    if (!keys.empty()) {
+        outcome = tryKeys(asked, keys, log);
+    }
+    tryStandardKeys(query, asked, keys, outcome, log);
     // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {
@@ -176,13 +251,6 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
         log.LogError("No public key available to verify signature.");
         return false;
     }
-    KeyAccount& account = query.document->keyAccount;
-    // What an earlier verification of this signature took is given back before keys are tried.
-    account.begin(query.selection.index);
-    const ValueOutcome outcome =
-        tryKeys({value.method, value.keyType, value.hashAlg, value.octets, value.hash, value.value,
-                 account, query.limits.keyOperations},
-                keys, log);
     report.value = valueCheckOf(value, outcome);
     // The line of a wrong key is no error line, so the log's last one would name something else.
     if (outcome.wrongKey && !outcome.limitPassed) {
@@ -203,14 +271,15 @@ bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate
         !readValue(query, value, report, log) || !hashOctets(query, value, report, log)) {
         return false;
     }
-    return value.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
-                                         : checkWithKeys(query, value, report, log);
+    return value.asked.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
+                                               : checkWithKeys(query, value, report, log);
 }
 
 } // namespace
 
 bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& report,
                      LogBase& log) {
+    report.givenRulesOnly = !standardsApply(log);
     log.LogDataLong("verifyReferenceDigests", query.checkReferences ? 1 : 0);
     log.LogDataLong("selector", query.selection.index);
     if (query.document == nullptr) {

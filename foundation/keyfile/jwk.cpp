@@ -2,6 +2,7 @@
 
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/ecc/curves.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/json/json_value.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/encoders.h"
@@ -69,6 +70,24 @@ bool loadEc(const JsonValue& jwk, _vlPublicKey& key, KeyFileFault& fault) {
     return true;
 }
 
+// RFC 8037 2. The curve is one of EdDSA.
+bool loadEdwards(const JsonValue& jwk, _vlPublicKey& key, KeyFileFault& fault) {
+    const crypto::EdwardsCurve* const curve = crypto::findEdwardsCurve(textOf(jwk, "crv"));
+    DataBuffer x;
+    if (!readOctets(jwk, "x", x)) {
+        fault.what = "the JWK has no x, or it is not base64url";
+        return false;
+    }
+    std::string_view whyNot;
+    std::unique_ptr<crypto::EdwardsKey> loaded = crypto::EdwardsKey::load(*curve, x.view(), whyNot);
+    if (loaded == nullptr) {
+        fault.what = whyNot;
+        return false;
+    }
+    key.takeEdwards(std::move(loaded));
+    return true;
+}
+
 bool loadOne(const JsonValue& jwk, std::vector<Ref<ClsPublicKey>>& keys, KeyFileFault& fault) {
     const std::string_view kind = textOf(jwk, "kty");
     fault.remedy = {};
@@ -77,12 +96,14 @@ bool loadOne(const JsonValue& jwk, std::vector<Ref<ClsPublicKey>>& keys, KeyFile
                  "--hmac-key-file with the octets of its member k"};
         return false;
     }
-    if (kind != "RSA" && kind != "EC") {
+    // An octet key pair may be one for key agreement.
+    const bool edwards = kind == "OKP" && crypto::findEdwardsCurve(textOf(jwk, "crv")) != nullptr;
+    if (kind != "RSA" && kind != "EC" && !edwards) {
         fault.what = kind.empty() ? "the JSON is no JWK and no JWK set"
                                   : "the JWK is of a kind that is not supported";
         return false;
     }
-    // RFC 7518 6.2.2, 6.3.2. Its public half is in there, too; who hands out private keys by
+    // RFC 7518 6.2.2, 6.3.2, RFC 8037 2. Its public half is in there, too; who hands out private keys by
     // mistake had better hear of it.
     if (jwk.find("d") != nullptr) {
         fault = {"this is a private key (JWK)", "the same JWK without its private members"};
@@ -97,7 +118,8 @@ bool loadOne(const JsonValue& jwk, std::vector<Ref<ClsPublicKey>>& keys, KeyFile
     if (!key) {
         throw std::bad_alloc();
     }
-    if (!(kind == "RSA" ? loadRsa(jwk, key->key(), fault) : loadEc(jwk, key->key(), fault))) {
+    const auto load = kind == "RSA" ? loadRsa : kind == "EC" ? loadEc : loadEdwards;
+    if (!load(jwk, key->key(), fault)) {
         return false;
     }
     keys.push_back(std::move(key));

@@ -5,6 +5,7 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/hash/hasher.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
@@ -25,6 +26,8 @@ using asn1::Tag;
 namespace {
 
 constexpr std::string_view kRsaPssOid = "1.2.840.113549.1.1.10";
+constexpr std::string_view kEd25519Oid = "1.3.101.112";
+constexpr std::string_view kEd448Oid = "1.3.101.113";
 
 struct KnownAlgorithm {
     std::string_view oid;
@@ -39,6 +42,11 @@ constexpr KnownAlgorithm kAlgorithms[] = {
     {"1.2.840.113549.1.1.11", "sha256WithRSAEncryption", KeyKind::Rsa, kHashSha256},
     {"1.2.840.113549.1.1.12", "sha384WithRSAEncryption", KeyKind::Rsa, kHashSha384},
     {"1.2.840.113549.1.1.13", "sha512WithRSAEncryption", KeyKind::Rsa, kHashSha512},
+    {"1.2.840.113549.1.1.14", "sha224WithRSAEncryption", KeyKind::Rsa, kHashSha224},
+    {"2.16.840.1.101.3.4.3.13", "id-rsassa-pkcs1-v1_5-with-sha3-224", KeyKind::Rsa, kHashSha3_224},
+    {"2.16.840.1.101.3.4.3.14", "id-rsassa-pkcs1-v1_5-with-sha3-256", KeyKind::Rsa, kHashSha3_256},
+    {"2.16.840.1.101.3.4.3.15", "id-rsassa-pkcs1-v1_5-with-sha3-384", KeyKind::Rsa, kHashSha3_384},
+    {"2.16.840.1.101.3.4.3.16", "id-rsassa-pkcs1-v1_5-with-sha3-512", KeyKind::Rsa, kHashSha3_512},
     {"1.2.840.113549.1.1.5", "sha1WithRSAEncryption", KeyKind::Rsa, kHashSha1},
     {"1.2.840.113549.1.1.4", "md5WithRSAEncryption", KeyKind::Rsa, kHashMd5},
     {"1.2.840.113549.1.1.2", "md2WithRSAEncryption", KeyKind::Rsa, kHashMd2},
@@ -49,9 +57,17 @@ constexpr KnownAlgorithm kAlgorithms[] = {
     {"1.2.840.10045.4.3.2", "ecdsa-with-SHA256", KeyKind::Ec, kHashSha256},
     {"1.2.840.10045.4.3.3", "ecdsa-with-SHA384", KeyKind::Ec, kHashSha384},
     {"1.2.840.10045.4.3.4", "ecdsa-with-SHA512", KeyKind::Ec, kHashSha512},
+    {"1.2.840.10045.4.3.1", "ecdsa-with-SHA224", KeyKind::Ec, kHashSha224},
+    {"2.16.840.1.101.3.4.3.9", "id-ecdsa-with-sha3-224", KeyKind::Ec, kHashSha3_224},
+    {"2.16.840.1.101.3.4.3.10", "id-ecdsa-with-sha3-256", KeyKind::Ec, kHashSha3_256},
+    {"2.16.840.1.101.3.4.3.11", "id-ecdsa-with-sha3-384", KeyKind::Ec, kHashSha3_384},
+    {"2.16.840.1.101.3.4.3.12", "id-ecdsa-with-sha3-512", KeyKind::Ec, kHashSha3_512},
     {"1.2.840.10045.4.1", "ecdsa-with-SHA1", KeyKind::Ec, kHashSha1},
     {"1.2.840.10045.2.1", "id-ecPublicKey", KeyKind::Ec, kHashNone},
     {"2.16.840.1.101.3.4.3.2", "dsa_with_SHA256", KeyKind::Dsa, kHashSha256},
+    {"2.16.840.1.101.3.4.3.1", "dsa_with_SHA224", KeyKind::Dsa, kHashSha224},
+    {kEd25519Oid, "Ed25519", KeyKind::Edwards, kHashNone},
+    {kEd448Oid, "Ed448", KeyKind::Edwards, kHashNone},
     {"1.2.840.10040.4.3", "dsaWithSHA1", KeyKind::Dsa, kHashSha1},
     {"1.2.840.10040.4.1", "dsaEncryption", KeyKind::Dsa, kHashNone},
 };
@@ -146,6 +162,10 @@ bool parseSignatureAlgorithm(ByteView algorithmIdentifier, SignatureAlgorithm& o
         return false;
     }
     out = {known->kind, false, known->hashId, kHashNone, known->name};
+    // RFC 8410 3: the parameters must be absent.
+    if (known->kind == KeyKind::Edwards) {
+        return parameters.atEnd();
+    }
     return known->oid != kRsaPssOid || readPssParameters(parameters, out);
 }
 
@@ -173,6 +193,11 @@ bool verifySignedBytes(const SignatureAlgorithm& algorithm, const _vlPublicKey& 
         signature.size() > std::numeric_limits<std::uint32_t>::max()) {
         return false;
     }
+    if (algorithm.kind == KeyKind::Edwards) {
+        // RFC 8032: it hashes in its own way. The algorithm names the key's own curve.
+        const crypto::EdwardsKey& edwards = *key.getEdwardsKeyPtr();
+        return algorithm.name == edwards.curve().name && edwards.verify(signedBytes, signature);
+    }
     std::uint8_t digest[crypto::kMaxDigestSize];
     // No hash, no signature: an empty one must not verify under any key.
     const ByteView hash = crypto::hashBytes(algorithm.hashId, signedBytes, digest);
@@ -192,6 +217,7 @@ bool verifySignedBytes(const SignatureAlgorithm& algorithm, const _vlPublicKey& 
         return key.getEccKeyPtr()->eccVerifyHash(s.signature, s.signatureSize, true, s.hash,
                                                  s.hashSize, verified, log, 0) &&
                verified;
+    case KeyKind::Edwards:
     case KeyKind::None: break;
     }
     return false;

@@ -194,9 +194,13 @@ public:
 
     dsig::ValueOutcome tryKeys(const std::vector<CandidateKey>& keys, std::uint64_t limit = 100) {
         m_account.begin(0);
-        return dsig::tryKeys(
-            {m_method, m_keyType, kHashSha256, m_octets, m_hash, m_signature, m_account, limit},
-            keys, log);
+        return dsig::tryKeys({{.hashAlg = kHashSha256, .keyType = m_keyType},
+                              m_octets,
+                              m_hash,
+                              m_signature,
+                              m_account,
+                              limit},
+                             keys, log);
     }
     [[nodiscard]] std::uint64_t spent() const { return m_account.spent(); }
     void alterHash() { m_hash.clear(), m_hash.append(fromHex(std::string(64, '5'))); }

@@ -37,10 +37,13 @@ const std::vector<Method> kMethods = {
     {kDsig + "hmac-sha1", "hmac"},      {kMore + "hmac-sha256", "hmac"},
     {kMore + "hmac-sha384", "hmac"},    {kMore + "hmac-sha512", "hmac"},
     {kMore + "hmac-ripemd160", "hmac"}, {kMore + "hmac-md5", "hmac"},
+    {kMore + "rsa-sha224", "rsa"},      {kMore + "ecdsa-sha224", "p256"},
+    {kMore + "hmac-sha224", "hmac"},
 };
 
 const std::vector<std::string> kDigests = {kEnc + "sha256", kDsig + "sha1", kMore + "sha384",
-                                           kEnc + "sha512", kMore + "md5",  kEnc + "ripemd160"};
+                                           kEnc + "sha512", kMore + "md5",  kEnc + "ripemd160",
+                                           kMore + "sha224"};
 
 const std::vector<std::string> kCanonicalizations = {
     "http://www.w3.org/TR/2001/REC-xml-c14n-20010315", "http://www.w3.org/2001/10/xml-exc-c14n#"};

@@ -29,7 +29,8 @@ SHARED = pathlib.Path(os.environ.get("VANTREL_SHARED", TOP.parent / "shared"))
 TOOL = sys.argv[1]
 SCHEMA = json.loads((TOP / "docs/report.schema.json").read_text())
 WORDS = set(re.findall(r"`([^`\s]+)`", (TOP / "docs/report.md").read_text()))
-HASHES = ("sha256", "sha512", "sha384", "md5", "ripemd160")  # else SHA-1; the first name counts
+HASHES = ("sha256", "sha512", "sha384", "md5", "ripemd160",  # else SHA-1; the first name counts
+          "sha224", "sha3-224", "sha3-256", "sha3-384", "sha3-512")
 BATCH = 40
 LONGEST = 1_000_000  # octets of a digest input that is asked for
 REFERENCES = 20  # of a signature that are asked for
@@ -62,6 +63,8 @@ def words_of_sources():
     for name in ("codes.h", "coverage.h", "causes.h"):
         text = (TOP / "dsig/report" / name).read_text()
         yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
+    text = (TOP / "dsig/document/standards.h").read_text()
+    yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
     text = "".join((TOP / "dsig/trust" / name).read_text() for name in ("demands.h", "demands.cpp"))
     yield from re.findall(r'constexpr std::string_view k\w+ = "([^"]+)"', text)
     yield from re.findall(r'{Demand::\w+, "[^"]+", "([^"]+)"', text)
@@ -104,7 +107,7 @@ def check_octets(file, signature, reference):
         return
     method = reference["digestMethod"].lower()
     name = next((name for name in HASHES if name in method), "sha1")
-    digest = base64.b64encode(hashlib.new(name, run.stdout).digest()).decode()
+    digest = base64.b64encode(hashlib.new(name.replace("-", "_"), run.stdout).digest()).decode()
     expect(digest == computed, f"{where}: digest-input has {digest}, the report {computed}")
     expect(len(run.stdout) == reference["octets"], f"{where}: {len(run.stdout)} octets, {reference['octets']} told")
 

@@ -70,6 +70,10 @@ constexpr CurveKernel kBrainpool384[] = {
     kAdx<CurveId::BrainpoolP384r1, MontgomeryField<6, AdxProducts>, CoefficientA::Any>,
 #endif
     kPortable<CurveId::BrainpoolP384r1, 6, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool160[] = {kPortable<CurveId::BrainpoolP160r1, 3, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool192[] = {kPortable<CurveId::BrainpoolP192r1, 3, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool224[] = {kPortable<CurveId::BrainpoolP224r1, 4, CoefficientA::Any>};
+constexpr CurveKernel kBrainpool320[] = {kPortable<CurveId::BrainpoolP320r1, 5, CoefficientA::Any>};
 constexpr CurveKernel kBrainpool512[] = {kPortable<CurveId::BrainpoolP512r1, 8, CoefficientA::Any>};
 
 } // namespace
@@ -85,6 +89,10 @@ std::span<const CurveKernel> curveKernels(CurveId id) noexcept {
     case CurveId::BrainpoolP256r1: return kBrainpool256;
     case CurveId::BrainpoolP384r1: return kBrainpool384;
     case CurveId::BrainpoolP512r1: return kBrainpool512;
+    case CurveId::BrainpoolP160r1: return kBrainpool160;
+    case CurveId::BrainpoolP192r1: return kBrainpool192;
+    case CurveId::BrainpoolP224r1: return kBrainpool224;
+    case CurveId::BrainpoolP320r1: return kBrainpool320;
     }
     return {};
 }

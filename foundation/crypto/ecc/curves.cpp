@@ -17,7 +17,7 @@ consteval CurveNumber fromHex(std::string_view digits) {
     return number;
 }
 
-// FIPS 186-4 D.1.2, SEC 2 2.4.1, RFC 5639 3.4, 3.6, 3.7. Members: p, a, b, gx, gy, n.
+// FIPS 186-4 D.1.2, SEC 2 2.4.1, RFC 5639 3.1 to 3.7. Members: p, a, b, gx, gy, n.
 // clang-format off
 constexpr Curve kCurves[] = {
     {CurveId::P192, "P-192", "secp192r1", "prime192v1", "1.2.840.10045.3.1.1", 192, 192,
@@ -83,6 +83,34 @@ constexpr Curve kCurves[] = {
      fromHex("81aee4bdd82ed9645a21322e9c4c6a9385ed9f70b5d916c1b43b62eef4d0098eff3b1f78e2d0d48d50d1687b93b97d5f7c6d5047406a5e688b352209bcb9f822"),
      fromHex("7dde385d566332ecc0eabfa9cf7822fdf209f70024a57b1aa000c55b881f8111b2dcde494a5f485e5bca4bd88a2763aed1ca2b2fa8f0540678cd1e0f3ad80892"),
      fromHex("aadd9db8dbe9c48b3fd4e6ae33c9fc07cb308db3b3c9d20ed6639cca70330870553e5c414ca92619418661197fac10471db1d381085ddaddb58796829ca90069")},
+    {CurveId::BrainpoolP160r1, "brainpoolP160r1", "brainpoolP160r1", "", "1.3.36.3.3.2.8.1.1.1", 160, 160,
+     fromHex("e95e4a5f737059dc60dfc7ad95b3d8139515620f"),
+     fromHex("340e7be2a280eb74e2be61bada745d97e8f7c300"),
+     fromHex("1e589a8595423412134faa2dbdec95c8d8675e58"),
+     fromHex("bed5af16ea3f6a4f62938c4631eb5af7bdbcdbc3"),
+     fromHex("1667cb477a1a8ec338f94741669c976316da6321"),
+     fromHex("e95e4a5f737059dc60df5991d45029409e60fc09")},
+    {CurveId::BrainpoolP192r1, "brainpoolP192r1", "brainpoolP192r1", "", "1.3.36.3.3.2.8.1.1.3", 192, 192,
+     fromHex("c302f41d932a36cda7a3463093d18db78fce476de1a86297"),
+     fromHex("6a91174076b1e0e19c39c031fe8685c1cae040e5c69a28ef"),
+     fromHex("469a28ef7c28cca3dc721d044f4496bcca7ef4146fbf25c9"),
+     fromHex("c0a0647eaab6a48753b033c56cb0f0900a2f5c4853375fd6"),
+     fromHex("14b690866abd5bb88b5f4828c1490002e6773fa2fa299b8f"),
+     fromHex("c302f41d932a36cda7a3462f9e9e916b5be8f1029ac4acc1")},
+    {CurveId::BrainpoolP224r1, "brainpoolP224r1", "brainpoolP224r1", "", "1.3.36.3.3.2.8.1.1.5", 224, 224,
+     fromHex("d7c134aa264366862a18302575d1d787b09f075797da89f57ec8c0ff"),
+     fromHex("68a5e62ca9ce6c1c299803a6c1530b514e182ad8b0042a59cad29f43"),
+     fromHex("2580f63ccfe44138870713b1a92369e33e2135d266dbb372386c400b"),
+     fromHex("0d9029ad2c7e5cf4340823b2a87dc68c9e4ce3174c1e6efdee12c07d"),
+     fromHex("58aa56f772c0726f24c6b89e4ecdac24354b9e99caa3f6d3761402cd"),
+     fromHex("d7c134aa264366862a18302575d0fb98d116bc4b6ddebca3a5a7939f")},
+    {CurveId::BrainpoolP320r1, "brainpoolP320r1", "brainpoolP320r1", "", "1.3.36.3.3.2.8.1.1.9", 320, 320,
+     fromHex("d35e472036bc4fb7e13c785ed201e065f98fcfa6f6f40def4f92b9ec7893ec28fcd412b1f1b32e27"),
+     fromHex("3ee30b568fbab0f883ccebd46d3f3bb8a2a73513f5eb79da66190eb085ffa9f492f375a97d860eb4"),
+     fromHex("520883949dfdbc42d3ad198640688a6fe13f41349554b49acc31dccd884539816f5eb4ac8fb1f1a6"),
+     fromHex("43bd7e9afb53d8b85289bcc48ee5bfe6f20137d10a087eb6e7871e2a10a599c710af8d0d39e20611"),
+     fromHex("14fdd05545ec1cc8ab4093247f77275e0743ffed117182eaa9c77877aaac6ac7d35245d1692e8ee1"),
+     fromHex("d35e472036bc4fb7e13c785ed201e065f98fcfa5b68f12a32d482ec7ee8658e98691555b44c59311")},
 };
 // clang-format on
 

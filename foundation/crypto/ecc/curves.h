@@ -26,6 +26,10 @@ enum class CurveId {
     BrainpoolP256r1,
     BrainpoolP384r1,
     BrainpoolP512r1,
+    BrainpoolP160r1,
+    BrainpoolP192r1,
+    BrainpoolP224r1,
+    BrainpoolP320r1,
 };
 
 // A curve y^2 = x^3 + a*x + b over the integers modulo the prime p, with the generator (gx, gy) of

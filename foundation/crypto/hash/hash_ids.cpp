@@ -13,6 +13,12 @@ constexpr HashInfo kHashes[] = {
     {kHashMd5, "MD5", "1.2.840.113549.2.5", 16, 64},
     {kHashRipemd128, "RIPEMD-128", "1.3.36.3.2.2", 16, 64},
     {kHashRipemd160, "RIPEMD-160", "1.3.36.3.2.1", 20, 64},
+    {kHashSha224, "SHA-224", "2.16.840.1.101.3.4.2.4", 28, 64},
+    // FIPS 202, table 3: the block is the rate of the sponge.
+    {kHashSha3_224, "SHA3-224", "2.16.840.1.101.3.4.2.7", 28, 144},
+    {kHashSha3_256, "SHA3-256", "2.16.840.1.101.3.4.2.8", 32, 136},
+    {kHashSha3_384, "SHA3-384", "2.16.840.1.101.3.4.2.9", 48, 104},
+    {kHashSha3_512, "SHA3-512", "2.16.840.1.101.3.4.2.10", 64, 72},
 };
 
 } // namespace

@@ -16,11 +16,16 @@ inline constexpr int kHashMd5 = 5;
 inline constexpr int kHashSha256 = 7;
 inline constexpr int kHashRipemd128 = 9;
 inline constexpr int kHashRipemd160 = 10;
+inline constexpr int kHashSha224 = 20;
+inline constexpr int kHashSha3_224 = 21;
+inline constexpr int kHashSha3_256 = 22;
+inline constexpr int kHashSha3_384 = 23;
+inline constexpr int kHashSha3_512 = 24;
 
 namespace crypto {
 
 inline constexpr std::size_t kMaxDigestSize = 64;
-inline constexpr std::size_t kMaxHashBlockSize = 128;
+inline constexpr std::size_t kMaxHashBlockSize = 144; // the rate of SHA3-224
 
 // What is fixed about an algorithm, apart from how it is computed.
 struct HashInfo {

@@ -38,15 +38,24 @@ constexpr HashKernel kSha512Kernels[] = {
     {"portable", Feature::None, sha512Compress},
 };
 
+constexpr HashKernel kSha3Kernels[] = {
+#if defined(__x86_64__)
+    {"x86-avx512", Feature::Avx512, sha3CompressX86Avx512},
+    {"x86-bmi2", Feature::Bmi2, sha3CompressX86Bmi2},
+#endif
+    {"portable", Feature::None, sha3Compress},
+};
+
 static_assert(cpu::isKernelList(kMd2Kernels) && cpu::isKernelList(kMd5Kernels));
 static_assert(cpu::isKernelList(kRipemd128Kernels) && cpu::isKernelList(kRipemd160Kernels));
 static_assert(cpu::isKernelList(kSha1Kernels) && cpu::isKernelList(kSha256Kernels) &&
-              cpu::isKernelList(kSha512Kernels));
+              cpu::isKernelList(kSha512Kernels) && cpu::isKernelList(kSha3Kernels));
 
 } // namespace
 
 std::span<const HashKernel> hashKernels(int id) noexcept {
     switch (id) {
+    case kHashSha224:
     case kHashSha256: return kSha256Kernels;
     case kHashSha1: return kSha1Kernels;
     case kHashSha384:
@@ -55,6 +64,10 @@ std::span<const HashKernel> hashKernels(int id) noexcept {
     case kHashMd5: return kMd5Kernels;
     case kHashRipemd128: return kRipemd128Kernels;
     case kHashRipemd160: return kRipemd160Kernels;
+    case kHashSha3_224:
+    case kHashSha3_256:
+    case kHashSha3_384:
+    case kHashSha3_512: return kSha3Kernels;
     default: return {};
     }
 }

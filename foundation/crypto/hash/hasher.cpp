@@ -20,6 +20,9 @@ constexpr HashState kSha384Start = {
 constexpr HashState kSha512Start = {
     .w64 = {0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b, 0xa54ff53a5f1d36f1,
             0x510e527fade682d1, 0x9b05688c2b3e6c1f, 0x1f83d9abfb41bd6b, 0x5be0cd19137e2179}};
+// FIPS 180-4, 5.3.2
+constexpr HashState kSha224Start = {.w32 = {0xc1059ed8, 0x367cd507, 0x3070dd17, 0xf70e5939,
+                                            0xffc00b31, 0x68581511, 0x64f98fa7, 0xbefa4fa4}};
 constexpr HashState kMd2Start = {.w64 = {0, 0, 0, 0, 0, 0, 0, 0}};
 
 const HashState& startState(int id) noexcept {
@@ -27,10 +30,13 @@ const HashState& startState(int id) noexcept {
     case kHashSha256: return kSha256Start;
     case kHashSha384: return kSha384Start;
     case kHashSha512: return kSha512Start;
+    case kHashSha224: return kSha224Start;
     case kHashMd2: return kMd2Start;
     default: return kSha1Start;
     }
 }
+
+bool isSponge(int id) noexcept { return id >= kHashSha3_224 && id <= kHashSha3_512; }
 
 // The order in which an algorithm writes its words and its length.
 bool isLittleEndian(int id) noexcept {
@@ -43,6 +49,10 @@ void writeDigest(int id, const HashState& state, std::span<std::uint8_t> out) no
     } else if (isLittleEndian(id)) {
         for (std::size_t i = 0; i * 4 < out.size(); ++i) {
             storeLittleEndian(out.data() + i * 4, state.w32[i]);
+        }
+    } else if (isSponge(id)) {
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            out[i] = static_cast<std::uint8_t>(state.sponge.lanes[i / 8] >> (i % 8 * 8));
         }
     } else if (id == kHashSha384 || id == kHashSha512) {
         for (std::size_t i = 0; i * 8 < out.size(); ++i) {
@@ -74,7 +84,12 @@ Hasher::Hasher(int id, const HashKernel& kernel) noexcept {
 }
 
 void Hasher::start(const HashInfo& hash, const HashKernel& kernel) noexcept {
-    m_state = startState(hash.id);
+    if (isSponge(hash.id)) {
+        m_state.sponge = {.lanes = {}, .rate = hash.blockSize};
+    } else {
+        // The other algorithms' states end here; most of a sponge's would be copied for nothing.
+        std::memcpy(m_state.w64, startState(hash.id).w64, sizeof m_state.w64);
+    }
     m_compress = kernel.run;
     m_room = static_cast<std::uint32_t>(hash.blockSize);
     m_blockSize = static_cast<std::uint8_t>(hash.blockSize);
@@ -137,6 +152,14 @@ void Hasher::padWithLength() noexcept {
     m_compress(m_state, m_buffer, 1);
 }
 
+// FIPS 202, B.2: the bits 01 that mark SHA-3, a one bit, zeros, and a one bit at the end.
+void Hasher::padSponge() noexcept {
+    std::memset(m_buffer + (m_blockSize - m_room), 0, m_room);
+    m_buffer[m_blockSize - m_room] = 0x06;
+    m_buffer[m_blockSize - 1] |= 0x80;
+    m_compress(m_state, m_buffer, 1);
+}
+
 std::span<std::uint8_t> Hasher::final(std::span<std::uint8_t> out) noexcept {
     if (!valid()) {
         return {};
@@ -144,6 +167,8 @@ std::span<std::uint8_t> Hasher::final(std::span<std::uint8_t> out) noexcept {
     assert(out.size() >= m_digestSize);
     if (m_id == kHashMd2) {
         padMd2();
+    } else if (isSponge(m_id)) {
+        padSponge();
     } else {
         padWithLength();
     }

@@ -52,6 +52,7 @@ private:
     void start(const HashInfo& hash, const HashKernel& kernel) noexcept;
     void updateBlocks(ByteView data) noexcept;
     void padMd2() noexcept;
+    void padSponge() noexcept;
     void padWithLength() noexcept;
 
     HashState m_state;

@@ -135,6 +135,7 @@ std::string_view ClsPublicKey::keyType() const noexcept {
     case KeyKind::Rsa: return "RSA";
     case KeyKind::Dsa: return "DSA";
     case KeyKind::Ec: return "EC";
+    case KeyKind::Edwards: return "EdDSA";
     case KeyKind::None: break;
     }
     return {};
@@ -144,7 +145,8 @@ bool ClsPublicKey::isWeak() const noexcept {
     switch (m_key.kind()) {
     case KeyKind::Rsa:
     case KeyKind::Dsa: return m_key.bits() < kSafeModulusBits;
-    case KeyKind::Ec: return m_key.bits() < kSafeCurveBits;
+    case KeyKind::Ec:
+    case KeyKind::Edwards: return m_key.bits() < kSafeCurveBits;
     case KeyKind::None: break;
     }
     return false;

@@ -14,9 +14,9 @@ class LogBase;
 class StringBuffer;
 class XString;
 
-/// A public key: RSA, DSA or elliptic-curve. Reference-counted; `createNewCls` gives the first
-/// reference to its caller, who returns it with `decRefCount`. Every load replaces the key; a load
-/// that fails returns false, writes one error line that says why, and leaves the object empty.
+/// A public key: RSA, DSA, elliptic-curve or EdDSA. Reference-counted; `createNewCls` gives the
+/// first reference to its caller, who returns it with `decRefCount`. Every load replaces the key; a
+/// load that fails returns false, writes one error line that says why, and leaves the object empty.
 class ClsPublicKey final : public RefCountedObject {
 public:
     /// A new, empty key, or null when memory runs out.
@@ -42,11 +42,11 @@ public:
     [[nodiscard]] const _vlPublicKey& key() const noexcept { return m_key; }
 
     [[nodiscard]] bool isEmpty() const noexcept { return m_key.kind() == KeyKind::None; }
-    /// "RSA", "DSA", "EC", or empty.
+    /// "RSA", "DSA", "EC", "EdDSA", or empty.
     [[nodiscard]] std::string_view keyType() const noexcept;
     /// Size of the RSA modulus, of the DSA prime, or of the curve's field; 0 without a key.
     [[nodiscard]] unsigned keyBits() const noexcept { return m_key.bits(); }
-    /// "P-256", "secp256k1", ...; empty unless the key is an elliptic-curve key.
+    /// "P-256", "secp256k1", "Ed25519", ...; empty unless the key is a point of a curve.
     [[nodiscard]] std::string_view curveName() const noexcept { return m_key.curveName(); }
     /// True for sizes that are no longer held to be safe: RSA and DSA below 2048 bits, curves below
     /// 224 bits.

@@ -2,6 +2,7 @@
 
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 
 namespace vantrel {
@@ -13,6 +14,7 @@ void _vlPublicKey::clear() noexcept {
     m_rsa.reset();
     m_dsa.reset();
     m_ec.reset();
+    m_edwards.reset();
 }
 
 bool _vlPublicKey::loadRsa(ByteView modulus, ByteView exponent, std::string_view& whyNot) {
@@ -41,12 +43,20 @@ void _vlPublicKey::takeEc(std::unique_ptr<EccVerifier> point) noexcept {
     m_ec = std::move(point);
 }
 
+void _vlPublicKey::takeEdwards(std::unique_ptr<crypto::EdwardsKey> key) noexcept {
+    clear();
+    m_edwards = std::move(key);
+}
+
 KeyKind _vlPublicKey::kind() const noexcept {
     if (m_rsa) {
         return KeyKind::Rsa;
     }
     if (m_dsa) {
         return KeyKind::Dsa;
+    }
+    if (m_edwards) {
+        return KeyKind::Edwards;
     }
     return m_ec ? KeyKind::Ec : KeyKind::None;
 }
@@ -58,10 +68,16 @@ unsigned _vlPublicKey::bits() const noexcept {
     if (m_dsa) {
         return static_cast<unsigned>(m_dsa->bits());
     }
+    if (m_edwards) {
+        return static_cast<unsigned>(m_edwards->curve().fieldBits);
+    }
     return m_ec ? static_cast<unsigned>(m_ec->bits()) : 0;
 }
 
 std::string_view _vlPublicKey::curveName() const noexcept {
+    if (m_edwards) {
+        return m_edwards->curve().name;
+    }
     return m_ec && m_ec->curve() != nullptr ? m_ec->curve()->name : std::string_view();
 }
 

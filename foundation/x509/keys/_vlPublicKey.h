@@ -13,8 +13,12 @@ class DsaKeyData;
 class EccVerifier;
 class RsaKeyData;
 
+namespace crypto {
+class EdwardsKey;
+} // namespace crypto
+
 // The kinds of public key; the numbers are those of the signature-method mapping.
-enum class KeyKind : std::uint8_t { None = 0, Rsa = 1, Dsa = 2, Ec = 3 };
+enum class KeyKind : std::uint8_t { None = 0, Rsa = 1, Dsa = 2, Ec = 3, Edwards = 5 };
 
 // Holds exactly one public key of one kind, or none. Every load replaces the key that was held; a
 // load that fails leaves none and puts a short reason, a text of static lifetime, into `whyNot`.
@@ -31,23 +35,27 @@ public:
                                std::string_view& whyNot);
     // Takes over a point that its curve has accepted.
     void takeEc(std::unique_ptr<EccVerifier> point) noexcept;
+    // Takes over a key of EdDSA.
+    void takeEdwards(std::unique_ptr<crypto::EdwardsKey> key) noexcept;
     void clear() noexcept;
 
     // The key when it is of that kind, else null. The holder keeps it.
     [[nodiscard]] RsaKeyData* getRsaKeyPtr() const noexcept { return m_rsa.get(); }
     [[nodiscard]] DsaKeyData* getDsaKeyPtr() const noexcept { return m_dsa.get(); }
     [[nodiscard]] EccVerifier* getEccKeyPtr() const noexcept { return m_ec.get(); }
+    [[nodiscard]] crypto::EdwardsKey* getEdwardsKeyPtr() const noexcept { return m_edwards.get(); }
 
     [[nodiscard]] KeyKind kind() const noexcept;
     // Size of the RSA modulus, of the DSA prime p, or of the curve's field; 0 without a key.
     [[nodiscard]] unsigned bits() const noexcept;
-    // "P-256", "secp256k1", ...; empty unless this is an elliptic-curve key.
+    // "P-256", "secp256k1", "Ed25519", ...; empty unless the key is a point of a curve.
     [[nodiscard]] std::string_view curveName() const noexcept;
 
 private:
     std::unique_ptr<RsaKeyData> m_rsa;
     std::unique_ptr<DsaKeyData> m_dsa;
     std::unique_ptr<EccVerifier> m_ec;
+    std::unique_ptr<crypto::EdwardsKey> m_edwards;
 };
 
 } // namespace vantrel

@@ -8,6 +8,7 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/ecc/curves.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
 #include "foundation/x509/oids.h"
@@ -145,6 +146,26 @@ bool loadEc(const KeyInfoParts& parts, _vlPublicKey& key, std::string_view& whyN
     return true;
 }
 
+const crypto::EdwardsCurve* edwardsCurve(ByteView algorithm) {
+    std::string dotted;
+    return asn1::oidToText(algorithm, dotted) ? crypto::findEdwardsCurveByOid(dotted) : nullptr;
+}
+
+// RFC 8410 3: the parameters must be absent.
+bool loadEdwards(const crypto::EdwardsCurve& curve, const KeyInfoParts& parts, _vlPublicKey& key,
+                 std::string_view& whyNot) {
+    if (!parts.parameters.atEnd()) {
+        return false;
+    }
+    std::unique_ptr<crypto::EdwardsKey> loaded =
+        crypto::EdwardsKey::load(curve, parts.keyBits, whyNot);
+    if (loaded == nullptr) {
+        return false;
+    }
+    key.takeEdwards(std::move(loaded));
+    return true;
+}
+
 } // namespace
 
 bool loadRsaPublicKey(ByteView der, _vlPublicKey& key, std::string_view& whyNot) {
@@ -183,6 +204,9 @@ bool loadSubjectPublicKeyInfo(ByteView der, _vlPublicKey& key, std::string_view&
     }
     if (sameBytes(parts.algorithm, oid::kDsa) || sameBytes(parts.algorithm, oid::kDsaOiw)) {
         return loadDsa(parts, key, whyNot);
+    }
+    if (const crypto::EdwardsCurve* const curve = edwardsCurve(parts.algorithm)) {
+        return loadEdwards(*curve, parts, key, whyNot);
     }
     whyNot = "the key's algorithm is not supported";
     return false;
@@ -233,6 +257,9 @@ void writeAlgorithm(const _vlPublicKey& key, DerWriter& out) {
         // The identifiers of the table of curves are all well formed.
         static_cast<void>(out.writeOid(key.getEccKeyPtr()->curve()->oid));
         break;
+    case KeyKind::Edwards:
+        static_cast<void>(out.writeOid(key.getEdwardsKeyPtr()->curve().oid));
+        break;
     case KeyKind::None: break;
     }
     out.close();
@@ -251,6 +278,7 @@ std::vector<std::uint8_t> subjectPublicKeyBits(const _vlPublicKey& key) {
         break;
     case KeyKind::Dsa: out.writeUnsigned(key.getDsaKeyPtr()->y()); break;
     case KeyKind::Ec: out.writeRaw(key.getEccKeyPtr()->point()); break;
+    case KeyKind::Edwards: out.writeRaw(key.getEdwardsKeyPtr()->encoded()); break;
     case KeyKind::None: break;
     }
     return {out.bytes().begin(), out.bytes().end()};

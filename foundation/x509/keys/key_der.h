@@ -17,8 +17,8 @@ namespace x509 {
 // lifetime. May throw std::bad_alloc.
 
 // A SubjectPublicKeyInfo (RFC 5280 4.1.2.7): RSA (also under the PSS identifier), DSA with its
-// parameters, or an elliptic-curve point on a curve that is named or whose explicit parameters
-// equal those of a known curve.
+// parameters, an elliptic-curve point on a curve that is named or whose explicit parameters equal
+// those of a known curve, or a key of EdDSA (RFC 8410, 4).
 [[nodiscard]] bool loadSubjectPublicKeyInfo(ByteView der, _vlPublicKey& key,
                                             std::string_view& whyNot);
 
@@ -29,8 +29,8 @@ namespace x509 {
 [[nodiscard]] bool loadKeyDer(ByteView der, _vlPublicKey& key, std::string_view& whyNot);
 
 // The SubjectPublicKeyInfo of a key in the form that RFC 3279 and RFC 5480 prescribe:
-// rsaEncryption, DSA with its parameters, or an uncompressed point on a named curve. Empty without
-// a key.
+// rsaEncryption, DSA with its parameters, or an uncompressed point on a named curve; of EdDSA in
+// that of RFC 8410. Empty without a key.
 [[nodiscard]] std::vector<std::uint8_t> subjectPublicKeyInfo(const _vlPublicKey& key);
 // The octets of its subjectPublicKey BIT STRING, as VantrelX509::subjectPublicKeyBits gives them.
 [[nodiscard]] std::vector<std::uint8_t> subjectPublicKeyBits(const _vlPublicKey& key);

@@ -16,7 +16,7 @@ std::string chosen(int id) { return std::string(crypto::chosenHashKernel(id).nam
 
 TEST(HashDispatch, WithoutFeaturesThePortableKernelRuns) {
     const FeatureLimit limit(Feature::None);
-    for (const int id : {kHashSha1, kHashSha256, kHashSha384, kHashSha512}) {
+    for (const int id : {kHashSha1, kHashSha256, kHashSha384, kHashSha512, kHashSha3_256}) {
         EXPECT_EQ(chosen(id), "portable") << id;
     }
 }
@@ -36,6 +36,8 @@ TEST(HashDispatch, EachFeatureBringsItsKernel) {
         {Feature::Avx512 | Feature::Bmi2, kHashSha384, "x86-avx512"},
         {Feature::Avx512, kHashSha512, "portable"},
         {noAvx512, kHashSha512, "x86-bmi2"},
+        {Feature::Avx512, kHashSha3_256, "x86-avx512"},
+        {noAvx512, kHashSha3_512, "x86-bmi2"},
     };
     for (const Case& c : cases) {
         const FeatureLimit limit(c.allowed);

@@ -20,8 +20,10 @@ namespace {
 using crypto::Hasher;
 using crypto::HashKernel;
 
-constexpr int kAllHashes[] = {kHashSha1, kHashSha384, kHashSha512,    kHashMd2,
-                              kHashMd5,  kHashSha256, kHashRipemd128, kHashRipemd160};
+constexpr int kAllHashes[] = {kHashSha1,    kHashSha384,   kHashSha512,    kHashMd2,
+                              kHashMd5,     kHashSha256,   kHashRipemd128, kHashRipemd160,
+                              kHashSha224,  kHashSha3_224, kHashSha3_256,  kHashSha3_384,
+                              kHashSha3_512};
 
 std::string nameOf(int id, const HashKernel& kernel) {
     return std::string(crypto::findHash(id)->name) + " " + std::string(kernel.name) + " ";
@@ -125,7 +127,7 @@ void checkCuts(int id, const HashKernel& kernel, ByteView message) {
 
 // Every length up to two of the largest blocks and some.
 TEST(Hasher, ResultDoesNotDependOnHowTheMessageIsCut) {
-    const Bytes message = RandomBytes(1).bytes(300);
+    const Bytes message = RandomBytes(1).bytes(310);
     forEachKernel([&message](int id, const HashKernel& kernel) {
         const std::size_t longest = id == kHashMd2 ? 50 : message.size();
         for (std::size_t size = 0; size <= longest; ++size) {
@@ -247,7 +249,9 @@ TEST(VlHash, ObjectIdentifiers) {
         {"1.2.840.113549.2.5", kHashMd5},
         {"1.3.36.3.2.1", kHashRipemd160},
         {"1.3.36.3.2.2", kHashRipemd128},
-        {"2.16.840.1.101.3.4.2.4", kHashNone},
+        {"2.16.840.1.101.3.4.2.4", kHashSha224},
+        {"2.16.840.1.101.3.4.2.10", kHashSha3_512},
+        {"2.16.840.1.101.3.4.2.5", kHashNone},
         {"1.3.14.3.2.2", kHashNone},
         {"1.3.14.3.2.26.1", kHashNone},
         {"", kHashNone},
