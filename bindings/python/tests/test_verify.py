@@ -15,6 +15,7 @@ import sys
 import tempfile
 import threading
 import unittest
+import zipfile
 
 import vantrel
 from vantrel import _library, _verify
@@ -87,11 +88,28 @@ class Documents(unittest.TestCase):
             self.assertEqual((bool(result), result.status), (False, "error"))
             self.assertNotEqual(result.error, "")
 
+    @staticmethod
+    def package():
+        octets = io.BytesIO()
+        with zipfile.ZipFile(octets, "w") as archive:
+            archive.write(EXAMPLES / "letter-detached.xml", "META-INF/signatures.xml")
+            archive.write(EXAMPLES / "letter.txt", "letter.txt")
+            archive.writestr("other.txt", "not signed")
+        return octets.getvalue()
+
+    def test_packages(self):
+        result = vantrel.verify(self.package(), part="META-INF/signatures.xml")
+        self.assertTrue(result)
+        self.assertEqual([(part.name, part.covered, part.by) for part in result.container.parts[1:]],
+                         [("letter.txt", True, (0,)), ("other.txt", False, ())])
+        self.assertEqual(result.signatures[0].parts_not_covered, ("other.txt",))
+        self.assertFalse(vantrel.verify(self.package(), must_cover="part:other.txt", key=SIGNER))
+
     def test_every_member_of_reports_is_read(self):
         files = sorted((TOP / "tests/vectors/dsig").rglob("document.xml")) + sorted(EXAMPLES.glob("*.xml"))
         self.assertGreater(len(files), 100)
         verdicts = set()
-        for file in files:
+        for file in [*files, self.package()]:
             result = vantrel.verify(file, timestamps=True, anchor=EXAMPLES / "keys/root.pem", require="strong")
             told = json.loads(result.json)
             del told["schema"]

@@ -14,9 +14,11 @@ from ._library import VERSION as __version__
 from ._options import Material, Options
 from ._results import (
     Cause,
+    Container,
     Digest,
     Exclusion,
     Key,
+    Part,
     Problem,
     Reference,
     Result,
@@ -27,7 +29,7 @@ from ._results import (
 from ._verify import Document, Verifier, html_report, verify, verify_file, version
 
 __all__ = [
-    "Cause", "Digest", "Document", "DocumentError", "Error", "Exclusion", "Key", "LibraryError",
-    "Material", "OptionError", "Options", "Problem", "Reference", "Result", "Signature", "Transform",
-    "Trust", "Verifier", "__version__", "html_report", "verify", "verify_file", "version",
+    "Cause", "Container", "Digest", "Document", "DocumentError", "Error", "Exclusion", "Key", "LibraryError",
+    "Material", "OptionError", "Options", "Part", "Problem", "Reference", "Result", "Signature",
+    "Transform", "Trust", "Verifier", "__version__", "html_report", "verify", "verify_file", "version",
 ]

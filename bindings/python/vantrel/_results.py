@@ -54,6 +54,26 @@ class Exclusion:
 
 
 @dataclass(frozen=True)
+class Part:
+    """A part of a package."""
+
+    name: str = ""
+    size: int = 0
+    covered: bool = False  # all of it, by a valid signature
+    by: tuple[int, ...] = _many()  # the indexes of these signatures
+    exempt: bool = False  # the kind of package does not ask for it to be covered
+
+
+@dataclass(frozen=True)
+class Container:
+    """The package that the file is."""
+
+    kind: str = ""  # "asic-e", "odf", "opc", ...
+    warnings: tuple[str, ...] = _many()
+    parts: tuple[Part, ...] = _many(Part)
+
+
+@dataclass(frozen=True)
 class Reference:
     index: int = 0
     uri: str = ""
@@ -70,6 +90,8 @@ class Reference:
     element: str = ""
     path: str = ""
     paths: tuple[str, ...] = _many()
+    part: Optional[str] = None  # of the package, or a file, where an external one led
+    file: Optional[str] = None
     excluded: tuple[Exclusion, ...] = _many(Exclusion)
     accommodations: tuple[str, ...] = _many()
 
@@ -128,6 +150,9 @@ class Signature:
     canonicalization_method: str = ""
     reference_count: int = 0
     references: tuple[Reference, ...] = _many(Reference)
+    part: Optional[str] = None  # of the package, in which it stands
+    manifest: tuple[Reference, ...] = _many(Reference)
+    parts_not_covered: tuple[str, ...] = _many()
     keys: tuple[Key, ...] = _many(Key)
     timestamp: str = ""
     timestamp_time: Optional[str] = None
@@ -159,6 +184,7 @@ class Result:
     sha256: str = ""
     accepted: Optional[bool] = None  # None where no option asked for a policy
     refusals: tuple[str, ...] = _many()
+    container: Optional[Container] = _one(Container)
     signatures: tuple[Signature, ...] = _many(Signature)
     # Whole signatures were asked for and are valid.
     valid: bool = False
