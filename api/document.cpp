@@ -58,7 +58,7 @@ void Document::State::addLog(std::uint64_t most, std::string& log) {
     }
     const std::string text = textOf(verifier, &ClsXmlDSig::get_LastErrorText);
     logOctets += text.size();
-    log += logOctets > most ? "The logs end here, at their limit (logOctets).\n" : text;
+    log += logOctets > most ? api::kLogsEnd : text;
 }
 
 // The report of the signature that was verified last, as JSON and as values. False when the reports

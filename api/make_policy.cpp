@@ -59,7 +59,7 @@ bool takeTargets(const Policy& asked, dsig::Policy& policy, OptionFault& fault) 
     policy.mustCover = asked.mustCover;
     for (const std::string& target : asked.mustCover) {
         if (!dsig::isTarget(target)) {
-            fault = {"mustCover", "takes document, #ID or a path", target,
+            fault = {"mustCover", "takes document, #ID, a path or part:NAME", target,
                      "xmldsig verify --json FILE (path is that of what is covered)"};
             return false;
         }

@@ -232,6 +232,11 @@ constexpr auto kValues = std::to_array<ValueReader>({
          into.options.id = value.text;
          return std::string();
      }},
+    {"part", OptionKind::Text, false, [](OptionReading& into) { into.options.part.clear(); },
+     [](const OptionValue& value, OptionReading& into) {
+         into.options.part = value.text;
+         return std::string();
+     }},
     {"reference", OptionKind::Number, false,
      [](OptionReading& into) { into.options.reference.reset(); }, addReference},
     {"key", OptionKind::Source, true, [](OptionReading& into) { into.options.keys.clear(); },

@@ -108,6 +108,7 @@ ReferenceResult referenceOf(const JsonValue& object) {
     ReferenceResult reference;
     reference.index = smallOf(object, "index");
     reference.uri = textOf(object, "uri");
+    reference.target = textOf(object, "part") + textOf(object, "file");
     reference.external = flagOf(object, "external");
     reference.isSigned = flagOf(object, "signed", true);
     reference.digestMethod = textOf(object, "digestMethod");
@@ -184,6 +185,7 @@ bool readSignature(std::string json, SignatureResult& result) {
     result.index = smallOf(object, "index");
     result.id = textOf(object, "id");
     result.path = textOf(object, "path");
+    result.part = textOf(object, "part");
     result.valid = textOf(object, "status") == toString(Status::Valid);
     result.reason = textOf(object, "reason");
     result.cause = causeOf(object);
@@ -196,6 +198,9 @@ bool readSignature(std::string json, SignatureResult& result) {
     result.canonicalizationMethod = textOf(object, "canonicalizationMethod");
     for (const JsonValue& reference : listOf(object, "references")) {
         result.references.push_back(referenceOf(reference));
+    }
+    for (const JsonValue& reference : listOf(object, "manifest")) {
+        result.manifest.push_back(referenceOf(reference));
     }
     result.keys = keysOf(object);
     // A word that is not known is no time-stamp that somebody could rely on.

@@ -30,6 +30,8 @@ struct DocumentOctets {
 inline constexpr std::string_view kReportEnd = "]}";
 
 // The error where the reports of all signatures pass their limit together.
+// What stands at the end of logs that have reached their limit.
+inline constexpr std::string_view kLogsEnd = "The logs end here, at their limit (logOctets).\n";
 inline constexpr std::string_view kReportTooLarge =
     "the report is larger than its limit (reportOctets)";
 

@@ -62,7 +62,7 @@ bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
 }
 
 // The keys of a source, read anew for each verifier, so that no key object is shared. Each goes to
-// `add`.
+// `add`. False stands for no memory: the bytes were read once before, when the key was made.
 template <class Add> bool setKeysOf(const Key& given, ClsXmlDSig& verifier, const Add& add) {
     std::vector<Ref<ClsPublicKey>> keys;
     keyfile::KeyFileFault fault;

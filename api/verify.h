@@ -25,7 +25,9 @@
 
 namespace vantrel {
 
-/// Verifies the signatures of a document, given as its octets in the encoding that it declares.
+/// Verifies the signatures of a document, given as its octets in the encoding that it declares. A
+/// ZIP package (known by its octets) is verified as such: every signature document in it, with the
+/// other parts as the data of references; VerifyResult::container says which parts are covered.
 /// Whatever goes wrong is told in the result.
 [[nodiscard]] VerifyResult verify(std::string_view document, const VerifyOptions& options = {});
 /// The same for a file; one that cannot be read is a result with Status::Error.

@@ -31,6 +31,8 @@ struct VerifyOptions {
     /// One signature by its zero-based index, or by its Id (of several the first); else all.
     std::optional<int> signature;
     std::optional<std::string> id;
+    /// Of a package, only the signatures in this part; empty for all.
+    std::string part;
     /// False: signature values only, so that nothing is known of what they sign.
     bool checkReferences = true;
     /// The digest of this reference alone; the signature value is not checked then.

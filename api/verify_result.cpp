@@ -1,6 +1,7 @@
 #include "api/verify_result.h"
 
 #include "api/document_acceptance.h"
+#include "api/package_run.h"
 #include "api/report_json.h"
 #include "api/words.h"
 
@@ -78,6 +79,9 @@ std::string VerifyResult::json(std::string_view name) const {
         name, {size, sha256}, toString(status), error, [this](json::JsonWriter& writer) {
             if (acceptance != Acceptance::NotAsked) {
                 api::writeAcceptance(acceptance == Acceptance::Accepted, refusals, writer);
+            }
+            if (container) {
+                api::writeContainer(*container, writer);
             }
         });
     std::string_view divider;

@@ -55,6 +55,9 @@ struct Exclusion {
 struct ReferenceResult {
     int index = 0;
     std::string uri; ///< as written
+    /// Where an external one led: the name of a part of the package, or of a file below one of the
+    /// folders; empty for others.
+    std::string target;
     bool external = false;
     /// False: the signature value does not vouch for it.
     bool isSigned = true;
@@ -118,6 +121,7 @@ struct SignatureResult {
     int index = 0;
     std::string id;
     std::string path;
+    std::string part; ///< of a package, which the signature stands in; empty outside
     /// Of all that was asked for: value, digests, time-stamps.
     bool valid = false;
     std::string reason; ///< empty for a valid one
@@ -129,6 +133,8 @@ struct SignatureResult {
     std::string signatureMethod;
     std::string canonicalizationMethod;
     std::vector<ReferenceResult> references;
+    /// In a package: those of the manifests that the references cover; they count like these.
+    std::vector<ReferenceResult> manifest;
     std::vector<KeyResult> keys; ///< in the order in which they are tried
     TimestampStatus timestamp = TimestampStatus::Absent;
     std::vector<std::string> warnings;
@@ -147,6 +153,22 @@ struct SignatureResult {
     [[nodiscard]] bool hasRefusal(std::string_view code) const noexcept;
 };
 
+/// A part of a package.
+struct ContainerPart {
+    std::string name;
+    std::uint64_t size = 0; ///< octets, uncompressed
+    bool covered = false;   ///< all of it, by a valid signature
+    std::vector<int> by;    ///< the indexes of those
+    bool exempt = false;    ///< the kind of package does not ask for it to be covered
+};
+
+/// What a document is that is a package.
+struct Container {
+    std::string kind; ///< "asic-e", "asic-s", "odf", "opc", "epub", "air", "widget", "zip"
+    std::vector<ContainerPart> parts;
+    std::vector<std::string> warnings; ///< `parts-not-covered`: by no valid signature
+};
+
 /// What the verification of a document found out.
 class [[nodiscard]] VerifyResult final {
 public:
@@ -155,6 +177,7 @@ public:
     std::uint64_t size = 0; ///< octets of the document
     std::string sha256;     ///< of these octets, lower-case hexadecimal
     std::vector<SignatureResult> signatures;
+    std::optional<Container> container; ///< nothing for a document that is no package
     /// Whether the policy accepts the document, and if not, why not: what is said of its
     /// signatures, each code once. Nothing is accepted that could not be judged.
     Acceptance acceptance = Acceptance::NotAsked;

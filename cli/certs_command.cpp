@@ -35,41 +35,61 @@ std::string asPem(std::string_view text) {
     return out + "-----END CERTIFICATE-----\n";
 }
 
-// Writes the certificates of one file, of the signature `wanted` or of all. They are written as
-// they are found, so memory does not grow with their number; the limit bounds the output.
-int runFile(const std::optional<int>& wanted, const std::string& name, std::string& complaint) {
-    ClsXmlDSig verifier;
-    if (!loadDocument(name, verifier, complaint)) {
-        return kCannotTell;
-    }
-    const int count = verifier.get_NumSignatures();
-    if (wanted && *wanted >= count) {
-        complaint = noSuchSignature(*wanted, count);
-        return kCannotTell;
-    }
-    if (count == 0) {
-        complaint = "there is no signature";
-        return kSomethingFails;
-    }
+// What was found of one file so far.
+struct Found {
+    int signatures = 0;
     int certificates = 0;
     std::uint64_t octets = 0;
-    for (int i = wanted.value_or(0); i < (wanted ? *wanted + 1 : count); ++i) {
+};
+
+// Writes the certificates of one document, of the signature `wanted` or of all; of a package the
+// indexes run on. They are written as they are found, so memory does not grow with their number;
+// the limit bounds the output.
+bool writeDocument(const LoadedDocument& document, const std::optional<int>& wanted, Found& found,
+                   std::string& complaint) {
+    ClsXmlDSig& verifier = document.verifier;
+    const int count = verifier.get_NumSignatures();
+    found.signatures += count;
+    for (int i = 0; i < count; ++i) {
+        if (wanted && *wanted != document.firstIndex + i) {
+            continue;
+        }
         verifier.put_Selector(i);
-        ClsStringArray found;
-        (void)verifier.GetCerts(found); // false where there is none, which is no failure here
-        for (int k = 0; k < found.get_Count(); ++k, ++certificates) {
-            const std::string_view text = found.getStringUtf8(k);
-            octets += text.size();
-            if (octets > dsig::Limits().reportOctets) {
+        ClsStringArray certificates;
+        (void)verifier.GetCerts(certificates); // false where there is none, which is no failure
+        for (int k = 0; k < certificates.get_Count(); ++k, ++found.certificates) {
+            const std::string_view text = certificates.getStringUtf8(k);
+            found.octets += text.size();
+            if (found.octets > dsig::Limits().reportOctets) {
                 complaint = withRemedy("the certificates are larger than the limit (reportOctets)",
                                        "--signature N, one at a time");
-                return kCannotTell;
+                return false;
             }
             writeOutput(asPem(text));
         }
     }
+    return true;
+}
+
+int runFile(const std::optional<int>& wanted, const std::string& part, const std::string& name,
+            std::string& complaint) {
+    Found found;
+    const auto write = [&](const LoadedDocument& document, std::string& error) {
+        return writeDocument(document, wanted, found, error);
+    };
+    if (!forEachDocument(name, part, write, complaint)) {
+        return kCannotTell;
+    }
+    if (wanted && *wanted >= found.signatures) {
+        complaint = noSuchSignature(*wanted, found.signatures);
+        return kCannotTell;
+    }
+    if (found.signatures == 0) {
+        complaint = "there is no signature";
+        return kSomethingFails;
+    }
     // Said on standard error, but no failure: a signature need not carry certificates.
-    if (certificates == 0) {
+    if (found.certificates == 0) {
         complaint = "KeyInfo holds no certificate";
     }
     return kEverythingHolds;
@@ -84,8 +104,10 @@ int runCerts(const Arguments& arguments) {
         complain(complaint);
         return kCannotTell;
     }
-    return forEachFile(arguments, false, [&wanted](const std::string& name, std::string& why) {
-        return runFile(wanted, name, why);
+    const std::string* const given = arguments.last("--part");
+    const std::string part = given != nullptr ? *given : "";
+    return forEachFile(arguments, false, [&](const std::string& name, std::string& why) {
+        return runFile(wanted, part, name, why);
     });
 }
 

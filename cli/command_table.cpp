@@ -61,6 +61,8 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
      kTimestamp},
     {"--id", '\0', Text, "ID", "", "only the signature with this Id", kVerifying},
     {"--id", '\0', Text, "ID", "", "only the element with this Id and its subtree", kC14n},
+    {"--part", '\0', Text, "NAME", "", "of a package, only the signatures in this part",
+     kVerify | kExplain | kReport | kWorker | kInfo | kCerts},
     {"--no-references", '\0', None, "", "", "check signature values only", kVerifying},
     {"--reference", '\0', Number, "N", "", "check only the digest of reference N", kVerifying},
     {"--signed-info", '\0', None, "", "", "the octets of SignedInfo instead", kDigestInput},

@@ -128,8 +128,7 @@ int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& ver
 int runFile(const VerifySettings& settings, bool signedInfo, const std::string& name,
             std::string& complaint) {
     ClsXmlDSig verifier;
-    if (!settings.prepare(verifier, complaint) ||
-        !loadDocument(name, verifier, complaint)) {
+    if (!settings.prepare(verifier, complaint) || !loadDocument(name, verifier, complaint)) {
         return kCannotTell;
     }
     if (verifier.get_NumSignatures() == 0 && !settings.selectsOne()) {

@@ -4,18 +4,20 @@
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include <vantrel/ClsBinData.h>
+#include <vantrel/package_run.h>
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 // One document after the other, each read whole, worked on, and gone before the next one.
 namespace vantrel::cli {
 
-bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& complaint) {
-    ClsBinData bytes;
-    if (!readInput(name, bytes.data(), complaint)) {
-        return false;
-    }
+namespace {
+
+bool load(const std::string& name, ClsBinData& bytes, ClsXmlDSig& verifier,
+          std::string& complaint) {
     // The bytes as they are: the library reads their encoding from byte-order mark and declaration.
     if (!verifier.LoadSignatureBd(bytes)) {
         XString line;
@@ -27,6 +29,58 @@ bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& co
         return false;
     }
     return true;
+}
+
+// What is no package at all is only an archive of files.
+bool forEachPart(std::shared_ptr<const io::RandomAccess> package, const std::string& name,
+                 const std::string& part,
+                 const std::function<bool(const LoadedDocument&, std::string&)>& work,
+                 std::string& complaint) {
+    VerifyOptions options;
+    options.part = part;
+    int first = 0;
+    bool isFound = false;
+    const bool ok = api::forEachSignaturePart(
+        std::move(package), options,
+        [&](ClsXmlDSig& verifier, const std::string& /*part*/, std::string& error) {
+            isFound = true;
+            const int before = std::exchange(first, first + verifier.get_NumSignatures());
+            return work({verifier, before}, error);
+        },
+        complaint);
+    if (!ok) {
+        complaint = withArchiveRemedy(complaint, name);
+    } else if (!isFound) {
+        complaint = noPackage(name);
+    }
+    return ok && isFound;
+}
+
+} // namespace
+
+bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& complaint) {
+    ClsBinData bytes;
+    return readInput(name, bytes.data(), complaint) && load(name, bytes, verifier, complaint);
+}
+
+bool forEachDocument(
+    const std::string& name, const std::string& part,
+    const std::function<bool(const LoadedDocument& document, std::string& complaint)>& work,
+    std::string& complaint) {
+    ClsBinData bytes;
+    std::shared_ptr<const io::RandomAccess> package;
+    if (!readInput(name, bytes.data(), package, complaint)) {
+        return false;
+    }
+    if (package != nullptr) {
+        return forEachPart(std::move(package), name, part, work, complaint);
+    }
+    if (!part.empty()) {
+        complaint = "--part is for packages";
+        return false;
+    }
+    ClsXmlDSig verifier;
+    return load(name, bytes, verifier, complaint) && work({verifier, 0}, complaint);
 }
 
 int forEachFile(const Arguments& arguments, bool inputByDefault,

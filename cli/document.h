@@ -17,6 +17,18 @@ namespace vantrel::cli {
 [[nodiscard]] bool loadDocument(const std::string& name, ClsXmlDSig& verifier,
                                 std::string& complaint);
 
+// Calls `work` with the document in a file, loaded, or with each signature document of a package
+// (`part`, empty for all). False, with the reason in `complaint`, where one cannot be read, or when
+// `work` is. `firstIndex` in the work's query is the number of signatures in the documents before.
+struct LoadedDocument {
+    ClsXmlDSig& verifier;
+    int firstIndex = 0;
+};
+[[nodiscard]] bool forEachDocument(
+    const std::string& name, const std::string& part,
+    const std::function<bool(const LoadedDocument& document, std::string& complaint)>& work,
+    std::string& complaint);
+
 // Runs `work` on every file that is named (input.h), or on standard input where none is and that is
 // allowed, and returns the highest exit code. What `work` leaves in `complaint` is printed with the
 // file's name, made printable. A file that fails does not keep the others from being worked on. No

@@ -1,6 +1,7 @@
 #include "cli/foreign_format.h"
 
 #include "cli/terminal.h"
+#include <vantrel/package_run.h>
 #include <vantrel/strings.h>
 
 #include <algorithm>
@@ -118,6 +119,16 @@ std::string withFileName(std::string_view remedy, std::string_view name) {
         out.replace(at, 4, file);
     }
     return out;
+}
+
+std::string noPackage(std::string_view name) {
+    return named("a ZIP archive with no signature document in it", "unzip -l FILE", name);
+}
+
+std::string withArchiveRemedy(const std::string& complaint, std::string_view name) {
+    return complaint.starts_with(api::kNotRead)
+               ? withRemedy(complaint, withFileName("unzip -t FILE", name))
+               : complaint;
 }
 
 std::string orForeignFormat(ByteView bytes, std::string_view name, std::string_view otherwise) {

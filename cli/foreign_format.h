@@ -15,6 +15,12 @@ namespace vantrel::cli {
 [[nodiscard]] std::string orForeignFormat(ByteView bytes, std::string_view name,
                                           std::string_view otherwise);
 
+// The complaint about an archive that is no package with signatures.
+[[nodiscard]] std::string noPackage(std::string_view name);
+
+// What helps with one that cannot be read, added to a complaint about that; others stay.
+[[nodiscard]] std::string withArchiveRemedy(const std::string& complaint, std::string_view name);
+
 // A remedy in which every FILE is replaced by the name, quoted for a shell where it needs that.
 [[nodiscard]] std::string withFileName(std::string_view remedy, std::string_view name);
 

@@ -25,37 +25,46 @@ struct Description {
     std::string signatures; // text, or JSON objects with commas between them
 };
 
-// Describes every signature of the file. On kCannotTell the reason is in `complaint`, and nothing
-// of what was found so far is shown: half a list would pass for a whole one.
-int describe(const std::string& name, bool json, Description& found, std::string& complaint) {
-    ClsXmlDSig verifier;
-    if (!loadDocument(name, verifier, complaint)) {
-        return kCannotTell;
-    }
+// Adds the signatures of one document. False when one cannot be described, or they are too many.
+bool describeSignatures(ClsXmlDSig& verifier, bool json, std::uint64_t& octets, Description& found,
+                        std::string& complaint) {
     found.profile = verifier.profileName();
-    found.count = verifier.get_NumSignatures();
-    std::uint64_t octets = 0;
-    for (int i = 0; i < found.count; ++i) {
+    for (int i = 0; i < verifier.get_NumSignatures(); ++i) {
         verifier.put_Selector(i);
         XString description;
         if (!verifier.DescribeSignature(description)) {
-            complaint = "signature " + std::to_string(i) + " cannot be described";
-            return kCannotTell;
+            complaint = "signature " + std::to_string(found.count) + " cannot be described";
+            return false;
         }
         // Counted over all signatures: each description is within its limit, but there may be very
         // many of them.
         octets += description.getUtf8Sb().getSize();
         if (octets > dsig::Limits().reportOctets) {
             complaint = api::kReportTooLarge;
-            found.signatures.clear();
-            return kCannotTell;
+            return false;
         }
         if (json) {
-            found.signatures += i == 0 ? "" : ",";
+            found.signatures += found.count == 0 ? "" : ",";
             found.signatures += description.getUtf8Sb().view();
         } else {
             found.signatures += descriptionText(description.getUtf8Sb().view());
         }
+        ++found.count;
+    }
+    return true;
+}
+
+// Describes every signature of the file. On kCannotTell the reason is in `complaint`, and nothing
+// of what was found so far is shown: half a list would pass for a whole one.
+int describe(const std::string& name, const std::string& part, bool json, Description& found,
+             std::string& complaint) {
+    std::uint64_t octets = 0;
+    const auto describeAll = [&](const LoadedDocument& document, std::string& error) {
+        return describeSignatures(document.verifier, json, octets, found, error);
+    };
+    if (!forEachDocument(name, part, describeAll, complaint)) {
+        found.signatures.clear();
+        return kCannotTell;
     }
     found.status = found.count > 0 ? "ok" : "no-signature";
     return found.count > 0 ? kEverythingHolds : kSomethingFails;
@@ -96,9 +105,11 @@ void writeText(const std::string& name, const Description& found) {
 
 int runInfo(const Arguments& arguments) {
     const bool json = arguments.has("--json");
-    return forEachFile(arguments, false, [json](const std::string& name, std::string& complaint) {
+    const std::string* const given = arguments.last("--part");
+    const std::string part = given != nullptr ? *given : "";
+    return forEachFile(arguments, false, [&](const std::string& name, std::string& complaint) {
         Description found;
-        const int code = describe(name, json, found, complaint);
+        const int code = describe(name, part, json, found, complaint);
         if (json) {
             writeJson(name, found, complaint);
             // Otherwise the complaint says it all.

@@ -3,6 +3,7 @@
 #include "cli/terminal.h"
 #include <vantrel/_vlLogger.h>
 #include <vantrel/files.h>
+#include <vantrel/package_run.h>
 
 #include <algorithm>
 #include <atomic>
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <system_error>
 
 // The only place of the tool that reads what it is given by name. Documents are read whole:
@@ -80,6 +82,27 @@ bool readInput(const std::string& name, DataBuffer& bytes, std::string& complain
         complaint = unreadable(name, systemError, log.lastErrorLine(), "-r " + shellWord(name));
     }
     return ok;
+}
+
+// Only a large file is looked at beforehand: what that costs would be felt with many small ones.
+bool readInput(const std::string& name, DataBuffer& bytes,
+               std::shared_ptr<const io::RandomAccess>& package, std::string& complaint) {
+    _vlLogger log;
+    int systemError = 0;
+    auto large = std::make_unique<io::FileAccess>();
+    const bool ok = name == "-" ? io::readStandardInput(kMaxInputSize, bytes, log)
+                                : io::readFileUnless(api::isPackage, name, kMaxInputSize, bytes,
+                                                     *large, systemError, log);
+    if (!ok) {
+        complaint = unreadable(name, systemError, log.lastErrorLine(), "-r " + shellWord(name));
+        return false;
+    }
+    if (large->isOpen()) {
+        package = std::move(large);
+    } else if (api::isPackage(bytes.view())) {
+        package = std::make_shared<io::MemoryAccess>(bytes);
+    }
+    return true;
 }
 
 bool readOptionFile(std::string_view option, const std::string& path, DataBuffer& bytes,

@@ -3,9 +3,11 @@
 
 #include "cli/options.h"
 #include <vantrel/DataBuffer.h>
+#include <vantrel/random_access.h>
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +20,12 @@ inline constexpr std::uint32_t kMaxInputSize = 0x7FFFFFFF; // 2 GiB - 1, as the 
 // reason in `complaint`, when it cannot be read or is larger than kMaxInputSize; `bytes` are then
 // of no use. A file whose name is "-" is reached as "./-".
 [[nodiscard]] bool readInput(const std::string& name, DataBuffer& bytes, std::string& complaint);
+
+// The same, but a package stays where it is and is handed out instead: a large file is then not
+// held as a whole. `package` is null for anything else.
+[[nodiscard]] bool readInput(const std::string& name, DataBuffer& bytes,
+                             std::shared_ptr<const io::RandomAccess>& package,
+                             std::string& complaint);
 
 // The same for a file that an option names; the complaint begins with both names.
 [[nodiscard]] bool readOptionFile(std::string_view option, const std::string& path,

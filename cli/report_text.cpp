@@ -153,8 +153,13 @@ std::string targetOf(const JsonValue& reference) {
     if (covers == "elements") {
         return "elements " + wordsOf(reference, "paths") + exceptions(reference);
     }
+    if (const std::string_view part = textOf(reference, "part"); !part.empty()) {
+        return "part " + printable(part);
+    }
     if (covers == "external") {
-        return "external " + uri;
+        const std::string_view file = textOf(reference, "file");
+        const bool isOther = !file.empty() && file != textOf(reference, "uri");
+        return "external " + uri + (isOther ? " (file " + printable(file) + ")" : "");
     }
     // Nothing was found that it names, or it was not looked for.
     return "\"" + uri + "\"";
@@ -211,8 +216,7 @@ std::string failureLines(const JsonValue& reference) {
 
 // All references, or the first of very many with a summary of those that match. What does not match
 // is always listed.
-std::string referenceLines(const JsonValue& signature) {
-    const std::vector<JsonValue>& references = listOf(signature, "references");
+std::string referenceLines(const std::vector<JsonValue>& references) {
     std::string out;
     std::size_t unlisted = 0;
     std::size_t withExceptions = 0;
@@ -419,6 +423,35 @@ std::string fileHeading(std::string_view name, std::string_view status,
            coloured(status, colourOf(status)) + coloured(behind, colour) + "\n";
 }
 
+std::string containerText(const Container& container) {
+    // Exempt is what the kind of package does not ask to be covered.
+    // Beyond so many only those are told apart that need a look.
+    constexpr std::size_t kListedParts = 40;
+    std::string out = entry("package", printable(container.kind) + ", " +
+                                           std::to_string(container.parts.size()) + " parts");
+    std::size_t unlisted = 0;
+    for (const ContainerPart& part : container.parts) {
+        if (container.parts.size() > kListedParts && (part.covered || part.exempt)) {
+            ++unlisted;
+            continue;
+        }
+        std::string by;
+        for (const int index : part.by) {
+            by += (by.empty() ? "covered by signature " : ", ") + std::to_string(index);
+        }
+        if (!part.covered) {
+            by = part.exempt ? "exempt" : coloured("NOT covered by a valid signature", Colour::Bad);
+        }
+        out += entry("part",
+                     printable(part.name) + " (" + std::to_string(part.size) + " octets): " + by);
+    }
+    if (unlisted > 0) {
+        out += entry("", "and " + std::to_string(unlisted) +
+                             " more that are covered or need not be (--json lists all)");
+    }
+    return out;
+}
+
 std::string signatureText(std::string_view json) {
     JsonValue signature;
     std::size_t faultAt = 0;
@@ -426,6 +459,9 @@ std::string signatureText(std::string_view json) {
         return "  (no report)\n";
     }
     std::string out = heading(signature, ": " + verdict(signature));
+    if (const std::string_view part = textOf(signature, "part"); !part.empty()) {
+        out += entry("part", printable(part));
+    }
     out += acceptanceLines(signature) + unusedKeyLines(signature);
     if (const std::string_view reason = textOf(signature, "reason"); !reason.empty()) {
         out += entry("reason", printable(reason));
@@ -444,7 +480,9 @@ std::string signatureText(std::string_view json) {
     if (const std::string_view profile = textOf(signature, "profile"); !profile.empty()) {
         out += entry("profile", printable(profile));
     }
-    out += signerLine(signature) + keyLines(signature) + referenceLines(signature);
+    out += signerLine(signature) + keyLines(signature) +
+           referenceLines(listOf(signature, "references")) +
+           referenceLines(listOf(signature, "manifest"));
     // "not-checked" is shown: the document claims a time that nobody looked at.
     if (const std::string_view stamp = textOf(signature, "timestamp"); stamp != "absent") {
         const std::string_view time = textOf(signature, "timestampTime");
@@ -479,6 +517,9 @@ std::string descriptionText(std::string_view json) {
         return "  (no description)\n";
     }
     std::string out = heading(signature, "");
+    if (const std::string_view part = textOf(signature, "part"); !part.empty()) {
+        out += entry("part", printable(part));
+    }
     out += entry("path", printable(textOf(signature, "path")));
     out += entry("method", algorithmName(textOf(signature, "signatureMethod")) + ", " +
                                algorithmName(textOf(signature, "canonicalizationMethod")));

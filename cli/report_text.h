@@ -1,6 +1,8 @@
 #ifndef CLI_REPORT_TEXT_H
 #define CLI_REPORT_TEXT_H
 
+#include <vantrel/verify.h>
+
 #include <string>
 #include <string_view>
 
@@ -14,6 +16,8 @@ namespace vantrel::cli {
 // accepted" (`acceptance`; empty without one).
 [[nodiscard]] std::string fileHeading(std::string_view name, std::string_view status,
                                       std::string_view acceptance);
+// The parts of a package, each with the signatures that cover it, to stand behind such a heading.
+[[nodiscard]] std::string containerText(const Container& container);
 // One verified signature, from ClsXmlDSig's LastJsonData. Of very many references or exclusions the
 // ones that match without a remark are only counted; --json has them all.
 [[nodiscard]] std::string signatureText(std::string_view json);

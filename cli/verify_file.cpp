@@ -8,10 +8,14 @@
 #include <vantrel/document_acceptance.h>
 #include <vantrel/fingerprint.h>
 #include <vantrel/json_writer.h>
+#include <vantrel/package_run.h>
 #include <vantrel/report_json.h>
 #include <vantrel/verification.h>
 
+#include <algorithm>
+#include <chrono>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -29,13 +33,23 @@ struct Judgement {
     api::DocumentAcceptance reasons;
 };
 
-// A JSON object up to its list of signatures; endReport ends both. `policy`: nothing without one.
+// What is said of a file besides its status; nothing where there is none.
+struct FileFindings {
+    std::optional<Judgement> judgement; // with a policy
+    std::optional<Container> container; // of a package
+};
+
+// A JSON object up to its list of signatures; endReport ends both.
 std::string jsonHeading(std::string_view name, const api::DocumentOctets& octets,
                         std::string_view status, std::string_view complaint,
-                        const std::optional<Judgement>& policy) {
-    return api::reportHeading(name, octets, status, complaint, [&policy](json::JsonWriter& out) {
-        if (policy) {
-            api::writeAcceptance(policy->accepted, policy->reasons.refusals(), out);
+                        const FileFindings& found) {
+    return api::reportHeading(name, octets, status, complaint, [&found](json::JsonWriter& out) {
+        if (found.judgement) {
+            api::writeAcceptance(found.judgement->accepted, found.judgement->reasons.refusals(),
+                                 out);
+        }
+        if (found.container) {
+            api::writeContainer(*found.container, out);
         }
     });
 }
@@ -53,7 +67,7 @@ public:
         : m_source(source), m_settings(settings), m_form(form) {
         m_result.name = source.name;
         if (settings.judges()) {
-            m_judgement.emplace();
+            m_found.judgement.emplace();
         }
     }
 
@@ -63,8 +77,9 @@ public:
         const bool verified = verify(complaint);
         if (!verified) {
             m_status = "error";
-            if (m_judgement) {
-                m_judgement.emplace(); // what was found before says nothing of the whole
+            m_found.container.reset();
+            if (m_found.judgement) {
+                m_found.judgement.emplace(); // what was found before says nothing of the whole
             }
             m_result.code = kCannotTell;
             m_result.errors += complaintLines(printable(m_result.name) + ": " + complaint);
@@ -80,42 +95,110 @@ private:
     // when the file as a whole cannot be judged; a signature that does not verify is a result.
     bool verify(std::string& complaint) {
         ClsBinData document;
-        ClsXmlDSig verifier;
-        if (m_source.timeoutMs) {
-            verifier.SetDeadline(*m_source.timeoutMs);
-        }
+        std::shared_ptr<const io::RandomAccess> package;
+        m_started = std::chrono::steady_clock::now();
         if (m_source.document) {
             document.data() = *m_source.document; // shared, not copied
-        } else if (!readInput(m_result.name, document.data(), complaint)) {
+            if (!m_source.isText && api::isPackage(document.data().view())) {
+                package = std::make_shared<io::MemoryAccess>(document.data());
+            }
+        } else if (!readInput(m_result.name, document.data(), package, complaint)) {
             return false;
         }
+        Status status = Status::Error;
+        if (package != nullptr ? !verifyPackage(std::move(package), status, complaint)
+                               : !verifyDocument(document, status, complaint)) {
+            return false;
+        }
+        m_status = toString(status);
+        bool holds = status == Status::Valid;
+        if (m_found.judgement) {
+            holds = m_found.judgement->reasons.holds(m_settings.anySuffices());
+            m_found.judgement->accepted = holds;
+            m_result.refused = !holds;
+        }
+        m_result.code = holds ? kEverythingHolds : kSomethingFails;
+        return true;
+    }
+
+    bool verifyDocument(ClsBinData& document, Status& status, std::string& complaint) {
+        ClsXmlDSig verifier;
         if (m_form == ReportForm::Json) {
             m_octets = {document.data().getSize(), dsig::sha256Text(document.data().view())};
         }
-        if (!m_settings.prepare(verifier, complaint)) {
+        if (!prepare(verifier, complaint)) {
             return false;
         }
         if (!load(verifier, document, complaint) || isLate(verifier, complaint)) {
+            return false;
+        }
+        if (!m_settings.options().part.empty()) {
+            complaint = "--part is for packages";
             return false;
         }
         std::vector<int> indexes;
         if (!m_settings.select(verifier, indexes, complaint)) {
             return false;
         }
-        Status status = Status::Error;
-        if (!api::verifySignatures(m_settings.options(), indexes, verifier, stepsOf(verifier),
-                                   status, complaint)) {
+        return api::verifySignatures(m_settings.options(), indexes, verifier, stepsOf(verifier),
+                                     status, complaint) &&
+               (m_form != ReportForm::Html || makePage(verifier, complaint));
+    }
+
+    // Each signature document of it by a verifier of its own.
+    bool verifyPackage(std::shared_ptr<const io::RandomAccess> package, Status& status,
+                       std::string& complaint) {
+        if (m_form == ReportForm::Json) {
+            m_octets = {package->size(), api::sha256Of(*package)};
+        }
+        api::PackageSteps steps;
+        steps.prepare = [this](ClsXmlDSig& verifier, std::string& error) {
+            return prepare(verifier, error);
+        };
+        steps.loaded = [this](ClsXmlDSig& verifier, std::string& error) {
+            keepLog(verifier, -1);
+            return !isLate(verifier, error);
+        };
+        steps.stepsOf = [this](ClsXmlDSig& verifier) { return stepsOf(verifier); };
+        steps.done = [this](ClsXmlDSig& verifier, std::string& error) {
+            return m_form != ReportForm::Html || addPage(verifier, error);
+        };
+        Container found;
+        if (!api::verifyPackage(std::move(package), m_settings.options(), steps, found, status,
+                                complaint)) {
+            complaint = withArchiveRemedy(complaint, m_result.name);
             return false;
         }
-        m_status = toString(status);
-        bool holds = status == Status::Valid;
-        if (m_judgement) {
-            holds = m_judgement->reasons.holds(m_settings.anySuffices());
-            m_judgement->accepted = holds;
-            m_result.refused = !holds;
+        // What is no package at all is only an archive of files.
+        if (status == Status::NoSignature && found.kind == "zip") {
+            complaint = noPackage(m_result.name);
+            return false;
         }
-        m_result.code = holds ? kEverythingHolds : kSomethingFails;
-        return m_form != ReportForm::Html || makePage(verifier, complaint);
+        m_found.container = std::move(found);
+        return true;
+    }
+
+    // What is left of the time counts for each verifier.
+    bool prepare(ClsXmlDSig& verifier, std::string& complaint) {
+        if (m_source.timeoutMs) {
+            const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(
+                                   std::chrono::steady_clock::now() - m_started)
+                                   .count();
+            verifier.SetDeadline(static_cast<int>(
+                std::max<std::int64_t>(1, *m_source.timeoutMs - static_cast<std::int64_t>(spent))));
+        }
+        return m_settings.prepare(verifier, complaint);
+    }
+
+    // One page shows one document.
+    bool addPage(ClsXmlDSig& verifier, std::string& complaint) {
+        if (!m_result.report.empty()) {
+            complaint = withRemedy("a page shows one signature document, and the package has more",
+                                   "--part NAME (xmldsig info lists them)");
+            m_result.report.clear();
+            return false;
+        }
+        return makePage(verifier, complaint);
     }
 
     api::RunSteps stepsOf(ClsXmlDSig& verifier) {
@@ -159,7 +242,7 @@ private:
     bool judge(ClsXmlDSig& verifier) {
         XString acceptance;
         return verifier.LastAcceptance(acceptance) &&
-               m_judgement->reasons.add(acceptance.getUtf8Sb().view());
+               m_found.judgement->reasons.add(acceptance.getUtf8Sb().view());
     }
 
     // Loads the document, again where it must be. Its log goes to the others, as of no signature
@@ -183,7 +266,7 @@ private:
     // What the last verification found out. False, with the reason in `complaint`, when that is too
     // much.
     bool addToReport(ClsXmlDSig& verifier, std::string& complaint) {
-        if (m_judgement && !judge(verifier)) {
+        if (m_found.judgement && !judge(verifier)) {
             complaint = "the signature could not be judged";
             return false;
         }
@@ -249,26 +332,27 @@ private:
     // The heading, once the status is known; the report of the signatures has grown on the way.
     void report(const std::string& complaint) {
         if (m_form == ReportForm::Json) {
-            m_result.heading =
-                jsonHeading(m_result.name, m_octets, m_status, complaint, m_judgement);
+            m_result.heading = jsonHeading(m_result.name, m_octets, m_status, complaint, m_found);
             endReport(m_result);
         } else if (m_form == ReportForm::Text) {
             m_result.heading = fileHeading(m_result.name, m_status, acceptanceWord());
+            m_result.heading += m_found.container ? containerText(*m_found.container) : "";
         }
     }
 
     // Behind the status in the heading for people.
     std::string_view acceptanceWord() const {
-        if (!m_judgement) {
+        if (!m_found.judgement) {
             return {};
         }
-        return m_judgement->accepted ? "accepted" : "not accepted";
+        return m_found.judgement->accepted ? "accepted" : "not accepted";
     }
 
     const VerifySource& m_source;
     const VerifySettings& m_settings;
     ReportForm m_form;
-    std::optional<Judgement> m_judgement; // nothing without a policy
+    FileFindings m_found;
+    std::chrono::steady_clock::time_point m_started;
     FileResult m_result;
     api::DocumentOctets m_octets;
     std::string_view m_status = "error";
@@ -284,11 +368,11 @@ FileResult errorResult(const std::string& name, std::string_view complaint, Repo
     result.name = name;
     result.errors = complaintLines(printable(name) + ": " + std::string(complaint));
     if (form == ReportForm::Json) {
-        std::optional<Judgement> policy;
+        FileFindings found;
         if (judged) {
-            policy.emplace(); // what cannot be judged is not accepted
+            found.judgement.emplace(); // what cannot be judged is not accepted
         }
-        result.heading = jsonHeading(name, {}, "error", withoutRemedy(complaint), policy);
+        result.heading = jsonHeading(name, {}, "error", withoutRemedy(complaint), found);
         endReport(result);
     }
     return result;

@@ -107,6 +107,9 @@ bool VerifySettings::loadSelection(const Arguments& arguments, std::string& comp
     if (const std::string* const id = arguments.last("--id")) {
         m_options.id = *id;
     }
+    if (const std::string* const part = arguments.last("--part")) {
+        m_options.part = *part;
+    }
     m_options.effort = effort.value_or(1);
     m_options.checkReferences = !arguments.has("--no-references");
     return true;

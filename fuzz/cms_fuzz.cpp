@@ -25,6 +25,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         message.isTimeStamp() != !message.genTime().empty()) {
         std::abort();
     }
+    const cms::CarriedEvidence evidence = message.carriedEvidence();
+    if (evidence.crls.size() > cms::kMaxEvidence || (!loaded && !evidence.crls.empty())) {
+        std::abort();
+    }
     cms::TstInfo info;
     std::string_view whyNot;
     static_cast<void>(cms::parseTstInfo(input, info, whyNot));

@@ -115,6 +115,8 @@
         const lines = sentences.map((sentence) => element("p", foreign(sentence)));
         byId("verdict").replaceChildren(element(`div.verdict ${tone}`, element("h2", sign, heading),
             name ? element("p", element("b", foreign(name))) : "", ...lines));
+        // For those who change conditions while the verdict is out of sight.
+        byId("now").textContent = `Now: ${heading}.`;
     }
 
     function entry(list, term, ...content) {
@@ -211,6 +213,10 @@
         const report = JSON.parse(json);
         showVerdict(...verdictOf(report), current.name);
         showSignatures(report.signatures);
+        if (current.isNew) {
+            current.isNew = false;
+            byId("verdict").scrollIntoView({ block: "nearest" });
+        }
         offer("saveJson", json, "application/json", `${current.name || "document"}.json`);
     }
 
@@ -222,6 +228,7 @@
 
     function forget() {
         byId("verdict").replaceChildren();
+        byId("now").textContent = "";
         byId("signatures").replaceChildren();
         byId("report").hidden = true;
         byId("page").srcdoc = "";
@@ -230,14 +237,13 @@
     // ---- the worker ----
 
     const module = Uint8Array.from(atob(dataOf("module")), (sign) => sign.charCodeAt(0));
-    const source = new Blob([dataOf("verifier"), dataOf("worker")], { type: "text/javascript" });
+    const source = URL.createObjectURL(new Blob([dataOf("verifier"), dataOf("worker")], { type: "text/javascript" }));
     let worker = null;
     let busy = false;
     let timer = 0;
 
     function started() {
-        const url = URL.createObjectURL(source);
-        const made = new Worker(url);
+        const made = new Worker(source);
         made.onmessage = ({ data }) => answered(data);
         made.onerror = (event) => {
             event.preventDefault();
@@ -280,7 +286,7 @@
             idle();
             forget();
             const what = message.code === "bad-options" ? "Your settings were not understood" : "Cannot be checked";
-            showVerdict(what, "bad", [message.message]);
+            showVerdict(what, "bad", [message.message], current.name);
         } else {
             idle();
         }
@@ -313,9 +319,8 @@
 
     function check(name, bytes) {
         forget();
-        current = { name, bytes };
+        current = { name, bytes, isNew: true };
         recheck();
-        byId("verdict").focus({ preventScroll: true });
     }
 
     async function checkFile(file) {

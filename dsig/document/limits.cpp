@@ -22,6 +22,17 @@ constexpr LimitEntry kTable[] = {
      "with another attribute order."},
     {"logOctets", &Limits::logOctets, "Octets of the log of one operation."},
     {"reportOctets", &Limits::reportOctets, "Octets of the report of one operation."},
+    {"packageMembers", &Limits::packageMembers, "Members of a package, folders included."},
+    {"packageMemberOctets", &Limits::packageMemberOctets,
+     "Octets of one member of a package, uncompressed."},
+    {"packageOctets", &Limits::packageOctets,
+     "Octets of all members of a package together, uncompressed."},
+    {"packageRatio", &Limits::packageRatio,
+     "How many times its compressed size a member of a package may have, where it is larger than "
+     "64 MiB."},
+    {"packageXmlOctets", &Limits::packageXmlOctets,
+     "Octets of a member of a package that is read as XML: a signature document, relationships, "
+     "what is transformed."},
 };
 
 } // namespace

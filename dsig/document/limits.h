@@ -22,6 +22,12 @@ struct Limits {
     std::uint64_t failuresRetried = 100;
     std::uint64_t logOctets = 64ULL * 1024 * 1024;
     std::uint64_t reportOctets = 64ULL * 1024 * 1024;
+    // Of packages (dsig/package), before anything in them is read.
+    std::uint64_t packageMembers = 65'536;
+    std::uint64_t packageMemberOctets = 4ULL * 1024 * 1024 * 1024;
+    std::uint64_t packageOctets = 8ULL * 1024 * 1024 * 1024;
+    std::uint64_t packageRatio = 250;
+    std::uint64_t packageXmlOctets = 256ULL * 1024 * 1024;
 
     // When somebody who waits for the verdict stops waiting. The one bound that is timed, hence in
     // no table and absent unless a caller sets it; what it ends has no verdict.

@@ -61,8 +61,11 @@ std::string digestedOctets(const VerifyQuery& query, Document& scratch, int inde
     Rules inForce = rules;
     ExtPtrArraySb dirs;
     splitDirs(query.externalDirs, dirs);
-    const ReferenceQuery reference{
-        &scratch, query.selection, index, {query.externalData, query.selection.index, &dirs}, true};
+    const ReferenceQuery reference{&scratch,
+                                   query.selection,
+                                   index,
+                                   {query.externalData, query.selection.index, &dirs, query.parts},
+                                   true};
     // The plain attempt; what a retry would digest is among the hypotheses. The rules are a copy:
     // profiles change them on the way.
     const ReferenceResult result = attemptReference(reference, inForce, log);

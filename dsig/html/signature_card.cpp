@@ -203,6 +203,9 @@ std::string target(const JsonValue& reference, const ReferencePlaces& places, st
         return linkTo(id, isMarked, "elements") + " " + words(reference, "paths") + except;
     }
     // What is not in this document cannot be linked to.
+    if (const std::string_view part = textOf(reference, "part"); !part.empty()) {
+        return "part " + code(part);
+    }
     return (covers == "external" ? "external " : "") + code(textOf(reference, "uri"));
 }
 
@@ -252,6 +255,39 @@ std::string references(const JsonValue& report, const SignaturePlaces& places) {
     }
     if (listed < list.size()) {
         out += paragraph("and " + counted(list.size() - listed, "other", "others") +
+                         ", which the JSON report lists");
+    }
+    return out;
+}
+
+// The parts that a manifest names: the first, and all that do not hold. Others are counted.
+std::string manifest(const JsonValue& report) {
+    const std::vector<JsonValue>& list = listOf(report, "manifest");
+    std::string out;
+    std::size_t listed = 0;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const bool fails = textOf(list[i], "status") != "match";
+        if (i < kListed || (fails && listed < 2 * kListed)) {
+            out += referenceText(list[i], ReferencePlaces(), 0, i);
+            ++listed;
+        }
+    }
+    if (listed < list.size()) {
+        out += paragraph("and " + counted(list.size() - listed, "other", "others") +
+                         ", which the JSON report lists");
+    }
+    return out;
+}
+
+// The parts of the package that it does not cover and should; loud, since nothing else shows them.
+std::string uncoveredParts(const JsonValue& report) {
+    const std::vector<JsonValue>& list = listOf(report, "partsNotCovered");
+    std::string out;
+    for (const JsonValue& name : std::span(list).first(std::min(list.size(), kListed))) {
+        out += paragraph(coloured("bad", "not covered") + " " + code(name.text()));
+    }
+    if (list.size() > kListed) {
+        out += paragraph("and " + counted(list.size() - kListed, "other", "others") +
                          ", which the JSON report lists");
     }
     return out;
@@ -390,6 +426,9 @@ void appendCard(const JsonValue& report, const SignaturePlaces& places, std::siz
     out += "<article class=\"card\" id=\"s" + std::to_string(places.index) + "\">";
     appendHeading(report, places, number, out);
     out += "<dl>\n";
+    if (const std::string_view part = textOf(report, "part"); !part.empty()) {
+        appendEntry("Part", code(part), out);
+    }
     // First why, since nothing else is read when it fails.
     appendEntry("Why", reason(report), out);
     const std::string_view value = textOf(report, "value");
@@ -401,6 +440,8 @@ void appendCard(const JsonValue& report, const SignaturePlaces& places, std::siz
     appendEntry("Trust", trust(report), out);
     appendEntry("Signed for certificate", signingCertificate(report), out);
     appendEntry("Covers", references(report, places), out);
+    appendEntry("Manifest", manifest(report), out);
+    appendEntry("Parts", uncoveredParts(report), out);
     appendEntry("Time-stamp", timestamp(report), out);
     appendEntry("Warnings", warnings(report, places, hasUncovered), out);
     appendEntry("Leniencies", words(report, "accommodations"), out);

@@ -27,6 +27,8 @@ constexpr Word kWarnings[] = {
     {warning::kCertificateOutsideValidity,
      "The certificate is not valid at this time by its own dates."},
     {warning::kDocumentNotCovered, "The signature does not cover the whole document."},
+    {warning::kPartsNotCovered,
+     "There are parts of the package that the signature does not cover."},
     {warning::kContentExcluded, "Something inside the covered part is not signed."},
     {warning::kCoverageUnknown, "What exactly the signature covers cannot be shown."},
     {warning::kReferencesNotSigned, "The signature value does not vouch for all references."},

@@ -11,8 +11,10 @@
 #include "foundation/x509/VantrelX509.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace vantrel {
@@ -33,6 +35,7 @@ struct XmlEncoding;
 } // namespace text
 
 namespace dsig {
+class ExternalParts;
 class SeenCertificates;
 struct Document;
 struct KeyQuery;
@@ -75,6 +78,15 @@ public:
     /// Loads from bytes in the encoding that the document itself declares. False as well when that
     /// is not supported, contradicted by the bytes, or the bytes are not valid in it.
     bool LoadSignatureBd(ClsBinData& bd);
+    /// Says that the loaded document is a part of a package, until the next load: external
+    /// references then lead to the other parts and never to files, and manifests count. `part` is
+    /// its name, `firstIndex` the number of signatures in parts before it, from which reports count
+    /// on.
+    void SetPackage(std::shared_ptr<dsig::ExternalParts> package, std::string_view part,
+                    int firstIndex);
+    /// The parts of the package, by their indexes, that the last verification covers; none unless
+    /// it found the signature valid. Throws std::bad_alloc.
+    [[nodiscard]] std::vector<std::size_t> CoveredParts();
     /// Number of Signature elements, at any depth.
     [[nodiscard]] int get_NumSignatures();
     /// Zero-based index, in document order, of the signature that operations address. Setting a

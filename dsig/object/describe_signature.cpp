@@ -125,8 +125,11 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
         dsig::DocumentNames names(structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw(), m_state->limits.reportOctets);
         out.beginObject();
-        out.integerMember("index", static_cast<std::int64_t>(m_selector));
+        out.integerMember("index", std::int64_t{m_state->firstIndex} + m_selector);
         out.textMember("id", report.id.view());
+        if (!m_state->part.empty()) {
+            out.textMember("part", m_state->part);
+        }
         out.textMember("path", names.path(signature->elementId()));
         out.textMember("profile", report.profile);
         out.textMember("signatureMethod", report.signatureMethod.view());

@@ -6,6 +6,7 @@
 #include "dsig/transform/profile_detection.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringBuilder.h"
+#include "foundation/base/CritSecExitor.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/text/xml_encoding.h"
@@ -57,6 +58,9 @@ void ClsXmlDSig::unloadDocument() {
     m_state->explainBudget.reset();
     m_state->kept.clear();
     m_state->keptOctets = 0;
+    m_state->parts.reset();
+    m_state->part.clear();
+    m_state->firstIndex = 0;
     if (m_xmlRoot != nullptr) {
         m_xmlRoot->decRefCount();
         m_xmlRoot = nullptr;
@@ -77,6 +81,14 @@ bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log
         return false;
     }
     return m_xmlRoot->findSignatures(m_signatures, log);
+}
+
+void ClsXmlDSig::SetPackage(std::shared_ptr<dsig::ExternalParts> package, std::string_view part,
+                            int firstIndex) {
+    const CritSecExitor lock(m_critSec);
+    m_state->parts = std::move(package);
+    m_state->part = part;
+    m_state->firstIndex = firstIndex;
 }
 
 void ClsXmlDSig::ResetDocumentRules() {

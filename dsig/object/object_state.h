@@ -7,6 +7,7 @@
 #include "dsig/explain/budget.h"
 #include "dsig/html/page.h"
 #include "dsig/keys/named_keys.h"
+#include "dsig/reference/external_parts.h"
 #include "dsig/report/signature_report.h"
 #include "dsig/trust/acceptance.h"
 #include "dsig/trust/policy.h"
@@ -16,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -41,6 +43,10 @@ struct ObjectState {
     std::vector<Ref<ClsPublicKey>> keysForAll;
     NamedKeys namedKeys;           // tried for signatures that name them; survive loads
     bool encodingMismatch = false; // of the loaded document
+    // The package that the loaded document is a part of, null for none; gone with the next load.
+    std::shared_ptr<ExternalParts> parts;
+    std::string part;   // its name there
+    int firstIndex = 0; // number of signatures in the package's parts before it
 };
 
 } // namespace vantrel::dsig

@@ -3,6 +3,7 @@
 
 #include "dsig/document/locate_signature.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/check_reference.h"
 #include "dsig/reference/first_reference.h"
@@ -47,7 +48,8 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
         if (document() != nullptr) {
             document()->account.begin(selected.index);
         }
-        dsig::ReferenceQuery query{document(), selected, 0, {&m_externalData, m_selector, &dirs}};
+        dsig::ReferenceQuery query{
+            document(), selected, 0, {&m_externalData, m_selector, &dirs, m_state->parts.get()}};
         applyReferences(std::min(index, get_NumReferences()), query, inForce, m_log);
         query.index = index;
         query.keepOctets = true;
@@ -69,9 +71,10 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         if (document() != nullptr) {
             document()->account.begin(selected.index);
         }
-        applyReferences(get_NumReferences(),
-                        {document(), selected, 0, {&m_externalData, m_selector, &dirs}}, inForce,
-                        m_log);
+        applyReferences(
+            get_NumReferences(),
+            {document(), selected, 0, {&m_externalData, m_selector, &dirs, m_state->parts.get()}},
+            inForce, m_log);
         DSigReference first;
         XmlSigLocate locator;
         dsig::SignedOctets octets;

@@ -22,6 +22,8 @@ void ClsXmlDSig::beginReport() {
     // Stands in the log until the next operation forgets it, and the report with it.
     m_log.setLastJsonData(StringBuffer("{}"));
     m_state->report = dsig::startReport(document(), selection(), rules());
+    m_state->report.part = m_state->part;
+    m_state->report.firstIndex = m_state->firstIndex;
     m_state->acceptance.reset();
 }
 
@@ -39,7 +41,8 @@ template <class Use> void ClsXmlDSig::withVerified(const Use& use) {
     keys.keyOfSignature = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(report.index));
     dsig::Document* const loaded = verified.signature != nullptr ? &structure() : nullptr;
     use(dsig::VerifyQuery{loaded, verified, keys, m_hmacKey, &m_externalData, m_externalRefDirs,
-                          *this, m_state->limits, false, m_ignoreExternalRefs});
+                          *this, m_state->limits, false, m_ignoreExternalRefs,
+                          m_state->parts.get()});
 }
 
 void ClsXmlDSig::completeReport() {
@@ -91,6 +94,16 @@ bool ClsXmlDSig::LastAcceptance(XString& outJson) {
         outJson.clear();
         return false;
     }
+}
+
+std::vector<std::size_t> ClsXmlDSig::CoveredParts() {
+    const CritSecExitor lock(m_critSec);
+    if (!m_state->report.present) {
+        return {};
+    }
+    completeReport();
+    const std::optional<dsig::PartCoverage>& parts = m_state->report.parts;
+    return parts ? parts->coveredIndexes : std::vector<std::size_t>();
 }
 
 bool ClsXmlDSig::ExplainFailures(int effort) {

@@ -26,7 +26,7 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
         const dsig::KeyQuery keys = keyQuery(false);
         const bool summarise = dsig::verifySelection(
             {document(), selected, keys, m_hmacKey, &m_externalData, m_externalRefDirs, *this,
-             m_state->limits, verifyReferenceDigests, m_ignoreExternalRefs},
+             m_state->limits, verifyReferenceDigests, m_ignoreExternalRefs, m_state->parts.get()},
             inForce, report, m_log);
         // Kept for the operations that follow on this document: they need not find out again which
         // rules help. ResetDocumentRules undoes it.

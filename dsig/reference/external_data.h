@@ -7,12 +7,16 @@
 
 namespace vantrel::dsig {
 
+class ExternalParts;
+
 // Where the data of a signature's external references may come from. Nothing is ever fetched over a
 // network: what is neither given nor in a folder is missing. All pointers are borrowed.
 struct ExternalData {
     ExtPtrArray* bySignature = nullptr;  // DSigExternalData that the caller gave
     int signature = 0;                   // index in it
     const ExtPtrArraySb* dirs = nullptr; // folders in which files are looked for
+    // The package that the signature stands in, which is then the only place; null for none.
+    ExternalParts* parts = nullptr;
 };
 
 // The data given for one reference, index 0 to 100; borrowed from the arrays. Null when the index

@@ -1,6 +1,8 @@
 #include "dsig/reference/external_reference.h"
 
 #include "dsig/reference/digest_comparison.h"
+#include "dsig/reference/external_name.h"
+#include "dsig/reference/external_parts.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/io/_vlDataSource.h"
@@ -15,18 +17,14 @@ namespace {
 // The index comes from a caller; the array grows up to it, so it has an end.
 constexpr unsigned kLastExternalIndex = 100;
 
-// Looks through the folders in their order; the first that has the file decides. Without folders
-// nothing is looked for: a document cannot make the verifier open files on its own.
-bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
-                      LogBase& log) {
-    if (dirs.getSize() == 0) {
-        return false;
-    }
-    log.LogDataSb("externalRefFileName", uri);
+// Looks through the folders in their order; the first that has the file decides.
+bool findNamedFile(std::string_view fileName, const ExtPtrArraySb& dirs, XString& path,
+                   LogBase& log) {
+    log.logText("externalRefFileName", fileName);
     for (int i = 0; i < dirs.getSize(); ++i) {
         log.LogDataSb("externalRefDir", *dirs.sbAt(i));
         const XString dir(dirs.sbAt(i)->view());
-        const XString name(uri.view());
+        const XString name(fileName);
         XString candidate;
         _vlFilePath::CombineDirAndFilepath(dir, name, candidate);
         log.LogDataX("pathToCheck", candidate);
@@ -36,6 +34,25 @@ bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XStrin
         }
     }
     return false;
+}
+
+// By the name that the URI means; where no file has it, by the URI as it is written, since many
+// signers write names that way. Without folders nothing is looked for: a document cannot make the
+// verifier open files on its own. `name` := the one that was found.
+bool findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs, XString& path,
+                      std::string& name, LogBase& log) {
+    if (dirs.getSize() == 0) {
+        return false;
+    }
+    name = nameOfUri(uri.view());
+    if (findNamedFile(name, dirs, path, log)) {
+        return true;
+    }
+    if (name == uri.view()) {
+        return false;
+    }
+    name = uri.view();
+    return findNamedFile(name, dirs, path, log);
 }
 
 // Bytes go before a file. An empty byte buffer means that there is none, so data of no bytes can
@@ -90,11 +107,18 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
                             const StringBuffer& uri, ReferenceResult& result, LogBase& log) {
     result.covers = "external";
     log.LogDataSb("externalUri", uri);
+    if (query.external.parts != nullptr) {
+        query.external.parts->check(query, reference, uri, result, log);
+        return;
+    }
     const DSigRefExternalData* data = givenData(query.external, query.index, false, log);
     DSigRefExternalData found;
     // What the caller gave for this reference goes before any file of that name.
-    if (data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, log)) {
+    std::string name;
+    if (data == nullptr &&
+        findExternalFile(uri, *query.external.dirs, found.m_filePath, name, log)) {
         data = &found;
+        result.found.edit().name = std::move(name);
     }
     if (data == nullptr) {
         log.LogError("No external data defined for this reference.");

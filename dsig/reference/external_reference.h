@@ -7,9 +7,10 @@
 namespace vantrel::dsig {
 
 // A reference to data outside the document: bytes or a file that the caller supplies, or a file in
-// the folders that the caller named. The data is digested as it is; files are streamed. `uri` comes
-// from the document and is only ever a file name below those folders: an absolute path, a ".." and
-// a link that leads out are not found. Transforms are not carried out. `result` gets the reason,
+// the folders that the caller named, or a part of the package that the signature stands in. The
+// data is digested as it is; files are streamed. `uri` comes from the document and is only ever a
+// name below those folders (external_name.h): an absolute path, a ".." and a link that leads out
+// are not found. Transforms are carried out on parts only. `result` gets the reason,
 // dataMissing where there was nothing to digest, and the octets when they are asked for.
 void checkExternalReference(const ReferenceQuery& query, const DSigReference& reference,
                             const StringBuffer& uri, ReferenceResult& result, LogBase& log);

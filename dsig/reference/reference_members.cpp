@@ -22,7 +22,7 @@ bool ClsXmlDSig::checkReferenceBy(Step step, int index, bool& externalMissing, E
                                   LogBase& log) {
     const dsig::Selection selected = selection();
     const dsig::ReferenceQuery query{
-        document(), selected, index, {&m_externalData, m_selector, &dirs}};
+        document(), selected, index, {&m_externalData, m_selector, &dirs, m_state->parts.get()}};
     dsig::Rules inForce = rules();
     dsig::ReferenceResult result = step(query, inForce, log);
     keepRules(inForce);

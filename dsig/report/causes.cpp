@@ -37,7 +37,7 @@ std::string idOf(const ReferenceResult& reference) {
 Cause mismatch(const ReferenceResult& reference) {
     // Whoever gave the wrong file mends that first.
     std::vector<std::string> tries = {kTryExplain};
-    if (reference.external) {
+    if (reference.external && !reference.found->isPart) {
         tries.insert(tries.begin(), "--ref-data " + std::to_string(reference.index) + "=FILE");
     }
     return {cause::kDigestMismatch,
@@ -49,6 +49,13 @@ Cause mismatch(const ReferenceResult& reference) {
 
 Cause externalMissing(const ReferenceResult& reference) {
     const std::string name = quoted(reference.uri.view());
+    if (reference.found->isPart) {
+        return {cause::kExternalMissing,
+                (reference.dataMissing ? "The package has no part " : "The package's part ") +
+                    name + (reference.dataMissing ? "." : " is damaged."),
+                {},
+                {}};
+    }
     return {cause::kExternalMissing,
             reference.dataMissing ? "The external data " + name + " was not given."
                                   : "The external data " + name + " could not be read.",
@@ -106,7 +113,7 @@ Cause causeOf(const ReferenceResult& reference) {
         return {cause::kNotChecked, "The digest of this reference was not asked for.", {}, {}};
     }
     // Its transforms were not carried out, so the comparison says nothing.
-    if (reference.reason == RefReason::Mismatch && reference.external &&
+    if (reference.reason == RefReason::Mismatch && reference.external && !reference.found->isPart &&
         !reference.text->transforms.empty()) {
         return {cause::kUnsupportedTransform,
                 "This program does not carry out transforms on external data; whether the data "
@@ -140,6 +147,12 @@ Cause causeOf(const ReferenceResult& reference) {
                     ", so which of them was signed is not known; an element may have been added.",
                 {},
                 {}};
+    case RefReason::OtherContentType:
+        return {cause::kOtherContentType,
+                "The part " + quoted(reference.uri.view()) +
+                    " has another content type in the package than the one that was signed.",
+                {},
+                {}};
     case RefReason::UnsupportedTransform: return unsupportedTransform(reference);
     default: return transformFailed(reference);
     }
@@ -162,18 +175,23 @@ Cause referenceFailed(const SignatureReport& report) {
     Cause failed{cause::kReferenceFailed, {}, {}, {}};
     int failures = 0;
     int first = 0;
-    for (const ReferenceResult& reference : report.references) {
-        if (!reference.checked || reference.matched()) {
-            continue;
-        }
-        if (failures++ == 0) {
-            first = reference.index;
-            failed.tries = reference.cause->tries;
+    bool inManifest = false;
+    for (const std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
+        for (const ReferenceResult& reference : *list) {
+            if (!reference.checked || reference.matched()) {
+                continue;
+            }
+            if (failures++ == 0) {
+                first = reference.index;
+                inManifest = list == &report.manifest;
+                failed.tries = reference.cause->tries;
+            }
         }
     }
-    failed.text = failures == 1 ? "Reference " + std::to_string(first) + " fails. "
-                                : std::to_string(failures) + " references fail, the first is " +
-                                      std::to_string(first) + ". ";
+    const std::string which = std::to_string(first) + (inManifest ? " of the manifest" : "");
+    failed.text = failures == 1
+                      ? "Reference " + which + " fails. "
+                      : std::to_string(failures) + " references fail, the first is " + which + ". ";
     failed.text += afterFailedReference(report.value);
     return failed;
 }

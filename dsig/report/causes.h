@@ -17,6 +17,7 @@ namespace cause {
 inline constexpr std::string_view kDigestMismatch = "digest-mismatch";
 inline constexpr std::string_view kUnsupportedDigest = "unsupported-digest";
 inline constexpr std::string_view kExternalMissing = "external-missing";
+inline constexpr std::string_view kOtherContentType = "other-content-type";
 inline constexpr std::string_view kNoSuchId = "no-such-id";
 inline constexpr std::string_view kDuplicateId = "duplicate-id";
 inline constexpr std::string_view kUnsupportedTransform = "unsupported-transform";

@@ -60,6 +60,8 @@ inline constexpr std::string_view kCertificateOutsideValidity = "certificate-out
 // These answer a signature that is right over something else than what is read (XML Signature,
 // 8.1.1): content beside the covered element, or taken out of it by a transform.
 inline constexpr std::string_view kDocumentNotCovered = "document-not-covered";
+// Of a package: there are parts besides those that the digests cover.
+inline constexpr std::string_view kPartsNotCovered = "parts-not-covered";
 inline constexpr std::string_view kContentExcluded = "content-excluded";
 inline constexpr std::string_view kCoverageUnknown = "coverage-unknown";
 inline constexpr std::string_view kReferencesNotSigned = "references-not-signed";

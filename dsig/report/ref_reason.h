@@ -18,6 +18,7 @@ enum class RefReason : std::uint8_t {
     NotCanonicalized,     // the canonicalization failed
     NoSuchId,             // no element has the Id, or it has been taken out
     DuplicateId,          // several have
+    OtherContentType,     // the part's is not the one that the reference names
     UnsupportedTransform, // a transform that is not known, or an expression
     TransformFailed,      // what a transform would take out is not whole elements
     LimitPassed,          // a limit of docs/limits.md
@@ -26,7 +27,7 @@ enum class RefReason : std::uint8_t {
 
 // The public code: 0 match, 1 mismatch, 2 external data missing or not read to its end, 3 no such
 // reference, 5 no canonical form (no or no single element with the Id among the causes), 99 other:
-// a file that cannot be opened, a transform, a limit.
+// a file that cannot be opened, a part of another content type, a transform, a limit.
 [[nodiscard]] constexpr int publicCode(RefReason reason) noexcept {
     switch (reason) {
     case RefReason::Match: return 0;

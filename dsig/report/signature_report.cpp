@@ -188,6 +188,9 @@ void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentN
     out.booleanMember("external", reference.external);
     out.booleanMember("signed", reference.isSigned);
     out.textMember("digestMethod", reference.digestMethod.view());
+    if (!reference.found->name.empty()) {
+        out.textMember(reference.found->isPart ? "part" : "file", reference.found->name);
+    }
     out.textMember("status", statusOf(reference));
     out.integerMember("reason", static_cast<std::int64_t>(publicCode(reference.reason)));
     writeCause(out, *reference.cause);
@@ -195,6 +198,21 @@ void writeReference(JsonWriter& out, const ReferenceResult& reference, DocumentN
     writeCoverage(out, reference, names);
     writeCodes("accommodations", reference.accommodations, out);
     out.endObject();
+}
+
+void writeReferences(std::string_view name, const std::vector<ReferenceResult>& references,
+                     DocumentNames* names, JsonWriter& out) {
+    out.key(name);
+    out.beginArray();
+    for (const ReferenceResult& reference : references) {
+        // The text is cut off at the limit; going on would cost time in proportion to the
+        // references and write nothing.
+        if (!out.ok()) {
+            break;
+        }
+        writeReference(out, reference, names);
+    }
+    out.endArray();
 }
 
 // Texts of a certificate, made when a report is read.
@@ -272,8 +290,11 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
                  StringBuffer& json, const MoreMembers& more) {
     JsonWriter out(json, most);
     out.beginObject();
-    out.integerMember("index", static_cast<std::int64_t>(report.index));
+    out.integerMember("index", std::int64_t{report.firstIndex} + report.index);
     out.textMember("id", report.id.view());
+    if (!report.part.empty()) {
+        out.textMember("part", report.part);
+    }
     const bool isThere = names != nullptr && report.signatureElement != xml::kNoElement;
     out.textMember("path", isThere ? names->path(report.signatureElement) : std::string());
     out.textMember("status", report.tooLarge ? "error" : report.valid ? "valid" : "invalid");
@@ -285,17 +306,10 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     out.textMember("signatureMethod", report.signatureMethod.view());
     out.textMember("canonicalizationMethod", report.canonicalizationMethod.view());
     out.integerMember("referenceCount", report.referenceCount);
-    out.key("references");
-    out.beginArray();
-    for (const ReferenceResult& reference : report.references) {
-        // The text is cut off at the limit; going on would cost time in proportion to the
-        // references and write nothing.
-        if (!out.ok()) {
-            break;
-        }
-        writeReference(out, reference, names);
+    writeReferences("references", report.references, names, out);
+    if (!report.manifest.empty()) {
+        writeReferences("manifest", report.manifest, names, out);
     }
-    out.endArray();
     writeKeys(report.keys, out);
     out.textMember("timestamp", report.timestamp);
     if (!report.timestampTime.empty()) {
@@ -306,6 +320,14 @@ bool writeReport(const SignatureReport& report, DocumentNames* names, std::uint6
     writeCodes("warnings", report.warnings, out);
     writeCodes("accommodations", report.accommodations, out);
     writeCodes("standards", report.standards, out);
+    if (report.parts && !report.parts->missing.empty()) {
+        out.key("partsNotCovered");
+        out.beginArray();
+        for (const std::string& name : report.parts->missing) {
+            out.text(name);
+        }
+        out.endArray();
+    }
     if (more) {
         more(out);
     }
@@ -317,6 +339,8 @@ void writeTooLargeReport(const SignatureReport& report, StringBuffer& json) {
     // Only what cannot be long is taken over: the index, and the fixed reason.
     SignatureReport brief;
     brief.index = report.index;
+    brief.firstIndex = report.firstIndex;
+    brief.part = report.part;
     brief.tooLarge = true;
     brief.reason = kReportTooLarge;
     json.clear();

@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,23 @@ struct TransformReport {
 struct ReferenceText {
     StringBuffer digest; // the stored one, without white space
     std::vector<TransformReport> transforms;
+};
+
+// Where an external reference led.
+struct FoundData {
+    std::string name;     // below a folder that the caller named, or of a part; empty: given
+    bool isPart = false;  // of the package that the signature stands in
+    bool isWhole = false; // all of the part was digested
+    std::size_t part = 0; // its index
+};
+
+// Which parts of its package a valid signature covers, by their names; each list in the package's
+// order.
+struct PartCoverage {
+    std::vector<std::string> covered;
+    std::vector<std::size_t> coveredIndexes;
+    std::vector<std::string>
+        missing; // not covered, though the kind of package does not exempt them
 };
 
 // What was found out about one reference.
@@ -77,6 +95,7 @@ struct ReferenceResult {
     // (verify/complete_report.h), takes no room until then.
     text::Boxed<ReferenceText> text;
     text::Boxed<Cause> cause;
+    text::Boxed<FoundData> found; // of an external reference whose data was found by its name
     DataBuffer octets; // that were digested by the attempt that matched, else by the first; where
                        // they were asked for
 
@@ -159,6 +178,11 @@ struct SignatureReport {
     // Name of the recognised profile; empty for an ordinary document. Of static storage.
     std::string_view profile;
     std::vector<ReferenceResult> references;
+    // In a package: of the manifests that those cover, in document order; not empty only then.
+    std::vector<ReferenceResult> manifest;
+    std::string part;   // the part of a package that the signature stands in; empty outside
+    int firstIndex = 0; // number of signatures in the package's parts before that
+    std::optional<PartCoverage> parts; // filled in when a report is written, in a package
     std::vector<KeyReport> keys;
     // A key must be found for the value, for a report even where the outcome is settled before.
     bool valueWanted = false;

@@ -153,6 +153,13 @@ void warnOfReferences(SignatureReport& report) {
             report.warnings.add(warning::kReferencesNotSigned);
         }
     }
+    for (const ReferenceResult& reference : report.manifest) {
+        warnOfHash(reference.digestMethod, report);
+        allChecked = allChecked && !reference.dataMissing;
+        if (reference.dataMissing) {
+            report.warnings.add(warning::kExternalMissing);
+        }
+    }
     if (!allChecked) {
         report.warnings.add(warning::kNotAllChecked);
     }
@@ -214,7 +221,7 @@ void warnOfStructure(Document& document, SignatureReport& report) {
     if (!hasSchemaStructure(*document.structure, report.signatureElement)) {
         report.warnings.add(warning::kSignatureStructure);
     }
-    if (concernsManifest(document, report)) {
+    if (report.manifest.empty() && concernsManifest(document, report)) {
         report.warnings.add(warning::kManifestNotChecked);
     }
 }

@@ -150,6 +150,11 @@ bool coversTarget(std::string_view target, const JudgedSignature& it) {
     if (it.document == nullptr) {
         return false;
     }
+    if (target.starts_with(kPartTarget)) {
+        const std::string_view name = target.substr(kPartTarget.size());
+        return it.report.parts &&
+               std::ranges::find(it.report.parts->covered, name) != it.report.parts->covered.end();
+    }
     const xml::XmlDocument& document = *it.document->structure;
     const xml::ElementId element = elementOf(*it.document, target);
     xml::TextRange range;

@@ -65,23 +65,28 @@ bool isPathStrong(const JudgedSignature& it) {
            });
 }
 
+bool isWeak(const ReferenceResult& reference) {
+    return namesWeakHash(reference.digestMethod) ||
+           reference.accommodations.contains(accommodation::kDigestUnknownSha1);
+}
+
 // What was digested by a hash that nobody named was digested by SHA-1. A truncated HMAC has
 // half its hash and 80 bits at least, or it does not verify.
 bool isStrong(const JudgedSignature& it) {
     const KeyReport* const used = usedKey(it.report);
     return (used == nullptr || !used->weak) && isPathStrong(it) &&
            !namesWeakHash(it.report.signatureMethod) &&
-           std::ranges::none_of(it.report.references, [](const ReferenceResult& reference) {
-               return namesWeakHash(reference.digestMethod) ||
-                      reference.accommodations.contains(accommodation::kDigestUnknownSha1);
-           });
+           std::ranges::none_of(it.report.references, isWeak) &&
+           std::ranges::none_of(it.report.manifest, isWeak);
 }
 
 bool neededNoLeniency(const JudgedSignature& it) {
+    const auto isPlain = [](const ReferenceResult& reference) {
+        return reference.accommodations.codes().empty();
+    };
     return it.report.accommodations.codes().empty() &&
-           std::ranges::all_of(it.report.references, [](const ReferenceResult& reference) {
-               return reference.accommodations.codes().empty();
-           });
+           std::ranges::all_of(it.report.references, isPlain) &&
+           std::ranges::all_of(it.report.manifest, isPlain);
 }
 
 bool isAllChecked(const JudgedSignature& it) {
@@ -112,7 +117,13 @@ bool isUnambiguous(const JudgedSignature& it) {
            it.document->timeStamps.count(*it.document->structure, it.report.signatureElement) <= 1;
 }
 
-bool isCovered(const JudgedSignature& it) { return coversTarget("document", it); }
+// In a package it is the parts that have to be covered, and something must be.
+bool isCovered(const JudgedSignature& it) {
+    if (it.report.parts) {
+        return it.report.parts->missing.empty() && !it.report.parts->covered.empty();
+    }
+    return coversTarget("document", it);
+}
 
 bool isTimeStamped(const JudgedSignature& it) {
     return it.report.timestamp == "valid" &&

@@ -46,7 +46,8 @@ bool isRevocationList(ByteView der) {
 }
 
 bool isTarget(std::string_view text) noexcept {
-    return text == "document" || (text.size() > 1 && (text[0] == '#' || text[0] == '/'));
+    return text == "document" || (text.size() > 1 && (text[0] == '#' || text[0] == '/')) ||
+           (text.starts_with(kPartTarget) && text.size() > kPartTarget.size());
 }
 
 } // namespace vantrel::dsig

@@ -27,7 +27,8 @@ struct Policy {
     // One accepted signature is enough for a document, else all have to be. It is for those who sum
     // up: a signature is judged the same.
     bool oneSuffices = false;
-    // "document", "#ID", or the path of an element as reports print it; see isTarget.
+    // "document", "#ID", the path of an element as reports print it, or "part:NAME" of a package;
+    // see isTarget.
     std::vector<std::string> mustCover;
 
     // Whom certificates have to lead to. Without anchors nothing is trusted, and the report says
@@ -49,6 +50,8 @@ struct Policy {
 [[nodiscard]] bool parsePin(std::string_view text, std::string& pin);
 // Whether Policy::crls can use the list. May throw std::bad_alloc.
 [[nodiscard]] bool isRevocationList(ByteView der);
+// What the name of a part follows in such a text.
+inline constexpr std::string_view kPartTarget = "part:";
 // Whether the text is one that Policy::mustCover takes.
 [[nodiscard]] bool isTarget(std::string_view text) noexcept;
 

@@ -17,6 +17,8 @@ namespace {
 
 // A signature check in steps of kMostTrustWork.
 constexpr std::uint64_t kCheckWork = 200;
+// Of a certificate: reading all its extensions.
+constexpr std::uint64_t kCertificateWork = 2;
 constexpr std::uint64_t kListOctetsPerStep = 512;
 // RFC 5280 4.2.1.3: a key that signs documents may be for either (bits 0 and 1).
 constexpr std::uint32_t kForSignatures = 0x3;
@@ -77,7 +79,8 @@ x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     if (document != nullptr) {
         document->trustWork +=
             result.work.visits + result.work.signatureChecks * kCheckWork +
-            query.candidates.size() + query.anchors.size() +
+            kCertificateWork *
+                (query.candidates.size() + query.anchors.size() + query.alternatives.size()) +
             (octetsOf(query.crls) + octetsOf(query.ocspResponses)) / kListOctetsPerStep;
     }
     return result;
@@ -121,37 +124,6 @@ std::vector<const VantrelX509*> certificatesToJudge(const SignatureReport& repor
     return found;
 }
 
-const x509::PathProblem* limitOf(const x509::PathResult& result) {
-    const auto found = std::ranges::find(result.problems, x509::PathFault::Limit,
-                                         [](const x509::PathProblem& one) { return one.fault; });
-    return found == result.problems.end() ? nullptr : &*found;
-}
-
-// The first of the certificates that leads to an anchor; when none does, the result of the first of
-// all, with the limit that another one ran into. False then.
-bool findAnyPath(const std::vector<const VantrelX509*>& targets, const Policy& policy,
-                 x509::PathQuery query, Document* document, x509::PathResult& result) {
-    const std::uint32_t keyUsage = query.keyUsage;
-    for (const VantrelX509* const target : targets) {
-        query.target = target;
-        // Whoever names a certificate as an anchor trusts it as it is.
-        const bool isAnchor = std::ranges::any_of(
-            policy.anchors, [target](const VantrelX509* one) { return isSame(*one, *target); });
-        query.keyUsage = isAnchor ? 0 : keyUsage;
-        x509::PathResult found = findPathFor(query, document);
-        if (found.trusted || target == targets.front()) {
-            result = std::move(found);
-        } else if (const x509::PathProblem* const limit = limitOf(found);
-                   limit != nullptr && limitOf(result) == nullptr) {
-            result.problems.push_back(*limit);
-        }
-        if (result.trusted) {
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report, Document* document,
@@ -176,11 +148,14 @@ SignerTrust judgeSigner(const Policy& policy, const SignatureReport& report, Doc
                "no certificate of the key that verified is at hand");
         return trust;
     }
+    query.target = targets.front();
+    query.alternatives.assign(targets.begin() + 1, targets.end());
     // Whoever asks for strong algorithms gets a path of such where there is one.
     query.refuseWeak = policy.demands.contains(Demand::Strong);
-    if (!findAnyPath(targets, policy, query, document, trust.path) && query.refuseWeak) {
+    trust.path = findPathFor(query, document);
+    if (!trust.path.trusted && query.refuseWeak) {
         query.refuseWeak = false;
-        static_cast<void>(findAnyPath(targets, policy, query, document, trust.path));
+        trust.path = findPathFor(query, document);
     }
     if (!trust.path.trusted && !trust.material->complete()) {
         refuse(trust.path, x509::PathFault::Limit, *targets.front(),

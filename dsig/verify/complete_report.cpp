@@ -74,10 +74,12 @@ void nameStandards(SignatureReport& report) {
             addStandard(standardOfSource(key.source), report);
         }
     }
-    for (const ReferenceResult& reference : report.references) {
-        if (reference.checked &&
-            !reference.accommodations.contains(accommodation::kDigestUnknownSha1)) {
-            addStandard(standardDigest(reference.digestMethod.view()).code, report);
+    for (const std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
+        for (const ReferenceResult& reference : *list) {
+            if (reference.checked &&
+                !reference.accommodations.contains(accommodation::kDigestUnknownSha1)) {
+                addStandard(standardDigest(reference.digestMethod.view()).code, report);
+            }
         }
     }
 }
@@ -85,7 +87,12 @@ void nameStandards(SignatureReport& report) {
 // Warnings stand in the order in which they are added, behind those of the steps before.
 void warn(Document* document, SignatureReport& report) {
     warnOfHash(report.signatureMethod, report);
-    if (document != nullptr) {
+    // In a package the document is only what holds the signature; parts are what has to be covered.
+    if (report.parts) {
+        if (!report.parts->missing.empty()) {
+            report.warnings.add(warning::kPartsNotCovered);
+        }
+    } else if (document != nullptr) {
         warnOfCoverage(*document->structure, report);
     }
     warnOfReferences(report);
@@ -128,12 +135,17 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
         }
         report.signer = describeSigner(report.keys, query.keys);
     }
+    if (query.parts != nullptr) {
+        query.parts->describeCoverage(report);
+    }
     nameStandards(report);
     warn(query.document, report);
-    for (ReferenceResult& reference : report.references) {
-        // A passed limit was noted by the check.
-        if (!reference.matched() && reference.cause->empty()) {
-            reference.cause = causeOf(reference);
+    for (std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
+        for (ReferenceResult& reference : *list) {
+            // A passed limit was noted by the check.
+            if (!reference.matched() && reference.cause->empty()) {
+                reference.cause = causeOf(reference);
+            }
         }
     }
     report.cause = causeOf(report, report.valid ? KeyHints() : keyHints(query.selection));

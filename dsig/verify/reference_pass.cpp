@@ -23,8 +23,10 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
     report.references.reserve(static_cast<std::size_t>(count));
     int failures = 0;
     for (int index = 0; index < count; ++index) {
-        const ReferenceQuery reference{
-            query.document, selection, index, {query.externalData, selection.index, &dirs}};
+        const ReferenceQuery reference{query.document,
+                                       selection,
+                                       index,
+                                       {query.externalData, selection.index, &dirs, query.parts}};
         ReferenceResult result = checkReference(reference, rules, log);
         const bool failed = !result.matched();
         // Data that nobody gave can be forgiven, a digest that differs cannot.

@@ -16,6 +16,7 @@ struct ReferencePassQuery {
     ExtPtrArray* externalData;   // DSigExternalData by signature index
     const XString& externalDirs; // separated by ";"
     bool ignoreMissing;          // data that is missing is reported and not counted
+    ExternalParts* parts;        // null outside a package
 };
 
 // Checks every reference, whatever became of those before it, and reports each. False when one

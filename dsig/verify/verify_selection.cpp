@@ -295,8 +295,14 @@ bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& re
     // A digest that differs settles the outcome before a key operation is spent, and is summarised.
     if (query.checkReferences &&
         !checkAllReferences({query.document, query.selection, query.externalData,
-                             query.externalDirs, query.ignoreMissing},
+                             query.externalDirs, query.ignoreMissing, query.parts},
                             rules, report, log)) {
+        report.referencesFailed = true;
+        return true;
+    }
+    // In a package a manifest is part of what is signed (external_parts.h).
+    if (query.checkReferences && query.parts != nullptr &&
+        !query.parts->checkManifests(*query.document, query.selection, rules, report, log)) {
         report.referencesFailed = true;
         return true;
     }

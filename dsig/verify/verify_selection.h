@@ -6,6 +6,7 @@
 #include "dsig/document/rules.h"
 #include "dsig/document/selection.h"
 #include "dsig/keys/key_info.h"
+#include "dsig/reference/external_parts.h"
 #include "dsig/report/signature_report.h"
 #include "foundation/cms/_clsCades.h"
 #include "foundation/text/DataBuffer.h"
@@ -26,7 +27,8 @@ struct VerifyQuery {
     const _clsCades& cmsOptions; // of time-stamps
     const Limits& limits;
     bool checkReferences;
-    bool ignoreMissing; // external data that is missing is reported and not counted
+    bool ignoreMissing;             // external data that is missing is reported and not counted
+    ExternalParts* parts = nullptr; // the package that the signature stands in; null for none
 };
 
 // The verification of one signature (XML Signature, section 3.2): its references first, where that

@@ -62,6 +62,7 @@ Feature detect() noexcept {
     add(Feature::Sse2, true);
     add(Feature::Ssse3, hasBits(basic.c, 1U << 9));
     add(Feature::Sse41, hasSse41);
+    add(Feature::Pclmul, hasBits(basic.c, 1U << 1));
     add(Feature::Sha, hasSse41 && hasBits(extended.b, 1U << 29));
     add(Feature::Bmi2, hasBits(extended.b, (1U << 3) | (1U << 8)));
     add(Feature::Adx, hasBits(extended.b, 1U << 19));
@@ -84,7 +85,7 @@ Feature detect() noexcept { return Feature::None; }
 
 constexpr Feature kSse41Level = Feature::Sse2 | Feature::Ssse3 | Feature::Sse41;
 constexpr Feature kAvx2Level =
-    kSse41Level | Feature::Avx2 | Feature::Bmi2 | Feature::Adx | Feature::Sha;
+    kSse41Level | Feature::Avx2 | Feature::Bmi2 | Feature::Adx | Feature::Sha | Feature::Pclmul;
 constexpr Feature kAvx512Level =
     kAvx2Level | Feature::Avx512 | Feature::Avx512Ifma | Feature::Avx512Vbmi;
 
@@ -103,6 +104,7 @@ constexpr NamedFeature kFeatures[] = {
     {"bmi2", Feature::Bmi2},
     {"adx", Feature::Adx},
     {"sha", Feature::Sha},
+    {"pclmul", Feature::Pclmul},
     {"avx512", Feature::Avx512 | Feature::Avx512Ifma | Feature::Avx512Vbmi},
     {"avx512ifma", Feature::Avx512Ifma},
     {"avx512vbmi", Feature::Avx512Vbmi},

@@ -21,6 +21,7 @@ enum class Feature : std::uint32_t {
     Avx512Ifma = 1U << 7,
     Avx512Vbmi = 1U << 8, // VBMI and VBMI2
     Sse2 = 1U << 9,       // every x86-64 has it; a limit takes it away
+    Pclmul = 1U << 10,    // products without carries
 };
 
 constexpr Feature operator|(Feature a, Feature b) noexcept {

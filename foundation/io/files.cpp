@@ -1,11 +1,13 @@
 #include "foundation/io/files.h"
 
 #include "foundation/io/file_handle.h"
+#include "foundation/io/random_access.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -148,6 +150,29 @@ bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out, int& 
     if (!open(path, O_RDONLY, file, log, &systemError)) {
         out.clear();
         return false;
+    }
+    return readOrClear(file.get(), limit, out, log, &systemError);
+}
+
+bool readFileUnless(bool (*isOther)(ByteView start) noexcept, std::string_view path,
+                    std::uint32_t limit, DataBuffer& out, FileAccess& other, int& systemError,
+                    LogBase& log) {
+    FileHandle file;
+    std::array<std::uint8_t, 16> start{};
+    struct stat status {};
+    systemError = 0;
+    if (!open(path, O_RDONLY, file, log, &systemError)) {
+        out.clear();
+        return false;
+    }
+    const bool isLarge = ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                         static_cast<std::uint64_t>(status.st_size) > kLargeFile;
+    if (isLarge &&
+        ::pread(file.get(), start.data(), start.size(), 0) == static_cast<ssize_t>(start.size()) &&
+        isOther(start)) {
+        out.clear();
+        other.take(std::move(file), static_cast<std::uint64_t>(status.st_size));
+        return true;
     }
     return readOrClear(file.get(), limit, out, log, &systemError);
 }

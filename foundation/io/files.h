@@ -13,6 +13,8 @@ class LogBase;
 
 namespace io {
 
+class FileAccess;
+
 // Replaces `out` by the contents of a file, or of the standard input. Pipes and devices are read as
 // well: the name is the user's own choice. False, with an error line, when it cannot be read or
 // holds more than `limit` bytes; `out` is then empty.
@@ -22,6 +24,12 @@ namespace io {
 // system had no part in it.
 [[nodiscard]] bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out,
                             int& systemError, LogBase& log);
+// The same, but a regular file of more than kLargeFile bytes whose first bytes are `isOther` is not
+// read: `other` then has it open, and `out` is empty.
+inline constexpr std::uint64_t kLargeFile = std::uint64_t{1} << 20;
+[[nodiscard]] bool readFileUnless(bool (*isOther)(ByteView start) noexcept, std::string_view path,
+                                  std::uint32_t limit, DataBuffer& out, FileAccess& other,
+                                  int& systemError, LogBase& log);
 [[nodiscard]] bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log);
 
 // Writes a file, replacing what was there in one step: the bytes go to a new file in the same

@@ -29,7 +29,8 @@ def compile_alone(header):
     code, errors = 0, ""
     runs = [PUBLIC_FLAGS if header.startswith("include/") else FLAGS]
     if header in IN_ALL_STANDARDS:
-        runs.append([*PUBLIC_FLAGS, "-std=c++23"])
+        # C++23 by the name that older compilers have for it.
+        runs.append([*PUBLIC_FLAGS, "-std=c++2b"])
     for flags in runs:
         done = subprocess.run([COMPILER, *flags, "-x", "c++", "-"], input=source, text=True,
                               capture_output=True, check=False)

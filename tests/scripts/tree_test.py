@@ -25,6 +25,7 @@ MAY_INCLUDE = {
     "foundation/asn1": ("foundation/text",),
     "foundation/io": ("foundation/text", "foundation/base"),
     "foundation/json": ("foundation/text", "foundation/base"),
+    "foundation/zip": ("foundation/text", "foundation/cpu", "foundation/io"),
     "foundation/crypto/hash": ("foundation/text", "foundation/cpu", "foundation/io",
                                "foundation/base"),
     "foundation/crypto/mac": ("foundation/text", "foundation/cpu",
@@ -53,6 +54,7 @@ MAY_INCLUDE = {
     "dsig/html": ("dsig/document", "dsig/report", "foundation"),
     "dsig/transform": ("dsig/document", "dsig/report", "foundation"),
     "dsig/reference": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
+    "dsig/package": ("dsig/document", "dsig/report", "dsig/transform", "dsig/reference", "foundation"),
     "dsig/keys": ("dsig/document", "dsig/report", "dsig/transform", "foundation"),
     "dsig/xades": ("dsig/document", "dsig/report", "dsig/reference", "dsig/transform",
                    "dsig/keys", "foundation"),
@@ -79,7 +81,7 @@ FORBIDDEN = [
     (re.compile(r"(?<![\w.])/(wor" + r"k|tm" + r"p|roo" + r"t|hom" + r"e)/\w"), "a machine's path"),
 ]
 TEXT_SUFFIXES = {".cpp", ".h", ".py", ".sh", ".md", ".txt", ".cmake", ".vec", ".awk", ".in", ".json",
-                 ".js", ".mjs", ".ts", ".css", ".html"}
+                 ".java", ".js", ".mjs", ".ts", ".css", ".html"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 PUBLIC_INCLUDE = re.compile(r"^\s*#\s*include\s+<vantrel/([^>]+)>", re.M)

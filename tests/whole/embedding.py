@@ -25,6 +25,7 @@ def run(*command):
 def build(folder, target):
     done = run("cmake", "--build", folder, "--target", target, "-j", os.cpu_count())
     check(f"{folder.name}: {target} is built", done.returncode == 0, done.stdout[-1000:])
+    return done.returncode == 0
 
 
 with tempfile.TemporaryDirectory() as place:
@@ -43,8 +44,8 @@ with tempfile.TemporaryDirectory() as place:
         if not WHOLE:
             build(folder, "vantrel_cpu")
             continue
-        build(folder, "verify")
-        for name, code in (("invoice.xml", 0), ("invoice-tampered.xml", 1)):
+        built = build(folder, "verify")
+        for name, code in (("invoice.xml", 0), ("invoice-tampered.xml", 1)) if built else ():
             check(f"{way}: {name}", run(folder / "verify", TOP / "examples" / name).returncode == code)
 if not WHOLE:
     print("a whole program was not built; VANTREL_PACKAGES=1 asks for it")

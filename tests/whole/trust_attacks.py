@@ -236,8 +236,7 @@ def try_named_keys():
     pem = (folder / "signer.pem").read_text()
     here = {"file": str(folder / "signer.pem")}
     requests = [{"xml": named("me"), "options": {"namedKey": key, "strict": True}} for key in (
-        {"name": "me", "key": pem}, [{"name": "you", "key": pem}, {"key": here, "name": "me"}], f"me={here['file']}",
-        {"name": "me"}, {"name": "", "key": pem}, {"name": "me", "key": pem, "more": 1}, "me", {"name": "me", "name ": "a"})]
+        {"name": "me", "key": pem}, [{"name": "you", "key": pem}, {"key": here, "name": "me"}], f"me={here['file']}", {"name": "me"}, {"name": "", "key": pem}, {"name": "me", "key": pem, "more": 1}, "me", {"name": "me", "name ": "a"})]
     done = subprocess.run([TOOL, "worker"], input="".join(json.dumps(one) + "\n" for one in requests), capture_output=True,
                           text=True, check=False)
     answers = [json.loads(line) for line in done.stdout.splitlines()]

@@ -37,16 +37,16 @@ def keep(name):
         (KEEP / f"{name}.png").write_bytes(base64.b64decode(browser.picture()))
 
 
-def settled():
-    """The heading, once the check has ended."""
-    browser.until(f"{IDLE} && {HEADING}")
+def settled(name):
+    """The heading, once the check of the document that is called so has ended."""
+    browser.until(f"{IDLE} && document.getElementById('verdict').innerText.includes({json.dumps(name)})")
     return browser.evaluate(HEADING)
 
 
 def choose(path):
     browser.evaluate("document.getElementById('verdict').replaceChildren()")
     browser.choose("#file", path)
-    return settled()
+    return settled(path.name[:12])
 
 
 def pixel(x, y):
@@ -105,7 +105,7 @@ def conditions():
     pin = re.search(r"[0-9a-f]{64}", browser.evaluate("document.getElementById('signatures').innerText"))[0]
     browser.evaluate("document.getElementById('trust').open = true")
     change("demand", "strict")
-    check("strict, and nobody is named", settled() == "Valid, but not accepted", browser.evaluate("document.body.innerText"))
+    check("strict, and nobody is named", wait("Valid, but not accepted"), browser.evaluate("document.body.innerText"))
     check("says what to do", "Add a key" in browser.evaluate("document.getElementById('verdict').innerText"))
     keep("refused")
     browser.choose("#key", keys / "signer.pem")
@@ -146,7 +146,7 @@ def pasted():
                                     ("declared otherwise", re.sub(r"<\?xml.*?\?>", "<?xml version='1.0' encoding='ISO-8859-1'?>", text), "Valid")):
         browser.evaluate(f"document.getElementById('text').value = {json.dumps(document)}; document.getElementById('verdict').replaceChildren(); "
                          "document.getElementById('checkText').click()")
-        check(f"pasted text {name}", settled() == heading, browser.evaluate("document.body.innerText"))
+        check(f"pasted text {name}", settled("pasted text") == heading, browser.evaluate("document.body.innerText"))
     browser.evaluate("document.querySelector('[data-sample=\"invoice-tampered.xml\"]').click()")
     check("a sample", wait("Not valid"))
 

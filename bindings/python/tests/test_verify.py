@@ -128,6 +128,11 @@ class OptionValues(unittest.TestCase):
             self.assertNotIn("key-not-used", signature.warnings)
         self.assertIn("key-not-used", vantrel.verify(OCTETS, key=EXAMPLES / "keys/ec.pub").signatures[0].warnings)
 
+        named = re.sub(rb"<KeyInfo>.*</KeyInfo>", b"<KeyInfo><KeyName>me=1</KeyName></KeyInfo>", OCTETS, flags=re.S)
+        self.assertFalse(vantrel.verify(named))
+        for key in (SIGNER, pem, der):
+            self.assertTrue(vantrel.verify(named, named_key={"me=1": key, "you": SIGNER}, strict=True))
+
     def test_secrets(self):
         secret = SECRET.read_bytes()
         for options in ({"hmac_key": secret}, {"hmac_key_file": SECRET}, {"hmac_key_file": str(SECRET)},
@@ -180,7 +185,8 @@ class OptionValues(unittest.TestCase):
             vantrel.verify(OCTETS, anchor=root, at=datetime.datetime(2030, 1, 1))
 
     def test_every_option_of_the_library_is_here(self):
-        names = re.findall(r'^    \{"(\w+)",\s+(?:OptionKind::|\[)', (TOP / "api/option_readers.cpp").read_text(), re.M)
+        sources = "".join(path.read_text() for path in sorted((TOP / "api").glob("option*.cpp")))
+        names = re.findall(r'\{"(\w+)",\s+(?:\w*Kind::|\[)', sources)
         known = {re.sub("_(.)", lambda match: match[1].upper(), name) for name in vantrel.Options.__annotations__}
         self.assertGreater(len(names), 20)
         self.assertEqual(set(names) - known, {"log", "verbose"})

@@ -38,9 +38,12 @@ CandidateStore::CandidateStore(const PathQuery& query) {
         }
         return place;
     };
-    // The target is added first: a target that is an anchor too stays one certificate, and a path
-    // of one.
-    m_target = add(*query.target);
+    // The targets are added first: one that is an anchor too stays one certificate, and a path of
+    // one.
+    m_targets.push_back(add(*query.target));
+    for (const VantrelX509* const alternative : query.alternatives) {
+        m_targets.push_back(add(*alternative));
+    }
     for (const VantrelX509* const anchor : query.anchors) {
         add(*anchor)->isAnchor = true;
     }

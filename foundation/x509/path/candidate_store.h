@@ -29,7 +29,11 @@ public:
     CandidateStore(const CandidateStore&) = delete;
     CandidateStore& operator=(const CandidateStore&) = delete;
 
-    [[nodiscard]] const Candidate& target() const noexcept { return *m_target; }
+    [[nodiscard]] const Candidate& target() const noexcept { return *m_targets.front(); }
+    // The target and its alternatives, in their order.
+    [[nodiscard]] const std::vector<const Candidate*>& targets() const noexcept {
+        return m_targets;
+    }
 
     // Those whose subject has this key, the likely ones first: anchors, then those whose key
     // identifier is `keyId` (RFC 4158 3.5), then those that are valid at `time`.
@@ -40,7 +44,7 @@ public:
 private:
     // A deque, since the addresses of candidates must not change while it grows.
     std::deque<Candidate> m_all;
-    const Candidate* m_target = nullptr;
+    std::vector<const Candidate*> m_targets;
     // The keys are views of the subjects in m_all. Hashed, since a document may bring thousands of
     // certificates of one authority.
     std::unordered_map<std::string_view, std::vector<const Candidate*>> m_bySubject;

@@ -37,24 +37,29 @@ PathFinder::PathFinder(const PathQuery& query)
       m_responses(query, m_store, m_signatures, m_crls), m_nameChecks(query.limits.nameChecks),
       m_visitLimit(query.limits.visits) {}
 
-// Two searches at most. The strict one is all that a trusted certificate costs; the tolerant one
-// walks the same certificates again, with their signatures known by then, and stops at the first
-// whole path.
+// One strict search a target, and one tolerant. The strict ones are all that a trusted certificate
+// costs; the tolerant one walks the same certificates again, with their signatures known by then,
+// and stops at the first whole path.
 PathResult PathFinder::run() {
     const PathRules rules = readRules(m_query);
+    // The caller trusts an anchor for whatever he found it used for.
+    PathRules anchorRules = rules;
+    anchorRules.keyUsage = 0;
     PathResult result;
     result.time = m_query.time;
-    Search strict;
-    strict.rules = &rules;
-    search(m_store.target(), strict);
-    // A search that ended at a bound is not repeated: the second would end there as well.
-    if (strict.holds || strict.limited) {
-        report(strict, result);
-        return result;
+    for (const Candidate* const target : m_store.targets()) {
+        Search strict;
+        strict.rules = target->isAnchor ? &anchorRules : &rules;
+        search(*target, strict);
+        // A search that ended at a bound is not repeated: the next would end there as well.
+        if (strict.holds || strict.limited) {
+            report(strict, result);
+            return result;
+        }
     }
     // Only a failure pays for its reasons.
     Search tolerant;
-    tolerant.rules = &rules;
+    tolerant.rules = m_store.target().isAnchor ? &anchorRules : &rules;
     tolerant.mode = Mode::Tolerant;
     // The signatures already checked are remembered, so they do not count again.
     m_visitLimit = m_visits + kVisitsForReport;

@@ -25,10 +25,13 @@ struct PathLimits {
     std::size_t pathLength = 100;        // certificates of one path
 };
 
-// The question: does `target` lead to an anchor? Certificates, lists and answers belong to the
-// caller and must outlive the result.
+// The question: does `target`, or one of the alternatives, lead to an anchor? Certificates, lists
+// and answers belong to the caller and must outlive the result.
 struct PathQuery {
     const VantrelX509* target = nullptr;
+    // Other certificates of which one is enough, in the order in which they are tried; the bounds
+    // are for all together. When none has a path, the result is that of `target`.
+    std::vector<const VantrelX509*> alternatives;
     // Where they come from does not matter: a candidate is believed for its signature, not for its
     // source.
     std::vector<const VantrelX509*> candidates; // in no order; of use or not
@@ -51,7 +54,9 @@ struct PathQuery {
     std::int64_t maxRevocationAge = 0;
 
     std::vector<std::string> purposes; // dotted; one of them must be allowed; empty: not asked
-    std::uint32_t keyUsage = 0;        // bits, one of which the target must have; 0: not asked
+    // Bits, one of which the target must have; 0: not asked, as it is of no target that is itself
+    // an anchor.
+    std::uint32_t keyUsage = 0;
     // Compared with alternative names alone, never with the common name.
     std::string name; // "dns:HOST", "ip:ADDRESS" or "email:MAILBOX"; empty: any
 

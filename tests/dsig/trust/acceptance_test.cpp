@@ -133,5 +133,54 @@ TEST(SignerTrust, EndsWithTheDocumentsAccount) {
     EXPECT_EQ(last.path.problems.front().fault, x509::PathFault::Limit);
 }
 
+// Thousands of certificates of the signer's key that lead nowhere: as many are looked at as one
+// certificate may cost, and that is told.
+TEST(SignerTrust, LooksAtThousandsOfCertificatesOfOneKeyWithinBounds) {
+    LogNull log;
+    dsig::Policy policy;
+    x509::PathMaterial material;
+    std::vector<const VantrelX509*> signer;
+    ASSERT_TRUE(material.addCertificateSource(sourcePath("examples/keys/signer.pem"), signer, log));
+    ASSERT_TRUE(
+        material.addCertificateSource(sourcePath("examples/keys/root.pem"), policy.anchors, log));
+    const VantrelX509& model = *signer.front();
+    const auto serialAt =
+        static_cast<std::size_t>(model.serialNumber().data() - model.certificate().data());
+    dsig::SignatureReport report;
+    const auto addForged = [&](std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            Bytes der(model.certificate().begin(), model.certificate().end());
+            const std::size_t number = report.keys.size();
+            der[serialAt] = static_cast<std::uint8_t>(0x20 + number / 256); // of two octets
+            der[serialAt + 1] = static_cast<std::uint8_t>(number);
+            ASSERT_TRUE(
+                report.keys.emplace_back().certificate.loadX509Der(DataBuffer(ByteView(der)), log));
+        }
+        report.signer.certificate = report.keys.front().certificate;
+    };
+    const auto judge = [&] {
+        xml::ParseFailure why;
+        const dsig::Limits limits;
+        dsig::Document document(xml::XmlDocument::parse(StringBuffer("<a/>"), {}, why), limits);
+        const dsig::SignerTrust trust = dsig::judgeSigner(
+            policy, report, &document,
+            std::make_shared<const dsig::Material>(report, &document, nullptr), nullptr);
+        EXPECT_LT(document.trustWork, dsig::kMostTrustWork / 10);
+        return trust;
+    };
+    addForged(20);
+    report.keys.emplace_back().certificate = model;
+    EXPECT_TRUE(judge().path.trusted); // the last of them is the true one
+    report.keys.pop_back();
+    dsig::SignerTrust trust = judge();
+    EXPECT_FALSE(trust.path.trusted);
+    EXPECT_EQ(trust.path.problems.back().fault, x509::PathFault::BadSignature);
+    addForged(4000);
+    trust = judge();
+    EXPECT_FALSE(trust.path.trusted);
+    EXPECT_EQ(trust.path.problems.back().fault, x509::PathFault::Limit);
+    EXPECT_EQ(trust.path.work.signatureChecks, x509::PathLimits().signatureChecks);
+}
+
 } // namespace
 } // namespace vantrel::test

@@ -1,0 +1,184 @@
+#include "dsig/package/relationships.h"
+
+#include "dsig/document/child_elements.h"
+#include "dsig/package/part_xml.h"
+#include "dsig/reference/external_name.h"
+#include "foundation/text/strings.h"
+
+#include <algorithm>
+#include <set>
+
+namespace vantrel::dsig {
+
+namespace {
+
+constexpr std::string_view kNamespace =
+    "http://schemas.openxmlformats.org/package/2006/relationships";
+constexpr std::string_view kSignatureTypes =
+    "http://schemas.openxmlformats.org/package/2006/relationships/digital-signature/";
+constexpr std::string_view kFolder = "_rels/";
+constexpr std::string_view kEnding = ".rels";
+
+bool isKnownAttribute(std::string_view name) {
+    return name == "Id" || name == "Type" || name == "Target" || name == "TargetMode";
+}
+
+Relationship readOne(const ClsXml& element) {
+    Relationship one;
+    one.id = attributeOf(element, "Id");
+    one.type = attributeOf(element, "Type");
+    one.target = attributeOf(element, "Target");
+    one.isExternal = attributeOf(element, "TargetMode") == "External";
+    for (const auto& [name, value] : element.attributes()) {
+        one.isPlain = one.isPlain && (isKnownAttribute(name) || name.starts_with("xmlns"));
+    }
+    return one;
+}
+
+// Canonical XML 1.0, 2.3: attribute nodes.
+void appendAttribute(std::string_view name, std::string_view value, std::string& out) {
+    out += ' ';
+    out += name;
+    out += "=\"";
+    for (const char c : value) {
+        switch (c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '"': out += "&quot;"; break;
+        case '\t': out += "&#x9;"; break;
+        case '\n': out += "&#xA;"; break;
+        case '\r': out += "&#xD;"; break;
+        default: out += c;
+        }
+    }
+    out += '"';
+}
+
+std::string_view folderOf(std::string_view part) {
+    const std::size_t slash = part.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : part.substr(0, slash + 1);
+}
+
+} // namespace
+
+bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out, LogBase& log) {
+    const Ref<ClsXml> root = parsePart(part, log);
+    if (!root) {
+        return false;
+    }
+    if (root->localName() != "Relationships" || root->namespaceUri() != kNamespace) {
+        log.LogError("The part holds no relationships.");
+        return false;
+    }
+    std::set<std::string> ids;
+    for (const xml::ElementId child : childElements(*root)) {
+        const Ref<ClsXml> element = handleOn(*root, child);
+        if (element->localName() != "Relationship" || element->namespaceUri() != kNamespace) {
+            continue;
+        }
+        out.push_back(readOne(*element));
+        if (!ids.insert(out.back().id).second) {
+            log.LogError("Two relationships of a part have the same Id.");
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isOfSignatures(const Relationship& relationship) noexcept {
+    return std::string_view(relationship.type).starts_with(kSignatureTypes);
+}
+
+std::string relationshipsOf(std::string_view part) {
+    const std::string_view folder = folderOf(part);
+    std::string name(folder);
+    name += kFolder;
+    name += part.substr(folder.size());
+    return name += kEnding;
+}
+
+bool isRelationshipsPart(std::string_view name, std::string& source) {
+    const std::string_view folder = folderOf(name);
+    const bool isThere =
+        (folder == kFolder || folder.ends_with("/_rels/")) && name.ends_with(kEnding);
+    if (!isThere) {
+        return false;
+    }
+    source = folder.substr(0, folder.size() - kFolder.size());
+    source += name.substr(folder.size(), name.size() - folder.size() - kEnding.size());
+    return true;
+}
+
+std::string targetOf(const Relationship& relationship, std::string_view source) {
+    std::string_view uri = relationship.target;
+    std::string path;
+    if (!uri.starts_with('/')) {
+        path = folderOf(source);
+    }
+    uri = uri.substr(0, std::min(uri.find('#'), uri.size()));
+    path += nameOfUri(uri);
+    // Steps are taken one by one (RFC 3986, 5.2.4); one that leads above the top leads nowhere.
+    std::vector<std::string> steps;
+    for (std::size_t at = 0; at <= path.size();) {
+        const std::size_t end = std::min(path.find('/', at), path.size());
+        const std::string step = path.substr(at, end - at);
+        at = end + 1;
+        if (step == ".." && steps.empty()) {
+            return {};
+        }
+        if (step == "..") {
+            steps.pop_back();
+        } else if (step != "." && !step.empty()) {
+            steps.push_back(step);
+        }
+    }
+    std::string name;
+    for (const std::string& step : steps) {
+        name += (name.empty() ? "" : "/") + step;
+    }
+    return name;
+}
+
+RefReason transformRelationships(const ClsXml& transform, const DataBuffer& part, DataBuffer& out,
+                                 bool& isWhole, LogBase& log) {
+    std::vector<Relationship> all;
+    if (!readRelationships(part, all, log)) {
+        return RefReason::TransformFailed;
+    }
+    std::set<std::string> ids;
+    std::set<std::string> types;
+    for (const xml::ElementId child : childElements(transform)) {
+        const Ref<ClsXml> entry = handleOn(transform, child);
+        if (entry->localName() == "RelationshipReference") {
+            ids.insert(attributeOf(*entry, "SourceId"));
+        } else if (entry->localName() == "RelationshipsGroupReference") {
+            types.insert(attributeOf(*entry, "SourceType"));
+        } else {
+            log.LogError("A relationship transform names relationships in an unknown way.");
+            return RefReason::UnsupportedTransform;
+        }
+    }
+    // By the octets of the Ids, as UTF-8 sorts like the characters.
+    std::sort(all.begin(), all.end(),
+              [](const Relationship& one, const Relationship& other) { return one.id < other.id; });
+    std::string text = "<Relationships xmlns=\"" + std::string(kNamespace) + "\">";
+    isWhole = true;
+    for (const Relationship& one : all) {
+        if (!ids.contains(one.id) && !types.contains(one.type)) {
+            isWhole = isWhole && isOfSignatures(one);
+            continue;
+        }
+        isWhole = isWhole && one.isPlain;
+        text += "<Relationship";
+        appendAttribute("Id", one.id, text);
+        appendAttribute("Target", one.target, text);
+        appendAttribute("TargetMode", one.isExternal ? "External" : "Internal", text);
+        appendAttribute("Type", one.type, text);
+        text += "></Relationship>";
+    }
+    text += "</Relationships>";
+    out = DataBuffer(asBytes(text));
+    return RefReason::Match;
+}
+
+} // namespace vantrel::dsig
