@@ -17,13 +17,15 @@ namespace vantrel::cli {
 [[nodiscard]] bool loadDocument(const std::string& name, ClsXmlDSig& verifier,
                                 std::string& complaint);
 
-// Calls `work` with the document in a file, loaded, or with each signature document of a package
-// (`part`, empty for all). False, with the reason in `complaint`, where one cannot be read, or when
-// `work` is. `firstIndex` in the work's query is the number of signatures in the documents before.
+// A document of a file, and the number of signatures in those before it.
 struct LoadedDocument {
     ClsXmlDSig& verifier;
     int firstIndex = 0;
 };
+
+// Calls `work` with the document in a file, loaded, or with each signature document of a package
+// (`part`, empty for all). False, with the reason in `complaint`, where one cannot be read, or when
+// `work` is.
 [[nodiscard]] bool forEachDocument(
     const std::string& name, const std::string& part,
     const std::function<bool(const LoadedDocument& document, std::string& complaint)>& work,

@@ -696,6 +696,7 @@ def ebxml():
     Reasons = 1
 
     What = a block for another actor stays
+    Options = GivenRulesOnly
     Change = actor/next => actor/last
     WithReferences = false
     Reasons = 1
@@ -705,12 +706,14 @@ def ebxml():
     WithReferences = true
 
     What = a fourteenth stays
+    Options = GivenRulesOnly
     Change = <S:Header> => <S:Header><eb:Via S:actor="http://schemas.xmlsoap.org/soap/actor/next">x</eb:Via>
     WithReferences = false
     Reasons = 1
     """)
     case("ebxml/self-closing", document(f'<eb:Ack S:actor="{NEXT_MSH}"/>'), """
     What = a self-closing block has no end tag and stays, so the digest of a conforming signer fails
+    Options = GivenRulesOnly
     WithReferences = false
     WithoutReferences = true
     Reasons = 1
@@ -857,6 +860,7 @@ def xpath_shapes():
     case("xpath/unknown", enveloped(plain.replace("</r>", "@</r>"), ENVELOPED, xpath("ancestor-or-self::Sum"), INC,
                                     octets=c14n(plain)), """
     What = an expression that is not known fails, even where it would select what was signed
+    Options = GivenRulesOnly
     WithReferences = false
     WithoutReferences = false
     Reasons = 99

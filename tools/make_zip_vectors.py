@@ -77,7 +77,6 @@ class Archive:
         self.members = [dict(name=name.encode(), data=data, method=8) for name, data in members]
         self.comment = comment
         self.end = {}
-        self.between = b""
         self.before_directory = b""
 
     def bytes(self):
@@ -117,7 +116,6 @@ def changed(**values):
 def whole(**values):
     archive = Archive(("a.txt", b"first " * 20), ("b.txt", b"second " * 20),
                       comment=values.pop("comment", b""))
-    archive.between = values.pop("between", b"")
     archive.before_directory = values.pop("before_directory", b"")
     archive.end.update(values)
     return archive.bytes()

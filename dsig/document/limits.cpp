@@ -20,6 +20,9 @@ constexpr LimitEntry kTable[] = {
     {"failuresRetried", &Limits::failuresRetried,
      "References of a document that may fail before digests that do not match are no longer tried "
      "with another attribute order."},
+    {"xpathSteps", &Limits::xpathSteps,
+     "Steps of XPath expressions and of work on sets of nodes in all references of a document: "
+     "nodes visited and bytes of text compared; for large documents 32 times their size."},
     {"logOctets", &Limits::logOctets, "Octets of the log of one operation."},
     {"reportOctets", &Limits::reportOctets, "Octets of the report of one operation."},
     {"packageMembers", &Limits::packageMembers, "Members of a package, folders included."},

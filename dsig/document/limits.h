@@ -20,6 +20,7 @@ struct Limits {
     std::uint64_t transformsPerReference = 100;
     std::uint64_t transforms = 10'000;
     std::uint64_t failuresRetried = 100;
+    std::uint64_t xpathSteps = 128ULL * 1024 * 1024;
     std::uint64_t logOctets = 64ULL * 1024 * 1024;
     std::uint64_t reportOctets = 64ULL * 1024 * 1024;
     // Of packages (dsig/package), before anything in them is read.

@@ -14,6 +14,8 @@ namespace {
 constexpr std::uint64_t kLargeDocumentFactor = 64;
 constexpr std::uint64_t kLargeDocumentMost = 4ULL * 1024 * 1024 * 1024;
 constexpr std::uint64_t kAnyDocumentFactor = 16;
+// Steps of work on nodes that every document may ask for, by its octets.
+constexpr std::uint64_t kStepsFactor = 32;
 
 // Nearly every reference has these, so they say nothing about a document but its number of
 // references, and that is bounded by its size.
@@ -73,6 +75,23 @@ bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
     }
     m_spent.add({.transforms = counted});
     return true;
+}
+
+std::uint64_t WorkAccount::mostSteps() const noexcept {
+    if (m_limits.xpathSteps != Limits().xpathSteps) {
+        return m_limits.xpathSteps;
+    }
+    return std::max(m_limits.xpathSteps, kStepsFactor * m_documentOctets);
+}
+
+std::uint64_t WorkAccount::stepsLeft() const noexcept {
+    const std::uint64_t most = mostSteps();
+    return most - std::min(most, m_spent.sum().steps);
+}
+
+bool WorkAccount::takeSteps(std::uint64_t steps, bool wereEnough, LogBase& log) {
+    m_spent.add({.steps = steps});
+    return wereEnough || refuse("xpathSteps", mostSteps(), log);
 }
 
 bool WorkAccount::takeRetry(LogBase& log) {

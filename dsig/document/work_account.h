@@ -34,6 +34,10 @@ public:
     // The transforms of one reference. The first two (an enveloped signature and a
     // canonicalization, say) count for the reference only, not for the document.
     [[nodiscard]] bool takeTransforms(std::uint64_t count, LogBase& log);
+    // Steps of work on nodes. It is done within stepsLeft(), and taken afterwards; false, as for
+    // the others, where that was not enough.
+    [[nodiscard]] std::uint64_t stepsLeft() const noexcept;
+    [[nodiscard]] bool takeSteps(std::uint64_t steps, bool wereEnough, LogBase& log);
     // A digest that is to be computed again, differently, since it did not match.
     [[nodiscard]] bool takeRetry(LogBase& log);
 
@@ -52,16 +56,19 @@ private:
         std::uint64_t octets = 0;
         std::uint64_t transforms = 0;
         std::uint64_t failedReferences = 0;
+        std::uint64_t steps = 0;
 
         void operator+=(const Spent& more) noexcept {
             octets += more.octets;
             transforms += more.transforms;
             failedReferences += more.failedReferences;
+            steps += more.steps;
         }
         void operator-=(const Spent& less) noexcept {
             octets -= less.octets;
             transforms -= less.transforms;
             failedReferences -= less.failedReferences;
+            steps -= less.steps;
         }
     };
 
@@ -69,6 +76,7 @@ private:
     bool refuse(std::string_view limit, std::uint64_t most, LogBase& log);
     bool refuseForTime(LogBase& log);
     [[nodiscard]] std::uint64_t mostOctets() const noexcept;
+    [[nodiscard]] std::uint64_t mostSteps() const noexcept;
 
     std::uint64_t m_documentOctets;
     // Those of the verifier, which outlive the document.

@@ -15,12 +15,14 @@ bool coversPart(const ReferenceResult& reference) {
 
 } // namespace
 
-// A manifest is there only where a reference that matches covers it.
+// A manifest is there only where a reference that matches covers it. Where a digest alone was asked
+// for, nobody signed it as far as is known.
 void Package::describeCoverage(SignatureReport& report) const {
+    const bool vouches = report.valid && report.value == ValueCheck::Valid;
     std::vector<bool> covered(parts().size(), false);
     for (const std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
         for (const ReferenceResult& reference : *list) {
-            if (report.valid && coversPart(reference)) {
+            if (vouches && coversPart(reference)) {
                 covered[reference.found->part] = true;
             }
         }

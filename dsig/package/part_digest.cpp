@@ -101,6 +101,8 @@ private:
 RefReason Package::digestWhole(const zip::ZipMember& member, int hashAlg, ReferenceResult& result,
                                bool keepOctets, DataBuffer& digest, LogBase& log) {
     result.found.edit().isWhole = true;
+    // Whoever searches in them would not search in more; what is not kept costs no memory.
+    keepOctets = keepOctets && member.size <= m_limits.packageXmlOctets;
     Digest& kept = m_digests[{indexOf(member), hashAlg}];
     if (kept.digest.isEmpty() || keepOctets) {
         zip::ZipReader reader(m_archive, member);

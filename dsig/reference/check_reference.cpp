@@ -5,6 +5,7 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/internal_reference.h"
+#include "dsig/reference/recommended_reference.h"
 #include "dsig/reference/reference_target.h"
 #include "dsig/report/causes.h"
 #include "foundation/base/LogContextExitor.h"
@@ -53,9 +54,18 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceResult& result, L
 
 ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
     const LogContextExitor context(log, "verifyReferenceDigest");
+    const bool attrSortBug = rules.attrSortBug;
+    const bool noAttrSortRetry = rules.noAttrSortRetry;
+    const bool zatca = rules.zatca;
     ReferenceResult result = attemptReference(query, rules, log);
     if (!result.matched()) {
         retry(query, rules, result, log);
+    }
+    if (!result.matched() && matchesAsRecommended(query, result, log)) {
+        // What the attempts before found to be needed was not.
+        rules.attrSortBug = attrSortBug;
+        rules.noAttrSortRetry = noAttrSortRetry;
+        rules.zatca = zatca;
     }
     if (!result.matched() && query.document != nullptr) {
         query.document->account.noteFailedReference();

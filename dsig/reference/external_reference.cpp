@@ -7,8 +7,10 @@
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/io/_vlDataSource.h"
 #include "foundation/io/_vlFilePath.h"
+#include "foundation/xml/scan/limits.h"
 
 #include <memory>
+#include <vector>
 
 namespace vantrel::dsig {
 
@@ -16,6 +18,8 @@ namespace {
 
 // The index comes from a caller; the array grows up to it, so it has an end.
 constexpr unsigned kLastExternalIndex = 100;
+// Octets that are read from a file at once.
+constexpr std::size_t kReadSize = std::size_t{64} << 10;
 
 // Looks through the folders in their order; the first that has the file decides.
 bool findNamedFile(std::string_view fileName, const ExtPtrArraySb& dirs, XString& path,
@@ -103,6 +107,52 @@ DSigRefExternalData* givenData(const ExternalData& external, int index, bool cre
     return data;
 }
 
+namespace {
+
+// What the caller gave for this reference goes before any file of that name, whose path `found`
+// then holds, and `name` what of the URI named it. Null without either.
+const DSigRefExternalData* dataOf(const ReferenceQuery& query, const StringBuffer& uri,
+                                  DSigRefExternalData& found, std::string& name, LogBase& log) {
+    const DSigRefExternalData* const data = givenData(query.external, query.index, false, log);
+    const bool isFile =
+        data == nullptr && findExternalFile(uri, *query.external.dirs, found.m_filePath, name, log);
+    return isFile ? &found : data;
+}
+
+} // namespace
+
+bool readExternalData(const ReferenceQuery& query, const StringBuffer& uri, DataBuffer& octets,
+                      LogBase& log) {
+    DSigRefExternalData found;
+    std::string name;
+    // The parts of a package are digested by its own rules, and no file stands in for them.
+    const DSigRefExternalData* const data =
+        query.external.parts == nullptr ? dataOf(query, uri, found, name, log) : nullptr;
+    WorkAccount& account = query.document->account;
+    if (data == nullptr) {
+        return false;
+    }
+    if (!data->m_data.isEmpty()) {
+        octets = data->m_data;
+        return account.takeOctets(octets.getSize(), log);
+    }
+    _vlFileDataSource file;
+    if (!file.openDataSourceFile(data->m_filePath, log) ||
+        file.fileSize() > xml::kMaxDocumentSize || !account.takeOctets(file.fileSize(), log)) {
+        return false;
+    }
+    std::vector<std::uint8_t> room(kReadSize);
+    std::size_t count = 0;
+    do {
+        // A file that grows meanwhile is not read beyond the size that it was charged with.
+        if (!file.readSource(room, count, log) || file.octetsRead() > file.fileSize() ||
+            !octets.append(ByteView(room).first(count))) {
+            return false;
+        }
+    } while (count != 0);
+    return true;
+}
+
 void checkExternalReference(const ReferenceQuery& query, const DSigReference& reference,
                             const StringBuffer& uri, ReferenceResult& result, LogBase& log) {
     result.covers = "external";
@@ -111,13 +161,10 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
         query.external.parts->check(query, reference, uri, result, log);
         return;
     }
-    const DSigRefExternalData* data = givenData(query.external, query.index, false, log);
     DSigRefExternalData found;
-    // What the caller gave for this reference goes before any file of that name.
     std::string name;
-    if (data == nullptr &&
-        findExternalFile(uri, *query.external.dirs, found.m_filePath, name, log)) {
-        data = &found;
+    const DSigRefExternalData* const data = dataOf(query, uri, found, name, log);
+    if (data == &found) {
         result.found.edit().name = std::move(name);
     }
     if (data == nullptr) {

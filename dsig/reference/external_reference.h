@@ -15,6 +15,11 @@ namespace vantrel::dsig {
 void checkExternalReference(const ReferenceQuery& query, const DSigReference& reference,
                             const StringBuffer& uri, ReferenceResult& result, LogBase& log);
 
+// The octets of that data, charged to the document's account. False without data, where it cannot
+// be read, or where a limit is passed.
+[[nodiscard]] bool readExternalData(const ReferenceQuery& query, const StringBuffer& uri,
+                                    DataBuffer& octets, LogBase& log);
+
 } // namespace vantrel::dsig
 
 #endif

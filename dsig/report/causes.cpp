@@ -114,9 +114,9 @@ Cause causeOf(const ReferenceResult& reference) {
     }
     // Its transforms were not carried out, so the comparison says nothing.
     if (reference.reason == RefReason::Mismatch && reference.external && !reference.found->isPart &&
-        !reference.text->transforms.empty()) {
+        !reference.text->transforms.empty() && reference.standards->codes().empty()) {
         return {cause::kUnsupportedTransform,
-                "This program does not carry out transforms on external data; whether the data "
+                "The transforms on external data were not carried out; whether the data "
                 "is what was signed is not known.",
                 {},
                 {}};

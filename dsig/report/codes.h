@@ -40,6 +40,20 @@ inline constexpr std::string_view kProfileRemoval = "profile.removal";
 inline constexpr std::string_view kBase64Children = "base64.children-ignored";
 } // namespace accommodation
 
+// Constructs of the recommendations beyond the usual ones: each was processed exactly as its
+// recommendation says, after the usual way had not led to the digest.
+namespace standard {
+inline constexpr std::string_view kXPath = "xpath";                // XML Signature 1.1, 6.6.3
+inline constexpr std::string_view kXPathFilter2 = "xpath-filter2"; // XPath Filter 2.0
+inline constexpr std::string_view kC14n11 = "c14n11";              // Canonical XML 1.1
+inline constexpr std::string_view kXPointer = "xpointer";          // XML Signature 1.1, 4.4.3.3
+// A reference into the document loses its comments before any transform (the same section).
+inline constexpr std::string_view kCommentFree = "comment-free";
+inline constexpr std::string_view kExternalTransforms = "external-transforms";
+// None of these, but the transforms as they are written, without what signers leave out or add.
+inline constexpr std::string_view kPlainTransforms = "plain-transforms";
+} // namespace standard
+
 // What a caller should know of a verification besides its outcome, by its fixed word.
 namespace warning {
 // Weak hashes, of the signature method or of a digest.

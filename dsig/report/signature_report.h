@@ -91,6 +91,7 @@ struct ReferenceResult {
     StringBuffer computedDigest;
     std::uint64_t octetCount = 0;
     CodeSet accommodations;
+    text::Boxed<CodeSet> standards; // constructs beyond the usual ones that led to the digest
     // A report can have very many of these; what few need, or nobody before the report is written
     // (verify/complete_report.h), takes no room until then.
     text::Boxed<ReferenceText> text;

@@ -145,6 +145,9 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
     warn(query.document, report);
     for (std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
         for (ReferenceResult& reference : *list) {
+            for (const std::string_view code : reference.standards->codes()) {
+                report.standards.add(code);
+            }
             // A passed limit was noted by the check.
             if (!reference.matched() && reference.cause->empty()) {
                 reference.cause = causeOf(reference);

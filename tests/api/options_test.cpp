@@ -1,6 +1,10 @@
 // Options as JSON, from C++ and from C: which are refused, in which words, whatever the text.
+#include "api/option_values.h"
 #include "api/options_json.h"
 #include "bindings/c/vantrel.h"
+#include "dsig/report/refusals.h"
+#include "dsig/trust/demands.h"
+#include "foundation/text/word_lists.h"
 #include "tests/support/bytes.h"
 #include "tests/support/corpus.h"
 #include "tests/support/process.h"
@@ -94,6 +98,17 @@ TEST(OptionsJson, RefusesPoliciesThatMeanNothing) {
         EXPECT_NE(options.error().what.find(expected), std::string::npos)
             << json << ": " << options.error().what;
     }
+}
+
+// A new demand has its word among the options, and a sentence for people who are refused by it.
+TEST(OptionsJson, KnowsEveryDemand) {
+    for (const dsig::DemandEntry& entry : dsig::demandTable()) {
+        const std::string word(entry.word);
+        EXPECT_TRUE(optionsFromJson(R"({"require":")" + word + R"("})")) << word;
+        EXPECT_TRUE(api::isWordOf(api::kRequireWords, word, false)) << word;
+        EXPECT_FALSE(dsig::refusalText(entry.refusal).empty()) << word;
+    }
+    EXPECT_EQ(text::splitWords(api::kRequireWords).size(), dsig::demandTable().size());
 }
 
 // What a caller of several requests sets once, each may replace or take back.

@@ -68,8 +68,7 @@ void runManifest(const std::string& manifest, const std::string& folder, const c
 
 TEST(Corpus, XmlDsigDocuments) {
     VANTREL_NEED_CORPUS(manifest, "xmldsig/manifest.json");
-    // Its verdicts are those of the given rules; those of the recommendations have a test of their
-    // own (keys/w3c_methods_test.cpp).
+    // The verdicts of the manifest on constructs of the recommendations are those without them.
     runManifest(manifest, corpusPath("xmldsig"), "entries", "expected_status", "GivenRulesOnly");
 }
 

@@ -145,9 +145,7 @@ TEST(Truth, CoveredTextOfTheProjectsDocumentsCannotChange) {
     show("vectors", figures);
 }
 
-TEST(Truth, CoveredTextOfTheCorpusCannotChange) {
-    VANTREL_NEED_CORPUS(manifest, "xmldsig/manifest.json");
-    const std::string folder = corpusPath("xmldsig");
+void checkManifest(const std::string& manifest, const std::string& folder) {
     const json::JsonValue entries = readManifest(manifest, "entries");
     Figures figures;
     for (const json::JsonValue& entry : entries.elements()) {
@@ -161,6 +159,16 @@ TEST(Truth, CoveredTextOfTheCorpusCannotChange) {
         checkDocument(prepare, loadedText(readText(folder + "/" + path)), path, figures);
     }
     show("corpus", figures);
+}
+
+TEST(Truth, CoveredTextOfTheCorpusCannotChange) {
+    VANTREL_NEED_CORPUS(manifest, "xmldsig/manifest.json");
+    checkManifest(manifest, corpusPath("xmldsig"));
+}
+
+TEST(Truth, CoveredTextOfTheRecommendationsCannotChange) {
+    VANTREL_NEED_CORPUS(manifest, "w3c/xmldsig/manifest.json");
+    checkManifest(manifest, corpusPath("w3c/xmldsig"));
 }
 
 void checkSample(const json::JsonValue& sample, const char* list, const char* option,
