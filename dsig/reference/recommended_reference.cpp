@@ -1,6 +1,7 @@
 #include "dsig/reference/recommended_reference.h"
 
 #include "dsig/document/signed_info.h"
+#include "dsig/document/standards.h"
 #include "dsig/reference/digest_comparison.h"
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/reference_target.h"
@@ -247,13 +248,11 @@ private:
     LogBase& m_log;
 };
 
-bool isSwitchedOff(const LogBase& log) { return log.options().containsSubstring("GivenRulesOnly"); }
-
 } // namespace
 
 bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, LogBase& log) {
     // A digest of an unknown method was a guess, which nothing makes better.
-    if (query.document == nullptr || result.dataMissing || isSwitchedOff(log)) {
+    if (query.document == nullptr || result.dataMissing || !standardsApply(log)) {
         return false;
     }
     // What the usual way found wrong stays the last word of the log where this way fails as well.
@@ -265,6 +264,9 @@ bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, 
     }
     DSigReference reference;
     reference.parseReference(*element, quiet);
+    if (!reference.digestMethodIsKnown()) {
+        reference.knowStandardDigests();
+    }
     if (!reference.digestMethodIsKnown()) {
         return false;
     }
