@@ -3,6 +3,7 @@
 // manifest names has changed.
 
 #include "dsig/document/child_elements.h"
+#include "dsig/document/standards.h"
 #include "dsig/package/package.h"
 #include "dsig/reference/check_reference.h"
 #include "dsig/reference/internal_reference.h"
@@ -52,6 +53,9 @@ ReferenceResult checkOne(const ReferenceQuery& query, const ClsXml& element, Rul
     result.describe(reference.m_uri, reference.m_digestMethod);
     result.text.edit().digest = reference.m_digestValue;
     // As for references of SignedInfo, whose account these are charged to.
+    if (!reference.digestMethodIsKnown() && standardsApply(log)) {
+        reference.knowStandardDigests();
+    }
     query.document->account.noLimitPassed();
     const ReferenceTarget target = targetOf(reference.m_uri);
     if (target.kind == ReferenceTarget::Kind::External) {

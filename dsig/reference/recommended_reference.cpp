@@ -267,6 +267,9 @@ bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, 
     reference.parseReference(*element, quiet);
     reference.knowStandardDigests();
     if (!reference.digestMethodIsKnown()) {
+        reference.knowStandardDigests();
+    }
+    if (!reference.digestMethodIsKnown()) {
         return false;
     }
     WorkAccount& account = query.document->account;

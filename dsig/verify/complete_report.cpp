@@ -65,6 +65,9 @@ ReferenceText textOf(const ClsXml& element) {
 // What of the recommendations the methods and the key needed. A digest that was found by the guess
 // of SHA-1 was not read by any of them.
 void nameStandards(SignatureReport& report) {
+    if (report.givenRulesOnly) {
+        return;
+    }
     if (report.value == ValueCheck::Valid || report.value == ValueCheck::Mismatch ||
         report.value == ValueCheck::WrongKey) {
         addStandard(standardOfMethod(report.signatureMethod.view()), report);
@@ -74,10 +77,12 @@ void nameStandards(SignatureReport& report) {
             addStandard(standardOfSource(key.source), report);
         }
     }
-    for (const ReferenceResult& reference : report.references) {
-        if (reference.checked &&
-            !reference.accommodations.contains(accommodation::kDigestUnknownSha1)) {
-            addStandard(standardDigest(reference.digestMethod.view()).code, report);
+    for (const std::vector<ReferenceResult>* const list : {&report.references, &report.manifest}) {
+        for (const ReferenceResult& reference : *list) {
+            if (reference.checked &&
+                !reference.accommodations.contains(accommodation::kDigestUnknownSha1)) {
+                addStandard(standardDigest(reference.digestMethod.view()).code, report);
+            }
         }
     }
 }

@@ -194,13 +194,10 @@ public:
 
     dsig::ValueOutcome tryKeys(const std::vector<CandidateKey>& keys, std::uint64_t limit = 100) {
         m_account.begin(0);
-        return dsig::tryKeys({{.hashAlg = kHashSha256, .keyType = m_keyType},
-                              m_octets,
-                              m_hash,
-                              m_signature,
-                              m_account,
-                              limit},
-                             keys, log);
+        dsig::SignatureMethod method;
+        method.hashAlg = kHashSha256;
+        method.keyType = m_keyType;
+        return dsig::tryKeys({method, m_octets, m_hash, m_signature, m_account, limit}, keys, log);
     }
     [[nodiscard]] std::uint64_t spent() const { return m_account.spent(); }
     void alterHash() { m_hash.clear(), m_hash.append(fromHex(std::string(64, '5'))); }

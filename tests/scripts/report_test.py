@@ -106,7 +106,8 @@ def check_octets(file, signature, reference):
         expect(computed == "", f"{where}: a digest of octets that digest-input does not have")
         return
     method = reference["digestMethod"].lower()
-    name = next((name for name in HASHES if name in method), "sha1")
+    guessed = "digest.unknown-sha1" in reference["accommodations"]
+    name = "sha1" if guessed else next((name for name in HASHES if name in method), "sha1")
     digest = base64.b64encode(hashlib.new(name.replace("-", "_"), run.stdout).digest()).decode()
     expect(digest == computed, f"{where}: digest-input has {digest}, the report {computed}")
     expect(len(run.stdout) == reference["octets"], f"{where}: {len(run.stdout)} octets, {reference['octets']} told")
