@@ -52,10 +52,10 @@ ReferenceResult checkOne(const ReferenceQuery& query, const ClsXml& element, Rul
     reference.parseReference(element, log);
     result.describe(reference.m_uri, reference.m_digestMethod);
     result.text.edit().digest = reference.m_digestValue;
-    // As for references of SignedInfo, whose account these are charged to.
     if (!reference.digestMethodIsKnown() && standardsApply(log)) {
         reference.knowStandardDigests();
     }
+    // As for references of SignedInfo, whose account these are charged to.
     query.document->account.noLimitPassed();
     const ReferenceTarget target = targetOf(reference.m_uri);
     if (target.kind == ReferenceTarget::Kind::External) {
