@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds the project with its tests and runs them all. Installs what is missing where apt may be
 # used. Usage: ./test.sh [PRESET] [ctest options]; the preset is "dev" unless one is named (see
 # CMakePresets.json: debug, clang, sanitizers). The last line is "N passed, N failed, N skipped";
@@ -10,7 +11,7 @@ cd "$top" || exit 2
 preset=dev
 case ${1:-} in
 -h | --help)
-    sed -n '2,5s/^# //p' "$0"
+    sed -n '3,6s/^# //p' "$0"
     exit 0
     ;;
 '' | -*) ;;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/certificate.h"
 
 #include "api/foreign_bytes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_CERTIFICATE_H
 #define API_CERTIFICATE_H
 

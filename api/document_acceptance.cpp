@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/document_acceptance.h"
 
 #include "dsig/report/refusals.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_DOCUMENT_ACCEPTANCE_H
 #define API_DOCUMENT_ACCEPTANCE_H
 

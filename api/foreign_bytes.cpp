@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/foreign_bytes.h"
 
 #include "dsig/trust/policy.h"

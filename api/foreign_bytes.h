@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_FOREIGN_BYTES_H
 #define API_FOREIGN_BYTES_H
 

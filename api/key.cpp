@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/key.h"
 
 #include "api/read_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_KEY_H
 #define API_KEY_H
 
@@ -19,7 +20,7 @@ class Key final {
 public:
     /// What is known of one key.
     struct Facts {
-        std::string type;       ///< "RSA", "DSA", "EC"
+        std::string type;       ///< "RSA", "DSA", "EC", "EdDSA"
         unsigned bits = 0;      ///< of the modulus, the prime, the curve's field
         std::string curve;      ///< "P-256", ...; empty for other kinds
         std::string spkiSha256; ///< lower-case hexadecimal, of the SubjectPublicKeyInfo

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/make_policy.h"
 
 #include "api/trust_data.h"

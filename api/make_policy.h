@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_MAKE_POLICY_H
 #define API_MAKE_POLICY_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/option_readers.h"
 
 #include "api/option_values.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_OPTION_VALUES_H
 #define API_OPTION_VALUES_H
 

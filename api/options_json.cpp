@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/options_json.h"
 
 #include "api/make_policy.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_OPTIONS_JSON_H
 #define API_OPTIONS_JSON_H
 

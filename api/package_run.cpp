@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/package_run.h"
 
 #include "dsig/object/ClsXmlDSig.h"

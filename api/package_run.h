@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_PACKAGE_RUN_H
 #define API_PACKAGE_RUN_H
 

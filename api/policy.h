@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_POLICY_H
 #define API_POLICY_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/read_file.h"
 
 #include "foundation/base/_vlLogger.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_READ_FILE_H
 #define API_READ_FILE_H
 

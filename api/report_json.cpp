@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/report_json.h"
 
 #include "foundation/json/json_writer.h"

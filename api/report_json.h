@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_REPORT_JSON_H
 #define API_REPORT_JSON_H
 

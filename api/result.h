@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_RESULT_H
 #define API_RESULT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_SIGNATURE_INFO_H
 #define API_SIGNATURE_INFO_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/trust_anchors.h"
 
 #include "api/foreign_bytes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_TRUST_ANCHORS_H
 #define API_TRUST_ANCHORS_H
 

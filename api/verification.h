@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_VERIFICATION_H
 #define API_VERIFICATION_H
 

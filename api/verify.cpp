@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/verify.h"
 
 #include "api/document_acceptance.h"

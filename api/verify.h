@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_VERIFY_H
 #define API_VERIFY_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "api/verify_result.h"
 
 #include "api/document_acceptance.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_VERSION_H
 #define API_VERSION_H
 

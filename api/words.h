@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef API_WORDS_H
 #define API_WORDS_H
 

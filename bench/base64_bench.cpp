@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Base64 decoding against OpenSSL: one line, lines of 76 characters, and each kernel by itself.
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/base64_kernels.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """How the cost of many documents grows with their number and with processes: the figures of docs/bulk.md.
 Usage: bulk_growth.py TOOL [COUNT...]. Documents are those of the tests of bulk work, mostly of 2.5 KB."""
 

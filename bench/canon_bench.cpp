@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Canonicalization beside libxml2: reading and canonicalizing a whole document, canonicalizing a
 // document that was read before, and many elements of one document by Id.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Times `xmldsig verify` and `xmlsec1 --verify` side by side on documents made and signed for it.
 
     compare_verify.py --tool build/release/xmldsig [--sizes 1,16] [--references 1000] [--runs 5]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hash algorithms beside OpenSSL's: every kernel over long input, and the short messages of small
 // documents. "openssl" lines measure the peer with the same message.
 #include "foundation/crypto/hash/hasher.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main function of every benchmark: that of Google Benchmark, and the environment variable
 // VANTREL_CPU (foundation/cpu/cpu_features.h), which limits what the kernels may need.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A certification path of three certificates, ours beside OpenSSL's: once with the certificates at
 // hand, once from their DER. Built and validated each time; nothing is kept from one to the next
 // but what the peer keeps in its parsed certificates.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The searches over document text that profiles and transforms rest on, over documents of 1 to 16
 // MB that are made to be hard for them: time must grow with the size and no faster.
 

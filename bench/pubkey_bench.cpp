@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Signature verification, ours beside OpenSSL's, with the same keys and signatures in one run.
 // "Ready" is a key that was used before (ours has its tables then), "Once" a key that is loaded
 // and used a single time from the same numbers.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """How threads of one Python program scale: documents a second by number of threads and size of document.
 
     VANTREL_LIBRARY=build/dev/python/libvantrel.so bench/python_threads.py [--seconds 2] [--threads 1,2,4]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Documents made to turn a careless look-up of the scanner quadratic. The fitted complexity has to
 // be linear, times a logarithm where names are sorted.
 

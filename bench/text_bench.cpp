@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The text helpers that see every byte of a document, and the log of one verification.
 #include "foundation/base/_vlLogger.h"
 #include "foundation/text/strings.h"

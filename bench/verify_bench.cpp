@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole verifications in process, beside xmlsec where it is there. The documents are made here and
 // signed by xmlsec, so both sides verify the same bytes: an enveloped signature over an
 // invoice-like document of 4 KB to 16 MB, many references into one document, and many signatures in

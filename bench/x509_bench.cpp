@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Certificates and keys in DER, ours beside OpenSSL's, and look-ups in a large vault. The
 // certificates are made here, so nothing has to be read; each loop goes through many different
 // ones.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading a document (well-formedness, structure, Ids, signatures) beside libxml2's tree.
 
 #include "foundation/xml/scan/xml_document.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What reading a ZIP member costs besides its digest: every kernel of the check sum, and inflate
 // beside zlib's on the same words.
 #include "foundation/zip/crc32.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig c14n`: the canonical form of a document or of one of its elements. The octets go to
 // standard output as they are, without a line end behind them, so that their digest can be taken by
 // any other program. Several files give their forms one after the other. A document that has no

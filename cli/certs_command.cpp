@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig certs`: the certificates of KeyInfo as PEM. Which certificates these are, the library
 // says (ClsXmlDSig::GetCerts): those in X509Data, in tokens that are referred to, and none of a
 // store, since the tool gives it none here. They are not checked in any way, and one that several

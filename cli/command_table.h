@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_COMMAND_TABLE_H
 #define CLI_COMMAND_TABLE_H
 

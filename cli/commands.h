@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_COMMANDS_H
 #define CLI_COMMANDS_H
 

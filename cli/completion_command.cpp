@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig completion`: the script that makes a shell complete command lines of the tool, on
 // standard output. Commands, options, the words that an option takes and what else its value is
 // come from the table (command_table.h), so that a script is as old as the tool that wrote it and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig digest-input`: the very octets that a digest or the signature value is computed over.
 // For finding out why a digest does not match: the octets go to standard output byte for byte and
 // can be compared with those that the signer had. They are made by the steps of a verification,

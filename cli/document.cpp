@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/document.h"
 
 #include "cli/foreign_format.h"

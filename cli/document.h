@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_DOCUMENT_H
 #define CLI_DOCUMENT_H
 

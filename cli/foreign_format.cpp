@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/foreign_format.h"
 
 #include "cli/terminal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_FOREIGN_FORMAT_H
 #define CLI_FOREIGN_FORMAT_H
 

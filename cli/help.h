@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_HELP_H
 #define CLI_HELP_H
 

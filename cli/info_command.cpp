@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig info`: what a document's signatures say of themselves, nothing verified. Nothing of it
 // may be relied on: it is the document's own text, keys and names included. Exit code 1 says that
 // there is no signature.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/input.h"
 
 #include "cli/terminal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_INPUT_H
 #define CLI_INPUT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command-line tool: finds the command, reads its options, runs it. Standard output holds
 // results only, so that it can be piped on; complaints go to standard error, one line each, behind
 // "xmldsig: ", and a line "try: " where something can be mended. Scripts go by the exit codes

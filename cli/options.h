@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_OPTIONS_H
 #define CLI_OPTIONS_H
 

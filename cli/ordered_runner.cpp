@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/ordered_runner.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_ORDERED_RUNNER_H
 #define CLI_ORDERED_RUNNER_H
 

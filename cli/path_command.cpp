@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig path`: whether a certificate leads to a trust anchor, and if not, why not. The whole
 // judgement is the library's (findPath); here its query is put together from files and options.
 // Nothing is fetched: certificates, lists and responses are those that are given. Exit code 1 says

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/policy_settings.h"
 
 #include "cli/input.h"

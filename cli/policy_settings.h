@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_POLICY_SETTINGS_H
 #define CLI_POLICY_SETTINGS_H
 

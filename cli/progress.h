@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_PROGRESS_H
 #define CLI_PROGRESS_H
 

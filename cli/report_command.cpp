@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig report --html`: one file is verified as `verify` would, and the result is a page for
 // people: the verdict, the signers, and the document's text with what each signature covers. The
 // exit code is that of `verify`; a file that cannot be judged leaves no page.

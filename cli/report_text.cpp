@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/report_text.h"
 
 #include "cli/terminal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_REPORT_TEXT_H
 #define CLI_REPORT_TEXT_H
 

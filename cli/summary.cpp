@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/summary.h"
 
 #include <numeric>

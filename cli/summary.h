@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_SUMMARY_H
 #define CLI_SUMMARY_H
 

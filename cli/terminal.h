@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_TERMINAL_H
 #define CLI_TERMINAL_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_TEXT_LINES_H
 #define CLI_TEXT_LINES_H
 

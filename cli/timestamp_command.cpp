@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig timestamp`: adds an encapsulated signature time-stamp from a time-stamp authority. The
 // only command that opens a connection (https: through a program), and the only one that writes a
 // document. The signed parts stay as they are, octet for octet where they are canonicalized; what

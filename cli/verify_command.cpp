@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig verify`: every signature of every file. The files are read and verified in parallel,
 // each by a verifier of its own, and reported in the order in which they were named
 // (ordered_runner.h). Reports go to standard output; logs, and why a file could not be judged, to

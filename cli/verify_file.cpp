@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/verify_file.h"
 
 #include "cli/foreign_format.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_VERIFY_FILE_H
 #define CLI_VERIFY_FILE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/verify_settings.h"
 
 #include "cli/foreign_format.h"

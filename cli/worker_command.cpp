@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `xmldsig worker`: answers requests of another program, which so starts one process instead of one
 // a document. Requests come one a line and are worked on in parallel (ordered_runner.h); the answer
 // to each is the object that `verify --json` writes of the document, with the request's id in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/worker_request.h"
 
 #include <vantrel/DataBuffer.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef CLI_WORKER_REQUEST_H
 #define CLI_WORKER_REQUEST_H
 

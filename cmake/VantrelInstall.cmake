@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What `cmake --install` lays down: the library, its public headers (include/vantrel) with everything
 # they include, the tool with its manual page and completions, a CMake package and a pkg-config file.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Run by `cmake --install`: lays down include/vantrel/*.h, and all that these include from the tree below
 # vantrel/detail, with the include lines changed to match. So the user's include path gains one name,
 # vantrel. Variables: VANTREL_SOURCE_DIR, VANTREL_BINARY_DIR, VANTREL_INCLUDE_DIR (may be relative to

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Debian packages by cpack: libvantrel0 (the shared library), libvantrel-dev (headers, link, CMake package,
 # pkg-config file) and xmldsig (the tool with its manual page and completions). Dependencies on other
 # packages are found by dpkg-shlibdeps in what was linked.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Helpers that turn the folders of the tree into targets.
 
 if(VANTREL_INSTALL)

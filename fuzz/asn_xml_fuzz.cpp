@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ASN.1 as XML and back: an exact rendering gives the very bytes again. Input that begins with "<"
 // is taken for a rendering.
 

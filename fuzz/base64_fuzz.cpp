@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Base64: every kernel decodes as the portable one does, and what was decoded encodes back.
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The interface for C: options as JSON up to the first NUL, then a document. Handles or codes,
 // never both, and accessors that agree with each other.
 #include "bindings/c/vantrel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Canonicalization of arbitrary text. A canonical form must be well-formed and its own canonical
 // form; an element by offset must give octets of its own, too; and signatures left out while
 // walking make no difference to signatures cut out of the text.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Certificates, public keys and PEM, and every question one can ask a certificate. Its serial
 // number and issuer find it in a store.
 

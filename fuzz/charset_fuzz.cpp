@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Character sets: the first byte chooses one; what decodes is valid UTF-8 and encodes back. The
 // bytes as a document of unknown encoding, and as text to be repaired, end in valid UTF-8 as well.
 #include "foundation/text/DataBuffer.h"

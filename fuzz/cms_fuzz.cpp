@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // CMS signed data and time-stamp tokens, and the answers of authorities: loaded, verified, and
 // consistent in what they report.
 #include "foundation/cms/Pkcs7SignedData.h"

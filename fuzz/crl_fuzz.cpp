@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Revocation lists: parsed whole or not at all, and every entry of a parsed one can be read again.
 
 #include "foundation/x509/path/crl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The BER normaliser and the readers of simple values. What was normalised is DER: it is read to
 // its end and normalising it again changes nothing.
 

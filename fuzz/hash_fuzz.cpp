@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every kernel of every hash algorithm against the portable one. The first byte chooses where the
 // message, which is the rest, is cut in two.
 #include "foundation/crypto/hash/hasher.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // HTTP responses: read alike whole and byte by byte. The first byte sets the limit of the body.
 #include "foundation/io/http_response_reader.h"
 #include "foundation/io/http_url.h"

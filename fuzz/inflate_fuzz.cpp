@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compressed data: the same comes out whether it goes in whole or byte by byte, and, where zlib is
 // installed, the same as from zlib, or a fault where zlib finds one.
 #include "foundation/zip/inflate.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // JSON: what is read and written reads back as the same text; and a text that is read part by part
 // is JSON when the reader of values says so.
 #include "foundation/json/json_parts.h"

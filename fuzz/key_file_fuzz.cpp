@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files of public keys in any form: keys or a fault, never both, and no key that is empty.
 #include "foundation/keyfile/key_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every Montgomery kernel against the portable one: a modulus, a number and an exponent from the
 // input. The first byte is the modulus's share of the rest, the second byte the exponent.
 

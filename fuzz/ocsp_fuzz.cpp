@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Answers of OCSP responders: parsed whole or not at all.
 
 #include "foundation/x509/path/ocsp.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A bag of certificates and lists in PEM: the first certificate is the target and an anchor is the
 // last. Whatever they are, the work stays bounded and a trusted path ends at the anchor (or
 // at another copy of it).

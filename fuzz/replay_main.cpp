@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs one fuzz target without a fuzzing engine: over every file of the corpus folder named on the
 // command line, over truncations and deterministic mutations of each, and over random bytes. A
 // fault shows as a crash (or a sanitizer's report), after the input's name and round.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole verification of any bytes as a document: every signature, with and without its references,
 // with a key at hand, and all that is reported about it.
 #include "dsig/object/ClsXmlDSig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Archives: whatever opens can be read to its end or to a fault, in bounded memory, and what is
 // found by name is what stands in the list.
 #include "foundation/zip/zip_archive.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Compares `xmldsig c14n` with libxml2 on random documents, byte for byte.
 
     c14n_random.py --tool build/xmldsig [--count 1000] [--seed 1] [--keep DIR]

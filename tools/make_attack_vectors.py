@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes forged documents and their honest twins below tests/vectors/dsig.
 
     tools/make_attack_vectors.py [GROUP...]

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes foundation/text/charset_tables.cpp: the upper halves of the single-byte character sets.
 
 The mappings are those of Python's codecs, which follow the tables published by the Unicode

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes the signed documents below tests/vectors/dsig, each with what a verifier must say of it.
 
     tools/make_dsig_vectors.py [GROUP...]

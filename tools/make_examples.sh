@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Makes the signed documents of examples/ anew, with openssl and xmlsec1. Keys that exist in
 # examples/keys are kept; delete them to get new ones. Run it from anywhere.
 set -eu

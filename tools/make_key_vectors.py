@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Makes the certificates, key values and signed messages of tests/vectors/key_sources with openssl and
 xmlsec1; nothing of it is output of the library. Keys that exist there are kept. Run it from anywhere.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Prints the digests in tests/foundation/x509/path/prepared_names_test.cpp: of every character of a block between
 two letters, prepared as RFC 4518 has it. The rules are written down here a second time, over Python's own
 character data. Run it from the top folder:  python3 tools/make_name_digests.py

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes what a release consists of, as SPDX 2.3 in JSON: the files of the source archive with their hashes, and what
 the programs need at run time, which is the C and C++ libraries of the system. Usage: make_sbom.py ARCHIVE > FILE.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes tests/vectors/zip/*.vec: compressed data by zlib, archives by zipfile, and the same with
 one thing changed that readers see differently. Run in the top folder; the output is the same on
 every run with the same zlib."""

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Shell functions for the scripts at the top: finding out what is missing and installing it with
 # apt where that is possible. To be sourced by a POSIX shell.
 

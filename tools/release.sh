@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Makes what a release hands out, in one folder: the sources, Debian packages, the static tool, the wheel for
 # Python, what all this consists of (SPDX), and SHA-256 sums of it.
 # Usage: tools/release.sh [FOLDER]; the folder is build/release-VERSION unless one is named.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Adds up the test cases in ctest's LastTest.log: the summary lines of GoogleTest, and those of the
 # form "N passed, N failed, N skipped" of our scripts. A program that fails without naming a failed case
 # (it crashed, or ran too long) counts as one failure; one that has no summary counts as one test.

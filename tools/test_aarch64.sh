@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds the static tool for 64-bit ARM with Debian's cross compiler, runs it under qemu, and compares its
 # reports with those of this machine's tool. Installs what is missing where apt may be used.
 # The last line is "N passed, N failed".

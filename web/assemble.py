@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Puts the page together: index.html with its style, scripts, samples and the module in it, so that it
 works from a disk and from any host. Usage: assemble.py MODULE FOLDER."""
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 "use strict";
 // The page: takes a document and what the reader trusts, has a worker check it, and shows what comes
 // back. All text of documents, certificates and files becomes text nodes (`element`), never markup;

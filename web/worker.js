@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs in a worker, behind bindings/wasm/verifier.js, so that the page stays responsive and can end
 // what takes too long. First {module}; then one {task} after another, each answered step by step.
 let verifier = null;

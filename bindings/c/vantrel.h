@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef BINDINGS_C_VANTREL_H
 #define BINDINGS_C_VANTREL_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <vantrel/vantrel.h>
 #include <vantrel/verify.h>
 

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds vantrel.jar: the package vantrel for Java 11 and later, with the native library of this machine
 # in it. Usage: bindings/java/build.sh [FOLDER [LIBRARY]]
 #

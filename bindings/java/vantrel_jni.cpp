@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The native methods of vantrel.Native, over the interface for C. Nothing of Java is kept from one
 // call to the next, so that class loaders can be collected.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /** The octets of a file. */
 export type Octets = Uint8Array | ArrayBuffer;
 /** A file of keys or certificates: PEM, a JWK or an XML key value as text, base64 of DER, or its octets. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The package: the verifier of ./verifier.js with its module, which is loaded at the first call.
 import { Verifier, VerifierError } from "./verifier.js";
 

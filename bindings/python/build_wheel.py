@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Makes the wheel: the package with the shared library inside, by the standard library alone.
 
     build_wheel.py --library FILE [--output FOLDER]

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds the WebAssembly module (Emscripten) as build/wasm/vantrel.wasm, and the npm package with it in
 # build/npm. Exit code 77, with a message, where Emscripten is not installed.
 top=$(dirname "$(dirname "$(dirname "$(readlink -f "$0")")")")

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef BINDINGS_WASM_STD_RANGES_H
 #define BINDINGS_WASM_STD_RANGES_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The verifier as a WebAssembly module, called from JavaScript. The module computes and does nothing
 // else: of a system it is given the time and random numbers, and every other call for one is
 // refused. So it can read no file and send nothing, whatever a document makes it do.

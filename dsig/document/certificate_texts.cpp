@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/certificate_texts.h"
 
 #include "dsig/document/fingerprint.h"

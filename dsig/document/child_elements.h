@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_DOCUMENT_CHILD_ELEMENTS_H
 #define DSIG_DOCUMENT_CHILD_ELEMENTS_H
 

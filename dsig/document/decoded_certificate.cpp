@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/decoded_certificate.h"
 
 namespace vantrel::dsig {

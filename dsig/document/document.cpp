@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/document.h"
 
 #include "foundation/text/strings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/fingerprint.h"
 
 #include "foundation/crypto/hash/hasher.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/key_account.h"
 
 #include "foundation/crypto/dsa/DsaKeyData.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/locate_signature.h"
 
 #include "foundation/xml/scan/_vlXmlDtd.h"

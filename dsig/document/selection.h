@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_DOCUMENT_SELECTION_H
 #define DSIG_DOCUMENT_SELECTION_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/signature_structure.h"
 
 #include <cstddef>

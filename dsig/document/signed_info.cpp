@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/signed_info.h"
 
 #include "dsig/document/child_elements.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_DOCUMENT_SIGNED_INFO_H
 #define DSIG_DOCUMENT_SIGNED_INFO_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/standards.h"
 
 #include "foundation/crypto/hash/hash_ids.h"

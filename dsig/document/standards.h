@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_DOCUMENT_STANDARDS_H
 #define DSIG_DOCUMENT_STANDARDS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/token_index.h"
 
 #include "foundation/xml/tree/element_text.h"

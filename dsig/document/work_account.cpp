@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/document/work_account.h"
 
 #include "foundation/text/LogBase.h"

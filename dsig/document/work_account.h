@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_DOCUMENT_WORK_ACCOUNT_H
 #define DSIG_DOCUMENT_WORK_ACCOUNT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/budget.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Another canonicalization of the same elements, another order of attributes, or none at all. In
 // the wild the canonicalization that a signature names and the one that its signer ran differ more
 // often than anything else here: toolkits have defaults, and whoever writes the identifier by hand

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/cause_texts.h"
 
 #include "dsig/explain/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Octets of another character set than UTF-8 (Canonical XML 1.0, 2.1 allows no other), byte-order
 // marks, and characters that were written otherwise on the way to the digest. Signers that convert
 // a document to its declared encoding before they digest it are common where the language's strings

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_EXPLAIN_CODES_H
 #define DSIG_EXPLAIN_CODES_H
 

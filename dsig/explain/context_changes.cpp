@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an element inherits: namespace declarations and attributes of the prefix xml. A signer may
 // have digested the element before it was put where it stands (Canonical XML 1.0, 4.7 and 2.4).
 // Inclusive canonicalization puts all declarations in scope into the apex of what is digested. An

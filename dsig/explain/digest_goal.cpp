@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/digest_goal.h"
 
 #include "dsig/explain/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Another document or another part of it: signatures that were there or not when it was signed, a
 // document type declaration that the signer did not read, another element. What was in the document
 // when it was signed can be told apart from what is in it now only by trying: signatures are added

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/explain_failures.h"
 
 #include "dsig/document/locate_signature.h"

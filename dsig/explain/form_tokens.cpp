@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/form_tokens.h"
 
 #include "foundation/xml/scan/markup_token.h"

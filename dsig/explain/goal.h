@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_EXPLAIN_GOAL_H
 #define DSIG_EXPLAIN_GOAL_H
 

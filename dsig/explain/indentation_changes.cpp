@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines and their indentation: added or taken away by whoever prints a document for people.
 // "Pretty-printing" a signed document is the most frequent way to break its signature: XML tools
 // offer it, gateways log with it, and it looks harmless.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Letters that are written in two ways, and letters that are gone. Names of people and places carry
 // them, so that invoices, tax forms and health records fail by these where test documents never do.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/codes.h"
 #include "dsig/explain/form_tokens.h"
 #include "dsig/explain/text_changes.h"

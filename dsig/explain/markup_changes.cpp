@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Markup as serializers write it that do not canonicalize (Canonical XML 1.0, 2.3), and the content
 // of an element in place of the element. A signer that digests what its serializer writes gets the
 // right digest for simple documents and a wrong one as soon as there is an empty element, a quote

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/other_keys.h"
 
 #include "dsig/document/child_elements.h"

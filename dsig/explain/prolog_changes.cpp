@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What may stand ahead of the octets that are canonical: an XML declaration. Signers that read a
 // file and digest it as it is, or write the tree to a string and digest that, get the declaration
 // along with the rest.

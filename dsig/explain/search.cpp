@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/search.h"
 
 #include "dsig/explain/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/single_change.h"
 
 #include "dsig/explain/change.h"

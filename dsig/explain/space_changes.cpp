@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // White space between tags and in texts, but for that of whole lines (indentation_changes.cpp).
 // They are the work of XML tools that trim, of databases that normalize, and of mail programs that
 // wrap.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/text_changes.h"
 
 namespace vantrel::dsig::explain {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/explain/value_goal.h"
 
 #include "dsig/document/key_account.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/document_view.h"
 
 #include "dsig/html/escape.h"

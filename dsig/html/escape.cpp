@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/escape.h"
 
 #include "foundation/text/utf8.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_HTML_ESCAPE_H
 #define DSIG_HTML_ESCAPE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/markup.h"
 
 #include "foundation/xml/scan/markup_token.h"

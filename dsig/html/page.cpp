@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/page.h"
 
 #include "dsig/html/document_view.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/places.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/signature_card.h"
 
 #include "dsig/html/escape.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/style.h"
 
 #include "foundation/crypto/hash/_vlHash.h"

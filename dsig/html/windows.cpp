@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/windows.h"
 
 #include "dsig/html/escape.h"

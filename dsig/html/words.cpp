@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/html/words.h"
 
 #include "dsig/report/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/candidate_keys.h"
 
 #include "dsig/keys/key_info.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_KEYS_CANDIDATE_KEYS_H
 #define DSIG_KEYS_CANDIDATE_KEYS_H
 

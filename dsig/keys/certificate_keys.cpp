@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/certificate_keys.h"
 
 #include "dsig/keys/document_certificates.h"

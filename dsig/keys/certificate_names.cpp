@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/certificate_names.h"
 
 #include "dsig/keys/seen_certificates.h"

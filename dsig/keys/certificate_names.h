@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_KEYS_CERTIFICATE_NAMES_H
 #define DSIG_KEYS_CERTIFICATE_NAMES_H
 

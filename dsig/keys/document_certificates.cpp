@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/document_certificates.h"
 
 #include "dsig/keys/security_tokens.h"

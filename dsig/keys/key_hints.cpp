@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/key_hints.h"
 
 #include "dsig/document/certificate_texts.h"

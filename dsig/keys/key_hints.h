@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_KEYS_KEY_HINTS_H
 #define DSIG_KEYS_KEY_HINTS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/key_info.h"
 
 #include "dsig/document/child_elements.h"

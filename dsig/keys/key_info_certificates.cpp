@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/key_info_certificates.h"
 
 #include "dsig/keys/document_certificates.h"

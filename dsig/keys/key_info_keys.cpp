@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/key_info_keys.h"
 
 #include "dsig/keys/certificate_keys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/key_values.h"
 
 #include "foundation/text/XString.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The verifier's members that belong to keys and certificates: each hands its work to the step of
 // its name.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/known_to_caller.h"
 
 #include "foundation/crypto/dsa/DsaKeyData.h"

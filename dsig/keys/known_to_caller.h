@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_KEYS_KNOWN_TO_CALLER_H
 #define DSIG_KEYS_KNOWN_TO_CALLER_H
 

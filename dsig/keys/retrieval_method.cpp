@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/retrieval_method.h"
 
 #include "foundation/text/strings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_KEYS_RETRIEVAL_METHOD_H
 #define DSIG_KEYS_RETRIEVAL_METHOD_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/security_tokens.h"
 
 #include "foundation/base/LogContextExitor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_KEYS_SECURITY_TOKENS_H
 #define DSIG_KEYS_SECURITY_TOKENS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/seen_certificates.h"
 
 #include "foundation/text/StringBuffer.h"

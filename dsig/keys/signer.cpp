@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/signer.h"
 
 #include "dsig/document/fingerprint.h"

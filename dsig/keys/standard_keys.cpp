@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/standard_keys.h"
 
 #include "dsig/document/standards.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/keys/store_lookup.h"
 
 #include "dsig/keys/certificate_keys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/object/ClsXmlDSig.h"
 
 #include "dsig/document/document.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Canonicalization as a service of its own: text in, canonical text out.
 
 #include "dsig/object/ClsXmlDSig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The selected signature as it stands, without verifying it.
 
 #include "dsig/document/child_elements.h"

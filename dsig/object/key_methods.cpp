@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public operations on keys and certificates: those of the document, and those that the caller
 // hands over.
 

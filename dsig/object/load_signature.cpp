@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading a signed document, and choosing one of its signatures.
 
 #include "dsig/document/document.h"

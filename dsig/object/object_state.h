@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_OBJECT_OBJECT_STATE_H
 #define DSIG_OBJECT_OBJECT_STATE_H
 

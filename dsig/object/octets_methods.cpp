@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The very octets that a verification hashes, for whoever wants to see them. Looking changes
 // nothing: both work on a copy of the rules in force, and keep no report.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public operations on references: their external data, and the check of one digest.
 
 #include "dsig/object/ClsXmlDSig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an operation found out, for whoever asks afterwards.
 
 #include "dsig/document/document.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The verifier's members that read the selected signature.
 
 #include "dsig/document/signed_info.h"

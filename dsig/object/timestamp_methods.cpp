@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public operations on time-stamps.
 
 #include "dsig/object/ClsXmlDSig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public operation that verifies a signature.
 
 #include "dsig/object/ClsXmlDSig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/package/content_types.h"
 
 #include "dsig/document/child_elements.h"

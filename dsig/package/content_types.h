@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_PACKAGE_CONTENT_TYPES_H
 #define DSIG_PACKAGE_CONTENT_TYPES_H
 

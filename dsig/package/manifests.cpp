@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The manifests of signatures in packages (XML Signature 1.1, 5.1). What the standard leaves to the
 // application, these kinds of packages demand: a signature is worth nothing when a part that its
 // manifest names has changed.

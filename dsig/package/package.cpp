@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/package/package.h"
 
 #include "dsig/package/relationships.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_PACKAGE_PACKAGE_H
 #define DSIG_PACKAGE_PACKAGE_H
 

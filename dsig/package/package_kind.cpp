@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/package/package_kind.h"
 
 #include "foundation/text/DataBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which parts of its package a signature covers.
 
 #include "dsig/package/package.h"

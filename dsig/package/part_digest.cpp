@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The digest of a reference to a part of a package. Without transforms the part is streamed into
 // the hash, so that its size does not matter to memory; with them it is held as a whole, within a
 // limit. A part is digested as it is stored: unlike references into the document, nothing is

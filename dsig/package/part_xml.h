@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_PACKAGE_PART_XML_H
 #define DSIG_PACKAGE_PART_XML_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/package/relationships.h"
 
 #include "dsig/document/child_elements.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_PACKAGE_RELATIONSHIPS_H
 #define DSIG_PACKAGE_RELATIONSHIPS_H
 

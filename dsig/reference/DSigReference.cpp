@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/DSigReference.h"
 
 #include "dsig/document/standards.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/adjacent_signatures.h"
 
 #include "foundation/text/strings.h"

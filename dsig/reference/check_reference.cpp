@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/check_reference.h"
 
 #include "dsig/document/signed_info.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/digest_input.h"
 
 #include "dsig/document/child_elements.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REFERENCE_DIGEST_INPUT_H
 #define DSIG_REFERENCE_DIGEST_INPUT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/enveloped_signature.h"
 
 #include "dsig/document/locate_signature.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/external_name.h"
 
 #include "foundation/text/strings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REFERENCE_EXTERNAL_NAME_H
 #define DSIG_REFERENCE_EXTERNAL_NAME_H
 

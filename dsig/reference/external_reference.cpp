@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/reference/external_reference.h"
 
 #include "dsig/reference/digest_comparison.h"

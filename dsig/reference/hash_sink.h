@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REFERENCE_HASH_SINK_H
 #define DSIG_REFERENCE_HASH_SINK_H
 

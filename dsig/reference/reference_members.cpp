@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The verifier's members that belong to references: each hands its work to the step of its name.
 
 #include "dsig/document/signed_info.h"

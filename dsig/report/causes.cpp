@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/report/causes.h"
 
 #include "dsig/document/certificate_texts.h"

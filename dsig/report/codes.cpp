@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/report/codes.h"
 
 #include <algorithm>

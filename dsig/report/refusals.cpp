@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/report/refusals.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/report/signature_report.h"
 
 #include "dsig/document/fingerprint.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REPORT_SIGNATURE_REPORT_H
 #define DSIG_REPORT_SIGNATURE_REPORT_H
 

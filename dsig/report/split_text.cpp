@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/report/split_text.h"
 
 #include "foundation/text/strings.h"

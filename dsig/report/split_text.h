@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REPORT_SPLIT_TEXT_H
 #define DSIG_REPORT_SPLIT_TEXT_H
 

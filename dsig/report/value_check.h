@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REPORT_VALUE_CHECK_H
 #define DSIG_REPORT_VALUE_CHECK_H
 

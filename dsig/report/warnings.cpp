@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/report/warnings.h"
 
 #include "dsig/document/signature_structure.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_REPORT_WARNINGS_H
 #define DSIG_REPORT_WARNINGS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/canonicalize_step.h"
 
 #include "dsig/transform/canonicalization_method.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/capture.h"
 
 #include "foundation/text/LogBase.h"

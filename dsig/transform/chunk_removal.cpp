@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/chunk_removal.h"
 
 #include <new>

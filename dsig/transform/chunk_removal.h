@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRANSFORM_CHUNK_REMOVAL_H
 #define DSIG_TRANSFORM_CHUNK_REMOVAL_H
 

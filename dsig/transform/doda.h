@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRANSFORM_DODA_H
 #define DSIG_TRANSFORM_DODA_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ebXML messaging: header blocks addressed to the next actor are not signed.
 
 #include "dsig/transform/ebxml_fragments.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/element_map.h"
 
 #include <algorithm>

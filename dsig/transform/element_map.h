@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRANSFORM_ELEMENT_MAP_H
 #define DSIG_TRANSFORM_ELEMENT_MAP_H
 

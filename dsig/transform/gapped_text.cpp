@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/gapped_text.h"
 
 #include "foundation/text/strings.h"

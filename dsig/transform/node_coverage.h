@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRANSFORM_NODE_COVERAGE_H
 #define DSIG_TRANSFORM_NODE_COVERAGE_H
 

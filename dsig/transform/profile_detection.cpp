@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/profile_detection.h"
 
 #include "dsig/transform/profile_markers.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRANSFORM_PROFILE_STEPS_H
 #define DSIG_TRANSFORM_PROFILE_STEPS_H
 

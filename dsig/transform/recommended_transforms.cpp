@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/recommended_transforms.h"
 
 #include "dsig/transform/node_coverage.h"

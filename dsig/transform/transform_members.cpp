@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The verifier's members that belong to transforms and document profiles: each hands its work to
 // the step of its name, over a text of its own.
 

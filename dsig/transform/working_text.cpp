@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/working_text.h"
 
 #include "dsig/transform/chunk_removal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/xpath_shapes.h"
 
 #include "foundation/text/arrays.h"

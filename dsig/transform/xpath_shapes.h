@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRANSFORM_XPATH_SHAPES_H
 #define DSIG_TRANSFORM_XPATH_SHAPES_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/transform/xpath_step.h"
 
 #include "dsig/transform/chunk_removal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/trust/covered_targets.h"
 
 #include "dsig/report/coverage.h"

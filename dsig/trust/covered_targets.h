@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRUST_COVERED_TARGETS_H
 #define DSIG_TRUST_COVERED_TARGETS_H
 

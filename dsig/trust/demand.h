@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRUST_DEMAND_H
 #define DSIG_TRUST_DEMAND_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/trust/demands.h"
 
 #include "dsig/document/fingerprint.h"

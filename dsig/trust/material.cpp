@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/trust/material.h"
 
 #include "dsig/keys/document_certificates.h"

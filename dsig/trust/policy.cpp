@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/trust/policy.h"
 
 #include "dsig/trust/demands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_TRUST_POLICY_H
 #define DSIG_TRUST_POLICY_H
 

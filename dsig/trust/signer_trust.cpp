@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/trust/signer_trust.h"
 
 #include "dsig/keys/known_to_caller.h"

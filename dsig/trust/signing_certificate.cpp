@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/trust/signing_certificate.h"
 
 #include "dsig/document/child_elements.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/verify/complete_report.h"
 
 #include "dsig/document/child_elements.h"

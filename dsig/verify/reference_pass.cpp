@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/verify/reference_pass.h"
 
 #include "dsig/document/signed_info.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_VERIFY_REFERENCE_PASS_H
 #define DSIG_VERIFY_REFERENCE_PASS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/verify/report_steps.h"
 
 #include "dsig/document/signed_info.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/verify/signature_method.h"
 
 #include "dsig/document/standards.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_VERIFY_SIGNATURE_METHOD_H
 #define DSIG_VERIFY_SIGNATURE_METHOD_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/verify/signed_octets.h"
 
 #include "dsig/document/signed_info.h"

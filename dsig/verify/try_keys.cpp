@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verifying a signature value with the candidate keys, in their order.
 
 #include "dsig/verify/try_keys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/verify/verify_selection.h"
 
 #include "dsig/document/locate_signature.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_VERIFY_VERIFY_SELECTION_H
 #define DSIG_VERIFY_VERIFY_SELECTION_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/xades/add_timestamp.h"
 
 #include "dsig/document/locate_signature.h"

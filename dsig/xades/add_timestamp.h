@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_XADES_ADD_TIMESTAMP_H
 #define DSIG_XADES_ADD_TIMESTAMP_H
 

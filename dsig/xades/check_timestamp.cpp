@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/xades/check_timestamp.h"
 
 #include "dsig/transform/canonicalization_method.h"

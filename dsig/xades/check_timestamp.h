@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_XADES_CHECK_TIMESTAMP_H
 #define DSIG_XADES_CHECK_TIMESTAMP_H
 

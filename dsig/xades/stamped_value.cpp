@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/xades/stamped_value.h"
 
 #include "foundation/xml/canon/XmlCanon.h"

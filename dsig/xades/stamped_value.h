@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef DSIG_XADES_STAMPED_VALUE_H
 #define DSIG_XADES_STAMPED_VALUE_H
 

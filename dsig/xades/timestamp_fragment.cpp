@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsig/xades/timestamp_fragment.h"
 
 #include "dsig/xades/timestamp_identifiers.h"

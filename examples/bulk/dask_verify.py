@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Verifies the files of a list on a Dask cluster, a worker process a partition.
 Usage: dask_verify.py [--scheduler ADDRESS] [--workers N] [--partition N] LIST FOLDER
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Verifies documents from a Redis stream, in any number of consumers of one group.
 Usage: redis_verify.py feed FILE...
        redis_verify.py consume [--name NAME] [--until-empty]

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Verifies one share of a list of files: for Kubernetes (job.yaml), arrays of batch systems, or a loop.
 # Usage: shard.sh LIST SHARES INDEX FOLDER [options of xmldsig verify]
 #

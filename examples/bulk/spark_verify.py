@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Verifies the documents of a table with Spark, a worker process a task.
 Usage: spark-submit --py-files worker.py spark_verify.py TABLE FOLDER
 

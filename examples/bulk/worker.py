@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Documents through one `xmldsig worker`, for programs that have many. Copy it; it needs nothing but Python.
 
     for name, answer in Worker().answers(documents):

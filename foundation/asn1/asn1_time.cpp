@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/asn1/asn1_time.h"
 
 #include <cstddef>

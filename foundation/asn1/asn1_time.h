@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ASN1_ASN1_TIME_H
 #define FOUNDATION_ASN1_ASN1_TIME_H
 

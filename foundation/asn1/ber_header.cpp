@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/asn1/ber_header.h"
 
 namespace vantrel::asn1 {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ASN1_DER_READER_H
 #define FOUNDATION_ASN1_DER_READER_H
 

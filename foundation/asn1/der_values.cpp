@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/asn1/der_values.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ASN1_DER_VALUES_H
 #define FOUNDATION_ASN1_DER_VALUES_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/asn1/der_writer.h"
 
 #include "foundation/asn1/der_values.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ASN1_DER_WRITER_H
 #define FOUNDATION_ASN1_DER_WRITER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/asn1/oid.h"
 
 #include <algorithm>

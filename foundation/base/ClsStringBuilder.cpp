@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/base/ClsStringBuilder.h"
 
 #include "foundation/base/CritSecExitor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/base/MethodFrame.h"
 
 namespace vantrel {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/base/_vlLogger.h"
 
 #include "foundation/text/strings.h"

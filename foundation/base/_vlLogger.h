@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_BASE_VLLOGGER_H
 #define FOUNDATION_BASE_VLLOGGER_H
 

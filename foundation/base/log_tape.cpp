@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/base/log_tape.h"
 
 #include "foundation/text/strings.h"

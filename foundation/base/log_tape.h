@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_BASE_LOG_TAPE_H
 #define FOUNDATION_BASE_LOG_TAPE_H
 

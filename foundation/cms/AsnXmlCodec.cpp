@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/AsnXmlCodec.h"
 
 #include "foundation/asn1/ber_normalize.h"

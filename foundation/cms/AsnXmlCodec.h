@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CMS_ASNXMLCODEC_H
 #define FOUNDATION_CMS_ASNXMLCODEC_H
 

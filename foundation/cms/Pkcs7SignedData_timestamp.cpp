@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requesting a time-stamp token from an authority (RFC 3161).
 
 #include "foundation/asn1/ber_normalize.h"

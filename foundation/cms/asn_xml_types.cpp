@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/asn_xml_types.h"
 
 namespace vantrel::cms {

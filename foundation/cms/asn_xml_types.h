@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CMS_ASN_XML_TYPES_H
 #define FOUNDATION_CMS_ASN_XML_TYPES_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CMS_ASN_XML_VALUES_H
 #define FOUNDATION_CMS_ASN_XML_VALUES_H
 

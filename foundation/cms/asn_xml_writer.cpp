@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/asn_xml_writer.h"
 
 #include "foundation/asn1/ber_header.h"

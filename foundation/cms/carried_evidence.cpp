@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/carried_evidence.h"
 
 #include "foundation/asn1/der_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/certificate_path.h"
 
 #include "foundation/cms/certificate_source.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/names.h"
 
 #include "foundation/text/LogBase.h"

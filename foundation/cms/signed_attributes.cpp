@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/signed_attributes.h"
 
 #include "foundation/asn1/der_reader.h"

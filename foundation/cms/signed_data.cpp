@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/signed_data.h"
 
 #include "foundation/asn1/der_reader.h"

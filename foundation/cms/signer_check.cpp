@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/signer_check.h"
 
 #include "foundation/cms/certificate_source.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CMS_SIGNER_CHECK_H
 #define FOUNDATION_CMS_SIGNER_CHECK_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/signing_certificate.h"
 
 #include "foundation/asn1/der_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/timestamp_request.h"
 
 #include "foundation/asn1/der_writer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading the answer of a time-stamp authority.
 
 #include "foundation/asn1/der_reader.h"

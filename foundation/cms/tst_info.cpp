@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cms/tst_info.h"
 
 #include "foundation/asn1/asn1_time.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CMS_TST_INFO_H
 #define FOUNDATION_CMS_TST_INFO_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cpu/cpu_features.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CPU_CPU_FEATURES_H
 #define FOUNDATION_CPU_CPU_FEATURES_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CPU_KERNEL_LIST_H
 #define FOUNDATION_CPU_KERNEL_LIST_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_IO_CLSHTTP_H
 #define FOUNDATION_IO_CLSHTTP_H
 

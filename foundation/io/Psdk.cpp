@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/Psdk.h"
 
 #include <chrono>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/_vlDataSource.h"
 
 #include "foundation/io/file_handle.h"

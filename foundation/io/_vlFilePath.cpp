@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/_vlFilePath.h"
 
 #include "foundation/text/LogBase.h"

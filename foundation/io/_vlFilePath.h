@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_IO_VLFILEPATH_H
 #define FOUNDATION_IO_VLFILEPATH_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/directory.h"
 
 #include "foundation/text/LogBase.h"

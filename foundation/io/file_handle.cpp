@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/file_handle.h"
 
 #include "foundation/text/LogBase.h"

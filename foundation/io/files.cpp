@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/files.h"
 
 #include "foundation/io/file_handle.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/host_lookup.h"
 
 #include <condition_variable>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_IO_HOST_LOOKUP_H
 #define FOUNDATION_IO_HOST_LOOKUP_H
 

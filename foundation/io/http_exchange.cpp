@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/http_exchange.h"
 
 #include "foundation/io/deadline.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_IO_HTTP_EXCHANGE_H
 #define FOUNDATION_IO_HTTP_EXCHANGE_H
 

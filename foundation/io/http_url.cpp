@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/http_url.h"
 
 #include "foundation/text/strings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/huge_pages.h"
 
 #include "foundation/text/block_memory.h"

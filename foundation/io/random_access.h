@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_IO_RANDOM_ACCESS_H
 #define FOUNDATION_IO_RANDOM_ACCESS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/tcp_connection.h"
 
 #include <cerrno>

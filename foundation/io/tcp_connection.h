@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_IO_TCP_CONNECTION_H
 #define FOUNDATION_IO_TCP_CONNECTION_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/transport_program.h"
 
 #include "foundation/io/deadline.h"

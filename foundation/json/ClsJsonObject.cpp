@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/json/ClsJsonObject.h"
 
 #include "foundation/base/CritSecExitor.h"

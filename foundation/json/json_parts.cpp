@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/json/json_parts.h"
 
 #include "foundation/text/utf8.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/json/json_tokens.h"
 
 #include "foundation/text/StringBuffer.h"

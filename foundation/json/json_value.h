@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_JSON_JSON_VALUE_H
 #define FOUNDATION_JSON_JSON_VALUE_H
 

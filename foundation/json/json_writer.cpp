@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/json/json_writer.h"
 
 #include "foundation/json/json_value.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/keyfile/jwk.h"
 
 #include "foundation/crypto/ecc/EccVerifier.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_KEYFILE_JWK_H
 #define FOUNDATION_KEYFILE_JWK_H
 

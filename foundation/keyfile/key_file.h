@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_KEYFILE_KEY_FILE_H
 #define FOUNDATION_KEYFILE_KEY_FILE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The encoding of an XML document.
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"

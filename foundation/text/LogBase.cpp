@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/LogBase.h"
 
 #include "foundation/text/DataBuffer.h"

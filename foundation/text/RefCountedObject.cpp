@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/RefCountedObject.h"
 
 namespace vantrel {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/StringBuffer.h"
 
 #include "foundation/text/DataBuffer.h"

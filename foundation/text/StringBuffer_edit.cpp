@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The operations of StringBuffer that cut, replace and divide. Each leaves the storage shared when
 // there is nothing to change.
 #include "foundation/text/StringBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Character sets and number systems of XString.
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"

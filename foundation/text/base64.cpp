@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Base64 decoding: the kernels take what is regular, the group reader here whatever is left.
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/base64_kernels.h"
 #include "foundation/text/strings.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/base64_x86.h"
 
 #include "foundation/text/base64_kernels.h"

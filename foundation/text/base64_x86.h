@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_TEXT_BASE64_X86_H
 #define FOUNDATION_TEXT_BASE64_X86_H
 

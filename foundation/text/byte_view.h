@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_TEXT_BYTE_VIEW_H
 #define FOUNDATION_TEXT_BYTE_VIEW_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Made by tools/make_charset_tables.py; not edited by hand.
 #include "foundation/text/charset_tables.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/multi_search.h"
 
 #include "foundation/text/multi_search_kernels.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/name_preparation.h"
 
 #include "foundation/text/composed_letters.h"

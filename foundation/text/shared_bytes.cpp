@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/shared_bytes.h"
 
 #include "foundation/text/block_memory.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_TEXT_SHARED_BYTES_H
 #define FOUNDATION_TEXT_SHARED_BYTES_H
 

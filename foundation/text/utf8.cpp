@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/utf8.h"
 
 #include "foundation/text/utf8_kernels.h"

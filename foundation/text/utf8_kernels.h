@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_TEXT_UTF8_KERNELS_H
 #define FOUNDATION_TEXT_UTF8_KERNELS_H
 

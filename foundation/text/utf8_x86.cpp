@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/utf8_kernels.h"
 
 #if defined(__x86_64__)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/xml_declaration.h"
 
 #include "foundation/text/strings.h"

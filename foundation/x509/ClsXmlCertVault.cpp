@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/ClsXmlCertVault.h"
 
 #include "foundation/base/ClsBinData.h"

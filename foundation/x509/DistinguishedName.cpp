@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/DistinguishedName.h"
 
 #include "foundation/text/LogBase.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/StringHashSet.h"
 
 #include "foundation/text/StringBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/SystemCerts.h"
 
 #include "foundation/text/DataBuffer.h"

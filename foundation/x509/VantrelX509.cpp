@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/VantrelX509.h"
 
 #include "foundation/asn1/ber_normalize.h"

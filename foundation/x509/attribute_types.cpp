@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/attribute_types.h"
 
 #include "foundation/asn1/oid.h"

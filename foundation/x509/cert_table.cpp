@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/cert_table.h"
 
 #include "foundation/crypto/hash/hash_ids.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/hash_index.h"
 
 namespace vantrel::x509 {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_X509_HASH_INDEX_H
 #define FOUNDATION_X509_HASH_INDEX_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/name_match.h"
 
 #include "foundation/x509/attribute_types.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/name_reader.h"
 
 #include "foundation/text/utf8.h"

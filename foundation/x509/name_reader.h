@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_X509_NAME_READER_H
 #define FOUNDATION_X509_NAME_READER_H
 

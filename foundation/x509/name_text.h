@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_X509_NAME_TEXT_H
 #define FOUNDATION_X509_NAME_TEXT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/pem.h"
 
 namespace vantrel::x509 {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_X509_PEM_H
 #define FOUNDATION_X509_PEM_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/serial_number.h"
 
 #include "foundation/asn1/der_values.h"

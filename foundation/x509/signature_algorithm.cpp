@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/signature_algorithm.h"
 
 #include "foundation/asn1/der_reader.h"

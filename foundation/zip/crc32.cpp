@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/zip/crc32.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ZIP_CRC32_H
 #define FOUNDATION_ZIP_CRC32_H
 

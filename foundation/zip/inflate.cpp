@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/zip/inflate.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/zip/inflate_table.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ZIP_INFLATE_TABLE_H
 #define FOUNDATION_ZIP_INFLATE_TABLE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/zip/zip_archive.h"
 
 #include "foundation/zip/zip_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_ZIP_ZIP_READER_H
 #define FOUNDATION_ZIP_ZIP_READER_H
 

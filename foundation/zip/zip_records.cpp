@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/zip/zip_records.h"
 
 // Numbers are put together byte by byte, so that neither alignment nor the machine's byte order

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef INCLUDE_VANTREL_DATABUFFER_H
 #define INCLUDE_VANTREL_DATABUFFER_H
 

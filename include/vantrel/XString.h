@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef INCLUDE_VANTREL_XSTRING_H
 #define INCLUDE_VANTREL_XSTRING_H
 

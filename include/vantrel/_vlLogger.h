@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef INCLUDE_VANTREL_VLLOGGER_H
 #define INCLUDE_VANTREL_VLLOGGER_H
 

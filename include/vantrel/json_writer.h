@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef INCLUDE_VANTREL_JSON_WRITER_H
 #define INCLUDE_VANTREL_JSON_WRITER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef INCLUDE_VANTREL_REPORT_JSON_H
 #define INCLUDE_VANTREL_REPORT_JSON_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef INCLUDE_VANTREL_WORD_LISTS_H
 #define INCLUDE_VANTREL_WORD_LISTS_H
 

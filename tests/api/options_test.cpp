@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Options as JSON, from C++ and from C: which are refused, in which words, whatever the text.
 #include "api/option_values.h"
 #include "api/options_json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The typed interface against the tool, which reports what the same steps find out, and against
 // what it promises: what is true, what is an error, what begins anew.
 #include "api/verify.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tool says of itself, in every form, and what its parser takes are the same.
 
 #include "tests/support/corpus.h"

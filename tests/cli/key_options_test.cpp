@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tool does with keys and certificates, of the document and of the command line.
 
 #include "tests/support/corpus.h"

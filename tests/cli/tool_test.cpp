@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/json/json_value.h"
 #include "tests/support/corpus.h"
 #include "tests/support/process.h"

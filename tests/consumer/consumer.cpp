@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verifies the first signature of a document with the class below the typed interface.
 #include <vantrel/ClsXmlDSig.h>
 

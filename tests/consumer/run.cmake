@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installs the build tree BUILD into a folder of its own, its headers in a folder with a name of their own,
 # and builds the consumers against it, once with find_package and once with pkg-config where that is
 # installed. Run with cmake -P; variables: BUILD, SOURCE, COMPILER, FLAGS, GENERATOR.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Asks for a time-stamp through a transport of the program's own, with what an installed library
 // offers. The transport stands for an authority that refuses, so nothing is to be signed by it.
 #include <vantrel/ClsHttp.h>

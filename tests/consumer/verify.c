@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Verifies a document with the interface for C: the sample of docs/api.md, as a user would build
  * it. */
 #include <vantrel/vantrel.h>

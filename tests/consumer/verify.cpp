@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verifies a document with the typed interface, as a user would build it.
 #include <vantrel/verify.h>
 

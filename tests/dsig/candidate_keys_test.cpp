@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Candidate keys and the check of a signature value, over values and without the verifier.
 
 #include "dsig/keys/candidate_keys.h"

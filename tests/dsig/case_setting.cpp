@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/dsig/case_setting.h"
 
 #include "foundation/base/ClsBinData.h"

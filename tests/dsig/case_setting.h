@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_DSIG_CASE_SETTING_H
 #define TESTS_DSIG_CASE_SETTING_H
 

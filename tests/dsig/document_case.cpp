@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/dsig/document_case.h"
 
 #include "dsig/reference/DSigReference.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_DSIG_DOCUMENT_CASE_H
 #define TESTS_DSIG_DOCUMENT_CASE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole documents with all that a verifier must say of them: verdicts with and without the
 // references, reasons, log lines, accommodations. One folder of tests/vectors/dsig each.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The work that a document makes: counted, so that it fails on any machine when it stops growing
 // with the document alone; and the limits that end it.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // References to data outside the document: supplied by the caller, or found in directories out of
 // which no name may lead.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Signatures made by an independent signer, over all methods, canonicalizations and forms: they
 // verify, and with one byte changed anywhere that counts they do not.
 

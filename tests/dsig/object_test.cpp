@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object itself: its ways of loading, what it says of references, canonicalization as a
 // service, several threads, and what one signature's verification leaves to the next.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The searches over serialized text that profiles and transforms rest on, at their edges.
 
 #include "dsig/keys/certificate_names.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Compiles by itself every header of the product and of the test support that no source of its own includes
 first; those that one does are compiled so by the preset clang, which has no precompiled headers there.
 Usage: headers_test.py COMPILER [TOP]. Ends with "N passed, N failed"."""

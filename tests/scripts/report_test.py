@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Holds the reports of xmldsig against docs/report.schema.json and docs/report.md.
 
     report_test.py TOOL

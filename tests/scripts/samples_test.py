@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Compiles the samples of README.md and docs against the library; whole programs verify a document, too.
 Samples in Python that use the package run in a copy of the examples, with the shared library SHARED ("-": they are
 passed over). Usage: samples_test.py CXX CC LIBRARY SHARED [FLAGS...]. Ends with "N passed, N failed"."""

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The shared library: exports its interface and nothing else, and serves programs of all its kinds.
 Usage: shared_test.py CXX CC LIBRARY [FLAGS...]. Ends with "N passed, N failed"."""
 

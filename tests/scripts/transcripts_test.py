@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Runs the commands that the documents show and compares what they print with what is shown there: blocks
 ```console of README.md, docs and examples. A line "..." stands for any lines, "..." in a line for any text.
 Usage: transcripts_test.py TOOL. Exits with 77 where openssl is absent; else ends with "N passed, N failed"."""

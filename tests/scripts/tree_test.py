@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Checks of the source tree that no compiler makes: who includes whom, guards, log texts written
 once, words that stay out. Run from anywhere: tree_test.py [TOP]. Ends with "N passed, N failed"."""
 
@@ -151,6 +152,12 @@ def guard_problems():
             yield f"{name}: the guard is not {guard}"
 
 
+def licence_problems():
+    for path, name in tree_files(CODE_FOLDERS, {".h", ".cpp", ".c", ".py", ".java"}):
+        if "vectors/" not in name and "SPDX-License-Identifier: MIT" not in path.read_text()[:200]:
+            yield f"{name}: the first lines do not name the licence"
+
+
 def log_text_problems():
     places = {}
     for path, name in tree_files(PRODUCT_FOLDERS, {".cpp", ".h"}):
@@ -187,6 +194,7 @@ def ascii_problems():
 
 check("includes", include_problems())
 check("include guards", guard_problems())
+check("licences", licence_problems())
 check("log texts occur once", log_text_problems())
 check("words that stay out", word_problems())
 check("ASCII sources", ascii_problems())

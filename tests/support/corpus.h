@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_SUPPORT_CORPUS_H
 #define TESTS_SUPPORT_CORPUS_H
 

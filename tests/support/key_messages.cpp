@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/key_messages.h"
 
 #include "tests/support/bytes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_SUPPORT_LIVE_OBJECTS_H
 #define TESTS_SUPPORT_LIVE_OBJECTS_H
 

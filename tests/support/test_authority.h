@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_SUPPORT_TEST_AUTHORITY_H
 #define TESTS_SUPPORT_TEST_AUTHORITY_H
 

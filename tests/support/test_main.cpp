@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main function of every test program. Beside the options of GoogleTest it takes
 //     --force-kernel=LIMIT    what kernels may need, in the words of cpu::parseLimit ("portable")
 // and the environment variable VANTREL_CPU with the same words; the option goes on top of it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/vectors.h"
 
 #include "tests/support/corpus.h"

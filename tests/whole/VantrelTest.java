@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.io.ObjectInputStream;

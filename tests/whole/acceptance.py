@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Whom and what `xmldsig verify` accepts: documents signed here, under certificates, revocation lists
 and time-stamps that openssl makes here, each judged by several policies. Usage: acceptance.py TOOL.
 Exits with 77 where openssl is absent; else ends with "N passed, N failed"."""

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Certificates, revocation lists, answers, time-stamps and signed notes that openssl makes on the spot, in a
 folder that goes when the program ends, and what `xmldsig verify` says of them. For programs of checks whose
 first argument is the tool; they end with 77 where openssl is absent."""

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A headless chromium, driven through its debugging pipe (Chrome DevTools Protocol): messages are JSON, each ended by
 a NUL, on the descriptors 3 and 4 of the browser."""
 

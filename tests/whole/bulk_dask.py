@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """examples/bulk/dask_verify.py on a local Dask cluster: right with 1, 2 and 4 processes, and when one of them is killed.
 Usage: bulk_dask.py TOOL [COUNT]. Exits with 77 without distributed; else ends with "N passed, N failed"."""
 

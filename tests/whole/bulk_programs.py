@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """examples/bulk/worker.py under all that happens to processes, shard.sh, and the commands of docs/bulk.md as they stand there.
 Usage: bulk_programs.py TOOL [COUNT]. Commands whose programs are absent are skipped. Ends with "N passed, N failed"."""
 

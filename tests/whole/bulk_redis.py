@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """examples/bulk/redis_verify.py with a Redis server of its own: a group of consumers, one of which is killed.
 Usage: bulk_redis.py TOOL [COUNT]. Exits with 77 without redis-server or the client; else ends with "N passed, N failed"."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The account of a program of checks."""
 
 import sys

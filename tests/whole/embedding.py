@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The library within another project, by add_subdirectory and by FetchContent: it changes nothing of the project,
 installs nothing, and compiles there. Usage: embedding.py COMPILER GENERATOR.
 

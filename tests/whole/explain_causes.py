@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Documents with one true cause of failure each, signed by a faulty procedure or damaged after signing,
 and what `xmldsig explain` names. At least 95 in 100 must be named, and none by another name.
 Usage: explain_causes.py TOOL [--seed N] [--count N] [--keep FOLDER]. Exits with 77 where openssl is

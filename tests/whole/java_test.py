@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """bindings/java: builds the jar, runs VantrelTest.java with the checks of the Java Native Interface, and the samples of
 docs/java.md. Usage: java_test.py TOOL LIBRARY CXX. Exits with 77 without a JDK; else ends with "N passed, N failed"."""
 

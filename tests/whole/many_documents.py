@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the tests of bulk work share: many documents, and whether each has one right report."""
 
 import importlib.util

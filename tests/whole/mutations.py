@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Seeded changes to signed documents: the means by which forgers make a verifier and another reader see
 different documents. A change takes the text (UTF-8), a generator of choices and the stretches that the
 digests leave out; it gives the changed text, or None where it does not apply."""

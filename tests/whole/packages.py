@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The Debian packages: made by cpack, installed in a root folder that has the C and C++ libraries and nothing else,
 used there, and removed. Usage: packages.py BUILD SHARED_LIBRARY COMPILER C_COMPILER GENERATOR. Exits with 77 where nobody
 is root or dpkg is missing."""

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Signatures with constructs of the recommendations beyond the usual ones, made here over octets that are written out by
 hand: recommendations.py TOOL. Each verifies and says what it needed and covers; changed in what is covered, or with the
 word that switches this off, it does not. Ends with "N passed, N failed"."""

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Reads the pages of `xmldsig report --html` as a browser does. Usage: report_page.py TOOL.
 
 Of every document of the examples and of tests/vectors/dsig, and of hostile ones: the page has no

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Two builds of the tool say the same of every document of the tests and the examples.
 Usage: same_reports.py TOOL OTHER_COMMAND..."""
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Compares what other readers see in signed documents with what `xmldsig` digested.
 
     second_reader.py TOOL [--mutants N] [--seed N] [--only TEXT] [--every N] [--keep FOLDER]

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The static tool, alone in an otherwise empty root folder, as tools/docker/Dockerfile puts it.
 Usage: static_tool.py TOOL STATIC_TOOL. Exits with 77 where nobody may change the root folder."""
 

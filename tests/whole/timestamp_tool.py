@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Time-stamps a signed document with `xmldsig timestamp` from an authority that openssl plays on
 loopback, and verifies it with the tool and with openssl. Usage: timestamp_tool.py TOOL.
 Exits with 77 where openssl or xmlsec1 is absent; else ends with "N passed, N failed"."""

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """What a document may try to be trusted for, and what it may bring along to that end: certificates of somebody
 else's key or name, cross certificates, tokens and time-stamps with authorities, lists and answers inside, weak
 algorithms along the path. Usage: trust_attacks.py TOOL. Exits with 77 where openssl is absent; else ends with

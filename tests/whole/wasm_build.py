@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The WebAssembly module for tests: built when VANTREL_WASM is set, else taken when it is there and younger than
 the sources. Else the test is skipped, since building takes minutes."""
 

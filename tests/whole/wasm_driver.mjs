@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Answers requests about the npm package for wasm_module.py, one JSON object a line.
 // Usage: node wasm_driver.mjs PACKAGE
 import { readFile } from "node:fs/promises";

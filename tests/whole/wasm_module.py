@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The WebAssembly module against the tool. Usage: wasm_module.py TOOL. The reports of all documents of the tree are
 the same, octet for octet, and so are the pages; options and their errors; a module that runs out of memory says so,
 wherever that happens, and goes on; what it asks of a system; the samples of docs/web.md. Skipped where there is no

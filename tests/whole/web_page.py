@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The page of web/ in a browser. Usage: web_page.py [--keep FOLDER]: pictures go there. Verdicts of documents, from a disk
 and from a host, with and without conditions; what becomes of markup in names; that nothing is sent; labels, order of the
 keyboard, contrast, narrow windows. Skipped where there is no module or no chromium. Ends with "N passed, N failed"."""

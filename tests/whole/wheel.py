@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The wheel for Python, installed where nothing else is. Usage: wheel.py LIBRARY, the library of vantrel_python.
 Exits with 77 where venv or pip are missing."""
 

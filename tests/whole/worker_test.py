@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Requests to `xmldsig worker`: thousands in order and as they are done, each option form against the command
 line, hostile lines, a document past its time, input that ends in the middle; and the example of docs/bulk.md.
 Usage: worker_test.py TOOL. Ends with "N passed, N failed"."""

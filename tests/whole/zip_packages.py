@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Packages signed here, honest and attacked, and what `xmldsig` says of them: which parts each
 signature covers and which none does. Usage: zip_packages.py TOOL. Packages of others are read from
 VANTREL_SHARED where that is set. Exits with 77 where openssl is absent; else ends with "N passed, N

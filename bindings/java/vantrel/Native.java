@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 package vantrel;
 
 import java.io.IOException;

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Runs the tests of this folder; VANTREL_LIBRARY names the library. Ends with "N passed, N failed, N skipped"."""
 
 import pathlib

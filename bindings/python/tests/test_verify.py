@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The package against the library, over the examples and the documents of the tests."""
 
 import dataclasses

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Verifies XML digital signatures.
 
     result = vantrel.verify(document, key=pathlib.Path("partner.pem"), strict=True)

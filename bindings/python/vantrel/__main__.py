@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """python -m vantrel FILE...: verifies files. For more than this there is the tool `xmldsig`.
 
 Exit codes are those of the tool: 0 everything is valid (and accepted), 1 something is not, 2 a file

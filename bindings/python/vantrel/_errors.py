@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The exceptions of the package. MemoryError and OSError come as Python has them."""
 
 

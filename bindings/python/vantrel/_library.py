@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Finds and loads the shared library, and says how its functions are called (vantrel/vantrel.h).
 
 Calls through ctypes.CDLL release the interpreter's lock, so threads verify side by side.

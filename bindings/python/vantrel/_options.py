@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The options of a verification, from Python's values to the JSON that the library reads.
 
 Names are those of `xmldsig verify` with underscores; the library takes them in camelCase. It alone decides

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What a verification found out, as values that never change. Names and words are those of docs/report.md,
 where each is explained; members that this version does not know are in Result.json alone."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The functions of the package, over the interface for C."""
 
 from __future__ import annotations

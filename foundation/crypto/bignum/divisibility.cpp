@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/bignum/divisibility.h"
 
 #include <algorithm>

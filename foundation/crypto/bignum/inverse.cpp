@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/bignum/inverse.h"
 
 #include <algorithm>

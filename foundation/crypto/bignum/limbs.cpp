@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/bignum/limbs.h"
 
 #include <algorithm>

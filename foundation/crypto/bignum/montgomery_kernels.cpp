@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/bignum/montgomery_kernels.h"
 
 #include "foundation/crypto/bignum/montgomery.h"

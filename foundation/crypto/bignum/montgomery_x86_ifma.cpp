@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/bignum/montgomery_kernels_list.h"
 
 #if defined(__x86_64__)

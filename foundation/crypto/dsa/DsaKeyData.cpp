@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/dsa/DsaKeyData.h"
 
 #include "foundation/crypto/bignum/divisibility.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/dsa/DsaVerifier.h"
 
 #include "foundation/crypto/dsa/DsaKeyData.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/dsa/dsa_numbers.h"
 
 #include "foundation/crypto/bignum/divisibility.h"

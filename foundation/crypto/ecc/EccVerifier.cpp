@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/ecc/EccVerifier.h"
 
 #include "foundation/crypto/ecc/curve_engine.h"

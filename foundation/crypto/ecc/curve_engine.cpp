@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/ecc/curve_engine.h"
 
 #include "foundation/crypto/ecc/field.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/ecc/curves.h"
 
 #include <algorithm>

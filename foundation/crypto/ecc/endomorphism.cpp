@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/ecc/endomorphism.h"
 
 #include <algorithm>

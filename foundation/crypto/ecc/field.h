@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CRYPTO_ECC_FIELD_H
 #define FOUNDATION_CRYPTO_ECC_FIELD_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/ecc/point_decoding.h"
 
 #include "foundation/crypto/bignum/montgomery.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/edwards/edwards_key.h"
 
 #include "foundation/crypto/bignum/reduction.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/hash/compress.h"
 
 namespace vantrel::crypto {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/hash/compress.h"
 #include "foundation/crypto/hash/unroll.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/hash/sha3_rounds.h"
 
 namespace vantrel::crypto {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #if defined(__x86_64__)
 
 #define VANTREL_SHA3_TARGET __attribute__((target("avx512f,avx512vl")))

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #if defined(__x86_64__)
 
 #include "foundation/crypto/hash/sha2_rounds.h"

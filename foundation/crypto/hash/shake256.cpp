@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/hash/shake256.h"
 
 #include "foundation/crypto/hash/hash_ids.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/mac/Hmac.h"
 
 #include "foundation/crypto/hash/hasher.h"

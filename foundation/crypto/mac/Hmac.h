@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_CRYPTO_MAC_HMAC_H
 #define FOUNDATION_CRYPTO_MAC_HMAC_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/mac/constant_time.h"
 
 #include <cstdint>

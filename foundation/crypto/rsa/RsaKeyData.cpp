@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/rsa/RsaKeyData.h"
 
 #include <algorithm>

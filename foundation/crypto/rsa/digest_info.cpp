@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/rsa/digest_info.h"
 
 #include "foundation/crypto/hash/hash_ids.h"

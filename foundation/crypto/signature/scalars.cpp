@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/signature/scalars.h"
 
 #include "foundation/crypto/bignum/inverse.h"

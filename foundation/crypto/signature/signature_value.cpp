@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/signature/signature_value.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/keys/ClsPublicKey.h"
 
 #include "foundation/io/files.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/keys/_vlPublicKey.h"
 
 #include "foundation/crypto/dsa/DsaKeyData.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/keys/key_der.h"
 
 #include "foundation/asn1/ber_normalize.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_X509_KEYS_KEY_DER_H
 #define FOUNDATION_X509_KEYS_KEY_DER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/keys/key_xml.h"
 
 #include "foundation/crypto/ecc/EccVerifier.h"

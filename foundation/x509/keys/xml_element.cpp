@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/keys/xml_element.h"
 
 #include "foundation/xml/scan/content_reader.h"

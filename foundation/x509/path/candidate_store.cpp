@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/candidate_store.h"
 
 #include "foundation/x509/VantrelX509.h"

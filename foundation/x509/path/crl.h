@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_X509_PATH_CRL_H
 #define FOUNDATION_X509_PATH_CRL_H
 

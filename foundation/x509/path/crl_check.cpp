@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/crl_check.h"
 
 #include "foundation/x509/VantrelX509.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/distribution_point.h"
 
 #include "foundation/x509/path/directory_name.h"

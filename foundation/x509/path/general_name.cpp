@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/general_name.h"
 
 #include "foundation/x509/path/directory_name.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/name_forms.h"
 
 #include "foundation/x509/attribute_types.h"

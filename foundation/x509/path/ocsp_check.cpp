@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/ocsp_check.h"
 
 #include "foundation/crypto/hash/hash_ids.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/path_finder.h"
 
 #include "foundation/asn1/oid.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/path_material.h"
 
 #include "foundation/io/directory.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/path_report.h"
 
 #include "foundation/asn1/asn1_time.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/peer_name.h"
 
 #include "foundation/x509/path/name_forms.h"

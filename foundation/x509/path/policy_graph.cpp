@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/policy_graph.h"
 
 #include "foundation/x509/oids.h"

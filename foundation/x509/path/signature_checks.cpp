@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/x509/path/signature_checks.h"
 
 #include "foundation/asn1/der_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/XmlCanon.h"
 
 #include "foundation/xml/canon/fragment_id.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/canon_masks.h"
 
 #if defined(__x86_64__)

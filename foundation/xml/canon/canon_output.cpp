@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/canon_output.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/canon_window.h"
 
 #include <algorithm>

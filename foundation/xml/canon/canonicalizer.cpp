@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/canonicalizer.h"
 
 #include "foundation/xml/canon/canon_walker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/escape.h"
 
 #include "foundation/xml/scan/char_class.h"

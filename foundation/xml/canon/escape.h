@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_XML_CANON_ESCAPE_H
 #define FOUNDATION_XML_CANON_ESCAPE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/fragment_id.h"
 
 namespace vantrel::xml {

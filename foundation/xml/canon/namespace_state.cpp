@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/namespace_state.h"
 
 #include "foundation/xml/canon/escape.h"

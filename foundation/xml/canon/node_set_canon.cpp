@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/node_set_canon.h"
 
 #include "foundation/xml/canon/canon_output.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/start_tag_writer.h"
 
 #include "foundation/xml/canon/escape.h"

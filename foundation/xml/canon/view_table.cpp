@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/view_table.h"
 
 #include "foundation/xml/scan/hash_bytes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/locate/XmlSigLocate.h"
 
 #include "foundation/xml/locate/structure.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/locate/XmlSigRemoval.h"
 
 #include "foundation/xml/locate/structure.h"

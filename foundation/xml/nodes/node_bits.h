@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_XML_NODES_NODE_BITS_H
 #define FOUNDATION_XML_NODES_NODE_BITS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/nodes/node_index.h"
 #include "foundation/xml/scan/content_reader.h"
 #include "foundation/xml/scan/start_tag.h"

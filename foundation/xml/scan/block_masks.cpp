@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/block_masks.h"
 
 #include "foundation/xml/scan/block_masks_x86.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/content_reader.h"
 
 namespace vantrel::xml {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/document_type.h"
 
 #include <algorithm>

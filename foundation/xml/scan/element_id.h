@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_XML_SCAN_ELEMENT_ID_H
 #define FOUNDATION_XML_SCAN_ELEMENT_ID_H
 

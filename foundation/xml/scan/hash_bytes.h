@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_XML_SCAN_HASH_BYTES_H
 #define FOUNDATION_XML_SCAN_HASH_BYTES_H
 

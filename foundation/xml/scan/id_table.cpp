@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/id_table.h"
 
 #include "foundation/xml/scan/hash_bytes.h"

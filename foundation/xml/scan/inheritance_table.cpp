@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/inheritance_table.h"
 
 #include <algorithm>

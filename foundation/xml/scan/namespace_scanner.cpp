@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/document_scanner.h"
 #include "foundation/xml/scan/stop_bytes.h"
 #include "foundation/xml/scan/values.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/document_scanner.h"
 #include "foundation/xml/scan/entity_expander.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/stop_bytes.h"
 
 #if defined(__x86_64__)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/xml_document.h"
 
 #include "foundation/xml/scan/char_class.h"

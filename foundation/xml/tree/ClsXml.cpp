@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/tree/ClsXml.h"
 
 #include "foundation/text/no_throw.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef FOUNDATION_XML_TREE_CLSXML_H
 #define FOUNDATION_XML_TREE_CLSXML_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/tree/element_text.h"
 
 #include "foundation/xml/scan/char_class.h"

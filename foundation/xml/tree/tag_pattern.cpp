@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/tree/tag_pattern.h"
 
 #include "foundation/text/strings.h"

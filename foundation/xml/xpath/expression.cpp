@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/expression.h"
 
 namespace vantrel::xml {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/functions.h"
 
 namespace vantrel::xml {

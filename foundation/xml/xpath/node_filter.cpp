@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/evaluator.h"
 
 #include <algorithm>

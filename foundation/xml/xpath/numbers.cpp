@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/numbers.h"
 
 #include "foundation/xml/scan/char_class.h"

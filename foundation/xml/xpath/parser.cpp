@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/parser.h"
 
 #include "foundation/xml/scan/xml_document.h"

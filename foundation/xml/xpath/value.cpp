@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/value.h"
 
 #include "foundation/xml/xpath/numbers.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verdicts on the documents of the shared corpus, from its manifests.
 
 #include "tests/support/corpus.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verdicts on the signed documents of real government and industry systems.
 
 #include "tests/dsig/document_case.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verdicts by the recommendations on documents with constructs beyond the usual ones.
 
 #include "tests/dsig/document_case.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the search for causes. Whole documents with one cause each: whole/explain_causes.py.
 
 #include "dsig/explain/budget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every key and certificate that a KeyInfo can carry or name, end to end on signed messages.
 
 #include "foundation/base/ClsBinData.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Digests, signature methods and key forms of the recommendations, on the documents of the shared
 // corpus that need them: their verdicts, the codes in the report, and what remains of both where
 // the given rules alone are asked for.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which comments stand inside a text.
 
 #include "dsig/report/split_text.h"

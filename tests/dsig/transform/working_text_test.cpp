@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What transforms make of a text, and what of the loaded document it then stands for.
 
 #include "dsig/transform/working_text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Acceptance through the object, and what it costs. Whom and what it accepts is tried with the tool
 // (tests/whole/acceptance.py).
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/dsig/truth/places.h"
 
 #include "foundation/text/StringBuffer.h"

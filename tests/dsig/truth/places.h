@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_DSIG_TRUTH_PLACES_H
 #define TESTS_DSIG_TRUTH_PLACES_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A report never claims more than what was digested: what it calls covered cannot be changed
 // without the signature failing. Every valid document there is, changed in one character at a time.
 

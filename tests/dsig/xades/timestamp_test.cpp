@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Time-stamps from an authority (openssl ts, on the loopback interface): added to documents that
 // xmlsec1 signed, verified here, by xmlsec1 and by openssl; and authorities and tokens that are
 // not what they should be.

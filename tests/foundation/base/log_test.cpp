@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/base/ClsBase.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringArray.h"

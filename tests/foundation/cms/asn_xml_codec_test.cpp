@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ASN.1 as XML and back.
 #include "foundation/asn1/ber_normalize.h"
 #include "foundation/cms/AsnXmlCodec.h"

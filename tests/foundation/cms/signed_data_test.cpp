@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Messages and time-stamp tokens that another implementation (openssl cms) signs here: every kind
 // of key, padding and signer, and certificates that are not what they should be.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requests for time-stamps, answered by a real authority (openssl ts) that a test server puts on
 // the loopback interface, and by authorities that lie.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tokens and messages that another implementation made, with its verdicts.
 
 #include "foundation/cms/signed_data.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/cpu/kernel_list.h"
 
 #include <string>

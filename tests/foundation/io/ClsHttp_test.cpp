@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/ClsHttp.h"
 
 #include "foundation/base/ClsBinData.h"

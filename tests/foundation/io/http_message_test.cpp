@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/io/http_response_reader.h"
 #include "foundation/io/http_url.h"
 #include "tests/support/bytes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files of keys that are damaged. What whole ones give, tests/vectors/key_sources/tool.vec says.
 
 #include "foundation/keyfile/key_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/encoders.h"
 
 #include "foundation/text/DataBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for several texts at once, with every kernel, against one search after the other.
 
 #include "foundation/text/multi_search_kernels.h"

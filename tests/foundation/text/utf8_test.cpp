@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The validation of UTF-8, on every kernel.
 
 #include "foundation/text/utf8_kernels.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/text/xml_encoding.h"
 
 #include "foundation/text/DataBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Certificates of an outside collection, good, odd and damaged, against what OpenSSL says of them.
 #include "tests/foundation/x509/certificate_corpus.h"
 

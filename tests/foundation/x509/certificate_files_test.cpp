@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keys and certificates from files and directories.
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a certificate says, and certificates that are damaged.
 #include "foundation/asn1/der_reader.h"
 #include "foundation/asn1/der_writer.h"

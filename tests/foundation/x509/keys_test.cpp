@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Public keys in every form that is read.
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Distinguished names in text and in DER.
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking certificates up in a vault the way documents name them.
 #include "foundation/base/ClsBinData.h"
 #include "foundation/text/LogBase.h"

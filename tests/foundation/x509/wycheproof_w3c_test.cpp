@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Wycheproof suites of EdDSA, SHA-224 and SHA-3, from the shared corpus, with keys as
 // SubjectPublicKeyInfo.
 

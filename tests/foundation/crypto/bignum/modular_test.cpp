@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/bignum/divisibility.h"
 #include "foundation/crypto/bignum/inverse.h"
 #include "foundation/crypto/bignum/montgomery.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/hash/hasher.h"
 
 #include "foundation/crypto/hash/_vlHash.h"

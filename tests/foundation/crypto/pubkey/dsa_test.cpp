@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
 #include "foundation/text/LogBase.h"

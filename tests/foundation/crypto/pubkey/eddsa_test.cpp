@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // EdDSA on the examples of RFC 8032, and what must not pass for a key or a signature.
 
 #include "foundation/crypto/bignum/reduction.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Wycheproof suites of RSA, DSA and ECDSA, from the shared corpus.
 
 #include "foundation/crypto/dsa/DsaKeyData.h"

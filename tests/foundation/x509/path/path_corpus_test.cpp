@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Suites of certification paths from elsewhere: every case with its expected verdict.
 
 #include "tests/foundation/x509/path/path_case.h"

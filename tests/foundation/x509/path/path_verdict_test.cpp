@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One small authority, and what is said of each thing that can be wrong with a path. The suites of
 // the corpus tell whether a path holds; here it is why not, and about which certificate.
 

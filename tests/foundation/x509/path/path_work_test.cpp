@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Paths that are made to cost: the work is counted, not the time.
 
 #include "foundation/asn1/der_writer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names as directories compare them (RFC 4518), against digests that tools/make_name_digests.py
 // makes from Python's character data.
 

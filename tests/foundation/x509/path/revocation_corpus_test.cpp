@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Revocation lists, answers of responders and names from elsewhere, asked one at a time: what a
 // whole path makes of them may hide which answer a list gave.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/canon/XmlCanon.h"
 
 #include "tests/foundation/xml/canon/canon_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/foundation/xml/canon/canon_support.h"
 #include "tests/support/failing_allocation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ways through the canonicalizer that exist for speed only, against the plain ones.
 
 #include "foundation/xml/canon/canon_masks.h"

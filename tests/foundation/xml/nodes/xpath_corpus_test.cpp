@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/foundation/xml/nodes/xpath_support.h"
 #include "tests/support/corpus.h"
 

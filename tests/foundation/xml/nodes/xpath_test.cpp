@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // XPath 1.0: own vectors, expressions and documents that are made to cost, and random expressions
 // against libxml2.
 

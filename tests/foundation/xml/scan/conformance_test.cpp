@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/json/json_value.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/xml_encoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/foundation/xml/scan/scan_support.h"
 #include "tests/support/vectors.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What elements inherit, by the document's tables and by a walk over their ancestors.
 
 #include "foundation/xml/scan/inheritance.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/block_masks.h"
 #include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/stop_bytes.h"
