@@ -232,17 +232,6 @@ TEST(Tool, KeepsTheOrderOfTheFiles) {
     }
 }
 
-// What the README shows is what the tool prints; samples_test.py runs its programs.
-TEST(Tool, ReadmeShowsTheToolsOutput) {
-    const std::string readme = readText(sourcePath("README.md"));
-    for (const char* const document : {"examples/invoice.xml", "examples/invoice-tampered.xml"}) {
-        ProcessOptions options;
-        options.folder = sourcePath("");
-        const ProcessResult result = runProgram({tool(), "verify", document}, options);
-        EXPECT_NE(readme.find("```\n" + result.output + "```"), std::string::npos) << result.output;
-    }
-}
-
 // certs writes what was put into the document, to the byte.
 TEST(Tool, CertsAreTheSignersOwn) {
     const ProcessResult result = runProgram({tool(), "certs", sourcePath("examples/invoice.xml")});

@@ -370,7 +370,8 @@ def unescaped(text):
 
 def vector_cases():
     """The runs of the project's vectors that are valid, with their changes and options."""
-    keys = {name: ("--key", str(VECTORS / f"keys/{name}.pub")) for name in ("rsa", "k256")}
+    keys = {path.stem: ("--key", str(path)) for path in (VECTORS / "keys").glob("*.pub")}
+    keys["none"] = ()
     keys["hmac"] = ("--hmac-key", "a secret of some length", "--hmac-encoding", "ascii")
     for path in sorted(VECTORS.glob("*/*/case.vec")):
         for number, block in enumerate(re.split(r"\n\s*\n", path.read_text())):
