@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Verifies one share of a list of files: for Kubernetes (job.yaml), arrays of batch systems, or a loop.
+# Verifies one share of a list of files: for a Kubernetes Job (docs/bulk.md), arrays of batch systems, or a loop.
 # Usage: shard.sh LIST SHARES INDEX FOLDER [options of xmldsig verify]
 #
 # The share is every SHARES-th line of LIST from INDEX (0 to SHARES - 1) on. Its reports go to
