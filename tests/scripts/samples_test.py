@@ -15,7 +15,7 @@ import tempfile
 CXX, CC, LIBRARY, SHARED = sys.argv[1:5]
 FLAGS = sys.argv[5:]
 TOP = pathlib.Path(__file__).resolve().parents[2]
-WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", "-Wno-unused-variable"]
 INCLUDES = ["-I", str(TOP), "-I", str(TOP / "include")]
 BLOCK = re.compile(r"^```(cpp|c|python)\n(.*?)^```$", re.M | re.S)
 USES_PACKAGE = re.compile(r"^import .*\bvantrel\b", re.M)
@@ -39,7 +39,7 @@ def build(language, code, folder):
     source = folder / f"sample.{language}"
     whole = "int main(" in code
     source.write_text(code if whole else PIECE.format(code))
-    compiler = [CXX, "-std=c++20", "-Wno-unused-variable"] if language == "cpp" else [CC, "-std=c11"]
+    compiler = [CXX, "-std=c++20"] if language == "cpp" else [CC, "-std=c11"]
     program = folder / "sample"
     code, output = run([*compiler, *FLAGS, *WARNINGS, *INCLUDES, "-c", str(source), "-o", f"{program}.o"])
     if code != 0 or not whole:

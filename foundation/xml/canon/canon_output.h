@@ -36,8 +36,11 @@ public:
             putLong(piece);
             return;
         }
-        std::memcpy(m_buffer + m_used, piece.data(), piece.size());
-        m_used += piece.size();
+        // A view of nothing may be null, which memcpy() does not take.
+        if (!piece.empty()) {
+            std::memcpy(m_buffer + m_used, piece.data(), piece.size());
+            m_used += piece.size();
+        }
     }
 
     void put(char c) {
