@@ -17,7 +17,7 @@ namespace vantrel::api {
 
 namespace {
 
-std::string quoted(std::string_view name) {
+std::string inQuotes(std::string_view name) {
     std::string out(1, '"');
     out += name;
     return out += '"';
@@ -48,7 +48,7 @@ public:
             }
         }
         if (m_parts.empty() && !m_options.part.empty()) {
-            error = "the package has no signature document " + quoted(m_options.part);
+            error = "the package has no signature document " + inQuotes(m_options.part);
             return false;
         }
         return true;
@@ -67,7 +67,7 @@ public:
             return false;
         }
         if (!verifier.LoadSignatureBd(document)) {
-            error = "the part " + quoted(nameOf(part)) + ": " + lastErrorOf(verifier);
+            error = "the part " + inQuotes(nameOf(part)) + ": " + lastErrorOf(verifier);
             return false;
         }
         verifier.SetPackage(m_package, nameOf(part), first);

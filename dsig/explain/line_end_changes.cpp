@@ -21,7 +21,7 @@ struct LineEndRule {
 
 // Ways between LF, CR LF, CR and the reference, the commonest first. `from` is what stands here and
 // `to` what was signed; the order is that of the reports that users send.
-constexpr LineEndRule kRules[] = {
+constexpr LineEndRule kLineEndRules[] = {
     {"\n", "\r\n", false, "line ends became LF; they were CR LF when it was signed"},
     {"\n", "&#xD;\n", false, "line ends became LF; they were &#xD; LF when it was signed"},
     {"&#xD;\n", "\n", false, "line ends became &#xD; LF; they were LF when it was signed"},
@@ -67,7 +67,7 @@ void replaceInTexts(std::string_view form, const LineEndRule& rule, Change& chan
 } // namespace
 
 bool lineEndChanges(std::string_view form, const ChangeVisit& visit) {
-    for (const LineEndRule& rule : kRules) {
+    for (const LineEndRule& rule : kLineEndRules) {
         Change change{cause::kLineEnds, std::string(rule.evidence), {}};
         // Spares the walk over the tags. Most documents have none of these characters at all.
         if (form.find(rule.from) == std::string_view::npos) {

@@ -77,7 +77,7 @@ struct SpaceRule {
 
 // Rules that change less come before those that change more: where both fit, less was changed.
 // Evidence speaks of what was signed, not of what stands here, unless only that is known.
-constexpr SpaceRule kRules[] = {
+constexpr SpaceRule kSpaceRules[] = {
     {"white space stands between tags that was not there when it was signed",
      [](const TextPlace& p) { return p.isBlank && !p.isLeaf ? "" : std::string(p.text); }},
     {"white space stands between tags and in empty elements that was not there",
@@ -163,7 +163,7 @@ constexpr Replacement kReplacements[] = {
 
 bool spaceChanges(std::string_view form, const ChangeVisit& visit) {
     const std::vector<Token> tokens = formTokens(form);
-    for (const SpaceRule& rule : kRules) {
+    for (const SpaceRule& rule : kSpaceRules) {
         Change change{cause::kWhitespace, std::string(rule.evidence), {}};
         applyRule(tokens, rule.apply, change);
         if (change.places > 0 && visit(change)) {

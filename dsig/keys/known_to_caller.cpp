@@ -81,6 +81,10 @@ bool isCertificateOf(const VantrelX509& cert, const _vlPublicKey& key) {
 
 // Most are told apart by their octets, which costs nothing. Authorities may write one key in two
 // ways, with and without parameters that say nothing.
+bool isSameCertificate(const VantrelX509& one, const VantrelX509& other) {
+    return equal(one.certificate(), other.certificate());
+}
+
 bool haveSameKey(const VantrelX509& one, const VantrelX509& other) {
     if (equal(one.publicKeyInfo(), other.publicKeyInfo())) {
         return true;

@@ -22,6 +22,7 @@ namespace dsig {
 // of DSA in another group, made for the purpose, is a key whose private half anybody can know.
 [[nodiscard]] bool isCertificateOf(const VantrelX509& cert, const _vlPublicKey& key);
 // Whether both are certificates of one key. May throw std::bad_alloc.
+[[nodiscard]] bool isSameCertificate(const VantrelX509& one, const VantrelX509& other);
 [[nodiscard]] bool haveSameKey(const VantrelX509& one, const VantrelX509& other);
 // Whether the store (may be null) holds this very certificate. Its octets are compared: another
 // certificate with the same names does not count.

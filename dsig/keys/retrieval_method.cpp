@@ -26,7 +26,7 @@ xml::ElementId onlyChild(const xml::XmlDocument& document, xml::ElementId parent
 }
 
 // What the transforms of a reference ask for. At most one of them is read.
-struct Selection {
+struct PartChoice {
     bool known = true;
     bool base64 = false;
     std::string name; // local name of the element that an XPath selects; empty for none
@@ -34,7 +34,7 @@ struct Selection {
 };
 
 // ancestor-or-self::ds:X509Data[@Id="x"]: the elements of that name with what is in them.
-bool readXPath(std::string_view expression, Selection& selection) {
+bool readXPath(std::string_view expression, PartChoice& choice) {
     constexpr std::string_view kAxis = "ancestor-or-self::";
     constexpr std::string_view kPredicate = "[@Id=";
     expression = text::trimmed(expression);
@@ -44,7 +44,7 @@ bool readXPath(std::string_view expression, Selection& selection) {
     expression.remove_prefix(kAxis.size());
     const std::size_t end = expression.find('[');
     const std::string_view name = expression.substr(0, end);
-    selection.name = name.substr(name.find(':') + 1);
+    choice.name = name.substr(name.find(':') + 1);
     if (end != std::string_view::npos) {
         std::string_view rest = expression.substr(end);
         if (!rest.starts_with(kPredicate) || rest.size() < kPredicate.size() + 4 ||
@@ -55,49 +55,48 @@ bool readXPath(std::string_view expression, Selection& selection) {
         if ((rest.front() != '"' && rest.front() != '\'') || rest.back() != rest.front()) {
             return false;
         }
-        selection.id = rest.substr(1, rest.size() - 2);
+        choice.id = rest.substr(1, rest.size() - 2);
     }
-    return !selection.name.empty() &&
-           selection.name.find_first_of(" \t\r\n()/|*:@") == std::string::npos &&
-           selection.id.find_first_of("\"'") == std::string::npos;
+    return !choice.name.empty() &&
+           choice.name.find_first_of(" \t\r\n()/|*:@") == std::string::npos &&
+           choice.id.find_first_of("\"'") == std::string::npos;
 }
 
-Selection readTransforms(const xml::XmlDocument& document, xml::ElementId reference) {
-    Selection selection;
+PartChoice readTransforms(const xml::XmlDocument& document, xml::ElementId reference) {
+    PartChoice choice;
     const xml::ElementId transforms = onlyChild(document, reference);
     if (transforms == xml::kNoElement) {
-        return selection;
+        return choice;
     }
     const xml::ElementId transform = onlyChild(document, transforms);
     std::string algorithm;
     if (transform == xml::kNoElement ||
         !XmlElement(document, transform).attribute("Algorithm", algorithm)) {
-        selection.known = false;
+        choice.known = false;
     } else if (algorithm == kBase64) {
-        selection.base64 = true;
+        choice.base64 = true;
     } else {
         XmlElement xpath;
         std::string expression;
-        selection.known = algorithm == kXPath &&
-                          XmlElement(document, transform).child("XPath", xpath) &&
-                          xpath.appendContent(expression) && readXPath(expression, selection);
+        choice.known = algorithm == kXPath &&
+                       XmlElement(document, transform).child("XPath", xpath) &&
+                       xpath.appendContent(expression) && readXPath(expression, choice);
     }
-    return selection;
+    return choice;
 }
 
-// The element of the selection's name in the subtree: that with its Id, by the document's index, or
+// The element of the choice's name in the subtree: that with its Id, by the document's index, or
 // else the only one, which is looked for in small subtrees alone. Many signatures in one document
 // may ask, so that none of them may cost a walk through it.
 xml::ElementId selected(const xml::XmlDocument& document, xml::ElementId top,
-                        const Selection& selection) {
+                        const PartChoice& choice) {
     constexpr xml::ElementId kSmall = 1000;
     const xml::ElementId end = document.element(top).next;
     xml::ElementId found = xml::kNoElement;
-    if (!selection.id.empty()) {
+    if (!choice.id.empty()) {
         const bool resolved =
-            xml::resolveFragment(document, selection.id, found) == xml::FragmentTarget::Element;
-        return resolved && found >= top && found < end &&
-                       document.localName(found) == selection.name
+            xml::resolveFragment(document, choice.id, found) == xml::FragmentTarget::Element;
+        return resolved && found >= top && found < end && document.localName(found) == choice.name
                    ? found
                    : xml::kNoElement;
     }
@@ -105,7 +104,7 @@ xml::ElementId selected(const xml::XmlDocument& document, xml::ElementId top,
         return xml::kNoElement;
     }
     for (xml::ElementId element = top; element < end; ++element) {
-        if (document.localName(element) != selection.name) {
+        if (document.localName(element) != choice.name) {
             continue;
         }
         if (found != xml::kNoElement) {
@@ -134,24 +133,24 @@ RetrievedKey retrievedKey(const xml::XmlDocument& document, xml::ElementId refer
     const XmlElement element(document, reference);
     std::string uri;
     std::string type;
-    const Selection selection = readTransforms(document, reference);
-    if (!element.attribute("URI", uri) || !selection.known) {
+    const PartChoice choice = readTransforms(document, reference);
+    if (!element.attribute("URI", uri) || !choice.known) {
         return {};
     }
     xml::ElementId target = targetOf(document, uri);
-    if (target != xml::kNoElement && !selection.name.empty()) {
-        target = selected(document, target, selection);
+    if (target != xml::kNoElement && !choice.name.empty()) {
+        target = selected(document, target, choice);
     }
     if (target == xml::kNoElement) {
         return {};
     }
     if (element.attribute("Type", type) && type == kRawCertificate) {
-        return selection.base64 ? RetrievedKey{target, true} : RetrievedKey{};
+        return choice.base64 ? RetrievedKey{target, true} : RetrievedKey{};
     }
     // What it is to be stands behind the sign of the type's identifier.
     const bool ofType = type.empty() || std::string_view(type).substr(type.find('#') + 1) ==
                                             document.localName(target);
-    return ofType && !selection.base64 ? RetrievedKey{target, false} : RetrievedKey{};
+    return ofType && !choice.base64 ? RetrievedKey{target, false} : RetrievedKey{};
 }
 
 } // namespace vantrel::dsig

@@ -10,7 +10,7 @@ namespace vantrel::dsig {
 
 namespace {
 
-constexpr std::string_view kNamespace =
+constexpr std::string_view kContentTypesNamespace =
     "http://schemas.openxmlformats.org/package/2006/content-types";
 
 } // namespace
@@ -24,7 +24,7 @@ bool ContentTypes::read(const DataBuffer& xml, LogBase& log) {
     for (const xml::ElementId child : childElements(*root)) {
         const Ref<ClsXml> entry = handleOn(*root, child);
         const bool isDefault = entry->localName() == "Default";
-        if (entry->namespaceUri() != kNamespace ||
+        if (entry->namespaceUri() != kContentTypesNamespace ||
             (!isDefault && entry->localName() != "Override")) {
             continue;
         }

@@ -15,7 +15,7 @@ namespace vantrel::dsig {
 
 namespace {
 
-constexpr std::string_view kNamespace =
+constexpr std::string_view kRelationshipsNamespace =
     "http://schemas.openxmlformats.org/package/2006/relationships";
 constexpr std::string_view kSignatureTypes =
     "http://schemas.openxmlformats.org/package/2006/relationships/digital-signature/";
@@ -70,7 +70,7 @@ bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out, L
     if (!root) {
         return false;
     }
-    if (root->localName() != "Relationships" || root->namespaceUri() != kNamespace) {
+    if (root->localName() != "Relationships" || root->namespaceUri() != kRelationshipsNamespace) {
         log.LogError("The part holds no relationships.");
         return false;
     }
@@ -78,7 +78,8 @@ bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out, L
     std::set<std::string> ids;
     for (const xml::ElementId child : childElements(*root)) {
         const Ref<ClsXml> element = handleOn(*root, child);
-        if (element->localName() != "Relationship" || element->namespaceUri() != kNamespace) {
+        if (element->localName() != "Relationship" ||
+            element->namespaceUri() != kRelationshipsNamespace) {
             continue;
         }
         out.push_back(readOne(*element));
@@ -166,7 +167,7 @@ RefReason transformRelationships(const ClsXml& transform, const DataBuffer& part
     // By the octets of the Ids, as UTF-8 sorts like the characters.
     std::sort(all.begin(), all.end(),
               [](const Relationship& one, const Relationship& other) { return one.id < other.id; });
-    std::string text = "<Relationships xmlns=\"" + std::string(kNamespace) + "\">";
+    std::string text = "<Relationships xmlns=\"" + std::string(kRelationshipsNamespace) + "\">";
     // What is left out is not signed: whoever changes it changes what the part refers to.
     isWhole = true;
     for (const Relationship& one : all) {

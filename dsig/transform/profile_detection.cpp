@@ -64,7 +64,7 @@ struct ProfileRule {
 // A document may carry the markers of several systems, an invoice that names a tax service in an
 // HL7 envelope for instance; the first rule that holds is applied and the others are not.
 // The order matters.
-constexpr ProfileRule kRules[] = {
+constexpr ProfileRule kProfileRules[] = {
     {Sii, Sii, Profile::Sii, "sii"},
     {PeruUbl, PeruUbl, Profile::PeruUbl, "peru-ubl"},
     {PolishFinance1, PolishFinance1, Profile::AttrSort, "poland-finance"},
@@ -132,7 +132,7 @@ void detectProfile(std::string_view xml, Rules& rules, LogBase& log) {
     // form as a text, to search it for the block.
     rules.mayHoldLau = isThere(Lau);
 
-    for (const ProfileRule& rule : kRules) {
+    for (const ProfileRule& rule : kProfileRules) {
         if (isThere(rule.marker) && isThere(rule.also)) {
             logMarker(log, kMarkers[rule.marker], found[rule.marker]);
             rules.profileName = rule.name;

@@ -23,7 +23,7 @@ constexpr const char* kNotAnySelf = "not(//ancestor-or-self";
 
 // The first rule that holds decides; the order matters. Rules 1 and 2 together are the expressions
 // that mention a signature and exclude ancestors; anything else that mentions one goes on below.
-constexpr ShapeRule kRules[] = {
+constexpr ShapeRule kShapeRules[] = {
     {{XPathShape::BusinessSignatures, 1}, false, kNotSelf, kNotAnySelf, "cac:Signature", nullptr},
     {{XPathShape::Signatures, 1}, false, kNotSelf, kNotAnySelf, "Signature", nullptr},
     {{XPathShape::EbXmlNextActor, 2}, false, nullptr, nullptr, "ebxml-msg:actor:next", nullptr},
@@ -74,7 +74,7 @@ StringBuffer token(const ExtPtrArray& tokens, int index) {
 
 const RecognisedXPath& recogniseXPath(const StringBuffer& algorithm, const StringBuffer& xPath) {
     const bool filter2 = algorithm.containsSubstring("2002/06/xmldsig-filter2");
-    for (const ShapeRule& rule : kRules) {
+    for (const ShapeRule& rule : kShapeRules) {
         if (holds(rule, filter2, xPath)) {
             return rule.recognised;
         }

@@ -26,20 +26,17 @@ bool wasValidAt(const SignatureReport& report, std::int64_t moment) {
     });
 }
 
-bool isSame(const VantrelX509& one, const VantrelX509& other) {
-    return std::ranges::equal(one.certificate(), other.certificate());
-}
-
 // The certificate that was judged, where the report names another one.
 void nameSigner(const SignatureReport& report, const VantrelX509* signedFor, SystemCerts* store,
                 Acceptance& result) {
     const bool trusted = result.trust && result.trust->path.trusted;
     const VantrelX509* const judged = trusted ? result.trust->path.path.front() : signedFor;
-    if (judged == nullptr || isSame(*judged, report.signer.certificate)) {
+    if (judged == nullptr || isSameCertificate(*judged, report.signer.certificate)) {
         return;
     }
-    const auto candidate = std::ranges::find_if(
-        report.keys, [judged](const KeyReport& key) { return isSame(key.certificate, *judged); });
+    const auto candidate = std::ranges::find_if(report.keys, [judged](const KeyReport& key) {
+        return isSameCertificate(key.certificate, *judged);
+    });
     result.signer = *judged;
     result.signerSource = candidate != report.keys.end() ? candidate->source
                           : storeHolds(store, *judged)   ? kGivenCertificate

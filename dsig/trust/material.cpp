@@ -15,7 +15,7 @@ namespace vantrel::dsig {
 
 namespace {
 
-constexpr std::uint64_t kOctetsPerStep = 64;
+constexpr std::uint64_t kMaterialOctetsPerStep = 64;
 constexpr std::uint64_t kElementsPerStep = 64;
 // Far above any chain in use; as many as a path of certificates may have elsewhere.
 constexpr std::size_t kMaxTokenCertificates = 100;
@@ -167,7 +167,7 @@ void Material::addOctets(Document& document, const std::vector<xml::ElementId>& 
 
 bool Material::take(Document& document, xml::ElementId element, StringBuffer& text) {
     handleOnElement(document, element)->getContentSb(text);
-    return charge(document, text.getSize() / kOctetsPerStep);
+    return charge(document, text.getSize() / kMaterialOctetsPerStep);
 }
 
 bool Material::charge(Document& document, std::uint64_t work) {

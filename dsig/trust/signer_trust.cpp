@@ -57,10 +57,6 @@ std::uint64_t octetsOf(const std::vector<ByteView>& lists) {
     return octets;
 }
 
-bool isSame(const VantrelX509& one, const VantrelX509& other) {
-    return std::ranges::equal(one.certificate(), other.certificate());
-}
-
 // The path, within what is left of the document's account.
 x509::PathResult findPathFor(x509::PathQuery& query, Document* document) {
     const std::uint64_t spent = document != nullptr ? document->trustWork : 0;
@@ -115,13 +111,15 @@ std::vector<const VantrelX509*> certificatesToJudge(const SignatureReport& repor
     // Pointers to the material's copies, since the report may go before the result.
     std::set<std::string_view> known;
     for (const VantrelX509* const one : material.certificates()) {
-        const bool counts = signedFor != nullptr ? isSame(*one, first) : haveSameKey(*one, first);
+        const bool counts =
+            signedFor != nullptr ? isSameCertificate(*one, first) : haveSameKey(*one, first);
         if (counts && known.insert(asText(one->certificate())).second) {
             found.push_back(one);
         }
     }
-    std::stable_partition(found.begin(), found.end(),
-                          [&first](const VantrelX509* one) { return isSame(*one, first); });
+    std::stable_partition(found.begin(), found.end(), [&first](const VantrelX509* one) {
+        return isSameCertificate(*one, first);
+    });
     return found;
 }
 

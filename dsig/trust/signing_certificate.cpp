@@ -16,7 +16,7 @@ namespace vantrel::dsig {
 namespace {
 
 // Digested in a step of kMostTrustWork.
-constexpr std::size_t kOctetsPerStep = 512;
+constexpr std::size_t kCertificateOctetsPerStep = 512;
 
 // CertDigest has the children of a Reference that say how and what was digested.
 bool isDigestOf(const Document& document, xml::ElementId certDigest,
@@ -116,7 +116,8 @@ SignedFor checkSigningCertificate(const JudgedSignature& it) {
     for (const VantrelX509* const certificate : signersCertificates(it.report)) {
         // Each certificate is digested for each name: a document that has too many of both has none
         // that matches.
-        it.document->trustWork += names * (1 + certificate->certificate().size() / kOctetsPerStep);
+        it.document->trustWork +=
+            names * (1 + certificate->certificate().size() / kCertificateOctetsPerStep);
         if (it.document->trustWork > kMostTrustWork) {
             return found;
         }

@@ -18,14 +18,12 @@ using text::viewOf;
 
 namespace {
 
-constexpr std::size_t kNotFound = std::string_view::npos;
-
 // A stretch of text between two markers.
 struct Delimited {
-    std::size_t start = kNotFound; // of the start marker
-    std::size_t inner = 0;         // after it
-    std::size_t innerEnd = 0;      // of the end marker
-    std::size_t end = 0;           // after it
+    std::size_t start = std::string_view::npos; // of the start marker
+    std::size_t inner = 0;                      // after it
+    std::size_t innerEnd = 0;                   // of the end marker
+    std::size_t end = 0;                        // after it
 };
 
 bool findDelimited(std::string_view text, std::string_view startMarker, std::string_view endMarker,
@@ -34,12 +32,12 @@ bool findDelimited(std::string_view text, std::string_view startMarker, std::str
         return false;
     }
     out.start = findText(text, startMarker, from);
-    if (out.start == kNotFound) {
+    if (out.start == std::string_view::npos) {
         return false;
     }
     out.inner = out.start + startMarker.size();
     out.innerEnd = findText(text, endMarker, out.inner);
-    if (out.innerEnd == kNotFound) {
+    if (out.innerEnd == std::string_view::npos) {
         return false;
     }
     out.end = out.innerEnd + endMarker.size();
@@ -102,7 +100,7 @@ bool StringBuffer::removeDelimitedIfContains(const char* start, const char* end,
     std::size_t from = 0;
     while (findDelimited(view(), viewOf(start), viewOf(end), from, found)) {
         const std::string_view inner = view().substr(found.inner, found.innerEnd - found.inner);
-        if (findText(inner, viewOf(required)) != kNotFound) {
+        if (findText(inner, viewOf(required)) != std::string_view::npos) {
             const std::size_t first = withStart ? found.start : found.inner;
             const std::size_t last = withEnd ? found.end : found.innerEnd;
             return m_bytes.splice(first, last - first, {});
@@ -115,13 +113,14 @@ bool StringBuffer::removeDelimitedIfContains(const char* start, const char* end,
 bool StringBuffer::removeBefore(const char* marker, bool removeMarkerToo) {
     const std::string_view text = viewOf(marker);
     const std::size_t at = findText(view(), text);
-    return at != kNotFound && m_bytes.splice(0, removeMarkerToo ? at + text.size() : at, {});
+    return at != std::string_view::npos &&
+           m_bytes.splice(0, removeMarkerToo ? at + text.size() : at, {});
 }
 
 bool StringBuffer::chopAtSubstr(const char* marker, bool keepMarker) {
     const std::string_view text = viewOf(marker);
     const std::size_t at = findText(view(), text);
-    if (at == kNotFound || text.empty()) {
+    if (at == std::string_view::npos || text.empty()) {
         return false;
     }
     m_bytes.truncate(static_cast<std::uint32_t>(keepMarker ? at + text.size() : at));
@@ -147,15 +146,15 @@ bool StringBuffer::replaceFirstOccurance(const char* find, const char* replaceme
     const std::size_t at =
         ignoreCase ? text::findTextNoCase(view(), wanted) : findText(view(), wanted);
     StringBuffer copy; // the replacement may be a part of this text
-    return at != kNotFound && copy.append(replacement) &&
+    return at != std::string_view::npos && copy.append(replacement) &&
            m_bytes.splice(at, wanted.size(), copy.view());
 }
 
 std::uint32_t StringBuffer::replaceAllOccurances(const char* find, const char* replacement) {
     const std::string_view wanted = viewOf(find);
     const std::string_view put = viewOf(replacement);
-    std::size_t at = wanted.empty() ? kNotFound : findText(view(), wanted);
-    if (at == kNotFound) {
+    std::size_t at = wanted.empty() ? std::string_view::npos : findText(view(), wanted);
+    if (at == std::string_view::npos) {
         return 0;
     }
     const std::string_view text = view();
@@ -163,7 +162,7 @@ std::uint32_t StringBuffer::replaceAllOccurances(const char* find, const char* r
     std::uint32_t count = 0;
     std::size_t copied = 0;
     bool ok = result.reserve(put.size() <= wanted.size() ? text.size() : at);
-    while (ok && at != kNotFound) {
+    while (ok && at != std::string_view::npos) {
         ok = result.append(text.data() + copied, at - copied) &&
              result.append(put.data(), put.size());
         ++count;
@@ -180,7 +179,7 @@ std::uint32_t StringBuffer::replaceAllOccurances(const char* find, const char* r
 void StringBuffer::replaceCharUtf8(char find, char replacement) {
     const char set[] = {find, '\0'};
     const std::size_t first = view().find(find);
-    if (find == '\0' || first == kNotFound) {
+    if (find == '\0' || first == std::string_view::npos) {
         return;
     }
     replaceChar5(set, replacement);
@@ -224,7 +223,7 @@ void StringBuffer::trim2() {
 
 void StringBuffer::trimInsideSpaces() {
     const std::size_t first = findText(view(), "  ");
-    if (first != kNotFound) {
+    if (first != std::string_view::npos) {
         removeWhere(m_bytes, first, [](char c, char next) { return c == ' ' && next == ' '; });
     }
 }
@@ -245,7 +244,7 @@ void StringBuffer::toLowerCase() {
 
 void StringBuffer::toLF() {
     const std::size_t first = view().find('\r');
-    if (first == kNotFound) {
+    if (first == std::string_view::npos) {
         return;
     }
     removeWhere(m_bytes, first, [](char c, char next) { return c == '\r' && next == '\n'; });
@@ -258,10 +257,10 @@ void StringBuffer::toCRLF() {
     bool ok = true;
     std::size_t copied = 0;
     std::size_t at = text.find_first_of("\r\n");
-    if (at == kNotFound) {
+    if (at == std::string_view::npos) {
         return;
     }
-    while (ok && at != kNotFound) {
+    while (ok && at != std::string_view::npos) {
         ok = result.append(text.data() + copied, at - copied) && result.append("\r\n", 2);
         copied = at + (text.substr(at, 2) == "\r\n" ? 2 : 1);
         at = text.find_first_of("\r\n", copied);

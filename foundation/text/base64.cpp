@@ -19,10 +19,10 @@ namespace {
 
 // Text is freed of white space in pieces of this size, which stay in the first-level cache.
 constexpr std::size_t kPiece = 4096;
-constexpr std::size_t kBlock = 64; // the largest of the kernels
+constexpr std::size_t kLargestBlock = 64; // the largest of the kernels
 constexpr std::uint8_t kNoValue = 0xFF;
 
-constexpr Base64Kernel kKernels[] = {
+constexpr Base64Kernel kBase64Kernels[] = {
 #if defined(__x86_64__)
     {"avx512",
      cpu::Feature::Avx512 | cpu::Feature::Avx512Vbmi,
@@ -31,7 +31,7 @@ constexpr Base64Kernel kKernels[] = {
 #endif
     {"portable", cpu::Feature::None, {base64DecodeBlocksPortable, base64SqueezePortable}},
 };
-static_assert(cpu::isKernelList(kKernels));
+static_assert(cpu::isKernelList(kBase64Kernels));
 
 constexpr std::array<std::uint8_t, 256> kValueOf = [] {
     std::array<std::uint8_t, 256> table{};
@@ -101,7 +101,7 @@ bool decodeAll(const Base64Functions& kernel, std::string_view text, GroupReader
     reader.skip(plain / 4 * 3);
     text.remove_prefix(plain);
 
-    std::array<char, kBlock + kPiece + kBase64Slack> staged;
+    std::array<char, kLargestBlock + kPiece + kBase64Slack> staged;
     std::size_t waiting = 0; // less than a block, and at the start of a group
     while (!text.empty()) {
         const std::string_view piece = text.substr(0, kPiece);
@@ -118,7 +118,7 @@ bool decodeAll(const Base64Functions& kernel, std::string_view text, GroupReader
         const std::size_t taken = kernel.decodeBlocks(staged.data(), size, reader.out());
         reader.skip(taken / 4 * 3);
         waiting = size - taken;
-        if (waiting >= kBlock) {
+        if (waiting >= kLargestBlock) {
             // Something that is no group of four: padding or a fault.
             if (!takeAll({staged.data() + taken, waiting}, reader)) {
                 return false;
@@ -133,7 +133,7 @@ bool decodeAll(const Base64Functions& kernel, std::string_view text, GroupReader
 
 } // namespace
 
-std::span<const Base64Kernel> base64Kernels() noexcept { return kKernels; }
+std::span<const Base64Kernel> base64Kernels() noexcept { return kBase64Kernels; }
 
 bool decodeBase64With(const Base64Kernel& kernel, std::string_view text, DataBuffer& out) {
     const std::uint32_t before = out.getSize();
@@ -156,7 +156,7 @@ bool decodeBase64With(const Base64Kernel& kernel, std::string_view text, DataBuf
 }
 
 bool decodeBase64(std::string_view text, DataBuffer& out) {
-    return decodeBase64With(cpu::chosenKernel(kKernels), text, out);
+    return decodeBase64With(cpu::chosenKernel(kBase64Kernels), text, out);
 }
 
 } // namespace text

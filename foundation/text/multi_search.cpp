@@ -95,13 +95,13 @@ private:
     MultiSearchFilter m_filter;
 };
 
-constexpr MultiSearchKernel kKernels[] = {
+constexpr MultiSearchKernel kMultiSearchKernels[] = {
 #if defined(__x86_64__)
     {"avx2", cpu::Feature::Avx2, nextCandidateAvx2},
 #endif
     {"portable", cpu::Feature::None, nextCandidatePortable},
 };
-static_assert(cpu::isKernelList(kKernels));
+static_assert(cpu::isKernelList(kMultiSearchKernels));
 
 } // namespace
 
@@ -119,7 +119,7 @@ Candidate nextCandidatePortable(const MultiSearchFilter& filter, std::string_vie
     return {kNone, 0};
 }
 
-std::span<const MultiSearchKernel> multiSearchKernels() noexcept { return kKernels; }
+std::span<const MultiSearchKernel> multiSearchKernels() noexcept { return kMultiSearchKernels; }
 
 void findAllWith(const MultiSearchKernel& kernel, std::string_view text,
                  std::span<const std::string_view> needles, std::span<std::size_t> found) {
@@ -128,7 +128,7 @@ void findAllWith(const MultiSearchKernel& kernel, std::string_view text,
 
 void findAll(std::string_view text, std::span<const std::string_view> needles,
              std::span<std::size_t> found) {
-    findAllWith(cpu::chosenKernel(kKernels), text, needles, found);
+    findAllWith(cpu::chosenKernel(kMultiSearchKernels), text, needles, found);
 }
 
 } // namespace vantrel::text

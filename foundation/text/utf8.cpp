@@ -10,13 +10,13 @@ namespace vantrel::text {
 
 namespace {
 
-constexpr std::size_t kBlock = 64;
+constexpr std::size_t kAsciiBlock = 64;
 constexpr std::size_t kWorthVectors = 256;
 
 // The compiler makes one vector OR of this loop.
 bool isAsciiBlock(const char* block) noexcept {
     unsigned char seen = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
+    for (std::size_t i = 0; i < kAsciiBlock; ++i) {
         seen |= static_cast<unsigned char>(block[i]);
     }
     return seen < 0x80;
@@ -60,20 +60,20 @@ std::size_t validPrefixAvx2(std::string_view text) noexcept {
 }
 #endif
 
-constexpr Utf8Kernel kKernels[] = {
+constexpr Utf8Kernel kUtf8Kernels[] = {
 #if defined(__x86_64__)
     {"avx2", cpu::Feature::Avx2, validPrefixAvx2},
 #endif
     {"portable", cpu::Feature::None, validPrefixPortable},
 };
-static_assert(cpu::isKernelList(kKernels));
+static_assert(cpu::isKernelList(kUtf8Kernels));
 
 } // namespace
 
 std::size_t asciiPrefix(std::string_view text) noexcept {
     std::size_t at = 0;
-    while (text.size() - at >= kBlock && isAsciiBlock(text.data() + at)) {
-        at += kBlock;
+    while (text.size() - at >= kAsciiBlock && isAsciiBlock(text.data() + at)) {
+        at += kAsciiBlock;
     }
     for (; text.size() - at >= 8; at += 8) {
         std::uint64_t word = 0;
@@ -117,11 +117,11 @@ std::size_t decodeUtf8(std::string_view text, char32_t& character) noexcept {
     return length;
 }
 
-std::span<const Utf8Kernel> utf8Kernels() noexcept { return kKernels; }
+std::span<const Utf8Kernel> utf8Kernels() noexcept { return kUtf8Kernels; }
 
 std::size_t validUtf8Prefix(std::string_view text) noexcept {
     return text.size() < kWorthVectors ? validPrefixFrom(text, 0)
-                                       : cpu::chosenKernel(kKernels).run(text);
+                                       : cpu::chosenKernel(kUtf8Kernels).run(text);
 }
 
 bool isValidUtf8(std::string_view text) noexcept { return validUtf8Prefix(text) == text.size(); }

@@ -41,6 +41,11 @@ std::int64_t integerOf(const json::JsonValue& object, const char* name) {
     return value != nullptr && value->integer(number) ? number : -1;
 }
 
+void loadText(ClsXmlDSig& verifier, const std::string& document) {
+    XString text(document);
+    ASSERT_TRUE(verifier.LoadSignature(text)) << logOf(verifier);
+}
+
 void loadDocument(ClsXmlDSig& verifier, const std::string& path) {
     ClsBinData data;
     data.data().append(ByteView(readFile(path)));

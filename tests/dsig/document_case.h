@@ -18,6 +18,8 @@ namespace vantrel::test {
 [[nodiscard]] std::string textOf(const json::JsonValue& object, const char* name);
 [[nodiscard]] std::int64_t integerOf(const json::JsonValue& object, const char* name);
 
+// Loads a document; a failure fails the running test.
+void loadText(ClsXmlDSig& verifier, const std::string& document);
 // Loads a document from a file; a failure fails the running test.
 void loadDocument(ClsXmlDSig& verifier, const std::string& path);
 // Hands over what the entry's `key` and `external` say, for the selected signature. Files are

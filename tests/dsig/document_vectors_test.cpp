@@ -51,14 +51,6 @@ std::set<std::string> accommodationsOf(const json::JsonValue& report) {
     return codes;
 }
 
-std::size_t countOf(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-        ++count;
-    }
-    return count;
-}
-
 void checkLog(VecCase& c, const std::string& log) {
     for (const std::string& line : c.all("Log")) {
         EXPECT_NE(log.find(line), std::string::npos)

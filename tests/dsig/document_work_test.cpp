@@ -54,11 +54,6 @@ std::string repeated(const std::string& message, std::size_t count, bool nested)
     return message.substr(0, behind) + "<more>" + inner + "</more>" + message.substr(behind);
 }
 
-void load(ClsXmlDSig& verifier, const std::string& document) {
-    XString text(document);
-    ASSERT_TRUE(verifier.LoadSignature(text)) << logOf(verifier);
-}
-
 void limit(ClsXmlDSig& verifier, const char* name, const std::string& value, bool taken = true) {
     XString limitName{std::string_view(name)};
     XString number(value);
@@ -74,22 +69,14 @@ std::size_t verifyAll(ClsXmlDSig& verifier) {
     return valid;
 }
 
-std::size_t countOf(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-        ++count;
-    }
-    return count;
-}
-
 TEST(DocumentWork, ATokenIsDecodedOnceForAllSignatures) {
     const LiveObjectCheck live;
     for (const std::size_t count : {20U, 40U}) {
         for (const std::string& content : {keyValueNamed("signer"), std::string("AAAA")}) {
             const bool good = content != "AAAA";
             ClsXmlDSig verifier;
-            load(verifier,
-                 repeated(keyMessage("message", token(content), kTokenReference), count, false));
+            loadText(verifier, repeated(keyMessage("message", token(content), kTokenReference),
+                                        count, false));
             ASSERT_EQ(verifier.get_NumSignatures(), static_cast<int>(count));
             EXPECT_EQ(verifyAll(verifier), good ? count : 0U) << logOf(verifier);
             // A failure is remembered with its reason.
@@ -117,7 +104,7 @@ TEST(DocumentWork, NoneIsBegunPastTheDeadline) {
     for (const int ms : {1, 3'600'000}) {
         ClsXmlDSig verifier;
         verifier.SetDeadline(ms);
-        load(verifier, document);
+        loadText(verifier, document);
         while (ms == 1 && !verifier.TimeIsUp()) {}
         const bool inTime = ms != 1;
         EXPECT_EQ(verifier.VerifySignature(true), inTime) << logOf(verifier);
@@ -137,7 +124,7 @@ TEST(DocumentWork, ARepeatedCertificateIsDecodedOnce) {
     ClsXmlDSig verifier;
     const std::string keyInfo = "<ds:X509Data><ds:X509Certificate>" + keyValueNamed("signer") +
                                 "</ds:X509Certificate></ds:X509Data>";
-    load(verifier, repeated(keyMessage("message", "", keyInfo), 30, false));
+    loadText(verifier, repeated(keyMessage("message", "", keyInfo), 30, false));
     EXPECT_EQ(verifyAll(verifier), 30U);
     EXPECT_EQ(ClsXmlDSigTestAccess::structure(verifier).certificates.keysDecoded(), 1U);
 }
@@ -149,7 +136,7 @@ TEST(DocumentWork, AKeyHandedOutIsNoLongerShared) {
                                  "<ds:KeyValue>" + keyValueNamed("rsa.signer") + "</ds:KeyValue>"};
     for (const std::string& keyInfo : forms) {
         ClsXmlDSig verifier;
-        load(verifier, repeated(keyMessage("message", "", keyInfo), 30, false));
+        loadText(verifier, repeated(keyMessage("message", "", keyInfo), 30, false));
         EXPECT_EQ(verifyAll(verifier), 30U) << keyInfo;
         const Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(verifier.GetPublicKey());
         ASSERT_TRUE(key);
@@ -160,7 +147,7 @@ TEST(DocumentWork, AKeyHandedOutIsNoLongerShared) {
 
 TEST(DocumentWork, NestedSignaturesAreSearchedOnce) {
     ClsXmlDSig verifier;
-    load(verifier, repeated(keyMessage("message", "", kTokenReference), 60, true));
+    loadText(verifier, repeated(keyMessage("message", "", kTokenReference), 60, true));
     ASSERT_EQ(verifier.get_NumSignatures(), 60);
     verifyAll(verifier);
     dsig::Document& work = ClsXmlDSigTestAccess::structure(verifier);
@@ -180,7 +167,7 @@ TEST(DocumentWork, EqualKeysAreCheckedOnce) {
         }
         all += certificate("signer");
         ClsXmlDSig verifier;
-        load(verifier, keyMessage("message", "", "<ds:X509Data>" + all + "</ds:X509Data>"));
+        loadText(verifier, keyMessage("message", "", "<ds:X509Data>" + all + "</ds:X509Data>"));
         EXPECT_TRUE(verifier.VerifySignature(true)) << logOf(verifier);
         EXPECT_EQ(ClsXmlDSigTestAccess::structure(verifier).keyAccount.operations(), 3U);
         EXPECT_EQ(countOf(logOf(verifier), "Not the correct key."), 2 * times);
@@ -198,8 +185,9 @@ TEST(DocumentWork, EqualKeysAreCheckedOnce) {
 TEST(DocumentWork, KeyOperationsHaveALimit) {
     ClsXmlDSig verifier;
     limit(verifier, "keyOperations", "3");
-    load(verifier, repeated(keyMessage("message", token(keyValueNamed("signer")), kTokenReference),
-                            5, false));
+    loadText(
+        verifier,
+        repeated(keyMessage("message", token(keyValueNamed("signer")), kTokenReference), 5, false));
     EXPECT_EQ(verifyAll(verifier), 3U);
     EXPECT_NE(logOf(verifier).find("limit (keyOperations)"), std::string::npos) << logOf(verifier);
     EXPECT_NE(textOf(reportOf(verifier), "reason").find("keyOperations"), std::string::npos);
@@ -214,9 +202,10 @@ TEST(DocumentWork, KeyOperationsHaveALimit) {
 TEST(DocumentWork, AKeyThatIsNotCheckedAnyMoreIsTheReason) {
     ClsXmlDSig verifier;
     limit(verifier, "keyOperations", "1");
-    load(verifier, keyMessage("message", "",
-                              "<ds:X509Data><ds:X509Certificate>{other}</ds:X509Certificate>"
-                              "<ds:X509Certificate>{signer}</ds:X509Certificate></ds:X509Data>"));
+    loadText(verifier,
+             keyMessage("message", "",
+                        "<ds:X509Data><ds:X509Certificate>{other}</ds:X509Certificate>"
+                        "<ds:X509Certificate>{signer}</ds:X509Certificate></ds:X509Data>"));
     EXPECT_FALSE(verifier.VerifySignature(true));
     EXPECT_NE(textOf(reportOf(verifier), "reason").find("keyOperations"), std::string::npos)
         << logOf(verifier);
@@ -259,7 +248,7 @@ TEST(DocumentWork, ReportsHaveALimit) {
     for (const char* const octets : {"0", "1", "200", "700"}) {
         ClsXmlDSig verifier;
         limit(verifier, "reportOctets", octets);
-        load(verifier, document);
+        loadText(verifier, document);
         EXPECT_TRUE(verifier.VerifySignature(true));
         const json::JsonValue report = reportOf(verifier);
         EXPECT_EQ(textOf(report, "status"), "error") << octets;
@@ -276,11 +265,11 @@ TEST(DocumentWork, LogsHaveALimitThatSurvivesLoads) {
     ClsXmlDSig verifier;
     const std::string document =
         keyMessage("message", token(keyValueNamed("signer")), kTokenReference);
-    load(verifier, document);
+    loadText(verifier, document);
     EXPECT_TRUE(verifier.VerifySignature(true));
     const std::string whole = logOf(verifier);
     limit(verifier, "logOctets", "500");
-    load(verifier, document);
+    loadText(verifier, document);
     EXPECT_TRUE(verifier.VerifySignature(true));
     const std::string cut = logOf(verifier);
     EXPECT_LT(cut.size(), 700U);
@@ -289,7 +278,7 @@ TEST(DocumentWork, LogsHaveALimitThatSurvivesLoads) {
     // What fails behind the end is still told.
     std::string damaged = document;
     damaged.replace(damaged.find("SignatureValue>") + 15, 4, "AAAA");
-    load(verifier, damaged);
+    loadText(verifier, damaged);
     EXPECT_FALSE(verifier.VerifySignature(true));
     EXPECT_FALSE(textOf(reportOf(verifier), "reason").empty());
 }
@@ -361,7 +350,7 @@ TEST(DocumentWork, AKeyForAllReachesEverySignature) {
     ClsXmlDSig verifier;
     EXPECT_TRUE(verifier.SetPublicKeyForAll(*keyNamed("other")));
     EXPECT_TRUE(verifier.SetPublicKeyForAll(*keyNamed("signer"))); // replaces
-    load(verifier, repeated(keyMessage("message", "", ""), 300, false));
+    loadText(verifier, repeated(keyMessage("message", "", ""), 300, false));
     EXPECT_TRUE(verifier.SetPublicKey(*keyNamed("other")));
     EXPECT_EQ(verifyAll(verifier), 300U) << logOf(verifier);
     verifier.put_Selector(0);

@@ -41,11 +41,6 @@ std::string signatureOver(const std::string& uri, const std::string& digest, int
            "</SignedInfo></Signature>";
 }
 
-void load(ClsXmlDSig& verifier, const std::string& document) {
-    XString text(document);
-    ASSERT_TRUE(verifier.LoadSignature(text));
-}
-
 // The reason, "" standing for success, and the log.
 void expectReason(ClsXmlDSig& verifier, int index, int reason, const std::string& line,
                   const std::string& what) {
@@ -102,15 +97,15 @@ TEST(ExternalReferences, AreFoundInDirectoriesAndNowhereElse) {
     for (const Case& c : cases) {
         ClsXmlDSig verifier;
         verifier.put_ExternalRefDirs(dirs);
-        ASSERT_NO_FATAL_FAILURE(load(verifier, signatureOver(c.uri, kDetached)));
+        ASSERT_NO_FATAL_FAILURE(loadText(verifier, signatureOver(c.uri, kDetached)));
         expectReason(verifier, 0, c.reason, c.line, c.uri);
     }
     ClsXmlDSig verifier;
-    ASSERT_NO_FATAL_FAILURE(load(verifier, signatureOver("both", kDetached)));
+    ASSERT_NO_FATAL_FAILURE(loadText(verifier, signatureOver("both", kDetached)));
     expectReason(verifier, 0, 2, "No external data", "no directories");
     XString devices("/dev");
     verifier.put_ExternalRefDirs(devices);
-    ASSERT_NO_FATAL_FAILURE(load(verifier, signatureOver("zero", kDetached)));
+    ASSERT_NO_FATAL_FAILURE(loadText(verifier, signatureOver("zero", kDetached)));
     expectReason(verifier, 0, 2, "it is no regular file", "a device");
 }
 
@@ -126,7 +121,7 @@ TEST(ExternalReferences, AreWhatTheCallerSetLast) {
     other.data().append(ByteView(bytesOf("other")));
     ClsBinData empty;
     ClsXmlDSig verifier;
-    ASSERT_NO_FATAL_FAILURE(load(verifier, signatureOver("x", kDetached)));
+    ASSERT_NO_FATAL_FAILURE(loadText(verifier, signatureOver("x", kDetached)));
 
     EXPECT_TRUE(verifier.SetRefDataFile(0, file));
     expectReason(verifier, 0, 0, "", "a file");
@@ -140,14 +135,14 @@ TEST(ExternalReferences, AreWhatTheCallerSetLast) {
     expectReason(verifier, 0, 99, "Not a regular file.", "a pipe");
     EXPECT_TRUE(verifier.SetRefDataBd(0, detached));
     expectReason(verifier, 0, 0, "", "bytes");
-    ASSERT_NO_FATAL_FAILURE(load(verifier, signatureOver("x", kDetached)));
+    ASSERT_NO_FATAL_FAILURE(loadText(verifier, signatureOver("x", kDetached)));
     expectReason(verifier, 0, 0, "", "data survives a load");
     EXPECT_TRUE(verifier.SetRefDataBd(0, empty));
     expectReason(verifier, 0, 99, "", "no bytes are no data");
 
     for (const auto& [charset, digest] :
          {std::pair{"iso-8859-1", kLatin1}, {"windows-1252", kLatin1}, {"utf-8", kUtf8}}) {
-        ASSERT_NO_FATAL_FAILURE(load(verifier, signatureOver("x", digest)));
+        ASSERT_NO_FATAL_FAILURE(loadText(verifier, signatureOver("x", digest)));
         ClsStringBuilder text;
         text.xstring().setFromUtf8("gr\xC3\xBCn");
         XString name(charset);
@@ -168,7 +163,7 @@ TEST(ExternalReferences, BelongToOneSignatureAndOneIndex) {
     XString path("x");
     ClsXmlDSig verifier;
     const std::string signature = signatureOver("x", kDetached, 102);
-    ASSERT_NO_FATAL_FAILURE(load(verifier, "<r>" + signature + "\n" + signature + "</r>"));
+    ASSERT_NO_FATAL_FAILURE(loadText(verifier, "<r>" + signature + "\n" + signature + "</r>"));
     EXPECT_TRUE(verifier.SetRefDataBd(100, detached));
     expectReason(verifier, 100, 0, "", "the last index");
     expectReason(verifier, 99, 2, "", "the index before");

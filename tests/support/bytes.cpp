@@ -104,6 +104,15 @@ Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 std::string textOf(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
 
+std::size_t countOf(std::string_view text, std::string_view part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string_view::npos;
+         at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 std::string unescape(std::string_view text) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {

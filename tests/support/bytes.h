@@ -23,6 +23,12 @@ using Bytes = std::vector<std::uint8_t>;
 [[nodiscard]] std::string toBase64(std::span<const std::uint8_t> bytes);
 [[nodiscard]] Bytes bytesOf(std::string_view text);
 [[nodiscard]] std::string textOf(std::span<const std::uint8_t> bytes);
+// How often the part stands in the text, overlapping ones counted.
+[[nodiscard]] std::size_t countOf(std::string_view text, std::string_view part);
+// The size as the contract's classes take it.
+[[nodiscard]] inline std::uint32_t size32(std::span<const std::uint8_t> bytes) {
+    return static_cast<std::uint32_t>(bytes.size());
+}
 // Resolves \n \r \t \0 \\ and \xHH, so that a one-line vector can hold any byte.
 [[nodiscard]] std::string unescape(std::string_view text);
 

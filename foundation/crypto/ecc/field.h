@@ -98,8 +98,9 @@ template <std::size_t N> struct MontgomeryPrime {
 // z := x * y / R mod p with R = 2^(64 N), product and reduction interleaved row by row.
 struct PortableProducts {
     template <std::size_t N>
-    static void multiply(FieldElement<N>& z, const FieldElement<N>& x, const FieldElement<N>& y,
-                         const MontgomeryPrime<N>& prime) noexcept {
+    [[gnu::noinline]] static void multiply(FieldElement<N>& z, const FieldElement<N>& x,
+                                           const FieldElement<N>& y,
+                                           const MontgomeryPrime<N>& prime) noexcept {
         FieldElement<N> t{};
         Limb top = 0;
 #pragma GCC unroll 9

@@ -31,7 +31,7 @@ public:
 
     // p := 2p, with M = (3 X^2 + a Z^4) / 2 and S = X Y^2: X3 = M^2 - 2 S, Y3 = M (S - X3) - Y^4,
     // Z3 = Y Z. 3M+4S, 4M+4S for a = -3, 4M+6S for any a.
-    void doubleInPlace(Jacobian& p) const noexcept {
+    [[gnu::noinline]] void doubleInPlace(Jacobian& p) const noexcept {
         const Field& f = m_field;
         Element m;
         Element s;
@@ -67,8 +67,8 @@ public:
 
     // p := p + q, or p - q. 8M+3S (madd with H not doubled). The ratio of p's new Z to its old
     // one goes to `ratio` if it is not null and the sum is the ordinary case.
-    void addInPlace(Jacobian& p, const Affine& q, bool negate,
-                    Element* ratio = nullptr) const noexcept {
+    [[gnu::noinline]] void addInPlace(Jacobian& p, const Affine& q, bool negate,
+                                      Element* ratio = nullptr) const noexcept {
         const Field& f = m_field;
         if (f.isZero(p.z)) {
             p.x = q.x;
@@ -162,7 +162,7 @@ public:
 
 private:
     // (x, y) := (x / Z^2, y / Z^3), given 1 / Z
-    void toAffine(Affine& p, const Element& inverse) const noexcept {
+    [[gnu::noinline]] void toAffine(Affine& p, const Element& inverse) const noexcept {
         Element square;
         m_field.square(square, inverse);
         m_field.multiply(p.x, p.x, square);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/numbers.h"
 
+#include "foundation/text/strings.h"
 #include "foundation/xml/scan/char_class.h"
 
 #include <charconv>
@@ -9,9 +10,9 @@
 
 namespace vantrel::xml {
 
-namespace {
+using text::isDigitAscii;
 
-constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+namespace {
 
 // Digits with at most one point, and at least one digit.
 bool isPlainNumber(std::string_view text) noexcept {
@@ -19,7 +20,7 @@ bool isPlainNumber(std::string_view text) noexcept {
     for (const char c : text) {
         if (c == '.') {
             ++points;
-        } else if (!isDigit(c)) {
+        } else if (!isDigitAscii(c)) {
             return false;
         }
     }

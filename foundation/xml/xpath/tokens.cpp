@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/xml/xpath/tokens.h"
 
+#include "foundation/text/strings.h"
 #include "foundation/xml/scan/char_class.h"
 
 namespace vantrel::xml {
 
-namespace {
+using text::isDigitAscii;
 
-constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+namespace {
 
 // Two marks before one, so that the longest is taken.
 constexpr std::string_view kSymbols[] = {"//", "::", "..", "!=", "<=", ">=", "(", ")", "[", "]",
@@ -64,7 +65,7 @@ XPathToken XPathTokens::read() noexcept {
         return {};
     }
     const char c = text.front();
-    if (isDigit(c) || (c == '.' && text.size() > 1 && isDigit(text[1]))) {
+    if (isDigitAscii(c) || (c == '.' && text.size() > 1 && isDigitAscii(text[1]))) {
         return readNumber();
     }
     if (c == '"' || c == '\'') {
@@ -88,12 +89,12 @@ XPathToken XPathTokens::read() noexcept {
 XPathToken XPathTokens::readNumber() noexcept {
     const std::string_view text = rest();
     std::size_t length = 0;
-    while (length < text.size() && isDigit(text[length])) {
+    while (length < text.size() && isDigitAscii(text[length])) {
         ++length;
     }
     if (length < text.size() && text[length] == '.') {
         ++length;
-        while (length < text.size() && isDigit(text[length])) {
+        while (length < text.size() && isDigitAscii(text[length])) {
             ++length;
         }
     }

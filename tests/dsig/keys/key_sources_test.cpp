@@ -22,11 +22,6 @@
 namespace vantrel::test {
 namespace {
 
-void load(ClsXmlDSig& verifier, const std::string& document) {
-    XString text(document);
-    ASSERT_TRUE(verifier.LoadSignature(text)) << logOf(verifier);
-}
-
 Ref<ClsPublicKey> publicKeyNamed(const std::string& name) {
     Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
     LogNull log;
@@ -71,7 +66,7 @@ void prepare(VecCase& c, ClsXmlDSig& verifier) {
         ASSERT_TRUE(verifier.UseCertVault(vault)) << c.where();
     }
     verifier.put_VerboseLogging(c.booleanOr("Verbose", false));
-    load(verifier, documentOf(c));
+    loadText(verifier, documentOf(c));
     if (const std::string name = c.textOr("Key", ""); !name.empty()) {
         ASSERT_TRUE(verifier.SetPublicKey(*publicKeyNamed(name))) << c.where();
     }
@@ -197,7 +192,7 @@ void checkDamaged(const std::vector<Bytes>& damaged, std::size_t& accepted) {
     ClsXmlDSig verifier;
     std::vector<Bytes> all = damaged;
     all.push_back(fromBase64(keyValueNamed("signer"))); // the walk goes on to the last
-    load(verifier, keyMessage("message", "", certificateElements(all)));
+    loadText(verifier, keyMessage("message", "", certificateElements(all)));
     ClsStringArray found;
     EXPECT_TRUE(verifier.GetCerts(found));
     const std::size_t refused = countOf(logOf(verifier), "Failed to parse X.509 certificate.");
@@ -265,7 +260,7 @@ const char* const kPathReference =
 
 bool verifiesPath(const Bytes& path, std::string& log) {
     ClsXmlDSig verifier;
-    load(verifier, keyMessage("message", pathToken(path), kPathReference));
+    loadText(verifier, keyMessage("message", pathToken(path), kPathReference));
     const bool verified = verifier.VerifySignature(true);
     log = logOf(verifier);
     return verified;
@@ -293,8 +288,8 @@ TEST(KeySources, ListsOfCertificatesHaveALimit) {
     const Bytes one = fromBase64(keyValueNamed("ec"));
     for (const std::size_t count : {1000U, 1001U}) {
         ClsXmlDSig verifier;
-        load(verifier,
-             keyMessage("curve", "", certificateElements(std::vector<Bytes>(count, one))));
+        loadText(verifier,
+                 keyMessage("curve", "", certificateElements(std::vector<Bytes>(count, one))));
         EXPECT_EQ(verifier.VerifySignature(true), count == 1000) << count;
         ClsStringArray found;
         EXPECT_TRUE(verifier.GetCerts(found));
@@ -325,7 +320,7 @@ TEST(KeySources, ExplicitKeysBelongToIndexes) {
         many.insert(end, "<x>" + one.substr(start, end - start) + "</x>");
     }
     ClsXmlDSig verifier;
-    load(verifier, many);
+    loadText(verifier, many);
     ASSERT_EQ(verifier.get_NumSignatures(), 201);
     const Ref<ClsPublicKey> wrong = publicKeyNamed("other");
     const Ref<ClsPublicKey> right = publicKeyNamed("signer");
@@ -339,12 +334,12 @@ TEST(KeySources, ExplicitKeysBelongToIndexes) {
     EXPECT_NE(logOf(verifier).find("Selector index is not sane."), std::string::npos);
     EXPECT_NE(logOf(verifier).find("m_selector: 200"), std::string::npos);
 
-    load(verifier, one);
+    loadText(verifier, one);
     EXPECT_TRUE(verifier.VerifySignature(true)) << logOf(verifier);
     EXPECT_EQ(verifier.GetPublicKey(), nullptr);
     EXPECT_EQ(verifier.GetKeyInfo(), nullptr);
     EXPECT_NE(logOf(verifier).find("No KeyInfo child."), std::string::npos);
-    load(verifier, keyMessage("message", "", "<ds:KeyName>a</ds:KeyName>"));
+    loadText(verifier, keyMessage("message", "", "<ds:KeyName>a</ds:KeyName>"));
     const Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(verifier.GetKeyInfo());
     ASSERT_TRUE(keyInfo);
     StringBuffer name;
@@ -356,7 +351,7 @@ TEST(KeySources, HmacKeysAreReplacedAsAWhole) {
     const std::string document = readText(sourcePath("examples/transfer-hmac.xml"));
     const Bytes secret = readFile(sourcePath("examples/keys/secret.bin"));
     ClsXmlDSig verifier;
-    load(verifier, document);
+    loadText(verifier, document);
     const auto give = [&](const std::string& text, const char* name) {
         XString key(text);
         XString encoding(name);
@@ -409,10 +404,10 @@ protected:
         LogNull log;
         VantrelX509 certificate;
         ClsStringArray found;
-        load(m_verifier,
-             "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:KeyInfo>"
-             "<ds:X509Data>" +
-                 x509Data + "</ds:X509Data></ds:KeyInfo></ds:Signature>");
+        loadText(m_verifier,
+                 "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:KeyInfo>"
+                 "<ds:X509Data>" +
+                     x509Data + "</ds:X509Data></ds:KeyInfo></ds:Signature>");
         EXPECT_TRUE(m_verifier.GetCerts(found));
         if (found.get_Count() == 1) {
             const DataBuffer der(ByteView(fromBase64(found.getStringUtf8(0))));

@@ -38,8 +38,6 @@ int hashId(std::string_view name) {
     return kHashNone;
 }
 
-std::uint32_t size32(const Bytes& bytes) { return static_cast<std::uint32_t>(bytes.size()); }
-
 bool checkRsa(const JsonValue& group, RsaKeyData& key, const Bytes& digest,
               const Bytes& signature) {
     LogNull log;

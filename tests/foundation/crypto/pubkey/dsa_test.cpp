@@ -50,7 +50,7 @@ struct Numbers {
     Bytes p, q, g, y, raw, hash;
 };
 
-Numbers sample() {
+Numbers dsaSample() {
     for (VecCase& c : readVectors("crypto/pubkey/dsa.vec", "signatures")) {
         return {c.hex("P"), c.hex("Q"), c.hex("G"), c.hex("Y"), c.hex("Raw"), c.hex("Digest")};
     }
@@ -59,7 +59,7 @@ Numbers sample() {
 }
 
 TEST(DsaVerifier, NumbersOutOfRangeNeverVerify) {
-    const Numbers n = sample();
+    const Numbers n = dsaSample();
     DsaKeyData key;
     std::string_view whyNot;
     EXPECT_FALSE(verify(key, n.raw, n.hash)) << "no key";
@@ -89,7 +89,7 @@ TEST(DsaVerifier, NumbersOutOfRangeNeverVerify) {
 }
 
 TEST(DsaKeyData, WhatIsRefused) {
-    const Numbers n = sample();
+    const Numbers n = dsaSample();
     const auto load = [](const Bytes& p, const Bytes& q, const Bytes& g, const Bytes& y) {
         DsaKeyData key;
         std::string_view whyNot;

@@ -14,8 +14,6 @@
 namespace vantrel::test {
 namespace {
 
-std::uint32_t size32(const Bytes& bytes) { return static_cast<std::uint32_t>(bytes.size()); }
-
 std::string verify(RsaKeyData& key, const Bytes& signature, const Bytes& hash, int hashId,
                    int padding, int mgf) {
     LogNull log;
@@ -52,7 +50,7 @@ struct Sample {
     Bytes n, e, hash, signature;
 };
 
-Sample sample() {
+Sample rsaSample() {
     for (VecCase& c : readVectors("crypto/pubkey/rsa.vec", "pkcs1")) {
         if (c.text("About") == "1024 bits") {
             return {c.hex("N"), c.hex("E"), c.hex("Digest"), c.hex("Signature")};
@@ -63,7 +61,7 @@ Sample sample() {
 }
 
 TEST(RsaVerifier, OddInputsNeverVerify) {
-    const Sample s = sample();
+    const Sample s = rsaSample();
     RsaKeyData key;
     std::string_view whyNot;
     EXPECT_EQ(verify(key, s.signature, s.hash, kHashSha256, 1, 7), "failed") << "no key";

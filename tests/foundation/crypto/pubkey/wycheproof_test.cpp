@@ -49,8 +49,6 @@ Bytes hashOf(int id, const Bytes& message) {
     return digest;
 }
 
-std::uint32_t size32(const Bytes& bytes) { return static_cast<std::uint32_t>(bytes.size()); }
-
 // What a case must give here. Decided apart from the suite's verdict:
 // - MissingNull ("acceptable"): an absent NULL parameter is one of the two encodings we accept.
 // - MissingZero ("acceptable"): a negative INTEGER is not what we call DER.

@@ -256,7 +256,7 @@ TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
 }
 
 // Counts what it is given.
-class CountingSink final : public xml::CanonSink {
+class TallySink final : public xml::CanonSink {
 public:
     bool write(const char* /*data*/, std::size_t size) override {
         octets += size;
@@ -329,7 +329,7 @@ TEST(CanonPaths, HostileDocumentsAreNotMultiplied) {
         XmlCanon canon;
         setUp(canon, one.call);
         RecordingLog log;
-        CountingSink sink;
+        TallySink sink;
         ASSERT_TRUE(canon.canonicalizeTo(StringBuffer{one.text}, nullptr, 0, sink, log))
             << log.errors;
         const double ratio =
@@ -373,7 +373,7 @@ TEST(CanonPaths, WhatIsKeptOfAnAmplifiedDocumentIsLimited) {
         EXPECT_EQ(kept.has_value(), uses == 670) << uses;
         EXPECT_EQ(log.errors, uses == 670 ? "" : "Limit passed: the size of the canonical form\n");
     }
-    CountingSink sink;
+    TallySink sink;
     XmlCanon canon;
     setUp(canon, call);
     RecordingLog log;
@@ -385,7 +385,7 @@ TEST(CanonPaths, ASinkHearsOfTheWorkBeforehandAndEndsIt) {
     const std::string text = "<r><a Id='a'><!--" + std::string(5000, 'c') + "--></a>" +
                              repeated(60000, [](int) { return "<e>text</e>"; }) + "</r>";
     for (const std::uint64_t most : {text.size(), text.size() - 1}) {
-        CountingSink sink;
+        TallySink sink;
         sink.most = most;
         XmlCanon canon;
         RecordingLog log;
@@ -394,7 +394,7 @@ TEST(CanonPaths, ASinkHearsOfTheWorkBeforehandAndEndsIt) {
         EXPECT_EQ(sink.expected, text.size());
         EXPECT_EQ(sink.octets != 0, most == text.size());
     }
-    CountingSink sink;
+    TallySink sink;
     XmlCanon canon;
     RecordingLog log;
     ASSERT_TRUE(canon.canonicalizeTo(StringBuffer{text}, "a", 0, sink, log));
