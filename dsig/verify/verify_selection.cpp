@@ -110,6 +110,16 @@ void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     }
 }
 
+// A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
+void hashSigned(SignedValue& value) {
+    value.hash.clear();
+    if (value.asked.hashAlg != kHashNone) {
+        const ByteView octets = value.octets.octets();
+        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
+                        value.asked.hashAlg, value.hash);
+    }
+}
+
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
 // is nothing that the value could be checked with.
 bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
@@ -132,12 +142,7 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
         log.LogError("Key type not implemented yet by Vantrel.");
         return false;
     }
-    // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
-    if (value.asked.hashAlg != kHashNone) {
-        const ByteView octets = value.octets.octets();
-        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
-                        value.asked.hashAlg, value.hash);
-    }
+    hashSigned(value);
     return true;
 }
 
@@ -268,6 +273,42 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
     return !outcome.endedEarly;
 }
 
+// As checkValue. Both need what the steps before them have found.
+bool checkByMethod(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+                   LogBase& log) {
+    return value.asked.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
+                                               : checkWithKeys(query, value, report, log);
+}
+
+// Where the value is not that of the octets by Canonical XML 1.0: whether it is by 1.1, which is
+// asked for. Nothing is said of it where it is not.
+bool isValueByCanonical11(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
+                          LogBase& log) {
+    if ((report.value != ValueCheck::Mismatch && report.value != ValueCheck::WrongKey) ||
+        !standardsApply(log)) {
+        return false;
+    }
+    LogNull quiet(log);
+    SignatureReport found;
+    if (!makeCanonical11Octets(*query.document, query.selection, value.octets, found.standards,
+                               quiet)) {
+        return false;
+    }
+    hashSigned(value);
+    static_cast<void>(checkByMethod(query, value, found, quiet));
+    if (found.value != ValueCheck::Valid) {
+        return false;
+    }
+    report.value = found.value;
+    report.keys = std::move(found.keys);
+    report.reason.clear();
+    for (const std::string_view code : found.standards.codes()) {
+        report.standards.add(code);
+    }
+    log.LogInfo("The signature value is over SignedInfo by Canonical XML 1.1.");
+    return true;
+}
+
 // XML Signature 3.2.2, the value. False where the verification ends without a word on it. Each step
 // writes its own error line, and needs what those before it have found.
 bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
@@ -277,8 +318,8 @@ bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate
         !readValue(query, value, report, log) || !hashOctets(query, value, report, log)) {
         return false;
     }
-    return value.asked.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
-                                               : checkWithKeys(query, value, report, log);
+    const bool summarise = checkByMethod(query, value, report, log);
+    return isValueByCanonical11(query, value, report, log) || summarise;
 }
 
 } // namespace
