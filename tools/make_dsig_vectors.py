@@ -76,6 +76,9 @@ def sign(octets, key="rsa"):
             message.flush()
             return b64(run("openssl", "pkeyutl", "-sign", "-rawin", "-in", message.name, "-inkey",
                            str(KEYS / f"{key}.key")))
+    if key == "pss":  # with a salt of 32 bytes
+        return b64(run("openssl", "dgst", "-sha256", "-sigopt", "rsa_padding_mode:pss", "-sigopt", "rsa_pss_saltlen:32",
+                       "-sign", str(KEYS / "rsa.key"), data=octets))
     if key == "mldsa65":
         private = serialization.load_pem_private_key((KEYS / f"{key}.key").read_bytes(), None)
         return b64(private.sign(octets, CONTEXT))
@@ -1418,6 +1421,14 @@ def standards():
     Change = >YSBjb250ZXh0< => >*<
     WithReferences = false
     Log = Key type not implemented yet by Vantrel."""))
+    for length, holds in (("32", "true"), ("20", "false")):
+        params = (f'<k:RSAPSSParams xmlns:k="{sha3[:-8]}"><DigestMethod Algorithm="{SHA256}"></DigestMethod>'
+                  f"<k:SaltLength>{length}</k:SaltLength></k:RSAPSSParams>")
+        case(f"standards/pss-salt-{length}", document(method=sha3[:-8] + "rsa-pss", key="pss", inner=params), f"""
+    What = a salt of 32 bytes, of which {length} are named
+    Key = rsa
+    WithReferences = {holds}
+    WithoutReferences = {holds}""")
     case("standards/hmac-cut", document(method=MORE + "hmac-sha256", key="hmac-128",
                                         inner="<HMACOutputLength>128</HMACOutputLength>"), runs("hmac", """
     What = without its last octet

@@ -4,6 +4,7 @@
 
 #include "dsig/explain/budget.h"
 #include "dsig/explain/goal.h"
+#include "foundation/crypto/rsa/padding.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
 
@@ -42,6 +43,7 @@ struct TriedSecret {
 struct ValueMethod {
     int hashId;
     bool isPss;
+    int saltLength = crypto::kAnySalt; // RSASSA-PSS
 };
 
 // A value of RSA. Each key is applied once: what it recovers is either a digest, which is then
@@ -115,6 +117,32 @@ private:
     std::vector<ValueReading> m_values;
     std::vector<TriedKey> m_keys;
     ValueMethod m_method;
+    Budget& m_budget;
+};
+
+// A value of EdDSA or ML-DSA: the same, over the octets themselves, for these methods hash in their
+// own ways.
+class MessageGoal final : public Goal {
+public:
+    // `named`: the curve or the set of parameters that the method names.
+    MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
+                std::string_view named, std::string context, Budget& budget);
+
+    [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
+    [[nodiscard]] int knownHash() const override { return 0; }
+    [[nodiscard]] ByteView knownDigest() const override { return {}; }
+    [[nodiscard]] bool isDear() const override { return true; }
+    [[nodiscard]] std::uint64_t cost(std::size_t octets, Depth /*depth*/) const override {
+        return octets;
+    }
+
+private:
+    [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value, ByteView message);
+
+    std::vector<ValueReading> m_values;
+    std::vector<TriedKey> m_keys;
+    std::string_view m_named;
+    std::string m_context;
     Budget& m_budget;
 };
 
