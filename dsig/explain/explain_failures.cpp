@@ -140,9 +140,9 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
     }
     if (!read.takesHash()) {
         DataBuffer context;
-        return keyType == kKeyTypeMlDsa && element && !readMlDsaContext(*element, context)
+        return element && !readMethodContext(read, *element, context)
                    ? nullptr
-                   : std::make_unique<MessageGoal>(std::move(readings), job.keys.tried, read.curve,
+                   : std::make_unique<MessageGoal>(std::move(readings), job.keys.tried, read,
                                                    std::string(asText(context.view())), budget);
     }
     return keyType == kKeyTypeDsa || keyType == kKeyTypeEcdsa

@@ -417,19 +417,21 @@ bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) 
 }
 
 MessageGoal::MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
-                         std::string_view named, std::string context, Budget& budget)
-    : m_values(std::move(values)), m_keys(std::move(keys)), m_named(named),
+                         const SignatureMethod& method, std::string context, Budget& budget)
+    : m_values(std::move(values)), m_keys(std::move(keys)), m_method(method),
       m_context(std::move(context)), m_budget(budget) {}
 
 bool MessageGoal::verifies(const TriedKey& key, const ValueReading& value, ByteView message) {
     const ByteView octets = asBytes(value.octets);
     if (const crypto::EdwardsKey* const edwards = key.key->getEdwardsKeyPtr()) {
-        return edwards->curve().name == m_named && octets.size() == 2 * edwards->curve().keyBytes &&
+        return edwards->curve().name == m_method.curve &&
+               octets.size() == 2 * edwards->curve().keyBytes &&
                m_budget.takeKeyOperation(keyOperationWeight(*key.key)) &&
-               edwards->verify(message, octets);
+               edwards->verifyVariant(
+                   {m_method.withContext, m_method.preHashed, asBytes(m_context)}, message, octets);
     }
     const crypto::MlDsaKey* const mlDsa = key.key->getMlDsaKeyPtr();
-    return mlDsa != nullptr && mlDsa->set().name == m_named &&
+    return mlDsa != nullptr && mlDsa->set().name == m_method.curve &&
            octets.size() == mlDsa->set().signatureBytes &&
            m_budget.takeKeyOperation(keyOperationWeight(*key.key)) &&
            mlDsa->verify(message, asBytes(m_context), octets);

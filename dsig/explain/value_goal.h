@@ -4,6 +4,7 @@
 
 #include "dsig/explain/budget.h"
 #include "dsig/explain/goal.h"
+#include "dsig/verify/signature_method.h"
 #include "foundation/crypto/rsa/padding.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
@@ -124,9 +125,8 @@ private:
 // own ways.
 class MessageGoal final : public Goal {
 public:
-    // `named`: the curve or the set of parameters that the method names.
     MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
-                std::string_view named, std::string context, Budget& budget);
+                const SignatureMethod& method, std::string context, Budget& budget);
 
     [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
     [[nodiscard]] int knownHash() const override { return 0; }
@@ -141,7 +141,7 @@ private:
 
     std::vector<ValueReading> m_values;
     std::vector<TriedKey> m_keys;
-    std::string_view m_named;
+    const SignatureMethod m_method;
     std::string m_context;
     Budget& m_budget;
 };

@@ -35,7 +35,7 @@ struct SignedValue {
     DataBuffer value;
     StringBuffer method;   // its identifier
     SignatureMethod asked; // by it
-    DataBuffer context;    // ML-DSA
+    DataBuffer context;    // EdDSA, ML-DSA
     DataBuffer hash;       // of the octets; empty when the method names no digest
 };
 
@@ -105,7 +105,7 @@ void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
         Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
     const SignatureMethod method = readSignatureMethod(value.method, element.get(), true, log);
     // Under another context than the signer's the value would look wrong.
-    if (method.keyType != kKeyTypeMlDsa || !element || readMlDsaContext(*element, value.context)) {
+    if (method.takesHash() || !element || readMethodContext(method, *element, value.context)) {
         value.asked = method;
     }
 }
