@@ -9,6 +9,8 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/standard_keys.h"
 #include "dsig/reference/first_reference.h"
+#include "dsig/transform/element_space.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
@@ -240,8 +242,28 @@ void tryStandardKeys(const VerifyQuery& query, const ValueQuery& value,
     std::ranges::move(more, std::back_inserter(keys));
 }
 
+// Tries them over SignedInfo without the white space between its elements, where the signature's
+// profile leaves it out and the value does not hold over SignedInfo as it stands.
+void tryWithoutSpace(const VerifyQuery& query, const ValueQuery& asked, SignedValue& value,
+                     const std::vector<CandidateKey>& keys, ValueOutcome& outcome,
+                     SignatureReport& report, LogBase& log) {
+    if (outcome.verified || outcome.limitPassed || value.octets.isInvoiceHash() ||
+        value.asked.hashAlg == kHashNone || !leavesOutSpace(signatureProfile(query.selection))) {
+        return;
+    }
+    value.octets.text = withoutElementSpace(value.octets.text.view());
+    hashSigned(value);
+    const ValueOutcome second = tryKeys(asked, keys, log);
+    if (second.verified || second.limitPassed) {
+        outcome = second;
+    }
+    if (second.verified) {
+        report.accommodations.add(accommodation::kProfileSpace);
+    }
+}
+
 // False where there is no key at all, or the search ended without a word on the value.
-bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+bool checkWithKeys(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
                    LogBase& log) {
     std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
     KeyAccount& account = query.document->keyAccount;
@@ -255,6 +277,7 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
         outcome = tryKeys(asked, keys, log);
     }
     tryStandardKeys(query, asked, keys, outcome, log);
+    tryWithoutSpace(query, asked, value, keys, outcome, report, log);
     // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {
@@ -274,7 +297,7 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
 }
 
 // As checkValue. Both need what the steps before them have found.
-bool checkByMethod(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+bool checkByMethod(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
                    LogBase& log) {
     return value.asked.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
                                                : checkWithKeys(query, value, report, log);
@@ -304,6 +327,9 @@ bool isValueByCanonical11(const VerifyQuery& query, SignedValue& value, Signatur
     report.reason.clear();
     for (const std::string_view code : found.standards.codes()) {
         report.standards.add(code);
+    }
+    for (const std::string_view code : found.accommodations.codes()) {
+        report.accommodations.add(code);
     }
     log.LogInfo("The signature value is over SignedInfo by Canonical XML 1.1.");
     return true;
