@@ -6,6 +6,7 @@
 // Exit code 1: the document has no such octets, and the reason is on standard error.
 
 #include "cli/commands.h"
+#include "cli/confine.h"
 #include "cli/document.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
@@ -207,6 +208,7 @@ int runDigestInput(const Arguments& arguments) {
         return kCannotTell;
     }
     const bool signedInfo = arguments.has("--signed-info");
+    confine(arguments, settings, Names::Now);
     return forEachFile(arguments, false, [&](const std::string& name, std::string& why) {
         return runFile(settings, signedInfo, name, why);
     });

@@ -101,6 +101,7 @@ inline constexpr std::string_view kExternalDtdNotRead = "external-dtd-not-read";
 inline constexpr std::string_view kDtdPresent = "dtd-present";
 inline constexpr std::string_view kEntitiesUsed = "entities-used";
 inline constexpr std::string_view kCommentsInText = "comments-in-text";
+inline constexpr std::string_view kCdataInText = "cdata-in-text";
 // The time-stamp is right, but nothing that the caller gave vouches for its signer.
 inline constexpr std::string_view kTimestampAuthorityNotChecked = "timestamp-authority-not-checked";
 } // namespace warning
