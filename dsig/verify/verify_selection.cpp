@@ -35,6 +35,7 @@ struct SignedValue {
     DataBuffer value;
     StringBuffer method;   // its identifier
     SignatureMethod asked; // by it
+    DataBuffer context;    // ML-DSA
     DataBuffer hash;       // of the octets; empty when the method names no digest
 };
 
@@ -95,15 +96,18 @@ bool readValue(const VerifyQuery& query, SignedValue& value, SignatureReport& re
 }
 
 // The element is looked for only where its children may say more than its identifier.
-SignatureMethod askedMethod(const VerifyQuery& query, const StringBuffer& identifier,
-                            LogBase& log) {
-    const SignatureMethod method = readSignatureMethod(identifier, nullptr, false, log);
-    if ((method.hashAlg > kHashNone && method.keyType > 0) || !standardsApply(log)) {
-        return method;
+void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
+    value.asked = readSignatureMethod(value.method, nullptr, false, log);
+    if ((value.asked.hashAlg > kHashNone && value.asked.keyType > 0) || !standardsApply(log)) {
+        return;
     }
     const Ref<ClsXml> element =
         Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
-    return readSignatureMethod(identifier, element.get(), true, log);
+    const SignatureMethod method = readSignatureMethod(value.method, element.get(), true, log);
+    // Under another context than the signer's the value would look wrong.
+    if (method.keyType != kKeyTypeMlDsa || !element || readMlDsaContext(*element, value.context)) {
+        value.asked = method;
+    }
 }
 
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
@@ -117,7 +121,7 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
         return false;
     }
     log.LogDataSb("SignatureMethod", value.method);
-    value.asked = askedMethod(query, value.method, log);
+    readMethod(query, value, log);
     // Refused before any key is tried: a hash that cannot be computed would look like a value that
     // is wrong.
     if (value.asked.hashAlg < 0) {
@@ -198,8 +202,8 @@ ValueCheck valueCheckOf(const SignedValue& value, const ValueOutcome& outcome) {
     if (outcome.limitPassed) {
         return ValueCheck::LimitPassed;
     }
-    // Without a hash nothing was compared, whatever the keys said. EdDSA has its own.
-    if (value.asked.hashAlg == kHashNone && value.asked.keyType != kKeyTypeEdDsa) {
+    // Without a hash nothing was compared, whatever the keys said.
+    if (value.asked.hashAlg == kHashNone && value.asked.takesHash()) {
         return ValueCheck::UnsupportedMethod;
     }
     if (!outcome.anyChecked) {
@@ -238,8 +242,9 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
     KeyAccount& account = query.document->keyAccount;
     // What an earlier verification of this signature took is given back before keys are tried.
     account.begin(query.selection.index);
-    const ValueQuery asked{value.asked, value.octets, value.hash,
-                           value.value, account,      query.limits.keyOperations};
+    const ValueQuery asked{value.asked,         value.octets, value.hash,
+                           value.value,         account,      query.limits.keyOperations,
+                           value.context.view()};
     ValueOutcome outcome;
     if (!keys.empty()) {
         outcome = tryKeys(asked, keys, log);

@@ -31,7 +31,7 @@ public:
     // The next stretch begins at `offset`.
     void skipTo(std::uint32_t offset) noexcept { m_start = offset; }
 
-    void put(std::string_view piece) {
+    [[gnu::always_inline]] void put(std::string_view piece) {
         if (piece.size() > sizeof m_buffer - m_used) {
             putLong(piece);
             return;

@@ -51,7 +51,7 @@ public:
     [[nodiscard]] PrefixId id(std::string_view prefix);
     // The same for the `length` bytes at `at`, where eight bytes are readable. It remembers the
     // last ones.
-    [[nodiscard]] PrefixId recentId(const char* at, std::uint32_t length) {
+    [[nodiscard, gnu::always_inline]] PrefixId recentId(const char* at, std::uint32_t length) {
         if (length - 1 >= 8) [[unlikely]] {
             return length == 0 ? kDefault : id(std::string_view(at, length));
         }

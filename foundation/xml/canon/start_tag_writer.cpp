@@ -296,7 +296,7 @@ void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint3
     }
 }
 
-void StartTagWriter::sortDue() {
+void StartTagWriter::sortSeveralDue() {
     sortFew(m_due.begin(), m_due.end(), [this](PrefixId a, PrefixId b) {
         return m_namespaces.prefixText(a) < m_namespaces.prefixText(b);
     });

@@ -73,7 +73,7 @@ private:
     [[nodiscard]] bool areOrdered(std::uint32_t start, const TagShape& shape) const noexcept;
     void finishPassed(std::uint32_t start, std::uint32_t contentEnd, std::uint32_t depth,
                       WrittenTag& tag);
-    [[nodiscard]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
+    [[nodiscard, gnu::always_inline]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
         return m_text.size() - start >= 8 ? m_namespaces.recentId(m_text.data() + start, length)
                                           : m_namespaces.id(m_text.substr(start, length));
     }
@@ -102,7 +102,12 @@ private:
     void sortAttributes();
     template <class Less> void sortAttributesBy(Less less);
     void putNamespaces(std::uint32_t depth);
-    void sortDue();
+    void sortDue() {
+        if (m_due.size() > 1) {
+            sortSeveralDue();
+        }
+    }
+    void sortSeveralDue();
     void putNamespacesOfApex();
     [[nodiscard]] std::vector<std::uint32_t> knownRanks(const InheritedNamespaces& inherited) const;
     void putInherited(const InheritedNamespaces& inherited, std::uint32_t rank);
