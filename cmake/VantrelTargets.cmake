@@ -4,6 +4,7 @@
 if(VANTREL_INSTALL)
   include(GNUInstallDirs)
 endif()
+include(CheckCXXSourceCompiles)
 # Whoever links the library looks for it in a folder of his own.
 find_package(Threads REQUIRED GLOBAL)
 
@@ -181,6 +182,17 @@ function(vantrel_tool)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     # The tool uses more than the shared library exports, so it has the library in it.
     target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel> vantrel_sandbox)
+    # Finding the C++ library's many symbols takes longer than verifying a small document. A sanitizer
+    # brings a library of its own, and a shared library of ours must have the same one as the tool.
+    if(NOT BUILD_SHARED_LIBS AND NOT VANTREL_SANITIZERS)
+      set(CMAKE_REQUIRED_LINK_OPTIONS -static-libstdc++ -static-libgcc)
+      check_cxx_source_compiles("#include <string>\nint main(int, char** v) { return std::string(v[0]).empty(); }"
+        VANTREL_STATIC_CXX_LIBRARY)
+      if(VANTREL_STATIC_CXX_LIBRARY)
+        target_link_options(xmldsig PRIVATE ${CMAKE_REQUIRED_LINK_OPTIONS})
+      endif()
+      unset(CMAKE_REQUIRED_LINK_OPTIONS)
+    endif()
     if(NOT CMAKE_CROSSCOMPILING)
       vantrel_tool_texts()
     endif()
