@@ -200,7 +200,8 @@ bool makeCanonical11Octets(Document& document, const Selection& selection, Signe
         subtree.addRange(top, (*index)[top].next);
         RecommendedData data(std::move(index));
         data.nodes() = std::move(subtree);
-        made = recommendedTransform(out.algorithm.view(),
+        made = RefReason::Match ==
+               recommendedTransform(out.algorithm.view(),
                                     {*document.structure, xml::kNoElement, selection.element(),
                                      document.account, budget, standards},
                                     data, log);
