@@ -123,4 +123,12 @@ for name, expression in (("nested", "not(" * 50_000), ("following", "count(follo
     code = found["references"][0]["cause"]["code"]
     check(f"costly {name}", found["status"] == "invalid" and code == ("limit" if name == "following" else "unsupported-transform"),
           found["references"][0]["cause"])
+# What only looks costly ends as any other: chains of // over megabytes, and an expression of one.
+large = "<r>" + "<a><b><c><d/></c></b></a>" * 200_000 + "SIG</r>"
+for name, document, expression, code in (
+        ("chain", large, "//a//b//c//d//*//node()", "digest-mismatch"),
+        ("nested chains", large, "//*[.//*[.//*[.//*]]]", "digest-mismatch"),
+        ("long expression", many, "not(" + " or ".join(["self::q"] * 100_000) + ")", "unsupported-transform")):
+    found = verify(signed(document, "", xpath(expression), "<r></r>"))["references"][0]
+    check(f"not costly: {name}", found["cause"]["code"] == code, found["cause"])
 finish()
