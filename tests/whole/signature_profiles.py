@@ -73,8 +73,9 @@ def check_air():
     expect("air, no white space", air, "valid", "air-package")
     expect("air", spread(air), "valid", "air-package", [space], ["Manifest"], [])
     digested("air, octets", spread(air), octets)
-    digested("air, SignedInfo", spread(air), air[air.index("<SignedInfo"):air.index("<SignatureValue")].replace(
-        "<SignedInfo", f'<SignedInfo xmlns="{DS}"').encode(), "--signed-info")
+    info = air[air.index("<SignedInfo"):air.index("<SignatureValue")].replace("<SignedInfo", f'<SignedInfo xmlns="{DS}"').encode()
+    digested("air, SignedInfo", spread(air), info, "--signed-info")
+    digested("air, SignedInfo of a changed one", spread(air).replace("a\n b", "a b"), info, "--signed-info")
     expect("air, changed", spread(air).replace("a.swf", "b.swf"), "invalid", "air-package")
     expect("air, space in a text", spread(air).replace("a\n b", "a b"), "invalid", "air-package")
     expect("air, text between elements", spread(air).replace(">\n  <x>", ">. <x>"), "invalid", "air-package")
