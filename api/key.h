@@ -20,7 +20,7 @@ class Key final {
 public:
     /// What is known of one key.
     struct Facts {
-        std::string type;       ///< "RSA", "DSA", "EC", "EdDSA"
+        std::string type;       ///< "RSA", "DSA", "EC", "EdDSA", "ML-DSA-65", ...
         unsigned bits = 0;      ///< of the modulus, the prime, the curve's field
         std::string curve;      ///< "P-256", ...; empty for other kinds
         std::string spkiSha256; ///< lower-case hexadecimal, of the SubjectPublicKeyInfo

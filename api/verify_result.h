@@ -80,7 +80,7 @@ struct ReferenceResult {
 /// certificate lacks is empty, and all of it where there is none.
 struct KeyResult {
     std::string source; ///< "X509Certificate", "KeyValue", "explicit", ...
-    std::string type;   ///< "RSA", "DSA", "EC", "EdDSA", "HMAC"
+    std::string type;   ///< "RSA", "DSA", "EC", "EdDSA", "ML-DSA-65", ..., "HMAC"
     int bits = 0;
     std::string curve;
     std::string spkiSha256; ///< lower-case hexadecimal; empty for a secret

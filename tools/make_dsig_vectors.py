@@ -4,7 +4,8 @@
 
     tools/make_dsig_vectors.py [GROUP...]
 
-Canonical octets come from xmllint (libxml2), signature values from openssl; where a document
+Canonical octets come from xmllint (libxml2), signature values from openssl, those of ML-DSA from the
+Python package cryptography; where a document
 deviates from the standard, the octets that its signers digest are written out here. A document that
 is valid by the standard as well is checked with xmlsec1. The expectations are this script's, not
 output of the library. Keys that exist in tests/vectors/dsig/keys are kept.
@@ -18,6 +19,9 @@ import re
 import subprocess
 import sys
 import tempfile
+
+from cryptography.hazmat.primitives import serialization
+from cryptography.hazmat.primitives.asymmetric import mldsa
 
 OUT = pathlib.Path(__file__).resolve().parents[1] / "tests/vectors/dsig"
 KEYS = OUT / "keys"
@@ -33,6 +37,7 @@ SHA256 = "http://www.w3.org/2001/04/xmlenc#sha256"
 ENVELOPED = DS + "enveloped-signature"
 BASE64 = DS + "base64"
 SECRET = "a secret of some length"
+CONTEXT = b"a context"
 XMLNS = f' xmlns="{DS}"'
 
 
@@ -69,6 +74,9 @@ def sign(octets, key="rsa"):
             message.flush()
             return b64(run("openssl", "pkeyutl", "-sign", "-rawin", "-in", message.name, "-inkey",
                            str(KEYS / f"{key}.key")))
+    if key == "mldsa65":
+        private = serialization.load_pem_private_key((KEYS / f"{key}.key").read_bytes(), None)
+        return b64(private.sign(octets, CONTEXT))
     return b64(run("openssl", "dgst", "-sha256", "-sign", str(KEYS / f"{key}.key"), data=octets))
 
 
@@ -147,6 +155,12 @@ def make_keys():
         if not key.exists():
             run("openssl", "genpkey", *options, "-out", str(key))
         run("openssl", "pkey", "-in", str(key), "-pubout", "-out", str(KEYS / f"{name}.pub"))
+    if not (KEYS / "mldsa65.key").exists():
+        private = mldsa.MLDSA65PrivateKey.generate()
+        (KEYS / "mldsa65.key").write_bytes(private.private_bytes(
+            serialization.Encoding.PEM, serialization.PrivateFormat.PKCS8, serialization.NoEncryption()))
+        (KEYS / "mldsa65.pub").write_bytes(private.public_key().public_bytes(
+            serialization.Encoding.PEM, serialization.PublicFormat.SubjectPublicKeyInfo))
 
 
 GOOD = """
@@ -1374,6 +1388,24 @@ def standards():
     Key = ed25519
     Change = ed25519 => ed448
     WithReferences = false"""))
+    more = "http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#"
+    context = f'<k:MLDSAContextString xmlns:k="{more}">{b64(CONTEXT)}</k:MLDSAContextString>'
+    case("standards/ml-dsa", document(method=more + "ml-dsa-65", key="mldsa65", inner=context), runs("mldsa65", """
+    What = parameters that the key has not
+    Key = mldsa65
+    Change = ml-dsa-65 => ml-dsa-87
+    WithReferences = false
+
+    What = another context
+    Key = mldsa65
+    Change = >YSBjb250ZXh0< => >YSBjb250ZXh1<
+    WithReferences = false
+
+    What = a context that is not base64
+    Key = mldsa65
+    Change = >YSBjb250ZXh0< => >*<
+    WithReferences = false
+    Log = Key type not implemented yet by Vantrel."""))
     case("standards/hmac-cut", document(method=MORE + "hmac-sha256", key="hmac-128",
                                         inner="<HMACOutputLength>128</HMACOutputLength>"), runs("hmac", """
     What = without its last octet

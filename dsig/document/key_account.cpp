@@ -53,6 +53,8 @@ std::uint64_t keyOperationWeight(const _vlPublicKey& key) noexcept {
     // work, and curves come in few sizes.
     case KeyKind::Ec:
     case KeyKind::Edwards: return weigh(key.bits(), 1, kCommonCurveBits, 1);
+    // About as much as a check on the common curve.
+    case KeyKind::MlDsa:
     case KeyKind::None: break;
     }
     return 1;

@@ -17,11 +17,13 @@ namespace standard {
 inline constexpr std::string_view kSha224 = "sha224";
 inline constexpr std::string_view kSha3 = "sha3";
 inline constexpr std::string_view kEdDsa = "eddsa";
+inline constexpr std::string_view kMlDsa = "ml-dsa";
 inline constexpr std::string_view kPssParams = "pss-params";
 inline constexpr std::string_view kHmacLength = "hmac-length";
 inline constexpr std::string_view kHmacWhitespace = "hmac-whitespace";
 inline constexpr std::string_view kDerKey = "der-key";
 inline constexpr std::string_view kX509Digest = "x509-digest";
+inline constexpr std::string_view kKeyName = "key-name";
 inline constexpr std::string_view kRfc4050 = "rfc4050";
 inline constexpr std::string_view kRetrievalMethod = "retrieval-method";
 inline constexpr std::string_view kKeyInfoReference = "key-info-reference";

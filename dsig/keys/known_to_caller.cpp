@@ -4,6 +4,7 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/edwards/edwards_key.h"
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/x509/SystemCerts.h"
 #include "foundation/x509/VantrelX509.h"
@@ -43,6 +44,11 @@ bool equal(const crypto::EdwardsKey& one, const crypto::EdwardsKey& other) noexc
     return &one.curve() == &other.curve() && equal(one.encoded(), other.encoded());
 }
 
+// The sets of parameters differ in the size of their keys.
+bool equal(const crypto::MlDsaKey& one, const crypto::MlDsaKey& other) noexcept {
+    return equal(one.encoded(), other.encoded());
+}
+
 } // namespace
 
 // The other numbers of a key are left out, since a view cannot join them; where two keys share this
@@ -53,6 +59,7 @@ ByteView distinctiveNumber(const _vlPublicKey& key) noexcept {
     case KeyKind::Dsa: return key.getDsaKeyPtr()->y();
     case KeyKind::Ec: return key.getEccKeyPtr()->point();
     case KeyKind::Edwards: return key.getEdwardsKeyPtr()->encoded();
+    case KeyKind::MlDsa: return key.getMlDsaKeyPtr()->encoded();
     case KeyKind::None: break;
     }
     return {};
@@ -68,6 +75,7 @@ bool isSameKey(const _vlPublicKey& one, const _vlPublicKey& other) noexcept {
     case KeyKind::Dsa: return equal(*one.getDsaKeyPtr(), *other.getDsaKeyPtr());
     case KeyKind::Ec: return equal(*one.getEccKeyPtr(), *other.getEccKeyPtr());
     case KeyKind::Edwards: return equal(*one.getEdwardsKeyPtr(), *other.getEdwardsKeyPtr());
+    case KeyKind::MlDsa: return equal(*one.getMlDsaKeyPtr(), *other.getMlDsaKeyPtr());
     case KeyKind::None: break;
     }
     return false;

@@ -211,6 +211,7 @@ std::string_view standardOfSource(std::string_view source) {
         {keysource::kDerEncodedKeyValue.name, standard::kDerKey},
         {keysource::kEcdsaKeyValue.name, standard::kRfc4050},
         {keysource::kX509Digest.name, standard::kX509Digest},
+        {keysource::kKeyName.name, standard::kKeyName},
         {keysource::kRetrievalMethod.name, standard::kRetrievalMethod},
         {keysource::kKeyInfoReference.name, standard::kKeyInfoReference},
     };

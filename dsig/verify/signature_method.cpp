@@ -3,11 +3,17 @@
 
 #include "dsig/document/standards.h"
 #include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/encoders.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <charconv>
+#include <cstdint>
 #include <span>
+#include <string_view>
+#include <system_error>
 
 namespace vantrel {
 
@@ -89,10 +95,14 @@ constexpr MethodIdentifier ecdsa(std::string_view algorithm, int hash, std::stri
 constexpr MethodIdentifier eddsa(std::string_view algorithm, std::string_view curve) {
     return {algorithm, {kHashNone, kKeyTypeEdDsa, 0, curve, standard::kEdDsa}};
 }
+constexpr MethodIdentifier mldsa(std::string_view algorithm, std::string_view set) {
+    return {algorithm, {kHashNone, kKeyTypeMlDsa, 0, set, standard::kMlDsa}};
+}
 
 constexpr std::string_view kRsaPss = "http://www.w3.org/2007/05/xmldsig-more#rsa-pss";
 
-// RFC 9231, 2.2 and 2.3: what the tables of substrings do not know.
+// RFC 9231, 2.2 and 2.3: what the tables of substrings do not know. ML-DSA has no identifier of a
+// standards body yet; these are in use.
 constexpr MethodIdentifier kMethods[] = {
     rsa("http://www.w3.org/2001/04/xmldsig-more#rsa-sha224", kHashSha224),
     {"http://www.w3.org/2001/04/xmldsig-more#hmac-sha224",
@@ -110,6 +120,9 @@ constexpr MethodIdentifier kMethods[] = {
     pss(kRsaPss, kHashSha256, standard::kPssParams),
     eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519", "Ed25519"),
     eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed448", "Ed448"),
+    mldsa("http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#ml-dsa-44", "ML-DSA-44"),
+    mldsa("http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#ml-dsa-65", "ML-DSA-65"),
+    mldsa("http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#ml-dsa-87", "ML-DSA-87"),
 };
 
 const SignatureMethod* findMethod(std::string_view algorithm) {
@@ -132,9 +145,25 @@ bool readDigestMethod(const ClsXml& parent, int& hash) {
     return hash != kHashNone;
 }
 
+// A number of bytes; `length` stays where there is none. False for what is no such number.
+bool readSaltLength(const ClsXml& params, int& length) {
+    constexpr std::uint32_t kMostDigits = 4; // more than any modulus has room for
+    StringBuffer text;
+    if (!params.getChildContentUtf8("*:SaltLength", text, false)) {
+        return true;
+    }
+    text.trim2();
+    const std::string_view digits = text.view();
+    if (digits.size() > kMostDigits) {
+        return false;
+    }
+    const auto [end, fault] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
+    return fault == std::errc() && end == digits.data() + digits.size() && length >= 0;
+}
+
 // RFC 9231, 2.3.9: what is not said is SHA-256, and the mask has the hash of the message unless it
-// names its own. A salt of any length that the encoding is consistent with is taken, and the
-// trailer must be the only one that is defined.
+// names its own. Of the salt no length is taken for granted: verifiers differ on what is meant
+// where none is said. The trailer must be the only one that is defined.
 bool readPssParams(const ClsXml& element, SignatureMethod& method) {
     const Ref<ClsXml> params = Ref<ClsXml>::adopt(element.getChildWithTagUtf8("*:RSAPSSParams"));
     if (!params) {
@@ -153,6 +182,9 @@ bool readPssParams(const ClsXml& element, SignatureMethod& method) {
             return false;
         }
     }
+    if (!readSaltLength(*params, method.saltLength)) {
+        return false;
+    }
     StringBuffer trailer;
     params->getChildContentUtf8("*:TrailerField", trailer, false);
     trailer.trim2();
@@ -160,6 +192,13 @@ bool readPssParams(const ClsXml& element, SignatureMethod& method) {
 }
 
 } // namespace
+
+bool readMlDsaContext(const ClsXml& element, DataBuffer& context) {
+    constexpr std::uint32_t kMostOctets = 255;
+    StringBuffer text;
+    return !element.getChildContentUtf8("*:MLDSAContextString", text, false) ||
+           (text::decodeBase64(text.view(), context) && context.getSize() <= kMostOctets);
+}
 
 std::string_view standardOfMethod(std::string_view algorithmUri) {
     const SignatureMethod* const known = findMethod(algorithmUri);

@@ -10,6 +10,7 @@
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/mac/Hmac.h"
 #include "foundation/crypto/mac/constant_time.h"
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
@@ -37,7 +38,7 @@ KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& l
     const bool ran = RsaVerifier::verifyHashExt(
         query.signature.getData2(), query.signature.getSize(), query.hash.getData2(),
         query.hash.getSize(), query.method.hashAlg, pss ? kPaddingPss : kPaddingPkcs1,
-        query.method.mgfHashAlg, verified, key, 0, true, wrongKey, log);
+        query.method.mgfHashAlg, verified, key, 0, true, wrongKey, log, query.method.saltLength);
 
     if (!ran) {
         return wrongKey ? KeyVerdict::WrongKey : KeyVerdict::Failed;
@@ -158,7 +159,7 @@ struct QuietKind {
     const char* countKey;
     const char* failed;
     // A value that could be either is read first as r and s one after the other, for DSA and ECDSA
-    // alike, as XML Signature writes them. EdDSA has one form.
+    // alike, as XML Signature writes them. The others have one form.
     bool (*verify)(const ValueQuery& query, const _vlPublicKey& key, LogBase& log);
 };
 
@@ -187,6 +188,13 @@ bool verifyWithEdwardsKey(const ValueQuery& query, const _vlPublicKey& key, LogB
            edwards.verify(query.signedOctets.octets(), query.signature.view());
 }
 
+// FIPS 204: the same.
+bool verifyWithMlDsaKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& /*log*/) {
+    const crypto::MlDsaKey& mlDsa = *key.getMlDsaKeyPtr();
+    return mlDsa.set().name == query.method.curve &&
+           mlDsa.verify(query.signedOctets.octets(), query.context, query.signature.view());
+}
+
 constexpr QuietKind kDsa{KeyKind::Dsa, "numDsaKeys", "DSA verify hash failed.", verifyWithDsaKey};
 constexpr QuietKind kEcdsa{KeyKind::Ec, "numEcdsaKeys",
                            "ECDSA verify hash found the signature to be invalid.", verifyWithEcKey};
@@ -194,6 +202,9 @@ constexpr QuietKind kEcdsa{KeyKind::Ec, "numEcdsaKeys",
 constexpr QuietKind kEdDsa{KeyKind::Edwards, "numEdDsaKeys",
                            "EdDSA verification found the signature to be invalid.",
                            verifyWithEdwardsKey};
+constexpr QuietKind kMlDsa{KeyKind::MlDsa, "numMlDsaKeys",
+                           "ML-DSA verification found the signature to be invalid.",
+                           verifyWithMlDsaKey};
 
 ValueOutcome tryQuietly(const QuietKind& rule, const ValueQuery& query,
                         std::span<const CandidateKey> keys, LogBase& log) {
@@ -238,6 +249,7 @@ ValueOutcome tryKeys(const ValueQuery& query, std::span<const CandidateKey> keys
     case kKeyTypeDsa: return tryQuietly(kDsa, query, keys, log);
     case kKeyTypeEcdsa: return tryQuietly(kEcdsa, query, keys, log);
     case kKeyTypeEdDsa: return tryQuietly(kEdDsa, query, keys, log);
+    case kKeyTypeMlDsa: return tryQuietly(kMlDsa, query, keys, log);
     default:
         log.LogInfo("Unknown key type...");
         log.LogError("Invalid key type");

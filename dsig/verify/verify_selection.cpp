@@ -9,6 +9,8 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/standard_keys.h"
 #include "dsig/reference/first_reference.h"
+#include "dsig/transform/element_space.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
@@ -35,6 +37,7 @@ struct SignedValue {
     DataBuffer value;
     StringBuffer method;   // its identifier
     SignatureMethod asked; // by it
+    DataBuffer context;    // ML-DSA
     DataBuffer hash;       // of the octets; empty when the method names no digest
 };
 
@@ -95,15 +98,25 @@ bool readValue(const VerifyQuery& query, SignedValue& value, SignatureReport& re
 }
 
 // The element is looked for only where its children may say more than its identifier.
-SignatureMethod askedMethod(const VerifyQuery& query, const StringBuffer& identifier,
-                            LogBase& log) {
-    const SignatureMethod method = readSignatureMethod(identifier, nullptr, false, log);
-    if ((method.hashAlg > kHashNone && method.keyType > 0) || !standardsApply(log)) {
-        return method;
+void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
+    value.asked = readSignatureMethod(value.method, nullptr, false, log);
+    if ((value.asked.hashAlg > kHashNone && value.asked.keyType > 0) || !standardsApply(log)) {
+        return;
     }
     const Ref<ClsXml> element =
         Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
-    return readSignatureMethod(identifier, element.get(), true, log);
+    const SignatureMethod method = readSignatureMethod(value.method, element.get(), true, log);
+    // Under another context than the signer's the value would look wrong.
+    if (method.keyType != kKeyTypeMlDsa || !element || readMlDsaContext(*element, value.context)) {
+        value.asked = method;
+    }
+}
+
+void digestOctets(SignedValue& value) {
+    const ByteView octets = value.octets.octets();
+    value.hash.clear();
+    _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), value.asked.hashAlg,
+                    value.hash);
 }
 
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
@@ -117,7 +130,7 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
         return false;
     }
     log.LogDataSb("SignatureMethod", value.method);
-    value.asked = askedMethod(query, value.method, log);
+    readMethod(query, value, log);
     // Refused before any key is tried: a hash that cannot be computed would look like a value that
     // is wrong.
     if (value.asked.hashAlg < 0) {
@@ -130,9 +143,7 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
     }
     // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
     if (value.asked.hashAlg != kHashNone) {
-        const ByteView octets = value.octets.octets();
-        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
-                        value.asked.hashAlg, value.hash);
+        digestOctets(value);
     }
     return true;
 }
@@ -198,8 +209,8 @@ ValueCheck valueCheckOf(const SignedValue& value, const ValueOutcome& outcome) {
     if (outcome.limitPassed) {
         return ValueCheck::LimitPassed;
     }
-    // Without a hash nothing was compared, whatever the keys said. EdDSA has its own.
-    if (value.asked.hashAlg == kHashNone && value.asked.keyType != kKeyTypeEdDsa) {
+    // Without a hash nothing was compared, whatever the keys said.
+    if (value.asked.hashAlg == kHashNone && value.asked.takesHash()) {
         return ValueCheck::UnsupportedMethod;
     }
     if (!outcome.anyChecked) {
@@ -231,20 +242,42 @@ void tryStandardKeys(const VerifyQuery& query, const ValueQuery& value,
     std::ranges::move(more, std::back_inserter(keys));
 }
 
+// Tries them over SignedInfo without the white space between its elements, where the signature's
+// profile leaves it out and the value does not hold over SignedInfo as it stands.
+void tryWithoutSpace(const VerifyQuery& query, const ValueQuery& asked, SignedValue& value,
+                     const std::vector<CandidateKey>& keys, ValueOutcome& outcome,
+                     SignatureReport& report, LogBase& log) {
+    if (outcome.verified || outcome.limitPassed || value.octets.isInvoiceHash() ||
+        value.asked.hashAlg == kHashNone || !leavesOutSpace(signatureProfile(query.selection))) {
+        return;
+    }
+    value.octets.text = withoutElementSpace(value.octets.text.view());
+    digestOctets(value);
+    const ValueOutcome second = tryKeys(asked, keys, log);
+    if (second.verified || second.limitPassed) {
+        outcome = second;
+    }
+    if (second.verified) {
+        report.accommodations.add(accommodation::kProfileSpace);
+    }
+}
+
 // False where there is no key at all, or the search ended without a word on the value.
-bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+bool checkWithKeys(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
                    LogBase& log) {
     std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
     KeyAccount& account = query.document->keyAccount;
     // What an earlier verification of this signature took is given back before keys are tried.
     account.begin(query.selection.index);
-    const ValueQuery asked{value.asked, value.octets, value.hash,
-                           value.value, account,      query.limits.keyOperations};
+    const ValueQuery asked{value.asked,         value.octets, value.hash,
+                           value.value,         account,      query.limits.keyOperations,
+                           value.context.view()};
     ValueOutcome outcome;
     if (!keys.empty()) {
         outcome = tryKeys(asked, keys, log);
     }
     tryStandardKeys(query, asked, keys, outcome, log);
+    tryWithoutSpace(query, asked, value, keys, outcome, report, log);
     // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {

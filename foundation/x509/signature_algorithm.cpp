@@ -9,6 +9,7 @@
 #include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/hash/hasher.h"
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
 #include "foundation/text/StringBuffer.h"
@@ -69,6 +70,9 @@ constexpr KnownAlgorithm kAlgorithms[] = {
     {"2.16.840.1.101.3.4.3.1", "dsa_with_SHA224", KeyKind::Dsa, kHashSha224},
     {kEd25519Oid, "Ed25519", KeyKind::Edwards, kHashNone},
     {kEd448Oid, "Ed448", KeyKind::Edwards, kHashNone},
+    {"2.16.840.1.101.3.4.3.17", "ML-DSA-44", KeyKind::MlDsa, kHashNone},
+    {"2.16.840.1.101.3.4.3.18", "ML-DSA-65", KeyKind::MlDsa, kHashNone},
+    {"2.16.840.1.101.3.4.3.19", "ML-DSA-87", KeyKind::MlDsa, kHashNone},
     {"1.2.840.10040.4.3", "dsaWithSHA1", KeyKind::Dsa, kHashSha1},
     {"1.2.840.10040.4.1", "dsaEncryption", KeyKind::Dsa, kHashNone},
 };
@@ -163,8 +167,8 @@ bool parseSignatureAlgorithm(ByteView algorithmIdentifier, SignatureAlgorithm& o
         return false;
     }
     out = {known->kind, false, known->hashId, kHashNone, known->name};
-    // RFC 8410 3: the parameters must be absent.
-    if (known->kind == KeyKind::Edwards) {
+    // RFC 8410 3, RFC 9881 2: the parameters must be absent.
+    if (known->kind == KeyKind::Edwards || known->kind == KeyKind::MlDsa) {
         return parameters.atEnd();
     }
     return known->oid != kRsaPssOid || readPssParameters(parameters, out);
@@ -199,6 +203,11 @@ bool verifySignedBytes(const SignatureAlgorithm& algorithm, const _vlPublicKey& 
         const crypto::EdwardsKey& edwards = *key.getEdwardsKeyPtr();
         return algorithm.name == edwards.curve().name && edwards.verify(signedBytes, signature);
     }
+    if (algorithm.kind == KeyKind::MlDsa) {
+        // RFC 9881, 3: the same, with an empty context.
+        const crypto::MlDsaKey& mlDsa = *key.getMlDsaKeyPtr();
+        return algorithm.name == mlDsa.set().name && mlDsa.verify(signedBytes, {}, signature);
+    }
     std::uint8_t digest[crypto::kMaxDigestSize];
     // No hash, no signature: an empty one must not verify under any key.
     const ByteView hash = crypto::hashBytes(algorithm.hashId, signedBytes, digest);
@@ -219,6 +228,7 @@ bool verifySignedBytes(const SignatureAlgorithm& algorithm, const _vlPublicKey& 
                                                  s.hashSize, verified, log, 0) &&
                verified;
     case KeyKind::Edwards:
+    case KeyKind::MlDsa:
     case KeyKind::None: break;
     }
     return false;

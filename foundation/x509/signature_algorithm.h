@@ -18,13 +18,14 @@ namespace x509 {
 struct SignatureAlgorithm {
     KeyKind kind = KeyKind::None;
     bool pss = false;
-    int hashId = 0;        // hash_ids.h; 0: the identifier names none (rsaEncryption in CMS, EdDSA)
+    int hashId =
+        0; // hash_ids.h; 0: the identifier names none (rsaEncryption in CMS, EdDSA, ML-DSA)
     int mgfHashId = 0;     // PSS only
     std::string_view name; // static: "sha256WithRSAEncryption"
 };
 
 // Reads an AlgorithmIdentifier (header included): RFC 3279, RFC 4055, RFC 5754, RFC 5758,
-// RFC 8410, RFC 9688. False for an algorithm that is not known or malformed parameters.
+// RFC 8410, RFC 9688, RFC 9881. False for an algorithm that is not known or malformed parameters.
 [[nodiscard]] bool parseSignatureAlgorithm(ByteView algorithmIdentifier, SignatureAlgorithm& out);
 
 // The algorithm's name, or its dotted identifier when it is not known; false when malformed.

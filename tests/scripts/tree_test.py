@@ -42,6 +42,7 @@ MAY_INCLUDE = {
                               "foundation/crypto/signature"),
     "foundation/crypto/edwards": ("foundation/text", "foundation/crypto/bignum",
                                   "foundation/crypto/ecc", "foundation/crypto/hash"),
+    "foundation/crypto/mldsa": ("foundation/text", "foundation/crypto/hash"),
     "foundation/xml/scan": ("foundation/text", "foundation/cpu"),
     "foundation/xml/tree": XML,
     "foundation/xml/nodes": ("foundation/xml/scan", "foundation/text", "foundation/cpu"),

@@ -7,7 +7,7 @@
 #include "foundation/crypto/edwards/field_25519.h"
 #include "foundation/crypto/edwards/field_448.h"
 #include "foundation/crypto/hash/hasher.h"
-#include "foundation/crypto/hash/shake256.h"
+#include "foundation/crypto/hash/shake.h"
 
 #include <algorithm>
 #include <array>
@@ -166,12 +166,12 @@ struct Ed448Params {
                           std::array<Limb, 15>& k) noexcept {
         constexpr std::string_view kDomain("SigEd448\0\0", 10);
         std::array<std::uint8_t, 114> digest;
-        Shake256 hasher;
+        Shake hasher(kShake256Rate);
         hasher.update(asBytes(kDomain));
         hasher.update(r);
         hasher.update(key);
         hasher.update(message);
-        hasher.final(digest);
+        hasher.squeeze(digest);
         loadLittleEndian(k, digest);
     }
 };

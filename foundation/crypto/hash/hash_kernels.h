@@ -13,7 +13,7 @@ namespace vantrel::crypto {
 // The state of SHA-3, and the bytes of it that a block is added to (FIPS 202, 4).
 struct SpongeState {
     std::uint64_t lanes[25]; // lane x + 5 * y
-    std::uint64_t rate;      // 72, 104, 136 or 144
+    std::uint64_t rate;      // 72, 104, 136, 144 or 168
 };
 
 // The chaining value of any of the algorithms, in the form its rounds compute with.

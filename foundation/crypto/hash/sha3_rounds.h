@@ -120,6 +120,9 @@ template <class Ops>
         if (rate > 136) {
             sha3Add<Ops, 17, 18>(a, data);
         }
+        if (rate > 144) {
+            sha3Add<Ops, 18, 21>(a, data);
+        }
         for (std::size_t round = 0; round < 24; round += 2) {
             sha3Round<Ops>(a, e, kSha3RoundConstants[round]);
             sha3Round<Ops>(e, a, kSha3RoundConstants[round + 1]);

@@ -16,7 +16,8 @@ using crypto::PaddingVerdict;
 bool RsaVerifier::verifyHashExt(const std::uint8_t* signature, std::uint32_t signatureLength,
                                 const std::uint8_t* hash, std::uint32_t hashLength, int hashId,
                                 int padding, int mgfHashId, bool& verified, RsaKeyData& key,
-                                int /*reserved*/, bool /*strict*/, bool& wrongKey, LogBase& log) {
+                                int /*reserved*/, bool /*strict*/, bool& wrongKey, LogBase& log,
+                                int saltLength) {
     verified = false;
     wrongKey = false;
     if (!key.isLoaded()) {
@@ -46,7 +47,7 @@ bool RsaVerifier::verifyHashExt(const std::uint8_t* signature, std::uint32_t sig
     }
     const ByteView expected(hash, hashLength);
     const PaddingVerdict verdict =
-        pss ? crypto::checkPss(block, key.bits(), hashId, mgfHashId, expected)
+        pss ? crypto::checkPss(block, key.bits(), hashId, mgfHashId, expected, saltLength)
             : crypto::checkPkcs1(block, hashId, expected);
     wrongKey = verdict == PaddingVerdict::NoForm;
     verified = verdict == PaddingVerdict::Match;

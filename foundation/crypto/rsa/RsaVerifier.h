@@ -2,6 +2,8 @@
 #ifndef FOUNDATION_CRYPTO_RSA_RSAVERIFIER_H
 #define FOUNDATION_CRYPTO_RSA_RSAVERIFIER_H
 
+#include "foundation/crypto/rsa/padding.h"
+
 #include <cstdint>
 
 namespace vantrel {
@@ -26,14 +28,15 @@ public:
     // unknown hash identifier or padding, or a hash that is empty or of another size than its
     // algorithm's. A hash of no bytes never verifies.
     //
-    // PKCS #1: the whole expected block is compared, with and without the NULL parameter. PSS: any
-    // salt length that the encoding is consistent with; `mgfHashId` is the hash of MGF1. The last
-    // two inputs are kept for the contract: `reserved` has no meaning, and `strict` false changes
+    // PKCS #1: the whole expected block is compared, with and without the NULL parameter. PSS: a
+    // salt of `saltLength` bytes, or of any length; `mgfHashId` is the hash of MGF1. `reserved` and
+    // `strict` are kept for the contract: `reserved` has no meaning, and `strict` false changes
     // nothing, for there is no lenient mode.
     static bool verifyHashExt(const std::uint8_t* signature, std::uint32_t signatureLength,
                               const std::uint8_t* hash, std::uint32_t hashLength, int hashId,
                               int padding, int mgfHashId, bool& verified, RsaKeyData& key,
-                              int reserved, bool strict, bool& wrongKey, LogBase& log);
+                              int reserved, bool strict, bool& wrongKey, LogBase& log,
+                              int saltLength = crypto::kAnySalt);
 };
 
 } // namespace vantrel

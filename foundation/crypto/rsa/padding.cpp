@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace vantrel::crypto {
 namespace {
@@ -61,7 +62,7 @@ PaddingVerdict checkPkcs1(ByteView block, int hashId, ByteView hash) noexcept {
 }
 
 PaddingVerdict checkPss(std::span<std::uint8_t> block, std::size_t modulusBits, int hashId,
-                        int mgfHashId, ByteView hash) noexcept {
+                        int mgfHashId, ByteView hash, int saltLength) noexcept {
     const std::size_t encodedBits = modulusBits - 1;
     const std::size_t encodedSize = (encodedBits + 7) / 8;
     // A modulus of 8k + 1 bits leaves a whole zero byte in front of the encoding.
@@ -86,13 +87,17 @@ PaddingVerdict checkPss(std::span<std::uint8_t> block, std::size_t modulusBits, 
     if (one == masked.end() || *one != 1) {
         return PaddingVerdict::NoForm;
     }
+    const ByteView salt(one + 1, masked.end());
+    if (saltLength != kAnySalt && !std::cmp_equal(salt.size(), saltLength)) {
+        return PaddingVerdict::Different;
+    }
     // H' = Hash(00 00 00 00 00 00 00 00 || mHash || salt)
     const std::array<std::uint8_t, 8> zeros{};
     std::array<std::uint8_t, kMaxDigestSize> expected;
     Hasher hasher(hashId);
     hasher.update(zeros);
     hasher.update(hash);
-    hasher.update(ByteView(one + 1, masked.end()));
+    hasher.update(salt);
     hasher.final(std::span(expected).first(hashSize));
     return std::equal(digest.begin(), digest.end(), expected.begin()) ? PaddingVerdict::Match
                                                                       : PaddingVerdict::Different;

@@ -10,6 +10,8 @@
 
 namespace vantrel::crypto {
 
+inline constexpr int kAnySalt = -1; // any that the encoding is consistent with
+
 // What a recovered block says about a hash.
 enum class PaddingVerdict {
     NoForm,    // not a block of this padding at all: another key, most likely
@@ -22,10 +24,12 @@ enum class PaddingVerdict {
 // parameter or without. `hashId` must name an algorithm with a digest of hash.size() bytes.
 [[nodiscard]] PaddingVerdict checkPkcs1(ByteView block, int hashId, ByteView hash) noexcept;
 
-// EMSA-PSS (RFC 8017, 9.1.2) with a salt of any length. `block` has the size of the modulus and
-// is overwritten (unmasked in place). `modulusBits` is the modulus's exact size.
+// EMSA-PSS (RFC 8017, 9.1.2) with a salt of `saltLength` bytes, or of any length (kAnySalt).
+// `block` has the size of the modulus and is overwritten (unmasked in place). `modulusBits` is the
+// modulus's exact size.
 [[nodiscard]] PaddingVerdict checkPss(std::span<std::uint8_t> block, std::size_t modulusBits,
-                                      int hashId, int mgfHashId, ByteView hash) noexcept;
+                                      int hashId, int mgfHashId, ByteView hash,
+                                      int saltLength = kAnySalt) noexcept;
 
 } // namespace vantrel::crypto
 

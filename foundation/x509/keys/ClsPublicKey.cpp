@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/io/files.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
@@ -137,6 +138,7 @@ std::string_view ClsPublicKey::keyType() const noexcept {
     case KeyKind::Dsa: return "DSA";
     case KeyKind::Ec: return "EC";
     case KeyKind::Edwards: return "EdDSA";
+    case KeyKind::MlDsa: return m_key.getMlDsaKeyPtr()->set().name;
     case KeyKind::None: break;
     }
     return {};
@@ -148,6 +150,7 @@ bool ClsPublicKey::isWeak() const noexcept {
     case KeyKind::Dsa: return m_key.bits() < kSafeModulusBits;
     case KeyKind::Ec:
     case KeyKind::Edwards: return m_key.bits() < kSafeCurveBits;
+    case KeyKind::MlDsa:
     case KeyKind::None: break;
     }
     return false;

@@ -43,7 +43,7 @@ public:
     [[nodiscard]] const _vlPublicKey& key() const noexcept { return m_key; }
 
     [[nodiscard]] bool isEmpty() const noexcept { return m_key.kind() == KeyKind::None; }
-    /// "RSA", "DSA", "EC", "EdDSA", or empty.
+    /// "RSA", "DSA", "EC", "EdDSA", "ML-DSA-65" and its like, or empty.
     [[nodiscard]] std::string_view keyType() const noexcept;
     /// Size of the RSA modulus, of the DSA prime, or of the curve's field; 0 without a key.
     [[nodiscard]] unsigned keyBits() const noexcept { return m_key.bits(); }

@@ -4,6 +4,7 @@
 #include "foundation/crypto/dsa/DsaKeyData.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/edwards/edwards_key.h"
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 
 namespace vantrel {
@@ -16,6 +17,7 @@ void _vlPublicKey::clear() noexcept {
     m_dsa.reset();
     m_ec.reset();
     m_edwards.reset();
+    m_mlDsa.reset();
 }
 
 bool _vlPublicKey::loadRsa(ByteView modulus, ByteView exponent, std::string_view& whyNot) {
@@ -49,6 +51,11 @@ void _vlPublicKey::takeEdwards(std::unique_ptr<crypto::EdwardsKey> key) noexcept
     m_edwards = std::move(key);
 }
 
+void _vlPublicKey::takeMlDsa(std::unique_ptr<crypto::MlDsaKey> key) noexcept {
+    clear();
+    m_mlDsa = std::move(key);
+}
+
 KeyKind _vlPublicKey::kind() const noexcept {
     if (m_rsa) {
         return KeyKind::Rsa;
@@ -58,6 +65,9 @@ KeyKind _vlPublicKey::kind() const noexcept {
     }
     if (m_edwards) {
         return KeyKind::Edwards;
+    }
+    if (m_mlDsa) {
+        return KeyKind::MlDsa;
     }
     return m_ec ? KeyKind::Ec : KeyKind::None;
 }
@@ -71,6 +81,9 @@ unsigned _vlPublicKey::bits() const noexcept {
     }
     if (m_edwards) {
         return static_cast<unsigned>(m_edwards->curve().fieldBits);
+    }
+    if (m_mlDsa) {
+        return static_cast<unsigned>(m_mlDsa->encoded().size() * 8);
     }
     return m_ec ? static_cast<unsigned>(m_ec->bits()) : 0;
 }

@@ -16,10 +16,11 @@ class RsaKeyData;
 
 namespace crypto {
 class EdwardsKey;
+class MlDsaKey;
 } // namespace crypto
 
 // The kinds of public key; the numbers are those of the signature-method mapping.
-enum class KeyKind : std::uint8_t { None = 0, Rsa = 1, Dsa = 2, Ec = 3, Edwards = 5 };
+enum class KeyKind : std::uint8_t { None = 0, Rsa = 1, Dsa = 2, Ec = 3, Edwards = 5, MlDsa = 6 };
 
 // Holds exactly one public key of one kind, or none. Every load replaces the key that was held; a
 // load that fails leaves none and puts a short reason, a text of static lifetime, into `whyNot`.
@@ -38,6 +39,8 @@ public:
     void takeEc(std::unique_ptr<EccVerifier> point) noexcept;
     // Takes over a key of EdDSA.
     void takeEdwards(std::unique_ptr<crypto::EdwardsKey> key) noexcept;
+    // Takes over a key of ML-DSA.
+    void takeMlDsa(std::unique_ptr<crypto::MlDsaKey> key) noexcept;
     void clear() noexcept;
 
     // The key when it is of that kind, else null. The holder keeps it.
@@ -45,9 +48,11 @@ public:
     [[nodiscard]] DsaKeyData* getDsaKeyPtr() const noexcept { return m_dsa.get(); }
     [[nodiscard]] EccVerifier* getEccKeyPtr() const noexcept { return m_ec.get(); }
     [[nodiscard]] crypto::EdwardsKey* getEdwardsKeyPtr() const noexcept { return m_edwards.get(); }
+    [[nodiscard]] crypto::MlDsaKey* getMlDsaKeyPtr() const noexcept { return m_mlDsa.get(); }
 
     [[nodiscard]] KeyKind kind() const noexcept;
-    // Size of the RSA modulus, of the DSA prime p, or of the curve's field; 0 without a key.
+    // Size of the RSA modulus, of the DSA prime p, of the curve's field, or of the whole key of
+    // ML-DSA; 0 without a key.
     [[nodiscard]] unsigned bits() const noexcept;
     // "P-256", "secp256k1", "Ed25519", ...; empty unless the key is a point of a curve.
     [[nodiscard]] std::string_view curveName() const noexcept;
@@ -57,6 +62,7 @@ private:
     std::unique_ptr<DsaKeyData> m_dsa;
     std::unique_ptr<EccVerifier> m_ec;
     std::unique_ptr<crypto::EdwardsKey> m_edwards;
+    std::unique_ptr<crypto::MlDsaKey> m_mlDsa;
 };
 
 } // namespace vantrel

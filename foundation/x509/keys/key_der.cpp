@@ -10,6 +10,7 @@
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/ecc/curves.h"
 #include "foundation/crypto/edwards/edwards_key.h"
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
 #include "foundation/x509/oids.h"
@@ -147,11 +148,6 @@ bool loadEc(const KeyInfoParts& parts, _vlPublicKey& key, std::string_view& whyN
     return true;
 }
 
-const crypto::EdwardsCurve* edwardsCurve(ByteView algorithm) {
-    std::string dotted;
-    return asn1::oidToText(algorithm, dotted) ? crypto::findEdwardsCurveByOid(dotted) : nullptr;
-}
-
 // RFC 8410 3: the parameters must be absent.
 bool loadEdwards(const crypto::EdwardsCurve& curve, const KeyInfoParts& parts, _vlPublicKey& key,
                  std::string_view& whyNot) {
@@ -165,6 +161,36 @@ bool loadEdwards(const crypto::EdwardsCurve& curve, const KeyInfoParts& parts, _
     }
     key.takeEdwards(std::move(loaded));
     return true;
+}
+
+// RFC 9881, 2 and 4: here, too.
+bool loadMlDsa(const crypto::MlDsaSet& set, const KeyInfoParts& parts, _vlPublicKey& key,
+               std::string_view& whyNot) {
+    if (!parts.parameters.atEnd()) {
+        return false;
+    }
+    std::unique_ptr<crypto::MlDsaKey> loaded = crypto::MlDsaKey::load(set, parts.keyBits, whyNot);
+    if (loaded == nullptr) {
+        return false;
+    }
+    key.takeMlDsa(std::move(loaded));
+    return true;
+}
+
+// The kinds whose algorithm is that of one curve or set of parameters.
+bool loadNamed(const KeyInfoParts& parts, _vlPublicKey& key, std::string_view& whyNot) {
+    std::string dotted;
+    if (!asn1::oidToText(parts.algorithm, dotted)) {
+        return false;
+    }
+    if (const crypto::EdwardsCurve* const curve = crypto::findEdwardsCurveByOid(dotted)) {
+        return loadEdwards(*curve, parts, key, whyNot);
+    }
+    if (const crypto::MlDsaSet* const set = crypto::findMlDsaSetByOid(dotted)) {
+        return loadMlDsa(*set, parts, key, whyNot);
+    }
+    whyNot = "the key's algorithm is not supported";
+    return false;
 }
 
 } // namespace
@@ -206,11 +232,7 @@ bool loadSubjectPublicKeyInfo(ByteView der, _vlPublicKey& key, std::string_view&
     if (sameBytes(parts.algorithm, oid::kDsa) || sameBytes(parts.algorithm, oid::kDsaOiw)) {
         return loadDsa(parts, key, whyNot);
     }
-    if (const crypto::EdwardsCurve* const curve = edwardsCurve(parts.algorithm)) {
-        return loadEdwards(*curve, parts, key, whyNot);
-    }
-    whyNot = "the key's algorithm is not supported";
-    return false;
+    return loadNamed(parts, key, whyNot);
 }
 
 bool loadKeyDer(ByteView der, _vlPublicKey& key, std::string_view& whyNot) {
@@ -261,6 +283,7 @@ void writeAlgorithm(const _vlPublicKey& key, DerWriter& out) {
     case KeyKind::Edwards:
         static_cast<void>(out.writeOid(key.getEdwardsKeyPtr()->curve().oid));
         break;
+    case KeyKind::MlDsa: static_cast<void>(out.writeOid(key.getMlDsaKeyPtr()->set().oid)); break;
     case KeyKind::None: break;
     }
     out.close();
@@ -280,6 +303,7 @@ std::vector<std::uint8_t> subjectPublicKeyBits(const _vlPublicKey& key) {
     case KeyKind::Dsa: out.writeUnsigned(key.getDsaKeyPtr()->y()); break;
     case KeyKind::Ec: out.writeRaw(key.getEccKeyPtr()->point()); break;
     case KeyKind::Edwards: out.writeRaw(key.getEdwardsKeyPtr()->encoded()); break;
+    case KeyKind::MlDsa: out.writeRaw(key.getMlDsaKeyPtr()->encoded()); break;
     case KeyKind::None: break;
     }
     return {out.bytes().begin(), out.bytes().end()};

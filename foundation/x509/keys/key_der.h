@@ -19,7 +19,7 @@ namespace x509 {
 
 // A SubjectPublicKeyInfo (RFC 5280 4.1.2.7): RSA (also under the PSS identifier), DSA with its
 // parameters, an elliptic-curve point on a curve that is named or whose explicit parameters equal
-// those of a known curve, or a key of EdDSA (RFC 8410, 4).
+// those of a known curve, a key of EdDSA (RFC 8410, 4) or one of ML-DSA (RFC 9881, 4).
 [[nodiscard]] bool loadSubjectPublicKeyInfo(ByteView der, _vlPublicKey& key,
                                             std::string_view& whyNot);
 
@@ -31,7 +31,7 @@ namespace x509 {
 
 // The SubjectPublicKeyInfo of a key in the form that RFC 3279 and RFC 5480 prescribe:
 // rsaEncryption, DSA with its parameters, or an uncompressed point on a named curve; of EdDSA in
-// that of RFC 8410. Empty without a key.
+// that of RFC 8410, of ML-DSA in that of RFC 9881. Empty without a key.
 [[nodiscard]] std::vector<std::uint8_t> subjectPublicKeyInfo(const _vlPublicKey& key);
 // The octets of its subjectPublicKey BIT STRING, as VantrelX509::subjectPublicKeyBits gives them.
 [[nodiscard]] std::vector<std::uint8_t> subjectPublicKeyBits(const _vlPublicKey& key);
