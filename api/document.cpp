@@ -2,6 +2,8 @@
 #include "api/document.h"
 
 #include "api/document_acceptance.h"
+#include "api/package_result.h"
+#include "api/package_run.h"
 #include "api/read_file.h"
 #include "api/read_report.h"
 #include "api/report_json.h"
@@ -10,6 +12,7 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringArray.h"
+#include "foundation/io/random_access.h"
 #include "foundation/text/LogBase.h"
 
 #include <utility>
@@ -38,8 +41,9 @@ std::string textOf(const ClsBinData& octets) { return std::string(asText(octets.
 // document.
 struct Document::State {
     VerifyOptions options;
-    ClsBinData document;
-    std::string sha256; // of the document, once it was asked for
+    std::shared_ptr<const io::RandomAccess> package; // null for a document of its own
+    ClsBinData document; // the octets; of a package those of the signature document
+    std::string sha256;  // of the document, once it was asked for
     std::string loadLog;
     std::uint64_t logOctets = 0; // of the logs of the last verification so far
     ClsXmlDSig verifier;
@@ -48,6 +52,7 @@ struct Document::State {
     bool keepSignature(const VerifyOptions& asked, std::string&& log, std::uint64_t& octets,
                        VerifyResult& result);
     void addLog(std::uint64_t most, std::string& log);
+    bool load(Error& error);
     bool select(int index, Error& error);
 };
 
@@ -79,9 +84,25 @@ bool Document::State::keepSignature(const VerifyOptions& asked, std::string&& lo
     return true;
 }
 
+// Gives the verifier the document, or what of the package is one.
+bool Document::State::load(Error& error) {
+    if (package != nullptr) {
+        return api::loadSignaturePart(package, options, verifier, document, error.what);
+    }
+    if (!verifier.LoadSignatureBd(document)) {
+        error = lastError(verifier, "the document could not be loaded; memory may not suffice");
+        return false;
+    }
+    return true;
+}
+
 // `asked` are the options of the document, or those with another selection or effort; what acts on
 // loading (words, limits, keys, the policy) was set when it was loaded.
 VerifyResult Document::State::verify(const VerifyOptions& asked, bool forPage) {
+    // What the parts are, and which of them is covered, is said of the package.
+    if (package != nullptr && !forPage) {
+        return api::packageResult(package, asked);
+    }
     VerifyResult result;
     std::string log;
     std::uint64_t octets = 0;
@@ -150,15 +171,30 @@ Result<Document> Document::load(std::string_view document, const VerifyOptions& 
         return Error{"the document is larger than 2 GiB", {}};
     }
     auto state = std::make_unique<State>();
+    const bool isTaken = state->document.data().append(asBytes(document));
+    if (isTaken && api::isPackage(asBytes(document))) {
+        state->package = std::make_shared<io::MemoryAccess>(state->document.data());
+    }
+    return isTaken ? loaded(std::move(state), options)
+                   : Error{"the document could not be loaded; memory may not suffice", {}};
+}
+
+// Of a package only what is asked for is read.
+Result<Document> Document::loadFile(const std::string& path, const VerifyOptions& options) {
+    if (auto package = api::openPackage(path)) {
+        auto state = std::make_unique<State>();
+        state->package = std::move(package);
+        return loaded(std::move(state), options);
+    }
+    const Result<std::string> bytes = api::readFile(path, api::kMaxDocument);
+    return bytes ? load(*bytes, options) : Result<Document>(bytes.error());
+}
+
+Result<Document> Document::loaded(std::unique_ptr<State> state, const VerifyOptions& options) {
     state->options = options;
     Error error;
-    if (!api::prepareVerifier(options, state->verifier, error.what)) {
+    if (!api::prepareVerifier(options, state->verifier, error.what) || !state->load(error)) {
         return error;
-    }
-    if (!state->document.data().append(asBytes(document)) ||
-        !state->verifier.LoadSignatureBd(state->document)) {
-        return lastError(state->verifier,
-                         "the document could not be loaded; memory may not suffice");
     }
     if (options.log || options.verboseLog) {
         state->loadLog = textOf(state->verifier, &ClsXmlDSig::get_LastErrorText);
@@ -166,14 +202,9 @@ Result<Document> Document::load(std::string_view document, const VerifyOptions& 
     return Document(std::move(state));
 }
 
-Result<Document> Document::loadFile(const std::string& path, const VerifyOptions& options) {
-    const Result<std::string> bytes = api::readFile(path, api::kMaxDocument);
-    return bytes ? load(*bytes, options) : Result<Document>(bytes.error());
-}
-
 int Document::signatureCount() const { return m_state->verifier.get_NumSignatures(); }
 
-std::string Document::profile() const { return std::string(m_state->verifier.profileName()); }
+std::string Document::profile() const { return std::string(m_state->verifier.ProfileOf(0)); }
 
 VerifyResult Document::verify() { return m_state->verify(m_state->options, false); }
 
@@ -283,8 +314,9 @@ Result<std::string> Document::canonicalize(const CanonicalForm& form) {
 
 Result<std::string> Document::htmlReport(std::string_view title) {
     // Loaded again, since a page shows all results that were kept since the load.
-    if (!m_state->verifier.LoadSignatureBd(m_state->document)) {
-        return lastError(m_state->verifier, "the page cannot be made");
+    Error error;
+    if (!m_state->load(error)) {
+        return error;
     }
     const VerifyResult result = m_state->verify(m_state->options, true);
     if (result.status == Status::Error) {

@@ -30,7 +30,9 @@ class Document final {
 public:
     /// Loads a document from its octets, in the encoding that it declares, to be verified with
     /// `options`. The error says why it is not loaded: not well-formed, over a limit, or something
-    /// of the options was refused. A document without signatures loads.
+    /// of the options was refused. A document without signatures loads. Of a package it is the only
+    /// signature document, or the one that VerifyOptions::part names; verifications then are those
+    /// of the package as far as that document signs it.
     [[nodiscard]] static Result<Document> load(std::string_view document,
                                                const VerifyOptions& options = {});
     [[nodiscard]] static Result<Document> loadFile(const std::string& path,
@@ -71,6 +73,8 @@ private:
     struct State;
 
     explicit Document(std::unique_ptr<State> state) noexcept;
+    [[nodiscard]] static Result<Document> loaded(std::unique_ptr<State> state,
+                                                 const VerifyOptions& options);
 
     std::unique_ptr<State> m_state;
 };

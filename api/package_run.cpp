@@ -63,6 +63,11 @@ public:
     // Loads a signature document; `first` signatures stand in the parts before it.
     bool load(std::size_t part, int first, ClsXmlDSig& verifier, std::string& error) {
         ClsBinData document;
+        return load(part, first, verifier, document, error);
+    }
+    bool load(std::size_t part, int first, ClsXmlDSig& verifier, ClsBinData& document,
+              std::string& error) {
+        document.data().clear(); // what is read is appended
         if (!m_package->readXml(part, document.data(), error)) {
             return false;
         }
@@ -79,26 +84,6 @@ private:
     std::shared_ptr<dsig::Package> m_package;
     std::vector<std::size_t> m_parts;
 };
-
-// The selected signatures of one document by their indexes in it; `first` counts those of the
-// documents before. A signature that is named may be in another document.
-std::vector<int> selectedIn(const VerifyOptions& options, int first, ClsXmlDSig& verifier) {
-    const int count = verifier.get_NumSignatures();
-    std::vector<int> indexes;
-    if (options.id) {
-        XString id(*options.id);
-        if (verifier.SelectById(id)) {
-            indexes.push_back(verifier.get_Selector());
-        }
-        return indexes;
-    }
-    for (int i = 0; i < count; ++i) {
-        if (!options.signature || *options.signature == first + i) {
-            indexes.push_back(i);
-        }
-    }
-    return indexes;
-}
 
 Container describe(const dsig::Package& package) {
     Container container;
@@ -151,6 +136,24 @@ Status worse(Status one, Status other) {
 
 bool isPackage(ByteView document) noexcept { return zip::looksLikeZip(document); }
 
+std::vector<int> selectedIn(const VerifyOptions& options, int first, ClsXmlDSig& verifier) {
+    const int count = verifier.get_NumSignatures();
+    std::vector<int> indexes;
+    if (options.id) {
+        XString id(*options.id);
+        if (verifier.SelectById(id)) {
+            indexes.push_back(verifier.get_Selector());
+        }
+        return indexes;
+    }
+    for (int i = 0; i < count; ++i) {
+        if (options.signature ? *options.signature == first + i : verifier.IsSignature(i)) {
+            indexes.push_back(i);
+        }
+    }
+    return indexes;
+}
+
 bool verifyPackage(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOptions& options,
                    const PackageSteps& steps, Container& found, Status& status,
                    std::string& error) {
@@ -195,7 +198,7 @@ bool verifyPackage(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOp
         }
     }
     if (!isFound && options.id) {
-        error = "there is no signature with the Id \"" + *options.id + "\"";
+        error = noSuchId(*options.id);
         return false;
     }
     if (!isFound && options.signature) {
@@ -207,9 +210,7 @@ bool verifyPackage(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOp
 }
 
 bool forEachSignaturePart(std::shared_ptr<const io::RandomAccess> bytes,
-                          const VerifyOptions& options,
-                          const std::function<bool(ClsXmlDSig& verifier, const std::string& part,
-                                                   std::string& error)>& work,
+                          const VerifyOptions& options, const PackageSteps& steps,
                           std::string& error) {
     PackageRun run(options);
     if (!run.open(std::move(bytes), error)) {
@@ -218,12 +219,45 @@ bool forEachSignaturePart(std::shared_ptr<const io::RandomAccess> bytes,
     int first = 0;
     for (const std::size_t part : run.parts()) {
         ClsXmlDSig verifier;
-        if (!run.load(part, first, verifier, error) || !work(verifier, run.nameOf(part), error)) {
+        if ((steps.prepare && !steps.prepare(verifier, error)) ||
+            !run.load(part, first, verifier, error) || !steps.done(verifier, error)) {
             return false;
         }
         first += verifier.get_NumSignatures();
     }
     return true;
+}
+
+bool loadSignaturePart(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOptions& options,
+                       ClsXmlDSig& verifier, ClsBinData& document, std::string& error) {
+    PackageRun run(options);
+    if (!run.open(std::move(bytes), error)) {
+        return false;
+    }
+    if (run.parts().size() == 1) {
+        return run.load(run.parts().front(), 0, verifier, document, error);
+    }
+    error = run.parts().empty() ? "the package has no signature document"
+                                : "the package has " + std::to_string(run.parts().size()) +
+                                      " signature documents, and none of them is named (part)";
+    return false;
+}
+
+bool readPart(std::shared_ptr<const io::RandomAccess> bytes, const VerifyOptions& options,
+              DataBuffer& part, std::string& error) {
+    const auto package = dsig::Package::open(std::move(bytes), options.limits, error);
+    if (package == nullptr) {
+        error.insert(0, kNotRead);
+        return false;
+    }
+    const std::span<const zip::ZipMember> parts = package->parts();
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (parts[i].name == options.part) {
+            return package->readXml(i, part, error);
+        }
+    }
+    error = "the package has no part " + inQuotes(options.part);
+    return false;
 }
 
 void writeContainer(const Container& container, json::JsonWriter& out) {

@@ -6,6 +6,7 @@
 #include "api/verify_options.h"
 #include "api/verify_result.h"
 #include "foundation/io/random_access.h"
+#include "foundation/text/DataBuffer.h"
 
 #include <cstdint>
 #include <functional>
@@ -18,6 +19,7 @@
 // report in a form of their own. verify.h and the tool go this way.
 namespace vantrel {
 
+class ClsBinData;
 class ClsXmlDSig;
 
 namespace json {
@@ -28,7 +30,8 @@ namespace api {
 
 // What is done with each signature document; `loaded` may be empty.
 struct PackageSteps {
-    // Gives a new verifier its settings. False, with the reason in `error`, ends the run.
+    // Gives a new verifier its settings, before it loads the document. False, with the reason in
+    // `error`, ends the run.
     std::function<bool(ClsXmlDSig& verifier, std::string& error)> prepare;
     // After the document was loaded, or could not be.
     std::function<bool(ClsXmlDSig& verifier, std::string& error)> loaded;
@@ -52,13 +55,27 @@ inline constexpr std::string_view kNotRead = "this is a ZIP archive that is not 
                                  const VerifyOptions& options, const PackageSteps& steps,
                                  Container& found, Status& status, std::string& error);
 
-// Calls `work` with each signature document, loaded and told of its package; `part` is its name.
-// Nothing is verified. False as above, or when `work` is.
-[[nodiscard]] bool forEachSignaturePart(
-    std::shared_ptr<const io::RandomAccess> bytes, const VerifyOptions& options,
-    const std::function<bool(ClsXmlDSig& verifier, const std::string& part, std::string& error)>&
-        work,
-    std::string& error);
+// Calls `steps.done` with each signature document, loaded and told of its package, and `prepare`
+// before it where there is one. Nothing is verified. False as above, or when a step is.
+[[nodiscard]] bool forEachSignaturePart(std::shared_ptr<const io::RandomAccess> bytes,
+                                        const VerifyOptions& options, const PackageSteps& steps,
+                                        std::string& error);
+
+// The selected signatures of one document by their indexes in it; `first` counts those of the
+// documents before it. One that is named may be in another document.
+[[nodiscard]] std::vector<int> selectedIn(const VerifyOptions& options, int first,
+                                          ClsXmlDSig& verifier);
+
+// Loads one signature document, that of VerifyOptions::part or the only one, and tells the verifier
+// of its package; `document` := its octets. False, with the reason, where none or several are
+// meant.
+[[nodiscard]] bool loadSignaturePart(std::shared_ptr<const io::RandomAccess> bytes,
+                                     const VerifyOptions& options, ClsXmlDSig& verifier,
+                                     ClsBinData& document, std::string& error);
+
+// The octets of the part that VerifyOptions::part names, whatever it holds. False as above.
+[[nodiscard]] bool readPart(std::shared_ptr<const io::RandomAccess> bytes,
+                            const VerifyOptions& options, DataBuffer& part, std::string& error);
 
 // The member `container` of the document's object.
 void writeContainer(const Container& container, json::JsonWriter& out);

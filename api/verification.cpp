@@ -183,7 +183,7 @@ bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier, std::v
     if (options.id) {
         XString id(*options.id);
         if (!verifier.SelectById(id)) {
-            error = "there is no signature with the Id \"" + *options.id + "\"";
+            error = noSuchId(*options.id);
             return false;
         }
         indexes.push_back(verifier.get_Selector());
@@ -199,9 +199,15 @@ bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier, std::v
         return true;
     }
     for (int i = 0; i < count; ++i) {
-        indexes.push_back(i);
+        if (verifier.IsSignature(i)) {
+            indexes.push_back(i);
+        }
     }
     return true;
+}
+
+std::string noSuchId(const std::string& id) {
+    return "there is no signature with the Id \"" + id + '"';
 }
 
 // Said with the number of those that there are, since most slips are by one.

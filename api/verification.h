@@ -26,12 +26,14 @@ namespace api {
 [[nodiscard]] bool prepareSelected(const VerifyOptions& options, ClsXmlDSig& verifier,
                                    std::string& error);
 // The indexes of the selected signatures of the loaded document, in document order. False, with the
-// reason, when the one that is named is not there.
+// reason, when the one that is named is not there. What has only the name of a signature
+// (ClsXmlDSig::IsSignature) is selected only where it is named.
 [[nodiscard]] bool selectSignatures(const VerifyOptions& options, ClsXmlDSig& verifier,
                                     std::vector<int>& indexes, std::string& error);
 
-// The error about an index beyond the document's `count` signatures.
+// The error about an index beyond the document's `count` signatures, and that about an Id.
 [[nodiscard]] std::string noSuchSignature(int index, int count);
+[[nodiscard]] std::string noSuchId(const std::string& id);
 
 // What is done on the way through the signatures; each may be empty.
 struct RunSteps {

@@ -11,6 +11,10 @@
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include <vantrel/_vlLogger.h>
+#include <vantrel/package_run.h>
+
+#include <memory>
+#include <utility>
 
 namespace vantrel::cli {
 
@@ -44,10 +48,32 @@ bool canonicalize(const Arguments& arguments, const std::string& name, XString& 
     return false;
 }
 
+// A document, or the part of a package that is named.
+bool readPartOrInput(const VerifyOptions& options, const std::string& name, DataBuffer& bytes,
+                     std::string& complaint) {
+    std::shared_ptr<const io::RandomAccess> package;
+    if (!readInput(name, bytes, package, complaint)) {
+        return false;
+    }
+    if (package == nullptr) {
+        complaint = options.part.empty() ? std::string() : std::string(kPartOfNoPackage);
+        return options.part.empty();
+    }
+    if (options.part.empty()) {
+        complaint = withRemedy("this is a package, and none of its parts is named",
+                               withFileName("--part NAME (unzip -l FILE lists them)", name));
+        return false;
+    }
+    bytes.clear();
+    const bool isRead = api::readPart(std::move(package), options, bytes, complaint);
+    complaint = withArchiveRemedy(complaint, name);
+    return isRead;
+}
+
 // One file, read and written whole: a form that breaks off in the middle would be taken for one.
 int runFile(const Arguments& arguments, const std::string& name, std::string& complaint) {
     DataBuffer bytes;
-    if (!readInput(name, bytes, complaint)) {
+    if (!readPartOrInput(partOption(arguments), name, bytes, complaint)) {
         return kCannotTell;
     }
     _vlLogger log;

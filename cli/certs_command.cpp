@@ -72,13 +72,14 @@ bool writeDocument(const LoadedDocument& document, const std::optional<int>& wan
     return true;
 }
 
-int runFile(const std::optional<int>& wanted, const std::string& part, const std::string& name,
+int runFile(const std::optional<int>& wanted, const VerifyOptions& options, const std::string& name,
             std::string& complaint) {
     Found found;
-    const auto write = [&](const LoadedDocument& document, std::string& error) {
+    DocumentSteps steps;
+    steps.work = [&](const LoadedDocument& document, std::string& error) {
         return writeDocument(document, wanted, found, error);
     };
-    if (!forEachDocument(name, part, write, complaint)) {
+    if (!forEachDocument(name, options, steps, complaint)) {
         return kCannotTell;
     }
     if (wanted && *wanted >= found.signatures) {
@@ -105,10 +106,9 @@ int runCerts(const Arguments& arguments) {
         complain(complaint);
         return kCannotTell;
     }
-    const std::string* const given = arguments.last("--part");
-    const std::string part = given != nullptr ? *given : "";
+    const VerifyOptions options = partOption(arguments);
     return forEachFile(arguments, false, [&](const std::string& name, std::string& why) {
-        return runFile(wanted, part, name, why);
+        return runFile(wanted, options, name, why);
     });
 }
 

@@ -39,7 +39,7 @@ constexpr auto kCommands = std::to_array<Command>({
     {kCompletion, "completion", "bash|zsh|fish",
      "Writes the script that completes command lines in a shell.", "bash zsh fish", runCompletion},
     {kHelp, "help", "[COMMAND]", "Lists the commands, or the options of one.", "", runHelp},
-    {kVersion, "version", "", "Writes the version of the tool.", "", runVersion},
+    {kVersion, "version", "[--verbose]", "Writes the version of the tool.", "", runVersion},
 });
 
 // The kinds are named in every line below.
@@ -63,7 +63,8 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--id", '\0', Text, "ID", "", "only the signature with this Id", kVerifying},
     {"--id", '\0', Text, "ID", "", "only the element with this Id and its subtree", kC14n},
     {"--part", '\0', Text, "NAME", "", "of a package, only the signatures in this part",
-     kVerify | kExplain | kReport | kWorker | kInfo | kCerts},
+     kVerify | kExplain | kReport | kWorker | kInfo | kCerts | kDigestInput},
+    {"--part", '\0', Text, "NAME", "", "of a package, this part", kC14n},
     {"--no-references", '\0', None, "", "", "check signature values only", kVerifying},
     {"--reference", '\0', Number, "N", "", "check only the digest of reference N", kVerifying},
     {"--signed-info", '\0', None, "", "", "the octets of SignedInfo instead", kDigestInput},
@@ -167,6 +168,9 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--jobs", 'j', Number, "N", "", "files verified in parallel (default one a processor)",
      kVerify | kExplain | kWorker},
 
+    {"--no-sandbox", '\0', None, "", "",
+     "keep the right to open files and start programs while documents are read", kVerifying},
+
     // What is shown.
     {"--unordered", '\0', None, "", "", "answer each request as it is done, not in their order",
      kWorker},
@@ -176,6 +180,7 @@ constexpr auto kOptions = std::to_array<OptionSpec>({
     {"--log", '\0', None, "", "", "print the log of each verification to standard error",
      kVerifying},
     {"--verbose", 'v', None, "", "", "the same with its verbose entries", kVerifying},
+    {"--verbose", 'v', None, "", "", "also what bounds this machine sets to verifying", kVersion},
     {"--html", '\0', None, "", "", "as one HTML page that needs nothing else", kReport},
     {"--quiet", 'q', None, "", "", "no output, only the exit code", kVerify | kExplain},
     {"--failed-only", '\0', None, "", "", "only the files that are not valid", kVerify | kExplain},

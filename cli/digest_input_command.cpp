@@ -6,16 +6,20 @@
 // Exit code 1: the document has no such octets, and the reason is on standard error.
 
 #include "cli/commands.h"
+#include "cli/confine.h"
 #include "cli/document.h"
 #include "cli/input.h"
 #include "cli/terminal.h"
 #include "cli/verify_settings.h"
 #include <vantrel/ClsBinData.h>
 #include <vantrel/json_value.h>
+#include <vantrel/package_run.h>
+#include <vantrel/verification.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <functional>
+#include <string>
+#include <vector>
 
 namespace vantrel::cli {
 
@@ -28,12 +32,19 @@ std::string textOf(ClsXmlDSig& verifier, void (ClsXmlDSig::*getter)(XString&)) {
     return std::string(text.getUtf8Sb().view());
 }
 
-// What can be named, where the caller has to: "0 "a", 1 "b"". Of very many the first are listed.
-std::string listed(int count, const std::function<std::string(int)>& nameOf) {
-    constexpr int kListed = 20;
+// Of very many names the first are listed.
+constexpr int kListed = 20;
+
+// What can be named, where the caller has to: `0 "a", 1 "b"`.
+std::string numbered(int index, const std::string& name) {
+    return std::to_string(index) + " \"" + name + "\"";
+}
+
+// The list of `count` of them, of which there are at least the first.
+std::string listed(int count, const std::vector<std::string>& first) {
     std::string out;
-    for (int i = 0; i < std::min(count, kListed); ++i) {
-        out += (i == 0 ? "" : ", ") + std::to_string(i) + " \"" + nameOf(i) + "\"";
+    for (const std::string& one : first) {
+        out += (out.empty() ? "" : ", ") + one;
     }
     if (count > kListed) {
         out += " and " + std::to_string(count - kListed) + " more (xmldsig info lists all)";
@@ -53,23 +64,16 @@ std::string idOf(ClsXmlDSig& verifier, int index) {
     return id != nullptr ? std::string(id->text()) : std::string();
 }
 
-// Exactly one signature must be meant: octets of another than the caller thinks of would only
-// mislead him.
-bool selectOne(const VerifySettings& settings, ClsXmlDSig& verifier, std::string& complaint) {
-    std::vector<int> indexes;
-    if (!settings.select(verifier, indexes, complaint)) {
-        return false;
-    }
-    if (indexes.size() > 1) {
-        const int count = static_cast<int>(indexes.size());
-        complaint = withRemedy(std::to_string(count) + " signatures and none is named: " +
-                                   listed(count, [&](int i) { return idOf(verifier, i); }),
-                               "--signature 0");
-        return false;
-    }
-    verifier.put_Selector(indexes.front());
-    return api::prepareSelected(settings.options(), verifier, complaint);
-}
+// What was found in a file, which may hold several documents: octets go out only where no other
+// signature of the file could have been meant.
+struct MeantOctets {
+    int signatures = 0;
+    int meant = 0;
+    std::vector<std::string> names; // of the first of those that are meant, numbered
+    int code = kEverythingHolds;
+    std::string complaint; // about the first of them
+    ClsBinData octets;     // of the first of them
+};
 
 // Likewise one reference: the only one, or the one that is named. Told apart from octets that
 // cannot be made: this is a mistake of the caller, the other says something of the document.
@@ -77,14 +81,15 @@ bool chooseReference(const VerifySettings& settings, ClsXmlDSig& verifier, int& 
                      std::string& complaint) {
     const int count = verifier.get_NumReferences();
     reference = settings.reference().value_or(0);
-    const auto uriOf = [&verifier](int i) {
-        XString uri;
-        (void)verifier.ReferenceUri(i, uri); // false leaves it empty
-        return std::string(uri.getUtf8Sb().view());
-    };
     if (count > 1 && !settings.reference()) {
+        std::vector<std::string> uris;
+        for (int i = 0; i < std::min(count, kListed); ++i) {
+            XString uri;
+            (void)verifier.ReferenceUri(i, uri); // false leaves it empty
+            uris.push_back(numbered(i, std::string(uri.getUtf8Sb().view())));
+        }
         complaint = withRemedy(std::to_string(count) +
-                                   " references and none is named: " + listed(count, uriOf),
+                                   " references and none is named: " + listed(count, uris),
                                "--reference 0");
         return false;
     }
@@ -98,48 +103,98 @@ bool chooseReference(const VerifySettings& settings, ClsXmlDSig& verifier, int& 
     return true;
 }
 
-// Writes the octets of the reference that is meant, or of SignedInfo, and nothing at all when there
-// are none to be had.
-int writeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& verifier,
-                std::string& complaint) {
+// Makes the octets of the reference that is meant, or of SignedInfo; none where there are none to
+// be had, and the code and the complaint say why.
+void makeOctets(const VerifySettings& settings, bool signedInfo, ClsXmlDSig& verifier,
+                MeantOctets& found) {
     int reference = 0;
-    if (!signedInfo && !chooseReference(settings, verifier, reference, complaint)) {
-        return kCannotTell;
+    if (!api::prepareSelected(settings.options(), verifier, found.complaint) ||
+        (!signedInfo && !chooseReference(settings, verifier, reference, found.complaint))) {
+        found.code = kCannotTell;
+        return;
     }
-    ClsBinData octets;
-    const bool ok =
-        signedInfo ? verifier.SignedInfoOctets(octets) : verifier.DigestInput(reference, octets);
+    const bool ok = signedInfo ? verifier.SignedInfoOctets(found.octets)
+                               : verifier.DigestInput(reference, found.octets);
     if (settings.wantsLog()) {
         const std::string log = printableLines(textOf(verifier, &ClsXmlDSig::get_LastErrorText));
         std::fwrite(log.data(), 1, log.size(), stderr);
     }
     if (!ok) {
-        complaint = textOf(verifier, &ClsXmlDSig::get_LastErrorLine);
-        if (complaint.empty()) {
-            complaint = "there are no octets to digest";
+        found.code = kSomethingFails;
+        found.complaint = textOf(verifier, &ClsXmlDSig::get_LastErrorLine);
+        if (found.complaint.empty()) {
+            found.complaint = "there are no octets to digest";
         }
-        return kSomethingFails;
     }
-    writeOutput(asText(octets.data().view()));
-    return kEverythingHolds;
+}
+
+// Looks through one document. Octets of another signature than the caller thinks of would only
+// mislead him, so that exactly one must be meant.
+void lookThrough(const VerifySettings& settings, bool signedInfo, const LoadedDocument& document,
+                 MeantOctets& found) {
+    ClsXmlDSig& verifier = document.verifier;
+    found.signatures += verifier.get_NumSignatures();
+    // Of several signatures with one Id the first is meant.
+    if (settings.options().id && found.meant > 0) {
+        return;
+    }
+    const std::vector<int> indexes =
+        api::selectedIn(settings.options(), document.firstIndex, verifier);
+    if (found.meant == 0 && indexes.size() == 1) {
+        verifier.put_Selector(indexes.front());
+        makeOctets(settings, signedInfo, verifier, found);
+    }
+    for (const int index : indexes) {
+        if (found.meant++ < kListed) {
+            found.names.push_back(numbered(document.firstIndex + index, idOf(verifier, index)));
+        }
+    }
+}
+
+// Why not exactly one is meant.
+int complainOfChoice(const VerifySettings& settings, const MeantOctets& found,
+                     std::string& complaint) {
+    const VerifyOptions& options = settings.options();
+    if (found.meant > 1) {
+        complaint = withRemedy(std::to_string(found.meant) + " signatures and none is named: " +
+                                   listed(found.meant, found.names),
+                               "--signature 0");
+        return kCannotTell;
+    }
+    if (options.id) {
+        complaint = withRemedy(api::noSuchId(*options.id),
+                               "xmldsig info (lists the signatures with their Ids)");
+        return kCannotTell;
+    }
+    complaint = options.signature ? noSuchSignature(*options.signature, found.signatures)
+                                  : "there is no signature";
+    return options.signature ? kCannotTell : kSomethingFails;
 }
 
 // One file on its way: the verifier is set up as for a verification, or its octets might be others.
 // A document without signatures is no usage error unless one was named.
 int runFile(const VerifySettings& settings, bool signedInfo, const std::string& name,
             std::string& complaint) {
-    ClsXmlDSig verifier;
-    if (!settings.prepare(verifier, complaint) || !loadDocument(name, verifier, complaint)) {
+    MeantOctets found;
+    DocumentSteps steps;
+    steps.prepare = [&settings](ClsXmlDSig& verifier, std::string& why) {
+        return settings.prepare(verifier, why);
+    };
+    steps.work = [&](const LoadedDocument& document, std::string& /*why*/) {
+        lookThrough(settings, signedInfo, document, found);
+        return true;
+    };
+    if (!forEachDocument(name, settings.options(), steps, complaint)) {
         return kCannotTell;
     }
-    if (verifier.get_NumSignatures() == 0 && !settings.selectsOne()) {
-        complaint = "there is no signature";
-        return kSomethingFails;
+    if (found.meant != 1) {
+        return complainOfChoice(settings, found, complaint);
     }
-    if (!selectOne(settings, verifier, complaint)) {
-        return kCannotTell;
+    if (found.code == kEverythingHolds) {
+        writeOutput(asText(found.octets.data().view()));
     }
-    return writeOctets(settings, signedInfo, verifier, complaint);
+    complaint = found.complaint;
+    return found.code;
 }
 
 } // namespace
@@ -153,6 +208,7 @@ int runDigestInput(const Arguments& arguments) {
         return kCannotTell;
     }
     const bool signedInfo = arguments.has("--signed-info");
+    confine(arguments, settings, Names::Now);
     return forEachFile(arguments, false, [&](const std::string& name, std::string& why) {
         return runFile(settings, signedInfo, name, why);
     });

@@ -34,21 +34,17 @@ bool load(const std::string& name, ClsBinData& bytes, ClsXmlDSig& verifier,
 
 // What is no package at all is only an archive of files.
 bool forEachPart(std::shared_ptr<const io::RandomAccess> package, const std::string& name,
-                 const std::string& part,
-                 const std::function<bool(const LoadedDocument&, std::string&)>& work,
-                 std::string& complaint) {
-    VerifyOptions options;
-    options.part = part;
+                 const VerifyOptions& options, const DocumentSteps& steps, std::string& complaint) {
     int first = 0;
     bool isFound = false;
-    const bool ok = api::forEachSignaturePart(
-        std::move(package), options,
-        [&](ClsXmlDSig& verifier, const std::string& /*part*/, std::string& error) {
-            isFound = true;
-            const int before = std::exchange(first, first + verifier.get_NumSignatures());
-            return work({verifier, before}, error);
-        },
-        complaint);
+    api::PackageSteps ofPackage;
+    ofPackage.prepare = steps.prepare;
+    ofPackage.done = [&](ClsXmlDSig& verifier, std::string& error) {
+        isFound = true;
+        const int before = std::exchange(first, first + verifier.get_NumSignatures());
+        return steps.work({verifier, before}, error);
+    };
+    const bool ok = api::forEachSignaturePart(std::move(package), options, ofPackage, complaint);
     if (!ok) {
         complaint = withArchiveRemedy(complaint, name);
     } else if (!isFound) {
@@ -61,27 +57,44 @@ bool forEachPart(std::shared_ptr<const io::RandomAccess> package, const std::str
 
 bool loadDocument(const std::string& name, ClsXmlDSig& verifier, std::string& complaint) {
     ClsBinData bytes;
-    return readInput(name, bytes.data(), complaint) && load(name, bytes, verifier, complaint);
+    std::shared_ptr<const io::RandomAccess> package;
+    if (!readInput(name, bytes.data(), package, complaint)) {
+        return false;
+    }
+    if (package != nullptr) {
+        complaint = withRemedy(
+            "this is a ZIP archive, and no package is written",
+            withFileName("unzip FILE (work on the signature document, and zip it again)", name));
+        return false;
+    }
+    return load(name, bytes, verifier, complaint);
 }
 
-bool forEachDocument(
-    const std::string& name, const std::string& part,
-    const std::function<bool(const LoadedDocument& document, std::string& complaint)>& work,
-    std::string& complaint) {
+VerifyOptions partOption(const Arguments& arguments) {
+    VerifyOptions options;
+    if (const std::string* const part = arguments.last("--part")) {
+        options.part = *part;
+    }
+    return options;
+}
+
+bool forEachDocument(const std::string& name, const VerifyOptions& options,
+                     const DocumentSteps& steps, std::string& complaint) {
     ClsBinData bytes;
     std::shared_ptr<const io::RandomAccess> package;
     if (!readInput(name, bytes.data(), package, complaint)) {
         return false;
     }
     if (package != nullptr) {
-        return forEachPart(std::move(package), name, part, work, complaint);
+        return forEachPart(std::move(package), name, options, steps, complaint);
     }
-    if (!part.empty()) {
-        complaint = "--part is for packages";
+    if (!options.part.empty()) {
+        complaint = kPartOfNoPackage;
         return false;
     }
     ClsXmlDSig verifier;
-    return load(name, bytes, verifier, complaint) && work({verifier, 0}, complaint);
+    return (!steps.prepare || steps.prepare(verifier, complaint)) &&
+           load(name, bytes, verifier, complaint) && steps.work({verifier, 0}, complaint);
 }
 
 int forEachFile(const Arguments& arguments, bool inputByDefault,

@@ -4,19 +4,24 @@
 
 #include "cli/commands.h"
 #include <vantrel/ClsXmlDSig.h>
+#include <vantrel/package_run.h>
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 // What the commands that work on one document at a time have in common. `verify` works on many in
 // parallel and goes by ordered_runner.h instead.
 namespace vantrel::cli {
 
 // Loads one file ("-": standard input) into `verifier`, in the encoding that it declares. False,
-// with the reason in `complaint` and no document loaded, when it cannot be read or is no
+// with the reason in `complaint` and no document loaded, when it cannot be read, is a package or no
 // well-formed XML; a document without signatures loads.
 [[nodiscard]] bool loadDocument(const std::string& name, ClsXmlDSig& verifier,
                                 std::string& complaint);
+
+// The complaint about --part where the file is no package.
+inline constexpr std::string_view kPartOfNoPackage = "--part is for packages";
 
 // A document of a file, and the number of signatures in those before it.
 struct LoadedDocument {
@@ -25,12 +30,17 @@ struct LoadedDocument {
 };
 
 // Calls `work` with the document in a file, loaded, or with each signature document of a package
-// (`part`, empty for all). False, with the reason in `complaint`, where one cannot be read, or when
-// `work` is.
-[[nodiscard]] bool forEachDocument(
-    const std::string& name, const std::string& part,
-    const std::function<bool(const LoadedDocument& document, std::string& complaint)>& work,
-    std::string& complaint);
+// (`part`, empty for all); `prepare` (may be empty) gives each verifier its settings before. False,
+// with the reason in `complaint`, where one cannot be read, or when a step is. `options`: the part
+// and the limits.
+struct DocumentSteps {
+    std::function<bool(ClsXmlDSig& verifier, std::string& complaint)> prepare;
+    std::function<bool(const LoadedDocument& document, std::string& complaint)> work;
+};
+[[nodiscard]] bool forEachDocument(const std::string& name, const VerifyOptions& options,
+                                   const DocumentSteps& steps, std::string& complaint);
+// Options with nothing but the part that is named.
+[[nodiscard]] VerifyOptions partOption(const Arguments& arguments);
 
 // Runs `work` on every file that is named (input.h), or on standard input where none is and that is
 // allowed, and returns the highest exit code. What `work` leaves in `complaint` is printed with the

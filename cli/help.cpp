@@ -2,6 +2,7 @@
 #include "cli/help.h"
 
 #include "cli/command_table.h"
+#include "cli/confine.h"
 #include "cli/terminal.h"
 
 #include <algorithm>
@@ -207,8 +208,11 @@ int runHelp(const Arguments& arguments) {
     return kEverythingHolds;
 }
 
-int runVersion(const Arguments& /*arguments*/) {
+int runVersion(const Arguments& arguments) {
     writeOutput(versionLine());
+    if (arguments.has("--verbose")) {
+        writeOutput(sandboxLine());
+    }
     return kEverythingHolds;
 }
 

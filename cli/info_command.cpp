@@ -29,8 +29,13 @@ struct Description {
 // Adds the signatures of one document. False when one cannot be described, or they are too many.
 bool describeSignatures(ClsXmlDSig& verifier, bool json, std::uint64_t& octets, Description& found,
                         std::string& complaint) {
-    found.profile = verifier.profileName();
+    found.profile = found.count == 0 ? verifier.profileName() : found.profile;
     for (int i = 0; i < verifier.get_NumSignatures(); ++i) {
+        if (!verifier.IsSignature(i)) {
+            continue;
+        }
+        // Of the first signature: what a profile is known by may stand in it alone.
+        found.profile = found.count == 0 ? verifier.ProfileOf(i) : found.profile;
         verifier.put_Selector(i);
         XString description;
         if (!verifier.DescribeSignature(description)) {
@@ -57,13 +62,14 @@ bool describeSignatures(ClsXmlDSig& verifier, bool json, std::uint64_t& octets, 
 
 // Describes every signature of the file. On kCannotTell the reason is in `complaint`, and nothing
 // of what was found so far is shown: half a list would pass for a whole one.
-int describe(const std::string& name, const std::string& part, bool json, Description& found,
+int describe(const std::string& name, const VerifyOptions& options, bool json, Description& found,
              std::string& complaint) {
     std::uint64_t octets = 0;
-    const auto describeAll = [&](const LoadedDocument& document, std::string& error) {
+    DocumentSteps steps;
+    steps.work = [&](const LoadedDocument& document, std::string& error) {
         return describeSignatures(document.verifier, json, octets, found, error);
     };
-    if (!forEachDocument(name, part, describeAll, complaint)) {
+    if (!forEachDocument(name, options, steps, complaint)) {
         found.signatures.clear();
         return kCannotTell;
     }
@@ -106,11 +112,10 @@ void writeText(const std::string& name, const Description& found) {
 
 int runInfo(const Arguments& arguments) {
     const bool json = arguments.has("--json");
-    const std::string* const given = arguments.last("--part");
-    const std::string part = given != nullptr ? *given : "";
+    const VerifyOptions options = partOption(arguments);
     return forEachFile(arguments, false, [&](const std::string& name, std::string& complaint) {
         Description found;
-        const int code = describe(name, part, json, found, complaint);
+        const int code = describe(name, options, json, found, complaint);
         if (json) {
             writeJson(name, found, complaint);
             // Otherwise the complaint says it all.

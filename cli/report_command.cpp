@@ -4,6 +4,7 @@
 // exit code is that of `verify`; a file that cannot be judged leaves no page.
 
 #include "cli/commands.h"
+#include "cli/confine.h"
 #include "cli/terminal.h"
 #include "cli/verify_file.h"
 #include <vantrel/_vlLogger.h>
@@ -53,6 +54,7 @@ int runReport(const Arguments& arguments) {
         complain(complaint);
         return kCannotTell;
     }
+    confine(arguments, settings, Names::Now);
     const FileResult result = verifyFile(arguments.operands().front(), settings, ReportForm::Html);
     std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
     return result.report.empty() ? result.code : writePage(arguments.last("--output"), result);

@@ -8,6 +8,7 @@
 #include "cli/verify_command.h"
 
 #include "cli/commands.h"
+#include "cli/confine.h"
 #include "cli/input.h"
 #include "cli/ordered_runner.h"
 #include "cli/progress.h"
@@ -117,6 +118,7 @@ int verifyFiles(const Arguments& arguments, bool explains) {
         return usageError(complaint);
     }
     settings.setExplains(explains);
+    confine(arguments, settings, Names::Now);
     const ReportForm form = arguments.has("--quiet")  ? ReportForm::None
                             : arguments.has("--json") ? ReportForm::Json
                                                       : ReportForm::Text;

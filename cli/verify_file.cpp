@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/verify_file.h"
 
+#include "cli/document.h"
 #include "cli/foreign_format.h"
 #include "cli/input.h"
 #include "cli/report_text.h"
@@ -134,7 +135,7 @@ private:
             return false;
         }
         if (!m_settings.options().part.empty()) {
-            complaint = "--part is for packages";
+            complaint = kPartOfNoPackage;
             return false;
         }
         std::vector<int> indexes;

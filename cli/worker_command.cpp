@@ -7,6 +7,7 @@
 
 #include "cli/command_table.h"
 #include "cli/commands.h"
+#include "cli/confine.h"
 #include "cli/ordered_runner.h"
 #include "cli/terminal.h"
 #include "cli/verify_file.h"
@@ -74,6 +75,8 @@ public:
         m_settings.setExplains(m_arguments.has("--explain"));
         return keepsOffInput(complaint) && m_settings.load(m_arguments, complaint);
     }
+
+    [[nodiscard]] const VerifySettings& settings() const noexcept { return m_settings; }
 
     // Answers one request. Called by several threads at once.
     [[nodiscard]] FileResult answer(const std::string& line) const {
@@ -166,6 +169,7 @@ int runWorker(const Arguments& arguments) {
         complain(complaint);
         return kCannotTell;
     }
+    confine(arguments, worker.settings(), Names::Later);
     OrderedRunner runner(
         nextRequest, [&worker](const std::string& line) { return worker.answer(line); }, write,
         arguments.has("--unordered") ? ResultOrder::AsDone : ResultOrder::OfNames,

@@ -25,7 +25,8 @@ namespace vantrel::dsig {
 // replayed for every signature that uses it, failures included.
 struct DecodedCertificate {
     StringBuffer source;      // its base64 as the document has it
-    StringBuffer base64;      // the same without references to carriage returns
+    StringBuffer base64;      // the same without references to carriage returns, or of its PEM
+    bool fromPem = false;     // it stood in the document as PEM, or as the base64 of PEM
     VantrelX509 certificate;  // empty when it cannot be decoded
     StringBuffer thumbprint;  // base64 of the SHA-1 of the bytes; empty until it is asked for
     bool contentFound = true; // false for a token whose content is no certificate path

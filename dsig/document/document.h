@@ -29,6 +29,13 @@ struct LastKeyValue {
     Ref<ClsPublicKey> key;
 };
 
+// Places in the loaded text where a text of one element is in two pieces for some readers, each in
+// ascending order, by what divides it.
+struct TextSplits {
+    std::vector<std::uint32_t> comments;
+    std::vector<std::uint32_t> sections;
+};
+
 // The loaded document: its text and structure, and what is computed once from it and used again by
 // every reference of every signature. It lives until the next load; what is read of it does not
 // change.
@@ -72,8 +79,8 @@ struct Document final {
     KeyAccount keyAccount;
     // What judging the trust in its signatures has cost so far (dsig/trust/signer_trust.h).
     std::uint64_t trustWork = 0;
-    // Where comments stand inside a text; found when a report needs it (dsig/report/split_text.h).
-    std::optional<std::vector<std::uint32_t>> commentsInText;
+    // Where texts are in pieces; found when a report needs it (dsig/report/split_text.h).
+    std::optional<TextSplits> textSplits;
     // Of XAdES (ETSI TS 101 903, EncapsulatedTimeStamp), by local name in any namespace.
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 

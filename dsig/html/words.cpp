@@ -46,6 +46,8 @@ constexpr Word kWarnings[] = {
     {warning::kEntitiesUsed, "Text comes from entities: other programs may leave it out."},
     {warning::kCommentsInText,
      "Comments divide a text: other programs may read a part of it only."},
+    {warning::kCdataInText,
+     "CDATA sections divide a text: other programs may read a part of it only."},
     {warning::kTimestampAuthorityNotChecked,
      "Nothing vouches for the authority of the time-stamp."},
 };

@@ -7,19 +7,48 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/encoders.h"
 #include "foundation/x509/VantrelX509.h"
+#include "foundation/x509/pem.h"
 #include "foundation/xml/tree/ClsXml.h"
 
 namespace vantrel::dsig {
 
 namespace {
 
+// Some signers put the PEM text of the certificate where its base64 belongs, or the base64 of that
+// text. The first certificate of it is meant: `base64` := its own.
+bool takeFromPem(std::string_view text, StringBuffer& base64) {
+    x509::PemReader reader(text);
+    x509::PemBlock block;
+    while (reader.next(block)) {
+        if (x509::isCertificateLabel(block.label)) {
+            StringBuffer own(block.base64); // apart, since `text` may be that of `base64`
+            own.removeCharsOf("\r\n\t ");
+            base64.takeSb(own);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool decodeCertificateText(StringBuffer& base64, DataBuffer& der) {
+    return ContentCoding::decodeBase64ToDb(base64.getString(), base64.getSize(), der);
+}
+
 // Character references for carriage returns, which some signers escape twice, are removed from the
 // text in place.
-bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, LogBase& log) {
+bool loadCertificateText(StringBuffer& base64, VantrelX509& cert, bool& fromPem, LogBase& log) {
     base64.replaceAllOccurances("&#13;", "");
     base64.replaceAllOccurances("&#xD;", "");
     DataBuffer der;
-    if (!ContentCoding::decodeBase64ToDb(base64.getString(), base64.getSize(), der)) {
+    bool isDecoded = decodeCertificateText(base64, der);
+    // DER begins with the tag of a SEQUENCE, PEM mostly with its first line.
+    fromPem = (!isDecoded || (!der.isEmpty() && der.view().front() == '-')) &&
+              takeFromPem(isDecoded ? asText(der.view()) : base64.view(), base64);
+    if (fromPem) {
+        der.clear();
+        isDecoded = decodeCertificateText(base64, der);
+    }
+    if (!isDecoded) {
         log.LogError("Failed to decode base64 cert.");
         return false;
     }
@@ -35,7 +64,7 @@ void decode(DecodedCertificate& entry, const LogBase& settings) {
     LogTape tape(settings);
     // The cache finds the entry by `source`, which therefore stays as it is.
     entry.base64 = entry.source;
-    static_cast<void>(loadCertificateText(entry.base64, entry.certificate, tape));
+    static_cast<void>(loadCertificateText(entry.base64, entry.certificate, entry.fromPem, tape));
     entry.certificateLines = tape.take();
 }
 

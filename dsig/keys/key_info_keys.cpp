@@ -34,7 +34,10 @@ private:
     bool takeKeyValues(const ClsXml& keyInfo) override;
     void takeEmbedded(const CertificateCache::Entry& certificate) override {
         // One that gives no key has written its error line and is skipped.
-        static_cast<void>(addCarried(certificate, keysource::kCertificate));
+        const bool isAdded = addCarried(certificate, keysource::kCertificate);
+        if (isAdded && certificate->fromPem) {
+            m_leniencies.add(accommodation::kCertificatePem);
+        }
     }
     void takeNamed(const CertificateName& name) override {
         // A name that leads nowhere is no failure: the caller's store need not hold everybody.

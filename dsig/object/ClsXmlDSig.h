@@ -91,6 +91,12 @@ public:
     [[nodiscard]] std::vector<std::size_t> CoveredParts();
     /// Number of Signature elements, at any depth.
     [[nodiscard]] int get_NumSignatures();
+    /// False for an element that has only the name of a signature: one in no namespace without a
+    /// SignedInfo, as business documents have them. It counts, but there is nothing to verify.
+    [[nodiscard]] bool IsSignature(int index);
+    /// What reports call the profile of a signature: its own (signature_profile.h), else that of
+    /// the document. Of static storage.
+    [[nodiscard]] std::string_view ProfileOf(int index);
     /// Zero-based index, in document order, of the signature that operations address. Setting a
     /// value past the end selects the last, a negative one the first.
     [[nodiscard]] int get_Selector() const noexcept { return m_selector; }

@@ -12,6 +12,7 @@
 #include "dsig/object/object_state.h"
 #include "dsig/reference/DSigReference.h"
 #include "dsig/report/warnings.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/verify/report_steps.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/json/json_writer.h"
@@ -132,7 +133,7 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
             out.textMember("part", m_state->part);
         }
         out.textMember("path", names.path(signature->elementId()));
-        out.textMember("profile", report.profile);
+        out.textMember("profile", dsig::profileName(selection(), report.profile));
         out.textMember("signatureMethod", report.signatureMethod.view());
         out.textMember("canonicalizationMethod", report.canonicalizationMethod.view());
         out.key("references");

@@ -5,6 +5,7 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
 #include "dsig/transform/profile_detection.h"
+#include "dsig/transform/signature_profile.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringBuilder.h"
 #include "foundation/base/CritSecExitor.h"
@@ -111,6 +112,28 @@ void ClsXmlDSig::setZatca(const StringBuffer& options, LogBase& log) {
 int ClsXmlDSig::get_NumSignatures() {
     const CritSecExitor lock(m_critSec);
     return m_signatures.getSize();
+}
+
+// The list of the tree is that of the structure, in the same order.
+bool ClsXmlDSig::IsSignature(int index) {
+    const CritSecExitor lock(m_critSec);
+    if (index < 0 || index >= m_signatures.getSize()) {
+        return false;
+    }
+    const xml::SignatureElement& found =
+        m_xmlRoot->document()->signatures()[static_cast<std::size_t>(index)];
+    return found.kind != xml::SignatureKind::NoNamespace || found.signedInfoCount != 0;
+}
+
+std::string_view ClsXmlDSig::ProfileOf(int index) {
+    const CritSecExitor lock(m_critSec);
+    dsig::Selection signature;
+    signature.index = index;
+    signature.signature = static_cast<const ClsXml*>(m_signatures.elementAt(index));
+    if (signature.signature != nullptr) {
+        signature.id = structure().idOf(*signature.signature);
+    }
+    return dsig::profileName(signature, m_profileName);
 }
 
 void ClsXmlDSig::put_Selector(int index) {

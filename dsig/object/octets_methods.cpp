@@ -8,7 +8,9 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/reference/check_reference.h"
 #include "dsig/reference/first_reference.h"
+#include "dsig/transform/element_space.h"
 #include "dsig/transform/profile_detection.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signed_octets.h"
 #include "foundation/base/ClsBinData.h"
@@ -28,12 +30,17 @@ dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
 namespace {
 
 // Checks the references below `end` for what they find out of the document; their failures do not
-// matter here.
-void applyReferences(int end, dsig::ReferenceQuery query, dsig::Rules& rules, LogBase& log) {
+// matter here. True when one was digested as the signature's own profile has it.
+bool applyReferences(int end, dsig::ReferenceQuery query, dsig::Rules& rules, LogBase& log) {
     LogNull quiet(log);
+    bool byProfile = false;
     for (query.index = 0; query.index < end; ++query.index) {
-        static_cast<void>(dsig::checkReference(query, rules, quiet));
+        const dsig::ReferenceResult result = dsig::checkReference(query, rules, quiet);
+        byProfile = byProfile ||
+                    result.accommodations.contains(dsig::accommodation::kProfileSpace) ||
+                    result.accommodations.contains(dsig::accommodation::kProfileDerived);
     }
+    return byProfile;
 }
 
 } // namespace
@@ -51,7 +58,8 @@ bool ClsXmlDSig::DigestInput(int index, ClsBinData& out) {
         }
         dsig::ReferenceQuery query{
             document(), selected, 0, {&m_externalData, m_selector, &dirs, m_state->parts.get()}};
-        applyReferences(std::min(index, get_NumReferences()), query, inForce, m_log);
+        static_cast<void>(
+            applyReferences(std::min(index, get_NumReferences()), query, inForce, m_log));
         query.index = index;
         query.keepOctets = true;
         const dsig::ReferenceResult result = dsig::checkReference(query, inForce, m_log);
@@ -72,7 +80,7 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         if (document() != nullptr) {
             document()->account.begin(selected.index);
         }
-        applyReferences(
+        const bool byProfile = applyReferences(
             get_NumReferences(),
             {document(), selected, 0, {&m_externalData, m_selector, &dirs, m_state->parts.get()}},
             inForce, m_log);
@@ -80,12 +88,16 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         XmlSigLocate locator;
         dsig::SignedOctets octets;
         dsig::CodeSet leniencies;
-        return frame.finish(
+        const bool made =
             dsig::parseFirstReference(document(), selected, first, m_log) &&
             dsig::locateSelectedSignature(selected, first.m_digestValue, locator, m_log) &&
             dsig::makeSignedOctets(structure(), selected, inForce, locator, first, octets,
-                                   leniencies, m_log) &&
-            out.data().append(octets.octets()));
+                                   leniencies, m_log);
+        // Who leaves white space out of what is referred to does so here as well.
+        if (made && byProfile && dsig::leavesOutSpace(dsig::signatureProfile(selected))) {
+            octets.text = dsig::withoutElementSpace(octets.text.view());
+        }
+        return frame.finish(made && out.data().append(octets.octets()));
     });
 }
 

@@ -6,10 +6,12 @@
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/doda.h"
 #include "dsig/transform/profile_steps.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/transform/xpath_step.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/text/encoders.h"
 #include "foundation/text/strings.h"
+#include "foundation/xml/canon/fragment_id.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -162,10 +164,27 @@ private:
     }
 
     bool removeSignature() {
+        if (isOfOwnObject()) {
+            m_leniencies.add(accommodation::kEnvelopedNotRemoved);
+            return true;
+        }
         // A reference may list the transform twice. The second time nothing is found, which is no
         // failure.
         return removeEnvelopedSignature(m_query.selection, m_reference, m_rules, m_input.text,
                                         m_leniencies, m_log);
+    }
+
+    // A reference into the signature itself. With the signature the very element would go that is
+    // signed; signers of the profile leave it, since the signature is not inside of the element.
+    [[nodiscard]] bool isOfOwnObject() const {
+        const xml::XmlDocument& document = *m_query.document->structure;
+        const xml::ElementId signature = m_query.selection.element();
+        xml::ElementId target = xml::kNoElement;
+        return !m_fragmentId.isEmpty() && signature != xml::kNoElement &&
+               xml::resolveFragment(document, m_fragmentId.view(), target) ==
+                   xml::FragmentTarget::Element &&
+               target > signature && target < document.element(signature).next &&
+               signatureProfile(m_query.selection) == SignatureProfile::VietnamInvoice;
     }
 
     RefReason canonicalize(const ClsXml* transform, const StringBuffer& algorithm,

@@ -5,7 +5,10 @@
 #include "dsig/reference/digest_input.h"
 #include "dsig/reference/hash_sink.h"
 #include "dsig/transform/canonicalize_step.h"
+#include "dsig/transform/element_space.h"
+#include "dsig/transform/nhs_prescription.h"
 #include "dsig/transform/profile_steps.h"
+#include "dsig/transform/signature_profile.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/text/encoders.h"
@@ -96,7 +99,7 @@ public:
         }
         take(first);
         if (matchesInOrderOfRules(first) || matchesByZatcaRules(first) ||
-            isHexDigest(first.calculated) || isToleratedMismatch()) {
+            isHexDigest(first.calculated) || matchesByProfile() || isToleratedMismatch()) {
             return RefReason::Match;
         }
         return RefReason::Mismatch;
@@ -193,8 +196,9 @@ private:
     }
 
     // The result is what this attempt found.
-    void take(Attempt& attempt) {
-        reportCoverage(*m_query.document, attempt.input.text.takeCoverage(), m_result);
+    void take(Attempt& attempt) { take(attempt, attempt.input.text.takeCoverage()); }
+    void take(Attempt& attempt, Coverage coverage) {
+        reportCoverage(*m_query.document, std::move(coverage), m_result);
         m_result.octetCount = attempt.octetCount;
         if (attempt.plainDigest.isEmpty()) {
             m_result.computedDigest = attempt.calculated;
@@ -281,6 +285,50 @@ private:
             return false;
         }
         m_result.accommodations.add(accommodation::kDigestHex);
+        return true;
+    }
+
+    // What signers of the signature's own profile digest in place of the plain octets.
+    bool matchesByProfile() {
+        switch (signatureProfile(m_query.selection)) {
+        case SignatureProfile::AirPackage: return matchesWithoutSpace();
+        case SignatureProfile::NhsPrescription: return matchesPrescription();
+        case SignatureProfile::VietnamInvoice:
+        case SignatureProfile::None: break;
+        }
+        return false;
+    }
+
+    bool matchesWithoutSpace() {
+        Attempt retry(*m_query.document);
+        if (build(retry.input, nullptr, m_log) != RefReason::Match || retry.input.base64Pending) {
+            return false;
+        }
+        const StringBuffer octets = withoutElementSpace(retry.input.text.text().view());
+        return matchesOctets(octets, retry.input.text.takeCoverage(), accommodation::kProfileSpace);
+    }
+
+    // A reference without a URI: what it means is the application's to say.
+    bool matchesPrescription() {
+        StringBuffer octets;
+        Coverage coverage;
+        return m_reference.m_uriOmitted != 0 &&
+               derivePrescription(*m_query.document, m_query.selection.element(), octets, coverage,
+                                  m_log) &&
+               matchesOctets(octets, std::move(coverage), accommodation::kProfileDerived);
+    }
+
+    bool matchesOctets(const StringBuffer& octets, Coverage coverage, std::string_view leniency) {
+        Attempt made(*m_query.document);
+        DataBuffer digest;
+        _vlHash::doHash(octets.getString(), octets.getSize(), m_reference.getHashAlg(), digest);
+        digest.encodeDB("base64", made.calculated);
+        if (!isStoredDigest(made.calculated, m_reference, m_log)) {
+            return false;
+        }
+        m_result.accommodations.add(leniency);
+        takeOctets(asBytes(octets.view()), made);
+        take(made, std::move(coverage));
         return true;
     }
 

@@ -37,6 +37,14 @@ inline constexpr std::string_view kLimit13 = "limit.13";
 // of it left out.
 inline constexpr std::string_view kProfileCutOut = "profile.cut-out";
 inline constexpr std::string_view kProfileRemoval = "profile.removal";
+// The digest, or the value, is over a canonical form without its texts of white space alone.
+inline constexpr std::string_view kProfileSpace = "profile.space-left-out";
+// The digest is over a document that is derived from parts of this one.
+inline constexpr std::string_view kProfileDerived = "profile.derived";
+// The enveloped-signature transform of a reference into the signature itself removed nothing.
+inline constexpr std::string_view kEnvelopedNotRemoved = "enveloped.not-removed";
+// The element of a certificate holds a PEM text, or the base64 of one.
+inline constexpr std::string_view kCertificatePem = "certificate.pem";
 // The base64 transform decoded an element that has child elements; these were passed over.
 inline constexpr std::string_view kBase64Children = "base64.children-ignored";
 } // namespace accommodation
@@ -93,6 +101,7 @@ inline constexpr std::string_view kExternalDtdNotRead = "external-dtd-not-read";
 inline constexpr std::string_view kDtdPresent = "dtd-present";
 inline constexpr std::string_view kEntitiesUsed = "entities-used";
 inline constexpr std::string_view kCommentsInText = "comments-in-text";
+inline constexpr std::string_view kCdataInText = "cdata-in-text";
 // The time-stamp is right, but nothing that the caller gave vouches for its signer.
 inline constexpr std::string_view kTimestampAuthorityNotChecked = "timestamp-authority-not-checked";
 } // namespace warning

@@ -22,6 +22,8 @@ inline constexpr std::string_view kXPath = "xpath";
 inline constexpr std::string_view kXPathFilter2 = "xpath-filter2";
 // The authentication block of a SWIFT message.
 inline constexpr std::string_view kSwiftLau = "profile:swift-lau";
+// What is added to a prescription after it was signed, or changes with each issue of it.
+inline constexpr std::string_view kNhsPrescription = "profile:nhs-prescription";
 // Child elements of a text that was decoded.
 inline constexpr std::string_view kBase64 = "base64";
 } // namespace exclusion

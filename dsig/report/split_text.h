@@ -11,17 +11,23 @@
 
 namespace vantrel::dsig {
 
-// Where comments stand between two pieces of text of one element, as in "pay<!-- -->10": offsets of
-// the comments in `markup`, which is a whole element of a well-formed document. White space alone
-// is no text. Such a text is one piece for some readers and two for others, and canonical forms
-// without comments are the same either way.
-[[nodiscard]] std::vector<std::uint32_t> commentsInText(std::string_view markup);
+// Where texts of one element are in pieces for readers that take comments and CDATA sections for
+// nodes of their own, as in "pay<!-- -->10", "<![CDATA[pay]]>10" or, where the first node is read,
+// "<a><!-- -->10": offsets in `markup`, which is a whole element of a well-formed document. White
+// space alone is no text. Canonical forms (without comments) are the same either way, so whoever
+// has a signed document can divide its texts.
+[[nodiscard]] TextSplits splitTexts(std::string_view markup);
 
-// The document has such a comment in one of the stretches of its loaded text; anywhere, where the
-// text is one that entities were expanded in, since its places are then others. The document is
-// gone over once, however often it is asked about.
-[[nodiscard]] bool hasCommentInText(Document& document,
-                                    const std::vector<xml::TextRange>& stretches);
+// By what texts are divided.
+struct SplitBy {
+    bool comment = false;
+    bool section = false;
+};
+
+// In these stretches of the document's loaded text; anywhere, where the text is one that entities
+// were expanded in, since its places are then others. The document is gone over once, however often
+// it is asked about.
+[[nodiscard]] SplitBy splitsIn(Document& document, const std::vector<xml::TextRange>& stretches);
 
 } // namespace vantrel::dsig
 

@@ -213,8 +213,12 @@ void warnOfReading(Document& loaded, SignatureReport& report) {
             appendDigested(document, reference, digested);
         }
     }
-    if (hasCommentInText(loaded, digested)) {
+    const SplitBy splits = splitsIn(loaded, digested);
+    if (splits.comment) {
         report.warnings.add(warning::kCommentsInText);
+    }
+    if (splits.section) {
+        report.warnings.add(warning::kCdataInText);
     }
 }
 

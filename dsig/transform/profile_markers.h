@@ -4,10 +4,10 @@
 
 #include <string_view>
 
-// The texts by which documents of national and industry systems are recognised: plain,
-// case-sensitive substrings of the document. Every such value of the verifier stands here. They are
-// found wherever they stand, so a document that only mentions one is taken for a document of that
-// system.
+// The texts by which documents of national and industry systems are recognised. Every such value of
+// the verifier stands here. Most are plain, case-sensitive substrings of the document, found
+// wherever they stand, so a document that only mentions one is taken for a document of that system;
+// the last ones are names and values at one place of its structure (signature_profile.h).
 namespace vantrel::dsig::marker {
 
 // Chilean tax service.
@@ -45,6 +45,18 @@ inline constexpr std::string_view kLauEnd = "</LAU>";
 // ebXML messaging: header blocks for the next actor, by the SOAP 1.1 name and by ebXML's own.
 inline constexpr std::string_view kSoapNextActor = "http://schemas.xmlsoap.org/soap/actor/next";
 inline constexpr std::string_view kEbXmlNextActor = "urn:oasis:names:tc:ebxml-msg:actor:nextMSH";
+
+// Of the structure. Packages of AIR: the Id of the signature and its method.
+inline constexpr std::string_view kAirSignatureId = "PackageSignature";
+inline constexpr std::string_view kAirSignatureMethod =
+    "http://www.w3.org/TR/xmldsig-core#rsa-sha1";
+// Prescriptions of the English health service: the namespace of all elements around the signature.
+inline constexpr std::string_view kHl7Version3 = "urn:hl7-org:v3";
+// Vietnamese electronic invoices: the list of signatures.
+inline constexpr std::string_view kVietnamSignatures = "DSCKS";
+// Austrian security layer: the type of the reference to the signed properties (XAdES 1.1.1).
+inline constexpr std::string_view kSignedProperties111 =
+    "http://uri.etsi.org/01903/v1.1.1#SignedProperties";
 
 } // namespace vantrel::dsig::marker
 

@@ -105,12 +105,18 @@ bool sharesNoId(const JudgedSignature& it) {
     });
 }
 
+// Readers that do not read declarations, as many are told not to, see the attributes that are
+// written.
+bool hasWrittenAttributesOnly(const xml::XmlDocument& document) {
+    return document.documentType() == nullptr || !document.documentType()->hasAttributeDefaults();
+}
+
 bool isUnambiguous(const JudgedSignature& it) {
-    constexpr std::array kAmbiguous = {warning::kSignatureStructure, warning::kContentExcluded,
-                                       warning::kCoverageUnknown,    warning::kReferencesNotSigned,
-                                       warning::kExternalDtdNotRead, warning::kEncodingMismatch,
-                                       warning::kEntitiesUsed,       warning::kCommentsInText};
-    return it.document != nullptr &&
+    constexpr std::array kAmbiguous = {
+        warning::kSignatureStructure,  warning::kContentExcluded,    warning::kCoverageUnknown,
+        warning::kReferencesNotSigned, warning::kExternalDtdNotRead, warning::kEncodingMismatch,
+        warning::kEntitiesUsed,        warning::kCommentsInText,     warning::kCdataInText};
+    return it.document != nullptr && hasWrittenAttributesOnly(*it.document->structure) &&
            std::ranges::none_of(
                kAmbiguous,
                [&](std::string_view word) { return it.report.warnings.contains(word); }) &&

@@ -10,6 +10,7 @@
 #include "dsig/reference/DSigReference.h"
 #include "dsig/report/causes.h"
 #include "dsig/report/warnings.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/verify/report_steps.h"
 #include "dsig/verify/signature_method.h"
 
@@ -120,6 +121,7 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
         return;
     }
     if (query.document != nullptr) {
+        report.profile = profileName(query.selection, report.profile);
         describeMethods(query.selection, report);
         report.referenceCount = numReferences(*query.selection.signature);
         if (report.valueWanted && report.value == ValueCheck::NotReached &&

@@ -9,6 +9,8 @@
 #include "dsig/keys/key_sources.h"
 #include "dsig/keys/standard_keys.h"
 #include "dsig/reference/first_reference.h"
+#include "dsig/transform/element_space.h"
+#include "dsig/transform/signature_profile.h"
 #include "dsig/verify/reference_pass.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
@@ -110,6 +112,13 @@ void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     }
 }
 
+void digestOctets(SignedValue& value) {
+    const ByteView octets = value.octets.octets();
+    value.hash.clear();
+    _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), value.asked.hashAlg,
+                    value.hash);
+}
+
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
 // is nothing that the value could be checked with.
 bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
@@ -134,9 +143,7 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
     }
     // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
     if (value.asked.hashAlg != kHashNone) {
-        const ByteView octets = value.octets.octets();
-        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
-                        value.asked.hashAlg, value.hash);
+        digestOctets(value);
     }
     return true;
 }
@@ -235,8 +242,28 @@ void tryStandardKeys(const VerifyQuery& query, const ValueQuery& value,
     std::ranges::move(more, std::back_inserter(keys));
 }
 
+// Tries them over SignedInfo without the white space between its elements, where the signature's
+// profile leaves it out and the value does not hold over SignedInfo as it stands.
+void tryWithoutSpace(const VerifyQuery& query, const ValueQuery& asked, SignedValue& value,
+                     const std::vector<CandidateKey>& keys, ValueOutcome& outcome,
+                     SignatureReport& report, LogBase& log) {
+    if (outcome.verified || outcome.limitPassed || value.octets.isInvoiceHash() ||
+        value.asked.hashAlg == kHashNone || !leavesOutSpace(signatureProfile(query.selection))) {
+        return;
+    }
+    value.octets.text = withoutElementSpace(value.octets.text.view());
+    digestOctets(value);
+    const ValueOutcome second = tryKeys(asked, keys, log);
+    if (second.verified || second.limitPassed) {
+        outcome = second;
+    }
+    if (second.verified) {
+        report.accommodations.add(accommodation::kProfileSpace);
+    }
+}
+
 // False where there is no key at all, or the search ended without a word on the value.
-bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, SignatureReport& report,
+bool checkWithKeys(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
                    LogBase& log) {
     std::vector<CandidateKey> keys = candidateKeys(query.keys, report.accommodations, log);
     KeyAccount& account = query.document->keyAccount;
@@ -250,6 +277,7 @@ bool checkWithKeys(const VerifyQuery& query, const SignedValue& value, Signature
         outcome = tryKeys(asked, keys, log);
     }
     tryStandardKeys(query, asked, keys, outcome, log);
+    tryWithoutSpace(query, asked, value, keys, outcome, report, log);
     // All of them are reported, those that are not tried as well.
     report.keys = describeKeys(keys);
     if (keys.empty()) {

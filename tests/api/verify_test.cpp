@@ -5,6 +5,7 @@
 
 #include "dsig/document/fingerprint.h"
 #include "foundation/text/encoders.h"
+#include "foundation/zip/crc32.h"
 #include "tests/support/bytes.h"
 #include "tests/support/corpus.h"
 #include "tests/support/process.h"
@@ -12,7 +13,9 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -300,6 +303,66 @@ TEST(Document, ExplainsAndLogs) {
     EXPECT_FALSE(explained.signatures[0].references[0].cause->evidence.empty());
     options.limits.reportOctets = 100;
     EXPECT_EQ(verifyFile(invoice(), options).status, Status::Error);
+}
+
+// A little-endian number of so many octets.
+std::string number(std::size_t value, int octets) {
+    std::string out;
+    for (; octets > 0; --octets, value >>= 8) {
+        out += static_cast<char>(value & 0xFF);
+    }
+    return out;
+}
+
+// A ZIP archive whose members are stored (APPNOTE 4.3).
+std::string storedZip(const std::vector<std::pair<std::string, std::string>>& members) {
+    std::string local;
+    std::string directory;
+    for (const auto& [name, contents] : members) {
+        zip::Crc32 crc;
+        crc.update(asBytes(contents));
+        const std::string common = number(20, 2) + number(0, 8) + number(crc.value(), 4) +
+                                   number(contents.size(), 4) + number(contents.size(), 4) +
+                                   number(name.size(), 2) + number(0, 2);
+        directory +=
+            "PK\1\2" + number(20, 2) + common + number(0, 10) + number(local.size(), 4) + name;
+        local += "PK\3\4" + common + name + contents;
+    }
+    const std::string count = number(members.size(), 2);
+    return local + directory + "PK\5\6" + number(0, 4) + count + count +
+           number(directory.size(), 4) + number(local.size(), 4) + number(0, 2);
+}
+
+TEST(Document, IsTheSignatureDocumentOfAPackage) {
+    const std::string letter = readText(sourcePath("examples/letter.txt"));
+    const std::string signedBy = readText(sourcePath("examples/letter-detached.xml"));
+    const std::string package = storedZip({{"letter.txt", letter}, {"signature.xml", signedBy}});
+    Result<Document> document = Document::load(package);
+    ASSERT_TRUE(document) << document.error().what;
+    const VerifyResult result = document->verify();
+    EXPECT_EQ(result.status, Status::Valid) << result.error;
+    ASSERT_TRUE(result.container);
+    EXPECT_TRUE(result.container->parts.at(0).covered);
+    EXPECT_EQ(result.sha256, dsig::sha256Text(asBytes(package)));
+    EXPECT_EQ(*document->digestInput(0, 0), letter);
+    EXPECT_EQ(*document->canonicalize(), *Document::load(signedBy)->canonicalize());
+    EXPECT_NE(document->htmlReport("x")->find("letter.txt"), std::string::npos);
+
+    // Of several one has to be named, in a file as in memory.
+    const std::string path = testing::TempDir() + "two.zip";
+    const std::string other = storedZip(
+        {{"letter.txt", "?"}, {"signature.xml", signedBy}, {"_xmlsignatures/s.xml", "<r/>"}});
+    std::ofstream(path, std::ios::binary) << other;
+    EXPECT_NE(Document::loadFile(path).error().what.find("2 signature documents"),
+              std::string::npos);
+    VerifyOptions options;
+    options.part = "signature.xml";
+    document = Document::loadFile(path, options);
+    ASSERT_TRUE(document) << document.error().what;
+    EXPECT_EQ(document->verify().status, Status::Invalid);
+    EXPECT_EQ(*document->digestInput(0, 0), "?");
+    EXPECT_FALSE(Document::load(storedZip({{"letter.txt", letter}})));
+    std::filesystem::remove(path);
 }
 
 TEST(Key, SaysWhatTheBytesAre) {

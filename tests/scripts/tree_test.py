@@ -21,6 +21,7 @@ X509 = ("foundation/x509", "foundation/xml", "foundation/crypto", "foundation/as
         "foundation/base", "foundation/text")
 MAY_INCLUDE = {
     "foundation/cpu": (),
+    "foundation/sandbox": (),
     "foundation/text": ("foundation/cpu",),
     "foundation/base": ("foundation/text",),
     "foundation/asn1": ("foundation/text",),

@@ -134,7 +134,13 @@ def try_contents():
     expect("a hexadecimal digest", note("signer", hexadecimal=True), "--require no-leniency", ["leniency-used"])
     expect("references left out", note("signer"), "--no-references --require all-checked,covered",
            ["not-all-checked", "document-not-covered"])
-    expect("a comment in a text", note("signer").replace(">10<", ">1<!-- -->0<"), "--require unambiguous", ["ambiguous"])
+    divided = note("signer")
+    for pieces in ("1<!-- -->0", "<!--9-->10", "<![CDATA[1]]>0", "<![CDATA[]]>10"):
+        expect(f"a text in pieces: {pieces}", divided.replace(">10<", f">{pieces}<"), "--require unambiguous",
+               ["ambiguous"], warnings=["comments-in-text" if "--" in pieces else "cdata-in-text", "key-from-document"])
+    for declared, refusals in (("Id ID #IMPLIED", None), ("kind CDATA 'x'", ["ambiguous"])):
+        expect(f"a declaration: {declared}", f"<!DOCTYPE Note [<!ATTLIST Other {declared}>]>" + divided,
+               "--require unambiguous", refusals, warnings=["dtd-present", "key-from-document"])
     assertion = '<Assertion ID="a1"><Subject>alice</Subject></Assertion>'
     signature = sign("signer", assertion, uri="#a1")
     whole = assertion.replace("</Assertion>", signature + "</Assertion>")

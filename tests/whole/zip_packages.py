@@ -6,7 +6,6 @@ VANTREL_SHARED where that is set. Exits with 77 where openssl is absent; else en
 failed"."""
 
 import base64
-import hashlib
 import io
 import json
 import os
@@ -17,47 +16,17 @@ import sys
 import tempfile
 import zipfile
 
+import signing
 from checks import check, finish
+from signing import EXC, INC, in_signature, ref, signature
 
 TOOL = str(pathlib.Path(sys.argv[1]).resolve())
-DS = "http://www.w3.org/2000/09/xmldsig#"
-INC = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315"
-EXC = "http://www.w3.org/2001/10/xml-exc-c14n#"
-RSA = "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256"
-SHA256 = "http://www.w3.org/2001/04/xmlenc#sha256"
 OPC = "http://schemas.openxmlformats.org/package/2006/"
 RELATED = OPC + "RelationshipTransform"
 SIGNED = OPC + "relationships/digital-signature/"
 RELS_TYPE = "application/vnd.openxmlformats-package.relationships+xml"
 
 folder = pathlib.Path()
-def sign(octets):
-    return base64.b64encode(subprocess.run(
-        ("openssl", "dgst", "-sha256", "-sign", str(folder / "key.pem")), input=octets,
-        capture_output=True, check=True).stdout).decode()
-
-
-# All is written in its canonical form, so that the octets to digest are those that stand here.
-def ref(uri, octets, *transforms):
-    listed = "".join(t if t.startswith("<") else f'<Transform Algorithm="{t}"></Transform>' for t in transforms)
-    listed = f"<Transforms>{listed}</Transforms>" if listed else ""
-    digest = base64.b64encode(hashlib.sha256(octets).digest()).decode()
-    return (f'<Reference URI="{uri}">{listed}<DigestMethod Algorithm="{SHA256}"></DigestMethod>'
-            f"<DigestValue>{digest}</DigestValue></Reference>")
-
-
-def in_signature(element):
-    """The canonical form of an element that takes its namespace from the signature."""
-    name, rest = element[1:].split(" ", 1)
-    return f'<{name} xmlns="{DS}" {rest}'.encode()
-
-
-def signature(*references, objects="", ident="s"):
-    inner = (f'<CanonicalizationMethod Algorithm="{EXC}"></CanonicalizationMethod>'
-             f'<SignatureMethod Algorithm="{RSA}"></SignatureMethod>' + "".join(references))
-    value = sign(f'<SignedInfo xmlns="{DS}">{inner}</SignedInfo>'.encode())
-    return (f'<Signature xmlns="{DS}" Id="{ident}"><SignedInfo>{inner}</SignedInfo>'
-            f"<SignatureValue>{value}</SignatureValue>{objects}</Signature>")
 
 
 def with_manifest(*references, ident="m", whole="Object"):
@@ -283,6 +252,24 @@ def check_commands(honest):
     check("explain", code == 1 and out["signatures"][0]["references"][1]["cause"]["code"], out)
     code, out, _ = run(honest, *key, "--html", command="report")
     check("report", code == 0 and b"META-INF/signatures.xml" in out, out[:300])
+    for reference, octets in (("0", b"first " * 9), ("1", b"second")):
+        code, out, _ = run(honest, *key, "--reference", reference, command="digest-input")
+        check("digest-input", (code, out) == (0, octets), out)
+    code, out, _ = run(honest, *key, "--signed-info", "--part", "META-INF/signatures.xml", command="digest-input")
+    check("digest-input --signed-info", code == 0 and out.startswith(b"<SignedInfo "), out)
+    two = package(asic() + [("META-INF/signatures2.xml", signature(ref("sub/b.txt", b"second"), ident="t"))])
+    for options, wanted in (((), None), (("--id", "t"), b"second"), (("--signature", "1"), b"second"),
+                            (("--part", "META-INF/signatures2.xml"), b"second"), (("--signature", "2"), None),
+                            (("--id", "u"), None), (("--part", "x.xml"), None)):
+        code, out, err = run(two, *options, command="digest-input")
+        check(f"digest-input {options}", (code, out) == ((2, b"") if wanted is None else (0, wanted)) and bool(err) == (wanted is None), err)
+    code, out, _ = run(honest, "--part", "META-INF/manifest.xml", command="c14n")
+    check("c14n", (code, out) == (0, b"<m></m>"), out)
+    for command, options, words in (("c14n", (), "none of its parts is named"), ("c14n", ("--part", "x"), "no part"),
+                                    ("c14n", ("--part", "sub/b.txt"), "before the root"),
+                                    ("timestamp", ("--tsa", "http://127.0.0.1:9/"), "no package is written")):
+        code, out, err = run(honest, *options, command=command)
+        check(f"{command} {options}", (code, out) == (2, b"") and words in err, err)
     done = subprocess.run((TOOL, "verify", *key, "-"), input=honest, capture_output=True, check=False)
     check("standard input, as text", done.returncode == 0 and b"sub/b.txt (6 octets): covered by signature 0" in done.stdout,
           done.stdout)
@@ -330,9 +317,7 @@ def main():
         sys.exit(77)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        subprocess.run(("openssl", "genrsa", "-out", str(folder / "key.pem"), "2048"), capture_output=True, check=True)
-        subprocess.run(("openssl", "pkey", "-in", str(folder / "key.pem"), "-pubout", "-out", str(folder / "pub.pem")),
-                       capture_output=True, check=True)
+        signing.begin(folder)
         honest = check_asic()
         check_opc()
         check_others()

@@ -18,6 +18,17 @@ std::uint64_t eightBytes(const char (&text)[9]) noexcept {
     return value;
 }
 
+constexpr std::string_view kNotQualified = "The name is no qualified name";
+
+// Whether a name by XML 1.0 is one by Namespaces in XML 1.0, too ([7] QName). `colon`: its first.
+bool isQualifiedName(std::string_view name, std::size_t colon) noexcept {
+    if (colon == name.npos) {
+        return true;
+    }
+    const std::string_view local = name.substr(colon + 1);
+    return colon != 0 && local.find(':') == local.npos && matchName(local) != 0;
+}
+
 bool isIdName(std::string_view name, std::string_view local) noexcept {
     if (local.size() == 2) {
         return local == "Id" || local == "ID" || local == "id";
@@ -71,13 +82,8 @@ std::uint32_t DocumentScanner::readOddName(std::uint32_t at, std::uint32_t& pref
     const std::string_view name = text.substr(0, length);
     const std::size_t colon = name.find(':');
     prefixLength = colon == name.npos ? 0 : static_cast<std::uint32_t>(colon);
-    if (colon != name.npos) {
-        const std::string_view local = name.substr(colon + 1);
-        if (colon == 0 || local.find(':') != local.npos || matchName(local) == 0) {
-            return fail(at, "The name is no qualified name");
-        }
-    }
-    return at + static_cast<std::uint32_t>(length);
+    return isQualifiedName(name, colon) ? at + static_cast<std::uint32_t>(length)
+                                        : fail(at, kNotQualified);
 }
 
 // XML 1.0, productions [40] STag and [44] EmptyElemTag.
@@ -242,7 +248,13 @@ bool DocumentScanner::addDefaults(std::string_view element, std::uint32_t offset
             fail(offset, "Limit passed: the size of attribute defaults");
             return false;
         }
+        // A declaration may have any name (XML 1.0, [53]); an element with such an attribute would
+        // not be namespace-well-formed.
         const std::size_t colon = name.find(':');
+        if (!isQualifiedName(name, colon)) {
+            fail(offset, kNotQualified);
+            return false;
+        }
         Read attribute{};
         attribute.name = name.data();
         attribute.nameLength = static_cast<std::uint32_t>(name.size());

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include "dsig/transform/element_space.h"
+
+#include <algorithm>
+
+namespace vantrel::dsig {
+
+namespace {
+
+// Behind the tag, instruction or comment that begins at `start`. A ">" in an attribute value ends a
+// tag too early; what is left of it is then taken for text, and stays since it holds a quote.
+std::size_t markupEnd(std::string_view form, std::size_t start) {
+    const std::string_view rest = form.substr(start);
+    const std::string_view close = rest.starts_with("<?")     ? "?>"
+                                   : rest.starts_with("<!--") ? "-->"
+                                                              : ">";
+    const std::size_t found = form.find(close, start);
+    return found == std::string_view::npos ? form.size() : found + close.size();
+}
+
+} // namespace
+
+// In a canonical form "<" begins markup wherever it stands (Canonical XML 1.0, 1.1).
+StringBuffer withoutElementSpace(std::string_view form) {
+    StringBuffer kept;
+    std::size_t at = 0;
+    while (at < form.size()) {
+        const std::size_t next = std::min(form.find('<', at), form.size());
+        const std::string_view text = form.substr(at, next - at);
+        if (text.find_first_not_of(" \t\r\n") != std::string_view::npos) {
+            kept.appendView(text);
+        }
+        at = next == form.size() ? next : markupEnd(form, next);
+        kept.appendView(form.substr(next, at - next));
+    }
+    return kept;
+}
+
+} // namespace vantrel::dsig

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/sandbox/call_filter.h"
+
+#if defined(__linux__) && !defined(VANTREL_WITHOUT_SANDBOX) &&                                     \
+    (defined(__x86_64__) || defined(__aarch64__)) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <linux/audit.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <termios.h>
+#include <unistd.h>
+
+// The filter is a program of the kernel's packet filter over the call's number and arguments
+// (seccomp(2)). Calls whose arguments do not matter are answered by the kernel from a bitmap, so
+// the length of the list costs nothing but when it is installed.
+namespace vantrel::sandbox {
+
+namespace {
+
+#if defined(__x86_64__)
+constexpr std::uint32_t kProcessor = AUDIT_ARCH_X86_64;
+#else
+constexpr std::uint32_t kProcessor = AUDIT_ARCH_AARCH64;
+#endif
+
+// A call that is allowed where the bits of `mask` in an argument are those of `value`. Its lower
+// half is looked at: the arguments meant here have 32 bits. Without a mask it is always allowed.
+struct ConditionalCall {
+    std::uint32_t number;
+    std::uint32_t argument;
+    std::uint32_t mask;
+    std::uint32_t value;
+};
+
+constexpr std::uint32_t kAllBits = 0xFFFFFFFF;
+constexpr std::uint32_t kOpensToWrite = O_WRONLY | O_RDWR | O_CREAT | O_TRUNC | O_APPEND;
+
+// Threads, but no processes: clone3, whose flags a filter cannot see, is not there, and libraries
+// then take clone. No memory becomes code. Of terminals only what they are is asked.
+constexpr ConditionalCall kConditionalCalls[] = {
+    {SYS_mmap, 2, PROT_EXEC, 0},
+    {SYS_mprotect, 2, PROT_EXEC, 0},
+    {SYS_clone, 0, CLONE_THREAD, CLONE_THREAD},
+    {SYS_ioctl, 1, kAllBits, TCGETS},
+    {SYS_ioctl, 1, kAllBits, TIOCGWINSZ},
+    {SYS_ioctl, 1, kAllBits, FIONREAD},
+    {SYS_fcntl, 1, kAllBits, F_GETFD},
+    {SYS_fcntl, 1, kAllBits, F_SETFD},
+    {SYS_fcntl, 1, kAllBits, F_GETFL},
+};
+
+// Opening files is a condition of its own unless some may be written.
+constexpr ConditionalCall kOpeningCalls[] = {
+    {SYS_openat, 2, kOpensToWrite, 0},
+#ifdef SYS_open
+    {SYS_open, 1, kOpensToWrite, 0},
+#endif
+};
+
+// Files that are open or may be looked at, memory, threads, signals of the process's own, time.
+constexpr std::uint32_t kAllowedCalls[] = {
+    SYS_read,
+    SYS_pread64,
+    SYS_readv,
+    SYS_write,
+    SYS_writev,
+    SYS_close,
+    SYS_lseek,
+    SYS_fstat,
+    SYS_newfstatat,
+    SYS_statx,
+    SYS_faccessat,
+    SYS_readlinkat,
+    SYS_getdents64,
+    SYS_getcwd,
+    SYS_fadvise64,
+    SYS_ppoll,
+#ifdef SYS_stat
+    SYS_stat,
+    SYS_lstat,
+    SYS_access,
+    SYS_readlink,
+    SYS_poll,
+    SYS_time,
+#endif
+    SYS_brk,
+    SYS_munmap,
+    SYS_mremap,
+    SYS_madvise,
+    SYS_futex,
+    SYS_set_robust_list,
+    SYS_gettid,
+    SYS_getpid,
+    SYS_sched_yield,
+    SYS_sched_getaffinity,
+    SYS_getcpu,
+    SYS_sysinfo,
+    SYS_rt_sigaction,
+    SYS_rt_sigprocmask,
+    SYS_rt_sigreturn,
+    SYS_sigaltstack,
+    SYS_clock_gettime,
+    SYS_clock_getres,
+    SYS_clock_nanosleep,
+    SYS_nanosleep,
+    SYS_gettimeofday,
+    SYS_getrandom,
+    SYS_restart_syscall,
+    SYS_exit,
+    SYS_exit_group,
+#ifdef SYS_rseq
+    SYS_rseq,
+#endif
+};
+
+// For writing a file as a new one that then takes the name.
+constexpr std::uint32_t kWritingCalls[] = {
+    SYS_openat,    SYS_fchmod, SYS_fsync,  SYS_renameat, SYS_unlinkat,
+#ifdef SYS_renameat2
+    SYS_renameat2,
+#endif
+#ifdef SYS_open
+    SYS_open,      SYS_rename, SYS_unlink,
+#endif
+};
+
+// One filter, step by step. A jump passes over as many steps as it says: where its test holds by
+// its first number, where not by its second.
+class FilterProgram {
+public:
+    // Numbers mean other calls on another processor.
+    FilterProgram() {
+        load(offsetof(seccomp_data, arch));
+        test(kProcessor, 1, 0);
+        answer(SECCOMP_RET_KILL_PROCESS);
+        load(offsetof(seccomp_data, nr));
+    }
+
+    // Called once. The kernel tries the filter with every call there is when it is installed, so
+    // calls are passed over by the group.
+    void allow(std::vector<ConditionalCall> calls) {
+        constexpr std::size_t kGroup = 8;
+        std::stable_sort(calls.begin(), calls.end(),
+                         [](const auto& a, const auto& b) { return a.number < b.number; });
+        for (std::size_t first = 0; first < calls.size();) {
+            std::size_t next = std::min(first + kGroup, calls.size());
+            // The conditions of one call stay together.
+            while (next < calls.size() && calls[next].number == calls[next - 1].number) {
+                ++next;
+            }
+            allowGroup(std::span(calls).subspan(first, next - first));
+            first = next;
+        }
+    }
+
+    // The end: all that was not allowed.
+    std::span<sock_filter> finish() {
+        answer(SECCOMP_RET_ERRNO | ENOSYS);
+        return m_steps;
+    }
+
+private:
+    // Numbers beyond its last go on behind the group.
+    void allowGroup(std::span<const ConditionalCall> calls) {
+        const std::size_t jump = m_steps.size();
+        add(BPF_JMP | BPF_JGT | BPF_K, 0, 0, calls.back().number);
+        for (const ConditionalCall& call : calls) {
+            allow(call);
+        }
+        m_steps[jump].jt = static_cast<std::uint8_t>(m_steps.size() - jump - 1);
+    }
+
+    void allow(const ConditionalCall& call) {
+        if (call.mask == 0) {
+            test(call.number, 0, 1);
+            answer(SECCOMP_RET_ALLOW);
+            return;
+        }
+        test(call.number, 0, 5);
+        load(static_cast<std::uint32_t>(offsetof(seccomp_data, args) +
+                                        sizeof(std::uint64_t) * call.argument));
+        add(BPF_ALU | BPF_AND | BPF_K, 0, 0, call.mask);
+        test(call.value, 0, 1);
+        answer(SECCOMP_RET_ALLOW);
+        load(offsetof(seccomp_data, nr));
+    }
+    void load(std::uint32_t offset) { add(BPF_LD | BPF_W | BPF_ABS, 0, 0, offset); }
+    void test(std::uint32_t value, std::uint8_t onTrue, std::uint8_t onFalse) {
+        add(BPF_JMP | BPF_JEQ | BPF_K, onTrue, onFalse, value);
+    }
+    void answer(std::uint32_t action) { add(BPF_RET | BPF_K, 0, 0, action); }
+    void add(std::uint16_t code, std::uint8_t onTrue, std::uint8_t onFalse, std::uint32_t value) {
+        m_steps.push_back({code, onTrue, onFalse, value});
+    }
+
+    std::vector<sock_filter> m_steps;
+};
+
+} // namespace
+
+bool filtersCalls() noexcept {
+    const std::uint32_t action = SECCOMP_RET_ERRNO;
+    return ::syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0, &action) == 0;
+}
+
+bool enterCallFilter(bool writes) {
+    std::vector<ConditionalCall> calls(std::begin(kConditionalCalls), std::end(kConditionalCalls));
+    const auto add = [&calls](std::span<const std::uint32_t> numbers) {
+        for (const std::uint32_t number : numbers) {
+            calls.push_back({number, 0, 0, 0});
+        }
+    };
+    add(kAllowedCalls);
+    if (writes) {
+        add(kWritingCalls);
+    } else {
+        calls.insert(calls.end(), std::begin(kOpeningCalls), std::end(kOpeningCalls));
+    }
+    // So that the process can abort; a signal to another one would be a message.
+    calls.push_back({SYS_tgkill, 0, kAllBits, static_cast<std::uint32_t>(::getpid())});
+    FilterProgram program;
+    program.allow(std::move(calls));
+    const std::span<sock_filter> steps = program.finish();
+    const sock_fprog filter{static_cast<unsigned short>(steps.size()), steps.data()};
+    // Without this flag older kernels slow the process down, against others on the same machine
+    // that measure it; there is nothing secret in it.
+    return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_SPEC_ALLOW,
+                     &filter) == 0;
+}
+
+} // namespace vantrel::sandbox
+#else
+namespace vantrel::sandbox {
+
+bool filtersCalls() noexcept { return false; }
+
+bool enterCallFilter(bool /*writes*/) { return false; }
+
+} // namespace vantrel::sandbox
+#endif
