@@ -6,12 +6,10 @@
 #include "dsig/reference/digest_comparison.h"
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/reference_target.h"
+#include "dsig/reference/transform_list.h"
 #include "dsig/report/causes.h"
-#include "dsig/transform/recommended_transforms.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/xml/canon/fragment_id.h"
-#include "foundation/xml/scan/start_tag.h"
-#include "foundation/xml/scan/values.h"
 
 #include <memory>
 #include <optional>
@@ -27,41 +25,6 @@ using xml::ElementId;
 using xml::kNoElement;
 using xml::NodeBits;
 using xml::NodeId;
-
-// A Transform element of the loaded document.
-struct ListedTransform {
-    ElementId element;
-    std::string algorithm;
-};
-
-std::string algorithmOf(const xml::XmlDocument& document, ElementId element) {
-    xml::StartTagReader tag(document.text(), document.element(element).start);
-    std::string value;
-    for (xml::Attribute attribute; tag.next(attribute);) {
-        if (attribute.name == "Algorithm") {
-            xml::appendAttributeValue(attribute.raw, xml::AttributeType::Cdata, value);
-        }
-    }
-    return value;
-}
-
-std::vector<ListedTransform> transformsOf(const xml::XmlDocument& document, ElementId reference) {
-    std::vector<ListedTransform> found;
-    const auto isDsig = [&](ElementId element, std::string_view local) {
-        return document.localName(element) == local &&
-               document.namespaceUri(element) == xml::kXmlDsigNamespace;
-    };
-    for (ElementId list = document.firstChild(reference); list != kNoElement;
-         list = document.nextSibling(list)) {
-        for (ElementId child = isDsig(list, "Transforms") ? document.firstChild(list) : kNoElement;
-             child != kNoElement; child = document.nextSibling(child)) {
-            if (isDsig(child, "Transform")) {
-                found.push_back({child, algorithmOf(document, child)});
-            }
-        }
-    }
-    return found;
-}
 
 // The transforms that the usual way carries out as the recommendations have them, and may be asked
 // of any document that was changed: another attempt would only repeat the work.
@@ -95,10 +58,14 @@ public:
 
     // `log` is told of a limit; of the rest it is of no interest why it failed.
     [[nodiscard]] bool run(ReferenceResult& result, LogBase& log) {
-        WorkAccount& account = m_query.document->account;
-        const bool digested = account.takeTransforms(m_transforms.size(), m_log) && process();
-        const bool enough = account.takeSteps(m_budget.taken(), !m_budget.passed(), log);
-        if (!digested || !enough) {
+        if (!dereference()) {
+            WorkAccount& account = m_query.document->account;
+            static_cast<void>(account.takeSteps(m_budget.taken(), !m_budget.passed(), log));
+            return false;
+        }
+        const RefReason outcome =
+            runTransforms(m_query, m_transforms, {}, m_budget, *m_data, m_standards, m_log);
+        if (outcome != RefReason::Match) {
             return false;
         }
         const DataBuffer& octets = m_data->octets();
@@ -118,24 +85,6 @@ public:
 
 private:
     static bool isPointer(std::string_view fragment) { return fragment.starts_with("xpointer("); }
-
-    [[nodiscard]] bool process() {
-        if (!dereference()) {
-            return false;
-        }
-        for (const ListedTransform& transform : m_transforms) {
-            if (!recommendedTransform(transform.algorithm, contextOf(transform.element), *m_data,
-                                      m_log)) {
-                return false;
-            }
-        }
-        return recommendedEnd(contextOf(kNoElement), *m_data, m_log);
-    }
-
-    RecommendedContext contextOf(ElementId transform) {
-        return {m_document, transform,  m_query.selection.element(), m_query.document->account,
-                m_budget,   m_standards};
-    }
 
     // XML Signature 1.1, 4.4.3.2 and 4.4.3.3
     [[nodiscard]] bool dereference() {

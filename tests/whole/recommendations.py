@@ -106,8 +106,9 @@ for name, document, uri, transforms, octets, codes, covers, left_out, letter, op
         changed = verify(text.replace(letter, ">w<"), *options) if letter in text else verify(text.replace(">x", ">w"), *options)
         check(f"{name}: changed", changed["status"] == "invalid" and changed["references"][0]["cause"]["code"] == "digest-mismatch",
               changed)
+    # The canonical form of all of a document takes no steps over its nodes.
     few = verify(text, *options, "--limit", "xpathSteps=10")
-    check(f"{name}: limit", few["status"] == "invalid" and few["references"][0]["cause"]["code"] == "limit", few)
+    check(f"{name}: limit", few["status"] == "valid" if name == "external" else few["references"][0]["cause"]["code"] == "limit", few)
 
 # What costs too much, or is no expression, fails with a cause, and soon.
 many = "<r>" + "<a><b/></a>" * 30_000 + "SIG</r>"
