@@ -161,10 +161,7 @@ bool ClsXml::getChildContentUtf8(const char* path, StringBuffer& out, bool /*unu
 
 bool ClsXml::getAttrValue(const char* name, StringBuffer& out) const {
     return m_document != nullptr && text::noThrow(false, [&] {
-               std::string value;
-               return xml::attributeValue(*m_document, m_element, NamePattern(viewOf(name)),
-                                          value) &&
-                      out.setView(value);
+               return xml::attributeValue(*m_document, m_element, NamePattern(viewOf(name)), out);
            });
 }
 
