@@ -2,11 +2,15 @@
 #include "cli/ordered_runner.h"
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <system_error>
 #include <thread>
 #include <vector>
 
+// With Delivery::Collected the thread that emits looks for results by itself after a while, and is
+// woken where others wait for it only.
+//
 // Two locks, always taken in this order: m_nameMutex, by the one thread that reads names; then
 // m_mutex, shortly, for the counters and the results that wait. Names are numbered as they are
 // read, and result n is emitted when all before it have been, or at once where that is wanted. One
@@ -18,6 +22,15 @@ namespace {
 
 // Against a slip of the keyboard: each thread holds a document in memory.
 constexpr int kMostJobs = 1024;
+
+// Results are collected for so long, and by each thread about as many at most.
+constexpr std::chrono::milliseconds kCollected{2};
+constexpr std::size_t kMostCollected = 64;
+constexpr std::size_t kMostCollectedOctets = std::size_t{1} << 20;
+
+std::size_t octetsOf(const FileResult& result) {
+    return result.heading.size() + result.report.size() + result.errors.size();
+}
 
 } // namespace
 
@@ -36,6 +49,7 @@ bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
 void OrderedRunner::run(std::size_t jobs) {
     // Enough for the others to go on while one works on a large file, little enough for memory.
     m_window = 4 * jobs;
+    m_mostTaken = (m_delivery == Delivery::AtOnce ? 4 : kMostCollected) * jobs;
     std::vector<std::thread> threads;
     try {
         while (jobs > 1 && threads.size() < jobs) {
@@ -58,7 +72,7 @@ void OrderedRunner::run(std::size_t jobs) {
 void OrderedRunner::runAlone() {
     std::string name;
     while (m_next(name)) {
-        m_emit(m_work(name));
+        m_emit(m_work(name), false);
     }
 }
 
@@ -68,9 +82,18 @@ void OrderedRunner::workUntilEnd() {
     while (takeName(index, name)) {
         FileResult result = m_work(name);
         const std::lock_guard lock(m_mutex);
+        m_waitingOctets += octetsOf(result);
         m_waiting.emplace(index, std::move(result));
-        m_changed.notify_all();
+        if (m_delivery == Delivery::AtOnce || m_ended) {
+            m_changed.notify_all();
+        }
     }
+}
+
+// More than a few a thread only as long as they are small.
+bool OrderedRunner::hasRoom() const noexcept {
+    const std::size_t open = m_taken - m_emitted;
+    return open < m_window || (open < m_mostTaken && m_waitingOctets < kMostCollectedOctets);
 }
 
 bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
@@ -80,7 +103,11 @@ bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
     const std::lock_guard oneReader(m_nameMutex);
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_ended || m_taken < m_emitted + m_window; });
+        const auto goesOn = [this] { return m_ended || hasRoom(); };
+        if (!goesOn()) {
+            m_changed.notify_all();
+            m_changed.wait(lock, goesOn);
+        }
         if (m_ended) {
             return false;
         }
@@ -97,28 +124,56 @@ bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
     return found;
 }
 
-std::map<std::size_t, FileResult>::iterator OrderedRunner::dueResult() {
-    return m_order == ResultOrder::AsDone ? m_waiting.begin() : m_waiting.find(m_emitted);
+std::map<std::size_t, FileResult>::iterator OrderedRunner::dueResult(std::size_t emitted) {
+    return m_order == ResultOrder::AsDone ? m_waiting.begin() : m_waiting.find(emitted);
+}
+
+std::vector<FileResult> OrderedRunner::takeDue() {
+    std::vector<FileResult> due;
+    for (auto next = dueResult(m_emitted); next != m_waiting.end();
+         next = dueResult(m_emitted + due.size())) {
+        due.push_back(std::move(next->second));
+        m_waiting.erase(next);
+    }
+    return due;
+}
+
+void OrderedRunner::waitForResults(std::unique_lock<std::mutex>& lock) {
+    const auto isDue = [this] {
+        return dueResult(m_emitted) != m_waiting.end() || (m_ended && m_emitted == m_taken);
+    };
+    if (m_delivery == Delivery::AtOnce) {
+        m_changed.wait(lock, isDue);
+        return;
+    }
+    // Woken by the end, and by whoever has no room; else it is time to look.
+    if (!m_ended) {
+        m_changed.wait_for(lock, kCollected);
+    }
+    while (!isDue()) {
+        m_changed.wait_for(lock, kCollected);
+    }
 }
 
 void OrderedRunner::emitAll() {
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_changed.wait(lock, [this] {
-            return dueResult() != m_waiting.end() || (m_ended && m_emitted == m_taken);
-        });
-        const auto next = dueResult();
-        if (next == m_waiting.end()) {
+        waitForResults(lock);
+        const std::vector<FileResult> due = takeDue();
+        if (due.empty()) {
             return;
         }
-        const FileResult result = std::move(next->second);
-        m_waiting.erase(next);
         // Printing may block on a full pipe; the workers go on meanwhile, as far as the window lets
         // them.
         lock.unlock();
-        m_emit(result);
+        std::size_t octets = 0;
+        for (const FileResult& result : due) {
+            octets += octetsOf(result);
+            m_emit(result, &result != &due.back());
+        }
         lock.lock();
-        ++m_emitted;
+        m_waitingOctets -= octets;
+        m_emitted += due.size();
         m_changed.notify_all();
     }
 }

@@ -33,13 +33,17 @@ public:
           m_wantsSummary(arguments.has("--summary")), m_wantsLog(settings.wantsLog()),
           m_progress(total, form != ReportForm::None) {}
 
-    // Counted whether it is shown or not.
-    void print(const FileResult& result) {
+    // Counted whether it is shown or not. `more`: another result follows at once.
+    void print(const FileResult& result, bool more) {
         const bool holds = result.code == kEverythingHolds;
         m_code = std::max<int>(m_code, result.code);
         m_summary.add(result.status, result.refused);
         if (!holds || !m_failedOnly) {
             show(result);
+        }
+        // Whoever reads the results through a pipe gets each file as it is done.
+        if (!more) {
+            std::fflush(stdout);
         }
         m_progress.advance(holds);
     }
@@ -73,13 +77,12 @@ private:
             m_progress.hide();
         }
         // A log that was asked for is not silenced by --quiet.
-        if (m_form != ReportForm::None || m_wantsLog) {
+        if ((m_form != ReportForm::None || m_wantsLog) && !result.errors.empty()) {
+            std::fflush(stdout); // on a terminal both stand in the order of the files
             std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
         }
         writeOutput(result.heading);
         writeOutput(result.report);
-        // Whoever reads the results through a pipe gets each file as it is done.
-        std::fflush(stdout);
     }
 
     // What the command line asks for.
@@ -125,7 +128,10 @@ int verifyFiles(const Arguments& arguments, bool explains) {
     OrderedRunner runner(
         [&names](std::string& name) { return names.next(name); },
         [&settings, form](const std::string& name) { return verifyFile(name, settings, form); },
-        [&printer](const FileResult& result) { printer.print(result); });
+        [&printer](const FileResult& result, bool more) { printer.print(result, more); },
+        ResultOrder::OfNames,
+        // Pages are too large to be collected.
+        form == ReportForm::Html ? Delivery::AtOnce : Delivery::Collected);
     runner.run(jobs);
     printer.end();
     if (names.foundNothing()) {

@@ -148,7 +148,7 @@ private:
 };
 
 // Each answer is there as soon as it is due: somebody waits for it before the next request.
-void write(const FileResult& result) {
+void write(const FileResult& result, bool /*more*/) {
     std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
     writeOutput(result.heading);
     writeOutput(result.report);
@@ -172,7 +172,8 @@ int runWorker(const Arguments& arguments) {
     confine(arguments, worker.settings(), Names::Later);
     OrderedRunner runner(
         nextRequest, [&worker](const std::string& line) { return worker.answer(line); }, write,
-        arguments.has("--unordered") ? ResultOrder::AsDone : ResultOrder::OfNames);
+        arguments.has("--unordered") ? ResultOrder::AsDone : ResultOrder::OfNames,
+        Delivery::AtOnce);
     runner.run(jobs);
     return kEverythingHolds;
 }

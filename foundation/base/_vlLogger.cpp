@@ -16,6 +16,8 @@ namespace {
 constexpr std::string_view kCutLine = "The log ends here: it has reached its limit (logOctets).\n";
 constexpr std::uint32_t kHighestLimit = 0x7FFFFFFF;
 
+constexpr std::uint32_t kFirstRoom = 960; // bytes; with its header a block that malloc has at hand
+
 constexpr std::string_view kSpaces = "                                        ";
 
 bool isControl(char c) noexcept { return static_cast<unsigned char>(c) < 0x20 || c == '\x7F'; }
@@ -91,6 +93,11 @@ public:
 
 private:
     void flush() noexcept {
+        // An operation has some dozen entries; without room for them the text would grow many
+        // times.
+        if (m_log.m_text.isEmpty()) {
+            static_cast<void>(m_log.m_text.reserve(kFirstRoom));
+        }
         m_log.m_text.appendView({m_room.data(), m_used});
         m_used = 0;
     }

@@ -54,8 +54,9 @@ bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log,
     struct stat status {};
     const bool known = ::fstat(descriptor, &status) == 0;
     const bool sized = known && S_ISREG(status.st_mode);
+    const std::uint64_t expected = sized ? static_cast<std::uint64_t>(status.st_size) : 0;
     // One byte more than expected, so that the end shows itself without growing the buffer.
-    std::uint64_t room = sized ? static_cast<std::uint64_t>(status.st_size) + 1 : kFirstPiece;
+    std::uint64_t room = sized ? expected + 1 : kFirstPiece;
     std::uint64_t size = 0;
     while (true) {
         room = std::min<std::uint64_t>(room, std::uint64_t{limit} + 1);
@@ -78,6 +79,11 @@ bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log,
                 return true;
             }
             size += count;
+            // All that the system said there was, and not what more was asked for: the end.
+            if (expected > 0 && size == expected && size < room) {
+                static_cast<void>(out.resize(static_cast<std::uint32_t>(size)));
+                return true;
+            }
         }
         if (size > limit) {
             log.LogError("The file is larger than the limit.");

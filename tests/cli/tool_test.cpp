@@ -218,10 +218,18 @@ TEST(Tool, KeepsTheOrderOfTheFiles) {
         names.push_back(folder.write(std::to_string(i) + ".xml", good + padding));
         list += names.back() + "\n";
     }
+    // More than may wait for their turn.
+    const std::vector<std::string> once = names;
+    names.insert(names.end(), once.begin(), once.end());
+    names.insert(names.end(), once.begin(), once.end());
+    list += list + list;
     ProcessOptions options;
     options.input = list;
-    const ProcessResult result =
-        runProgram({tool(), "verify", "--json", "--jobs", "5", "--files-from", "-"}, options);
+    const auto run = [&options](const char* form, const char* jobs) {
+        return runProgram({tool(), "verify", form, "--jobs", jobs, "--files-from", "-"}, options);
+    };
+    EXPECT_EQ(run("--summary", "3").output, run("--summary", "1").output);
+    const ProcessResult result = run("--json", "5");
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     const std::vector<std::string> lines = linesOf(result.output);
     ASSERT_EQ(lines.size(), names.size());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "foundation/xml/canon/name_scan.h"
 #include "foundation/xml/canon/start_tag_writer.h"
+#include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/stop_bytes.h"
 
 namespace vantrel::xml {

@@ -51,7 +51,8 @@ ReferenceForm matchReference(std::string_view text) noexcept {
         return matchCharacterReference(text);
     }
     for (const PredefinedEntity& entity : kPredefined) {
-        if (text.compare(1, entity.text.size(), entity.text) == 0) {
+        if (text.size() > 1 && text[1] == entity.text.front() &&
+            text.substr(1).starts_with(entity.text)) {
             return {ReferenceKind::Predefined, static_cast<std::uint32_t>(entity.text.size() + 1),
                     entity.value};
         }

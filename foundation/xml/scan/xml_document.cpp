@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/xml_document.h"
 
-#include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/document_scanner.h"
 #include "foundation/xml/scan/inheritance.h"
+#include "foundation/xml/scan/name_scan.h"
 
 #include <algorithm>
 
@@ -13,6 +13,11 @@ namespace {
 
 // Ancestors that a look-up goes over before it asks for the document's inheritance.
 constexpr std::uint32_t kFewAncestors = 64;
+
+// The name of the element whose start tag's name begins at `start`.
+ScannedName scanned(std::string_view text, std::uint32_t start) noexcept {
+    return scanName(text.data(), start, static_cast<std::uint32_t>(text.size()));
+}
 
 } // namespace
 
@@ -27,23 +32,22 @@ std::shared_ptr<const XmlDocument> XmlDocument::parse(const StringBuffer& text,
 
 std::string_view XmlDocument::qualifiedName(ElementId id) const noexcept {
     const std::string_view whole = text();
-    const std::size_t start = m_elements[id].start + 1;
-    std::size_t end = start;
-    while (isNameByte(whole[end])) {
-        ++end;
-    }
-    return whole.substr(start, end - start);
+    const std::uint32_t start = m_elements[id].start + 1;
+    return whole.substr(start, scanned(whole, start).length);
 }
 
 std::string_view XmlDocument::prefix(ElementId id) const noexcept {
-    const std::string_view name = qualifiedName(id);
-    const std::size_t colon = name.find(':');
-    return colon == name.npos ? std::string_view() : name.substr(0, colon);
+    const std::string_view whole = text();
+    const std::uint32_t start = m_elements[id].start + 1;
+    return whole.substr(start, scanned(whole, start).prefixLength);
 }
 
 std::string_view XmlDocument::localName(ElementId id) const noexcept {
-    const std::string_view name = qualifiedName(id);
-    return name.substr(name.find(':') + 1);
+    const std::string_view whole = text();
+    const std::uint32_t start = m_elements[id].start + 1;
+    const ScannedName name = scanned(whole, start);
+    const std::uint32_t behindPrefix = name.prefixLength == 0 ? 0 : name.prefixLength + 1;
+    return whole.substr(start + behindPrefix, name.length - behindPrefix);
 }
 
 ElementId XmlDocument::elementAt(std::uint32_t offset) const noexcept {

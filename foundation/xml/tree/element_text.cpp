@@ -89,14 +89,12 @@ void appendElementContent(const XmlDocument& document, ElementId element, std::s
 }
 
 bool attributeValue(const XmlDocument& document, ElementId element, const NamePattern& pattern,
-                    std::string& value) {
+                    StringBuffer& value) {
     bool found = false;
     forEachAttribute(document, element, [&](std::string_view name, std::string_view text) {
-        found = pattern.matches(name);
-        if (found) {
-            value.assign(text);
-        }
-        return !found;
+        const bool matches = pattern.matches(name);
+        found = matches && value.setView(text);
+        return !matches;
     });
     return found;
 }

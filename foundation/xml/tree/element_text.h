@@ -2,6 +2,7 @@
 #ifndef FOUNDATION_XML_TREE_ELEMENT_TEXT_H
 #define FOUNDATION_XML_TREE_ELEMENT_TEXT_H
 
+#include "foundation/text/StringBuffer.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/xml_document.h"
 
@@ -23,10 +24,11 @@ void appendElementContent(const XmlDocument& document, ElementId element, std::s
 template <class Visit>
 void forEachAttribute(const XmlDocument& document, ElementId element, const Visit& visit);
 
-// The value of the first attribute whose name satisfies `pattern`; false when there is none.
+// The value of the first attribute whose name satisfies `pattern`; false when there is none, or no
+// memory.
 class NamePattern;
 [[nodiscard]] bool attributeValue(const XmlDocument& document, ElementId element,
-                                  const NamePattern& pattern, std::string& value);
+                                  const NamePattern& pattern, StringBuffer& value);
 
 // Appends the element with its subtree as XML: as it stands in the text, with attribute defaults
 // added.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef FOUNDATION_XML_CANON_NAME_SCAN_H
-#define FOUNDATION_XML_CANON_NAME_SCAN_H
+#ifndef FOUNDATION_XML_SCAN_NAME_SCAN_H
+#define FOUNDATION_XML_SCAN_NAME_SCAN_H
 
 #include <cstdint>
 
@@ -33,8 +33,9 @@ struct ScannedName {
 [[nodiscard]] inline ScannedName scanName(const char* text, std::uint32_t at,
                                           [[maybe_unused]] std::uint32_t size) noexcept {
 #if defined(__SSE2__)
-    if (size - at >= 16) [[likely]] {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
+    std::uint32_t prefixLength = 0;
+    for (std::uint32_t from = at; size - from >= 16; from += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + from));
         const __m128i blank = _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x20)), block);
         // '=' and '>' differ from '?' and each other in the two lowest bits only; no name holds
         // '<', '?' or ';' either, so one comparison of the rest of the byte serves.
@@ -42,12 +43,15 @@ struct ScannedName {
         const __m128i sign = _mm_or_si128(_mm_cmpeq_epi8(high, _mm_set1_epi8(0x3C)),
                                           _mm_cmpeq_epi8(block, _mm_set1_epi8('/')));
         const auto ends = static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(blank, sign)));
+        auto colons =
+            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(':'))));
+        // Those in front of the end, which is the lowest bit.
+        colons &= ends == 0 ? ~0U : (ends & (0U - ends)) - 1U;
+        if (colons != 0) {
+            prefixLength = from - at + static_cast<unsigned>(__builtin_ctz(colons));
+        }
         if (ends != 0) [[likely]] {
-            const auto length = static_cast<unsigned>(__builtin_ctz(ends));
-            const auto colons =
-                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(':'))));
-            const unsigned colon = colons & ((1U << length) - 1U);
-            return {length, colon == 0 ? 0U : static_cast<unsigned>(__builtin_ctz(colon))};
+            return {from - at + static_cast<unsigned>(__builtin_ctz(ends)), prefixLength};
         }
     }
 #endif
