@@ -8,6 +8,10 @@
 #include <cstddef>
 #include <string_view>
 
+namespace vantrel {
+class StringBuffer;
+} // namespace vantrel
+
 namespace vantrel::json {
 
 // A forward cursor over the tokens of a JSON text (RFC 8259), which whoever makes something of one
