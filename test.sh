@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # Builds the project with its tests and runs them all. Installs what is missing where apt may be
 # used. Usage: ./test.sh [PRESET] [ctest options]; the preset is "dev" unless one is named (see
-# CMakePresets.json: debug, clang, sanitizers). The last line is "N passed, N failed, N skipped";
+# CMakePresets.json: debug, clang, sanitizers, threads). The last line is "N passed, N failed, N skipped";
 # the exit code is 0 only when nothing failed.
 top=$(dirname "$(readlink -f "$0")")
 cd "$top" || exit 2
@@ -23,7 +23,7 @@ esac
 
 needed="$(build_packages)$(missing_packages "/usr/include/gtest/gtest.h libgtest-dev")"
 case $preset in
-clang | sanitizers) needed="$needed$(missing_packages "clang++ clang")" ;;
+clang | sanitizers | threads) needed="$needed$(missing_packages "clang++ clang")" ;;
 esac
 # shellcheck disable=SC2086 # lists of words
 [ -z "$needed" ] || install_packages $needed || exit 2

@@ -30,17 +30,18 @@ dsig::Rules ClsXmlDSig::logRulesByOptions(LogBase& log) const {
 namespace {
 
 // Checks the references below `end` for what they find out of the document; their failures do not
-// matter here. True when one was digested as the signature's own profile has it.
+// matter here. True when one was found right without the signature's own profile.
 bool applyReferences(int end, dsig::ReferenceQuery query, dsig::Rules& rules, LogBase& log) {
     LogNull quiet(log);
-    bool byProfile = false;
+    bool plainly = false;
     for (query.index = 0; query.index < end; ++query.index) {
         const dsig::ReferenceResult result = dsig::checkReference(query, rules, quiet);
-        byProfile = byProfile ||
-                    result.accommodations.contains(dsig::accommodation::kProfileSpace) ||
-                    result.accommodations.contains(dsig::accommodation::kProfileDerived);
+        plainly =
+            plainly || (result.matched() &&
+                        !result.accommodations.contains(dsig::accommodation::kProfileSpace) &&
+                        !result.accommodations.contains(dsig::accommodation::kProfileDerived));
     }
-    return byProfile;
+    return plainly;
 }
 
 } // namespace
@@ -80,7 +81,7 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
         if (document() != nullptr) {
             document()->account.begin(selected.index);
         }
-        const bool byProfile = applyReferences(
+        const bool plainly = applyReferences(
             get_NumReferences(),
             {document(), selected, 0, {&m_externalData, m_selector, &dirs, m_state->parts.get()}},
             inForce, m_log);
@@ -93,8 +94,9 @@ bool ClsXmlDSig::SignedInfoOctets(ClsBinData& out) {
             dsig::locateSelectedSignature(selected, first.m_digestValue, locator, m_log) &&
             dsig::makeSignedOctets(structure(), selected, inForce, locator, first, octets,
                                    leniencies, m_log);
-        // Who leaves white space out of what is referred to does so here as well.
-        if (made && byProfile && dsig::leavesOutSpace(dsig::signatureProfile(selected))) {
+        // Who leaves white space out of what is referred to does so here as well, and who does not
+        // leaves it in both.
+        if (made && !plainly && dsig::leavesOutSpace(dsig::signatureProfile(selected))) {
             octets.text = dsig::withoutElementSpace(octets.text.view());
         }
         return frame.finish(made && out.data().append(octets.octets()));

@@ -8,9 +8,12 @@
 #include "dsig/reference/reference_target.h"
 #include "dsig/reference/transform_list.h"
 #include "dsig/report/causes.h"
+#include "dsig/transform/xpointer.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/xml/canon/fragment_id.h"
 
+#include <charconv>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +36,23 @@ bool isUsual(const ListedTransform& transform) {
     return name == "http://www.w3.org/2000/09/xmldsig#enveloped-signature" ||
            name == "http://www.w3.org/TR/2001/REC-xml-c14n-20010315" ||
            name == "http://www.w3.org/2001/10/xml-exc-c14n#";
+}
+
+// RFC 3986, 2.1: what is no escape stays.
+std::string percentDecoded(std::string_view uri) {
+    std::string decoded;
+    for (std::size_t i = 0; i < uri.size(); ++i) {
+        unsigned octet = 0;
+        const char* const digits = uri.data() + i + 1;
+        if (uri[i] == '%' && uri.size() - i > 2 &&
+            std::from_chars(digits, digits + 2, octet, 16).ptr == digits + 2) {
+            decoded += static_cast<char>(octet);
+            i += 2;
+        } else {
+            decoded += uri[i];
+        }
+    }
+    return decoded;
 }
 
 // One reference on its way from its URI to its digest.
@@ -84,7 +104,9 @@ public:
     }
 
 private:
-    static bool isPointer(std::string_view fragment) { return fragment.starts_with("xpointer("); }
+    static bool isPointer(std::string_view fragment) {
+        return fragment.starts_with("xpointer(") || fragment.starts_with("xmlns(");
+    }
 
     // XML Signature 1.1, 4.4.3.2 and 4.4.3.3
     [[nodiscard]] bool dereference() {
@@ -100,7 +122,9 @@ private:
         ElementId element = kNoElement;
         const std::string_view fragment = m_target.text.view();
         const xml::FragmentTarget found = xml::resolveFragment(m_document, fragment, element);
-        if (found != xml::FragmentTarget::Document && found != xml::FragmentTarget::Element) {
+        // Of a pointer may be found what is no Id.
+        if (found == xml::FragmentTarget::NotUnique ||
+            (found == xml::FragmentTarget::NotFound && !isPointer(fragment))) {
             return false;
         }
         if (!m_query.document->account.takeOctets(m_document.text().size(), m_log)) {
@@ -116,6 +140,10 @@ private:
             NodeBits subtree(m_data->index().size());
             subtree.addRange(top, m_data->index()[top].next);
             m_data->nodes() = std::move(subtree);
+        } else if (found == xml::FragmentTarget::NotFound &&
+                   !selectByXPointer(percentDecoded(fragment), m_data->index(), m_budget,
+                                     m_data->nodes(), m_log)) {
+            return false;
         }
         ElementId withThatId = kNoElement;
         const bool pointer =
@@ -215,7 +243,6 @@ bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, 
     }
     DSigReference reference;
     reference.parseReference(*element, quiet);
-    reference.knowStandardDigests();
     if (!reference.digestMethodIsKnown()) {
         reference.knowStandardDigests();
     }

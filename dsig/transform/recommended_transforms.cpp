@@ -2,6 +2,7 @@
 #include "dsig/transform/recommended_transforms.h"
 
 #include "dsig/transform/node_coverage.h"
+#include "dsig/transform/xpointer.h"
 #include "foundation/text/encoders.h"
 #include "foundation/text/xml_encoding.h"
 #include "foundation/xml/canon/XmlCanon.h"
@@ -31,6 +32,7 @@ using xml::NodeId;
 using xml::NodeSetMethod;
 
 constexpr std::string_view kFilter2Namespace = "http://www.w3.org/2002/06/xmldsig-filter2";
+constexpr std::string_view kXPointerTransform = "http://www.w3.org/2001/04/xmldsig-more/xptr";
 constexpr std::string_view kExclusiveNamespace = "http://www.w3.org/2001/10/xml-exc-c14n#";
 
 struct CanonicalizationName {
@@ -134,23 +136,13 @@ std::optional<xml::XPathExpression> compile(const RecommendedContext& context, E
     return expression;
 }
 
-bool asksHere(const xml::XPathExpression& expression) {
-    for (std::uint32_t i = 0; i < expression.partCount(); ++i) {
-        if (expression.part(i).op == xml::XPathOp::Call &&
-            expression.part(i).function == xml::XPathFunction::Here) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // here() is the element that bears the expression; of another document than the nodes it is an
 // error (XML Signature 1.1, 6.6.3.1).
 bool hooksFor(const RecommendedData& data, ElementId bearer, const xml::XPathExpression& expression,
               xml::XPathHooks& hooks, LogBase& log) {
     if (data.ofLoaded()) {
         hooks.here = data.index().ofElement(bearer);
-    } else if (asksHere(expression)) {
+    } else if (expression.calls(xml::XPathFunction::Here)) {
         log.LogError("The XPath expression asks for its place in a document that it is not in.");
         return false;
     }
@@ -179,19 +171,6 @@ bool xPathTransform(const RecommendedContext& context, RecommendedData& data, Lo
     context.standards.add(standard::kXPath);
     return xml::XPathEvaluator(*expression, data.index(), hooks, context.budget)
         .filter(data.nodes());
-}
-
-// A node stands for all nodes of its subtree.
-NodeBits subtreesOf(const xml::NodeIndex& index, const xml::NodeList& roots) {
-    NodeBits nodes(index.size());
-    NodeId done = 0;
-    for (const NodeId root : roots) {
-        if (index[root].next > done) {
-            nodes.addRange(root, index[root].next);
-            done = index[root].next;
-        }
-    }
-    return nodes;
 }
 
 // XML-Signature XPath Filter 2.0, 3: filters in their order over the whole document, the result
@@ -232,6 +211,24 @@ bool filter2Transform(const RecommendedContext& context, RecommendedData& data, 
     data.leaveOut(exclusion::kXPathFilter2);
     context.standards.add(standard::kXPathFilter2);
     return !bearers.empty();
+}
+
+// RFC 9231, 2.5.1: an XPointer in an element of its own.
+bool xPointerTransform(const RecommendedContext& context, RecommendedData& data, LogBase& log) {
+    const auto bearers =
+        childrenNamed(context.document, context.transform, kXPointerTransform, "XPointer");
+    if (bearers.size() != 1 || !needNodes(context, data, log)) {
+        return false;
+    }
+    NodeBits selected;
+    if (!selectByXPointer(textOf(context.document, bearers.front()), data.index(), context.budget,
+                          selected, log)) {
+        return false;
+    }
+    data.nodes().intersect(selected);
+    data.leaveOut(exclusion::kXPath);
+    context.standards.add(standard::kXPointer);
+    return true;
 }
 
 // XML Signature 1.1, 6.6.4
@@ -354,6 +351,7 @@ constexpr TransformEntry kTransforms[] = {
     {"http://www.w3.org/2000/09/xmldsig#base64", base64Transform},
     {"http://www.w3.org/TR/1999/REC-xpath-19991116", xPathTransform, true},
     {kFilter2Namespace, filter2Transform, true},
+    {kXPointerTransform, xPointerTransform, true},
 };
 
 } // namespace

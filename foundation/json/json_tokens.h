@@ -10,7 +10,7 @@
 
 namespace vantrel {
 class StringBuffer;
-} // namespace vantrel
+}
 
 namespace vantrel::json {
 

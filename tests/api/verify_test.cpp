@@ -5,17 +5,16 @@
 
 #include "dsig/document/fingerprint.h"
 #include "foundation/text/encoders.h"
-#include "foundation/zip/crc32.h"
 #include "tests/support/bytes.h"
 #include "tests/support/corpus.h"
 #include "tests/support/process.h"
+#include "tests/support/stored_zip.h"
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -303,34 +302,6 @@ TEST(Document, ExplainsAndLogs) {
     EXPECT_FALSE(explained.signatures[0].references[0].cause->evidence.empty());
     options.limits.reportOctets = 100;
     EXPECT_EQ(verifyFile(invoice(), options).status, Status::Error);
-}
-
-// A little-endian number of so many octets.
-std::string number(std::size_t value, int octets) {
-    std::string out;
-    for (; octets > 0; --octets, value >>= 8) {
-        out += static_cast<char>(value & 0xFF);
-    }
-    return out;
-}
-
-// A ZIP archive whose members are stored (APPNOTE 4.3).
-std::string storedZip(const std::vector<std::pair<std::string, std::string>>& members) {
-    std::string local;
-    std::string directory;
-    for (const auto& [name, contents] : members) {
-        zip::Crc32 crc;
-        crc.update(asBytes(contents));
-        const std::string common = number(20, 2) + number(0, 8) + number(crc.value(), 4) +
-                                   number(contents.size(), 4) + number(contents.size(), 4) +
-                                   number(name.size(), 2) + number(0, 2);
-        directory +=
-            "PK\1\2" + number(20, 2) + common + number(0, 10) + number(local.size(), 4) + name;
-        local += "PK\3\4" + common + name + contents;
-    }
-    const std::string count = number(members.size(), 2);
-    return local + directory + "PK\5\6" + number(0, 4) + count + count +
-           number(directory.size(), 4) + number(local.size(), 4) + number(0, 2);
 }
 
 TEST(Document, IsTheSignatureDocumentOfAPackage) {

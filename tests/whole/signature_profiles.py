@@ -73,8 +73,9 @@ def check_air():
     expect("air, no white space", air, "valid", "air-package")
     expect("air", spread(air), "valid", "air-package", [space], ["Manifest"], [])
     digested("air, octets", spread(air), octets)
-    digested("air, SignedInfo", spread(air), air[air.index("<SignedInfo"):air.index("<SignatureValue")].replace(
-        "<SignedInfo", f'<SignedInfo xmlns="{DS}"').encode(), "--signed-info")
+    info = air[air.index("<SignedInfo"):air.index("<SignatureValue")].replace("<SignedInfo", f'<SignedInfo xmlns="{DS}"').encode()
+    digested("air, SignedInfo", spread(air), info, "--signed-info")
+    digested("air, SignedInfo of a changed one", spread(air).replace("a\n b", "a b"), info, "--signed-info")
     expect("air, changed", spread(air).replace("a.swf", "b.swf"), "invalid", "air-package")
     expect("air, space in a text", spread(air).replace("a\n b", "a b"), "invalid", "air-package")
     expect("air, text between elements", spread(air).replace(">\n  <x>", ">. <x>"), "invalid", "air-package")
@@ -132,15 +133,17 @@ def check_vietnam():
     kept = "enveloped.not-removed"
     time = '<Object Id="SigningTime"><SignatureProperties><SigningTime>2022</SigningTime></SignatureProperties></Object>'
     data = '<DLHDon Id="data"><NMua>A</NMua><Signature></Signature></DLHDon>'
-    def invoice(*transforms, signatures="DSCKS"):
-        signed = signature(ref("#SigningTime", in_signature(time), *transforms), ref("#data", data.encode(), ENVELOPED), objects=time)
+    def invoice(*transforms, signatures="DSCKS", ident="SigningTime"):
+        named = time.replace('"SigningTime"', f'"{ident}"')
+        signed = signature(ref(f"#{ident}", in_signature(named), *transforms), ref("#data", data.encode(), ENVELOPED), objects=named)
         return f"<HDon>{data}<{signatures}><NBan>{signed}</NBan></{signatures}></HDon>"
     document = invoice(ENVELOPED)
     expect("invoice", document, "valid", "vietnam-invoice", [kept], ["Object"], [])
     expect("invoice, without the transform", invoice(), "valid", "vietnam-invoice")
     expect("invoice, time changed", document.replace("2022", "2023"), "invalid", "vietnam-invoice")
     expect("invoice, data changed", document.replace("<NMua>A", "<NMua>B"), "invalid", "vietnam-invoice")
-    expect("not in the list of signatures", invoice(ENVELOPED, signatures="X"), "invalid")
+    expect("invoice of the older form", invoice(ENVELOPED, signatures="X"), "valid", "vietnam-invoice", [kept])
+    expect("another Id", invoice(ENVELOPED, signatures="X", ident="Time"), "invalid")
     report = json.loads(tool("verify", document, "--json"))
     check("the empty element is no signature", [s["id"] for s in report["signatures"]] == ["s"], report)
 

@@ -211,6 +211,16 @@ def check_others():
     air = changed(epub, "mimetype", "application/vnd.adobe.air-application-installer-package+zip")
     expect("air", air, "valid", kind="air")
     expect("air, part taken out", changed(air, "OPS/a.xhtml", None), "invalid", missing=["META-INF/container.xml"])
+    parts = air[:3]
+    listed = f'<Manifest Id="PackageContents">{"".join(ref(n, c) for n, c in parts[1:])}</Manifest>'
+    packed = signature(ref("#PackageContents", in_signature(listed), INC), objects=f"<Object>{listed}</Object>", ident="PackageSignature",
+                       method="http://www.w3.org/TR/xmldsig-core#rsa-sha1", algorithm="sha1")
+    spread = f"<signatures>{packed}</signatures>".replace("><", ">\n  <")
+    report = expect("air, with white space", parts + [("META-INF/signatures.xml", spread)], "valid", kind="air")
+    check("its profile", report["signatures"][0]["profile"] == "air-package"
+          and "profile.space-left-out" in report["signatures"][0]["accommodations"], report["signatures"][0])
+    expect("air, with white space, changed", changed(parts, "OPS/a.xhtml", b"<b/>") + [("META-INF/signatures.xml", spread)], "invalid",
+           missing=["META-INF/container.xml", "OPS/a.xhtml"], cause="digest-mismatch")
     widget = [("config.xml", b'<widget xmlns="http://www.w3.org/ns/widgets"/>'), ("images/a.png", b"png")]
     author = signature(*(ref(n.replace("/", "%2F"), c) for n, c in widget))
     expect("widget", widget + [("author-signature.xml", author)], "valid", kind="widget")

@@ -28,7 +28,7 @@ public:
     // Certificates from responses are kept here; `signatures` remembers them and must not be used
     // after this is gone. For one thread, for the life of one query.
     OcspCheck(const PathQuery& query, const CandidateStore& store, SignatureChecks& signatures,
-              CrlCheck& crls) noexcept
+              CrlCheck& crls)
         : m_query(query), m_store(store), m_signatures(signatures), m_crls(crls) {}
 
     // Of several answers for a certificate the worst counts. A responder who says good does not

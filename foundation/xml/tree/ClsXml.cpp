@@ -21,17 +21,14 @@ using xml::NamePattern;
 
 ClsXml* ClsXml::createNewCls() noexcept { return new (std::nothrow) ClsXml(); }
 
-ClsXml* ClsXml::onElement(std::shared_ptr<const xml::XmlDocument> document,
-                          ElementId element) noexcept {
-    ClsXml* const handle = createNewCls();
-    if (handle != nullptr) {
-        handle->m_document = std::move(document);
-        handle->m_element = element;
-    }
+ClsXml* ClsXml::onElement(std::shared_ptr<const xml::XmlDocument> document, ElementId element) {
+    ClsXml* const handle = new ClsXml();
+    handle->m_document = std::move(document);
+    handle->m_element = element;
     return handle;
 }
 
-ClsXml* ClsXml::handleOn(ElementId element) const noexcept {
+ClsXml* ClsXml::handleOn(ElementId element) const {
     return element == kNoElement ? nullptr : onElement(m_document, element);
 }
 
@@ -220,27 +217,24 @@ ClsXml* ClsXml::searchForAttribute(const ClsXml* after, const char* tag, const c
     if (m_document == nullptr) {
         return nullptr;
     }
-    return text::noThrow(static_cast<ClsXml*>(nullptr), [&]() -> ClsXml* {
-        const NamePattern pattern(viewOf(tag));
-        const NamePattern attribute(viewOf(name));
-        const ElementId end = m_document->element(m_element).next;
-        for (ElementId at = searchStart(after); at < end; ++at) {
-            if (!pattern.matches(m_document->qualifiedName(at))) {
-                continue;
-            }
-            bool matched = false;
-            xml::forEachAttribute(
-                *m_document, at, [&](std::string_view found, std::string_view text) {
-                    matched = attribute.matches(found) &&
-                              xml::matchesWildcards(text, viewOf(value), ignoreCase);
-                    return !matched;
-                });
-            if (matched) {
-                return handleOn(at);
-            }
+    const NamePattern pattern(viewOf(tag));
+    const NamePattern attribute(viewOf(name));
+    const ElementId end = m_document->element(m_element).next;
+    for (ElementId at = searchStart(after); at < end; ++at) {
+        if (!pattern.matches(m_document->qualifiedName(at))) {
+            continue;
         }
-        return nullptr;
-    });
+        bool matched = false;
+        xml::forEachAttribute(*m_document, at, [&](std::string_view found, std::string_view text) {
+            matched =
+                attribute.matches(found) && xml::matchesWildcards(text, viewOf(value), ignoreCase);
+            return !matched;
+        });
+        if (matched) {
+            return handleOn(at);
+        }
+    }
+    return nullptr;
 }
 
 bool ClsXml::findSignatures(ExtPtrArrayRc& out, LogBase& /*log*/) const {

@@ -24,9 +24,10 @@ class XmlDocument;
 
 // A handle on one element of a parsed document. Handles share the document, which lives as long as
 // the last of them; the document cannot be changed. Every operation that returns a ClsXml* returns
-// a new handle with one reference, which is the caller's; null stands for "no such element" (or no
-// memory). A handle made by createNewCls has no document yet: it has no tag, no content and no
-// children.
+// a new handle with one reference, which is the caller's; null stands for "no such element", and
+// for nothing else: where there is no memory for a handle they throw std::bad_alloc, since an
+// element that seems not to be there could be one that a verdict rests on. A handle made by
+// createNewCls has no document yet: it has no tag, no content and no children.
 //
 // Tags and paths. "*:Name" matches the local name under any prefix or none; any other tag matches
 // the qualified name. A path joins tags by '|', each step leading to the first such child; a step
@@ -37,9 +38,9 @@ class XmlDocument;
 class ClsXml final : public RefCountedObject {
 public:
     [[nodiscard]] static ClsXml* createNewCls() noexcept;
-    // A handle on an element of a known document.
+    // A handle on an element of a known document; never null.
     [[nodiscard]] static ClsXml* onElement(std::shared_ptr<const xml::XmlDocument> document,
-                                           xml::ElementId element) noexcept;
+                                           xml::ElementId element);
 
     // Parses a document and moves this handle to its root. `fragment`: the text was cut out of a
     // document, so undeclared prefixes are tolerated. A failure is one error line with line, column
@@ -115,7 +116,7 @@ private:
     ClsXml() noexcept = default;
     ~ClsXml() override = default;
 
-    [[nodiscard]] ClsXml* handleOn(xml::ElementId element) const noexcept;
+    [[nodiscard]] ClsXml* handleOn(xml::ElementId element) const;
     [[nodiscard]] xml::ElementId childAt(int index) const noexcept;
     [[nodiscard]] bool contentOf(xml::ElementId element, StringBuffer& out) const;
     // First element that may be searched, behind `after`.

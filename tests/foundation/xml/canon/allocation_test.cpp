@@ -7,31 +7,29 @@
 namespace vantrel::test {
 namespace {
 
-// Lets each allocation of `action` fail in turn, until it succeeds; returns how many there were.
+// Lets each allocation of `action` fail in turn, until it has not so many; returns how many there
+// were.
 template <class Action> int failEachAllocation(const Action& action) {
     for (int n = 0; n < 100000; ++n) {
-        bool ok = false;
-        if (!withFailingAllocation(n, [&] { ok = action(); })) {
-            EXPECT_TRUE(ok);
+        if (!withFailingAllocation(n, [&] { action(); })) {
             return n;
         }
-        EXPECT_FALSE(ok) << "allocation " << n;
     }
     return -1;
 }
 
-TEST(XmlCanonMemory, EveryFailedAllocationIsAFailedCall) {
+TEST(XmlCanonMemory, AFailedAllocationIsAFailedCallOrMakesNoDifference) {
     const StringBuffer text{
         "<!DOCTYPE r [<!ENTITY e '<b/>'><!ATTLIST b x NMTOKENS ' 1  2 ' xml:lang CDATA 'en'>]>"
         "<r xmlns:p='urn:p' xml:base='x'><b Id='i' p:z='&quot;' a='2'>&e;<p:c/></b><S/></r>"};
     for (const char* const id : {"", "i"}) {
+        StringBuffer expected;
+        LogNull log;
+        ASSERT_TRUE(XmlCanon().xmlCanonicalize(text, id, 0, expected, log));
         const int count = failEachAllocation([&] {
-            LogNull log;
-            XmlCanon canon;
-            StringBuffer out{"x"};
-            const bool ok = canon.xmlCanonicalize(text, id, 0, out, log);
-            EXPECT_EQ(out.getSize() > 1, ok);
-            return ok;
+            StringBuffer out;
+            const bool ok = XmlCanon().xmlCanonicalize(text, id, 0, out, log);
+            EXPECT_EQ(out.view(), ok ? expected.view() : "");
         });
         EXPECT_GT(count, 10) << "none of them was seen to fail";
     }

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// Many threads at once, for the preset `threads`, whose sanitizer sees what the results do not
+// show.
+
+#include "dsig/object/ClsXmlDSig.h"
+#include "foundation/base/ClsBinData.h"
+#include "foundation/base/ClsStringArray.h"
+#include "foundation/x509/ClsXmlCertVault.h"
+#include "tests/dsig/case_setting.h"
+#include "tests/dsig/document_case.h"
+#include "tests/support/corpus.h"
+
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace vantrel::test {
+namespace {
+
+constexpr std::size_t kThreads = 8;
+
+void onThreads(const std::function<void(std::size_t thread)>& action) {
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < kThreads; ++i) {
+        threads.emplace_back(action, i);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+std::vector<Setting> settings() {
+    std::vector<Setting> all;
+    for (const auto& [group, folders] : casesByGroup()) {
+        for (const std::string& folder : folders) {
+            for (VecCase& c : readVectors(folder + "/case.vec", "runs")) {
+                if (c.has("WithReferences") && !c.has("LoadError") && !c.has("First")) {
+                    all.push_back(readSetting(c, folder));
+                }
+            }
+        }
+    }
+    return all;
+}
+
+std::string reportBy(ClsXmlDSig& verifier, const Setting& setting, ClsXmlCertVault& vault) {
+    verifier.UseCertVault(vault);
+    XString options(setting.options);
+    verifier.put_UncommonOptions(options);
+    verifier.put_IgnoreExternalRefs(setting.ignoreExternal);
+    if (!load(verifier, setting)) {
+        return "";
+    }
+    supply(verifier, setting);
+    verifier.VerifySignature(true);
+    XString json;
+    verifier.get_LastJsonData(json);
+    return std::string(json.getUtf8Sb().view());
+}
+
+// The threads come first, so that what is made when it is first needed is first needed by several.
+TEST(Threads, ManyVerifiersShareNothingThatChanges) {
+    const std::vector<Setting> cases = settings();
+    ASSERT_GT(cases.size(), 100U);
+    ClsXmlCertVault vault;
+    XString file(sourcePath("examples/keys/signer.pem"));
+    ASSERT_TRUE(vault.AddCertFile(file));
+    std::vector<std::string> found(cases.size());
+    std::atomic<std::size_t> next = 0;
+    std::atomic<std::size_t> different = 0;
+    onThreads([&](std::size_t thread) {
+        for (std::size_t i = next++; i < cases.size(); i = next++) {
+            ClsXmlDSig verifier;
+            found[i] = reportBy(verifier, cases[i], vault);
+            // All threads at one document as well.
+            ClsXmlDSig same;
+            different += reportBy(same, cases[thread], vault).empty() ? 1 : 0;
+        }
+    });
+    EXPECT_EQ(different, 0U);
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        ClsXmlDSig verifier;
+        EXPECT_EQ(found[i], reportBy(verifier, cases[i], vault)) << i;
+    }
+}
+
+// Each operation finds a whole document and a whole report: of the one document or of the other.
+TEST(Threads, OneVerifierVerifiesWhileItIsAsked) {
+    const std::string texts[] = {readText(sourcePath("examples/orders.xml")),
+                                 readText(sourcePath("examples/invoice-tampered.xml"))};
+    ClsXmlDSig verifier;
+    loadText(verifier, texts[0]);
+    std::atomic<std::size_t> faults = 0;
+    onThreads([&](std::size_t thread) {
+        for (std::size_t round = 0; round < 20; ++round) {
+            XString text(texts[round % 2]);
+            XString json;
+            switch (thread) {
+            case 0: faults += verifier.LoadSignature(text) ? 0 : 1; break;
+            case 1:
+            case 2: verifier.VerifySignature(round % 3 != 0); break;
+            case 3: verifier.VerifyReferenceDigest(0); break;
+            case 4: verifier.ExplainFailures(1); break;
+            case 5: {
+                ClsBinData octets;
+                ClsStringArray certificates;
+                verifier.SignedInfoOctets(octets);
+                verifier.DigestInput(0, octets);
+                verifier.GetCerts(certificates);
+                break;
+            }
+            case 6: {
+                XString page;
+                verifier.KeepForHtmlReport();
+                verifier.HtmlReport(text, page);
+                verifier.put_Selector(static_cast<int>(round % 2));
+                break;
+            }
+            default: break;
+            }
+            verifier.get_LastErrorText(text);
+            verifier.get_LastJsonData(json);
+            json::JsonValue report;
+            std::size_t faultAt = 0;
+            const std::string_view given = json.getUtf8Sb().view();
+            faults +=
+                given.empty() || given == "{}" || json::parseJson(given, report, faultAt) ? 0 : 1;
+            faults += verifier.DescribeSignature(json) || verifier.get_Selector() > 0 ? 0 : 1;
+        }
+    });
+    EXPECT_EQ(faults, 0U);
+    verifier.put_Selector(0);
+    loadText(verifier, texts[0]);
+    EXPECT_TRUE(verifier.VerifySignature(true)) << logOf(verifier);
+}
+
+} // namespace
+} // namespace vantrel::test
