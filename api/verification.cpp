@@ -50,18 +50,6 @@ std::string wordsOf(const VerifyOptions& options) {
     return words;
 }
 
-// The same for every limit, changed or not.
-bool setLimits(const dsig::Limits& limits, ClsXmlDSig& verifier) {
-    // One that is refused does not keep the others from being set; any makes the whole fail.
-    bool all = true;
-    for (const dsig::LimitEntry& entry : dsig::limitTable()) {
-        XString name(entry.name);
-        XString value(std::to_string(limits.*entry.value));
-        all = verifier.SetLimit(name, value) && all;
-    }
-    return all;
-}
-
 // The keys of a source, read anew for each verifier, so that no key object is shared. Each goes to
 // `add`. False stands for no memory: the bytes were read once before, when the key was made.
 template <class Add> bool setKeysOf(const Key& given, ClsXmlDSig& verifier, const Add& add) {
@@ -149,10 +137,7 @@ bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::st
     verifier.put_VerboseLogging(options.verboseLog);
     verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line
     verifier.put_IgnoreExternalRefs(options.ignoreExternal);
-    if (!setLimits(options.limits, verifier)) {
-        error = lastError(verifier);
-        return false;
-    }
+    verifier.SetLimits(options.limits);
     if (!setPolicy(options.policy, verifier, error)) {
         return false;
     }

@@ -1,274 +1,352 @@
 // SPDX-License-Identifier: MIT
-// Whole verifications in process, beside xmlsec where it is there. The documents are made here and
-// signed by xmlsec, so both sides verify the same bytes: an enveloped signature over an
-// invoice-like document of 4 KB to 16 MB, many references into one document, and many signatures in
-// one document.
+// Whole documents, ours beside xmlsec: verifications in process, and the tool beside xmlsec1.
+// Prints one table, and puts it into docs/performance.md where that is asked for:
+//
+//     bench_verify [--quick] [--slow] [--tool build/dev/xmldsig] [--write docs/performance.md]
+//     bench_verify --repeat CASE COUNT
+//
+// --quick leaves out what takes minutes, --slow adds what takes the peer hours. --repeat verifies
+// one of the small documents that often and prints nothing, for profilers:
+//
+//     valgrind --tool=callgrind --toggle-collect='*verifyAll*' bench_verify --repeat 0 100
 
+#include "bench/figures.h"
+#include "bench/process_runner.h"
+#include "bench/signed_documents.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/base/ClsBinData.h"
+#include "foundation/cpu/cpu_features.h"
+#include "foundation/text/LogBase.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
-#include <random>
-#include <string>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+#include <utility>
 
-#include <benchmark/benchmark.h>
-
-#if defined(VANTREL_BENCH_XMLSEC)
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/rsa.h>
-#include <xmlsec/crypto.h>
-#include <xmlsec/openssl/evp.h>
-#include <xmlsec/templates.h>
-#include <xmlsec/xmldsig.h>
-#include <xmlsec/xmlsec.h>
-#include <xmlsec/xmltree.h>
+namespace vantrel::bench {
 
 namespace {
 
-const char* const kDsig = "http://www.w3.org/2000/09/xmldsig#";
-const char* const kInclusive = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
-const char* const kExclusive = "http://www.w3.org/2001/10/xml-exc-c14n#";
+struct BenchOptions {
+    bool quick = false;
+    bool slow = false;
+    std::string tool;
+    std::string file;
+    int repeated = -1; // a small document's number
+    int count = 0;
+};
 
-EVP_PKEY* rsaKey() {
-    static EVP_PKEY* const key = EVP_RSA_gen(2048);
+constexpr double kSecondsPerRow = 2;
+constexpr std::size_t kMega = std::size_t{1} << 20;
+
+[[noreturn]] void failed(const std::string& what) {
+    std::fprintf(stderr, "%s does not verify\n", what.c_str());
+    std::exit(1);
+}
+
+ByteView bytesOf(const std::string& text) { return asBytes(std::string_view(text)); }
+
+Ref<ClsPublicKey> loadedKey(const std::string& der) {
+    Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+    LogNull log;
+    if (!key || !key->loadAnyDer(bytesOf(der), log)) {
+        failed("the key");
+    }
     return key;
 }
 
-void startXmlsec() {
-    static const bool started = [] {
-        xmlInitParser();
-        return xmlSecInit() == 0 && xmlSecCryptoAppInit(nullptr) == 0 && xmlSecCryptoInit() == 0;
-    }();
-    if (!started) {
-        std::abort();
+// `key`: null where the document brings it along.
+bool verifyAll(const std::string& text, const Signing& signing, ClsPublicKey* key) {
+    ClsXmlDSig verifier;
+    ClsBinData data;
+    data.AppendData(text.data(), static_cast<std::uint32_t>(text.size()));
+    bool ok = verifier.LoadSignatureBd(data) && verifier.get_NumSignatures() > 0;
+    if (signing.key == SignedBy::Hmac) {
+        XString secret(hmacSecret());
+        XString encoding("ascii");
+        ok = verifier.SetHmacKey(secret, encoding) && ok;
     }
+    for (int i = 0; ok && i < verifier.get_NumSignatures(); ++i) {
+        verifier.put_Selector(i);
+        ok = (key == nullptr || verifier.SetPublicKey(*key)) && verifier.VerifySignature(true);
+    }
+    return ok;
 }
 
-// Lines of an invoice, none like the other.
-std::string lines(std::size_t size, const char* element, bool withIds, std::size_t count) {
-    std::mt19937 random(7);
-    std::string text;
-    for (std::size_t i = 0; withIds ? i < count : text.size() < size; ++i) {
-        const std::string id = withIds ? " Id=\"i" + std::to_string(i) + '"' : "";
-        text += "  <cac:" + std::string(element) + id + "><cbc:ID>" + std::to_string(i) +
-                "</cbc:ID><cbc:Amount currencyID=\"" + (random() % 3 != 0 ? "EUR" : "USD") + "\">" +
-                std::to_string(random() % 100000) + ".00</cbc:Amount><cac:Item><cbc:Name>Part " +
-                std::to_string(random()) + " &amp; more</cbc:Name></cac:Item></cac:" + element +
-                ">\n";
+// A document verified by both. `fresh`: our key is loaded anew each time, as if it were used once.
+Outcome compareOn(const std::string& name, const std::string& text, const Signing& signing,
+                  bool fresh, bool withPeer) {
+    const bool given = !signing.withCertificate && signing.key != SignedBy::Hmac;
+    const std::string der = given ? publicKeyDer(signing.key) : std::string();
+    const Ref<ClsPublicKey> ready = given ? loadedKey(der) : Ref<ClsPublicKey>();
+    Contest contest;
+    contest.ours = [&] {
+        return timeOf([&] {
+            const Ref<ClsPublicKey> once = fresh ? loadedKey(der) : Ref<ClsPublicKey>();
+            if (!verifyAll(text, signing, fresh ? once.get() : ready.get())) {
+                failed(name);
+            }
+        });
+    };
+    if (withPeer) {
+        contest.peer = [&] {
+            return timeOf([&] {
+                if (!peerVerifies(text, signing)) {
+                    failed(name + " by the peer");
+                }
+            });
+        };
     }
-    return text;
+    return compare(contest, kSecondsPerRow);
 }
 
-std::string signature(const char* c14n, const std::string& references, const char* keyInfo = "") {
-    return std::string("<Signature xmlns=\"") + kDsig +
-           "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + c14n +
-           "\"/><SignatureMethod "
-           "Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#rsa-sha256\"/>" +
-           references + "</SignedInfo><SignatureValue/>" + keyInfo + "</Signature>";
-}
-
-std::string reference(const std::string& uri, bool enveloped, const char* c14n) {
-    return "<Reference URI=\"" + uri + "\"><Transforms>" +
-           (enveloped ? std::string("<Transform Algorithm=\"") + kDsig + "enveloped-signature\"/>"
-                      : std::string()) +
-           "<Transform Algorithm=\"" + c14n +
-           "\"/></Transforms><DigestMethod "
-           "Algorithm=\"http://www.w3.org/2001/04/xmlenc#sha256\"/><DigestValue/></Reference>";
-}
-
-const std::string kOpen = "<Invoice xmlns=\"urn:oasis:Invoice-2\" xmlns:cac=\"urn:oasis:cac-2\" "
-                          "xmlns:cbc=\"urn:oasis:cbc-2\">\n";
-
-struct PeerDocument {
-    explicit PeerDocument(const std::string& text)
-        : document(xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
-                                 XML_PARSE_HUGE)) {
-        addIds(xmlDocGetRootElement(document));
-    }
-    PeerDocument(const PeerDocument&) = delete;
-    PeerDocument& operator=(const PeerDocument&) = delete;
-    ~PeerDocument() { xmlFreeDoc(document); }
-
-    void addIds(xmlNodePtr node) {
-        for (; node != nullptr; node = node->next) {
-            if (const xmlAttrPtr id = xmlHasProp(node, BAD_CAST "Id"); id != nullptr) {
-                xmlChar* const value = xmlNodeGetContent(reinterpret_cast<xmlNodePtr>(id));
-                xmlAddID(nullptr, document, value, id);
-                xmlFree(value);
-            }
-            if (node->type == XML_ELEMENT_NODE) {
-                addIds(node->children);
-            }
-        }
-    }
-
-    // Signs, or verifies, every signature. False when one fails.
-    bool process(bool sign) const {
-        bool ok = true;
-        for (xmlNodePtr node = nextSignature(xmlDocGetRootElement(document)); node != nullptr;
-             node = nextSignature(node->next)) {
-            const xmlSecDSigCtxPtr context = xmlSecDSigCtxCreate(nullptr);
-            EVP_PKEY_up_ref(rsaKey());
-            context->signKey = xmlSecKeyCreate();
-            xmlSecKeySetValue(context->signKey, xmlSecOpenSSLEvpKeyAdopt(rsaKey()));
-            if (sign) {
-                ok = xmlSecDSigCtxSign(context, node) == 0 && ok;
-            } else {
-                ok = xmlSecDSigCtxVerify(context, node) == 0 &&
-                     context->status == xmlSecDSigStatusSucceeded && ok;
-            }
-            xmlSecDSigCtxDestroy(context);
-        }
-        return ok;
-    }
-
-    static xmlNodePtr nextSignature(xmlNodePtr node) {
-        for (; node != nullptr; node = node->next) {
-            if (const xmlNodePtr found = xmlSecFindNode(node, xmlSecNodeSignature, xmlSecDSigNs)) {
-                return found;
-            }
-        }
-        return nullptr;
-    }
-
-    xmlDocPtr document;
+struct SmallCase {
+    const char* name;
+    Signing signing;
+    bool fresh;
 };
 
-std::string signedByPeer(const std::string& unsignedText) {
-    startXmlsec();
-    const PeerDocument peer(unsignedText);
-    if (!peer.process(true)) {
-        std::fprintf(stderr, "the peer could not sign\n");
-        std::abort();
+constexpr SmallCase kSmallCases[] = {
+    {"4 KB enveloped, RSA-2048, key ready, inclusive", {SignedBy::Rsa2048, false, false}, false},
+    {"the same, exclusive", {SignedBy::Rsa2048, true, false}, false},
+    {"the same, key from its certificate", {SignedBy::Rsa2048, true, true}, false},
+    {"4 KB, P-256, key used before", {SignedBy::P256, true, false}, false},
+    {"the same, key used once", {SignedBy::P256, true, false}, true},
+    {"4 KB, P-384, key used before", {SignedBy::P384, true, false}, false},
+    {"the same, key used once", {SignedBy::P384, true, false}, true},
+    {"4 KB, HMAC-SHA256", {SignedBy::Hmac, true, false}, false},
+};
+constexpr std::size_t kSmallSize = 3200; // without the signature
+
+void addSmall(FigureTable& table) {
+    for (const SmallCase& each : kSmallCases) {
+        const std::string text = envelopedDocument(kSmallSize, each.signing);
+        table.add({each.name,
+                   "xmlsec",
+                   compareOn(each.name, text, each.signing, each.fresh, true),
+                   {},
+                   ""});
     }
-    xmlChar* bytes = nullptr;
-    int size = 0;
-    xmlDocDumpMemory(peer.document, &bytes, &size);
-    std::string text(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size));
-    xmlFree(bytes);
-    return text;
 }
 
-const std::string& enveloped(std::size_t size, bool exclusive) {
-    static std::map<std::pair<std::size_t, bool>, std::string> made;
-    std::string& text = made[{size, exclusive}];
-    if (text.empty()) {
-        const char* const c14n = exclusive ? kExclusive : kInclusive;
-        text = signedByPeer(kOpen + lines(size, "InvoiceLine", false, 0) +
-                            signature(c14n, reference("", true, c14n)) + "</Invoice>");
+// One more row of a series, with its growth from the row before.
+struct Series {
+    double time = 0;
+    double size = 0;
+
+    void add(FigureTable& table, FigureTable::Row row, double itsSize) {
+        if (size > 0) {
+            row.growth = growthExponent(time, row.outcome.ours, size, itsSize);
+        }
+        time = row.outcome.ours;
+        size = itsSize;
+        table.add(std::move(row));
     }
-    return text;
-}
+};
 
-// Many references of one signature, or one reference in each of many signatures.
-const std::string& many(std::size_t count, bool signatures) {
-    static std::map<std::pair<std::size_t, bool>, std::string> made;
-    std::string& text = made[{count, signatures}];
-    if (text.empty()) {
-        std::string references;
-        std::string all;
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::string one = reference("#i" + std::to_string(i), false, kExclusive);
-            references += one;
-            // A key can be handed over for the first two hundred signatures only.
-            all += signatures ? signature(kExclusive, one, "<KeyInfo><KeyValue/></KeyInfo>") : "";
-        }
-        text = signedByPeer(kOpen + lines(0, "InvoiceLine", true, count) +
-                            (signatures ? all : signature(kExclusive, references)) + "</Invoice>");
-    }
-    return text;
-}
-
-// The signer's key, ready for use: the peer is given it ready as well.
-vantrel::ClsPublicKey& ourKey() {
-    static vantrel::ClsPublicKey* const key = [] {
-        unsigned char* der = nullptr;
-        const int size = i2d_PUBKEY(rsaKey(), &der);
-        vantrel::ClsPublicKey* const loaded = vantrel::ClsPublicKey::createNewCls();
-        vantrel::LogNull log;
-        if (!loaded->loadAnyDer(vantrel::ByteView(der, static_cast<std::size_t>(size)), log)) {
-            std::abort();
-        }
-        OPENSSL_free(der);
-        return loaded;
-    }();
-    return *key;
-}
-
-void runOurs(benchmark::State& state, const std::string& text) {
-    for (auto _ : state) {
-        vantrel::ClsXmlDSig verifier;
-        vantrel::ClsBinData data;
-        data.AppendData(text.data(), static_cast<std::uint32_t>(text.size()));
-        bool ok = verifier.LoadSignatureBd(data);
-        for (int i = 0; i < verifier.get_NumSignatures(); ++i) {
-            verifier.put_Selector(i);
-            verifier.SetPublicKey(ourKey());
-            ok = verifier.VerifySignature(true) && ok;
-        }
-        if (!ok) {
-            state.SkipWithError("the document does not verify");
-            return;
+void addSizes(const BenchOptions& options, FigureTable& table) {
+    for (const bool exclusive : {false, true}) {
+        const Signing signing{SignedBy::Rsa2048, exclusive, false};
+        Series series;
+        for (const std::size_t megabytes : {1, 16, 128}) {
+            if (options.quick && megabytes > 1) {
+                break;
+            }
+            const std::string name = std::to_string(megabytes) + " MB enveloped, " +
+                                     (exclusive ? "exclusive" : "inclusive");
+            const std::string text = envelopedDocument(megabytes * kMega, signing);
+            series.add(table, {name, "xmlsec", compareOn(name, text, signing, false, true), {}, ""},
+                       static_cast<double>(megabytes));
         }
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
 }
 
-void runPeer(benchmark::State& state, const std::string& text) {
-    for (auto _ : state) {
-        const PeerDocument peer(text);
-        if (!peer.process(false)) {
-            state.SkipWithError("the peer does not verify the document");
-            return;
+// `peerUpTo`: the peer's time grows with the square of the number.
+void addMany(const char* what, std::string (*make)(std::size_t), bool keyInDocument,
+             const std::vector<std::size_t>& counts, std::size_t peerUpTo, FigureTable& table) {
+    const Signing signing{SignedBy::Rsa2048, true, keyInDocument};
+    Series series;
+    for (const std::size_t count : counts) {
+        const std::string name = std::to_string(count) + what;
+        // The peer is given the key in either case.
+        const Signing peers{SignedBy::Rsa2048, true, false};
+        const std::string text = make(count);
+        const Outcome outcome =
+            compareOn(name, text, keyInDocument ? signing : peers, false, count <= peerUpTo);
+        series.add(table, {name, "xmlsec", outcome, {}, ""}, static_cast<double>(count));
+    }
+}
+
+void addLists(const BenchOptions& options, FigureTable& table) {
+    const std::size_t most = options.quick ? 100 : 10000;
+    std::vector<std::size_t> counts = {100, 1000, 10000};
+    std::erase_if(counts, [most](std::size_t count) { return count > most; });
+    addMany(" references by Id", manyReferences, false, counts, options.slow ? 10000 : 1000, table);
+    std::erase_if(counts, [](std::size_t count) { return count > 1000; });
+    addMany(" signatures with their keys", manySignatures, true, counts, 1000, table);
+}
+
+// Files in a folder of their own, gone with the object.
+class Folder final {
+public:
+    Folder()
+        : m_path(std::filesystem::temp_directory_path() /
+                 ("bench_verify_" + std::to_string(std::rand()))) {
+        std::filesystem::create_directories(m_path);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
+    std::string write(const std::string& name, const std::string& text) const {
+        const std::filesystem::path path = m_path / name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path.string();
+    }
+
+private:
+    std::filesystem::path m_path;
+};
+
+using Command = std::vector<std::string>;
+
+// Two commands in turns; `wall` or processor time.
+Outcome compareCommands(ProcessRunner& runner, const Command& ours, const Command& peer, bool wall,
+                        std::string& memory) {
+    double ourPeak = 0;
+    double peerPeak = 0;
+    const auto run = [&runner, wall](const Command& command, double& peak) {
+        const ProcessFigures figures = runner.run(command);
+        if (figures.code != 0) {
+            failed(command.front());
+        }
+        peak = std::max(peak, figures.peakMegabytes);
+        return wall ? figures.wall : figures.processor;
+    };
+    const Outcome outcome = compare(
+        {[&] { return run(ours, ourPeak); }, [&] { return run(peer, peerPeak); }}, kSecondsPerRow);
+    memory = std::to_string(static_cast<int>(ourPeak)) + " / " +
+             std::to_string(static_cast<int>(peerPeak)) + " MB";
+    return outcome;
+}
+
+Command with(Command command, const std::vector<std::string>& files) {
+    command.insert(command.end(), files.begin(), files.end());
+    return command;
+}
+
+void addFiles(const BenchOptions& options, ProcessRunner& runner, FigureTable& table) {
+    constexpr std::size_t kFiles = 2000;
+    constexpr unsigned kDifferent = 50;
+    const Signing signing{SignedBy::Rsa2048, true, true};
+    const Folder folder;
+    std::vector<std::string> texts;
+    for (unsigned seed = 0; seed < kDifferent; ++seed) {
+        texts.push_back(envelopedDocument(300, signing, seed));
+    }
+    std::vector<std::string> files;
+    for (std::size_t i = 0; i < kFiles; ++i) {
+        files.push_back(folder.write(std::to_string(i) + ".xml", texts[i % kDifferent]));
+    }
+    const Command peer = {"xmlsec1", "--verify", "--insecure"};
+    const auto jobs = [&](const char* count) {
+        return with({options.tool, "verify", "--quiet", "--jobs", count}, files);
+    };
+    std::string memory;
+    Outcome outcome = compareCommands(runner, jobs("1"), with(peer, files), false, memory);
+    table.add({"the tool, 2 000 files of " + std::to_string(texts[0].size()) + " octets, --jobs 1",
+               "xmlsec1",
+               outcome,
+               {},
+               memory});
+    outcome = compareCommands(runner, jobs("2"), jobs("1"), true, memory);
+    table.add({"the same, --jobs 2, by the clock", "--jobs 1", outcome, {}, memory});
+    const std::vector<std::string> one = {
+        folder.write("one.xml", envelopedDocument(kSmallSize, signing))};
+    outcome = compareCommands(runner, with({options.tool, "verify", "--quiet"}, one),
+                              with(peer, one), true, memory);
+    table.add({"the tool, one file of 4 KB, by the clock", "xmlsec1", outcome, {}, memory});
+    if (options.quick) {
+        return;
+    }
+    const std::vector<std::string> large = {
+        folder.write("large.xml", envelopedDocument(128 * kMega, signing))};
+    outcome = compareCommands(runner, with({options.tool, "verify", "--quiet"}, large),
+                              with(peer, large), false, memory);
+    table.add({"the tool, one file of 128 MB", "xmlsec1", outcome, {}, memory});
+}
+
+bool readOptions(int argc, char** argv, BenchOptions& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--quick") {
+            options.quick = true;
+        } else if (word == "--slow") {
+            options.slow = true;
+        } else if (word == "--repeat" && i + 2 < argc) {
+            options.repeated = std::atoi(argv[++i]);
+            options.count = std::atoi(argv[++i]);
+        } else if (word == "--tool" && i + 1 < argc) {
+            options.tool = argv[++i];
+        } else if (word == "--write" && i + 1 < argc) {
+            options.file = argv[++i];
+        } else {
+            return false;
         }
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+    return true;
 }
 
-void envelopedOurs(benchmark::State& state) {
-    runOurs(state, enveloped(static_cast<std::size_t>(state.range(0)), state.range(1) != 0));
-}
-void envelopedPeer(benchmark::State& state) {
-    runPeer(state, enveloped(static_cast<std::size_t>(state.range(0)), state.range(1) != 0));
-}
-void manyOurs(benchmark::State& state) {
-    runOurs(state, many(static_cast<std::size_t>(state.range(0)), state.range(1) != 0));
-}
-void manyPeer(benchmark::State& state) {
-    runPeer(state, many(static_cast<std::size_t>(state.range(0)), state.range(1) != 0));
-}
-
-void sizes(benchmark::internal::Benchmark* bench) {
-    bench->ArgNames({"bytes", "exclusive"})->Unit(benchmark::kMicrosecond);
-    for (const std::int64_t size : {4 << 10, 64 << 10, 1 << 20, 16 << 20}) {
-        bench->Args({size, 0})->Args({size, 1});
+int repeat(const SmallCase& small, int count) {
+    const std::string text = envelopedDocument(kSmallSize, small.signing);
+    const bool given = !small.signing.withCertificate && small.signing.key != SignedBy::Hmac;
+    const Ref<ClsPublicKey> ready =
+        given ? loadedKey(publicKeyDer(small.signing.key)) : Ref<ClsPublicKey>();
+    for (int i = 0; i < count; ++i) {
+        if (!verifyAll(text, small.signing, ready.get())) {
+            failed(small.name);
+        }
     }
+    return 0;
 }
-BENCHMARK(envelopedOurs)->Apply(sizes);
-BENCHMARK(envelopedPeer)->Apply(sizes);
-BENCHMARK(manyOurs)
-    ->ArgNames({"count", "signatures"})
-    ->Unit(benchmark::kMicrosecond)
-    ->Args({100, 0})
-    ->Args({1000, 0})
-    ->Args({10000, 0})
-    ->Args({100, 1})
-    ->Args({1000, 1});
-// The peer needs many minutes for more.
-BENCHMARK(manyPeer)
-    ->ArgNames({"count", "signatures"})
-    ->Unit(benchmark::kMicrosecond)
-    ->Args({100, 0})
-    ->Args({1000, 0})
-    ->Args({100, 1})
-    ->Args({1000, 1});
+
+int run(const BenchOptions& options) {
+    if (options.repeated >= 0 && options.repeated < static_cast<int>(std::size(kSmallCases))) {
+        return repeat(kSmallCases[options.repeated], options.count);
+    }
+    ProcessRunner runner;
+    FigureTable table;
+    addSmall(table);
+    addSizes(options, table);
+    addLists(options, table);
+    if (!options.tool.empty()) {
+        addFiles(options, runner, table);
+    }
+    if (!options.file.empty() && !replaceTable(options.file, table.markdown())) {
+        std::fprintf(stderr, "there is no place for the table in %s\n", options.file.c_str());
+        return 1;
+    }
+    return 0;
+}
 
 } // namespace
 
-#endif
+} // namespace vantrel::bench
+
+int main(int argc, char** argv) {
+    vantrel::bench::BenchOptions options;
+    if (!vantrel::cpu::limitFromEnvironment() ||
+        !vantrel::bench::readOptions(argc, argv, options)) {
+        std::fputs("bench_verify [--quick] [--slow] [--tool FILE] [--write FILE]\n", stderr);
+        return 2;
+    }
+    return vantrel::bench::run(options);
+}

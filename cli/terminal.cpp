@@ -46,6 +46,13 @@ bool isHarmless(char32_t character) {
     return !control && !direction;
 }
 
+// Number of letters at the front that are printable ASCII, which is nearly everything.
+std::size_t plainFront(std::string_view text) {
+    const auto end =
+        std::find_if(text.begin(), text.end(), [](char c) { return c < 0x20 || c >= 0x7F; });
+    return static_cast<std::size_t>(end - text.begin());
+}
+
 } // namespace
 
 // The two parts stay one text, so that a complaint passes through functions as one value until it
@@ -102,6 +109,12 @@ std::string printable(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
+        const std::size_t plain = plainFront(text);
+        out += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty()) {
+            break;
+        }
         char32_t character = 0;
         const std::size_t length = text::decodeUtf8(text, character);
         if (length > 0 && isHarmless(character)) {

@@ -25,6 +25,9 @@ std::size_t unitLength(std::string_view text, std::size_t at, std::size_t& colum
     }
     columns = 1;
     std::size_t length = 1;
+    if (static_cast<unsigned char>(text[at]) < 0x80) {
+        return length;
+    }
     // The other octets of a UTF-8 character.
     while (at + length < text.size() &&
            (static_cast<unsigned char>(text[at + length]) & 0xC0) == 0x80) {
@@ -75,6 +78,10 @@ void breakWord(std::string_view word, std::vector<std::string>& lines) {
 
 // The text in lines that fit behind the label, broken at blanks where it has any.
 std::vector<std::string> wrapped(std::string_view text) {
+    // What fits as it stands needs no look at its words; blanks at its ends go.
+    if (!text.starts_with(' ') && !text.ends_with(' ') && columnsOf(text) <= kTextWidth) {
+        return {std::string(text)};
+    }
     std::vector<std::string> lines(1);
     while (!text.empty()) {
         const std::size_t space = std::min(text.find(' '), text.size());

@@ -4,6 +4,7 @@
 if(VANTREL_INSTALL)
   include(GNUInstallDirs)
 endif()
+include(CheckCXXSourceCompiles)
 # Whoever links the library looks for it in a folder of his own.
 find_package(Threads REQUIRED GLOBAL)
 
@@ -50,8 +51,11 @@ function(vantrel_precompile target)
   endif()
 endfunction()
 
-# vantrel_unity(sources...): a preset that compiles several files as one (CMAKE_UNITY_BUILD, less than half the
-# time of a build from nothing) still compiles alone what has instructions of its own processors.
+# How many files are compiled as one where a preset or a project around this one has CMAKE_UNITY_BUILD (less than
+# half the time of a build from nothing). The same everywhere: other groups could bring equal names together.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
+
+# vantrel_unity(sources...): what has instructions of one processor is compiled alone all the same.
 function(vantrel_unity)
   list(FILTER ARGN INCLUDE REGEX "_(x86|aarch64)[a-z0-9_]*\\.cpp$")
   if(ARGN)
@@ -177,13 +181,24 @@ function(vantrel_tool)
     vantrel_precompile(xmldsig_objects)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     # The tool uses more than the shared library exports, so it has the library in it.
-    target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel>)
+    target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel> vantrel_sandbox)
+    # Finding the C++ library's many symbols takes longer than verifying a small document. A sanitizer
+    # brings a library of its own, and a shared library of ours must have the same one as the tool.
+    if(NOT BUILD_SHARED_LIBS AND NOT VANTREL_SANITIZERS)
+      set(CMAKE_REQUIRED_LINK_OPTIONS -static-libstdc++ -static-libgcc)
+      check_cxx_source_compiles("#include <string>\nint main(int, char** v) { return std::string(v[0]).empty(); }"
+        VANTREL_STATIC_CXX_LIBRARY)
+      if(VANTREL_STATIC_CXX_LIBRARY)
+        target_link_options(xmldsig PRIVATE ${CMAKE_REQUIRED_LINK_OPTIONS})
+      endif()
+      unset(CMAKE_REQUIRED_LINK_OPTIONS)
+    endif()
     if(NOT CMAKE_CROSSCOMPILING)
       vantrel_tool_texts()
     endif()
     # The same without any shared library, for containers and machines with others than this one's.
     add_executable(xmldsig_static EXCLUDE_FROM_ALL $<TARGET_OBJECTS:xmldsig_objects>)
-    target_link_libraries(xmldsig_static PRIVATE vantrel_c)
+    target_link_libraries(xmldsig_static PRIVATE vantrel_c vantrel_sandbox)
     target_link_options(xmldsig_static PRIVATE -static)
     # At a fixed address: linkers differ in what they make of a static program that can be moved.
     set_target_properties(xmldsig_static PROPERTIES OUTPUT_NAME xmldsig RUNTIME_OUTPUT_DIRECTORY

@@ -4,14 +4,15 @@
 
     tools/make_dsig_vectors.py [GROUP...]
 
-Canonical octets come from xmllint (libxml2), signature values from openssl, those of ML-DSA from the
-Python package cryptography; where a document
+Canonical octets come from xmllint (libxml2), signature values from openssl, certificates and values of ML-DSA
+from the Python package cryptography; where a document
 deviates from the standard, the octets that its signers digest are written out here. A document that
 is valid by the standard as well is checked with xmlsec1. The expectations are this script's, not
 output of the library. Keys that exist in tests/vectors/dsig/keys are kept.
 """
 
 import base64
+import datetime
 import hashlib
 import hmac
 import pathlib
@@ -20,7 +21,8 @@ import subprocess
 import sys
 import tempfile
 
-from cryptography.hazmat.primitives import serialization
+from cryptography import x509
+from cryptography.hazmat.primitives import hashes, serialization
 from cryptography.hazmat.primitives.asymmetric import mldsa
 
 OUT = pathlib.Path(__file__).resolve().parents[1] / "tests/vectors/dsig"
@@ -74,10 +76,23 @@ def sign(octets, key="rsa"):
             message.flush()
             return b64(run("openssl", "pkeyutl", "-sign", "-rawin", "-in", message.name, "-inkey",
                            str(KEYS / f"{key}.key")))
+    if key == "pss":  # with a salt of 32 bytes
+        return b64(run("openssl", "dgst", "-sha256", "-sigopt", "rsa_padding_mode:pss", "-sigopt", "rsa_pss_saltlen:32",
+                       "-sign", str(KEYS / "rsa.key"), data=octets))
     if key == "mldsa65":
         private = serialization.load_pem_private_key((KEYS / f"{key}.key").read_bytes(), None)
         return b64(private.sign(octets, CONTEXT))
     return b64(run("openssl", "dgst", "-sha256", "-sign", str(KEYS / f"{key}.key"), data=octets))
+
+
+def self_signed(key, name):
+    """A certificate of a key, in DER, and the same whenever it is made."""
+    private = serialization.load_pem_private_key((KEYS / f"{key}.key").read_bytes(), None)
+    subject = x509.Name([x509.NameAttribute(x509.NameOID.COMMON_NAME, name)])
+    begin = datetime.datetime(2020, 1, 1)
+    builder = (x509.CertificateBuilder().subject_name(subject).issuer_name(subject).serial_number(1)
+               .public_key(private.public_key()).not_valid_before(begin).not_valid_after(begin.replace(year=2120)))
+    return builder.sign(private, hashes.SHA256()).public_bytes(serialization.Encoding.DER)
 
 
 def transform(algorithm, inner=""):
@@ -1406,6 +1421,14 @@ def standards():
     Change = >YSBjb250ZXh0< => >*<
     WithReferences = false
     Log = Key type not implemented yet by Vantrel."""))
+    for length, holds in (("32", "true"), ("20", "false")):
+        params = (f'<k:RSAPSSParams xmlns:k="{sha3[:-8]}"><DigestMethod Algorithm="{SHA256}"></DigestMethod>'
+                  f"<k:SaltLength>{length}</k:SaltLength></k:RSAPSSParams>")
+        case(f"standards/pss-salt-{length}", document(method=sha3[:-8] + "rsa-pss", key="pss", inner=params), f"""
+    What = a salt of 32 bytes, of which {length} are named
+    Key = rsa
+    WithReferences = {holds}
+    WithoutReferences = {holds}""")
     case("standards/hmac-cut", document(method=MORE + "hmac-sha256", key="hmac-128",
                                         inner="<HMACOutputLength>128</HMACOutputLength>"), runs("hmac", """
     What = without its last octet
@@ -1419,6 +1442,31 @@ def standards():
     WithReferences = false
     WithoutReferences = false""")
     case("standards/der-key", document(after=f"<KeyInfo>{der}</KeyInfo>"), runs("none"))
+    certificate = self_signed("rsa", "carried")
+    digest = sha(certificate)
+    case("standards/x509-digest", document(after=(
+        '<KeyInfo><X509Data><k:X509Digest xmlns:k="http://www.w3.org/2009/xmldsig11#" '
+        f'Algorithm="{SHA256}">{digest}</k:X509Digest></X509Data></KeyInfo>'
+        f"<Object><X509Certificate>{b64(certificate)}</X509Certificate></Object>")), runs("none", f"""
+    What = the digest of another certificate
+    Key = none
+    Change = {digest} => {sha(b"")}
+    WithReferences = false
+    Log = No public key available to verify signature."""))
+    # Of the outer elements SignedInfo has the language, and the bases as one; not the identifier.
+    around = '<r xml:id="i" xml:lang="en" xml:base="http://example.com/a/"><s xml:base="b/">'
+    inherited = ' xml:lang="en" xml:base="http://example.com/a/b/"'
+    below = signature(ref("#x", octets, EXC), c14n_method=C14N11, scope=inherited)
+    case("standards/signed-info-c14n11", f"{around}{content}{below}</s></r>", runs("rsa", """
+    What = another base
+    Key = rsa
+    Change = "b/" => "c/"
+    WithReferences = false
+
+    What = another identifier is no matter
+    Key = rsa
+    Change = "i" => "j"
+    WithReferences = true"""), "a")
     case("standards/key-info-reference", document(after=(
         '<KeyInfo><k:KeyInfoReference xmlns:k="http://www.w3.org/2009/xmldsig11#" URI="#k1"></k:KeyInfoReference></KeyInfo>'
         '<Object><KeyInfo Id="k1"><RetrievalMethod URI="#k2"></RetrievalMethod></KeyInfo>'

@@ -3,9 +3,11 @@
 #define DSIG_DOCUMENT_CHILD_ELEMENTS_H
 
 #include "foundation/text/RefCountedObject.h"
+#include "foundation/text/StringBuffer.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <string>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -28,6 +30,13 @@ namespace vantrel::dsig {
 // an id of that document.
 [[nodiscard]] inline Ref<ClsXml> handleOn(const ClsXml& any, xml::ElementId element) {
     return Ref<ClsXml>::adopt(ClsXml::onElement(any.document(), element));
+}
+
+// An attribute of an element; empty for one that is not there.
+[[nodiscard]] inline std::string attributeOf(const ClsXml& element, const char* name) {
+    StringBuffer value;
+    element.getAttrValue(name, value);
+    return std::string(value.view());
 }
 
 } // namespace vantrel::dsig

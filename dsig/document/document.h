@@ -14,6 +14,7 @@
 #include "foundation/xml/tree/element_text.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -74,8 +75,9 @@ struct Document final {
     CertificateCache certificates;
     LastKeyValue lastKeyValue;
     // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
-    // report needs it (dsig/keys/signer.h).
-    std::optional<std::map<std::string, xml::ElementId>> certificatesByKey;
+    // report needs it, and by the digests of a hash algorithm (dsig/keys/carried_certificates.h).
+    std::optional<std::map<std::string, xml::ElementId, std::less<>>> certificatesByKey;
+    std::map<int, std::map<std::string, xml::ElementId, std::less<>>> certificatesByDigest;
     KeyAccount keyAccount;
     // What judging the trust in its signatures has cost so far (dsig/trust/signer_trust.h).
     std::uint64_t trustWork = 0;

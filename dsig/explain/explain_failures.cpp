@@ -16,8 +16,11 @@
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
 #include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/xml/tree/ClsXml.h"
 
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -111,12 +114,14 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
         !signatureValue(query.selection.signature, text, log)) {
         return nullptr;
     }
-    const SignatureMethod read = readSignatureMethod(method, nullptr, true, log);
+    const Ref<ClsXml> element =
+        Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
+    const SignatureMethod read = readSignatureMethod(method, element.get(), true, log);
     // The search has one hash for the octets and for the mask.
     if (read.mgfHashAlg != kHashNone && read.mgfHashAlg != read.hashAlg) {
         return nullptr;
     }
-    const ValueMethod asked{read.hashAlg, read.mgfHashAlg != kHashNone};
+    const ValueMethod asked{read.hashAlg, read.mgfHashAlg != kHashNone, read.saltLength};
     std::vector<ValueReading> readings = valueReadings(text.view());
     const int keyType = read.keyType;
     // A MAC without a secret cannot be tried: it proves what its holder says and nobody else.
@@ -132,6 +137,13 @@ std::unique_ptr<Goal> valueGoal(const VerifyQuery& query, Job& job, Budget& budg
         // SignedInfo would help.
         auto goal = std::make_unique<RsaGoal>(readings, job.keys.tried, asked, budget);
         return goal->anyKeyFits() ? std::move(goal) : nullptr;
+    }
+    if (!read.takesHash()) {
+        DataBuffer context;
+        return element && !readMethodContext(read, *element, context)
+                   ? nullptr
+                   : std::make_unique<MessageGoal>(std::move(readings), job.keys.tried, read,
+                                                   std::string(asText(context.view())), budget);
     }
     return keyType == kKeyTypeDsa || keyType == kKeyTypeEcdsa
                ? std::make_unique<CurveGoal>(std::move(readings), job.keys.tried, asked, budget)

@@ -7,9 +7,11 @@
 #include "dsig/explain/form_tokens.h"
 #include "foundation/crypto/dsa/DsaVerifier.h"
 #include "foundation/crypto/ecc/EccVerifier.h"
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/hash/hasher.h"
 #include "foundation/crypto/mac/Hmac.h"
+#include "foundation/crypto/mldsa/mldsa_key.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/crypto/rsa/digest_info.h"
 #include "foundation/crypto/rsa/padding.h"
@@ -289,19 +291,27 @@ bool RsaGoal::isBlockOf(const PssBlock& block, ByteView octets, Depth depth,
         const std::string digest = digestOf(hashId, octets);
         // Signers take SHA-1 for the mask by default where nobody says otherwise (RFC 8017, A.2.3).
         for (const int mask : {hashId, kHashSha1, m_method.hashId}) {
-            // The check writes into the block.
-            std::vector<std::uint8_t> copy(block.octets.begin(), block.octets.end());
-            if (digest.empty() || mask <= 0 ||
-                crypto::checkPss(copy, block.modulusBits, hashId, mask, asBytes(digest)) !=
-                    crypto::PaddingVerdict::Match) {
+            const auto fits = [&](int saltLength) {
+                // The check writes into the block.
+                std::vector<std::uint8_t> copy(block.octets.begin(), block.octets.end());
+                return crypto::checkPss(copy, block.modulusBits, hashId, mask, asBytes(digest),
+                                        saltLength) == crypto::PaddingVerdict::Match;
+            };
+            if (digest.empty() || mask <= 0 || !fits(crypto::kAnySalt)) {
                 continue;
             }
+            const Deviation salted =
+                fits(m_method.saltLength)
+                    ? Deviation{}
+                    : Deviation{cause::kOtherPadding,
+                                "the salt of the padding has not the length that SaltLength names"};
             const Deviation masked =
                 mask == hashId ? Deviation{}
                                : Deviation{cause::kOtherPadding, "the mask of the padding was made "
                                                                  "with " +
                                                                      hashName(mask)};
-            deviation = both(both(block.deviation, masked), otherHash(hashId, m_method.hashId));
+            deviation = both(both(block.deviation, both(masked, salted)),
+                             otherHash(hashId, m_method.hashId));
             return true;
         }
     }
@@ -400,6 +410,52 @@ bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) 
                                                          ") was hashed once more"};
                     return true;
                 }
+            }
+        }
+    }
+    return false;
+}
+
+MessageGoal::MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
+                         const SignatureMethod& method, std::string context, Budget& budget)
+    : m_values(std::move(values)), m_keys(std::move(keys)), m_method(method),
+      m_context(std::move(context)), m_budget(budget) {}
+
+bool MessageGoal::verifies(const TriedKey& key, const ValueReading& value, ByteView message) {
+    const ByteView octets = asBytes(value.octets);
+    if (const crypto::EdwardsKey* const edwards = key.key->getEdwardsKeyPtr()) {
+        return edwards->curve().name == m_method.curve &&
+               octets.size() == 2 * edwards->curve().keyBytes &&
+               m_budget.takeKeyOperation(keyOperationWeight(*key.key)) &&
+               edwards->verifyVariant(
+                   {m_method.withContext, m_method.preHashed, asBytes(m_context)}, message, octets);
+    }
+    const crypto::MlDsaKey* const mlDsa = key.key->getMlDsaKeyPtr();
+    return mlDsa != nullptr && mlDsa->set().name == m_method.curve &&
+           octets.size() == mlDsa->set().signatureBytes &&
+           m_budget.takeKeyOperation(keyOperationWeight(*key.key)) &&
+           mlDsa->verify(message, asBytes(m_context), octets);
+}
+
+// Signers that know RSA hand a digest to whatever signs, which these methods then hash once more.
+bool MessageGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
+    const bool all = depth == Depth::Exhaustive;
+    for (const TriedKey& key : m_keys) {
+        for (const ValueReading& value : m_values) {
+            if ((all || (key.deviation.code.empty() && value.deviation.code.empty())) &&
+                verifies(key, value, octets)) {
+                deviation = both(key.deviation, value.deviation);
+                return true;
+            }
+        }
+    }
+    for (const int hashId : all && !m_values.empty() ? allHashes() : std::vector<int>()) {
+        const std::string digest = digestOf(hashId, octets);
+        for (const TriedKey& key : m_keys) {
+            if (key.deviation.code.empty() && verifies(key, m_values.front(), asBytes(digest))) {
+                deviation = {cause::kHashOfHash,
+                             "the value is of the digest (" + hashName(hashId) + ")"};
+                return true;
             }
         }
     }

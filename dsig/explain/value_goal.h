@@ -4,6 +4,8 @@
 
 #include "dsig/explain/budget.h"
 #include "dsig/explain/goal.h"
+#include "dsig/verify/signature_method.h"
+#include "foundation/crypto/rsa/padding.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/keys/_vlPublicKey.h"
 
@@ -42,6 +44,7 @@ struct TriedSecret {
 struct ValueMethod {
     int hashId;
     bool isPss;
+    int saltLength = crypto::kAnySalt; // RSASSA-PSS
 };
 
 // A value of RSA. Each key is applied once: what it recovers is either a digest, which is then
@@ -115,6 +118,31 @@ private:
     std::vector<ValueReading> m_values;
     std::vector<TriedKey> m_keys;
     ValueMethod m_method;
+    Budget& m_budget;
+};
+
+// A value of EdDSA or ML-DSA: the same, over the octets themselves, for these methods hash in their
+// own ways.
+class MessageGoal final : public Goal {
+public:
+    MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
+                const SignatureMethod& method, std::string context, Budget& budget);
+
+    [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
+    [[nodiscard]] int knownHash() const override { return 0; }
+    [[nodiscard]] ByteView knownDigest() const override { return {}; }
+    [[nodiscard]] bool isDear() const override { return true; }
+    [[nodiscard]] std::uint64_t cost(std::size_t octets, Depth /*depth*/) const override {
+        return octets;
+    }
+
+private:
+    [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value, ByteView message);
+
+    std::vector<ValueReading> m_values;
+    std::vector<TriedKey> m_keys;
+    const SignatureMethod m_method;
+    std::string m_context;
     Budget& m_budget;
 };
 

@@ -26,7 +26,9 @@ inline constexpr KeySource kKeyInfoReference{"KeyInfoReference", true};
 inline constexpr KeySource kIssuerSerial{"X509IssuerSerial", false};
 inline constexpr KeySource kSubjectName{"X509SubjectName", false};
 inline constexpr KeySource kSubjectKeyId{"X509SKI", false};
+// The last of them may name one that the document carries as well.
 inline constexpr KeySource kX509Digest{"X509Digest", false};
+inline constexpr KeySource kX509DigestOfCarried{"X509Digest", true};
 inline constexpr KeySource kKeyName{"KeyName", false};
 // WS-Security: an identifier that names a certificate of the store, and one that is a certificate
 // itself. Reports give both the name of the element.

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/keys/signer.h"
 
-#include "dsig/document/fingerprint.h"
-#include "dsig/keys/document_certificates.h"
+#include "dsig/keys/carried_certificates.h"
 #include "dsig/keys/known_to_caller.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/crypto/hash/hash_ids.h"
@@ -11,18 +10,12 @@
 #include "foundation/x509/keys/key_der.h"
 
 #include <algorithm>
-#include <array>
-#include <map>
 #include <string>
 #include <string_view>
 
 namespace vantrel::dsig {
 
 namespace {
-
-// XML Signature 4.5.4, XAdES (ETSI TS 101 903), WS-Security: by local name in any namespace.
-constexpr std::array<std::string_view, 3> kCertificateElements = {
-    "X509Certificate", "EncapsulatedX509Certificate", "BinarySecurityToken"};
 
 void take(const VantrelX509& certificate, const std::shared_ptr<CertificateTexts>& texts,
           std::string_view source, SignerReport& signer) {
@@ -64,46 +57,17 @@ bool findInStore(SystemCerts* store, const _vlPublicKey& key, ByteView keyBits,
     return true;
 }
 
-CertificateCache::Entry decoded(Document& document, xml::ElementId element) {
-    StringBuffer base64;
-    Ref<ClsXml>::adopt(ClsXml::onElement(document.structure, element))->getContentSb(base64);
-    const LogNull log;
-    return certificateOfText(document.certificates, base64, log);
-}
-
-// The certificates of the document by their keys, the first of each: one pass for all signatures.
-const std::map<std::string, xml::ElementId>& certificatesByKey(Document& document) {
-    if (document.certificatesByKey) {
-        return *document.certificatesByKey;
-    }
-    std::map<std::string, xml::ElementId> found;
-    const xml::XmlDocument& structure = *document.structure;
-    for (xml::ElementId element = 0; element < structure.elementCount(); ++element) {
-        if (std::ranges::find(kCertificateElements, structure.localName(element)) ==
-            kCertificateElements.end()) {
-            continue;
-        }
-        const CertificateCache::Entry entry = decoded(document, element);
-        if (entry->certificate.isLoaded()) {
-            found.emplace(sha256Text(entry->certificate.subjectPublicKeyBits()), element);
-        }
-    }
-    document.certificatesByKey = std::move(found);
-    return *document.certificatesByKey;
-}
-
 void findInDocument(Document& document, const _vlPublicKey& key, ByteView keyBits,
                     SignerReport& signer) {
-    const auto& byKey = certificatesByKey(document);
-    const auto found = byKey.find(sha256Text(keyBits));
-    if (found == byKey.end()) {
+    const xml::ElementId element = carriedByKey(document, keyBits);
+    if (element == xml::kNoElement) {
         return;
     }
-    const CertificateCache::Entry entry = decoded(document, found->second);
+    const CertificateCache::Entry entry = carriedCertificate(document, element);
     if (!isCertificateOf(entry->certificate, key)) {
         return;
     }
-    const std::string_view name = document.structure->localName(found->second);
+    const std::string_view name = document.structure->localName(element);
     take(entry->certificate, entry->texts, *std::ranges::find(kCertificateElements, name), signer);
 }
 

@@ -2,6 +2,7 @@
 #include "dsig/keys/standard_keys.h"
 
 #include "dsig/document/standards.h"
+#include "dsig/keys/carried_certificates.h"
 #include "dsig/keys/certificate_keys.h"
 #include "dsig/keys/document_certificates.h"
 #include "dsig/keys/known_to_caller.h"
@@ -136,26 +137,39 @@ private:
     }
 
     // XML Signature 1.1, 4.5.4.1: the digest of a whole certificate. It proves nothing: it only
-    // says which certificate of the caller's is tried.
+    // says which certificate is tried, of the caller's or else of the document's.
     void addByDigest(const Part& part) {
         StringBuffer algorithm;
         DataBuffer stored;
         handle(part.element)->getAttrValue("Algorithm", algorithm);
         const int hashAlg = digestByIdentifier(algorithm.view());
-        if (m_query.store == nullptr || hashAlg == 0 || ++m_lookUps > kMostLookUps ||
+        if (hashAlg == 0 || ++m_lookUps > kMostLookUps ||
             !text::decodeBase64(contentOf(part.element).view(), stored) || stored.isEmpty()) {
             return;
         }
+        if (const VantrelX509* const certificate = givenWithDigest(hashAlg, stored)) {
+            add(candidateOf(*certificate, keysource::kX509Digest, m_log));
+            return;
+        }
+        const xml::ElementId carried = carriedByDigest(*m_query.document, hashAlg, stored.view());
+        if (carried != xml::kNoElement) {
+            addCertificate({carried, true, keysource::kX509DigestOfCarried});
+        }
+    }
+
+    [[nodiscard]] const VantrelX509* givenWithDigest(int hashAlg, const DataBuffer& stored) const {
         const VantrelX509* certificate = nullptr;
-        for (std::size_t i = 0; (certificate = m_query.store->certificateAt(i)) != nullptr; ++i) {
+        for (std::size_t i = 0;
+             m_query.store != nullptr && (certificate = m_query.store->certificateAt(i)) != nullptr;
+             ++i) {
             DataBuffer digest;
             const ByteView der = certificate->certificate();
             _vlHash::doHash(der.data(), static_cast<std::uint32_t>(der.size()), hashAlg, digest);
             if (digest.equals(stored)) {
-                add(candidateOf(*certificate, keysource::kX509Digest, m_log));
-                return;
+                return certificate;
             }
         }
+        return nullptr;
     }
 
     void add(CandidateKey candidate) {

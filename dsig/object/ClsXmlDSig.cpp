@@ -10,6 +10,7 @@
 #include "foundation/xml/tree/ClsXml.h"
 
 #include <exception>
+#include <optional>
 
 namespace vantrel {
 
@@ -99,6 +100,14 @@ bool ClsXmlDSig::SetLimit(XString& name, XString& value) {
         m_log.setLimit(m_state->limits.logOctets);
         return true;
     });
+}
+
+void ClsXmlDSig::SetLimits(const dsig::Limits& limits) {
+    const CritSecExitor lock(m_critSec);
+    const std::optional<io::Deadline> deadline = m_state->limits.deadline;
+    m_state->limits = limits;
+    m_state->limits.deadline = deadline;
+    m_log.setLimit(limits.logOctets);
 }
 
 void ClsXmlDSig::SetDeadline(int ms) {

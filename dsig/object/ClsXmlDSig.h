@@ -40,6 +40,7 @@ class ExternalParts;
 class SeenCertificates;
 struct Document;
 struct KeyQuery;
+struct Limits;
 struct ObjectState;
 struct Policy;
 struct Rules;
@@ -182,6 +183,8 @@ public:
     /// decimal number. False for a name or value that is none. Limits survive loads; set them
     /// before a document is loaded.
     bool SetLimit(XString& name, XString& value);
+    /// The same for all limits at once. A deadline that is set stays.
+    void SetLimits(const dsig::Limits& limits);
     /// Gives up on the document `ms` milliseconds from now (at least 1); set it before the document
     /// is loaded. The time is looked at before each piece of work on a reference and in searches
     /// for causes; once it is up verifications fail, and TimeIsUp tells that this says nothing of

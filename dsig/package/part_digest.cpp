@@ -5,103 +5,43 @@
 // implied (XML Signature 1.1, 4.4.3.2: octets stay octets).
 
 #include "dsig/document/child_elements.h"
+#include "dsig/document/standards.h"
 #include "dsig/package/package.h"
-#include "dsig/package/part_xml.h"
 #include "dsig/package/relationships.h"
 #include "dsig/reference/check_reference.h"
 #include "dsig/reference/digest_comparison.h"
-#include "dsig/reference/hash_sink.h"
-#include "dsig/transform/canonicalization_method.h"
-#include "dsig/transform/canonicalize_step.h"
+#include "dsig/reference/transform_list.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/crypto/hash/hasher.h"
-#include "foundation/text/encoders.h"
 #include "foundation/zip/zip_reader.h"
 
+#include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace vantrel::dsig {
 
 namespace {
 
-// The chain of transforms over the octets of a part (XML Signature 1.1, 4.4.3.2). Only those that
-// signers of packages use; any other ends it.
-class PartTransforms {
-public:
-    PartTransforms(const ReferenceQuery& query, DataBuffer& octets, ReferenceResult& result,
-                   LogBase& log)
-        : m_query(query), m_octets(octets), m_result(result), m_log(log) {}
-
-    RefReason run(const ClsXml& transforms) {
-        m_result.found.edit().isWhole = true;
-        for (const xml::ElementId child : childElements(transforms)) {
-            const Ref<ClsXml> transform = handleOn(transforms, child);
-            const RefReason outcome = runOne(*transform);
-            if (outcome != RefReason::Match) {
-                return outcome;
-            }
-        }
-        return RefReason::Match;
+// ECMA-376, part 2, 13.2.4.24: over the octets of a part. `isWhole` becomes false where it leaves
+// relationships out.
+RefReason keepRelationships(const ClsXml& transform, RecommendedData& data, bool& isWhole,
+                            LogBase& log) {
+    // Behind a transform that made nodes of the part it has nothing to work on.
+    if (data.isNodes()) {
+        log.LogError("The relationship transform is not the first of its list.");
+        return RefReason::TransformFailed;
     }
-
-private:
-    RefReason runOne(const ClsXml& transform) {
-        StringBuffer algorithm;
-        transform.getAttrValue("Algorithm", algorithm);
-        m_log.LogDataSb("transformAlgorithm", algorithm);
-        // The whole identifier: nothing that only resembles it has these rules.
-        if (algorithm.view() == kRelationshipTransform) {
-            DataBuffer kept;
-            bool isWhole = false;
-            const RefReason outcome =
-                transformRelationships(transform, m_octets, kept, isWhole, m_log);
-            m_result.found.edit().isWhole = m_result.found->isWhole && isWhole;
-            m_octets = kept;
-            return outcome;
-        }
-        if (namesInclusive(algorithm) || namesExclusive(algorithm)) {
-            return canonicalize(transform, algorithm);
-        }
-        if (algorithm.containsSubstring("xmldsig#base64")) {
-            return decode();
-        }
-        m_log.LogError("The transform is none that is carried out on parts of a package.");
-        return RefReason::UnsupportedTransform;
-    }
-
-    // Parsed anew for each: an XML part is small beside what is digested plainly.
-    RefReason canonicalize(const ClsXml& transform, const StringBuffer& algorithm) {
-        const Ref<ClsXml> root = parsePart(m_octets, m_log);
-        if (!root) {
-            return RefReason::NotCanonicalized;
-        }
-        WorkingText text(root->document(), m_query.document->account);
-        const RefReason outcome =
-            canonicalizeStep(&transform, text, algorithm, StringBuffer(), nullptr, Rules(),
-                             m_result.accommodations, m_log);
-        if (outcome == RefReason::Match) {
-            m_octets = DataBuffer(asBytes(text.text().view()));
-        }
-        return outcome;
-    }
-
-    // Strict, as base64 in documents is.
-    RefReason decode() {
-        DataBuffer decoded;
-        if (!ContentCoding::decodeBase64ToDb(asText(m_octets.view()).data(), m_octets.getSize(),
-                                             decoded)) {
-            return RefReason::TransformFailed;
-        }
-        m_octets = decoded;
-        return RefReason::Match;
-    }
-
-    const ReferenceQuery& m_query;
-    DataBuffer& m_octets;
-    ReferenceResult& m_result;
-    LogBase& m_log;
-};
+    DataBuffer kept;
+    bool allKept = false;
+    const RefReason outcome = transformRelationships(transform, data.octets(), kept, allKept, log);
+    isWhole = isWhole && allKept;
+    data.becomeOctets(std::move(kept));
+    return outcome;
+}
 
 } // namespace
 
@@ -141,12 +81,9 @@ RefReason Package::digestTransformed(const ReferenceQuery& query, const DSigRefe
                                      const zip::ZipMember& member, ReferenceResult& result,
                                      DataBuffer& digest, LogBase& log) {
     WorkAccount& account = query.document->account;
-    const ClsXml* const transforms = query.document->parsedTransforms(reference.m_transforms, log);
-    if (transforms == nullptr) {
-        return RefReason::Other;
-    }
-    if (!account.takeTransforms(childElements(*transforms).size(), log) ||
-        !account.takeOctets(member.size, log)) {
+    const std::vector<ListedTransform> list =
+        transformsOf(*query.document->structure, reference.m_element);
+    if (!account.takeOctets(member.size, log)) {
         return RefReason::LimitPassed;
     }
     DataBuffer octets;
@@ -156,14 +93,38 @@ RefReason Package::digestTransformed(const ReferenceQuery& query, const DSigRefe
         log.logText("partFault", fault);
         return RefReason::ExternalUnreadable;
     }
-    const RefReason outcome = PartTransforms(query, octets, result, log).run(*transforms);
+    // What an expression leaves of a part is not told: the part then does not count as covered.
+    bool isWhole = std::ranges::all_of(
+        list, [](const ListedTransform& one) { return !selectsNodes(one.algorithm); });
+    RecommendedData data(std::move(octets));
+    const OwnTransform own = [&](const ListedTransform& transform,
+                                 RecommendedData& before) -> std::optional<RefReason> {
+        // What this way reads beyond the usual rules, the caller may not want.
+        if (selectsNodes(transform.algorithm) && !standardsApply(log)) {
+            return RefReason::UnsupportedTransform;
+        }
+        // The whole identifier: nothing that only resembles it has these rules.
+        if (transform.algorithm != kRelationshipTransform) {
+            return std::nullopt;
+        }
+        const Ref<ClsXml> element = handleOn(*query.selection.signature, transform.element);
+        return keepRelationships(*element, before, isWhole, log);
+    };
+    xml::WorkBudget budget(account.stepsLeft());
+    CodeSet standards;
+    const RefReason outcome = runTransforms(query, list, own, budget, data, standards, log);
+    result.found.edit().isWhole = isWhole;
     if (outcome != RefReason::Match) {
         return outcome;
     }
-    result.octetCount = octets.getSize();
-    _vlHash::doHash(octets.getData2(), octets.getSize(), reference.getHashAlg(), digest);
+    if (!standards.codes().empty()) {
+        result.standards = std::move(standards);
+    }
+    result.octetCount = data.octets().getSize();
+    _vlHash::doHash(data.octets().getData2(), data.octets().getSize(), reference.getHashAlg(),
+                    digest);
     if (query.keepOctets) {
-        result.octets = octets;
+        result.octets = data.octets();
     }
     return RefReason::Match;
 }
@@ -197,9 +158,7 @@ void Package::check(const ReferenceQuery& query, const DSigReference& reference,
     if (result.reason != RefReason::Match) {
         return;
     }
-    digest.encodeDB("base64", result.computedDigest);
-    const bool equal = isStoredDigest(result.computedDigest, reference, log);
-    result.reason = equal ? RefReason::Match : RefReason::Mismatch;
+    compareDigest(digest, reference, result, log);
 }
 
 } // namespace vantrel::dsig

@@ -8,8 +8,6 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/tree/ClsXml.h"
 
-#include <string>
-
 namespace vantrel::dsig {
 
 // The root of a part that is XML, in the encoding that it declares; null after an error line.
@@ -22,13 +20,6 @@ namespace vantrel::dsig {
     }
     text.takeFromDb(bytes);
     return root->loadXml(text, false, log) ? std::move(root) : Ref<ClsXml>();
-}
-
-// Empty for an attribute that is not there.
-[[nodiscard]] inline std::string attributeOf(const ClsXml& element, const char* name) {
-    StringBuffer value;
-    element.getAttrValue(name, value);
-    return std::string(value.view());
 }
 
 } // namespace vantrel::dsig

@@ -29,6 +29,7 @@ constexpr DigestName kDigestNames[] = {
 
 bool DSigReference::parseReference(const ClsXml& referenceElement, LogBase& log) {
     const LogContextExitor context(log, "parseReference");
+    m_element = referenceElement.elementId();
     referenceElement.getAttrValue("Id", m_id);
     // An empty URI is the document; one that is not there is left to the application by XML
     // Signature 1.1, 4.4.3.1. Both are digested alike, and logs tell them apart.

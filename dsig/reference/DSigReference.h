@@ -3,6 +3,7 @@
 #define DSIG_REFERENCE_DSIGREFERENCE_H
 
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
 
 namespace vantrel {
 
@@ -44,6 +45,7 @@ public:
     StringBuffer m_digestMethod; // algorithm identifier
     StringBuffer m_transforms;   // the Transforms element as XML text, empty when there is none
     StringBuffer m_digestValue;  // base64 text without white space
+    xml::ElementId m_element = xml::kNoElement; // of the document that it was read from
 
 private:
     int m_standardHash = 0; // of a digest method of RFC 9231

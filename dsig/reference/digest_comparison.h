@@ -3,6 +3,8 @@
 #define DSIG_REFERENCE_DIGEST_COMPARISON_H
 
 #include "dsig/reference/DSigReference.h"
+#include "dsig/report/signature_report.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
 
@@ -17,6 +19,14 @@ namespace vantrel::dsig {
     log.LogDataSb("calculatedDigest", calculated);
     log.LogDataSb("storedRefDigest", reference.m_digestValue);
     return !calculated.isEmpty() && calculated.equals(reference.m_digestValue);
+}
+
+// The end of a check: `result` gets the digest and whether it is the stored one.
+inline void compareDigest(const DataBuffer& digest, const DSigReference& reference,
+                          ReferenceResult& result, LogBase& log) {
+    digest.encodeDB("base64", result.computedDigest);
+    const bool equal = isStoredDigest(result.computedDigest, reference, log);
+    result.reason = equal ? RefReason::Match : RefReason::Mismatch;
 }
 
 } // namespace vantrel::dsig

@@ -186,9 +186,7 @@ void checkExternalReference(const ReferenceQuery& query, const DSigReference& re
     if (result.reason != RefReason::Match) {
         return;
     }
-    digest.encodeDB("base64", result.computedDigest);
-    const bool equal = isStoredDigest(result.computedDigest, reference, log);
-    result.reason = equal ? RefReason::Match : RefReason::Mismatch;
+    compareDigest(digest, reference, result, log);
 }
 
 } // namespace vantrel::dsig

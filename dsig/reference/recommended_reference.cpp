@@ -6,13 +6,14 @@
 #include "dsig/reference/digest_comparison.h"
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/reference_target.h"
+#include "dsig/reference/transform_list.h"
 #include "dsig/report/causes.h"
-#include "dsig/transform/recommended_transforms.h"
+#include "dsig/transform/xpointer.h"
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/xml/canon/fragment_id.h"
-#include "foundation/xml/scan/start_tag.h"
-#include "foundation/xml/scan/values.h"
 
+#include <charconv>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,41 +29,6 @@ using xml::kNoElement;
 using xml::NodeBits;
 using xml::NodeId;
 
-// A Transform element of the loaded document.
-struct ListedTransform {
-    ElementId element;
-    std::string algorithm;
-};
-
-std::string algorithmOf(const xml::XmlDocument& document, ElementId element) {
-    xml::StartTagReader tag(document.text(), document.element(element).start);
-    std::string value;
-    for (xml::Attribute attribute; tag.next(attribute);) {
-        if (attribute.name == "Algorithm") {
-            xml::appendAttributeValue(attribute.raw, xml::AttributeType::Cdata, value);
-        }
-    }
-    return value;
-}
-
-std::vector<ListedTransform> transformsOf(const xml::XmlDocument& document, ElementId reference) {
-    std::vector<ListedTransform> found;
-    const auto isDsig = [&](ElementId element, std::string_view local) {
-        return document.localName(element) == local &&
-               document.namespaceUri(element) == xml::kXmlDsigNamespace;
-    };
-    for (ElementId list = document.firstChild(reference); list != kNoElement;
-         list = document.nextSibling(list)) {
-        for (ElementId child = isDsig(list, "Transforms") ? document.firstChild(list) : kNoElement;
-             child != kNoElement; child = document.nextSibling(child)) {
-            if (isDsig(child, "Transform")) {
-                found.push_back({child, algorithmOf(document, child)});
-            }
-        }
-    }
-    return found;
-}
-
 // The transforms that the usual way carries out as the recommendations have them, and may be asked
 // of any document that was changed: another attempt would only repeat the work.
 bool isUsual(const ListedTransform& transform) {
@@ -70,6 +36,23 @@ bool isUsual(const ListedTransform& transform) {
     return name == "http://www.w3.org/2000/09/xmldsig#enveloped-signature" ||
            name == "http://www.w3.org/TR/2001/REC-xml-c14n-20010315" ||
            name == "http://www.w3.org/2001/10/xml-exc-c14n#";
+}
+
+// RFC 3986, 2.1: what is no escape stays.
+std::string percentDecoded(std::string_view uri) {
+    std::string decoded;
+    for (std::size_t i = 0; i < uri.size(); ++i) {
+        unsigned octet = 0;
+        const char* const digits = uri.data() + i + 1;
+        if (uri[i] == '%' && uri.size() - i > 2 &&
+            std::from_chars(digits, digits + 2, octet, 16).ptr == digits + 2) {
+            decoded += static_cast<char>(octet);
+            i += 2;
+        } else {
+            decoded += uri[i];
+        }
+    }
+    return decoded;
 }
 
 // One reference on its way from its URI to its digest.
@@ -95,10 +78,14 @@ public:
 
     // `log` is told of a limit; of the rest it is of no interest why it failed.
     [[nodiscard]] bool run(ReferenceResult& result, LogBase& log) {
-        WorkAccount& account = m_query.document->account;
-        const bool digested = account.takeTransforms(m_transforms.size(), m_log) && process();
-        const bool enough = account.takeSteps(m_budget.taken(), !m_budget.passed(), log);
-        if (!digested || !enough) {
+        if (!dereference()) {
+            WorkAccount& account = m_query.document->account;
+            static_cast<void>(account.takeSteps(m_budget.taken(), !m_budget.passed(), log));
+            return false;
+        }
+        const RefReason outcome =
+            runTransforms(m_query, m_transforms, {}, m_budget, *m_data, m_standards, m_log);
+        if (outcome != RefReason::Match) {
             return false;
         }
         const DataBuffer& octets = m_data->octets();
@@ -117,24 +104,8 @@ public:
     }
 
 private:
-    static bool isPointer(std::string_view fragment) { return fragment.starts_with("xpointer("); }
-
-    [[nodiscard]] bool process() {
-        if (!dereference()) {
-            return false;
-        }
-        for (const ListedTransform& transform : m_transforms) {
-            if (!recommendedTransform(transform.algorithm, contextOf(transform.element), *m_data,
-                                      m_log)) {
-                return false;
-            }
-        }
-        return recommendedEnd(contextOf(kNoElement), *m_data, m_log);
-    }
-
-    RecommendedContext contextOf(ElementId transform) {
-        return {m_document, transform,  m_query.selection.element(), m_query.document->account,
-                m_budget,   m_standards};
+    static bool isPointer(std::string_view fragment) {
+        return fragment.starts_with("xpointer(") || fragment.starts_with("xmlns(");
     }
 
     // XML Signature 1.1, 4.4.3.2 and 4.4.3.3
@@ -151,7 +122,9 @@ private:
         ElementId element = kNoElement;
         const std::string_view fragment = m_target.text.view();
         const xml::FragmentTarget found = xml::resolveFragment(m_document, fragment, element);
-        if (found != xml::FragmentTarget::Document && found != xml::FragmentTarget::Element) {
+        // Of a pointer may be found what is no Id.
+        if (found == xml::FragmentTarget::NotUnique ||
+            (found == xml::FragmentTarget::NotFound && !isPointer(fragment))) {
             return false;
         }
         if (!m_query.document->account.takeOctets(m_document.text().size(), m_log)) {
@@ -167,6 +140,10 @@ private:
             NodeBits subtree(m_data->index().size());
             subtree.addRange(top, m_data->index()[top].next);
             m_data->nodes() = std::move(subtree);
+        } else if (found == xml::FragmentTarget::NotFound &&
+                   !selectByXPointer(percentDecoded(fragment), m_data->index(), m_budget,
+                                     m_data->nodes(), m_log)) {
+            return false;
         }
         ElementId withThatId = kNoElement;
         const bool pointer =
@@ -266,7 +243,6 @@ bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, 
     }
     DSigReference reference;
     reference.parseReference(*element, quiet);
-    reference.knowStandardDigests();
     if (!reference.digestMethodIsKnown()) {
         reference.knowStandardDigests();
     }

@@ -7,13 +7,26 @@ namespace vantrel::dsig {
 
 namespace {
 
-// Behind the tag, instruction or comment that begins at `start`. A ">" in an attribute value ends a
-// tag too early; what is left of it is then taken for text, and stays since it holds a quote.
+// Behind the tag that begins at `start`. Attribute values have double quotes in a canonical form,
+// and may hold a ">".
+std::size_t tagEnd(std::string_view form, std::size_t start) {
+    std::size_t at = form.find_first_of("\">", start);
+    while (at != std::string_view::npos && form[at] == '"') {
+        at = std::min(form.find('"', at + 1), form.size());
+        at = form.find_first_of("\">", at + 1);
+    }
+    return at == std::string_view::npos ? form.size() : at + 1;
+}
+
+// Behind the tag, instruction or comment that begins at `start`.
 std::size_t markupEnd(std::string_view form, std::size_t start) {
     const std::string_view rest = form.substr(start);
     const std::string_view close = rest.starts_with("<?")     ? "?>"
                                    : rest.starts_with("<!--") ? "-->"
-                                                              : ">";
+                                                              : "";
+    if (close.empty()) {
+        return tagEnd(form, start);
+    }
     const std::size_t found = form.find(close, start);
     return found == std::string_view::npos ? form.size() : found + close.size();
 }

@@ -51,6 +51,8 @@ constexpr std::array<std::string_view, MarkerCount> kMarkers = {
     marker::kLauStart,
 };
 
+constexpr text::NeedleSet kMarkerSet(kMarkers);
+
 // The profiles of which a document has at most one: the first whose markers are there.
 enum class Profile { Sii, PeruUbl, AttrSort, AttrSortAlways, CmaStp, SatDoda };
 
@@ -124,7 +126,7 @@ Rules withoutProfile(const Rules& before) {
 void detectProfile(std::string_view xml, Rules& rules, LogBase& log) {
     rules = withoutProfile(rules);
     std::array<std::size_t, MarkerCount> found{};
-    text::findAll(xml, kMarkers, found);
+    text::findAll(xml, kMarkerSet, found);
     const auto isThere = [&found](MarkerIndex index) {
         return found[index] != std::string_view::npos;
     };

@@ -52,8 +52,10 @@ inline constexpr std::string_view kAirSignatureMethod =
     "http://www.w3.org/TR/xmldsig-core#rsa-sha1";
 // Prescriptions of the English health service: the namespace of all elements around the signature.
 inline constexpr std::string_view kHl7Version3 = "urn:hl7-org:v3";
-// Vietnamese electronic invoices: the list of signatures.
+// Vietnamese electronic invoices: the list of signatures, and the Ids of an Object with the time.
 inline constexpr std::string_view kVietnamSignatures = "DSCKS";
+inline constexpr std::string_view kVietnamTimeStamp = "TimeStamp";
+inline constexpr std::string_view kVietnamSigningTime = "SigningTime";
 // Austrian security layer: the type of the reference to the signed properties (XAdES 1.1.1).
 inline constexpr std::string_view kSignedProperties111 =
     "http://uri.etsi.org/01903/v1.1.1#SignedProperties";

@@ -2,6 +2,7 @@
 #include "dsig/transform/recommended_transforms.h"
 
 #include "dsig/transform/node_coverage.h"
+#include "dsig/transform/xpointer.h"
 #include "foundation/text/encoders.h"
 #include "foundation/text/xml_encoding.h"
 #include "foundation/xml/canon/XmlCanon.h"
@@ -12,8 +13,10 @@
 #include "foundation/xml/scan/values.h"
 #include "foundation/xml/xpath/evaluator.h"
 
+#include <algorithm>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,6 +32,7 @@ using xml::NodeId;
 using xml::NodeSetMethod;
 
 constexpr std::string_view kFilter2Namespace = "http://www.w3.org/2002/06/xmldsig-filter2";
+constexpr std::string_view kXPointerTransform = "http://www.w3.org/2001/04/xmldsig-more/xptr";
 constexpr std::string_view kExclusiveNamespace = "http://www.w3.org/2001/10/xml-exc-c14n#";
 
 struct CanonicalizationName {
@@ -132,23 +136,13 @@ std::optional<xml::XPathExpression> compile(const RecommendedContext& context, E
     return expression;
 }
 
-bool asksHere(const xml::XPathExpression& expression) {
-    for (std::uint32_t i = 0; i < expression.partCount(); ++i) {
-        if (expression.part(i).op == xml::XPathOp::Call &&
-            expression.part(i).function == xml::XPathFunction::Here) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // here() is the element that bears the expression; of another document than the nodes it is an
 // error (XML Signature 1.1, 6.6.3.1).
 bool hooksFor(const RecommendedData& data, ElementId bearer, const xml::XPathExpression& expression,
               xml::XPathHooks& hooks, LogBase& log) {
     if (data.ofLoaded()) {
         hooks.here = data.index().ofElement(bearer);
-    } else if (asksHere(expression)) {
+    } else if (expression.calls(xml::XPathFunction::Here)) {
         log.LogError("The XPath expression asks for its place in a document that it is not in.");
         return false;
     }
@@ -177,19 +171,6 @@ bool xPathTransform(const RecommendedContext& context, RecommendedData& data, Lo
     context.standards.add(standard::kXPath);
     return xml::XPathEvaluator(*expression, data.index(), hooks, context.budget)
         .filter(data.nodes());
-}
-
-// A node stands for all nodes of its subtree.
-NodeBits subtreesOf(const xml::NodeIndex& index, const xml::NodeList& roots) {
-    NodeBits nodes(index.size());
-    NodeId done = 0;
-    for (const NodeId root : roots) {
-        if (index[root].next > done) {
-            nodes.addRange(root, index[root].next);
-            done = index[root].next;
-        }
-    }
-    return nodes;
 }
 
 // XML-Signature XPath Filter 2.0, 3: filters in their order over the whole document, the result
@@ -232,6 +213,24 @@ bool filter2Transform(const RecommendedContext& context, RecommendedData& data, 
     return !bearers.empty();
 }
 
+// RFC 9231, 2.5.1: an XPointer in an element of its own.
+bool xPointerTransform(const RecommendedContext& context, RecommendedData& data, LogBase& log) {
+    const auto bearers =
+        childrenNamed(context.document, context.transform, kXPointerTransform, "XPointer");
+    if (bearers.size() != 1 || !needNodes(context, data, log)) {
+        return false;
+    }
+    NodeBits selected;
+    if (!selectByXPointer(textOf(context.document, bearers.front()), data.index(), context.budget,
+                          selected, log)) {
+        return false;
+    }
+    data.nodes().intersect(selected);
+    data.leaveOut(exclusion::kXPath);
+    context.standards.add(standard::kXPointer);
+    return true;
+}
+
 // XML Signature 1.1, 6.6.4
 bool envelopedTransform(const RecommendedContext& context, RecommendedData& data, LogBase& log) {
     if (!data.ofLoaded()) {
@@ -271,14 +270,9 @@ bool base64Transform(const RecommendedContext& context, RecommendedData& data, L
     return true;
 }
 
-bool canonicalizeData(const CanonicalizationName& name, const RecommendedContext& context,
-                      RecommendedData& data, LogBase& log) {
-    if (!needNodes(context, data, log)) {
-        return false;
-    }
-    xml::NodeSetRequest request;
-    request.method = name.method;
-    request.withComments = name.withComments;
+// InclusiveNamespaces PrefixList of the transform.
+std::vector<std::string> prefixListOf(const CanonicalizationName& name,
+                                      const RecommendedContext& context) {
     std::vector<std::string> list;
     if (name.method == NodeSetMethod::Exclusive && context.transform != kNoElement) {
         for (const ElementId child : childrenNamed(context.document, context.transform,
@@ -286,7 +280,48 @@ bool canonicalizeData(const CanonicalizationName& name, const RecommendedContext
             list = splitAtSpace(attributeValue(context.document, child, "PrefixList"));
         }
     }
+    return list;
+}
+
+// Octets are canonicalized as a whole, for which no nodes are needed; the form is the same.
+bool canonicalizeOctets(const CanonicalizationName& name,
+                        std::span<const std::string_view> prefixes,
+                        const RecommendedContext& context, RecommendedData& data, LogBase& log) {
+    const auto document = data.takeDocument(context.account, log);
+    if (document == nullptr) {
+        return false;
+    }
+    xml::CanonRequest request;
+    request.method = name.method == NodeSetMethod::Exclusive ? xml::CanonMethod::Exclusive
+                                                             : xml::CanonMethod::Inclusive;
+    request.withComments = name.withComments;
+    request.prefixes = prefixes;
+    StringBuffer form;
+    xml::StringBufferSink sink(form, XmlCanon::formLimit(document->textBuffer()));
+    if (!xml::canonicalize(*document, request, sink)) {
+        XmlCanon::logFormLimit(log);
+        return false;
+    }
+    if (!context.account.takeOctets(form.getSize(), log)) {
+        return false;
+    }
+    data.becomeOctets(DataBuffer(asBytes(form.view())));
+    return true;
+}
+
+bool canonicalizeData(const CanonicalizationName& name, const RecommendedContext& context,
+                      RecommendedData& data, LogBase& log) {
+    const std::vector<std::string> list = prefixListOf(name, context);
     const std::vector<std::string_view> prefixes(list.begin(), list.end());
+    if (!data.isNodes() && name.method != NodeSetMethod::Inclusive11) {
+        return canonicalizeOctets(name, prefixes, context, data, log);
+    }
+    if (!needNodes(context, data, log)) {
+        return false;
+    }
+    xml::NodeSetRequest request;
+    request.method = name.method;
+    request.withComments = name.withComments;
     request.prefixes = prefixes;
     if (name.method == NodeSetMethod::Inclusive11) {
         context.standards.add(standard::kC14n11);
@@ -309,12 +344,14 @@ bool canonicalizeData(const CanonicalizationName& name, const RecommendedContext
 struct TransformEntry {
     std::string_view algorithm;
     bool (*run)(const RecommendedContext&, RecommendedData&, LogBase&);
+    bool selects = false;
 };
 constexpr TransformEntry kTransforms[] = {
-    {"http://www.w3.org/2000/09/xmldsig#enveloped-signature", envelopedTransform},
+    {"http://www.w3.org/2000/09/xmldsig#enveloped-signature", envelopedTransform, true},
     {"http://www.w3.org/2000/09/xmldsig#base64", base64Transform},
-    {"http://www.w3.org/TR/1999/REC-xpath-19991116", xPathTransform},
-    {kFilter2Namespace, filter2Transform},
+    {"http://www.w3.org/TR/1999/REC-xpath-19991116", xPathTransform, true},
+    {kFilter2Namespace, filter2Transform, true},
+    {kXPointerTransform, xPointerTransform, true},
 };
 
 } // namespace
@@ -337,26 +374,32 @@ void RecommendedData::coverageIsLost() {
     }
 }
 
-bool RecommendedData::parse(WorkAccount& account, xml::WorkBudget& budget, LogBase& log) {
+std::shared_ptr<const xml::XmlDocument> RecommendedData::takeDocument(WorkAccount& account,
+                                                                      LogBase& log) {
     const text::XmlEncoding encoding = text::convertXmlToUtf8(m_octets);
     if (!text::acceptEncoding(encoding, log) || !account.takeOctets(m_octets.getSize(), log)) {
-        return false;
+        return nullptr;
     }
     StringBuffer buffer;
-    buffer.setView(asText(m_octets.view()));
+    buffer.takeFromDb(m_octets);
     xml::ParseFailure why;
     auto document = xml::XmlDocument::parse(buffer, {}, why);
     if (document == nullptr) {
         xml::logParseFailure(why, log);
-        return false;
     }
-    m_index = xml::NodeIndex::make(std::move(document), budget);
+    return document;
+}
+
+bool RecommendedData::parse(WorkAccount& account, xml::WorkBudget& budget, LogBase& log) {
+    auto document = takeDocument(account, log);
+    if (document != nullptr) {
+        m_index = xml::NodeIndex::make(std::move(document), budget);
+    }
     if (m_index == nullptr) {
         return false;
     }
     m_nodes = NodeBits(m_index->size(), true);
     m_ofLoaded = false;
-    m_octets.clear();
     return true;
 }
 
@@ -369,24 +412,33 @@ void RecommendedData::becomeOctets(DataBuffer octets) {
     m_nodes = NodeBits();
 }
 
-bool recommendedTransform(std::string_view algorithm, const RecommendedContext& context,
-                          RecommendedData& data, LogBase& log) {
+RefReason recommendedTransform(std::string_view algorithm, const RecommendedContext& context,
+                               RecommendedData& data, LogBase& log) {
     for (const CanonicalizationName& name : kCanonicalizations) {
         if (name.algorithm == algorithm) {
-            return canonicalizeData(name, context, data, log);
+            return canonicalizeData(name, context, data, log) ? RefReason::Match
+                                                              : RefReason::NotCanonicalized;
         }
     }
     for (const TransformEntry& entry : kTransforms) {
         if (entry.algorithm == algorithm) {
-            return entry.run(context, data, log);
+            return entry.run(context, data, log) ? RefReason::Match : RefReason::TransformFailed;
         }
     }
     log.LogError("No transform of the recommendations.");
-    return false;
+    return RefReason::UnsupportedTransform;
 }
 
-bool recommendedEnd(const RecommendedContext& context, RecommendedData& data, LogBase& log) {
-    return !data.isNodes() || canonicalizeData(kCanonicalizations[0], context, data, log);
+RefReason recommendedEnd(const RecommendedContext& context, RecommendedData& data, LogBase& log) {
+    const bool isEnd =
+        !data.isNodes() || canonicalizeData(kCanonicalizations[0], context, data, log);
+    return isEnd ? RefReason::Match : RefReason::NotCanonicalized;
+}
+
+bool selectsNodes(std::string_view algorithm) noexcept {
+    return std::ranges::any_of(kTransforms, [algorithm](const TransformEntry& entry) {
+        return entry.selects && entry.algorithm == algorithm;
+    });
 }
 
 } // namespace vantrel::dsig

@@ -5,6 +5,7 @@
 #include "dsig/document/work_account.h"
 #include "dsig/report/codes.h"
 #include "dsig/report/coverage.h"
+#include "dsig/report/ref_reason.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/nodes/node_index.h"
@@ -44,6 +45,10 @@ public:
     void leaveOutSignature(xml::ElementId signature);
     // False after an error line where the octets are no XML, or a limit is passed.
     [[nodiscard]] bool parse(WorkAccount& account, xml::WorkBudget& budget, LogBase& log);
+    // The same without the nodes: for whoever takes the document as a whole. Null after an error
+    // line; the octets are gone.
+    [[nodiscard]] std::shared_ptr<const xml::XmlDocument> takeDocument(WorkAccount& account,
+                                                                       LogBase& log);
     void becomeOctets(DataBuffer octets);
     // Something was made of the nodes that no coverage can tell.
     void coverageIsLost();
@@ -68,14 +73,17 @@ struct RecommendedContext {
     CodeSet& standards; // gains the code of each construct beyond the usual ones
 };
 
-// Carries out one transform, by its whole identifier. False for one that is not known or cannot be
-// carried out; error lines say why. The data is then of no use.
-[[nodiscard]] bool recommendedTransform(std::string_view algorithm,
-                                        const RecommendedContext& context, RecommendedData& data,
-                                        LogBase& log);
+// Carries out one transform, by its whole identifier. Match, or why it is not carried out:
+// UnsupportedTransform, NotCanonicalized or TransformFailed; error lines say more. The data is then
+// of no use.
+[[nodiscard]] RefReason recommendedTransform(std::string_view algorithm,
+                                             const RecommendedContext& context,
+                                             RecommendedData& data, LogBase& log);
 // Canonical XML 1.0 without comments, where nodes are left at the end (XML Signature 1.1, 4.4.3.2).
-[[nodiscard]] bool recommendedEnd(const RecommendedContext& context, RecommendedData& data,
-                                  LogBase& log);
+[[nodiscard]] RefReason recommendedEnd(const RecommendedContext& context, RecommendedData& data,
+                                       LogBase& log);
+// Whether the transform of this identifier takes some nodes out and leaves others.
+[[nodiscard]] bool selectsNodes(std::string_view algorithm) noexcept;
 
 } // namespace vantrel::dsig
 

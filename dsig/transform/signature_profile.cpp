@@ -5,6 +5,7 @@
 #include "dsig/document/signed_info.h"
 #include "dsig/transform/profile_markers.h"
 
+#include <functional>
 #include <string>
 
 namespace vantrel::dsig {
@@ -14,12 +15,6 @@ namespace {
 using xml::ElementId;
 using xml::kNoElement;
 using xml::XmlDocument;
-
-std::string attributeText(const ClsXml& element, const char* name) {
-    StringBuffer value;
-    element.getAttrValue(name, value);
-    return std::string(value.view());
-}
 
 bool isElement(const XmlDocument& document, ElementId element, std::string_view space,
                std::string_view local) {
@@ -55,47 +50,67 @@ bool isNhsPrescription(const Selection& selection) {
     return true;
 }
 
-// The list of signatures of such an invoice holds one element for each of those who sign.
+// Whether one of the elements of this name among the children of `parent` is as asked.
+bool anyChild(const ClsXml& parent, std::string_view local,
+              const std::function<bool(const ClsXml& child)>& isAsked) {
+    for (const ElementId id : childElements(parent)) {
+        const Ref<ClsXml> child = handleOn(parent, id);
+        if (child->localName() == local && isAsked(*child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Whether a reference of SignedInfo is as asked.
+bool anyReference(const ClsXml& signature,
+                  const std::function<bool(const ClsXml& reference)>& isAsked) {
+    return anyChild(signature, "SignedInfo", [&](const ClsXml& signedInfo) {
+        return anyChild(signedInfo, "Reference", isAsked);
+    });
+}
+
+bool anyTransform(const ClsXml& reference,
+                  const std::function<bool(const ClsXml& transform)>& isAsked) {
+    return anyChild(reference, "Transforms", [&](const ClsXml& transforms) {
+        return anyChild(transforms, "Transform", isAsked);
+    });
+}
+
+// A reference to this Object with the transform that would take the Object away.
+bool isSignedAsEnveloped(const ClsXml& signature, const std::string& object) {
+    return anyReference(signature, [&](const ClsXml& reference) {
+        return attributeOf(reference, "URI") == "#" + object &&
+               anyTransform(reference, [](const ClsXml& transform) {
+                   return attributeOf(transform, "Algorithm").ends_with("#enveloped-signature");
+               });
+    });
+}
+
+// The list of signatures of such an invoice holds one element for each of those who sign; before it
+// was prescribed, the time stood in an Object of one of two Ids.
 bool isVietnamInvoice(const Selection& selection) {
     const XmlDocument& document = *selection.signature->document();
     const ElementId signer = document.parent(selection.element());
     const ElementId list = signer == kNoElement ? kNoElement : document.parent(signer);
-    return list != kNoElement && isElement(document, list, {}, marker::kVietnamSignatures);
-}
-
-// Whether a transform of the reference is a filter that selects what is signed.
-bool isFiltered(const ClsXml& reference) {
-    const Ref<ClsXml> transforms =
-        Ref<ClsXml>::adopt(reference.getChildWithTagUtf8("*:Transforms"));
-    if (!transforms) {
-        return false;
-    }
-    for (const ElementId child : childElements(*transforms)) {
-        const Ref<ClsXml> filter =
-            Ref<ClsXml>::adopt(handleOn(*transforms, child)->getChildWithTagUtf8("*:XPath"));
-        if (filter && attributeText(*filter, "Filter") == "intersect") {
-            return true;
-        }
-    }
-    return false;
+    return (list != kNoElement && isElement(document, list, {}, marker::kVietnamSignatures)) ||
+           anyChild(*selection.signature, "Object", [&](const ClsXml& object) {
+               const std::string id = attributeOf(object, "Id");
+               return (id == marker::kVietnamTimeStamp || id == marker::kVietnamSigningTime) &&
+                      isSignedAsEnveloped(*selection.signature, id);
+           });
 }
 
 // The signed properties of the first version of XAdES, selected by a filter.
-bool isAustriaSecurityLayer(const Selection& selection) {
-    const Ref<ClsXml> signedInfo =
-        Ref<ClsXml>::adopt(selection.signature->getChildWithTagUtf8("*:SignedInfo"));
-    if (!signedInfo) {
-        return false;
-    }
-    for (const ElementId child : childElements(*signedInfo)) {
-        const Ref<ClsXml> reference = handleOn(*signedInfo, child);
-        if (reference->localName() == "Reference" &&
-            attributeText(*reference, "Type") == marker::kSignedProperties111 &&
-            isFiltered(*reference)) {
-            return true;
-        }
-    }
-    return false;
+bool isAustriaSecurityLayer(const ClsXml& signature) {
+    return anyReference(signature, [](const ClsXml& reference) {
+        return attributeOf(reference, "Type") == marker::kSignedProperties111 &&
+               anyTransform(reference, [](const ClsXml& transform) {
+                   return anyChild(transform, "XPath", [](const ClsXml& filter) {
+                       return attributeOf(filter, "Filter") == "intersect";
+                   });
+               });
+    });
 }
 
 } // namespace
@@ -120,8 +135,8 @@ std::string_view profileName(const Selection& selection, std::string_view ofDocu
     case SignatureProfile::VietnamInvoice: return "vietnam-invoice";
     case SignatureProfile::None: break;
     }
-    const bool isAustrian =
-        ofDocument.empty() && selection.signature != nullptr && isAustriaSecurityLayer(selection);
+    const bool isAustrian = ofDocument.empty() && selection.signature != nullptr &&
+                            isAustriaSecurityLayer(*selection.signature);
     return isAustrian ? "austria-security-layer" : ofDocument;
 }
 

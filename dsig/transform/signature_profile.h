@@ -19,8 +19,8 @@ enum class SignatureProfile : std::uint8_t {
     VietnamInvoice,  // the enveloped-signature transform on an Object of the signature
 };
 
-// The profile of the selected signature; None without one. Nothing is allocated for a signature
-// whose place and Id are those of no profile, nor does the size of the document matter.
+// The profile of the selected signature; None without one. For references that the usual ways do
+// not settle: the children of the signature are looked at, whatever the size of the document.
 [[nodiscard]] SignatureProfile signatureProfile(const Selection& selection);
 // What a report calls the profile of the signature: its own, else `ofDocument`; signatures of the
 // Austrian security layer, whose filters need no rule of their own, are named as well. Reads

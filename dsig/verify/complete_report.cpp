@@ -18,12 +18,6 @@ namespace vantrel::dsig {
 
 namespace {
 
-std::string attributeOf(const ClsXml& element, const char* name) {
-    StringBuffer value;
-    element.getAttrValue(name, value);
-    return std::string(value.view());
-}
-
 void addStandard(std::string_view code, SignatureReport& report) {
     if (!code.empty()) {
         report.standards.add(code);

@@ -92,11 +92,17 @@ constexpr MethodIdentifier pss(std::string_view algorithm, int hash, std::string
 constexpr MethodIdentifier ecdsa(std::string_view algorithm, int hash, std::string_view code) {
     return {algorithm, {hash, kKeyTypeEcdsa, 0, {}, code}};
 }
-constexpr MethodIdentifier eddsa(std::string_view algorithm, std::string_view curve) {
-    return {algorithm, {kHashNone, kKeyTypeEdDsa, 0, curve, standard::kEdDsa}};
+constexpr MethodIdentifier eddsa(std::string_view algorithm, std::string_view curve,
+                                 bool withContext, bool preHashed) {
+    MethodIdentifier method{algorithm, {kHashNone, kKeyTypeEdDsa, 0, curve, standard::kEdDsa}};
+    method.method.withContext = withContext;
+    method.method.preHashed = preHashed;
+    return method;
 }
 constexpr MethodIdentifier mldsa(std::string_view algorithm, std::string_view set) {
-    return {algorithm, {kHashNone, kKeyTypeMlDsa, 0, set, standard::kMlDsa}};
+    MethodIdentifier method{algorithm, {kHashNone, kKeyTypeMlDsa, 0, set, standard::kMlDsa}};
+    method.method.withContext = true;
+    return method;
 }
 
 constexpr std::string_view kRsaPss = "http://www.w3.org/2007/05/xmldsig-more#rsa-pss";
@@ -118,8 +124,11 @@ constexpr MethodIdentifier kMethods[] = {
     pss("http://www.w3.org/2007/05/xmldsig-more#sha3-384-rsa-MGF1", kHashSha3_384, standard::kSha3),
     pss("http://www.w3.org/2007/05/xmldsig-more#sha3-512-rsa-MGF1", kHashSha3_512, standard::kSha3),
     pss(kRsaPss, kHashSha256, standard::kPssParams),
-    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519", "Ed25519"),
-    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed448", "Ed448"),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519", "Ed25519", false, false),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519ctx", "Ed25519", true, false),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519ph", "Ed25519", true, true),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed448", "Ed448", true, false),
+    eddsa("http://www.w3.org/2021/04/xmldsig-more#eddsa-ed448ph", "Ed448", true, true),
     mldsa("http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#ml-dsa-44", "ML-DSA-44"),
     mldsa("http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#ml-dsa-65", "ML-DSA-65"),
     mldsa("http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#ml-dsa-87", "ML-DSA-87"),
@@ -193,11 +202,14 @@ bool readPssParams(const ClsXml& element, SignatureMethod& method) {
 
 } // namespace
 
-bool readMlDsaContext(const ClsXml& element, DataBuffer& context) {
+bool readMethodContext(const SignatureMethod& method, const ClsXml& element, DataBuffer& context) {
     constexpr std::uint32_t kMostOctets = 255;
+    const char* const name =
+        method.keyType == kKeyTypeMlDsa ? "*:MLDSAContextString" : "*:EdDSAContextString";
     StringBuffer text;
-    return !element.getChildContentUtf8("*:MLDSAContextString", text, false) ||
-           (text::decodeBase64(text.view(), context) && context.getSize() <= kMostOctets);
+    return !element.getChildContentUtf8(name, text, false) ||
+           (method.withContext && text::decodeBase64(text.view(), context) &&
+            context.getSize() <= kMostOctets);
 }
 
 std::string_view standardOfMethod(std::string_view algorithmUri) {

@@ -42,6 +42,8 @@ struct SignatureMethod {
     // of its identifier were enough.
     std::string_view standard;
     int saltLength = crypto::kAnySalt; // RSASSA-PSS: in bytes, where the method names it
+    bool withContext = false;          // EdDSA, ML-DSA: readMethodContext may find one
+    bool preHashed = false;            // EdDSA
 
     // Whether what the value is over is hashed before a key is asked.
     [[nodiscard]] bool takesHash() const noexcept {
@@ -55,9 +57,10 @@ struct SignatureMethod {
 [[nodiscard]] SignatureMethod readSignatureMethod(const StringBuffer& algorithmUri,
                                                   const ClsXml* element, bool withStandards,
                                                   LogBase& log);
-// The context that a SignatureMethod of ML-DSA names (FIPS 204, 5.2); empty where it names none.
-// False for one that is not base64 or too long.
-[[nodiscard]] bool readMlDsaContext(const ClsXml& element, DataBuffer& context);
+// The context that a SignatureMethod names (RFC 8032, 2; FIPS 204, 5.2); empty where it names none.
+// False for one that is not base64 or too long, and where the method takes none.
+[[nodiscard]] bool readMethodContext(const SignatureMethod& method, const ClsXml& element,
+                                     DataBuffer& context);
 // The same as readSignatureMethod without the children. Only the code is of use.
 [[nodiscard]] std::string_view standardOfMethod(std::string_view algorithmUri);
 

@@ -5,11 +5,15 @@
 #include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/doda.h"
+#include "dsig/transform/recommended_transforms.h"
 #include "dsig/transform/working_text.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
+
+#include <utility>
 
 namespace vantrel::dsig {
 
@@ -156,6 +160,56 @@ bool makeSignedOctets(Document& document, const Selection& selection, const Rule
         log.LogBracketed("canonicalizedSignedInfo", out.text.view());
     }
     return true;
+}
+
+namespace {
+
+// Canonical XML 1.1, 2.4: xml:id is not inherited, and values of xml:base are joined.
+bool inheritsIdOrBase(const xml::XmlDocument& document, xml::ElementId element) {
+    for (xml::ElementId above = document.parent(element); above != xml::kNoElement;
+         above = document.parent(above)) {
+        xml::StartTagReader tag(document.text(), document.element(above).start);
+        for (xml::Attribute attribute; tag.next(attribute);) {
+            if (attribute.name == "xml:id" || attribute.name == "xml:base") {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool makeCanonical11Octets(Document& document, const Selection& selection, SignedOctets& out,
+                           CodeSet& standards, LogBase& log) {
+    const Ref<ClsXml> signedInfo =
+        Ref<ClsXml>::adopt(selection.signature->getChildWithTagUtf8("*:SignedInfo"));
+    if (out.route != "document" ||
+        !out.algorithm.beginsWith("http://www.w3.org/2006/12/xml-c14n11") || !signedInfo ||
+        signedInfo->document() != document.structure ||
+        !inheritsIdOrBase(*document.structure, signedInfo->elementId()) ||
+        !document.account.takeOctets(document.structure->text().size(), log)) {
+        return false;
+    }
+    xml::WorkBudget budget(document.account.stepsLeft());
+    auto index = xml::NodeIndex::make(document.structure, budget);
+    bool made = index != nullptr;
+    if (made) {
+        const xml::NodeId top = index->ofElement(signedInfo->elementId());
+        xml::NodeBits subtree(index->size());
+        subtree.addRange(top, (*index)[top].next);
+        RecommendedData data(std::move(index));
+        data.nodes() = std::move(subtree);
+        made = RefReason::Match ==
+               recommendedTransform(out.algorithm.view(),
+                                    {*document.structure, xml::kNoElement, selection.element(),
+                                     document.account, budget, standards},
+                                    data, log);
+        if (made) {
+            out.text.setView(asText(data.octets().view()));
+        }
+    }
+    return document.account.takeSteps(budget.taken(), !budget.passed(), log) && made;
 }
 
 } // namespace vantrel::dsig

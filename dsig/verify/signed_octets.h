@@ -44,6 +44,12 @@ struct SignedOctets {
                                     const DSigReference& first, SignedOctets& out,
                                     CodeSet& leniencies, LogBase& log);
 
+// Makes them anew with Canonical XML 1.1, where SignedInfo asks for it, `out` has it by Canonical
+// XML 1.0, and the two differ: SignedInfo inherits an xml:id or an xml:base. False, `out` as it
+// was, everywhere else. `standards` gains the code.
+[[nodiscard]] bool makeCanonical11Octets(Document& document, const Selection& selection,
+                                         SignedOctets& out, CodeSet& standards, LogBase& log);
+
 } // namespace vantrel::dsig
 
 #endif

@@ -185,7 +185,8 @@ bool verifyWithEcKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& 
 bool verifyWithEdwardsKey(const ValueQuery& query, const _vlPublicKey& key, LogBase& /*log*/) {
     const crypto::EdwardsKey& edwards = *key.getEdwardsKeyPtr();
     return edwards.curve().name == query.method.curve &&
-           edwards.verify(query.signedOctets.octets(), query.signature.view());
+           edwards.verifyVariant({query.method.withContext, query.method.preHashed, query.context},
+                                 query.signedOctets.octets(), query.signature.view());
 }
 
 // FIPS 204: the same.

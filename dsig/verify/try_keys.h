@@ -29,7 +29,7 @@ struct ValueQuery {
     KeyAccount& account; // begun for the signature
     // The limit of that account, for all signatures of the document together.
     std::uint64_t mostKeyOperations;
-    ByteView context = {}; // ML-DSA
+    ByteView context = {}; // EdDSA, ML-DSA
 };
 
 // What became of the search. Only `verified` says that the value is right; the rest is for the

@@ -37,7 +37,7 @@ struct SignedValue {
     DataBuffer value;
     StringBuffer method;   // its identifier
     SignatureMethod asked; // by it
-    DataBuffer context;    // ML-DSA
+    DataBuffer context;    // EdDSA, ML-DSA
     DataBuffer hash;       // of the octets; empty when the method names no digest
 };
 
@@ -107,16 +107,19 @@ void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
         Ref<ClsXml>::adopt(query.selection.signature->findChild("*:SignedInfo|*:SignatureMethod"));
     const SignatureMethod method = readSignatureMethod(value.method, element.get(), true, log);
     // Under another context than the signer's the value would look wrong.
-    if (method.keyType != kKeyTypeMlDsa || !element || readMlDsaContext(*element, value.context)) {
+    if (method.takesHash() || !element || readMethodContext(method, *element, value.context)) {
         value.asked = method;
     }
 }
 
-void digestOctets(SignedValue& value) {
-    const ByteView octets = value.octets.octets();
+// A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
+void hashSigned(SignedValue& value) {
     value.hash.clear();
-    _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()), value.asked.hashAlg,
-                    value.hash);
+    if (value.asked.hashAlg != kHashNone) {
+        const ByteView octets = value.octets.octets();
+        _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
+                        value.asked.hashAlg, value.hash);
+    }
 }
 
 // XML Signature 4.4.2: the identifier names a hash and a type of key. Both must be known, or there
@@ -141,10 +144,7 @@ bool hashOctets(const VerifyQuery& query, SignedValue& value, SignatureReport& r
         log.LogError("Key type not implemented yet by Vantrel.");
         return false;
     }
-    // A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
-    if (value.asked.hashAlg != kHashNone) {
-        digestOctets(value);
-    }
+    hashSigned(value);
     return true;
 }
 
@@ -252,7 +252,7 @@ void tryWithoutSpace(const VerifyQuery& query, const ValueQuery& asked, SignedVa
         return;
     }
     value.octets.text = withoutElementSpace(value.octets.text.view());
-    digestOctets(value);
+    hashSigned(value);
     const ValueOutcome second = tryKeys(asked, keys, log);
     if (second.verified || second.limitPassed) {
         outcome = second;
@@ -296,6 +296,45 @@ bool checkWithKeys(const VerifyQuery& query, SignedValue& value, SignatureReport
     return !outcome.endedEarly;
 }
 
+// As checkValue. Both need what the steps before them have found.
+bool checkByMethod(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
+                   LogBase& log) {
+    return value.asked.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
+                                               : checkWithKeys(query, value, report, log);
+}
+
+// Where the value is not that of the octets by Canonical XML 1.0: whether it is by 1.1, which is
+// asked for. Nothing is said of it where it is not.
+bool isValueByCanonical11(const VerifyQuery& query, SignedValue& value, SignatureReport& report,
+                          LogBase& log) {
+    if ((report.value != ValueCheck::Mismatch && report.value != ValueCheck::WrongKey) ||
+        !standardsApply(log)) {
+        return false;
+    }
+    LogNull quiet(log);
+    SignatureReport found;
+    if (!makeCanonical11Octets(*query.document, query.selection, value.octets, found.standards,
+                               quiet)) {
+        return false;
+    }
+    hashSigned(value);
+    static_cast<void>(checkByMethod(query, value, found, quiet));
+    if (found.value != ValueCheck::Valid) {
+        return false;
+    }
+    report.value = found.value;
+    report.keys = std::move(found.keys);
+    report.reason.clear();
+    for (const std::string_view code : found.standards.codes()) {
+        report.standards.add(code);
+    }
+    for (const std::string_view code : found.accommodations.codes()) {
+        report.accommodations.add(code);
+    }
+    log.LogInfo("The signature value is over SignedInfo by Canonical XML 1.1.");
+    return true;
+}
+
 // XML Signature 3.2.2, the value. False where the verification ends without a word on it. Each step
 // writes its own error line, and needs what those before it have found.
 bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
@@ -305,8 +344,8 @@ bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate
         !readValue(query, value, report, log) || !hashOctets(query, value, report, log)) {
         return false;
     }
-    return value.asked.keyType == kKeyTypeHmac ? checkHmac(query, value, report, log)
-                                               : checkWithKeys(query, value, report, log);
+    const bool summarise = checkByMethod(query, value, report, log);
+    return isValueByCanonical11(query, value, report, log) || summarise;
 }
 
 } // namespace

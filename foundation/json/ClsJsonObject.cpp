@@ -103,9 +103,7 @@ JsonValue& followOrMake(JsonValue& from, const Step& step) {
         return *known;
     }
     json::JsonMember member;
-    if (!member.name.appendView(step.name)) {
-        throw std::bad_alloc();
-    }
+    member.name = step.name;
     return from.members().emplace_back(std::move(member)).value;
 }
 
@@ -262,7 +260,8 @@ bool ClsJsonObject::update(std::string_view path, JsonValue value) {
 bool ClsJsonObject::UpdateString(const XString& path, const XString& value) {
     const CritSecExitor lock(m_critSec);
     return text::noThrow(false, [&] {
-        return update(path.getUtf8Sb().view(), JsonValue::ofText(value.getUtf8Sb().view()));
+        return update(path.getUtf8Sb().view(),
+                      JsonValue::ofText(std::string(value.getUtf8Sb().view())));
     });
 }
 
@@ -305,7 +304,7 @@ bool ClsJsonObject::Delete(const XString& path) {
     } else {
         std::vector<json::JsonMember>& members = parent->members();
         for (auto member = members.begin(); member != members.end(); ++member) {
-            if (member->name.view() == step.name) {
+            if (member->name == step.name) {
                 members.erase(member);
                 break;
             }

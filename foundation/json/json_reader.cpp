@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/json/json_tokens.h"
 #include "foundation/json/json_value.h"
+#include "foundation/text/StringBuffer.h"
 #include "foundation/text/utf8.h"
 
 #include <new>
+#include <string>
 #include <utility>
 
 namespace vantrel::json {
@@ -28,6 +30,7 @@ public:
 
 private:
     [[nodiscard]] bool readValue(JsonValue& value, std::size_t depth);
+    [[nodiscard]] bool readString(std::string& text);
     [[nodiscard]] bool readArray(JsonValue& value, std::size_t depth);
     [[nodiscard]] bool readObject(JsonValue& value, std::size_t depth);
 
@@ -39,8 +42,8 @@ bool Reader::readValue(JsonValue& value, std::size_t depth) {
     case '{': return readObject(value, depth + 1);
     case '[': return readArray(value, depth + 1);
     case '"': {
-        StringBuffer text;
-        if (!m_tokens.readString(&text)) {
+        std::string text;
+        if (!readString(text)) {
             return false;
         }
         value = JsonValue::ofText(std::move(text));
@@ -58,6 +61,20 @@ bool Reader::readValue(JsonValue& value, std::size_t depth) {
         return true;
     }
     }
+}
+
+bool Reader::readString(std::string& text) {
+    std::string_view plain;
+    if (m_tokens.readPlainString(plain)) {
+        text = plain;
+        return true;
+    }
+    StringBuffer read;
+    if (!m_tokens.readString(&read)) {
+        return false;
+    }
+    text = read.view();
+    return true;
 }
 
 // array = "[" [ value *( "," value ) ] "]"
@@ -92,10 +109,12 @@ bool Reader::readObject(JsonValue& value, std::size_t depth) {
     if (m_tokens.take('}')) {
         return true;
     }
+    constexpr std::size_t kUsualMembers = 8;
+    value.members().reserve(kUsualMembers);
     while (true) {
         m_tokens.skipSpace();
         JsonMember& member = value.members().emplace_back();
-        if (!m_tokens.readString(&member.name)) {
+        if (!readString(member.name)) {
             return false;
         }
         m_tokens.skipSpace();

@@ -43,16 +43,37 @@ void JsonTokens::skipSpace() noexcept {
     }
 }
 
+std::size_t JsonTokens::endOfRun() const noexcept {
+    const std::string_view text = m_text;
+    std::size_t at = m_at;
+    while (at < text.size() && text[at] != '"' && text[at] != '\\' &&
+           static_cast<unsigned char>(text[at]) >= 0x20) {
+        ++at;
+    }
+    return at;
+}
+
+bool JsonTokens::readPlainString(std::string_view& text) noexcept {
+    const std::size_t start = m_at;
+    if (take('"')) {
+        const std::size_t end = endOfRun();
+        text = m_text.substr(m_at, end - m_at);
+        m_at = end;
+        if (take('"')) {
+            return true;
+        }
+    }
+    m_at = start;
+    return false;
+}
+
 bool JsonTokens::readString(StringBuffer* out) {
     if (!take('"')) {
         return false;
     }
     while (true) {
         const std::size_t start = m_at;
-        while (m_at < m_text.size() && m_text[m_at] != '"' && m_text[m_at] != '\\' &&
-               static_cast<unsigned char>(m_text[m_at]) >= 0x20) {
-            ++m_at;
-        }
+        m_at = endOfRun();
         append(out, m_text.substr(start, m_at - start));
         if (take('"')) {
             return true;

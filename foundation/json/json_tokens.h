@@ -8,6 +8,10 @@
 #include <cstddef>
 #include <string_view>
 
+namespace vantrel {
+class StringBuffer;
+}
+
 namespace vantrel::json {
 
 // A forward cursor over the tokens of a JSON text (RFC 8259), which whoever makes something of one
@@ -31,7 +35,9 @@ public:
     [[nodiscard]] bool takeWord(std::string_view word) noexcept;
     void skipSpace() noexcept;
 
-    // A string; what it stands for is appended to `out`, where that is not null.
+    // A string without an escape, as it stands there; the cursor does not move for any other.
+    [[nodiscard]] bool readPlainString(std::string_view& text) noexcept;
+    // Any string; what it stands for is appended to `out`, where that is not null.
     [[nodiscard]] bool readString(StringBuffer* out);
     // A number, as it is written.
     [[nodiscard]] bool readNumber(std::string_view& number) noexcept;
@@ -40,6 +46,8 @@ public:
     [[nodiscard]] bool passValue();
 
 private:
+    // Where what stands for itself within a string ends.
+    [[nodiscard]] std::size_t endOfRun() const noexcept;
     [[nodiscard]] bool readEscape(StringBuffer* out);
     [[nodiscard]] bool readUnicodeEscape(StringBuffer* out);
     [[nodiscard]] bool readHex4(char32_t& unit) noexcept;

@@ -3,7 +3,7 @@
 
 #include <array>
 #include <charconv>
-#include <new>
+#include <utility>
 
 namespace vantrel::json {
 
@@ -16,22 +16,14 @@ JsonValue& JsonValue::operator=(const JsonValue& other) = default;
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
 JsonValue::~JsonValue() = default;
 
-JsonValue JsonValue::ofText(std::string_view text) {
+JsonValue JsonValue::ofText(std::string text) noexcept {
     JsonValue value(Kind::String);
-    if (!value.m_text.appendView(text)) {
-        throw std::bad_alloc();
-    }
-    return value;
-}
-
-JsonValue JsonValue::ofText(StringBuffer&& text) noexcept {
-    JsonValue value(Kind::String);
-    value.m_text.takeSb(text);
+    value.m_text = std::move(text);
     return value;
 }
 
 JsonValue JsonValue::ofNumberText(std::string_view number) {
-    JsonValue value = ofText(number);
+    JsonValue value = ofText(std::string(number));
     value.m_kind = Kind::Number;
     return value;
 }
@@ -60,7 +52,7 @@ bool JsonValue::integer(std::int64_t& out) const noexcept {
 
 const JsonValue* JsonValue::find(std::string_view name) const noexcept {
     for (const JsonMember& member : m_members) {
-        if (member.name.view() == name) {
+        if (member.name == name) {
             return &member.value;
         }
     }

@@ -2,10 +2,9 @@
 #ifndef FOUNDATION_JSON_JSON_VALUE_H
 #define FOUNDATION_JSON_JSON_VALUE_H
 
-#include "foundation/text/StringBuffer.h"
-
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -31,8 +30,7 @@ public:
     JsonValue& operator=(const JsonValue& other);
     JsonValue& operator=(JsonValue&& other) noexcept;
     ~JsonValue();
-    [[nodiscard]] static JsonValue ofText(std::string_view text);
-    [[nodiscard]] static JsonValue ofText(StringBuffer&& text) noexcept;
+    [[nodiscard]] static JsonValue ofText(std::string text) noexcept;
     // `number` must be the text of a JSON number.
     [[nodiscard]] static JsonValue ofNumberText(std::string_view number);
     [[nodiscard]] static JsonValue ofInteger(std::int64_t number);
@@ -42,7 +40,7 @@ public:
     [[nodiscard]] bool isObject() const noexcept { return m_kind == Kind::Object; }
     [[nodiscard]] bool isArray() const noexcept { return m_kind == Kind::Array; }
     // Text of a string, literal of a number; empty for the others.
-    [[nodiscard]] std::string_view text() const noexcept { return m_text.view(); }
+    [[nodiscard]] std::string_view text() const noexcept { return m_text; }
     // False when it is no number, or none that fits without rounding.
     [[nodiscard]] bool integer(std::int64_t& out) const noexcept;
 
@@ -58,13 +56,13 @@ public:
 
 private:
     Kind m_kind = Kind::Null;
-    StringBuffer m_text;
+    std::string m_text;
     std::vector<JsonValue> m_elements;
     std::vector<JsonMember> m_members;
 };
 
 struct JsonMember {
-    StringBuffer name;
+    std::string name;
     JsonValue value;
 };
 

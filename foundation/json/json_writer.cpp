@@ -5,6 +5,7 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -17,6 +18,15 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 bool standsAsItIs(char c) noexcept {
     const auto code = static_cast<unsigned char>(c);
     return code >= 0x20 && code < 0x7F && c != '"' && c != '\\';
+}
+
+// Whether all of it does; without an early end, so that it is looked at in wide steps.
+bool standsAsItIs(std::string_view text) noexcept {
+    bool all = true;
+    for (const char c : text) {
+        all = standsAsItIs(c) && all;
+    }
+    return all;
 }
 
 } // namespace
@@ -36,6 +46,24 @@ void JsonWriter::divide() {
     m_needsComma = true;
 }
 
+// Most strings are short and plain: those are put in one piece with what stands around them.
+void JsonWriter::putQuoted(std::string_view text, std::string_view behind) {
+    std::array<char, 256> room;
+    const std::string_view before = m_needsComma ? ",\"" : "\"";
+    if (before.size() + text.size() + behind.size() >= room.size() || !standsAsItIs(text)) {
+        divide();
+        quote(text);
+        put(behind);
+        return;
+    }
+    char* end = std::copy(before.begin(), before.end(), room.data());
+    end = std::copy(text.begin(), text.end(), end);
+    *end++ = '"';
+    end = std::copy(behind.begin(), behind.end(), end);
+    m_needsComma = true;
+    put({room.data(), static_cast<std::size_t>(end - room.data())});
+}
+
 void JsonWriter::open(char bracket) {
     divide();
     put({&bracket, 1});
@@ -48,16 +76,11 @@ void JsonWriter::close(char bracket) {
 }
 
 void JsonWriter::key(std::string_view name) {
-    divide();
-    quote(name);
-    put(":");
+    putQuoted(name, ":");
     m_needsComma = false;
 }
 
-void JsonWriter::text(std::string_view value) {
-    divide();
-    quote(value);
-}
+void JsonWriter::text(std::string_view value) { putQuoted(value, {}); }
 
 void JsonWriter::integer(std::int64_t value) {
     std::array<char, 24> digits{};
@@ -91,7 +114,7 @@ void JsonWriter::value(const JsonValue& value) {
     case JsonValue::Kind::Object:
         beginObject();
         for (const JsonMember& member : value.members()) {
-            key(member.name.view());
+            key(member.name);
             this->value(member.value);
         }
         endObject();

@@ -55,6 +55,8 @@ private:
     void divide();
     void put(std::string_view piece);
     void quote(std::string_view text);
+    // A string behind its comma, and `behind` behind it.
+    void putQuoted(std::string_view text, std::string_view behind);
 
     StringBuffer& m_out;
     std::uint64_t m_most = std::numeric_limits<std::uint64_t>::max();

@@ -3,7 +3,8 @@
 
 #include "foundation/text/multi_search_kernels.h"
 
-#include <vector>
+#include <algorithm>
+#include <bit>
 
 namespace vantrel::text {
 
@@ -11,88 +12,46 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
-// How seldom a byte stands in XML documents, roughly: the fingerprint is the rarest stretch of a
-// needle.
-int rarity(char c) noexcept {
-    constexpr std::string_view kCommon = "etaoinsrhlducmpfgv 0123456789";
-    if (kCommon.find(c) != std::string_view::npos) {
-        return 0;
-    }
-    if ((c >= 'a' && c <= 'z') || c == '<' || c == '>' || c == '/') {
-        return 1;
-    }
-    return 2;
-}
-
-// Offset of the fingerprint in a needle.
-std::size_t fingerprintOf(std::string_view needle) noexcept {
-    std::size_t best = 0;
-    int bestRarity = -1;
-    for (std::size_t at = 0; at + kFingerprint <= needle.size(); ++at) {
-        const int sum = rarity(needle[at]) + rarity(needle[at + 1]) + rarity(needle[at + 2]);
-        if (sum > bestRarity) {
-            best = at;
-            bestRarity = sum;
-        }
-    }
-    return best;
-}
-
 class MultiSearch final {
 public:
-    MultiSearch(std::span<const std::string_view> needles, std::span<std::size_t> found)
-        : m_needles(needles), m_found(found), m_fingerprints(needles.size()),
-          m_left(needles.size()) {
-        for (std::size_t i = 0; i < needles.size(); ++i) {
-            found[i] = kNone;
-            m_fingerprints[i] = fingerprintOf(needles[i]);
-            addToFilter(i);
-        }
+    MultiSearch(const NeedleSet& set, std::span<std::size_t> found) noexcept
+        : m_set(set), m_found(found), m_left(set.needles().size()) {
+        std::fill(found.begin(), found.end(), kNone);
     }
 
-    void run(std::string_view text, NextCandidate next) {
+    void run(std::string_view text, NextCandidate next) noexcept {
         std::size_t from = 0;
         while (m_left > 0) {
-            const Candidate candidate = next(m_filter, text, from);
+            const Candidate candidate = next(m_set.filter(), text, from);
             if (candidate.at == kNone) {
                 return;
             }
-            check(text, candidate);
+            for (unsigned left = candidate.buckets; left != 0; left &= left - 1) {
+                check(text, candidate.at, static_cast<std::size_t>(std::countr_zero(left)));
+            }
             from = candidate.at + 1;
         }
     }
 
 private:
-    void addToFilter(std::size_t needle) {
-        const auto bit = static_cast<std::uint8_t>(1U << (needle % kBuckets));
-        for (std::size_t k = 0; k < kFingerprint; ++k) {
-            const auto byte =
-                static_cast<std::uint8_t>(m_needles[needle][m_fingerprints[needle] + k]);
-            m_filter.byByte[k][byte] |= bit;
-            m_filter.byLowNibble[k][byte & 0x0F] |= bit;
-            m_filter.byHighNibble[k][byte >> 4] |= bit;
-        }
-    }
-
-    void check(std::string_view text, Candidate candidate) noexcept {
-        for (std::size_t i = 0; i < m_needles.size(); ++i) {
-            const bool inBucket = (candidate.buckets >> (i % kBuckets) & 1U) != 0;
-            if (!inBucket || m_found[i] != kNone || candidate.at < m_fingerprints[i]) {
+    // The needles of one bucket, whose fingerprints may begin at `at`.
+    void check(std::string_view text, std::size_t at, std::size_t bucket) noexcept {
+        const std::span<const std::string_view> needles = m_set.needles();
+        for (std::size_t i = bucket; i < needles.size(); i += kBuckets) {
+            if (m_found[i] != kNone || at < m_set.fingerprint(i)) {
                 continue;
             }
-            const std::size_t start = candidate.at - m_fingerprints[i];
-            if (text.compare(start, m_needles[i].size(), m_needles[i]) == 0) {
+            const std::size_t start = at - m_set.fingerprint(i);
+            if (text.substr(start).starts_with(needles[i])) {
                 m_found[i] = start;
                 --m_left;
             }
         }
     }
 
-    std::span<const std::string_view> m_needles;
+    const NeedleSet& m_set;
     std::span<std::size_t> m_found;
-    std::vector<std::size_t> m_fingerprints;
     std::size_t m_left;
-    MultiSearchFilter m_filter;
 };
 
 constexpr MultiSearchKernel kMultiSearchKernels[] = {
@@ -121,13 +80,12 @@ Candidate nextCandidatePortable(const MultiSearchFilter& filter, std::string_vie
 
 std::span<const MultiSearchKernel> multiSearchKernels() noexcept { return kMultiSearchKernels; }
 
-void findAllWith(const MultiSearchKernel& kernel, std::string_view text,
-                 std::span<const std::string_view> needles, std::span<std::size_t> found) {
+void findAllWith(const MultiSearchKernel& kernel, std::string_view text, const NeedleSet& needles,
+                 std::span<std::size_t> found) {
     MultiSearch(needles, found).run(text, kernel.run);
 }
 
-void findAll(std::string_view text, std::span<const std::string_view> needles,
-             std::span<std::size_t> found) {
+void findAll(std::string_view text, const NeedleSet& needles, std::span<std::size_t> found) {
     findAllWith(cpu::chosenKernel(kMultiSearchKernels), text, needles, found);
 }
 

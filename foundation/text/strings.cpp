@@ -30,14 +30,19 @@ namespace text {
 
 namespace {
 
-// Longer texts are left to memmem, whose cost is linear whatever they hold.
+// memmem prepares a table before it searches, which costs more than looking at a short text does.
 constexpr std::size_t kShortText = 256;
+// In longer ones as many places are looked at before the search is left to it: its cost is linear
+// whatever they hold, and most texts that are looked for are not there, nor their first letter.
+constexpr std::size_t kPlacesTried = 16;
 
-// The first occurrence in a short text. memmem prepares a table before it searches, which costs
-// more than looking at such a text does.
-const char* findInShort(std::string_view text, std::string_view needle) noexcept {
+// The first occurrence at one of the first `places` where the first letter stands. Null where that
+// is the end of the text; otherwise `from` := the offset that was come to.
+const char* findAtFirstLetter(std::string_view text, std::string_view needle, std::size_t places,
+                              std::size_t& from) noexcept {
     const char* at = text.data();
     const char* const behindStarts = text.data() + (text.size() - needle.size()) + 1;
+    from = std::string_view::npos;
     while (at != behindStarts) {
         at = static_cast<const char*>(
             std::memchr(at, needle.front(), static_cast<std::size_t>(behindStarts - at)));
@@ -45,8 +50,23 @@ const char* findInShort(std::string_view text, std::string_view needle) noexcept
             return at;
         }
         ++at;
+        if (--places == 0) {
+            from = static_cast<std::size_t>(at - text.data());
+            break;
+        }
     }
     return nullptr;
+}
+
+// `needle` has at least two letters, and is no longer than the text.
+const void* findLonger(std::string_view text, std::string_view needle) noexcept {
+    std::size_t from = 0;
+    const std::size_t places = text.size() <= kShortText ? text.size() : kPlacesTried;
+    const char* const found = findAtFirstLetter(text, needle, places, from);
+    if (found != nullptr || from == std::string_view::npos) {
+        return found;
+    }
+    return memmem(text.data() + from, text.size() - from, needle.data(), needle.size());
 }
 
 // Where one letter occurs next, found anew only once the search has passed it.
@@ -79,16 +99,10 @@ std::size_t findText(std::string_view text, std::string_view needle, std::size_t
     if (needle.empty()) {
         return from;
     }
-    const char* const start = text.data() + from;
-    const std::size_t length = text.size() - from;
-    const void* found = nullptr;
-    if (needle.size() == 1) {
-        found = std::memchr(start, needle.front(), length);
-    } else if (length <= kShortText) {
-        found = findInShort(text.substr(from), needle);
-    } else {
-        found = memmem(start, length, needle.data(), needle.size());
-    }
+    const std::string_view searched = text.substr(from);
+    const void* const found = needle.size() == 1
+                                  ? std::memchr(searched.data(), needle.front(), searched.size())
+                                  : findLonger(searched, needle);
     return found == nullptr
                ? std::string_view::npos
                : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());

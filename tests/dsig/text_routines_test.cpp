@@ -7,6 +7,7 @@
 #include "dsig/reference/adjacent_signatures.h"
 #include "dsig/report/coverage.h"
 #include "dsig/transform/chunk_removal.h"
+#include "dsig/transform/element_space.h"
 #include "dsig/transform/profile_markers.h"
 #include "dsig/transform/xpath_shapes.h"
 #include "dsig/verify/signature_method.h"
@@ -215,6 +216,9 @@ TEST(TextRoutines, ReverseSubjectName) {
 TEST(TextRoutines, ProfileAdjustments) {
     LogNull log;
     ClsXmlDSig verifier;
+    forEachVector(kFile, "ElementSpace", [&](VecCase& c) {
+        EXPECT_EQ(dsig::withoutElementSpace(c.escaped("In")).view(), c.escaped("Out")) << c.where();
+    });
     forEachVector(kFile, "ZatcaInvoice", [&](VecCase& c) {
         StringBuffer text = escapedText(c, "In");
         EXPECT_TRUE(verifier.zatcaTransformInvoice(text, log)) << c.where();

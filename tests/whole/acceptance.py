@@ -9,7 +9,7 @@ import json
 import subprocess
 import sys
 
-from authority import (CA, LEAF, TOOL, TSA, answer, der_of, expect, folder, issue, moment, note, openssl,
+from authority import (CA, LEAF, TOOL, TSA, answer, b64, der_of, expect, folder, issue, moment, note, openssl,
                        revocation_list, sign)
 from checks import check, finish
 
@@ -62,6 +62,12 @@ def try_keys():
            ["not-trusted", "not-vouched"], "no-path")
 
 
+def x509_data(crl):
+    held = "".join(f"<ds:X509Certificate>{b64(der_of(one))}</ds:X509Certificate>" for one in ("signer", "sub"))
+    octets = openssl("crl", "-in", f"{crl}.crl", "-outform", "DER")
+    return f"<ds:X509Data>{held}<ds:X509CRL>{b64(octets)}</ds:X509CRL></ds:X509Data>"
+
+
 def try_paths():
     document = note("signer", carried=("sub",))
     expect("a path", document, "--anchor root.pem --strict", None, warnings=[])
@@ -83,6 +89,9 @@ def try_paths():
     expect("no list", document, "--anchor root.pem --check-revocation", ["not-trusted"], "revocation-unknown")
     expect("all lists", note("signer", carried=("sub",), crls=("nothing",)),
            "--anchor root.pem --check-revocation --crl root-nothing.crl", None)
+    for name, refused in (("nothing", None), ("revoked", ["not-trusted"])):
+        expect(f"the list {name} in KeyInfo", note("signer", key_info=x509_data(name)),
+               "--anchor root.pem --check-revocation --crl root-nothing.crl", refused, refused and "revoked")
     expect("an answer of a responder", note("signer", carried=("sub",), answers=("good",)),
            "--anchor root.pem --check-revocation --crl root-nothing.crl", None)
     expect("revoked by an answer", note("signer", carried=("sub",), answers=("bad",)), "--anchor root.pem",

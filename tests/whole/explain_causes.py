@@ -31,7 +31,9 @@ DS = "http://www.w3.org/2000/09/xmldsig#"
 INCLUSIVE = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315"
 EXCLUSIVE = "http://www.w3.org/2001/10/xml-exc-c14n#"
 ENVELOPED = f'<ds:Transform Algorithm="{DS}enveloped-signature"/>'
-METHODS = {"rsa": "rsa-sha256", "ec": "ecdsa-sha256", "hmac": "hmac-sha256"}
+MORE = "http://www.w3.org/2001/04/xmldsig-more#"
+METHODS = {"rsa": MORE + "rsa-sha256", "ec": MORE + "ecdsa-sha256", "hmac": MORE + "hmac-sha256",
+           "ed": "http://www.w3.org/2021/04/xmldsig-more#eddsa-ed25519"}
 SECRET = b"16 octets secret"
 
 
@@ -65,7 +67,7 @@ class Maker:
 
     def signature(self, uri="", transforms=ENVELOPED, digest="sha256", canonicalization=EXCLUSIVE, keyinfo="", gap=""):
         return (f'<ds:Signature xmlns:ds="{DS}"><ds:SignedInfo>{gap}<ds:CanonicalizationMethod Algorithm="{canonicalization}"/>{gap}'
-                f'<ds:SignatureMethod Algorithm="http://www.w3.org/2001/04/xmldsig-more#{METHODS.get(self.key, "rsa-sha256")}"/>{gap}'
+                f'<ds:SignatureMethod Algorithm="{METHODS.get(self.key, METHODS["rsa"])}"/>{gap}'
                 f'<ds:Reference URI="{uri}"><ds:Transforms>{transforms}</ds:Transforms>'
                 f'<ds:DigestMethod Algorithm="http://www.w3.org/2001/04/xmlenc#{digest}"/><ds:DigestValue>@DIGEST@</ds:DigestValue>'
                 f'</ds:Reference>{gap}</ds:SignedInfo><ds:SignatureValue>@VALUE@</ds:SignatureValue>{keyinfo}</ds:Signature>')
@@ -392,11 +394,17 @@ def with_curve(m, octets, key):
     return b"".join(n.lstrip(b"\0").rjust(32, b"\0") for n in (first, second))
 
 
-SIGN = {"rsa": with_key, "ec": with_curve, "hmac": lambda m, o, key: hmac.new(SECRET, o, "sha256").digest()}
+def with_message(m, octets, key):
+    path = m.folder / "octets"
+    path.write_bytes(octets)
+    return run("openssl", "pkeyutl", "-sign", "-rawin", "-in", str(path), "-inkey", str(m.folder / f"{key}.key"))
+
+
+SIGN = {"rsa": with_key, "ec": with_curve, "ed": with_message, "hmac": lambda m, o, key: hmac.new(SECRET, o, "sha256").digest()}
 
 
 def kinds(m):
-    return m.rng.choice(["rsa", "ec", "hmac"])
+    return m.rng.choice(["rsa", "ec", "ed", "hmac"])
 
 
 def signed_info_line_ends(m):
@@ -433,7 +441,7 @@ def other_padding(m):
 
 
 def reversed_value(m):
-    return signed(m, m.rng.choice(["rsa", "ec"]), encode=lambda v: base64.b64encode(v[::-1]))
+    return signed(m, m.rng.choice(["rsa", "ec", "ed"]), encode=lambda v: base64.b64encode(v[::-1]))
 
 
 def value_encoding(m):
@@ -445,7 +453,7 @@ def secret_encoding(m):
 
 
 def hash_of_hash(m):
-    return signed(m, m.rng.choice(["rsa", "ec"]), lambda o: hashlib.sha256(o).digest())
+    return signed(m, m.rng.choice(["rsa", "ec", "ed"]), lambda o: hashlib.sha256(o).digest())
 
 
 def other_key_in_document(m):
@@ -468,7 +476,7 @@ def code_of(case):
 
 
 def make_keys(folder):
-    for name, kind in [("rsa", "rsa:2048"), ("other", "rsa:2048"), ("given", "rsa:2048"), ("ec", "ec")]:
+    for name, kind in [("rsa", "rsa:2048"), ("other", "rsa:2048"), ("given", "rsa:2048"), ("ec", "ec"), ("ed", "ed25519")]:
         curve = ["-pkeyopt", "ec_paramgen_curve:P-256"] if kind == "ec" else []
         run("openssl", "req", "-x509", "-newkey", kind, *curve, "-nodes", "-keyout", str(folder / f"{name}.key"),
             "-out", str(folder / f"{name}.crt"), "-subj", f"/CN={name}", "-days", "30")

@@ -132,15 +132,17 @@ def check_vietnam():
     kept = "enveloped.not-removed"
     time = '<Object Id="SigningTime"><SignatureProperties><SigningTime>2022</SigningTime></SignatureProperties></Object>'
     data = '<DLHDon Id="data"><NMua>A</NMua><Signature></Signature></DLHDon>'
-    def invoice(*transforms, signatures="DSCKS"):
-        signed = signature(ref("#SigningTime", in_signature(time), *transforms), ref("#data", data.encode(), ENVELOPED), objects=time)
+    def invoice(*transforms, signatures="DSCKS", ident="SigningTime"):
+        named = time.replace('"SigningTime"', f'"{ident}"')
+        signed = signature(ref(f"#{ident}", in_signature(named), *transforms), ref("#data", data.encode(), ENVELOPED), objects=named)
         return f"<HDon>{data}<{signatures}><NBan>{signed}</NBan></{signatures}></HDon>"
     document = invoice(ENVELOPED)
     expect("invoice", document, "valid", "vietnam-invoice", [kept], ["Object"], [])
     expect("invoice, without the transform", invoice(), "valid", "vietnam-invoice")
     expect("invoice, time changed", document.replace("2022", "2023"), "invalid", "vietnam-invoice")
     expect("invoice, data changed", document.replace("<NMua>A", "<NMua>B"), "invalid", "vietnam-invoice")
-    expect("not in the list of signatures", invoice(ENVELOPED, signatures="X"), "invalid")
+    expect("invoice of the older form", invoice(ENVELOPED, signatures="X"), "valid", "vietnam-invoice", [kept])
+    expect("another Id", invoice(ENVELOPED, signatures="X", ident="Time"), "invalid")
     report = json.loads(tool("verify", document, "--json"))
     check("the empty element is no signature", [s["id"] for s in report["signatures"]] == ["s"], report)
 

@@ -220,7 +220,7 @@ def try_named_keys():
         return note("signer", key_info="".join(f"<ds:KeyName>{name}</ds:KeyName>" for name in names))
 
     expect("a key by its name", named("CN=Signer, O=x"), ("--named-key", "CN=Signer, O=x=signer.pem", "--strict"), None,
-           warnings=[])
+           warnings=[], standards=["key-name"])
     text = subprocess.run([TOOL, "verify", "--named-key", "CN=Signer, O=x=signer.pem", "document.xml"], capture_output=True,
                           text=True, check=False, cwd=folder).stdout
     check("the source is told", "from KeyName" in text, text)

@@ -18,10 +18,11 @@ import zipfile
 
 import signing
 from checks import check, finish
-from signing import EXC, INC, in_signature, ref, signature
+from signing import DS, EXC, INC, in_signature, ref, signature
 
 TOOL = str(pathlib.Path(sys.argv[1]).resolve())
 OPC = "http://schemas.openxmlformats.org/package/2006/"
+XPATH = "http://www.w3.org/TR/1999/REC-xpath-19991116"
 RELATED = OPC + "RelationshipTransform"
 SIGNED = OPC + "relationships/digital-signature/"
 RELS_TYPE = "application/vnd.openxmlformats-package.relationships+xml"
@@ -210,12 +211,33 @@ def check_others():
     air = changed(epub, "mimetype", "application/vnd.adobe.air-application-installer-package+zip")
     expect("air", air, "valid", kind="air")
     expect("air, part taken out", changed(air, "OPS/a.xhtml", None), "invalid", missing=["META-INF/container.xml"])
+    parts = air[:3]
+    listed = f'<Manifest Id="PackageContents">{"".join(ref(n, c) for n, c in parts[1:])}</Manifest>'
+    packed = signature(ref("#PackageContents", in_signature(listed), INC), objects=f"<Object>{listed}</Object>", ident="PackageSignature",
+                       method="http://www.w3.org/TR/xmldsig-core#rsa-sha1", algorithm="sha1")
+    spread = f"<signatures>{packed}</signatures>".replace("><", ">\n  <")
+    report = expect("air, with white space", parts + [("META-INF/signatures.xml", spread)], "valid", kind="air")
+    check("its profile", report["signatures"][0]["profile"] == "air-package"
+          and "profile.space-left-out" in report["signatures"][0]["accommodations"], report["signatures"][0])
+    expect("air, with white space, changed", changed(parts, "OPS/a.xhtml", b"<b/>") + [("META-INF/signatures.xml", spread)], "invalid",
+           missing=["META-INF/container.xml", "OPS/a.xhtml"], cause="digest-mismatch")
     widget = [("config.xml", b'<widget xmlns="http://www.w3.org/ns/widgets"/>'), ("images/a.png", b"png")]
     author = signature(*(ref(n.replace("/", "%2F"), c) for n, c in widget))
     expect("widget", widget + [("author-signature.xml", author)], "valid", kind="widget")
     expect("widget, later file", widget + [("author-signature.xml", author), ("signature01.xml", author)], "valid",
            kind="widget", missing=["signature01.xml"])
     expect("any archive", [("a", b"1"), ("signature.xml", signature(ref("a", b"1")))], "valid", kind="zip")
+    def transformed_part(contents, octets, *transforms):
+        return [("a", contents), ("signature.xml", signature(ref("a", octets, *transforms)))]
+    without_b = f'<Transform Algorithm="{XPATH}"><XPath>not(self::b)</XPath></Transform>'
+    some = transformed_part(b"<a><b/>x</a>", b"<a>x</a>", without_b)
+    report = expect("an expression leaves a part out", some, "valid", missing=["a"])
+    check("its standard", report["signatures"][0]["standards"] == ["xpath"], report["signatures"][0])
+    expect("an expression, not wanted", some, "invalid", "--option", "GivenRulesOnly", missing=["a"], cause="unsupported-transform")
+    expect("base64, then XML", transformed_part(b"PGE gYj0nMScvPg==", b'<a b="1"></a>', f"{DS}base64", EXC), "valid")
+    expect("no base64", transformed_part(b"?", b"", f"{DS}base64"), "invalid", missing=["a"], cause="transform-failed")
+    expect("no XML", transformed_part(b"<a>", b"", INC), "invalid", missing=["a"], cause="transform-failed")
+    expect("unknown transform", transformed_part(b"1", b"1", "urn:x"), "invalid", missing=["a"], cause="unsupported-transform")
     expect("no package", [("a", b"1")], "error", cause="no signature document")
     fragment = [("a", b"1"), ("signature.xml", signature(ref("a#x", b"1")))]
     expect("a fragment of a part", fragment, "invalid", missing=["a"], cause="external-missing")

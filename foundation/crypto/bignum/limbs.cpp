@@ -3,8 +3,27 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 namespace vantrel::crypto {
+
+namespace {
+
+static_assert(sizeof(Limb) == 8);
+
+// One limb, big-endian.
+Limb loadLimb(const std::uint8_t* from) noexcept {
+    Limb limb = 0;
+    std::memcpy(&limb, from, sizeof limb);
+    return std::endian::native == std::endian::big ? limb : __builtin_bswap64(limb);
+}
+
+void storeLimb(std::uint8_t* to, Limb limb) noexcept {
+    limb = std::endian::native == std::endian::big ? limb : __builtin_bswap64(limb);
+    std::memcpy(to, &limb, sizeof limb);
+}
+
+} // namespace
 
 ByteView withoutLeadingZeros(ByteView bytes) noexcept {
     while (!bytes.empty() && bytes.front() == 0) {
@@ -20,22 +39,32 @@ bool loadBigEndian(std::span<Limb> z, ByteView bytes) noexcept {
     }
     std::size_t left = bytes.size();
     for (Limb& limb : z) {
-        const std::size_t count = std::min(left, sizeof(Limb));
+        if (left >= sizeof(Limb)) {
+            left -= sizeof(Limb);
+            limb = loadLimb(bytes.data() + left);
+            continue;
+        }
         limb = 0;
-        for (std::size_t i = left - count; i < left; ++i) {
+        for (std::size_t i = 0; i < left; ++i) {
             limb = limb << 8 | bytes[i];
         }
-        left -= count;
+        left = 0;
     }
     return true;
 }
 
 void storeBigEndian(std::span<std::uint8_t> out, std::span<const Limb> x) noexcept {
-    const std::size_t size = out.size();
-    for (std::size_t i = 0; i < size; ++i) {
-        const std::size_t limb = i / sizeof(Limb);
-        const Limb value = limb < x.size() ? x[limb] : 0;
-        out[size - 1 - i] = static_cast<std::uint8_t>(value >> (8 * (i % sizeof(Limb))));
+    std::size_t left = out.size();
+    for (std::size_t i = 0; left > 0; ++i) {
+        Limb limb = i < x.size() ? x[i] : 0;
+        if (left >= sizeof(Limb)) {
+            left -= sizeof(Limb);
+            storeLimb(out.data() + left, limb);
+            continue;
+        }
+        for (; left > 0; limb >>= 8) {
+            out[--left] = static_cast<std::uint8_t>(limb);
+        }
     }
 }
 

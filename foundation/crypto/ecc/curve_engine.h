@@ -20,8 +20,8 @@ public:
     virtual ~PreparedKey() = default;
 };
 
-// The arithmetic of one curve. Engines are made once, hold the curve's tables of the generator,
-// and do not change afterwards. Numbers are plain, of the curve's limbs. Variable time: public
+// The arithmetic of one curve. Engines are made once and hold the curve's tables of the generator;
+// nothing else of them changes. Numbers are plain, of the curve's limbs. Variable time: public
 // data only.
 class CurveEngine {
 public:

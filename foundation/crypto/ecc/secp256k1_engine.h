@@ -18,6 +18,7 @@ public:
 
     Secp256k1Engine(const Curve& curve, const Field& field) noexcept : Base(curve, field) {
         Base::enter(m_beta, kSecp256k1Beta);
+        Base::needAllPieces(); // the third table serves keys that are used once, too
     }
 
     bool satisfies(const CurveNumber& u1, const CurveNumber& u2, const CurveNumber& x,

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <span>
 
@@ -20,7 +21,8 @@ namespace vantrel::crypto {
 //
 // Sums of multiples are computed jointly: scalars in wNAF, one chain of doublings for all of them.
 // A scalar is cut into kPieces pieces when there are tables for P, 2^L P, 2^2L P, ..; the chain is
-// then only L doublings long. The generator always has such tables, a key when it is prepared.
+// then only L doublings long. A key has such tables when it is prepared, and the generator from
+// then on: a process that verifies one signature gets along with the first of them.
 template <class Field, CoefficientA kA> class WeierstrassEngine : public CurveEngine {
 public:
     using Arithmetic = CurveArithmetic<Field, kA>;
@@ -44,7 +46,7 @@ public:
           m_arithmetic(m_field, m_a) {
         enter(m_a, curve.a);
         enter(m_b, curve.b);
-        fillTables(std::span<GeneratorTable>(m_generator), point(curve.gx, curve.gy));
+        m_arithmetic.oddMultiples(std::span(m_generator[0]), point(curve.gx, curve.gy));
     }
 
     bool isOnCurve(const CurveNumber& x, const CurveNumber& y) const noexcept override {
@@ -85,6 +87,7 @@ public:
                                          const CurveNumber& y) const noexcept override {
         std::unique_ptr<Prepared> prepared(new (std::nothrow) Prepared);
         if (prepared) {
+            needAllPieces();
             fillTables(std::span<PreparedTable>(prepared->tables), point(x, y));
         }
         return prepared;
@@ -105,6 +108,13 @@ protected:
 
     [[nodiscard]] std::size_t pieceBits() const noexcept { return m_pieceBits; }
     [[nodiscard]] const Arithmetic& arithmetic() const noexcept { return m_arithmetic; }
+    // Makes the generator's tables behind the first, once.
+    void needAllPieces() const noexcept {
+        std::call_once(m_piecesMade, [this] {
+            fillTables(std::span<GeneratorTable>(m_generator), point(m_curve.gx, m_curve.gy), 1);
+        });
+    }
+    // Those behind the first are there once they were needed.
     [[nodiscard]] const GeneratorTable& generatorTable(std::size_t piece) const noexcept {
         return m_generator[piece];
     }
@@ -179,11 +189,15 @@ protected:
     }
 
 private:
+    // Tables for 2^(L i) `base`, from the `first` on.
     template <class Table>
-    void fillTables(std::span<Table> tables, const Affine& base) const noexcept {
+    void fillTables(std::span<Table> tables, const Affine& base,
+                    std::size_t first = 0) const noexcept {
         Affine p = base;
         for (std::size_t i = 0; i < tables.size(); ++i) {
-            m_arithmetic.oddMultiples(std::span(tables[i]), p);
+            if (i >= first) {
+                m_arithmetic.oddMultiples(std::span(tables[i]), p);
+            }
             if (i + 1 < tables.size()) {
                 Jacobian q{p.x, p.y, m_field.one()};
                 for (std::size_t bit = 0; bit < m_pieceBits; ++bit) {
@@ -200,7 +214,8 @@ private:
     Element m_a{};
     Element m_b{};
     Arithmetic m_arithmetic;
-    std::array<GeneratorTable, kPieces> m_generator;
+    mutable std::once_flag m_piecesMade;
+    mutable std::array<GeneratorTable, kPieces> m_generator;
 };
 
 } // namespace vantrel::crypto

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
+#include <string_view>
 
 namespace vantrel::crypto {
 
@@ -18,6 +20,19 @@ const EdwardsCurve kEd25519 = {"Ed25519", "1.3.101.112", 255, 32};
 const EdwardsCurve kEd448 = {"Ed448", "1.3.101.113", 448, 57};
 
 namespace {
+
+constexpr std::size_t kMostEdwardsContext = 255;
+constexpr std::size_t kPreHashBytes = 64; // of SHA-512, and what is taken of SHAKE256
+
+// RFC 8032, 2: dom2 and dom4 begin with a text of their own.
+template <class Hash>
+void appendDomain(Hash& hash, std::string_view begin, const EdwardsVariant& variant) noexcept {
+    const std::array<std::uint8_t, 2> flags = {static_cast<std::uint8_t>(variant.preHashed ? 1 : 0),
+                                               static_cast<std::uint8_t>(variant.context.size())};
+    hash.update(asBytes(begin));
+    hash.update(flags);
+    hash.update(variant.context);
+}
 
 // RFC 8032, 5.1
 struct Ed25519Params {
@@ -87,11 +102,18 @@ struct Ed25519Params {
         return EdwardsGroup<Ed25519Params>::isEqual(check, negative);
     }
 
+    static void preHash(std::span<std::uint8_t, kPreHashBytes> digest, ByteView message) noexcept {
+        hashBytes(kHashSha512, message, digest);
+    }
+
     // 5.1.7, step 2
-    static void challenge(ByteView r, ByteView key, ByteView message,
+    static void challenge(const EdwardsVariant& variant, ByteView r, ByteView key, ByteView message,
                           std::array<Limb, 8>& k) noexcept {
         std::array<std::uint8_t, 64> digest;
         Hasher hasher(kHashSha512);
+        if (variant.withContext || variant.preHashed) {
+            appendDomain(hasher, "SigEd25519 no Ed25519 collisions", variant);
+        }
         hasher.update(r);
         hasher.update(key);
         hasher.update(message);
@@ -161,13 +183,18 @@ struct Ed448Params {
         return EdwardsGroup<Ed448Params>::isEqual(check, u);
     }
 
-    // 5.2.7, step 2, with dom4(0, "") in front (section 2).
-    static void challenge(ByteView r, ByteView key, ByteView message,
+    static void preHash(std::span<std::uint8_t, kPreHashBytes> digest, ByteView message) noexcept {
+        Shake hasher(kShake256Rate);
+        hasher.update(message);
+        hasher.squeeze(digest);
+    }
+
+    // 5.2.7, step 2
+    static void challenge(const EdwardsVariant& variant, ByteView r, ByteView key, ByteView message,
                           std::array<Limb, 15>& k) noexcept {
-        constexpr std::string_view kDomain("SigEd448\0\0", 10);
         std::array<std::uint8_t, 114> digest;
         Shake hasher(kShake256Rate);
-        hasher.update(asBytes(kDomain));
+        appendDomain(hasher, "SigEd448", variant);
         hasher.update(r);
         hasher.update(key);
         hasher.update(message);
@@ -202,11 +229,13 @@ public:
     ByteView encoded() const noexcept override { return m_encoded; }
 
     // RFC 8032, 5.1.7 and 5.2.7
-    bool verify(ByteView message, ByteView signature) const noexcept override {
+    bool verifyVariant(const EdwardsVariant& variant, ByteView message,
+                       ByteView signature) const noexcept override {
         std::remove_const_t<Order> s{};
         std::remove_const_t<Order> k{};
         std::array<Limb, 2 * s.size() + (Params::kKeyBytes % 8 != 0 ? 1 : 0)> hash{};
-        if (signature.size() != 2 * Params::kKeyBytes) {
+        if (signature.size() != 2 * Params::kKeyBytes ||
+            variant.context.size() > kMostEdwardsContext) {
             return false;
         }
         const ByteView r = signature.first(Params::kKeyBytes);
@@ -215,7 +244,12 @@ public:
             !lessThan(s, Params::kOrder)) {
             return false;
         }
-        Params::challenge(r, m_encoded, message, hash);
+        std::array<std::uint8_t, kPreHashBytes> digest;
+        if (variant.preHashed) {
+            Params::preHash(digest, message);
+            message = digest;
+        }
+        Params::challenge(variant, r, m_encoded, message, hash);
         reduceModulo(k, hash, Params::kOrder);
 
         Point sum;

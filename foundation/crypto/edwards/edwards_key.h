@@ -25,6 +25,14 @@ extern const EdwardsCurve kEd448;
 [[nodiscard]] const EdwardsCurve* findEdwardsCurve(std::string_view name) noexcept;
 [[nodiscard]] const EdwardsCurve* findEdwardsCurveByOid(std::string_view oid) noexcept;
 
+// Which of the algorithms of a curve it is (RFC 8032, 5.1 and 5.2): Ed25519 and Ed448 without
+// anything; Ed25519ctx with a context alone; Ed25519ph and Ed448ph over a hash of the message.
+struct EdwardsVariant {
+    bool withContext = false; // without effect on Ed448, which always has one
+    bool preHashed = false;   // implies a context
+    ByteView context = {};    // usually empty; above 255 bytes it verifies nothing
+};
+
 // A public key of EdDSA. Immutable; threads may share it. Variable time: public data only.
 class EdwardsKey {
 public:
@@ -44,10 +52,14 @@ public:
     // As it was loaded, which is the only encoding of the point.
     [[nodiscard]] virtual ByteView encoded() const noexcept = 0;
 
-    // Whether `signature` is one of `message`: without context and without a hash before (Ed25519,
-    // Ed448). Strict: the encoding of R is compared octet for octet with S * B - k * A, which
-    // leaves out the cofactor, and S must be below the order of B.
-    [[nodiscard]] virtual bool verify(ByteView message, ByteView signature) const noexcept = 0;
+    // Whether `signature` is one of `message`. Strict: the encoding of R is compared octet for
+    // octet with S * B - k * A, which leaves out the cofactor, and S must be below the order of B.
+    [[nodiscard]] virtual bool verifyVariant(const EdwardsVariant& variant, ByteView message,
+                                             ByteView signature) const noexcept = 0;
+    // Of Ed25519 and Ed448.
+    [[nodiscard]] bool verify(ByteView message, ByteView signature) const noexcept {
+        return verifyVariant({}, message, signature);
+    }
 };
 
 } // namespace vantrel::crypto

@@ -41,8 +41,12 @@ bool hasId(const XmlDocument& document, ElementId element, std::string_view id) 
 }
 
 void appendWithoutSpace(std::string_view text, std::string& out) {
-    std::copy_if(text.begin(), text.end(), std::back_inserter(out),
-                 [](char c) { return !xml::isSpace(c); });
+    while (!text.empty()) {
+        const auto space = std::find_if(text.begin(), text.end(), xml::isSpace);
+        const auto run = static_cast<std::size_t>(space - text.begin());
+        out.append(text, 0, run);
+        text.remove_prefix(std::min(run + 1, text.size()));
+    }
 }
 
 // The element's own character data without its white space.

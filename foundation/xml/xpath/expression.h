@@ -130,6 +130,15 @@ public:
         return static_cast<std::uint32_t>(m_parts.size());
     }
     [[nodiscard]] std::uint32_t top() const noexcept { return m_top; }
+    // Whether the function stands anywhere in it.
+    [[nodiscard]] bool calls(XPathFunction function) const noexcept {
+        for (const XPathPart& each : m_parts) {
+            if (each.op == XPathOp::Call && each.function == function) {
+                return true;
+            }
+        }
+        return false;
+    }
     [[nodiscard]] const XPathOperand& operand(std::uint32_t number) const noexcept {
         return m_operands[number];
     }

@@ -37,14 +37,42 @@ bool isOfKeysAndAlgorithms(const std::string& group) {
            std::end(kOfKeysAndAlgorithms);
 }
 
-// What may be refused, and what is decided otherwise.
-bool isDecidedOtherwise(const json::JsonValue& entry) {
-    // Further forms of XPointer, and XPointer as a transform, are refused.
-    if (textOf(entry, "scope") == "optional") {
-        return true;
-    }
+// What the recommendations leave open or verifiers dispute, and what is said here; the last differs
+// from what the corpus expects.
+struct Decision {
+    std::string_view path;
+    const char* verdict;
+};
+constexpr Decision kDecisions[] = {
+    // Two elements have the Id: which of them is meant nobody can tell.
+    {"santuario/at/iaik/ixsil/coreFeatures/signatures/manifestSignatureWrapping.xml", "invalid"},
+    // The halves of an ECDSA value have the width of the order (XML Signature 1.1, 6.4.3), or the
+    // value is DER, which signers write by mistake and which is as unambiguous.
+    {"../../xmldsig/aleksey-xmldsig-01/enveloped-ecdsa-java-bug.xml", "invalid"},
+    {"../../xmldsig/aleksey-xmldsig-01/enveloping-sha256-ecdsa-sha256_padded.xml", "invalid"},
+    {"../../xmldsig/aleksey-xmldsig-01/enveloped-sha256-ecdsa-sha256-with-asn1.xml", "valid"},
+    {"../../xmldsig/aleksey-xmldsig-01/enveloping-sha512-ecdsa-sha512-with-asn1.xml", "valid"},
+    // An AssertionID is an Id.
+    {"santuario/org/apache/xml/security/test/javax/xml/crypto/dsig/envelopingSignature.xml",
+     "valid"},
+    {"santuario/org/apache/xml/security/samples/input/test-assertion.xml", "valid"},
+    // Without a URI it is the document that is meant.
+    {"xmlseclibs/xml-max-namespaces.xml", "valid"},
+    {"xmlseclibs/xml-max-transforms.xml", "valid"},
+    // A length above that of the hash cuts nothing, and the whole code is there.
+    {"made/hmac-longer.xml", "valid"},
     // Its Signature holds more than the schema has, which is a warning here (signature-structure).
-    return textOf(entry, "path") == "xml-crypto/static/saml_wrapped_signed_info_node.xml";
+    {"xml-crypto/static/saml_wrapped_signed_info_node.xml", "valid"},
+};
+
+// Empty where nothing was decided.
+std::string decision(const json::JsonValue& entry) {
+    for (const Decision& decided : kDecisions) {
+        if (decided.path == textOf(entry, "path")) {
+            return decided.verdict;
+        }
+    }
+    return {};
 }
 
 std::string verdict(const json::JsonValue& entry, const std::string& folder, const char* option,
@@ -66,9 +94,9 @@ TEST(Corpus, Recommendations) {
     const json::JsonValue entries = readManifest(folder + "/manifest.json", "entries");
     std::map<std::string, int> counts;
     for (const json::JsonValue& entry : entries.elements()) {
-        const std::string expected = textOf(entry, "expected_status");
-        if (expected.empty() || isOfKeysAndAlgorithms(textOf(entry, "group")) ||
-            isDecidedOtherwise(entry)) {
+        const std::string decided = decision(entry);
+        const std::string expected = decided.empty() ? textOf(entry, "expected_status") : decided;
+        if (decided.empty() && isOfKeysAndAlgorithms(textOf(entry, "group"))) {
             continue;
         }
         const std::string where = textOf(entry, "path") + " signature " +

@@ -23,6 +23,7 @@ const std::map<std::string, std::string> kGroups = {
     {"sha224", "sha224"},
     {"sha3", "sha3"},
     {"eddsa", "eddsa"},
+    {"eddsa-ctx-ph", "eddsa"},
     {"mldsa", "ml-dsa"},
     {"pss-params", "pss-params"},
     {"hmac-length", ""}, // a length that is that of the hash cuts nothing

@@ -39,6 +39,27 @@ TEST(Json, ReadsAndWritesEveryForm) {
     });
 }
 
+// Long and short, with what has to be escaped at the front, in the middle and at the end.
+TEST(Json, StringsOfEveryLengthComeBack) {
+    for (std::size_t size = 1; size < 300; ++size) {
+        for (const std::size_t odd : {size, std::size_t{0}, size / 2, size - 1}) {
+            std::string text(size, 'x');
+            if (odd < size) {
+                text[odd] = size % 2 == 0 ? '"' : '\n';
+            }
+            json::JsonValue object(json::JsonValue::Kind::Object);
+            object.members().push_back({text, json::JsonValue::ofText(text)});
+            const std::string json = written(object);
+            EXPECT_EQ(json.size(), 2 * size + (odd < size ? 9U : 7U));
+            json::JsonValue read;
+            std::size_t faultAt = 0;
+            ASSERT_TRUE(json::parseJson(json, read, faultAt)) << json;
+            EXPECT_EQ(read.members().at(0).name, text);
+            EXPECT_EQ(read.members().at(0).value.text(), text);
+        }
+    }
+}
+
 TEST(Json, SaysWhereATextStopsBeingJson) {
     forEachVector("json/json.vec", "invalid", [](VecCase& v) {
         json::JsonValue value = json::JsonValue::ofInteger(7);

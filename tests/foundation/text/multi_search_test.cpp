@@ -18,7 +18,7 @@ void compare(const std::string& text, const std::vector<std::string_view>& needl
             continue;
         }
         std::vector<std::size_t> found(needles.size());
-        text::findAllWith(kernel, text, needles, found);
+        text::findAllWith(kernel, text, text::NeedleSet(needles), found);
         for (std::size_t i = 0; i < needles.size(); ++i) {
             EXPECT_EQ(found[i], text.find(needles[i]))
                 << needles[i] << " in " << text.size() << " bytes, " << kernel.name;

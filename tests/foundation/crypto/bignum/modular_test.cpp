@@ -27,6 +27,27 @@ Number number(const Bytes& bytes, std::size_t limbs = 0) {
     return x;
 }
 
+// Bytes of every length to numbers and back, one octet after the other beside it.
+TEST(Limbs, BigEndianBytesOfEveryLength) {
+    for (std::size_t size = 0; size < 40; ++size) {
+        Bytes bytes(size);
+        Number plain(6);
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(3 + 7 * i);
+            const std::size_t bit = 8 * (size - 1 - i);
+            plain[bit / kLimbBits] |= Limb{bytes[i]} << (bit % kLimbBits);
+        }
+        EXPECT_EQ(number(bytes, plain.size()), plain) << size;
+        for (std::size_t room = size; room < size + 12; ++room) {
+            Bytes wanted(room - size);
+            wanted.insert(wanted.end(), bytes.begin(), bytes.end());
+            Bytes stored(room, 0xEE);
+            storeBigEndian(stored, plain);
+            EXPECT_EQ(stored, wanted) << size << " in " << room;
+        }
+    }
+}
+
 bool takes(const MontgomeryKernel& kernel, std::size_t limbs) {
     return limbs >= kernel.minLimbs && limbs <= kernel.maxLimbs && cpu::supports(kernel.needs);
 }

@@ -43,6 +43,24 @@ TEST(EdDsa, KnownAnswers) {
     });
 }
 
+// A context and a hash before are part of what is signed, and so is that they are there.
+TEST(EdDsa, VariantsAreToldApart) {
+    forEachVector("crypto/pubkey/eddsa.vec", "variant", [](VecCase& c) {
+        const std::unique_ptr<EdwardsKey> key = keyOf(c);
+        ASSERT_NE(key, nullptr) << c.where();
+        const bool preHashed = c.boolean("PreHashed");
+        const Bytes context = c.hex("Context");
+        const Bytes message = c.hex("Msg");
+        const Bytes signature = c.hex("Sig");
+        EXPECT_TRUE(key->verifyVariant({true, preHashed, context}, message, signature))
+            << c.where();
+        EXPECT_FALSE(key->verifyVariant({true, !preHashed, context}, message, signature));
+        EXPECT_FALSE(key->verifyVariant({true, preHashed, Bytes(256, 1)}, message, signature));
+        EXPECT_FALSE(key->verifyVariant({true, preHashed, Bytes(1, 1)}, message, signature));
+        EXPECT_FALSE(key->verify(message, signature)) << c.where();
+    });
+}
+
 // Encodings of y that are not below p, no point at all, a negative zero, another length.
 TEST(EdDsa, KeysThatAreNone) {
     forEachVector("crypto/pubkey/eddsa.vec", "no-key",

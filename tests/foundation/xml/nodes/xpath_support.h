@@ -112,7 +112,7 @@ inline Namespaces namespacesOf(const json::JsonValue& entry) {
     Namespaces namespaces;
     if (const json::JsonValue* const given = entry.find("namespaces"); given != nullptr) {
         for (const json::JsonMember& member : given->members()) {
-            namespaces[std::string(member.name.view())] = member.value.text();
+            namespaces[member.name] = member.value.text();
         }
     }
     return namespaces;
