@@ -200,8 +200,9 @@ function(vantrel_tool)
     add_executable(xmldsig_static EXCLUDE_FROM_ALL $<TARGET_OBJECTS:xmldsig_objects>)
     target_link_libraries(xmldsig_static PRIVATE vantrel_c vantrel_sandbox)
     target_link_options(xmldsig_static PRIVATE -static)
+    # At a fixed address: linkers differ in what they make of a static program that can be moved.
     set_target_properties(xmldsig_static PROPERTIES OUTPUT_NAME xmldsig RUNTIME_OUTPUT_DIRECTORY
-      "${PROJECT_BINARY_DIR}/static")
+      "${PROJECT_BINARY_DIR}/static" POSITION_INDEPENDENT_CODE OFF)
   endif()
 endfunction()
 

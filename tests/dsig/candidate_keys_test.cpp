@@ -158,6 +158,40 @@ TEST(CandidateKeys, EachKeyStandsBesideItsCertificate) {
     EXPECT_EQ(message.keys()[1].certificateTexts, keys[1].certificateTexts);
 }
 
+// Keys that share all their numbers but one are different keys.
+TEST(CandidateKeys, EveryNumberOfAKeyCounts) {
+    const auto rsa = [](std::string_view modulus, std::string_view exponent) {
+        return "<RSAKeyValue><Modulus>" + std::string(modulus) + "</Modulus><Exponent>" +
+               std::string(exponent) + "</Exponent></RSAKeyValue>";
+    };
+    const auto ec = [](const char* curve, const char* point) {
+        return std::string("<ECKeyValue><NamedCurve URI='urn:oid:") + curve + "'/><PublicKey>" +
+               point + "</PublicKey></ECKeyValue>";
+    };
+    const char* const p256 = "1.2.840.10045.3.1.7";
+    const std::string modulus = std::string(171, 'q') + 'r'; // odd
+    const std::string keys[] = {
+        rsa(modulus, "AQAB"),
+        rsa(modulus, "Aw=="),
+        rsa("s" + modulus.substr(1), "AQAB"),
+        ec(p256, "BMqUpvlPnCRk5a3SS6I/cTU6uzXtV1l0sCyFD3/SEdRwY79gfcMS2xaK/kXYFG3tT+HvXxXEjGBoyyZDK"
+                 "EaruZU="),
+        ec(p256, "BGsX0fLhLEJH+Lzm5WOkQPJ3A32BLeszoPShOUXYmMKWT+NC4v4af5uO5+tKfA+eFivOM1drMV7Oy7ZAa"
+                 "De/UfU="),
+    };
+    const auto load = [](const std::string& xml) {
+        Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+        EXPECT_TRUE(key->LoadXml(XString(xml))) << xml;
+        return key;
+    };
+    for (const std::string& one : keys) {
+        for (const std::string& other : keys) {
+            EXPECT_EQ(dsig::isSameKey(load(one)->key(), load(other)->key()), one == other)
+                << one << other;
+        }
+    }
+}
+
 TEST(CandidateKeys, NoSignatureLeavesTheKeysOfTheCaller) {
     RecordingLog log;
     dsig::CodeSet leniencies;

@@ -243,7 +243,9 @@ TEST(ClsBase, AppendsTheLogOfEachOperationToTheDebugLog) {
     object.put_DebugLogFilePath(path);
     object.Quiet();
     object.Quiet();
-    EXPECT_EQ(readText(folder.file("debug.log")), "Quiet:\nQuiet:\n");
+    object.Outer(true);
+    // An operation within another has its lines in those of the outer one, once.
+    EXPECT_EQ(readText(folder.file("debug.log")), "Quiet:\nQuiet:\n" + logOf(object));
     XString nowhere(folder.file("no/such/folder"));
     object.put_DebugLogFilePath(nowhere);
     EXPECT_TRUE(object.Quiet());

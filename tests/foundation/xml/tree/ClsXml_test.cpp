@@ -84,6 +84,38 @@ TEST(ClsXml, FollowsPaths) {
     });
 }
 
+// Every text over two letters against every pattern, by the definition: a star is any stretch.
+TEST(ClsXml, StarsStandForAnyStretch) {
+    std::vector<std::string> texts = {""};
+    std::vector<std::string> patterns = {""};
+    const auto grow = [](std::vector<std::string>& words, std::string_view letters) {
+        for (std::size_t i = 0; i < words.size() && words[i].size() < 5; ++i) {
+            for (const char letter : letters) {
+                words.push_back(words[i] + letter);
+            }
+        }
+    };
+    grow(texts, "ab");
+    grow(patterns, "ab*");
+    for (const std::string& pattern : patterns) {
+        for (const std::string& text : texts) {
+            // Which beginnings of the text the pattern so far matches.
+            std::vector<bool> matched(text.size() + 1);
+            matched[0] = true;
+            for (const char c : pattern) {
+                std::vector<bool> next(matched.size());
+                for (std::size_t i = 0; i < next.size(); ++i) {
+                    next[i] = c == '*' ? matched[i] || (i > 0 && next[i - 1])
+                                       : i > 0 && matched[i - 1] && text[i - 1] == c;
+                }
+                matched = next;
+            }
+            ASSERT_EQ(xml::matchesWildcards(text, pattern, false), matched.back())
+                << text << " " << pattern;
+        }
+    }
+}
+
 TEST(ClsXml, CountsAndVisitsChildren) {
     const LiveObjectCheck check;
     LogNull log;
