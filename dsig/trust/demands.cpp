@@ -112,10 +112,10 @@ bool hasWrittenAttributesOnly(const xml::XmlDocument& document) {
 }
 
 bool isUnambiguous(const JudgedSignature& it) {
-    constexpr std::array kAmbiguous = {
-        warning::kSignatureStructure,  warning::kContentExcluded,    warning::kCoverageUnknown,
-        warning::kReferencesNotSigned, warning::kExternalDtdNotRead, warning::kEncodingMismatch,
-        warning::kEntitiesUsed,        warning::kCommentsInText,     warning::kCdataInText};
+    constexpr std::array kAmbiguous = {warning::kSignatureStructure, warning::kContentExcluded,
+                                       warning::kCoverageUnknown,    warning::kReferencesNotSigned,
+                                       warning::kExternalDtdNotRead, warning::kEncodingMismatch,
+                                       warning::kEntitiesUsed,       warning::kCommentsInText};
     return it.document != nullptr && hasWrittenAttributesOnly(*it.document->structure) &&
            std::ranges::none_of(
                kAmbiguous,

@@ -143,11 +143,15 @@ bool ClsXml::getChild2(int index) {
 }
 
 bool ClsXml::contentOf(ElementId element, StringBuffer& out) const {
-    return element != kNoElement && text::noThrow(false, [&] {
-               std::string content;
-               xml::appendElementContent(*m_document, element, content);
-               return out.setView(content);
-           });
+    if (element == kNoElement) {
+        return false;
+    }
+    std::string content;
+    xml::appendElementContent(*m_document, element, content);
+    if (!out.setView(content)) {
+        throw std::bad_alloc();
+    }
+    return true;
 }
 
 bool ClsXml::getChildContentUtf8(const char* path, StringBuffer& out, bool /*unused*/) const {
@@ -160,9 +164,8 @@ bool ClsXml::getChildContentUtf8(const char* path, StringBuffer& out, bool /*unu
 }
 
 bool ClsXml::getAttrValue(const char* name, StringBuffer& out) const {
-    return m_document != nullptr && text::noThrow(false, [&] {
-               return xml::attributeValue(*m_document, m_element, NamePattern(viewOf(name)), out);
-           });
+    return m_document != nullptr &&
+           xml::attributeValue(*m_document, m_element, NamePattern(viewOf(name)), out);
 }
 
 bool ClsXml::getChildAttrValue(const char* tag, const char* name, StringBuffer& out) const {

@@ -26,7 +26,8 @@ class XmlDocument;
 // the last of them; the document cannot be changed. Every operation that returns a ClsXml* returns
 // a new handle with one reference, which is the caller's; null stands for "no such element", and
 // for nothing else: where there is no memory for a handle they throw std::bad_alloc, since an
-// element that seems not to be there could be one that a verdict rests on. A handle made by
+// element that seems not to be there could be one that a verdict rests on; so do those that read
+// contents and attributes. A handle made by
 // createNewCls has no document yet: it has no tag, no content and no children.
 //
 // Tags and paths. "*:Name" matches the local name under any prefix or none; any other tag matches

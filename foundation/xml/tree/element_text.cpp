@@ -6,6 +6,8 @@
 #include "foundation/xml/scan/values.h"
 #include "foundation/xml/tree/tag_pattern.h"
 
+#include <new>
+
 namespace vantrel::xml {
 namespace {
 
@@ -93,7 +95,10 @@ bool attributeValue(const XmlDocument& document, ElementId element, const NamePa
     bool found = false;
     forEachAttribute(document, element, [&](std::string_view name, std::string_view text) {
         const bool matches = pattern.matches(name);
-        found = matches && value.setView(text);
+        if (matches && !value.setView(text)) {
+            throw std::bad_alloc();
+        }
+        found = matches;
         return !matches;
     });
     return found;

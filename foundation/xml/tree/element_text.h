@@ -24,8 +24,8 @@ void appendElementContent(const XmlDocument& document, ElementId element, std::s
 template <class Visit>
 void forEachAttribute(const XmlDocument& document, ElementId element, const Visit& visit);
 
-// The value of the first attribute whose name satisfies `pattern`; false when there is none, or no
-// memory.
+// The value of the first attribute whose name satisfies `pattern`; false when there is none.
+// May throw std::bad_alloc.
 class NamePattern;
 [[nodiscard]] bool attributeValue(const XmlDocument& document, ElementId element,
                                   const NamePattern& pattern, StringBuffer& value);
