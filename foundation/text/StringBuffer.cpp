@@ -11,6 +11,7 @@
 namespace vantrel {
 
 using text::findText;
+using text::kNotFound;
 using text::viewOf;
 
 const char* StringBuffer::pCharAt(std::uint32_t index) const noexcept {
@@ -128,16 +129,16 @@ bool StringBuffer::endsWith(const char* suffix) const noexcept {
 }
 
 bool StringBuffer::containsSubstring(const char* text) const noexcept {
-    return findText(view(), viewOf(text)) != std::string_view::npos;
+    return findText(view(), viewOf(text)) != kNotFound;
 }
 
 bool StringBuffer::containsSubstringNoCase(const char* text) const noexcept {
-    return text::findTextNoCase(view(), viewOf(text)) != std::string_view::npos;
+    return text::findTextNoCase(view(), viewOf(text)) != kNotFound;
 }
 
 const char* StringBuffer::findSubstr(const char* text) const noexcept {
     const std::size_t at = findText(view(), viewOf(text));
-    return at == std::string_view::npos ? nullptr : getString() + at;
+    return at == kNotFound ? nullptr : getString() + at;
 }
 
 std::int32_t StringBuffer::indexOf(const char* text) const noexcept {
@@ -154,15 +155,13 @@ bool StringBuffer::matches(const char* pattern, bool caseSensitive) const noexce
     for (bool first = true;; first = false) {
         const std::size_t star = rest.find('*');
         const std::string_view piece = rest.substr(0, star);
-        if (star ==
-            std::string_view::npos) { // the last piece ends the text; the only piece is all of it
+        if (star == kNotFound) { // the last piece ends the text; the only piece is all of it
             const bool fits =
                 first ? whole.size() == piece.size() : whole.size() - at >= piece.size();
-            return fits &&
-                   find(whole, piece, whole.size() - piece.size()) != std::string_view::npos;
+            return fits && find(whole, piece, whole.size() - piece.size()) != kNotFound;
         }
         const std::size_t found = find(first ? whole.substr(0, piece.size()) : whole, piece, at);
-        if (found == std::string_view::npos) {
+        if (found == kNotFound) {
             return false;
         }
         at = found + piece.size();

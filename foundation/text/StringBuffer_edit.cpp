@@ -14,16 +14,17 @@
 namespace vantrel {
 
 using text::findText;
+using text::kNotFound;
 using text::viewOf;
 
 namespace {
 
 // A stretch of text between two markers.
 struct Delimited {
-    std::size_t start = std::string_view::npos; // of the start marker
-    std::size_t inner = 0;                      // after it
-    std::size_t innerEnd = 0;                   // of the end marker
-    std::size_t end = 0;                        // after it
+    std::size_t start = kNotFound; // of the start marker
+    std::size_t inner = 0;         // after it
+    std::size_t innerEnd = 0;      // of the end marker
+    std::size_t end = 0;           // after it
 };
 
 bool findDelimited(std::string_view text, std::string_view startMarker, std::string_view endMarker,
@@ -32,12 +33,12 @@ bool findDelimited(std::string_view text, std::string_view startMarker, std::str
         return false;
     }
     out.start = findText(text, startMarker, from);
-    if (out.start == std::string_view::npos) {
+    if (out.start == kNotFound) {
         return false;
     }
     out.inner = out.start + startMarker.size();
     out.innerEnd = findText(text, endMarker, out.inner);
-    if (out.innerEnd == std::string_view::npos) {
+    if (out.innerEnd == kNotFound) {
         return false;
     }
     out.end = out.innerEnd + endMarker.size();
@@ -100,7 +101,7 @@ bool StringBuffer::removeDelimitedIfContains(const char* start, const char* end,
     std::size_t from = 0;
     while (findDelimited(view(), viewOf(start), viewOf(end), from, found)) {
         const std::string_view inner = view().substr(found.inner, found.innerEnd - found.inner);
-        if (findText(inner, viewOf(required)) != std::string_view::npos) {
+        if (findText(inner, viewOf(required)) != kNotFound) {
             const std::size_t first = withStart ? found.start : found.inner;
             const std::size_t last = withEnd ? found.end : found.innerEnd;
             return m_bytes.splice(first, last - first, {});
@@ -113,14 +114,13 @@ bool StringBuffer::removeDelimitedIfContains(const char* start, const char* end,
 bool StringBuffer::removeBefore(const char* marker, bool removeMarkerToo) {
     const std::string_view text = viewOf(marker);
     const std::size_t at = findText(view(), text);
-    return at != std::string_view::npos &&
-           m_bytes.splice(0, removeMarkerToo ? at + text.size() : at, {});
+    return at != kNotFound && m_bytes.splice(0, removeMarkerToo ? at + text.size() : at, {});
 }
 
 bool StringBuffer::chopAtSubstr(const char* marker, bool keepMarker) {
     const std::string_view text = viewOf(marker);
     const std::size_t at = findText(view(), text);
-    if (at == std::string_view::npos || text.empty()) {
+    if (at == kNotFound || text.empty()) {
         return false;
     }
     m_bytes.truncate(static_cast<std::uint32_t>(keepMarker ? at + text.size() : at));
@@ -146,15 +146,15 @@ bool StringBuffer::replaceFirstOccurance(const char* find, const char* replaceme
     const std::size_t at =
         ignoreCase ? text::findTextNoCase(view(), wanted) : findText(view(), wanted);
     StringBuffer copy; // the replacement may be a part of this text
-    return at != std::string_view::npos && copy.append(replacement) &&
+    return at != kNotFound && copy.append(replacement) &&
            m_bytes.splice(at, wanted.size(), copy.view());
 }
 
 std::uint32_t StringBuffer::replaceAllOccurances(const char* find, const char* replacement) {
     const std::string_view wanted = viewOf(find);
     const std::string_view put = viewOf(replacement);
-    std::size_t at = wanted.empty() ? std::string_view::npos : findText(view(), wanted);
-    if (at == std::string_view::npos) {
+    std::size_t at = wanted.empty() ? kNotFound : findText(view(), wanted);
+    if (at == kNotFound) {
         return 0;
     }
     const std::string_view text = view();
@@ -162,7 +162,7 @@ std::uint32_t StringBuffer::replaceAllOccurances(const char* find, const char* r
     std::uint32_t count = 0;
     std::size_t copied = 0;
     bool ok = result.reserve(put.size() <= wanted.size() ? text.size() : at);
-    while (ok && at != std::string_view::npos) {
+    while (ok && at != kNotFound) {
         ok = result.append(text.data() + copied, at - copied) &&
              result.append(put.data(), put.size());
         ++count;
@@ -179,7 +179,7 @@ std::uint32_t StringBuffer::replaceAllOccurances(const char* find, const char* r
 void StringBuffer::replaceCharUtf8(char find, char replacement) {
     const char set[] = {find, '\0'};
     const std::size_t first = view().find(find);
-    if (find == '\0' || first == std::string_view::npos) {
+    if (find == '\0' || first == kNotFound) {
         return;
     }
     replaceChar5(set, replacement);
@@ -223,7 +223,7 @@ void StringBuffer::trim2() {
 
 void StringBuffer::trimInsideSpaces() {
     const std::size_t first = findText(view(), "  ");
-    if (first != std::string_view::npos) {
+    if (first != kNotFound) {
         removeWhere(m_bytes, first, [](char c, char next) { return c == ' ' && next == ' '; });
     }
 }
@@ -244,7 +244,7 @@ void StringBuffer::toLowerCase() {
 
 void StringBuffer::toLF() {
     const std::size_t first = view().find('\r');
-    if (first == std::string_view::npos) {
+    if (first == kNotFound) {
         return;
     }
     removeWhere(m_bytes, first, [](char c, char next) { return c == '\r' && next == '\n'; });
@@ -257,10 +257,10 @@ void StringBuffer::toCRLF() {
     bool ok = true;
     std::size_t copied = 0;
     std::size_t at = text.find_first_of("\r\n");
-    if (at == std::string_view::npos) {
+    if (at == kNotFound) {
         return;
     }
-    while (ok && at != std::string_view::npos) {
+    while (ok && at != kNotFound) {
         ok = result.append(text.data() + copied, at - copied) && result.append("\r\n", 2);
         copied = at + (text.substr(at, 2) == "\r\n" ? 2 : 1);
         at = text.find_first_of("\r\n", copied);

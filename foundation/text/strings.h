@@ -21,8 +21,10 @@ namespace text {
     return pointer == nullptr ? std::string_view{} : std::string_view(pointer);
 }
 
-// Position of the first `needle` at or after `from`, or npos. Time is linear in the text whatever
-// the needle is. An empty needle is found at `from`.
+inline constexpr std::size_t kNotFound = std::string_view::npos;
+
+// Position of the first `needle` at or after `from`, or kNotFound. Time is linear in the text
+// whatever the needle is. An empty needle is found at `from`.
 [[nodiscard]] std::size_t findText(std::string_view text, std::string_view needle,
                                    std::size_t from = 0) noexcept;
 // The same without regard to ASCII case; meant for short needles.
