@@ -29,14 +29,16 @@ struct LoadedDocument {
     int firstIndex = 0;
 };
 
-// Calls `work` with the document in a file, loaded, or with each signature document of a package
-// (`part`, empty for all); `prepare` (may be empty) gives each verifier its settings before. False,
-// with the reason in `complaint`, where one cannot be read, or when a step is. `options`: the part
-// and the limits.
+// What is done with each document: `prepare` (may be empty) gives a verifier its settings before it
+// loads one, `work` gets it loaded. False, with the reason in `complaint`, ends the run.
 struct DocumentSteps {
     std::function<bool(ClsXmlDSig& verifier, std::string& complaint)> prepare;
     std::function<bool(const LoadedDocument& document, std::string& complaint)> work;
 };
+
+// Takes the document in a file through the steps, or each signature document of a package: of
+// `options` the part (empty for all) and the limits count. False, with the reason in `complaint`,
+// where one cannot be read, or when a step is.
 [[nodiscard]] bool forEachDocument(const std::string& name, const VerifyOptions& options,
                                    const DocumentSteps& steps, std::string& complaint);
 // Options with nothing but the part that is named.

@@ -344,9 +344,26 @@ std::uint64_t RsaGoal::cost(std::size_t octets, Depth depth) const {
            kPaddingCheck * hashes * m_blocks.size();
 }
 
+KeyOperationGoal::KeyOperationGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
+                                   Budget& budget)
+    : m_values(std::move(values)), m_keys(std::move(keys)), m_budget(budget) {}
+
+bool KeyOperationGoal::anyVerifies(ByteView octets, bool all, Deviation& deviation) {
+    for (const TriedKey& key : m_keys) {
+        for (const ValueReading& value : m_values) {
+            if ((all || (key.deviation.code.empty() && value.deviation.code.empty())) &&
+                verifies(key, value, octets)) {
+                deviation = both(key.deviation, value.deviation);
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 CurveGoal::CurveGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
                      ValueMethod method, Budget& budget)
-    : m_values(std::move(values)), m_keys(std::move(keys)), m_method(method), m_budget(budget) {}
+    : KeyOperationGoal(std::move(values), std::move(keys), budget), m_method(method) {}
 
 // One operation of one key, where the budget allows it. The verdict in `verified` counts; a
 // malformed value is no error but a false one.
@@ -389,15 +406,9 @@ bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) 
     }
     for (const int hashId : hashes) {
         const std::string digest = digestOf(hashId, octets);
-        for (const TriedKey& key : m_keys) {
-            for (const ValueReading& value : m_values) {
-                if ((all || (key.deviation.code.empty() && value.deviation.code.empty())) &&
-                    verifies(key, value, asBytes(digest))) {
-                    deviation = both(both(key.deviation, value.deviation),
-                                     otherHash(hashId, m_method.hashId));
-                    return true;
-                }
-            }
+        if (anyVerifies(asBytes(digest), all, deviation)) {
+            deviation = both(deviation, otherHash(hashId, m_method.hashId));
+            return true;
         }
         // With the keys of the signature only: two mistakes at once are rare, and operations dear.
         for (const SecondHash& second : kSecondHashes) {
@@ -418,8 +429,8 @@ bool CurveGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) 
 
 MessageGoal::MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
                          const SignatureMethod& method, std::string context, Budget& budget)
-    : m_values(std::move(values)), m_keys(std::move(keys)), m_method(method),
-      m_context(std::move(context)), m_budget(budget) {}
+    : KeyOperationGoal(std::move(values), std::move(keys), budget), m_method(method),
+      m_context(std::move(context)) {}
 
 bool MessageGoal::verifies(const TriedKey& key, const ValueReading& value, ByteView message) {
     const ByteView octets = asBytes(value.octets);
@@ -440,14 +451,8 @@ bool MessageGoal::verifies(const TriedKey& key, const ValueReading& value, ByteV
 // Signers that know RSA hand a digest to whatever signs, which these methods then hash once more.
 bool MessageGoal::isReachedBy(ByteView octets, Depth depth, Deviation& deviation) {
     const bool all = depth == Depth::Exhaustive;
-    for (const TriedKey& key : m_keys) {
-        for (const ValueReading& value : m_values) {
-            if ((all || (key.deviation.code.empty() && value.deviation.code.empty())) &&
-                verifies(key, value, octets)) {
-                deviation = both(key.deviation, value.deviation);
-                return true;
-            }
-        }
+    if (anyVerifies(octets, all, deviation)) {
+        return true;
     }
     for (const int hashId : all && !m_values.empty() ? allHashes() : std::vector<int>()) {
         const std::string digest = digestOf(hashId, octets);

@@ -95,14 +95,10 @@ private:
     ValueMethod m_method;
 };
 
-// A value of DSA or ECDSA: every candidate costs an operation of each key. The digest is not in the
-// value: only the operation tells. So the search for single changes is not for it.
-class CurveGoal final : public Goal {
+// A value that hides its digest: every candidate costs an operation of each key, and only the
+// operation tells. So the search for single changes is not for it.
+class KeyOperationGoal : public Goal {
 public:
-    CurveGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys, ValueMethod method,
-              Budget& budget);
-
-    [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
     [[nodiscard]] int knownHash() const override { return 0; }
     [[nodiscard]] ByteView knownDigest() const override { return {}; }
     [[nodiscard]] bool isDear() const override { return true; }
@@ -111,39 +107,51 @@ public:
         return octets;
     }
 
-private:
-    // Charged to the budget; false as well when that is used up.
-    [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value, ByteView digest);
+protected:
+    KeyOperationGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys, Budget& budget);
+
+    // One operation of one key over a digest or a message. Charged to the budget; false as well
+    // when that is used up.
+    [[nodiscard]] virtual bool verifies(const TriedKey& key, const ValueReading& value,
+                                        ByteView octets) = 0;
+    // Whether any key with any reading of the value verifies; without `all` only where neither
+    // deviates. `deviation` := how both do.
+    [[nodiscard]] bool anyVerifies(ByteView octets, bool all, Deviation& deviation);
 
     std::vector<ValueReading> m_values;
     std::vector<TriedKey> m_keys;
-    ValueMethod m_method;
     Budget& m_budget;
 };
 
-// A value of EdDSA or ML-DSA: the same, over the octets themselves, for these methods hash in their
-// own ways.
-class MessageGoal final : public Goal {
+// A value of DSA or ECDSA, over a digest.
+class CurveGoal final : public KeyOperationGoal {
+public:
+    CurveGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys, ValueMethod method,
+              Budget& budget);
+
+    [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
+
+private:
+    [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value,
+                                ByteView digest) override;
+
+    ValueMethod m_method;
+};
+
+// A value of EdDSA or ML-DSA: over the octets themselves, for these methods hash in their own ways.
+class MessageGoal final : public KeyOperationGoal {
 public:
     MessageGoal(std::vector<ValueReading> values, std::vector<TriedKey> keys,
                 const SignatureMethod& method, std::string context, Budget& budget);
 
     [[nodiscard]] bool isReachedBy(ByteView octets, Depth depth, Deviation& deviation) override;
-    [[nodiscard]] int knownHash() const override { return 0; }
-    [[nodiscard]] ByteView knownDigest() const override { return {}; }
-    [[nodiscard]] bool isDear() const override { return true; }
-    [[nodiscard]] std::uint64_t cost(std::size_t octets, Depth /*depth*/) const override {
-        return octets;
-    }
 
 private:
-    [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value, ByteView message);
+    [[nodiscard]] bool verifies(const TriedKey& key, const ValueReading& value,
+                                ByteView message) override;
 
-    std::vector<ValueReading> m_values;
-    std::vector<TriedKey> m_keys;
     const SignatureMethod m_method;
     std::string m_context;
-    Budget& m_budget;
 };
 
 // A value of HMAC (RFC 2104). The secret is the caller's own. A false secret is refuted and never

@@ -58,13 +58,16 @@ xml::ElementId carriedByKey(Document& document, ByteView keyBits) {
 }
 
 xml::ElementId carriedByDigest(Document& document, int hashAlg, ByteView digest) {
-    auto [table, isNew] = document.certificatesByDigest.try_emplace(hashAlg);
-    if (isNew) {
-        table->second = makeCarriedTable(document, [&](const VantrelX509& certificate) {
+    auto table = document.certificatesByDigest.find(hashAlg);
+    // Entered when it is complete: without memory on the way there is none.
+    if (table == document.certificatesByDigest.end()) {
+        const auto digestOf = [&](const VantrelX509& certificate) {
             std::uint8_t octets[crypto::kMaxDigestSize];
             return std::string(
                 asText(crypto::hashBytes(hashAlg, certificate.certificate(), octets)));
-        });
+        };
+        table = document.certificatesByDigest.emplace(hashAlg, makeCarriedTable(document, digestOf))
+                    .first;
     }
     return find(table->second, asText(digest));
 }

@@ -5,18 +5,23 @@
 
 namespace vantrel::dsig {
 
-std::string nameOfUri(std::string_view uri) {
-    std::string name;
+std::string percentDecoded(std::string_view uri) {
+    std::string decoded;
     for (std::size_t i = 0; i < uri.size(); ++i) {
         const int high = uri[i] == '%' && i + 2 < uri.size() ? text::hexDigitValue(uri[i + 1]) : -1;
         const int low = high >= 0 ? text::hexDigitValue(uri[i + 2]) : -1;
         if (low < 0) {
-            name += uri[i];
+            decoded += uri[i];
             continue;
         }
-        name += static_cast<char>(16 * high + low);
+        decoded += static_cast<char>(16 * high + low);
         i += 2;
     }
+    return decoded;
+}
+
+std::string nameOfUri(std::string_view uri) {
+    std::string name = percentDecoded(uri);
     if (name.starts_with('/')) {
         name.erase(0, 1);
     }

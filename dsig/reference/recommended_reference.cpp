@@ -4,6 +4,7 @@
 #include "dsig/document/signed_info.h"
 #include "dsig/document/standards.h"
 #include "dsig/reference/digest_comparison.h"
+#include "dsig/reference/external_name.h"
 #include "dsig/reference/external_reference.h"
 #include "dsig/reference/reference_target.h"
 #include "dsig/reference/transform_list.h"
@@ -12,7 +13,6 @@
 #include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/xml/canon/fragment_id.h"
 
-#include <charconv>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -36,23 +36,6 @@ bool isUsual(const ListedTransform& transform) {
     return name == "http://www.w3.org/2000/09/xmldsig#enveloped-signature" ||
            name == "http://www.w3.org/TR/2001/REC-xml-c14n-20010315" ||
            name == "http://www.w3.org/2001/10/xml-exc-c14n#";
-}
-
-// RFC 3986, 2.1: what is no escape stays.
-std::string percentDecoded(std::string_view uri) {
-    std::string decoded;
-    for (std::size_t i = 0; i < uri.size(); ++i) {
-        unsigned octet = 0;
-        const char* const digits = uri.data() + i + 1;
-        if (uri[i] == '%' && uri.size() - i > 2 &&
-            std::from_chars(digits, digits + 2, octet, 16).ptr == digits + 2) {
-            decoded += static_cast<char>(octet);
-            i += 2;
-        } else {
-            decoded += uri[i];
-        }
-    }
-    return decoded;
 }
 
 // One reference on its way from its URI to its digest.
