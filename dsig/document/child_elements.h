@@ -19,7 +19,7 @@ namespace vantrel::dsig {
     std::vector<xml::ElementId> children;
     const xml::XmlDocument& document = *parent.document();
     for (xml::ElementId child = document.firstChild(parent.elementId()); child != xml::kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(parent.elementId(), child)) {
         children.push_back(child);
     }
     return children;

@@ -164,7 +164,7 @@ bool CanonWalker::passHole(std::uint32_t& at) {
         m_out.skipTo(at);
         while (m_nextElement < m_document.elementCount() &&
                m_document.element(m_nextElement).start < at) {
-            m_nextElement = m_document.element(m_nextElement).next;
+            m_nextElement = m_document.subtreeEnd(m_nextElement);
         }
         m_tags.goOnAt(m_nextElement);
     }

@@ -110,10 +110,10 @@ std::uint32_t DocumentScanner::readDoctype(std::uint32_t at) {
 
 // Reads from behind the root's start tag to behind its end tag.
 bool DocumentScanner::readContent(std::uint32_t& at) {
-    while (m_current != kNoElement) {
+    while (!m_open.empty()) {
         at = m_window.find<kMarkupStops>(at);
         if (at >= m_size) [[unlikely]] {
-            fail(at, "The document ends inside the element", m_document.qualifiedName(m_current));
+            fail(at, "The document ends inside the element", nameOf(m_open.back()));
             return false;
         }
         if (m_text[at] != '<') [[unlikely]] {
@@ -149,11 +149,11 @@ bool DocumentScanner::readEpilog(std::uint32_t at) {
     return true;
 }
 
-// True when the `length` bytes of the end tag's name at `at` are those of the start tag's name.
-bool DocumentScanner::matchesOpenTag(std::uint32_t at, std::uint32_t length,
-                                     std::uint32_t start) const noexcept {
-    const char* const opened = m_text + start + 1;
+// True when the end tag's name at `at` begins with the start tag's name.
+bool DocumentScanner::matchesOpenTag(std::uint32_t at, const Open& open) const noexcept {
+    const char* const opened = m_text + open.name;
     const char* const closed = m_text + at;
+    const std::uint32_t length = open.nameLength;
 #if defined(__SSE2__)
     // One comparison of 32 bytes for every usual name, whatever its length.
     if (length <= 32 && m_size - at >= 32) [[likely]] {
@@ -172,27 +172,22 @@ bool DocumentScanner::matchesOpenTag(std::uint32_t at, std::uint32_t length,
 }
 
 std::uint32_t DocumentScanner::closeElement(std::uint32_t end) noexcept {
-    ElementRecord& record = m_document.m_elements[m_current];
-    // While an element is open, `next` is the height of the undo list at its start.
-    while (m_rebound.size() > record.next) {
+    const Open& closed = m_open.back();
+    while (m_rebound.size() > closed.reboundBefore) {
         m_bound[m_rebound.back().prefixId] = m_rebound.back().before;
         m_rebound.pop_back();
     }
-    record.end = end;
-    record.next = m_document.elementCount();
-    m_current = record.parent;
-    --m_depth;
+    m_document.m_elements[closed.element].end = end;
+    m_open.pop_back();
     return end;
 }
 
 std::uint32_t DocumentScanner::readEndTag(std::uint32_t at) {
-    const ElementRecord& record = m_document.m_elements[m_current];
-    // While an element is open, `end` is the length of its name.
-    const std::uint32_t length = record.end;
-    if (!matchesOpenTag(at + 2, length, record.start)) [[unlikely]] {
+    const Open& open = m_open.back();
+    if (!matchesOpenTag(at + 2, open)) [[unlikely]] {
         return readOddEndTag(at);
     }
-    const std::uint32_t behind = at + 2 + length;
+    const std::uint32_t behind = at + 2 + open.nameLength;
     if (m_text[behind] != '>') [[unlikely]] {
         return readOddEndTag(at);
     }
@@ -201,8 +196,7 @@ std::uint32_t DocumentScanner::readEndTag(std::uint32_t at) {
 
 // An end tag with white space in it, or a wrong one.
 std::uint32_t DocumentScanner::readOddEndTag(std::uint32_t at) {
-    const ElementRecord& record = m_document.m_elements[m_current];
-    const std::string_view name(m_text + record.start + 1, record.end);
+    const std::string_view name = nameOf(m_open.back());
     const std::size_t length = matchName(rest(at + 2));
     if (length == 0) {
         return fail(at, "The end tag has no name");
@@ -226,7 +220,7 @@ std::uint32_t DocumentScanner::readOtherMarkup(std::uint32_t at) {
     if (here.starts_with("<!--")) {
         return readComment(at);
     }
-    if (here.starts_with("<![CDATA[") && m_current != kNoElement) {
+    if (here.starts_with("<![CDATA[") && !m_open.empty()) {
         const std::size_t end = here.find("]]>", 9);
         if (end == here.npos) {
             return fail(at, "The CDATA section is not closed");
@@ -317,6 +311,7 @@ void DocumentScanner::finish() {
         return !byName && signature.signedInfoCount == 0;
     });
     m_document.m_elements.shrink();
+    m_document.m_parents.build(m_document.elements());
     m_document.m_namespaces.shrink();
 }
 

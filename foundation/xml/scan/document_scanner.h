@@ -16,8 +16,7 @@ enum class ScanOutcome : std::uint8_t { Done, Refused, NeedsExpansion };
 
 // The one checked pass over a document: well-formedness, namespaces, and the structure that
 // XmlDocument keeps. Reading functions take an offset and return the one behind what they read, or
-// kFailed after noting the failure. There is no recursion: the open elements are linked by their
-// parent fields.
+// kFailed after noting the failure. There is no recursion: the open elements stand on a stack.
 class DocumentScanner final {
 public:
     // What the text is. An entity's replacement text is checked between the tags of a made-up root;
@@ -68,6 +67,13 @@ private:
             return prefixLength == 0 ? nameView() : nameView().substr(prefixLength + 1);
         }
     };
+    // An element whose end tag has not been read.
+    struct Open {
+        ElementId element;
+        std::uint32_t name; // offset
+        std::uint32_t nameLength;
+        std::uint32_t reboundBefore; // height of m_rebound at its start
+    };
     struct Rebound {
         std::uint32_t prefixId;
         std::uint32_t before;
@@ -92,8 +98,7 @@ private:
     [[nodiscard]] std::uint32_t readReference(std::uint32_t at, bool inAttribute);
     [[nodiscard]] std::uint32_t readEntityReference(std::uint32_t at, std::string_view name,
                                                     bool inAttribute);
-    [[nodiscard]] bool matchesOpenTag(std::uint32_t at, std::uint32_t length,
-                                      std::uint32_t start) const noexcept;
+    [[nodiscard]] bool matchesOpenTag(std::uint32_t at, const Open& open) const noexcept;
     std::uint32_t closeElement(std::uint32_t end) noexcept;
     void finish();
 
@@ -112,7 +117,7 @@ private:
     [[nodiscard]] bool checkUniqueExpanded();
     [[nodiscard]] int compareBoundNames(std::uint32_t a, std::uint32_t b);
     void noteId(ElementId element, const Read& attribute);
-    [[nodiscard]] AttributeType typeOf(ElementId element, const Read& attribute) const noexcept;
+    [[nodiscard]] AttributeType typeOf(const Read& attribute) const noexcept;
     [[nodiscard]] TextRange storeValue(const Read& attribute, AttributeType type);
     [[nodiscard]] std::uint32_t prefixId(const char* prefix, std::uint32_t length) noexcept;
     [[nodiscard]] bool checkPrefix(std::uint32_t nameStart, std::uint32_t length);
@@ -128,6 +133,9 @@ private:
     [[nodiscard]] std::string_view rest(std::uint32_t at) const noexcept {
         return {m_text + at, m_size - at};
     }
+    [[nodiscard]] std::string_view nameOf(const Open& open) const noexcept {
+        return {m_text + open.name, open.nameLength};
+    }
     // Eight bytes of the text from `at`, of which `length` count (the others are zero).
     [[nodiscard]] std::uint64_t load8(const char* at, std::uint32_t length) const noexcept;
 
@@ -138,12 +146,11 @@ private:
     bool m_standalone = false;
     bool m_needsExpansion = false;
     bool m_checkTypes = false;
-    ElementId m_current = kNoElement;
-    std::uint32_t m_depth = 0;
     std::uint32_t m_rootStart = 0;
     std::uint32_t m_failureOffset = 0;
     std::string m_failureMessage;
 
+    GrowArray<Open> m_open;
     GrowArray<Read> m_attributes;
     std::vector<std::uint32_t> m_order; // scratch of the duplicate checks
     std::vector<std::uint32_t> m_bound; // prefix id -> index of its declaration, or kUnbound

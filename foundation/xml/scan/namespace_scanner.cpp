@@ -95,7 +95,7 @@ TextRange DocumentScanner::storeValue(const Read& attribute, AttributeType type)
 }
 
 bool DocumentScanner::declareNamespace(ElementId element, const Read& attribute) {
-    const TextRange value = storeValue(attribute, typeOf(element, attribute));
+    const TextRange value = storeValue(attribute, typeOf(attribute));
     const std::string_view prefix =
         attribute.nameLength == 5 ? std::string_view() : attribute.nameView().substr(6);
     const std::uint32_t id = m_document.m_prefixes.findOrAdd(prefix);
@@ -181,7 +181,7 @@ void DocumentScanner::addSignature(ElementId element, std::string_view local,
 }
 
 void DocumentScanner::addSignedInfo(ElementId element, std::string_view prefix) {
-    const ElementId parent = m_document.m_elements[element].parent;
+    const ElementId parent = m_open.size() < 2 ? kNoElement : m_open[m_open.size() - 2].element;
     auto& signatures = m_document.m_signatures;
     const auto found = std::lower_bound(
         signatures.begin(), signatures.end(), parent,

@@ -94,15 +94,13 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     if (nameEnd == kFailed) [[unlikely]] {
         return kFailed;
     }
-    if (++m_depth > kMaxDepth) [[unlikely]] {
+    if (m_open.size() == kMaxDepth) [[unlikely]] {
         return fail(at, "Limit passed: the nesting depth of elements");
     }
     const ElementId element = m_document.elementCount();
-    // Until the element is closed, `end` holds the length of its name and `next` the height of the
-    // undo list of namespace bindings.
-    m_document.m_elements.push_back(
-        {at, nameEnd - nameStart, m_current, static_cast<std::uint32_t>(m_rebound.size())});
-    m_current = element;
+    m_document.m_elements.push_back({at, 0});
+    m_open.push_back(
+        {element, nameStart, nameEnd - nameStart, static_cast<std::uint32_t>(m_rebound.size())});
 
     std::uint32_t behind = nameEnd;
     const bool simple = m_text[behind] == '>' || m_text[behind] == '/';
@@ -392,17 +390,15 @@ int DocumentScanner::compareBoundNames(std::uint32_t a, std::uint32_t b) {
     return known->second;
 }
 
-AttributeType DocumentScanner::typeOf(ElementId element, const Read& attribute) const noexcept {
+AttributeType DocumentScanner::typeOf(const Read& attribute) const noexcept {
     if (!m_checkTypes) [[likely]] {
         return AttributeType::Cdata;
     }
-    const ElementRecord& record = m_document.m_elements[element];
-    return m_document.documentType()->attributeType({m_text + record.start + 1, record.end},
-                                                    attribute.nameView());
+    return m_document.documentType()->attributeType(nameOf(m_open.back()), attribute.nameView());
 }
 
 void DocumentScanner::noteId(ElementId element, const Read& attribute) {
-    const AttributeType type = typeOf(element, attribute);
+    const AttributeType type = typeOf(attribute);
     if (type == AttributeType::Id || isIdName(attribute.nameView(), attribute.local())) {
         const TextRange value = storeValue(attribute, type);
         m_document.m_ids.add(element, value.start, value.length);

@@ -5,19 +5,19 @@
 
 namespace vantrel::xml {
 
-ElementId findChildFrom(const XmlDocument& document, ElementId from,
+ElementId findChildFrom(const XmlDocument& document, ElementId parent, ElementId from,
                         const NamePattern& pattern) noexcept {
     while (from != kNoElement && !pattern.matches(document.qualifiedName(from))) {
-        from = document.nextSibling(from);
+        from = document.nextChild(parent, from);
     }
     return from;
 }
 
 ElementId findNthChild(const XmlDocument& document, ElementId parent, const NamePattern& pattern,
                        std::uint32_t n) noexcept {
-    ElementId child = findChildFrom(document, document.firstChild(parent), pattern);
+    ElementId child = findChildFrom(document, parent, document.firstChild(parent), pattern);
     while (child != kNoElement && n > 0) {
-        child = findChildFrom(document, document.nextSibling(child), pattern);
+        child = findNextChild(document, parent, child, pattern);
         --n;
     }
     return child;
