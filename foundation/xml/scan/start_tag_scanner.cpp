@@ -100,7 +100,7 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     const ElementId element = m_document.elementCount();
     m_document.m_elements.push_back({at, 0});
     m_open.push_back(
-        {element, nameStart, nameEnd - nameStart, static_cast<std::uint32_t>(m_rebound.size())});
+        {element, nameEnd - nameStart, kNoGlance, static_cast<std::uint32_t>(m_rebound.size())});
 
     std::uint32_t behind = nameEnd;
     const bool simple = m_text[behind] == '>' || m_text[behind] == '/';
@@ -120,8 +120,18 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     if (prefixLength != 0 && !checkPrefix(nameStart, prefixLength)) [[unlikely]] {
         return kFailed;
     }
-    noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
+    const std::uint32_t localStart = nameStart + (prefixLength == 0 ? 0 : prefixLength + 1);
+    if (mayBeSignature(localStart)) [[unlikely]] {
+        noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
+    } else if (m_glances) {
+        learnElement(nameStart, nameEnd - nameStart, prefixLength);
+    }
     if (m_text[behind] == '>') {
+        Open& open = m_open.back();
+        const bool undoes = m_rebound.size() != open.reboundBefore;
+        if (!undoes && open.nameLength <= kGlancedName && element != 0) {
+            open.endTagMask = nameMask(open.nameLength) << 1;
+        }
         return behind + 1;
     }
     if (m_text[behind + 1] != '>') [[unlikely]] {
@@ -191,7 +201,6 @@ std::uint32_t DocumentScanner::readAttribute(std::uint32_t at) {
         if (m_text[end] == '<') {
             return fail(end, "An attribute value may not contain '<'");
         }
-        attribute.hasReference = true;
         end = readReference(end, true);
         if (end == kFailed) {
             return kFailed;
@@ -284,21 +293,26 @@ bool DocumentScanner::takeAttributes(ElementId element) {
         if (attribute.namespaceDecl) {
             continue;
         }
+        std::uint32_t id = kXmlPrefix; // without a prefix, of one that is always bound
         if (attribute.prefixLength != 0) {
             ++qualified;
-            const std::uint32_t id = prefixId(attribute.name, attribute.prefixLength);
+            id = prefixId(attribute.name, attribute.prefixLength);
             if (id == kXmlPrefix) [[unlikely]] {
                 m_document.noteXmlAttribute(element);
             }
-            const bool bound = id != kNoPrefix && (id == kXmlPrefix || m_bound[id] != kUnbound);
+            const bool bound = id != kNoPrefix && m_bound[id] != kUnbound;
             if (!bound && m_mode == Mode::Document) {
                 fail(attribute.offset,
                      "The prefix of the attribute is not declared:", attribute.nameView());
                 return false;
             }
         }
-        if (m_checkTypes || isIdName(attribute.nameView(), attribute.local())) {
+        const bool isId = isIdName(attribute.nameView(), attribute.local());
+        if (m_checkTypes || isId) {
             noteId(element, attribute);
+        }
+        if (m_glances) {
+            learnAttribute(attribute, id, isId);
         }
     }
     return qualified < 2 || checkUniqueExpanded();
