@@ -38,18 +38,16 @@ const TokenIndex& Document::tokens() {
     return *m_tokens;
 }
 
-const ClsXml* Document::parsedTransforms(const StringBuffer& text, LogBase& log) {
-    if (!m_transforms || !m_transformsText.equals(text)) {
-        m_transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());
-        if (!m_transforms || !m_transforms->loadXml(text, true, log)) {
-            // The text of the failure is not remembered, so that each reference that has it gets
-            // its own error line.
-            m_transforms.reset();
+// What failed or was not read is not remembered, so that each reference that has it gets its own
+// error line.
+const ParsedTransforms* Document::parsedTransforms(const StringBuffer& text, LogBase& log) {
+    if (!m_transforms.isRead() || !m_transformsText.equals(text)) {
+        if (!parseTransforms(text, account.mostTransforms(), m_transforms, log)) {
             return nullptr;
         }
         m_transformsText = text;
     }
-    return m_transforms.get();
+    return &m_transforms;
 }
 
 const std::vector<xml::ElementId>& Document::manifests() {
