@@ -7,12 +7,12 @@
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/text/LogBase.h"
-#include "foundation/text/strings.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/tree/ClsXml.h"
 #include "foundation/xml/tree/element_text.h"
 #include "foundation/xml/tree/tag_pattern.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 
@@ -99,11 +99,7 @@ bool DSigReference::takeForm(const xml::XmlDocument& document, std::uint32_t tag
     }
     const std::string_view digest = rest.substr(form.head.size(), rest.size() - known);
     // Markup in it could be a digest method of its own; a reference stands for something else.
-    bool isText = true;
-    for (const char c : digest) {
-        isText &= c != '<' && c != '&';
-    }
-    if (!isText) {
+    if (digest.find('<') != digest.npos || digest.find('&') != digest.npos) {
         return false;
     }
     m_transforms = form.transforms;
@@ -158,11 +154,11 @@ void DSigReference::readChildren(const xml::XmlDocument& document, std::uint32_t
 // The value is compared as text, and signers break base64 lines as they like.
 void DSigReference::putDigest(std::string_view text) {
     putText(m_digestValue, text);
-    bool hasSpace = false;
+    unsigned char lowest = 0xFF;
     for (const char c : text) {
-        hasSpace |= text::isSpaceAscii(c);
+        lowest = std::min(lowest, static_cast<unsigned char>(c));
     }
-    if (hasSpace) {
+    if (lowest <= ' ') {
         m_digestValue.removeCharsOf("\n\r\t ");
     }
 }
