@@ -36,30 +36,26 @@ TransformKind transformKind(const StringBuffer& algorithm) {
 
 } // namespace
 
-bool parseTransforms(const StringBuffer& text, std::uint64_t most, ParsedTransforms& out,
-                     LogBase& log) {
-    out = {};
-    Ref<ClsXml> list = Ref<ClsXml>::adopt(ClsXml::createNewCls());
-    if (!list || !list->loadXml(text, true, log)) {
-        return false;
-    }
+ParsedTransforms readTransforms(Ref<ClsXml> list, std::uint64_t most) {
+    ParsedTransforms read;
     const std::vector<xml::ElementId> children = childElements(*list);
-    out.count = children.size();
-    out.list = std::move(list);
-    if (out.count > most) {
-        return true;
+    read.count = children.size();
+    read.list = std::move(list);
+    if (read.count > most) {
+        return read;
     }
+    read.steps.reserve(read.count);
     for (const xml::ElementId child : children) {
         ParsedTransform step;
-        step.element = handleOn(*out.list, child);
+        step.element = handleOn(*read.list, child);
         step.element->getAttrValue("Algorithm", step.algorithm);
         step.kind = transformKind(step.algorithm);
         if (step.kind == TransformKind::Canonicalization) {
             step.canonicalization = chosenCanonicalization(step.algorithm, step.element.get());
         }
-        out.steps.push_back(std::move(step));
+        read.steps.push_back(std::move(step));
     }
-    return true;
+    return read;
 }
 
 } // namespace vantrel::dsig

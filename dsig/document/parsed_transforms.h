@@ -3,7 +3,6 @@
 #define DSIG_DOCUMENT_PARSED_TRANSFORMS_H
 
 #include "dsig/document/canonicalization_method.h"
-#include "foundation/text/LogBase.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -39,10 +38,9 @@ struct ParsedTransforms {
     [[nodiscard]] bool isRead() const noexcept { return list && steps.size() == count; }
 };
 
-// From the element's text. More than `most` steps are counted and not read, for each takes far more
-// room than its text. False after an error line.
-[[nodiscard]] bool parseTransforms(const StringBuffer& text, std::uint64_t most,
-                                   ParsedTransforms& out, LogBase& log);
+// Of a Transforms element. More than `most` steps are counted and not read, for each takes far more
+// room than its text.
+[[nodiscard]] ParsedTransforms readTransforms(Ref<ClsXml> list, std::uint64_t most);
 
 } // namespace vantrel::dsig
 

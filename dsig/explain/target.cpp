@@ -101,7 +101,7 @@ bool takeSteps(Document& document, const Selection& selection, const DSigReferen
         return true;
     }
     const ParsedTransforms* const transforms =
-        document.parsedTransforms(reference.m_transforms, log);
+        document.parsedTransforms(reference.m_element, reference.m_transforms, log);
     return transforms != nullptr && transforms->isRead() &&
            std::all_of(transforms->steps.begin(), transforms->steps.end(),
                        [&](const ParsedTransform& step) {

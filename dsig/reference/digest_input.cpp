@@ -49,8 +49,8 @@ private:
     }
 
     RefReason runListed() {
-        const ParsedTransforms* const transforms =
-            m_query.document->parsedTransforms(m_reference.m_transforms, m_log);
+        const ParsedTransforms* const transforms = m_query.document->parsedTransforms(
+            m_reference.m_element, m_reference.m_transforms, m_log);
         if (transforms == nullptr) {
             return RefReason::Other;
         }
