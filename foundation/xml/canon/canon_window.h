@@ -3,6 +3,7 @@
 #define FOUNDATION_XML_CANON_CANON_WINDOW_H
 
 #include "foundation/xml/canon/canon_masks.h"
+#include "foundation/xml/canon/clear_prefixes.h"
 
 #include <cstdint>
 #include <string_view>
@@ -22,6 +23,21 @@ struct TagShape {
     std::uint64_t colons = 0;       // in the names of its attributes
 };
 
+// What a walk stops at, besides what no method leaves as it is.
+struct StopRules {
+    bool everyTag = false; // every start tag
+    // Start tags that use other prefixes than these; null: prefixes do not matter.
+    const ClearPrefixes* prefixes = nullptr;
+};
+
+// Bit i: an odd number of bits up to and with bit i.
+[[nodiscard]] constexpr std::uint64_t runningParity(std::uint64_t bits) noexcept {
+    for (unsigned distance = 1; distance < kMaskedBytes; distance *= 2) {
+        bits ^= bits << distance;
+    }
+    return bits;
+}
+
 // The masks of a stretch of the text around the place that a walk has reached; it moves along.
 class CanonWindow final {
 public:
@@ -39,24 +55,15 @@ public:
     // they are never tidy; passOver (start_tag_writer.h) reads those.
     [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
 
-    // The first byte at `at` or behind it that character data must stop at. There is one: the end
-    // tag of the element that the walk is in.
-    [[nodiscard]] std::uint32_t findContentStop(std::uint32_t at) noexcept {
-        for (;;) {
-            if (at >= m_safe) [[unlikely]] {
-                slideTo(at);
-            }
-            const std::uint64_t bits = word(&CanonMasks::content, at);
-            if (bits != 0) [[likely]] {
-                return at + static_cast<std::uint32_t>(__builtin_ctzll(bits));
-            }
-            at += kMaskedBytes;
-        }
-    }
+    // From `at`, which is outside of tags: the first place before `limit` where the text may not be
+    // canonical as it stands, or else `limit`. The place is the '<' of a tag or of other markup, or
+    // a character outside of tags. Whatever lies before it may stay: no look at it is needed. Where
+    // `limit` cuts a tag through, the '<' of that tag.
+    [[nodiscard]] std::uint32_t findStop(std::uint32_t at, std::uint32_t limit,
+                                         const StopRules& rules) noexcept;
 
 private:
-    // 8 KiB of text and as much of masks, which fill a cache line a block: together half of a
-    // first-level cache.
+    // 8 KiB of text and a little more of masks: together half of a first-level cache.
     static constexpr std::uint32_t kBlocks = 128;
 
     // 64 bits from `at` on, which must lie before m_safe: the upper end of one word and the lower
@@ -70,6 +77,13 @@ private:
     }
     void slideTo(std::uint32_t at) noexcept;
 
+    struct Carried;
+    struct Block;
+    static Block readBlock(const CanonMasks& masks, std::uint64_t keep, Carried& carried) noexcept;
+    [[nodiscard]] std::uint64_t unclearNames(const CanonMasks& masks, const Block& block,
+                                             std::uint32_t base, const ClearPrefixes& clear,
+                                             Carried& carried) const noexcept;
+
     const char* m_text;
     const std::uint32_t m_size;
     const MakeCanonMasks m_make;
@@ -80,7 +94,8 @@ private:
 };
 
 inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
-    if (at >= m_safe) [[unlikely]] {
+    // A long tag may begin before the stretch that its end lies in.
+    if (at >= m_safe || at < m_begin) [[unlikely]] {
         slideTo(at);
     }
     TagShape shape;
@@ -96,14 +111,7 @@ inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
     shape.contentEnd = shape.close - slash - blank;
     const std::uint64_t inContent = (std::uint64_t{1} << shape.contentEnd) - 1;
     const std::uint64_t quotes = word(&CanonMasks::quote, at) & inTag;
-    // Bit i: an odd number of quotes up to and with byte i. So a value with its opening quote.
-    std::uint64_t inside = quotes;
-    inside ^= inside << 1;
-    inside ^= inside << 2;
-    inside ^= inside << 4;
-    inside ^= inside << 8;
-    inside ^= inside << 16;
-    inside ^= inside << 32;
+    const std::uint64_t inside = runningParity(quotes); // a value with its opening quote
     const std::uint64_t blanks = word(&CanonMasks::space, at) & inContent & ~inside;
     const std::uint64_t closing = quotes & ~inside;
     // One space before each attribute and none elsewhere: the first space ends the name, each other
@@ -112,7 +120,8 @@ inline TagShape CanonWindow::tagAt(std::uint32_t at) noexcept {
     const std::uint64_t behindValues = (closing << 1) & inContent;
     const bool closed = ((closing >> (shape.contentEnd - 1)) & 1U) != 0;
     const bool wellSpaced = blanks == (behindValues | first) && closed == (blanks != 0);
-    shape.tidy = wellSpaced && (word(&CanonMasks::odd, at) & inTag) == 0;
+    const std::uint64_t odd = word(&CanonMasks::odd, at) | word(&CanonMasks::hard, at);
+    shape.tidy = wellSpaced && (odd & inTag) == 0;
     shape.blanks = blanks;
     shape.nameEnd =
         blanks == 0 ? shape.contentEnd : static_cast<std::uint32_t>(__builtin_ctzll(blanks));

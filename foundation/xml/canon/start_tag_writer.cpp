@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <tuple>
 #include <unordered_set>
 
@@ -20,6 +21,8 @@ constexpr std::size_t kInsertionSortLimit = 8;
 // many small elements below much stay cheap.
 constexpr std::size_t kMostWalked = 64;
 constexpr std::size_t kMostBytesWalked = 4096;
+// Bytes from which on the end of an element that declares or renders is worth a stop of its own.
+constexpr std::uint32_t kLongElement = 512;
 
 // Few items are the rule, and mostly in order already.
 template <class Iterator, class Less> void sortFew(Iterator first, Iterator last, Less less) {
@@ -49,18 +52,46 @@ StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& 
             m_namespaces[id].listed = true;
         }
     }
-    goOnAt(0);
+    findNextDeclaring();
 }
 
-void StartTagWriter::goOnAt(ElementId element) noexcept {
-    m_nextDeclaration = element == 0 ? 0 : m_document.firstNamespaceDecl(element);
+void StartTagWriter::findNextDeclaring() noexcept {
     m_nextDeclaring = m_nextDeclaration < m_declarations.size()
-                          ? m_declarations[m_nextDeclaration].element
-                          : kNoElement;
+                          ? m_document.element(m_declarations[m_nextDeclaration].element).start
+                          : std::numeric_limits<std::uint32_t>::max();
+}
+
+void StartTagWriter::goOnAt(std::uint32_t offset) {
+    m_namespaces.leave(offset);
+    while (m_nextDeclaring < offset) {
+        ++m_nextDeclaration;
+        findNextDeclaring();
+    }
+}
+
+// Of the element that begins at `start`; they are asked for in document order.
+NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) noexcept {
+    const std::span<const ElementRecord> elements = m_document.elements();
+    std::size_t step = 1;
+    while (step < elements.size() - m_reached && elements[m_reached + step].start <= start) {
+        step *= 2;
+    }
+    const auto from = elements.begin() + m_reached + static_cast<std::ptrdiff_t>(step / 2);
+    const auto to =
+        elements.begin() + static_cast<std::ptrdiff_t>(std::min(m_reached + step, elements.size()));
+    const auto behind =
+        std::upper_bound(from, to, start, [](std::uint32_t offset, const ElementRecord& record) {
+            return offset < record.start;
+        });
+    m_reached = static_cast<ElementId>(behind - elements.begin()) - 1;
+    const std::uint32_t end = elements[m_reached].end;
+    return {end, end - start >= kLongElement};
 }
 
 void StartTagWriter::inherit(ElementId apex) {
-    goOnAt(apex);
+    m_reached = apex;
+    m_nextDeclaration = apex == 0 ? 0 : m_document.firstNamespaceDecl(apex);
+    findNextDeclaring();
     const bool hidden = !m_request.inheritNamespaces;
     if (!inheritByWalk(apex, hidden)) {
         m_outer = m_document.parent(apex);
@@ -115,20 +146,21 @@ StartTagReader StartTagWriter::readAttributes(std::uint32_t start) {
 }
 
 // The long way: the tag is taken apart and written anew, up to its '>'.
-WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::uint32_t depth) {
+std::uint32_t StartTagWriter::rewrite(std::uint32_t start, ElementId apex) {
+    const bool isApex = apex != kNoElement;
     m_attributes.clear();
     const StartTagReader tag = readAttributes(start);
     m_ownAttributes = m_attributes.size();
-    if (depth == 0 && !m_exclusive) {
-        inheritXmlAttributes(element);
+    if (isApex && !m_exclusive) {
+        inheritXmlAttributes(apex);
     }
     m_out.copyUpTo(tag.nameEnd());
-    declareNamespaces(element, depth);
-    chooseNamespaces(tag.prefix(), depth);
-    if (depth == 0) {
-        putNamespacesOfApex();
+    declareNamespaces(start);
+    chooseNamespaces(tag.prefix(), isApex);
+    if (isApex) {
+        putNamespacesOfApex(start);
     } else {
-        putNamespaces(depth);
+        putNamespaces(start);
     }
     sortAttributes();
     for (const TagAttribute& attribute : m_attributes) {
@@ -139,25 +171,22 @@ WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::
         m_out.put("</");
         m_out.put(tag.name());
         m_out.put('>');
-        m_namespaces.leave(depth);
     }
     m_out.skipTo(tag.end());
-    return {tag.end(), static_cast<std::uint32_t>(tag.name().size()), tag.selfClosing()};
+    return tag.end();
 }
 
-void StartTagWriter::declareNamespaces(ElementId element, std::uint32_t depth) {
+void StartTagWriter::declareNamespaces(std::uint32_t start) {
     m_declared.clear();
-    while (m_nextDeclaring == element) {
+    while (m_nextDeclaring == start) {
         const NamespaceDecl& declaration = m_declarations[m_nextDeclaration];
         if (declaration.prefixId != kXmlPrefix) {
             const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration.prefixId));
-            m_namespaces.declare(prefix, m_document.namespaceName(declaration), depth);
+            m_namespaces.declare(prefix, m_document.namespaceName(declaration), extentOf(start));
             m_declared.push_back(prefix);
         }
         ++m_nextDeclaration;
-        m_nextDeclaring = m_nextDeclaration < m_declarations.size()
-                              ? m_declarations[m_nextDeclaration].element
-                              : kNoElement;
+        findNextDeclaring();
     }
 }
 
@@ -270,7 +299,7 @@ void StartTagWriter::inheritXmlAttributesByTable(ElementId apex) {
 }
 
 // Collects in m_due the declarations that the tag must write.
-void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth) {
+void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, bool isApex) {
     startList();
     if (m_exclusive) { // the prefix xml is never bound here, so never due
         take(m_namespaces.id(elementPrefix));
@@ -287,7 +316,7 @@ void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint3
             take(prefix);
         }
     };
-    if (depth == 0) {
+    if (isApex) {
         for (PrefixId prefix = 0; prefix < m_namespaces.size(); ++prefix) {
             takeUnused(prefix);
         }
@@ -302,20 +331,21 @@ void StartTagWriter::sortSeveralDue() {
     });
 }
 
-void StartTagWriter::putNamespaces(std::uint32_t depth) {
+void StartTagWriter::putNamespaces(std::uint32_t start) {
     sortDue();
     for (const PrefixId prefix : m_due) {
-        m_out.put(m_namespaces.render(prefix, depth));
+        m_out.put(m_namespaces.render(prefix, extentOf(start)));
     }
 }
 
 // The inclusive method writes all that is in scope; what m_namespaces does not hold yet need not go
 // there for that.
-void StartTagWriter::putNamespacesOfApex() {
+void StartTagWriter::putNamespacesOfApex(std::uint32_t start) {
     if (m_outer == kNoElement || m_exclusive || !m_request.inheritNamespaces) {
-        putNamespaces(0);
+        putNamespaces(start);
         return;
     }
+    const NamespaceExtent extent = extentOf(start);
     const InheritedNamespaces& inherited = m_document.inheritedNamespaces();
     inherited.prefixesAt(m_outer, m_ranks);
     std::vector<std::uint32_t> known = knownRanks(inherited);
@@ -324,7 +354,7 @@ void StartTagWriter::putNamespacesOfApex() {
     auto nextKnown = known.begin();
     for (const std::uint32_t rank : m_ranks) {
         while (due != m_due.end() && m_namespaces.prefixText(*due) < inherited.prefix(rank)) {
-            m_out.put(m_namespaces.render(*due++, 0));
+            m_out.put(m_namespaces.render(*due++, extent));
         }
         while (nextKnown != known.end() && *nextKnown < rank) {
             ++nextKnown;
@@ -334,7 +364,7 @@ void StartTagWriter::putNamespacesOfApex() {
         }
     }
     std::for_each(due, m_due.end(),
-                  [this](PrefixId prefix) { m_out.put(m_namespaces.render(prefix, 0)); });
+                  [&](PrefixId prefix) { m_out.put(m_namespaces.render(prefix, extent)); });
     m_namespaces.inheritedAreWritten();
 }
 

@@ -9,6 +9,7 @@
 #include "foundation/xml/scan/inheritance.h"
 #include "foundation/xml/scan/start_tag.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -17,11 +18,11 @@
 
 namespace vantrel::xml {
 
-// Where a start tag ends and what its element needs at its end.
-struct WrittenTag {
+// What was found of a start tag.
+struct PassedTag {
     std::uint32_t end = 0;        // offset behind the tag
     std::uint32_t nameLength = 0; // of the qualified name
-    bool selfClosing = false;     // the end tag was written as well
+    bool selfClosing = false;     // the end tag is to be written as well
 };
 
 // Writes start tags canonically: the namespace declarations that are due, then the attributes in
@@ -42,23 +43,32 @@ public:
     // Takes over what the apex inherits from its ancestors. To be called before its tag is written,
     // unless the apex is the root.
     void inherit(ElementId apex);
-    // Writes the start tag of `element`, which begins at `start`. `depth` counts from the apex,
-    // whose tag is written by writeApex. Elements come in document order.
-    [[nodiscard]] WrittenTag write(ElementId element, std::uint32_t start, std::uint32_t depth) {
-        WrittenTag tag;
-        if (element == m_nextDeclaring || m_hasDeclaredAttributes ||
-            !(passAtAGlance(start, depth, tag) || passOver(start, depth, tag))) {
-            tag = rewrite(element, start, depth);
+    // Writes the start tag at `start`, and the end tag of an empty element. Returns the offset
+    // behind it. Tags come in document order, that of the apex by writeApex; one that findStop
+    // leaves out need not come.
+    [[nodiscard]] std::uint32_t write(std::uint32_t start) {
+        m_namespaces.leave(start);
+        PassedTag tag;
+        if (start == m_nextDeclaring || m_hasDeclaredAttributes ||
+            !(passAtAGlance(start, tag) || passOver(start, tag))) {
+            return rewrite(start, kNoElement);
         }
-        return tag;
+        return tag.end;
     }
-    [[nodiscard]] WrittenTag writeApex(ElementId apex, std::uint32_t start) {
-        return rewrite(apex, start, 0);
+    [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
+        return rewrite(start, apex);
     }
-    // Forgets what the element at `depth` declared.
-    void leave(std::uint32_t depth) { m_namespaces.leave(depth); }
-    // The next tag is that of `element`: some were passed over.
-    void goOnAt(ElementId element) noexcept;
+    // What a walk must stop at for this writer, and the next offset where it must stop and call
+    // goOnAt(): what is asked for changes there. Both change with every call.
+    [[nodiscard]] StopRules stopRules() const noexcept {
+        return {m_hasDeclaredAttributes, m_exclusive ? &m_namespaces.clear() : nullptr};
+    }
+    [[nodiscard]] std::uint32_t nextEvent() const noexcept {
+        return m_exclusive ? std::min(m_nextDeclaring, m_namespaces.nextUndo()) : m_nextDeclaring;
+    }
+    // The walk has reached `offset`. Declarations before it, of tags that were left out, do not
+    // count.
+    void goOnAt(std::uint32_t offset);
 
 private:
     using PrefixId = NamespaceState::PrefixId;
@@ -67,19 +77,21 @@ private:
         std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
 
-    [[nodiscard]] bool passAtAGlance(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
-    [[nodiscard]] bool passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag);
+    [[nodiscard]] bool passAtAGlance(std::uint32_t start, PassedTag& tag);
+    [[nodiscard]] bool passOver(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
     [[nodiscard]] bool areOrdered(std::uint32_t start, const TagShape& shape) const noexcept;
-    void finishPassed(std::uint32_t start, std::uint32_t contentEnd, std::uint32_t depth,
-                      WrittenTag& tag);
+    void finishPassed(std::uint32_t start, std::uint32_t contentEnd, const PassedTag& tag);
     [[nodiscard, gnu::always_inline]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
         return m_text.size() - start >= 8 ? m_namespaces.recentId(m_text.data() + start, length)
                                           : m_namespaces.id(m_text.substr(start, length));
     }
-    [[nodiscard]] WrittenTag rewrite(ElementId element, std::uint32_t start, std::uint32_t depth);
+    // `apex`: kNoElement for any other element.
+    [[nodiscard]] std::uint32_t rewrite(std::uint32_t start, ElementId apex);
     StartTagReader readAttributes(std::uint32_t start);
-    void declareNamespaces(ElementId element, std::uint32_t depth);
+    void declareNamespaces(std::uint32_t start);
+    void findNextDeclaring() noexcept;
+    [[nodiscard]] NamespaceExtent extentOf(std::uint32_t start) noexcept;
     [[nodiscard]] bool inheritByWalk(ElementId apex, bool hidden);
     void inheritXmlAttributes(ElementId apex);
     [[nodiscard]] bool inheritXmlAttributesByWalk(ElementId apex);
@@ -93,22 +105,24 @@ private:
     // Lists a prefix that the tag uses, when its binding is to be written.
     void take(PrefixId prefix) {
         PrefixBinding& binding = m_namespaces[prefix];
-        if (binding.pending && binding.takenBy != m_tagSerial) {
+        if (!binding.pending) {
+            m_namespaces.noteClear(prefix);
+        } else if (binding.takenBy != m_tagSerial) {
             binding.takenBy = m_tagSerial;
             m_due.push_back(prefix);
         }
     }
-    void chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth);
+    void chooseNamespaces(std::string_view elementPrefix, bool isApex);
     void sortAttributes();
     template <class Less> void sortAttributesBy(Less less);
-    void putNamespaces(std::uint32_t depth);
+    void putNamespaces(std::uint32_t start);
     void sortDue() {
         if (m_due.size() > 1) {
             sortSeveralDue();
         }
     }
     void sortSeveralDue();
-    void putNamespacesOfApex();
+    void putNamespacesOfApex(std::uint32_t start);
     [[nodiscard]] std::vector<std::uint32_t> knownRanks(const InheritedNamespaces& inherited) const;
     void putInherited(const InheritedNamespaces& inherited, std::uint32_t rank);
     void putAttribute(const TagAttribute& attribute);
@@ -125,7 +139,8 @@ private:
     const bool m_localNameOrder;
     NamespaceState m_namespaces;
     std::uint32_t m_nextDeclaration = 0;
-    ElementId m_nextDeclaring = kNoElement; // the element of that declaration
+    std::uint32_t m_nextDeclaring = 0; // where the element of that declaration begins
+    ElementId m_reached = 0;           // the last one whose extent was asked for
     std::uint32_t m_tagSerial = 0;
     // Set when the inherited declarations are not all in m_namespaces: there are many, or they are
     // far above. They are then looked up for this element, the parent of the apex.
@@ -143,8 +158,7 @@ private:
 
 // Passes over a tag that is canonical as it stands, or would be with some declarations added.
 // False, with nothing done, for any other; passOver finds some of those canonical, too.
-inline bool StartTagWriter::passAtAGlance(std::uint32_t start, std::uint32_t depth,
-                                          WrittenTag& tag) {
+inline bool StartTagWriter::passAtAGlance(std::uint32_t start, PassedTag& tag) {
     const TagShape shape = m_window.tagAt(start);
     if (!shape.tidy) {
         return false;
@@ -168,7 +182,7 @@ inline bool StartTagWriter::passAtAGlance(std::uint32_t start, std::uint32_t dep
     tag.selfClosing = shape.selfClosing;
     tag.end = start + shape.close + 1;
     if (shape.selfClosing || !m_due.empty()) {
-        finishPassed(start, start + shape.contentEnd, depth, tag);
+        finishPassed(start, start + shape.contentEnd, tag);
     }
     return true;
 }
