@@ -89,7 +89,13 @@ void CanonWalker::walkElement(ElementId apex) {
         // A long tag may have passed the end of the portion.
         const std::uint32_t due =
             std::max(at, std::min({m_portionEnd, m_holeStart, m_tags.nextEvent()}));
-        at = m_window.findStop(at, std::min(due, record.end), m_tags.stopRules());
+        const std::uint32_t limit = std::min(due, record.end);
+        const StopRules rules = m_tags.stopRules();
+        CanonStop found = m_window.findStop(at, limit, rules);
+        while (found.nameEnd != 0 && m_tags.declareInName(found)) {
+            found = m_window.findNextStop(limit, rules);
+        }
+        at = found.at;
         if (at < record.end) {
             at = at < due ? stop(at) : event(at);
         }
@@ -118,6 +124,7 @@ std::uint32_t CanonWalker::event(std::uint32_t at) {
         findHole();
     }
     m_tags.goOnAt(at);
+    m_window.changeRules();
     return at == m_tags.nextEvent() ? m_tags.write(at) : at;
 }
 

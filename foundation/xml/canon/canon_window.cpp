@@ -2,38 +2,12 @@
 #include "foundation/xml/canon/canon_window.h"
 
 #include "foundation/xml/canon/escape.h"
+#include "foundation/xml/scan/name_scan.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace vantrel::xml {
-
-// What the walk over blocks carries from one to the next.
-struct CanonWindow::Carried {
-    std::uint64_t inTag = 0;   // all ones within a tag
-    std::uint64_t inValue = 0; // all ones within a value
-    // Each 0 or 1: the last byte was a '<' or a blank, or a run that began at one goes on.
-    std::uint64_t afterLess = 0;
-    std::uint64_t afterBlank = 0;
-    std::uint64_t beforeBlank = 0;
-    std::uint64_t inName = 0;
-    std::uint64_t inTagName = 0;
-    std::uint32_t tagStart = 0;  // of the last tag
-    std::uint32_t nameStart = 0; // of the last name in it
-    std::uint32_t blank = 0;     // the last blank in it
-};
-
-// One block, with what its bits say in the light of those before.
-struct CanonWindow::Block {
-    std::uint64_t less;
-    std::uint64_t inTag;
-    std::uint64_t inText; // of what is flagged
-    std::uint64_t blanks;
-    std::uint64_t laterBlanks; // but for the first of each tag
-    std::uint64_t tagNames;    // where the names of start tags begin
-    std::uint64_t nameStarts;  // and those of attributes
-    std::uint64_t flagged;     // all that may not be canonical
-};
 
 namespace {
 
@@ -93,39 +67,6 @@ std::uint64_t firstOf(std::uint64_t ends, std::uint64_t starts, std::uint64_t& g
 
 } // namespace
 
-// `keep` has the bits from the place on where the walk begins.
-inline CanonWindow::Block CanonWindow::readBlock(const CanonMasks& masks, std::uint64_t keep,
-                                                 Carried& carried) noexcept {
-    Block block{};
-    const std::uint64_t greater = masks.greater & keep;
-    block.less = masks.less & keep;
-    // This goes wrong behind a '>' that closes no tag; those are flagged, and nothing behind the
-    // first of what is flagged is believed.
-    const std::uint64_t inTag = runningParity(block.less | greater) ^ carried.inTag;
-    const std::uint64_t inValue = runningParity(masks.quote & inTag) ^ carried.inValue;
-    const std::uint64_t hard = masks.hard & keep;
-    const std::uint64_t strayGreater = greater & inTag;
-    block.inTag = inTag;
-    block.inText = strayGreater | (hard & ~inTag);
-    block.blanks = masks.space & inTag & ~inValue;
-    const std::uint64_t afterLess = block.less << 1 | carried.afterLess;
-    const std::uint64_t afterBlank = block.blanks << 1 | carried.afterBlank;
-    const std::uint64_t firstBlanks =
-        firstOf(block.blanks | block.less, afterLess, carried.beforeBlank);
-    block.laterBlanks = block.blanks & ~firstBlanks;
-    block.tagNames = afterLess & ~masks.slash;
-    block.nameStarts = block.tagNames | afterBlank;
-    block.flagged = hard | strayGreater | (masks.odd & inTag) | (greater & (inValue | afterBlank)) |
-                    (masks.bang & afterLess) | (masks.slash & inTag & ~inValue & ~afterLess) |
-                    block.laterBlanks;
-
-    carried.inTag = 0 - (inTag >> 63);
-    carried.inValue = 0 - (inValue >> 63);
-    carried.afterLess = block.less >> 63;
-    carried.afterBlank = block.blanks >> 63;
-    return block;
-}
-
 // Blocks are counted from the beginning of the text, so that a block is classified alike each time.
 void CanonWindow::slideTo(std::uint32_t at) noexcept {
     m_begin = at / kMaskedBytes * kMaskedBytes;
@@ -147,76 +88,170 @@ void CanonWindow::slideTo(std::uint32_t at) noexcept {
     m_safe = m_begin + (reachesEnd ? blocks : blocks - 1) * kMaskedBytes;
 }
 
-std::uint32_t CanonWindow::findStop(std::uint32_t at, std::uint32_t limit,
-                                    const StopRules& rules) noexcept {
-    Carried carried;
-    while (at < limit) {
-        if (at >= m_safe || at < m_begin) [[unlikely]] {
-            slideTo(at);
-        }
-        const CanonMasks& masks = m_masks[(at - m_begin) / kMaskedBytes];
-        const std::uint32_t base = at / kMaskedBytes * kMaskedBytes;
-        const Block block = readBlock(masks, ~std::uint64_t{0} << (at - base), carried);
-        std::uint64_t flagged = block.flagged | (rules.everyTag ? block.tagNames : 0);
-        if (rules.prefixes != nullptr) {
-            flagged |= unclearNames(masks, block, base, *rules.prefixes, carried);
-        }
-        for (; flagged != 0; flagged &= flagged - 1) {
-            const std::uint32_t bit = lowest(flagged);
-            const std::uint32_t place = base + bit;
-            if (place >= limit) {
-                break;
-            }
-            const std::uint64_t below = bitsBelow(bit);
-            if ((block.inText >> bit & 1) != 0) {
-                if (canonicalReference(m_text + place) == 0) {
-                    return place;
-                }
-                continue;
-            }
-            const bool later = (block.laterBlanks >> bit & 1) != 0;
-            if (later
-                    ? !areInOrder(m_text, lastOf(block.blanks & below, base, carried.blank), place)
-                    : canonicalAttributeReference(m_text + place) == 0) {
-                return lastOf(block.less & below, base, carried.tagStart);
-            }
-        }
-        if (limit - base <= kMaskedBytes) {
-            const std::uint32_t last = limit - 1 - base;
-            return (block.inTag >> last & 1) == 0
-                       ? limit
-                       : lastOf(block.less & bitsUpTo(last), base, carried.tagStart);
-        }
-        carried.tagStart = lastOf(block.less, base, carried.tagStart);
-        carried.nameStart = lastOf(block.nameStarts, base, carried.nameStart);
-        carried.blank = lastOf(block.blanks, base, carried.blank);
-        at = base + kMaskedBytes;
-    }
-    return limit;
-}
-
 // The names of start tags and attributes whose prefix is not among those that are clear, marked at
 // the colon, or at their end where they have none.
-std::uint64_t CanonWindow::unclearNames(const CanonMasks& masks, const Block& block,
-                                        std::uint32_t base, const ClearPrefixes& clear,
-                                        Carried& carried) const noexcept {
+inline std::uint64_t CanonWindow::unclearNames(const CanonMasks& masks,
+                                               const ClearPrefixes& clear) noexcept {
     const std::uint64_t ends =
-        block.less | block.blanks | masks.greater | masks.quote | masks.colon;
-    const std::uint64_t found = firstOf(ends, block.nameStarts, carried.inName);
+        m_block.less | m_block.blanks | masks.greater | masks.quote | masks.colon;
+    const std::uint64_t found = firstOf(ends, m_block.nameStarts, m_carried.inName);
     std::uint64_t unclear = 0;
     if (!clear.holdsDefault()) {
-        unclear = firstOf(ends, block.tagNames, carried.inTagName) & ~masks.colon;
+        unclear = firstOf(ends, m_block.tagNames, m_carried.inTagName) & ~masks.colon;
     }
     for (std::uint64_t colons = found & masks.colon; colons != 0; colons &= colons - 1) {
         const std::uint32_t bit = lowest(colons);
         const std::uint32_t start =
-            lastOf(block.nameStarts & bitsBelow(bit), base, carried.nameStart);
-        const std::uint32_t length = base + bit - start;
+            lastOf(m_block.nameStarts & bitsBelow(bit), m_base, m_carried.nameStart);
+        const std::uint32_t length = m_base + bit - start;
         const bool known =
             length <= 8 && m_size - start >= 8 && clear.holds(prefixKey(m_text + start, length));
         unclear |= known ? 0 : std::uint64_t{1} << bit;
     }
     return unclear;
+}
+
+// Reads the block of `at`, from there on.
+inline void CanonWindow::readBlock(std::uint32_t at, const StopRules& rules) noexcept {
+    if (at >= m_safe || at < m_begin) [[unlikely]] {
+        slideTo(at);
+    }
+    const CanonMasks& masks = m_masks[(at - m_begin) / kMaskedBytes];
+    const std::uint64_t keep = ~std::uint64_t{0} << (at % kMaskedBytes);
+    const std::uint64_t less = masks.less & keep;
+    const std::uint64_t greater = masks.greater & keep;
+    const std::uint64_t hard = masks.hard & keep;
+    // This goes wrong behind a '>' that closes no tag; those are flagged, and nothing behind the
+    // first of what is flagged is believed.
+    const std::uint64_t inTag = runningParity(less | greater) ^ m_carried.inTag;
+    const std::uint64_t inValue = runningParity(masks.quote & inTag) ^ m_carried.inValue;
+    const std::uint64_t blanks = masks.space & inTag & ~inValue;
+    const std::uint64_t afterLess = less << 1 | m_carried.afterLess;
+    const std::uint64_t afterBlank = blanks << 1 | m_carried.afterBlank;
+    const std::uint64_t firstBlanks = firstOf(blanks | less, afterLess, m_carried.beforeBlank);
+    const std::uint64_t strayGreater = greater & inTag;
+
+    m_base = at / kMaskedBytes * kMaskedBytes;
+    m_block.less = less;
+    m_block.inTag = inTag;
+    m_block.inText = strayGreater | (hard & ~inTag);
+    m_block.blanks = blanks;
+    m_block.laterBlanks = blanks & ~firstBlanks;
+    m_block.tagNames = afterLess & ~masks.slash;
+    m_block.nameStarts = m_block.tagNames | afterBlank;
+    m_block.closing = greater & ~inTag & ~inValue;
+    m_block.misleading =
+        strayGreater | (greater & inValue) | (masks.bang & afterLess) | (masks.odd & inTag);
+    m_flagged = m_block.misleading | hard | (greater & afterBlank) |
+                (masks.slash & inTag & ~inValue & ~afterLess) | m_block.laterBlanks;
+    m_carried.inTag = 0 - (inTag >> 63);
+    m_carried.inValue = 0 - (inValue >> 63);
+    m_carried.afterLess = less >> 63;
+    m_carried.afterBlank = blanks >> 63;
+    if (rules.everyTag) {
+        m_flagged |= m_block.tagNames;
+    }
+    m_block.unclear = rules.prefixes == nullptr ? 0 : unclearNames(masks, *rules.prefixes);
+    m_flagged |= m_block.unclear;
+}
+
+// Whether the walk ends in this block, and where: at something flagged or at `limit`.
+inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noexcept {
+    for (; m_flagged != 0; m_flagged &= m_flagged - 1) {
+        const std::uint32_t bit = lowest(m_flagged);
+        const std::uint32_t place = m_base + bit;
+        if (place >= limit) {
+            break;
+        }
+        if ((m_block.inText >> bit & 1) != 0) {
+            if (canonicalReference(m_text + place) == 0) {
+                stop = {place};
+                return true;
+            }
+            continue;
+        }
+        const bool later = (m_block.laterBlanks >> bit & 1) != 0;
+        if (later ? !areInOrder(m_text,
+                                lastOf(m_block.blanks & bitsBelow(bit), m_base, m_carried.blank),
+                                place)
+                  : m_text[place] != '&' || canonicalAttributeReference(m_text + place) == 0) {
+            stop = stopAtTag(bit, limit);
+            return true;
+        }
+    }
+    if (limit - m_base > kMaskedBytes) {
+        return false;
+    }
+    const std::uint32_t last = limit - 1 - m_base;
+    stop.at = (m_block.inTag >> last & 1) == 0
+                  ? limit
+                  : lastOf(m_block.less & bitsUpTo(last), m_base, m_carried.tagStart);
+    return true;
+}
+
+// Something of the tag is flagged at `bit`. If that is the prefix of its name, and nothing else is,
+// and the tag ends before `limit`, the stop says so.
+inline CanonStop CanonWindow::stopAtTag(std::uint32_t bit, std::uint32_t limit) const noexcept {
+    const std::uint64_t below = bitsBelow(bit);
+    CanonStop stop{lastOf(m_block.less & below, m_base, m_carried.tagStart)};
+    const std::uint32_t place = m_base + bit;
+    if ((m_block.unclear >> bit & 1) == 0 ||
+        lastOf(m_block.nameStarts & below, m_base, m_carried.nameStart) != stop.at + 1) {
+        return stop;
+    }
+    const std::uint64_t closing = m_block.closing & ~below;
+    const std::uint64_t upToClosing = closing ^ (closing - 1); // all without one
+    if ((m_flagged & upToClosing) != std::uint64_t{1} << bit) {
+        return stop;
+    }
+    const std::uint64_t behindName = (m_block.blanks | closing) & ~below;
+    std::uint32_t nameEnd = place;
+    std::uint32_t end = place;
+    if (closing != 0) {
+        nameEnd = m_base + lowest(behindName);
+        end = m_base + lowest(closing);
+    } else if (behindName == 0) { // a name that goes on in the next block
+        nameEnd += scanName(m_text, place, m_size).length;
+        end = nameEnd;
+    }
+    if (m_text[end] == '>' && end < limit) {
+        stop.prefixLength = m_text[place] == ':' ? place - stop.at - 1 : 0;
+        stop.nameEnd = nameEnd;
+    }
+    return stop;
+}
+
+inline CanonStop CanonWindow::goOn(std::uint32_t limit, const StopRules& rules) noexcept {
+    CanonStop stop;
+    while (!stopsInBlock(limit, stop)) {
+        m_carried.tagStart = lastOf(m_block.less, m_base, m_carried.tagStart);
+        m_carried.nameStart = lastOf(m_block.nameStarts, m_base, m_carried.nameStart);
+        m_carried.blank = lastOf(m_block.blanks, m_base, m_carried.blank);
+        readBlock(m_base + kMaskedBytes, rules);
+    }
+    return stop;
+}
+
+CanonStop CanonWindow::findStop(std::uint32_t at, std::uint32_t limit,
+                                const StopRules& rules) noexcept {
+    if (at >= limit) {
+        return {limit};
+    }
+    // What was read of the block still holds, unless something in it that was a stop misleads.
+    const std::uint32_t into = at - m_base;
+    if (m_isRead && into < kMaskedBytes && (m_block.misleading & bitsBelow(into)) == 0) {
+        m_flagged &= ~bitsBelow(into);
+    } else {
+        m_carried = {};
+        readBlock(at, rules);
+        m_isRead = true;
+    }
+    return goOn(limit, rules);
+}
+
+CanonStop CanonWindow::findNextStop(std::uint32_t limit, const StopRules& rules) noexcept {
+    m_flagged &= m_flagged - 1;
+    return goOn(limit, rules);
 }
 
 } // namespace vantrel::xml

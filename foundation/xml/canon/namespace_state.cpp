@@ -54,10 +54,12 @@ void NamespaceState::declare(PrefixId prefix, std::string_view name, NamespaceEx
 }
 
 std::string_view NamespaceState::render(PrefixId prefix, NamespaceExtent extent) {
-    remember(prefix, extent);
     PrefixBinding& binding = m_bindings[prefix];
-    binding.rendered = binding.inScope;
-    settle(prefix);
+    if (!extent.isLeaf) {
+        remember(prefix, extent);
+        binding.rendered = binding.inScope;
+        settle(prefix);
+    }
     if (binding.declaration.empty() || binding.declarationOf != binding.inScope) {
         writeDeclaration(prefix);
     }

@@ -39,6 +39,8 @@ struct NamespaceExtent {
     std::uint32_t end = 0; // the offset behind the element
     // Whether the end is worth a stop. Elements in a short one are short.
     bool isLong = true;
+    // No element is in this one: nobody asks what holds there.
+    bool isLeaf = false;
 };
 
 // Namespace bindings in scope and bindings already written, as one table with an undo stack:

@@ -22,7 +22,9 @@ constexpr std::size_t kInsertionSortLimit = 8;
 constexpr std::size_t kMostWalked = 64;
 constexpr std::size_t kMostBytesWalked = 4096;
 // Bytes from which on the end of an element that declares or renders is worth a stop of its own.
-constexpr std::uint32_t kLongElement = 512;
+constexpr std::uint32_t kLongElement = 1024;
+// Elements that are gone over for the one at hand before it is searched for.
+constexpr std::size_t kNear = 16;
 
 // Few items are the rule, and mostly in order already.
 template <class Iterator, class Less> void sortFew(Iterator first, Iterator last, Less less) {
@@ -70,22 +72,23 @@ void StartTagWriter::goOnAt(std::uint32_t offset) {
 }
 
 // Of the element that begins at `start`; they are asked for in document order.
-NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) noexcept {
+NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) {
     const std::span<const ElementRecord> elements = m_document.elements();
-    std::size_t step = 1;
-    while (step < elements.size() - m_reached && elements[m_reached + step].start <= start) {
-        step *= 2;
+    const auto isBehind = [&](std::size_t element) {
+        return element >= elements.size() || elements[element].start > start;
+    };
+    // Mostly one of the next, or else anywhere.
+    std::size_t near = 1;
+    while (near < kNear && !isBehind(m_reached + near)) {
+        ++near;
     }
-    const auto from = elements.begin() + m_reached + static_cast<std::ptrdiff_t>(step / 2);
-    const auto to =
-        elements.begin() + static_cast<std::ptrdiff_t>(std::min(m_reached + step, elements.size()));
-    const auto behind =
-        std::upper_bound(from, to, start, [](std::uint32_t offset, const ElementRecord& record) {
-            return offset < record.start;
-        });
-    m_reached = static_cast<ElementId>(behind - elements.begin()) - 1;
-    const std::uint32_t end = elements[m_reached].end;
-    return {end, end - start >= kLongElement};
+    if (near < kNear) {
+        m_reached += static_cast<ElementId>(near) - 1;
+    } else {
+        m_reached = m_document.elementAt(start);
+    }
+    const ElementRecord& element = elements[m_reached];
+    return {element.end, element.end - start >= kLongElement, element.next == m_reached + 1};
 }
 
 void StartTagWriter::inherit(ElementId apex) {

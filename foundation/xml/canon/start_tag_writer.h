@@ -7,6 +7,7 @@
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/namespace_state.h"
 #include "foundation/xml/scan/inheritance.h"
+#include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/start_tag.h"
 
 #include <algorithm>
@@ -26,10 +27,11 @@ struct PassedTag {
 };
 
 // Writes start tags canonically: the namespace declarations that are due, then the attributes in
-// order. A tag that is already canonical is left to the stretch of text that it stands in. Three
+// order. A tag that is already canonical is left to the stretch of text that it stands in. Four
 // readings are tried, the cheapest first; each takes what the one before refused, and all that take
 // a tag agree about it:
 //
+//     passPlain      tags without attributes
 //     passAtAGlance  by the masks alone, tags of up to 64 bytes
 //     passOver       name by name, tags of any length whose attributes stand in order
 //     rewrite        attribute by attribute (StartTagReader), everything else
@@ -50,7 +52,7 @@ public:
         m_namespaces.leave(start);
         PassedTag tag;
         if (start == m_nextDeclaring || m_hasDeclaredAttributes ||
-            !(passAtAGlance(start, tag) || passOver(start, tag))) {
+            !(passPlain(start, tag) || passAtAGlance(start, tag) || passOver(start, tag))) {
             return rewrite(start, kNoElement);
         }
         return tag.end;
@@ -58,6 +60,9 @@ public:
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
         return rewrite(start, apex);
     }
+    // At a stop with a name's end: writes the declaration if it is due. The rest of the tag stays.
+    // False, with nothing done, where that is better left to write().
+    [[nodiscard]] bool declareInName(const CanonStop& stop);
     // What a walk must stop at for this writer, and the next offset where it must stop and call
     // goOnAt(): what is asked for changes there. Both change with every call.
     [[nodiscard]] StopRules stopRules() const noexcept {
@@ -77,6 +82,7 @@ private:
         std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
 
+    [[nodiscard]] bool passPlain(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passOver(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
@@ -91,7 +97,7 @@ private:
     StartTagReader readAttributes(std::uint32_t start);
     void declareNamespaces(std::uint32_t start);
     void findNextDeclaring() noexcept;
-    [[nodiscard]] NamespaceExtent extentOf(std::uint32_t start) noexcept;
+    [[nodiscard]] NamespaceExtent extentOf(std::uint32_t start);
     [[nodiscard]] bool inheritByWalk(ElementId apex, bool hidden);
     void inheritXmlAttributes(ElementId apex);
     [[nodiscard]] bool inheritXmlAttributesByWalk(ElementId apex);
@@ -155,6 +161,25 @@ private:
     // Of the apex.
     std::vector<std::uint32_t> m_ranks;
 };
+
+// Passes over a tag that is a name only.
+inline bool StartTagWriter::passPlain(std::uint32_t start, PassedTag& tag) {
+    const ScannedName name =
+        scanName(m_text.data(), start + 1, static_cast<std::uint32_t>(m_text.size()));
+    const std::uint32_t nameEnd = start + 1 + name.length;
+    tag.selfClosing = m_text[nameEnd] == '/';
+    if (m_text[nameEnd] != '>' && !tag.selfClosing) {
+        return false;
+    }
+    tag.nameLength = name.length;
+    tag.end = nameEnd + (tag.selfClosing ? 2 : 1);
+    startList();
+    if (m_exclusive) {
+        take(prefixAt(start + 1, name.prefixLength));
+    }
+    finishPassed(start, nameEnd, tag);
+    return true;
+}
 
 // Passes over a tag that is canonical as it stands, or would be with some declarations added.
 // False, with nothing done, for any other; passOver finds some of those canonical, too.

@@ -42,9 +42,9 @@ TEST(CanonMasks, KernelsAgreeWithThePortableOne) {
 // Random elements whose start tags are canonical, or nearly so.
 class TagMaker final {
 public:
-    // One in fifty is longer than what is classified or handed over at a time.
+    // One in ten is longer than what is classified or handed over at a time.
     explicit TagMaker(std::uint64_t seed)
-        : m_random(seed), m_size(m_random.below(50) == 0 ? 80000 : 600) {}
+        : m_random(seed), m_size(m_random.below(10) == 0 ? 80000 : 600) {}
 
     std::string document() {
         const std::string root = pick({"r", "p:r"});
