@@ -28,6 +28,15 @@ std::uint32_t lastOf(std::uint64_t bits, std::uint32_t base, std::uint32_t befor
     return bits == 0 ? before : base + 63 - static_cast<std::uint32_t>(__builtin_clzll(bits));
 }
 
+// At '&' or any other character: whether it may stay. "&amp;" is the rule.
+bool mayStayInText(const char* at) noexcept {
+    return *at == '&' && (std::memcmp(at, "&amp;", 5) == 0 || canonicalReference(at) != 0);
+}
+
+bool mayStayInValue(const char* at) noexcept {
+    return *at == '&' && (std::memcmp(at, "&amp;", 5) == 0 || canonicalAttributeReference(at) != 0);
+}
+
 // At a blank of a tag that is not its first: true when it parts two attributes without prefixes
 // whose names are in order. `before` is the blank in front of the first of the two.
 bool areInOrder(const char* text, std::uint32_t before, std::uint32_t blank) noexcept {
@@ -111,12 +120,19 @@ inline std::uint64_t CanonWindow::unclearNames(const CanonMasks& masks,
     return unclear;
 }
 
-// Reads the block of `at`, from there on.
+// Reads the block of `at`, from there on. One with nothing but character data is the rule where
+// much of it stands together, as in an attachment written in base64.
 inline void CanonWindow::readBlock(std::uint32_t at, const StopRules& rules) noexcept {
     if (at >= m_safe || at < m_begin) [[unlikely]] {
         slideTo(at);
     }
     const CanonMasks& masks = m_masks[(at - m_begin) / kMaskedBytes];
+    if (((masks.less | masks.greater | masks.hard) == 0) && m_carried.isInText()) {
+        m_base = at / kMaskedBytes * kMaskedBytes;
+        m_block = {};
+        m_flagged = 0;
+        return;
+    }
     const std::uint64_t keep = ~std::uint64_t{0} << (at % kMaskedBytes);
     const std::uint64_t less = masks.less & keep;
     const std::uint64_t greater = masks.greater & keep;
@@ -164,7 +180,7 @@ inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noex
             break;
         }
         if ((m_block.inText >> bit & 1) != 0) {
-            if (canonicalReference(m_text + place) == 0) {
+            if (!mayStayInText(m_text + place)) {
                 stop = {place};
                 return true;
             }
@@ -174,7 +190,7 @@ inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noex
         if (later ? !areInOrder(m_text,
                                 lastOf(m_block.blanks & bitsBelow(bit), m_base, m_carried.blank),
                                 place)
-                  : m_text[place] != '&' || canonicalAttributeReference(m_text + place) == 0) {
+                  : !mayStayInValue(m_text + place)) {
             stop = stopAtTag(bit, limit);
             return true;
         }

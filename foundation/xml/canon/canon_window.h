@@ -103,6 +103,8 @@ private:
         std::uint32_t tagStart = 0;  // of the last tag before the block
         std::uint32_t nameStart = 0; // of the last name in it
         std::uint32_t blank = 0;     // the last blank in it
+
+        [[nodiscard]] bool isInText() const noexcept { return (inTag | afterLess) == 0; }
     };
     // What the bits of a block say in the light of those before.
     struct Block {

@@ -9,7 +9,6 @@ namespace vantrel::xml {
 
 namespace {
 
-constexpr std::uint32_t kHiddenBit = 0x80000000;
 constexpr std::size_t kLongName = 256;
 
 } // namespace
@@ -22,13 +21,6 @@ NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
         bindInherited(number);
     }
     return number;
-}
-
-void NamespaceState::remember(PrefixId prefix, NamespaceExtent extent) {
-    const PrefixBinding& binding = m_bindings[prefix];
-    m_undo.push_back({extent.end, binding.hidden ? prefix | kHiddenBit : prefix, binding.inScope,
-                      binding.rendered});
-    m_longOnes += extent.isLong ? 1 : 0;
 }
 
 void NamespaceState::undoUpTo(std::uint32_t offset) noexcept {
@@ -51,19 +43,6 @@ void NamespaceState::declare(PrefixId prefix, std::string_view name, NamespaceEx
     binding.inScope = m_names.number(name);
     binding.hidden = false;
     settle(prefix);
-}
-
-std::string_view NamespaceState::render(PrefixId prefix, NamespaceExtent extent) {
-    PrefixBinding& binding = m_bindings[prefix];
-    if (!extent.isLeaf) {
-        remember(prefix, extent);
-        binding.rendered = binding.inScope;
-        settle(prefix);
-    }
-    if (binding.declaration.empty() || binding.declarationOf != binding.inScope) {
-        writeDeclaration(prefix);
-    }
-    return binding.declaration;
 }
 
 void NamespaceState::writeDeclaration(PrefixId prefix) {

@@ -99,7 +99,18 @@ public:
     void declare(PrefixId prefix, std::string_view name, NamespaceExtent extent);
     // Notes that the element at hand writes the binding in scope, and returns how: a namespace
     // declaration with a space before it, valid until the next call.
-    [[nodiscard]] std::string_view render(PrefixId prefix, NamespaceExtent extent);
+    [[nodiscard]] std::string_view render(PrefixId prefix, NamespaceExtent extent) {
+        PrefixBinding& binding = m_bindings[prefix];
+        if (!extent.isLeaf) {
+            remember(prefix, extent);
+            binding.rendered = binding.inScope;
+            settle(prefix);
+        }
+        if (binding.declarationOf != binding.inScope || binding.declaration.empty()) {
+            writeDeclaration(prefix);
+        }
+        return binding.declaration;
+    }
     // Binds the prefix for the whole walk, from outside the apex; the first call for a prefix
     // counts.
     void inherit(PrefixId prefix, std::string_view name, bool hidden);
@@ -132,6 +143,7 @@ public:
 
 private:
     static constexpr std::size_t kUsual = 6; // prefixes of a document
+    static constexpr std::uint32_t kHiddenBit = 0x80000000;
 
     struct Undo {
         std::uint32_t end;
@@ -144,7 +156,12 @@ private:
         PrefixId prefix = 0;
     };
 
-    void remember(PrefixId prefix, NamespaceExtent extent);
+    void remember(PrefixId prefix, NamespaceExtent extent) {
+        const PrefixBinding& binding = m_bindings[prefix];
+        m_undo.push_back({extent.end, binding.hidden ? prefix | kHiddenBit : prefix,
+                          binding.inScope, binding.rendered});
+        m_longOnes += extent.isLong ? 1 : 0;
+    }
     void undoUpTo(std::uint32_t offset) noexcept;
     void writeDeclaration(PrefixId prefix);
     void bindInherited(PrefixId prefix);

@@ -74,23 +74,6 @@ void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t contentEnd,
     }
 }
 
-// Where a long element begins, what is clear changes up to its end.
-bool StartTagWriter::declareInName(const CanonStop& stop) {
-    m_namespaces.leave(stop.at);
-    const PrefixId prefix = prefixAt(stop.at + 1, stop.prefixLength);
-    if (!m_namespaces[prefix].pending) {
-        m_namespaces.noteClear(prefix);
-        return true;
-    }
-    const NamespaceExtent extent = extentOf(stop.at);
-    if (extent.isLong && !extent.isLeaf) {
-        return false;
-    }
-    m_out.copyUpTo(stop.nameEnd);
-    m_out.put(m_namespaces.render(prefix, extent));
-    return true;
-}
-
 // The same as passAtAGlance, step by step, for tags of any length and any number of attributes.
 bool StartTagWriter::passOver(std::uint32_t start, PassedTag& tag) {
     const auto size = static_cast<std::uint32_t>(m_text.size());

@@ -21,10 +21,6 @@ constexpr std::size_t kInsertionSortLimit = 8;
 // many small elements below much stay cheap.
 constexpr std::size_t kMostWalked = 64;
 constexpr std::size_t kMostBytesWalked = 4096;
-// Bytes from which on the end of an element that declares or renders is worth a stop of its own.
-constexpr std::uint32_t kLongElement = 1024;
-// Elements that are gone over for the one at hand before it is searched for.
-constexpr std::size_t kNear = 16;
 
 // Few items are the rule, and mostly in order already.
 template <class Iterator, class Less> void sortFew(Iterator first, Iterator last, Less less) {
@@ -44,7 +40,8 @@ template <class Iterator, class Less> void sortFew(Iterator first, Iterator last
 StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& request,
                                CanonWindow& window, CanonOutput& out)
     : m_document(document), m_request(request), m_window(window), m_out(out),
-      m_text(document.text()), m_declarations(document.namespaceDecls()),
+      m_text(document.text()), m_elements(document.elements()),
+      m_declarations(document.namespaceDecls()),
       m_exclusive(request.method == CanonMethod::Exclusive),
       m_hasDeclaredAttributes(document.hasAttributeTypes()),
       m_localNameOrder(request.order == AttributeOrder::LocalName) {
@@ -69,26 +66,6 @@ void StartTagWriter::goOnAt(std::uint32_t offset) {
         ++m_nextDeclaration;
         findNextDeclaring();
     }
-}
-
-// Of the element that begins at `start`; they are asked for in document order.
-NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) {
-    const std::span<const ElementRecord> elements = m_document.elements();
-    const auto isBehind = [&](std::size_t element) {
-        return element >= elements.size() || elements[element].start > start;
-    };
-    // Mostly one of the next, or else anywhere.
-    std::size_t near = 1;
-    while (near < kNear && !isBehind(m_reached + near)) {
-        ++near;
-    }
-    if (near < kNear) {
-        m_reached += static_cast<ElementId>(near) - 1;
-    } else {
-        m_reached = m_document.elementAt(start);
-    }
-    const ElementRecord& element = elements[m_reached];
-    return {element.end, element.end - start >= kLongElement, element.next == m_reached + 1};
 }
 
 void StartTagWriter::inherit(ElementId apex) {

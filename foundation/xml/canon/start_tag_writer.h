@@ -78,6 +78,11 @@ public:
 private:
     using PrefixId = NamespaceState::PrefixId;
 
+    // Bytes from which on the end of an element that declares or renders is worth a stop.
+    static constexpr std::uint32_t kLongElement = 1024;
+    // Elements that are gone over for the one at hand before it is searched for.
+    static constexpr std::uint32_t kNear = 16;
+
     struct TagAttribute : TypedAttribute {
         std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
@@ -138,6 +143,7 @@ private:
     CanonWindow& m_window;
     CanonOutput& m_out;
     const std::string_view m_text;
+    const std::span<const ElementRecord> m_elements;
     const std::span<const NamespaceDecl> m_declarations;
     const bool m_exclusive;
     const bool m_hasDeclaredAttributes; // by the DTD
@@ -161,6 +167,41 @@ private:
     // Of the apex.
     std::vector<std::uint32_t> m_ranks;
 };
+
+// Of the element that begins at `start`; they are asked for in document order.
+inline NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) {
+    const ElementRecord* element = &m_elements[m_reached];
+    if (element->start != start) {
+        const std::size_t left = m_elements.size() - m_reached - 1;
+        const ElementRecord* const last = element + std::min<std::size_t>(left, kNear);
+        while (element != last && element->start < start) {
+            ++element;
+        }
+        if (element->start != start) {
+            element = &m_elements[m_document.elementAt(start)];
+        }
+        m_reached = static_cast<ElementId>(element - m_elements.data());
+    }
+    return {element->end, element->end - start >= kLongElement, element->next == m_reached + 1};
+}
+
+// At a stop with a name's end: what findStop promised of the tag holds, so that only the
+// declaration is left. Where a long element begins, what is clear changes up to its end.
+inline bool StartTagWriter::declareInName(const CanonStop& stop) {
+    m_namespaces.leave(stop.at);
+    const PrefixId prefix = prefixAt(stop.at + 1, stop.prefixLength);
+    if (!m_namespaces[prefix].pending) {
+        m_namespaces.noteClear(prefix);
+        return true;
+    }
+    const NamespaceExtent extent = extentOf(stop.at);
+    if (extent.isLong && !extent.isLeaf) {
+        return false;
+    }
+    m_out.copyUpTo(stop.nameEnd);
+    m_out.put(m_namespaces.render(prefix, extent));
+    return true;
+}
 
 // Passes over a tag that is a name only.
 inline bool StartTagWriter::passPlain(std::uint32_t start, PassedTag& tag) {
