@@ -21,6 +21,11 @@
 #include <string>
 #include <vector>
 
+namespace vantrel::xml {
+class NodeIndex;
+class WorkBudget;
+} // namespace vantrel::xml
+
 namespace vantrel::dsig {
 
 // The key of a KeyValue that was read last: the signatures of a document often carry the same one,
@@ -53,8 +58,13 @@ struct Document final {
     const StringBuffer& idOf(const ClsXml& signature);
     // Its security tokens (WS-Security), indexed when they are first asked for.
     const TokenIndex& tokens();
-    // A Transforms element from its text; null after an error line. Valid until the next call.
-    const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
+    // The Transforms element of a Reference, by its text; null after an error line. Valid until the
+    // next call.
+    const ClsXml* parsedTransforms(xml::ElementId reference, const StringBuffer& text,
+                                   LogBase& log);
+    // The nodes of the document as XPath sees them, made when they are first asked for, within the
+    // budget; null where that is too small.
+    std::shared_ptr<const xml::NodeIndex> nodes(xml::WorkBudget& budget);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
     // Which attribute values are ambiguous; looked for when first asked.
@@ -87,6 +97,9 @@ struct Document final {
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 
 private:
+    [[nodiscard]] Ref<ClsXml> transformsInPlace(xml::ElementId reference,
+                                                const StringBuffer& text) const;
+
     // The signature that m_id belongs to.
     xml::ElementId m_idOwner = xml::kNoElement;
     StringBuffer m_id;
@@ -95,6 +108,7 @@ private:
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer m_transformsText;
     Ref<ClsXml> m_transforms;
+    std::shared_ptr<const xml::NodeIndex> m_nodes;
     std::optional<std::vector<xml::ElementId>> m_manifests;
     std::optional<IdRivals> m_idRivals;
     // The signature that m_references belongs to.
