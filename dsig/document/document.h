@@ -53,8 +53,10 @@ struct Document final {
     const StringBuffer& idOf(const ClsXml& signature);
     // Its security tokens (WS-Security), indexed when they are first asked for.
     const TokenIndex& tokens();
-    // A Transforms element from its text; null after an error line. Valid until the next call.
-    const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
+    // The Transforms element of a Reference, by its text; null after an error line. Valid until the
+    // next call.
+    const ClsXml* parsedTransforms(xml::ElementId reference, const StringBuffer& text,
+                                   LogBase& log);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
     // Which attribute values are ambiguous; looked for when first asked.
@@ -87,6 +89,9 @@ struct Document final {
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 
 private:
+    [[nodiscard]] Ref<ClsXml> transformsInPlace(xml::ElementId reference,
+                                                const StringBuffer& text) const;
+
     // The signature that m_id belongs to.
     xml::ElementId m_idOwner = xml::kNoElement;
     StringBuffer m_id;

@@ -100,7 +100,8 @@ bool takeSteps(Document& document, const Selection& selection, const DSigReferen
     if (reference.m_transforms.isEmpty()) {
         return true;
     }
-    const ClsXml* const transforms = document.parsedTransforms(reference.m_transforms, log);
+    const ClsXml* const transforms =
+        document.parsedTransforms(reference.m_element, reference.m_transforms, log);
     if (transforms == nullptr) {
         return false;
     }

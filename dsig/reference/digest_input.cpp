@@ -86,8 +86,8 @@ private:
     }
 
     RefReason runListed() {
-        const ClsXml* const transforms =
-            m_query.document->parsedTransforms(m_reference.m_transforms, m_log);
+        const ClsXml* const transforms = m_query.document->parsedTransforms(
+            m_reference.m_element, m_reference.m_transforms, m_log);
         if (transforms == nullptr) {
             return RefReason::Other;
         }
