@@ -5,6 +5,7 @@
 #include "foundation/crypto/hash/hasher.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/name_match.h"
 #include "foundation/x509/name_reader.h"
@@ -77,18 +78,33 @@ bool hasSubjectKey(const VantrelX509& certificate, const StringBuffer& key, bool
 
 } // namespace
 
-bool CertTable::add(const DataBuffer& der, LogBase& log) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+bool CertTable::addPiece(const DataBuffer& bytes, VantrelX509::Range piece, LogBase& log) {
     // Numbers of 32 bits; the last stands for none.
     if (m_records.size() >= HashIndex::kNone) {
         return false;
     }
-    m_records.emplace_back();
-    if (!m_records.back().m_holder.getX509Ptr()->loadX509Der(der, log)) {
-        m_records.pop_back();
+    CertRecord& record = m_records.emplaceBack();
+    if (!record.m_holder.getX509Ptr()->loadX509Der(bytes, piece, log)) {
+        m_records.popBack();
         return false;
     }
     return true;
+}
+
+bool CertTable::add(const DataBuffer& der, LogBase& log) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return addPiece(der, {0, der.getSize()}, log);
+}
+
+std::uint32_t CertTable::addAll(const DataBuffer& bytes,
+                                std::span<const VantrelX509::Range> pieces) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    LogNull discard;
+    std::uint32_t added = 0;
+    for (const VantrelX509::Range piece : pieces) {
+        added += text::noThrow(false, [&] { return addPiece(bytes, piece, discard); }) ? 1 : 0;
+    }
+    return added;
 }
 
 std::uint32_t CertTable::size() const {
