@@ -167,10 +167,9 @@ void CertTable::updateEnds() {
 bool CertTable::issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact) {
     bool found = false;
     exact = false;
-    const std::string wanted = folded(cn);
     forEachCommonName(certificate(index).issuer(), [&](std::string_view own) {
-        found = found || folded(own) == wanted;
         exact = exact || own == cn;
+        found = found || exact || folded(own) == folded(cn);
     });
     return found;
 }
@@ -207,6 +206,11 @@ CertTable::Match CertTable::findBySubject(std::string_view dn, bool ignoreOrder)
     std::uint32_t entry = m_subjects.entries.first(x509::nameTokenHash(dn, m_scratch));
     if (entry == HashIndex::kNone) {
         return {};
+    }
+    // The name as this library writes it needs no keys.
+    const std::uint32_t first = m_subjects.entries.certificate(entry);
+    if (DistinguishedName::isSpelledOut(certificate(first).subject(), dn, ignoreOrder)) {
+        return {&m_records[first], true};
     }
     LogNull discard;
     StringBuffer key;

@@ -29,6 +29,11 @@ bool isLabelChar(char c) noexcept {
            c == '_';
 }
 
+// RFC 4514 2.4: what is escaped wherever it stands.
+bool isEscaped(char c) noexcept {
+    return c == '"' || c == '+' || c == ',' || c == ';' || c == '<' || c == '>' || c == '\\';
+}
+
 class NameParser {
 public:
     explicit NameParser(std::string_view dn) noexcept : m_dn(dn) {}
@@ -170,8 +175,7 @@ void appendEscapedValue(std::string_view value, std::string& out) {
             out += "\\00";
             continue;
         }
-        if (std::string_view("\"+,;<>\\").find(c) != std::string_view::npos ||
-            (c == ' ' && atEnds) || (c == '#' && i == 0)) {
+        if (isEscaped(c) || (c == ' ' && atEnds) || (c == '#' && i == 0)) {
             out.push_back('\\');
         }
         out.push_back(c);
@@ -217,18 +221,21 @@ bool appendDecodedHexValue(std::string_view value, std::string& out) {
 
 void appendFoldedValue(std::string_view value, std::string& out) {
     const std::size_t before = out.size();
+    std::size_t at = before;
     bool pendingBlank = false;
+    out.resize(before + value.size());
     for (const char c : value) {
         if (isNameSpace(c)) {
-            pendingBlank = out.size() != before;
+            pendingBlank = at != before;
             continue;
         }
         if (pendingBlank) {
-            out.push_back(' ');
+            out[at++] = ' ';
             pendingBlank = false;
         }
-        out.push_back(foldAscii(c));
+        out[at++] = foldAscii(c);
     }
+    out.resize(at);
 }
 
 } // namespace vantrel::x509
