@@ -168,18 +168,19 @@ bool parseNameText(std::string_view dn, std::vector<TextAttribute>& out) {
 }
 
 void appendEscapedValue(std::string_view value, std::string& out) {
+    std::size_t plain = 0; // from here on nothing has been appended
     for (std::size_t i = 0; i < value.size(); ++i) {
         const char c = value[i];
         const bool atEnds = i == 0 || i + 1 == value.size();
         if (c == '\0') {
-            out += "\\00";
-            continue;
+            out.append(value.substr(plain, i - plain)).append("\\00");
+            plain = i + 1;
+        } else if (isEscaped(c) || (c == ' ' && atEnds) || (c == '#' && i == 0)) {
+            out.append(value.substr(plain, i - plain)).push_back('\\');
+            plain = i;
         }
-        if (isEscaped(c) || (c == ' ' && atEnds) || (c == '#' && i == 0)) {
-            out.push_back('\\');
-        }
-        out.push_back(c);
     }
+    out.append(value.substr(plain));
 }
 
 void appendHexValue(ByteView der, std::string& out) {
