@@ -25,6 +25,22 @@ namespace vantrel::dsig {
     return children;
 }
 
+// Calls visit(element) for each Reference of a signature's SignedInfo, in document order, by local
+// name in any namespace.
+template <class Visit> void forEachReference(const ClsXml& signature, const Visit& visit) {
+    const xml::XmlDocument& document = *signature.document();
+    const xml::ElementId signedInfo = document.firstChildNamed(signature.elementId(), "SignedInfo");
+    if (signedInfo == xml::kNoElement) {
+        return;
+    }
+    for (xml::ElementId child = document.firstChild(signedInfo); child != xml::kNoElement;
+         child = document.nextChild(signedInfo, child)) {
+        if (document.localName(child) == "Reference") {
+            visit(child);
+        }
+    }
+}
+
 // A handle on another element of the same document.
 // The handle shares the document, which lives as long as one of its handles does. `element` must be
 // an id of that document.

@@ -11,7 +11,7 @@
 #include "foundation/xml/scan/xml_document.h"
 
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -73,7 +73,7 @@ public:
 private:
     std::map<std::pair<xml::ElementId, bool>, Entry> m_tokens;
     std::unordered_map<std::string_view, Entry> m_texts; // the keys are views of the entries
-    std::deque<Entry> m_withKey;
+    std::list<Entry> m_withKey;
     std::uint64_t m_certificates = 0;
     std::uint64_t m_keys = 0;
 };

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/document/document.h"
 
+#include "dsig/document/child_elements.h"
 #include "foundation/text/strings.h"
+#include "foundation/xml/nodes/node_index.h"
 
 #include <string_view>
+#include <utility>
 
 namespace vantrel::dsig {
 
@@ -12,10 +15,8 @@ namespace vantrel::dsig {
 const std::vector<xml::ElementId>& Document::referencesOf(const ClsXml& signature) {
     if (m_signature != signature.elementId()) {
         m_references.clear();
-        if (const Ref<ClsXml> signedInfo =
-                Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignedInfo"))) {
-            m_references = signedInfo->childrenWithTag("*:Reference");
-        }
+        forEachReference(signature,
+                         [this](xml::ElementId reference) { m_references.push_back(reference); });
         m_signature = signature.elementId();
     }
     return m_references;
@@ -38,18 +39,47 @@ const TokenIndex& Document::tokens() {
     return *m_tokens;
 }
 
-const ClsXml* Document::parsedTransforms(const StringBuffer& text, LogBase& log) {
-    if (!m_transforms || !m_transformsText.equals(text)) {
-        m_transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());
-        if (!m_transforms || !m_transforms->loadXml(text, true, log)) {
-            // The text of the failure is not remembered, so that each reference that has it gets
-            // its own error line.
-            m_transforms.reset();
+// Where nothing is expanded and no attribute declared, parsing the text again would make the same.
+Ref<ClsXml> Document::transformsInPlace(xml::ElementId reference, const StringBuffer& text) const {
+    if (structure->documentType() != nullptr || reference >= structure->elementCount()) {
+        return {};
+    }
+    const xml::ElementId element = structure->firstChildNamed(reference, "Transforms");
+    if (element == xml::kNoElement) {
+        return {};
+    }
+    const xml::ElementRecord& record = structure->element(element);
+    if (structure->text(xml::rangeOf(record.start, record.end)) != text.view()) {
+        return {};
+    }
+    return Ref<ClsXml>::adopt(ClsXml::onElement(structure, element));
+}
+
+// What failed or was not read is not remembered, so that each reference that has it gets its own
+// error line.
+const ParsedTransforms* Document::parsedTransforms(xml::ElementId reference,
+                                                   const StringBuffer& text, LogBase& log) {
+    if (m_transforms.isRead() && m_transformsText.equals(text)) {
+        return &m_transforms;
+    }
+    m_transforms = {};
+    Ref<ClsXml> list = transformsInPlace(reference, text);
+    if (!list) {
+        list = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+        if (!list || !list->loadXml(text, true, log)) {
             return nullptr;
         }
-        m_transformsText = text;
     }
-    return m_transforms.get();
+    m_transforms = readTransforms(std::move(list), account.mostTransforms());
+    m_transformsText = text;
+    return &m_transforms;
+}
+
+std::shared_ptr<const xml::NodeIndex> Document::nodes(xml::WorkBudget& budget) {
+    if (m_nodes == nullptr) {
+        m_nodes = xml::NodeIndex::make(structure, budget);
+    }
+    return m_nodes;
 }
 
 const std::vector<xml::ElementId>& Document::manifests() {

@@ -5,6 +5,8 @@
 #include "dsig/document/decoded_certificate.h"
 #include "dsig/document/id_rivals.h"
 #include "dsig/document/key_account.h"
+#include "dsig/document/parsed_transforms.h"
+#include "dsig/document/reference_form.h"
 #include "dsig/document/token_index.h"
 #include "dsig/document/work_account.h"
 #include "foundation/text/RefCountedObject.h"
@@ -20,6 +22,11 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace vantrel::xml {
+class NodeIndex;
+class WorkBudget;
+} // namespace vantrel::xml
 
 namespace vantrel::dsig {
 
@@ -53,8 +60,13 @@ struct Document final {
     const StringBuffer& idOf(const ClsXml& signature);
     // Its security tokens (WS-Security), indexed when they are first asked for.
     const TokenIndex& tokens();
-    // A Transforms element from its text; null after an error line. Valid until the next call.
-    const ClsXml* parsedTransforms(const StringBuffer& text, LogBase& log);
+    // The Transforms element of a Reference, by its text; null after an error line. Valid until the
+    // next call.
+    const ParsedTransforms* parsedTransforms(xml::ElementId reference, const StringBuffer& text,
+                                             LogBase& log);
+    // The nodes of the document as XPath sees them, made when they are first asked for, within the
+    // budget; null where that is too small.
+    std::shared_ptr<const xml::NodeIndex> nodes(xml::WorkBudget& budget);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
     // Which attribute values are ambiguous; looked for when first asked.
@@ -74,6 +86,7 @@ struct Document final {
     WorkAccount account;
     CertificateCache certificates;
     LastKeyValue lastKeyValue;
+    ReferenceForm lastReference;
     // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
     // report needs it, and by the digests of a hash algorithm (dsig/keys/carried_certificates.h).
     std::optional<std::map<std::string, xml::ElementId, std::less<>>> certificatesByKey;
@@ -87,6 +100,9 @@ struct Document final {
     ElementSearch timeStamps{"EncapsulatedTimeStamp"};
 
 private:
+    [[nodiscard]] Ref<ClsXml> transformsInPlace(xml::ElementId reference,
+                                                const StringBuffer& text) const;
+
     // The signature that m_id belongs to.
     xml::ElementId m_idOwner = xml::kNoElement;
     StringBuffer m_id;
@@ -94,7 +110,8 @@ private:
     std::optional<TokenIndex> m_tokens;
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer m_transformsText;
-    Ref<ClsXml> m_transforms;
+    ParsedTransforms m_transforms;
+    std::shared_ptr<const xml::NodeIndex> m_nodes;
     std::optional<std::vector<xml::ElementId>> m_manifests;
     std::optional<IdRivals> m_idRivals;
     // The signature that m_references belongs to.

@@ -18,22 +18,28 @@ public:
     // as 0. Until the first call it is the first one.
     void begin(int signature) {
         m_current = static_cast<std::size_t>(std::max(signature, 0));
-        if (m_current >= m_bySignature.size()) {
-            m_bySignature.resize(m_current + 1);
+        if (m_current > m_later.size()) {
+            m_later.resize(m_current);
         }
         // The sum holds what every signature was last charged, so this cannot wrap.
-        m_sum -= m_bySignature[m_current];
-        m_bySignature[m_current] = {};
+        m_sum -= current();
+        current() = {};
     }
     // Whoever adds has seen that no limit is passed.
     void add(const Amounts& more) noexcept {
         m_sum += more;
-        m_bySignature[m_current] += more;
+        current() += more;
     }
     [[nodiscard]] const Amounts& sum() const noexcept { return m_sum; }
 
 private:
-    std::vector<Amounts> m_bySignature = std::vector<Amounts>(1);
+    [[nodiscard]] Amounts& current() noexcept {
+        return m_current == 0 ? m_first : m_later[m_current - 1];
+    }
+
+    // Apart, since most documents have one signature.
+    Amounts m_first{};
+    std::vector<Amounts> m_later;
     std::size_t m_current = 0;
     Amounts m_sum{};
 };

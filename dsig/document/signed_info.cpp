@@ -3,8 +3,9 @@
 
 #include "dsig/document/child_elements.h"
 #include "foundation/base/LogContextExitor.h"
+#include "foundation/xml/tree/element_text.h"
+#include "foundation/xml/tree/tag_pattern.h"
 
-#include <string>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -14,20 +15,27 @@ namespace {
 // By local name in any namespace: signers in the wild write signatures without one, and formats
 // that wrap them in their own (EBICS) keep the names. The first such child counts, for every reader
 // here, so that no two steps look at different ones.
-Ref<ClsXml> signedInfoOf(const ClsXml& signature, LogBase& log) {
-    Ref<ClsXml> signedInfo = Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignedInfo"));
-    if (!signedInfo) {
+xml::ElementId signedInfoOf(const ClsXml& signature, LogBase& log) {
+    const xml::ElementId signedInfo =
+        signature.document()->firstChildNamed(signature.elementId(), "SignedInfo");
+    if (signedInfo == xml::kNoElement) {
         log.LogError("No SignedInfo child.");
     }
     return signedInfo;
+}
+
+// An attribute without a prefix; `value` is unchanged where there is none.
+bool takeAttribute(const xml::XmlDocument& document, xml::ElementId element, const char* name,
+                   StringBuffer& value) {
+    return xml::attributeValue(document, element, xml::NamePattern(name), value);
 }
 
 void logChildNotFound(const char* child, LogBase& log) { log.logText("childNotFound", child); }
 
 } // namespace
 
-Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int index,
-                             LogBase& log) {
+xml::ElementId referenceId(Document* document, const Selection& selection, int index,
+                           LogBase& log) {
     const LogContextExitor context(log, "getReference");
     if (log.verbose()) {
         log.LogDataLong("m_selector", selection.index);
@@ -37,27 +45,32 @@ Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int
     if (signature == nullptr) {
         log.LogError("No object in dsig array at the current selector index.");
         log.LogDataLong("selectorIndex", selection.index);
-        return {};
-    }
-    // Tells a signature without SignedInfo from one with too few references.
-    if (!signedInfoOf(*signature, log)) {
-        return {};
+        return xml::kNoElement;
     }
     const std::vector<xml::ElementId>& references = document->referencesOf(*signature);
+    // Tells a signature without SignedInfo from one with too few references.
+    if (references.empty() && signedInfoOf(*signature, log) == xml::kNoElement) {
+        return xml::kNoElement;
+    }
     if (index < 0 || static_cast<std::size_t>(index) >= references.size()) {
         log.LogError("No Reference element at the requested index.");
         log.LogDataLong("index", index);
-        return {};
+        return xml::kNoElement;
     }
-    return handleOn(*signature, references[static_cast<std::size_t>(index)]);
+    return references[static_cast<std::size_t>(index)];
+}
+
+Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int index,
+                             LogBase& log) {
+    const xml::ElementId element = referenceId(document, selection, index, log);
+    return element != xml::kNoElement ? handleOn(*selection.signature, element) : Ref<ClsXml>();
 }
 
 // Counted the same way as referencesOf collects them, so that each index below it has an element.
 int numReferences(const ClsXml& signature) {
-    LogNull log;
-    const Ref<ClsXml> signedInfo =
-        Ref<ClsXml>::adopt(signature.getChildWithTagUtf8("*:SignedInfo"));
-    return signedInfo ? signedInfo->numChildrenHavingTagUtf8("*:Reference", log) : 0;
+    int count = 0;
+    forEachReference(signature, [&count](xml::ElementId /*reference*/) { ++count; });
+    return count;
 }
 
 bool signedInfoField(const ClsXml* signature, const char* childName, const char* attrName,
@@ -67,20 +80,20 @@ bool signedInfoField(const ClsXml* signature, const char* childName, const char*
     if (signature == nullptr) {
         return false;
     }
-    const Ref<ClsXml> signedInfo = signedInfoOf(*signature, log);
-    if (!signedInfo) {
+    const xml::XmlDocument& document = *signature->document();
+    const xml::ElementId signedInfo = signedInfoOf(*signature, log);
+    if (signedInfo == xml::kNoElement) {
         return false;
     }
-    const std::string tag = std::string("*:") + childName;
-    const Ref<ClsXml> child = Ref<ClsXml>::adopt(signedInfo->getChildWithTagUtf8(tag.c_str()));
-    if (!child) {
+    const xml::ElementId child = document.firstChildNamed(signedInfo, childName);
+    if (child == xml::kNoElement) {
         logChildNotFound(childName, log);
         return false;
     }
     if (attrName != nullptr) {
-        child->getAttrValue(attrName, out);
+        static_cast<void>(takeAttribute(document, child, attrName, out));
     } else {
-        child->getContentSb(out);
+        handleOn(*signature, child)->getContentSb(out);
     }
     return true;
 }
@@ -92,20 +105,23 @@ bool canonicalizationMethod(const ClsXml* signature, StringBuffer& algorithm,
     if (signature == nullptr) {
         return false;
     }
-    const Ref<ClsXml> signedInfo = signedInfoOf(*signature, log);
-    if (!signedInfo) {
+    const xml::XmlDocument& document = *signature->document();
+    const xml::ElementId signedInfo = signedInfoOf(*signature, log);
+    if (signedInfo == xml::kNoElement) {
         return false;
     }
-    const char* const tag = "*:CanonicalizationMethod";
-    const Ref<ClsXml> method = Ref<ClsXml>::adopt(signedInfo->getChildWithTagUtf8(tag));
-    if (!method) {
-        logChildNotFound(tag, log);
+    const xml::ElementId method = document.firstChildNamed(signedInfo, "CanonicalizationMethod");
+    if (method == xml::kNoElement) {
+        logChildNotFound("*:CanonicalizationMethod", log);
         return false;
     }
     // XML Signature, 4.4.1; the prefix list is that of Exclusive XML Canonicalization 1.0, section
     // 3.
-    method->getAttrValue("Algorithm", algorithm);
-    method->getChildAttrValue("*:InclusiveNamespaces", "PrefixList", prefixList);
+    static_cast<void>(takeAttribute(document, method, "Algorithm", algorithm));
+    const xml::ElementId list = document.firstChildNamed(method, "InclusiveNamespaces");
+    if (list != xml::kNoElement) {
+        static_cast<void>(takeAttribute(document, list, "PrefixList", prefixList));
+    }
     return true;
 }
 

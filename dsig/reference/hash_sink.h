@@ -3,11 +3,12 @@
 #define DSIG_REFERENCE_HASH_SINK_H
 
 #include "foundation/crypto/hash/hasher.h"
-#include "foundation/text/DataBuffer.h"
+#include "foundation/text/byte_view.h"
 #include "foundation/xml/canon/canonicalizer.h"
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace vantrel::dsig {
 
@@ -23,14 +24,10 @@ public:
         m_size += size;
         return true;
     }
-    // Appends the digest of everything written. Nothing written has no digest: an empty canonical
-    // form equals nothing. To be called once, at the end.
-    void finish(DataBuffer& digest) {
-        if (m_size == 0) {
-            return;
-        }
-        std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
-        digest.append(ByteView(m_hasher.final(bytes)));
+    // The digest of everything written, in `room`. Nothing written has no digest: an empty
+    // canonical form equals nothing. To be called once, at the end.
+    [[nodiscard]] ByteView finish(std::span<std::uint8_t> room) {
+        return m_size == 0 ? ByteView() : ByteView(m_hasher.final(room));
     }
     // Octets written so far.
     [[nodiscard]] std::uint64_t size() const noexcept { return m_size; }

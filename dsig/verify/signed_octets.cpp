@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/verify/signed_octets.h"
 
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/signed_info.h"
-#include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/doda.h"
 #include "dsig/transform/recommended_transforms.h"
@@ -192,7 +192,7 @@ bool makeCanonical11Octets(Document& document, const Selection& selection, Signe
         return false;
     }
     xml::WorkBudget budget(document.account.stepsLeft());
-    auto index = xml::NodeIndex::make(document.structure, budget);
+    auto index = document.nodes(budget);
     bool made = index != nullptr;
     if (made) {
         const xml::NodeId top = index->ofElement(signedInfo->elementId());

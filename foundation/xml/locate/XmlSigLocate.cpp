@@ -76,12 +76,27 @@ std::string contentWithoutSpace(const XmlDocument& document, ElementId element) 
     return packed;
 }
 
-ElementId firstChildNamed(const XmlDocument& document, ElementId parent, std::string_view name) {
-    ElementId child = document.firstChild(parent);
-    while (child != kNoElement && document.localName(child) != name) {
-        child = document.nextChild(parent, child);
+// Whether the element's own character data without its white space is `packed`, which is not empty.
+bool holdsPacked(const XmlDocument& document, ElementId element, std::string_view packed) {
+    const xml::ElementRecord& record = document.element(element);
+    const std::string_view text = document.text();
+    std::size_t at = record.start + document.qualifiedName(element).size() + 1;
+    if (text[at] != '>') {
+        return contentWithoutSpace(document, element) == packed;
     }
-    return child;
+    // Mostly it is one run of text between plain tags, which end with the first '<'.
+    std::size_t matched = 0;
+    for (++at; text[at] != '<' && text[at] != '&'; ++at) {
+        if (xml::isSpace(text[at])) {
+            continue;
+        }
+        if (matched == packed.size() || packed[matched] != text[at]) {
+            return false;
+        }
+        ++matched;
+    }
+    return text.compare(at, 2, "</") == 0 ? matched == packed.size()
+                                          : contentWithoutSpace(document, element) == packed;
 }
 
 bool hasReferenceDigest(const XmlDocument& document, const SignatureElement& signature,
@@ -94,8 +109,8 @@ bool hasReferenceDigest(const XmlDocument& document, const SignatureElement& sig
         if (document.localName(child) != "Reference") {
             continue;
         }
-        const ElementId value = firstChildNamed(document, child, "DigestValue");
-        if (value != kNoElement && contentWithoutSpace(document, value) == digest) {
+        const ElementId value = document.firstChildNamed(child, "DigestValue");
+        if (value != kNoElement && holdsPacked(document, value, digest)) {
             return true;
         }
     }
@@ -221,7 +236,7 @@ void XmlSigLocate::recordParts(const XmlDocument& document, ElementId signature)
 
 // Only the properties of this signature: those of a counter-signature lie deeper.
 void XmlSigLocate::recordObject(const XmlDocument& document, ElementId object) {
-    const ElementId qualifying = firstChildNamed(document, object, "QualifyingProperties");
+    const ElementId qualifying = document.firstChildNamed(object, "QualifyingProperties");
     if (qualifying == kNoElement) {
         if (m_objectLoc == 0) {
             m_objectLoc = locationOf(document, object);
@@ -232,14 +247,14 @@ void XmlSigLocate::recordObject(const XmlDocument& document, ElementId object) {
         return;
     }
     m_qualifyingPropertiesLoc = locationOf(document, qualifying);
-    const ElementId isSigned = firstChildNamed(document, qualifying, "SignedProperties");
+    const ElementId isSigned = document.firstChildNamed(qualifying, "SignedProperties");
     m_signedPropertiesLoc = locationOf(document, isSigned);
     m_signedPropertiesLen = lengthOf(document, isSigned);
-    const ElementId isUnsigned = firstChildNamed(document, qualifying, "UnsignedProperties");
+    const ElementId isUnsigned = document.firstChildNamed(qualifying, "UnsignedProperties");
     m_unsignedPropertiesLoc = locationOf(document, isUnsigned);
     if (isUnsigned != kNoElement) {
         m_unsignedSignaturePropertiesLoc = locationOf(
-            document, firstChildNamed(document, isUnsigned, "UnsignedSignatureProperties"));
+            document, document.firstChildNamed(isUnsigned, "UnsignedSignatureProperties"));
     }
 }
 

@@ -50,6 +50,15 @@ std::string_view XmlDocument::localName(ElementId id) const noexcept {
     return whole.substr(start + behindPrefix, name.length - behindPrefix);
 }
 
+ElementId XmlDocument::firstChildNamed(ElementId parent,
+                                       std::string_view localName) const noexcept {
+    ElementId child = firstChild(parent);
+    while (child != kNoElement && this->localName(child) != localName) {
+        child = nextChild(parent, child);
+    }
+    return child;
+}
+
 ElementId XmlDocument::elementAt(std::uint32_t offset) const noexcept {
     const auto* const found = std::lower_bound(
         m_elements.begin(), m_elements.end(), offset,

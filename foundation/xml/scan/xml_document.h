@@ -151,6 +151,9 @@ public:
     [[nodiscard]] ElementId nextSibling(ElementId id) const noexcept {
         return id == 0 ? kNoElement : nextChild(parent(id), id);
     }
+    // The first child with this local name, in any namespace; kNoElement when there is none.
+    [[nodiscard]] ElementId firstChildNamed(ElementId parent,
+                                            std::string_view localName) const noexcept;
     // Qualified name, its part before the colon (empty without one), its part after.
     [[nodiscard]] std::string_view qualifiedName(ElementId id) const noexcept;
     [[nodiscard]] std::string_view prefix(ElementId id) const noexcept;

@@ -145,8 +145,12 @@ bool ClsXml::contentOf(ElementId element, StringBuffer& out) const {
     if (element == kNoElement) {
         return false;
     }
-    std::string content;
-    xml::appendElementContent(*m_document, element, content);
+    std::string read;
+    std::string_view content;
+    if (!xml::plainElementContent(*m_document, element, content)) {
+        xml::appendElementContent(*m_document, element, read);
+        content = read;
+    }
     if (!out.setView(content)) {
         throw std::bad_alloc();
     }
@@ -168,8 +172,12 @@ bool ClsXml::getAttrValue(const char* name, StringBuffer& out) const {
 }
 
 bool ClsXml::getChildAttrValue(const char* tag, const char* name, StringBuffer& out) const {
-    const Ref<ClsXml> child = Ref<ClsXml>::adopt(getChildWithTagUtf8(tag));
-    return child && child->getAttrValue(name, out);
+    if (m_document == nullptr) {
+        return false;
+    }
+    const ElementId child = xml::findNthChild(*m_document, m_element, NamePattern(viewOf(tag)), 0);
+    return child != kNoElement &&
+           xml::attributeValue(*m_document, child, NamePattern(viewOf(name)), out);
 }
 
 bool ClsXml::HasAttribute(const XString& name) const {
