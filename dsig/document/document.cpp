@@ -6,6 +6,7 @@
 #include "foundation/xml/nodes/node_index.h"
 
 #include <string_view>
+#include <utility>
 
 namespace vantrel::dsig {
 
@@ -54,24 +55,24 @@ Ref<ClsXml> Document::transformsInPlace(xml::ElementId reference, const StringBu
     return Ref<ClsXml>::adopt(ClsXml::onElement(structure, element));
 }
 
-const ClsXml* Document::parsedTransforms(xml::ElementId reference, const StringBuffer& text,
-                                         LogBase& log) {
-    if (!m_transforms || !m_transformsText.equals(text)) {
-        m_transforms = transformsInPlace(reference, text);
-        if (m_transforms) {
-            m_transformsText = text;
-            return m_transforms.get();
-        }
-        m_transforms = Ref<ClsXml>::adopt(ClsXml::createNewCls());
-        if (!m_transforms || !m_transforms->loadXml(text, true, log)) {
-            // The text of the failure is not remembered, so that each reference that has it gets
-            // its own error line.
-            m_transforms.reset();
+// What failed or was not read is not remembered, so that each reference that has it gets its own
+// error line.
+const ParsedTransforms* Document::parsedTransforms(xml::ElementId reference,
+                                                   const StringBuffer& text, LogBase& log) {
+    if (m_transforms.isRead() && m_transformsText.equals(text)) {
+        return &m_transforms;
+    }
+    m_transforms = {};
+    Ref<ClsXml> list = transformsInPlace(reference, text);
+    if (!list) {
+        list = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+        if (!list || !list->loadXml(text, true, log)) {
             return nullptr;
         }
-        m_transformsText = text;
     }
-    return m_transforms.get();
+    m_transforms = readTransforms(std::move(list), account.mostTransforms());
+    m_transformsText = text;
+    return &m_transforms;
 }
 
 std::shared_ptr<const xml::NodeIndex> Document::nodes(xml::WorkBudget& budget) {

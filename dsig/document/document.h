@@ -5,6 +5,8 @@
 #include "dsig/document/decoded_certificate.h"
 #include "dsig/document/id_rivals.h"
 #include "dsig/document/key_account.h"
+#include "dsig/document/parsed_transforms.h"
+#include "dsig/document/reference_form.h"
 #include "dsig/document/token_index.h"
 #include "dsig/document/work_account.h"
 #include "foundation/text/RefCountedObject.h"
@@ -60,8 +62,8 @@ struct Document final {
     const TokenIndex& tokens();
     // The Transforms element of a Reference, by its text; null after an error line. Valid until the
     // next call.
-    const ClsXml* parsedTransforms(xml::ElementId reference, const StringBuffer& text,
-                                   LogBase& log);
+    const ParsedTransforms* parsedTransforms(xml::ElementId reference, const StringBuffer& text,
+                                             LogBase& log);
     // The nodes of the document as XPath sees them, made when they are first asked for, within the
     // budget; null where that is too small.
     std::shared_ptr<const xml::NodeIndex> nodes(xml::WorkBudget& budget);
@@ -85,6 +87,7 @@ struct Document final {
     WorkAccount account;
     CertificateCache certificates;
     LastKeyValue lastKeyValue;
+    ReferenceForm lastReference;
     // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
     // report needs it, and by the digests of a hash algorithm (dsig/keys/carried_certificates.h).
     std::optional<std::map<std::string, xml::ElementId, std::less<>>> certificatesByKey;
@@ -108,7 +111,7 @@ private:
     std::optional<TokenIndex> m_tokens;
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer m_transformsText;
-    Ref<ClsXml> m_transforms;
+    ParsedTransforms m_transforms;
     std::shared_ptr<const xml::NodeIndex> m_nodes;
     std::optional<std::vector<xml::ElementId>> m_manifests;
     std::optional<IdRivals> m_idRivals;

@@ -34,8 +34,8 @@ void logChildNotFound(const char* child, LogBase& log) { log.logText("childNotFo
 
 } // namespace
 
-Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int index,
-                             LogBase& log) {
+xml::ElementId referenceId(Document* document, const Selection& selection, int index,
+                           LogBase& log) {
     const LogContextExitor context(log, "getReference");
     if (log.verbose()) {
         log.LogDataLong("m_selector", selection.index);
@@ -45,19 +45,25 @@ Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int
     if (signature == nullptr) {
         log.LogError("No object in dsig array at the current selector index.");
         log.LogDataLong("selectorIndex", selection.index);
-        return {};
-    }
-    // Tells a signature without SignedInfo from one with too few references.
-    if (signedInfoOf(*signature, log) == xml::kNoElement) {
-        return {};
+        return xml::kNoElement;
     }
     const std::vector<xml::ElementId>& references = document->referencesOf(*signature);
+    // Tells a signature without SignedInfo from one with too few references.
+    if (references.empty() && signedInfoOf(*signature, log) == xml::kNoElement) {
+        return xml::kNoElement;
+    }
     if (index < 0 || static_cast<std::size_t>(index) >= references.size()) {
         log.LogError("No Reference element at the requested index.");
         log.LogDataLong("index", index);
-        return {};
+        return xml::kNoElement;
     }
-    return handleOn(*signature, references[static_cast<std::size_t>(index)]);
+    return references[static_cast<std::size_t>(index)];
+}
+
+Ref<ClsXml> referenceElement(Document* document, const Selection& selection, int index,
+                             LogBase& log) {
+    const xml::ElementId element = referenceId(document, selection, index, log);
+    return element != xml::kNoElement ? handleOn(*selection.signature, element) : Ref<ClsXml>();
 }
 
 // Counted the same way as referencesOf collects them, so that each index below it has an element.

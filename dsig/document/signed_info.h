@@ -12,9 +12,11 @@
 // there is an error line unless said otherwise, and no result.
 namespace vantrel::dsig {
 
-// The Reference element at a zero-based index; null when there is none. `document` may be null
-// where no signature is selected.
+// The Reference element at a zero-based index; kNoElement, or null, when there is none. `document`
+// may be null where no signature is selected.
 // The handle is the caller's. With a selected signature `document` is that signature's own.
+[[nodiscard]] xml::ElementId referenceId(Document* document, const Selection& selection, int index,
+                                         LogBase& log);
 [[nodiscard]] Ref<ClsXml> referenceElement(Document* document, const Selection& selection,
                                            int index, LogBase& log);
 // Number of references; 0 without a word where there is no SignedInfo.

@@ -35,6 +35,9 @@ public:
     // The transforms of one reference. The first two (an enveloped signature and a
     // canonicalization, say) count for the reference only, not for the document.
     [[nodiscard]] bool takeTransforms(std::uint64_t count, LogBase& log);
+    [[nodiscard]] std::uint64_t mostTransforms() const noexcept {
+        return m_limits.transformsPerReference;
+    }
     // Steps of work on nodes. It is done within stepsLeft(), and taken afterwards; false, as for
     // the others, where that was not enough.
     [[nodiscard]] std::uint64_t stepsLeft() const noexcept;

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/explain/target.h"
 
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/child_elements.h"
 #include "dsig/document/signed_info.h"
 #include "dsig/explain/budget.h"
 #include "dsig/reference/enveloped_signature.h"
 #include "dsig/reference/reference_target.h"
 #include "dsig/report/coverage.h"
-#include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/profile_steps.h"
 #include "dsig/transform/xpath_step.h"
 #include "foundation/text/LogBase.h"
@@ -100,15 +100,14 @@ bool takeSteps(Document& document, const Selection& selection, const DSigReferen
     if (reference.m_transforms.isEmpty()) {
         return true;
     }
-    const ClsXml* const transforms =
+    const ParsedTransforms* const transforms =
         document.parsedTransforms(reference.m_element, reference.m_transforms, log);
-    if (transforms == nullptr) {
-        return false;
-    }
-    const std::vector<xml::ElementId> steps = childElements(*transforms);
-    return std::all_of(steps.begin(), steps.end(), [&](xml::ElementId step) {
-        return takeStep(*handleOn(*transforms, step), selection, reference, rules, text, target);
-    });
+    return transforms != nullptr && transforms->isRead() &&
+           std::all_of(transforms->steps.begin(), transforms->steps.end(),
+                       [&](const ParsedTransform& step) {
+                           return takeStep(*step.element, selection, reference, rules, text,
+                                           target);
+                       });
 }
 
 // Offsets in a text behind some edits. Few edits, so a walk for each offset is enough.

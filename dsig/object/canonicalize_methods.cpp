@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Canonicalization as a service of its own: text in, canonical text out.
 
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/object/ClsXmlDSig.h"
-#include "dsig/transform/canonicalization_method.h"
 #include "foundation/base/MethodFrame.h"
 #include "foundation/xml/canon/XmlCanon.h"
 

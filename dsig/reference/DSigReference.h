@@ -2,8 +2,12 @@
 #ifndef DSIG_REFERENCE_DSIGREFERENCE_H
 #define DSIG_REFERENCE_DSIGREFERENCE_H
 
+#include "dsig/document/reference_form.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/scan/xml_document.h"
+
+#include <cstdint>
+#include <string_view>
 
 namespace vantrel {
 
@@ -22,6 +26,10 @@ public:
     // Reads the element. A missing child leaves its member empty; the result is always true. What
     // is missing shows later: no digest value equals nothing, no digest method is an unknown one.
     bool parseReference(const ClsXml& referenceElement, LogBase& log);
+    // The same with what was found out about the reference before it in the document, which becomes
+    // what was found out about this one.
+    void parseReference(const xml::XmlDocument& document, xml::ElementId element,
+                        dsig::ReferenceForm& last, LogBase& log);
     void logReference(LogBase& log) const;
     // Also knows the digest methods of RFC 9231 from here on, by their whole identifiers. One whose
     // stored value may be a SHA-1 digest stays unknown, so that what the guess verifies it verifies
@@ -48,7 +56,17 @@ public:
     xml::ElementId m_element = xml::kNoElement; // of the document that it was read from
 
 private:
+    void readStartTag(const xml::XmlDocument& document, std::uint32_t& end);
+    [[nodiscard]] bool takeForm(const xml::XmlDocument& document, std::uint32_t tagEnd,
+                                const dsig::ReferenceForm& form);
+    void readChildren(const xml::XmlDocument& document, std::uint32_t tagEnd,
+                      dsig::ReferenceForm& form);
+    void putDigest(std::string_view text);
+    // The hash that m_digestMethod names by a part of it; 0 for none.
+    [[nodiscard]] int namedHash() const;
+
     int m_standardHash = 0; // of a digest method of RFC 9231
+    mutable dsig::NamedDigest m_named;
 };
 
 } // namespace vantrel

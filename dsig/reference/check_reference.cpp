@@ -84,14 +84,15 @@ ReferenceResult attemptReference(const ReferenceQuery& query, Rules& rules, LogB
     log.LogDataSb("selectedSignatureId", query.selection.id);
     log.LogDataLong("index", query.index);
 
-    const Ref<ClsXml> element = referenceElement(query.document, query.selection, query.index, log);
-    if (!element) {
+    const xml::ElementId element = referenceId(query.document, query.selection, query.index, log);
+    if (element == xml::kNoElement) {
         log.LogError("No Reference at index");
         result.reason = RefReason::NoReference;
         return result;
     }
     DSigReference reference;
-    reference.parseReference(*element, log);
+    reference.parseReference(*query.document->structure, element, query.document->lastReference,
+                             log);
     result.describe(reference.m_uri, reference.m_digestMethod);
     if (!reference.digestMethodIsKnown() && standardsApply(log)) {
         reference.knowStandardDigests();

@@ -2,6 +2,7 @@
 #include "dsig/reference/digest_input.h"
 
 #include "dsig/document/child_elements.h"
+#include "dsig/document/parsed_transforms.h"
 #include "dsig/reference/enveloped_signature.h"
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/doda.h"
@@ -22,38 +23,6 @@ namespace vantrel::dsig {
 
 namespace {
 
-// The implied steps, by their algorithm identifiers; of the second, the last part is enough.
-const char* const kEnvelopedSignatureId = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
-const char* const kDefaultCanonicalization = "REC-xml-c14n-20010315";
-
-// What one entry of a Transforms list asks for.
-enum class TransformKind { XPath, EnvelopedSignature, Canonicalization, Base64, Unrecognized };
-
-struct TransformName {
-    const char* part; // case-sensitive substring of the algorithm identifier
-    TransformKind kind;
-};
-
-// The first part found decides; the order matters. XSLT is not among them: a stylesheet is a
-// program, and the document would bring it along.
-constexpr TransformName kTransformNames[] = {
-    {"REC-xpath", TransformKind::XPath},
-    {"2002/06/xmldsig-filter2", TransformKind::XPath},
-    {"enveloped-signature", TransformKind::EnvelopedSignature},
-    {"xml-c14n", TransformKind::Canonicalization},
-    {"xml-exc-c14n", TransformKind::Canonicalization},
-    {"xmldsig#base64", TransformKind::Base64},
-};
-
-TransformKind transformKind(const StringBuffer& algorithm) {
-    for (const TransformName& name : kTransformNames) {
-        if (algorithm.containsSubstring(name.part)) {
-            return name.kind;
-        }
-    }
-    return TransformKind::Unrecognized;
-}
-
 // Content that is not base64 is logged up to this many bytes, however long the element is.
 constexpr std::uint32_t kLongestLoggedBase64 = 200;
 
@@ -71,35 +40,28 @@ public:
     RefReason run() { return m_reference.m_transforms.isEmpty() ? runImplied() : runListed(); }
 
 private:
-    // A reference without transforms. The algorithm text of a whole-document reference names both
-    // steps, the second appended to the first; the canonicalization looks for its own name only.
+    // A reference without transforms.
     RefReason runImplied() {
-        StringBuffer algorithm;
-        if (m_fragmentId.isEmpty()) {
-            algorithm.setString(kEnvelopedSignatureId);
-            if (!removeSignature()) {
-                return RefReason::TransformFailed;
-            }
+        if (m_fragmentId.isEmpty() && !removeSignature()) {
+            return RefReason::TransformFailed;
         }
-        algorithm.append(m_rules.zatca ? "xml-exc-c14n" : kDefaultCanonicalization);
-        return canonicalize(nullptr, algorithm, m_sink);
+        return canonicalize({.exclusive = m_rules.zatca, .prefixList = {}}, m_sink);
     }
 
     RefReason runListed() {
-        const ClsXml* const transforms = m_query.document->parsedTransforms(
+        const ParsedTransforms* const transforms = m_query.document->parsedTransforms(
             m_reference.m_element, m_reference.m_transforms, m_log);
         if (transforms == nullptr) {
             return RefReason::Other;
         }
-        const std::vector<xml::ElementId> children = childElements(*transforms);
         // Counted before the first is run. Each can go over the whole document, so a list of
         // thousands in a small file would be a cheap way to keep a verifier busy.
-        if (!m_query.document->account.takeTransforms(children.size(), m_log)) {
+        if (!m_query.document->account.takeTransforms(transforms->count, m_log)) {
             return RefReason::LimitPassed;
         }
-        for (std::size_t i = 0; i < children.size(); ++i) {
-            const Ref<ClsXml> transform = handleOn(*transforms, children[i]);
-            const RefReason outcome = runOne(*transform, i + 1 == children.size());
+        const std::vector<ParsedTransform>& steps = transforms->steps;
+        for (const ParsedTransform& step : steps) {
+            const RefReason outcome = runOne(step, &step == &steps.back());
             if (outcome != RefReason::Match) {
                 return outcome;
             }
@@ -112,28 +74,21 @@ private:
     // signature is taken out, last of all. Octets are needed for a digest: XML Signature 1.1,
     // 4.4.3.2 implies Canonical XML 1.0 where no transform has produced them.
     RefReason runImpliedRest() {
-        StringBuffer algorithm;
-        if (!m_envelopedSeen && m_fragmentId.isEmpty()) {
-            algorithm.setString(kEnvelopedSignatureId);
-            if (!removeSignature()) {
-                return RefReason::TransformFailed;
-            }
+        if (!m_envelopedSeen && m_fragmentId.isEmpty() && !removeSignature()) {
+            return RefReason::TransformFailed;
         }
         if (m_canonicalized) {
             return RefReason::Match;
         }
         // Inclusive here, whatever the ZATCA rules say; only a reference without transforms
         // differs.
-        algorithm.append(kDefaultCanonicalization);
-        return canonicalize(nullptr, algorithm, m_input.base64Pending ? nullptr : m_sink);
+        return canonicalize({.prefixList = {}}, m_input.base64Pending ? nullptr : m_sink);
     }
 
-    RefReason runOne(const ClsXml& transform, bool isLast) {
-        StringBuffer algorithm;
-        transform.getAttrValue("Algorithm", algorithm);
-        m_log.LogDataSb("transformAlgorithm", algorithm);
-        switch (transformKind(algorithm)) {
-        case TransformKind::XPath: return runXPath(transform, algorithm);
+    RefReason runOne(const ParsedTransform& transform, bool isLast) {
+        m_log.LogDataSb("transformAlgorithm", transform.algorithm);
+        switch (transform.kind) {
+        case TransformKind::XPath: return runXPath(*transform.element, transform.algorithm);
         case TransformKind::EnvelopedSignature:
             m_envelopedSeen = true;
             return removeSignature() ? RefReason::Match : RefReason::TransformFailed;
@@ -143,12 +98,12 @@ private:
             m_canonicalized = true;
             const bool nothingFollows =
                 isLast && !m_input.base64Pending && (m_envelopedSeen || !m_fragmentId.isEmpty());
-            return canonicalize(&transform, algorithm, nothingFollows ? m_sink : nullptr);
+            return canonicalize(transform.canonicalization, nothingFollows ? m_sink : nullptr);
         }
         case TransformKind::Base64: m_input.base64Pending = true; return RefReason::Match;
         case TransformKind::Unrecognized: break;
         }
-        m_log.LogDataSb("unrecognizedTransform", algorithm);
+        m_log.LogDataSb("unrecognizedTransform", transform.algorithm);
         return RefReason::UnsupportedTransform;
     }
 
@@ -187,10 +142,9 @@ private:
                signatureProfile(m_query.selection) == SignatureProfile::VietnamInvoice;
     }
 
-    RefReason canonicalize(const ClsXml* transform, const StringBuffer& algorithm,
-                           xml::CanonSink* sink) {
-        return canonicalizeStep(transform, m_input.text, algorithm, m_fragmentId, sink, m_rules,
-                                m_leniencies, m_log);
+    RefReason canonicalize(const CanonicalizationChoice& choice, xml::CanonSink* sink) {
+        return canonicalizeStep(choice, m_input.text, m_fragmentId, sink, m_rules, m_leniencies,
+                                m_log);
     }
 
     const ReferenceQuery& m_query;

@@ -8,12 +8,13 @@ namespace vantrel::dsig {
 bool parseFirstReference(Document* document, const Selection& selection, DSigReference& first,
                          LogBase& log) {
     // The digest is read here only to find the signature again in a text; it is not checked.
-    const Ref<ClsXml> reference = referenceElement(document, selection, 0, log);
-    if (!reference) {
+    const xml::ElementId reference = referenceId(document, selection, 0, log);
+    if (reference == xml::kNoElement) {
         log.LogError("No Reference at index 0");
         return false;
     }
-    return first.parseReference(*reference, log);
+    first.parseReference(*document->structure, reference, document->lastReference, log);
+    return true;
 }
 
 } // namespace vantrel::dsig

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/reference/hash_sink.h"
 
-#include <array>
 #include <new>
 #include <system_error>
 
@@ -30,15 +29,6 @@ void HashSink::endThread() {
         m_ring.close();
         m_thread.join();
     }
-}
-
-void HashSink::finish(DataBuffer& digest) {
-    endThread();
-    if (m_size == 0) {
-        return;
-    }
-    std::array<std::uint8_t, crypto::kMaxDigestSize> bytes{};
-    digest.append(ByteView(m_hasher.final(bytes)));
 }
 
 } // namespace vantrel::dsig

@@ -4,10 +4,12 @@
 
 #include "foundation/base/byte_ring.h"
 #include "foundation/crypto/hash/hasher.h"
-#include "foundation/text/DataBuffer.h"
+#include "foundation/text/byte_view.h"
 #include "foundation/xml/canon/canonicalizer.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <thread>
 
 namespace vantrel::dsig {
@@ -40,9 +42,12 @@ public:
         m_size += size;
         return true;
     }
-    // Appends the digest of everything written. Nothing written has no digest: an empty canonical
-    // form equals nothing. To be called once, at the end.
-    void finish(DataBuffer& digest);
+    // The digest of everything written, in `room`. Nothing written has no digest: an empty
+    // canonical form equals nothing. To be called once, at the end.
+    [[nodiscard]] ByteView finish(std::span<std::uint8_t> room) {
+        endThread();
+        return m_size == 0 ? ByteView() : ByteView(m_hasher.final(room));
+    }
     // Octets written so far.
     [[nodiscard]] std::uint64_t size() const noexcept { return m_size; }
 

@@ -15,6 +15,8 @@
 #include "foundation/xml/canon/fragment_id.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -145,14 +147,16 @@ private:
         if (outcome != RefReason::Match) {
             return outcome;
         }
-        DataBuffer digest;
         if (attempt.input.text.wasStreamed()) {
-            sink.finish(digest);
+            std::array<std::uint8_t, crypto::kMaxDigestSize> room;
+            static_cast<void>(
+                text::encode(sink.finish(room), text::Encoding::Base64, attempt.calculated));
             attempt.octetCount = sink.size();
         } else {
+            DataBuffer digest;
             digestText(attempt, hashAlg, digest);
+            digest.encodeDB("base64", attempt.calculated);
         }
-        digest.encodeDB("base64", attempt.calculated);
         return RefReason::Match;
     }
 
@@ -230,9 +234,9 @@ private:
         }
         // The transforms of the reference are not run again: these signers digest the exclusive
         // canonical form of the element, whatever they list.
-        const StringBuffer algorithm("xml-exc-c14n");
+        const CanonicalizationChoice exclusive{.exclusive = true, .prefixList = {}};
         // A canonicalization that fails leaves the text as it is; the comparison then decides.
-        static_cast<void>(canonicalizeStep(nullptr, text, algorithm, m_fragmentId, nullptr, m_rules,
+        static_cast<void>(canonicalizeStep(exclusive, text, m_fragmentId, nullptr, m_rules,
                                            m_result.accommodations, m_log));
         StringBuffer octets = text.text();
         closeDigestMethod(octets);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/transform/canonicalize_step.h"
 
-#include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/profile_detection.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/xml/canon/XmlCanon.h"
@@ -22,23 +21,24 @@ constexpr std::size_t kMostEbicsElements = 100;
 // its words, so quotes and axes may differ; it is never evaluated. An Id that holds all three words
 // is taken for it as well.
 bool isEbicsFragment(const StringBuffer& fragmentId) {
+    constexpr std::string_view kLongest = "authenticate";
     return fragmentId.equals("EBICS") ||
-           (fragmentId.containsSubstring("xpointer") &&
+           (fragmentId.getSize() > kLongest.size() && fragmentId.containsSubstring("xpointer") &&
             fragmentId.containsSubstring("authenticate") && fragmentId.containsSubstring("true"));
 }
 
-// Exclusive XML Canonicalization 1.0, section 4. The child is found by its local name, whatever its
-// prefix. Where there is none the list stays empty, and each namespace is written where it is
-// visibly used.
-void readPrefixList(const ClsXml& transform, XmlCanon& canonicalizer, LogBase& log) {
-    StringBuffer prefixList;
-    if (!transform.getChildAttrValue("*:InclusiveNamespaces", "PrefixList", prefixList)) {
+// Exclusive XML Canonicalization 1.0, section 4. Without a list each namespace is written where it
+// is visibly used.
+void takeChoice(const CanonicalizationChoice& choice, XmlCanon& canonicalizer, LogBase& log) {
+    canonicalizer.m_method = choice.exclusive ? kExclusive : kInclusive;
+    canonicalizer.m_withComments = choice.withComments;
+    if (!choice.prefixList) {
         return;
     }
     if (log.verbose()) {
-        log.LogDataSb("inclusiveNamespacesPrefixList", prefixList);
+        log.LogDataSb("inclusiveNamespacesPrefixList", *choice.prefixList);
     }
-    setPrefixList(canonicalizer, prefixList);
+    setPrefixList(canonicalizer, *choice.prefixList);
 }
 
 // Hands octets on as long as the document's account allows. Without this a small document with many
@@ -190,17 +190,12 @@ void configureAttrSort(XmlCanon& canonicalizer, const Rules& rules, LogBase& log
     canonicalizer.m_faultyOrder = rules.attributeOrder();
 }
 
-RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
-                           const StringBuffer& algorithm, const StringBuffer& fragmentId,
-                           xml::CanonSink* sink, const Rules& rules, CodeSet& leniencies,
-                           LogBase& log) {
+RefReason canonicalizeStep(const CanonicalizationChoice& choice, WorkingText& text,
+                           const StringBuffer& fragmentId, xml::CanonSink* sink, const Rules& rules,
+                           CodeSet& leniencies, LogBase& log) {
     const LogContextExitor context(log, "transformCanonicalize");
     XmlCanon canonicalizer;
-    selectTransformMethod(algorithm, canonicalizer);
-    // An InclusiveNamespaces child below an inclusive method means nothing and is not read.
-    if (transform != nullptr && canonicalizer.m_method == kExclusive) {
-        readPrefixList(*transform, canonicalizer, log);
-    }
+    takeChoice(choice, canonicalizer, log);
     configureAttrSort(canonicalizer, rules, log);
 
     if (isEbicsFragment(fragmentId)) {

@@ -2,6 +2,7 @@
 #ifndef DSIG_TRANSFORM_CANONICALIZE_STEP_H
 #define DSIG_TRANSFORM_CANONICALIZE_STEP_H
 
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/rules.h"
 #include "dsig/report/codes.h"
 #include "dsig/report/ref_reason.h"
@@ -15,16 +16,14 @@
 namespace vantrel::dsig {
 
 // The canonicalization transform (Canonical XML 1.0, Exclusive XML Canonicalization 1.0). The
-// algorithm's identifier chooses the method; `transform` (null for an implied step) holds its
-// InclusiveNamespaces. A non-empty `fragmentId` restricts the result to the element with that Id.
-// The octets take the text's place or, with a sink, go there. Match, or why it failed, which is
-// logged; the text then stays as it was. An EBICS fragment is the exception: it stands for all
-// elements that carry the mark, one behind the other. The work is charged to the text's account, so
-// a document cannot have itself canonicalized without end. `sink` is borrowed for the call; after a
-// failure it may have taken part of the octets, which the caller must not use. `leniencies` gains a
-// code for each rule that was bent.
-[[nodiscard]] RefReason canonicalizeStep(const ClsXml* transform, WorkingText& text,
-                                         const StringBuffer& algorithm,
+// algorithm's identifier has chosen the method. A non-empty `fragmentId` restricts the result to
+// the element with that Id. The octets take the text's place or, with a sink, go there. Match, or
+// why it failed, which is logged; the text then stays as it was. An EBICS fragment is the
+// exception: it stands for all elements that carry the mark, one behind the other. The work is
+// charged to the text's account, so a document cannot have itself canonicalized without end. `sink`
+// is borrowed for the call; after a failure it may have taken part of the octets, which the caller
+// must not use. `leniencies` gains a code for each rule that was bent.
+[[nodiscard]] RefReason canonicalizeStep(const CanonicalizationChoice& choice, WorkingText& text,
                                          const StringBuffer& fragmentId, xml::CanonSink* sink,
                                          const Rules& rules, CodeSet& leniencies, LogBase& log);
 

@@ -4,7 +4,7 @@
 
 #include "dsig/transform/nhs_prescription.h"
 
-#include "dsig/transform/canonicalization_method.h"
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/transform/element_space.h"
 #include "dsig/transform/profile_markers.h"
 #include "foundation/xml/canon/XmlCanon.h"

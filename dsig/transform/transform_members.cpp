@@ -26,8 +26,9 @@ bool _clsXmlDSigBase::transformCanonicalize(const ClsXml* transform, StringBuffe
                                             const StringBuffer& fragmentId, LogBase& log) {
     dsig::WorkingText text(xml);
     dsig::CodeSet leniencies;
-    const dsig::RefReason outcome = dsig::canonicalizeStep(transform, text, algorithm, fragmentId,
-                                                           nullptr, rules(), leniencies, log);
+    const dsig::RefReason outcome =
+        dsig::canonicalizeStep(dsig::chosenCanonicalization(algorithm, transform), text, fragmentId,
+                               nullptr, rules(), leniencies, log);
     // A step that failed has left the text as it was, so this is right in both cases.
     xml = text.text();
     return outcome == dsig::RefReason::Match;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/verify/reference_pass.h"
 
-#include "dsig/document/signed_info.h"
-
 namespace vantrel::dsig {
 
 void splitDirs(const XString& list, ExtPtrArraySb& dirs) {
@@ -20,7 +18,7 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
         log.LogDataLong("numExternalRefDirs", dirs.getSize());
     }
     const Selection& selection = query.selection;
-    const int count = numReferences(*selection.signature);
+    const auto count = static_cast<int>(query.document->referencesOf(*selection.signature).size());
     report.references.reserve(static_cast<std::size_t>(count));
     int failures = 0;
     for (int index = 0; index < count; ++index) {
@@ -32,7 +30,7 @@ bool checkAllReferences(const ReferencePassQuery& query, Rules& rules, Signature
         const bool failed = !result.matched();
         // Data that nobody gave can be forgiven, a digest that differs cannot.
         const bool counts = !(result.dataMissing && query.ignoreMissing);
-        report.reference(index) = std::move(result);
+        report.references.push_back(std::move(result));
         if (!failed) {
             continue;
         }

@@ -20,7 +20,8 @@ struct ReferencePassQuery {
     ExternalParts* parts;        // null outside a package
 };
 
-// Checks every reference, whatever became of those before it, and reports each. False when one
+// Checks every reference, whatever became of those before it, and reports each; `report` has none
+// yet. False when one
 // failed that counts. `rules` become what the checks found them to be. Each failure has its error
 // line, also one that does not count.
 [[nodiscard]] bool checkAllReferences(const ReferencePassQuery& query, Rules& rules,

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/verify/signed_octets.h"
 
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/signed_info.h"
-#include "dsig/transform/canonicalization_method.h"
 #include "dsig/transform/canonicalize_step.h"
 #include "dsig/transform/doda.h"
 #include "dsig/transform/recommended_transforms.h"

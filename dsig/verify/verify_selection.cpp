@@ -361,7 +361,7 @@ bool verifySelection(const VerifyQuery& query, Rules& rules, SignatureReport& re
     }
     log.LogDataSb("SignatureId", query.selection.id);
     // Such a SignedInfo could verify, and would say nothing of the document.
-    if (numReferences(*query.selection.signature) == 0) {
+    if (query.document->referencesOf(*query.selection.signature).empty()) {
         log.LogError("There are no references.");
         return false;
     }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/xades/add_timestamp.h"
 
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/locate_signature.h"
 #include "dsig/reference/first_reference.h"
-#include "dsig/transform/canonicalization_method.h"
 #include "dsig/xades/stamped_value.h"
 #include "dsig/xades/timestamp_fragment.h"
 #include "foundation/cms/Pkcs7SignedData.h"

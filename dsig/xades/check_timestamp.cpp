@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/xades/check_timestamp.h"
 
-#include "dsig/transform/canonicalization_method.h"
+#include "dsig/document/canonicalization_method.h"
 #include "dsig/transform/capture.h"
 #include "dsig/xades/stamped_value.h"
 #include "foundation/base/LogContextExitor.h"

@@ -3,6 +3,8 @@
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include "foundation/text/neon.h"
 #endif
 
 namespace vantrel::xml {
@@ -115,6 +117,28 @@ VANTREL_AVX512 void makeAvx512(const char* text, std::size_t count, CanonMasks* 
     }
 }
 
+#elif defined(__aarch64__)
+
+void makeNeon(const char* text, std::size_t count, CanonMasks* masks) noexcept {
+    const auto equals = [](uint8x16_t part, char c) { return text::equalsNeon(part, c); };
+    for (std::size_t block = 0; block < count; ++block, text += kMaskedBytes) {
+        const text::NeonBlock bytes(text);
+        const std::uint64_t greater = bytes.equals('>');
+        const std::uint64_t both = bytes.maskOf(
+            [&](uint8x16_t part) { return vorrq_u8(equals(part, '&'), equals(part, '\r')); });
+        CanonMasks& words = masks[block];
+        words.content = bytes.equals('<') | greater | both;
+        words.greater = greater;
+        words.quote = bytes.equals('"');
+        words.space = bytes.equals(' ');
+        words.colon = bytes.equals(':');
+        words.odd = both | bytes.maskOf([&](uint8x16_t part) {
+            const uint8x16_t white = vorrq_u8(equals(part, '\t'), equals(part, '\n'));
+            return vorrq_u8(equals(part, '\''), white);
+        });
+    }
+}
+
 #endif
 
 constexpr CanonMaskKernel kKernels[] = {
@@ -122,6 +146,8 @@ constexpr CanonMaskKernel kKernels[] = {
     {"avx512", cpu::Feature::Avx512, makeAvx512},
     {"avx2", cpu::Feature::Avx2, makeAvx2},
     {"sse2", cpu::Feature::Sse2, makeSse2},
+#elif defined(__aarch64__)
+    {"neon", cpu::Feature::Neon, makeNeon},
 #endif
     {"portable", cpu::Feature::None, makePortable},
 };

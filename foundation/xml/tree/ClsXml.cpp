@@ -146,8 +146,12 @@ bool ClsXml::contentOf(ElementId element, StringBuffer& out) const {
     if (element == kNoElement) {
         return false;
     }
-    std::string content;
-    xml::appendElementContent(*m_document, element, content);
+    std::string read;
+    std::string_view content;
+    if (!xml::plainElementContent(*m_document, element, content)) {
+        xml::appendElementContent(*m_document, element, read);
+        content = read;
+    }
     if (!out.setView(content)) {
         throw std::bad_alloc();
     }

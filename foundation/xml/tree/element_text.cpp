@@ -6,6 +6,7 @@
 #include "foundation/xml/scan/values.h"
 #include "foundation/xml/tree/tag_pattern.h"
 
+#include <algorithm>
 #include <new>
 
 namespace vantrel::xml {
@@ -88,6 +89,18 @@ void appendElementContent(const XmlDocument& document, ElementId element, std::s
         case ContentKind::End: return;
         }
     }
+}
+
+bool plainElementContent(const XmlDocument& document, ElementId element,
+                         std::string_view& content) noexcept {
+    const std::uint32_t start = contentStart(document, element);
+    const std::uint32_t end = document.element(element).end;
+    const std::string_view inside = document.text().substr(start, end - start);
+    // The end tag; an empty-element tag has nothing behind it.
+    const std::size_t stop = std::min(inside.find('<'), inside.size());
+    content = inside.substr(0, stop);
+    return (stop == inside.size() || inside[stop + 1] == '/') &&
+           content.find('&') == content.npos && content.find('\r') == content.npos;
 }
 
 bool attributeValue(const XmlDocument& document, ElementId element, const NamePattern& pattern,

@@ -18,6 +18,11 @@ namespace vantrel::xml {
 // resolved, line ends normalised; nothing of its children, comments or processing instructions.
 void appendElementContent(const XmlDocument& document, ElementId element, std::string& out);
 
+// The same as a view of the document's text, where it stands there as it is: no child, no other
+// markup, no reference and no carriage return in it. False for every other content.
+[[nodiscard]] bool plainElementContent(const XmlDocument& document, ElementId element,
+                                       std::string_view& content) noexcept;
+
 // Calls visit(name, value) for each attribute of an element in document order, defaults last, until
 // it returns false. Values are normalised; views hold until the visit returns. Namespace
 // declarations are attributes, too.

@@ -4,6 +4,7 @@
 
 #include "foundation/xml/scan/xml_document.h"
 
+#include <cstdint>
 #include <string_view>
 
 namespace vantrel::xml {
@@ -24,6 +25,8 @@ public:
         return qualifiedName.ends_with(m_name) &&
                qualifiedName.find(':') + 1 == qualifiedName.size() - m_name.size();
     }
+    // The same for the name that begins at `at` of a checked text.
+    [[nodiscard]] bool matchesAt(std::string_view text, std::uint32_t at) const noexcept;
 
 private:
     bool m_anyPrefix;

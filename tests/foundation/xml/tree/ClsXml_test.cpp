@@ -8,6 +8,10 @@
 #include "tests/support/recording_log.h"
 #include "tests/support/vectors.h"
 
+#include <random>
+#include <string>
+#include <string_view>
+
 #include <gtest/gtest.h>
 
 namespace vantrel::test {
@@ -114,6 +118,43 @@ TEST(ClsXml, StarsStandForAnyStretch) {
                 << text << " " << pattern;
         }
     }
+}
+
+// The short ways to names and contents, beside the ways that look at everything.
+TEST(ClsXml, ReadsNamesAndContentsAlikeByBothWays) {
+    std::mt19937 random(5);
+    const auto pick = [&](auto... words) {
+        const std::string_view all[] = {words...};
+        return std::string(all[random() % sizeof...(words)]);
+    };
+    std::size_t plain = 0;
+    for (int round = 0; round < 2000; ++round) {
+        const std::string name = pick("a", "p:a", "ab", "a:a", "p:ab", "b", "pa");
+        std::string inside;
+        while (random() % 3 != 0) {
+            inside += pick("t", "&amp;", "<x>u</x>", "\r\n", "<!--c-->", "<![CDATA[<d>]]>", "<?i?>",
+                           "&#65;", "\t > ", "words");
+        }
+        const std::string element = inside.empty() && random() % 2 != 0
+                                        ? "<" + name + " />"
+                                        : "<" + name + " z='/>'>" + inside + "</" + name + ">";
+        const auto root = load("<r xmlns:p='1' xmlns:a='2'>" + element + "</r>");
+        const xml::XmlDocument& document = *root->document();
+        for (const std::string_view pattern : {"*:a", "a", "p:a", "*:p:a", "*:", "", "*:ab"}) {
+            const xml::NamePattern asked(pattern);
+            EXPECT_EQ(asked.matchesAt(document.text(), document.element(1).start + 1),
+                      asked.matches(name))
+                << pattern << " " << name;
+        }
+        std::string whole;
+        xml::appendElementContent(document, 1, whole);
+        std::string_view view;
+        if (xml::plainElementContent(document, 1, view)) {
+            ++plain;
+            EXPECT_EQ(view, whole) << element;
+        }
+    }
+    EXPECT_GT(plain, 200U);
 }
 
 TEST(ClsXml, CountsAndVisitsChildren) {

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
-#ifndef DSIG_TRANSFORM_CANONICALIZATION_METHOD_H
-#define DSIG_TRANSFORM_CANONICALIZATION_METHOD_H
+#ifndef DSIG_DOCUMENT_CANONICALIZATION_METHOD_H
+#define DSIG_DOCUMENT_CANONICALIZATION_METHOD_H
 
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/tree/ClsXml.h"
 
 #include <cstdint>
+#include <optional>
+#include <utility>
 
 // What a canonicalization algorithm identifier asks for. Identifiers are recognised by a part of
 // them, since what stands around it varies.
@@ -32,6 +35,30 @@ inline bool namesExclusive(const StringBuffer& algorithm) {
 inline void selectTransformMethod(const StringBuffer& algorithm, XmlCanon& canonicalizer) {
     canonicalizer.m_method = namesExclusive(algorithm) ? kExclusive : kInclusive;
     canonicalizer.m_withComments = algorithm.containsSubstringNoCase("WithComments");
+}
+
+// What a canonicalization transform asks for.
+struct CanonicalizationChoice {
+    bool exclusive = false;
+    bool withComments = false;
+    std::optional<StringBuffer> prefixList; // of Exclusive XML Canonicalization 1.0
+};
+
+// `transform` (null for an implied step) may hold InclusiveNamespaces, by its local name, whatever
+// its prefix; below an inclusive method it means nothing and is not read.
+[[nodiscard]] inline CanonicalizationChoice chosenCanonicalization(const StringBuffer& algorithm,
+                                                                   const ClsXml* transform) {
+    XmlCanon canonicalizer;
+    selectTransformMethod(algorithm, canonicalizer);
+    CanonicalizationChoice choice;
+    choice.exclusive = canonicalizer.m_method == kExclusive;
+    choice.withComments = canonicalizer.m_withComments;
+    StringBuffer prefixList;
+    if (choice.exclusive && transform != nullptr &&
+        transform->getChildAttrValue("*:InclusiveNamespaces", "PrefixList", prefixList)) {
+        choice.prefixList = std::move(prefixList);
+    }
+    return choice;
 }
 
 // The prefixes of an InclusiveNamespaces list, separated by spaces. Exclusive XML Canonicalization

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "dsig/document/parsed_transforms.h"
+
+#include "dsig/document/child_elements.h"
+
+#include <utility>
+
+namespace vantrel::dsig {
+
+namespace {
+
+struct TransformName {
+    const char* part; // case-sensitive substring of the algorithm identifier
+    TransformKind kind;
+};
+
+// The first part found decides; the order matters. XSLT is not among them: a stylesheet is a
+// program, and the document would bring it along.
+constexpr TransformName kTransformNames[] = {
+    {"REC-xpath", TransformKind::XPath},
+    {"2002/06/xmldsig-filter2", TransformKind::XPath},
+    {"enveloped-signature", TransformKind::EnvelopedSignature},
+    {"xml-c14n", TransformKind::Canonicalization},
+    {"xml-exc-c14n", TransformKind::Canonicalization},
+    {"xmldsig#base64", TransformKind::Base64},
+};
+
+TransformKind transformKind(const StringBuffer& algorithm) {
+    for (const TransformName& name : kTransformNames) {
+        if (algorithm.containsSubstring(name.part)) {
+            return name.kind;
+        }
+    }
+    return TransformKind::Unrecognized;
+}
+
+} // namespace
+
+ParsedTransforms readTransforms(Ref<ClsXml> list, std::uint64_t most) {
+    ParsedTransforms read;
+    const std::vector<xml::ElementId> children = childElements(*list);
+    read.count = children.size();
+    read.list = std::move(list);
+    if (read.count > most) {
+        return read;
+    }
+    read.steps.reserve(read.count);
+    for (const xml::ElementId child : children) {
+        ParsedTransform step;
+        step.element = handleOn(*read.list, child);
+        step.element->getAttrValue("Algorithm", step.algorithm);
+        step.kind = transformKind(step.algorithm);
+        if (step.kind == TransformKind::Canonicalization) {
+            step.canonicalization = chosenCanonicalization(step.algorithm, step.element.get());
+        }
+        read.steps.push_back(std::move(step));
+    }
+    return read;
+}
+
+} // namespace vantrel::dsig
