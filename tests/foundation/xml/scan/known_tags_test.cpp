@@ -161,7 +161,11 @@ std::string randomDocument(RandomBytes& random, std::size_t size) {
     for (; !open.empty(); open.pop_back()) {
         text.append("</").append(open.back()).append(">");
     }
-    return text + "</root>";
+    // A prefix that was declared further inside, perhaps; not where the text ends, which is never
+    // read at a glance.
+    constexpr std::string_view kLast[] = {"<s:x/>", "<a s:b='1'/>", "<s:a xmlns:s='w'/>", "]"};
+    text += random.below(4) == 0 ? kLast[random.below(std::size(kLast))] : "";
+    return text + std::string(80, ' ') + "</root>";
 }
 
 // Bytes changed, taken out and put in.
