@@ -45,13 +45,15 @@ namespace vantrel::crypto {
           "+24(%[" #source "]), %[a3]\n\t" others " " #offset "+32(%[" #source                     \
           "]), %[a4]\n\t" others " " #offset "+40(%[" #source "]), %[a5]\n\t"
 
-#define VANTREL_P384_REGISTERS                                                                     \
-    [a0] "=&r"(a0), [a1] "=&r"(a1), [a2] "=&r"(a2), [a3] "=&r"(a3), [a4] "=&r"(a4),                \
-        [a5] "=&r"(a5), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3)
-
 // a, b := a + low, b + high of the next product rdx * y[offset]
 #define VANTREL_P384_STEP(offset, a, b)                                                            \
     "mulxq " #offset "(%[y]), %[lo], %[hi]\n\t"                                                    \
+    "adcxq %[lo], %[" #a "]\n\t"                                                                   \
+    "adoxq %[hi], %[" #b "]\n\t"
+
+// The same of a product rdx * x[offset].
+#define VANTREL_P384_CROSS(offset, a, b)                                                           \
+    "mulxq " #offset "(%[x]), %[lo], %[hi]\n\t"                                                    \
     "adcxq %[lo], %[" #a "]\n\t"                                                                   \
     "adoxq %[hi], %[" #b "]\n\t"
 
@@ -88,6 +90,20 @@ namespace vantrel::crypto {
     "sbbq $0, %[" #a5 "]\n\t"                                                                      \
     "sbbq $0, %[" #a0 "]\n\t"
 
+// a := 2a + b, with both carries.
+#define VANTREL_P384_TWICE_AND(a, b)                                                               \
+    "adcxq %[" #a "], %[" #a "]\n\t"                                                               \
+    "adoxq %[" #b "], %[" #a "]\n\t"
+
+// Two limbs of t, which gain the square of one of x.
+#define VANTREL_P384_TWO_LIMBS(offset, first, second)                                              \
+    "movq " #offset "(%[x]), %%rdx\n\t"                                                            \
+    "mulxq %%rdx, %[lo], %[hi]\n\t"                                                                \
+    "movq " #first "(%[t]), %[r5]\n\t" VANTREL_P384_TWICE_AND(                                     \
+        r5, lo) "movq %[r5], " #first "(%[t])\n\tmovq " #second                                    \
+                "(%[t]), %[r6]\n\t" VANTREL_P384_TWICE_AND(r6, hi) "movq %[r6], " #second          \
+                                                                   "(%[t])\n\t"
+
 // The field of P-384 in Montgomery form (R = 2^384), p = 2^384 - 2^128 - 2^96 + 2^32 - 1, with the
 // BMI2 and ADX instructions.
 class FieldP384Adx {
@@ -106,24 +122,39 @@ public:
         product(t, x, y);
         reduce(z, t);
     }
-    static void square(Element& z, const Element& x) noexcept { multiply(z, x, x); }
+    [[gnu::noinline]] static void square(Element& z, const Element& x) noexcept {
+        std::array<Limb, 12> t;
+        square(t, x);
+        reduce(z, t);
+    }
 
     static void add(Element& z, const Element& x, const Element& y) noexcept {
         Limb a0, a1, a2, a3, a4, a5, t1, t2, t3;
-        __asm__(VANTREL_P384_EACH("movq", "movq", x, 0) VANTREL_P384_EACH("addq", "adcq", y, 0)
-                    VANTREL_P384_REDUCE_ONCE
-                : VANTREL_P384_REGISTERS
-                : [x] "r"(x.data()), [y] "r"(y.data())
-                : "cc", "memory");
+        // clang-format off
+        __asm__(
+            VANTREL_P384_EACH("movq", "movq", x, 0)
+            VANTREL_P384_EACH("addq", "adcq", y, 0)
+            VANTREL_P384_REDUCE_ONCE
+            : [a0] "=&r"(a0), [a1] "=&r"(a1), [a2] "=&r"(a2), [a3] "=&r"(a3), [a4] "=&r"(a4),
+              [a5] "=&r"(a5), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3)
+            : [x] "r"(x.data()), [y] "r"(y.data())
+            : "cc", "memory");
+        // clang-format on
         z = {a0, a1, a2, a3, a4, a5};
     }
     static void subtract(Element& z, const Element& x, const Element& y) noexcept {
         Limb a0, a1, a2, a3, a4, a5, t1, t2, t3;
-        __asm__(VANTREL_P384_EACH("movq", "movq", x, 0) VANTREL_P384_EACH("subq", "sbbq", y, 0)
-                "sbbq %[t1], %[t1]\n\t" VANTREL_P384_ADD_MASKED
-                : VANTREL_P384_REGISTERS
-                : [x] "r"(x.data()), [y] "r"(y.data())
-                : "cc", "memory");
+        // clang-format off
+        __asm__(
+            VANTREL_P384_EACH("movq", "movq", x, 0)
+            VANTREL_P384_EACH("subq", "sbbq", y, 0)
+            "sbbq %[t1], %[t1]\n\t"
+            VANTREL_P384_ADD_MASKED
+            : [a0] "=&r"(a0), [a1] "=&r"(a1), [a2] "=&r"(a2), [a3] "=&r"(a3), [a4] "=&r"(a4),
+              [a5] "=&r"(a5), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3)
+            : [x] "r"(x.data()), [y] "r"(y.data())
+            : "cc", "memory");
+        // clang-format on
         z = {a0, a1, a2, a3, a4, a5};
     }
     // z := 3 x, z := x / 2 and z := x - 2 y
@@ -134,18 +165,25 @@ public:
     }
     static void halve(Element& z, const Element& x) noexcept {
         Limb a0, a1, a2, a3, a4, a5, t1, t2, t3;
-        __asm__(VANTREL_P384_EACH("movq", "movq", x, 0) // odd ones become even by adding p
-                "movl %k[a0], %k[t1]\n\t"
-                "andl $1, %k[t1]\n\t"
-                "negq %[t1]\n\t" VANTREL_P384_ADD_MASKED "rcrq $1, %[a5]\n\t"
-                "rcrq $1, %[a4]\n\t"
-                "rcrq $1, %[a3]\n\t"
-                "rcrq $1, %[a2]\n\t"
-                "rcrq $1, %[a1]\n\t"
-                "rcrq $1, %[a0]\n\t"
-                : VANTREL_P384_REGISTERS
-                : [x] "r"(x.data())
-                : "cc", "memory");
+        // Odd ones become even by adding p.
+        // clang-format off
+        __asm__(
+            VANTREL_P384_EACH("movq", "movq", x, 0)
+            "movl %k[a0], %k[t1]\n\t"
+            "andl $1, %k[t1]\n\t"
+            "negq %[t1]\n\t"
+            VANTREL_P384_ADD_MASKED
+            "rcrq $1, %[a5]\n\t"
+            "rcrq $1, %[a4]\n\t"
+            "rcrq $1, %[a3]\n\t"
+            "rcrq $1, %[a2]\n\t"
+            "rcrq $1, %[a1]\n\t"
+            "rcrq $1, %[a0]\n\t"
+            : [a0] "=&r"(a0), [a1] "=&r"(a1), [a2] "=&r"(a2), [a3] "=&r"(a3), [a4] "=&r"(a4),
+              [a5] "=&r"(a5), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3)
+            : [x] "r"(x.data())
+            : "cc", "memory");
+        // clang-format on
         z = {a0, a1, a2, a3, a4, a5};
     }
     static void subtractTwice(Element& z, const Element& x, const Element& y) noexcept {
@@ -207,6 +245,94 @@ private:
         // clang-format on
     }
 
+    // t := x * x: the products of two different limbs, and then twice that with the six squares.
+    [[gnu::always_inline]] static void square(std::array<Limb, 12>& t, const Element& x) noexcept {
+        Limb r1, r2, r3, r4, r5, r6, r7, low, high;
+        // clang-format off
+        __asm__ volatile(
+            "movq 0(%[x]), %%rdx\n\t"
+            "mulxq 8(%[x]), %[r1], %[r2]\n\t"
+            "mulxq 16(%[x]), %[lo], %[r3]\n\t"
+            "addq %[lo], %[r2]\n\t"
+            "mulxq 24(%[x]), %[lo], %[r4]\n\t"
+            "adcq %[lo], %[r3]\n\t"
+            "mulxq 32(%[x]), %[lo], %[r5]\n\t"
+            "adcq %[lo], %[r4]\n\t"
+            "mulxq 40(%[x]), %[lo], %[r6]\n\t"
+            "adcq %[lo], %[r5]\n\t"
+            "adcq $0, %[r6]\n\t"
+            "movq %[r1], 8(%[t])\n\t"
+            "movq %[r2], 16(%[t])\n\t"
+
+            "movq 8(%[x]), %%rdx\n\t"
+            "xorl %k[r7], %k[r7]\n\t"
+            VANTREL_P384_CROSS(16, r3, r4)
+            VANTREL_P384_CROSS(24, r4, r5)
+            VANTREL_P384_CROSS(32, r5, r6)
+            VANTREL_P384_CROSS(40, r6, r7)
+            "movl $0, %k[lo]\n\t"
+            "adcxq %[lo], %[r7]\n\t"
+            "movq %[r3], 24(%[t])\n\t"
+            "movq %[r4], 32(%[t])\n\t"
+
+            "movq 16(%[x]), %%rdx\n\t"
+            "xorl %k[r1], %k[r1]\n\t"
+            VANTREL_P384_CROSS(24, r5, r6)
+            VANTREL_P384_CROSS(32, r6, r7)
+            VANTREL_P384_CROSS(40, r7, r1)
+            "movl $0, %k[lo]\n\t"
+            "adcxq %[lo], %[r1]\n\t"
+            "movq %[r5], 40(%[t])\n\t"
+            "movq %[r6], 48(%[t])\n\t"
+
+            "movq 24(%[x]), %%rdx\n\t"
+            "xorl %k[r2], %k[r2]\n\t"
+            VANTREL_P384_CROSS(32, r7, r1)
+            VANTREL_P384_CROSS(40, r1, r2)
+            "movl $0, %k[lo]\n\t"
+            "adcxq %[lo], %[r2]\n\t"
+            "movq 32(%[x]), %%rdx\n\t"
+            "mulxq 40(%[x]), %[lo], %[r3]\n\t"
+            "addq %[lo], %[r2]\n\t"
+            "adcq $0, %[r3]\n\t"
+
+            // the limbs 7 to 10 are in r7, r1, r2 and r3
+            "movq 0(%[x]), %%rdx\n\t"
+            "xorl %k[r4], %k[r4]\n\t"
+            "mulxq %%rdx, %[lo], %[hi]\n\t"
+            "movq %[lo], 0(%[t])\n\t"
+            "movq 8(%[t]), %[r5]\n\t"
+            VANTREL_P384_TWICE_AND(r5, hi)
+            "movq %[r5], 8(%[t])\n\t"
+            VANTREL_P384_TWO_LIMBS(8, 16, 24)
+            VANTREL_P384_TWO_LIMBS(16, 32, 40)
+            "movq 24(%[x]), %%rdx\n\t"
+            "mulxq %%rdx, %[lo], %[hi]\n\t"
+            "movq 48(%[t]), %[r5]\n\t"
+            VANTREL_P384_TWICE_AND(r5, lo)
+            VANTREL_P384_TWICE_AND(r7, hi)
+            "movq 32(%[x]), %%rdx\n\t"
+            "mulxq %%rdx, %[lo], %[hi]\n\t"
+            VANTREL_P384_TWICE_AND(r1, lo)
+            VANTREL_P384_TWICE_AND(r2, hi)
+            "movq 40(%[x]), %%rdx\n\t"
+            "mulxq %%rdx, %[lo], %[hi]\n\t"
+            VANTREL_P384_TWICE_AND(r3, lo)
+            "adcxq %[r4], %[hi]\n\t"
+            "adoxq %[r4], %[hi]\n\t"
+            "movq %[r5], 48(%[t])\n\t"
+            "movq %[r7], 56(%[t])\n\t"
+            "movq %[r1], 64(%[t])\n\t"
+            "movq %[r2], 72(%[t])\n\t"
+            "movq %[r3], 80(%[t])\n\t"
+            "movq %[hi], 88(%[t])\n\t"
+            : [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4),
+              [r5] "=&r"(r5), [r6] "=&r"(r6), [r7] "=&r"(r7), [lo] "=&r"(low), [hi] "=&r"(high)
+            : [x] "r"(x.data()), [t] "r"(t.data())
+            : "rdx", "cc", "memory");
+        // clang-format on
+    }
+
     // z := t / R mod p: the lower half is folded limb by limb and added to the upper one.
     [[gnu::always_inline]] static void reduce(Element& z, const std::array<Limb, 12>& t) noexcept {
         Limb a0, a1, a2, a3, a4, a5, t1, t2, t3;
@@ -221,7 +347,8 @@ private:
             VANTREL_P384_FOLD(a5, a0, a1, a2, a3, a4)
             VANTREL_P384_EACH("addq", "adcq", t, 48)
             VANTREL_P384_REDUCE_ONCE
-            : VANTREL_P384_REGISTERS
+            : [a0] "=&r"(a0), [a1] "=&r"(a1), [a2] "=&r"(a2), [a3] "=&r"(a3), [a4] "=&r"(a4),
+                  [a5] "=&r"(a5), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3)
             : [t] "r"(t.data())
             : "cc", "memory");
         // clang-format on
@@ -229,10 +356,12 @@ private:
     }
 };
 
+#undef VANTREL_P384_TWO_LIMBS
+#undef VANTREL_P384_TWICE_AND
+#undef VANTREL_P384_CROSS
 #undef VANTREL_P384_FOLD
 #undef VANTREL_P384_ROW
 #undef VANTREL_P384_STEP
-#undef VANTREL_P384_REGISTERS
 #undef VANTREL_P384_EACH
 #undef VANTREL_P384_REDUCE_ONCE
 #undef VANTREL_P384_ADD_MASKED
