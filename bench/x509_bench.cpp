@@ -6,6 +6,7 @@
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/crypto/rsa/RsaVerifier.h"
+#include "foundation/io/huge_pages.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
@@ -245,8 +246,8 @@ void BM_VerifyFromDerKey_OpenSsl(benchmark::State& state) {
 }
 BENCHMARK(BM_VerifyFromDerKey_OpenSsl);
 
-// 100 000 certificates that differ in serial number, name and key identifier: one template whose
-// bytes are changed, since nothing here looks at their signatures.
+// 100 000 certificates that differ in serial number, name, key identifier and signature: one
+// template whose bytes are changed, since nothing here looks at their signatures.
 constexpr int kVaultSize = 100000;
 
 void replaceAll(std::string& text, const std::string& what, const std::string& with) {
@@ -291,11 +292,14 @@ std::string vaultCertificate(int number) {
     replaceAll(der, bigEndian(0x40000000U),
                bigEndian(0x40000000U + static_cast<std::uint32_t>(number)));
     replaceAll(der, keyIdOfFirst(), vaultKeyId(static_cast<std::uint32_t>(number)));
+    const std::string end = bigEndian(static_cast<std::uint32_t>(number)); // of its signature
+    der.replace(der.size() - end.size(), end.size(), end);
     return der;
 }
 
 const std::string& bundle() {
     static const std::string pem = [] {
+        vantrel::io::useHugePages(); // as the tool and the library's users have it
         std::string text;
         for (int i = 0; i < kVaultSize; ++i) {
             vantrel::StringBuffer base64;
@@ -387,55 +391,87 @@ void BM_FirstLookUps(benchmark::State& state) {
 }
 BENCHMARK(BM_FirstLookUps)->Unit(benchmark::kMillisecond)->Iterations(2);
 
-void BM_FindByIssuerAndSerial(benchmark::State& state) {
-    vantrel::LogNull log;
-    vantrel::SystemCerts& store = vault().store;
-    std::uint32_t number = 0;
+// What is asked for in turn: certificates from all over the vault, in texts that stand ready as
+// those of documents do.
+constexpr std::uint32_t kQueries = 4096;
+
+std::uint32_t askedFor(std::uint32_t query) { return query * 7919U % kVaultSize; }
+
+template <class Text> std::vector<std::string> queries(const Text& text) {
+    std::vector<std::string> made;
+    for (std::uint32_t i = 0; i < kQueries; ++i) {
+        made.push_back(text(askedFor(i)));
+    }
+    return made;
+}
+
+template <class Find> void lookUp(benchmark::State& state, const Find& find) {
+    vault();
+    std::uint32_t query = 0;
     for (auto _ : state) {
-        number = (number + 7919) % kVaultSize;
-        char serial[16];
-        char issuer[16];
-        std::snprintf(serial, sizeof serial, "%08X", 0x40000000U + number);
-        std::snprintf(issuer, sizeof issuer, "Signer %08u", number);
-        if (store.findX509(serial, issuer, nullptr, log) == nullptr) {
+        if (!find(query)) {
             state.SkipWithError("not found");
         }
+        query = (query + 1) % kQueries;
     }
+}
+
+std::string issuerOf(std::uint32_t number) {
+    char name[16];
+    std::snprintf(name, sizeof name, "Signer %08u", number);
+    return name;
+}
+
+void BM_FindByIssuerAndSerial(benchmark::State& state) {
+    vantrel::LogNull log;
+    const std::vector<std::string> issuers = queries(issuerOf);
+    const std::vector<std::string> serials = queries([](std::uint32_t number) {
+        char digits[16];
+        std::snprintf(digits, sizeof digits, "%08X", 0x40000000U + number);
+        return std::string(digits);
+    });
+    lookUp(state, [&](std::uint32_t query) {
+        return vault().store.findX509(serials[query].c_str(), issuers[query].c_str(), nullptr,
+                                      log) != nullptr;
+    });
 }
 BENCHMARK(BM_FindByIssuerAndSerial);
 
 void BM_FindBySubject(benchmark::State& state) {
     vantrel::LogNull log;
-    vantrel::SystemCerts& store = vault().store;
-    std::uint32_t number = 0;
-    for (auto _ : state) {
-        number = (number + 7919) % kVaultSize;
-        char name[80];
-        std::snprintf(name, sizeof name,
-                      "CN=Signer %08u, OU=Invoices, O=Example Trading Company, C=XX", number);
-        const vantrel::XString dn(name);
-        if (store.findBySubjectDN_x509(dn, dn, true, log) == nullptr) {
-            state.SkipWithError("not found");
-        }
+    std::vector<vantrel::XString> names;
+    for (std::uint32_t i = 0; i < kQueries; ++i) {
+        const std::string name =
+            "CN=" + issuerOf(askedFor(i)) + ", OU=Invoices, O=Example Trading Company, C=XX";
+        names.emplace_back(name.c_str());
     }
+    lookUp(state, [&](std::uint32_t query) {
+        return vault().store.findBySubjectDN_x509(names[query], names[query], true, log) != nullptr;
+    });
 }
 BENCHMARK(BM_FindBySubject);
 
 void BM_FindByKeyId(benchmark::State& state) {
     vantrel::LogNull log;
-    vantrel::SystemCerts& store = vault().store;
-    std::uint32_t number = 0;
-    for (auto _ : state) {
-        number = (number + 7919) % kVaultSize;
-        const std::string id = vaultKeyId(number);
-        vantrel::StringBuffer text;
+    std::vector<vantrel::StringBuffer> ids;
+    for (std::uint32_t i = 0; i < kQueries; ++i) {
+        const std::string id = vaultKeyId(askedFor(i));
         vantrel::ContentCoding::encodeBase64(id.data(), static_cast<std::uint32_t>(id.size()),
-                                             text);
-        if (store.findBySubjectKeyId(text, log) == nullptr) {
-            state.SkipWithError("not found");
-        }
+                                             ids.emplace_back());
     }
+    lookUp(state, [&](std::uint32_t query) {
+        return vault().store.findBySubjectKeyId(ids[query], log) != nullptr;
+    });
 }
 BENCHMARK(BM_FindByKeyId);
+
+// Whether the very certificate of a document is among the caller's.
+void BM_HoldsCertificate(benchmark::State& state) {
+    const std::vector<std::string> ders =
+        queries([](std::uint32_t number) { return vaultCertificate(static_cast<int>(number)); });
+    lookUp(state,
+           [&](std::uint32_t query) { return vault().store.holds(vantrel::asBytes(ders[query])); });
+}
+BENCHMARK(BM_HoldsCertificate);
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "dsig/document/child_elements.h"
 #include "foundation/text/strings.h"
+#include "foundation/xml/nodes/node_index.h"
 
 #include <string_view>
 #include <utility>
@@ -72,6 +73,13 @@ const ParsedTransforms* Document::parsedTransforms(xml::ElementId reference,
     m_transforms = readTransforms(std::move(list), account.mostTransforms());
     m_transformsText = text;
     return &m_transforms;
+}
+
+std::shared_ptr<const xml::NodeIndex> Document::nodes(xml::WorkBudget& budget) {
+    if (m_nodes == nullptr) {
+        m_nodes = xml::NodeIndex::make(structure, budget);
+    }
+    return m_nodes;
 }
 
 const std::vector<xml::ElementId>& Document::manifests() {

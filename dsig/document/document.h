@@ -23,6 +23,11 @@
 #include <string>
 #include <vector>
 
+namespace vantrel::xml {
+class NodeIndex;
+class WorkBudget;
+} // namespace vantrel::xml
+
 namespace vantrel::dsig {
 
 // The key of a KeyValue that was read last: the signatures of a document often carry the same one,
@@ -59,6 +64,9 @@ struct Document final {
     // next call.
     const ParsedTransforms* parsedTransforms(xml::ElementId reference, const StringBuffer& text,
                                              LogBase& log);
+    // The nodes of the document as XPath sees them, made when they are first asked for, within the
+    // budget; null where that is too small.
+    std::shared_ptr<const xml::NodeIndex> nodes(xml::WorkBudget& budget);
     // The Manifest elements of XML Signature, in document order.
     const std::vector<xml::ElementId>& manifests();
     // Which attribute values are ambiguous; looked for when first asked.
@@ -103,6 +111,7 @@ private:
     // References often carry the same Transforms, so the last one parsed is kept.
     StringBuffer m_transformsText;
     ParsedTransforms m_transforms;
+    std::shared_ptr<const xml::NodeIndex> m_nodes;
     std::optional<std::vector<xml::ElementId>> m_manifests;
     std::optional<IdRivals> m_idRivals;
     // The signature that m_references belongs to.

@@ -113,7 +113,7 @@ private:
         if (!m_query.document->account.takeOctets(m_document.text().size(), m_log)) {
             return false;
         }
-        auto index = xml::NodeIndex::make(m_query.document->structure, m_budget);
+        auto index = m_query.document->nodes(m_budget);
         if (index == nullptr) {
             return false;
         }

@@ -26,7 +26,7 @@ public:
     // Octets from outside of the document.
     explicit RecommendedData(DataBuffer octets) : m_octets(std::move(octets)) {}
     // All nodes of the loaded document.
-    explicit RecommendedData(std::unique_ptr<const xml::NodeIndex> loaded)
+    explicit RecommendedData(std::shared_ptr<const xml::NodeIndex> loaded)
         : m_index(std::move(loaded)), m_nodes(m_index->size(), true), m_ofLoaded(true) {}
 
     [[nodiscard]] bool isNodes() const noexcept { return m_index != nullptr; }
@@ -55,7 +55,7 @@ public:
 
 private:
     DataBuffer m_octets;
-    std::unique_ptr<const xml::NodeIndex> m_index; // null: octets
+    std::shared_ptr<const xml::NodeIndex> m_index; // null: octets
     xml::NodeBits m_nodes;
     bool m_ofLoaded = false;
     xml::ElementId m_signature = xml::kNoElement;

@@ -192,7 +192,7 @@ bool makeCanonical11Octets(Document& document, const Selection& selection, Signe
         return false;
     }
     xml::WorkBudget budget(document.account.stepsLeft());
-    auto index = xml::NodeIndex::make(document.structure, budget);
+    auto index = document.nodes(budget);
     bool made = index != nullptr;
     if (made) {
         const xml::NodeId top = index->ofElement(signedInfo->elementId());

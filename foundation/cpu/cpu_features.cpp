@@ -7,6 +7,9 @@
 
 #if defined(__x86_64__)
 #include <cpuid.h>
+#elif defined(__aarch64__) && defined(__linux__)
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
 #endif
 
 namespace vantrel::cpu {
@@ -78,6 +81,25 @@ Feature detect() noexcept {
     return found;
 }
 
+#elif defined(__AARCH64EL__)
+
+// The kernels count places in a vector from the lowest address, so they are for little-endian only.
+Feature detect() noexcept {
+    Feature found = Feature::Neon;
+#if defined(__linux__)
+    const unsigned long words = getauxval(AT_HWCAP);
+    const auto add = [&found, words](Feature feature, unsigned long bits) {
+        if ((words & bits) == bits) {
+            found = found | feature;
+        }
+    };
+    add(Feature::Sha, HWCAP_SHA1 | HWCAP_SHA2);
+    add(Feature::Sha512, HWCAP_SHA512);
+    add(Feature::Crc32, HWCAP_CRC32);
+#endif
+    return found;
+}
+
 #else
 
 Feature detect() noexcept { return Feature::None; }
@@ -89,12 +111,14 @@ constexpr Feature kAvx2Level =
     kSse41Level | Feature::Avx2 | Feature::Bmi2 | Feature::Adx | Feature::Sha | Feature::Pclmul;
 constexpr Feature kAvx512Level =
     kAvx2Level | Feature::Avx512 | Feature::Avx512Ifma | Feature::Avx512Vbmi;
+constexpr Feature kEverything = kAvx512Level | Feature::Neon | Feature::Sha512 | Feature::Crc32;
 
 using NamedFeature = std::pair<std::string_view, Feature>;
 
 constexpr NamedFeature kLevels[] = {
-    {"native", kAvx512Level}, {"portable", Feature::None}, {"sse2", Feature::Sse2},
-    {"sse41", kSse41Level},   {"avx2", kAvx2Level},        {"avx512", kAvx512Level},
+    {"native", kEverything}, {"portable", Feature::None}, {"sse2", Feature::Sse2},
+    {"sse41", kSse41Level},  {"avx2", kAvx2Level},        {"avx512", kAvx512Level},
+    {"neon", Feature::Neon},
 };
 
 constexpr NamedFeature kFeatures[] = {
@@ -109,6 +133,9 @@ constexpr NamedFeature kFeatures[] = {
     {"avx512", Feature::Avx512 | Feature::Avx512Ifma | Feature::Avx512Vbmi},
     {"avx512ifma", Feature::Avx512Ifma},
     {"avx512vbmi", Feature::Avx512Vbmi},
+    {"neon", Feature::Neon},
+    {"sha512", Feature::Sha512},
+    {"crc32", Feature::Crc32},
 };
 
 template <std::size_t N>

@@ -17,12 +17,15 @@ enum class Feature : std::uint32_t {
     Avx2 = 1U << 2,
     Bmi2 = 1U << 3, // BMI1 as well: andn and rorx, mulx
     Adx = 1U << 4,
-    Sha = 1U << 5,    // SHA-1 and SHA-256 instructions
+    Sha = 1U << 5,    // SHA-1 and SHA-256 instructions, of x86 or of ARM
     Avx512 = 1U << 6, // the foundation, BW, DQ and VL parts together
     Avx512Ifma = 1U << 7,
     Avx512Vbmi = 1U << 8, // VBMI and VBMI2
     Sse2 = 1U << 9,       // every x86-64 has it; a limit takes it away
     Pclmul = 1U << 10,    // products without carries
+    Neon = 1U << 11,      // every AArch64 has it; a limit takes it away
+    Sha512 = 1U << 12,    // SHA-512 instructions of ARM
+    Crc32 = 1U << 13,     // of ARM, for the polynomial of ZIP
 };
 
 constexpr Feature operator|(Feature a, Feature b) noexcept {
@@ -60,9 +63,9 @@ std::uint32_t detectOnce() noexcept;
 // What follows is for tests and benchmarks; the library itself never limits anything and reads no
 // environment. A limit can only take features away that the machine has.
 
-// Parses "native", "portable", "sse2", "sse41", "avx2" or "avx512", optionally followed by ",-name"
-// items that take single features out ("native,-sha"). False, `allowed` unchanged, on any other
-// text.
+// Parses "native", "portable", "sse2", "sse41", "avx2", "avx512" or "neon", optionally followed by
+// ",-name" items that take single features out ("native,-sha"). False, `allowed` unchanged, on any
+// other text.
 [[nodiscard]] bool parseLimit(std::string_view text, Feature& allowed) noexcept;
 
 // Applies the environment variable VANTREL_CPU, if there is one; false when it cannot be read.

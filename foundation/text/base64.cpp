@@ -3,7 +3,7 @@
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/base64_kernels.h"
-#include "foundation/text/base64_x86.h"
+#include "foundation/text/base64_vectors.h"
 #include "foundation/text/encoders.h"
 #include "foundation/text/strings.h"
 
@@ -28,6 +28,8 @@ constexpr Base64Kernel kBase64Kernels[] = {
      cpu::Feature::Avx512 | cpu::Feature::Avx512Vbmi,
      {base64DecodeBlocksAvx512, base64SqueezeAvx512}},
     {"avx2", cpu::Feature::Avx2, {base64DecodeBlocksAvx2, base64SqueezeAvx2}},
+#elif defined(__aarch64__)
+    {"neon", cpu::Feature::Neon, {base64DecodeBlocksNeon, base64SqueezeNeon}},
 #endif
     {"portable", cpu::Feature::None, {base64DecodeBlocksPortable, base64SqueezePortable}},
 };
@@ -128,7 +130,13 @@ bool decodeAll(const Base64Functions& kernel, std::string_view text, GroupReader
             std::memmove(staged.data(), staged.data() + taken, waiting);
         }
     }
-    return takeAll({staged.data(), waiting}, reader);
+    const std::string_view rest(staged.data(), waiting);
+    std::size_t groups = 0; // what a kernel leaves of its last block
+    if (reader.atGroupStart()) {
+        groups = base64DecodeBlocksPortable(rest.data(), rest.size(), reader.out());
+        reader.skip(groups / 4 * 3);
+    }
+    return takeAll(rest.substr(groups), reader);
 }
 
 } // namespace

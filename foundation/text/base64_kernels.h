@@ -6,6 +6,7 @@
 
 #include "foundation/cpu/kernel_list.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -47,6 +48,15 @@ using Base64Kernel = cpu::Kernel<Base64Functions>;
 
 inline constexpr std::string_view kBase64Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+// What an ASCII character stands for; 0x80 where it is foreign.
+inline constexpr std::array<std::uint8_t, 128> kBase64Values = [] {
+    std::array<std::uint8_t, 128> table{};
+    table.fill(0x80);
+    for (std::uint8_t value = 0; value < 64; ++value) {
+        table[static_cast<unsigned char>(kBase64Alphabet[value])] = value;
+    }
+    return table;
+}();
 inline constexpr std::string_view kBase64UrlAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "foundation/text/base64_x86.h"
-
 #include "foundation/text/base64_kernels.h"
+#include "foundation/text/base64_vectors.h"
 
 #if defined(__x86_64__)
 
@@ -46,15 +45,6 @@ constexpr NibbleTables kNibbles = [] {
 // What turns a character into its value, by upper half; "/" stands one place before "+" (2).
 constexpr std::array<std::int8_t, 16> kOffsets = {0,    63 - '/', 62 - '+', 52 - '0',
                                                   -'A', -'A',     26 - 'a', 26 - 'a'};
-
-constexpr std::array<std::uint8_t, 128> kValues = [] {
-    std::array<std::uint8_t, 128> table{};
-    table.fill(0x80);
-    for (std::uint8_t value = 0; value < 64; ++value) {
-        table[static_cast<unsigned char>(kBase64Alphabet[value])] = value;
-    }
-    return table;
-}();
 
 // Byte order of the packed groups: of every four bytes the lower three, highest first.
 constexpr std::array<std::uint8_t, 64> kPackOrder = [] {
@@ -140,8 +130,8 @@ __attribute__((target("avx2"))) std::size_t base64SqueezeAvx2(const char* text, 
 
 __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi"))) std::size_t
 base64DecodeBlocksAvx512(const char* text, std::size_t length, std::uint8_t* out) noexcept {
-    const __m512i lowValues = _mm512_loadu_si512(kValues.data());
-    const __m512i highValues = _mm512_loadu_si512(kValues.data() + 64);
+    const __m512i lowValues = _mm512_loadu_si512(kBase64Values.data());
+    const __m512i highValues = _mm512_loadu_si512(kBase64Values.data() + 64);
     const __m512i packOrder = _mm512_loadu_si512(kPackOrder.data());
     std::size_t taken = 0;
     for (; length - taken >= 64; taken += 64) {

@@ -57,6 +57,8 @@ private:
 constexpr MultiSearchKernel kMultiSearchKernels[] = {
 #if defined(__x86_64__)
     {"avx2", cpu::Feature::Avx2, nextCandidateAvx2},
+#elif defined(__aarch64__)
+    {"neon", cpu::Feature::Neon, nextCandidateNeon},
 #endif
     {"portable", cpu::Feature::None, nextCandidatePortable},
 };

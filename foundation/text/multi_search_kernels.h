@@ -36,6 +36,10 @@ void findAllWith(const MultiSearchKernel& kernel, std::string_view text, const N
 // For Feature::Avx2. Where less than a block of 32 is left it goes on portably.
 [[nodiscard]] Candidate nextCandidateAvx2(const MultiSearchFilter& filter, std::string_view text,
                                           std::size_t from) noexcept;
+#elif defined(__aarch64__)
+// For Feature::Neon, likewise with blocks of 16.
+[[nodiscard]] Candidate nextCandidateNeon(const MultiSearchFilter& filter, std::string_view text,
+                                          std::size_t from) noexcept;
 #endif
 
 } // namespace vantrel::text

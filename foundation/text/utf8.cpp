@@ -46,9 +46,8 @@ std::size_t validPrefixFrom(std::string_view text, std::size_t at) noexcept {
 
 std::size_t validPrefixPortable(std::string_view text) noexcept { return validPrefixFrom(text, 0); }
 
-#if defined(__x86_64__)
-std::size_t validPrefixAvx2(std::string_view text) noexcept {
-    const std::size_t at = utf8BlocksAvx2(text);
+// Goes on behind whole blocks whose first `at` bytes hold no fault.
+[[maybe_unused]] std::size_t validPrefixBehind(std::string_view text, std::size_t at) noexcept {
     // The last character may be cut off there: back to where it begins.
     for (std::size_t back = 1; back <= 3 && back <= at; ++back) {
         const auto byte = static_cast<unsigned char>(text[at - back]);
@@ -58,11 +57,22 @@ std::size_t validPrefixAvx2(std::string_view text) noexcept {
     }
     return validPrefixFrom(text, at);
 }
+
+#if defined(__x86_64__)
+std::size_t validPrefixAvx2(std::string_view text) noexcept {
+    return validPrefixBehind(text, utf8BlocksAvx2(text));
+}
+#elif defined(__aarch64__)
+std::size_t validPrefixNeon(std::string_view text) noexcept {
+    return validPrefixBehind(text, utf8BlocksNeon(text));
+}
 #endif
 
 constexpr Utf8Kernel kUtf8Kernels[] = {
 #if defined(__x86_64__)
     {"avx2", cpu::Feature::Avx2, validPrefixAvx2},
+#elif defined(__aarch64__)
+    {"neon", cpu::Feature::Neon, validPrefixNeon},
 #endif
     {"portable", cpu::Feature::None, validPrefixPortable},
 };

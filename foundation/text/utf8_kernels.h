@@ -18,10 +18,12 @@ using Utf8Kernel = cpu::Kernel<ValidUtf8Prefix>;
 
 [[nodiscard]] std::span<const Utf8Kernel> utf8Kernels() noexcept;
 
+// Check whole blocks of 64 bytes and return how many bytes from the front hold no fault; a
+// character may be cut off at that place.
 #if defined(__x86_64__)
-// For Feature::Avx2. Checks whole blocks of 64 bytes and returns how many bytes from the front hold
-// no fault; a character may be cut off at that place.
-[[nodiscard]] std::size_t utf8BlocksAvx2(std::string_view text) noexcept;
+[[nodiscard]] std::size_t utf8BlocksAvx2(std::string_view text) noexcept; // for Feature::Avx2
+#elif defined(__aarch64__)
+[[nodiscard]] std::size_t utf8BlocksNeon(std::string_view text) noexcept; // for Feature::Neon
 #endif
 
 } // namespace vantrel::text

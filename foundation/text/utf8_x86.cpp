@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include "foundation/text/utf8_faults.h"
 #include "foundation/text/utf8_kernels.h"
 
 #if defined(__x86_64__)
 
-#include <array>
-#include <cstdint>
-
 #include <immintrin.h>
 
-// Every fault of UTF-8 but one shows in two bytes in a row, and there in three halves of bytes:
-// three table look-ups, one for each half, leave a bit only where all three agree on a kind of
-// fault. The remaining one, a missing or surplus third or fourth byte, is found by looking two and
-// three bytes back. After Keiser and Lemire, "Validating UTF-8 in less than one instruction per
-// byte" (2021).
+// How faults are found stands in utf8_faults.h.
 
 namespace vantrel::text {
 
@@ -20,53 +14,11 @@ namespace {
 
 constexpr std::size_t kBlock = 64;
 
-// Sets of half bytes, bit n for the value n.
-constexpr std::uint16_t kAny = 0xFFFF;
-constexpr std::uint16_t kContinuation = 0x0F00; // 8 to B
-constexpr std::uint16_t kAscii = 0x00FF;
-constexpr std::uint16_t kLead = 0xF000;
-
-struct Fault {
-    std::uint16_t firstUpper;
-    std::uint16_t firstLower;
-    std::uint16_t secondUpper;
-};
-
-// The bit of a fault is its place here. The last is none by itself: two continuation bytes in a row
-// are wanted where a longer character stands.
-constexpr Fault kFaults[8] = {
-    {kLead, kAny, static_cast<std::uint16_t>(kAscii | kLead)}, // too short
-    {kAscii, kAny, kContinuation},                             // too long
-    {0x1000, 0x0003, kContinuation},                           // C0, C1: overlong
-    {0x4000, 0x0001, 0x0300},                                  // E0 80 to E0 9F: overlong
-    {0x4000, 0x2000, 0x0C00},                                  // ED A0 to ED BF: surrogate
-    {0x8000, 0xFFF0, 0x0E00},                                  // F4 90 and above: too large
-    {0x8000, 0xFFE1, 0x0100}, // F0 80: overlong; F5 80 and above: too large
-    {kContinuation, kAny, kContinuation},
-};
-
-using Table = std::array<std::uint8_t, 16>;
-
-constexpr Table tableOf(std::uint16_t Fault::*half) {
-    Table table{};
-    for (std::size_t value = 0; value < 16; ++value) {
-        for (std::size_t bit = 0; bit < 8; ++bit) {
-            const bool has = (kFaults[bit].*half >> value & 1) != 0;
-            table[value] = static_cast<std::uint8_t>(table[value] | (has ? 1U << bit : 0U));
-        }
-    }
-    return table;
-}
-
-constexpr Table kFirstUpper = tableOf(&Fault::firstUpper);
-constexpr Table kFirstLower = tableOf(&Fault::firstLower);
-constexpr Table kSecondUpper = tableOf(&Fault::secondUpper);
-
 __attribute__((target("avx2"))) inline __m256i load(const void* bytes) noexcept {
     return _mm256_loadu_si256(static_cast<const __m256i*>(bytes));
 }
 
-__attribute__((target("avx2"))) inline __m256i broadcast(const Table& table) noexcept {
+__attribute__((target("avx2"))) inline __m256i broadcast(const HalfByteTable& table) noexcept {
     return _mm256_broadcastsi128_si256(
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(table.data())));
 }

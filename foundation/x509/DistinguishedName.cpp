@@ -10,7 +10,9 @@
 #include "foundation/x509/name_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,12 +74,13 @@ struct NamePiece {
     char separator;
 };
 
-bool appendDerAttribute(const x509::DerAttribute& attribute, std::string& out) {
+// `value`: room for the value.
+bool appendDerAttribute(const x509::DerAttribute& attribute, std::string& value, std::string& out) {
     if (!x509::appendAttributeLabel(attribute.type, out)) {
         return false;
     }
     out.push_back('=');
-    std::string value;
+    value.clear();
     if (x509::appendStringValue(attribute.value.tag, attribute.value.contents, value)) {
         x509::appendEscapedValue(value, out);
     } else {
@@ -85,6 +88,50 @@ bool appendDerAttribute(const x509::DerAttribute& attribute, std::string& out) {
     }
     return true;
 }
+
+// Whether `dn` is the text of these attributes from the first to the last, or from the last to the
+// first, with the separators of fromDer and any blanks behind these.
+class SpelledName final {
+public:
+    SpelledName(std::span<const x509::DerAttribute> attributes, std::string_view dn) noexcept
+        : m_attributes(attributes), m_dn(dn) {}
+
+    [[nodiscard]] bool inOrder(bool backwards) {
+        m_rest = m_dn;
+        for (std::size_t i = 0; i < m_attributes.size(); ++i) {
+            const std::size_t at = backwards ? m_attributes.size() - 1 - i : i;
+            // The later of the two in the encoding says how they are parted.
+            if ((i != 0 && !takeSeparator(m_attributes[backwards ? at + 1 : at])) ||
+                !take(m_attributes[at])) {
+                return false;
+            }
+        }
+        return m_rest.empty();
+    }
+
+private:
+    bool takeSeparator(const x509::DerAttribute& later) noexcept {
+        if (!m_rest.starts_with(later.startsComponent ? ',' : '+')) {
+            return false;
+        }
+        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(' ', 1), m_rest.size()));
+        return true;
+    }
+    bool take(const x509::DerAttribute& attribute) {
+        m_text.clear();
+        if (!appendDerAttribute(attribute, m_value, m_text) || !m_rest.starts_with(m_text)) {
+            return false;
+        }
+        m_rest.remove_prefix(m_text.size());
+        return true;
+    }
+
+    std::span<const x509::DerAttribute> m_attributes;
+    std::string_view m_dn;
+    std::string_view m_rest;
+    std::string m_text;
+    std::string m_value;
+};
 
 } // namespace
 
@@ -134,11 +181,12 @@ void DistinguishedName::removeDnTags(const XString& dn, XString& out) {
 bool DistinguishedName::fromDer(ByteView name, bool mostSpecificFirst, StringBuffer& out) {
     return text::noThrow(false, [&] {
         std::vector<NamePiece> pieces;
+        std::string value;
         x509::NameReader reader(name);
         x509::DerAttribute attribute;
         while (reader.next(attribute)) {
             pieces.push_back({{}, attribute.startsComponent ? ',' : '+'});
-            if (!appendDerAttribute(attribute, pieces.back().text)) {
+            if (!appendDerAttribute(attribute, value, pieces.back().text)) {
                 return false;
             }
         }
@@ -158,6 +206,22 @@ bool DistinguishedName::fromDer(ByteView name, bool mostSpecificFirst, StringBuf
             }
         }
         return out.appendView(text);
+    });
+}
+
+bool DistinguishedName::isSpelledOut(ByteView name, std::string_view dn, bool eitherOrder) {
+    return text::noThrow(false, [&] {
+        constexpr std::size_t kMost = 16;
+        std::array<x509::DerAttribute, kMost> attributes;
+        std::size_t count = 0;
+        x509::NameReader reader(name);
+        for (; count < kMost && reader.next(attributes[count]); ++count) {}
+        if (count == 0 || count == kMost || reader.failed()) {
+            return false;
+        }
+        const std::span<const x509::DerAttribute> read(attributes.data(), count);
+        SpelledName spelled(read, dn);
+        return spelled.inOrder(true) || (eitherOrder && spelled.inOrder(false));
     });
 }
 

@@ -4,6 +4,8 @@
 
 #include "foundation/text/byte_view.h"
 
+#include <string_view>
+
 namespace vantrel {
 
 class LogBase;
@@ -36,6 +38,10 @@ public:
     // `mostSpecificFirst`: the order of RFC 4514, the reverse of the encoding (within a
     // multi-valued component too). False, with `out` unchanged, when it is malformed.
     static bool fromDer(ByteView name, bool mostSpecificFirst, StringBuffer& out);
+    // Whether `dn` is what fromDer writes with `mostSpecificFirst` (or, where `eitherOrder`,
+    // without), blanks behind the separators aside. Then both have the same key; where it is not
+    // so, they may have it all the same.
+    [[nodiscard]] static bool isSpelledOut(ByteView name, std::string_view dn, bool eitherOrder);
 };
 
 } // namespace vantrel

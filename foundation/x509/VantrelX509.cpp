@@ -24,11 +24,11 @@ using asn1::Tag;
 namespace {
 
 // BER that is not DER becomes DER; false when the bytes are not even BER.
-bool toDer(const DataBuffer& ber, DataBuffer& der) {
+bool toDer(ByteView ber, DataBuffer& der) {
     std::vector<std::uint8_t> normal;
     std::size_t consumed = 0;
     der.clear();
-    return asn1::normalizeBer(ber.view(), normal, consumed) && der.append(ByteView(normal));
+    return asn1::normalizeBer(ber, normal, consumed) && der.append(ByteView(normal));
 }
 
 bool commonName(ByteView name, XString& out) {
@@ -54,18 +54,23 @@ void VantrelX509::setPart(Part which, ByteView bytes) noexcept {
 }
 
 bool VantrelX509::loadX509Der(const DataBuffer& der, LogBase& log) {
+    return loadX509Der(der, {0, der.getSize()}, log);
+}
+
+bool VantrelX509::loadX509Der(const DataBuffer& bytes, Range piece, LogBase& log) {
     return text::noThrow(false, [&] {
         clear();
-        m_der = der;
+        m_der = bytes;
+        const ByteView der = m_der.view().subspan(piece.offset, piece.length);
         std::string_view whyNot;
-        if (parse(whyNot)) {
+        if (parse(der, whyNot)) {
             return true;
         }
         DataBuffer normal;
-        if (toDer(der, normal) && !normal.equals(der)) {
+        if (toDer(der, normal) && !x509::sameBytes(normal.view(), der)) {
             clear();
             m_der = normal;
-            if (parse(whyNot)) {
+            if (parse(m_der.view(), whyNot)) {
                 return true;
             }
         }
@@ -77,9 +82,9 @@ bool VantrelX509::loadX509Der(const DataBuffer& der, LogBase& log) {
 }
 
 // RFC 5280 4.1
-bool VantrelX509::parse(std::string_view& whyNot) noexcept {
+bool VantrelX509::parse(ByteView der, std::string_view& whyNot) noexcept {
     whyNot = "the outer structure is malformed";
-    DerReader reader(m_der.view());
+    DerReader reader(der);
     // Certificate ::= SEQUENCE {
     DerElement whole;
     if (!reader.nextIs(Tag::Sequence) || !reader.readAny(whole)) {

@@ -23,11 +23,20 @@ class _vlPublicKey;
 // the same certificate. Reading is safe from several threads at once.
 class VantrelX509 final : public VantrelObject {
 public:
+    // A stretch of bytes.
+    struct Range {
+        std::uint32_t offset = 0;
+        std::uint32_t length = 0;
+    };
+
     VantrelX509() noexcept = default;
 
     // Bytes after the certificate are ignored. BER that is not DER is converted. False, and the
     // object empty, when the bytes are not a certificate; one error line says what was wrong.
     bool loadX509Der(const DataBuffer& der, LogBase& log);
+    // The same with the certificate that stands in a piece of `bytes`; all of these stay in memory
+    // as long as the object does.
+    bool loadX509Der(const DataBuffer& bytes, Range piece, LogBase& log);
     [[nodiscard]] bool isLoaded() const noexcept { return m_parts[kCertificate].length != 0; }
     void clear() noexcept;
 
@@ -84,10 +93,6 @@ public:
     [[nodiscard]] bool isSignedBy(const _vlPublicKey& issuerKey, LogBase& log) const;
 
 private:
-    struct Range {
-        std::uint32_t offset = 0;
-        std::uint32_t length = 0;
-    };
     enum Part : std::size_t {
         kCertificate,
         kTbs,
@@ -106,7 +111,8 @@ private:
     [[nodiscard]] ByteView part(Part which) const noexcept {
         return m_der.view().subspan(m_parts[which].offset, m_parts[which].length);
     }
-    [[nodiscard]] bool parse(std::string_view& whyNot) noexcept;
+    // Parses `der`, which lies in m_der.
+    [[nodiscard]] bool parse(ByteView der, std::string_view& whyNot) noexcept;
     [[nodiscard]] bool parseTbs(ByteView tbs, std::string_view& whyNot) noexcept;
     void setPart(Part which, ByteView bytes) noexcept;
 

@@ -5,6 +5,7 @@
 #include "foundation/crypto/hash/hasher.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/no_throw.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/name_match.h"
 #include "foundation/x509/name_reader.h"
@@ -77,18 +78,33 @@ bool hasSubjectKey(const VantrelX509& certificate, const StringBuffer& key, bool
 
 } // namespace
 
-bool CertTable::add(const DataBuffer& der, LogBase& log) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+bool CertTable::addPiece(const DataBuffer& bytes, VantrelX509::Range piece, LogBase& log) {
     // Numbers of 32 bits; the last stands for none.
     if (m_records.size() >= HashIndex::kNone) {
         return false;
     }
-    m_records.emplace_back();
-    if (!m_records.back().m_holder.getX509Ptr()->loadX509Der(der, log)) {
-        m_records.pop_back();
+    CertRecord& record = m_records.emplaceBack();
+    if (!record.m_holder.getX509Ptr()->loadX509Der(bytes, piece, log)) {
+        m_records.popBack();
         return false;
     }
     return true;
+}
+
+bool CertTable::add(const DataBuffer& der, LogBase& log) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return addPiece(der, {0, der.getSize()}, log);
+}
+
+std::uint32_t CertTable::addAll(const DataBuffer& bytes,
+                                std::span<const VantrelX509::Range> pieces) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    LogNull discard;
+    std::uint32_t added = 0;
+    for (const VantrelX509::Range piece : pieces) {
+        added += text::noThrow(false, [&] { return addPiece(bytes, piece, discard); }) ? 1 : 0;
+    }
+    return added;
 }
 
 std::uint32_t CertTable::size() const {
@@ -151,10 +167,9 @@ void CertTable::updateEnds() {
 bool CertTable::issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact) {
     bool found = false;
     exact = false;
-    const std::string wanted = folded(cn);
     forEachCommonName(certificate(index).issuer(), [&](std::string_view own) {
-        found = found || folded(own) == wanted;
         exact = exact || own == cn;
+        found = found || exact || folded(own) == folded(cn);
     });
     return found;
 }
@@ -191,6 +206,11 @@ CertTable::Match CertTable::findBySubject(std::string_view dn, bool ignoreOrder)
     std::uint32_t entry = m_subjects.entries.first(x509::nameTokenHash(dn, m_scratch));
     if (entry == HashIndex::kNone) {
         return {};
+    }
+    // The name as this library writes it needs no keys.
+    const std::uint32_t first = m_subjects.entries.certificate(entry);
+    if (DistinguishedName::isSpelledOut(certificate(first).subject(), dn, ignoreOrder)) {
+        return {&m_records[first], true};
     }
     LogNull discard;
     StringBuffer key;

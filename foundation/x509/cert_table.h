@@ -5,11 +5,12 @@
 #include "foundation/text/byte_view.h"
 #include "foundation/x509/CertificateHolder.h"
 #include "foundation/x509/hash_index.h"
+#include "foundation/x509/record_blocks.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,9 @@ public:
     };
 
     bool add(const DataBuffer& der, LogBase& log);
+    // Adds the certificates that stand in these pieces of `bytes`, whose storage they share. Those
+    // that are none, or have no room, are passed over; the number of the others is returned.
+    std::uint32_t addAll(const DataBuffer& bytes, std::span<const VantrelX509::Range> pieces);
     [[nodiscard]] std::uint32_t size() const;
     [[nodiscard]] CertRecord* at(std::uint32_t index);
 
@@ -48,6 +52,8 @@ private:
         std::uint32_t indexed = 0; // certificates that are in it
     };
 
+    // Throws std::bad_alloc.
+    bool addPiece(const DataBuffer& bytes, VantrelX509::Range piece, LogBase& log);
     [[nodiscard]] const VantrelX509& certificate(std::uint32_t index) const noexcept {
         return *m_records[index].m_holder.getX509Ptr();
     }
@@ -59,7 +65,7 @@ private:
     [[nodiscard]] bool issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact);
 
     mutable std::mutex m_mutex;
-    std::deque<CertRecord> m_records;
+    x509::RecordBlocks<CertRecord> m_records;
     Index m_issuerSerial;
     Index m_subjects;
     Index m_keyIds;    // subject key identifier extensions

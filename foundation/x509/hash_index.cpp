@@ -14,7 +14,7 @@ constexpr std::size_t kFirstSlots = 64;
 std::size_t HashIndex::findSlot(std::uint64_t key) const noexcept {
     const std::size_t mask = m_slots.size() - 1;
     std::size_t slot = static_cast<std::size_t>(key) & mask;
-    while (m_slots[slot].head != kNone && m_entries[m_slots[slot].head].key != key) {
+    while (m_slots[slot].head != kNone && m_slots[slot].key != key) {
         slot = (slot + 1) & mask;
     }
     return slot;
@@ -25,7 +25,7 @@ void HashIndex::grow() {
     old.swap(m_slots);
     for (const Slot& slot : old) {
         if (slot.head != kNone) {
-            m_slots[findSlot(m_entries[slot.head].key)] = slot;
+            m_slots[findSlot(slot.key)] = slot;
         }
     }
 }
@@ -35,10 +35,11 @@ void HashIndex::add(std::uint64_t key, std::uint32_t certificate) {
         grow();
     }
     const auto entry = static_cast<std::uint32_t>(m_entries.size());
-    m_entries.push_back({key, certificate, kNone});
+    m_entries.push_back({certificate, kNone});
     // Entries of one key hang together in their order, so that the first added is found first.
     Slot& slot = m_slots[findSlot(key)];
     if (slot.head == kNone) {
+        slot.key = key;
         slot.head = entry;
         ++m_used;
     } else {

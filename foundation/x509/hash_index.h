@@ -24,12 +24,13 @@ public:
 
 private:
     struct Entry {
-        std::uint64_t key;
         std::uint32_t certificate;
         std::uint32_t next;
     };
-    // The entries of one key are a list; a slot holds both its ends.
+    // The entries of one key are a list; a slot holds both its ends, and the key, so that probing
+    // stays within the slots.
     struct Slot {
+        std::uint64_t key = 0;
         std::uint32_t head = kNone;
         std::uint32_t tail = kNone;
     };

@@ -32,9 +32,20 @@ public:
         }
     }
     void put(std::string_view text) {
-        for (const char c : text) {
-            put(c);
+        std::size_t at = m_token.size();
+        m_token.resize(at + text.size());
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const char c = text[i];
+            if (isSeparator(c)) {
+                m_token.resize(at);
+                finish();
+                at = 0;
+                m_token.resize(text.size() - i);
+            } else if (!isDropped(c)) {
+                m_token[at++] = foldAscii(c);
+            }
         }
+        m_token.resize(at);
     }
     // A label that is known to be in its unified form.
     void putLabel(std::string_view label) {
@@ -119,19 +130,18 @@ template <class Sink> void tokenizeText(std::string_view text, std::string& scra
         }
     }
     Tokenizer<Sink> tokenizer(scratch, sink);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            tokenizer.put(text[i]);
-            continue;
+    while (!text.empty()) {
+        const std::size_t escape = std::min(text.find('\\'), text.size());
+        tokenizer.put(text.substr(0, escape));
+        text.remove_prefix(escape);
+        if (text.size() < 2) {
+            break; // a backslash at the end stands for nothing
         }
         // RFC 4514 2.4: a backslash stands before two digits of an octet or before a character.
         char decoded = 0;
-        if (decodeHexPair(text.substr(i + 1), decoded)) {
-            tokenizer.put(decoded);
-            i += 2;
-        } else {
-            tokenizer.put(text[++i]);
-        }
+        const bool pair = decodeHexPair(text.substr(1), decoded);
+        tokenizer.put(pair ? decoded : text[1]);
+        text.remove_prefix(pair ? 3 : 2);
     }
     tokenizer.finish();
 }

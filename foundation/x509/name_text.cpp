@@ -29,6 +29,11 @@ bool isLabelChar(char c) noexcept {
            c == '_';
 }
 
+// RFC 4514 2.4: what is escaped wherever it stands.
+bool isEscaped(char c) noexcept {
+    return c == '"' || c == '+' || c == ',' || c == ';' || c == '<' || c == '>' || c == '\\';
+}
+
 class NameParser {
 public:
     explicit NameParser(std::string_view dn) noexcept : m_dn(dn) {}
@@ -163,19 +168,19 @@ bool parseNameText(std::string_view dn, std::vector<TextAttribute>& out) {
 }
 
 void appendEscapedValue(std::string_view value, std::string& out) {
+    std::size_t plain = 0; // from here on nothing has been appended
     for (std::size_t i = 0; i < value.size(); ++i) {
         const char c = value[i];
         const bool atEnds = i == 0 || i + 1 == value.size();
         if (c == '\0') {
-            out += "\\00";
-            continue;
+            out.append(value.substr(plain, i - plain)).append("\\00");
+            plain = i + 1;
+        } else if (isEscaped(c) || (c == ' ' && atEnds) || (c == '#' && i == 0)) {
+            out.append(value.substr(plain, i - plain)).push_back('\\');
+            plain = i;
         }
-        if (std::string_view("\"+,;<>\\").find(c) != std::string_view::npos ||
-            (c == ' ' && atEnds) || (c == '#' && i == 0)) {
-            out.push_back('\\');
-        }
-        out.push_back(c);
     }
+    out.append(value.substr(plain));
 }
 
 void appendHexValue(ByteView der, std::string& out) {
@@ -217,18 +222,21 @@ bool appendDecodedHexValue(std::string_view value, std::string& out) {
 
 void appendFoldedValue(std::string_view value, std::string& out) {
     const std::size_t before = out.size();
+    std::size_t at = before;
     bool pendingBlank = false;
+    out.resize(before + value.size());
     for (const char c : value) {
         if (isNameSpace(c)) {
-            pendingBlank = out.size() != before;
+            pendingBlank = at != before;
             continue;
         }
         if (pendingBlank) {
-            out.push_back(' ');
+            out[at++] = ' ';
             pendingBlank = false;
         }
-        out.push_back(foldAscii(c));
+        out[at++] = foldAscii(c);
     }
+    out.resize(at);
 }
 
 } // namespace vantrel::x509

@@ -20,10 +20,13 @@ void appendMagnitude(ByteView magnitude, std::string& out) {
     const ByteView bytes = asn1::withoutLeadingZeros(magnitude);
     if (bytes.empty()) {
         out += "00";
+        return;
     }
+    std::size_t at = out.size();
+    out.resize(at + 2 * bytes.size());
     for (const std::uint8_t byte : bytes) {
-        out.push_back(kDigits[byte >> 4U]);
-        out.push_back(kDigits[byte & 0x0FU]);
+        out[at++] = kDigits[byte >> 4U];
+        out[at++] = kDigits[byte & 0x0FU];
     }
 }
 
@@ -53,20 +56,28 @@ bool appendSerialText(std::string_view hex, std::string& out) {
     if (digits.empty()) {
         return false;
     }
-    const std::string even = digits.size() % 2 != 0 ? "0" : "";
-    const std::string padded = even + std::string(digits);
-    std::vector<std::uint8_t> bytes;
-    bytes.reserve(padded.size() / 2);
-    for (std::size_t i = 0; i < padded.size(); i += 2) {
+    std::string bytes; // the usual length needs no memory of its own
+    const auto add = [&bytes](std::string_view pair) {
         char byte = 0;
-        if (!decodeHexPair(std::string_view(padded).substr(i), byte)) {
+        const bool ok = decodeHexPair(pair, byte);
+        bytes.push_back(byte);
+        return ok;
+    };
+    if (digits.size() % 2 != 0) {
+        const char first[] = {'0', digits[0]};
+        if (!add({first, 2})) {
             return false;
         }
-        bytes.push_back(static_cast<std::uint8_t>(byte));
+        digits.remove_prefix(1);
+    }
+    for (; !digits.empty(); digits.remove_prefix(2)) {
+        if (!add(digits)) {
+            return false;
+        }
     }
     // There is no negative zero in DER.
-    out += negative && !asn1::withoutLeadingZeros(bytes).empty() ? "-" : "";
-    appendMagnitude(bytes, out);
+    out += negative && !asn1::withoutLeadingZeros(asBytes(bytes)).empty() ? "-" : "";
+    appendMagnitude(asBytes(bytes), out);
     return true;
 }
 

@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/zip/crc32.h"
 
+#include "foundation/cpu/target_aarch64.h"
+
 #include <array>
 #include <cstddef>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+#elif defined(VANTREL_ARM_EXTENSIONS)
+#include <cstring>
+
+#include <arm_acle.h>
 #endif
 
 namespace vantrel::zip {
@@ -56,9 +62,10 @@ std::uint32_t updatePortable(std::uint32_t state, ByteView bytes) noexcept {
     return state;
 }
 
+#if defined(__x86_64__)
+
 // Products without carries fold what was read onto what follows it, 64 bytes a turn (Gopal et al.,
 // "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ Instruction").
-#if defined(__x86_64__)
 
 #define VANTREL_TARGET_PCLMUL __attribute__((target("pclmul,sse4.1")))
 
@@ -111,11 +118,28 @@ VANTREL_TARGET_PCLMUL std::uint32_t updatePclmul(std::uint32_t state, ByteView b
     return updatePortable(updatePortable(0, last), {at, left});
 }
 
+#elif defined(VANTREL_ARM_EXTENSIONS)
+
+VANTREL_TARGET_ARM_CRC32 std::uint32_t updateArm(std::uint32_t state, ByteView bytes) noexcept {
+    while (bytes.size() >= sizeof(std::uint64_t)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes.data(), sizeof word);
+        state = __crc32d(state, word);
+        bytes = bytes.subspan(sizeof word);
+    }
+    for (const std::uint8_t byte : bytes) {
+        state = __crc32b(state, byte);
+    }
+    return state;
+}
+
 #endif
 
 constexpr Crc32Kernel kKernels[] = {
 #if defined(__x86_64__)
     {"pclmul", cpu::Feature::Pclmul | cpu::Feature::Sse41, updatePclmul},
+#elif defined(VANTREL_ARM_EXTENSIONS)
+    {"arm-crc32", cpu::Feature::Crc32, updateArm},
 #endif
     {"portable", cpu::Feature::None, updatePortable},
 };

@@ -34,6 +34,10 @@ void sha256CompressX86Sha(HashState& state, const std::uint8_t* data, std::size_
 void sha512CompressX86Bmi2(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 void sha512CompressX86Avx512(HashState& state, const std::uint8_t* data,
                              std::size_t blocks) noexcept;
+#elif defined(__aarch64__)
+void sha1CompressArm(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
+void sha256CompressArm(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
+void sha512CompressArm(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 #endif
 
 template <typename Word> constexpr Word swapBytes(Word value) noexcept {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/crypto/hash/hash_kernels.h"
 
+#include "foundation/cpu/target_aarch64.h"
 #include "foundation/crypto/hash/compress.h"
 #include "foundation/crypto/hash/hash_ids.h"
 
@@ -21,6 +22,8 @@ constexpr HashKernel kSha1Kernels[] = {
 #if defined(__x86_64__)
     {"x86-sha", Feature::Sha, sha1CompressX86Sha},
     {"x86-avx2", Feature::Avx2 | Feature::Bmi2, sha1CompressX86Avx2},
+#elif defined(VANTREL_ARM_EXTENSIONS)
+    {"arm-sha", Feature::Sha, sha1CompressArm},
 #endif
     {"portable", Feature::None, sha1Compress},
 };
@@ -29,6 +32,8 @@ constexpr HashKernel kSha256Kernels[] = {
 #if defined(__x86_64__)
     {"x86-sha", Feature::Sha, sha256CompressX86Sha},
     {"x86-avx2", Feature::Avx2 | Feature::Bmi2, sha256CompressX86Avx2},
+#elif defined(VANTREL_ARM_EXTENSIONS)
+    {"arm-sha", Feature::Sha, sha256CompressArm},
 #endif
     {"portable", Feature::None, sha256Compress},
 };
@@ -37,6 +42,8 @@ constexpr HashKernel kSha512Kernels[] = {
 #if defined(__x86_64__)
     {"x86-avx512", Feature::Avx512 | Feature::Bmi2, sha512CompressX86Avx512},
     {"x86-bmi2", Feature::Bmi2, sha512CompressX86Bmi2},
+#elif defined(VANTREL_ARM_EXTENSIONS)
+    {"arm-sha512", Feature::Sha512, sha512CompressArm},
 #endif
     {"portable", Feature::None, sha512Compress},
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/xml/scan/block_masks.h"
 
-#include "foundation/xml/scan/block_masks_x86.h"
+#include "foundation/xml/scan/block_masks_vectors.h"
 #include "foundation/xml/scan/char_class.h"
 
 #include <algorithm>
@@ -91,6 +91,8 @@ constexpr ClassifyKernel kKernels[] = {
     {"avx512", cpu::Feature::Avx512, classifyAvx512},
     {"avx2", cpu::Feature::Avx2, classifyAvx2},
     {"sse2", cpu::Feature::Sse2, classifySse2},
+#elif defined(__aarch64__)
+    {"neon", cpu::Feature::Neon, classifyNeon},
 #endif
     {"portable", cpu::Feature::None, classifyPortable},
 };

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "foundation/xml/scan/block_masks_x86.h"
+#include "foundation/text/utf8_faults.h"
+#include "foundation/xml/scan/block_masks_vectors.h"
 
 #if defined(__x86_64__)
-
-#include <cstring>
 
 #include <immintrin.h>
 
@@ -13,91 +12,8 @@
 namespace vantrel::xml {
 namespace {
 
-// ASCII name characters by nibbles: a byte is one when the entries of its two halves share a bit.
-// Rows of the ASCII table: 2 holds "-.", 3 digits and ':', 4 and 6 letters from position 1 on, 5
-// letters and '_', 7 letters up to position 10.
-alignas(16) constexpr std::uint8_t kNameLow[16] = {0x1A, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E,
-                                                   0x1E, 0x1E, 0x1E, 0x04, 0x04, 0x05, 0x05, 0x0C};
-alignas(16) constexpr std::uint8_t kNameHigh[16] = {0, 0, 0x01, 0x02, 0x04, 0x08, 0x04, 0x10,
-                                                    0, 0, 0,    0,    0,    0,    0,    0};
-
-// Keiser and Lemire, "Validating UTF-8 in less than one instruction per byte": every fault shows in
-// two neighbouring bytes. Each of three nibbles (high and low of the first, high of the second)
-// votes for the faults it is compatible with; a fault that all three vote for is one.
-constexpr std::uint8_t kTooShort = 0x01;  // a lead without its continuation
-constexpr std::uint8_t kTooLong = 0x02;   // a continuation without a lead
-constexpr std::uint8_t kOverlong3 = 0x04; // E0 80..9F
-constexpr std::uint8_t kTooLarge = 0x08;  // F4 90.., F5..
-constexpr std::uint8_t kSurrogate = 0x10; // ED A0..
-constexpr std::uint8_t kOverlong2 = 0x20; // C0, C1
-constexpr std::uint8_t kOverlong4 = 0x40; // F0 80..8F; F5.. 80..8F as well
-constexpr std::uint8_t kTwoConts = 0x80;  // two continuations: right where a third byte must be
-constexpr std::uint8_t kCarry = kTooShort | kTooLong | kTwoConts;
-constexpr std::uint8_t kHighLead = kCarry | kTooLarge | kOverlong4;
-constexpr std::uint8_t kAnyCont = kTooLong | kOverlong2 | kTwoConts;
-
-alignas(16) constexpr std::uint8_t kFirstHigh[16] = {kTooLong,
-                                                     kTooLong,
-                                                     kTooLong,
-                                                     kTooLong,
-                                                     kTooLong,
-                                                     kTooLong,
-                                                     kTooLong,
-                                                     kTooLong,
-                                                     kTwoConts,
-                                                     kTwoConts,
-                                                     kTwoConts,
-                                                     kTwoConts,
-                                                     kTooShort | kOverlong2,
-                                                     kTooShort,
-                                                     kTooShort | kOverlong3 | kSurrogate,
-                                                     kTooShort | kTooLarge | kOverlong4};
-alignas(16) constexpr std::uint8_t kFirstLow[16] = {kCarry | kOverlong3 | kOverlong2 | kOverlong4,
-                                                    kCarry | kOverlong2,
-                                                    kCarry,
-                                                    kCarry,
-                                                    kCarry | kTooLarge,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead,
-                                                    kHighLead | kSurrogate,
-                                                    kHighLead,
-                                                    kHighLead};
-alignas(16) constexpr std::uint8_t kSecondHigh[16] = {kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kAnyCont | kOverlong3 | kOverlong4,
-                                                      kAnyCont | kOverlong3 | kTooLarge,
-                                                      kAnyCont | kSurrogate | kTooLarge,
-                                                      kAnyCont | kSurrogate | kTooLarge,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort,
-                                                      kTooShort};
-
 __m128i load16(const void* bytes) noexcept {
     return _mm_loadu_si128(static_cast<const __m128i*>(bytes));
-}
-
-// Calls check(block) for a block that has three readable bytes before it, copied where need be.
-template <class Check>
-bool withBefore(const char* block, bool hasBefore, const Check& check) noexcept {
-    if (hasBefore) {
-        return check(block);
-    }
-    char copy[3 + kBlockSize] = {};
-    std::memcpy(copy + 3, block, kBlockSize);
-    return check(copy + 3);
 }
 
 // The SSE2 form of one class row: four compares a block.
@@ -205,10 +121,10 @@ VANTREL_AVX2 inline __m256i faults32(const char* text) noexcept {
     const __m256i before2 = load32(text - 2);
     const __m256i before3 = load32(text - 3);
     const __m256i votes = _mm256_and_si256(
-        lookUp32(kFirstHigh, _mm256_and_si256(_mm256_srli_epi16(before1, 4), nibble)),
-        _mm256_and_si256(
-            lookUp32(kFirstLow, _mm256_and_si256(before1, nibble)),
-            lookUp32(kSecondHigh, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble))));
+        lookUp32(text::kFirstUpper.data(), _mm256_and_si256(_mm256_srli_epi16(before1, 4), nibble)),
+        _mm256_and_si256(lookUp32(text::kFirstLower.data(), _mm256_and_si256(before1, nibble)),
+                         lookUp32(text::kSecondUpper.data(),
+                                  _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble))));
     const __m256i third = _mm256_subs_epu8(before2, _mm256_set1_epi8(0xE0 - 0x80));
     const __m256i fourth = _mm256_subs_epu8(before3, _mm256_set1_epi8(0xF0 - 0x80));
     const __m256i mustContinue =
@@ -243,10 +159,10 @@ VANTREL_AVX512 inline bool checkBlockAvx512(const char* block) noexcept {
     const __m512i before2 = _mm512_loadu_si512(block - 2);
     const __m512i before3 = _mm512_loadu_si512(block - 3);
     const __m512i votes = _mm512_and_si512(
-        lookUp64(kFirstHigh, _mm512_and_si512(_mm512_srli_epi16(before1, 4), nibble)),
-        _mm512_and_si512(
-            lookUp64(kFirstLow, _mm512_and_si512(before1, nibble)),
-            lookUp64(kSecondHigh, _mm512_and_si512(_mm512_srli_epi16(bytes, 4), nibble))));
+        lookUp64(text::kFirstUpper.data(), _mm512_and_si512(_mm512_srli_epi16(before1, 4), nibble)),
+        _mm512_and_si512(lookUp64(text::kFirstLower.data(), _mm512_and_si512(before1, nibble)),
+                         lookUp64(text::kSecondUpper.data(),
+                                  _mm512_and_si512(_mm512_srli_epi16(bytes, 4), nibble))));
     const __m512i third = _mm512_subs_epu8(before2, _mm512_set1_epi8(0xE0 - 0x80));
     const __m512i fourth = _mm512_subs_epu8(before3, _mm512_set1_epi8(0xF0 - 0x80));
     const __m512i mustContinue =

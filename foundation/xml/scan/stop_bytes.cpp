@@ -3,6 +3,8 @@
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include "foundation/text/neon.h"
 #endif
 
 namespace vantrel::xml::detail {
@@ -74,6 +76,24 @@ __attribute__((target("avx512f,avx512bw,avx512vl"))) std::uint32_t findAvx512(
     return findSse2(text, at, size, set);
 }
 
+#elif defined(__aarch64__)
+
+std::uint32_t findNeon(const char* text, std::uint32_t at, std::uint32_t size,
+                       const StopSet& set) noexcept {
+    for (; size - at >= 16; at += 16) {
+        const uint8x16_t block = text::loadNeon(text + at);
+        uint8x16_t hit = vdupq_n_u8(0);
+        for (const char stop : set.bytes) {
+            hit = vorrq_u8(hit, text::equalsNeon(block, stop));
+        }
+        const unsigned place = text::firstNeon(hit);
+        if (place < 16) {
+            return at + place;
+        }
+    }
+    return findPortable(text, at, size, set);
+}
+
 #endif
 
 constexpr FindStopKernel kKernels[] = {
@@ -81,6 +101,8 @@ constexpr FindStopKernel kKernels[] = {
     {"avx512", cpu::Feature::Avx512, findAvx512},
     {"avx2", cpu::Feature::Avx2, findAvx2},
     {"sse2", cpu::Feature::Sse2, findSse2},
+#elif defined(__aarch64__)
+    {"neon", cpu::Feature::Neon, findNeon},
 #endif
     {"portable", cpu::Feature::None, findPortable},
 };

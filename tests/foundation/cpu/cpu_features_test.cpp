@@ -33,6 +33,10 @@ TEST(CpuFeatures, LimitTexts) {
     EXPECT_EQ(allowed & Feature::Avx512, Feature::Avx512);
     EXPECT_TRUE(parseLimit("avx2", allowed));
     EXPECT_EQ(allowed & (Feature::Avx2 | Feature::Avx512), Feature::Avx2);
+    EXPECT_TRUE(parseLimit("neon", allowed));
+    EXPECT_EQ(allowed, Feature::Neon);
+    EXPECT_TRUE(parseLimit("native,-sha512", allowed));
+    EXPECT_EQ(allowed & (Feature::Sha512 | Feature::Crc32), Feature::Crc32);
 
     const Feature before = allowed;
     for (const char* bad :
@@ -44,6 +48,15 @@ TEST(CpuFeatures, LimitTexts) {
     EXPECT_EQ(allowed, Feature::None);
 }
 
+// Where a list of kernels has two that need something.
+#if defined(__aarch64__)
+constexpr Feature kOne = Feature::Neon;
+constexpr Feature kOther = Feature::Sha;
+#else
+constexpr Feature kOne = Feature::Avx2;
+constexpr Feature kOther = Feature::Bmi2;
+#endif
+
 TEST(KernelList, TheFirstThatMayRunAndFitsIsChosen) {
     struct Case {
         Feature allowed;
@@ -51,17 +64,17 @@ TEST(KernelList, TheFirstThatMayRunAndFitsIsChosen) {
         int expected;
     };
     constexpr Kernel<int> kKernels[] = {
-        {"both", Feature::Avx2 | Feature::Bmi2, 3},
-        {"one", Feature::Avx2, 2},
+        {"both", kOne | kOther, 3},
+        {"one", kOne, 2},
         {"portable", Feature::None, 1},
     };
     static_assert(isKernelList(kKernels));
-    const Feature all = Feature::Avx2 | Feature::Bmi2;
+    const Feature all = kOne | kOther;
     if (!supports(all)) {
-        GTEST_SKIP() << "this processor has no AVX2 and BMI2";
+        GTEST_SKIP() << "this processor does not have both";
     }
     const Case cases[] = {
-        {all, 3, 3},           {all, 2, 2}, {Feature::Avx2, 3, 2}, {Feature::Bmi2, 3, 1},
+        {all, 3, 3},           {all, 2, 2}, {kOne, 3, 2}, {kOther, 3, 1},
         {Feature::None, 3, 1}, {all, 0, 1}, // the last is taken whether it fits or not
     };
     for (const Case& c : cases) {
@@ -73,8 +86,8 @@ TEST(KernelList, TheFirstThatMayRunAndFitsIsChosen) {
     }
     EXPECT_EQ(chosenKernel(kKernels).name, "both");
 
-    constexpr Kernel<int> kNoPortable[] = {{"one", Feature::Avx2, 1}};
-    constexpr Kernel<int> kNeedy[] = {{"portable", Feature::Avx2, 1}};
+    constexpr Kernel<int> kNoPortable[] = {{"one", kOne, 1}};
+    constexpr Kernel<int> kNeedy[] = {{"portable", kOne, 1}};
     constexpr Kernel<int> kTooEarly[] = {{"portable", Feature::None, 1},
                                          {"portable", Feature::None, 2}};
     static_assert(!isKernelList(kNoPortable) && !isKernelList(kNeedy) && !isKernelList(kTooEarly));

@@ -27,7 +27,67 @@ std::string keyOf(const std::string& dn, bool& isName) {
     return std::string(key.view());
 }
 
+test::Bytes element(std::uint8_t tag, const test::Bytes& contents) {
+    test::Bytes out = {tag, static_cast<std::uint8_t>(contents.size())}; // below 128
+    out.insert(out.end(), contents.begin(), contents.end());
+    return out;
+}
+
+// A Name of a few attributes of X.520 with letters that need care, some of them in one component.
+test::Bytes randomName(test::RandomBytes& random) {
+    constexpr char kLetters[] = "ab, +=\"\\;#<A\0\xC3"; // two are NUL and no UTF-8
+    test::Bytes components;
+    test::Bytes attributes;
+    for (std::uint64_t left = 1 + random.below(4); left > 0; --left) {
+        test::Bytes value;
+        for (std::uint64_t size = random.below(6); value.size() < size;) {
+            value.push_back(static_cast<std::uint8_t>(kLetters[random.below(sizeof kLetters - 1)]));
+        }
+        const auto type = static_cast<std::uint8_t>(3 + random.below(9));
+        test::Bytes pair = element(6, {0x55, 4, type});
+        const test::Bytes text = element(random.below(9) == 0 ? 2 : 12, value); // or no string
+        pair.insert(pair.end(), text.begin(), text.end());
+        pair = element(0x30, pair);
+        attributes.insert(attributes.end(), pair.begin(), pair.end());
+        if (left == 1 || random.below(3) != 0) {
+            const test::Bytes set = element(0x31, attributes);
+            components.insert(components.end(), set.begin(), set.end());
+            attributes.clear();
+        }
+    }
+    return element(0x30, components);
+}
+
 } // namespace
+
+// The short way of a look-up, over the keys that it spares: in the library's own spelling it leads
+// there, and in any other it leads nowhere that the keys would not.
+TEST(DistinguishedName, SpelledOutNamesHaveTheSameKey) {
+    test::RandomBytes random(11);
+    std::size_t others = 0;
+    for (int round = 0; round < 20000; ++round) {
+        const test::Bytes der = randomName(random);
+        StringBuffer forward;
+        StringBuffer backward;
+        ASSERT_TRUE(DistinguishedName::fromDer(der, true, forward));
+        ASSERT_TRUE(DistinguishedName::fromDer(der, false, backward));
+        EXPECT_TRUE(DistinguishedName::isSpelledOut(der, forward.view(), false))
+            << test::toHex(der);
+        EXPECT_TRUE(DistinguishedName::isSpelledOut(der, backward.view(), true))
+            << test::toHex(der);
+        std::string dn(random.below(2) == 0 ? forward.view() : backward.view());
+        dn.insert(random.below(dn.size() + 1), 1, " ,+\\a"[random.below(5)]);
+        if (DistinguishedName::isSpelledOut(der, dn, true)) {
+            ++others;
+            bool isName = false;
+            const std::string key = keyOf(dn, isName);
+            EXPECT_TRUE(isName) << dn;
+            const std::string ahead = keyOf(std::string(forward.view()), isName);
+            EXPECT_TRUE(key == ahead || key == keyOf(std::string(backward.view()), isName)) << dn;
+        }
+    }
+    EXPECT_GT(others, 100U); // a blank behind a separator
+}
 
 TEST(DistinguishedName, SpellingsOfOneNameShareOneKey) {
     std::map<std::string, std::string> keys; // and where they came from

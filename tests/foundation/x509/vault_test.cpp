@@ -211,6 +211,34 @@ TEST_F(CorpusVault, HoldsTheCertificatesThatWereAdded) {
     }
 }
 
+// A bundle that is decoded in several parts, with blocks in it that are no certificates, and one
+// with more text than certificates: every certificate is there, in its order, with its own bytes.
+TEST_F(CorpusVault, BundlesAreWhatTheirCertificatesAre) {
+    std::string once = "-----BEGIN CERTIFICATE-----\nMAMC\n-----END CERTIFICATE-----\n";
+    for (const CorpusCertificate& one : m_all) {
+        once += "-----BEGIN CERTIFICATE-----\n" + test::toBase64(one.der.view()) +
+                "\n-----END CERTIFICATE-----\n-----BEGIN X-----\nAAAA\n-----END X-----\n";
+    }
+    const std::size_t times = (std::size_t{20} << 20U) / once.size();
+    std::string bundle;
+    for (std::size_t i = 0; i < times; ++i) {
+        bundle += once;
+    }
+    for (const std::string& pem : {bundle, once + std::string(100000, ' ')}) {
+        CertMgr manager;
+        std::uint32_t added = 0;
+        ASSERT_TRUE(manager.addPem(pem, added, m_log));
+        ASSERT_EQ(added, pem.size() > once.size() * 2 ? times * m_all.size() : m_all.size());
+        ASSERT_EQ(manager.numCerts(), added);
+        for (std::uint32_t i = 0; i < added; ++i) {
+            const auto original = static_cast<std::uint32_t>(i % m_all.size());
+            ASSERT_TRUE(std::ranges::equal(manager.certAt(i)->certificate(),
+                                           m_manager.certAt(original)->certificate()))
+                << i;
+        }
+    }
+}
+
 // A vault is shared: what is added later is found, and it may go before the store does.
 TEST_F(CorpusVault, StoreSharesTheVault) {
     SystemCerts store;

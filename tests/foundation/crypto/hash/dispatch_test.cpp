@@ -41,6 +41,9 @@ TEST(HashDispatch, EachFeatureBringsItsKernel) {
         {noAvx512, kHashSha512, "x86-bmi2"},
         {Feature::Avx512, kHashSha3_256, "x86-avx512"},
         {noAvx512, kHashSha3_512, "x86-bmi2"},
+        {Feature::Sha, kHashSha1, "arm-sha"},
+        {Feature::Sha, kHashSha224, "arm-sha"},
+        {Feature::Sha512, kHashSha384, "arm-sha512"},
     };
     for (const Case& c : cases) {
         const FeatureLimit limit(c.allowed);

@@ -122,6 +122,14 @@ TEST(BlockMasks, EveryKernelChecksCharacters) {
         }
         compareKernels(text, xml::findBadCharacter(text) != text.size());
     }
+    // Rare among those: U+FFFE and U+FFFF, and their neighbour, which is allowed.
+    for (const char last : {'\xBD', '\xBE', '\xBF'}) {
+        for (std::size_t at = 12; at < 2 * kBlockSize; ++at) {
+            std::string text(3 * kBlockSize, 'x');
+            text.replace(at, 3, {'\xEF', '\xBF', last});
+            compareKernels(text, last != '\xBD');
+        }
+    }
 }
 
 TEST(FindBadCharacter, FollowsTheDefinitionForEveryCharacter) {
