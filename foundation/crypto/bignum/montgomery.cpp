@@ -110,7 +110,11 @@ void MontgomeryModulus::copyFrom(const MontgomeryModulus& other) noexcept {
     m_negInverse = other.m_negInverse;
     std::copy_n(other.m_n.begin(), m_limbs, m_n.begin());
     std::copy_n(other.m_kernelN.begin(), m_size, m_kernelN.begin());
-    std::copy_n(other.m_rSquared.begin(), m_size, m_rSquared.begin());
+    m_kept = Kept::Nothing;
+    if (other.m_kept.load(std::memory_order_acquire) == Kept::RSquared) {
+        std::copy_n(other.m_rSquared.begin(), m_size, m_rSquared.begin());
+        m_kept = Kept::RSquared;
+    }
 }
 
 void MontgomeryModulus::set(std::span<const Limb> n) noexcept {
@@ -134,12 +138,28 @@ void MontgomeryModulus::set(std::span<const Limb> n, const MontgomeryKernel& ker
         m_negInverse &= (Limb{1} << kernel.radixBits) - 1;
         toDigits({m_kernelN.data(), m_size}, n, kernel.radixBits);
     }
-    computeRSquared();
+    m_kept = Kept::Nothing;
+}
+
+std::span<const Limb> MontgomeryModulus::rSquared(std::span<Limb> own) const noexcept {
+    const std::span<Limb> shared(m_rSquared.data(), m_size);
+    Kept kept = m_kept.load(std::memory_order_acquire);
+    if (kept == Kept::Nothing && m_kept.compare_exchange_strong(kept, Kept::InWork)) {
+        computeRSquared(shared);
+        m_kept.store(Kept::RSquared, std::memory_order_release);
+        return shared;
+    }
+    if (kept == Kept::RSquared) {
+        return shared;
+    }
+    // To wait for the other thread would take as long.
+    computeRSquared(own.first(m_size));
+    return own.first(m_size);
 }
 
 // The Montgomery form of 2^j is doubled (j + 1) or squared (2j) until it is that of R. A division
 // would cost several multiplications; this costs about five and a few additions.
-void MontgomeryModulus::computeRSquared() noexcept {
+void MontgomeryModulus::computeRSquared(std::span<Limb> form) const noexcept {
     const std::span<const Limb> n = value();
     const std::size_t bits = bitLength(n);
     const std::size_t rBits = m_steps * m_kernel->radixBits;
@@ -163,7 +183,6 @@ void MontgomeryModulus::computeRSquared() noexcept {
         shiftModulo(x, step, n, bits);
         distance -= step;
     }
-    const std::span<Limb> form(m_rSquared.data(), m_size);
     toKernel(form, x);
     while (squarings-- > 0) {
         square(form, form);
@@ -211,8 +230,9 @@ void MontgomeryModulus::square(std::span<Limb> z, std::span<const Limb> x) const
 }
 
 void MontgomeryModulus::enter(std::span<Limb> z, std::span<const Limb> x) const noexcept {
+    Buffer own;
     toKernel(z.first(m_size), x);
-    multiply(z, z, {m_rSquared.data(), m_size});
+    multiply(z, z, rSquared(own));
 }
 
 void MontgomeryModulus::leave(std::span<Limb> z, std::span<const Limb> x) const noexcept {
@@ -225,9 +245,10 @@ void MontgomeryModulus::leave(std::span<Limb> z, std::span<const Limb> x) const 
 }
 
 void MontgomeryModulus::one(std::span<Limb> z) const noexcept {
+    Buffer own;
     std::fill_n(z.begin(), m_size, 0);
     z[0] = 1;
-    multiply(z, z, {m_rSquared.data(), m_size});
+    multiply(z, z, rSquared(own));
 }
 
 void MontgomeryModulus::power(std::span<Limb> z, std::span<const Limb> x,
@@ -239,7 +260,7 @@ void MontgomeryModulus::power(std::span<Limb> z, std::span<const Limb> x,
     const std::span<Limb> form(formBuffer.data(), m_size);
     const std::span<Limb> result(resultBuffer.data(), m_size);
     toKernel(plain, x);
-    multiply(form, plain, {m_rSquared.data(), m_size});
+    multiply(form, plain, rSquared(resultBuffer));
     std::copy(form.begin(), form.end(), result.begin());
 
     // The last factor of an odd exponent is x itself, not its Montgomery form: that leaves the

@@ -5,7 +5,9 @@
 #include "foundation/crypto/bignum/limbs.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace vantrel::crypto {
@@ -18,7 +20,8 @@ struct MontgomeryKernel;
 // One odd modulus n > 1 with its precomputed values, and Montgomery arithmetic over it. Numbers
 // are in the representation of the kernel that was chosen when the modulus was set (`size()` limbs
 // of its own radix); they enter by `enter` and leave by `leave`. Fixed storage, no allocation.
-// Variable time: public data only. Immutable once set, so that threads may share it.
+// Variable time: public data only. Immutable once set, so that threads may share it; what only
+// numbers that enter need is worked out with the first of them, since many keys are never used.
 class MontgomeryModulus final {
 public:
     // The members are left unset on purpose: a modulus is several kilobytes.
@@ -54,7 +57,9 @@ public:
 
 private:
     void copyFrom(const MontgomeryModulus& other) noexcept;
-    void computeRSquared() noexcept;
+    // R^2 mod n in the kernel's radix: what is kept, or `own` while another thread works that out.
+    [[nodiscard]] std::span<const Limb> rSquared(std::span<Limb> own) const noexcept;
+    void computeRSquared(std::span<Limb> form) const noexcept;
     // Between limbs and the digits of the kernel; the latter reduces from below 2n.
     void toKernel(std::span<Limb> z, std::span<const Limb> x) const noexcept;
     void fromKernel(std::span<Limb> z, std::span<const Limb> x) const noexcept;
@@ -65,8 +70,10 @@ private:
     std::size_t m_steps = 0; // digits that R counts; m_size less the padding
     Limb m_negInverse = 0;   // -1/n modulo the kernel's radix
     std::array<Limb, kMaxModulusLimbs> m_n;
-    alignas(64) std::array<Limb, kMaxModulusLimbs> m_kernelN;  // n in the kernel's radix
-    alignas(64) std::array<Limb, kMaxModulusLimbs> m_rSquared; // R^2 mod n in the kernel's radix
+    alignas(64) std::array<Limb, kMaxModulusLimbs> m_kernelN; // n in the kernel's radix
+    enum class Kept : std::uint8_t { Nothing, InWork, RSquared };
+    mutable std::atomic<Kept> m_kept = Kept::Nothing;
+    alignas(64) mutable std::array<Limb, kMaxModulusLimbs> m_rSquared;
 };
 
 } // namespace vantrel::crypto

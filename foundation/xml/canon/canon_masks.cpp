@@ -17,12 +17,15 @@ void makePortable(const char* text, std::size_t count, CanonMasks* masks) noexce
         for (unsigned i = 0; i < kMaskedBytes; ++i) {
             const char c = text[block * kMaskedBytes + i];
             const std::uint64_t bit = std::uint64_t{1} << i;
-            words.content |= c == '<' || c == '&' || c == '>' || c == '\r' ? bit : 0;
+            words.less |= c == '<' ? bit : 0;
             words.greater |= c == '>' ? bit : 0;
             words.quote |= c == '"' ? bit : 0;
             words.space |= c == ' ' ? bit : 0;
             words.colon |= c == ':' ? bit : 0;
-            words.odd |= c == '\'' || c == '&' || c == '\t' || c == '\n' || c == '\r' ? bit : 0;
+            words.slash |= c == '/' ? bit : 0;
+            words.bang |= c == '!' || c == '?' ? bit : 0;
+            words.hard |= c == '&' || c == '\r' ? bit : 0;
+            words.odd |= c == '\'' || c == '\t' || c == '\n' ? bit : 0;
         }
         masks[block] = words;
     }
@@ -40,15 +43,16 @@ void addSixteen(const char* text, unsigned shift, CanonMasks& words) noexcept {
     const auto add = [shift](std::uint64_t& word, __m128i hits) {
         word |= static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(hits))) << shift;
     };
-    const __m128i greater = equals('>');
-    const __m128i both = _mm_or_si128(equals('&'), equals('\r'));
-    add(words.content, _mm_or_si128(_mm_or_si128(equals('<'), greater), both));
-    add(words.greater, greater);
+    const auto either = [](__m128i a, __m128i b) { return _mm_or_si128(a, b); };
+    add(words.less, equals('<'));
+    add(words.greater, equals('>'));
     add(words.quote, equals('"'));
     add(words.space, equals(' '));
     add(words.colon, equals(':'));
-    add(words.odd,
-        _mm_or_si128(_mm_or_si128(equals('\''), both), _mm_or_si128(equals('\t'), equals('\n'))));
+    add(words.slash, equals('/'));
+    add(words.bang, either(equals('!'), equals('?')));
+    add(words.hard, either(equals('&'), equals('\r')));
+    add(words.odd, either(equals('\''), either(equals('\t'), equals('\n'))));
 }
 
 void makeSse2(const char* text, std::size_t count, CanonMasks* masks) noexcept {
@@ -61,12 +65,17 @@ void makeSse2(const char* text, std::size_t count, CanonMasks* masks) noexcept {
     }
 }
 
-VANTREL_AVX2 inline std::uint64_t equals2(__m256i low, __m256i high, char c) noexcept {
-    const __m256i value = _mm256_set1_epi8(c);
-    const auto lowBits =
-        static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(low, value)));
-    const auto highBits =
-        static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(high, value)));
+VANTREL_AVX2 inline __m256i equals2(__m256i bytes, char c) noexcept {
+    return _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(c));
+}
+
+VANTREL_AVX2 inline __m256i either2(__m256i bytes, char a, char b) noexcept {
+    return _mm256_or_si256(equals2(bytes, a), equals2(bytes, b));
+}
+
+VANTREL_AVX2 inline std::uint64_t bits2(__m256i low, __m256i high) noexcept {
+    const auto lowBits = static_cast<std::uint32_t>(_mm256_movemask_epi8(low));
+    const auto highBits = static_cast<std::uint32_t>(_mm256_movemask_epi8(high));
     return lowBits | (static_cast<std::uint64_t>(highBits) << 32);
 }
 
@@ -74,16 +83,17 @@ VANTREL_AVX2 void makeAvx2(const char* text, std::size_t count, CanonMasks* mask
     for (std::size_t block = 0; block < count; ++block, text += kMaskedBytes) {
         const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text));
         const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + 32));
-        const std::uint64_t greater = equals2(low, high, '>');
-        const std::uint64_t both = equals2(low, high, '&') | equals2(low, high, '\r');
         CanonMasks& words = masks[block];
-        words.content = equals2(low, high, '<') | greater | both;
-        words.greater = greater;
-        words.quote = equals2(low, high, '"');
-        words.space = equals2(low, high, ' ');
-        words.colon = equals2(low, high, ':');
-        words.odd =
-            equals2(low, high, '\'') | both | equals2(low, high, '\t') | equals2(low, high, '\n');
+        words.less = bits2(equals2(low, '<'), equals2(high, '<'));
+        words.greater = bits2(equals2(low, '>'), equals2(high, '>'));
+        words.quote = bits2(equals2(low, '"'), equals2(high, '"'));
+        words.space = bits2(equals2(low, ' '), equals2(high, ' '));
+        words.colon = bits2(equals2(low, ':'), equals2(high, ':'));
+        words.slash = bits2(equals2(low, '/'), equals2(high, '/'));
+        words.bang = bits2(either2(low, '!', '?'), either2(high, '!', '?'));
+        words.hard = bits2(either2(low, '&', '\r'), either2(high, '&', '\r'));
+        words.odd = bits2(_mm256_or_si256(either2(low, '\t', '\n'), equals2(low, '\'')),
+                          _mm256_or_si256(either2(high, '\t', '\n'), equals2(high, '\'')));
     }
 }
 
@@ -94,15 +104,16 @@ VANTREL_AVX512 inline std::uint64_t equals5(__m512i bytes, char c) noexcept {
 VANTREL_AVX512 void makeAvx512(const char* text, std::size_t count, CanonMasks* masks) noexcept {
     for (std::size_t block = 0; block < count; ++block, text += kMaskedBytes) {
         const __m512i bytes = _mm512_loadu_si512(text);
-        const std::uint64_t greater = equals5(bytes, '>');
-        const std::uint64_t both = equals5(bytes, '&') | equals5(bytes, '\r');
         CanonMasks& words = masks[block];
-        words.content = equals5(bytes, '<') | greater | both;
-        words.greater = greater;
+        words.less = equals5(bytes, '<');
+        words.greater = equals5(bytes, '>');
         words.quote = equals5(bytes, '"');
         words.space = equals5(bytes, ' ');
         words.colon = equals5(bytes, ':');
-        words.odd = equals5(bytes, '\'') | both | equals5(bytes, '\t') | equals5(bytes, '\n');
+        words.slash = equals5(bytes, '/');
+        words.bang = equals5(bytes, '!') | equals5(bytes, '?');
+        words.hard = equals5(bytes, '&') | equals5(bytes, '\r');
+        words.odd = equals5(bytes, '\'') | equals5(bytes, '\t') | equals5(bytes, '\n');
     }
 }
 

@@ -18,37 +18,35 @@ inline constexpr std::uint32_t kMaskedBytes = 64;
 // dot:
 //
 //     text      <p:e a="1 2" p:b="x">t&gt;</p:e>
-//     content   1...................1.1...1....1
+//     less      1.........................1.....
 //     greater   ....................1..........1
 //     quote     .......1...1.....1.1............
 //     space     ....1....1..1...................
 //     colon     ..1...........1..............1..
-//     odd       ......................1.........
+//     slash     ...........................1....
+//     hard      ......................1.........
 //
-// What CanonWindow::tagAt (canon_window.h) makes of the tag at byte 0:
+// What CanonWindow (canon_window.h) makes of it, by running exclusive ors and additions that carry
+// a bit through a run of ones:
 //
-//     greater & -greater: byte 20, where the tag closes; the words below are cut off there
-//     inside    .......1111......11.............  the running exclusive or of `quote`: a value and
-//                                                 its opening quote, but not the closing one
-//     blanks    ....1.......1...................  `space` outside of values: one before each
-//                                                 attribute; the first ends the name "p:e"
-//     closing   ...........1.......1............  closing quotes: one before each blank but the
-//                                                 first, and one before the '>'
+//     inTag     11111111111111111111......11111.  from each '<' to before its '>'
+//     inValue   .......1111......11.............  a value and its opening quote
+//     blanks    ....1.......1...................  `space` in tags outside of values
 //
-// So the tag has single spaces in the right places and none elsewhere, and `odd` has no bit in it:
-// no reference, no line end, no apostrophe. It is canonical as far as its characters go. What is
-// left are questions of names: the colons outside of values (bytes 2 and 14) give the prefixes, and
-// the byte behind each blank begins the attribute name whose order is compared.
-//
-// `content` serves between tags: from byte 21 on its first bit is byte 22, a reference, to be
-// resolved and written again; all text before it is passed over.
-struct alignas(64) CanonMasks {
-    std::uint64_t content; // '<', '&', '>', CR: where character data needs a closer look
+// The text stays as it is where a tag has at most one blank, none of `odd`, `bang` and (but for an
+// end tag's) `slash`, where no '>' stands outside of tags, and at references that are canonical.
+// Where a tag has several blanks, they must stand behind values, with the names in order. The
+// exclusive method asks what the prefixes before the colons stand for as well.
+struct CanonMasks {
+    std::uint64_t less;    // '<'
     std::uint64_t greater; // '>'
     std::uint64_t quote;   // '"'
     std::uint64_t space;   // ' '
     std::uint64_t colon;   // ':'
-    std::uint64_t odd;     // '\'', '&', TAB, LF, CR: no tag that is canonical at a glance has these
+    std::uint64_t slash;   // '/'
+    std::uint64_t bang;    // '!', '?': what behind '<' begins anything but a tag
+    std::uint64_t hard;    // '&', CR: to be looked at wherever they stand
+    std::uint64_t odd;     // '\'', TAB, LF: to be looked at in tags
 
     friend bool operator==(const CanonMasks&, const CanonMasks&) = default;
 };

@@ -36,11 +36,8 @@ public:
             putLong(piece);
             return;
         }
-        // A view of nothing may be null, which memcpy() does not take.
-        if (!piece.empty()) {
-            std::memcpy(m_buffer + m_used, piece.data(), piece.size());
-            m_used += piece.size();
-        }
+        copy(m_buffer + m_used, piece);
+        m_used += piece.size();
     }
 
     void put(char c) {
@@ -59,6 +56,22 @@ public:
 
 private:
     static constexpr std::size_t kBuffer = std::size_t{16} << 10;
+
+    // Most pieces are short, and a call costs more than they do. The two copies of a size may
+    // overlap.
+    [[gnu::always_inline]] static void copy(char* to, std::string_view piece) noexcept {
+        const char* const from = piece.data();
+        const std::size_t size = piece.size();
+        if (size - 16 <= 16) {
+            std::memcpy(to, from, 16);
+            std::memcpy(to + size - 16, from + size - 16, 16);
+        } else if (size - 8 <= 8) {
+            std::memcpy(to, from, 8);
+            std::memcpy(to + size - 8, from + size - 8, 8);
+        } else if (size != 0) { // a view of nothing may be null, which memcpy() does not take
+            std::memcpy(to, from, size);
+        }
+    }
 
     void flush();
     void putLong(std::string_view piece);

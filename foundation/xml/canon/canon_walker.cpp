@@ -3,10 +3,12 @@
 
 #include "foundation/xml/canon/escape.h"
 #include "foundation/xml/scan/content_reader.h"
+#include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/stop_bytes.h"
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vantrel::xml {
 
@@ -19,6 +21,7 @@ constexpr std::string_view kCdataClose = "]]>";
 constexpr std::string_view kInstructionOpen = "<?";
 constexpr std::string_view kInstructionClose = "?>";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::uint32_t kNowhere = std::numeric_limits<std::uint32_t>::max();
 
 } // namespace
 
@@ -77,99 +80,77 @@ void CanonWalker::walkElement(ElementId apex) {
         std::find_if(holes.begin(), holes.end(),
                      [&](TextRange hole) { return hole.start > record.start; }) -
         holes.begin());
-    m_nextElement = apex;
+    findHole();
+    m_portionEnd = record.start + CanonOutput::kPortion;
     m_out.skipTo(record.start);
-    planEvent(record.start);
-    m_tags.inherit(apex);
-
     m_window.open(record.start, record.end);
-    m_open.clear();
-    const WrittenTag tag = m_tags.writeApex(m_nextElement++, record.start);
-    if (!tag.selfClosing) {
-        m_open.push_back(tag.nameLength);
-        walkContent(tag.end);
+    m_tags.inherit(apex);
+    for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
+        // A long tag may have passed the end of the portion.
+        const std::uint32_t due =
+            std::max(at, std::min({m_portionEnd, m_holeStart, m_tags.nextEvent()}));
+        const std::uint32_t limit = std::min(due, record.end);
+        const StopRules rules = m_tags.stopRules();
+        CanonStop found = m_window.findStop(at, limit, rules);
+        while (found.nameEnd != 0 && m_tags.declareInName(found)) {
+            found = m_window.findNextStop(limit, rules);
+        }
+        at = found.at;
+        if (at < record.end) {
+            at = at < due ? stop(at) : event(at);
+        }
     }
     m_out.copyUpTo(record.end);
 }
 
-// From behind the start tag of the apex to behind its end tag.
-void CanonWalker::walkContent(std::uint32_t at) {
-    while (!m_open.empty()) {
-        at = m_window.findContentStop(at);
-        const char c = m_text[at];
-        if (c == '<') [[likely]] {
-            const char next = m_text[at + 1];
-            if (next == '/') {
-                at = endTag(at);
-            } else if (next == '!') [[unlikely]] {
-                at = commentOrCdata(at);
-            } else if (next == '?') [[unlikely]] {
-                at = instruction(at);
-            } else {
-                at = startTag(at);
-            }
-        } else if (c == '&') {
-            at = reference(at);
-        } else {
-            at = c == '>' ? greaterThan(at) : carriageReturn(at);
+void CanonWalker::findHole() noexcept {
+    m_holeStart =
+        m_nextHole < m_request.omitted.size() ? m_request.omitted[m_nextHole].start : kNowhere;
+}
+
+// Where the rules for stops change, a hole begins, or a portion is full.
+std::uint32_t CanonWalker::event(std::uint32_t at) {
+    if (at >= m_portionEnd) {
+        m_out.copyUpTo(at);
+        m_portionEnd = at + CanonOutput::kPortion;
+        if (m_out.refused()) {
+            return kNowhere;
         }
     }
-}
-
-inline std::uint32_t CanonWalker::startTag(std::uint32_t at) {
-    if (at >= m_nextEvent && passHole(at)) {
-        return at;
-    }
-    const auto depth = static_cast<std::uint32_t>(m_open.size());
-    const WrittenTag tag = m_tags.write(m_nextElement++, at, depth);
-    if (!tag.selfClosing) {
-        m_open.push_back(tag.nameLength);
-    }
-    return tag.end;
-}
-
-inline std::uint32_t CanonWalker::endTag(std::uint32_t at) {
-    const std::uint32_t nameEnd = at + 2 + m_open.back();
-    m_open.pop_back();
-    m_tags.leave(static_cast<std::uint32_t>(m_open.size()));
-    if (m_text[nameEnd] == '>') {
-        return nameEnd + 1;
-    }
-    m_out.copyUpTo(nameEnd);
-    const std::uint32_t close =
-        findByte(m_text.data(), nameEnd, static_cast<std::uint32_t>(m_text.size()), '>');
-    m_out.skipTo(close);
-    return close + 1;
-}
-
-void CanonWalker::planEvent(std::uint32_t at) noexcept {
-    m_nextEvent = at + CanonOutput::kPortion;
-    if (m_nextHole < m_request.omitted.size()) {
-        m_nextEvent = std::min(m_nextEvent, m_request.omitted[m_nextHole].start);
-    }
-}
-
-// At a start tag: true when a hole begins there, with `at` moved behind it, or when the walk ends
-// since its output is refused.
-bool CanonWalker::passHole(std::uint32_t& at) {
-    m_out.copyUpTo(at);
-    if (m_out.refused()) {
-        m_open.clear();
-        return true;
-    }
-    const bool hole =
-        m_nextHole < m_request.omitted.size() && m_request.omitted[m_nextHole].start == at;
-    if (hole) {
+    if (at == m_holeStart) {
+        m_out.copyUpTo(at);
         at = m_request.omitted[m_nextHole++].end();
         m_out.skipTo(at);
-        while (m_nextElement < m_document.elementCount() &&
-               m_document.element(m_nextElement).start < at) {
-            m_nextElement = m_document.element(m_nextElement).next;
-        }
-        m_tags.goOnAt(m_nextElement);
+        findHole();
     }
-    planEvent(at);
-    return hole;
+    m_tags.goOnAt(at);
+    m_window.changeRules();
+    return at == m_tags.nextEvent() ? m_tags.write(at) : at;
+}
+
+// At something that may not be left as it is.
+std::uint32_t CanonWalker::stop(std::uint32_t at) {
+    switch (m_text[at]) {
+    case '<': break;
+    case '&': return reference(at);
+    case '>': return greaterThan(at);
+    default: return carriageReturn(at);
+    }
+    switch (m_text[at + 1]) {
+    case '/': return endTag(at);
+    case '!': return commentOrCdata(at);
+    case '?': return instruction(at);
+    default: return m_tags.write(at);
+    }
+}
+
+// White space behind the name is left out.
+std::uint32_t CanonWalker::endTag(std::uint32_t at) {
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    m_out.copyUpTo(at + 2 + scanName(m_text.data(), at + 2, size).length);
+    const std::uint32_t close = findByte(m_text.data(), at + 2, size, '>');
+    m_out.skipTo(close);
+    return close + 1;
 }
 
 std::uint32_t CanonWalker::commentOrCdata(std::uint32_t at) {
@@ -223,7 +204,7 @@ void CanonWalker::putInstruction(std::string_view body) {
 
 std::uint32_t CanonWalker::reference(std::uint32_t at) {
     const std::string_view rest = m_text.substr(at);
-    if (const std::uint32_t length = canonicalReference(rest); length != 0) {
+    if (const std::uint32_t length = canonicalReference(rest.data()); length != 0) {
         return at + length;
     }
     const ResolvedReference resolved = resolveReference(rest);

@@ -6,7 +6,6 @@
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/start_tag_writer.h"
-#include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
 
@@ -28,19 +27,16 @@ private:
     // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
     // part of the canonical form.
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
-    void walkContent(std::uint32_t at);
     // Each takes one thing that begins at `at` and returns the offset behind it.
-    [[nodiscard]] std::uint32_t startTag(std::uint32_t at);
+    [[nodiscard]] std::uint32_t event(std::uint32_t at);
+    [[nodiscard]] std::uint32_t stop(std::uint32_t at);
     [[nodiscard]] std::uint32_t endTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t commentOrCdata(std::uint32_t at);
     [[nodiscard]] std::uint32_t instruction(std::uint32_t at);
     [[nodiscard]] std::uint32_t reference(std::uint32_t at);
     [[nodiscard]] std::uint32_t greaterThan(std::uint32_t at);
     [[nodiscard]] std::uint32_t carriageReturn(std::uint32_t at);
-    // At m_nextEvent: hands over what was passed. True when the walk goes on elsewhere: behind the
-    // hole that begins at `at`, or nowhere, since the sink refuses.
-    [[nodiscard]] bool passHole(std::uint32_t& at);
-    void planEvent(std::uint32_t at) noexcept;
+    void findHole() noexcept;
     void putInstruction(std::string_view body);
 
     const XmlDocument& m_document;
@@ -49,11 +45,10 @@ private:
     CanonWindow m_window;
     CanonOutput m_out;
     StartTagWriter m_tags;
-    GrowArray<std::uint32_t> m_open; // name lengths of the open elements
-    ElementId m_nextElement = 0;
-    // The next start tag at or behind this offset is either a hole or the place to hand over what
-    // was passed, while it is still in the cache.
-    std::uint32_t m_nextEvent = 0;
+    // Where to hand over what was passed, while it is still in the cache, and where the next hole
+    // begins.
+    std::uint32_t m_portionEnd = 0;
+    std::uint32_t m_holeStart = 0;
     std::size_t m_nextHole = 0;
 };
 

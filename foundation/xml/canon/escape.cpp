@@ -3,7 +3,9 @@
 
 #include "foundation/xml/scan/char_class.h"
 
+#include <algorithm>
 #include <array>
+#include <initializer_list>
 
 namespace vantrel::xml {
 
@@ -41,6 +43,17 @@ void putEscaped(std::string_view text, Special where, Put put, Escape escape) {
 
 // A CR before an LF vanishes, any other becomes an LF (XML 1.0, 2.11).
 std::string_view lineEnd(char next) noexcept { return next == '\n' ? "" : "\n"; }
+
+// The length of the one of `forms` that stands at `at`; 0 without any. It stops at the first
+// character that differs, so what lies behind the text is not read.
+std::uint32_t lengthOfOne(std::initializer_list<std::string_view> forms, const char* at) noexcept {
+    for (const std::string_view form : forms) {
+        if (std::mismatch(form.begin(), form.end(), at).first == form.end()) {
+            return static_cast<std::uint32_t>(form.size());
+        }
+    }
+    return 0;
+}
 
 std::string_view escapedText(char c) noexcept {
     switch (c) {
@@ -98,13 +111,12 @@ void putLines(std::string_view raw, CanonOutput& out) {
         [](char, char next) { return lineEnd(next); });
 }
 
-std::uint32_t canonicalReference(std::string_view text) noexcept {
-    for (const std::string_view form : {"&amp;", "&lt;", "&gt;", "&#xD;"}) {
-        if (text.starts_with(form)) {
-            return static_cast<std::uint32_t>(form.size());
-        }
-    }
-    return 0;
+std::uint32_t canonicalReference(const char* at) noexcept {
+    return lengthOfOne({"&amp;", "&lt;", "&gt;", "&#xD;"}, at);
+}
+
+std::uint32_t canonicalAttributeReference(const char* at) noexcept {
+    return lengthOfOne({"&amp;", "&lt;", "&quot;", "&#x9;", "&#xA;", "&#xD;"}, at);
 }
 
 } // namespace vantrel::xml

@@ -22,9 +22,12 @@ void appendAttributeEscaped(std::string_view value, std::string& out);
 // The text of a comment or processing instruction: line ends become LF.
 void putLines(std::string_view raw, CanonOutput& out);
 
-// The length of the reference that `text` begins with, when it stands as the canonical form writes
-// that character in character data. Else 0.
-[[nodiscard]] std::uint32_t canonicalReference(std::string_view text) noexcept;
+// The length of the reference that the text at `at` begins with, when it stands as the canonical
+// form writes that character in character data. Else 0. Both are asked within a document, where
+// markup follows.
+[[nodiscard]] std::uint32_t canonicalReference(const char* at) noexcept;
+// The same for attribute values.
+[[nodiscard]] std::uint32_t canonicalAttributeReference(const char* at) noexcept;
 
 } // namespace vantrel::xml
 

@@ -9,7 +9,6 @@ namespace vantrel::xml {
 
 namespace {
 
-constexpr std::uint32_t kHiddenBit = 0x80000000;
 constexpr std::size_t kLongName = 256;
 
 } // namespace
@@ -18,48 +17,32 @@ NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
     const PrefixId number = m_prefixes.number(prefix);
     if (number >= m_bindings.size()) {
         m_bindings.resize(std::size_t{number} + 1);
+        m_bindings[number].key = prefixKey(prefix);
         bindInherited(number);
     }
     return number;
 }
 
-void NamespaceState::remember(PrefixId prefix, std::uint32_t depth) {
-    const PrefixBinding& binding = m_bindings[prefix];
-    m_undo.push_back(
-        {depth, binding.hidden ? prefix | kHiddenBit : prefix, binding.inScope, binding.rendered});
-    m_undoneBelow = depth + 1;
-}
-
-void NamespaceState::undoDownTo(std::uint32_t depth) noexcept {
-    while (!m_undo.empty() && m_undo.back().depth >= depth) {
+void NamespaceState::undoUpTo(std::uint32_t offset) noexcept {
+    while (!m_undo.empty() && m_undo.back().end <= offset) {
         const Undo last = m_undo.back();
         m_undo.pop_back();
-        PrefixBinding& binding = m_bindings[last.prefix & ~kHiddenBit];
+        m_longOnes = std::min(m_longOnes, m_undo.size());
+        const PrefixId prefix = last.prefix & ~kHiddenBit;
+        PrefixBinding& binding = m_bindings[prefix];
         binding.inScope = last.inScope;
         binding.rendered = last.rendered;
         binding.hidden = (last.prefix & kHiddenBit) != 0;
-        settle(binding);
+        settle(prefix);
     }
-    m_undoneBelow = m_undo.empty() ? 0 : m_undo.back().depth + 1;
 }
 
-void NamespaceState::declare(PrefixId prefix, std::string_view name, std::uint32_t depth) {
-    remember(prefix, depth);
+void NamespaceState::declare(PrefixId prefix, std::string_view name, NamespaceExtent extent) {
+    remember(prefix, extent);
     PrefixBinding& binding = m_bindings[prefix];
     binding.inScope = m_names.number(name);
     binding.hidden = false;
-    settle(binding);
-}
-
-std::string_view NamespaceState::render(PrefixId prefix, std::uint32_t depth) {
-    remember(prefix, depth);
-    PrefixBinding& binding = m_bindings[prefix];
-    binding.rendered = binding.inScope;
-    binding.pending = false;
-    if (binding.declaration.empty() || binding.declarationOf != binding.inScope) {
-        writeDeclaration(prefix);
-    }
-    return binding.declaration;
+    settle(prefix);
 }
 
 void NamespaceState::writeDeclaration(PrefixId prefix) {
@@ -81,7 +64,7 @@ void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden
         binding.inherited = true;
         binding.inScope = m_names.number(name);
         binding.hidden = hidden;
-        settle(binding);
+        settle(prefix);
     }
 }
 
@@ -122,7 +105,7 @@ void NamespaceState::bindInherited(PrefixId prefix) {
     if (m_inheritedWritten && !m_inheritedHidden) {
         PrefixBinding& binding = m_bindings[prefix];
         binding.rendered = binding.inScope;
-        settle(binding);
+        settle(prefix);
     }
 }
 

@@ -2,6 +2,7 @@
 #ifndef FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 #define FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 
+#include "foundation/xml/canon/clear_prefixes.h"
 #include "foundation/xml/canon/view_table.h"
 #include "foundation/xml/scan/grow_array.h"
 #include "foundation/xml/scan/inheritance.h"
@@ -27,14 +28,25 @@ struct PrefixBinding {
     bool hidden = false; // bound outside the apex element, and not to be written
     bool listed = false; // in the PrefixList
     bool inherited = false;
+    std::uint64_t key = 0;           // see prefixKey
     std::uint32_t takenBy = 0;       // serial of the tag that last listed this prefix
     std::uint32_t declarationOf = 0; // the name that `declaration` writes
     std::string declaration;         // ` xmlns:prefix="name"`, made when first needed
 };
 
+// What an element that declares or renders holds for.
+struct NamespaceExtent {
+    std::uint32_t end = 0; // the offset behind the element
+    // Whether the end is worth a stop. Elements in a short one are short.
+    bool isLong = true;
+    // No element is in this one: nobody asks what holds there.
+    bool isLeaf = false;
+};
+
 // Namespace bindings in scope and bindings already written, as one table with an undo stack:
 // entering and leaving an element costs what it declares and writes, whatever its depth and
-// whatever else is in scope. The texts given to it must outlive it.
+// whatever else is in scope. Depth is not counted: what an element did is taken back at the offset
+// where it ends. The texts given to it must outlive it.
 class NamespaceState final {
 public:
     using PrefixId = std::uint32_t;
@@ -55,12 +67,8 @@ public:
         if (length - 1 >= 8) [[unlikely]] {
             return length == 0 ? kDefault : id(std::string_view(at, length));
         }
-        // No prefix holds a NUL, so the key tells the length as well.
-        std::uint64_t key = 0;
-        std::memcpy(&key, at, sizeof key);
-        key &= ~std::uint64_t{0} >> (64 - 8 * length);
-        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
-        Recent& recent = m_recent[(key * kSpread) >> 60];
+        const std::uint64_t key = prefixKey(at, length);
+        Recent& recent = m_recent[prefixSlot(key)];
         if (recent.key != key) [[unlikely]] {
             recent = {key, id(std::string_view(at, length))};
         }
@@ -87,11 +95,22 @@ public:
         return a == b ? 0 : compareDistinct(a, b);
     }
 
-    // Binds the prefix from the element at `depth` on.
-    void declare(PrefixId prefix, std::string_view name, std::uint32_t depth);
-    // Notes that the element at `depth` writes the binding in scope, and returns how: a namespace
+    // Binds the prefix within `extent`, of the element at hand.
+    void declare(PrefixId prefix, std::string_view name, NamespaceExtent extent);
+    // Notes that the element at hand writes the binding in scope, and returns how: a namespace
     // declaration with a space before it, valid until the next call.
-    [[nodiscard]] std::string_view render(PrefixId prefix, std::uint32_t depth);
+    [[nodiscard]] std::string_view render(PrefixId prefix, NamespaceExtent extent) {
+        PrefixBinding& binding = m_bindings[prefix];
+        if (!extent.isLeaf) {
+            remember(prefix, extent);
+            binding.rendered = binding.inScope;
+            settle(prefix);
+        }
+        if (binding.declarationOf != binding.inScope || binding.declaration.empty()) {
+            writeDeclaration(prefix);
+        }
+        return binding.declaration;
+    }
     // Binds the prefix for the whole walk, from outside the apex; the first call for a prefix
     // counts.
     void inherit(PrefixId prefix, std::string_view name, bool hidden);
@@ -103,18 +122,31 @@ public:
     // due.
     void inheritedAreWritten() noexcept { m_inheritedWritten = true; }
 
-    // Takes back what elements at `depth` and below did.
-    void leave(std::uint32_t depth) noexcept {
-        if (m_undoneBelow > depth) {
-            undoDownTo(depth);
+    // Takes back what elements that end at `offset` or before did.
+    void leave(std::uint32_t offset) noexcept {
+        if (!m_undo.empty() && m_undo.back().end <= offset) {
+            undoUpTo(offset);
+        }
+    }
+    // What is clear now stays so up to this offset, where leave() is to be called. It changes with
+    // every call.
+    [[nodiscard]] std::uint32_t nextUndo() const noexcept {
+        return m_longOnes == 0 ? ~std::uint32_t{0} : m_undo[m_longOnes - 1].end;
+    }
+    [[nodiscard]] const ClearPrefixes& clear() const noexcept { return m_clear; }
+    // Enters a prefix that is not pending where it was missing.
+    void noteClear(PrefixId prefix) noexcept {
+        if (inLongOnes()) {
+            addClear(prefix);
         }
     }
 
 private:
     static constexpr std::size_t kUsual = 6; // prefixes of a document
+    static constexpr std::uint32_t kHiddenBit = 0x80000000;
 
     struct Undo {
-        std::uint32_t depth;
+        std::uint32_t end;
         PrefixId prefix; // top bit: hidden
         std::uint32_t inScope;
         std::uint32_t rendered;
@@ -124,20 +156,44 @@ private:
         PrefixId prefix = 0;
     };
 
-    void remember(PrefixId prefix, std::uint32_t depth);
-    void undoDownTo(std::uint32_t depth) noexcept;
+    void remember(PrefixId prefix, NamespaceExtent extent) {
+        const PrefixBinding& binding = m_bindings[prefix];
+        m_undo.push_back({extent.end, binding.hidden ? prefix | kHiddenBit : prefix,
+                          binding.inScope, binding.rendered});
+        m_longOnes += extent.isLong ? 1 : 0;
+    }
+    void undoUpTo(std::uint32_t offset) noexcept;
     void writeDeclaration(PrefixId prefix);
     void bindInherited(PrefixId prefix);
     [[nodiscard]] int compareDistinct(std::uint32_t a, std::uint32_t b);
-    static void settle(PrefixBinding& binding) noexcept {
+    // Short elements lie on top of the stack. What is clear in one need not be so behind it, where
+    // nobody stops.
+    [[nodiscard]] bool inLongOnes() const noexcept { return m_undo.size() == m_longOnes; }
+    void addClear(PrefixId prefix) noexcept {
+        if (prefix == kDefault) {
+            m_clear.setDefault(true);
+        } else if (m_bindings[prefix].key != 0) {
+            m_clear.add(m_bindings[prefix].key);
+        }
+    }
+    void settle(PrefixId prefix) noexcept {
+        PrefixBinding& binding = m_bindings[prefix];
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
+        if (!binding.pending) {
+            noteClear(prefix);
+        } else if (prefix == kDefault) {
+            m_clear.setDefault(false);
+        } else {
+            m_clear.remove(binding.key);
+        }
     }
 
     ViewTable m_prefixes;
     ViewTable m_names;
     std::vector<PrefixBinding> m_bindings; // by prefix number
     GrowArray<Undo> m_undo;
-    std::uint32_t m_undoneBelow = 0; // one more than the depth of the last undo; 0 without one
+    std::size_t m_longOnes = 0; // of m_undo, from its bottom
+    ClearPrefixes m_clear;
     std::array<Recent, 16> m_recent;
     std::uint32_t m_xmlName = 0;
     std::unordered_map<std::uint64_t, int> m_order; // of pairs of long names

@@ -61,22 +61,21 @@ bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) cons
 // The rest of a tag that was passed over: writes the declarations that are due, and the end tag of
 // an empty element. `contentEnd` is the offset of what closes the tag: '>', "/>" or " />".
 void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t contentEnd,
-                                  std::uint32_t depth, WrittenTag& tag) {
+                                  const PassedTag& tag) {
     if (!m_due.empty()) {
         m_out.copyUpTo(start + 1 + tag.nameLength);
-        putNamespaces(depth);
+        putNamespaces(start);
     }
     if (tag.selfClosing) {
         m_out.copyUpTo(contentEnd);
         m_out.put("></");
         m_out.put(m_text.substr(start + 1, tag.nameLength));
         m_out.skipTo(tag.end - 1); // its '>'
-        m_namespaces.leave(depth);
     }
 }
 
 // The same as passAtAGlance, step by step, for tags of any length and any number of attributes.
-bool StartTagWriter::passOver(std::uint32_t start, std::uint32_t depth, WrittenTag& tag) {
+bool StartTagWriter::passOver(std::uint32_t start, PassedTag& tag) {
     const auto size = static_cast<std::uint32_t>(m_text.size());
     const ScannedName name = scanName(m_text.data(), start + 1, size);
     startList();
@@ -95,7 +94,7 @@ bool StartTagWriter::passOver(std::uint32_t start, std::uint32_t depth, WrittenT
     }
     tag.nameLength = name.length;
     tag.end = at + (tag.selfClosing ? 2U : 1U);
-    finishPassed(start, contentEnd, depth, tag);
+    finishPassed(start, contentEnd, tag);
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <tuple>
 #include <unordered_set>
 
@@ -39,7 +40,8 @@ template <class Iterator, class Less> void sortFew(Iterator first, Iterator last
 StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& request,
                                CanonWindow& window, CanonOutput& out)
     : m_document(document), m_request(request), m_window(window), m_out(out),
-      m_text(document.text()), m_declarations(document.namespaceDecls()),
+      m_text(document.text()), m_elements(document.elements()),
+      m_declarations(document.namespaceDecls()),
       m_exclusive(request.method == CanonMethod::Exclusive),
       m_hasDeclaredAttributes(document.hasAttributeTypes()),
       m_localNameOrder(request.order == AttributeOrder::LocalName) {
@@ -49,18 +51,27 @@ StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& 
             m_namespaces[id].listed = true;
         }
     }
-    goOnAt(0);
+    findNextDeclaring();
 }
 
-void StartTagWriter::goOnAt(ElementId element) noexcept {
-    m_nextDeclaration = element == 0 ? 0 : m_document.firstNamespaceDecl(element);
+void StartTagWriter::findNextDeclaring() noexcept {
     m_nextDeclaring = m_nextDeclaration < m_declarations.size()
-                          ? m_declarations[m_nextDeclaration].element
-                          : kNoElement;
+                          ? m_document.element(m_declarations[m_nextDeclaration].element).start
+                          : std::numeric_limits<std::uint32_t>::max();
+}
+
+void StartTagWriter::goOnAt(std::uint32_t offset) {
+    m_namespaces.leave(offset);
+    while (m_nextDeclaring < offset) {
+        ++m_nextDeclaration;
+        findNextDeclaring();
+    }
 }
 
 void StartTagWriter::inherit(ElementId apex) {
-    goOnAt(apex);
+    m_reached = apex;
+    m_nextDeclaration = apex == 0 ? 0 : m_document.firstNamespaceDecl(apex);
+    findNextDeclaring();
     const bool hidden = !m_request.inheritNamespaces;
     if (!inheritByWalk(apex, hidden)) {
         m_outer = m_document.parent(apex);
@@ -115,20 +126,21 @@ StartTagReader StartTagWriter::readAttributes(std::uint32_t start) {
 }
 
 // The long way: the tag is taken apart and written anew, up to its '>'.
-WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::uint32_t depth) {
+std::uint32_t StartTagWriter::rewrite(std::uint32_t start, ElementId apex) {
+    const bool isApex = apex != kNoElement;
     m_attributes.clear();
     const StartTagReader tag = readAttributes(start);
     m_ownAttributes = m_attributes.size();
-    if (depth == 0 && !m_exclusive) {
-        inheritXmlAttributes(element);
+    if (isApex && !m_exclusive) {
+        inheritXmlAttributes(apex);
     }
     m_out.copyUpTo(tag.nameEnd());
-    declareNamespaces(element, depth);
-    chooseNamespaces(tag.prefix(), depth);
-    if (depth == 0) {
-        putNamespacesOfApex();
+    declareNamespaces(start);
+    chooseNamespaces(tag.prefix(), isApex);
+    if (isApex) {
+        putNamespacesOfApex(start);
     } else {
-        putNamespaces(depth);
+        putNamespaces(start);
     }
     sortAttributes();
     for (const TagAttribute& attribute : m_attributes) {
@@ -139,25 +151,22 @@ WrittenTag StartTagWriter::rewrite(ElementId element, std::uint32_t start, std::
         m_out.put("</");
         m_out.put(tag.name());
         m_out.put('>');
-        m_namespaces.leave(depth);
     }
     m_out.skipTo(tag.end());
-    return {tag.end(), static_cast<std::uint32_t>(tag.name().size()), tag.selfClosing()};
+    return tag.end();
 }
 
-void StartTagWriter::declareNamespaces(ElementId element, std::uint32_t depth) {
+void StartTagWriter::declareNamespaces(std::uint32_t start) {
     m_declared.clear();
-    while (m_nextDeclaring == element) {
+    while (m_nextDeclaring == start) {
         const NamespaceDecl& declaration = m_declarations[m_nextDeclaration];
         if (declaration.prefixId != kXmlPrefix) {
             const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration.prefixId));
-            m_namespaces.declare(prefix, m_document.namespaceName(declaration), depth);
+            m_namespaces.declare(prefix, m_document.namespaceName(declaration), extentOf(start));
             m_declared.push_back(prefix);
         }
         ++m_nextDeclaration;
-        m_nextDeclaring = m_nextDeclaration < m_declarations.size()
-                              ? m_declarations[m_nextDeclaration].element
-                              : kNoElement;
+        findNextDeclaring();
     }
 }
 
@@ -270,7 +279,7 @@ void StartTagWriter::inheritXmlAttributesByTable(ElementId apex) {
 }
 
 // Collects in m_due the declarations that the tag must write.
-void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint32_t depth) {
+void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, bool isApex) {
     startList();
     if (m_exclusive) { // the prefix xml is never bound here, so never due
         take(m_namespaces.id(elementPrefix));
@@ -287,7 +296,7 @@ void StartTagWriter::chooseNamespaces(std::string_view elementPrefix, std::uint3
             take(prefix);
         }
     };
-    if (depth == 0) {
+    if (isApex) {
         for (PrefixId prefix = 0; prefix < m_namespaces.size(); ++prefix) {
             takeUnused(prefix);
         }
@@ -302,20 +311,21 @@ void StartTagWriter::sortSeveralDue() {
     });
 }
 
-void StartTagWriter::putNamespaces(std::uint32_t depth) {
+void StartTagWriter::putNamespaces(std::uint32_t start) {
     sortDue();
     for (const PrefixId prefix : m_due) {
-        m_out.put(m_namespaces.render(prefix, depth));
+        m_out.put(m_namespaces.render(prefix, extentOf(start)));
     }
 }
 
 // The inclusive method writes all that is in scope; what m_namespaces does not hold yet need not go
 // there for that.
-void StartTagWriter::putNamespacesOfApex() {
+void StartTagWriter::putNamespacesOfApex(std::uint32_t start) {
     if (m_outer == kNoElement || m_exclusive || !m_request.inheritNamespaces) {
-        putNamespaces(0);
+        putNamespaces(start);
         return;
     }
+    const NamespaceExtent extent = extentOf(start);
     const InheritedNamespaces& inherited = m_document.inheritedNamespaces();
     inherited.prefixesAt(m_outer, m_ranks);
     std::vector<std::uint32_t> known = knownRanks(inherited);
@@ -324,7 +334,7 @@ void StartTagWriter::putNamespacesOfApex() {
     auto nextKnown = known.begin();
     for (const std::uint32_t rank : m_ranks) {
         while (due != m_due.end() && m_namespaces.prefixText(*due) < inherited.prefix(rank)) {
-            m_out.put(m_namespaces.render(*due++, 0));
+            m_out.put(m_namespaces.render(*due++, extent));
         }
         while (nextKnown != known.end() && *nextKnown < rank) {
             ++nextKnown;
@@ -334,7 +344,7 @@ void StartTagWriter::putNamespacesOfApex() {
         }
     }
     std::for_each(due, m_due.end(),
-                  [this](PrefixId prefix) { m_out.put(m_namespaces.render(prefix, 0)); });
+                  [&](PrefixId prefix) { m_out.put(m_namespaces.render(prefix, extent)); });
     m_namespaces.inheritedAreWritten();
 }
 

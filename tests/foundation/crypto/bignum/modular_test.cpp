@@ -6,8 +6,10 @@
 #include "tests/support/vectors.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -120,6 +122,36 @@ TEST(MontgomeryModulus, KernelsAgreeWithPortable) {
                 ASSERT_EQ(left, right) << kernel.name << ' ' << limbs << ' ' << shape;
             }
         }
+    }
+}
+
+// What is worked out with the first number is worked out by one thread, or by each for itself; a
+// copy takes over what there is by then.
+TEST(MontgomeryModulus, ThreadsShareANewOne) {
+    RandomBytes random(8);
+    const auto shared = std::make_unique<MontgomeryModulus>();
+    for (int round = 0; round < 40; ++round) {
+        Number n(32);
+        std::generate(n.begin(), n.end(), [&] { return random.word() | 1; });
+        const Number x(32, 1);
+        const Number e(1, 65537);
+        shared->set(n, montgomeryKernels().back());
+        Number expected(32);
+        shared->power(expected, x, e);
+        shared->set(n);
+        std::array<Number, 4> found;
+        std::array<std::thread, 4> threads;
+        for (std::size_t i = 0; i < threads.size(); ++i) {
+            threads[i] = std::thread([&, i] {
+                const auto copy = std::make_unique<MontgomeryModulus>(*shared);
+                found[i].resize(32);
+                (i % 2 == 0 ? *shared : *copy).power(found[i], x, e);
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(std::ranges::count(found, expected), 4);
     }
 }
 

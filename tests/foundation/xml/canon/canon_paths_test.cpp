@@ -42,16 +42,20 @@ TEST(CanonMasks, KernelsAgreeWithThePortableOne) {
 // Random elements whose start tags are canonical, or nearly so.
 class TagMaker final {
 public:
-    explicit TagMaker(std::uint64_t seed) : m_random(seed) {}
+    // One in ten is longer than what is classified or handed over at a time.
+    explicit TagMaker(std::uint64_t seed)
+        : m_random(seed), m_size(m_random.below(10) == 0 ? 80000 : 600) {}
 
     std::string document() {
-        return "<r xmlns:p='urn:1' xmlns:qq='urn:0' xmlns:verylongprefix='urn:2'>" + content() +
-               "</r>";
+        const std::string root = pick({"r", "p:r"});
+        return "<" + root + pick({"", " xmlns='urn:3'"}) +
+               " xmlns:p='urn:1' xmlns:qq='urn:0' xmlns:verylongprefix='urn:2'>" + content() +
+               "</" + root + ">";
     }
     // Elements that need the three prefixes declared.
     std::string content() {
         std::string text;
-        while (text.size() < 600) {
+        while (text.size() < m_size) {
             text += element(3);
         }
         return text;
@@ -71,7 +75,9 @@ private:
             return tag + pick({"/>", " />", "  />", "\n/>"});
         }
         tag += rarely() ? " >" : ">";
-        tag += std::string(m_random.below(90), 't') + pick({"", "", ">", "&amp;", "\r\n"});
+        tag += std::string(m_random.below(90), 't') +
+               pick({"", "", ">", "&amp;", "\r\n", "\"", "'", "&#65;&lt;", "<!-- '>\"<a b='-->",
+                     "<?p  \"?>", "<![CDATA[<a b=\">]]>"});
         for (std::uint64_t i = 0, count = depth == 0 ? 0 : m_random.below(3); i < count; ++i) {
             tag += element(depth - 1);
         }
@@ -92,13 +98,14 @@ private:
         }
         std::string text;
         if (rarely()) {
-            text += " xmlns:p='urn:" + std::to_string(m_random.below(4)) + "'";
+            text += pick({" xmlns:p", " xmlns:p", " xmlns"}) +
+                    "='urn:" + std::to_string(m_random.below(4)) + "'";
         }
         for (const std::string& name : names) {
             const char quote = rarely() ? '\'' : '"';
             text += (rarely() ? "  " : " ") + name + (rarely() ? " = " : "=") + quote;
-            const std::string value =
-                pick({"", "", ">", "a b", "'", "=", "x:y", "/", "\"", "&lt;", "\n"});
+            const std::string value = pick({"", "", ">", "a b", "'", "=", "x:y", "/", "\"", "&lt;",
+                                            "\n", "&quot;", "&amp;&#xD;", "&gt;"});
             text += value[0] == quote ? "" : value;
             text += std::string(m_random.below(4) == 0 ? m_random.below(70) : 1, 'v') + quote;
         }
@@ -106,6 +113,7 @@ private:
     }
 
     RandomBytes m_random;
+    std::size_t m_size;
 };
 
 // Any attribute declaration makes the canonicalizer take every tag apart.
@@ -240,18 +248,30 @@ TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
     for (int i = 0; i < 1000; ++i) {
         prefixes.push_back("p" + std::to_string(i));
     }
+    // An element is the shorter the deeper it is; those from 300 on are short.
+    const auto extent = [](std::uint32_t depth) {
+        return xml::NamespaceExtent{.end = 2000 - depth, .isLong = depth < 300};
+    };
+    const auto isClear = [&](std::uint32_t depth) {
+        return state.clear().holds(xml::prefixKey(prefixes[depth]));
+    };
     for (std::uint32_t depth = 1; depth < 1000; ++depth) {
-        state.declare(state.id(prefixes[depth]), depth % 2 == 0 ? "urn:even" : "urn:odd", depth);
-        EXPECT_EQ(state.render(state.id(prefixes[depth]), depth),
+        const auto prefix = state.id(prefixes[depth]);
+        state.declare(prefix, depth % 2 == 0 ? "urn:even" : "urn:odd", extent(depth));
+        EXPECT_FALSE(isClear(depth));
+        EXPECT_EQ(state.render(prefix, extent(depth)),
                   " xmlns:" + prefixes[depth] +
                       (depth % 2 == 0 ? "=\"urn:even\"" : "=\"urn:odd\""));
+        EXPECT_EQ(isClear(depth), depth < 300);
+        EXPECT_EQ(state.nextUndo(), extent(std::min(depth, 299U)).end);
     }
-    state.leave(500);
+    state.leave(extent(200).end);
     for (std::uint32_t depth = 1; depth < 1000; ++depth) {
         const auto& binding = state[state.id(prefixes[depth])];
-        EXPECT_EQ(binding.inScope != 0, depth < 500) << depth;
+        EXPECT_EQ(binding.inScope != 0, depth < 200) << depth;
         EXPECT_FALSE(binding.pending) << depth;
     }
+    EXPECT_EQ(state.nextUndo(), extent(199).end);
     EXPECT_EQ(state.size(), 1000U);
 }
 
