@@ -35,15 +35,13 @@ std::size_t octetsOf(const FileResult& result) {
 
 } // namespace
 
-bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
-             std::string& complaint) {
+bool jobsFor(const Arguments& arguments, std::size_t& jobs, std::string& complaint) {
     std::optional<int> asked;
     if (!arguments.number("--jobs", 1, kMostJobs, asked, complaint)) {
         return false;
     }
     const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
     jobs = asked ? static_cast<std::size_t>(*asked) : processors;
-    jobs = names > 0 ? std::min(jobs, names) : jobs;
     return true;
 }
 

@@ -85,10 +85,9 @@ private:
     bool m_ended = false;      // no more names
 };
 
-// The number of threads: that of --jobs, else one a processor, but no more than there are `names`,
-// where that is known (0: it is not). False, with `complaint`, for a --jobs that is no such number.
-[[nodiscard]] bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
-                           std::string& complaint);
+// The number of threads: that of --jobs, else one a processor. False, with `complaint`, for a
+// --jobs that is no such number.
+[[nodiscard]] bool jobsFor(const Arguments& arguments, std::size_t& jobs, std::string& complaint);
 
 } // namespace vantrel::cli
 

@@ -168,7 +168,7 @@ int runWorker(const Arguments& arguments) {
         complaint = withRemedy("worker takes its documents from requests",
                                "xmldsig verify --json " + shellWord(arguments.operands().front()));
     }
-    if (!complaint.empty() || !jobsFor(arguments, 0, jobs, complaint) || !worker.load(complaint)) {
+    if (!complaint.empty() || !jobsFor(arguments, jobs, complaint) || !worker.load(complaint)) {
         complain(complaint);
         return kCannotTell;
     }

@@ -91,11 +91,11 @@ void CanonWalker::walkElement(ElementId apex) {
             std::max(at, std::min({m_portionEnd, m_holeStart, m_tags.nextEvent()}));
         const std::uint32_t limit = std::min(due, record.end);
         const StopRules rules = m_tags.stopRules();
-        CanonStop found = m_window.findStop(at, limit, rules);
-        while (found.nameEnd != 0 && m_tags.declareInName(found)) {
-            found = m_window.findNextStop(limit, rules);
+        const CanonStop* found = &m_window.findStop(at, limit, rules);
+        while (found->nameEnd != 0 && m_tags.declareInName(*found)) {
+            found = &m_window.findNextStop(limit, rules);
         }
-        at = found.at;
+        at = found->at;
         if (at < record.end) {
             at = at < due ? stop(at) : event(at);
         }
