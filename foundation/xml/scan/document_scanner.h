@@ -139,8 +139,9 @@ private:
     [[nodiscard]] bool checkPrefix(std::uint32_t nameStart, std::uint32_t length);
     [[nodiscard]] std::string_view boundName(std::uint32_t prefixId) const noexcept;
     [[nodiscard]] bool mayBeSignature(std::uint32_t localStart) const noexcept;
-    void noteSignature(ElementId element, std::uint32_t nameStart, std::uint32_t prefixLength,
-                       std::uint32_t nameLength);
+    // False for an element that is none, nor a SignedInfo.
+    [[nodiscard]] bool noteSignature(ElementId element, std::uint32_t nameStart,
+                                     std::uint32_t prefixLength, std::uint32_t nameLength);
     void addSignature(ElementId element, std::string_view local, std::string_view prefix);
     void addSignedInfo(ElementId element, std::string_view prefix);
 

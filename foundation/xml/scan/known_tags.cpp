@@ -5,6 +5,7 @@
 // it has turned out to be of the usual form.
 #include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/document_scanner.h"
+#include "foundation/xml/scan/references.h"
 
 #include <algorithm>
 #include <bit>
@@ -33,9 +34,10 @@ std::uint16_t twoBytesAt(const char* text) noexcept {
     return bytes;
 }
 
-// The length of the reference to a predefined entity that stands at `text`; 0 for another one.
-std::uint32_t predefinedLength(const char* text) noexcept {
-    const auto is = [text]<std::size_t N>(const char(&reference)[N]) {
+// The length of the reference to a predefined entity or an allowed character that begins `rest`, of
+// 6 bytes or more; 0 for another one.
+std::uint32_t referenceLength(std::string_view rest) noexcept {
+    const auto is = [text = rest.data()]<std::size_t N>(const char(&reference)[N]) {
         return std::memcmp(text, reference, N - 1) == 0;
     };
     if (is("&amp;")) {
@@ -44,7 +46,10 @@ std::uint32_t predefinedLength(const char* text) noexcept {
     if (is("&lt;") || is("&gt;")) {
         return 4;
     }
-    return is("&quot;") || is("&apos;") ? 6 : 0;
+    const ReferenceForm form = matchReference(rest);
+    const bool isRight =
+        form.kind == ReferenceKind::Character || form.kind == ReferenceKind::Predefined;
+    return isRight ? form.length : 0;
 }
 
 } // namespace
@@ -131,7 +136,9 @@ inline std::uint32_t DocumentScanner::readKnownTags(const Glance& glance, std::u
             continue;
         }
         if (*here != '<') [[unlikely]] {
-            const std::uint32_t length = *here == '&' ? predefinedLength(here) : here[1] != ']';
+            const bool closesCdata = here[1] == ']' && here[2] == '>';
+            const std::uint32_t length =
+                *here == '&' ? referenceLength(rest(begin + at)) : (closesCdata ? 0U : 1U);
             if (length == 0) {
                 break;
             }

@@ -155,7 +155,7 @@ bool DocumentScanner::mayBeSignature(std::uint32_t localStart) const noexcept {
            key == firstEight(kSignedInfo);
 }
 
-void DocumentScanner::noteSignature(ElementId element, std::uint32_t nameStart,
+bool DocumentScanner::noteSignature(ElementId element, std::uint32_t nameStart,
                                     std::uint32_t prefixLength, std::uint32_t nameLength) {
     const std::uint32_t skipped = prefixLength == 0 ? 0 : prefixLength + 1;
     const std::string_view name(m_text + nameStart + skipped, nameLength - skipped);
@@ -164,7 +164,10 @@ void DocumentScanner::noteSignature(ElementId element, std::uint32_t nameStart,
         addSignedInfo(element, prefix);
     } else if (name == kSignature || name == kAuthSignature) {
         addSignature(element, name, prefix);
+    } else {
+        return false;
     }
+    return true;
 }
 
 // Notes an element that may be a signature; finish() drops those that turn out to be none.

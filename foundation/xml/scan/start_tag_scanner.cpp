@@ -121,9 +121,9 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
         return kFailed;
     }
     const std::uint32_t localStart = nameStart + (prefixLength == 0 ? 0 : prefixLength + 1);
-    if (mayBeSignature(localStart)) [[unlikely]] {
-        noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
-    } else if (m_glances) {
+    const bool isNoted = mayBeSignature(localStart) &&
+                         noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
+    if (m_glances && !isNoted) {
         learnElement(nameStart, nameEnd - nameStart, prefixLength);
     }
     if (m_text[behind] == '>') {
