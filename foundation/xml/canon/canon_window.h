@@ -25,7 +25,8 @@ struct TagShape {
 
 // What a walk stops at, besides what no method leaves as it is.
 struct StopRules {
-    bool everyTag = false; // every start tag
+    bool everyTag = false;    // every start tag
+    bool byLocalName = false; // attributes are ordered by their local names alone
     // Start tags that use other prefixes than these; null: prefixes do not matter.
     const ClearPrefixes* prefixes = nullptr;
 };
@@ -119,12 +120,12 @@ private:
         std::uint64_t nameStarts;  // and those of attributes
         std::uint64_t closing;     // '>' of tags
         std::uint64_t unclear;     // flagged: names whose prefix is not clear
-        std::uint64_t misleading;  // flagged, and what is behind it was not understood
+        std::uint64_t inside;      // of tags, or of what was taken for values in them
     };
 
     void readBlock(std::uint32_t at, const StopRules& rules) noexcept;
     void goOn(std::uint32_t limit, const StopRules& rules) noexcept;
-    [[nodiscard]] bool stopsInBlock(std::uint32_t limit) noexcept;
+    [[nodiscard]] bool stopsInBlock(std::uint32_t limit, const StopRules& rules) noexcept;
     void stopAtTag(std::uint32_t bit, std::uint32_t limit) noexcept;
     [[nodiscard]] std::uint64_t unclearNames(const CanonMasks& masks,
                                              const ClearPrefixes& clear) noexcept;

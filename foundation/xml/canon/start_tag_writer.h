@@ -66,7 +66,8 @@ public:
     // What a walk must stop at for this writer, and the next offset where it must stop and call
     // goOnAt(): what is asked for changes there. Both change with every call.
     [[nodiscard]] StopRules stopRules() const noexcept {
-        return {m_hasDeclaredAttributes, m_exclusive ? &m_namespaces.clear() : nullptr};
+        return {m_hasDeclaredAttributes, m_localNameOrder,
+                m_exclusive ? &m_namespaces.clear() : nullptr};
     }
     [[nodiscard]] std::uint32_t nextEvent() const noexcept {
         return m_exclusive ? std::min(m_nextDeclaring, m_namespaces.nextUndo()) : m_nextDeclaring;
@@ -79,7 +80,7 @@ private:
     using PrefixId = NamespaceState::PrefixId;
 
     // Bytes from which on the end of an element that declares or renders is worth a stop.
-    static constexpr std::uint32_t kLongElement = 1024;
+    static constexpr std::uint32_t kLongElement = 256;
     // Elements that are gone over for the one at hand before it is searched for.
     static constexpr std::uint32_t kNear = 16;
 
