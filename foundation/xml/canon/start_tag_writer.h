@@ -7,7 +7,6 @@
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/namespace_state.h"
 #include "foundation/xml/scan/inheritance.h"
-#include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/start_tag.h"
 
 #include <algorithm>
@@ -27,11 +26,10 @@ struct PassedTag {
 };
 
 // Writes start tags canonically: the namespace declarations that are due, then the attributes in
-// order. A tag that is already canonical is left to the stretch of text that it stands in. Four
+// order. A tag that is already canonical is left to the stretch of text that it stands in. Three
 // readings are tried, the cheapest first; each takes what the one before refused, and all that take
 // a tag agree about it:
 //
-//     passPlain      tags without attributes
 //     passAtAGlance  by the masks alone, tags of up to 64 bytes
 //     passOver       name by name, tags of any length whose attributes stand in order
 //     rewrite        attribute by attribute (StartTagReader), everything else
@@ -52,7 +50,7 @@ public:
         m_namespaces.leave(start);
         PassedTag tag;
         if (start == m_nextDeclaring || m_hasDeclaredAttributes ||
-            !(passPlain(start, tag) || passAtAGlance(start, tag) || passOver(start, tag))) {
+            !(passAtAGlance(start, tag) || passOver(start, tag))) {
             return rewrite(start, kNoElement);
         }
         return tag.end;
@@ -88,7 +86,6 @@ private:
         std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
 
-    [[nodiscard]] bool passPlain(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passOver(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
@@ -201,25 +198,6 @@ inline bool StartTagWriter::declareInName(const CanonStop& stop) {
     }
     m_out.copyUpTo(stop.nameEnd);
     m_out.put(m_namespaces.render(prefix, extent));
-    return true;
-}
-
-// Passes over a tag that is a name only.
-inline bool StartTagWriter::passPlain(std::uint32_t start, PassedTag& tag) {
-    const ScannedName name =
-        scanName(m_text.data(), start + 1, static_cast<std::uint32_t>(m_text.size()));
-    const std::uint32_t nameEnd = start + 1 + name.length;
-    tag.selfClosing = m_text[nameEnd] == '/';
-    if (m_text[nameEnd] != '>' && !tag.selfClosing) {
-        return false;
-    }
-    tag.nameLength = name.length;
-    tag.end = nameEnd + (tag.selfClosing ? 2 : 1);
-    startList();
-    if (m_exclusive) {
-        take(prefixAt(start + 1, name.prefixLength));
-    }
-    finishPassed(start, nameEnd, tag);
     return true;
 }
 
