@@ -116,17 +116,29 @@ void CanonWalker::walkElement(ElementId apex) {
 }
 
 std::uint32_t CanonWalker::walkTagByTag(std::uint32_t at, std::uint32_t limit) {
+    m_open.clear();
     while (at < limit) {
         at = m_window.findContentStop(at);
         if (at >= limit) {
             break;
         }
-        if (m_text[at] != '<' || m_text[at + 1] != '/') {
+        const char next = m_text[at] == '<' ? m_text[at + 1] : '!';
+        if (next == '/') {
+            // Of an element that was opened here the length is known.
+            const std::uint32_t close =
+                m_open.empty() ? m_window.findGreater(at) : at + 2 + m_open.back();
+            m_open.truncate(m_open.size() - (m_open.empty() ? 0 : 1));
+            const bool tidy =
+                m_text[close] == '>' && static_cast<unsigned char>(m_text[close - 1]) > ' ';
+            at = tidy ? close + 1 : endTag(at);
+        } else if (next == '!' || next == '?') {
             at = passStop(at);
-            continue;
+        } else {
+            at = m_tags.write(at);
+            if (m_tags.openedName() != 0) {
+                m_open.push_back(m_tags.openedName());
+            }
         }
-        const std::uint32_t close = m_window.findGreater(at);
-        at = static_cast<unsigned char>(m_text[close - 1]) > ' ' ? close + 1 : endTag(at);
     }
     return at;
 }

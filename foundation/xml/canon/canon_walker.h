@@ -6,6 +6,7 @@
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/start_tag_writer.h"
+#include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
 
@@ -53,7 +54,8 @@ private:
     // begins.
     std::uint32_t m_portionEnd = 0;
     std::uint32_t m_holeStart = 0;
-    std::uint32_t m_stops = 0; // since m_countedFrom
+    GrowArray<std::uint32_t> m_open; // lengths of names whose end tags are to come
+    std::uint32_t m_stops = 0;       // since m_countedFrom
     std::uint32_t m_countedFrom = 0;
     // Up to here there are too many stops to search for them.
     std::uint32_t m_tagByTagEnd = 0;

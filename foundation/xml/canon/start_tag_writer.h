@@ -53,8 +53,11 @@ public:
             !(passAtAGlance(start, tag) || passOver(start, tag))) {
             return rewrite(start, kNoElement);
         }
+        m_openedName = tag.selfClosing ? 0 : tag.nameLength;
         return tag.end;
     }
+    // How long the name in the last tag is; 0 for an element that has no end tag.
+    [[nodiscard]] std::uint32_t openedName() const noexcept { return m_openedName; }
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
         return rewrite(start, apex);
     }
@@ -155,6 +158,8 @@ private:
     // Set when the inherited declarations are not all in m_namespaces: there are many, or they are
     // far above. They are then looked up for this element, the parent of the apex.
     ElementId m_outer = kNoElement;
+
+    std::uint32_t m_openedName = 0;
 
     // Of the tag at hand; kept to reuse their memory.
     std::vector<TagAttribute> m_attributes;
