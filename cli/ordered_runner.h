@@ -52,6 +52,8 @@ private:
     void runAlone();
     // What each thread does.
     void workUntilEnd();
+    // Puts a result where it waits for its turn; true when others are to be woken for it.
+    [[nodiscard]] bool keep(std::size_t index, FileResult&& result);
     // The next name with its place in the order, once there is room for its result; false at the
     // end.
     [[nodiscard]] bool takeName(std::size_t& index, std::string& name);

@@ -5,6 +5,7 @@
 #include "foundation/crypto/ecc/field_p521.h"
 #include "foundation/crypto/ecc/montgomery_x86_adx.h"
 #include "foundation/crypto/ecc/p256_x86_adx.h"
+#include "foundation/crypto/ecc/p384_x86_adx.h"
 #include "foundation/crypto/ecc/secp256k1_engine.h"
 #include "foundation/crypto/ecc/secp256k1_x86_adx.h"
 #include "foundation/crypto/ecc/weierstrass_engine.h"
@@ -49,7 +50,7 @@ constexpr CurveKernel kP256[] = {
     kPortable<CurveId::P256, 4, kMinusThree>};
 constexpr CurveKernel kP384[] = {
 #if defined(__x86_64__)
-    kAdx<CurveId::P384, MontgomeryField<6, AdxProducts>, kMinusThree>,
+    kAdx<CurveId::P384, FieldP384Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P384, 6, kMinusThree>};
 constexpr CurveKernel kP521[] = {

@@ -27,7 +27,9 @@ void sha3Compress(HashState& state, const std::uint8_t* data, std::size_t blocks
 #if defined(__x86_64__)
 void sha3CompressX86Bmi2(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 void sha3CompressX86Avx512(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
+void sha1CompressX86Avx2(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 void sha1CompressX86Sha(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
+void sha256CompressX86Avx2(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 void sha256CompressX86Sha(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 void sha512CompressX86Bmi2(HashState& state, const std::uint8_t* data, std::size_t blocks) noexcept;
 void sha512CompressX86Avx512(HashState& state, const std::uint8_t* data,

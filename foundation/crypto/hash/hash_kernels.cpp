@@ -21,6 +21,7 @@ constexpr HashKernel kRipemd160Kernels[] = {{"portable", Feature::None, ripemd16
 constexpr HashKernel kSha1Kernels[] = {
 #if defined(__x86_64__)
     {"x86-sha", Feature::Sha, sha1CompressX86Sha},
+    {"x86-avx2", Feature::Avx2 | Feature::Bmi2, sha1CompressX86Avx2},
 #elif defined(VANTREL_ARM_EXTENSIONS)
     {"arm-sha", Feature::Sha, sha1CompressArm},
 #endif
@@ -30,6 +31,7 @@ constexpr HashKernel kSha1Kernels[] = {
 constexpr HashKernel kSha256Kernels[] = {
 #if defined(__x86_64__)
     {"x86-sha", Feature::Sha, sha256CompressX86Sha},
+    {"x86-avx2", Feature::Avx2 | Feature::Bmi2, sha256CompressX86Avx2},
 #elif defined(VANTREL_ARM_EXTENSIONS)
     {"arm-sha", Feature::Sha, sha256CompressArm},
 #endif

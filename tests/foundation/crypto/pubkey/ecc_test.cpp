@@ -2,6 +2,7 @@
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/ecc/curve_engine.h"
 #include "foundation/crypto/ecc/endomorphism.h"
+#include "foundation/crypto/ecc/p384_x86_adx.h"
 #include "foundation/crypto/ecc/wnaf.h"
 #include "foundation/text/LogBase.h"
 #include "tests/support/vectors.h"
@@ -67,6 +68,59 @@ TEST(CurveEngine, SumsOnEveryKernel) {
         }
     });
 }
+
+#if defined(__x86_64__)
+// Beside the field of any prime; most of the limbs are such that carries run through them.
+TEST(FieldP384Adx, AgreesWithTheFieldOfAnyPrime) {
+    if (!cpu::supports(cpu::Feature::Bmi2 | cpu::Feature::Adx)) {
+        GTEST_SKIP() << "no ADX";
+    }
+    const Curve& curve = *findCurve(CurveId::P384);
+    const MontgomeryField<6> plain(curve.p);
+    const FieldP384Adx own(curve.p);
+    EXPECT_EQ(own.one(), plain.one());
+    RandomBytes random(3);
+    const std::array<Limb, 4> runs = {0, ~Limb{0}, 0xffffffff, ~Limb{0} << 32};
+    const auto element = [&] {
+        FieldElement<6> x;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const Limb word = random.word();
+            x[i] = word % 3 == 0 ? random.word() : word % 3 == 1 ? curve.p[i] : runs[word >> 62];
+        }
+        return lessThan(x, plain.prime()) ? x
+               : plain.prime() == x       ? FieldElement<6>{}
+                                          : plain.one();
+    };
+    for (int round = 0; round < 20000; ++round) {
+        const FieldElement<6> x = element();
+        FieldElement<6> y = element();
+        FieldElement<6> expected;
+        FieldElement<6> z;
+        const auto check = [&](const char* what) { ASSERT_EQ(z, expected) << what << round; };
+        plain.multiply(expected, x, y);
+        own.multiply(z, x, y);
+        check("x * y ");
+        plain.square(expected, x);
+        own.square(z, x);
+        check("x * x ");
+        plain.add(expected, x, y);
+        own.add(z, x, y);
+        check("x + y ");
+        plain.subtractTwice(expected, x, y);
+        own.subtractTwice(z, x, y);
+        check("x - 2y ");
+        plain.triple(expected, x);
+        own.triple(z, x);
+        check("3x ");
+        plain.halve(expected, x);
+        own.halve(z, x);
+        check("x / 2 ");
+        plain.enter(expected, y);
+        own.enter(y, y);
+        EXPECT_EQ(y, expected);
+    }
+}
+#endif
 
 TEST(CurveEngine, WithoutFeaturesNoExtensionIsUsed) {
     const cpu::FeatureLimit limit(cpu::Feature::None);
