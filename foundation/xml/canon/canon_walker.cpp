@@ -21,6 +21,9 @@ constexpr std::string_view kCdataClose = "]]>";
 constexpr std::string_view kInstructionOpen = "<?";
 constexpr std::string_view kInstructionClose = "?>";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::uint32_t kStopsCounted = 32;
+constexpr std::uint32_t kOctetsWorthAStop = 320;
+constexpr std::uint32_t kTagByTag = 256U << 10;
 constexpr std::uint32_t kNowhere = std::numeric_limits<std::uint32_t>::max();
 
 } // namespace
@@ -86,21 +89,58 @@ void CanonWalker::walkElement(ElementId apex) {
     m_window.open(record.start, record.end);
     m_tags.inherit(apex);
     for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
-        // A long tag may have passed the end of the portion.
-        const std::uint32_t due =
-            std::max(at, std::min({m_portionEnd, m_holeStart, m_tags.nextEvent()}));
-        const std::uint32_t limit = std::min(due, record.end);
-        const StopRules rules = m_tags.stopRules();
-        const CanonStop* found = &m_window.findStop(at, limit, rules);
-        while (found->nameEnd != 0 && m_tags.declareInName(*found)) {
-            found = &m_window.findNextStop(limit, rules);
+        std::uint32_t due = std::min(m_portionEnd, m_holeStart);
+        if (at < m_tagByTagEnd) {
+            at = walkTagByTag(at, std::min(due, record.end));
+        } else {
+            // A long tag may have passed the end of the portion.
+            due = std::max(at, std::min(due, m_tags.nextEvent()));
+            const std::uint32_t limit = std::min(due, record.end);
+            const StopRules rules = m_tags.stopRules();
+            const CanonStop* found = &m_window.findStop(at, limit, rules);
+            while (found->nameEnd != 0 && m_tags.declareInName(*found)) {
+                found = &m_window.findNextStop(limit, rules);
+            }
+            at = found->at;
         }
-        at = found->at;
         if (at < record.end) {
-            at = at < due ? stop(at) : event(at);
+            if (at >= due) {
+                at = event(at);
+            } else {
+                countStop(at);
+                at = passStop(at);
+            }
         }
     }
     m_out.copyUpTo(record.end);
+}
+
+std::uint32_t CanonWalker::walkTagByTag(std::uint32_t at, std::uint32_t limit) {
+    m_open.clear();
+    while (at < limit) {
+        at = m_window.findContentStop(at);
+        if (at >= limit) {
+            break;
+        }
+        const char next = m_text[at] == '<' ? m_text[at + 1] : '!';
+        if (next == '/') {
+            // Of an element that was opened here the length is known.
+            const std::uint32_t close =
+                m_open.empty() ? m_window.findGreater(at) : at + 2 + m_open.back();
+            m_open.truncate(m_open.size() - (m_open.empty() ? 0 : 1));
+            const bool tidy =
+                m_text[close] == '>' && static_cast<unsigned char>(m_text[close - 1]) > ' ';
+            at = tidy ? close + 1 : endTag(at);
+        } else if (next == '!' || next == '?') {
+            at = passStop(at);
+        } else {
+            at = m_tags.write(at);
+            if (m_tags.openedName() != 0) {
+                m_open.push_back(m_tags.openedName());
+            }
+        }
+    }
+    return at;
 }
 
 // The next hole that begins at `at` or behind it. One within a comment, say, is no hole: the walk
@@ -137,8 +177,21 @@ std::uint32_t CanonWalker::event(std::uint32_t at) {
     return at == m_tags.nextEvent() ? m_tags.write(at) : at;
 }
 
+// A stop costs about as much as going over some hundred octets tag by tag takes longer than to
+// search them.
+inline void CanonWalker::countStop(std::uint32_t at) noexcept {
+    if (m_stops++ == 0) {
+        m_countedFrom = at;
+    } else if (m_stops == kStopsCounted) {
+        if (at - m_countedFrom < kStopsCounted * kOctetsWorthAStop) {
+            m_tagByTagEnd = at + kTagByTag;
+        }
+        m_stops = 0;
+    }
+}
+
 // At something that may not be left as it is.
-std::uint32_t CanonWalker::stop(std::uint32_t at) {
+std::uint32_t CanonWalker::passStop(std::uint32_t at) {
     switch (m_text[at]) {
     case '<': break;
     case '&': return reference(at);

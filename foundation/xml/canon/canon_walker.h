@@ -6,6 +6,7 @@
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/start_tag_writer.h"
+#include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
 
@@ -27,9 +28,13 @@ private:
     // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
     // part of the canonical form.
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
+    // From `at` to `limit` without a search for stops: every tag is one. For stretches where there
+    // are many. Returns where it got to, outside of tags.
+    [[nodiscard]] std::uint32_t walkTagByTag(std::uint32_t at, std::uint32_t limit);
+    void countStop(std::uint32_t at) noexcept;
     // Each takes one thing that begins at `at` and returns the offset behind it.
     [[nodiscard]] std::uint32_t event(std::uint32_t at);
-    [[nodiscard]] std::uint32_t stop(std::uint32_t at);
+    [[nodiscard]] std::uint32_t passStop(std::uint32_t at);
     [[nodiscard]] std::uint32_t endTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t commentOrCdata(std::uint32_t at);
     [[nodiscard]] std::uint32_t instruction(std::uint32_t at);
@@ -49,6 +54,11 @@ private:
     // begins.
     std::uint32_t m_portionEnd = 0;
     std::uint32_t m_holeStart = 0;
+    GrowArray<std::uint32_t> m_open; // lengths of names whose end tags are to come
+    std::uint32_t m_stops = 0;       // since m_countedFrom
+    std::uint32_t m_countedFrom = 0;
+    // Up to here there are too many stops to search for them.
+    std::uint32_t m_tagByTagEnd = 0;
     std::size_t m_nextHole = 0;
 };
 

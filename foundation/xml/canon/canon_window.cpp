@@ -37,22 +37,17 @@ bool mayStayInValue(const char* at) noexcept {
     return *at == '&' && (std::memcmp(at, "&amp;", 5) == 0 || canonicalAttributeReference(at) != 0);
 }
 
-// At a blank of a tag that is not its first: true when it parts two attributes without prefixes
-// whose names are in order. `before` is the blank in front of the first of the two.
-bool areInOrder(const char* text, std::uint32_t before, std::uint32_t blank) noexcept {
+// At a blank of a tag that is not its first: true when it parts two attributes whose names are in
+// order, whatever the namespaces: unqualified ones ascending, and behind them those of one prefix
+// with their local parts ascending; `byLocalName`: those of
+// a prefix may not stand anywhere. `before` is the blank in front of the first of the two.
+bool areInOrder(const char* text, std::uint32_t before, std::uint32_t blank,
+                bool byLocalName) noexcept {
     const char* one = text + before + 1;
     const char* other = text + blank + 1;
     // Behind other white space, and where the tag ends, no name need follow.
     if (text[blank - 1] != '"' || static_cast<unsigned char>(*other) <= ' ' || *other == '/' ||
         *other == '>') {
-        return false;
-    }
-    while (*one == *other && *one != '=' && *one != ':') {
-        ++one;
-        ++other;
-    }
-    if (*other == '=' ||
-        (*one != '=' && static_cast<unsigned char>(*one) > static_cast<unsigned char>(*other))) {
         return false;
     }
     const auto isUnprefixed = [](const char* name) {
@@ -61,7 +56,16 @@ bool areInOrder(const char* text, std::uint32_t before, std::uint32_t blank) noe
         }
         return *name == '=';
     };
-    return isUnprefixed(one) && isUnprefixed(other);
+    bool samePrefix = false;
+    for (; *one == *other && *one != '='; ++one, ++other) {
+        samePrefix = samePrefix || *one == ':';
+    }
+    const bool ascends = *other != '=' && (*one == '=' || static_cast<unsigned char>(*one) <
+                                                              static_cast<unsigned char>(*other));
+    if (samePrefix) {
+        return ascends && !byLocalName;
+    }
+    return isUnprefixed(one) && (isUnprefixed(other) ? ascends : !byLocalName);
 }
 
 // From each of the bits `starts` on, the first bit that is one of `ends`; `goesOn` is the run that
@@ -103,10 +107,13 @@ inline std::uint64_t CanonWindow::unclearNames(const CanonMasks& masks,
                                                const ClearPrefixes& clear) noexcept {
     const std::uint64_t ends =
         m_block.less | m_block.blanks | masks.greater | masks.quote | masks.colon;
-    const std::uint64_t found = firstOf(ends, m_block.nameStarts, m_carried.inName);
+    // Behind a stop that was not understood a run may go on into character data.
+    const std::uint64_t found =
+        firstOf(ends, m_block.nameStarts, m_carried.inName) & (m_block.inTag | masks.greater);
     std::uint64_t unclear = 0;
     if (!clear.holdsDefault()) {
-        unclear = firstOf(ends, m_block.tagNames, m_carried.inTagName) & ~masks.colon;
+        const std::uint64_t tags = firstOf(ends, m_block.tagNames, m_carried.inTagName);
+        unclear = tags & found & ~masks.colon;
     }
     for (std::uint64_t colons = found & masks.colon; colons != 0; colons &= colons - 1) {
         const std::uint32_t bit = lowest(colons);
@@ -156,10 +163,10 @@ inline void CanonWindow::readBlock(std::uint32_t at, const StopRules& rules) noe
     m_block.tagNames = afterLess & ~masks.slash;
     m_block.nameStarts = m_block.tagNames | afterBlank;
     m_block.closing = greater & ~inTag & ~inValue;
-    m_block.misleading =
-        strayGreater | (greater & inValue) | (masks.bang & afterLess) | (masks.odd & inTag);
-    m_flagged = m_block.misleading | hard | (greater & afterBlank) |
-                (masks.slash & inTag & ~inValue & ~afterLess) | m_block.laterBlanks;
+    m_block.inside = inTag | inValue;
+    m_flagged = hard | strayGreater | (masks.odd & inTag) | (greater & (inValue | afterBlank)) |
+                (masks.bang & afterLess) | (masks.slash & inTag & ~inValue & ~afterLess) |
+                m_block.laterBlanks;
     m_carried.inTag = 0 - (inTag >> 63);
     m_carried.inValue = 0 - (inValue >> 63);
     m_carried.afterLess = less >> 63;
@@ -172,7 +179,7 @@ inline void CanonWindow::readBlock(std::uint32_t at, const StopRules& rules) noe
 }
 
 // Whether the walk ends in this block, and where: at something flagged or at `limit`.
-inline bool CanonWindow::stopsInBlock(std::uint32_t limit) noexcept {
+inline bool CanonWindow::stopsInBlock(std::uint32_t limit, const StopRules& rules) noexcept {
     for (; m_flagged != 0; m_flagged &= m_flagged - 1) {
         const std::uint32_t bit = lowest(m_flagged);
         const std::uint32_t place = m_base + bit;
@@ -189,7 +196,7 @@ inline bool CanonWindow::stopsInBlock(std::uint32_t limit) noexcept {
         const bool later = (m_block.laterBlanks >> bit & 1) != 0;
         if (later ? !areInOrder(m_text,
                                 lastOf(m_block.blanks & bitsBelow(bit), m_base, m_carried.blank),
-                                place)
+                                place, rules.byLocalName)
                   : !mayStayInValue(m_text + place)) {
             stopAtTag(bit, limit);
             return true;
@@ -237,7 +244,7 @@ inline void CanonWindow::stopAtTag(std::uint32_t bit, std::uint32_t limit) noexc
 }
 
 inline void CanonWindow::goOn(std::uint32_t limit, const StopRules& rules) noexcept {
-    while (!stopsInBlock(limit)) {
+    while (!stopsInBlock(limit, rules)) {
         m_carried.tagStart = lastOf(m_block.less, m_base, m_carried.tagStart);
         m_carried.nameStart = lastOf(m_block.nameStarts, m_base, m_carried.nameStart);
         m_carried.blank = lastOf(m_block.blanks, m_base, m_carried.blank);
@@ -251,9 +258,10 @@ const CanonStop& CanonWindow::findStop(std::uint32_t at, std::uint32_t limit,
         m_stop = {limit};
         return m_stop;
     }
-    // What was read of the block still holds, unless something in it that was a stop misleads.
+    // What was read of the block holds behind `at` if it was read as outside of tags just there,
+    // whatever was made of the stop before it.
     const std::uint32_t into = at - m_base;
-    if (m_isRead && into < kMaskedBytes && (m_block.misleading & bitsBelow(into)) == 0) {
+    if (m_isRead && into - 1 < kMaskedBytes - 1 && (m_block.inside >> (into - 1) & 1) == 0) {
         m_flagged &= ~bitsBelow(into);
     } else {
         m_carried = {};

@@ -25,7 +25,8 @@ struct TagShape {
 
 // What a walk stops at, besides what no method leaves as it is.
 struct StopRules {
-    bool everyTag = false; // every start tag
+    bool everyTag = false;    // every start tag
+    bool byLocalName = false; // attributes are ordered by their local names alone
     // Start tags that use other prefixes than these; null: prefixes do not matter.
     const ClearPrefixes* prefixes = nullptr;
 };
@@ -64,6 +65,15 @@ public:
     // they are never tidy; passOver (start_tag_writer.h) reads those.
     [[nodiscard]] TagShape tagAt(std::uint32_t at) noexcept;
 
+    // The first byte at `at` or behind it that character data must stop at, and the first '>'. In
+    // the content of an element there is one: its end tag.
+    [[nodiscard]] std::uint32_t findContentStop(std::uint32_t at) noexcept {
+        return findBit(at, [](const CanonMasks& m) { return m.less | m.greater | m.hard; });
+    }
+    [[nodiscard]] std::uint32_t findGreater(std::uint32_t at) noexcept {
+        return findBit(at, [](const CanonMasks& m) { return m.greater; });
+    }
+
     // Forgets what the rules of the last search said: others count from here on.
     void changeRules() noexcept { m_isRead = false; }
     // From `at`, which is outside of tags: the first place before `limit` where the text may not be
@@ -81,16 +91,32 @@ private:
     // 8 KiB of text and a little more of masks: together half of a first-level cache.
     static constexpr std::uint32_t kBlocks = 128;
 
-    // 64 bits from `at` on, which must lie before m_safe: the upper end of one word and the lower
-    // end of the next. A shift by 64 is not defined, so the second is shifted in two steps.
+    // 64 bits from `at` on: the upper end of one word and the lower end of the next. A shift by 64
+    // is not defined, so the second is shifted in two steps.
+    [[nodiscard]] static std::uint64_t joined(std::uint64_t first, std::uint64_t second,
+                                              std::uint32_t at) noexcept {
+        const std::uint32_t shift = at % kMaskedBytes;
+        return (first >> shift) | ((second << 1) << (63 - shift));
+    }
+    // The same of a row; `at` must lie before m_safe.
     [[nodiscard]] std::uint64_t word(std::uint64_t CanonMasks::*row,
                                      std::uint32_t at) const noexcept {
-        const std::uint32_t distance = at - m_begin;
-        const CanonMasks* const block = m_masks + distance / kMaskedBytes;
-        const std::uint32_t shift = distance % kMaskedBytes;
-        return (block[0].*row >> shift) | ((block[1].*row << 1) << (63 - shift));
+        const CanonMasks* const block = m_masks + (at - m_begin) / kMaskedBytes;
+        return joined(block[0].*row, block[1].*row, at);
     }
     void slideTo(std::uint32_t at) noexcept;
+    template <class Select> std::uint32_t findBit(std::uint32_t at, Select select) noexcept {
+        for (;; at += kMaskedBytes) {
+            if (at >= m_safe || at < m_begin) [[unlikely]] {
+                slideTo(at);
+            }
+            const CanonMasks* const block = m_masks + (at - m_begin) / kMaskedBytes;
+            const std::uint64_t bits = joined(select(block[0]), select(block[1]), at);
+            if (bits != 0) [[likely]] {
+                return at + static_cast<std::uint32_t>(__builtin_ctzll(bits));
+            }
+        }
+    }
 
     // What the walk over blocks carries from one to the next.
     struct Carried {
@@ -119,12 +145,12 @@ private:
         std::uint64_t nameStarts;  // and those of attributes
         std::uint64_t closing;     // '>' of tags
         std::uint64_t unclear;     // flagged: names whose prefix is not clear
-        std::uint64_t misleading;  // flagged, and what is behind it was not understood
+        std::uint64_t inside;      // of tags, or of what was taken for values in them
     };
 
     void readBlock(std::uint32_t at, const StopRules& rules) noexcept;
     void goOn(std::uint32_t limit, const StopRules& rules) noexcept;
-    [[nodiscard]] bool stopsInBlock(std::uint32_t limit) noexcept;
+    [[nodiscard]] bool stopsInBlock(std::uint32_t limit, const StopRules& rules) noexcept;
     void stopAtTag(std::uint32_t bit, std::uint32_t limit) noexcept;
     [[nodiscard]] std::uint64_t unclearNames(const CanonMasks& masks,
                                              const ClearPrefixes& clear) noexcept;

@@ -152,6 +152,7 @@ std::uint32_t StartTagWriter::rewrite(std::uint32_t start, ElementId apex) {
         m_out.put(tag.name());
         m_out.put('>');
     }
+    m_openedName = tag.selfClosing() ? 0 : static_cast<std::uint32_t>(tag.name().size());
     m_out.skipTo(tag.end());
     return tag.end();
 }

@@ -7,7 +7,6 @@
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/namespace_state.h"
 #include "foundation/xml/scan/inheritance.h"
-#include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/start_tag.h"
 
 #include <algorithm>
@@ -27,11 +26,10 @@ struct PassedTag {
 };
 
 // Writes start tags canonically: the namespace declarations that are due, then the attributes in
-// order. A tag that is already canonical is left to the stretch of text that it stands in. Four
+// order. A tag that is already canonical is left to the stretch of text that it stands in. Three
 // readings are tried, the cheapest first; each takes what the one before refused, and all that take
 // a tag agree about it:
 //
-//     passPlain      tags without attributes
 //     passAtAGlance  by the masks alone, tags of up to 64 bytes
 //     passOver       name by name, tags of any length whose attributes stand in order
 //     rewrite        attribute by attribute (StartTagReader), everything else
@@ -52,11 +50,14 @@ public:
         m_namespaces.leave(start);
         PassedTag tag;
         if (start == m_nextDeclaring || m_hasDeclaredAttributes ||
-            !(passPlain(start, tag) || passAtAGlance(start, tag) || passOver(start, tag))) {
+            !(passAtAGlance(start, tag) || passOver(start, tag))) {
             return rewrite(start, kNoElement);
         }
+        m_openedName = tag.selfClosing ? 0 : tag.nameLength;
         return tag.end;
     }
+    // How long the name in the last tag is; 0 for an element that has no end tag.
+    [[nodiscard]] std::uint32_t openedName() const noexcept { return m_openedName; }
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
         return rewrite(start, apex);
     }
@@ -66,7 +67,8 @@ public:
     // What a walk must stop at for this writer, and the next offset where it must stop and call
     // goOnAt(): what is asked for changes there. Both change with every call.
     [[nodiscard]] StopRules stopRules() const noexcept {
-        return {m_hasDeclaredAttributes, m_exclusive ? &m_namespaces.clear() : nullptr};
+        return {m_hasDeclaredAttributes, m_localNameOrder,
+                m_exclusive ? &m_namespaces.clear() : nullptr};
     }
     [[nodiscard]] std::uint32_t nextEvent() const noexcept {
         return m_exclusive ? std::min(m_nextDeclaring, m_namespaces.nextUndo()) : m_nextDeclaring;
@@ -79,7 +81,7 @@ private:
     using PrefixId = NamespaceState::PrefixId;
 
     // Bytes from which on the end of an element that declares or renders is worth a stop.
-    static constexpr std::uint32_t kLongElement = 1024;
+    static constexpr std::uint32_t kLongElement = 256;
     // Elements that are gone over for the one at hand before it is searched for.
     static constexpr std::uint32_t kNear = 16;
 
@@ -87,7 +89,6 @@ private:
         std::uint32_t namespaceName = 0; // its number in m_namespaces
     };
 
-    [[nodiscard]] bool passPlain(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passOver(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
@@ -158,6 +159,8 @@ private:
     // far above. They are then looked up for this element, the parent of the apex.
     ElementId m_outer = kNoElement;
 
+    std::uint32_t m_openedName = 0;
+
     // Of the tag at hand; kept to reuse their memory.
     std::vector<TagAttribute> m_attributes;
     std::size_t m_ownAttributes = 0; // those behind are inherited, and in order
@@ -201,25 +204,6 @@ inline bool StartTagWriter::declareInName(const CanonStop& stop) {
     }
     m_out.copyUpTo(stop.nameEnd);
     m_out.put(m_namespaces.render(prefix, extent));
-    return true;
-}
-
-// Passes over a tag that is a name only.
-inline bool StartTagWriter::passPlain(std::uint32_t start, PassedTag& tag) {
-    const ScannedName name =
-        scanName(m_text.data(), start + 1, static_cast<std::uint32_t>(m_text.size()));
-    const std::uint32_t nameEnd = start + 1 + name.length;
-    tag.selfClosing = m_text[nameEnd] == '/';
-    if (m_text[nameEnd] != '>' && !tag.selfClosing) {
-        return false;
-    }
-    tag.nameLength = name.length;
-    tag.end = nameEnd + (tag.selfClosing ? 2 : 1);
-    startList();
-    if (m_exclusive) {
-        take(prefixAt(start + 1, name.prefixLength));
-    }
-    finishPassed(start, nameEnd, tag);
     return true;
 }
 
