@@ -71,6 +71,13 @@ std::string addEffort(const OptionValue& value, OptionReading& into) {
     return wrong;
 }
 
+std::string addThreads(const OptionValue& value, OptionReading& into) {
+    std::optional<int> threads;
+    const std::string wrong = readNumber(value, 1, kMostThreads, threads);
+    into.options.threads = threads.value_or(1);
+    return wrong;
+}
+
 // Of Key, TrustAnchors or RevocationLists.
 template <class Source>
 std::string addSource(const OptionValue& value, std::vector<Source>& sources) {
@@ -297,6 +304,8 @@ constexpr auto kValues = std::to_array<ValueReader>({
      }},
     {"effort", OptionKind::Number, false, [](OptionReading& into) { into.options.effort = 1; },
      addEffort},
+    {"threads", OptionKind::Number, false, [](OptionReading& into) { into.options.threads = 1; },
+     addThreads},
 });
 
 } // namespace

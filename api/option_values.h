@@ -17,6 +17,7 @@ inline constexpr int kHighestIndex = 0x7FFFFFFE;
 inline constexpr int kLastReferenceWithData = 100;
 // In multiples of the usual time of a search: some two hours.
 inline constexpr int kMostEffort = 3600;
+inline constexpr int kMostThreads = 1024;
 
 // Options that take one of some words, or several.
 inline constexpr std::string_view kHmacEncodings = "hex base64 ascii";

@@ -138,6 +138,7 @@ bool prepareVerifier(const VerifyOptions& options, ClsXmlDSig& verifier, std::st
     verifier.log().setOneLineValues(true); // what is shown of the log is shown line by line
     verifier.put_IgnoreExternalRefs(options.ignoreExternal);
     verifier.SetLimits(options.limits);
+    verifier.SetThreads(options.threads);
     if (!setPolicy(options.policy, verifier, error)) {
         return false;
     }

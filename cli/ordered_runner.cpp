@@ -23,9 +23,10 @@ namespace {
 // Against a slip of the keyboard: each thread holds a document in memory.
 constexpr int kMostJobs = 1024;
 
-// Results are collected for so long, and by each thread about as many at most.
+// Results are collected for so long, and of each thread about as many at most: several times what
+// it makes of small files in that time, so that nobody waits for the thread that hands them on.
 constexpr std::chrono::milliseconds kCollected{2};
-constexpr std::size_t kMostCollected = 64;
+constexpr std::size_t kMostCollected = 512;
 constexpr std::size_t kMostCollectedOctets = std::size_t{1} << 20;
 
 std::size_t octetsOf(const FileResult& result) {
@@ -34,15 +35,13 @@ std::size_t octetsOf(const FileResult& result) {
 
 } // namespace
 
-bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
-             std::string& complaint) {
+bool jobsFor(const Arguments& arguments, std::size_t& jobs, std::string& complaint) {
     std::optional<int> asked;
     if (!arguments.number("--jobs", 1, kMostJobs, asked, complaint)) {
         return false;
     }
     const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
     jobs = asked ? static_cast<std::size_t>(*asked) : processors;
-    jobs = names > 0 ? std::min(jobs, names) : jobs;
     return true;
 }
 
@@ -81,13 +80,19 @@ void OrderedRunner::workUntilEnd() {
     std::string name;
     while (takeName(index, name)) {
         FileResult result = m_work(name);
-        const std::lock_guard lock(m_mutex);
-        m_waitingOctets += octetsOf(result);
-        m_waiting.emplace(index, std::move(result));
-        if (m_delivery == Delivery::AtOnce || m_ended) {
+        if (keep(index, std::move(result))) {
             m_changed.notify_all();
         }
     }
+}
+
+bool OrderedRunner::keep(std::size_t index, FileResult&& result) {
+    const std::lock_guard lock(m_mutex);
+    m_waitingOctets += octetsOf(result);
+    m_waiting.emplace(index, std::move(result));
+    // Where the thread that emits does not wait, it looks by itself before it does.
+    const bool isDue = m_order == ResultOrder::AsDone || index == m_emitted;
+    return (m_delivery == Delivery::AtOnce && isDue) || m_ended;
 }
 
 // More than a few a thread only as long as they are small.

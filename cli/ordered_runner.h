@@ -52,6 +52,8 @@ private:
     void runAlone();
     // What each thread does.
     void workUntilEnd();
+    // Puts a result where it waits for its turn; true when others are to be woken for it.
+    [[nodiscard]] bool keep(std::size_t index, FileResult&& result);
     // The next name with its place in the order, once there is room for its result; false at the
     // end.
     [[nodiscard]] bool takeName(std::size_t& index, std::string& name);
@@ -83,10 +85,9 @@ private:
     bool m_ended = false;      // no more names
 };
 
-// The number of threads: that of --jobs, else one a processor, but no more than there are `names`,
-// where that is known (0: it is not). False, with `complaint`, for a --jobs that is no such number.
-[[nodiscard]] bool jobsFor(const Arguments& arguments, std::size_t names, std::size_t& jobs,
-                           std::string& complaint);
+// The number of threads: that of --jobs, else one a processor. False, with `complaint`, for a
+// --jobs that is no such number.
+[[nodiscard]] bool jobsFor(const Arguments& arguments, std::size_t& jobs, std::string& complaint);
 
 } // namespace vantrel::cli
 

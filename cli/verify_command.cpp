@@ -111,13 +111,15 @@ int verifyFiles(const Arguments& arguments, bool explains) {
     std::string complaint;
     NameSource names;
     VerifySettings settings;
-    std::size_t jobs = 0;
-    if (!names.open(arguments, false, complaint) ||
-        !jobsFor(arguments, names.total(), jobs, complaint) ||
+    std::size_t threads = 0;
+    if (!names.open(arguments, false, complaint) || !jobsFor(arguments, threads, complaint) ||
         !settings.load(arguments, complaint)) {
         return usageError(complaint);
     }
     settings.setExplains(explains);
+    // What is not needed to have the files verified side by side is shared out among them.
+    const std::size_t jobs = names.total() > 0 ? std::min(threads, names.total()) : threads;
+    settings.setThreads(static_cast<int>(threads / jobs));
     confine(arguments, settings, Names::Now);
     const ReportForm form = arguments.has("--quiet")  ? ReportForm::None
                             : arguments.has("--json") ? ReportForm::Json

@@ -50,6 +50,8 @@ public:
     // Whether the causes of failures are searched.
     [[nodiscard]] bool explains() const noexcept { return m_options.explain; }
     void setExplains(bool explains) noexcept { m_options.explain = explains; }
+    // Threads for each file.
+    void setThreads(int threads) noexcept { m_options.threads = threads; }
     [[nodiscard]] bool wantsLog() const noexcept { return m_options.log || m_options.verboseLog; }
     // Whether there is a policy by which signatures are accepted, and whether one that is suffices.
     [[nodiscard]] bool judges() const noexcept { return m_options.policy.asks(); }

@@ -147,12 +147,15 @@ private:
     VerifySettings m_settings;
 };
 
-// Each answer is there as soon as it is due: somebody waits for it before the next request.
-void write(const FileResult& result, bool /*more*/) {
+// Each answer is there as soon as it is due: somebody waits for it before the next request. `more`:
+// another one is due already, and goes the same way with it.
+void write(const FileResult& result, bool more) {
     std::fwrite(result.errors.data(), 1, result.errors.size(), stderr);
     writeOutput(result.heading);
     writeOutput(result.report);
-    std::fflush(stdout);
+    if (!more) {
+        std::fflush(stdout);
+    }
 }
 
 } // namespace
@@ -165,7 +168,7 @@ int runWorker(const Arguments& arguments) {
         complaint = withRemedy("worker takes its documents from requests",
                                "xmldsig verify --json " + shellWord(arguments.operands().front()));
     }
-    if (!complaint.empty() || !jobsFor(arguments, 0, jobs, complaint) || !worker.load(complaint)) {
+    if (!complaint.empty() || !jobsFor(arguments, jobs, complaint) || !worker.load(complaint)) {
         complain(complaint);
         return kCannotTell;
     }

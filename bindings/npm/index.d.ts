@@ -33,6 +33,7 @@ export interface Options {
     limit?: OneOrMany<string>;
     explain?: boolean;
     effort?: number;
+    threads?: number;
     log?: boolean;
     verbose?: boolean;
 }

@@ -80,6 +80,7 @@ struct Document final {
 
     // First, since the members below are made from it and refer to it.
     std::shared_ptr<const xml::XmlDocument> structure;
+    unsigned threads = 1;          // that a verification may use, the caller's counted
     bool encodingMismatch = false; // the declared encoding is not the one that was read
     xml::ElementPaths paths;
     // What the signatures of this document have cost so far; a new load starts again from nothing.

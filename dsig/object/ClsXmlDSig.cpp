@@ -110,6 +110,11 @@ void ClsXmlDSig::SetLimits(const dsig::Limits& limits) {
     m_log.setLimit(limits.logOctets);
 }
 
+void ClsXmlDSig::SetThreads(int threads) {
+    const CritSecExitor lock(m_critSec);
+    m_state->threads = static_cast<unsigned>(std::max(threads, 1));
+}
+
 void ClsXmlDSig::SetDeadline(int ms) {
     const CritSecExitor lock(m_critSec);
     m_state->limits.deadline.emplace(ms);

@@ -185,6 +185,10 @@ public:
     bool SetLimit(XString& name, XString& value);
     /// The same for all limits at once. A deadline that is set stays.
     void SetLimits(const dsig::Limits& limits);
+    /// How many threads a verification may use, the caller's counted (1, the default: no other). No
+    /// result depends on it: digests over much of a large document are ready earlier. It survives
+    /// loads; set it before a document is loaded.
+    void SetThreads(int threads);
     /// Gives up on the document `ms` milliseconds from now (at least 1); set it before the document
     /// is loaded. The time is looked at before each piece of work on a reference and in searches
     /// for causes; once it is up verifications fail, and TimeIsUp tells that this says nothing of

@@ -189,6 +189,7 @@ dsig::Document& ClsXmlDSig::structure() {
     if (!m_state->document) {
         m_state->document =
             std::make_unique<dsig::Document>(m_xmlRoot->document(), m_state->limits);
+        m_state->document->threads = m_state->threads;
         // Known since loading, when there was no Document yet to keep it.
         m_state->document->encodingMismatch = m_state->encodingMismatch;
     }

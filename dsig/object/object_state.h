@@ -40,6 +40,7 @@ struct ObjectState {
     std::uint64_t keptOctets = 0; // of their reports
     // Survive loads; the document's accounts refer to them.
     Limits limits;
+    unsigned threads = 1; // see SetThreads
     // Tried for every signature, last, in this order; none is null. Survive loads.
     std::vector<Ref<ClsPublicKey>> keysForAll;
     NamedKeys namedKeys;           // tried for signatures that name them; survive loads

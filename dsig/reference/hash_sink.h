@@ -2,6 +2,7 @@
 #ifndef DSIG_REFERENCE_HASH_SINK_H
 #define DSIG_REFERENCE_HASH_SINK_H
 
+#include "foundation/base/byte_ring.h"
 #include "foundation/crypto/hash/hasher.h"
 #include "foundation/text/byte_view.h"
 #include "foundation/xml/canon/canonicalizer.h"
@@ -9,32 +10,58 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <thread>
 
 namespace vantrel::dsig {
 
 // Hashes canonical octets as they come, while they are still in the processor's cache. The
 // canonical form is never held as a whole, so its size does not matter to memory. Any number of
 // pieces makes the same digest as one.
+//
+// Where there is much to come, and a second thread is allowed, that one hashes: what it gets passes
+// through a ring. Hashing cannot fail, and where no thread or no memory is to be had it is done
+// here, so the outcome is the same either way.
 class HashSink final : public xml::CanonSink {
 public:
-    explicit HashSink(int hashAlg) noexcept : m_hasher(hashAlg) {}
+    // `threads`: that may be at work, this one counted.
+    HashSink(int hashAlg, unsigned threads) noexcept : m_threads(threads), m_hasher(hashAlg) {}
+    ~HashSink() override { endThread(); }
 
+    [[nodiscard]] bool expect(std::uint64_t octets) override {
+        if (m_threads > 1 && octets >= kWorthAThread && !m_thread.joinable()) {
+            startThread();
+        }
+        return true;
+    }
     [[nodiscard]] bool write(const char* data, std::size_t size) override {
-        m_hasher.update(asBytes({data, size}));
+        if (m_thread.joinable()) [[unlikely]] {
+            m_ring.write(asBytes({data, size}));
+        } else {
+            m_hasher.update(asBytes({data, size}));
+        }
         m_size += size;
         return true;
     }
     // The digest of everything written, in `room`. Nothing written has no digest: an empty
     // canonical form equals nothing. To be called once, at the end.
     [[nodiscard]] ByteView finish(std::span<std::uint8_t> room) {
+        endThread();
         return m_size == 0 ? ByteView() : ByteView(m_hasher.final(room));
     }
     // Octets written so far.
     [[nodiscard]] std::uint64_t size() const noexcept { return m_size; }
 
 private:
-    crypto::Hasher m_hasher;
+    static constexpr std::uint64_t kWorthAThread = std::uint64_t{4} << 20;
+
+    void startThread();
+    void endThread();
+
+    const unsigned m_threads;
+    crypto::Hasher m_hasher; // the thread's while there is one
     std::uint64_t m_size = 0;
+    ByteRing m_ring;
+    std::thread m_thread;
 };
 
 } // namespace vantrel::dsig

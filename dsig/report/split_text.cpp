@@ -10,8 +10,6 @@ namespace vantrel::dsig {
 
 namespace {
 
-// Comments and CDATA sections both begin so; most documents have neither.
-constexpr std::string_view kUncommonMarkup = "<!";
 constexpr std::string_view kSectionStart = "<![CDATA[";
 constexpr std::string_view kSectionEnd = "]]>";
 
@@ -68,11 +66,21 @@ private:
     std::uint32_t m_place = 0;
 };
 
+// Comments and CDATA sections both begin with "<!"; most documents have neither. Looked for by the
+// second letter, which is the rarer.
+bool hasUncommonMarkup(std::string_view markup) noexcept {
+    std::size_t at = markup.find('!', 1);
+    while (at != std::string_view::npos && markup[at - 1] != '<') {
+        at = markup.find('!', at + 1);
+    }
+    return at != std::string_view::npos;
+}
+
 // With offsets in the whole text.
 TextSplits splitsOf(const xml::XmlDocument& structure) {
     const xml::ElementRecord& root = structure.element(0);
     const std::string_view markup = structure.text(xml::rangeOf(root.start, root.end));
-    if (text::findText(markup, kUncommonMarkup) == std::string_view::npos) {
+    if (!hasUncommonMarkup(markup)) {
         return {};
     }
     TextSplits found = splitTexts(markup);

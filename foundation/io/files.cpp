@@ -49,11 +49,19 @@ bool cannotWrite(std::string_view path, LogBase& log) {
     return false;
 }
 
-// One buffer that takes the expected size at once, and grows when there is more.
-bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log, int* systemError) {
+// What the system says of an open file; all zero, which is no kind of file, where it says nothing.
+struct stat statusOf(int descriptor) noexcept {
     struct stat status {};
-    const bool known = ::fstat(descriptor, &status) == 0;
-    const bool sized = known && S_ISREG(status.st_mode);
+    if (::fstat(descriptor, &status) != 0) {
+        status = {};
+    }
+    return status;
+}
+
+// One buffer that takes the expected size at once, and grows when there is more.
+bool readAll(int descriptor, const struct stat& status, std::uint32_t limit, DataBuffer& out,
+             LogBase& log, int* systemError) {
+    const bool sized = S_ISREG(status.st_mode);
     const std::uint64_t expected = sized ? static_cast<std::uint64_t>(status.st_size) : 0;
     // One byte more than expected, so that the end shows itself without growing the buffer.
     std::uint64_t room = sized ? expected + 1 : kFirstPiece;
@@ -70,7 +78,7 @@ bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log,
             if (!readSome(descriptor, {target + size, static_cast<std::size_t>(room - size)}, count,
                           log)) {
                 if (systemError != nullptr) {
-                    *systemError = known && S_ISDIR(status.st_mode) ? EISDIR : EIO;
+                    *systemError = S_ISDIR(status.st_mode) ? EISDIR : EIO;
                 }
                 return false;
             }
@@ -94,10 +102,10 @@ bool readAll(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log,
     }
 }
 
-bool readOrClear(int descriptor, std::uint32_t limit, DataBuffer& out, LogBase& log,
-                 int* systemError = nullptr) {
+bool readOrClear(int descriptor, const struct stat& status, std::uint32_t limit, DataBuffer& out,
+                 LogBase& log, int* systemError = nullptr) {
     out.clear();
-    if (readAll(descriptor, std::min(limit, kMaxTextSize - 1), out, log, systemError)) {
+    if (readAll(descriptor, status, std::min(limit, kMaxTextSize - 1), out, log, systemError)) {
         return true;
     }
     out.clear();
@@ -158,7 +166,7 @@ bool readFile(std::string_view path, std::uint32_t limit, DataBuffer& out, int& 
         out.clear();
         return false;
     }
-    return readOrClear(file.get(), limit, out, log, &systemError);
+    return readOrClear(file.get(), statusOf(file.get()), limit, out, log, &systemError);
 }
 
 bool readFileUnless(bool (*isOther)(ByteView start) noexcept, std::string_view path,
@@ -166,14 +174,14 @@ bool readFileUnless(bool (*isOther)(ByteView start) noexcept, std::string_view p
                     LogBase& log) {
     FileHandle file;
     std::array<std::uint8_t, 16> start{};
-    struct stat status {};
     systemError = 0;
     if (!open(path, O_RDONLY, file, log, &systemError)) {
         out.clear();
         return false;
     }
-    const bool isLarge = ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-                         static_cast<std::uint64_t>(status.st_size) > kLargeFile;
+    const struct stat status = statusOf(file.get());
+    const bool isLarge =
+        S_ISREG(status.st_mode) && static_cast<std::uint64_t>(status.st_size) > kLargeFile;
     if (isLarge &&
         ::pread(file.get(), start.data(), start.size(), 0) == static_cast<ssize_t>(start.size()) &&
         isOther(start)) {
@@ -181,11 +189,11 @@ bool readFileUnless(bool (*isOther)(ByteView start) noexcept, std::string_view p
         other.take(std::move(file), static_cast<std::uint64_t>(status.st_size));
         return true;
     }
-    return readOrClear(file.get(), limit, out, log, &systemError);
+    return readOrClear(file.get(), status, limit, out, log, &systemError);
 }
 
 bool readStandardInput(std::uint32_t limit, DataBuffer& out, LogBase& log) {
-    return readOrClear(STDIN_FILENO, limit, out, log);
+    return readOrClear(STDIN_FILENO, statusOf(STDIN_FILENO), limit, out, log);
 }
 
 bool writeFile(std::string_view path, ByteView bytes, LogBase& log) {

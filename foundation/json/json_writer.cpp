@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 
 namespace vantrel::json {
 
@@ -15,16 +17,43 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
+using Digits = std::array<char, 24>;
+
+std::string_view digitsOf(std::int64_t value, Digits& room) noexcept {
+    const auto end = std::to_chars(room.data(), room.data() + room.size(), value).ptr;
+    return {room.data(), static_cast<std::size_t>(end - room.data())};
+}
+
 bool standsAsItIs(char c) noexcept {
     const auto code = static_cast<unsigned char>(c);
     return code >= 0x20 && code < 0x7F && c != '"' && c != '\\';
 }
 
-// Whether all of it does; without an early end, so that it is looked at in wide steps.
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+
+// The same of eight letters at once. A letter that stands leaves the top bit of its octet clear in
+// every sum; what is carried into its neighbour comes only from one that does not.
+bool eightStand(const char* letters) noexcept {
+    constexpr std::uint64_t kOnes = 0x0101010101010101U;
+    constexpr std::uint64_t kTops = 0x80 * kOnes;
+    std::uint64_t word = 0;
+    std::memcpy(&word, letters, kWord);
+    const std::uint64_t quotes = word ^ ('"' * kOnes);
+    const std::uint64_t backslashes = word ^ ('\\' * kOnes);
+    const std::uint64_t faults =
+        word | (word + kOnes) | (word - 0x20 * kOnes) | (quotes - kOnes) | (backslashes - kOnes);
+    return (faults & kTops) == 0;
+}
+
+// Whether all of it does.
 bool standsAsItIs(std::string_view text) noexcept {
-    bool all = true;
-    for (const char c : text) {
-        all = standsAsItIs(c) && all;
+    if (text.size() < kWord) {
+        return std::all_of(text.begin(), text.end(), [](char c) { return standsAsItIs(c); });
+    }
+    // The last word may lap over the one before it.
+    bool all = eightStand(text.data() + text.size() - kWord);
+    for (std::size_t at = 0; at + kWord < text.size() && all; at += kWord) {
+        all = eightStand(text.data() + at);
     }
     return all;
 }
@@ -64,6 +93,29 @@ void JsonWriter::putQuoted(std::string_view text, std::string_view behind) {
     put({room.data(), static_cast<std::size_t>(end - room.data())});
 }
 
+// The same for a name with its value.
+bool JsonWriter::putMember(std::string_view name, std::string_view quote, std::string_view value) {
+    std::array<char, 512> room;
+    constexpr std::size_t kAround = 6; // a comma, a colon, two pairs of quotes
+    if (name.size() > room.size() / 2 || value.size() > room.size() / 2 - kAround ||
+        !standsAsItIs(name) || !standsAsItIs(value)) {
+        return false;
+    }
+    char* end = room.data();
+    const auto add = [&end](std::string_view piece) {
+        end = std::copy(piece.begin(), piece.end(), end);
+    };
+    add(m_needsComma ? ",\"" : "\"");
+    add(name);
+    add("\":");
+    add(quote);
+    add(value);
+    add(quote);
+    m_needsComma = true;
+    put({room.data(), static_cast<std::size_t>(end - room.data())});
+    return true;
+}
+
 void JsonWriter::open(char bracket) {
     divide();
     put({&bracket, 1});
@@ -83,9 +135,8 @@ void JsonWriter::key(std::string_view name) {
 void JsonWriter::text(std::string_view value) { putQuoted(value, {}); }
 
 void JsonWriter::integer(std::int64_t value) {
-    std::array<char, 24> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-    raw({digits.data(), static_cast<std::size_t>(end - digits.data())});
+    Digits digits;
+    raw(digitsOf(value, digits));
 }
 
 void JsonWriter::boolean(bool value) { raw(value ? "true" : "false"); }
@@ -123,18 +174,25 @@ void JsonWriter::value(const JsonValue& value) {
 }
 
 void JsonWriter::textMember(std::string_view name, std::string_view value) {
-    key(name);
-    text(value);
+    if (!putMember(name, "\"", value)) {
+        key(name);
+        text(value);
+    }
 }
 
 void JsonWriter::integerMember(std::string_view name, std::int64_t value) {
-    key(name);
-    integer(value);
+    Digits digits;
+    if (!putMember(name, {}, digitsOf(value, digits))) {
+        key(name);
+        integer(value);
+    }
 }
 
 void JsonWriter::booleanMember(std::string_view name, bool value) {
-    key(name);
-    boolean(value);
+    if (!putMember(name, {}, value ? "true" : "false")) {
+        key(name);
+        boolean(value);
+    }
 }
 
 void JsonWriter::quote(std::string_view text) {

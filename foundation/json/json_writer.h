@@ -57,6 +57,9 @@ private:
     void quote(std::string_view text);
     // A string behind its comma, and `behind` behind it.
     void putQuoted(std::string_view text, std::string_view behind);
+    // A name and a value, `quote` around it, where both are short and plain; false where not.
+    [[nodiscard]] bool putMember(std::string_view name, std::string_view quote,
+                                 std::string_view value);
 
     StringBuffer& m_out;
     std::uint64_t m_most = std::numeric_limits<std::uint64_t>::max();

@@ -64,6 +64,7 @@ TEST(OptionsJson, RefusesWithAReason) {
         {R"({"limit":"transforms=-1"})", "NAME=VALUE"},
         {R"({"limit":{"transforms":1}})", "limit takes a text"},
         {R"({"effort":0})", "a number from 1"},
+        {R"({"threads":0})", "a number from 1"},
     };
     for (const auto& [json, expected] : cases) {
         const Result<VerifyOptions> options = optionsFromJson(json);
@@ -117,7 +118,7 @@ TEST(OptionsJson, DefaultsHoldWhereNothingIsNamed) {
     const std::string pin = "sha256:" + std::string(64, '0');
     const Result<VerifyOptions> defaults = optionsFromJson(
         R"({"pin":")" + pin + R"(","strict":true,"noReferences":true,"hmacKey":"6b6579",)" +
-        R"("limit":"transforms=9","accept":"any","effort":3,"require":["covered"]})");
+        R"("limit":"transforms=9","accept":"any","effort":3,"threads":2,"require":["covered"]})");
     ASSERT_TRUE(defaults) << defaults.error().what;
     const Result<VerifyOptions> same = optionsFromJson(R"( {"timestamps":true})", *defaults);
     ASSERT_TRUE(same) << same.error().what;
@@ -127,13 +128,14 @@ TEST(OptionsJson, DefaultsHoldWhereNothingIsNamed) {
     EXPECT_EQ(same->limits.transforms, 9U);
     const Result<VerifyOptions> none = optionsFromJson(
         R"({"pin":[],"strict":false,"noReferences":null,"hmacKey":null,"limit":null,)"
-        R"("accept":null,"effort":null,"require":null})",
+        R"("accept":null,"effort":null,"threads":null,"require":null})",
         *defaults);
     ASSERT_TRUE(none) << none.error().what;
     EXPECT_FALSE(none->policy.asks());
     EXPECT_TRUE(none->checkReferences && none->hmacSecret.empty());
     EXPECT_EQ(none->limits.transforms, dsig::Limits().transforms);
     EXPECT_EQ(none->effort, 1);
+    EXPECT_TRUE(defaults->threads == 2 && none->threads == 1);
     // A list takes the place of the whole list.
     const Result<VerifyOptions> other =
         optionsFromJson(R"({"require":"strong,pinned"})", *defaults);

@@ -51,6 +51,7 @@ class Options(TypedDict, total=False):
     limit: Mapping[str, int]
     explain: bool
     effort: int
+    threads: int  # that one verification may use
 
     # Whether it is accepted.
     pin: str | Sequence[str]  # "sha256:HEX" of the key or its certificate

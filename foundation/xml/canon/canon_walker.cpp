@@ -80,7 +80,7 @@ void CanonWalker::walkElement(ElementId apex) {
         std::find_if(holes.begin(), holes.end(),
                      [&](TextRange hole) { return hole.start > record.start; }) -
         holes.begin());
-    findHole();
+    findHole(record.start);
     m_portionEnd = record.start + CanonOutput::kPortion;
     m_out.skipTo(record.start);
     m_window.open(record.start, record.end);
@@ -91,11 +91,11 @@ void CanonWalker::walkElement(ElementId apex) {
             std::max(at, std::min({m_portionEnd, m_holeStart, m_tags.nextEvent()}));
         const std::uint32_t limit = std::min(due, record.end);
         const StopRules rules = m_tags.stopRules();
-        CanonStop found = m_window.findStop(at, limit, rules);
-        while (found.nameEnd != 0 && m_tags.declareInName(found)) {
-            found = m_window.findNextStop(limit, rules);
+        const CanonStop* found = &m_window.findStop(at, limit, rules);
+        while (found->nameEnd != 0 && m_tags.declareInName(*found)) {
+            found = &m_window.findNextStop(limit, rules);
         }
-        at = found.at;
+        at = found->at;
         if (at < record.end) {
             at = at < due ? stop(at) : event(at);
         }
@@ -103,7 +103,12 @@ void CanonWalker::walkElement(ElementId apex) {
     m_out.copyUpTo(record.end);
 }
 
-void CanonWalker::findHole() noexcept {
+// The next hole that begins at `at` or behind it. One within a comment, say, is no hole: the walk
+// has passed its beginning when it is looked for.
+void CanonWalker::findHole(std::uint32_t at) noexcept {
+    while (m_nextHole < m_request.omitted.size() && m_request.omitted[m_nextHole].start < at) {
+        ++m_nextHole;
+    }
     m_holeStart =
         m_nextHole < m_request.omitted.size() ? m_request.omitted[m_nextHole].start : kNowhere;
 }
@@ -117,11 +122,15 @@ std::uint32_t CanonWalker::event(std::uint32_t at) {
             return kNowhere;
         }
     }
-    if (at == m_holeStart) {
+    if (at > m_holeStart) {
+        findHole(at);
+    }
+    // Holes may stand side by side; none of their tags is written.
+    while (at == m_holeStart) {
         m_out.copyUpTo(at);
         at = m_request.omitted[m_nextHole++].end();
         m_out.skipTo(at);
-        findHole();
+        findHole(at);
     }
     m_tags.goOnAt(at);
     m_window.changeRules();

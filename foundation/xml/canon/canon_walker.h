@@ -36,7 +36,7 @@ private:
     [[nodiscard]] std::uint32_t reference(std::uint32_t at);
     [[nodiscard]] std::uint32_t greaterThan(std::uint32_t at);
     [[nodiscard]] std::uint32_t carriageReturn(std::uint32_t at);
-    void findHole() noexcept;
+    void findHole(std::uint32_t at) noexcept;
     void putInstruction(std::string_view body);
 
     const XmlDocument& m_document;

@@ -172,7 +172,7 @@ inline void CanonWindow::readBlock(std::uint32_t at, const StopRules& rules) noe
 }
 
 // Whether the walk ends in this block, and where: at something flagged or at `limit`.
-inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noexcept {
+inline bool CanonWindow::stopsInBlock(std::uint32_t limit) noexcept {
     for (; m_flagged != 0; m_flagged &= m_flagged - 1) {
         const std::uint32_t bit = lowest(m_flagged);
         const std::uint32_t place = m_base + bit;
@@ -181,7 +181,7 @@ inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noex
         }
         if ((m_block.inText >> bit & 1) != 0) {
             if (!mayStayInText(m_text + place)) {
-                stop = {place};
+                m_stop = {place};
                 return true;
             }
             continue;
@@ -191,7 +191,7 @@ inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noex
                                 lastOf(m_block.blanks & bitsBelow(bit), m_base, m_carried.blank),
                                 place)
                   : !mayStayInValue(m_text + place)) {
-            stop = stopAtTag(bit, limit);
+            stopAtTag(bit, limit);
             return true;
         }
     }
@@ -199,26 +199,26 @@ inline bool CanonWindow::stopsInBlock(std::uint32_t limit, CanonStop& stop) noex
         return false;
     }
     const std::uint32_t last = limit - 1 - m_base;
-    stop.at = (m_block.inTag >> last & 1) == 0
+    m_stop = {(m_block.inTag >> last & 1) == 0
                   ? limit
-                  : lastOf(m_block.less & bitsUpTo(last), m_base, m_carried.tagStart);
+                  : lastOf(m_block.less & bitsUpTo(last), m_base, m_carried.tagStart)};
     return true;
 }
 
 // Something of the tag is flagged at `bit`. If that is the prefix of its name, and nothing else is,
 // and the tag ends before `limit`, the stop says so.
-inline CanonStop CanonWindow::stopAtTag(std::uint32_t bit, std::uint32_t limit) const noexcept {
+inline void CanonWindow::stopAtTag(std::uint32_t bit, std::uint32_t limit) noexcept {
     const std::uint64_t below = bitsBelow(bit);
-    CanonStop stop{lastOf(m_block.less & below, m_base, m_carried.tagStart)};
+    m_stop = {lastOf(m_block.less & below, m_base, m_carried.tagStart)};
     const std::uint32_t place = m_base + bit;
     if ((m_block.unclear >> bit & 1) == 0 ||
-        lastOf(m_block.nameStarts & below, m_base, m_carried.nameStart) != stop.at + 1) {
-        return stop;
+        lastOf(m_block.nameStarts & below, m_base, m_carried.nameStart) != m_stop.at + 1) {
+        return;
     }
     const std::uint64_t closing = m_block.closing & ~below;
     const std::uint64_t upToClosing = closing ^ (closing - 1); // all without one
     if ((m_flagged & upToClosing) != std::uint64_t{1} << bit) {
-        return stop;
+        return;
     }
     const std::uint64_t behindName = (m_block.blanks | closing) & ~below;
     std::uint32_t nameEnd = place;
@@ -231,27 +231,25 @@ inline CanonStop CanonWindow::stopAtTag(std::uint32_t bit, std::uint32_t limit) 
         end = nameEnd;
     }
     if (m_text[end] == '>' && end < limit) {
-        stop.prefixLength = m_text[place] == ':' ? place - stop.at - 1 : 0;
-        stop.nameEnd = nameEnd;
+        m_stop.prefixLength = m_text[place] == ':' ? place - m_stop.at - 1 : 0;
+        m_stop.nameEnd = nameEnd;
     }
-    return stop;
 }
 
-inline CanonStop CanonWindow::goOn(std::uint32_t limit, const StopRules& rules) noexcept {
-    CanonStop stop;
-    while (!stopsInBlock(limit, stop)) {
+inline void CanonWindow::goOn(std::uint32_t limit, const StopRules& rules) noexcept {
+    while (!stopsInBlock(limit)) {
         m_carried.tagStart = lastOf(m_block.less, m_base, m_carried.tagStart);
         m_carried.nameStart = lastOf(m_block.nameStarts, m_base, m_carried.nameStart);
         m_carried.blank = lastOf(m_block.blanks, m_base, m_carried.blank);
         readBlock(m_base + kMaskedBytes, rules);
     }
-    return stop;
 }
 
-CanonStop CanonWindow::findStop(std::uint32_t at, std::uint32_t limit,
-                                const StopRules& rules) noexcept {
+const CanonStop& CanonWindow::findStop(std::uint32_t at, std::uint32_t limit,
+                                       const StopRules& rules) noexcept {
     if (at >= limit) {
-        return {limit};
+        m_stop = {limit};
+        return m_stop;
     }
     // What was read of the block still holds, unless something in it that was a stop misleads.
     const std::uint32_t into = at - m_base;
@@ -262,12 +260,14 @@ CanonStop CanonWindow::findStop(std::uint32_t at, std::uint32_t limit,
         readBlock(at, rules);
         m_isRead = true;
     }
-    return goOn(limit, rules);
+    goOn(limit, rules);
+    return m_stop;
 }
 
-CanonStop CanonWindow::findNextStop(std::uint32_t limit, const StopRules& rules) noexcept {
+const CanonStop& CanonWindow::findNextStop(std::uint32_t limit, const StopRules& rules) noexcept {
     m_flagged &= m_flagged - 1;
-    return goOn(limit, rules);
+    goOn(limit, rules);
+    return m_stop;
 }
 
 } // namespace vantrel::xml

@@ -70,10 +70,12 @@ public:
     // canonical as it stands, or else `limit`. The place is the '<' of a tag or of other markup, or
     // a character outside of tags. Whatever lies before it may stay: no look at it is needed. Where
     // `limit` cuts a tag through, the '<' of that tag.
-    [[nodiscard]] CanonStop findStop(std::uint32_t at, std::uint32_t limit,
-                                     const StopRules& rules) noexcept;
-    // Goes on behind a stop that had a name's end: from there, within the tag.
-    [[nodiscard]] CanonStop findNextStop(std::uint32_t limit, const StopRules& rules) noexcept;
+    [[nodiscard]] const CanonStop& findStop(std::uint32_t at, std::uint32_t limit,
+                                            const StopRules& rules) noexcept;
+    // Goes on behind a stop that had a name's end: from there, within the tag. What is returned is
+    // the same object.
+    [[nodiscard]] const CanonStop& findNextStop(std::uint32_t limit,
+                                                const StopRules& rules) noexcept;
 
 private:
     // 8 KiB of text and a little more of masks: together half of a first-level cache.
@@ -121,9 +123,9 @@ private:
     };
 
     void readBlock(std::uint32_t at, const StopRules& rules) noexcept;
-    [[nodiscard]] CanonStop goOn(std::uint32_t limit, const StopRules& rules) noexcept;
-    [[nodiscard]] bool stopsInBlock(std::uint32_t limit, CanonStop& stop) noexcept;
-    [[nodiscard]] CanonStop stopAtTag(std::uint32_t bit, std::uint32_t limit) const noexcept;
+    void goOn(std::uint32_t limit, const StopRules& rules) noexcept;
+    [[nodiscard]] bool stopsInBlock(std::uint32_t limit) noexcept;
+    void stopAtTag(std::uint32_t bit, std::uint32_t limit) noexcept;
     [[nodiscard]] std::uint64_t unclearNames(const CanonMasks& masks,
                                              const ClearPrefixes& clear) noexcept;
 
@@ -137,6 +139,7 @@ private:
     bool m_isRead = false;
     std::uint32_t m_base = 0;
     std::uint64_t m_flagged = 0; // what of it may not be canonical, and was not passed yet
+    CanonStop m_stop;
     Block m_block{};
     Carried m_carried;
     CanonMasks m_masks[kBlocks + 1];

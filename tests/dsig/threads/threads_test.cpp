@@ -85,6 +85,46 @@ TEST(Threads, ManyVerifiersShareNothingThatChanges) {
     }
 }
 
+// Digests that a thread of their own makes: of the whole document, of an element, and of as much as
+// a limit leaves. The reports hold the digests.
+TEST(Threads, LargeDigestsDoNotDependOnTheirNumber) {
+    constexpr std::string_view kDigest = "<Transforms>"
+                                         "<Transform Algorithm='http://www.w3.org/2000/09/"
+                                         "xmldsig#enveloped-signature'/><Transform Algorithm="
+                                         "'http://www.w3.org/2001/10/xml-exc-c14n#'/></Transforms>"
+                                         "<DigestMethod Algorithm='http://www.w3.org/2001/04/"
+                                         "xmlenc#sha256'/><DigestValue>AAAA</DigestValue>";
+    std::string text = "<r xmlns:p='urn:p'><a Id='a'>";
+    for (int i = 0; text.size() < std::size_t{6} << 20; ++i) {
+        text += "<p:e x='" + std::to_string(i) + "'>text</p:e>";
+    }
+    text += "</a><Signature xmlns='http://www.w3.org/2000/09/xmldsig#'><SignedInfo>"
+            "<CanonicalizationMethod Algorithm='http://www.w3.org/2001/10/xml-exc-c14n#'/>"
+            "<SignatureMethod Algorithm='http://www.w3.org/2001/04/xmldsig-more#rsa-sha256'/>";
+    for (const std::string_view uri : {"", "#a"}) {
+        text.append("<Reference URI='").append(uri).append("'>").append(kDigest) += "</Reference>";
+    }
+    text += "</SignedInfo><SignatureValue>AAAA</SignatureValue></Signature></r>";
+    const auto report = [&text](int threads, const std::string& most) {
+        ClsXmlDSig verifier;
+        verifier.SetThreads(threads);
+        XString name("workOctets");
+        XString value(most);
+        EXPECT_TRUE(verifier.SetLimit(name, value)) << logOf(verifier);
+        loadText(verifier, text);
+        verifier.VerifySignature(true);
+        XString json;
+        verifier.get_LastJsonData(json);
+        return std::string(json.getUtf8Sb().view());
+    };
+    const std::string whole = report(1, "1000000000");
+    EXPECT_NE(whole.find("\"status\":\"mismatch\""), std::string::npos) << whole;
+    EXPECT_EQ(report(2, "1000000000"), whole);
+    const std::string limited = report(1, "9000000");
+    EXPECT_NE(limited.find("\"code\":\"limit\""), std::string::npos) << limited;
+    EXPECT_EQ(report(2, "9000000"), limited);
+}
+
 // Each operation finds a whole document and a whole report: of the one document or of the other.
 TEST(Threads, OneVerifierVerifiesWhileItIsAsked) {
     const std::string texts[] = {readText(sourcePath("examples/orders.xml")),

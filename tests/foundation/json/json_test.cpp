@@ -164,6 +164,32 @@ TEST(Json, WriterSetsCommasAndReplacesWhatIsNotUtf8) {
     EXPECT_TRUE(json::parseJson(out.view(), value, faultAt));
 }
 
+// Strings are looked at eight letters at a time: every ASCII letter at every place of short and
+// long ones, as a name and as a value, is escaped where it must be, and read back.
+TEST(Json, WriterEscapesAtEveryPlace) {
+    for (const std::size_t size : {1U, 7U, 8U, 9U, 16U, 23U, 300U}) {
+        for (std::size_t at = 0; at<size; at += size> 100 ? 37 : 1) {
+            for (int c = 0; c < 0x80; ++c) {
+                std::string text(size, 'a');
+                text[at] = static_cast<char>(c);
+                StringBuffer out;
+                json::JsonWriter writer(out);
+                writer.beginObject();
+                writer.textMember(text, text);
+                writer.endObject();
+                const bool escaped = c < 0x20 || c == 0x7F || c == '"' || c == '\\';
+                const std::size_t plain = 2 * size + 7;
+                EXPECT_EQ(out.getSize() > plain, escaped) << size << " " << at << " " << c;
+                json::JsonValue value;
+                std::size_t faultAt = 0;
+                ASSERT_TRUE(json::parseJson(out.view(), value, faultAt)) << out.view();
+                EXPECT_EQ(value.members().front().name, text);
+                EXPECT_EQ(value.members().front().value.text(), text);
+            }
+        }
+    }
+}
+
 // A text that would pass its limit is cut off and says so, at whatever byte that is.
 TEST(Json, WriterKeepsItsLimit) {
     const auto write = [](json::JsonWriter& writer) {

@@ -173,23 +173,38 @@ TEST(XmlCanon, LeavesHolesOutAsIfTheyWereCutOut) {
     });
 }
 
-// Every stretch of a document that is a hole: the result is that of the text without it.
+// Every stretch of a document that is a hole, and every two of them, side by side as well: the
+// result is that of the text without them.
 TEST(XmlCanon, EveryStretchAsAHole) {
     const std::string text =
-        "<r xmlns='u'>\r\n<a Id='i'>x]</a><b/>\n<p:c xmlns:p='v'><p:d/>]&amp;<e/>]><f xmlns=''/>\r"
-        "</p:c>\n</r>";
-    int holes = 0;
+        "<r xmlns='u'>\r\n<a Id='i'>x]</a><b/><q:g xmlns:q='w'/>\n<p:c xmlns:p='v'><p:d/><p:h/>]&amp;"
+        "<e/>]><f xmlns=''/>\r</p:c>\n</r>";
+    std::vector<xml::TextRange> holes;
     for (std::uint32_t start = 0; start < text.size(); ++start) {
         for (std::uint32_t length = 1; length <= text.size() - start; ++length) {
             std::string rest = text;
             rest.erase(start, length);
             if (const auto out = canonicalWithout(text, {{start, length}}, {.form = "exc"})) {
                 EXPECT_EQ(out, canonical(rest, {.form = "exc"})) << rest;
-                ++holes;
+                holes.push_back({start, length});
             }
         }
     }
-    EXPECT_GT(holes, 5);
+    int pairs = 0;
+    for (const xml::TextRange first : holes) {
+        for (const xml::TextRange second : holes) {
+            if (second.start >= first.end()) {
+                std::string rest = text;
+                rest.erase(second.start, second.length);
+                rest.erase(first.start, first.length);
+                EXPECT_EQ(canonicalWithout(text, {first, second}, {.form = "exc"}),
+                          canonical(rest, {.form = "exc"}))
+                    << rest;
+                ++pairs;
+            }
+        }
+    }
+    EXPECT_GT(pairs, 10);
 }
 
 TEST(XmlCanon, UsesAKnownStructureOnlyForItsOwnText) {
