@@ -3,8 +3,10 @@
 #define DSIG_REFERENCE_REFERENCE_TARGET_H
 
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/strings.h"
 
 #include <cstdint>
+#include <string_view>
 
 namespace vantrel::dsig {
 
@@ -22,14 +24,14 @@ struct ReferenceTarget {
 // no base URI is known.
 [[nodiscard]] inline ReferenceTarget targetOf(const StringBuffer& uri) {
     ReferenceTarget target;
-    target.text = uri;
-    target.text.trim2();
-    if (target.text.beginsWith("#")) {
+    std::string_view text = text::trimmed(uri.view());
+    if (text.starts_with('#')) {
         target.kind = ReferenceTarget::Kind::Fragment;
-        target.text.removeChunk(0, 1);
-    } else if (!target.text.isEmpty()) {
+        text.remove_prefix(1);
+    } else if (!text.empty()) {
         target.kind = ReferenceTarget::Kind::External;
     }
+    target.text.setView(text);
     return target;
 }
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/text/block_memory.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 namespace vantrel::text {
 
@@ -26,6 +28,18 @@ void* allocateBlock(std::size_t size) noexcept {
 }
 
 void freeBlock(void* block) noexcept { std::free(block); }
+
+void* growBlock(void* block, std::size_t size, std::size_t newSize) noexcept {
+    if (std::max(size, newSize) < kLargeBlock) {
+        return std::realloc(block, newSize);
+    }
+    void* const grown = allocateBlock(newSize);
+    if (grown != nullptr) {
+        std::memcpy(grown, block, std::min(size, newSize));
+        freeBlock(block);
+    }
+    return grown;
+}
 
 void setHugePageAdvice(HugePageAdvice advice) noexcept {
     g_hugePageAdvice.store(advice, std::memory_order_release);

@@ -97,6 +97,20 @@ bool SharedBytes::moveTo(std::size_t capacity) noexcept {
     return true;
 }
 
+// Where memory can be had behind the block, or its pages be moved, nothing is copied and no new
+// page touched: a log grows so many times.
+bool SharedBytes::growInPlace(std::size_t capacity) noexcept {
+    void* const memory = text::growBlock(m_block, sizeof(Block) + m_block->capacity + 1,
+                                         sizeof(Block) + capacity + 1);
+    if (memory == nullptr) {
+        return false;
+    }
+    m_block = new (memory) Block;
+    m_block->references.store(1, std::memory_order_relaxed);
+    m_block->capacity = capacity;
+    return true;
+}
+
 bool SharedBytes::append(const void* source, std::size_t count) noexcept {
     if (count == 0) {
         return true;
@@ -105,6 +119,11 @@ bool SharedBytes::append(const void* source, std::size_t count) noexcept {
         return false;
     }
     const std::size_t newSize = m_size + count;
+    if (isOwn() && m_block->capacity < newSize && !holds(source)) {
+        if (!growInPlace(grownCapacity(std::max<std::size_t>(m_size, 1), newSize))) {
+            return false;
+        }
+    }
     if (!isOwn() || m_block->capacity < newSize) {
         // The old block lives until the bytes are copied: they may be a part of it.
         const std::size_t held = m_block == nullptr ? 0 : std::max<std::size_t>(m_size, 1);

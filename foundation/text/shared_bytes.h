@@ -70,6 +70,8 @@ private:
     static Block* newBlock(std::size_t capacity) noexcept;
     static void releaseBlock(Block* block) noexcept;
     [[nodiscard]] bool isOwn() const noexcept;
+    // More room in the own block, which may move.
+    [[nodiscard]] bool growInPlace(std::size_t capacity) noexcept;
     // Carries the bytes over into a new block.
     [[nodiscard]] bool moveTo(std::size_t capacity) noexcept;
 
