@@ -19,7 +19,7 @@ namespace vantrel::dsig {
     std::vector<xml::ElementId> children;
     const xml::XmlDocument& document = *parent.document();
     for (xml::ElementId child = document.firstChild(parent.elementId()); child != xml::kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(parent.elementId(), child)) {
         children.push_back(child);
     }
     return children;
@@ -34,7 +34,7 @@ template <class Visit> void forEachReference(const ClsXml& signature, const Visi
         return;
     }
     for (xml::ElementId child = document.firstChild(signedInfo); child != xml::kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(signedInfo, child)) {
         if (document.localName(child) == "Reference") {
             visit(child);
         }

@@ -54,7 +54,7 @@ bool follows(const xml::XmlDocument& document, xml::ElementId parent, const Mode
     std::size_t rule = 0;
     std::size_t count = 0; // of the rule's element
     for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(parent, child)) {
         const std::string_view qualified = document.qualifiedName(child);
         const std::size_t prefixSize = qualified.find(':') + 1;
         const std::string_view name = qualified.substr(prefixSize);
@@ -92,7 +92,7 @@ bool hasSchemaStructure(const xml::XmlDocument& document, xml::ElementId signatu
     // its children in the namespace of its SignedInfo.
     xml::ElementId signedInfo = document.firstChild(signature);
     while (signedInfo != xml::kNoElement && document.localName(signedInfo) != "SignedInfo") {
-        signedInfo = document.nextSibling(signedInfo);
+        signedInfo = document.nextChild(signature, signedInfo);
     }
     if (signedInfo == xml::kNoElement) {
         return false;

@@ -45,7 +45,7 @@ xml::ElementId TokenIndex::withId(std::string_view id) const {
 
 void ElementSearch::search(const xml::XmlDocument& document, xml::ElementId element) {
     // Elements are numbered in document order, so a subtree is a stretch of ids.
-    const xml::ElementId end = document.element(element).next;
+    const xml::ElementId end = document.subtreeEnd(element);
     // Nested signatures lie in the stretch of the outermost, which is asked about first; siblings
     // each have their own. Either way an element is looked at once when signatures are taken in
     // document order.
@@ -66,13 +66,13 @@ void ElementSearch::search(const xml::XmlDocument& document, xml::ElementId elem
 bool ElementSearch::within(const xml::XmlDocument& document, xml::ElementId element) {
     search(document, element);
     const auto place = std::lower_bound(m_found.begin(), m_found.end(), element);
-    return place != m_found.end() && *place < document.element(element).next;
+    return place != m_found.end() && *place < document.subtreeEnd(element);
 }
 
 std::size_t ElementSearch::count(const xml::XmlDocument& document, xml::ElementId element) {
     search(document, element);
     const auto first = std::lower_bound(m_found.begin(), m_found.end(), element);
-    const auto last = std::lower_bound(first, m_found.end(), document.element(element).next);
+    const auto last = std::lower_bound(first, m_found.end(), document.subtreeEnd(element));
     return static_cast<std::size_t>(last - first);
 }
 

@@ -145,7 +145,8 @@ std::vector<xml::ElementId> writtenElements(const Target& target) {
     std::vector<xml::ElementId> elements;
     const xml::ElementId first = target.apex == xml::kNoElement ? 0 : target.apex;
     // Elements are numbered in document order, a subtree without gaps.
-    for (xml::ElementId id = first; id < target.structure->element(first).next; ++id) {
+    const xml::ElementId behind = target.structure->subtreeEnd(first);
+    for (xml::ElementId id = first; id < behind; ++id) {
         if (!target.omits(id)) {
             elements.push_back(id);
         }

@@ -104,8 +104,8 @@ bool signatureTemplates(const Target& target, const ChangeVisit& visit) {
     for (std::size_t count = 0; count <= std::size(kComputed) + 1; ++count) {
         std::vector<TextEdit> edits;
         // Only within the signature: other elements of those names are content.
-        for (xml::ElementId id = target.signature; id < document.element(target.signature).next;
-             ++id) {
+        const xml::ElementId behind = document.subtreeEnd(target.signature);
+        for (xml::ElementId id = target.signature; id < behind; ++id) {
             const std::string_view name = document.localName(id);
             // The names count in any namespace: prefixes are as different as programs.
             const auto* const at = std::find(std::begin(kComputed), std::end(kComputed), name);

@@ -47,7 +47,7 @@ KeyHints keyHints(const Selection& selection) {
     hints.isThere = true;
     const xml::XmlDocument& document = *keyInfo->document();
     const xml::ElementId end =
-        std::min(document.element(keyInfo->elementId()).next, keyInfo->elementId() + kMostElements);
+        std::min(document.subtreeEnd(keyInfo->elementId()), keyInfo->elementId() + kMostElements);
     for (xml::ElementId element = keyInfo->elementId() + 1;
          element < end && hints.names.size() < kMostNames; ++element) {
         const std::string_view name = document.localName(element);

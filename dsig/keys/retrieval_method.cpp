@@ -21,7 +21,8 @@ constexpr std::string_view kRawCertificate = "http://www.w3.org/2000/09/xmldsig#
 // The child element of one that has a single one; kNoElement for none or several.
 xml::ElementId onlyChild(const xml::XmlDocument& document, xml::ElementId parent) {
     const xml::ElementId child = document.firstChild(parent);
-    const bool only = child != xml::kNoElement && document.nextSibling(child) == xml::kNoElement;
+    const bool only =
+        child != xml::kNoElement && document.nextChild(parent, child) == xml::kNoElement;
     return only ? child : xml::kNoElement;
 }
 
@@ -91,7 +92,7 @@ PartChoice readTransforms(const xml::XmlDocument& document, xml::ElementId refer
 xml::ElementId selected(const xml::XmlDocument& document, xml::ElementId top,
                         const PartChoice& choice) {
     constexpr xml::ElementId kSmall = 1000;
-    const xml::ElementId end = document.element(top).next;
+    const xml::ElementId end = document.subtreeEnd(top);
     xml::ElementId found = xml::kNoElement;
     if (!choice.id.empty()) {
         const bool resolved =

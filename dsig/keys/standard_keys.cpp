@@ -85,7 +85,7 @@ private:
     void readChildren(const Part& part) {
         for (xml::ElementId child = structure().firstChild(part.element);
              child != xml::kNoElement && m_parts.size() < kMostParts;
-             child = structure().nextSibling(child)) {
+             child = structure().nextChild(part.element, child)) {
             m_parts.push_back({child, part.referredTo, part.source});
         }
     }

@@ -83,7 +83,7 @@ bool Package::checkManifests(Document& document, const Selection& selection, Rul
     const LogContextExitor context(log, "checkManifests");
     // A manifest that no reference covers is anybody's, and says nothing.
     const xml::XmlDocument& structure = *document.structure;
-    const xml::ElementId end = structure.element(selection.element()).next;
+    const xml::ElementId end = structure.subtreeEnd(selection.element());
     bool all = true;
     for (const xml::ElementId manifest : document.manifests()) {
         // Those of other signatures are theirs.

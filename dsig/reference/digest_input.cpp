@@ -138,7 +138,7 @@ private:
         return !m_fragmentId.isEmpty() && signature != xml::kNoElement &&
                xml::resolveFragment(document, m_fragmentId.view(), target) ==
                    xml::FragmentTarget::Element &&
-               target > signature && target < document.element(signature).next &&
+               target > signature && target < document.subtreeEnd(signature) &&
                signatureProfile(m_query.selection) == SignatureProfile::VietnamInvoice;
     }
 

@@ -29,10 +29,10 @@ std::vector<ListedTransform> transformsOf(const xml::XmlDocument& document,
                document.namespaceUri(element) == xml::kXmlDsigNamespace;
     };
     for (xml::ElementId list = document.firstChild(reference); list != xml::kNoElement;
-         list = document.nextSibling(list)) {
+         list = document.nextChild(reference, list)) {
         for (xml::ElementId child = isDsig(list, "Transforms") ? document.firstChild(list)
                                                                : xml::kNoElement;
-             child != xml::kNoElement; child = document.nextSibling(child)) {
+             child != xml::kNoElement; child = document.nextChild(list, child)) {
             if (isDsig(child, "Transform")) {
                 found.push_back({child, algorithmOf(document, child)});
             }

@@ -39,7 +39,7 @@ bool isManifest(const xml::XmlDocument& document, xml::ElementId element) {
 bool holdsManifest(Document& document, xml::ElementId top) {
     constexpr xml::ElementId kFewElements = 64;
     const xml::XmlDocument& structure = *document.structure;
-    const xml::ElementId end = structure.element(top).next;
+    const xml::ElementId end = structure.subtreeEnd(top);
     if (end - top > kFewElements) {
         const std::vector<xml::ElementId>& manifests = document.manifests();
         const auto inside = std::lower_bound(manifests.begin(), manifests.end(), top);
@@ -58,7 +58,7 @@ bool holdsManifest(Document& document, xml::ElementId top) {
 bool signatureHoldsManifest(Document& document, xml::ElementId signature) {
     const xml::XmlDocument& structure = *document.structure;
     for (xml::ElementId child = structure.firstChild(signature); child != xml::kNoElement;
-         child = structure.nextSibling(child)) {
+         child = structure.nextChild(signature, child)) {
         const std::string_view name = structure.localName(child);
         const bool isUsualPart =
             name == "SignedInfo" || name == "SignatureValue" || name == "KeyInfo";

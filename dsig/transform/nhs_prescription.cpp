@@ -65,7 +65,7 @@ private:
     [[nodiscard]] std::vector<ElementId> childrenOf(ElementId parent, std::string_view name) const {
         std::vector<ElementId> found;
         for (ElementId child = m_structure.firstChild(parent); child != kNoElement;
-             child = m_structure.nextSibling(child)) {
+             child = m_structure.nextChild(parent, child)) {
             if (m_structure.localName(child) == name &&
                 m_structure.namespaceUri(child) == marker::kHl7Version3) {
                 found.push_back(child);
@@ -83,7 +83,7 @@ private:
     // signed. Ascending, as the canonicalizer needs its gaps.
     [[nodiscard]] bool leaveOut(ElementId item, std::vector<xml::TextRange>& gaps) {
         for (ElementId child = m_structure.firstChild(item); child != kNoElement;
-             child = m_structure.nextSibling(child)) {
+             child = m_structure.nextChild(item, child)) {
             if (m_structure.namespaceUri(child) != marker::kHl7Version3) {
                 continue;
             }

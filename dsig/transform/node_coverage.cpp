@@ -85,7 +85,7 @@ Coverage coverageOf(const xml::NodeIndex& index, const xml::NodeBits& nodes,
             continue;
         }
         covered.push_back(element);
-        const ElementId end = document.element(element).next;
+        const ElementId end = document.subtreeEnd(element);
         for (++element; element < end;) {
             if (whole[element]) {
                 ++element;
@@ -93,7 +93,7 @@ Coverage coverageOf(const xml::NodeIndex& index, const xml::NodeBits& nodes,
             }
             exclude(document, element, element == signature ? exclusion::kEnvelopedSignature : why,
                     coverage);
-            element = document.element(element).next;
+            element = document.subtreeEnd(element);
         }
     }
     coverage.wholeDocument = outside && covered.size() == 1 && covered.front() == 0;

@@ -69,7 +69,7 @@ std::vector<ElementId> childrenNamed(const xml::XmlDocument& document, ElementId
                                      std::string_view space, std::string_view local) {
     std::vector<ElementId> found;
     for (ElementId child = document.firstChild(parent); child != kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(parent, child)) {
         if (document.localName(child) == local && document.namespaceUri(child) == space) {
             found.push_back(child);
         }

@@ -192,7 +192,7 @@ bool WorkingText::cutDownTo(TextRange range, LogBase& log) {
 
 ElementMap WorkingText::subtreeWithoutGaps(ElementId apex) const {
     ElementMap kept = m_map;
-    const ElementId end = m_structure->element(apex).next;
+    const ElementId end = m_structure->subtreeEnd(apex);
     // From the last gap on, so that the numbers before it stay as they are.
     ElementId keptEnd = end;
     for (auto gap = m_gaps.rbegin(); gap != m_gaps.rend(); ++gap) {
@@ -204,7 +204,7 @@ ElementMap WorkingText::subtreeWithoutGaps(ElementId apex) const {
         // A gap is a run of siblings: step over their subtrees up to its end.
         ElementId behind = first;
         while (behind < end && m_structure->element(behind).start < gap->end()) {
-            behind = m_structure->element(behind).next;
+            behind = m_structure->subtreeEnd(behind);
         }
         kept.remove(first, behind);
         keptEnd -= behind - first;

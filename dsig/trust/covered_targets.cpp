@@ -43,7 +43,7 @@ xml::ElementId childAt(const xml::XmlDocument& document, xml::ElementId parent,
     xml::ElementId found = xml::kNoElement;
     std::uint32_t seen = 0;
     for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(parent, child)) {
         if (document.qualifiedName(child) != step.name) {
             continue;
         }

@@ -88,7 +88,7 @@ void Material::addMessage(const DataBuffer& message) {
 
 void Material::addCarried(const SignatureReport& report, Document& document) {
     const xml::ElementId signature = report.signatureElement;
-    const xml::ElementId elements = document.structure->element(signature).next - signature;
+    const xml::ElementId elements = document.structure->subtreeEnd(signature) - signature;
     if (!charge(document, elements / kElementsPerStep)) {
         return;
     }

@@ -24,7 +24,7 @@ Elements below(const xml::XmlDocument& document, Elements from,
 }
 
 void collect(const xml::XmlDocument& document, xml::ElementId top, Evidence& out) {
-    const xml::ElementId end = document.element(top).next;
+    const xml::ElementId end = document.subtreeEnd(top);
     for (xml::ElementId element = top; element < end; ++element) {
         const std::string_view name = document.localName(element);
         if (name == "X509Certificate" || name == "EncapsulatedX509Certificate") {
@@ -43,7 +43,7 @@ Elements childrenNamed(const xml::XmlDocument& document, xml::ElementId parent,
                        std::string_view localName) {
     Elements found;
     for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(parent, child)) {
         if (document.localName(child) == localName) {
             found.push_back(child);
         }

@@ -106,14 +106,15 @@ public:
             return false;
         }
         while (!m_levels.empty()) {
-            const xml::ElementId child = m_levels.back().nextChild;
+            Level& level = m_levels.back();
+            const xml::ElementId child = level.nextChild;
             if (child == xml::kNoElement) {
                 if (!closeLevel()) {
                     return false;
                 }
                 continue;
             }
-            m_levels.back().nextChild = m_document.nextSibling(child);
+            level.nextChild = m_document.nextChild(level.element, child);
             if (!visit(child)) {
                 return false;
             }
@@ -124,6 +125,7 @@ public:
 private:
     struct Level {
         Description description;
+        xml::ElementId element;
         xml::ElementId nextChild;
         std::size_t start; // in the output, where the contents begin
     };
@@ -142,7 +144,7 @@ private:
             if (d.indefinite) {
                 m_out.push_back(kIndefinite);
             }
-            m_levels.push_back({d, m_document.firstChild(id), m_out.size()});
+            m_levels.push_back({d, id, m_document.firstChild(id), m_out.size()});
             return true;
         }
         // Primitive: the text directly in the element, references resolved.

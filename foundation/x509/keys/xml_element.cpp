@@ -9,7 +9,7 @@ namespace vantrel::x509 {
 
 bool XmlElement::child(std::string_view localName, XmlElement& out) const noexcept {
     for (xml::ElementId id = m_document->firstChild(m_id); id != xml::kNoElement;
-         id = m_document->nextSibling(id)) {
+         id = m_document->nextChild(m_id, id)) {
         if (m_document->localName(id) == localName) {
             out = XmlElement(*m_document, id);
             return true;
@@ -46,7 +46,7 @@ bool XmlElement::appendContent(std::string& out) const {
         case xml::ContentKind::Cdata: xml::appendCdata(piece.body, out); break;
         case xml::ContentKind::StartTag:
             reader.skipTo(m_document->element(nextChild).end);
-            nextChild = m_document->nextSibling(nextChild);
+            nextChild = m_document->nextChild(m_id, nextChild);
             break;
         case xml::ContentKind::Comment:
         case xml::ContentKind::ProcessingInstruction:

@@ -182,7 +182,8 @@ inline NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) {
         }
         m_reached = static_cast<ElementId>(element - m_elements.data());
     }
-    return {element->end, element->end - start >= kLongElement, element->next == m_reached + 1};
+    const bool isLeaf = m_document.firstChild(m_reached) == kNoElement;
+    return {element->end, element->end - start >= kLongElement, isLeaf};
 }
 
 // At a stop with a name's end: what findStop promised of the tag holds, so that only the

@@ -65,7 +65,7 @@ std::string contentWithoutSpace(const XmlDocument& document, ElementId element) 
     for (auto kind = reader.next(piece); kind != xml::ContentKind::End; kind = reader.next(piece)) {
         if (kind == xml::ContentKind::StartTag) {
             reader.skipTo(document.element(child).end);
-            child = document.nextSibling(child);
+            child = document.nextChild(element, child);
         } else if (kind == xml::ContentKind::Text) {
             xml::appendText(piece.body, content);
         } else if (kind == xml::ContentKind::Cdata) {
@@ -105,7 +105,7 @@ bool hasReferenceDigest(const XmlDocument& document, const SignatureElement& sig
         return false;
     }
     for (ElementId child = document.firstChild(signature.signedInfo); child != kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(signature.signedInfo, child)) {
         if (document.localName(child) != "Reference") {
             continue;
         }
@@ -215,7 +215,7 @@ void XmlSigLocate::recordParts(const XmlDocument& document, ElementId signature)
     ElementId keyInfo = kNoElement;
     ElementId value = kNoElement;
     for (ElementId child = document.firstChild(signature); child != kNoElement;
-         child = document.nextSibling(child)) {
+         child = document.nextChild(signature, child)) {
         const std::string_view name = document.localName(child);
         if (name == "Object") {
             lastObject = child;

@@ -33,7 +33,7 @@ bool collect(const XmlDocument& document, bool inSource, std::vector<TextRange>&
             return false;
         }
         ranges.push_back(range);
-        reached = record.next;
+        reached = document.subtreeEnd(signature.element);
     }
     return true;
 }

@@ -4,8 +4,10 @@
 
 #include "foundation/cpu/kernel_list.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -26,11 +28,31 @@ enum StopClass : unsigned {
     kStopClasses
 };
 
-// One row a class, one word a block; one word more, which stays zero, so that two neighbouring
-// words may be read at the last block.
+// One word a block; two words more, which stay zero, so that the last block may be read on from any
+// bit, and a byte a little behind it looked up.
+using MaskRow = std::uint64_t[kWindowBlocks + 2];
+
+// One row a class.
 struct BlockMasks {
-    std::uint64_t rows[kStopClasses][kWindowBlocks + 1];
+    MaskRow rows[kStopClasses];
 };
+
+// At least so many bits are the text's in what bitsFrom returns; the others may be zero.
+inline constexpr std::uint32_t kBitsAtOnce = 57;
+
+// The bits of a row from bit `distance` on. The byte that holds it is where the word is loaded, so
+// that one load and one shift do.
+[[nodiscard]] inline std::uint64_t bitsFrom(const MaskRow& row, std::uint32_t distance) noexcept {
+    std::uint64_t bits = 0;
+    if constexpr (std::endian::native == std::endian::little) {
+        const void* const bytes = row;
+        std::memcpy(&bits, static_cast<const char*>(bytes) + distance / 8, sizeof bits);
+        return bits >> (distance % 8);
+    }
+    const std::uint32_t shift = distance % kBlockSize;
+    const std::uint64_t* const word = row + distance / kBlockSize;
+    return (word[0] >> shift) | ((word[1] << 1) << (63 - shift));
+}
 
 // What was met on the way. Flags are set, never cleared.
 struct TextFacts {

@@ -35,15 +35,16 @@ bool checkBlockNeon(const char* block) noexcept {
 
 void classifyNeon(const char* text, std::size_t count, bool hasBefore, BlockMasks& masks,
                   TextFacts& facts) noexcept {
-    const uint8x16_t lowTable = vld1q_u8(kNameLow);
-    const uint8x16_t highTable = vld1q_u8(kNameHigh);
-    const auto isUnnamed = [=](uint8x16_t part) {
+    const uint8x16_t lowTable = vld1q_u8(kLowNibble);
+    const uint8x16_t highTable = vld1q_u8(kHighNibble);
+    uint8x16_t met = vdupq_n_u8(0); // of all kinds
+    const auto isUnnamed = [&](uint8x16_t part) {
         const uint8x16_t low = vqtbl1q_u8(lowTable, vandq_u8(part, vdupq_n_u8(0x0F)));
-        return vmvnq_u8(vtstq_u8(low, vqtbl1q_u8(highTable, vshrq_n_u8(part, 4))));
+        const uint8x16_t kinds = vandq_u8(low, vqtbl1q_u8(highTable, vshrq_n_u8(part, 4)));
+        met = vorrq_u8(met, kinds);
+        return vmvnq_u8(vtstq_u8(kinds, vdupq_n_u8(kNamed)));
     };
     bool highBefore = hasBefore; // an unfinished character may stand before the first block
-    uint8x16_t control = vdupq_n_u8(0);
-    uint8x16_t carriageReturn = vdupq_n_u8(0);
     for (std::size_t block = 0; block < count; ++block, text += kBlockSize) {
         const text::NeonBlock bytes(text);
         const std::uint64_t opening = bytes.maskOf(
@@ -55,12 +56,6 @@ void classifyNeon(const char* text, std::size_t count, bool hasBefore, BlockMask
         masks.rows[kColons][block] = bytes.equals(':');
         uint8x16_t all = vdupq_n_u8(0);
         for (const uint8x16_t part : bytes.bytes.val) {
-            const uint8x16_t cr = equalsNeon(part, '\r');
-            const uint8x16_t allowed =
-                vorrq_u8(cr, vorrq_u8(equalsNeon(part, '\n'), equalsNeon(part, '\t')));
-            const uint8x16_t low = vcltq_u8(part, vdupq_n_u8(0x20));
-            control = vorrq_u8(control, vbicq_u8(low, allowed));
-            carriageReturn = vorrq_u8(carriageReturn, cr);
             all = vorrq_u8(all, part);
         }
         const bool anyHigh = vmaxvq_u8(all) >= 0x80;
@@ -69,8 +64,8 @@ void classifyNeon(const char* text, std::size_t count, bool hasBefore, BlockMask
         }
         highBefore = anyHigh;
     }
-    facts.bad |= text::anyNeon(control);
-    facts.carriageReturn |= text::anyNeon(carriageReturn);
+    facts.bad |= text::anyNeon(vandq_u8(met, vdupq_n_u8(kControl)));
+    facts.carriageReturn |= text::anyNeon(vandq_u8(met, vdupq_n_u8(kReturn)));
 }
 
 } // namespace vantrel::xml

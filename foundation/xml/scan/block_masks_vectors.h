@@ -23,13 +23,17 @@ void classifyNeon(const char* text, std::size_t count, bool hasBefore, BlockMask
                   TextFacts& facts) noexcept;
 #endif
 
-// ASCII name characters by nibbles: a byte is one when the entries of its two halves share a bit.
-// Rows of the ASCII table: 2 holds "-.", 3 digits and ':', 4 and 6 letters from position 1 on, 5
-// letters and '_', 7 letters up to position 10.
-alignas(16) inline constexpr std::uint8_t kNameLow[16] = {
-    0x1A, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x1E, 0x04, 0x04, 0x05, 0x05, 0x0C};
-alignas(16) inline constexpr std::uint8_t kNameHigh[16] = {0, 0, 0x01, 0x02, 0x04, 0x08, 0x04, 0x10,
-                                                           0, 0, 0,    0,    0,    0,    0,    0};
+// ASCII by nibbles: what a byte is are the bits that the entries of its two halves share. Of the
+// rows of the ASCII table 2 holds "-.", 3 digits and ':', 4 and 6 letters from position 1 on, 5
+// letters and '_', 7 letters up to position 10; 0 holds TAB, LF and CR beside what XML does not
+// allow, and 1 nothing else.
+inline constexpr std::uint8_t kNamed = 0x1F;   // a name character
+inline constexpr std::uint8_t kControl = 0x60; // no character of a document
+inline constexpr std::uint8_t kReturn = 0x80;  // CR
+alignas(16) inline constexpr std::uint8_t kLowNibble[16] = {
+    0x7A, 0x7E, 0x7E, 0x7E, 0x7E, 0x7E, 0x7E, 0x7E, 0x7E, 0x5E, 0x5E, 0x64, 0x64, 0xC5, 0x65, 0x6C};
+alignas(16) inline constexpr std::uint8_t kHighNibble[16] = {
+    0xA0, 0x40, 0x01, 0x02, 0x04, 0x08, 0x04, 0x10, 0, 0, 0, 0, 0, 0, 0, 0};
 
 // Calls check(block) for a block that has three readable bytes before it, copied where need be.
 template <class Check>

@@ -65,21 +65,14 @@ VANTREL_AVX2 inline __m256i load32(const char* bytes) noexcept {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
 }
 
-// The two nibbles of a byte decide its class; a byte from 0x80 up has none.
-VANTREL_AVX2 inline __m256i named32(__m256i bytes) noexcept {
-    const __m256i lowTable = _mm256_broadcastsi128_si256(load16(kNameLow));
-    const __m256i highTable = _mm256_broadcastsi128_si256(load16(kNameHigh));
+// What each byte is, by its two nibbles.
+VANTREL_AVX2 inline __m256i kinds32(__m256i bytes) noexcept {
+    const __m256i lowTable = _mm256_broadcastsi128_si256(load16(kLowNibble));
+    const __m256i highTable = _mm256_broadcastsi128_si256(load16(kHighNibble));
     const __m256i high = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), _mm256_set1_epi8(0x0F));
     return _mm256_and_si256(_mm256_shuffle_epi8(lowTable, bytes),
                             _mm256_shuffle_epi8(highTable, high));
 }
-
-struct ThirtyTwo {
-    std::uint32_t stops[kStopClasses];
-    std::uint32_t control;
-    std::uint32_t carriageReturn;
-    std::uint32_t high;
-};
 
 VANTREL_AVX2 inline std::uint32_t maskOf32(__m256i bytes) noexcept {
     return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
@@ -89,24 +82,9 @@ VANTREL_AVX2 inline __m256i equals32(__m256i bytes, char c) noexcept {
     return _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(c));
 }
 
-VANTREL_AVX2 inline ThirtyTwo classifyThirtyTwo(const char* text) noexcept {
-    const __m256i bytes = load32(text);
-    const __m256i opening = _mm256_or_si256(equals32(bytes, '<'), equals32(bytes, '&'));
-    const __m256i unnamed = _mm256_cmpeq_epi8(named32(bytes), _mm256_setzero_si256());
-    const __m256i cr = equals32(bytes, '\r');
-    const __m256i allowed =
-        _mm256_or_si256(cr, _mm256_or_si256(equals32(bytes, '\n'), equals32(bytes, '\t')));
-    const __m256i low = _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, _mm256_set1_epi8(0x1F)), bytes);
-    ThirtyTwo out;
-    out.stops[kMarkupStops] = maskOf32(_mm256_or_si256(opening, equals32(bytes, ']')));
-    out.stops[kNameStops] = maskOf32(unnamed);
-    out.stops[kDoubleQuoteStops] = maskOf32(_mm256_or_si256(opening, equals32(bytes, '"')));
-    out.stops[kSingleQuoteStops] = maskOf32(_mm256_or_si256(opening, equals32(bytes, '\'')));
-    out.stops[kColons] = maskOf32(equals32(bytes, ':'));
-    out.control = maskOf32(_mm256_andnot_si256(allowed, low));
-    out.carriageReturn = maskOf32(cr);
-    out.high = maskOf32(bytes);
-    return out;
+// One word of a row from the two halves of a block.
+VANTREL_AVX2 inline std::uint64_t rowWord(__m256i low, __m256i high) noexcept {
+    return maskOf32(low) | (static_cast<std::uint64_t>(maskOf32(high)) << 32);
 }
 
 VANTREL_AVX2 inline __m256i lookUp32(const std::uint8_t* table, __m256i nibbles) noexcept {
@@ -206,58 +184,68 @@ void classifySse2(const char* text, std::size_t count, bool hasBefore, BlockMask
 
 VANTREL_AVX2 void classifyAvx2(const char* text, std::size_t count, bool hasBefore,
                                BlockMasks& masks, TextFacts& facts) noexcept {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i named = _mm256_set1_epi8(static_cast<char>(kNamed));
+    __m256i met = zero; // of all kinds
     bool highBefore = hasBefore;
-    std::uint32_t control = 0;
-    std::uint32_t carriageReturn = 0;
     for (std::size_t block = 0; block < count; ++block, text += kBlockSize) {
-        const ThirtyTwo low = classifyThirtyTwo(text);
-        const ThirtyTwo high = classifyThirtyTwo(text + 32);
-        for (unsigned stop = 0; stop < kStopClasses; ++stop) {
-            masks.rows[stop][block] =
-                low.stops[stop] | (static_cast<std::uint64_t>(high.stops[stop]) << 32);
-        }
-        control |= low.control | high.control;
-        carriageReturn |= low.carriageReturn | high.carriageReturn;
-        const bool anyHigh = (low.high | high.high) != 0;
-        if (anyHigh || highBefore) {
+        const __m256i a = load32(text);
+        const __m256i b = load32(text + 32);
+        const __m256i openA = _mm256_or_si256(equals32(a, '<'), equals32(a, '&'));
+        const __m256i openB = _mm256_or_si256(equals32(b, '<'), equals32(b, '&'));
+        const auto withOpening = [&](char c) VANTREL_AVX2 {
+            return rowWord(_mm256_or_si256(openA, equals32(a, c)),
+                           _mm256_or_si256(openB, equals32(b, c)));
+        };
+        const __m256i kindsA = kinds32(a);
+        const __m256i kindsB = kinds32(b);
+        met = _mm256_or_si256(met, _mm256_or_si256(kindsA, kindsB));
+        masks.rows[kMarkupStops][block] = withOpening(']');
+        masks.rows[kNameStops][block] =
+            rowWord(_mm256_cmpeq_epi8(_mm256_and_si256(kindsA, named), zero),
+                    _mm256_cmpeq_epi8(_mm256_and_si256(kindsB, named), zero));
+        masks.rows[kDoubleQuoteStops][block] = withOpening('"');
+        masks.rows[kSingleQuoteStops][block] = withOpening('\'');
+        masks.rows[kColons][block] = rowWord(equals32(a, ':'), equals32(b, ':'));
+        const bool anyHigh = maskOf32(_mm256_or_si256(a, b)) != 0;
+        if (anyHigh || highBefore) [[unlikely]] {
             facts.bad |= !withBefore(text, hasBefore || block != 0, checkBlockAvx2);
         }
         highBefore = anyHigh;
     }
-    facts.bad |= control != 0;
-    facts.carriageReturn |= carriageReturn != 0;
+    facts.bad |= _mm256_testz_si256(met, _mm256_set1_epi8(static_cast<char>(kControl))) == 0;
+    facts.carriageReturn |=
+        _mm256_testz_si256(met, _mm256_set1_epi8(static_cast<char>(kReturn))) == 0;
 }
 
 VANTREL_AVX512 void classifyAvx512(const char* text, std::size_t count, bool hasBefore,
                                    BlockMasks& masks, TextFacts& facts) noexcept {
-    const __m512i lowTable = spread(kNameLow);
-    const __m512i highTable = spread(kNameHigh);
+    const __m512i lowTable = spread(kLowNibble);
+    const __m512i highTable = spread(kHighNibble);
+    const __m512i named = _mm512_set1_epi8(static_cast<char>(kNamed));
+    __m512i met = _mm512_setzero_si512();
     bool highBefore = hasBefore;
-    std::uint64_t control = 0;
-    std::uint64_t carriageReturn = 0;
     for (std::size_t block = 0; block < count; ++block, text += kBlockSize) {
         const __m512i bytes = _mm512_loadu_si512(text);
         const __m512i high = _mm512_and_si512(_mm512_srli_epi16(bytes, 4), _mm512_set1_epi8(0x0F));
-        const std::uint64_t named = _mm512_test_epi8_mask(_mm512_shuffle_epi8(lowTable, bytes),
-                                                          _mm512_shuffle_epi8(highTable, high));
+        const __m512i kinds = _mm512_and_si512(_mm512_shuffle_epi8(lowTable, bytes),
+                                               _mm512_shuffle_epi8(highTable, high));
+        met = _mm512_or_si512(met, kinds);
         const std::uint64_t opening = equals64(bytes, '<') | equals64(bytes, '&');
         masks.rows[kMarkupStops][block] = opening | equals64(bytes, ']');
-        masks.rows[kNameStops][block] = ~named;
+        masks.rows[kNameStops][block] = _mm512_testn_epi8_mask(kinds, named);
         masks.rows[kDoubleQuoteStops][block] = opening | equals64(bytes, '"');
         masks.rows[kSingleQuoteStops][block] = opening | equals64(bytes, '\'');
         masks.rows[kColons][block] = equals64(bytes, ':');
-        const std::uint64_t cr = equals64(bytes, '\r');
-        const std::uint64_t low = _mm512_cmplt_epu8_mask(bytes, _mm512_set1_epi8(0x20));
-        control |= low & ~(cr | equals64(bytes, '\n') | equals64(bytes, '\t'));
-        carriageReturn |= cr;
         const bool anyHigh = _mm512_movepi8_mask(bytes) != 0;
-        if (anyHigh || highBefore) {
+        if (anyHigh || highBefore) [[unlikely]] {
             facts.bad |= !withBefore(text, hasBefore || block != 0, checkBlockAvx512);
         }
         highBefore = anyHigh;
     }
-    facts.bad |= control != 0;
-    facts.carriageReturn |= carriageReturn != 0;
+    facts.bad |= _mm512_test_epi8_mask(met, _mm512_set1_epi8(static_cast<char>(kControl))) != 0;
+    facts.carriageReturn |=
+        _mm512_test_epi8_mask(met, _mm512_set1_epi8(static_cast<char>(kReturn))) != 0;
 }
 
 } // namespace vantrel::xml

@@ -10,13 +10,10 @@
 #include <algorithm>
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace vantrel::xml {
 namespace {
 
+constexpr std::size_t kManyRecords = 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool equalsIgnoreCase(std::string_view text, std::string_view lower) noexcept {
@@ -32,15 +29,19 @@ DocumentScanner::DocumentScanner(XmlDocument& document, Mode mode)
       m_size(static_cast<std::uint32_t>(document.text().size())), m_mode(mode),
       m_window(document.text()) {
     document.m_fragment = mode != Mode::Document;
-    m_bound.assign(m_document.m_prefixes.size(), kUnbound);
     // Two prefixes are bound from the start: "" to no namespace, "xml" to its own.
-    m_document.m_elements.reserve(std::min<std::size_t>(m_size / 32 + 16, 4096));
+    m_bound.reserve(16);
+    m_bound.assign(m_document.m_prefixes.size(), kUnbound);
+    m_bound[kXmlPrefix] = kBuiltIn;
+    m_document.m_elements.reserve(std::min<std::size_t>(m_size / 16 + 16, 4096));
+    m_open.reserve(256);
 }
 
 ScanOutcome DocumentScanner::scan() {
     std::uint32_t at = readProlog();
     if (at != kFailed) {
         m_rootStart = at;
+        m_glances = m_glances && !m_checkTypes && !m_document.hasAttributeDefaults();
         at = readStartTag(at);
     }
     if (at != kFailed && readContent(at) && readEpilog(at)) {
@@ -110,10 +111,10 @@ std::uint32_t DocumentScanner::readDoctype(std::uint32_t at) {
 
 // Reads from behind the root's start tag to behind its end tag.
 bool DocumentScanner::readContent(std::uint32_t& at) {
-    while (m_current != kNoElement) {
-        at = m_window.find<kMarkupStops>(at);
+    while (!m_open.empty()) {
+        at = m_window.find<kMarkupStops>(m_glances ? readKnownTags(at) : at);
         if (at >= m_size) [[unlikely]] {
-            fail(at, "The document ends inside the element", m_document.qualifiedName(m_current));
+            fail(at, "The document ends inside the element", nameOf(m_open.back()));
             return false;
         }
         if (m_text[at] != '<') [[unlikely]] {
@@ -149,50 +150,23 @@ bool DocumentScanner::readEpilog(std::uint32_t at) {
     return true;
 }
 
-// True when the `length` bytes of the end tag's name at `at` are those of the start tag's name.
-bool DocumentScanner::matchesOpenTag(std::uint32_t at, std::uint32_t length,
-                                     std::uint32_t start) const noexcept {
-    const char* const opened = m_text + start + 1;
-    const char* const closed = m_text + at;
-#if defined(__SSE2__)
-    // One comparison of 32 bytes for every usual name, whatever its length.
-    if (length <= 32 && m_size - at >= 32) [[likely]] {
-        const auto load = [](const char* bytes) {
-            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-        };
-        const auto low = static_cast<std::uint32_t>(
-            _mm_movemask_epi8(_mm_cmpeq_epi8(load(opened), load(closed))));
-        const auto high = static_cast<std::uint32_t>(
-            _mm_movemask_epi8(_mm_cmpeq_epi8(load(opened + 16), load(closed + 16))));
-        const std::uint64_t differences = ~static_cast<std::uint64_t>(low | (high << 16));
-        return (differences & ((std::uint64_t{1} << length) - 1)) == 0;
-    }
-#endif
-    return length <= m_size - at && std::memcmp(opened, closed, length) == 0;
-}
-
 std::uint32_t DocumentScanner::closeElement(std::uint32_t end) noexcept {
-    ElementRecord& record = m_document.m_elements[m_current];
-    // While an element is open, `next` is the height of the undo list at its start.
-    while (m_rebound.size() > record.next) {
+    const Open& closed = m_open.back();
+    while (m_rebound.size() > closed.reboundBefore) {
         m_bound[m_rebound.back().prefixId] = m_rebound.back().before;
         m_rebound.pop_back();
     }
-    record.end = end;
-    record.next = m_document.elementCount();
-    m_current = record.parent;
-    --m_depth;
+    m_document.m_elements[closed.element].end = end;
+    m_open.pop_back();
     return end;
 }
 
 std::uint32_t DocumentScanner::readEndTag(std::uint32_t at) {
-    const ElementRecord& record = m_document.m_elements[m_current];
-    // While an element is open, `end` is the length of its name.
-    const std::uint32_t length = record.end;
-    if (!matchesOpenTag(at + 2, length, record.start)) [[unlikely]] {
+    const Open& open = m_open.back();
+    if (!rest(at + 2).starts_with(nameOf(open))) [[unlikely]] {
         return readOddEndTag(at);
     }
-    const std::uint32_t behind = at + 2 + length;
+    const std::uint32_t behind = at + 2 + open.nameLength;
     if (m_text[behind] != '>') [[unlikely]] {
         return readOddEndTag(at);
     }
@@ -201,8 +175,7 @@ std::uint32_t DocumentScanner::readEndTag(std::uint32_t at) {
 
 // An end tag with white space in it, or a wrong one.
 std::uint32_t DocumentScanner::readOddEndTag(std::uint32_t at) {
-    const ElementRecord& record = m_document.m_elements[m_current];
-    const std::string_view name(m_text + record.start + 1, record.end);
+    const std::string_view name = nameOf(m_open.back());
     const std::size_t length = matchName(rest(at + 2));
     if (length == 0) {
         return fail(at, "The end tag has no name");
@@ -226,7 +199,7 @@ std::uint32_t DocumentScanner::readOtherMarkup(std::uint32_t at) {
     if (here.starts_with("<!--")) {
         return readComment(at);
     }
-    if (here.starts_with("<![CDATA[") && m_current != kNoElement) {
+    if (here.starts_with("<![CDATA[") && !m_open.empty()) {
         const std::size_t end = here.find("]]>", 9);
         if (end == here.npos) {
             return fail(at, "The CDATA section is not closed");
@@ -316,8 +289,14 @@ void DocumentScanner::finish() {
                             signature.kind == SignatureKind::NoNamespace;
         return !byName && signature.signedInfoCount == 0;
     });
-    m_document.m_elements.shrink();
-    m_document.m_namespaces.shrink();
+    // What a small document could give back is not worth the work.
+    if (m_document.m_elements.size() > kManyRecords) {
+        m_document.m_elements.shrink();
+    }
+    if (m_document.m_namespaces.size() > kManyRecords) {
+        m_document.m_namespaces.shrink();
+    }
+    m_document.m_parents.build(m_document.elements());
 }
 
 std::uint32_t DocumentScanner::fail(std::uint32_t offset, std::string_view message) {

@@ -2,6 +2,7 @@
 #ifndef FOUNDATION_XML_SCAN_GROW_ARRAY_H
 #define FOUNDATION_XML_SCAN_GROW_ARRAY_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
@@ -61,6 +62,14 @@ public:
         m_data = static_cast<T*>(moved);
         m_capacity = capacity;
     }
+    // Room for so many behind the last at least; it doubles where there is less. Returns how many
+    // there is room for.
+    std::size_t reserveMore(std::size_t more) {
+        if (more > m_capacity - m_size) [[unlikely]] {
+            reserve(std::max(m_size + more, 2 * m_capacity));
+        }
+        return m_capacity - m_size;
+    }
     void push_back(const T& value) {
         if (m_size == m_capacity) [[unlikely]] {
             const T copy = value;
@@ -71,6 +80,7 @@ public:
         m_data[m_size++] = value;
     }
     void pop_back() noexcept { --m_size; }
+    // Also up to the capacity, by who has written what is behind the last.
     void truncate(std::size_t size) noexcept { m_size = size; }
     void clear() noexcept { m_size = 0; }
     // Gives back room that was reserved and not used.

@@ -24,7 +24,7 @@ public:
             const ElementId element = m_items[item].element;
             if (item == 0 || m_items[item - 1].element != element) {
                 closeBefore(element);
-                m_open.push_back({element, item, m_group});
+                m_open.push_back({element, subtreeEnd(m_elements, element), item, m_group});
             }
             take(item);
         }
@@ -35,6 +35,7 @@ public:
 private:
     struct Open {
         ElementId element;
+        ElementId behind; // its subtree
         std::uint32_t firstItem;
         std::uint32_t groupBefore;
     };
@@ -61,16 +62,15 @@ private:
 
     // Ends the elements whose subtrees lie before `element`.
     void closeBefore(ElementId element) {
-        while (!m_open.empty() && m_elements[m_open.back().element].next <= element) {
+        while (!m_open.empty() && m_open.back().behind <= element) {
             const Open last = m_open.back();
             m_open.pop_back();
-            const ElementId behind = m_elements[last.element].next;
             for (std::uint32_t item = last.firstItem;
                  item < m_items.size() && m_items[item].element == last.element; ++item) {
-                bind(m_items[item].name, behind, m_hidden[item]);
+                bind(m_items[item].name, last.behind, m_hidden[item]);
             }
             if (m_group != last.groupBefore) {
-                setGroup(behind, last.groupBefore);
+                setGroup(last.behind, last.groupBefore);
             }
         }
     }

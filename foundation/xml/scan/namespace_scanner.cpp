@@ -37,7 +37,7 @@ std::uint32_t DocumentScanner::prefixId(const char* prefix, std::uint32_t length
     } else {
         std::memcpy(&key, prefix, length);
     }
-    CachedPrefix& cached = m_prefixCache[(key * 0x9E3779B97F4A7C15ULL) >> 58];
+    CachedPrefix& cached = m_prefixCache[(key * 0x9E3779B97F4A7C15ULL) >> 60];
     if (cached.key == key) [[likely]] {
         return cached.id;
     }
@@ -50,7 +50,7 @@ std::uint32_t DocumentScanner::prefixId(const char* prefix, std::uint32_t length
 
 bool DocumentScanner::checkPrefix(std::uint32_t nameStart, std::uint32_t length) {
     const std::uint32_t id = prefixId(m_text + nameStart, length);
-    if (id != kNoPrefix && (m_bound[id] != kUnbound || id == kXmlPrefix)) [[likely]] {
+    if (id != kNoPrefix && m_bound[id] != kUnbound) [[likely]] {
         return true;
     }
     const std::string_view prefix(m_text + nameStart, length);
@@ -68,7 +68,10 @@ bool DocumentScanner::checkPrefix(std::uint32_t nameStart, std::uint32_t length)
 // The namespace name that a prefix is bound to now; empty for none.
 std::string_view DocumentScanner::boundName(std::uint32_t prefixId) const noexcept {
     if (prefixId == kNoPrefix || m_bound[prefixId] == kUnbound) {
-        return prefixId == kXmlPrefix ? kXmlNamespace : std::string_view();
+        return {};
+    }
+    if (m_bound[prefixId] == kBuiltIn) {
+        return kXmlNamespace;
     }
     return m_document.namespaceName(m_document.m_namespaces[m_bound[prefixId]]);
 }
@@ -77,9 +80,12 @@ std::string_view DocumentScanner::boundName(std::uint32_t prefixId) const noexce
 // else in side storage. Defaults, which many elements may share, are stored once.
 TextRange DocumentScanner::storeValue(const Read& attribute, AttributeType type) {
     const std::string_view raw = attribute.valueView();
-    if (attribute.fromText && type == AttributeType::Cdata && !attribute.hasReference &&
-        raw.find_first_of("\t\n\r") == raw.npos) [[likely]] {
-        return {static_cast<std::uint32_t>(attribute.value - m_text), attribute.valueLength};
+    if (attribute.fromText && type == AttributeType::Cdata) [[likely]] {
+        const auto at = static_cast<std::uint32_t>(attribute.value - m_text);
+        const std::uint32_t end = at + attribute.valueLength;
+        if (findAttributeStop(m_text, at, m_size, m_text[end]) == end) [[likely]] {
+            return {at, attribute.valueLength};
+        }
     }
     const auto start = static_cast<std::uint32_t>(m_document.m_side.size());
     if (attribute.fromText) {
@@ -95,7 +101,7 @@ TextRange DocumentScanner::storeValue(const Read& attribute, AttributeType type)
 }
 
 bool DocumentScanner::declareNamespace(ElementId element, const Read& attribute) {
-    const TextRange value = storeValue(attribute, typeOf(element, attribute));
+    const TextRange value = storeValue(attribute, typeOf(attribute));
     const std::string_view prefix =
         attribute.nameLength == 5 ? std::string_view() : attribute.nameView().substr(6);
     const std::uint32_t id = m_document.m_prefixes.findOrAdd(prefix);
@@ -135,24 +141,24 @@ bool DocumentScanner::checkDeclaration(const Read& attribute, std::string_view n
     return true;
 }
 
-// One comparison of eight bytes sorts out nearly every element.
-void DocumentScanner::noteSignature(ElementId element, std::uint32_t nameStart,
-                                    std::uint32_t prefixLength, std::uint32_t nameLength) {
-    const std::uint32_t skipped = prefixLength == 0 ? 0 : prefixLength + 1;
-    const char* const local = m_text + nameStart + skipped;
-    if (m_text + m_size - local < 8) [[unlikely]] {
-        return; // too near to the end to be any of them
+// One comparison of eight bytes of the local name sorts out nearly every element.
+bool DocumentScanner::mayBeSignature(std::uint32_t localStart) const noexcept {
+    if (m_size - localStart < 8) [[unlikely]] {
+        return false; // too near to the end to be any of them
     }
     std::uint64_t key = 0;
-    std::memcpy(&key, local, 8);
+    std::memcpy(&key, m_text + localStart, 8);
     if constexpr (std::endian::native == std::endian::big) {
         key = __builtin_bswap64(key);
     }
-    if (key != firstEight(kSignature) && key != firstEight(kAuthSignature) &&
-        key != firstEight(kSignedInfo)) [[likely]] {
-        return;
-    }
-    const std::string_view name(local, nameLength - skipped);
+    return key == firstEight(kSignature) || key == firstEight(kAuthSignature) ||
+           key == firstEight(kSignedInfo);
+}
+
+void DocumentScanner::noteSignature(ElementId element, std::uint32_t nameStart,
+                                    std::uint32_t prefixLength, std::uint32_t nameLength) {
+    const std::uint32_t skipped = prefixLength == 0 ? 0 : prefixLength + 1;
+    const std::string_view name(m_text + nameStart + skipped, nameLength - skipped);
     const std::string_view prefix(m_text + nameStart, prefixLength);
     if (name == kSignedInfo) {
         addSignedInfo(element, prefix);
@@ -166,7 +172,7 @@ void DocumentScanner::addSignature(ElementId element, std::string_view local,
                                    std::string_view prefix) {
     const std::uint32_t id = m_document.m_prefixes.find(prefix);
     const std::string_view uri = boundName(id);
-    const bool declared = id != kNoPrefix && m_bound[id] != kUnbound;
+    const bool declared = id != kNoPrefix && m_bound[id] < kBuiltIn;
     SignatureKind kind = SignatureKind::OtherNamespace;
     if (local == kAuthSignature) {
         kind = SignatureKind::AuthSignature;
@@ -181,7 +187,7 @@ void DocumentScanner::addSignature(ElementId element, std::string_view local,
 }
 
 void DocumentScanner::addSignedInfo(ElementId element, std::string_view prefix) {
-    const ElementId parent = m_document.m_elements[element].parent;
+    const ElementId parent = m_open.size() < 2 ? kNoElement : m_open[m_open.size() - 2].element;
     auto& signatures = m_document.m_signatures;
     const auto found = std::lower_bound(
         signatures.begin(), signatures.end(), parent,

@@ -6,6 +6,7 @@
 namespace vantrel::xml {
 
 PrefixTable::PrefixTable() : m_slots(32, 0) {
+    m_entries.reserve(8);
     (void)findOrAdd("");
     (void)findOrAdd("xml");
 }

@@ -94,15 +94,13 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     if (nameEnd == kFailed) [[unlikely]] {
         return kFailed;
     }
-    if (++m_depth > kMaxDepth) [[unlikely]] {
+    if (m_open.size() == kMaxDepth) [[unlikely]] {
         return fail(at, "Limit passed: the nesting depth of elements");
     }
     const ElementId element = m_document.elementCount();
-    // Until the element is closed, `end` holds the length of its name and `next` the height of the
-    // undo list of namespace bindings.
-    m_document.m_elements.push_back(
-        {at, nameEnd - nameStart, m_current, static_cast<std::uint32_t>(m_rebound.size())});
-    m_current = element;
+    m_document.m_elements.push_back({at, 0});
+    m_open.push_back(
+        {element, nameEnd - nameStart, kNoGlance, static_cast<std::uint32_t>(m_rebound.size())});
 
     std::uint32_t behind = nameEnd;
     const bool simple = m_text[behind] == '>' || m_text[behind] == '/';
@@ -122,8 +120,18 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     if (prefixLength != 0 && !checkPrefix(nameStart, prefixLength)) [[unlikely]] {
         return kFailed;
     }
-    noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
+    const std::uint32_t localStart = nameStart + (prefixLength == 0 ? 0 : prefixLength + 1);
+    if (mayBeSignature(localStart)) [[unlikely]] {
+        noteSignature(element, nameStart, prefixLength, nameEnd - nameStart);
+    } else if (m_glances) {
+        learnElement(nameStart, nameEnd - nameStart, prefixLength);
+    }
     if (m_text[behind] == '>') {
+        Open& open = m_open.back();
+        const bool undoes = m_rebound.size() != open.reboundBefore;
+        if (!undoes && open.nameLength <= kGlancedName && element != 0) {
+            open.endTagMask = nameMask(open.nameLength) << 1;
+        }
         return behind + 1;
     }
     if (m_text[behind + 1] != '>') [[unlikely]] {
@@ -193,7 +201,6 @@ std::uint32_t DocumentScanner::readAttribute(std::uint32_t at) {
         if (m_text[end] == '<') {
             return fail(end, "An attribute value may not contain '<'");
         }
-        attribute.hasReference = true;
         end = readReference(end, true);
         if (end == kFailed) {
             return kFailed;
@@ -286,21 +293,26 @@ bool DocumentScanner::takeAttributes(ElementId element) {
         if (attribute.namespaceDecl) {
             continue;
         }
+        std::uint32_t id = kXmlPrefix; // without a prefix, of one that is always bound
         if (attribute.prefixLength != 0) {
             ++qualified;
-            const std::uint32_t id = prefixId(attribute.name, attribute.prefixLength);
+            id = prefixId(attribute.name, attribute.prefixLength);
             if (id == kXmlPrefix) [[unlikely]] {
                 m_document.noteXmlAttribute(element);
             }
-            const bool bound = id != kNoPrefix && (id == kXmlPrefix || m_bound[id] != kUnbound);
+            const bool bound = id != kNoPrefix && m_bound[id] != kUnbound;
             if (!bound && m_mode == Mode::Document) {
                 fail(attribute.offset,
                      "The prefix of the attribute is not declared:", attribute.nameView());
                 return false;
             }
         }
-        if (m_checkTypes || isIdName(attribute.nameView(), attribute.local())) {
+        const bool isId = isIdName(attribute.nameView(), attribute.local());
+        if (m_checkTypes || isId) {
             noteId(element, attribute);
+        }
+        if (m_glances) {
+            learnAttribute(attribute, id, isId);
         }
     }
     return qualified < 2 || checkUniqueExpanded();
@@ -392,17 +404,15 @@ int DocumentScanner::compareBoundNames(std::uint32_t a, std::uint32_t b) {
     return known->second;
 }
 
-AttributeType DocumentScanner::typeOf(ElementId element, const Read& attribute) const noexcept {
+AttributeType DocumentScanner::typeOf(const Read& attribute) const noexcept {
     if (!m_checkTypes) [[likely]] {
         return AttributeType::Cdata;
     }
-    const ElementRecord& record = m_document.m_elements[element];
-    return m_document.documentType()->attributeType({m_text + record.start + 1, record.end},
-                                                    attribute.nameView());
+    return m_document.documentType()->attributeType(nameOf(m_open.back()), attribute.nameView());
 }
 
 void DocumentScanner::noteId(ElementId element, const Read& attribute) {
-    const AttributeType type = typeOf(element, attribute);
+    const AttributeType type = typeOf(attribute);
     if (type == AttributeType::Id || isIdName(attribute.nameView(), attribute.local())) {
         const TextRange value = storeValue(attribute, type);
         m_document.m_ids.add(element, value.start, value.length);

@@ -43,6 +43,7 @@ void TextWindow::advance() noexcept {
     }
     for (auto& row : m_masks.rows) {
         row[blocks] = 0;
+        row[blocks + 1] = 0;
     }
 }
 

@@ -20,10 +20,7 @@ public:
     // is none.
     template <StopClass Stop> [[nodiscard]] std::uint32_t find(std::uint32_t at) noexcept {
         if (at < m_end) [[likely]] {
-            const std::uint32_t distance = at - m_begin;
-            const std::uint64_t* const word = m_masks.rows[Stop] + distance / kBlockSize;
-            const std::uint32_t shift = distance % kBlockSize;
-            const std::uint64_t bits = (word[0] >> shift) | ((word[1] << 1) << (63 - shift));
+            const std::uint64_t bits = bitsFrom(m_masks.rows[Stop], at - m_begin);
             if (bits != 0) [[likely]] {
                 return at + static_cast<std::uint32_t>(__builtin_ctzll(bits));
             }
@@ -31,20 +28,22 @@ public:
         return findFar(Stop, at);
     }
 
-    // Bit i is set when byte `at` + i is a colon, for i below `count`, which is at most 64. False
-    // when the window has moved on.
+    // Bit i is set when byte `at` + i is a colon, for i below `count`, which is at most
+    // kBitsAtOnce. False when it is more, or when the window has moved on.
     [[nodiscard]] bool colons(std::uint32_t at, std::uint32_t count,
                               std::uint64_t& bits) const noexcept {
-        if (at < m_begin || count > kBlockSize || count == 0) [[unlikely]] {
+        if (at < m_begin || count > kBitsAtOnce || count == 0) [[unlikely]] {
             return false;
         }
-        const std::uint32_t distance = at - m_begin;
-        const std::uint64_t* const word = m_masks.rows[kColons] + distance / kBlockSize;
-        const std::uint32_t shift = distance % kBlockSize;
-        bits = ((word[0] >> shift) | ((word[1] << 1) << (63 - shift))) &
+        bits = bitsFrom(m_masks.rows[kColons], at - m_begin) &
                (~std::uint64_t{0} >> (kBlockSize - count));
         return true;
     }
+
+    // The stretch that the window covers now, and its masks.
+    [[nodiscard]] std::uint32_t begin() const noexcept { return m_begin; }
+    [[nodiscard]] std::uint32_t end() const noexcept { return m_end; }
+    [[nodiscard]] const BlockMasks& masks() const noexcept { return m_masks; }
 
     // Checks everything up to `offset` (up to the end of the text when it lies there).
     void checkUpTo(std::uint32_t offset) noexcept;

@@ -54,7 +54,7 @@ ElementId XmlDocument::firstChildNamed(ElementId parent,
                                        std::string_view localName) const noexcept {
     ElementId child = firstChild(parent);
     while (child != kNoElement && this->localName(child) != localName) {
-        child = nextSibling(child);
+        child = nextChild(parent, child);
     }
     return child;
 }
@@ -149,7 +149,7 @@ bool XmlDocument::lookUpNamespace(ElementId id, std::string_view prefix,
 
 const NamespaceDecl* XmlDocument::nearestDeclaration(ElementId id, std::uint32_t prefixId) const {
     std::uint32_t steps = 0;
-    for (ElementId at = id; at != kNoElement; at = m_elements[at].parent) {
+    for (ElementId at = id; at != kNoElement; at = parent(at)) {
         const std::span<const NamespaceDecl> own = namespaceDecls(at);
         steps += 1 + static_cast<std::uint32_t>(own.size());
         if (steps > kFewAncestors) {

@@ -4,6 +4,7 @@
 
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/scan/document_type.h"
+#include "foundation/xml/scan/element_tree.h"
 #include "foundation/xml/scan/grow_array.h"
 #include "foundation/xml/scan/id_table.h"
 #include "foundation/xml/scan/limits.h"
@@ -34,16 +35,6 @@ struct TextRange {
 [[nodiscard]] constexpr TextRange rangeOf(std::size_t start, std::size_t end) noexcept {
     return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)};
 }
-
-// One element. Records stand in document order, so the subtree of element e is [e, next(e)): the
-// first child of e is e + 1 when that is below next(e), and the sibling after e is next(e) when
-// that is below next(parent). Offsets are into XmlDocument::text().
-struct ElementRecord {
-    std::uint32_t start; // of the '<' of the start tag
-    std::uint32_t end;   // past the end tag, or past an empty-element tag
-    ElementId parent;    // kNoElement for the root
-    ElementId next;      // first element after the subtree; may be the number of elements
-};
 
 // One namespace declaration, from the text or from an attribute default; in document order, those
 // of one element together.
@@ -130,7 +121,9 @@ public:
     // Facts that let a reader take a short way.
     [[nodiscard]] bool hasCarriageReturn() const noexcept { return m_hasCarriageReturn; }
 
-    // Elements. There is always at least one: the root, element 0.
+    // Elements. There is always at least one: the root, element 0. Records stand in document order,
+    // so the subtree of an element is [id, subtreeEnd(id)), and its first child is the one behind
+    // it when that begins before it ends.
     [[nodiscard]] std::span<const ElementRecord> elements() const noexcept {
         return m_elements.span();
     }
@@ -140,16 +133,23 @@ public:
     [[nodiscard]] const ElementRecord& element(ElementId id) const noexcept {
         return m_elements[id];
     }
-    // kNoElement when there is none.
-    [[nodiscard]] ElementId parent(ElementId id) const noexcept { return m_elements[id].parent; }
-    [[nodiscard]] ElementId firstChild(ElementId id) const noexcept {
-        return id + 1 < m_elements[id].next ? id + 1 : kNoElement;
+    // The first element behind the subtree; may be the number of elements.
+    [[nodiscard]] ElementId subtreeEnd(ElementId id) const noexcept {
+        const bool isLeaf = firstChild(id) == kNoElement;
+        return isLeaf ? id + 1 : xml::subtreeEnd(m_elements.span(), id);
     }
+    // kNoElement when there is none.
+    [[nodiscard]] ElementId parent(ElementId id) const noexcept {
+        return m_parents.parent(m_elements.span(), id);
+    }
+    [[nodiscard]] ElementId firstChild(ElementId id) const noexcept { return childAt(id, id + 1); }
+    // The child behind `child`, for a walk over the children of a known parent.
+    [[nodiscard]] ElementId nextChild(ElementId parent, ElementId child) const noexcept {
+        return childAt(parent, subtreeEnd(child));
+    }
+    // The same where the parent is not known, which has to be looked for.
     [[nodiscard]] ElementId nextSibling(ElementId id) const noexcept {
-        const ElementRecord& record = m_elements[id];
-        return record.parent != kNoElement && record.next < m_elements[record.parent].next
-                   ? record.next
-                   : kNoElement;
+        return id == 0 ? kNoElement : nextChild(parent(id), id);
     }
     // The first child with this local name, in any namespace; kNoElement when there is none.
     [[nodiscard]] ElementId firstChildNamed(ElementId parent,
@@ -237,6 +237,11 @@ private:
     friend class DocumentScanner;
 
     XmlDocument();
+    // Where another child of `parent` would be: `id` when it is one.
+    [[nodiscard]] ElementId childAt(ElementId parent, ElementId id) const noexcept {
+        return id < m_elements.size() && m_elements[id].start < m_elements[parent].end ? id
+                                                                                       : kNoElement;
+    }
     void noteXmlAttribute(ElementId element) {
         if (m_xmlAttributes.empty() || m_xmlAttributes.back() != element) {
             m_xmlAttributes.push_back(element);
@@ -249,6 +254,7 @@ private:
     StringBuffer m_source;
     StringBuffer m_text;
     GrowArray<ElementRecord> m_elements;
+    ParentFinder m_parents;
     GrowArray<NamespaceDecl> m_namespaces;
     PrefixTable m_prefixes;
     IdTable m_ids;

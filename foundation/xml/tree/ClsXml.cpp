@@ -85,10 +85,9 @@ int ClsXml::numChildrenHavingTagUtf8(const char* tag, LogBase& /*log*/) const {
     int count = 0;
     if (m_document != nullptr) {
         const NamePattern pattern(viewOf(tag));
-        for (ElementId at =
-                 xml::findChildFrom(*m_document, m_document->firstChild(m_element), pattern);
-             at != kNoElement;
-             at = xml::findChildFrom(*m_document, m_document->nextSibling(at), pattern)) {
+        for (ElementId at = xml::findChildFrom(*m_document, m_element,
+                                               m_document->firstChild(m_element), pattern);
+             at != kNoElement; at = xml::findNextChild(*m_document, m_element, at, pattern)) {
             ++count;
         }
     }
@@ -107,7 +106,7 @@ int ClsXml::get_NumChildren() const {
     int count = 0;
     if (m_document != nullptr) {
         for (ElementId at = m_document->firstChild(m_element); at != kNoElement;
-             at = m_document->nextSibling(at)) {
+             at = m_document->nextChild(m_element, at)) {
             ++count;
         }
     }
@@ -121,7 +120,7 @@ ElementId ClsXml::childAt(int index) const noexcept {
     const bool known = m_lastChildIndex >= 0 && m_lastChildIndex <= index;
     ElementId child = known ? m_lastChild : m_document->firstChild(m_element);
     for (int at = known ? m_lastChildIndex : 0; at < index && child != kNoElement; ++at) {
-        child = m_document->nextSibling(child);
+        child = m_document->nextChild(m_element, child);
     }
     if (child != kNoElement) {
         m_lastChildIndex = index;
@@ -214,7 +213,7 @@ ClsXml* ClsXml::searchForTag(const ClsXml* after, const char* tag) const {
         return nullptr;
     }
     const NamePattern pattern(viewOf(tag));
-    const ElementId end = m_document->element(m_element).next;
+    const ElementId end = m_document->subtreeEnd(m_element);
     for (ElementId at = searchStart(after); at < end; ++at) {
         if (pattern.matches(m_document->qualifiedName(at))) {
             return handleOn(at);
@@ -230,7 +229,7 @@ ClsXml* ClsXml::searchForAttribute(const ClsXml* after, const char* tag, const c
     }
     const NamePattern pattern(viewOf(tag));
     const NamePattern attribute(viewOf(name));
-    const ElementId end = m_document->element(m_element).next;
+    const ElementId end = m_document->subtreeEnd(m_element);
     for (ElementId at = searchStart(after); at < end; ++at) {
         if (!pattern.matches(m_document->qualifiedName(at))) {
             continue;
@@ -280,9 +279,9 @@ bool ClsXml::sourceRange(std::uint32_t& start, std::uint32_t& end) const noexcep
 std::vector<ElementId> ClsXml::childrenWithTag(std::string_view tag) const {
     std::vector<ElementId> children;
     const NamePattern pattern(tag);
-    for (ElementId at = xml::findChildFrom(*m_document, m_document->firstChild(m_element), pattern);
-         at != kNoElement;
-         at = xml::findChildFrom(*m_document, m_document->nextSibling(at), pattern)) {
+    for (ElementId at =
+             xml::findChildFrom(*m_document, m_element, m_document->firstChild(m_element), pattern);
+         at != kNoElement; at = xml::findNextChild(*m_document, m_element, at, pattern)) {
         children.push_back(at);
     }
     return children;

@@ -80,7 +80,7 @@ void appendElementContent(const XmlDocument& document, ElementId element, std::s
         case ContentKind::Cdata: appendCdata(piece.body, out); break;
         case ContentKind::StartTag:
             reader.skipTo(document.element(child).end);
-            child = document.nextSibling(child);
+            child = document.nextChild(element, child);
             break;
         case ContentKind::Comment:
         case ContentKind::ProcessingInstruction: break;
@@ -121,7 +121,8 @@ void appendElementXml(const XmlDocument& document, ElementId element, std::strin
     const ElementRecord& record = document.element(element);
     std::uint32_t copied = record.start;
     if (document.hasAttributeTypes()) {
-        for (ElementId at = element; at < record.next; ++at) {
+        const ElementId behind = document.subtreeEnd(element);
+        for (ElementId at = element; at < behind; ++at) {
             out.append(document.text(), copied, document.element(at).start - copied);
             copied = appendResolvedTag(document, at, out);
         }
@@ -136,7 +137,7 @@ void ElementPaths::numberChildren(ElementId parent) {
     };
     NameMap<Count> counts;
     for (ElementId child = m_document.firstChild(parent); child != kNoElement;
-         child = m_document.nextSibling(child)) {
+         child = m_document.nextChild(parent, child)) {
         ++m_work;
         const std::string_view name = m_document.qualifiedName(child);
         auto found = counts.find(name);

@@ -27,20 +27,20 @@ bool NamePattern::matchesAt(std::string_view text, std::uint32_t at) const noexc
     return rest[end] == ':' && isWholeFrom(end + 1);
 }
 
-ElementId findChildFrom(const XmlDocument& document, ElementId from,
+ElementId findChildFrom(const XmlDocument& document, ElementId parent, ElementId from,
                         const NamePattern& pattern) noexcept {
     const std::string_view text = document.text();
     while (from != kNoElement && !pattern.matchesAt(text, document.element(from).start + 1)) {
-        from = document.nextSibling(from);
+        from = document.nextChild(parent, from);
     }
     return from;
 }
 
 ElementId findNthChild(const XmlDocument& document, ElementId parent, const NamePattern& pattern,
                        std::uint32_t n) noexcept {
-    ElementId child = findChildFrom(document, document.firstChild(parent), pattern);
+    ElementId child = findChildFrom(document, parent, document.firstChild(parent), pattern);
     while (child != kNoElement && n > 0) {
-        child = findChildFrom(document, document.nextSibling(child), pattern);
+        child = findNextChild(document, parent, child, pattern);
         --n;
     }
     return child;

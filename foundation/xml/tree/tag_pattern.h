@@ -33,9 +33,15 @@ private:
     std::string_view m_name;
 };
 
-// The first that matches among `from`, a child or kNoElement, and its later siblings.
-[[nodiscard]] ElementId findChildFrom(const XmlDocument& document, ElementId from,
+// The first that matches among `from`, a child of `parent` or kNoElement, and the children behind
+// it.
+[[nodiscard]] ElementId findChildFrom(const XmlDocument& document, ElementId parent, ElementId from,
                                       const NamePattern& pattern) noexcept;
+// The first that matches among the children behind `child`.
+[[nodiscard]] inline ElementId findNextChild(const XmlDocument& document, ElementId parent,
+                                             ElementId child, const NamePattern& pattern) noexcept {
+    return findChildFrom(document, parent, document.nextChild(parent, child), pattern);
+}
 // The zero-based n-th child that matches, or kNoElement.
 [[nodiscard]] ElementId findNthChild(const XmlDocument& document, ElementId parent,
                                      const NamePattern& pattern, std::uint32_t n) noexcept;

@@ -181,8 +181,8 @@ void ClaimedCoverage::claimSignature(const json::JsonValue& report) {
     const xml::ElementId signature = find(textOf(report, "path"));
     ASSERT_NE(signature, xml::kNoElement) << "no signature " << textOf(report, "path");
     bool isClaimed = false;
-    for (xml::ElementId element = signature; element < m_document->element(signature).next;
-         ++element) {
+    const xml::ElementId behind = m_document->subtreeEnd(signature);
+    for (xml::ElementId element = signature; element < behind; ++element) {
         const std::string_view name = m_document->localName(element);
         const bool isChild = m_document->parent(element) == signature;
         if (isChild && name == "SignatureValue") {

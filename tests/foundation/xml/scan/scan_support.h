@@ -40,9 +40,9 @@ inline std::string inconsistency(const xml::XmlDocument& document) {
     std::vector<xml::ElementId> open;
     xml::ElementId count = 0;
     const auto closed = [&](std::uint32_t end) {
-        const xml::ElementRecord& record = document.element(open.back());
+        const xml::ElementId id = open.back();
         open.pop_back();
-        return record.end == end && record.next == count;
+        return document.element(id).end == end && document.subtreeEnd(id) == count;
     };
     xml::ContentReader reader(text, 0, static_cast<std::uint32_t>(text.size()));
     xml::ContentPiece piece;
@@ -56,8 +56,7 @@ inline std::string inconsistency(const xml::XmlDocument& document) {
         } else if (piece.kind == xml::ContentKind::StartTag) {
             const xml::ElementId parent = open.empty() ? xml::kNoElement : open.back();
             if (count >= document.elementCount() || document.element(count).start != piece.start ||
-                document.element(count).parent != parent ||
-                document.elementAt(piece.start) != count) {
+                document.parent(count) != parent || document.elementAt(piece.start) != count) {
                 return "start tag at " + std::to_string(piece.start);
             }
             xml::StartTagReader tag(text, piece.start);
