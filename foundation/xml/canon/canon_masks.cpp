@@ -120,21 +120,22 @@ VANTREL_AVX512 void makeAvx512(const char* text, std::size_t count, CanonMasks* 
 #elif defined(__aarch64__)
 
 void makeNeon(const char* text, std::size_t count, CanonMasks* masks) noexcept {
-    const auto equals = [](uint8x16_t part, char c) { return text::equalsNeon(part, c); };
+    const auto either = [](uint8x16_t part, char a, char b) {
+        return vorrq_u8(text::equalsNeon(part, a), text::equalsNeon(part, b));
+    };
     for (std::size_t block = 0; block < count; ++block, text += kMaskedBytes) {
         const text::NeonBlock bytes(text);
-        const std::uint64_t greater = bytes.equals('>');
-        const std::uint64_t both = bytes.maskOf(
-            [&](uint8x16_t part) { return vorrq_u8(equals(part, '&'), equals(part, '\r')); });
         CanonMasks& words = masks[block];
-        words.content = bytes.equals('<') | greater | both;
-        words.greater = greater;
+        words.less = bytes.equals('<');
+        words.greater = bytes.equals('>');
         words.quote = bytes.equals('"');
         words.space = bytes.equals(' ');
         words.colon = bytes.equals(':');
-        words.odd = both | bytes.maskOf([&](uint8x16_t part) {
-            const uint8x16_t white = vorrq_u8(equals(part, '\t'), equals(part, '\n'));
-            return vorrq_u8(equals(part, '\''), white);
+        words.slash = bytes.equals('/');
+        words.bang = bytes.maskOf([&](uint8x16_t part) { return either(part, '!', '?'); });
+        words.hard = bytes.maskOf([&](uint8x16_t part) { return either(part, '&', '\r'); });
+        words.odd = bytes.maskOf([&](uint8x16_t part) {
+            return vorrq_u8(text::equalsNeon(part, '\''), either(part, '\t', '\n'));
         });
     }
 }
