@@ -2,6 +2,7 @@
 #include "bench/figures.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -86,14 +87,21 @@ Outcome compare(const Contest& contest, double seconds) {
     return outcome;
 }
 
-double timeOf(const std::function<void()>& work) {
-    const double begin = processorSeconds();
+double timeOf(const std::function<void()>& work, Timing timing) {
+    const auto now = [timing] {
+        return timing == Timing::Processor
+                   ? processorSeconds()
+                   : std::chrono::duration<double>(
+                         std::chrono::steady_clock::now().time_since_epoch())
+                         .count();
+    };
+    const double begin = now();
     double taken = 0;
     std::size_t calls = 0;
     while (taken < kLeastMeasured) {
         work();
         ++calls;
-        taken = processorSeconds() - begin;
+        taken = now() - begin;
     }
     return taken / static_cast<double>(calls);
 }

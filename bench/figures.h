@@ -28,8 +28,10 @@ struct Outcome {
 // state of the machine.
 [[nodiscard]] Outcome compare(const Contest& contest, double seconds);
 
-// Processor time of this process by one call of `work`, out of as many calls as make it measurable.
-[[nodiscard]] double timeOf(const std::function<void()>& work);
+// What one call of `work` takes, out of as many calls as make it measurable: processor time of this
+// process, or by the clock, which alone tells what several threads gain.
+enum class Timing { Processor, Clock };
+[[nodiscard]] double timeOf(const std::function<void()>& work, Timing timing = Timing::Processor);
 
 // The table that is printed: one line a piece of work.
 class FigureTable final {

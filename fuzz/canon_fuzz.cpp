@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Canonicalization of arbitrary text. A canonical form must be well-formed and its own canonical
-// form; an element by offset must give octets of its own, too; and signatures left out while
-// walking make no difference to signatures cut out of the text.
+// form, and that of all nodes of the document; an element by offset must give octets of its own,
+// too; and signatures left out while walking make no difference to signatures cut out of the text.
 
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/canon/node_set_canon.h"
 #include "foundation/xml/locate/XmlSigRemoval.h"
 
 #include <algorithm>
@@ -12,6 +13,30 @@
 #include <string_view>
 
 using namespace vantrel;
+
+namespace {
+
+// The walk over the nodes shares nothing with the one over the text but the scanner.
+bool isFormOfNodes(const StringBuffer& form, const StringBuffer& text, const XmlCanon& canon) {
+    xml::ParseFailure why;
+    const auto document = xml::XmlDocument::parse(text, {}, why);
+    xml::WorkBudget budget(std::uint64_t{1} << 24);
+    const auto index = document ? xml::NodeIndex::make(document, budget) : nullptr;
+    if (index == nullptr) {
+        return true;
+    }
+    const xml::NodeSetRequest request{canon.m_method == 2 ? xml::NodeSetMethod::Exclusive
+                                                          : xml::NodeSetMethod::Inclusive,
+                                      canon.m_withComments,
+                                      {}};
+    StringBuffer other;
+    xml::StringBufferSink sink(other, XmlCanon::formLimit(text));
+    return !xml::canonicalizeNodes(*index, xml::NodeBits(index->size(), true), request, budget,
+                                   sink) ||
+           other.view() == form.view();
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 2 || size > 65536) {
@@ -29,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         XmlCanon again;
         again.m_method = canon.m_method;
         again.m_withComments = canon.m_withComments;
-        if (!again.xmlCanonicalize(once, nullptr, 0, twice, log) || twice.view() != once.view()) {
+        if (!again.xmlCanonicalize(once, nullptr, 0, twice, log) || twice.view() != once.view() ||
+            !isFormOfNodes(once, text, canon)) {
             std::abort();
         }
     }
