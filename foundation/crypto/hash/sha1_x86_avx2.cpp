@@ -2,40 +2,18 @@
 #if defined(__x86_64__)
 
 #include "foundation/crypto/hash/compress.h"
+#include "foundation/crypto/hash/schedule_rows_x86_avx2.h"
 #include "foundation/crypto/hash/sha1_rounds.h"
 #include "foundation/crypto/hash/unroll.h"
 
 #include <utility>
 
-#include <immintrin.h>
-
-#define VANTREL_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2")))
-
 namespace vantrel::crypto {
 
 namespace {
 
-// The message schedules of two blocks side by side, four words at a time: each row holds four
-// schedule words plus the constant of their rounds, those of the first block before those of the
-// second.
 constexpr std::size_t kSha1Rows = 20;
-using Sha1Rows = std::uint32_t[kSha1Rows][8];
-
-template <int kBy>
-[[gnu::always_inline]] VANTREL_TARGET_AVX2 inline __m256i turnLeft(__m256i x) noexcept {
-    return _mm256_or_si256(_mm256_slli_epi32(x, kBy), _mm256_srli_epi32(x, 32 - kBy));
-}
-
-[[gnu::always_inline]] VANTREL_TARGET_AVX2 inline __m256i loadSha1Row(const std::uint8_t* first,
-                                                                      const std::uint8_t* second,
-                                                                      std::size_t row) noexcept {
-    const __m256i order =
-        _mm256_broadcastsi128_si256(_mm_set_epi64x(0x0c0d0e0f08090a0b, 0x0405060700010203));
-    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first + 16 * row));
-    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(second + 16 * row));
-    return _mm256_shuffle_epi8(_mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1),
-                               order);
-}
+using Sha1Rows = ScheduleRows<kSha1Rows>;
 
 // FIPS 180-4, 6.1.2, step 1: the four words behind x0 .. x3. The last of them needs the first, so
 // it is made without that one, whose share is its own value turned once more.
@@ -60,10 +38,7 @@ template <int kBy>
 
 [[gnu::always_inline]] VANTREL_TARGET_AVX2 inline void storeSha1Row(Sha1Rows& rows, std::size_t row,
                                                                     __m256i w) noexcept {
-    const __m256i k = _mm256_set1_epi32(static_cast<int>(kSha1Constants[row / 5]));
-    _mm256_store_si256(reinterpret_cast<__m256i*>(rows[row]), _mm256_add_epi32(w, k));
-    // Words are loaded from there one by one; the compiler would take the vector apart.
-    __asm__("" : "+m"(rows[row]));
+    storeRow(rows[row], w, _mm256_set1_epi32(static_cast<int>(kSha1Constants[row / 5])));
 }
 
 // The rounds of row kRow of the first block, with the row that is needed four rows later made in
@@ -103,7 +78,7 @@ VANTREL_TARGET_AVX2 void sha1CompressX86Avx2(HashState& state, const std::uint8_
         const std::uint8_t* const second = both ? data + 64 : data;
         __m256i x[8];
         for (std::size_t i = 0; i < 4; ++i) {
-            x[i] = loadSha1Row(data, second, i);
+            x[i] = loadRow(data, second, i);
             storeSha1Row(rows, i, x[i]);
         }
         std::uint32_t v[5];
