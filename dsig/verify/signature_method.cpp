@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 #include <span>
 #include <string_view>
 #include <system_error>
@@ -89,9 +90,10 @@ constexpr UsualMethod kUsualMethods[] = {
     {"http://www.w3.org/2000/09/xmldsig#rsa-sha1"},
 };
 
-static_assert(std::ranges::all_of(kUsualMethods, [](const UsualMethod& usual) {
-    return usual.hashAlg > kHashNone && usual.keyType > 0;
-}));
+static_assert(std::all_of(std::begin(kUsualMethods), std::end(kUsualMethods),
+                          [](const UsualMethod& usual) {
+                              return usual.hashAlg > kHashNone && usual.keyType > 0;
+                          }));
 
 const UsualMethod* usualMethod(const StringBuffer& algorithmUri) {
     for (const UsualMethod& usual : kUsualMethods) {
