@@ -25,7 +25,7 @@ using namespace vantrel;
 namespace {
 
 constexpr std::string_view kSecret = "fuzz";
-constexpr std::size_t kChangesTried = 3;
+constexpr std::size_t kChangesTried = 2;
 
 void require(bool holds, const std::string& what) {
     if (!holds) {
@@ -220,10 +220,10 @@ void checkCovered(const std::string& document, int signature, const json::JsonVa
         }
         require(!verifier.VerifySignature(true),
                 "valid with another octet at " + std::to_string(place) + ":\n" + document);
-        if (i > 0) {
+        if (seed >> 61 != 0) {
             continue; // searches take their time
         }
-        verifier.SetDeadline(20);
+        verifier.SetDeadline(10);
         verifier.ExplainFailures(1);
         const json::JsonValue failed = reportOf(verifier);
         const json::JsonValue* const cause = failed.find("cause");

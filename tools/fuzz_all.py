@@ -8,7 +8,7 @@
 
 FOLDER holds corpus/TARGET (which grows), findings/TARGET, log/TARGET and record.json, and may be used again. A target begins with the
 files of fuzz/corpus/TARGET, documents and certificates of the tests that fit it, and its words of fuzz/dictionaries.
---seconds is processor time of a target in a round, so that a busy machine changes nothing. --no-build takes the programs as they are,
+--seconds is processor time of a target in a round, from when it has read its corpus on, so that a busy machine changes nothing. --no-build takes the programs as they are,
 new ones from round to round. SIGTERM or control-C ends the targets at work and keeps what they did. The exit code is 1 where this
 run found something."""
 
@@ -34,9 +34,10 @@ LARGEST_SEED = 1 << 16
 # The files of fuzz/dictionaries whose words are likely to mean something to a target.
 DOCUMENT = ["xml", "dsig"]
 DICTIONARIES = {
-    "asn_xml": ["der", "xml"], "c_interface": ["options", "xml", "dsig"], "canon": DOCUMENT, "certificate": ["der", "keys"],
-    "cms": ["der"], "crl": ["der"], "der": ["der"], "explain": DOCUMENT, "http": ["http"], "json": ["options"],
-    "key_file": ["der", "keys"], "ocsp": ["der"], "package": [*DOCUMENT, "package"], "path": ["keys", "der"], "verify": DOCUMENT,
+    "asn_xml": ["der", "xml"], "c_interface": ["options", "xml", "dsig"], "canon": DOCUMENT, "canon_peer": ["xml"],
+    "certificate": ["der", "keys"], "cms": ["der"], "crl": ["der"], "der": ["der"], "explain": DOCUMENT, "html": DOCUMENT, "http": ["http"],
+    "json": ["options"], "key_file": ["der", "keys"], "locate": DOCUMENT, "name": ["der", "names"], "ocsp": ["der"],
+    "package": [*DOCUMENT, "package"], "path": ["keys", "der"], "signed": DOCUMENT, "verify": DOCUMENT, "words": ["options", "names"],
     "worker": ["options"], "xml": ["xml"], "xpath": ["xpath", "xml"], "zip": ["package"],
 }
 
@@ -119,12 +120,14 @@ class Campaign:
         command = ["nice", "-n", "19", self.programs / f"fuzz_{target}", "-print_final_stats=1", "-timeout=120", "-report_slow_units=60",
                    "-rss_limit_mb=2560", "-reload=0", f"-artifact_prefix={findings}/", *([f"-dict={dictionary}"] if dictionary else []),
                    self.seed(target)]
-        used = 0.0
+        used, read = 0.0, None
         with log.open("w") as out:
             process = subprocess.Popen([str(part) for part in command], stdout=out, stderr=subprocess.STDOUT, start_new_session=True)
             while process.poll() is None:
                 used = max(used, processor_seconds(process.pid))
-                if used >= seconds or self.stop.is_set():
+                if read is None and "INITED" in log.read_text(errors="replace"):
+                    read = used
+                if self.stop.is_set() or (read is not None and used - read >= seconds):
                     process.send_signal(signal.SIGUSR1)  # ends after the input that it is at
                 time.sleep(0.5)
         return used, log.read_text(errors="replace")
@@ -160,6 +163,10 @@ class Campaign:
         for name in new:
             if name not in known:
                 print(f"{target}: {name}", flush=True)
+
+    def least_first(self, targets):
+        """Who had least of the processor comes first, so that a round that breaks off does not always leave out the same."""
+        return sorted(targets, key=lambda target: self.record.get(target, {}).get("cpuSeconds", 0))
 
     def table(self):
         lines = ["| target | executions | CPU minutes | edges | features | inputs kept | findings |", "|---|---|---|---|---|---|---|"]
@@ -247,7 +254,7 @@ def main():
     while (given.rounds == 0 or done < given.rounds) and not is_over(campaign, given.until):
         done += 1
         with concurrent.futures.ThreadPoolExecutor(given.jobs) as pool:
-            turns = given.targets or targets_in(programs)
+            turns = campaign.least_first(given.targets or targets_in(programs))
             list(pool.map(lambda target: None if is_over(campaign, given.until) else campaign.fuzz(target, given.seconds), turns))
         print(f"round {done}\n{campaign.table()}", flush=True)
     return 1 if campaign.found else 0
