@@ -33,8 +33,6 @@ static_assert(cpu::isKernelList(kStopSearchKernels));
 
 } // namespace
 
-std::span<const StopSearchKernel> stopSearchKernels() noexcept { return kStopSearchKernels; }
-
 const StopSearchKernel& chosenStopSearchKernel() noexcept {
     return cpu::chosenKernel(kStopSearchKernels);
 }

@@ -7,7 +7,7 @@
 #include "foundation/xml/canon/start_tag_writer.h"
 
 #include <cstdint>
-#include <span>
+#include <string_view>
 
 namespace vantrel::xml {
 
@@ -28,8 +28,7 @@ using StopSearchKernel = cpu::Kernel<FindStop>;
                                             std::uint32_t limit);
 #endif
 
-[[nodiscard]] std::span<const StopSearchKernel> stopSearchKernels() noexcept;
-// The first of them that may run here.
+// The best that may run here.
 [[nodiscard]] const StopSearchKernel& chosenStopSearchKernel() noexcept;
 
 } // namespace vantrel::xml
