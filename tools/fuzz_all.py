@@ -86,8 +86,8 @@ def processor_seconds(pid):
 
 
 class Campaign:
-    def __init__(self, work, programs, seeds=()):
-        self.work, self.programs = work, programs
+    def __init__(self, work, programs, seeds=(), nice=19):
+        self.work, self.programs, self.nice = work, programs, nice
         self.seeds, self.seeded = [*FOLDERS, *seeds], set()
         self.record_file = work / "record.json"
         self.record = json.loads(self.record_file.read_text()) if self.record_file.exists() else {}
@@ -125,7 +125,7 @@ class Campaign:
         """Runs a target until its time is over or it finds something: (processor seconds, output)."""
         findings, log = self.folder("findings", target), self.folder("log", "") / f"{target}.log"
         dictionary = self.dictionary(target)
-        command = ["nice", "-n", "19", self.programs / f"fuzz_{target}", "-print_final_stats=1", "-timeout=120", "-report_slow_units=60",
+        command = ["nice", "-n", self.nice, self.programs / f"fuzz_{target}", "-print_final_stats=1", "-timeout=120", "-report_slow_units=60",
                    "-rss_limit_mb=2560", "-reload=0", f"-artifact_prefix={findings}/", *([f"-dict={dictionary}"] if dictionary else []),
                    self.seed(target)]
         used, read = 0.0, None
@@ -190,7 +190,7 @@ class Campaign:
         """Runs the corpus once through a program that counts; the raw profile."""
         profile = self.folder("coverage", "") / f"{target}.profraw"
         environment = {**os.environ, "LLVM_PROFILE_FILE": str(profile)}
-        command = ["nice", "-n", "19", str(self.programs / f"fuzz_{target}"), "-runs=0", "-timeout=300", "-rss_limit_mb=0", str(self.seed(target))]
+        command = ["nice", "-n", str(self.nice), str(self.programs / f"fuzz_{target}"), "-runs=0", "-timeout=300", "-rss_limit_mb=0", str(self.seed(target))]
         subprocess.run(command, env=environment, capture_output=True, check=False)
         return profile
 
@@ -238,6 +238,7 @@ def main():
     options.add_argument("--rounds", type=int, default=1, help="0: until --until or a signal")
     options.add_argument("--until", help="begin no turn of a target at or after this time of today")
     options.add_argument("--jobs", type=int, default=1)
+    options.add_argument("--nice", type=int, default=19)
     options.add_argument("--build", type=pathlib.Path, help="where the programs are, by default build/fuzz/fuzz")
     options.add_argument("--seeds", type=pathlib.Path, action="append", default=[], help="a folder of more inputs; repeatable")
     options.add_argument("--no-build", action="store_true")
@@ -253,7 +254,7 @@ def main():
     programs = given.build or TOP / "build" / preset / "fuzz"
     if not given.no_build:
         programs = build(preset, given.targets, max(given.jobs, 2))
-    campaign = Campaign(given.work, programs.absolute(), given.seeds)
+    campaign = Campaign(given.work, programs.absolute(), given.seeds, given.nice)
     if given.coverage:
         print(campaign.coverage(given.targets or targets_in(programs)))
         return 0
