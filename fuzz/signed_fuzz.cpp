@@ -275,7 +275,9 @@ bool isCommonWay(const json::JsonValue& reference) {
 }
 
 void checkPeer(const std::string& document, int signature, const json::JsonValue& report) {
-    if (!report.find("accommodations")->elements().empty() ||
+    // Of Canonical XML 1.1 the first attempt is what 1.0 gives.
+    if (test::textOf(report, "canonicalizationMethod").find("c14n11") != std::string::npos ||
+        !report.find("accommodations")->elements().empty() ||
         !test::textOf(report, "profile").empty() ||
         !std::ranges::all_of(report.find("references")->elements(), isCommonWay) ||
         document.find("HMACOutputLength") != std::string::npos) {
