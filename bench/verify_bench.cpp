@@ -7,7 +7,7 @@
 //
 // --quick leaves out what takes minutes, --slow adds what takes the peer hours. --repeat verifies
 // one of the small documents that often and prints nothing, for profilers; behind them are one of
-// 100 references and one of 100 signatures:
+// 100 references, one of 100 signatures, and the same with 1000:
 //
 //     valgrind --tool=callgrind --toggle-collect='*verifyAll*' bench_verify --repeat 0 100
 
@@ -38,6 +38,7 @@ struct BenchOptions {
     bool slow = false;
     std::string tool;
     std::string file;
+    std::string only;  // one part of the table: small, sizes, lists, tool
     int repeated = -1; // a small document's number
     int count = 0;
 };
@@ -314,6 +315,8 @@ bool readOptions(int argc, char** argv, BenchOptions& options) {
             options.tool = argv[++i];
         } else if (word == "--write" && i + 1 < argc) {
             options.file = argv[++i];
+        } else if (word == "--only" && i + 1 < argc) {
+            options.only = argv[++i];
         } else {
             return false;
         }
@@ -334,9 +337,8 @@ int repeat(const SmallCase& small, int count) {
     return 0;
 }
 
-int repeatList(bool signatures, int count) {
-    constexpr std::size_t kEntries = 100;
-    const std::string text = signatures ? manySignatures(kEntries) : manyReferences(kEntries);
+int repeatList(bool signatures, std::size_t entries, int count) {
+    const std::string text = signatures ? manySignatures(entries) : manyReferences(entries);
     const Signing signing{SignedBy::Rsa2048, true, signatures};
     const Ref<ClsPublicKey> ready =
         signatures ? Ref<ClsPublicKey>() : loadedKey(publicKeyDer(SignedBy::Rsa2048));
@@ -353,15 +355,24 @@ int run(const BenchOptions& options) {
         return repeat(kSmallCases[options.repeated], options.count);
     }
     if (options.repeated >= 0) {
-        return repeatList(options.repeated > static_cast<int>(std::size(kSmallCases)),
-                          options.count);
+        const int list = options.repeated - static_cast<int>(std::size(kSmallCases));
+        return repeatList(list % 2 != 0, list < 2 ? 100 : 1000, options.count);
     }
     ProcessRunner runner;
     FigureTable table;
-    addSmall(table);
-    addSizes(options, table);
-    addLists(options, table);
-    if (!options.tool.empty()) {
+    const auto isWanted = [&options](std::string_view part) {
+        return options.only.empty() || options.only == part;
+    };
+    if (isWanted("small")) {
+        addSmall(table);
+    }
+    if (isWanted("sizes")) {
+        addSizes(options, table);
+    }
+    if (isWanted("lists")) {
+        addLists(options, table);
+    }
+    if (isWanted("tool") && !options.tool.empty()) {
         addFiles(options, runner, table);
     }
     if (!options.file.empty() && !replaceTable(options.file, table.markdown())) {
@@ -379,7 +390,8 @@ int main(int argc, char** argv) {
     vantrel::bench::BenchOptions options;
     if (!vantrel::cpu::limitFromEnvironment() ||
         !vantrel::bench::readOptions(argc, argv, options)) {
-        std::fputs("bench_verify [--quick] [--slow] [--tool FILE] [--write FILE]\n", stderr);
+        std::fputs("bench_verify [--quick] [--slow] [--only PART] [--tool FILE] [--write FILE]\n",
+                   stderr);
         return 2;
     }
     return vantrel::bench::run(options);
