@@ -14,8 +14,8 @@ was broken off, on the commit of the record's first line. The column `verdict` i
 faults while the sources stay the same.
 
 A fault is compiled first: one that the compiler refuses, or makes the same code of, does not count. Then come the tests whose
-programs have the file in them: those that have the least besides, then the quickest first, until one fails or until what they
-take without a fault adds up to the budget; what checks a room as a whole (CLOSE) runs however long it takes. Tests that need the
+programs have the file in them, those first that are quick and have little besides, until one fails or until what they take
+without a fault adds up to the budget; what checks a room as a whole (CLOSE) runs however long it takes. Tests that need the
 shared corpus are skipped unless VANTREL_SHARED is set."""
 
 import argparse
@@ -263,11 +263,10 @@ class Checkout:
         close = CLOSE[max(rooms, key=len)] if rooms else []
         sizes = {step: sum(len(self.inputs[target]) for target in step.targets) for step in concerned}
         nearest = min(size for step, size in sizes.items() if step.targets[0].startswith("tests/"))
-        first = [step for step in concerned if sizes[step] == nearest]
-        first = [step for step in first if not step.name.endswith("slow cases")]
         spent = 0.0
-        for step in first + [step for step in concerned if step not in first]:
-            if step in first or step.name in close or spent + step.seconds <= budget:
+        for step in sorted(concerned, key=lambda step: (0.5 + step.seconds) * sizes[step]):
+            near = sizes[step] == nearest and not step.name.endswith("slow cases")
+            if near or step.name in close or spent + step.seconds <= budget:
                 spent += step.seconds
                 yield step
 
