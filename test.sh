@@ -28,7 +28,7 @@ esac
 # shellcheck disable=SC2086 # lists of words
 [ -z "$needed" ] || install_packages $needed || exit 2
 # Without these some tests are skipped, no more.
-useful=$(missing_packages "python3 python3" "openssl openssl" "xmlsec1 xmlsec1" "xmllint libxml2-utils" "valgrind valgrind")
+useful=$(missing_packages "python3 python3" "openssl openssl" "xmlsec1 xmlsec1" "xmllint libxml2-utils" "valgrind valgrind" "strace strace")
 # shellcheck disable=SC2086
 [ -z "$useful" ] || install_packages $useful || echo "going on without:$useful" >&2
 

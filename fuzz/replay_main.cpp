@@ -14,6 +14,11 @@
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+// Of targets with mutations of their own (mutator.h).
+extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data,
+                                                                     std::size_t size,
+                                                                     std::size_t room,
+                                                                     unsigned seed);
 
 namespace {
 
@@ -29,7 +34,18 @@ void run(const Bytes& input) {
     LLVMFuzzerTestOneInput(exact.data(), exact.size());
 }
 
+Bytes mutatedInStructure(const Bytes& input, std::mt19937_64& random) {
+    Bytes result = input;
+    result.resize(2 * input.size() + 1000);
+    result.resize(LLVMFuzzerCustomMutator(result.data(), input.size(), result.size(),
+                                          static_cast<unsigned>(random())));
+    return result;
+}
+
 Bytes mutated(const Bytes& input, std::mt19937_64& random) {
+    if (LLVMFuzzerCustomMutator != nullptr && random() % 2 == 0) {
+        return mutatedInStructure(input, random);
+    }
     Bytes result = input;
     const std::size_t at = random() % input.size();
     switch (random() % 4) {

@@ -9,9 +9,12 @@ what was signed while other readers of the document see something else. The mean
 tools/make_dsig_vectors.py; the expectations are this script's, not output of the library."""
 
 import hashlib
+import hmac
 import re
 
-from make_dsig_vectors import (BASE64, C14N11, DS, ENVELOPED, EXC, FILTER2, GOOD, INC, MORE, NEXT_MSH, b64, c14n, case,
+from cryptography.hazmat.primitives import serialization
+
+from make_dsig_vectors import (BASE64, C14N11, DS, ENVELOPED, EXC, FILTER2, GOOD, INC, KEYS, MORE, NEXT_MSH, b64, c14n, case,
                                enveloped, exc, make, ref, sha, sign, signature, transform, xpath)
 
 EVIL = "<Evil>999</Evil>"
@@ -314,5 +317,55 @@ def manifest():
          run("the manifest itself is checked", f"{sha(element.encode())} => {sha(b'other')}", value="true", more="Reasons = 1"))
 
 
+def confusion():
+    """Values that mean one thing to one reader and another to the next."""
+    element = '<a Id="x">pay 1</a>'
+    hmac_method = MORE + "hmac-sha256"
+    public = serialization.load_pem_public_key((KEYS / "rsa.pub").read_bytes())
+    numbers = public.public_numbers()
+
+    def octets(n):
+        return n.to_bytes((n.bit_length() + 7) // 8, "big")
+
+    def encoded(encoding, form):
+        return public.public_bytes(getattr(serialization.Encoding, encoding), getattr(serialization.PublicFormat, form))
+
+    carried = (f"<KeyInfo><KeyValue><RSAKeyValue><Modulus>{b64(octets(numbers.n))}</Modulus>"
+               f"<Exponent>{b64(octets(numbers.e))}</Exponent></RSAKeyValue></KeyValue></KeyInfo>")
+    secrets = (("PEM", encoded("PEM", "SubjectPublicKeyInfo")), ("DER", encoded("DER", "SubjectPublicKeyInfo")),
+               ("RSAPublicKey", encoded("DER", "PKCS1")), ("modulus", octets(numbers.n)), ("text of the modulus", b64(octets(numbers.n)).encode()),
+               ("nothing", b""))
+    for number, (what, secret) in enumerate(secrets):
+        probe = signature(ref("#x", element.encode(), EXC), method=hmac_method, value="@")
+        info = re.search("<SignedInfo>.*</SignedInfo>", probe).group(0)
+        value = b64(hmac.new(secret, exc(info.replace("<SignedInfo", f'<SignedInfo xmlns="{DS}"', 1)), "sha256").digest())
+        block = signature(ref("#x", element.encode(), EXC), method=hmac_method, value=value, after=carried)
+        case(f"confusion/hmac-by-public-key-{number}", f"<r>{element}{block}</r>", "".join(f"""
+
+    What = the secret is {what} of the public key, which everybody has; at hand: {key}
+    Key = {key}
+    WithReferences = false
+    WithoutReferences = false""" for key in ("rsa", "hmac", "none")))
+    for length, bits in (("0", 0), ("8", 8), ("-128", 128), ("1e2", 128), ("99999999999999999999", 128), ("136", 128), ("128", 120)):
+        block = signature(ref("#x", element.encode(), EXC), method=hmac_method, key=f"hmac-{bits}",
+                          inner=f"<HMACOutputLength>{length}</HMACOutputLength>")
+        case(f"confusion/hmac-length-{length}", f"<r>{element}{block}</r>", f"""
+    What = a length of {length} bits, and {bits} of them
+    Key = hmac
+    WithReferences = false
+    WithoutReferences = false""")
+    document = f"<r>{element}{signature(ref('#x', element.encode(), EXC))}</r>"
+    value = re.search("<SignatureValue>(.*)</SignatureValue>", document).group(1)
+    runs = GOOD
+    for what, text in (("signature", value), ("digest", sha(element.encode()))):
+        for form, between in (("a comment", "<!--x-->"), ("an instruction", "<?x y?>"), ("a CDATA section", "<![CDATA[]]>"),
+                              ("an element", "<x/>"), ("a reference", f"&#{ord(text[4])};")):
+            signed = what == "signature" or form in ("a comment", "a CDATA section", "a reference")
+            rest = text[5:8] if form == "a reference" else text[4:8]
+            runs += run(f"the {what} with {form} in it", f">{text[:8]} => >{text[:4]}{between}{rest}", valid="true" if signed else "false",
+                        value="true" if signed else "false")
+    case("confusion/values", document, runs)
+
+
 if __name__ == "__main__":
-    make((cut_outs, removals, zatca_first_reference, duplicate_id, decoy, base64_strict, more_wrapping, manifest))
+    make((confusion, cut_outs, removals, zatca_first_reference, duplicate_id, decoy, base64_strict, more_wrapping, manifest))

@@ -28,6 +28,9 @@ struct Rules {
     bool skXmlSignedDoc = false; // SignedInfo receives no namespaces of its ancestors
     bool alwaysAttrSortBug = false;
     bool mayHoldLau = false; // the text could hold a SWIFT authentication block
+    // As given, before entities are expanded: the text could hold an element of XAdES for a
+    // time-stamp.
+    bool mayHoldTimestamp = true;
 
     // Switched on by the profile, by an option or by a retry that helped.
     bool zatca = false;

@@ -135,8 +135,10 @@ bool signatureValue(const ClsXml* signature, StringBuffer& base64, LogBase& log)
         return false;
     }
     // Some signers write the character reference for a carriage return as text.
-    base64.replaceAllOccurances("&#13;", "");
-    base64.replaceAllOccurances("&#xD;", "");
+    if (base64.view().find('&') != std::string_view::npos) {
+        base64.replaceAllOccurances("&#13;", "");
+        base64.replaceAllOccurances("&#xD;", "");
+    }
     return !base64.isEmpty();
 }
 

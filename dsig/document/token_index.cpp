@@ -44,6 +44,9 @@ xml::ElementId TokenIndex::withId(std::string_view id) const {
 }
 
 void ElementSearch::search(const xml::XmlDocument& document, xml::ElementId element) {
+    if (m_isAbsent) {
+        return;
+    }
     // Elements are numbered in document order, so a subtree is a stretch of ids.
     const xml::ElementId end = document.subtreeEnd(element);
     // Nested signatures lie in the stretch of the outermost, which is asked about first; siblings

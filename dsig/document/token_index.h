@@ -43,6 +43,8 @@ class ElementSearch final {
 public:
     explicit ElementSearch(std::string_view localName) noexcept : m_name(localName) {}
 
+    // For who knows that the document's text does not hold the name: there are none.
+    void knowAbsent() noexcept { m_isAbsent = true; }
     // Whether the element is one, or holds one at any depth.
     [[nodiscard]] bool within(const xml::XmlDocument& document, xml::ElementId element);
     // The number of them, the element itself included.
@@ -54,6 +56,7 @@ private:
     void search(const xml::XmlDocument& document, xml::ElementId element);
 
     std::string_view m_name; // of static storage
+    bool m_isAbsent = false;
     // The stretch of element ids that was searched last; empty at first.
     xml::ElementId m_from = 0;
     xml::ElementId m_to = 0; // behind the stretch that was searched

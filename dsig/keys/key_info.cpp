@@ -28,12 +28,29 @@ Ref<ClsXml> keyInfoOf(const Selection& selection, int numSignatures, LogBase& lo
     return keyInfo;
 }
 
+namespace {
+
+// Nothing of what the walk asks for behind bare keys is there then.
+bool hasKeyValuesOnly(const ClsXml& keyInfo) {
+    const xml::XmlDocument& document = *keyInfo.document();
+    xml::ElementId child = document.firstChild(keyInfo.elementId());
+    while (child != xml::kNoElement && document.localName(child) == "KeyValue") {
+        child = document.nextChild(keyInfo.elementId(), child);
+    }
+    return child == xml::kNoElement;
+}
+
+} // namespace
+
 // The order is that in which the keys are tried, cheap ones first: a bare key, certificates that
 // are there, those that have to be looked up, and at last a token elsewhere in the document.
 bool KeyInfoWalk::run(const ClsXml& keyInfo) {
     // A KeyInfo with a malformed KeyValue is read no further: its certificates give no candidates.
     if (m_query.document == nullptr || !takeKeyValues(keyInfo)) {
         return false;
+    }
+    if (hasKeyValuesOnly(keyInfo)) {
+        return true;
     }
     walkX509Data(keyInfo);
     const Ref<ClsXml> tokenReference =

@@ -2,7 +2,11 @@
 #include "dsig/keys/key_values.h"
 
 #include "foundation/text/XString.h"
+#include "foundation/xml/tree/element_text.h"
+#include "foundation/xml/tree/tag_pattern.h"
 
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace vantrel::dsig {
@@ -11,7 +15,7 @@ namespace {
 
 // One kind of key that a KeyValue may hold, and the lines that tell what became of it.
 struct KeyValueForm {
-    const char* path;
+    std::string_view path;
     bool withLog; // the loader's own lines belong in the log
     const char* loaded;
     const char* failed;
@@ -29,12 +33,14 @@ constexpr KeyValueForm kKeyValueForms[] = {
 };
 
 // The key of the element is left in `last`. False where there is none.
-bool readKeyValue(const ClsXml& element, const KeyValueForm& form, LastKeyValue& last,
-                  LogBase& log) {
+bool readKeyValue(const xml::XmlDocument& document, xml::ElementId element,
+                  const KeyValueForm& form, LastKeyValue& last, LogBase& log) {
     // Read from its own text, by the loader that takes such an element from a caller as well.
-    XString xml;
-    element.GetXml(xml);
-    if (!last.key || !last.text.equals(xml.getUtf8Sb())) {
+    std::string storage;
+    const std::string_view text = xml::elementXml(document, element, storage);
+    if (!last.key || last.text.view() != text) {
+        XString xml;
+        xml.getUtf8Sb_rw().setView(text);
         Ref<ClsPublicKey> key = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
         if (!key) {
             return false;
@@ -53,16 +59,19 @@ bool readKeyValue(const ClsXml& element, const KeyValueForm& form, LastKeyValue&
 
 bool readKeyValues(const ClsXml& keyInfo, LastKeyValue& last, std::vector<Ref<ClsPublicKey>>& keys,
                    LogBase& log) {
-    const Ref<ClsXml> keyValue = Ref<ClsXml>::adopt(keyInfo.getChildWithTagUtf8("*:KeyValue"));
-    if (!keyValue) {
+    const xml::XmlDocument& document = *keyInfo.document();
+    const xml::ElementId keyValue =
+        xml::findNthChild(document, keyInfo.elementId(), xml::NamePattern("*:KeyValue"), 0);
+    if (keyValue == xml::kNoElement) {
         return true;
     }
     for (const KeyValueForm& form : kKeyValueForms) {
-        const Ref<ClsXml> element = Ref<ClsXml>::adopt(keyValue->getChildWithTagUtf8(form.path));
-        if (!element) {
+        const xml::ElementId element =
+            xml::findNthChild(document, keyValue, xml::NamePattern(form.path), 0);
+        if (element == xml::kNoElement) {
             continue;
         }
-        if (!readKeyValue(*element, form, last, log)) {
+        if (!readKeyValue(document, element, form, last, log)) {
             return false;
         }
         keys.push_back(Ref<ClsPublicKey>::share(last.key.get()));

@@ -8,7 +8,6 @@
 #include "dsig/keys/known_to_caller.h"
 #include "dsig/keys/retrieval_method.h"
 #include "foundation/base/LogContextExitor.h"
-#include "foundation/crypto/hash/_vlHash.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/XString.h"
 #include "foundation/text/encoders.h"
@@ -25,7 +24,7 @@ namespace {
 // Far above any KeyInfo in use: elements that are looked at, and keys that are tried.
 constexpr std::size_t kMostParts = 1000;
 constexpr std::size_t kMostKeys = 100;
-// References that are followed, and digests that all certificates of the store are held against.
+// References that are followed, and digests that certificates are looked for by.
 constexpr std::size_t kMostLookUps = 16;
 
 // A part of a KeyInfo that is still to be read, and where a key in it comes from. A part that was
@@ -158,18 +157,8 @@ private:
     }
 
     [[nodiscard]] const VantrelX509* givenWithDigest(int hashAlg, const DataBuffer& stored) const {
-        const VantrelX509* certificate = nullptr;
-        for (std::size_t i = 0;
-             m_query.store != nullptr && (certificate = m_query.store->certificateAt(i)) != nullptr;
-             ++i) {
-            DataBuffer digest;
-            const ByteView der = certificate->certificate();
-            _vlHash::doHash(der.data(), static_cast<std::uint32_t>(der.size()), hashAlg, digest);
-            if (digest.equals(stored)) {
-                return certificate;
-            }
-        }
-        return nullptr;
+        return m_query.store != nullptr ? m_query.store->findByDigest(hashAlg, stored.view())
+                                        : nullptr;
     }
 
     void add(CandidateKey candidate) {

@@ -23,7 +23,7 @@ ClsXmlDSig::ClsXmlDSig() : m_state(std::make_unique<dsig::ObjectState>()) {}
 // later has no object any more; that is for the caller to prevent.
 ClsXmlDSig::~ClsXmlDSig() {
     const CritSecExitor lock(m_critSec);
-    unloadDocument();
+    releaseDocument();
     m_publicKeys.removeAllObjects();
 }
 
@@ -48,6 +48,7 @@ dsig::Rules _clsXmlDSigBase::rules() const {
     rules.skXmlSignedDoc = m_isSkXmlSignedDoc;
     rules.alwaysAttrSortBug = m_alwaysDuplicateAttrSortBug;
     rules.mayHoldLau = m_mayHoldLau;
+    rules.mayHoldTimestamp = m_mayHoldTimestamp;
     rules.zatca = m_zatcaRules;
     rules.attrSortBug = m_duplicateAttrSortBug;
     rules.noAttrSortRetry = m_noAttrSortRetry;
@@ -66,6 +67,7 @@ void _clsXmlDSigBase::keepRules(const dsig::Rules& rules) {
     m_isSkXmlSignedDoc = rules.skXmlSignedDoc;
     m_alwaysDuplicateAttrSortBug = rules.alwaysAttrSortBug;
     m_mayHoldLau = rules.mayHoldLau;
+    m_mayHoldTimestamp = rules.mayHoldTimestamp;
     m_zatcaRules = rules.zatca;
     m_duplicateAttrSortBug = rules.attrSortBug;
     m_noAttrSortRetry = rules.noAttrSortRetry;

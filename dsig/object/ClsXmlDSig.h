@@ -254,6 +254,8 @@ private:
     // object/
     bool loadSignature(XString& xml, LogBase& log);
     void unloadDocument();
+    // Lets go of the document and its elements, and of nothing else.
+    void releaseDocument();
     bool parseLoadedText(const text::XmlEncoding& encoding, LogBase& log);
     bool selectBySignatureId(const StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);

@@ -80,6 +80,7 @@ protected:
 
     std::string_view m_profileName;
     bool m_mayHoldLau = false;
+    bool m_mayHoldTimestamp = true;
 };
 
 } // namespace vantrel

@@ -54,8 +54,9 @@ bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
 // options and limits. So do m_xmlText, until it is overwritten, and the profile's rules.
 void ClsXmlDSig::unloadDocument() {
     m_selector = 0;
-    m_state->document.reset();
-    m_state->report = {};
+    if (m_state->report.present) {
+        m_state->report = {};
+    }
     m_state->acceptance.reset();
     m_state->explainBudget.reset();
     m_state->kept.clear();
@@ -63,6 +64,11 @@ void ClsXmlDSig::unloadDocument() {
     m_state->parts.reset();
     m_state->part.clear();
     m_state->firstIndex = 0;
+    releaseDocument();
+}
+
+void ClsXmlDSig::releaseDocument() {
+    m_state->document.reset();
     if (m_xmlRoot != nullptr) {
         m_xmlRoot->decRefCount();
         m_xmlRoot = nullptr;
@@ -192,6 +198,10 @@ dsig::Document& ClsXmlDSig::structure() {
         m_state->document->threads = m_state->threads;
         // Known since loading, when there was no Document yet to keep it.
         m_state->document->encodingMismatch = m_state->encodingMismatch;
+        // What comes from an entity was not there when the loaded text was searched.
+        if (!m_state->rulesAtLoad.mayHoldTimestamp && !m_xmlRoot->document()->isExpanded()) {
+            m_state->document->timeStamps.knowAbsent();
+        }
     }
     return *m_state->document;
 }

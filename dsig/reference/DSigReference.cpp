@@ -119,8 +119,7 @@ void DSigReference::readChildren(const xml::XmlDocument& document, std::uint32_t
     m_transforms.clear();
     const xml::ElementId transforms = child("*:Transforms");
     if (transforms != xml::kNoElement) {
-        xml::appendElementXml(document, transforms, text);
-        putText(m_transforms, text);
+        putText(m_transforms, xml::elementXml(document, transforms, text));
     }
     const xml::ElementId method = child("*:DigestMethod");
     if (method != xml::kNoElement) {

@@ -84,7 +84,8 @@ bool removeEnvelopedSignature(const Selection& selection, const DSigReference& r
         leniencies.add(accommodation::kLimit100);
     }
     if (row->length == signature.length) {
-        return text.takeOut({signature}, exclusion::kEnvelopedSignature, log);
+        const WorkingText::Cut cuts[] = {{signature, exclusion::kEnvelopedSignature}};
+        return text.takeOut(cuts, log);
     }
     leniencies.add(accommodation::kEnvelopedExtraRemoved);
     const WorkingText::Cut cuts[] = {

@@ -13,16 +13,17 @@ namespace {
 
 // The markers are looked for together, in one pass over the document. One pass matters because the
 // text can have any size, and most documents have none of them. The order is that of kMarkers, not
-// that in which profiles are tried.
+// that in which profiles are tried: it was chosen so that few places of usual documents have to be
+// looked at twice (multi_search.h puts each eighth marker into one bucket).
 enum MarkerIndex : std::size_t {
     Sii,
-    PeruUbl,
+    PolishHealthRegistry,
     PolishFinance1,
     PolishFinance2,
     PolishSocialInsurance,
     Hl7,
     ItalianHealthRecord,
-    PolishHealthRegistry,
+    PeruUbl,
     PolishHealthItCentre,
     CmaStp,
     Sat,
@@ -30,18 +31,19 @@ enum MarkerIndex : std::size_t {
     SignedDoc,
     SkXml,
     Lau,
+    TimeStamp,
     MarkerCount
 };
 
 constexpr std::array<std::string_view, MarkerCount> kMarkers = {
     marker::kSii,
-    marker::kPeruUbl,
+    marker::kPolishHealthRegistry,
     marker::kPolishFinance1,
     marker::kPolishFinance2,
     marker::kPolishSocialInsurance,
     marker::kHl7,
     marker::kItalianHealthRecord,
-    marker::kPolishHealthRegistry,
+    marker::kPeruUbl,
     marker::kPolishHealthItCentre,
     marker::kCmaStp,
     marker::kSat,
@@ -49,6 +51,7 @@ constexpr std::array<std::string_view, MarkerCount> kMarkers = {
     marker::kSignedDoc,
     marker::kSkXml,
     marker::kLauStart,
+    marker::kTimeStamp,
 };
 
 constexpr text::NeedleSet kMarkerSet(kMarkers);
@@ -133,6 +136,8 @@ void detectProfile(std::string_view xml, Rules& rules, LogBase& log) {
     // Not a profile by itself: it only tells the digest step whether it has to keep the canonical
     // form as a text, to search it for the block.
     rules.mayHoldLau = isThere(Lau);
+    // Nor this: signatures are not searched for what is nowhere.
+    rules.mayHoldTimestamp = isThere(TimeStamp);
 
     for (const ProfileRule& rule : kProfileRules) {
         if (isThere(rule.marker) && isThere(rule.also)) {

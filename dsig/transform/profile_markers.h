@@ -42,6 +42,8 @@ inline constexpr std::string_view kSkXml = "SK-XML";
 inline constexpr std::string_view kSwift = "urn:swift:saa:xsd:saa.2.0";
 inline constexpr std::string_view kLauStart = "<LAU";
 inline constexpr std::string_view kLauEnd = "</LAU>";
+// XAdES (ETSI TS 101 903): what holds a time-stamp, an element by its local name.
+inline constexpr std::string_view kTimeStamp = "EncapsulatedTimeStamp";
 // ebXML messaging: header blocks for the next actor, by the SOAP 1.1 name and by ebXML's own.
 inline constexpr std::string_view kSoapNextActor = "http://schemas.xmlsoap.org/soap/actor/next";
 inline constexpr std::string_view kEbXmlNextActor = "urn:oasis:names:tc:ebxml-msg:actor:nextMSH";

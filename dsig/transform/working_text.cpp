@@ -24,6 +24,9 @@ TextRange extentOf(const XmlDocument& document, ElementId element) noexcept {
 // step takes out as a whole. Searches find nothing that begins or ends in a gap, so a new range
 // holds a gap or is apart from it, and comparing with the last range is enough.
 std::vector<TextRange> united(std::vector<TextRange> gaps, const std::vector<TextRange>& added) {
+    if (gaps.empty() && added.size() == 1) {
+        return added;
+    }
     gaps.insert(gaps.end(), added.begin(), added.end());
     std::sort(gaps.begin(), gaps.end(), [](TextRange one, TextRange other) {
         return one.start != other.start ? one.start < other.start : one.length > other.length;
@@ -100,6 +103,7 @@ bool WorkingText::takeOut(std::span<const Cut> cuts, LogBase& log) {
         return true;
     }
     std::vector<TextRange> ranges;
+    ranges.reserve(cuts.size());
     for (const Cut& cut : cuts) {
         ranges.push_back(cut.range);
     }
@@ -115,6 +119,7 @@ bool WorkingText::takeOut(std::span<const Cut> cuts, LogBase& log) {
     // All stretches are checked before the first is noted, so that a refusal leaves text and
     // coverage untouched.
     std::vector<std::pair<ElementId, ElementId>> runs;
+    runs.reserve(ranges.size());
     for (const TextRange range : ranges) {
         ElementId first = kNoElement;
         ElementId last = kNoElement;

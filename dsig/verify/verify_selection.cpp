@@ -112,10 +112,11 @@ void readMethod(const VerifyQuery& query, SignedValue& value, LogBase& log) {
     }
 }
 
-// A method that names no digest leaves the hash empty, and an empty hash verifies under no key.
+// A method that names no digest leaves the hash empty, and an empty hash verifies under no key. A
+// code with a secret is made of the octets themselves.
 void hashSigned(SignedValue& value) {
     value.hash.clear();
-    if (value.asked.hashAlg != kHashNone) {
+    if (value.asked.hashAlg != kHashNone && value.asked.keyType != kKeyTypeHmac) {
         const ByteView octets = value.octets.octets();
         _vlHash::doHash(octets.data(), static_cast<std::uint32_t>(octets.size()),
                         value.asked.hashAlg, value.hash);

@@ -45,6 +45,41 @@ std::size_t plainPrefix(std::string_view value) noexcept {
     return at;
 }
 
+// Copies a short text. The two copies of a size may overlap.
+[[gnu::always_inline]] inline char* putShort(char* at, std::string_view text) noexcept {
+    const std::size_t size = text.size();
+    if (size - 8 <= 8) {
+        std::memcpy(at, text.data(), 8);
+        std::memcpy(at + size - 8, text.data() + size - 8, 8);
+    } else if (size - 16 <= 16) {
+        std::memcpy(at, text.data(), 16);
+        std::memcpy(at + size - 16, text.data() + size - 16, 16);
+    } else if (size != 0) { // a view of nothing may be null, which memcpy() does not take
+        std::memcpy(at, text.data(), size);
+    }
+    return at + size;
+}
+
+// Copies a value that stands as it is; null, with some of it copied, where it holds a control
+// character or may do so.
+[[gnu::always_inline]] inline char* putPlain(char* at, std::string_view value) noexcept {
+    const char* from = value.data();
+    std::size_t left = value.size();
+    for (; left >= 8; left -= 8, from += 8, at += 8) {
+        if (mayHoldControl(from)) {
+            return nullptr;
+        }
+        std::memcpy(at, from, 8);
+    }
+    for (; left != 0; --left) {
+        if (isControl(*from)) {
+            return nullptr;
+        }
+        *at++ = *from++;
+    }
+    return at;
+}
+
 // The front of a value, of at most `most` bytes, that ends between two characters.
 std::string_view shownPart(std::string_view value, std::size_t most) noexcept {
     if (value.size() <= most) {
@@ -140,6 +175,29 @@ void _vlLogger::Entry::addLeftOut(std::size_t bytes) noexcept {
     add(" more bytes)");
 }
 
+bool _vlLogger::putAtOnce(std::string_view key, std::string_view mark,
+                          std::string_view value) noexcept {
+    // More than is written: the spaces are copied as a whole.
+    char* at = m_text.freeRoom(kSpaces.size() + key.size() + mark.size() + value.size() + 1);
+    if (at == nullptr) {
+        return false;
+    }
+    const char* const begin = at;
+    std::memcpy(at, kSpaces.data(), kSpaces.size());
+    at += std::min(std::size_t{2} * m_depth, kSpaces.size());
+    at = putShort(at, key);
+    for (const char c : mark) {
+        *at++ = c;
+    }
+    at = putPlain(at, value);
+    if (at == nullptr) {
+        return false;
+    }
+    *at++ = '\n';
+    m_text.takeRoom(static_cast<std::size_t>(at - begin));
+    return true;
+}
+
 void _vlLogger::setLimit(std::uint64_t bytes) noexcept {
     m_limit = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, kHighestLimit));
 }
@@ -176,15 +234,16 @@ void _vlLogger::LogError(const char* text) {
 
 void _vlLogger::LogInfo(const char* text) {
     const std::string_view info = shownPart(text::viewOf(text), kMaxShownValue);
-    if (takes(info.size())) {
+    if (takes(info.size()) && !putAtOnce({}, {}, info)) {
         Entry(*this).addEscaped(info);
     }
 }
 
 void _vlLogger::enterContext(const char* name) {
-    if (takes(text::viewOf(name).size())) {
+    const std::string_view shown = text::viewOf(name);
+    if (takes(shown.size()) && !putAtOnce(shown, ":", {})) {
         Entry entry(*this);
-        entry.add(text::viewOf(name));
+        entry.add(shown);
         entry.add(":");
     }
     ++m_depth;
@@ -198,11 +257,13 @@ void _vlLogger::leaveContext() {
 
 void _vlLogger::logText(const char* key, std::string_view value) {
     const std::string_view shown = shownPart(value, kMaxShownValue);
-    if (!takes(shown.size())) {
+    const std::string_view name = text::viewOf(key);
+    const bool isWhole = shown.size() == value.size();
+    if (!takes(shown.size()) || (isWhole && putAtOnce(name, ": ", shown))) {
         return;
     }
     Entry entry(*this);
-    entry.add(text::viewOf(key));
+    entry.add(name);
     entry.add(": ");
     entry.addEscaped(shown);
     entry.addLeftOut(value.size() - shown.size());

@@ -149,54 +149,78 @@ public:
         load(offsetof(seccomp_data, nr));
     }
 
-    // Called once. The kernel tries the filter with every call there is when it is installed, so
-    // calls are passed over by the group.
-    void allow(std::vector<ConditionalCall> calls) {
-        constexpr std::size_t kGroup = 8;
+    // Refuses what none of the calls is; called once. The kernel tries the filter with every call
+    // there is when it is installed, so a number is looked up by halves.
+    std::span<sock_filter> allowOnly(std::vector<ConditionalCall> calls) {
         std::stable_sort(calls.begin(), calls.end(),
                          [](const auto& a, const auto& b) { return a.number < b.number; });
-        for (std::size_t first = 0; first < calls.size();) {
-            std::size_t next = std::min(first + kGroup, calls.size());
-            // The conditions of one call stay together.
-            while (next < calls.size() && calls[next].number == calls[next - 1].number) {
-                ++next;
-            }
-            allowGroup(std::span(calls).subspan(first, next - first));
-            first = next;
-        }
-    }
-
-    // The end: all that was not allowed.
-    std::span<sock_filter> finish() {
-        answer(SECCOMP_RET_ERRNO | ENOSYS);
+        lookUp(stretchesOf(calls));
         return m_steps;
     }
 
 private:
-    // Numbers beyond its last go on behind the group.
-    void allowGroup(std::span<const ConditionalCall> calls) {
-        const std::size_t jump = m_steps.size();
-        add(BPF_JMP | BPF_JGT | BPF_K, 0, 0, calls.back().number);
-        for (const ConditionalCall& call : calls) {
-            allow(call);
+    // Numbers from `first` on that are treated alike: refused where there are no conditions,
+    // allowed where the only one has no mask.
+    struct Stretch {
+        std::uint32_t first;
+        std::span<const ConditionalCall> conditions;
+
+        [[nodiscard]] bool isAllowed() const noexcept {
+            return !conditions.empty() && conditions.front().mask == 0;
         }
-        m_steps[jump].jt = static_cast<std::uint8_t>(m_steps.size() - jump - 1);
+    };
+
+    static std::vector<Stretch> stretchesOf(std::span<const ConditionalCall> calls) {
+        std::vector<Stretch> stretches{{0, {}}};
+        const auto begin = [&stretches](const Stretch& next) {
+            if (stretches.back().first == next.first) {
+                stretches.pop_back();
+            }
+            // One allowed call behind another goes on with its stretch.
+            if (stretches.empty() || !stretches.back().isAllowed() || !next.isAllowed()) {
+                stretches.push_back(next);
+            }
+        };
+        for (std::size_t first = 0, next = 0; first < calls.size(); first = next) {
+            const std::uint32_t number = calls[first].number;
+            while (next < calls.size() && calls[next].number == number) {
+                ++next;
+            }
+            begin({number, calls.subspan(first, next - first)});
+            stretches.push_back({number + 1, {}});
+        }
+        return stretches;
     }
 
-    void allow(const ConditionalCall& call) {
-        if (call.mask == 0) {
-            test(call.number, 0, 1);
+    // As deep as the number of stretches can be halved.
+    void lookUp(std::span<const Stretch> stretches) {
+        if (stretches.size() == 1) {
+            decide(stretches.front());
+            return;
+        }
+        const std::size_t half = stretches.size() / 2;
+        const std::size_t jump = m_steps.size();
+        add(BPF_JMP | BPF_JGE | BPF_K, 0, 0, stretches[half].first);
+        lookUp(stretches.first(half));
+        m_steps[jump].jt = static_cast<std::uint8_t>(m_steps.size() - jump - 1);
+        lookUp(stretches.subspan(half));
+    }
+
+    void decide(const Stretch& stretch) {
+        if (stretch.isAllowed()) {
             answer(SECCOMP_RET_ALLOW);
             return;
         }
-        test(call.number, 0, 5);
-        load(static_cast<std::uint32_t>(offsetof(seccomp_data, args) +
-                                        sizeof(std::uint64_t) * call.argument));
-        add(BPF_ALU | BPF_AND | BPF_K, 0, 0, call.mask);
-        test(call.value, 0, 1);
-        answer(SECCOMP_RET_ALLOW);
-        load(offsetof(seccomp_data, nr));
+        for (const ConditionalCall& call : stretch.conditions) {
+            load(static_cast<std::uint32_t>(offsetof(seccomp_data, args) +
+                                            sizeof(std::uint64_t) * call.argument));
+            add(BPF_ALU | BPF_AND | BPF_K, 0, 0, call.mask);
+            test(call.value, 0, 1);
+            answer(SECCOMP_RET_ALLOW);
+        }
+        answer(SECCOMP_RET_ERRNO | ENOSYS);
     }
+
     void load(std::uint32_t offset) { add(BPF_LD | BPF_W | BPF_ABS, 0, 0, offset); }
     void test(std::uint32_t value, std::uint8_t onTrue, std::uint8_t onFalse) {
         add(BPF_JMP | BPF_JEQ | BPF_K, onTrue, onFalse, value);
@@ -232,8 +256,7 @@ bool enterCallFilter(bool writes) {
     // So that the process can abort; a signal to another one would be a message.
     calls.push_back({SYS_tgkill, 0, kAllBits, static_cast<std::uint32_t>(::getpid())});
     FilterProgram program;
-    program.allow(std::move(calls));
-    const std::span<sock_filter> steps = program.finish();
+    const std::span<sock_filter> steps = program.allowOnly(std::move(calls));
     const sock_fprog filter{static_cast<unsigned short>(steps.size()), steps.data()};
     // Without this flag older kernels slow the process down, against others on the same machine
     // that measure it; there is nothing secret in it.

@@ -5,6 +5,7 @@
 #include "foundation/text/VantrelObject.h"
 #include "foundation/text/shared_bytes.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -55,6 +56,10 @@ public:
     bool setString(const StringBuffer& text);
     bool setView(std::string_view text);
     bool reserve(std::uint32_t capacity);
+    // Where `count` bytes can be written behind the text; null where there is no such room, or the
+    // storage is shared. takeRoom() then makes so many of them a part of the text.
+    [[nodiscard]] char* freeRoom(std::size_t count) noexcept { return m_bytes.freeRoom(count); }
+    void takeRoom(std::size_t count) noexcept { m_bytes.take(count); }
     void clear() noexcept;
     // Wipes the storage (where it is not shared) and empties the text.
     void secureClear() noexcept;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 namespace vantrel {
@@ -147,13 +148,23 @@ private:
 };
 
 bool utf8ToSingleByte(std::string_view text, const text::SingleByteCharset& set, DataBuffer& out) {
-    const ReverseTable table(set);
     Collector<DataBuffer> collector(out);
+    std::optional<ReverseTable> table; // many a text is ASCII
     while (!text.empty()) {
+        // In pieces that the collector has room for.
+        const std::size_t run = text::asciiPrefix(text.substr(0, 64));
+        collector.add(text.data(), run);
+        text.remove_prefix(run);
+        if (text.empty() || static_cast<unsigned char>(text.front()) < 0x80) {
+            continue;
+        }
+        if (!table) {
+            table.emplace(set);
+        }
         char32_t character = 0;
+        char byte = 0;
         const std::size_t length = text::decodeUtf8(text, character);
-        char byte = static_cast<char>(character);
-        if (length == 0 || (character >= 0x80 && !table.find(character, byte))) {
+        if (length == 0 || !table->find(character, byte)) {
             return false;
         }
         collector.add(&byte, 1);

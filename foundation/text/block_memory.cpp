@@ -46,9 +46,10 @@ void setHugePageAdvice(HugePageAdvice advice) noexcept {
 }
 
 void secureWipe(void* start, std::size_t size) noexcept {
-    volatile unsigned char* bytes = static_cast<unsigned char*>(start);
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = 0;
+    if (size != 0) {
+        std::memset(start, 0, size);
+        // Claims to read the memory.
+        __asm__ volatile("" : : "r"(start) : "memory");
     }
 }
 

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <functional>
 #include <new>
-#include <utility>
 
 namespace vantrel {
 
@@ -40,44 +39,12 @@ SharedBytes::Block* SharedBytes::newBlock(std::size_t capacity) noexcept {
 }
 
 void SharedBytes::releaseBlock(Block* block) noexcept {
-    if (block != nullptr && block->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    // Nobody can come to share what only one has: no count is written down for it.
+    if (block != nullptr && (block->references.load(std::memory_order_acquire) == 1 ||
+                             block->references.fetch_sub(1, std::memory_order_acq_rel) == 1)) {
         block->~Block();
         text::freeBlock(block);
     }
-}
-
-SharedBytes::SharedBytes(const SharedBytes& other) noexcept {
-    // An empty one may hold reserved storage, which stays its own.
-    if (other.m_size != 0) {
-        m_block = other.m_block;
-        m_size = other.m_size;
-        m_block->references.fetch_add(1, std::memory_order_relaxed);
-    }
-}
-
-SharedBytes::SharedBytes(SharedBytes&& other) noexcept
-    : m_block(std::exchange(other.m_block, nullptr)), m_size(std::exchange(other.m_size, 0)) {}
-
-SharedBytes& SharedBytes::operator=(const SharedBytes& other) noexcept {
-    if (this != &other) {
-        SharedBytes copy(other);
-        swap(copy);
-    }
-    return *this;
-}
-
-SharedBytes& SharedBytes::operator=(SharedBytes&& other) noexcept {
-    if (this != &other) {
-        SharedBytes taken(std::move(other));
-        swap(taken);
-    }
-    return *this;
-}
-
-SharedBytes::~SharedBytes() { releaseBlock(m_block); }
-
-bool SharedBytes::isOwn() const noexcept {
-    return m_block != nullptr && m_block->references.load(std::memory_order_acquire) == 1;
 }
 
 bool SharedBytes::holds(const void* pointer) const noexcept {
@@ -111,7 +78,7 @@ bool SharedBytes::growInPlace(std::size_t capacity) noexcept {
     return true;
 }
 
-bool SharedBytes::append(const void* source, std::size_t count) noexcept {
+bool SharedBytes::appendToNew(const void* source, std::size_t count) noexcept {
     if (count == 0) {
         return true;
     }
@@ -138,8 +105,7 @@ bool SharedBytes::append(const void* source, std::size_t count) noexcept {
     } else {
         std::memcpy(data(m_block) + m_size, source, count);
     }
-    m_size = static_cast<std::uint32_t>(newSize);
-    data(m_block)[m_size] = '\0';
+    take(count);
     return true;
 }
 
@@ -243,11 +209,6 @@ void SharedBytes::secureClear() noexcept {
     releaseBlock(m_block);
     m_block = nullptr;
     m_size = 0;
-}
-
-void SharedBytes::swap(SharedBytes& other) noexcept {
-    std::swap(m_block, other.m_block);
-    std::swap(m_size, other.m_size);
 }
 
 } // namespace vantrel

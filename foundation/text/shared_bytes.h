@@ -7,7 +7,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace vantrel {
 
@@ -23,11 +25,35 @@ inline constexpr std::uint32_t kMaxTextSize = 0xFFFFFF00U;
 class SharedBytes final {
 public:
     SharedBytes() noexcept = default;
-    SharedBytes(const SharedBytes& other) noexcept;
-    SharedBytes(SharedBytes&& other) noexcept;
-    SharedBytes& operator=(const SharedBytes& other) noexcept;
-    SharedBytes& operator=(SharedBytes&& other) noexcept;
-    ~SharedBytes();
+    SharedBytes(const SharedBytes& other) noexcept {
+        // An empty one may hold reserved storage, which stays its own.
+        if (other.m_size != 0) {
+            m_block = other.m_block;
+            m_size = other.m_size;
+            m_block->references.fetch_add(1, std::memory_order_relaxed);
+        }
+    }
+    SharedBytes(SharedBytes&& other) noexcept
+        : m_block(std::exchange(other.m_block, nullptr)), m_size(std::exchange(other.m_size, 0)) {}
+    SharedBytes& operator=(const SharedBytes& other) noexcept {
+        if (this != &other) {
+            SharedBytes copy(other);
+            swap(copy);
+        }
+        return *this;
+    }
+    SharedBytes& operator=(SharedBytes&& other) noexcept {
+        if (this != &other) {
+            SharedBytes taken(std::move(other));
+            swap(taken);
+        }
+        return *this;
+    }
+    ~SharedBytes() {
+        if (m_block != nullptr) {
+            releaseBlock(m_block);
+        }
+    }
 
     [[nodiscard]] std::uint32_t size() const noexcept { return m_size; }
     [[nodiscard]] const char* cString() const noexcept {
@@ -45,7 +71,24 @@ public:
     // True when `pointer` lies in this storage or just behind it.
     [[nodiscard]] bool holds(const void* pointer) const noexcept;
 
-    [[nodiscard]] bool append(const void* source, std::size_t count) noexcept;
+    [[nodiscard]] bool append(const void* source, std::size_t count) noexcept {
+        char* const at = freeRoom(count);
+        if (at == nullptr || count == 0) [[unlikely]] {
+            return appendToNew(source, count);
+        }
+        std::memcpy(at, source, count);
+        take(count);
+        return true;
+    }
+    // Where `count` bytes can be written behind the last; null where there is no such room in
+    // storage of its own. take() then makes so many of them a part of it.
+    [[nodiscard]] char* freeRoom(std::size_t count) noexcept {
+        return isOwn() && m_block->capacity - m_size >= count ? data(m_block) + m_size : nullptr;
+    }
+    void take(std::size_t count) noexcept {
+        m_size += static_cast<std::uint32_t>(count);
+        data(m_block)[m_size] = '\0';
+    }
     // Room for `capacity` bytes in storage of its own.
     [[nodiscard]] bool reserve(std::size_t capacity) noexcept;
     // Sets the size; new bytes are undefined. The result is storage of its own.
@@ -58,7 +101,10 @@ public:
     void truncate(std::uint32_t size) noexcept;
     void clear() noexcept;
     void secureClear() noexcept;
-    void swap(SharedBytes& other) noexcept;
+    void swap(SharedBytes& other) noexcept {
+        std::swap(m_block, other.m_block);
+        std::swap(m_size, other.m_size);
+    }
 
 private:
     struct Block {
@@ -69,7 +115,11 @@ private:
     static char* data(Block* block) noexcept { return reinterpret_cast<char*>(block + 1); }
     static Block* newBlock(std::size_t capacity) noexcept;
     static void releaseBlock(Block* block) noexcept;
-    [[nodiscard]] bool isOwn() const noexcept;
+    [[nodiscard]] bool isOwn() const noexcept {
+        return m_block != nullptr && m_block->references.load(std::memory_order_acquire) == 1;
+    }
+    // append() where the bytes do not fit.
+    [[nodiscard]] bool appendToNew(const void* source, std::size_t count) noexcept;
     // More room in the own block, which may move.
     [[nodiscard]] bool growInPlace(std::size_t capacity) noexcept;
     // Carries the bytes over into a new block.

@@ -118,11 +118,33 @@ private:
         return true;
     }
     bool take(const x509::DerAttribute& attribute) {
+        if (takeAtAGlance(attribute)) {
+            return true;
+        }
         m_text.clear();
         if (!appendDerAttribute(attribute, m_value, m_text) || !m_rest.starts_with(m_text)) {
             return false;
         }
         m_rest.remove_prefix(m_text.size());
+        return true;
+    }
+
+    // A known type and a value that needs no escapes are compared without making their text.
+    bool takeAtAGlance(const x509::DerAttribute& attribute) noexcept {
+        const asn1::Tag tag = attribute.value.tag;
+        const std::string_view value = asText(attribute.value.contents);
+        const x509::AttributeType* const type = x509::findAttributeByOid(attribute.type);
+        if (type == nullptr ||
+            (tag != asn1::Tag::Utf8String && tag != asn1::Tag::PrintableString) ||
+            !m_rest.starts_with(type->label)) {
+            return false;
+        }
+        const std::string_view rest = m_rest.substr(type->label.size());
+        if (!rest.starts_with('=') || !rest.substr(1).starts_with(value) ||
+            !x509::isPlainValue(value)) {
+            return false;
+        }
+        m_rest = rest.substr(1 + value.size());
         return true;
     }
 

@@ -92,6 +92,13 @@ CertRecord* SystemCerts::findBySubjectKeyId(const StringBuffer& base64, LogBase&
     });
 }
 
+VantrelX509* SystemCerts::findByDigest(int hashId, ByteView digest) {
+    return text::noThrow(static_cast<VantrelX509*>(nullptr), [&] {
+        return certificateOf(findInAll(
+            m_tables, [&](CertTable& table) { return table.findByDigest(hashId, digest); }));
+    });
+}
+
 bool SystemCerts::holds(ByteView der) {
     return text::noThrow(false, [&] {
         return std::any_of(m_tables.begin(), m_tables.end(),

@@ -49,6 +49,9 @@ public:
     // SHA-1 of its public key (RFC 5280 4.2.1.2 method 1).
     [[nodiscard]] CertRecord* findBySubjectKeyId(const StringBuffer& base64, LogBase& log);
 
+    // The certificate whose DER has this digest (a thumbprint), of any algorithm (hash_ids.h).
+    [[nodiscard]] VantrelX509* findByDigest(int hashId, ByteView digest);
+
     // Whether one of the vaults has this very certificate (DER).
     [[nodiscard]] bool holds(ByteView der);
 

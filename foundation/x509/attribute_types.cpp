@@ -3,6 +3,7 @@
 
 #include "foundation/asn1/oid.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -142,7 +143,8 @@ std::string_view withoutOidPrefix(std::string_view label) noexcept {
 }
 
 bool isDotted(std::string_view label) noexcept {
-    return !label.empty() && label.find_first_not_of("0123456789.") == std::string_view::npos;
+    return std::ranges::all_of(label, [](char c) { return (c >= '0' && c <= '9') || c == '.'; }) &&
+           !label.empty();
 }
 
 // The types below 2.5.4 by their last number, since nearly every attribute is one of them; and the

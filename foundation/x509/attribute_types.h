@@ -29,7 +29,7 @@ struct AttributeType {
 // dotted identifier, or the label itself in lower case.
 void appendFoldedLabel(std::string_view label, std::string& out);
 
-inline char foldAscii(char c) noexcept {
+constexpr char foldAscii(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 

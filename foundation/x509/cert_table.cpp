@@ -13,6 +13,9 @@
 #include "foundation/x509/oids.h"
 #include "foundation/x509/serial_number.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace vantrel {
 
 namespace {
@@ -30,6 +33,8 @@ std::uint64_t issuerSerialKey(std::string_view cn, std::string_view serial, std:
 }
 
 std::uint64_t keyIdKey(ByteView keyId) noexcept { return x509::hashBytes(asText(keyId), 3); }
+
+std::uint64_t digestKey(ByteView digest) noexcept { return x509::hashBytes(asText(digest), 5); }
 
 // Of a whole certificate: its end tells certificates apart as well as all of it would.
 std::uint64_t endKey(ByteView der) noexcept {
@@ -117,7 +122,7 @@ CertRecord* CertTable::at(std::uint32_t index) {
     return index < m_records.size() ? &m_records[index] : nullptr;
 }
 
-// The five functions below take up what was added since they last ran.
+// The six functions below take up what was added since they last ran.
 void CertTable::updateIssuerSerial() {
     std::string serial;
     for (; m_issuerSerial.indexed < m_records.size(); ++m_issuerSerial.indexed) {
@@ -162,6 +167,21 @@ void CertTable::updateEnds() {
     for (; m_ends.indexed < m_records.size(); ++m_ends.indexed) {
         m_ends.entries.add(endKey(certificate(m_ends.indexed).certificate()), m_ends.indexed);
     }
+}
+
+CertTable::Digests& CertTable::updatedDigests(int hashId) {
+    auto found = std::ranges::find(m_digests, hashId, &Digests::hashId);
+    if (found == m_digests.end()) {
+        found = m_digests.insert(found, Digests{hashId, {}, {}});
+    }
+    const std::size_t size = crypto::hashDigestSize(hashId);
+    found->all.resize(m_records.size() * size);
+    for (std::uint32_t& next = found->index.indexed; next < m_records.size(); ++next) {
+        const std::span<std::uint8_t> digest(found->all.data() + next * size, size);
+        crypto::hashBytes(hashId, certificate(next).certificate(), digest);
+        found->index.entries.add(digestKey(digest), next);
+    }
+    return *found;
 }
 
 bool CertTable::issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact) {
@@ -259,6 +279,24 @@ CertTable::Match CertTable::findByKeyId(ByteView keyId) {
         std::uint8_t digest[crypto::kMaxDigestSize];
         const ByteView bits = certificate(index).subjectPublicKeyBits();
         if (x509::sameBytes(crypto::hashBytes(kHashSha1, bits, digest), keyId)) {
+            return {&m_records[index], true};
+        }
+    }
+    return {};
+}
+
+CertTable::Match CertTable::findByDigest(int hashId, ByteView digest) {
+    const std::size_t size = crypto::hashDigestSize(hashId);
+    if (size == 0 || digest.size() != size) {
+        return {};
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Digests& digests = updatedDigests(hashId);
+    const HashIndex& entries = digests.index.entries;
+    std::uint32_t entry = entries.first(digestKey(digest));
+    for (; entry != HashIndex::kNone; entry = entries.next(entry)) {
+        const std::uint32_t index = entries.certificate(entry);
+        if (x509::sameBytes(ByteView(digests.all).subspan(index * size, size), digest)) {
             return {&m_records[index], true};
         }
     }

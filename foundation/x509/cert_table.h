@@ -43,6 +43,9 @@ public:
     [[nodiscard]] Match findByIssuerSerial(std::string_view issuerCn, std::string_view serial);
     [[nodiscard]] Match findBySubject(std::string_view dn, bool ignoreOrder);
     [[nodiscard]] Match findByKeyId(ByteView keyId);
+    // By the digest of the whole certificate, of any algorithm (hash_ids.h). The first look-up with
+    // an algorithm hashes every certificate.
+    [[nodiscard]] Match findByDigest(int hashId, ByteView digest);
     // Whether this very certificate is there. Its size does not matter to the cost.
     [[nodiscard]] bool holds(ByteView der);
 
@@ -50,6 +53,13 @@ private:
     struct Index {
         x509::HashIndex entries;
         std::uint32_t indexed = 0; // certificates that are in it
+    };
+
+    // What certificates are known by under one algorithm: all their digests one behind the other.
+    struct Digests {
+        int hashId = 0;
+        Index index;
+        std::vector<std::uint8_t> all;
     };
 
     // Throws std::bad_alloc.
@@ -62,6 +72,7 @@ private:
     void updateKeyIds();
     void updateKeyHashes();
     void updateEnds();
+    [[nodiscard]] Digests& updatedDigests(int hashId);
     [[nodiscard]] bool issuerHasCn(std::uint32_t index, std::string_view cn, bool& exact);
 
     mutable std::mutex m_mutex;
@@ -71,6 +82,7 @@ private:
     Index m_keyIds;    // subject key identifier extensions
     Index m_keyHashes; // SHA-1 of the public keys; made only when an extension did not answer
     Index m_ends;      // the last bytes of the certificates, which belong to their signatures
+    std::vector<Digests> m_digests; // one for each algorithm that was asked for
     std::string m_scratch;
 };
 

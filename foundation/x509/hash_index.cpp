@@ -21,7 +21,7 @@ std::size_t HashIndex::findSlot(std::uint64_t key) const noexcept {
 }
 
 void HashIndex::grow() {
-    std::vector<Slot> old(m_slots.empty() ? kFirstSlots : 2 * m_slots.size());
+    Slots old(m_slots.empty() ? kFirstSlots : 2 * m_slots.size());
     old.swap(m_slots);
     for (const Slot& slot : old) {
         if (slot.head != kNone) {

@@ -2,6 +2,8 @@
 #ifndef FOUNDATION_X509_HASH_INDEX_H
 #define FOUNDATION_X509_HASH_INDEX_H
 
+#include "foundation/text/block_allocator.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -38,8 +40,10 @@ private:
     [[nodiscard]] std::size_t findSlot(std::uint64_t key) const noexcept;
     void grow();
 
+    using Slots = std::vector<Slot, text::BlockAllocator<Slot>>;
+
     std::vector<Entry> m_entries;
-    std::vector<Slot> m_slots; // open addressing, a power of two, at most half full
+    Slots m_slots; // open addressing, a power of two, at most half full
     std::size_t m_used = 0;
 };
 

@@ -6,6 +6,7 @@
 #include "foundation/x509/name_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 
@@ -13,9 +14,22 @@ namespace vantrel::x509 {
 
 namespace {
 
-// Inside of values, too: documents cut names at every separator without regard to quotes.
-bool isSeparator(char c) noexcept { return c == ',' || c == ';' || c == '+'; }
-bool isDropped(char c) noexcept { return isNameSpace(c) || c == '"' || c == '\\'; }
+// What becomes of a character in a token: itself in lower case, or one of these two, which stand
+// for nothing and for the token's end.
+constexpr char kDropped = '"';
+constexpr char kSeparator = ',';
+
+constexpr std::array<char, 256> kTokenCharacters = [] {
+    std::array<char, 256> table{};
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        const char c = static_cast<char>(i);
+        // Inside of values, too: documents cut names at every separator without regard to quotes.
+        const bool separator = c == ',' || c == ';' || c == '+';
+        const bool dropped = isNameSpace(c) || c == '"' || c == '\\';
+        table[i] = separator ? kSeparator : dropped ? kDropped : foldAscii(c);
+    }
+    return table;
+}();
 
 // Collects characters into tokens and hands each finished one to `sink`.
 template <class Sink> class Tokenizer {
@@ -24,28 +38,24 @@ public:
         m_token.clear();
     }
 
-    void put(char c) {
-        if (isSeparator(c)) {
-            finish();
-        } else if (!isDropped(c)) {
-            m_token.push_back(foldAscii(c));
-        }
-    }
+    void put(char c) { put(std::string_view(&c, 1)); }
     void put(std::string_view text) {
-        std::size_t at = m_token.size();
-        m_token.resize(at + text.size());
+        const std::size_t before = m_token.size();
+        m_token.resize(before + text.size());
+        char* at = m_token.data() + before;
         for (std::size_t i = 0; i < text.size(); ++i) {
-            const char c = text[i];
-            if (isSeparator(c)) {
-                m_token.resize(at);
+            const char c = kTokenCharacters[static_cast<unsigned char>(text[i])];
+            if (c == kSeparator) {
+                m_token.resize(static_cast<std::size_t>(at - m_token.data()));
                 finish();
-                at = 0;
                 m_token.resize(text.size() - i);
-            } else if (!isDropped(c)) {
-                m_token[at++] = foldAscii(c);
+                at = m_token.data();
+                continue;
             }
+            *at = c;
+            at += c != kDropped ? 1 : 0;
         }
-        m_token.resize(at);
+        m_token.resize(static_cast<std::size_t>(at - m_token.data()));
     }
     // A label that is known to be in its unified form.
     void putLabel(std::string_view label) {

@@ -6,6 +6,7 @@
 #include "foundation/x509/name_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -30,9 +31,18 @@ bool isLabelChar(char c) noexcept {
 }
 
 // RFC 4514 2.4: what is escaped wherever it stands.
-bool isEscaped(char c) noexcept {
+constexpr bool isEscaped(char c) noexcept {
     return c == '"' || c == '+' || c == ',' || c == ';' || c == '<' || c == '>' || c == '\\';
 }
+
+// What may stand in a text as it stands in the value: printable ASCII that is not escaped.
+constexpr std::array<bool, 256> kPlainLetters = [] {
+    std::array<bool, 256> table{};
+    for (std::size_t i = ' '; i < 0x7F; ++i) {
+        table[i] = !isEscaped(static_cast<char>(i));
+    }
+    return table;
+}();
 
 class NameParser {
 public:
@@ -181,6 +191,17 @@ void appendEscapedValue(std::string_view value, std::string& out) {
         }
     }
     out.append(value.substr(plain));
+}
+
+bool isPlainValue(std::string_view value) noexcept {
+    if (value.starts_with(' ') || value.starts_with('#') || value.ends_with(' ')) {
+        return false;
+    }
+    bool plain = true; // without a branch for each: names are short
+    for (const char c : value) {
+        plain = plain && kPlainLetters[static_cast<unsigned char>(c)];
+    }
+    return plain;
 }
 
 void appendHexValue(ByteView der, std::string& out) {

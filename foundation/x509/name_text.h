@@ -24,6 +24,8 @@ struct TextAttribute {
 
 // Appends `value` with the escapes of RFC 4514 2.4.
 void appendEscapedValue(std::string_view value, std::string& out);
+// Whether the value is ASCII that needs none of them: its text is the value itself.
+[[nodiscard]] bool isPlainValue(std::string_view value) noexcept;
 
 // Appends the text of a value of no string type: "#" and its DER in hexadecimal (RFC 4514 2.4).
 void appendHexValue(ByteView der, std::string& out);
@@ -39,7 +41,9 @@ void appendHexValue(ByteView der, std::string& out);
 // run of it made one blank.
 void appendFoldedValue(std::string_view value, std::string& out);
 
-inline bool isNameSpace(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+constexpr bool isNameSpace(char c) noexcept {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 } // namespace vantrel::x509
 

@@ -30,17 +30,6 @@ json::JsonValue readManifest(const std::string& path, const char* list) {
     return *entries;
 }
 
-std::string textOf(const json::JsonValue& object, const char* name) {
-    const json::JsonValue* const value = object.find(name);
-    return value != nullptr ? std::string(value->text()) : std::string();
-}
-
-std::int64_t integerOf(const json::JsonValue& object, const char* name) {
-    const json::JsonValue* const value = object.find(name);
-    std::int64_t number = -1;
-    return value != nullptr && value->integer(number) ? number : -1;
-}
-
 void loadText(ClsXmlDSig& verifier, const std::string& document) {
     XString text(document);
     ASSERT_TRUE(verifier.LoadSignature(text)) << logOf(verifier);
@@ -96,12 +85,6 @@ void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
             }
         }
     }
-}
-
-bool hasAccommodation(const json::JsonValue& object, std::string_view code) {
-    const auto& codes = object.find("accommodations")->elements();
-    return std::any_of(codes.begin(), codes.end(),
-                       [code](const auto& value) { return value.text() == code; });
 }
 
 namespace {

@@ -4,6 +4,7 @@
 
 #include "dsig/object/ClsXmlDSig.h"
 #include "foundation/json/json_value.h"
+#include "tests/support/report_values.h"
 
 #include <functional>
 #include <string>
@@ -15,9 +16,6 @@ namespace vantrel::test {
 // The manifest's JSON, its array `list`; a fault fails the running test and gives an empty value.
 [[nodiscard]] json::JsonValue readManifest(const std::string& path, const char* list);
 
-[[nodiscard]] std::string textOf(const json::JsonValue& object, const char* name);
-[[nodiscard]] std::int64_t integerOf(const json::JsonValue& object, const char* name);
-
 // Loads a document; a failure fails the running test.
 void loadText(ClsXmlDSig& verifier, const std::string& document);
 // Loads a document from a file; a failure fails the running test.
@@ -26,8 +24,6 @@ void loadDocument(ClsXmlDSig& verifier, const std::string& path);
 // relative to `folder`. False when the entry's key is of a kind that the verifier cannot be given.
 void supplyKeysAndData(ClsXmlDSig& verifier, const json::JsonValue& entry,
                        const std::string& folder);
-// Of a report, or of one of its references.
-[[nodiscard]] bool hasAccommodation(const json::JsonValue& object, std::string_view code);
 [[nodiscard]] std::string logOf(ClsXmlDSig& verifier);
 // What the verifier hands out as digested octets and as the octets of the signature value is what a
 // verification digests: `prepare` sets a fresh verifier up, with the signature selected.

@@ -6,6 +6,7 @@
 #include "foundation/crypto/ecc/montgomery_x86_adx.h"
 #include "foundation/crypto/ecc/p256_x86_adx.h"
 #include "foundation/crypto/ecc/p384_x86_adx.h"
+#include "foundation/crypto/ecc/p521_x86_ifma.h"
 #include "foundation/crypto/ecc/secp256k1_engine.h"
 #include "foundation/crypto/ecc/secp256k1_x86_adx.h"
 #include "foundation/crypto/ecc/weierstrass_engine.h"
@@ -53,7 +54,17 @@ constexpr CurveKernel kP384[] = {
     kAdx<CurveId::P384, FieldP384Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P384, 6, kMinusThree>};
+#if defined(__x86_64__)
+const CurveEngine& p521IfmaEngine() noexcept {
+    static const Curve& curve = *findCurve(CurveId::P521);
+    static const P521IfmaEngine engine(curve, FieldP521(curve.p));
+    return engine;
+}
+#endif
 constexpr CurveKernel kP521[] = {
+#if defined(__x86_64__)
+    {"ifma", Feature::Avx512 | Feature::Avx512Ifma, p521IfmaEngine},
+#endif
     {"radix58", Feature::None, engineOf<CurveId::P521, FieldP521, kMinusThree>},
     kPortable<CurveId::P521, 9, kMinusThree>};
 constexpr CurveKernel kSecp256k1[] = {

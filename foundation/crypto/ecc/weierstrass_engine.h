@@ -141,26 +141,35 @@ protected:
             recodeWnaf(std::span(term.digits).first(count + 1), scalar, first, count, width);
     }
 
-    [[nodiscard]] Jacobian sum(std::span<const Term> terms) const noexcept {
+    // The sum of all terms.
+    [[nodiscard]] virtual Jacobian sum(std::span<const Term> terms) const noexcept {
+        Jacobian result{};
+        walk(
+            terms, [&] { m_arithmetic.doubleInPlace(result); },
+            [&](const Affine& p, bool negate) { m_arithmetic.addInPlace(result, p, negate); });
+        return result;
+    }
+
+    // The steps of it in their order: `add` adds a point or its negative, `twice` doubles what has
+    // been added up, and is not called before the first `add`.
+    template <class Twice, class Add>
+    static void walk(std::span<const Term> terms, const Twice& twice, const Add& add) noexcept {
         std::size_t length = 0;
         for (const Term& term : terms) {
             length = std::max(length, term.length);
         }
-        Jacobian result{};
         for (std::size_t i = length; i-- > 0;) {
             if (i + 1 < length) {
-                m_arithmetic.doubleInPlace(result);
+                twice();
             }
             for (const Term& term : terms) {
                 const int digit = i < term.length ? term.digits[i] : 0;
                 if (digit != 0) {
                     const std::size_t index = static_cast<std::size_t>(digit < 0 ? -digit : digit);
-                    m_arithmetic.addInPlace(result, term.table[index / 2],
-                                            (digit < 0) != term.negate);
+                    add(term.table[index / 2], (digit < 0) != term.negate);
                 }
             }
         }
-        return result;
     }
 
     // x = X / Z^2 is r or, where that is still below p, r + n.

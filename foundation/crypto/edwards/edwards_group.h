@@ -166,6 +166,14 @@ public:
         return true;
     }
 
+    // Whether `p`, times the cofactor, is the neutral point.
+    [[nodiscard]] static bool hasSmallOrder(Point p) noexcept {
+        for (int i = 0; i < Params::kCofactorBits; ++i) {
+            twice(p, false);
+        }
+        return isEqual(p.x, Element{}) && isEqual(p.y, p.z);
+    }
+
     // x := -x, with the small digits of a product.
     static void negate(Element& x) noexcept {
         Field::subtract(x, Element{}, x);

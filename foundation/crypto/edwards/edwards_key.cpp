@@ -42,6 +42,7 @@ struct Ed25519Params {
     static constexpr bool kNegativeA = true;
     static constexpr std::size_t kKeyBytes = 32;
     static constexpr std::size_t kOrderBits = 253;
+    static constexpr int kCofactorBits = 3;
     static constexpr std::array<Limb, 4> kOrder = {0x5812631a5cf5d3ed, 0x14def9dea2f79cd6, 0,
                                                    0x1000000000000000};
     static constexpr Element kD = {0x34dca135978a3, 0x1a8283b156ebd, 0x5e7a26001c029,
@@ -130,6 +131,7 @@ struct Ed448Params {
     static constexpr bool kNegativeA = false;
     static constexpr std::size_t kKeyBytes = 57;
     static constexpr std::size_t kOrderBits = 446;
+    static constexpr int kCofactorBits = 2;
     static constexpr std::array<Limb, 7> kOrder = {
         0x2378c292ab5844f3, 0x216cc2728dc58f55, 0xc44edb49aed63690, 0xffffffff7cca23e9,
         0xffffffffffffffff, 0xffffffffffffffff, 0x3fffffffffffffff};
@@ -215,9 +217,17 @@ template <class Params> class Key final : public EdwardsKey {
     using BaseTable = std::array<Summand, wnafTableSize(kBaseWidth)>;
 
 public:
-    [[nodiscard]] bool load(ByteView encoded) noexcept {
+    // False, with the reason, for what is no key.
+    [[nodiscard]] bool load(ByteView encoded, std::string_view& whyNot) noexcept {
         Point point;
         if (!Group::decode(point, encoded)) {
+            whyNot = "the EdDSA key is not a point of its curve";
+            return false;
+        }
+        // k * A is then one of eight points, or four, and a signature holds for an eighth of all
+        // messages, or for every one.
+        if (Group::hasSmallOrder(point)) {
+            whyNot = "the EdDSA key is a point of small order";
             return false;
         }
         std::copy(encoded.begin(), encoded.end(), m_encoded.begin());
@@ -301,9 +311,10 @@ private:
     std::array<Summand, wnafTableSize(kKeyWidth)> m_multiples; // of A
 };
 
-template <class Params> std::unique_ptr<EdwardsKey> loadKey(ByteView encoded) {
+template <class Params>
+std::unique_ptr<EdwardsKey> loadKey(ByteView encoded, std::string_view& whyNot) {
     auto key = std::make_unique<Key<Params>>();
-    return key->load(encoded) ? std::move(key) : nullptr;
+    return key->load(encoded, whyNot) ? std::move(key) : nullptr;
 }
 
 char lower(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
@@ -331,12 +342,8 @@ std::unique_ptr<EdwardsKey> EdwardsKey::load(const EdwardsCurve& curve, ByteView
         whyNot = "the EdDSA key has not the size of its curve";
         return nullptr;
     }
-    std::unique_ptr<EdwardsKey> key =
-        &curve == &kEd448 ? loadKey<Ed448Params>(encoded) : loadKey<Ed25519Params>(encoded);
-    if (key == nullptr) {
-        whyNot = "the EdDSA key is not a point of its curve";
-    }
-    return key;
+    return &curve == &kEd448 ? loadKey<Ed448Params>(encoded, whyNot)
+                             : loadKey<Ed25519Params>(encoded, whyNot);
 }
 
 } // namespace vantrel::crypto

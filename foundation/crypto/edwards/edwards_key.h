@@ -42,8 +42,9 @@ public:
     virtual ~EdwardsKey() = default;
 
     // Takes an encoded point (RFC 8032, 5.1.3 and 5.2.3). Null for another length, a y that is not
-    // below p, one to which no x belongs, and a negative zero as x; `whyNot` is then a short text
-    // of static lifetime. May throw std::bad_alloc.
+    // below p, one to which no x belongs, a negative zero as x, and a point of small order, whose
+    // signatures hold for messages that nobody signed; `whyNot` is then a short text of static
+    // lifetime. May throw std::bad_alloc.
     [[nodiscard]] static std::unique_ptr<EdwardsKey> load(const EdwardsCurve& curve,
                                                           ByteView encoded,
                                                           std::string_view& whyNot);

@@ -65,8 +65,7 @@ public:
                                       unsigned int startOffset, xml::CanonSink& sink, LogBase& log);
 
     // The same for an element of a known structure (kNoElement: all of it), without the stretches
-    // `omitted` of its text(), ascending and disjoint, each of which must satisfy xml::isHole and
-    // none of which may hold the element.
+    // `omitted` of its text() (as in xml::CanonRequest), none of which may hold the element.
     [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
                                            std::span<const xml::TextRange> omitted,
                                            xml::CanonSink& sink, LogBase& log) const;

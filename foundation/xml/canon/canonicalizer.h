@@ -88,8 +88,8 @@ struct CanonRequest {
     // False: the apex element receives no namespace declaration of its ancestors.
     bool inheritNamespaces = true;
     AttributeOrder order = AttributeOrder::Canonical;
-    // Stretches of the document's text() that count as absent, ascending and disjoint; each must
-    // satisfy isHole.
+    // Stretches of the document's text() that count as absent, ascending and no two of them next to
+    // each other (neighbours are one); each must satisfy isHole.
     std::span<const TextRange> omitted = {};
 };
 

@@ -7,6 +7,7 @@
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <string>
 
@@ -84,9 +85,16 @@ bool holdsPacked(const XmlDocument& document, ElementId element, std::string_vie
     if (text[at] != '>') {
         return contentWithoutSpace(document, element) == packed;
     }
-    // Mostly it is one run of text between plain tags, which end with the first '<'.
+    // Mostly it is one run of text between plain tags, which end with the first '<', and without
+    // white space.
+    ++at;
+    const bool isPlain = packed.find('<') == packed.npos && packed.find('&') == packed.npos;
+    if (isPlain && text.substr(at).starts_with(packed) &&
+        text.substr(at + packed.size()).starts_with("</")) {
+        return true;
+    }
     std::size_t matched = 0;
-    for (++at; text[at] != '<' && text[at] != '&'; ++at) {
+    for (; text[at] != '<' && text[at] != '&'; ++at) {
         if (xml::isSpace(text[at])) {
             continue;
         }
@@ -141,19 +149,36 @@ bool XmlSigLocate::FindXmlSigById(const StringBuffer& id, const StringBuffer& te
 
 bool XmlSigLocate::FindXmlSigByRefDigest(const StringBuffer& digestValue, const StringBuffer& text,
                                          _vlXmlDtd& dtd, LogBase& log) {
-    std::string wanted;
-    try {
-        appendWithoutSpace(digestValue.view(), wanted);
-    } catch (const std::bad_alloc&) {
-        return false;
+    std::string packed;
+    std::string_view wanted = digestValue.view();
+    // Who has read the digest from a document has left it out already.
+    if (std::any_of(wanted.begin(), wanted.end(), xml::isSpace)) {
+        try {
+            appendWithoutSpace(wanted, packed);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+        wanted = packed;
     }
     if (wanted.empty()) {
         return false;
     }
     return locate(text, dtd, log,
-                  [&wanted](const XmlDocument& document, const SignatureElement& signature) {
+                  [wanted](const XmlDocument& document, const SignatureElement& signature) {
                       return hasReferenceDigest(document, signature, wanted);
                   });
+}
+
+// All signatures, or the selected one alone. They stand in the order of their elements.
+std::span<const SignatureElement> XmlSigLocate::candidates(const XmlDocument& document,
+                                                           bool pinned) const {
+    const std::span<const SignatureElement> all = document.signatures();
+    if (!pinned) {
+        return all;
+    }
+    const auto found = std::ranges::equal_range(all, m_selectedElement, std::ranges::less(),
+                                                &SignatureElement::element);
+    return {found.begin(), found.end()};
 }
 
 template <class Matches>
@@ -171,9 +196,8 @@ bool XmlSigLocate::locate(const StringBuffer& text, _vlXmlDtd& dtd, LogBase& log
         if (m_selectedElement == kNoElement) {
             dtd.setDocument(document);
         }
-        for (const SignatureElement& signature : document->signatures()) {
-            const bool candidate = !pinned || signature.element == m_selectedElement;
-            if (candidate && matches(*document, signature)) {
+        for (const SignatureElement& signature : candidates(*document, pinned)) {
+            if (matches(*document, signature)) {
                 return setExtent(*document, signature, log);
             }
         }

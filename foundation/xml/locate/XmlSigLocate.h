@@ -7,6 +7,7 @@
 #include "foundation/xml/scan/_vlXmlDtd.h"
 
 #include <cstdint>
+#include <span>
 
 namespace vantrel {
 
@@ -60,6 +61,8 @@ public:
                                _vlXmlDtd& dtd, LogBase& log);
 
 private:
+    [[nodiscard]] std::span<const xml::SignatureElement> candidates(
+        const xml::XmlDocument& document, bool pinned) const;
     template <class Matches>
     bool locate(const StringBuffer& text, _vlXmlDtd& dtd, LogBase& log, Matches matches);
     bool setExtent(const xml::XmlDocument& document, const xml::SignatureElement& signature,

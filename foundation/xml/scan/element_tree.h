@@ -25,22 +25,22 @@ struct ElementRecord {
 
 // Finds parents from the extents alone, which say all there is to say: the parent of an element is
 // the nearest one before it that reaches beyond its start. Where that one is far, a table tells
-// which stretches of records can be left out: for each 64 records how far they reach, for each 64
-// of these numbers again, and so on. It takes a sixteenth of a byte an element, where a field in
-// each record would take four.
+// which stretches of records can be left out: for each 16 records how far they reach, for each 16
+// of these numbers again, and so on. It takes a quarter of a byte an element, where a field in each
+// record would take four.
 class ParentFinder final {
 public:
     // For records that no longer change.
     void build(std::span<const ElementRecord> records);
-    // kNoElement for the root. Work: 64 steps for each level of the table at the most.
+    // kNoElement for the root. Work: 16 steps for each level of the table at the most.
     [[nodiscard]] ElementId parent(std::span<const ElementRecord> records,
                                    ElementId id) const noexcept;
 
 private:
     template <class ReachOf> std::uint32_t addLevel(std::uint32_t count, const ReachOf& reachOf);
 
-    static constexpr std::uint32_t kGroup = 64;
-    static constexpr std::uint32_t kMostLevels = 5; // 64 to the 5th power of elements and more
+    static constexpr std::uint32_t kGroup = 16;
+    static constexpr std::uint32_t kMostLevels = 7; // 16 to the 8th power of elements
 
     std::vector<std::uint32_t> m_reach; // of groups of records, then of groups of groups, ...
     std::array<std::uint32_t, kMostLevels + 1> m_firstOf{}; // where a level begins in m_reach

@@ -3,6 +3,7 @@
 #define FOUNDATION_XML_SCAN_START_TAG_H
 
 #include "foundation/xml/scan/char_class.h"
+#include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/stop_bytes.h"
 
 #include <cstdint>
@@ -96,15 +97,10 @@ private:
         }
     }
     std::uint32_t readName(std::uint32_t& prefixLength) noexcept {
-        const std::uint32_t start = m_at;
-        prefixLength = 0;
-        while (isNameByte(m_text[m_at])) {
-            if (m_text[m_at] == ':') {
-                prefixLength = m_at - start;
-            }
-            ++m_at;
-        }
-        return m_at - start;
+        const ScannedName name = scanName(m_text, m_at, m_size);
+        prefixLength = name.prefixLength;
+        m_at += name.length;
+        return name.length;
     }
     std::uint32_t findValueEnd(char quote, bool& plain) const noexcept {
         plain = true;

@@ -47,7 +47,7 @@ std::string_view XmlDocument::localName(ElementId id) const noexcept {
     const std::uint32_t start = m_elements[id].start + 1;
     const ScannedName name = scanned(whole, start);
     const std::uint32_t behindPrefix = name.prefixLength == 0 ? 0 : name.prefixLength + 1;
-    return whole.substr(start + behindPrefix, name.length - behindPrefix);
+    return {whole.data() + start + behindPrefix, name.length - behindPrefix};
 }
 
 ElementId XmlDocument::firstChildNamed(ElementId parent,

@@ -52,14 +52,8 @@ bool ClsXml::loadXml(const StringBuffer& text, bool fragment, LogBase& log) {
 
 bool ClsXml::getXml(bool /*unused*/, StringBuffer& out, LogBase& /*log*/) const {
     return m_document != nullptr && text::noThrow(false, [&] {
-               if (!m_document->hasAttributeTypes()) {
-                   const xml::ElementRecord& record = m_document->element(m_element);
-                   return out.setView(
-                       m_document->text().substr(record.start, record.end - record.start));
-               }
-               std::string serialised;
-               xml::appendElementXml(*m_document, m_element, serialised);
-               return out.setView(serialised);
+               std::string storage;
+               return out.setView(xml::elementXml(*m_document, m_element, storage));
            });
 }
 

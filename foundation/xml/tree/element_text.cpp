@@ -130,6 +130,16 @@ void appendElementXml(const XmlDocument& document, ElementId element, std::strin
     out.append(document.text(), copied, record.end - copied);
 }
 
+std::string_view elementXml(const XmlDocument& document, ElementId element, std::string& storage) {
+    if (!document.hasAttributeTypes()) {
+        const ElementRecord& record = document.element(element);
+        return document.text({record.start, record.end - record.start});
+    }
+    storage.clear();
+    appendElementXml(document, element, storage);
+    return storage;
+}
+
 void ElementPaths::numberChildren(ElementId parent) {
     struct Count {
         std::uint32_t seen = 0;

@@ -39,6 +39,10 @@ class NamePattern;
 // added.
 void appendElementXml(const XmlDocument& document, ElementId element, std::string& out);
 
+// The same as a view of the document's text, or else of `storage`.
+[[nodiscard]] std::string_view elementXml(const XmlDocument& document, ElementId element,
+                                          std::string& storage);
+
 // Paths and names are shown up to this many bytes, and end in "..." where they were longer, so that
 // many of them stay in proportion to the document. What goes beyond kShortPath is shown as long as
 // all of it together stays within kLongPaths.

@@ -2,29 +2,15 @@
 #include "foundation/xml/tree/tag_pattern.h"
 
 #include "foundation/text/strings.h"
-#include "foundation/xml/scan/char_class.h"
+#include "foundation/xml/scan/name_scan.h"
 
 namespace vantrel::xml {
 
-// Most names have no prefix, so they are compared before anything is looked for in them.
 bool NamePattern::matchesAt(std::string_view text, std::uint32_t at) const noexcept {
-    const std::string_view rest = text.substr(at);
-    const auto isWholeFrom = [&](std::size_t start) {
-        return rest.size() - start > m_name.size() && rest.substr(start).starts_with(m_name) &&
-               !isNameByte(rest[start + m_name.size()]);
-    };
-    // A local name has no colon, so such a pattern can only be the end of one.
-    if (isWholeFrom(0)) {
-        return !m_anyPrefix || m_name.find(':') == m_name.npos;
-    }
-    if (!m_anyPrefix) {
-        return false;
-    }
-    std::size_t end = 0;
-    while (isNameByte(rest[end]) && rest[end] != ':') {
-        ++end;
-    }
-    return rest[end] == ':' && isWholeFrom(end + 1);
+    const ScannedName name = scanName(text.data(), at, static_cast<std::uint32_t>(text.size()));
+    const std::uint32_t skipped = m_anyPrefix && name.prefixLength != 0 ? name.prefixLength + 1 : 0;
+    // The lengths tell most names apart.
+    return std::string_view(text.data() + at + skipped, name.length - skipped) == m_name;
 }
 
 ElementId findChildFrom(const XmlDocument& document, ElementId parent, ElementId from,

@@ -25,24 +25,27 @@ void changeContent(std::string& xml, std::size_t place);
 // What a signature's report says of each octet of the loaded text.
 class ClaimedCoverage {
 public:
-    // `text`: as it was loaded, UTF-8 without a byte-order mark. A path that names no element fails
-    // the running test.
+    // `text`: as it was loaded, UTF-8 without a byte-order mark.
     ClaimedCoverage(std::string_view text, const json::JsonValue& report);
 
     // Digested by a reference, part of the signature value, or what that is computed over.
     [[nodiscard]] bool holds(std::size_t place) const { return m_covered[place]; }
+    // What the report names and the document does not have; empty for a sound one.
+    [[nodiscard]] const std::string& fault() const noexcept { return m_fault; }
 
 private:
     void claim(const json::JsonValue& reference);
-    void claimElement(std::string_view path, std::vector<bool>& octets) const;
+    void claimElement(std::string_view path, std::vector<bool>& octets);
     void claimSignature(const json::JsonValue& report);
     void claimText(xml::ElementId element);
+    bool check(bool holds, const std::string& fault);
     [[nodiscard]] xml::ElementId find(std::string_view path) const;
 
     std::string_view m_text;
     std::shared_ptr<const xml::XmlDocument> m_document;
     std::vector<std::string> m_paths; // by element
     std::vector<bool> m_covered;
+    std::string m_fault;
 };
 
 } // namespace vantrel::test

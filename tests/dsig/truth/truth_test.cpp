@@ -79,6 +79,7 @@ void checkDocument(const Prepare& prepare, const std::string& document, const st
     }
     ++figures.documents;
     const ClaimedCoverage claimed(document, reportOf(verifier));
+    EXPECT_EQ(claimed.fault(), "") << where;
     std::vector<std::size_t> covered;
     std::vector<std::size_t> others;
     for (const std::size_t place : contentPlaces(document)) {

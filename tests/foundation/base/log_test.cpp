@@ -10,6 +10,7 @@
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <thread>
@@ -58,6 +59,37 @@ TEST(Logger, KeepsValuesOnOneLine) {
     oneLine.clearLog();
     oneLine.LogBracketed("text", "a]\nError: b");
     EXPECT_EQ(oneLine.text().view(), "text: [a]\\nError: b]\n");
+}
+
+// A log with room writes most entries at once, a new one in pieces.
+TEST(Logger, EntriesReadAlikeHoweverTheyAreWritten) {
+    RandomBytes random(5);
+    _vlLogger log;
+    std::string expected;
+    std::size_t depth = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const std::string key(random.below(40), 'k');
+        Bytes value = random.bytes(random.below(i % 100 == 0 ? 2000 : 60));
+        const bool isPlain = random.below(4) != 0;
+        for (std::uint8_t& byte : value) {
+            byte = static_cast<std::uint8_t>(isPlain ? 0x20 + byte % 0x5F : byte);
+        }
+        _vlLogger once;
+        once.logText(key.c_str(), asText(value));
+        log.logText(key.c_str(), asText(value));
+        // No deeper than twenty.
+        const std::string indent(2 * std::min<std::size_t>(depth, 20), ' ');
+        expected.append(indent).append(once.text().view());
+        if (random.below(3) == 0 && depth < 25) {
+            log.enterContext(key.c_str());
+            expected.append(indent).append(key).append(":\n");
+            ++depth;
+        } else if (random.below(3) == 0 && depth > 0) {
+            log.leaveContext();
+            --depth;
+        }
+    }
+    EXPECT_EQ(log.text().view(), expected);
 }
 
 TEST(Logger, RemembersTheFirstAndTheLastError) {

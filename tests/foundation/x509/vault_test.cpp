@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Looking certificates up in a vault the way documents name them.
 #include "foundation/base/ClsBinData.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/crypto/hash/hasher.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/text/XString.h"
 #include "foundation/x509/CertMgr.h"
@@ -209,6 +211,30 @@ TEST_F(CorpusVault, HoldsTheCertificatesThatWereAdded) {
         }
         EXPECT_FALSE(m_store.holds(der.first(der.size() - 1))) << one.file;
     }
+}
+
+// By the digests that other programs call thumbprints, also of certificates that are added when
+// the others have been hashed.
+TEST_F(CorpusVault, DigestFindsEveryCertificate) {
+    CertMgr manager;
+    SystemCerts store;
+    ASSERT_TRUE(store.addCertVault(manager, m_log));
+    for (const CorpusCertificate& one : m_all) {
+        ASSERT_TRUE(manager.addDer(one.der, m_log));
+        const ByteView der = manager.certAt(manager.numCerts() - 1)->certificate();
+        for (const int hashId : {kHashSha1, kHashSha256, kHashSha512}) {
+            std::uint8_t digest[crypto::kMaxDigestSize];
+            const std::span<std::uint8_t> own = crypto::hashBytes(hashId, der, digest);
+            const VantrelX509* const found = store.findByDigest(hashId, own);
+            ASSERT_NE(found, nullptr) << one.file;
+            EXPECT_TRUE(std::ranges::equal(found->certificate(), der)) << one.file;
+            EXPECT_EQ(store.findByDigest(hashId, ByteView(own).first(own.size() - 1)), nullptr);
+            EXPECT_EQ(store.findByDigest(kHashMd5, own), nullptr);
+            own.back() = static_cast<std::uint8_t>(own.back() ^ 1U);
+            EXPECT_EQ(store.findByDigest(hashId, own), nullptr) << one.file;
+        }
+    }
+    EXPECT_EQ(store.findByDigest(0, ByteView()), nullptr);
 }
 
 // A bundle that is decoded in several parts, with blocks in it that are no certificates, and one

@@ -3,12 +3,16 @@
 #include "foundation/crypto/ecc/curve_engine.h"
 #include "foundation/crypto/ecc/endomorphism.h"
 #include "foundation/crypto/ecc/p384_x86_adx.h"
+#include "foundation/crypto/ecc/p521_x86_ifma.h"
+#include "foundation/crypto/ecc/point_decoding.h"
 #include "foundation/crypto/ecc/wnaf.h"
 #include "foundation/text/LogBase.h"
 #include "tests/support/vectors.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -118,6 +122,63 @@ TEST(FieldP384Adx, AgreesWithTheFieldOfAnyPrime) {
         plain.enter(expected, y);
         own.enter(y, y);
         EXPECT_EQ(y, expected);
+    }
+}
+
+// Beside the formulas of any curve, step by step, over points with x near zero and near p: their
+// digits are nearly all zeros or ones.
+TEST(P521IfmaSum, AgreesWithTheFormulasOfAnyCurve) {
+    if (!cpu::supports(cpu::Feature::Avx512 | cpu::Feature::Avx512Ifma)) {
+        GTEST_SKIP() << "no AVX-512 IFMA";
+    }
+    using Field = FieldP521;
+    const Curve& curve = *findCurve(CurveId::P521);
+    const Field field(curve.p);
+    const Field::Element a{};
+    const CurveArithmetic<Field, CoefficientA::MinusThree> plain(field, a);
+    std::vector<AffinePoint<Field>> points;
+    for (Limb i = 0; i < 80; ++i) {
+        CurveNumber x = curve.p;
+        x[0] -= i;
+        Bytes encoded(1 + curve.fieldBytes(), 0);
+        storeBigEndian(std::span(encoded).subspan(1), i % 2 == 0 ? x : CurveNumber{i});
+        encoded[0] = 2;
+        CurveNumber y;
+        std::string_view whyNot;
+        if (decodePoint(curve, encoded, x, y, whyNot)) {
+            Field::Element plainX;
+            Field::Element plainY;
+            std::copy_n(x.begin(), Field::kLimbs, plainX.begin());
+            std::copy_n(y.begin(), Field::kLimbs, plainY.begin());
+            Field::enter(points.emplace_back().x, plainX);
+            Field::enter(points.back().y, plainY);
+        }
+    }
+    ASSERT_GT(points.size(), 20U);
+    RandomBytes random(5);
+    P521IfmaSum own(points[0], false);
+    JacobianPoint<Field> expected{points[0].x, points[0].y, Field::one()};
+    for (int round = 0; round < 5000; ++round) {
+        if (random.below(2) == 0) {
+            own.twice();
+            plain.doubleInPlace(expected);
+        } else {
+            const AffinePoint<Field>& q = points[random.below(points.size())];
+            const bool negate = random.below(2) == 0;
+            own.add(q, negate);
+            plain.addInPlace(expected, q, negate);
+        }
+        const AffinePoint<Field> sum = plain.affine(own.value());
+        const AffinePoint<Field> right = plain.affine(expected);
+        ASSERT_TRUE(Field::equal(sum.x, right.x) && Field::equal(sum.y, right.y)) << round;
+    }
+    // What the formula for additions does not hold for.
+    for (const bool negate : {false, true}) {
+        P521IfmaSum sum(points[1], false);
+        sum.add(points[1], negate);
+        sum.twice();
+        sum.add(points[2], negate);
+        EXPECT_TRUE(Field::isZero(sum.value().z));
     }
 }
 #endif

@@ -67,6 +67,16 @@ TEST(EdDsa, KeysThatAreNone) {
                   [](VecCase& c) { EXPECT_EQ(keyOf(c), nullptr) << c.where(); });
 }
 
+// All there are of them.
+TEST(EdDsa, PointsOfSmallOrderAreNoKeys) {
+    forEachVector("crypto/pubkey/eddsa.vec", "small-order", [](VecCase& c) {
+        std::string_view whyNot;
+        const crypto::EdwardsCurve* const curve = crypto::findEdwardsCurve(c.text("Curve"));
+        EXPECT_EQ(EdwardsKey::load(*curve, c.hex("Key"), whyNot), nullptr) << c.where();
+        EXPECT_EQ(whyNot, "the EdDSA key is a point of small order") << c.where();
+    });
+}
+
 // Against a reduction bit by bit, with divisors and numbers that make the guesses wrong.
 TEST(Reduction, AgreesWithLongDivision) {
     RandomBytes random(5);
