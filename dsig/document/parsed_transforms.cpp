@@ -3,6 +3,7 @@
 
 #include "dsig/document/child_elements.h"
 
+#include <string_view>
 #include <utility>
 
 namespace vantrel::dsig {
@@ -25,7 +26,33 @@ constexpr TransformName kTransformNames[] = {
     {"xmldsig#base64", TransformKind::Base64},
 };
 
+constexpr TransformKind kindByPart(std::string_view algorithm) {
+    for (const TransformName& name : kTransformNames) {
+        if (algorithm.find(name.part) != algorithm.npos) {
+            return name.kind;
+        }
+    }
+    return TransformKind::Unrecognized;
+}
+
+struct UsualTransform {
+    std::string_view algorithm;
+    TransformKind kind = kindByPart(algorithm);
+};
+
+// What most references have is known without a search.
+constexpr UsualTransform kUsualTransforms[] = {
+    {"http://www.w3.org/2000/09/xmldsig#enveloped-signature"},
+    {"http://www.w3.org/2001/10/xml-exc-c14n#"},
+    {"http://www.w3.org/TR/2001/REC-xml-c14n-20010315"},
+};
+
 TransformKind transformKind(const StringBuffer& algorithm) {
+    for (const UsualTransform& usual : kUsualTransforms) {
+        if (algorithm.view() == usual.algorithm) {
+            return usual.kind;
+        }
+    }
     for (const TransformName& name : kTransformNames) {
         if (algorithm.containsSubstring(name.part)) {
             return name.kind;

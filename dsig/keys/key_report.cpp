@@ -17,7 +17,8 @@ std::int64_t secondsNow() {
 
 // Dates that cannot be read are those of no valid certificate. RFC 5280 4.1.2.5: both ends of the
 // period belong to it.
-bool isOutsideValidity(const VantrelX509& cert, std::int64_t now) {
+bool isOutsideValidity(const VantrelX509& cert) {
+    const std::int64_t now = secondsNow();
     std::int64_t notBefore = 0;
     std::int64_t notAfter = 0;
     return !cert.validity(notBefore, notAfter) || now < notBefore || now > notAfter;
@@ -25,7 +26,7 @@ bool isOutsideValidity(const VantrelX509& cert, std::int64_t now) {
 
 // The texts of the certificate's names are made only when the report is written: many a
 // verification's report never is.
-KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
+KeyReport describeKey(const CandidateKey& candidate) {
     const ClsPublicKey& key = *candidate.key;
     KeyReport report;
     report.source = candidate.source.name;
@@ -41,7 +42,7 @@ KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
     if (candidate.certificate.isLoaded()) {
         report.certificate = candidate.certificate;
         report.certificateTexts = candidate.certificateTexts;
-        report.outsideValidity = isOutsideValidity(candidate.certificate, now);
+        report.outsideValidity = isOutsideValidity(candidate.certificate);
     } else {
         report.key = Ref<ClsPublicKey>::share(candidate.key.get());
     }
@@ -51,11 +52,10 @@ KeyReport describeKey(const CandidateKey& candidate, std::int64_t now) {
 } // namespace
 
 std::vector<KeyReport> describeKeys(std::span<const CandidateKey> keys) {
-    const std::int64_t now = secondsNow();
     std::vector<KeyReport> reports;
     reports.reserve(keys.size());
     for (const CandidateKey& key : keys) {
-        reports.push_back(describeKey(key, now));
+        reports.push_back(describeKey(key));
     }
     return reports;
 }

@@ -9,8 +9,10 @@
 #include "foundation/text/encoders.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 #include <span>
 #include <string_view>
 #include <system_error>
@@ -64,13 +66,57 @@ int firstMatch(const StringBuffer& algorithmUri, std::span<const MethodName> nam
     return otherwise;
 }
 
+constexpr int meaningByPart(std::string_view algorithm, std::span<const MethodName> names) {
+    for (const MethodName& name : names) {
+        if (algorithm.find(name.part) != algorithm.npos) {
+            return name.meaning;
+        }
+    }
+    return 0;
+}
+
+struct UsualMethod {
+    std::string_view algorithm;
+    int hashAlg = meaningByPart(algorithm, kHashNames);
+    int keyType = meaningByPart(algorithm, kKeyTypeNames);
+};
+
+// What most signatures have is known without a search.
+constexpr UsualMethod kUsualMethods[] = {
+    {"http://www.w3.org/2001/04/xmldsig-more#rsa-sha256"},
+    {"http://www.w3.org/2001/04/xmldsig-more#rsa-sha512"},
+    {"http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha256"},
+    {"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256"},
+    {"http://www.w3.org/2000/09/xmldsig#rsa-sha1"},
+};
+
+static_assert(std::all_of(std::begin(kUsualMethods), std::end(kUsualMethods),
+                          [](const UsualMethod& usual) {
+                              return usual.hashAlg > kHashNone && usual.keyType > 0;
+                          }));
+
+const UsualMethod* usualMethod(const StringBuffer& algorithmUri) {
+    for (const UsualMethod& usual : kUsualMethods) {
+        if (algorithmUri.view() == usual.algorithm) {
+            return &usual;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 int signatureMethodToHashAlg(const StringBuffer& algorithmUri, LogBase& /*log*/) {
+    if (const UsualMethod* const usual = usualMethod(algorithmUri); usual != nullptr) {
+        return usual->hashAlg;
+    }
     return firstMatch(algorithmUri, kHashNames, kHashNone);
 }
 
 int signatureMethodToKeyType(const StringBuffer& algorithmUri, LogBase& /*log*/) {
+    if (const UsualMethod* const usual = usualMethod(algorithmUri); usual != nullptr) {
+        return usual->keyType;
+    }
     return firstMatch(algorithmUri, kKeyTypeNames, kKeyTypeUnknown);
 }
 

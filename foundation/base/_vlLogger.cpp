@@ -71,6 +71,14 @@ std::size_t plainPrefix(std::string_view value) noexcept {
         }
         std::memcpy(at, from, 8);
     }
+    if (value.size() >= 8) {
+        // The last eight, some of them once more.
+        if (mayHoldControl(from + left - 8)) {
+            return nullptr;
+        }
+        std::memcpy(at + left - 8, from + left - 8, 8);
+        return at + left;
+    }
     for (; left != 0; --left) {
         if (isControl(*from)) {
             return nullptr;

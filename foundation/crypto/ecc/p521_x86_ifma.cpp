@@ -142,11 +142,15 @@ template <int times> VANTREL_P521_STEP Quad negated(const Quad& x) noexcept {
     return z;
 }
 
-VANTREL_P521_STEP Quad one() noexcept {
+VANTREL_P521_STEP Quad zeros() noexcept {
     Quad z;
     for (__m256i& digit : z.digit) {
         digit = _mm256_setzero_si256();
     }
+    return z;
+}
+VANTREL_P521_STEP Quad one() noexcept {
+    Quad z = zeros();
     z.digit[0] = all(1);
     return z;
 }
@@ -166,26 +170,24 @@ VANTREL_P521_STEP void store(P521Lanes& z, const Quad& x) noexcept {
     }
 }
 
-// (x, y, ., .), or (x, -y, ., .)
+// (x, y, 0, 0), or (x, -y, 0, 0). The field's digits of 58 bits are cut where ours begin; they may
+// be a little too large, and so may these.
 VANTREL_P521_STEP Quad loadPoint(const P521IfmaSum::Affine& q, bool negate) noexcept {
-    FieldP521::Element x;
-    FieldP521::Element y;
-    FieldP521::leave(x, q.x);
-    FieldP521::leave(y, q.y);
-    P521Lanes digits;
-#pragma GCC unroll 11
-    for (std::size_t i = 0; i < kDigits; ++i) {
-        const std::size_t limb = i * kRadixBits / kLimbBits;
-        const std::size_t offset = i * kRadixBits % kLimbBits;
-        Limb xs = x[limb] >> offset;
-        Limb ys = y[limb] >> offset;
-        if (offset > kLimbBits - kRadixBits) {
-            xs |= x[limb + 1] << (kLimbBits - offset);
-            ys |= y[limb + 1] << (kLimbBits - offset);
+    constexpr int kFieldBits = 58;
+    const __m256i mask = all(kDigitMask);
+    Quad point = zeros();
+#pragma GCC unroll 9
+    for (std::size_t i = 0; i < FieldP521::kLimbs; ++i) {
+        const __m256i digits = _mm256_zextsi128_si256(
+            _mm_set_epi64x(static_cast<long long>(q.y[i]), static_cast<long long>(q.x[i])));
+        const int offset = static_cast<int>(i * kFieldBits % kRadixBits);
+        __m256i* const to = point.digit + i * kFieldBits / kRadixBits;
+        to[0] = _mm256_add_epi64(to[0], _mm256_and_si256(_mm256_slli_epi64(digits, offset), mask));
+        to[1] = _mm256_and_si256(_mm256_srli_epi64(digits, kRadixBits - offset), mask);
+        if (offset + kFieldBits >= 2 * kRadixBits) {
+            to[2] = _mm256_srli_epi64(digits, 2 * kRadixBits - offset);
         }
-        digits.rows[i] = {xs & kDigitMask, ys & kDigitMask, 0, 0};
     }
-    const Quad point = load(digits);
     return negate ? withLane<1>(point, negated<2>(point)) : point;
 }
 

@@ -26,8 +26,8 @@ inline constexpr std::uint32_t kMaskedBytes = 64;
 //     slash     ...........................1....
 //     hard      ......................1.........
 //
-// What CanonWindow (canon_window.h) makes of it, by running exclusive ors and additions that carry
-// a bit through a run of ones:
+// What a search for stops (stop_search.h) makes of it, by running exclusive ors and additions that
+// carry a bit through a run of ones:
 //
 //     inTag     11111111111111111111......11111.  from each '<' to before its '>'
 //     inValue   .......1111......11.............  a value and its opening quote

@@ -28,6 +28,20 @@ public:
         put(std::string_view(m_text + m_start, offset - m_start));
         m_start = offset;
     }
+    // The same, and `piece` behind it.
+    [[gnu::always_inline]] void copyUpToAndPut(std::uint32_t offset, std::string_view piece) {
+        const std::size_t size = offset - m_start;
+        if (size > kShort || piece.size() > kShort || sizeof m_buffer - m_used < 2 * kShort) {
+            copyUpTo(offset);
+            put(piece);
+            return;
+        }
+        char* const to = m_buffer + m_used;
+        copy(to, {m_text + m_start, size});
+        copy(to + size, piece);
+        m_used += size + piece.size();
+        m_start = offset;
+    }
     // The next stretch begins at `offset`.
     void skipTo(std::uint32_t offset) noexcept { m_start = offset; }
 
@@ -56,13 +70,19 @@ public:
 
 private:
     static constexpr std::size_t kBuffer = std::size_t{16} << 10;
+    static constexpr std::size_t kShort = 256;
 
     // Most pieces are short, and a call costs more than they do. The two copies of a size may
     // overlap.
     [[gnu::always_inline]] static void copy(char* to, std::string_view piece) noexcept {
         const char* const from = piece.data();
         const std::size_t size = piece.size();
-        if (size - 16 <= 16) {
+        if (size - 33 <= 31) {
+            std::memcpy(to, from, 16);
+            std::memcpy(to + 16, from + 16, 16);
+            std::memcpy(to + size - 32, from + size - 32, 16);
+            std::memcpy(to + size - 16, from + size - 16, 16);
+        } else if (size - 16 <= 16) {
             std::memcpy(to, from, 16);
             std::memcpy(to + size - 16, from + size - 16, 16);
         } else if (size - 8 <= 8) {

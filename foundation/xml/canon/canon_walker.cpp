@@ -30,7 +30,8 @@ constexpr std::uint32_t kNowhere = std::numeric_limits<std::uint32_t>::max();
 
 CanonWalker::CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink)
     : m_document(document), m_request(request), m_text(document.text()), m_window(m_text),
-      m_out(m_text.data(), sink), m_tags(document, request, m_window, m_out) {}
+      m_out(m_text.data(), sink), m_tags(document, request, m_window, m_out),
+      m_findStop(chosenStopSearchKernel().run) {}
 
 // Canonical XML 1.0, 2.3: comments and processing instructions outside the root element stand on
 // lines of their own; everything else there is left out.
@@ -95,13 +96,7 @@ void CanonWalker::walkElement(ElementId apex) {
         } else {
             // A long tag may have passed the end of the portion.
             due = std::max(at, std::min(due, m_tags.nextEvent()));
-            const std::uint32_t limit = std::min(due, record.end);
-            const StopRules rules = m_tags.stopRules();
-            const CanonStop* found = &m_window.findStop(at, limit, rules);
-            while (found->nameEnd != 0 && m_tags.declareInName(*found)) {
-                found = &m_window.findNextStop(limit, rules);
-            }
-            at = found->at;
+            at = m_findStop(m_window, m_tags, m_text, at, std::min(due, record.end));
         }
         if (at < record.end) {
             if (at >= due) {
@@ -173,7 +168,6 @@ std::uint32_t CanonWalker::event(std::uint32_t at) {
         findHole(at);
     }
     m_tags.goOnAt(at);
-    m_window.changeRules();
     return at == m_tags.nextEvent() ? m_tags.write(at) : at;
 }
 

@@ -6,6 +6,7 @@
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
 #include "foundation/xml/canon/start_tag_writer.h"
+#include "foundation/xml/canon/stop_search.h"
 #include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
@@ -50,6 +51,7 @@ private:
     CanonWindow m_window;
     CanonOutput m_out;
     StartTagWriter m_tags;
+    const FindStop m_findStop;
     // Where to hand over what was passed, while it is still in the cache, and where the next hole
     // begins.
     std::uint32_t m_portionEnd = 0;

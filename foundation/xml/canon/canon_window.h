@@ -3,9 +3,9 @@
 #define FOUNDATION_XML_CANON_CANON_WINDOW_H
 
 #include "foundation/xml/canon/canon_masks.h"
-#include "foundation/xml/canon/clear_prefixes.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace vantrel::xml {
@@ -21,23 +21,6 @@ struct TagShape {
     std::uint32_t prefixLength = 0; // of the name's prefix; 0 without a colon
     std::uint64_t blanks = 0;       // the spaces before its attributes; 0 without any
     std::uint64_t colons = 0;       // in the names of its attributes
-};
-
-// What a walk stops at, besides what no method leaves as it is.
-struct StopRules {
-    bool everyTag = false;    // every start tag
-    bool byLocalName = false; // attributes are ordered by their local names alone
-    // Start tags that use other prefixes than these; null: prefixes do not matter.
-    const ClearPrefixes* prefixes = nullptr;
-};
-
-// Where a walk stops, and why.
-struct CanonStop {
-    std::uint32_t at = 0;
-    // Not 0: all of the start tag may stay but for a declaration of the prefix of its name, which
-    // may be due. It is to be written here, behind the name.
-    std::uint32_t nameEnd = 0;
-    std::uint32_t prefixLength = 0; // of that name
 };
 
 // Bit i: an odd number of bits up to and with bit i.
@@ -74,18 +57,14 @@ public:
         return findBit(at, [](const CanonMasks& m) { return m.greater; });
     }
 
-    // Forgets what the rules of the last search said: others count from here on.
-    void changeRules() noexcept { m_isRead = false; }
-    // From `at`, which is outside of tags: the first place before `limit` where the text may not be
-    // canonical as it stands, or else `limit`. The place is the '<' of a tag or of other markup, or
-    // a character outside of tags. Whatever lies before it may stay: no look at it is needed. Where
-    // `limit` cuts a tag through, the '<' of that tag.
-    [[nodiscard]] const CanonStop& findStop(std::uint32_t at, std::uint32_t limit,
-                                            const StopRules& rules) noexcept;
-    // Goes on behind a stop that had a name's end: from there, within the tag. What is returned is
-    // the same object.
-    [[nodiscard]] const CanonStop& findNextStop(std::uint32_t limit,
-                                                const StopRules& rules) noexcept;
+    // The masks of the block that begins at `at`, a multiple of kMaskedBytes, and of those behind
+    // it up to where the window ends, at least one. Valid until the next call of any of these.
+    [[nodiscard]] std::span<const CanonMasks> blocksFrom(std::uint32_t at) noexcept {
+        if (at >= m_safe || at < m_begin) [[unlikely]] {
+            slideTo(at);
+        }
+        return {m_masks + (at - m_begin) / kMaskedBytes, (m_safe - at) / kMaskedBytes};
+    }
 
 private:
     // 8 KiB of text and a little more of masks: together half of a first-level cache.
@@ -118,56 +97,12 @@ private:
         }
     }
 
-    // What the walk over blocks carries from one to the next.
-    struct Carried {
-        std::uint64_t inTag = 0;   // all ones within a tag
-        std::uint64_t inValue = 0; // all ones within a value
-        // Each 0 or 1: the last byte was a '<' or a blank, or a run that began at one goes on.
-        std::uint64_t afterLess = 0;
-        std::uint64_t afterBlank = 0;
-        std::uint64_t beforeBlank = 0;
-        std::uint64_t inName = 0;
-        std::uint64_t inTagName = 0;
-        std::uint32_t tagStart = 0;  // of the last tag before the block
-        std::uint32_t nameStart = 0; // of the last name in it
-        std::uint32_t blank = 0;     // the last blank in it
-
-        [[nodiscard]] bool isInText() const noexcept { return (inTag | afterLess) == 0; }
-    };
-    // What the bits of a block say in the light of those before.
-    struct Block {
-        std::uint64_t less;
-        std::uint64_t inTag;
-        std::uint64_t inText; // of what is flagged
-        std::uint64_t blanks;
-        std::uint64_t laterBlanks; // but for the first of each tag
-        std::uint64_t tagNames;    // where the names of start tags begin
-        std::uint64_t nameStarts;  // and those of attributes
-        std::uint64_t closing;     // '>' of tags
-        std::uint64_t unclear;     // flagged: names whose prefix is not clear
-        std::uint64_t inside;      // of tags, or of what was taken for values in them
-    };
-
-    void readBlock(std::uint32_t at, const StopRules& rules) noexcept;
-    void goOn(std::uint32_t limit, const StopRules& rules) noexcept;
-    [[nodiscard]] bool stopsInBlock(std::uint32_t limit, const StopRules& rules) noexcept;
-    void stopAtTag(std::uint32_t bit, std::uint32_t limit) noexcept;
-    [[nodiscard]] std::uint64_t unclearNames(const CanonMasks& masks,
-                                             const ClearPrefixes& clear) noexcept;
-
     const char* m_text;
     const std::uint32_t m_size;
     const MakeCanonMasks m_make;
     std::uint32_t m_limit = 0;
     std::uint32_t m_begin = 0; // of the stretch
     std::uint32_t m_safe = 0;  // 64 bits from any offset before this one lie in the stretch
-    // The block that findStop has reached.
-    bool m_isRead = false;
-    std::uint32_t m_base = 0;
-    std::uint64_t m_flagged = 0; // what of it may not be canonical, and was not passed yet
-    CanonStop m_stop;
-    Block m_block{};
-    Carried m_carried;
     CanonMasks m_masks[kBlocks + 1];
 };
 

@@ -24,16 +24,15 @@ namespace vantrel::xml {
 //                   uses the prefix must write it
 //     due           a declaration that the tag at hand must write
 //     listed        a prefix of InclusiveNamespaces PrefixList, treated as the inclusive method
-//     does hole          a stretch of the text that counts as absent, such as an enveloped
-//     signature to pass over  to leave text as it stands, so that it goes to the sink in one run
-//     with its
+//     hole          a stretch of the text that counts as absent, such as an enveloped signature
+//     to pass over  to leave text as it stands, so that it goes to the sink in one run with its
 //                   neighbours; the opposite is to rewrite it
 //     tidy          of a start tag: its characters are in canonical form, whatever its names say
 //     window        the bit masks of the stretch of text around the walk (canon_masks.h)
 //
-// From the request to the octets: CanonWalker goes through the text, finds stops by the window, and
-// gives start tags to StartTagWriter; both write through CanonOutput, which joins what was passed
-// over into runs.
+// From the request to the octets: CanonWalker goes through the text, searches it for stops by the
+// window (StopSearch), and gives start tags to StartTagWriter; both write through CanonOutput,
+// which joins what was passed over into runs.
 
 enum class CanonMethod : std::uint8_t {
     Inclusive, // Canonical XML 1.0

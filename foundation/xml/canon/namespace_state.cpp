@@ -17,24 +17,30 @@ NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
     const PrefixId number = m_prefixes.number(prefix);
     if (number >= m_bindings.size()) {
         m_bindings.resize(std::size_t{number} + 1);
-        m_bindings[number].key = prefixKey(prefix);
         bindInherited(number);
     }
     return number;
+}
+
+void NamespaceState::learn(Recent& place, std::uint64_t key, std::string_view prefix) {
+    const PrefixId number = id(prefix);
+    m_bindings[number].slot = slotOf(key);
+    place = {key, number, m_bindings[number].pending};
 }
 
 void NamespaceState::undoUpTo(std::uint32_t offset) noexcept {
     while (!m_undo.empty() && m_undo.back().end <= offset) {
         const Undo last = m_undo.back();
         m_undo.pop_back();
-        m_longOnes = std::min(m_longOnes, m_undo.size());
         const PrefixId prefix = last.prefix & ~kHiddenBit;
         PrefixBinding& binding = m_bindings[prefix];
         binding.inScope = last.inScope;
         binding.rendered = last.rendered;
         binding.hidden = (last.prefix & kHiddenBit) != 0;
+        binding.undoneAt = last.undoneAt;
         settle(prefix);
     }
+    m_nextUndo = m_undo.empty() ? PrefixBinding::kNever : m_undo.back().end;
 }
 
 void NamespaceState::declare(PrefixId prefix, std::string_view name, NamespaceExtent extent) {

@@ -2,12 +2,12 @@
 #ifndef FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 #define FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 
-#include "foundation/xml/canon/clear_prefixes.h"
 #include "foundation/xml/canon/view_table.h"
 #include "foundation/xml/scan/grow_array.h"
 #include "foundation/xml/scan/inheritance.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -21,6 +21,8 @@ namespace vantrel::xml {
 // numbers of NamespaceState; 0 is none, which a prefix other than the default one is never bound
 // to.
 struct PrefixBinding {
+    static constexpr std::uint32_t kNever = ~std::uint32_t{0};
+
     std::uint32_t inScope = 0;
     std::uint32_t rendered = 0; // what the nearest output ancestor that wrote the prefix wrote
     // The binding in scope must be written by the next element that uses the prefix.
@@ -28,17 +30,17 @@ struct PrefixBinding {
     bool hidden = false; // bound outside the apex element, and not to be written
     bool listed = false; // in the PrefixList
     bool inherited = false;
-    std::uint64_t key = 0;           // see prefixKey
-    std::uint32_t takenBy = 0;       // serial of the tag that last listed this prefix
-    std::uint32_t declarationOf = 0; // the name that `declaration` writes
-    std::string declaration;         // ` xmlns:prefix="name"`, made when first needed
+    std::uint32_t slot = 0;    // where it may be remembered; any for one that is too long
+    std::uint32_t takenBy = 0; // serial of the tag that last listed this prefix
+    std::uint32_t declarationOf = kNever; // the name that `declaration` writes
+    // Where what is said here is taken back next, at the earliest.
+    std::uint32_t undoneAt = kNever;
+    std::string declaration; // ` xmlns:prefix="name"`, made when first needed
 };
 
 // What an element that declares or renders holds for.
 struct NamespaceExtent {
     std::uint32_t end = 0; // the offset behind the element
-    // Whether the end is worth a stop. Elements in a short one are short.
-    bool isLong = true;
     // No element is in this one: nobody asks what holds there.
     bool isLeaf = false;
 };
@@ -64,15 +66,21 @@ public:
     // The same for the `length` bytes at `at`, where eight bytes are readable. It remembers the
     // last ones.
     [[nodiscard, gnu::always_inline]] PrefixId recentId(const char* at, std::uint32_t length) {
-        if (length - 1 >= 8) [[unlikely]] {
+        if (length - 1 >= kMostBytes) [[unlikely]] {
             return length == 0 ? kDefault : id(std::string_view(at, length));
         }
-        const std::uint64_t key = prefixKey(at, length);
-        Recent& recent = m_recent[prefixSlot(key)];
-        if (recent.key != key) [[unlikely]] {
-            recent = {key, id(std::string_view(at, length))};
+        return recent(at, length).prefix;
+    }
+    // The same, and whether it is pending.
+    [[nodiscard, gnu::always_inline]] bool isPending(const char* at, std::uint32_t length,
+                                                     PrefixId& prefix) {
+        if (length - 1 >= kMostBytes) [[unlikely]] {
+            prefix = length == 0 ? kDefault : id(std::string_view(at, length));
+            return m_bindings[prefix].pending;
         }
-        return recent.prefix;
+        const Recent& found = recent(at, length);
+        prefix = found.prefix;
+        return found.pending;
     }
     [[nodiscard]] PrefixId size() const noexcept {
         return static_cast<PrefixId>(m_bindings.size());
@@ -106,7 +114,7 @@ public:
             binding.rendered = binding.inScope;
             settle(prefix);
         }
-        if (binding.declarationOf != binding.inScope || binding.declaration.empty()) {
+        if (binding.declarationOf != binding.inScope) [[unlikely]] {
             writeDeclaration(prefix);
         }
         return binding.declaration;
@@ -122,27 +130,23 @@ public:
     // due.
     void inheritedAreWritten() noexcept { m_inheritedWritten = true; }
 
+    // What holds at `end` and behind it will not be asked for: an element that ends there takes
+    // nothing back.
+    void endAt(std::uint32_t end) noexcept { m_end = end; }
     // Takes back what elements that end at `offset` or before did.
-    void leave(std::uint32_t offset) noexcept {
-        if (!m_undo.empty() && m_undo.back().end <= offset) {
+    [[gnu::always_inline]] void leave(std::uint32_t offset) noexcept {
+        if (m_nextUndo <= offset) [[unlikely]] {
             undoUpTo(offset);
         }
     }
-    // What is clear now stays so up to this offset, where leave() is to be called. It changes with
-    // every call.
-    [[nodiscard]] std::uint32_t nextUndo() const noexcept {
-        return m_longOnes == 0 ? ~std::uint32_t{0} : m_undo[m_longOnes - 1].end;
-    }
-    [[nodiscard]] const ClearPrefixes& clear() const noexcept { return m_clear; }
-    // Enters a prefix that is not pending where it was missing.
-    void noteClear(PrefixId prefix) noexcept {
-        if (inLongOnes()) {
-            addClear(prefix);
-        }
+    // Whether no tag without a prefix has to declare that up to `offset`.
+    [[nodiscard]] bool isDefaultClearUpTo(std::uint32_t offset) const noexcept {
+        return !m_bindings[kDefault].pending && m_bindings[kDefault].undoneAt >= offset;
     }
 
 private:
-    static constexpr std::size_t kUsual = 6; // prefixes of a document
+    static constexpr std::uint32_t kMostBytes = 8; // of a prefix that is remembered
+    static constexpr std::size_t kUsual = 6;       // prefixes of a document
     static constexpr std::uint32_t kHiddenBit = 0x80000000;
 
     struct Undo {
@@ -150,41 +154,56 @@ private:
         PrefixId prefix; // top bit: hidden
         std::uint32_t inScope;
         std::uint32_t rendered;
+        std::uint32_t undoneAt;
     };
     struct Recent {
         std::uint64_t key = 0;
-        PrefixId prefix = 0;
+        PrefixId prefix = kDefault;
+        bool pending = false; // as in the binding
     };
 
+    // A prefix of one to eight bytes as a number. No prefix holds a NUL, so it tells the length as
+    // well. Eight bytes must be readable at `at`.
+    [[nodiscard, gnu::always_inline]] static std::uint64_t keyOf(const char* at,
+                                                                 std::uint32_t length) noexcept {
+        std::uint64_t key = 0;
+        std::memcpy(&key, at, sizeof key);
+        const std::uint32_t others = 64 - 8 * length;
+        const std::uint64_t ones = ~std::uint64_t{0};
+        return key & (std::endian::native == std::endian::little ? ones >> others : ones << others);
+    }
+    [[nodiscard]] static constexpr std::uint32_t slotOf(std::uint64_t key) noexcept {
+        return static_cast<std::uint32_t>((key * 0x9E3779B97F4A7C15) >> 60);
+    }
+    [[nodiscard, gnu::always_inline]] Recent& recent(const char* at, std::uint32_t length) {
+        const std::uint64_t key = keyOf(at, length);
+        Recent& found = m_recent[slotOf(key)];
+        if (found.key != key) [[unlikely]] {
+            learn(found, key, std::string_view(at, length));
+        }
+        return found;
+    }
+    void learn(Recent& place, std::uint64_t key, std::string_view prefix);
+
     void remember(PrefixId prefix, NamespaceExtent extent) {
-        const PrefixBinding& binding = m_bindings[prefix];
+        if (extent.end >= m_end) {
+            return;
+        }
+        PrefixBinding& binding = m_bindings[prefix];
         m_undo.push_back({extent.end, binding.hidden ? prefix | kHiddenBit : prefix,
-                          binding.inScope, binding.rendered});
-        m_longOnes += extent.isLong ? 1 : 0;
+                          binding.inScope, binding.rendered, binding.undoneAt});
+        binding.undoneAt = extent.end;
+        m_nextUndo = extent.end;
     }
     void undoUpTo(std::uint32_t offset) noexcept;
     void writeDeclaration(PrefixId prefix);
     void bindInherited(PrefixId prefix);
     [[nodiscard]] int compareDistinct(std::uint32_t a, std::uint32_t b);
-    // Short elements lie on top of the stack. What is clear in one need not be so behind it, where
-    // nobody stops.
-    [[nodiscard]] bool inLongOnes() const noexcept { return m_undo.size() == m_longOnes; }
-    void addClear(PrefixId prefix) noexcept {
-        if (prefix == kDefault) {
-            m_clear.setDefault(true);
-        } else if (m_bindings[prefix].key != 0) {
-            m_clear.add(m_bindings[prefix].key);
-        }
-    }
     void settle(PrefixId prefix) noexcept {
         PrefixBinding& binding = m_bindings[prefix];
         binding.pending = !binding.hidden && binding.inScope != binding.rendered;
-        if (!binding.pending) {
-            noteClear(prefix);
-        } else if (prefix == kDefault) {
-            m_clear.setDefault(false);
-        } else {
-            m_clear.remove(binding.key);
+        if (Recent& place = m_recent[binding.slot]; place.prefix == prefix) {
+            place.pending = binding.pending;
         }
     }
 
@@ -192,8 +211,8 @@ private:
     ViewTable m_names;
     std::vector<PrefixBinding> m_bindings; // by prefix number
     GrowArray<Undo> m_undo;
-    std::size_t m_longOnes = 0; // of m_undo, from its bottom
-    ClearPrefixes m_clear;
+    std::uint32_t m_nextUndo = PrefixBinding::kNever; // where the last of m_undo ends
+    std::uint32_t m_end = PrefixBinding::kNever;
     std::array<Recent, 16> m_recent;
     std::uint32_t m_xmlName = 0;
     std::unordered_map<std::uint64_t, int> m_order; // of pairs of long names

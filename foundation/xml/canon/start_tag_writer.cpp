@@ -70,6 +70,7 @@ void StartTagWriter::goOnAt(std::uint32_t offset) {
 
 void StartTagWriter::inherit(ElementId apex) {
     m_reached = apex;
+    m_namespaces.endAt(m_elements[apex].end);
     m_nextDeclaration = apex == 0 ? 0 : m_document.firstNamespaceDecl(apex);
     findNextDeclaring();
     const bool hidden = !m_request.inheritNamespaces;

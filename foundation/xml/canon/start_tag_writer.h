@@ -9,7 +9,6 @@
 #include "foundation/xml/scan/inheritance.h"
 #include "foundation/xml/scan/start_tag.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -23,6 +22,13 @@ struct PassedTag {
     std::uint32_t end = 0;        // offset behind the tag
     std::uint32_t nameLength = 0; // of the qualified name
     bool selfClosing = false;     // the end tag is to be written as well
+};
+
+// What a walk stops at, besides what no method leaves as it is.
+struct StopRules {
+    bool everyTag = false;    // every start tag
+    bool byLocalName = false; // attributes are ordered by their local names alone
+    bool byPrefix = false;    // names whose prefix must be declared
 };
 
 // Writes start tags canonically: the namespace declarations that are due, then the attributes in
@@ -61,18 +67,30 @@ public:
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
         return rewrite(start, apex);
     }
-    // At a stop with a name's end: writes the declaration if it is due. The rest of the tag stays.
-    // False, with nothing done, where that is better left to write().
-    [[nodiscard]] bool declareInName(const CanonStop& stop);
+    // For a search that meets names on its way (stop_search.h), with the exclusive method: the
+    // prefix in the `length` bytes at `start`, and whether the tag there, which uses it, has to
+    // declare it. Not for the apex: something stands behind the element, so that eight bytes are
+    // readable at any prefix.
+    [[nodiscard, gnu::always_inline]] bool mustDeclare(std::uint32_t start, std::uint32_t length,
+                                                       NamespaceState::PrefixId& prefix) {
+        m_namespaces.leave(start);
+        return m_namespaces.isPending(m_text.data() + start, length, prefix);
+    }
+    // Writes such a declaration behind the name in the start tag at `start`, where that ends at
+    // `nameEnd`. The rest of the tag stays.
+    [[gnu::always_inline]] void declareInName(std::uint32_t start, std::uint32_t nameEnd,
+                                              NamespaceState::PrefixId prefix) {
+        m_out.copyUpToAndPut(nameEnd, m_namespaces.render(prefix, extentOf(start)));
+    }
+    [[nodiscard]] bool isDefaultClearUpTo(std::uint32_t offset) const noexcept {
+        return m_namespaces.isDefaultClearUpTo(offset);
+    }
     // What a walk must stop at for this writer, and the next offset where it must stop and call
-    // goOnAt(): what is asked for changes there. Both change with every call.
+    // goOnAt().
     [[nodiscard]] StopRules stopRules() const noexcept {
-        return {m_hasDeclaredAttributes, m_localNameOrder,
-                m_exclusive ? &m_namespaces.clear() : nullptr};
+        return {m_hasDeclaredAttributes, m_localNameOrder, m_exclusive};
     }
-    [[nodiscard]] std::uint32_t nextEvent() const noexcept {
-        return m_exclusive ? std::min(m_nextDeclaring, m_namespaces.nextUndo()) : m_nextDeclaring;
-    }
+    [[nodiscard]] std::uint32_t nextEvent() const noexcept { return m_nextDeclaring; }
     // The walk has reached `offset`. Declarations before it, of tags that were left out, do not
     // count.
     void goOnAt(std::uint32_t offset);
@@ -80,8 +98,6 @@ public:
 private:
     using PrefixId = NamespaceState::PrefixId;
 
-    // Bytes from which on the end of an element that declares or renders is worth a stop.
-    static constexpr std::uint32_t kLongElement = 256;
     // Elements that are gone over for the one at hand before it is searched for.
     static constexpr std::uint32_t kNear = 16;
 
@@ -118,8 +134,9 @@ private:
     void take(PrefixId prefix) {
         PrefixBinding& binding = m_namespaces[prefix];
         if (!binding.pending) {
-            m_namespaces.noteClear(prefix);
-        } else if (binding.takenBy != m_tagSerial) {
+            return;
+        }
+        if (binding.takenBy != m_tagSerial) {
             binding.takenBy = m_tagSerial;
             m_due.push_back(prefix);
         }
@@ -173,38 +190,19 @@ private:
 
 // Of the element that begins at `start`; they are asked for in document order.
 inline NamespaceExtent StartTagWriter::extentOf(std::uint32_t start) {
-    const ElementRecord* element = &m_elements[m_reached];
-    if (element->start != start) {
-        const std::size_t left = m_elements.size() - m_reached - 1;
-        const ElementRecord* const last = element + std::min<std::size_t>(left, kNear);
-        while (element != last && element->start < start) {
-            ++element;
-        }
-        if (element->start != start) {
-            element = &m_elements[m_document.elementAt(start)];
-        }
-        m_reached = static_cast<ElementId>(element - m_elements.data());
+    std::size_t reached = m_reached;
+    // The element is there, so the search ends before the last.
+    for (const std::size_t near = reached + kNear;
+         m_elements[reached].start < start && reached != near;) {
+        ++reached;
     }
-    const bool isLeaf = m_document.firstChild(m_reached) == kNoElement;
-    return {element->end, element->end - start >= kLongElement, isLeaf};
-}
-
-// At a stop with a name's end: what findStop promised of the tag holds, so that only the
-// declaration is left. Where a long element begins, what is clear changes up to its end.
-inline bool StartTagWriter::declareInName(const CanonStop& stop) {
-    m_namespaces.leave(stop.at);
-    const PrefixId prefix = prefixAt(stop.at + 1, stop.prefixLength);
-    if (!m_namespaces[prefix].pending) {
-        m_namespaces.noteClear(prefix);
-        return true;
+    if (m_elements[reached].start != start) [[unlikely]] {
+        reached = m_document.elementAt(start);
     }
-    const NamespaceExtent extent = extentOf(stop.at);
-    if (extent.isLong && !extent.isLeaf) {
-        return false;
-    }
-    m_out.copyUpTo(stop.nameEnd);
-    m_out.put(m_namespaces.render(prefix, extent));
-    return true;
+    m_reached = static_cast<ElementId>(reached);
+    const ElementRecord* const element = &m_elements[reached];
+    const bool isLeaf = reached + 1 == m_elements.size() || element[1].start >= element->end;
+    return {element->end, isLeaf};
 }
 
 // Passes over a tag that is canonical as it stands, or would be with some declarations added.

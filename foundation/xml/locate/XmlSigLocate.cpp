@@ -7,7 +7,6 @@
 #include "foundation/xml/scan/values.h"
 
 #include <algorithm>
-#include <functional>
 #include <new>
 #include <string>
 
@@ -176,9 +175,11 @@ std::span<const SignatureElement> XmlSigLocate::candidates(const XmlDocument& do
     if (!pinned) {
         return all;
     }
-    const auto found = std::ranges::equal_range(all, m_selectedElement, std::ranges::less(),
-                                                &SignatureElement::element);
-    return {found.begin(), found.end()};
+    const auto found = std::lower_bound(
+        all.begin(), all.end(), m_selectedElement,
+        [](const SignatureElement& one, ElementId element) { return one.element < element; });
+    const bool isThere = found != all.end() && found->element == m_selectedElement;
+    return all.subspan(static_cast<std::size_t>(found - all.begin()), isThere ? 1 : 0);
 }
 
 template <class Matches>
