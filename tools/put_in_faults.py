@@ -48,7 +48,7 @@ CLOSE = {
     "foundation/x509/path": ["acceptance"], "foundation/zip": ["zip_packages"], "foundation/sandbox": ["sandbox_tool"],
     "dsig/explain": ["explain_causes"], "dsig/html": ["report_page"], "dsig/trust": ["acceptance", "trust_attacks"],
     "dsig/package": ["zip_packages"], "dsig/report": ["report", "second_reader"], "dsig/xades": ["timestamp_tool"],
-    "dsig/transform": ["signature_profiles"], "dsig/reference": ["second_reader"], "cli": ["worker", "report_page", "acceptance"],
+    "dsig/transform": ["signature_profiles"], "dsig/reference": ["second_reader"], "cli": ["worker", "report_page", "acceptance"], "api": ["zip_packages"],
 }
 
 # Fewer documents than in a test run, where a test takes a number of them; so with VANTREL_CHANGES below.
