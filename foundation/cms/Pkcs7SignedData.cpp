@@ -72,10 +72,6 @@ void Pkcs7SignedData::clearResults() noexcept {
     m_signerCertificate.clear();
 }
 
-std::uint32_t Pkcs7SignedData::numSigners() const noexcept {
-    return m_data ? static_cast<std::uint32_t>(m_data->signers.size()) : 0;
-}
-
 bool Pkcs7SignedData::loadPkcs7Der(const DataBuffer& der, const char* /*reservedName*/,
                                    int /*reservedNumber*/, bool& otherContentType,
                                    SystemCerts* /*store*/, LogBase& log) {

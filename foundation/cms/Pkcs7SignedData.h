@@ -111,7 +111,6 @@ public:
     // The time-stamp authority's certificate leads to a certificate of the store. Never true of
     // content that is no time-stamp.
     [[nodiscard]] bool authorityTrusted() const noexcept { return m_authorityTrusted; }
-    [[nodiscard]] std::uint32_t numSigners() const noexcept;
     // The certificates that a loaded message carries, as far as they can be read. May throw
     // std::bad_alloc.
     [[nodiscard]] std::vector<VantrelX509> carriedCertificates() const;

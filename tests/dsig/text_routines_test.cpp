@@ -11,6 +11,7 @@
 #include "dsig/transform/profile_markers.h"
 #include "dsig/transform/xpath_shapes.h"
 #include "dsig/verify/signature_method.h"
+#include "foundation/base/_vlLogger.h"
 #include "foundation/xml/tree/ClsXml.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/vectors.h"
@@ -261,6 +262,12 @@ TEST(TextRoutines, ReferenceRecord) {
         EXPECT_EQ(record.getHashAlg(), c.integer("Hash")) << c.where();
         EXPECT_EQ(record.m_digestValue.view(), c.text("Digest")) << c.where();
         EXPECT_EQ(!record.m_transforms.isEmpty(), c.boolean("HasTransforms")) << c.where();
+        // Whether an empty URI is no URI is said where it is empty.
+        _vlLogger logged;
+        record.logReference(logged);
+        EXPECT_EQ(countOf(logged.text().view(), "uriOmitted: " + c.text("UriOmitted")),
+                  record.m_uri.isEmpty() ? 1U : 0U)
+            << c.where() << logged.text().view();
     });
 }
 

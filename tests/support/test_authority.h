@@ -34,7 +34,7 @@ public:
     }
 
     // name.key and name.pem with the given lines of extensions, signed by `issuer` (or by itself).
-    // `key`: "ec", "ec384", "rsa" or "dsa".
+    // `key`: "ec", "ec384", "rsa", "dsa", "ed25519" or "ed448".
     void issue(const std::string& name, const std::string& issuer, const std::string& extensions,
                const std::string& key = "ec", const std::string& subject = "",
                const std::string& days = "3650") {
@@ -102,6 +102,8 @@ private:
             run({"genpkey", "-genparam", "-algorithm", "DSA", "-pkeyopt", "dsa_paramgen_bits:1024",
                  "-out", "dsa.param"});
             run({"genpkey", "-paramfile", "dsa.param", "-out", out});
+        } else if (key.starts_with("ed")) {
+            run({"genpkey", "-algorithm", key, "-out", out});
         } else {
             run({"genpkey", "-algorithm", "EC", "-pkeyopt",
                  key == "ec384" ? "ec_paramgen_curve:P-384" : "ec_paramgen_curve:P-256", "-out",

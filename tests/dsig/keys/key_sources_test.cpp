@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Every key and certificate that a KeyInfo can carry or name, end to end on signed messages.
 
+#include "dsig/keys/known_to_caller.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringArray.h"
+#include "foundation/keyfile/key_file.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/VantrelX509.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
+#include "foundation/x509/oids.h"
 #include "foundation/xml/tree/ClsXml.h"
 #include "tests/dsig/document_case.h"
 #include "tests/foundation/x509/certificate_corpus.h"
@@ -496,6 +499,46 @@ TEST_F(CorpusKeyInfo, KeyIdentifierFindsEveryCertificate) {
         ++tried;
     }
     EXPECT_GT(tried, 100U);
+}
+
+// A key is the same however it is written; other keys, of its kind or another, are not.
+TEST(KnownToCaller, KeysAreTheSameOrNot) {
+    const auto edwards = [](const std::string& x) {
+        return bytesOf(R"({"kty":"OKP","crv":"Ed25519","x":")" + x + "\"}");
+    };
+    const std::vector<std::vector<Bytes>> spellings = {
+        {fromBase64(keyValueNamed("signer.spki")), bytesOf(keyValueNamed("jwk.signer"))},
+        {fromBase64(keyValueNamed("other.spki")), bytesOf(keyValueNamed("jwk.other"))},
+        {bytesOf(keyValueNamed("jwk.ec")), bytesOf(keyValueNamed("jwk.ec"))},
+        {edwards("11qYAYKxCrfVS_7TyWQHOg7hcvPapiMlrwIaaPcHURo"),
+         edwards("11qYAYKxCrfVS_7TyWQHOg7hcvPapiMlrwIaaPcHURo=")},
+        {edwards("PUAXw-hDiVqStwqnTRt-vJyYLM8uxJaMwM1V8Sr0Zgw")},
+    };
+    std::vector<std::pair<std::size_t, Ref<ClsPublicKey>>> all;
+    for (std::size_t number = 0; number < spellings.size(); ++number) {
+        for (const Bytes& spelling : spellings[number]) {
+            std::vector<Ref<ClsPublicKey>> keys;
+            keyfile::KeyFileFault fault;
+            if (keyfile::loadKeys(spelling, keys, fault)) {
+                all.emplace_back(number, std::move(keys[0]));
+            } else {
+                ADD_FAILURE() << number << fault.what;
+            }
+        }
+    }
+    const Ref<ClsPublicKey> none = Ref<ClsPublicKey>::adopt(ClsPublicKey::createNewCls());
+    EXPECT_TRUE(dsig::distinctiveNumber(none->key()).empty());
+    EXPECT_FALSE(dsig::isSameKey(none->key(), none->key()));
+    for (const auto& [number, key] : all) {
+        EXPECT_FALSE(dsig::isSameKey(key->key(), none->key()));
+        for (const auto& [other, otherKey] : all) {
+            EXPECT_EQ(dsig::isSameKey(key->key(), otherKey->key()), number == other)
+                << number << " " << other;
+            EXPECT_EQ(x509::sameBytes(dsig::distinctiveNumber(key->key()),
+                                      dsig::distinctiveNumber(otherKey->key())),
+                      number == other);
+        }
+    }
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "dsig/document/id_rivals.h"
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/trust/covered_targets.h"
 #include "dsig/trust/policy.h"
 #include "dsig/trust/signer_trust.h"
 #include "foundation/json/json_value.h"
@@ -13,6 +14,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -87,6 +90,24 @@ TEST(Acceptance, TakesOnlyWholePinsAndTargets) {
     EXPECT_TRUE(dsig::isTarget("document") && dsig::isTarget("#a") && dsig::isTarget("/a"));
     EXPECT_FALSE(dsig::isTarget("") || dsig::isTarget("#") || dsig::isTarget("/") ||
                  dsig::isTarget("a"));
+}
+
+TEST(CoveredTargets, IdsThatSameDocumentUrisName) {
+    const std::pair<std::string_view, std::string_view> cases[] = {
+        {"#x", "x"},
+        {"#", ""},
+        {"", ""},
+        {"x", ""},
+        {"http://x#x", ""},
+        {"#xpointer(id('x'))", "x"},
+        {"#xpointer(id(\"it's\"))", "it's"},
+        {"#xpointer(id('x", ""},
+        {"#xpointer(id('", ""},
+        {"#xpointer(id(", ""},
+        {"#xpointer(/)", "xpointer(/)"}};
+    for (const auto& [uri, id] : cases) {
+        EXPECT_EQ(dsig::fragmentId(uri), id) << uri;
+    }
 }
 
 TEST(IdRivals, AreValuesOnTwoElementsByWhateverAttribute) {

@@ -330,6 +330,66 @@ TEST(ValueObjects, HoldTextBytesAndLists) {
     EXPECT_FALSE(list.GetString(2, got));
     EXPECT_EQ(list.getStringUtf8(-1), nullptr);
     EXPECT_EQ(list.get_Count(), 2);
+    list.Clear();
+    EXPECT_EQ(list.get_Count(), 0);
+}
+
+TEST(ValueObjects, AreMadeAndGivenUp) {
+    XString got;
+    ClsStringBuilder* const text = ClsStringBuilder::createNewCls();
+    ASSERT_NE(text, nullptr);
+    EXPECT_TRUE(text->SetString(XString("lost")) && text->SetString(XString(" a ")));
+    EXPECT_TRUE(text->AppendLine(XString("b"), false) && text->AppendLine(XString("c"), true));
+    EXPECT_TRUE(text->GetAsString(got));
+    EXPECT_STREQ(got.getUtf8(), " a b\nc\r\n");
+    text->Trim();
+    text->_toString(got);
+    EXPECT_STREQ(got.getUtf8(), "a b\nc");
+    text->dotNetDispose();
+    EXPECT_EQ(text->get_Length(), 0U);
+    text->deleteSelf();
+
+    ClsBinData* const data = ClsBinData::createNewCls();
+    ASSERT_NE(data, nullptr);
+    const auto clears = {&ClsBinData::Clear, &ClsBinData::SecureClear, &ClsBinData::dotNetDispose};
+    for (const auto clear : clears) {
+        EXPECT_TRUE(data->AppendData("\1\2", 2));
+        ClsBinData sharing;
+        EXPECT_TRUE(sharing.SetData(*data));
+        (data->*clear)();
+        EXPECT_EQ(data->get_NumBytes(), 0U);
+        EXPECT_EQ(sharing.get_NumBytes(), 2U);
+        EXPECT_EQ(sharing.GetBytes()[1], 2);
+    }
+    data->deleteSelf();
+
+    ClsStringArray* const list = ClsStringArray::createNewCls();
+    ASSERT_NE(list, nullptr);
+    EXPECT_TRUE(list->appendView("one"));
+    list->dotNetDispose();
+    EXPECT_EQ(list->get_Count(), 0);
+    list->deleteSelf();
+}
+
+TEST(ClsBase, SettingsAreReadBack) {
+    Sample object;
+    XString value;
+    for (const char* const words : {"ZATCA,b", ""}) {
+        XString given(words);
+        object.put_UncommonOptions(given);
+        object.get_UncommonOptions(value);
+        EXPECT_STREQ(value.getUtf8(), words);
+    }
+    EXPECT_FALSE(object.get_VerboseLogging());
+    object.put_VerboseLogging(true);
+    EXPECT_TRUE(object.get_VerboseLogging());
+    XString path("no-such-folder/log.txt");
+    object.put_DebugLogFilePath(path);
+    object.get_DebugLogFilePath(value);
+    EXPECT_STREQ(value.getUtf8(), path.getUtf8());
+    object.Outer(true);
+    object._toString(value);
+    EXPECT_EQ(value.getUtf8Sb().view(), logOf(object));
 }
 
 } // namespace

@@ -164,6 +164,35 @@ TEST(Json, WriterSetsCommasAndReplacesWhatIsNotUtf8) {
     EXPECT_TRUE(json::parseJson(out.view(), value, faultAt));
 }
 
+// Short members are put in one piece, others piece by piece: around the sizes where that changes,
+// and with names that are escaped, the text is the same.
+TEST(Json, WriterWritesMembersOfEverySizeAlike) {
+    for (std::size_t size = 0; size < 520;
+         size += size < 240 || (size > 262 && size < 500) ? 20 : 1) {
+        for (const char* const end : {"", "\"", "\n"}) {
+            const std::string name = std::string(size, 'n') + end;
+            const std::string escaped = "\"" + std::string(size, 'n') +
+                                        (*end == '\0'  ? ""
+                                         : *end == '"' ? "\\\""
+                                                       : "\\n") +
+                                        "\"";
+            StringBuffer out;
+            json::JsonWriter writer(out);
+            writer.beginObject();
+            writer.textMember(name, name);
+            writer.integerMember(name, -7);
+            writer.booleanMember(name, true);
+            writer.booleanMember(name, false);
+            writer.key(name);
+            writer.text("v");
+            writer.endObject();
+            EXPECT_EQ(out.view(), "{" + escaped + ":" + escaped + "," + escaped + ":-7," + escaped +
+                                      ":true," + escaped + ":false," + escaped + ":\"v\"}")
+                << size;
+        }
+    }
+}
+
 // Strings are looked at eight letters at a time: every ASCII letter at every place of short and
 // long ones, as a name and as a value, is escaped where it must be, and read back.
 TEST(Json, WriterEscapesAtEveryPlace) {

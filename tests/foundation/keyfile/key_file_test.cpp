@@ -3,9 +3,11 @@
 
 #include "foundation/keyfile/key_file.h"
 
+#include "foundation/crypto/edwards/edwards_key.h"
 #include "tests/support/bytes.h"
 #include "tests/support/key_messages.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,42 @@ TEST(KeyFile, DamagedFilesGiveNoMoreKeysThanWholeOnes) {
             EXPECT_LE(keysIn(changed), counts[i]) << i << " changed at " << size;
         }
     }
+}
+
+// RFC 8037 A.2, and the blank key of Ed448 in RFC 8032 7.4.
+TEST(KeyFile, OctetKeyPairs) {
+    const std::string key25519 = "11qYAYKxCrfVS_7TyWQHOg7hcvPapiMlrwIaaPcHURo";
+    const std::string key448 =
+        "X9dEm1m0Yf0s54fsYWrUah2hNCSFpw4fig6nXYDpZ3jt8SR2m0bHBhvWeD3x5Q9s0foavq_oJWGA";
+    const struct {
+        std::string members;
+        std::string faultOrKey;
+    } cases[] = {
+        {R"("crv":"Ed25519","x":")" + key25519 + '"', key25519},
+        {R"("crv":"Ed448","x":")" + key448 + '"', key448},
+        {R"("crv":"Ed25519")", "the JWK has no x, or it is not base64url"},
+        {R"("crv":"Ed25519","x":"a?")", "the JWK has no x, or it is not base64url"},
+        {R"("crv":"X25519","x":")" + key25519 + '"', "the JWK is of a kind that is not supported"},
+        {R"("crv":"Ed25519","d":"AA","x":")" + key25519 + '"', "this is a private key (JWK)"},
+        {R"("crv":"Ed25519","use":"enc","x":")" + key25519 + '"',
+         "the JWK is for encryption, not for signatures"},
+    };
+    for (const auto& c : cases) {
+        std::vector<Ref<ClsPublicKey>> keys;
+        keyfile::KeyFileFault fault;
+        if (!keyfile::loadKeys(bytesOf("{\"kty\":\"OKP\"," + c.members + "}"), keys, fault)) {
+            EXPECT_EQ(fault.what, c.faultOrKey) << c.members;
+            continue;
+        }
+        ASSERT_EQ(keys.size(), 1U);
+        std::string key = toBase64(keys[0]->key().getEdwardsKeyPtr()->encoded());
+        std::replace(key.begin(), key.end(), '+', '-');
+        std::replace(key.begin(), key.end(), '/', '_');
+        EXPECT_EQ(key.substr(0, key.find('=')), c.faultOrKey) << c.members;
+    }
+    // The length is that of the curve.
+    EXPECT_EQ(keysIn(bytesOf(R"({"kty":"OKP","crv":"Ed448","x":")" + key25519 + "\"}")), 0U);
+    EXPECT_EQ(keysIn(bytesOf(R"({"kty":"OKP","crv":"Ed25519","x":")" + key448 + "\"}")), 0U);
 }
 
 } // namespace

@@ -136,6 +136,20 @@ TEST(PathVerdict, EveryProblemHasItsCode) {
     EXPECT_EQ(problemsOf(tooLong.run()), "path-too-long below");
 }
 
+// A certificate is signed by a key of every kind, and by no other key of that kind and name.
+TEST(PathVerdict, EveryKindOfKeySigns) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    test::TestAuthority& made = small.authority();
+    for (const std::string kind : {"rsa", "dsa", "ec384", "ed25519", "ed448"}) {
+        made.issue(kind, "root", kCa, kind);
+        made.issue("by_" + kind, kind, kUser);
+        made.issue("false_" + kind, "root", kCa, kind, kind);
+        EXPECT_TRUE(small.path("by_" + kind, kind).run().trusted) << kind;
+        EXPECT_FALSE(small.path("by_" + kind, "false_" + kind).run().trusted) << kind;
+    }
+}
+
 TEST(PathVerdict, NamesThatItWasIssuedFor) {
     VANTREL_NEED_PROGRAM(openssl, "openssl");
     SmallAuthority small(openssl);
