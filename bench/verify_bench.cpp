@@ -38,6 +38,7 @@ struct BenchOptions {
     bool slow = false;
     std::string tool;
     std::string file;
+    std::string only;  // one part of the table: small, sizes, lists, tool
     int repeated = -1; // a small document's number
     int count = 0;
 };
@@ -314,6 +315,8 @@ bool readOptions(int argc, char** argv, BenchOptions& options) {
             options.tool = argv[++i];
         } else if (word == "--write" && i + 1 < argc) {
             options.file = argv[++i];
+        } else if (word == "--only" && i + 1 < argc) {
+            options.only = argv[++i];
         } else {
             return false;
         }
@@ -357,10 +360,19 @@ int run(const BenchOptions& options) {
     }
     ProcessRunner runner;
     FigureTable table;
-    addSmall(table);
-    addSizes(options, table);
-    addLists(options, table);
-    if (!options.tool.empty()) {
+    const auto isWanted = [&options](std::string_view part) {
+        return options.only.empty() || options.only == part;
+    };
+    if (isWanted("small")) {
+        addSmall(table);
+    }
+    if (isWanted("sizes")) {
+        addSizes(options, table);
+    }
+    if (isWanted("lists")) {
+        addLists(options, table);
+    }
+    if (isWanted("tool") && !options.tool.empty()) {
         addFiles(options, runner, table);
     }
     if (!options.file.empty() && !replaceTable(options.file, table.markdown())) {
@@ -378,7 +390,8 @@ int main(int argc, char** argv) {
     vantrel::bench::BenchOptions options;
     if (!vantrel::cpu::limitFromEnvironment() ||
         !vantrel::bench::readOptions(argc, argv, options)) {
-        std::fputs("bench_verify [--quick] [--slow] [--tool FILE] [--write FILE]\n", stderr);
+        std::fputs("bench_verify [--quick] [--slow] [--only PART] [--tool FILE] [--write FILE]\n",
+                   stderr);
         return 2;
     }
     return vantrel::bench::run(options);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Canonicalization of arbitrary text. A canonical form must be well-formed and its own canonical
-// form, and that of all nodes of the document; an element by offset must give octets of its own,
-// too; and signatures left out while walking make no difference to signatures cut out of the text.
+// form, and that of all nodes of the document; so must an element by its offset and by its number;
+// and signatures left out while walking make no difference to signatures cut out of the text.
 
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/canon/XmlCanon.h"
@@ -35,6 +35,35 @@ bool isFormOfNodes(const StringBuffer& form, const StringBuffer& text, const Xml
     return !xml::canonicalizeNodes(*index, xml::NodeBits(index->size(), true), request, budget,
                                    sink) ||
            other.view() == form.view();
+}
+
+// An element by its offset in a text that is known to be read alone or that may be part of another
+// has the form that it has as an element of the structure.
+void checkElement(const StringBuffer& text, std::uint8_t number, const XmlCanon& canon) {
+    xml::ParseFailure why;
+    const auto document = xml::XmlDocument::parse(text, {true}, why);
+    if (document == nullptr || document->isExpanded()) {
+        return;
+    }
+    LogNull log;
+    XmlCanon byOffset;
+    byOffset.m_method = canon.m_method;
+    byOffset.m_withComments = canon.m_withComments;
+    byOffset.m_signedDocFlag = canon.m_signedDocFlag;
+    byOffset.m_fragmentText = true;
+    const xml::ElementId element = 1 + number % document->elementCount();
+    if (element == document->elementCount()) {
+        return; // offset 0 would mean the whole text
+    }
+    StringBuffer part;
+    StringBuffer wanted;
+    xml::StringBufferSink sink(wanted, XmlCanon::formLimit(text));
+    const bool isThere =
+        byOffset.xmlCanonicalize(text, nullptr, document->element(element).start, part, log);
+    if (isThere != canon.canonicalizeElement(*document, element, {}, sink, log) ||
+        (isThere && (part.isEmpty() || part.view() != wanted.view()))) {
+        std::abort();
+    }
 }
 
 // Neighbours are one hole.
@@ -73,11 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             std::abort();
         }
     }
-    StringBuffer part;
-    canon.m_fragmentText = true;
-    if (canon.xmlCanonicalize(text, nullptr, data[1], part, log) && part.isEmpty()) {
-        std::abort();
-    }
+    checkElement(text, data[1], canon);
     _vlXmlDtd dtd;
     XmlSigRemoval removal;
     StringBuffer rest;

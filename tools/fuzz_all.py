@@ -2,12 +2,14 @@
 # SPDX-License-Identifier: MIT
 """Fuzzes all targets in turns, each for the same processor time, and keeps a record of what was done and found.
 
-    tools/fuzz_all.py --work FOLDER [--seconds N] [--rounds N] [--until HH:MM] [--jobs N] [--build FOLDER] [--no-build] [TARGET...]
+    tools/fuzz_all.py --work FOLDER [--seconds N] [--rounds N] [--until HH:MM] [--jobs N] [--seeds FOLDER]
+                      [--build FOLDER] [--no-build] [TARGET...]
     tools/fuzz_all.py --work FOLDER --coverage [TARGET...]      what the corpora reach, by source file
     tools/fuzz_all.py --work FOLDER --table                     the record as a table, nothing is run
 
 FOLDER holds corpus/TARGET (which grows), findings/TARGET, log/TARGET and record.json, and may be used again. A target begins with the
-files of fuzz/corpus/TARGET, documents and certificates of the tests that fit it, and its words of fuzz/dictionaries.
+files of fuzz/corpus/TARGET, the documents of the tests and what stands in the folders of --seeds where their endings fit it, and its
+words of fuzz/dictionaries.
 --seconds is processor time of a target in a round, from when it has read its corpus on, so that a busy machine changes nothing. --no-build takes the programs as they are,
 new ones from round to round. SIGTERM or control-C ends the targets at work and keeps what they did. The exit code is 1 where this
 run found something."""
@@ -41,9 +43,12 @@ DICTIONARIES = {
     "worker": ["options"], "xml": ["xml"], "xpath": ["xpath", "xml"], "zip": ["package"],
 }
 
-# What else of the tree is a sound input of a target: every file that matches.
-DOCUMENTS = ["tests/vectors/dsig/**/*.xml", "examples/**/*.xml"]
-SEEDS = {name: DOCUMENTS for name in ("canon", "canon_peer", "explain", "html", "kernels", "locate", "signed", "verify", "xml")}
+# What else is a sound input of a target, by the ending of its name.
+OF_DOCUMENTS = ("canon", "canon_peer", "explain", "html", "kernels", "locate", "signed", "verify", "xml")
+OF_CERTIFICATES = ("asn_xml", "certificate", "der", "key_file", "path")
+KINDS = {".xml": OF_DOCUMENTS, **dict.fromkeys((".pem", ".der", ".crt", ".cer"), OF_CERTIFICATES), ".crl": ("crl", "der"),
+         **dict.fromkeys((".p7b", ".p7s", ".tst", ".tsr"), ("cms", "der")), ".ors": ("ocsp", "der")}
+FOLDERS = [TOP / "tests" / "vectors" / "dsig", TOP / "examples"]
 
 FINDINGS = ("crash-", "timeout-", "oom-", "leak-")
 STATUS = re.compile(r"^#\d+\s+\S+\s+cov: (\d+) ft: (\d+)", re.MULTILINE)
@@ -81,8 +86,9 @@ def processor_seconds(pid):
 
 
 class Campaign:
-    def __init__(self, work, programs):
-        self.work, self.programs = work, programs
+    def __init__(self, work, programs, seeds=(), nice=19):
+        self.work, self.programs, self.nice = work, programs, nice
+        self.seeds, self.seeded = [*FOLDERS, *seeds], set()
         self.record_file = work / "record.json"
         self.record = json.loads(self.record_file.read_text()) if self.record_file.exists() else {}
         self.lock, self.stop = threading.Lock(), threading.Event()
@@ -94,10 +100,12 @@ class Campaign:
         return folder
 
     def seed(self, target):
-        """Puts the tree's files for a target into its corpus, once: names are digests of contents, as libFuzzer has it."""
+        """Puts what is known to be sound into a target's corpus, once: names are digests of contents, as libFuzzer has it."""
         corpus = self.folder("corpus", target)
-        for pattern in [f"fuzz/corpus/{target}/*", *SEEDS.get(target, [])]:
-            for file in TOP.glob(pattern):
+        if target not in self.seeded:
+            self.seeded.add(target)
+            fitting = [file for folder in self.seeds for file in folder.rglob("*") if target in KINDS.get(file.suffix, ())]
+            for file in [*(TOP / "fuzz" / "corpus" / target).glob("*"), *fitting]:
                 content = file.read_bytes() if file.is_file() else b""
                 if 0 < len(content) <= LARGEST_SEED:
                     (corpus / hashlib.sha1(content).hexdigest()).write_bytes(content)
@@ -114,10 +122,11 @@ class Campaign:
         return path
 
     def run_once(self, target, seconds):
-        """Runs a target until its time is over or it finds something: (processor seconds, output)."""
+        """Runs a target until its time is over or it finds something: (processor seconds, output). The engine's limit for an input goes by the
+        clock, which means little at the lowest priority, so it is a wide one."""
         findings, log = self.folder("findings", target), self.folder("log", "") / f"{target}.log"
         dictionary = self.dictionary(target)
-        command = ["nice", "-n", "19", self.programs / f"fuzz_{target}", "-print_final_stats=1", "-timeout=120", "-report_slow_units=60",
+        command = ["nice", "-n", self.nice, self.programs / f"fuzz_{target}", "-print_final_stats=1", "-timeout=900", "-report_slow_units=300",
                    "-rss_limit_mb=2560", "-reload=0", f"-artifact_prefix={findings}/", *([f"-dict={dictionary}"] if dictionary else []),
                    self.seed(target)]
         used, read = 0.0, None
@@ -182,7 +191,7 @@ class Campaign:
         """Runs the corpus once through a program that counts; the raw profile."""
         profile = self.folder("coverage", "") / f"{target}.profraw"
         environment = {**os.environ, "LLVM_PROFILE_FILE": str(profile)}
-        command = ["nice", "-n", "19", str(self.programs / f"fuzz_{target}"), "-runs=0", "-timeout=300", "-rss_limit_mb=0", str(self.seed(target))]
+        command = ["nice", "-n", str(self.nice), str(self.programs / f"fuzz_{target}"), "-runs=0", "-timeout=300", "-rss_limit_mb=0", str(self.seed(target))]
         subprocess.run(command, env=environment, capture_output=True, check=False)
         return profile
 
@@ -230,7 +239,9 @@ def main():
     options.add_argument("--rounds", type=int, default=1, help="0: until --until or a signal")
     options.add_argument("--until", help="begin no turn of a target at or after this time of today")
     options.add_argument("--jobs", type=int, default=1)
+    options.add_argument("--nice", type=int, default=19)
     options.add_argument("--build", type=pathlib.Path, help="where the programs are, by default build/fuzz/fuzz")
+    options.add_argument("--seeds", type=pathlib.Path, action="append", default=[], help="a folder of more inputs; repeatable")
     options.add_argument("--no-build", action="store_true")
     options.add_argument("--coverage", action="store_true")
     options.add_argument("--table", action="store_true")
@@ -244,7 +255,7 @@ def main():
     programs = given.build or TOP / "build" / preset / "fuzz"
     if not given.no_build:
         programs = build(preset, given.targets, max(given.jobs, 2))
-    campaign = Campaign(given.work, programs.absolute())
+    campaign = Campaign(given.work, programs.absolute(), given.seeds, given.nice)
     if given.coverage:
         print(campaign.coverage(given.targets or targets_in(programs)))
         return 0

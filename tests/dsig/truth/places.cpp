@@ -194,7 +194,10 @@ void ClaimedCoverage::claimSignature(const json::JsonValue& report) {
         const std::string_view name = m_document->localName(element);
         const bool isChild = m_document->parent(element) == signature;
         if (isChild && name == "SignatureValue") {
-            claimText(element);
+            // The first counts; another makes the structure an odd one, which is warned of.
+            if (element == m_document->firstChildNamed(signature, name)) {
+                claimText(element);
+            }
         } else if (!hasAccommodation(report, "zatca.rules")) {
             if (isChild && name == "SignedInfo") {
                 claimElement(m_paths[element], m_covered);
