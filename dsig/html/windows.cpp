@@ -14,12 +14,13 @@ constexpr std::size_t kBeginning = std::size_t{16} << 10;
 constexpr std::size_t kEnd = std::size_t{4} << 10;
 constexpr std::size_t kAround = 1000; // before and behind a place
 
-// A part from `start` to `end`, one with the last where they meet. Parts come in ascending order.
+// A part from `start` to `end`, one with those that it meets. Parts come in ascending order, but
+// for the end of the text, which may begin ahead of the last place.
 void append(std::size_t start, std::size_t end, std::vector<xml::TextRange>& parts) {
-    if (!parts.empty() && start <= parts.back().end()) {
-        const std::size_t longer = std::max<std::size_t>(end, parts.back().end());
-        parts.back() = xml::rangeOf(parts.back().start, longer);
-        return;
+    while (!parts.empty() && start <= parts.back().end()) {
+        start = std::min<std::size_t>(start, parts.back().start);
+        end = std::max<std::size_t>(end, parts.back().end());
+        parts.pop_back();
     }
     parts.push_back(xml::rangeOf(start, end));
 }
