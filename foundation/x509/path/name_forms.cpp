@@ -14,6 +14,9 @@ namespace {
 constexpr std::size_t kIpv4 = 4;
 constexpr std::size_t kIpv6 = 16;
 
+// In place of a host a whole URI would hold no name, and as a constraint exclude none.
+constexpr std::string_view kNotOfHosts = "*@:/";
+
 bool endsWith(std::string_view text, std::string_view tail) noexcept {
     return text.size() >= tail.size() &&
            equalIgnoringCase(text.substr(text.size() - tail.size()), tail);
@@ -224,7 +227,7 @@ bool isHostName(std::string_view host, bool wildcards) noexcept {
             emptyLabel = true;
             continue;
         }
-        if (c <= ' ' || c >= 0x7F || c == '*' || c == '@') {
+        if (c <= ' ' || c >= 0x7F || kNotOfHosts.find(c) != kNotOfHosts.npos) {
             return false;
         }
         emptyLabel = false;

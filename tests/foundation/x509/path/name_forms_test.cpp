@@ -130,10 +130,11 @@ TEST(NameForms, AreUsableOrNot) {
         {NameForm::Email, "\"a@b@c", false, false},
         {NameForm::Email, "a.example", false, true},
         {NameForm::Email, ".a.example", false, true},
-        // A URI in place of a host is a base that holds none.
-        {NameForm::Uri, "http://a.example/", true, true},
-        {NameForm::Uri, "http://192.0.2.1/", false, true},
-        {NameForm::Uri, "http://[::1]/", false, true},
+        // A URI in place of a host would hold none, and so exclude none.
+        {NameForm::Uri, "http://a.example/", true, false},
+        {NameForm::Uri, "http://192.0.2.1/", false, false},
+        {NameForm::Uri, "http://[::1]/", false, false},
+        {NameForm::Uri, "a.example:80", false, false},
         {NameForm::Uri, "http://*.example/", false, false},
         {NameForm::Uri, "a.example", false, true},
         {NameForm::Uri, ".a.example", false, true},
