@@ -318,8 +318,8 @@ def check_folders():
 
 def check_shared():
     shared = os.environ.get("VANTREL_SHARED")
-    if not shared:
-        print("packages of others: skipped, VANTREL_SHARED is not set")
+    if not shared or not os.path.isdir(shared):
+        print("packages of others: skipped, VANTREL_SHARED names no folder")
         return
     place = pathlib.Path(shared) / "profiles/containers"
     wanted = {(e["file"], e["member"]) for e in json.loads((place / "manifest.json").read_text()) if e["member"]}
