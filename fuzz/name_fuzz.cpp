@@ -8,6 +8,7 @@
 #include "foundation/text/XString.h"
 #include "foundation/x509/DistinguishedName.h"
 #include "foundation/x509/name_match.h"
+#include "foundation/x509/name_reader.h"
 #include "foundation/x509/path/directory_name.h"
 #include "foundation/x509/path/name_forms.h"
 #include "foundation/x509/path/path_words.h"
@@ -48,6 +49,17 @@ void checkSpelling(ByteView name, const StringBuffer& spelling, std::string_view
     }
 }
 
+// Of a name that is empty or long no text counts as its spelling.
+bool isOfUsualLength(ByteView name) {
+    x509::NameReader reader(name);
+    x509::DerAttribute attribute;
+    std::size_t count = 0;
+    while (reader.next(attribute)) {
+        ++count;
+    }
+    return count > 0 && count < 16;
+}
+
 void checkName(ByteView name, std::string_view text) {
     StringBuffer forward;
     StringBuffer backward;
@@ -56,8 +68,9 @@ void checkName(ByteView name, std::string_view text) {
     if (isName) {
         checkSpelling(name, forward, text);
         checkSpelling(name, backward, text);
-        require(DistinguishedName::isSpelledOut(name, forward.view(), false));
-        require(DistinguishedName::isSpelledOut(name, backward.view(), true));
+        const bool isUsual = isOfUsualLength(name);
+        require(DistinguishedName::isSpelledOut(name, forward.view(), false) == isUsual);
+        require(DistinguishedName::isSpelledOut(name, backward.view(), true) == isUsual);
     }
     std::string key = "x";
     if (x509::appendNameKey(name, key)) {

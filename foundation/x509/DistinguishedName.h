@@ -40,7 +40,8 @@ public:
     static bool fromDer(ByteView name, bool mostSpecificFirst, StringBuffer& out);
     // Whether `dn` is what fromDer writes with `mostSpecificFirst` (or, where `eitherOrder`,
     // without), blanks behind the separators aside. Then both have the same key; where it is not
-    // so, they may have it all the same.
+    // so, they may have it all the same: an empty name, and one of 16 attributes and more, is not
+    // looked at.
     [[nodiscard]] static bool isSpelledOut(ByteView name, std::string_view dn, bool eitherOrder);
 };
 
