@@ -53,12 +53,7 @@ TransformKind transformKind(const StringBuffer& algorithm) {
             return usual.kind;
         }
     }
-    for (const TransformName& name : kTransformNames) {
-        if (algorithm.containsSubstring(name.part)) {
-            return name.kind;
-        }
-    }
-    return TransformKind::Unrecognized;
+    return kindByPart(algorithm.view());
 }
 
 } // namespace

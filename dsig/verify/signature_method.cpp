@@ -57,28 +57,20 @@ constexpr MethodName kKeyTypeNames[] = {
 };
 
 // `otherwise` where the identifier has none of the parts, as one that is empty.
-int firstMatch(const StringBuffer& algorithmUri, std::span<const MethodName> names, int otherwise) {
+constexpr int firstMatch(std::string_view algorithm, std::span<const MethodName> names,
+                         int otherwise) {
     for (const MethodName& name : names) {
-        if (algorithmUri.containsSubstring(name.part)) {
+        if (algorithm.find(name.part) != algorithm.npos) {
             return name.meaning;
         }
     }
     return otherwise;
 }
 
-constexpr int meaningByPart(std::string_view algorithm, std::span<const MethodName> names) {
-    for (const MethodName& name : names) {
-        if (algorithm.find(name.part) != algorithm.npos) {
-            return name.meaning;
-        }
-    }
-    return 0;
-}
-
 struct UsualMethod {
     std::string_view algorithm;
-    int hashAlg = meaningByPart(algorithm, kHashNames);
-    int keyType = meaningByPart(algorithm, kKeyTypeNames);
+    int hashAlg = firstMatch(algorithm, kHashNames, kHashNone);
+    int keyType = firstMatch(algorithm, kKeyTypeNames, kKeyTypeUnknown);
 };
 
 // What most signatures have is known without a search.
@@ -92,7 +84,7 @@ constexpr UsualMethod kUsualMethods[] = {
 
 static_assert(std::all_of(std::begin(kUsualMethods), std::end(kUsualMethods),
                           [](const UsualMethod& usual) {
-                              return usual.hashAlg > kHashNone && usual.keyType > 0;
+                              return usual.hashAlg != kHashNone && usual.keyType != kKeyTypeUnknown;
                           }));
 
 const UsualMethod* usualMethod(const StringBuffer& algorithmUri) {
@@ -110,14 +102,14 @@ int signatureMethodToHashAlg(const StringBuffer& algorithmUri, LogBase& /*log*/)
     if (const UsualMethod* const usual = usualMethod(algorithmUri); usual != nullptr) {
         return usual->hashAlg;
     }
-    return firstMatch(algorithmUri, kHashNames, kHashNone);
+    return firstMatch(algorithmUri.view(), kHashNames, kHashNone);
 }
 
 int signatureMethodToKeyType(const StringBuffer& algorithmUri, LogBase& /*log*/) {
     if (const UsualMethod* const usual = usualMethod(algorithmUri); usual != nullptr) {
         return usual->keyType;
     }
-    return firstMatch(algorithmUri, kKeyTypeNames, kKeyTypeUnknown);
+    return firstMatch(algorithmUri.view(), kKeyTypeNames, kKeyTypeUnknown);
 }
 
 namespace dsig {
