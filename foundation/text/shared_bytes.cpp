@@ -39,9 +39,7 @@ SharedBytes::Block* SharedBytes::newBlock(std::size_t capacity) noexcept {
 }
 
 void SharedBytes::releaseBlock(Block* block) noexcept {
-    // Nobody can come to share what only one has: no count is written down for it.
-    if (block != nullptr && (block->references.load(std::memory_order_acquire) == 1 ||
-                             block->references.fetch_sub(1, std::memory_order_acq_rel) == 1)) {
+    if (block != nullptr && dropReference(block) == 1) {
         block->~Block();
         text::freeBlock(block);
     }
