@@ -132,9 +132,9 @@ bool Search::tryPairs() {
 }
 
 // The order is that of cost, and where two hypotheses give the same octets, of likelihood.
-bool Search::runQuick() {
+void Search::runQuick() {
     if (m_form.size() > kMostFormOctets) {
-        return false;
+        return;
     }
     // The form itself comes first: another hash or encoding of the digest needs no other octets.
     // All hashes and encodings in all combinations are tried for this one form; for others that
@@ -155,34 +155,32 @@ bool Search::runQuick() {
                       (!m_goal.isDear() && tryPairs()) ||
                       (!m_goal.isDear() && restoredTrailingSpace(m_form, alone)) ||
                       (!m_goal.isDear() && restoredCharacters(m_form, alone)));
-    return m_finding.has_value();
 }
 
 // A digest recovered from an RSA value serves as well as one that stands in a reference.
-bool Search::runThorough(std::string& remark) {
+void Search::runThorough(std::string& remark) {
     // Without a digest to compare with, every candidate would cost a key operation.
     const int hashId = m_goal.knownHash();
     if (hashId == 0) {
-        return false;
+        return;
     }
     std::string evidence;
     switch (findSingleChange(m_form, hashId, m_goal.knownDigest(), m_budget, evidence)) {
     case SingleChangeOutcome::Found:
         m_finding = Finding{cause::kChangedText, std::move(evidence)};
-        return true;
+        break;
     case SingleChangeOutcome::NotFound:
         remark = "no single octet that was replaced, added, removed or exchanged explains it";
-        return false;
+        break;
     case SingleChangeOutcome::TooLarge:
         remark = "with " + counted(m_form.size(), "octet") +
                  " the form is too large for trying every single change";
-        return false;
+        break;
     case SingleChangeOutcome::Partly:
         remark =
             "not every single change of " + counted(m_form.size(), "octet") + " could be tried";
-        return false;
+        break;
     }
-    return false;
 }
 
 } // namespace vantrel::dsig::explain

@@ -42,12 +42,11 @@ public:
     Search(std::string form, const Target* target, Goal& goal, Budget& budget,
            std::size_t mostKept = kMostKeptOctets);
 
-    // What a candidate or a few thousand of them cost. True when something was found. Run once,
-    // before runThorough.
-    [[nodiscard]] bool runQuick();
+    // What a candidate or a few thousand of them cost. Run once, before runThorough.
+    void runQuick();
     // Every single change of the form, as the budget allows. Where nothing is found `remark` says
     // how far the search went.
-    [[nodiscard]] bool runThorough(std::string& remark);
+    void runThorough(std::string& remark);
 
     // Empty until something was found; then it stays.
     [[nodiscard]] const std::optional<Finding>& finding() const noexcept { return m_finding; }
