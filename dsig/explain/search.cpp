@@ -16,7 +16,6 @@ namespace {
 // Forms that are kept for pairs. Pairs multiply: with a hundred forms and a hundred changes there
 // are ten thousand candidates.
 constexpr std::size_t kMostKept = 400;
-constexpr std::size_t kMostKeptOctets = std::size_t{64} << 20;
 
 // Evidence of two steps; either may be empty.
 std::string joined(std::string first, const std::string& second) {
@@ -28,8 +27,10 @@ std::string joined(std::string first, const std::string& second) {
 
 } // namespace
 
-Search::Search(std::string form, const Target* target, Goal& goal, Budget& budget)
-    : m_form(std::move(form)), m_target(target), m_goal(goal), m_budget(budget) {
+Search::Search(std::string form, const Target* target, Goal& goal, Budget& budget,
+               std::size_t mostKept)
+    : m_form(std::move(form)), m_target(target), m_goal(goal), m_budget(budget),
+      m_octetsToKeep(mostKept) {
     // The form itself is known: a processing that gives it again is no new hypothesis.
     m_seen.insert(std::hash<std::string_view>{}(m_form));
 }
@@ -90,8 +91,8 @@ bool Search::tryProcessings() {
             return m_budget.timeIsUp();
         }
         // Kept before it is tried: a form that does not reach the goal is the beginning of a pair.
-        if (m_kept.size() < kMostKept && change.octets.size() <= kMostKeptOctets - m_keptOctets) {
-            m_keptOctets += change.octets.size();
+        if (m_kept.size() < kMostKept && change.octets.size() <= m_octetsToKeep) {
+            m_octetsToKeep -= change.octets.size();
             m_kept.push_back({change.code, change.evidence, change.octets});
         }
         return offer(change, m_form, nullptr, Depth::Thorough);

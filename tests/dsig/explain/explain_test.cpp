@@ -135,5 +135,25 @@ TEST(Search, CombinesTwoChangesAndClaimsNothingElse) {
     EXPECT_EQ(codeFor(""), "nothing");
 }
 
+// Comments and line ends together, which needs the form with comments to be kept for a second step.
+TEST(Search, KeepsFormsForPairsUpToItsLimit) {
+    xml::ParseFailure why;
+    Target target;
+    target.structure = xml::XmlDocument::parse(StringBuffer("<a><!--c-->\n<b/></a>"), {}, why);
+    const std::string commented = "<a><!--c-->\n<b></b></a>";
+    StringBuffer stored;
+    const std::string original = "<a><!--c-->\r\n<b></b></a>";
+    DataBuffer(asBytes(digestOf(kHashSha256, original))).encodeDB("base64", stored);
+    for (const std::size_t limit : {commented.size() - 1, commented.size(), kMostKeptOctets}) {
+        Budget budget(10);
+        DigestGoal goal(std::string(stored.view()), kHashSha256);
+        Search search("<a>\n<b></b></a>", &target, goal, budget, limit);
+        search.runQuick();
+        EXPECT_EQ(search.finding() ? search.finding()->code : "nothing",
+                  limit >= commented.size() ? "comments" : "nothing")
+            << limit;
+    }
+}
+
 } // namespace
 } // namespace vantrel::dsig::explain
