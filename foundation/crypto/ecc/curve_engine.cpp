@@ -37,9 +37,9 @@ template <CurveId kId, class Lanes> const CurveEngine& ifmaEngineOf() noexcept {
 
 // The scalar fields of some need the instructions of "adx"; no processor has these without those.
 template <CurveId kId, class Lanes>
-constexpr CurveKernel kIfma{
-    "ifma", Feature::Bmi2 | Feature::Adx | Feature::Avx512 | Feature::Avx512Ifma,
-    ifmaEngineOf<kId, Lanes>};
+constexpr CurveKernel kIfma{"ifma",
+                            Feature::Bmi2 | Feature::Adx | Feature::Avx512 | Feature::Avx512Ifma,
+                            ifmaEngineOf<kId, Lanes>};
 #endif
 
 template <class Field> const CurveEngine& secp256k1EngineOf() noexcept {
@@ -58,14 +58,12 @@ constexpr CurveKernel kP224[] = {
     kPortable<CurveId::P224, 4, kMinusThree>};
 constexpr CurveKernel kP256[] = {
 #if defined(__x86_64__)
-    kIfma<CurveId::P256, P256Lanes>,
-    kAdx<CurveId::P256, FieldP256Adx, kMinusThree>,
+    kIfma<CurveId::P256, P256Lanes>, kAdx<CurveId::P256, FieldP256Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P256, 4, kMinusThree>};
 constexpr CurveKernel kP384[] = {
 #if defined(__x86_64__)
-    kIfma<CurveId::P384, P384Lanes>,
-    kAdx<CurveId::P384, FieldP384Adx, kMinusThree>,
+    kIfma<CurveId::P384, P384Lanes>, kAdx<CurveId::P384, FieldP384Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P384, 6, kMinusThree>};
 constexpr CurveKernel kP521[] = {

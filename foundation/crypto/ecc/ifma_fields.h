@@ -78,8 +78,7 @@ template <class Own, class F, std::size_t kCount, unsigned kBits> struct IfmaFie
     }
 
 private:
-    template <class Numbers>
-    static Element column(const Numbers& x, std::size_t lane) noexcept {
+    template <class Numbers> static Element column(const Numbers& x, std::size_t lane) noexcept {
         Digits digits;
         for (std::size_t i = 0; i < kDigits; ++i) {
             digits[i] = x.rows[i][lane];

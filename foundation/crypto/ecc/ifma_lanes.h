@@ -50,18 +50,36 @@ VANTREL_IFMA_STEP Quad<N> lanes(const Quad<N>& x) noexcept {
     }
     return z;
 }
-template <int lane, std::size_t N>
-VANTREL_IFMA_STEP Quad<N> everywhere(const Quad<N>& x) noexcept {
+template <int lane, std::size_t N> VANTREL_IFMA_STEP Quad<N> everywhere(const Quad<N>& x) noexcept {
     return lanes<lane, lane, lane, lane>(x);
 }
 
-// x with one lane of y.
-template <int lane, std::size_t N>
-VANTREL_IFMA_STEP Quad<N> withLane(const Quad<N>& x, const Quad<N>& y) noexcept {
+// (x0, x0, x2, x2) and (x1, x1, x3, x3): moves within the halves of a vector take one cycle, those
+// between them several.
+template <std::size_t N> VANTREL_IFMA_STEP Quad<N> evens(const Quad<N>& x) noexcept {
     Quad<N> z;
 #pragma GCC unroll 16
     for (std::size_t i = 0; i < N; ++i) {
-        z.digit[i] = _mm256_blend_epi32(x.digit[i], y.digit[i], 3 << 2 * lane);
+        z.digit[i] = _mm256_unpacklo_epi64(x.digit[i], x.digit[i]);
+    }
+    return z;
+}
+template <std::size_t N> VANTREL_IFMA_STEP Quad<N> odds(const Quad<N>& x) noexcept {
+    Quad<N> z;
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < N; ++i) {
+        z.digit[i] = _mm256_unpackhi_epi64(x.digit[i], x.digit[i]);
+    }
+    return z;
+}
+
+// x with some lanes of y.
+template <int... lane, std::size_t N>
+VANTREL_IFMA_STEP Quad<N> with(const Quad<N>& x, const Quad<N>& y) noexcept {
+    Quad<N> z;
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < N; ++i) {
+        z.digit[i] = _mm256_blend_epi32(x.digit[i], y.digit[i], (0 | ... | (3 << 2 * lane)));
     }
     return z;
 }
@@ -124,12 +142,12 @@ VANTREL_IFMA_STEP void store(IfmaNumbers<N>& z, const Quad<N>& x) noexcept {
     }
 }
 
-// (x, y, 0, 0)
+// (x, y, x, y)
 template <std::size_t N> VANTREL_IFMA_STEP Quad<N> load(const IfmaPoint<N>& q) noexcept {
     Quad<N> z;
 #pragma GCC unroll 16
     for (std::size_t i = 0; i < N; ++i) {
-        z.digit[i] = _mm256_zextsi128_si256(
+        z.digit[i] = _mm256_broadcastsi128_si256(
             _mm_load_si128(reinterpret_cast<const __m128i*>(q.rows[i].data())));
     }
     return z;

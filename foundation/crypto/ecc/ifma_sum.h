@@ -2,9 +2,9 @@
 #ifndef FOUNDATION_CRYPTO_ECC_IFMA_SUM_H
 #define FOUNDATION_CRYPTO_ECC_IFMA_SUM_H
 
+#include "foundation/crypto/bignum/limbs.h"
 #include "foundation/crypto/ecc/jacobian.h"
 #include "foundation/crypto/ecc/wnaf.h"
-#include "foundation/crypto/bignum/limbs.h"
 
 #include <array>
 #include <cstddef>
@@ -24,6 +24,20 @@ template <std::size_t kDigits> struct alignas(16) IfmaPoint {
     std::array<std::array<Limb, 2>, kDigits> rows;
 };
 
+// A point with any Z, and with what an addition needs of it.
+template <std::size_t kDigits> struct IfmaMultiple {
+    IfmaNumbers<kDigits> first;  // Z^2, X, Z, -
+    IfmaNumbers<kDigits> second; // -, -, Z^3, Y
+};
+
+// A sum of points so far.
+template <std::size_t kDigits> struct IfmaRunning {
+    IfmaNumbers<kDigits> point; // Y, alpha, X, -; the next doubling needs
+                                // alpha = 3 (X - Z^2) (X + Z^2)
+    IfmaNumbers<kDigits> z;     // -, Z, -, -
+    IfmaNumbers<kDigits> zz;    // -, Z^2, -, -
+};
+
 // A running sum of points of a curve with a = -3, with the AVX-512 IFMA instructions, which must be
 // there. The products of one step of a formula are computed side by side, one in each lane of a
 // vector. Variable time: public data only.
@@ -38,14 +52,8 @@ public:
     static constexpr std::size_t kDigits = Lanes::kDigits;
     using Field = typename Lanes::Field;
     using Jacobian = JacobianPoint<Field>;
-    using Numbers = IfmaNumbers<kDigits>;
     using Point = IfmaPoint<kDigits>;
-
-    // A point with any Z, and with what an addition needs of it.
-    struct Multiple {
-        Numbers first;  // Z^2, X, -, Z
-        Numbers second; // Z^3, Y, -, -
-    };
+    using Multiple = IfmaMultiple<kDigits>;
 
     IfmaSum() noexcept = default; // nothing may be done with it before `start`
 
@@ -65,9 +73,7 @@ public:
 private:
     [[nodiscard]] Multiple multiple() const noexcept;
 
-    Numbers m_point; // X, Y, Z and alpha = 3 (X - Z^2) (X + Z^2), which the next doubling needs
-    Numbers m_zz;    // Z^2 in the last lane
-    Numbers m_zzz;   // Z^3 in the last lane
+    IfmaRunning<kDigits> m_sum;
 };
 
 } // namespace vantrel::crypto

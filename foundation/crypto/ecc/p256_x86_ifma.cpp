@@ -19,35 +19,38 @@ struct P256Lanes::Steps {
     VANTREL_IFMA_STEP Number multiply(const Number& x, const Number& y) noexcept {
         const __m256i mask = all(kWordMask);
         const __m256i zero = _mm256_setzero_si256();
-        __m256i sum[2 * kDigits]; // what the reduction adds
-        __m256i high = zero;      // of the column before
+        __m256i sum[2 * kDigits + 1]; // what the columns and rows before add
         Number z;
 #pragma GCC unroll 16
-        for (std::size_t i = 0; i < 2 * kDigits; ++i) {
-            sum[i] = zero;
+        for (__m256i& digit : sum) {
+            digit = zero;
         }
+        __m256i carry = zero;
+        __m256i shifted = zero;
 #pragma GCC unroll 16
         for (std::size_t k = 0; k < 2 * kDigits; ++k) {
-            __m256i low = high;
-            __m256i nextHigh = zero;
+            __m256i low = zero;
+            __m256i high = zero;
 #pragma GCC unroll 16
             for (std::size_t i = 0; i < kDigits; ++i) {
                 if (i <= k && k - i < kDigits) {
                     low = _mm256_madd52lo_epu64(low, x.digit[i], y.digit[k - i]);
-                    nextHigh = _mm256_madd52hi_epu64(nextHigh, x.digit[i], y.digit[k - i]);
+                    high = _mm256_madd52hi_epu64(high, x.digit[i], y.digit[k - i]);
                 }
             }
-            high = nextHigh;
-            const __m256i t = _mm256_add_epi64(low, sum[k]);
+            sum[k + 1] = _mm256_add_epi64(sum[k + 1], high);
+            const __m256i column = _mm256_add_epi64(low, sum[k]);
+            const __m256i t = _mm256_add_epi64(_mm256_add_epi64(column, carry), shifted);
             if (k >= kDigits) {
                 z.digit[k - kDigits] = t;
+                carry = zero;
+                shifted = zero;
                 continue;
             }
             // -1/p is 1 modulo 2^52, so that the multiple of p to be added is t itself; its 2^96
             // goes to the next two digits.
-            const __m256i carry = _mm256_srli_epi64(t, kWordBits);
-            const __m256i shifted = _mm256_and_si256(_mm256_slli_epi64(t, 44), mask);
-            sum[k + 1] = _mm256_add_epi64(sum[k + 1], _mm256_add_epi64(carry, shifted));
+            carry = _mm256_srli_epi64(t, kWordBits);
+            shifted = _mm256_and_si256(_mm256_slli_epi64(t, 44), mask);
             sum[k + 2] = _mm256_madd52hi_epu64(sum[k + 2], t, all(Limb{1} << 44));
             sum[k + 3] = _mm256_madd52lo_epu64(sum[k + 3], t, all(kThirdDigit));
             sum[k + 4] = _mm256_madd52hi_epu64(sum[k + 4], t, all(kThirdDigit));
@@ -72,8 +75,7 @@ struct P256Lanes::Steps {
     // digits borrow make the number negative; then carries run through.
     VANTREL_IFMA_STEP Number reduced(const Number& x) noexcept {
         constexpr int kTopBits = 48;
-        const __m256i top =
-            _mm256_sub_epi64(_mm256_srai_epi64(x.digit[4], kTopBits), all(1));
+        const __m256i top = _mm256_sub_epi64(_mm256_srai_epi64(x.digit[4], kTopBits), all(1));
         Number z;
         z.digit[0] = _mm256_add_epi64(x.digit[0], top);
         z.digit[1] = _mm256_sub_epi64(x.digit[1], _mm256_slli_epi64(top, 44));
@@ -93,8 +95,7 @@ struct P256Lanes::Steps {
         }
         return z;
     }
-    template <int>
-    VANTREL_IFMA_STEP Number difference(const Number& x, const Number& y) noexcept {
+    template <int> VANTREL_IFMA_STEP Number difference(const Number& x, const Number& y) noexcept {
         return differenceOf(x, y);
     }
     VANTREL_IFMA_STEP Number negated(const Number& x, __m256i sign) noexcept {

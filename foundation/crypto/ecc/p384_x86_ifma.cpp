@@ -19,25 +19,24 @@ struct P384Lanes::Steps {
     VANTREL_IFMA_STEP Number multiply(const Number& x, const Number& y) noexcept {
         const __m256i mask = all(kWordMask);
         const __m256i zero = _mm256_setzero_si256();
-        __m256i sum[2 * kDigits]; // what the reduction adds
-        __m256i high = zero;      // of the column before
+        __m256i sum[2 * kDigits + 1]; // what the reduction adds
         Number z;
 #pragma GCC unroll 16
-        for (std::size_t i = 0; i < 2 * kDigits; ++i) {
-            sum[i] = zero;
+        for (__m256i& digit : sum) {
+            digit = zero;
         }
 #pragma GCC unroll 16
         for (std::size_t k = 0; k < 2 * kDigits; ++k) {
-            __m256i low = high;
-            __m256i nextHigh = zero;
+            __m256i low = zero;
+            __m256i high = zero;
 #pragma GCC unroll 16
             for (std::size_t i = 0; i < kDigits; ++i) {
                 if (i <= k && k - i < kDigits) {
                     low = _mm256_madd52lo_epu64(low, x.digit[i], y.digit[k - i]);
-                    nextHigh = _mm256_madd52hi_epu64(nextHigh, x.digit[i], y.digit[k - i]);
+                    high = _mm256_madd52hi_epu64(high, x.digit[i], y.digit[k - i]);
                 }
             }
-            high = nextHigh;
+            sum[k + 1] = _mm256_add_epi64(sum[k + 1], high);
             const __m256i t = _mm256_add_epi64(low, sum[k]);
             if (k >= kDigits) {
                 z.digit[k - kDigits] = t;
@@ -86,8 +85,7 @@ struct P384Lanes::Steps {
         }
         return z;
     }
-    template <int>
-    VANTREL_IFMA_STEP Number difference(const Number& x, const Number& y) noexcept {
+    template <int> VANTREL_IFMA_STEP Number difference(const Number& x, const Number& y) noexcept {
         return differenceOf(x, y);
     }
     VANTREL_IFMA_STEP Number negated(const Number& x, __m256i sign) noexcept {
