@@ -18,44 +18,36 @@ struct P256Lanes::Steps {
     // what up to 5 rows of the reduction add.
     VANTREL_IFMA_STEP Number multiply(const Number& x, const Number& y) noexcept {
         const __m256i mask = all(kWordMask);
-        const __m256i zero = _mm256_setzero_si256();
-        __m256i sum[2 * kDigits + 1]; // what the columns and rows before add
-        Number z;
+        __m256i low[2 * kDigits];
+        __m256i high[2 * kDigits];
 #pragma GCC unroll 16
-        for (__m256i& digit : sum) {
-            digit = zero;
+        for (std::size_t i = 0; i < 2 * kDigits; ++i) {
+            low[i] = _mm256_setzero_si256();
+            high[i] = _mm256_setzero_si256();
         }
-        __m256i carry = zero;
-        __m256i shifted = zero;
 #pragma GCC unroll 16
-        for (std::size_t k = 0; k < 2 * kDigits; ++k) {
-            __m256i low = zero;
-            __m256i high = zero;
+        for (std::size_t i = 0; i < kDigits; ++i) {
 #pragma GCC unroll 16
-            for (std::size_t i = 0; i < kDigits; ++i) {
-                if (i <= k && k - i < kDigits) {
-                    low = _mm256_madd52lo_epu64(low, x.digit[i], y.digit[k - i]);
-                    high = _mm256_madd52hi_epu64(high, x.digit[i], y.digit[k - i]);
-                }
-            }
-            sum[k + 1] = _mm256_add_epi64(sum[k + 1], high);
-            const __m256i column = _mm256_add_epi64(low, sum[k]);
-            const __m256i t = _mm256_add_epi64(_mm256_add_epi64(column, carry), shifted);
-            if (k >= kDigits) {
-                z.digit[k - kDigits] = t;
-                carry = zero;
-                shifted = zero;
-                continue;
+            for (std::size_t j = 0; j < kDigits; ++j) {
+                low[i + j] = _mm256_madd52lo_epu64(low[i + j], x.digit[i], y.digit[j]);
+                high[i + j + 1] = _mm256_madd52hi_epu64(high[i + j + 1], x.digit[i], y.digit[j]);
             }
             // -1/p is 1 modulo 2^52, so that the multiple of p to be added is t itself; its 2^96
             // goes to the next two digits.
-            carry = _mm256_srli_epi64(t, kWordBits);
-            shifted = _mm256_and_si256(_mm256_slli_epi64(t, 44), mask);
-            sum[k + 2] = _mm256_madd52hi_epu64(sum[k + 2], t, all(Limb{1} << 44));
-            sum[k + 3] = _mm256_madd52lo_epu64(sum[k + 3], t, all(kThirdDigit));
-            sum[k + 4] = _mm256_madd52hi_epu64(sum[k + 4], t, all(kThirdDigit));
-            sum[k + 4] = _mm256_madd52lo_epu64(sum[k + 4], t, all(kFourthDigit));
-            sum[k + 5] = _mm256_madd52hi_epu64(sum[k + 5], t, all(kFourthDigit));
+            const __m256i t = _mm256_add_epi64(low[i], high[i]);
+            const __m256i carry = _mm256_srli_epi64(t, kWordBits);
+            const __m256i shifted = _mm256_and_si256(_mm256_slli_epi64(t, 44), mask);
+            high[i + 1] = _mm256_add_epi64(_mm256_add_epi64(high[i + 1], carry), shifted);
+            high[i + 2] = _mm256_madd52hi_epu64(high[i + 2], t, all(Limb{1} << 44));
+            low[i + 3] = _mm256_madd52lo_epu64(low[i + 3], t, all(kThirdDigit));
+            high[i + 4] = _mm256_madd52hi_epu64(high[i + 4], t, all(kThirdDigit));
+            low[i + 4] = _mm256_madd52lo_epu64(low[i + 4], t, all(kFourthDigit));
+            high[i + 5] = _mm256_madd52hi_epu64(high[i + 5], t, all(kFourthDigit));
+        }
+        Number z;
+#pragma GCC unroll 16
+        for (std::size_t i = 0; i < kDigits; ++i) {
+            z.digit[i] = _mm256_add_epi64(low[kDigits + i], high[kDigits + i]);
         }
         return z;
     }

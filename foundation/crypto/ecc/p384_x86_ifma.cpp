@@ -18,32 +18,23 @@ struct P384Lanes::Steps {
     // what the rows of the reduction add, which may be negative.
     VANTREL_IFMA_STEP Number multiply(const Number& x, const Number& y) noexcept {
         const __m256i mask = all(kWordMask);
-        const __m256i zero = _mm256_setzero_si256();
-        __m256i sum[2 * kDigits + 1]; // what the reduction adds
-        Number z;
+        __m256i low[2 * kDigits];
+        __m256i high[2 * kDigits];
 #pragma GCC unroll 16
-        for (__m256i& digit : sum) {
-            digit = zero;
+        for (std::size_t i = 0; i < 2 * kDigits; ++i) {
+            low[i] = _mm256_setzero_si256();
+            high[i] = _mm256_setzero_si256();
         }
 #pragma GCC unroll 16
-        for (std::size_t k = 0; k < 2 * kDigits; ++k) {
-            __m256i low = zero;
-            __m256i high = zero;
+        for (std::size_t i = 0; i < kDigits; ++i) {
 #pragma GCC unroll 16
-            for (std::size_t i = 0; i < kDigits; ++i) {
-                if (i <= k && k - i < kDigits) {
-                    low = _mm256_madd52lo_epu64(low, x.digit[i], y.digit[k - i]);
-                    high = _mm256_madd52hi_epu64(high, x.digit[i], y.digit[k - i]);
-                }
-            }
-            sum[k + 1] = _mm256_add_epi64(sum[k + 1], high);
-            const __m256i t = _mm256_add_epi64(low, sum[k]);
-            if (k >= kDigits) {
-                z.digit[k - kDigits] = t;
-                continue;
+            for (std::size_t j = 0; j < kDigits; ++j) {
+                low[i + j] = _mm256_madd52lo_epu64(low[i + j], x.digit[i], y.digit[j]);
+                high[i + j + 1] = _mm256_madd52hi_epu64(high[i + j + 1], x.digit[i], y.digit[j]);
             }
             // -1/p is 2^32 + 1 modulo 2^52. The lowest digit of q * p fills t up to a multiple of
             // 2^52; its 2^96 and 2^128 are subtracted from the next three digits.
+            const __m256i t = _mm256_add_epi64(low[i], high[i]);
             const __m256i q = _mm256_add_epi64(t, _mm256_slli_epi64(t, 32));
             const __m256i low52 = _mm256_and_si256(q, mask);
             const __m256i carry = _mm256_srai_epi64(_mm256_add_epi64(t, mask), kWordBits);
@@ -51,12 +42,17 @@ struct P384Lanes::Steps {
             const __m256i less2 = _mm256_add_epi64(
                 _mm256_srli_epi64(low52, 8), _mm256_and_si256(_mm256_slli_epi64(q, 24), mask));
             const __m256i less3 = _mm256_srli_epi64(low52, 28);
-            sum[k + 1] = _mm256_add_epi64(sum[k + 1], _mm256_sub_epi64(carry, less1));
-            sum[k + 1] = _mm256_madd52hi_epu64(sum[k + 1], q, all((Limb{1} << 32) - 1));
-            sum[k + 2] = _mm256_sub_epi64(sum[k + 2], less2);
-            sum[k + 3] = _mm256_sub_epi64(sum[k + 3], less3);
-            sum[k + 7] = _mm256_madd52lo_epu64(sum[k + 7], q, all(Limb{1} << 20));
-            sum[k + 8] = _mm256_madd52hi_epu64(sum[k + 8], q, all(Limb{1} << 20));
+            low[i + 1] = _mm256_add_epi64(low[i + 1], _mm256_sub_epi64(carry, less1));
+            high[i + 1] = _mm256_madd52hi_epu64(high[i + 1], q, all((Limb{1} << 32) - 1));
+            high[i + 2] = _mm256_sub_epi64(high[i + 2], less2);
+            high[i + 3] = _mm256_sub_epi64(high[i + 3], less3);
+            low[i + 7] = _mm256_madd52lo_epu64(low[i + 7], q, all(Limb{1} << 20));
+            high[i + 8] = _mm256_madd52hi_epu64(high[i + 8], q, all(Limb{1} << 20));
+        }
+        Number z;
+#pragma GCC unroll 16
+        for (std::size_t i = 0; i < kDigits; ++i) {
+            z.digit[i] = _mm256_add_epi64(low[kDigits + i], high[kDigits + i]);
         }
         return z;
     }
