@@ -49,7 +49,7 @@ template <class Steps, std::size_t N> VANTREL_IFMA_STEP void twicePoint(Running<
         Steps::factor(with<0>(sumOf(x3, zz), Steps::template difference<1>(scaled<2>(beta), x3)));
     const Quad<N> third = Steps::multiply(with<0>(left3, everywhere<1>(p)), right3);
     const Quad<N> y3 = Steps::template difference<8>(third, scaled<3>(everywhere<3>(second)));
-    const Quad<N> alpha = sumOf(third, scaled<1>(third));
+    const Quad<N> alpha = tripled(third);
     sum = {Steps::reduced(with<2>(with<1>(y3, alpha), everywhere<0>(x3))), factors, second};
 }
 
@@ -85,7 +85,7 @@ VANTREL_IFMA_STEP void addPoint(Running<N>& sum, const Summand<N>& q) noexcept {
     const Quad<N> fourth = Steps::multiply(left4, right4);
     const Quad<N> moved = lanes<1, 3, 3, 3>(fourth);
     const Quad<N> y3 = Steps::template difference<1>(fourth, moved);
-    const Quad<N> alpha = sumOf(moved, scaled<1>(moved));
+    const Quad<N> alpha = tripled(moved);
     sum = {Steps::reduced(with<2>(with<1>(y3, alpha), x3)), everywhere<3>(left3),
            everywhere<3>(third)};
 }
@@ -96,7 +96,7 @@ VANTREL_IFMA_STEP Running<N> runningOf(const Quad<N>& x, const Quad<N>& y, const
                                        const Quad<N>& zz) noexcept {
     const Quad<N> m = Steps::multiply(Steps::factor(Steps::template difference<1>(x, zz)),
                                       Steps::factor(sumOf(x, zz)));
-    const Quad<N> alpha = Steps::reduced(sumOf(m, scaled<1>(m)));
+    const Quad<N> alpha = Steps::reduced(tripled(m));
     return {with<0>(with<1>(x, alpha), y), z, zz};
 }
 

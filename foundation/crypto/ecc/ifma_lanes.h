@@ -115,6 +115,11 @@ template <int shift, std::size_t N> VANTREL_IFMA_STEP Quad<N> scaled(const Quad<
     return z;
 }
 
+// 3 x
+template <std::size_t N> VANTREL_IFMA_STEP Quad<N> tripled(const Quad<N>& x) noexcept {
+    return sumOf(x, scaled<1>(x));
+}
+
 // The digits of x in the lanes where `sign` is zero, and the negated ones where it is all ones.
 template <std::size_t N>
 VANTREL_IFMA_STEP Quad<N> withSign(const Quad<N>& x, __m256i sign) noexcept {

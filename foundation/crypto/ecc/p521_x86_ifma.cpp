@@ -101,6 +101,10 @@ private:
 #pragma GCC unroll 16
         for (std::size_t i = 0; i < kDigits; ++i) {
             z.digit[i] = all(kHighest - (Limb{times} << (i == 0 ? kFoldBits : 0)));
+#if defined(__clang__)
+            // clang 14 would keep lanes that are unused in one sum, and lose those of another.
+            __asm__("" : "+v"(z.digit[i]));
+#endif
         }
         return z;
     }
