@@ -15,10 +15,6 @@ namespace {
 
 constexpr const char* kTableBegin = "<!-- written by bench_verify -->\n";
 constexpr const char* kTableEnd = "<!-- end of what bench_verify writes -->\n";
-// Seconds. The clock of the processor is coarse, and the first of several calls pays for memory and
-// caches that the other side has used meanwhile.
-constexpr double kLeastMeasured = 0.02;
-
 double processorSeconds() {
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);

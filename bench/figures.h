@@ -9,6 +9,10 @@
 
 namespace vantrel::bench {
 
+// Seconds that one side's turn takes at least. The clock of the processor is coarse, and the first
+// of several calls pays for memory and caches that the other side has used meanwhile.
+inline constexpr double kLeastMeasured = 0.02;
+
 // Two pieces of work that do the same; each gives the seconds that it took.
 struct Contest {
     std::function<double()> ours;

@@ -24,7 +24,7 @@ needed="$(build_packages)$(missing_packages "/usr/include/benchmark/benchmark.h 
 
 # shellcheck disable=SC2046 # no option, no word
 cmake --preset dev $(ccache_option) >/dev/null &&
-    cmake --build --preset dev -j "$(build_jobs)" --target benchmarks xmldsig || exit 1
+    cmake --build --preset dev -j "$(build_jobs)" --target benchmarks xmldsig xmldsig_static || exit 1
 
 bench="build/dev/bench"
 # shellcheck disable=SC2086 # no option, no word

@@ -170,6 +170,31 @@ function(vantrel_tool_texts)
   add_custom_command(TARGET xmldsig POST_BUILD BYPRODUCTS ${texts} ${commands} VERBATIM)
 endfunction()
 
+# vantrel_few_shared_libraries(target): a program that has the libraries of C++ and of mathematics in it, so far as
+# they stand here for linking so. Finding their many symbols takes longer than verifying a small document. Not with a
+# sanitizer, which brings a library of its own, nor with a shared library of ours, which must have the same one.
+function(vantrel_few_shared_libraries target)
+  set(code "#include <charconv>\n#include <cmath>\n#include <thread>\nint main(int n, char** v) {
+    double d = 0;
+    std::from_chars(v[0], v[0] + n, d);
+    std::thread([&d, n] { d = std::fmod(d, n); }).join();
+    return d > 1;
+  }")
+  set(CMAKE_REQUIRED_LINK_OPTIONS -nodefaultlibs)
+  set(CMAKE_REQUIRED_LIBRARIES -Wl,-Bstatic -lstdc++ -lm -lgcc_eh -lgcc -Wl,-Bdynamic -lc)
+  check_cxx_source_compiles("${code}" VANTREL_ONLY_C_LIBRARY_SHARED)
+  if(NOT VANTREL_ONLY_C_LIBRARY_SHARED)
+    set(CMAKE_REQUIRED_LINK_OPTIONS -static-libstdc++ -static-libgcc)
+    set(CMAKE_REQUIRED_LIBRARIES "")
+    check_cxx_source_compiles("${code}" VANTREL_STATIC_CXX_LIBRARY)
+    if(NOT VANTREL_STATIC_CXX_LIBRARY)
+      return()
+    endif()
+  endif()
+  target_link_options(${target} PRIVATE ${CMAKE_REQUIRED_LINK_OPTIONS})
+  target_link_libraries(${target} PRIVATE ${CMAKE_REQUIRED_LIBRARIES})
+endfunction()
+
 function(vantrel_tool)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/cli/*.cpp")
   if(sources)
@@ -182,16 +207,8 @@ function(vantrel_tool)
     add_executable(xmldsig $<TARGET_OBJECTS:xmldsig_objects>)
     # The tool uses more than the shared library exports, so it has the library in it.
     target_link_libraries(xmldsig PRIVATE $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,vantrel_c,vantrel> vantrel_sandbox)
-    # Finding the C++ library's many symbols takes longer than verifying a small document. A sanitizer
-    # brings a library of its own, and a shared library of ours must have the same one as the tool.
     if(NOT BUILD_SHARED_LIBS AND NOT VANTREL_SANITIZERS)
-      set(CMAKE_REQUIRED_LINK_OPTIONS -static-libstdc++ -static-libgcc)
-      check_cxx_source_compiles("#include <string>\nint main(int, char** v) { return std::string(v[0]).empty(); }"
-        VANTREL_STATIC_CXX_LIBRARY)
-      if(VANTREL_STATIC_CXX_LIBRARY)
-        target_link_options(xmldsig PRIVATE ${CMAKE_REQUIRED_LINK_OPTIONS})
-      endif()
-      unset(CMAKE_REQUIRED_LINK_OPTIONS)
+      vantrel_few_shared_libraries(xmldsig)
     endif()
     if(NOT CMAKE_CROSSCOMPILING)
       vantrel_tool_texts()

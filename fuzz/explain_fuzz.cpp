@@ -19,7 +19,11 @@ namespace {
 bool isValid(ClsXmlDSig& verifier) {
     XString json;
     verifier.get_LastJsonData(json);
-    return json.getUtf8Sb().view().find("\"status\":\"valid\"") < 100;
+    // The signature's own status stands before those of its references, behind its path.
+    constexpr std::string_view kStatus = "\"status\":\"";
+    const std::string_view text = json.getUtf8Sb().view();
+    const std::size_t at = text.find(kStatus);
+    return at != std::string_view::npos && text.substr(at + kStatus.size()).starts_with("valid");
 }
 
 // A page has no element that runs or loads something, and a document cannot bring one along.

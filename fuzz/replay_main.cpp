@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Runs one fuzz target without a fuzzing engine: over every file of the corpus folder named on the
-// command line, over truncations and deterministic mutations of each, and over random bytes. A
-// fault shows as a crash (or a sanitizer's report), after the input's name and round.
+// Runs one fuzz target without a fuzzing engine: over every file that the command line names, or
+// that stands in a folder which it names, over truncations and deterministic mutations of each (as
+// many as --mutations=N says), and over random bytes. A fault shows as a crash (or a sanitizer's
+// report), after the input's name. Files are read by functions of C alone, which the memory
+// sanitizer knows; what is compiled into the C++ library it takes for unset memory.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <cstdlib>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <dirent.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 // Of targets with mutations of their own (mutator.h).
@@ -24,6 +27,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
+constexpr std::string_view kMutationsOption = "--mutations=";
 constexpr std::size_t kMutationsPerFile = 60;
 constexpr std::size_t kRandomInputs = 200;
 constexpr std::size_t kLargestMutated = std::size_t{1} << 16;
@@ -64,31 +68,65 @@ Bytes mutated(const Bytes& input, std::mt19937_64& random) {
     return result;
 }
 
+// The files of a folder, in the order of their names; the name itself where it is none.
+std::vector<std::string> filesAt(const std::string& name) {
+    DIR* const folder = opendir(name.c_str());
+    if (folder == nullptr) {
+        return {name};
+    }
+    std::vector<std::string> files;
+    while (const dirent* const entry = readdir(folder)) {
+        if (entry->d_name[0] != '.') {
+            files.push_back(name + "/" + entry->d_name);
+        }
+    }
+    closedir(folder);
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+Bytes contentOf(const std::string& file) {
+    Bytes content;
+    if (std::FILE* const in = std::fopen(file.c_str(), "rb")) {
+        std::uint8_t block[4096];
+        while (const std::size_t size = std::fread(block, 1, sizeof block, in)) {
+            content.insert(content.end(), block, block + size);
+        }
+        std::fclose(in);
+    }
+    return content;
+}
+
+// The number of inputs that were run.
+std::size_t runFile(const std::string& file, std::size_t mutations, std::mt19937_64& random) {
+    const Bytes content = contentOf(file);
+    std::printf("%s\n", file.c_str());
+    std::fflush(stdout);
+    run(content);
+    if (content.empty() || content.size() > kLargestMutated) {
+        return 1;
+    }
+    for (std::size_t i = 0; i < mutations; ++i) {
+        run(mutated(content, random));
+    }
+    return 1 + mutations;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     std::mt19937_64 random(20240229);
     std::size_t inputs = 1;
+    std::size_t mutations = kMutationsPerFile;
     run({});
-    std::vector<std::filesystem::path> files;
-    if (argc > 1 && std::filesystem::is_directory(argv[1])) {
-        for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    for (const std::filesystem::path& file : files) {
-        std::ifstream in(file, std::ios::binary);
-        const Bytes content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-        std::printf("%s\n", file.filename().c_str());
-        std::fflush(stdout);
-        run(content);
-        ++inputs;
-        if (content.empty() || content.size() > kLargestMutated) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument.starts_with(kMutationsOption)) {
+            mutations = std::strtoul(argv[i] + kMutationsOption.size(), nullptr, 10);
             continue;
         }
-        for (std::size_t i = 0; i < kMutationsPerFile; ++i, ++inputs) {
-            run(mutated(content, random));
+        for (const std::string& file : filesAt(argv[i])) {
+            inputs += runFile(file, mutations, random);
         }
     }
     for (std::size_t i = 0; i < kRandomInputs; ++i, ++inputs) {

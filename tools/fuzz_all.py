@@ -6,6 +6,7 @@
                       [--build FOLDER] [--no-build] [TARGET...]
     tools/fuzz_all.py --work FOLDER --coverage [TARGET...]      what the corpora reach, by source file
     tools/fuzz_all.py --work FOLDER --table                     the record as a table, nothing is run
+    tools/fuzz_all.py --work FOLDER --gather TARGET...          what each begins with, in corpus/TARGET; nothing is run
 
 FOLDER holds corpus/TARGET (which grows), findings/TARGET, log/TARGET and record.json, and may be used again. A target begins with the
 files of fuzz/corpus/TARGET, the documents of the tests and what stands in the folders of --seeds where their endings fit it, and its
@@ -245,11 +246,17 @@ def main():
     options.add_argument("--no-build", action="store_true")
     options.add_argument("--coverage", action="store_true")
     options.add_argument("--table", action="store_true")
+    options.add_argument("--gather", action="store_true")
     options.add_argument("targets", nargs="*")
     given = options.parse_args()
     given.work = given.work.absolute()
     if given.table:
         print(Campaign(given.work, None).table())
+        return 0
+    if given.gather:
+        campaign = Campaign(given.work, None, given.seeds)
+        for target in given.targets:
+            campaign.seed(target)
         return 0
     preset = "fuzz-coverage" if given.coverage else "fuzz"
     programs = given.build or TOP / "build" / preset / "fuzz"

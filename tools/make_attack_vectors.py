@@ -261,6 +261,7 @@ def base64_strict():
     runs += run("white space of every kind", f">{encoded}< => >\\n {encoded[:5]}&#9;&#13;{encoded[5:]} <", valid="true")
     runs += run("an element within is not digested, and the report says so", f">{encoded}< => >{encoded}{EVIL}<", valid="true",
                 more="Warning = content-excluded")
+    runs += run("nor is an attribute", "<d Id='x'> => <d Id='x' evil='999'>", valid="true", more="Warning = coverage-unknown")
     runs += run("a comment within", f">{encoded}< => >{encoded[:4]}<!--999-->{encoded[4:]}<", valid="true")
     case("base64-strict/text", document, runs, "d")
     block = signature(ref("#x", text, BASE64), prefix="ds:", after=f'<ds:Object Id="x">{encoded}</ds:Object>')

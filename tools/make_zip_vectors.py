@@ -98,8 +98,8 @@ class Archive:
                 body += m.get("descriptor", struct.pack("<IIII", 0x08074B50, *sizes))
             body += m.get("behind", b"")
             directory += struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 20, 20, flags, m["method"], 0,
-                                     0x5021, *sizes, len(m["name"]), len(m.get("wide", b"")), 0, 0,
-                                     0, 0, m.get("directory_offset", offset))
+                                     0x5021, *sizes, len(m["name"]), len(m.get("wide", b"")), 0,
+                                     m.get("disk", 0), m.get("internal", 0), 0, m.get("directory_offset", offset))
             directory += m["name"] + m.get("wide", b"")
         body += self.before_directory
         count = self.end.get("count", len(self.members))
@@ -193,6 +193,7 @@ SOUND = {
         flags=8, descriptor=struct.pack("<III", zlib.crc32(b"second " * 20),
                                         len(raw_deflate(b"second " * 20)), 140)),
     "padding among the fields": changed(extra=b"\0\0\0"),
+    "marked as text": changed(internal=1),
     "no members": Archive().bytes(),
 }
 
@@ -237,6 +238,7 @@ REFUSED = {
     "count too small": (whole(count=1), "has more than it says"),
     "count too large": (whole(count=3), "directory of the archive is damaged"),
     "volumes": (whole(disk=1), "several volumes"),
+    "member in another volume": (changed(disk=1), "damaged"),
     "ZIP64 lacks": (changed(wide=b"", size=0xFFFFFFFF), "directory of the archive is damaged"),
     "ZIP64 end differs": (wide_end(named("a"))[:-22] + named("a", "b")[-22:], "disagree|does not stand"),
     "wrong sum": (changed(crc=1), "another check sum"),

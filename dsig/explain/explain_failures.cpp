@@ -330,14 +330,14 @@ void runSearches(std::vector<Failure>& failures, Budget& budget) {
     std::size_t left = 2 * failures.size();
     for (const Failure& failure : failures) {
         budget.beginShare(left--);
-        static_cast<void>(failure.job->search->runQuick());
+        failure.job->search->runQuick();
         failure.job->stoppedEarly = budget.stoppedEarly();
     }
     for (const Failure& failure : failures) {
         Job& job = *failure.job;
         budget.beginShare(left--);
         if (!job.search->finding()) {
-            static_cast<void>(job.search->runThorough(job.remark));
+            job.search->runThorough(job.remark);
             job.stoppedEarly = job.stoppedEarly || budget.stoppedEarly();
         }
     }

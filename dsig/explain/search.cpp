@@ -16,7 +16,6 @@ namespace {
 // Forms that are kept for pairs. Pairs multiply: with a hundred forms and a hundred changes there
 // are ten thousand candidates.
 constexpr std::size_t kMostKept = 400;
-constexpr std::size_t kMostKeptOctets = std::size_t{64} << 20;
 
 // Evidence of two steps; either may be empty.
 std::string joined(std::string first, const std::string& second) {
@@ -28,8 +27,10 @@ std::string joined(std::string first, const std::string& second) {
 
 } // namespace
 
-Search::Search(std::string form, const Target* target, Goal& goal, Budget& budget)
-    : m_form(std::move(form)), m_target(target), m_goal(goal), m_budget(budget) {
+Search::Search(std::string form, const Target* target, Goal& goal, Budget& budget,
+               std::size_t mostKept)
+    : m_form(std::move(form)), m_target(target), m_goal(goal), m_budget(budget),
+      m_octetsToKeep(mostKept) {
     // The form itself is known: a processing that gives it again is no new hypothesis.
     m_seen.insert(std::hash<std::string_view>{}(m_form));
 }
@@ -90,8 +91,8 @@ bool Search::tryProcessings() {
             return m_budget.timeIsUp();
         }
         // Kept before it is tried: a form that does not reach the goal is the beginning of a pair.
-        if (m_kept.size() < kMostKept && change.octets.size() <= kMostKeptOctets - m_keptOctets) {
-            m_keptOctets += change.octets.size();
+        if (m_kept.size() < kMostKept && change.octets.size() <= m_octetsToKeep) {
+            m_octetsToKeep -= change.octets.size();
             m_kept.push_back({change.code, change.evidence, change.octets});
         }
         return offer(change, m_form, nullptr, Depth::Thorough);
@@ -131,9 +132,9 @@ bool Search::tryPairs() {
 }
 
 // The order is that of cost, and where two hypotheses give the same octets, of likelihood.
-bool Search::runQuick() {
+void Search::runQuick() {
     if (m_form.size() > kMostFormOctets) {
-        return false;
+        return;
     }
     // The form itself comes first: another hash or encoding of the digest needs no other octets.
     // All hashes and encodings in all combinations are tried for this one form; for others that
@@ -154,34 +155,32 @@ bool Search::runQuick() {
                       (!m_goal.isDear() && tryPairs()) ||
                       (!m_goal.isDear() && restoredTrailingSpace(m_form, alone)) ||
                       (!m_goal.isDear() && restoredCharacters(m_form, alone)));
-    return m_finding.has_value();
 }
 
 // A digest recovered from an RSA value serves as well as one that stands in a reference.
-bool Search::runThorough(std::string& remark) {
+void Search::runThorough(std::string& remark) {
     // Without a digest to compare with, every candidate would cost a key operation.
     const int hashId = m_goal.knownHash();
     if (hashId == 0) {
-        return false;
+        return;
     }
     std::string evidence;
     switch (findSingleChange(m_form, hashId, m_goal.knownDigest(), m_budget, evidence)) {
     case SingleChangeOutcome::Found:
         m_finding = Finding{cause::kChangedText, std::move(evidence)};
-        return true;
+        break;
     case SingleChangeOutcome::NotFound:
         remark = "no single octet that was replaced, added, removed or exchanged explains it";
-        return false;
+        break;
     case SingleChangeOutcome::TooLarge:
         remark = "with " + counted(m_form.size(), "octet") +
                  " the form is too large for trying every single change";
-        return false;
+        break;
     case SingleChangeOutcome::Partly:
         remark =
             "not every single change of " + counted(m_form.size(), "octet") + " could be tried";
-        return false;
+        break;
     }
-    return false;
 }
 
 } // namespace vantrel::dsig::explain

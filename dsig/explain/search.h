@@ -16,6 +16,9 @@
 
 namespace vantrel::dsig::explain {
 
+// What a search holds of other forms, in octets.
+inline constexpr std::size_t kMostKeptOctets = std::size_t{64} << 20;
+
 // What was found: a code, and a sentence for people. An empty code is the form as it stands,
 // reached by another reading of the goal.
 struct Finding {
@@ -26,22 +29,24 @@ struct Finding {
 // The search for the octets that were signed, from those that a verification digests. Hypotheses
 // are tried the cheapest first, alone and then two together, and the first that reaches the goal is
 // what is found. Everything is borrowed for the life of the object.
-// It holds copies of the form and of the forms that processings gave, within kMostFormOctets and a
-// fixed number. A search that the budget ended is as one that found nothing; the budget says which
-// it was. Trying is all there is: no hypothesis argues from how a document looks, so a find is
-// never a guess.
+// It holds copies of the form and of the forms that processings gave, within kMostFormOctets,
+// kMostKeptOctets and a fixed number. A search that the budget ended is as one that found nothing;
+// the budget says which it was. Trying is all there is: no hypothesis argues from how a document
+// looks, so a find is never a guess.
 class Search final {
 public:
     // `form`: the octets of the verification. `target`: what they were canonicalized from; null
     // where that is not known.
-    Search(std::string form, const Target* target, Goal& goal, Budget& budget);
+    // `mostKept`: octets of processings' forms that are held for pairs; further ones are tried
+    // alone.
+    Search(std::string form, const Target* target, Goal& goal, Budget& budget,
+           std::size_t mostKept = kMostKeptOctets);
 
-    // What a candidate or a few thousand of them cost. True when something was found. Run once,
-    // before runThorough.
-    [[nodiscard]] bool runQuick();
+    // What a candidate or a few thousand of them cost. Run once, before runThorough.
+    void runQuick();
     // Every single change of the form, as the budget allows. Where nothing is found `remark` says
     // how far the search went.
-    [[nodiscard]] bool runThorough(std::string& remark);
+    void runThorough(std::string& remark);
 
     // Empty until something was found; then it stays.
     [[nodiscard]] const std::optional<Finding>& finding() const noexcept { return m_finding; }
@@ -72,7 +77,7 @@ private:
     Budget& m_budget;
     std::optional<Finding> m_finding;
     std::vector<Kept> m_kept;
-    std::size_t m_keptOctets = 0;
+    std::size_t m_octetsToKeep; // yet
     // Many processings of a simple document give the same form.
     std::unordered_set<std::size_t> m_seen; // forms, by their hashes
 };

@@ -103,18 +103,6 @@ std::string relationshipsOf(std::string_view part) {
     return name += kEnding;
 }
 
-bool isRelationshipsPart(std::string_view name, std::string& source) {
-    const std::string_view folder = folderOf(name);
-    const bool isThere =
-        (folder == kFolder || folder.ends_with("/_rels/")) && name.ends_with(kEnding);
-    if (!isThere) {
-        return false;
-    }
-    source = folder.substr(0, folder.size() - kFolder.size());
-    source += name.substr(folder.size(), name.size() - folder.size() - kEnding.size());
-    return true;
-}
-
 std::string targetOf(const Relationship& relationship, std::string_view source) {
     std::string_view uri = relationship.target;
     std::string path;

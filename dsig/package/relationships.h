@@ -39,8 +39,6 @@ inline constexpr std::string_view kRelationshipTransform =
 
 // The name of the part that holds the relationships of `part` ("" for the package's).
 [[nodiscard]] std::string relationshipsOf(std::string_view part);
-// Whether a name is that of such a part, and of which.
-[[nodiscard]] bool isRelationshipsPart(std::string_view name, std::string& source);
 // The part that an internal relationship of `source` leads to, without a "/" in front; empty when
 // it leads out of the package.
 [[nodiscard]] std::string targetOf(const Relationship& relationship, std::string_view source);

@@ -210,26 +210,31 @@ private:
     LogBase& m_log;
 };
 
+// The Reference element of the loaded document, and what it says; null for none, and for one whose
+// digest method is unknown: that digest was a guess, which nothing makes better.
+Ref<ClsXml> readReference(const ReferenceQuery& query, DSigReference& reference, LogBase& log) {
+    Ref<ClsXml> element = referenceElement(query.document, query.selection, query.index, log);
+    if (!element || element->document() != query.document->structure) {
+        return {};
+    }
+    reference.parseReference(*element, log);
+    if (!reference.digestMethodIsKnown()) {
+        reference.knowStandardDigests();
+    }
+    return reference.digestMethodIsKnown() ? std::move(element) : Ref<ClsXml>();
+}
+
 } // namespace
 
 bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, LogBase& log) {
-    // A digest of an unknown method was a guess, which nothing makes better.
     if (query.document == nullptr || result.dataMissing || !standardsApply(log)) {
         return false;
     }
     // What the usual way found wrong stays the last word of the log where this way fails as well.
     LogNull quiet(log);
-    const Ref<ClsXml> element =
-        referenceElement(query.document, query.selection, query.index, quiet);
-    if (!element || element->document() != query.document->structure) {
-        return false;
-    }
     DSigReference reference;
-    reference.parseReference(*element, quiet);
-    if (!reference.digestMethodIsKnown()) {
-        reference.knowStandardDigests();
-    }
-    if (!reference.digestMethodIsKnown()) {
+    const Ref<ClsXml> element = readReference(query, reference, quiet);
+    if (!element) {
         return false;
     }
     WorkAccount& account = query.document->account;
@@ -246,6 +251,14 @@ bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result, 
     }
     log.LogInfo("The digest is that of the transforms as the recommendations have them.");
     return true;
+}
+
+bool isDigestAsRecommended(const ReferenceQuery& query, LogBase& log) {
+    DSigReference reference;
+    const Ref<ClsXml> element = readReference(query, reference, log);
+    ReferenceResult found;
+    return element && query.document->account.takeRetry(log) &&
+           RecommendedReference(query, element->elementId(), reference, log).run(found, log);
 }
 
 } // namespace vantrel::dsig

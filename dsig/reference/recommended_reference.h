@@ -18,6 +18,10 @@ namespace vantrel::dsig {
 [[nodiscard]] bool matchesAsRecommended(const ReferenceQuery& query, ReferenceResult& result,
                                         LogBase& log);
 
+// Whether the digest of a reference that the usual way verified is that of the model above as well.
+// False, too, where the account does not allow to find out.
+[[nodiscard]] bool isDigestAsRecommended(const ReferenceQuery& query, LogBase& log);
+
 } // namespace vantrel::dsig
 
 #endif

@@ -47,6 +47,18 @@ inline constexpr std::string_view kEnvelopedNotRemoved = "enveloped.not-removed"
 inline constexpr std::string_view kCertificatePem = "certificate.pem";
 // The base64 transform decoded an element that has child elements; these were passed over.
 inline constexpr std::string_view kBase64Children = "base64.children-ignored";
+// These are found when a report is completed (verify/bent_readings.h): the octets are not those of
+// the reference or of SignedInfo as the recommendations have them.
+// Canonical XML 1.1 was carried out as 1.0.
+inline constexpr std::string_view kC14n11As10 = "c14n.11-as-10";
+// Comments of a reference to "" or to an Id were digested.
+inline constexpr std::string_view kCommentsKept = "c14n.comments-kept";
+// The signature was left out of the whole document without the enveloped-signature transform.
+inline constexpr std::string_view kEnvelopedImplied = "enveloped.implied";
+// An XPath that begins at the root was taken for one that begins at each node.
+inline constexpr std::string_view kXPathFromRoot = "xpath.from-root";
+// The whole HMAC matched, though HMACOutputLength asks for another length.
+inline constexpr std::string_view kHmacLengthIgnored = "hmac.length-ignored";
 } // namespace accommodation
 
 // Constructs of the recommendations beyond the usual ones: each was processed exactly as its

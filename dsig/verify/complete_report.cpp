@@ -11,6 +11,7 @@
 #include "dsig/report/causes.h"
 #include "dsig/report/warnings.h"
 #include "dsig/transform/signature_profile.h"
+#include "dsig/verify/bent_readings.h"
 #include "dsig/verify/report_steps.h"
 #include "dsig/verify/signature_method.h"
 
@@ -134,6 +135,7 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
             }
         }
         report.signer = describeSigner(report.keys, query.keys);
+        noteBentReadings(query, report);
     }
     if (query.parts != nullptr) {
         query.parts->describeCoverage(report);

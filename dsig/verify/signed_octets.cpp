@@ -162,9 +162,6 @@ bool makeSignedOctets(Document& document, const Selection& selection, const Rule
     return true;
 }
 
-namespace {
-
-// Canonical XML 1.1, 2.4: xml:id is not inherited, and values of xml:base are joined.
 bool inheritsIdOrBase(const xml::XmlDocument& document, xml::ElementId element) {
     for (xml::ElementId above = document.parent(element); above != xml::kNoElement;
          above = document.parent(above)) {
@@ -178,15 +175,14 @@ bool inheritsIdOrBase(const xml::XmlDocument& document, xml::ElementId element) 
     return false;
 }
 
-} // namespace
-
 bool makeCanonical11Octets(Document& document, const Selection& selection, SignedOctets& out,
                            CodeSet& standards, LogBase& log) {
+    if (!out.isOfCanonical11()) {
+        return false;
+    }
     const Ref<ClsXml> signedInfo =
         Ref<ClsXml>::adopt(selection.signature->getChildWithTagUtf8("*:SignedInfo"));
-    if (out.route != "document" ||
-        !out.algorithm.beginsWith("http://www.w3.org/2006/12/xml-c14n11") || !signedInfo ||
-        signedInfo->document() != document.structure ||
+    if (!signedInfo || signedInfo->document() != document.structure ||
         !inheritsIdOrBase(*document.structure, signedInfo->elementId()) ||
         !document.account.takeOctets(document.structure->text().size(), log)) {
         return false;

@@ -30,6 +30,11 @@ struct SignedOctets {
     StringBuffer algorithm; // CanonicalizationMethod
 
     [[nodiscard]] bool isInvoiceHash() const noexcept { return route == "zatca"; }
+    // Whether SignedInfo asks for Canonical XML 1.1, which is carried out as 1.0 at first.
+    [[nodiscard]] bool isOfCanonical11() const noexcept {
+        return route == "document" &&
+               algorithm.view().starts_with("http://www.w3.org/2006/12/xml-c14n11");
+    }
     // The octets that are hashed for a public-key signature.
     [[nodiscard]] ByteView octets() const noexcept {
         return isInvoiceHash() ? invoiceHash.view() : asBytes(text.view());
@@ -49,6 +54,10 @@ struct SignedOctets {
 // was, everywhere else. `standards` gains the code.
 [[nodiscard]] bool makeCanonical11Octets(Document& document, const Selection& selection,
                                          SignedOctets& out, CodeSet& standards, LogBase& log);
+
+// Canonical XML 1.1, 2.4: whether it may have another form of the element than 1.0, which inherits
+// xml:id and does not join the values of xml:base.
+[[nodiscard]] bool inheritsIdOrBase(const xml::XmlDocument& document, xml::ElementId element);
 
 } // namespace vantrel::dsig
 

@@ -336,6 +336,18 @@ bool isValueByCanonical11(const VerifyQuery& query, SignedValue& value, Signatur
     return true;
 }
 
+// Whether the value is over the octets by Canonical XML 1.0 alone, where 1.1 is asked for.
+bool isOtherThanByCanonical11(const VerifyQuery& query, const SignedValue& value) {
+    if (!value.octets.isOfCanonical11()) {
+        return false;
+    }
+    LogNull quiet;
+    CodeSet standards;
+    SignedOctets by11 = value.octets;
+    return makeCanonical11Octets(*query.document, query.selection, by11, standards, quiet) &&
+           !by11.text.equals(value.octets.text);
+}
+
 // XML Signature 3.2.2, the value. False where the verification ends without a word on it. Each step
 // writes its own error line, and needs what those before it have found.
 bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate& locator,
@@ -346,6 +358,9 @@ bool checkValue(const VerifyQuery& query, const Rules& rules, const XmlSigLocate
         return false;
     }
     const bool summarise = checkByMethod(query, value, report, log);
+    if (report.value == ValueCheck::Valid && isOtherThanByCanonical11(query, value)) {
+        report.accommodations.add(accommodation::kC14n11As10);
+    }
     return isValueByCanonical11(query, value, report, log) || summarise;
 }
 

@@ -4,10 +4,12 @@
 #if defined(__linux__) && !defined(VANTREL_WITHOUT_SANDBOX) &&                                     \
     (defined(__x86_64__) || defined(__aarch64__)) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 #include <span>
 #include <utility>
 #include <vector>
@@ -138,23 +140,26 @@ constexpr std::uint32_t kWritingCalls[] = {
 };
 
 // One filter, step by step. A jump passes over as many steps as it says: where its test holds by
-// its first number, where not by its second.
+// its first number, where not by its second. The kernel tries the filter with every call there is,
+// and translates each step, when it is installed: a number is looked up by halves, and all share
+// the two answers at the end.
 class FilterProgram {
 public:
     // Numbers mean other calls on another processor.
     FilterProgram() {
         load(offsetof(seccomp_data, arch));
-        test(kProcessor, 1, 0);
-        answer(SECCOMP_RET_KILL_PROCESS);
+        add(BPF_JMP | BPF_JEQ | BPF_K, kProcessor, 1, 0);
+        add(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS);
         load(offsetof(seccomp_data, nr));
     }
 
-    // Refuses what none of the calls is; called once. The kernel tries the filter with every call
-    // there is when it is installed, so a number is looked up by halves.
+    // Refuses what none of the calls is; called once.
     std::span<sock_filter> allowOnly(std::vector<ConditionalCall> calls) {
         std::stable_sort(calls.begin(), calls.end(),
                          [](const auto& a, const auto& b) { return a.number < b.number; });
         lookUp(stretchesOf(calls));
+        answer(m_allowed, SECCOMP_RET_ALLOW);
+        answer(m_refused, SECCOMP_RET_ERRNO | ENOSYS);
         return m_steps;
     }
 
@@ -168,6 +173,12 @@ private:
         [[nodiscard]] bool isAllowed() const noexcept {
             return !conditions.empty() && conditions.front().mask == 0;
         }
+    };
+
+    // One of a jump's two ways.
+    struct Way {
+        std::size_t jump;
+        bool holds;
     };
 
     static std::vector<Stretch> stretchesOf(std::span<const ConditionalCall> calls) {
@@ -192,45 +203,64 @@ private:
         return stretches;
     }
 
-    // As deep as the number of stretches can be halved.
+    // As deep as the number of stretches can be halved; there are at least two.
     void lookUp(std::span<const Stretch> stretches) {
-        if (stretches.size() == 1) {
-            decide(stretches.front());
-            return;
-        }
         const std::size_t half = stretches.size() / 2;
-        const std::size_t jump = m_steps.size();
-        add(BPF_JMP | BPF_JGE | BPF_K, 0, 0, stretches[half].first);
-        lookUp(stretches.first(half));
-        m_steps[jump].jt = static_cast<std::uint8_t>(m_steps.size() - jump - 1);
-        lookUp(stretches.subspan(half));
+        const std::size_t jump = add(BPF_JMP | BPF_JGE | BPF_K, stretches[half].first);
+        goOn({jump, false}, stretches.first(half));
+        goOn({jump, true}, stretches.subspan(half));
     }
 
-    void decide(const Stretch& stretch) {
-        if (stretch.isAllowed()) {
-            answer(SECCOMP_RET_ALLOW);
-            return;
+    void goOn(Way way, std::span<const Stretch> stretches) {
+        const Stretch& only = stretches.front();
+        if (stretches.size() == 1 && only.isAllowed()) {
+            m_allowed.push_back(way);
+        } else if (stretches.size() == 1 && only.conditions.empty()) {
+            m_refused.push_back(way);
+        } else {
+            leadHere(way);
+            stretches.size() == 1 ? decide(only.conditions) : lookUp(stretches);
         }
-        for (const ConditionalCall& call : stretch.conditions) {
+    }
+
+    void decide(std::span<const ConditionalCall> conditions) {
+        std::size_t jump = 0;
+        for (const ConditionalCall& call : conditions) {
             load(static_cast<std::uint32_t>(offsetof(seccomp_data, args) +
                                             sizeof(std::uint64_t) * call.argument));
-            add(BPF_ALU | BPF_AND | BPF_K, 0, 0, call.mask);
-            test(call.value, 0, 1);
-            answer(SECCOMP_RET_ALLOW);
+            add(BPF_ALU | BPF_AND | BPF_K, call.mask);
+            jump = add(BPF_JMP | BPF_JEQ | BPF_K, call.value);
+            m_allowed.push_back({jump, true});
         }
-        answer(SECCOMP_RET_ERRNO | ENOSYS);
+        m_refused.push_back({jump, false});
     }
 
-    void load(std::uint32_t offset) { add(BPF_LD | BPF_W | BPF_ABS, 0, 0, offset); }
-    void test(std::uint32_t value, std::uint8_t onTrue, std::uint8_t onFalse) {
-        add(BPF_JMP | BPF_JEQ | BPF_K, onTrue, onFalse, value);
+    void answer(std::span<const Way> ways, std::uint32_t action) {
+        for (const Way& way : ways) {
+            leadHere(way);
+        }
+        add(BPF_RET | BPF_K, action);
     }
-    void answer(std::uint32_t action) { add(BPF_RET | BPF_K, 0, 0, action); }
-    void add(std::uint16_t code, std::uint8_t onTrue, std::uint8_t onFalse, std::uint32_t value) {
+
+    // All lists here together make fewer steps than the 255 that a jump passes over at most.
+    void leadHere(Way way) {
+        const std::size_t passed = m_steps.size() - way.jump - 1;
+        assert(passed <= std::numeric_limits<std::uint8_t>::max());
+        (way.holds ? m_steps[way.jump].jt : m_steps[way.jump].jf) =
+            static_cast<std::uint8_t>(passed);
+    }
+
+    void load(std::uint32_t offset) { add(BPF_LD | BPF_W | BPF_ABS, offset); }
+
+    std::size_t add(std::uint16_t code, std::uint32_t value, std::uint8_t onTrue = 0,
+                    std::uint8_t onFalse = 0) {
         m_steps.push_back({code, onTrue, onFalse, value});
+        return m_steps.size() - 1;
     }
 
     std::vector<sock_filter> m_steps;
+    std::vector<Way> m_allowed; // the ways that lead to each answer
+    std::vector<Way> m_refused;
 };
 
 } // namespace

@@ -11,6 +11,7 @@
 #include "foundation/text/utf8.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
 #include "tests/dsig/document_case.h"
+#include "tests/dsig/test_access.h"
 #include "tests/support/corpus.h"
 #include "tests/support/key_messages.h"
 #include "tests/support/live_objects.h"
@@ -22,10 +23,6 @@
 #include <gtest/gtest.h>
 
 namespace vantrel {
-
-struct ClsXmlDSigTestAccess {
-    static dsig::Document& structure(ClsXmlDSig& verifier) { return verifier.structure(); }
-};
 
 namespace test {
 namespace {

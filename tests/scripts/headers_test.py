@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Compiles by itself every header of the product and of the test support that no source of its own includes
 first; those that one does are compiled so by the preset clang, which has no precompiled headers there.
-Usage: headers_test.py COMPILER [TOP]. Ends with "N passed, N failed"."""
+Usage: headers_test.py COMPILER [TOP] [--public]: only those that users include. Ends with "N passed, N failed"."""
 
 import concurrent.futures
 import os
@@ -15,6 +15,7 @@ COMPILER = sys.argv[1]
 TOP = pathlib.Path(sys.argv[2] if len(sys.argv) > 2 else __file__).resolve()
 if TOP.is_file():
     TOP = TOP.parents[2]
+FOLDERS = ("include",) if "--public" in sys.argv else ("foundation", "dsig", "api", "include", "cli", "bindings", "tests/support")
 FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-I", str(TOP),
          "-I", str(TOP / "include")]
 
@@ -45,7 +46,7 @@ def has_own_source(header):
 
 
 headers = sorted(path.relative_to(TOP).as_posix()
-                 for folder in ("foundation", "dsig", "api", "include", "cli", "bindings", "tests/support")
+                 for folder in FOLDERS
                  for path in (TOP / folder).rglob("*.h"))
 headers = [header for header in headers if not has_own_source(header)]
 failed = 0

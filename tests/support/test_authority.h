@@ -5,6 +5,7 @@
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -99,8 +100,11 @@ private:
         if (key == "rsa") {
             run({"genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", out});
         } else if (key == "dsa") {
-            run({"genpkey", "-genparam", "-algorithm", "DSA", "-pkeyopt", "dsa_paramgen_bits:1024",
-                 "-out", "dsa.param"});
+            // One set of parameters for all keys: they may be inherited, and take long to make.
+            if (!std::filesystem::exists(file("dsa.param"))) {
+                run({"genpkey", "-genparam", "-algorithm", "DSA", "-pkeyopt",
+                     "dsa_paramgen_bits:1024", "-out", "dsa.param"});
+            }
             run({"genpkey", "-paramfile", "dsa.param", "-out", out});
         } else if (key.starts_with("ed")) {
             run({"genpkey", "-algorithm", key, "-out", out});

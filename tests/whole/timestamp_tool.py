@@ -21,7 +21,7 @@ from checks import check, finish
 TOOL = sys.argv[1]
 DS = "http://www.w3.org/2000/09/xmldsig#"
 TEMPLATE = f"""<?xml version="1.0" encoding="ISO-8859-1"?>
-<Note><text>M\u00fcller</text><ds:Signature xmlns:ds="{DS}" Id="sig"><ds:SignedInfo>
+<Note xmlns:n="urn:n"><text>M\u00fcller</text><ds:Signature xmlns:ds="{DS}" Id="sig"><ds:SignedInfo>
 <ds:CanonicalizationMethod Algorithm="http://www.w3.org/2001/10/xml-exc-c14n#"/>
 <ds:SignatureMethod Algorithm="http://www.w3.org/2001/04/xmldsig-more#rsa-sha256"/>
 <ds:Reference URI=""><ds:Transforms><ds:Transform Algorithm="{DS}enveloped-signature"/></ds:Transforms>

@@ -208,6 +208,7 @@ def check_others():
     expect("epub", epub, "valid", kind="epub")
     expect("epub, part changed", changed(epub, "OPS/a.xhtml", b"<b/>"), "invalid",
            missing=["META-INF/container.xml", "OPS/a.xhtml"], cause="digest-mismatch")
+    expect("epub, part taken out", changed(epub, "OPS/a.xhtml", None), "invalid", missing=["META-INF/container.xml"])
     air = changed(epub, "mimetype", "application/vnd.adobe.air-application-installer-package+zip")
     expect("air", air, "valid", kind="air")
     expect("air, part taken out", changed(air, "OPS/a.xhtml", None), "invalid", missing=["META-INF/container.xml"])
@@ -227,6 +228,9 @@ def check_others():
     expect("widget, later file", widget + [("author-signature.xml", author), ("signature01.xml", author)], "valid",
            kind="widget", missing=["signature01.xml"])
     expect("any archive", [("a", b"1"), ("signature.xml", signature(ref("a", b"1")))], "valid", kind="zip")
+    of_both = with_manifest(ref("a", b"1"), ref("gone", b"2"), whole="Manifest")
+    expect("any archive, manifest of more than its parts", [("a", b"1"), ("signature.xml", of_both)], "valid", kind="zip")
+    expect("any archive, part of the manifest changed", [("a", b"2"), ("signature.xml", of_both)], "invalid", missing=["a"])
     def transformed_part(contents, octets, *transforms):
         return [("a", contents), ("signature.xml", signature(ref("a", octets, *transforms)))]
     without_b = f'<Transform Algorithm="{XPATH}"><XPath>not(self::b)</XPath></Transform>'

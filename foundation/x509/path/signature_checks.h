@@ -58,8 +58,8 @@ public:
     // Whether a signature was not checked since there had been too many.
     [[nodiscard]] bool isExhausted() const noexcept { return m_exhausted; }
 
-    // A public key as it was read from its certificate.
 private:
+    // A public key as it was read from its certificate.
     struct Key {
         std::unique_ptr<_vlPublicKey> key; // null: cannot be used
         // The parameters that a DSA key without its own was given last.

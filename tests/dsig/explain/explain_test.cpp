@@ -123,7 +123,8 @@ TEST(Search, CombinesTwoChangesAndClaimsNothingElse) {
         Budget budget(10);
         DigestGoal goal(stored, kHashSha256);
         Search search(form, nullptr, goal, budget);
-        return search.runQuick() ? std::string(search.finding()->code) : "nothing";
+        search.runQuick();
+        return search.finding() ? std::string(search.finding()->code) : "nothing";
     };
     const std::string crlfLatin = "<a>\r\n  <b>caf\xE9</b>\r\n</a>";
     EXPECT_EQ(codeFor(base64(digestOf(kHashSha256, crlfLatin))), "line-ends");
@@ -132,6 +133,26 @@ TEST(Search, CombinesTwoChangesAndClaimsNothingElse) {
     EXPECT_EQ(codeFor(base64(digestOf(kHashSha256, form).substr(0, 12))), "digest-encoding");
     EXPECT_EQ(codeFor(base64(digestOf(kHashSha256, "something else"))), "nothing");
     EXPECT_EQ(codeFor(""), "nothing");
+}
+
+// Comments and line ends together, which needs the form with comments to be kept for a second step.
+TEST(Search, KeepsFormsForPairsUpToItsLimit) {
+    xml::ParseFailure why;
+    Target target;
+    target.structure = xml::XmlDocument::parse(StringBuffer("<a><!--c-->\n<b/></a>"), {}, why);
+    const std::string commented = "<a><!--c-->\n<b></b></a>";
+    StringBuffer stored;
+    const std::string original = "<a><!--c-->\r\n<b></b></a>";
+    DataBuffer(asBytes(digestOf(kHashSha256, original))).encodeDB("base64", stored);
+    for (const std::size_t limit : {commented.size() - 1, commented.size(), kMostKeptOctets}) {
+        Budget budget(10);
+        DigestGoal goal(std::string(stored.view()), kHashSha256);
+        Search search("<a>\n<b></b></a>", &target, goal, budget, limit);
+        search.runQuick();
+        EXPECT_EQ(search.finding() ? search.finding()->code : "nothing",
+                  limit >= commented.size() ? "comments" : "nothing")
+            << limit;
+    }
 }
 
 } // namespace

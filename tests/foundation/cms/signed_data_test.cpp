@@ -21,8 +21,11 @@ using asn1::Tag;
 
 constexpr const char* kTstInfoType = "1.2.840.113549.1.9.16.1.4";
 
+enum class Extension { None, Plain, Critical };
+
 // A TSTInfo of this moment, so that certificates made just now are valid at its time.
-std::string tstInfo(const std::string& time = "20300101120000Z", bool criticalExtension = false) {
+std::string tstInfo(const std::string& time = "20300101120000Z",
+                    Extension extension = Extension::None) {
     DerWriter writer;
     writer.open(Tag::Sequence);
     writer.writeUnsigned(1);
@@ -35,11 +38,13 @@ std::string tstInfo(const std::string& time = "20300101120000Z", bool criticalEx
     writer.close();
     writer.writeUnsigned(99);
     writer.write(Tag::GeneralizedTime, asBytes(time));
-    if (criticalExtension) {
+    if (extension != Extension::None) {
         writer.open(asn1::contextConstructed(1));
         writer.open(Tag::Sequence);
         EXPECT_TRUE(writer.writeOid("1.2.3.4"));
-        writer.writeBoolean(true);
+        if (extension == Extension::Critical) {
+            writer.writeBoolean(true);
+        }
         writer.write(Tag::OctetString, {});
         writer.close();
         writer.close();
@@ -152,7 +157,11 @@ TEST(SignedData, TokensWithFaultsAreRefused) {
         {"good", tstInfo(), {"-noattr"}, "There are no signed attributes"},
         {"good", tstInfo("20300101120000"), {}, "content of the time-stamp token is malformed"},
         {"good", tstInfo() + "x", {}, "content of the time-stamp token is malformed"},
-        {"good", tstInfo("20300101120000Z", true), {}, "time-stamp token is malformed"},
+        {"good", tstInfo("20300101120000Z", Extension::Plain), {}, nullptr},
+        {"good",
+         tstInfo("20300101120000Z", Extension::Critical),
+         {},
+         "time-stamp token is malformed"},
         {"good", "", {}, "content of the time-stamp token is malformed"},
         {"plain", tstInfo(), {}, kNotMade},
         {"loose", tstInfo(), {}, kNotMade},

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/cpu/kernel_list.h"
 
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -23,6 +26,50 @@ TEST(CpuFeatures, ALimitTakesAwayAndGivesBack) {
         EXPECT_EQ(features(), before & ~Feature::Sha);
     }
     EXPECT_EQ(features(), before);
+}
+
+// What is not found is only slower, so that no other test would miss it.
+TEST(CpuFeatures, WhatTheSystemSaysIsFound) {
+    std::ifstream file("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(file, line) && line.find("flags") != 0 && line.find("Features") != 0) {}
+    if (!file) {
+        GTEST_SKIP() << "/proc/cpuinfo does not name the extensions of this processor";
+    }
+    line += ' ';
+    struct Case {
+        Feature feature;
+        const char* words; // of the kernel, all of which must be there
+    };
+    const Case cases[] = {
+#if defined(__x86_64__)
+        {Feature::Sse2, "sse2"},
+        {Feature::Ssse3, "ssse3"},
+        {Feature::Sse41, "ssse3 sse4_1"},
+        {Feature::Pclmul, "pclmulqdq"},
+        {Feature::Avx2, "avx2"},
+        {Feature::Bmi2, "bmi1 bmi2"},
+        {Feature::Adx, "adx"},
+        {Feature::Sha, "sha_ni sse4_1"},
+        {Feature::Avx512, "avx512f avx512dq avx512bw avx512vl"},
+        {Feature::Avx512Ifma, "avx512f avx512ifma"},
+        {Feature::Avx512Vbmi, "avx512f avx512vbmi avx512_vbmi2"},
+#elif defined(__aarch64__)
+        {Feature::Neon, "asimd"},
+        {Feature::Sha, "sha1 sha2"},
+        {Feature::Sha512, "sha512"},
+        {Feature::Crc32, "crc32"},
+#endif
+    };
+    for (const Case& c : cases) {
+        std::istringstream words(c.words);
+        std::string word;
+        bool present = true;
+        while (words >> word) {
+            present = present && line.find(' ' + word + ' ') != std::string::npos;
+        }
+        EXPECT_EQ(supports(c.feature), present) << c.words;
+    }
 }
 
 TEST(CpuFeatures, LimitTexts) {

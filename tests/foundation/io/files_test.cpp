@@ -4,12 +4,14 @@
 #include "foundation/io/Psdk.h"
 #include "foundation/io/_vlDataSource.h"
 #include "foundation/io/_vlFilePath.h"
+#include "foundation/io/random_access.h"
 #include "foundation/text/DataBuffer.h"
 #include "foundation/text/XString.h"
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
 #include "tests/support/recording_log.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -49,6 +51,30 @@ TEST(FilePath, JoinsWithOneSeparator) {
         XString out;
         EXPECT_TRUE(_vlFilePath::CombineDirAndFilepath(XString(dir), XString(name), out));
         EXPECT_EQ(out.getUtf8Sb().view(), wanted);
+    }
+}
+
+// Of ten bytes; the last offset would wrap round with any number of bytes behind it.
+TEST(RandomAccess, ReadsNothingThatIsNotThere) {
+    const TempDir folder;
+    folder.write("ten", "0123456789");
+    DataBuffer bytes;
+    ASSERT_TRUE(bytes.append("0123456789", 10));
+    const io::MemoryAccess memory(bytes);
+    io::FileAccess file;
+    LogNull log;
+    ASSERT_TRUE(file.open(folder.file("ten"), log));
+    for (const io::RandomAccess* const access : {static_cast<const io::RandomAccess*>(&memory),
+                                                 static_cast<const io::RandomAccess*>(&file)}) {
+        EXPECT_EQ(access->size(), 10U);
+        std::array<std::uint8_t, 4> room{};
+        EXPECT_TRUE(access->read(6, room));
+        EXPECT_EQ(room[3], '9');
+        EXPECT_TRUE(access->read(10, std::span(room).first(0)));
+        for (const std::uint64_t beyond :
+             {std::uint64_t{7}, std::uint64_t{11}, ~std::uint64_t{0}}) {
+            EXPECT_FALSE(access->read(beyond, room)) << beyond;
+        }
     }
 }
 

@@ -36,6 +36,7 @@ public:
         m_authority.issue("user", "middle", kUser);
     }
     test::TestAuthority& authority() { return m_authority; }
+    [[nodiscard]] const test::TestAuthority& authority() const { return m_authority; }
     [[nodiscard]] test::Bytes read(const std::string& name) const {
         return test::readFile(m_authority.file(name));
     }
@@ -150,6 +151,61 @@ TEST(PathVerdict, EveryKindOfKeySigns) {
     }
 }
 
+// The certificate `name` again, issued by a key without parameters in it (RFC 5280 6.1.4 d to f).
+void leaveOutParameters(const SmallAuthority& small, const std::string& name,
+                        const std::string& issuer) {
+    const PathCase made = small.path(name);
+    const VantrelX509& certificate = *made.query.target;
+    const ByteView info = certificate.publicKeyInfo();
+    asn1::DerReader reader(certificate.tbsCertificate());
+    asn1::DerReader fields;
+    asn1::DerReader key(info);
+    asn1::DerReader parts;
+    asn1::DerReader algorithm;
+    ByteView kind;
+    ASSERT_TRUE(
+        reader.enter(asn1::Tag::Sequence, fields) && key.enter(asn1::Tag::Sequence, parts) &&
+        parts.enter(asn1::Tag::Sequence, algorithm) && algorithm.readWhole(asn1::Tag::Oid, kind));
+    const ByteView all = fields.rest();
+    asn1::DerWriter content;
+    content.open(asn1::Tag::Sequence);
+    content.writeRaw({all.data(), info.data()});
+    content.open(asn1::Tag::Sequence);
+    content.write(asn1::Tag::Sequence, kind);
+    content.writeRaw(parts.rest());
+    content.close();
+    content.writeRaw({info.data() + info.size(), all.data() + all.size()});
+    content.close();
+    const test::TestAuthority& authority = small.authority();
+    test::writeFile(authority.file("tbs"), asText(content.bytes()));
+    authority.run({"dgst", "-sha256", "-sign", issuer + ".key", "-out", "tbs.sig", "tbs"});
+    asn1::DerWriter der;
+    der.open(asn1::Tag::Sequence);
+    der.writeRaw(content.bytes());
+    der.writeRaw(certificate.signatureAlgorithm());
+    der.write(asn1::Tag::BitString, asBytes('\0' + test::readText(authority.file("tbs.sig"))));
+    der.close();
+    test::writeFile(authority.file(name + ".pem"), asText(der.bytes()));
+}
+
+// Only a path gives such a key its parameters, so that its signatures are checked behind the
+// search.
+TEST(PathVerdict, KeysThatInheritTheirParametersSign) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    test::TestAuthority& made = small.authority();
+    made.issue("top", "", kCa, "dsa");
+    made.issue("heir", "top", kCa, "dsa");
+    made.issue("genuine", "heir", kUser);
+    made.issue("heir2", "top", kCa, "dsa", "heir");
+    made.issue("forged", "heir2", kUser);
+    leaveOutParameters(small, "heir", "top");
+    EXPECT_TRUE(small.path("genuine", "heir", "top").run().trusted);
+    EXPECT_EQ(problemsOf(small.path("forged", "heir", "top").run()), "bad-signature forged");
+    // What is above hands no parameters down.
+    EXPECT_FALSE(small.path("genuine", "heir", "root").run().trusted);
+}
+
 TEST(PathVerdict, NamesThatItWasIssuedFor) {
     VANTREL_NEED_PROGRAM(openssl, "openssl");
     SmallAuthority small(openssl);
@@ -207,11 +263,30 @@ public:
                          "-gencrl", "-crldays", "30", "-out", "list.pem"});
         return test::readFile(m_authority.file("list.pem"));
     }
+    // With the responder's certificate, where it is another than the issuer.
     [[nodiscard]] test::Bytes answer(const std::string& responder,
                                      const std::string& certificate = "user") const {
-        m_authority.run({"ocsp", "-index", "index.txt", "-CA", "middle.pem", "-issuer",
-                         "middle.pem", "-rsigner", responder + ".pem", "-rkey", responder + ".key",
-                         "-cert", certificate + ".pem", "-ndays", "30", "-respout", "answer.der"});
+        std::vector<std::string> words = {"ocsp",
+                                          "-index",
+                                          "index.txt",
+                                          "-CA",
+                                          "middle.pem",
+                                          "-issuer",
+                                          "middle.pem",
+                                          "-rsigner",
+                                          responder + ".pem",
+                                          "-rkey",
+                                          responder + ".key",
+                                          "-cert",
+                                          certificate + ".pem",
+                                          "-ndays",
+                                          "30",
+                                          "-respout",
+                                          "answer.der"};
+        if (responder == "middle") {
+            words.emplace_back("-resp_no_certs");
+        }
+        m_authority.run(words);
         return test::readFile(m_authority.file("answer.der"));
     }
 

@@ -145,13 +145,14 @@ TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
     EXPECT_GT(compared, 6000);
 }
 
-// An element with many ancestors, whose declarations and xml: attributes hide each other, and the
-// same element below a single one that has what is left of them.
+// An element with many ancestors, or fewer with long values, whose declarations and xml: attributes
+// hide each other, and the same element below a single one that has what is left of them.
 class DeepElement final {
 public:
     explicit DeepElement(std::uint64_t seed)
-        : m_random(seed), m_content(TagMaker(seed + 1000).content()) {
-        for (std::uint64_t left = 70 + m_random.below(60); left > 0; --left) {
+        : m_random(seed), m_isLong(seed % 4 == 0), m_content(TagMaker(seed + 1000).content()) {
+        for (std::uint64_t left = (m_isLong ? 30 : 70) + m_random.below(m_isLong ? 15 : 60);
+             left > 0; --left) {
             addAncestor();
         }
     }
@@ -181,10 +182,11 @@ private:
         }
         for (const char* const name : {"xmlns", "xmlns:p", "xmlns:qq", "xmlns:unused", "xmlns:b",
                                        "xml:lang", "xml:space", "xml:base", "xml:a", "plain"}) {
-            if (m_random.below(20) == 0) {
+            if (m_random.below(m_isLong ? 12 : 20) == 0) {
                 const std::string value = "urn:" + std::to_string(m_random.below(4));
-                attributes[name] =
-                    std::string_view(name) == "xmlns" && value == "urn:0" ? "" : value;
+                attributes[name] = std::string_view(name) == "xmlns" && value == "urn:0"
+                                       ? ""
+                                       : value + std::string(m_isLong ? 350 : 0, 'x');
             }
         }
         const std::string tag = m_random.below(9) == 0 ? "d" : "e";
@@ -208,6 +210,7 @@ private:
     }
 
     RandomBytes m_random;
+    bool m_isLong;
     std::string m_content;
     std::string m_open;
     std::string m_close;
