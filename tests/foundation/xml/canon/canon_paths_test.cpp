@@ -256,6 +256,46 @@ TEST(CanonPaths, DeepElementsInheritWhatShallowOnesDo) {
     EXPECT_GT(compared, 3000); // in some, two prefixes make two attributes one
 }
 
+// A walk over ancestors finds the declarations that a look-up finds, and takes them from the text
+// only where they stand there as they are written.
+TEST(CanonPaths, DeclarationsOnTheWayUpAreThoseOfALookUp) {
+    std::size_t fromText = 0;
+    std::size_t others = 0;
+    for (std::uint64_t seed = 0; seed < 40; ++seed) {
+        xml::ParseFailure why;
+        const auto document =
+            xml::XmlDocument::parse(StringBuffer{DeepElement(seed).deep()}, {}, why);
+        if (document == nullptr) { // two prefixes may make two attributes one
+            continue;
+        }
+        const auto all = document->namespaceDecls();
+        for (xml::ElementId element = 0; element < document->elementCount(); ++element) {
+            std::uint32_t behind = document->firstNamespaceDecl(element);
+            for (auto above = document->parent(element); above != xml::kNoElement;
+                 above = document->parent(above)) {
+                const auto found = document->namespaceDeclsBefore(above, behind);
+                const auto expected = document->namespaceDecls(above);
+                ASSERT_EQ(found.size(), expected.size());
+                if (!found.empty()) {
+                    ASSERT_EQ(found.data(), expected.data());
+                    behind = static_cast<std::uint32_t>(found.data() - all.data());
+                }
+            }
+        }
+        for (const xml::NamespaceDecl& decl : all) {
+            const std::string_view written = document->canonicalDeclaration(decl);
+            ++(written.empty() ? others : fromText);
+            std::string expected = " xmlns";
+            const std::string_view prefix = document->prefixText(decl.prefixId);
+            expected.append(prefix.empty() ? "" : ":").append(prefix).append("=\"");
+            expected.append(document->namespaceName(decl)).append("\"");
+            EXPECT_TRUE(written.empty() || written == expected) << written;
+        }
+    }
+    EXPECT_GT(fromText, 100U);
+    EXPECT_GT(others, 100U);
+}
+
 TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
     xml::NamespaceState state;
     std::vector<std::string> prefixes;
