@@ -61,15 +61,19 @@ TransformKind transformKind(const StringBuffer& algorithm) {
 
 ParsedTransforms readTransforms(Ref<ClsXml> list, std::uint64_t most) {
     ParsedTransforms read;
-    const std::vector<xml::ElementId> children = childElements(*list);
-    read.count = children.size();
     read.list = std::move(list);
+    const xml::XmlDocument& document = *read.list->document();
+    const xml::ElementId parent = read.list->elementId();
+    for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
+         child = document.nextChild(parent, child)) {
+        ++read.count;
+    }
     if (read.count > most) {
         return read;
     }
     read.steps.reserve(read.count);
-    const xml::XmlDocument& document = *read.list->document();
-    for (const xml::ElementId child : children) {
+    for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
+         child = document.nextChild(parent, child)) {
         ParsedTransform step;
         step.element = child;
         static_cast<void>(

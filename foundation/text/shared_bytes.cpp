@@ -39,7 +39,9 @@ SharedBytes::Block* SharedBytes::newBlock(std::size_t capacity) noexcept {
 }
 
 void SharedBytes::releaseBlock(Block* block) noexcept {
-    if (block != nullptr && dropReference(block) == 1) {
+    // Nobody can come to share what only one has: no count is written down for it.
+    if (block != nullptr && (block->references.load(std::memory_order_acquire) == 1 ||
+                             block->references.fetch_sub(1, std::memory_order_acq_rel) == 1)) {
         block->~Block();
         text::freeBlock(block);
     }

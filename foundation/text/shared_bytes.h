@@ -11,10 +11,6 @@
 #include <string_view>
 #include <utility>
 
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#endif
-
 namespace vantrel {
 
 // Longest text or byte array: 4 GiB less room for the header and the closing NUL.
@@ -34,7 +30,7 @@ public:
         if (other.m_size != 0) {
             m_block = other.m_block;
             m_size = other.m_size;
-            addReference(m_block);
+            m_block->references.fetch_add(1, std::memory_order_relaxed);
         }
     }
     SharedBytes(SharedBytes&& other) noexcept
@@ -117,35 +113,6 @@ private:
     };
 
     static char* data(Block* block) noexcept { return reinterpret_cast<char*>(block + 1); }
-    // One thread alone counts without locking the bus, as std::shared_ptr does.
-    [[nodiscard]] static bool isOnlyThread() noexcept {
-#if __has_include(<sys/single_threaded.h>)
-        return __libc_single_threaded != 0;
-#else
-        return false;
-#endif
-    }
-    static void addReference(Block* block) noexcept {
-        if (isOnlyThread()) {
-            const std::uint32_t count = block->references.load(std::memory_order_relaxed);
-            block->references.store(count + 1, std::memory_order_relaxed);
-        } else {
-            block->references.fetch_add(1, std::memory_order_relaxed);
-        }
-    }
-    // Returns how many there were.
-    static std::uint32_t dropReference(Block* block) noexcept {
-        const std::uint32_t count = block->references.load(std::memory_order_acquire);
-        // Nobody can come to share what only one has: no count is written down for it.
-        if (count == 1) {
-            return count;
-        }
-        if (isOnlyThread()) {
-            block->references.store(count - 1, std::memory_order_relaxed);
-            return count;
-        }
-        return block->references.fetch_sub(1, std::memory_order_acq_rel);
-    }
     static Block* newBlock(std::size_t capacity) noexcept;
     static void releaseBlock(Block* block) noexcept;
     [[nodiscard]] bool isOwn() const noexcept {
