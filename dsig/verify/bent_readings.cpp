@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/verify/bent_readings.h"
 
-#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/standards.h"
 #include "dsig/reference/recommended_reference.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
 #include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
 #include <string>
@@ -41,21 +41,15 @@ bool asksFromRoot(const ReferenceText& text) {
     });
 }
 
-// XML Signature, 4.4.3.3: "" and "#id" name nodes without comments, whatever method comes then. The
-// first method that leaves comments out decides.
-bool mayHaveKeptComments(const Document& document, const ReferenceText& text) {
-    bool asked = false;
-    for (const TransformReport& transform : text.transforms) {
-        const StringBuffer algorithm(transform.algorithm.c_str());
-        if (!namesInclusive(algorithm) && !namesExclusive(algorithm)) {
-            continue;
-        }
-        if (!chosenCanonicalization(algorithm, nullptr).withComments) {
-            return false;
-        }
-        asked = true;
-    }
-    return asked && document.structure->text().find("<!--") != std::string_view::npos;
+// XML Signature, 4.4.3.3: "" and "#id" name nodes without comments, whatever method comes then.
+bool mayHaveKeptComments(const Document& document, const ReferenceText& reference) {
+    return std::ranges::any_of(reference.transforms,
+                               [](const TransformReport& transform) {
+                                   return text::findTextNoCase(transform.algorithm,
+                                                               "WithComments") !=
+                                          std::string_view::npos;
+                               }) &&
+           document.structure->text().find("<!--") != std::string_view::npos;
 }
 
 // Canonical XML 1.1 is carried out as 1.0 is.
@@ -97,13 +91,9 @@ void noteBentReference(const VerifyQuery& query, ReferenceResult& reference) {
 
 // XML Signature, 6.3.1: a code is as long as the method says, or else it is no code of the method.
 void noteWholeHmac(const VerifyQuery& query, SignatureReport& report) {
-    if (report.value != ValueCheck::Valid || report.standards.contains(standard::kHmacLength)) {
-        return;
-    }
-    LogNull log;
-    const SignatureMethod method =
-        readSignatureMethod(report.signatureMethod, nullptr, !report.givenRulesOnly, log);
-    if (method.keyType != kKeyTypeHmac) {
+    const bool isWhole = std::ranges::any_of(
+        report.keys, [](const KeyReport& key) { return key.used && key.type == "HMAC"; });
+    if (!isWhole || report.standards.contains(standard::kHmacLength)) {
         return;
     }
     const Ref<ClsXml> element =
@@ -112,6 +102,9 @@ void noteWholeHmac(const VerifyQuery& query, SignatureReport& report) {
     if (!element || !element->getChildContentUtf8("*:HMACOutputLength", length, false)) {
         return;
     }
+    LogNull log;
+    const SignatureMethod method =
+        readSignatureMethod(report.signatureMethod, nullptr, !report.givenRulesOnly, log);
     length.trim2();
     if (length.view() != std::to_string(8 * crypto::hashDigestSize(method.hashAlg))) {
         report.accommodations.add(accommodation::kHmacLengthIgnored);
