@@ -9,6 +9,7 @@
 #include "foundation/text/strings.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -30,15 +31,29 @@ bool leftSignatureOutUnasked(const ReferenceResult& reference) {
            });
 }
 
+bool hasExpression(const ReferenceText& text,
+                   const std::function<bool(const std::string& xpath)>& fits) {
+    return std::ranges::any_of(text.transforms, [&](const TransformReport& transform) {
+        return std::ranges::any_of(
+            transform.expressions,
+            [&](const TransformReport::Expression& expression) { return fits(expression.xpath); });
+    });
+}
+
 // XPath 1.0, 2: a path that begins with a slash begins at the root, wherever the expression is
 // asked, so that one such element anywhere leaves no node at all.
 bool asksFromRoot(const ReferenceText& text) {
-    return std::ranges::any_of(text.transforms, [](const TransformReport& transform) {
-        return std::ranges::any_of(
-            transform.expressions, [](const TransformReport::Expression& expression) {
-                return expression.xpath.find("not(//ancestor-or-self") != std::string::npos;
-            });
+    return hasExpression(text, [](const std::string& xpath) {
+        return xpath.find("not(//ancestor-or-self") != std::string::npos;
     });
+}
+
+// Expressions are known by pieces of them (xpath_shapes.h), and what else they ask for is passed
+// over. The usual one is carried out as it says, by the prefix that the signature itself has.
+bool mayAskForMore(const Selection& selection, const ReferenceText& text) {
+    const std::string_view tag = selection.signature->getTag();
+    const std::string usual = "not(ancestor-or-self::" + std::string(tag) + ")";
+    return hasExpression(text, [&](const std::string& xpath) { return xpath != usual; });
 }
 
 // XML Signature, 4.4.3.3: "" and "#id" name nodes without comments, whatever method comes then.
@@ -76,16 +91,18 @@ void noteBentReference(const VerifyQuery& query, ReferenceResult& reference) {
         reference.accommodations.add(accommodation::kEnvelopedImplied);
     }
     if (asksFromRoot(*reference.text)) {
-        reference.accommodations.add(accommodation::kXPathFromRoot);
+        reference.accommodations.add(accommodation::kXPathByShape);
     }
     if (!plain || !reference.accommodations.codes().empty()) {
         return;
     }
-    const bool comments = mayHaveKeptComments(*query.document, *reference.text);
-    if ((comments || mayDifferBy11(*query.document, reference)) &&
-        !isByRecommendation(query, reference)) {
-        reference.accommodations.add(comments ? accommodation::kCommentsKept
-                                              : accommodation::kC14n11As10);
+    const std::string_view suspect =
+        mayAskForMore(query.selection, *reference.text)         ? accommodation::kXPathByShape
+        : mayHaveKeptComments(*query.document, *reference.text) ? accommodation::kCommentsKept
+        : mayDifferBy11(*query.document, reference)             ? accommodation::kC14n11As10
+                                                                : std::string_view();
+    if (!suspect.empty() && !isByRecommendation(query, reference)) {
+        reference.accommodations.add(suspect);
     }
 }
 
