@@ -3,6 +3,7 @@
 """Keys that a KeyInfo names by RetrievalMethod (XML Signature 4.5.3): retrieval.py TOOL. The document has the signer's certificate and
 another one's; each form finds the former, the latter or nothing. Ends with "N passed, N failed", or exits with 77 without openssl."""
 
+import base64
 import json
 import pathlib
 import shutil
@@ -28,7 +29,11 @@ def certificate(key, name):
 
 signing.openssl("genrsa", "-out", "other.pem", "2048")
 mine, other = certificate("key.pem", "mine"), certificate("other.pem", "other")
+modulus = signing.openssl("rsa", "-in", "key.pem", "-noout", "-modulus").decode().strip().split("=")[1]
+modulus = base64.b64encode(bytes.fromhex(modulus)).decode()
 body = ('<d>1</d>'
+        + "".join(f'<RSAKeyValue xmlns="{DS}" Id="{name}"><Modulus>{value}</Modulus><Exponent>AQAB</Exponent></RSAKeyValue>'
+                  for name, value in (("value", modulus), ("damaged", "?")))
         + "".join(f'<k xmlns="{DS}" Id="{name}"><X509Data Id="{name}-data"><X509Certificate>{value}</X509Certificate></X509Data></k>'
                   for name, value in (("mine", mine), ("other", other)))
         + f'<raw Id="raw"> {mine[:70]}\n{mine[70:]}</raw>')
@@ -58,6 +63,9 @@ for method, found in (
         (retrieval("", inside=xpath("ancestor-or-self::ds:k[@Id='mine-data']")), "no-key"),
         (retrieval("", inside=xpath(f"{AXIS}[@Id='mine-data\"]")), "no-key"),
         (retrieval("#nowhere"), "no-key"),
+        (retrieval("#value", "RSAKeyValue"), "valid"),
+        (retrieval("#value"), "no-key"),
+        (retrieval("#damaged", "RSAKeyValue"), "no-key"),
         (retrieval("#raw", "rawX509Certificate", BASE64), "valid"),
         (retrieval("#raw", "rawX509Certificate"), "no-key"),
         (retrieval("#mine-data", inside=BASE64 * 2), "no-key")):

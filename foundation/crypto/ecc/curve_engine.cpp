@@ -3,10 +3,10 @@
 
 #include "foundation/crypto/ecc/field.h"
 #include "foundation/crypto/ecc/field_p521.h"
+#include "foundation/crypto/ecc/ifma_engine.h"
 #include "foundation/crypto/ecc/montgomery_x86_adx.h"
 #include "foundation/crypto/ecc/p256_x86_adx.h"
 #include "foundation/crypto/ecc/p384_x86_adx.h"
-#include "foundation/crypto/ecc/p521_x86_ifma.h"
 #include "foundation/crypto/ecc/secp256k1_engine.h"
 #include "foundation/crypto/ecc/secp256k1_x86_adx.h"
 #include "foundation/crypto/ecc/weierstrass_engine.h"
@@ -28,6 +28,18 @@ constexpr CurveKernel kPortable{"portable", Feature::None, engineOf<kId, Montgom
 #if defined(__x86_64__)
 template <CurveId kId, class Field, CoefficientA kA>
 constexpr CurveKernel kAdx{"adx", Feature::Bmi2 | Feature::Adx, engineOf<kId, Field, kA>};
+
+template <CurveId kId, class Lanes> const CurveEngine& ifmaEngineOf() noexcept {
+    static const Curve& curve = *findCurve(kId);
+    static const IfmaEngine<Lanes> engine(curve, typename Lanes::Field(curve.p));
+    return engine;
+}
+
+// The scalar fields of some need the instructions of "adx"; no processor has these without those.
+template <CurveId kId, class Lanes>
+constexpr CurveKernel kIfma{"ifma",
+                            Feature::Bmi2 | Feature::Adx | Feature::Avx512 | Feature::Avx512Ifma,
+                            ifmaEngineOf<kId, Lanes>};
 #endif
 
 template <class Field> const CurveEngine& secp256k1EngineOf() noexcept {
@@ -46,24 +58,17 @@ constexpr CurveKernel kP224[] = {
     kPortable<CurveId::P224, 4, kMinusThree>};
 constexpr CurveKernel kP256[] = {
 #if defined(__x86_64__)
-    kAdx<CurveId::P256, FieldP256Adx, kMinusThree>,
+    kIfma<CurveId::P256, P256Lanes>, kAdx<CurveId::P256, FieldP256Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P256, 4, kMinusThree>};
 constexpr CurveKernel kP384[] = {
 #if defined(__x86_64__)
-    kAdx<CurveId::P384, FieldP384Adx, kMinusThree>,
+    kIfma<CurveId::P384, P384Lanes>, kAdx<CurveId::P384, FieldP384Adx, kMinusThree>,
 #endif
     kPortable<CurveId::P384, 6, kMinusThree>};
-#if defined(__x86_64__)
-const CurveEngine& p521IfmaEngine() noexcept {
-    static const Curve& curve = *findCurve(CurveId::P521);
-    static const P521IfmaEngine engine(curve, FieldP521(curve.p));
-    return engine;
-}
-#endif
 constexpr CurveKernel kP521[] = {
 #if defined(__x86_64__)
-    {"ifma", Feature::Avx512 | Feature::Avx512Ifma, p521IfmaEngine},
+    kIfma<CurveId::P521, P521Lanes>,
 #endif
     {"radix58", Feature::None, engineOf<CurveId::P521, FieldP521, kMinusThree>},
     kPortable<CurveId::P521, 9, kMinusThree>};

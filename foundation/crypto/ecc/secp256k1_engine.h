@@ -24,7 +24,7 @@ public:
     bool satisfies(const CurveNumber& u1, const CurveNumber& u2, const CurveNumber& x,
                    const CurveNumber& y, const CurveNumber& r) const noexcept override {
         typename Base::KeyTable table;
-        Base::arithmetic().oddMultiples(std::span(table), Base::point(x, y));
+        Base::oddMultiples(table, Base::point(x, y));
         typename Base::KeyTable mapped = table;
         for (typename Base::Affine& p : mapped) {
             Base::arithmetic().field().multiply(p.x, p.x, m_beta);

@@ -17,14 +17,27 @@
 
 namespace vantrel::crypto {
 
+// How tables hold points: in affine coordinates of the field.
+template <class F> struct AffineTables {
+    using Entry = AffinePoint<F>;
+
+    [[nodiscard]] static const Entry& entryOf(const AffinePoint<F>& p) noexcept { return p; }
+    [[nodiscard]] static const AffinePoint<F>& pointOf(const Entry& entry) noexcept {
+        return entry;
+    }
+};
+
 // A CurveEngine over any field and shape of curve.
 //
 // Sums of multiples are computed jointly: scalars in wNAF, one chain of doublings for all of them.
 // A scalar is cut into kPieces pieces when there are tables for P, 2^L P, 2^2L P, ..; the chain is
 // then only L doublings long. A key has such tables when it is prepared, and the generator from
 // then on: a process that verifies one signature gets along with the first of them.
-template <class Field, CoefficientA kA> class WeierstrassEngine : public CurveEngine {
+template <class F, CoefficientA kA, class Tables = AffineTables<F>>
+class WeierstrassEngine : public CurveEngine {
 public:
+    using Field = F;
+    using Entry = typename Tables::Entry;
     using Arithmetic = CurveArithmetic<Field, kA>;
     using Element = typename Field::Element;
     using Affine = typename Arithmetic::Affine;
@@ -37,16 +50,16 @@ public:
     static constexpr unsigned kKeyWidth = 5;      // of a key that is used once
     static constexpr unsigned kPreparedWidth = 6; // of a prepared key
 
-    using KeyTable = std::array<Affine, wnafTableSize(kKeyWidth)>;
-    using PreparedTable = std::array<Affine, wnafTableSize(kPreparedWidth)>;
-    using GeneratorTable = std::array<Affine, wnafTableSize(kGeneratorWidth)>;
+    using KeyTable = std::array<Entry, wnafTableSize(kKeyWidth)>;
+    using PreparedTable = std::array<Entry, wnafTableSize(kPreparedWidth)>;
+    using GeneratorTable = std::array<Entry, wnafTableSize(kGeneratorWidth)>;
 
     WeierstrassEngine(const Curve& curve, const Field& field) noexcept
         : m_curve(curve), m_field(field), m_pieceBits((curve.orderBits + kPieces - 1) / kPieces),
           m_arithmetic(m_field, m_a) {
         enter(m_a, curve.a);
         enter(m_b, curve.b);
-        m_arithmetic.oddMultiples(std::span(m_generator[0]), point(curve.gx, curve.gy));
+        oddMultiples(m_generator[0], point(curve.gx, curve.gy));
     }
 
     bool isOnCurve(const CurveNumber& x, const CurveNumber& y) const noexcept override {
@@ -64,7 +77,7 @@ public:
     bool satisfies(const CurveNumber& u1, const CurveNumber& u2, const CurveNumber& x,
                    const CurveNumber& y, const CurveNumber& r) const noexcept override {
         KeyTable table;
-        m_arithmetic.oddMultiples(std::span(table), point(x, y));
+        oddMultiples(table, point(x, y));
         std::array<Term, 2> terms;
         setTerm(terms[0], m_generator[0], u1, 0, m_curve.orderBits, kGeneratorWidth);
         setTerm(terms[1], table, u2, 0, m_curve.orderBits, kKeyWidth);
@@ -100,12 +113,13 @@ protected:
 
     // One scalar in wNAF with the odd multiples of its point.
     struct Term {
-        std::span<const Affine> table;
+        std::span<const Entry> table;
         std::size_t length = 0;
         bool negate = false;
         std::array<std::int16_t, kMaxBits + 1> digits;
     };
 
+    [[nodiscard]] std::size_t orderBits() const noexcept { return m_curve.orderBits; }
     [[nodiscard]] std::size_t pieceBits() const noexcept { return m_pieceBits; }
     [[nodiscard]] const Arithmetic& arithmetic() const noexcept { return m_arithmetic; }
     // Makes the generator's tables behind the first, once.
@@ -132,13 +146,25 @@ protected:
         return p;
     }
 
+    // table[i] := (2i + 1) p
     template <std::size_t Size>
-    static void setTerm(Term& term, const std::array<Affine, Size>& table,
+    void oddMultiples(std::array<Entry, Size>& table, const Affine& p) const noexcept {
+        std::array<Affine, Size> points;
+        m_arithmetic.oddMultiples(std::span(points), p);
+        std::transform(points.begin(), points.end(), table.begin(), Tables::entryOf);
+    }
+
+    static void setDigits(Term& term, std::span<const Limb> scalar, std::size_t first,
+                          std::size_t count, unsigned width) noexcept {
+        term.length =
+            recodeWnaf(std::span(term.digits).first(count + 1), scalar, first, count, width);
+    }
+    template <std::size_t Size>
+    static void setTerm(Term& term, const std::array<Entry, Size>& table,
                         std::span<const Limb> scalar, std::size_t first, std::size_t count,
                         unsigned width) noexcept {
         term.table = table;
-        term.length =
-            recodeWnaf(std::span(term.digits).first(count + 1), scalar, first, count, width);
+        setDigits(term, scalar, first, count, width);
     }
 
     // The sum of all terms.
@@ -146,12 +172,14 @@ protected:
         Jacobian result{};
         walk(
             terms, [&] { m_arithmetic.doubleInPlace(result); },
-            [&](const Affine& p, bool negate) { m_arithmetic.addInPlace(result, p, negate); });
+            [&](const Term& term, std::size_t index, bool negate) {
+                m_arithmetic.addInPlace(result, Tables::pointOf(term.table[index]), negate);
+            });
         return result;
     }
 
-    // The steps of it in their order: `add` adds a point or its negative, `twice` doubles what has
-    // been added up, and is not called before the first `add`.
+    // The steps of it in their order: `add` adds a point of a term's table or its negative, `twice`
+    // doubles what has been added up, and is not called before the first `add`.
     template <class Twice, class Add>
     static void walk(std::span<const Term> terms, const Twice& twice, const Add& add) noexcept {
         std::size_t length = 0;
@@ -166,7 +194,7 @@ protected:
                 const int digit = i < term.length ? term.digits[i] : 0;
                 if (digit != 0) {
                     const std::size_t index = static_cast<std::size_t>(digit < 0 ? -digit : digit);
-                    add(term.table[index / 2], (digit < 0) != term.negate);
+                    add(term, index / 2, (digit < 0) != term.negate);
                 }
             }
         }
@@ -205,7 +233,7 @@ private:
         Affine p = base;
         for (std::size_t i = 0; i < tables.size(); ++i) {
             if (i >= first) {
-                m_arithmetic.oddMultiples(std::span(tables[i]), p);
+                oddMultiples(tables[i], p);
             }
             if (i + 1 < tables.size()) {
                 Jacobian q{p.x, p.y, m_field.one()};

@@ -2,8 +2,8 @@
 #include "foundation/crypto/ecc/EccVerifier.h"
 #include "foundation/crypto/ecc/curve_engine.h"
 #include "foundation/crypto/ecc/endomorphism.h"
+#include "foundation/crypto/ecc/ifma_fields.h"
 #include "foundation/crypto/ecc/p384_x86_adx.h"
-#include "foundation/crypto/ecc/p521_x86_ifma.h"
 #include "foundation/crypto/ecc/point_decoding.h"
 #include "foundation/crypto/ecc/wnaf.h"
 #include "foundation/text/LogBase.h"
@@ -127,16 +127,30 @@ TEST(FieldP384Adx, AgreesWithTheFieldOfAnyPrime) {
 
 // Beside the formulas of any curve, step by step, over points with x near zero and near p: their
 // digits are nearly all zeros or ones.
-TEST(P521IfmaSum, AgreesWithTheFormulasOfAnyCurve) {
+template <class L, CurveId kId> struct IfmaCase {
+    using Lanes = L;
+    using Sum = IfmaSum<Lanes>;
+    using Field = typename Lanes::Field;
+    static const Curve& curve() { return *findCurve(kId); }
+};
+template <class Case> class IfmaSums : public testing::Test {};
+using IfmaCases =
+    testing::Types<IfmaCase<P256Lanes, CurveId::P256>, IfmaCase<P384Lanes, CurveId::P384>,
+                   IfmaCase<P521Lanes, CurveId::P521>>;
+TYPED_TEST_SUITE(IfmaSums, IfmaCases);
+
+TYPED_TEST(IfmaSums, AgreeWithTheFormulasOfAnyCurve) {
     if (!cpu::supports(cpu::Feature::Avx512 | cpu::Feature::Avx512Ifma)) {
         GTEST_SKIP() << "no AVX-512 IFMA";
     }
-    using Field = FieldP521;
-    const Curve& curve = *findCurve(CurveId::P521);
+    using Field = typename TypeParam::Field;
+    using Sum = typename TypeParam::Sum;
+    using Affine = AffinePoint<Field>;
+    const Curve& curve = TypeParam::curve();
     const Field field(curve.p);
-    const Field::Element a{};
+    const typename Field::Element a{};
     const CurveArithmetic<Field, CoefficientA::MinusThree> plain(field, a);
-    std::vector<AffinePoint<Field>> points;
+    std::vector<Affine> points;
     for (Limb i = 0; i < 80; ++i) {
         CurveNumber x = curve.p;
         x[0] -= i;
@@ -146,8 +160,8 @@ TEST(P521IfmaSum, AgreesWithTheFormulasOfAnyCurve) {
         CurveNumber y;
         std::string_view whyNot;
         if (decodePoint(curve, encoded, x, y, whyNot)) {
-            Field::Element plainX;
-            Field::Element plainY;
+            typename Field::Element plainX;
+            typename Field::Element plainY;
             std::copy_n(x.begin(), Field::kLimbs, plainX.begin());
             std::copy_n(y.begin(), Field::kLimbs, plainY.begin());
             Field::enter(points.emplace_back().x, plainX);
@@ -155,30 +169,53 @@ TEST(P521IfmaSum, AgreesWithTheFormulasOfAnyCurve) {
         }
     }
     ASSERT_GT(points.size(), 20U);
+    const auto entry = [](const Affine& p) { return TypeParam::Lanes::entryOf(p); };
+    const auto expectEqual = [&](const Affine& p, const Affine& q, int where) {
+        EXPECT_TRUE(Field::equal(p.x, q.x) && Field::equal(p.y, q.y)) << where;
+    };
+    // Multiples whose Z is not one
+    std::array<typename Sum::Multiple, 8> multiples;
+    std::array<Affine, 8> expectedMultiples;
+    Sum::oddMultiples(multiples, entry(points[2]));
+    plain.oddMultiples(std::span(expectedMultiples), points[2]);
     RandomBytes random(5);
-    P521IfmaSum own(points[0], false);
-    JacobianPoint<Field> expected{points[0].x, points[0].y, Field::one()};
+    Sum own;
+    JacobianPoint<Field> expected{};
     for (int round = 0; round < 5000; ++round) {
-        if (random.below(2) == 0) {
-            own.twice();
-            plain.doubleInPlace(expected);
-        } else {
-            const AffinePoint<Field>& q = points[random.below(points.size())];
-            const bool negate = random.below(2) == 0;
-            own.add(q, negate);
-            plain.addInPlace(expected, q, negate);
+        const bool negate = random.below(2) == 0;
+        const std::size_t index = random.below(points.size());
+        if (round % 50 == 0) {
+            expected = {};
+        } else if (round % 50 == 1 || random.below(2) == 0) { // equal points are not added
+            const std::size_t times = 1 + random.below(3);
+            own.twice(times);
+            for (std::size_t i = 0; i < times; ++i) {
+                plain.doubleInPlace(expected);
+            }
+            continue;
         }
-        const AffinePoint<Field> sum = plain.affine(own.value());
-        const AffinePoint<Field> right = plain.affine(expected);
-        ASSERT_TRUE(Field::equal(sum.x, right.x) && Field::equal(sum.y, right.y)) << round;
+        if (random.below(2) == 0) {
+            round % 50 == 0 ? own.start(entry(points[index]), negate)
+                            : own.add(entry(points[index]), negate);
+            plain.addInPlace(expected, points[index], negate);
+        } else {
+            round % 50 == 0 ? own.start(multiples[index % 8], negate)
+                            : own.add(multiples[index % 8], negate);
+            plain.addInPlace(expected, expectedMultiples[index % 8], negate);
+        }
+        expectEqual(plain.affine(own.value()), plain.affine(expected), round);
+        expectEqual(TypeParam::Lanes::pointOf(entry(points[index])), points[index], round);
     }
     // What the formula for additions does not hold for.
     for (const bool negate : {false, true}) {
-        P521IfmaSum sum(points[1], false);
-        sum.add(points[1], negate);
-        sum.twice();
-        sum.add(points[2], negate);
-        EXPECT_TRUE(Field::isZero(sum.value().z));
+        for (const bool ofTable : {false, true}) {
+            own.start(entry(points[2]), false);
+            ofTable ? own.add(multiples[0], negate) : own.add(entry(points[2]), negate);
+            own.twice();
+            own.add(entry(points[3]), negate);
+            own.add(multiples[3], negate);
+            EXPECT_TRUE(Field::isZero(own.value().z));
+        }
     }
 }
 #endif

@@ -61,6 +61,7 @@ TEST(PreparedNames, SpellingsOfOneName) {
     // Marks below and above do not touch each other, so their order says nothing; two above do.
     EXPECT_EQ(prepared("a\u0323\u0302"), prepared("\u1EAD"));
     EXPECT_EQ(prepared("a\u0302\u0323"), prepared("\u1EAD"));
+    EXPECT_EQ(prepared("a\u036F\u0323"), prepared("a\u0323\u036F"));
     EXPECT_NE(prepared("a\u0301\u0302"), prepared("a\u0302\u0301"));
     for (const char* const no : {"\uE000", "\uFFFD", "\xC3", "\xED\xA0\x80", "\uFDD0"}) {
         EXPECT_EQ(prepared(no), "(none)");
