@@ -1507,6 +1507,9 @@ def bent_readings():
     for name, expression, code in (("signature", own, ""), ("no-more", f"{own} and true()", ""),
                                    ("more", f"{own} and not(self::a)", "xpath.by-shape")):
         case(f"bent/xpath-{name}", enveloped("<r><a>1</a>@</r>", xpath(expression), INC, prefix="ds:"), runs(code))
+    for name, more, code in (("signature", "", ""), ("more", '<XPath Filter="subtract">/r/a</XPath>', "xpath.by-shape")):
+        subtracted = xpath("/descendant::ds:Signature", FILTER2, ' Filter="subtract"', more)
+        case(f"bent/filter2-{name}", enveloped("<r><a>1</a>@</r>", subtracted, INC, prefix="ds:"), runs(code))
     for bits, code in ((128, "hmac.length-ignored"), (256, "")):
         case(f"bent/whole-hmac-{bits}", enveloped("<r><a>1</a>@</r>", ENVELOPED, INC, method=MORE + "hmac-sha256", key="hmac",
                                                   inner=f"<HMACOutputLength>{bits}</HMACOutputLength>"), runs(code, "hmac"))

@@ -31,29 +31,32 @@ bool leftSignatureOutUnasked(const ReferenceResult& reference) {
            });
 }
 
-bool hasExpression(const ReferenceText& text,
-                   const std::function<bool(const std::string& xpath)>& fits) {
+using Expression = TransformReport::Expression;
+
+bool hasExpression(const ReferenceText& text, const std::function<bool(const Expression&)>& fits) {
     return std::ranges::any_of(text.transforms, [&](const TransformReport& transform) {
-        return std::ranges::any_of(
-            transform.expressions,
-            [&](const TransformReport::Expression& expression) { return fits(expression.xpath); });
+        return std::ranges::any_of(transform.expressions, fits);
     });
 }
 
 // XPath 1.0, 2: a path that begins with a slash begins at the root, wherever the expression is
 // asked, so that one such element anywhere leaves no node at all.
 bool asksFromRoot(const ReferenceText& text) {
-    return hasExpression(text, [](const std::string& xpath) {
-        return xpath.find("not(//ancestor-or-self") != std::string::npos;
+    return hasExpression(text, [](const Expression& expression) {
+        return expression.xpath.find("not(//ancestor-or-self") != std::string::npos;
     });
 }
 
 // Expressions are known by pieces of them (xpath_shapes.h), and what else they ask for is passed
-// over. The usual one is carried out as it says, by the prefix that the signature itself has.
+// over. The usual ones are carried out as they say, by the prefix that the signature itself has.
 bool mayAskForMore(const Selection& selection, const ReferenceText& text) {
-    const std::string_view tag = selection.signature->getTag();
-    const std::string usual = "not(ancestor-or-self::" + std::string(tag) + ")";
-    return hasExpression(text, [&](const std::string& xpath) { return xpath != usual; });
+    const std::string tag(selection.signature->getTag());
+    const std::string usual = "not(ancestor-or-self::" + tag + ")";
+    const std::string usualFilter = "/descendant::" + tag;
+    return hasExpression(text, [&](const Expression& expression) {
+        return !(expression.filter.empty() && expression.xpath == usual) &&
+               !(expression.filter == "subtract" && expression.xpath == usualFilter);
+    });
 }
 
 // XML Signature, 4.4.3.3: "" and "#id" name nodes without comments, whatever method comes then.
