@@ -15,8 +15,10 @@ struct P384Lanes::Steps {
     using Number = Quad<kDigits>;
 
     // x * y / R below 1.01 p, in digits below 2^57: a column sums up to 15 halves of products and
-    // what the rows of the reduction add, which may be negative.
-    VANTREL_IFMA_STEP Number multiply(const Number& x, const Number& y) noexcept {
+    // what the rows of the reduction add, which may be negative. A function of its own: in seven
+    // copies it would take more than the caches of instructions hold.
+    VANTREL_IFMA __attribute__((noinline)) static Number multiply(const Number& x,
+                                                                  const Number& y) noexcept {
         const __m256i mask = all(kWordMask);
         __m256i low[2 * kDigits];
         __m256i high[2 * kDigits];

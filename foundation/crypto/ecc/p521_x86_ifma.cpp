@@ -15,7 +15,8 @@ struct P521Lanes::Steps {
 
     // x * y. Digits of x and y are below 2^52, and of each pair of lanes the products of two below
     // 2^99, so that no sum of a column exceeds 64 bits: 11 * (2^52 + 2^4 * 2^47) * (2^7 + 1).
-    VANTREL_IFMA_STEP Number multiply(const Number& x, const Number& y) noexcept {
+    VANTREL_IFMA __attribute__((noinline)) static Number multiply(const Number& x,
+                                                                  const Number& y) noexcept {
         const __m256i zero = _mm256_setzero_si256();
         Number sum;
         // The high halves of the last column, and of that eleven above; they belong one column up.
