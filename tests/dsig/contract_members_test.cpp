@@ -9,6 +9,7 @@
 #include "foundation/io/ClsHttp.h"
 #include "foundation/x509/ClsXmlCertVault.h"
 #include "foundation/x509/keys/ClsPublicKey.h"
+#include "foundation/xml/tree/ClsXml.h"
 #include "tests/dsig/document_case.h"
 #include "tests/dsig/test_access.h"
 #include "tests/support/bytes.h"

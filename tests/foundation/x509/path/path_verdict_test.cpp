@@ -2,6 +2,8 @@
 // One small authority, and what is said of each thing that can be wrong with a path. The suites of
 // the corpus tell whether a path holds; here it is why not, and about which certificate.
 
+#include "foundation/asn1/der_reader.h"
+#include "foundation/asn1/der_writer.h"
 #include "foundation/json/json_writer.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/x509/path/path_report.h"
