@@ -225,6 +225,7 @@ def check_others():
     widget = [("config.xml", b'<widget xmlns="http://www.w3.org/ns/widgets"/>'), ("images/a.png", b"png")]
     author = signature(*(ref(n.replace("/", "%2F"), c) for n, c in widget))
     expect("widget", widget + [("author-signature.xml", author)], "valid", kind="widget")
+    expect("widget, distributor", widget + [("signature12.xml", author)], "valid", kind="widget")
     expect("widget, later file", widget + [("author-signature.xml", author), ("signature01.xml", author)], "valid",
            kind="widget", missing=["signature01.xml"])
     expect("any archive", [("a", b"1"), ("signature.xml", signature(ref("a", b"1")))], "valid", kind="zip")
