@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 // What a canonicalization algorithm identifier asks for. Identifiers are recognised by a part of
@@ -28,13 +29,20 @@ inline bool namesExclusive(const StringBuffer& algorithm) {
     return algorithm.containsSubstring("xml-exc-c14n");
 }
 
+// "WithComments" is looked for in any letter case. The usual identifiers are known not to hold it.
+inline bool namesComments(const StringBuffer& algorithm) {
+    constexpr std::string_view kUsual[] = {"http://www.w3.org/2001/10/xml-exc-c14n#",
+                                           "http://www.w3.org/TR/2001/REC-xml-c14n-20010315"};
+    return algorithm.view() != kUsual[0] && algorithm.view() != kUsual[1] &&
+           algorithm.containsSubstringNoCase("WithComments");
+}
+
 // Method and comments from the identifier of a transform; whatever is not exclusive is inclusive.
 // An identifier without either name therefore selects Canonical XML 1.0, the method that XML
-// Signature 1.1, 4.4.3.2 prescribes where none is written. "WithComments" is looked for in any
-// letter case.
+// Signature 1.1, 4.4.3.2 prescribes where none is written.
 inline void selectTransformMethod(const StringBuffer& algorithm, XmlCanon& canonicalizer) {
     canonicalizer.m_method = namesExclusive(algorithm) ? kExclusive : kInclusive;
-    canonicalizer.m_withComments = algorithm.containsSubstringNoCase("WithComments");
+    canonicalizer.m_withComments = namesComments(algorithm);
 }
 
 // What a canonicalization transform asks for.

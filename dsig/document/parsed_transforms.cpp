@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/document/parsed_transforms.h"
 
-#include "dsig/document/child_elements.h"
+#include "foundation/xml/tree/element_text.h"
+#include "foundation/xml/tree/tag_pattern.h"
 
 #include <string_view>
 #include <utility>
@@ -60,20 +61,29 @@ TransformKind transformKind(const StringBuffer& algorithm) {
 
 ParsedTransforms readTransforms(Ref<ClsXml> list, std::uint64_t most) {
     ParsedTransforms read;
-    const std::vector<xml::ElementId> children = childElements(*list);
-    read.count = children.size();
     read.list = std::move(list);
+    const xml::XmlDocument& document = *read.list->document();
+    const xml::ElementId parent = read.list->elementId();
+    for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
+         child = document.nextChild(parent, child)) {
+        ++read.count;
+    }
     if (read.count > most) {
         return read;
     }
     read.steps.reserve(read.count);
-    for (const xml::ElementId child : children) {
+    for (xml::ElementId child = document.firstChild(parent); child != xml::kNoElement;
+         child = document.nextChild(parent, child)) {
         ParsedTransform step;
-        step.element = handleOn(*read.list, child);
-        step.element->getAttrValue("Algorithm", step.algorithm);
+        step.element = child;
+        static_cast<void>(
+            xml::attributeValue(document, child, xml::NamePattern("Algorithm"), step.algorithm));
         step.kind = transformKind(step.algorithm);
         if (step.kind == TransformKind::Canonicalization) {
-            step.canonicalization = chosenCanonicalization(step.algorithm, step.element.get());
+            // Mostly there is nothing in it to read.
+            const bool isEmpty = document.firstChild(child) == xml::kNoElement;
+            const Ref<ClsXml> element = isEmpty ? Ref<ClsXml>() : read.elementOf(step);
+            step.canonicalization = chosenCanonicalization(step.algorithm, element.get());
         }
         read.steps.push_back(std::move(step));
     }

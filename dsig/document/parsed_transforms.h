@@ -3,6 +3,7 @@
 #define DSIG_DOCUMENT_PARSED_TRANSFORMS_H
 
 #include "dsig/document/canonicalization_method.h"
+#include "dsig/document/child_elements.h"
 #include "foundation/text/RefCountedObject.h"
 #include "foundation/text/StringBuffer.h"
 #include "foundation/xml/tree/ClsXml.h"
@@ -23,8 +24,8 @@ enum class TransformKind : std::uint8_t {
 };
 
 struct ParsedTransform {
-    Ref<ClsXml> element;
-    StringBuffer algorithm; // as written; empty for none
+    xml::ElementId element = xml::kNoElement; // of the list's document
+    StringBuffer algorithm;                   // as written; empty for none
     TransformKind kind;
     CanonicalizationChoice canonicalization; // of that kind; unset for the others
 };
@@ -35,6 +36,10 @@ struct ParsedTransforms {
     std::size_t count = 0;              // of its child elements, whatever their names
     std::vector<ParsedTransform> steps; // all of them; none where they are too many
 
+    // The element of one of the steps.
+    [[nodiscard]] Ref<ClsXml> elementOf(const ParsedTransform& step) const {
+        return handleOn(*list, step.element);
+    }
     [[nodiscard]] bool isRead() const noexcept { return list && steps.size() == count; }
 };
 

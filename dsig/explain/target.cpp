@@ -105,8 +105,8 @@ bool takeSteps(Document& document, const Selection& selection, const DSigReferen
     return transforms != nullptr && transforms->isRead() &&
            std::all_of(transforms->steps.begin(), transforms->steps.end(),
                        [&](const ParsedTransform& step) {
-                           return takeStep(*step.element, selection, reference, rules, text,
-                                           target);
+                           return takeStep(*transforms->elementOf(step), selection, reference,
+                                           rules, text, target);
                        });
 }
 

@@ -275,7 +275,7 @@ private:
     dsig::Document* document();
     [[nodiscard]] dsig::Selection selection();
     void setZatca(const StringBuffer& options, LogBase& log);
-    void beginReport();
+    void beginReport(const dsig::Selection& selected);
     void finishReport();
     void completeReport();
     // Judges the last verification, once. False without a policy.

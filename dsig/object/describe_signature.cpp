@@ -122,7 +122,8 @@ bool ClsXmlDSig::DescribeSignature(XString& outJson) {
             m_log.LogError("No signature is selected.");
             return false;
         }
-        dsig::SignatureReport report = dsig::startReport(document(), selection(), rules());
+        dsig::SignatureReport report;
+        dsig::startReport(document(), selection(), rules(), report);
         dsig::describeMethods(selection(), report);
         dsig::DocumentNames names(structure().paths);
         JsonWriter out(outJson.getUtf8Sb_rw(), m_state->limits.reportOctets);

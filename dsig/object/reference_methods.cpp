@@ -54,7 +54,7 @@ bool ClsXmlDSig::SetRefDataBd(int index, ClsBinData& bd) {
 
 bool ClsXmlDSig::VerifyReferenceDigest(int index) {
     return MethodFrame::run(*this, "VerifyReferenceDigest", [&](MethodFrame& frame) {
-        beginReport();
+        beginReport(selection());
         keepRules(logRulesByOptions(m_log));
         ExtPtrArraySb dirs;
         dsig::splitDirs(m_externalRefDirs, dirs);

@@ -19,10 +19,10 @@
 
 namespace vantrel {
 
-void ClsXmlDSig::beginReport() {
+void ClsXmlDSig::beginReport(const dsig::Selection& selected) {
     // Stands in the log until the next operation forgets it, and the report with it.
     m_log.setLastJsonData(StringBuffer("{}"));
-    m_state->report = dsig::startReport(document(), selection(), rules());
+    dsig::startReport(document(), selected, rules(), m_state->report);
     m_state->report.part = m_state->part;
     m_state->report.firstIndex = m_state->firstIndex;
     m_state->acceptance.reset();

@@ -11,10 +11,10 @@ namespace vantrel {
 
 bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
     return MethodFrame::run(*this, "VerifySignature", [&](MethodFrame& frame) {
-        beginReport();
+        const dsig::Selection selected = selection();
+        beginReport(selected);
         dsig::SignatureReport& report = m_state->report;
         report.valueWanted = true;
-        const dsig::Selection selected = selection();
         if (!verifyReferenceDigests) {
             // What the references name is still described, so that the coverage can be warned of;
             // whether their digests match stays open.

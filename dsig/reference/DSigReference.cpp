@@ -32,6 +32,9 @@ constexpr DigestName kDigestNames[] = {
     {"md5", kHashMd5},       {"ripemd160", kHashRipemd160}, {"sha1", kHashSha1},
 };
 
+// Known without a search.
+constexpr std::string_view kUsualDigest = "http://www.w3.org/2001/04/xmlenc#sha256";
+
 void putText(StringBuffer& out, std::string_view text) {
     if (!out.setView(text)) {
         throw std::bad_alloc();
@@ -177,6 +180,10 @@ void DSigReference::logReference(LogBase& log) const {
 int DSigReference::namedHash() const {
     if (!m_digestMethod.sharesStorageWith(m_named.method)) {
         m_named = {m_digestMethod, kHashNone};
+        if (m_digestMethod.view() == kUsualDigest) {
+            m_named.hashAlg = kHashSha256;
+            return m_named.hashAlg;
+        }
         for (const DigestName& known : kDigestNames) {
             if (m_digestMethod.containsSubstringNoCase(known.name)) {
                 m_named.hashAlg = known.hashAlg;

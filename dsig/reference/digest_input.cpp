@@ -61,7 +61,7 @@ private:
         }
         const std::vector<ParsedTransform>& steps = transforms->steps;
         for (const ParsedTransform& step : steps) {
-            const RefReason outcome = runOne(step, &step == &steps.back());
+            const RefReason outcome = runOne(*transforms, step, &step == &steps.back());
             if (outcome != RefReason::Match) {
                 return outcome;
             }
@@ -85,10 +85,10 @@ private:
         return canonicalize({.prefixList = {}}, m_input.base64Pending ? nullptr : m_sink);
     }
 
-    RefReason runOne(const ParsedTransform& transform, bool isLast) {
+    RefReason runOne(const ParsedTransforms& all, const ParsedTransform& transform, bool isLast) {
         m_log.LogDataSb("transformAlgorithm", transform.algorithm);
         switch (transform.kind) {
-        case TransformKind::XPath: return runXPath(*transform.element, transform.algorithm);
+        case TransformKind::XPath: return runXPath(*all.elementOf(transform), transform.algorithm);
         case TransformKind::EnvelopedSignature:
             m_envelopedSeen = true;
             return removeSignature() ? RefReason::Match : RefReason::TransformFailed;

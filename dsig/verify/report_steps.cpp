@@ -6,15 +6,22 @@
 #include "dsig/reference/internal_reference.h"
 #include "dsig/reference/reference_target.h"
 
+#include <memory>
+#include <type_traits>
+
 namespace vantrel::dsig {
 
-SignatureReport startReport(Document* document, const Selection& selection, const Rules& rules) {
-    SignatureReport report;
+void startReport(Document* document, const Selection& selection, const Rules& rules,
+                 SignatureReport& report) {
+    // Taking the members of a new one over would cost twice as much.
+    static_assert(std::is_nothrow_default_constructible_v<SignatureReport>);
+    std::destroy_at(&report);
+    std::construct_at(&report);
     report.present = true;
     report.profile = rules.profileName;
     report.index = selection.index;
     if (document == nullptr || selection.signature == nullptr) {
-        return report;
+        return;
     }
     // What makes other readers of the same document see another one.
     if (document->encodingMismatch) {
@@ -31,7 +38,6 @@ SignatureReport startReport(Document* document, const Selection& selection, cons
     if (document->timeStamps.within(*document->structure, report.signatureElement)) {
         report.timestamp = "not-checked";
     }
-    return report;
 }
 
 void describeMethods(const Selection& selection, SignatureReport& report) {

@@ -11,11 +11,11 @@
 
 namespace vantrel::dsig {
 
-// The report of an operation on the selected signature, with what stands in the document;
+// `report` := that of an operation on the selected signature, with what stands in the document;
 // `document` is null when there is none. The work of an earlier verification of the signature is
 // given back.
-[[nodiscard]] SignatureReport startReport(Document* document, const Selection& selection,
-                                          const Rules& rules);
+void startReport(Document* document, const Selection& selection, const Rules& rules,
+                 SignatureReport& report);
 // The methods of a signature as written; what is missing leaves its field empty, and the
 // verification has its error line.
 void describeMethods(const Selection& selection, SignatureReport& report);

@@ -44,7 +44,7 @@ bool configure(const Selection& selection, const Rules& rules, StringBuffer& alg
             leniencies.add(accommodation::kUnknownInclusive);
         }
     }
-    canonicalizer.m_withComments = algorithm.containsSubstringNoCase("WithComments");
+    canonicalizer.m_withComments = namesComments(algorithm);
     configureAttrSort(canonicalizer, rules, log);
     // Signers of this profile left the namespaces of its ancestors out of SignedInfo.
     if (rules.skXmlSignedDoc) {

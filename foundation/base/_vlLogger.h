@@ -72,9 +72,10 @@ private:
         return false;
     }
     void endText() noexcept;
-    // Writes an entry at once; false, and nothing is written, where the text has no room for it or
-    // the value is not to stand as it is. Nearly all entries are written this way.
-    [[nodiscard]] bool putAtOnce(std::string_view key, std::string_view mark,
+    // Writes an entry at once, with so much of ": " behind the key; false, and nothing is written,
+    // where the text has no room for it or the value is not to stand as it is. Nearly all entries
+    // are written this way.
+    [[nodiscard]] bool putAtOnce(std::string_view key, std::size_t markSize,
                                  std::string_view value) noexcept;
     void noteLateError(std::string_view text) noexcept;
 

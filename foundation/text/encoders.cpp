@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
+#include <cstring>
 
 namespace vantrel {
 
@@ -62,41 +64,49 @@ bool decodeBase64Url(std::string_view text, DataBuffer& out) {
     return decodeBase64(standard.view(), out);
 }
 
-bool encodeBase64(ByteView bytes, std::string_view alphabet, bool padded, StringBuffer& out) {
-    SharedBytes text = out.storage();
-    const std::size_t before = text.size();
-    const std::size_t full = bytes.size() / 3 * 3;
-    const std::size_t rest = bytes.size() - full;
+std::size_t base64Size(std::size_t size, bool padded) noexcept {
+    const std::size_t rest = size % 3;
     const std::size_t tail = rest == 0 ? 0 : (padded ? 4 : rest + 1);
-    const std::size_t count = full / 3 * 4 + tail;
-    if (count > kMaxTextSize - before) {
-        return false;
-    }
-    if (count == 0) {
-        return true;
-    }
-    out.clear(); // so that the text is not shared with its old self
-    if (!text.resize(before + count)) {
-        out.setStorage(text);
-        return false;
-    }
-    char* to = text.mutableData() + before;
+    return size / 3 * 4 + tail;
+}
+
+// Writes base64Size() characters.
+void putBase64(ByteView bytes, std::string_view alphabet, bool padded, char* to) noexcept {
+    const char* const signs = alphabet.data();
+    const std::size_t rest = bytes.size() % 3;
+    const std::size_t full = bytes.size() - rest;
     for (std::size_t i = 0; i < full; i += 3) {
         const std::uint32_t group = static_cast<std::uint32_t>(bytes[i]) << 16 |
                                     static_cast<std::uint32_t>(bytes[i + 1]) << 8 | bytes[i + 2];
-        *to++ = alphabet[group >> 18];
-        *to++ = alphabet[group >> 12 & 63];
-        *to++ = alphabet[group >> 6 & 63];
-        *to++ = alphabet[group & 63];
+        const char four[] = {signs[group >> 18], signs[group >> 12 & 63], signs[group >> 6 & 63],
+                             signs[group & 63]};
+        std::memcpy(to, four, sizeof four);
+        to += sizeof four;
     }
     if (rest != 0) {
         const std::uint32_t second = rest == 2 ? bytes[full + 1] : 0;
         const std::uint32_t group = static_cast<std::uint32_t>(bytes[full]) << 16 | second << 8;
-        const char characters[] = {alphabet[group >> 18], alphabet[group >> 12 & 63],
-                                   rest == 2 ? alphabet[group >> 6 & 63] : '=', '='};
-        std::copy_n(characters, tail, to);
+        const char characters[] = {signs[group >> 18], signs[group >> 12 & 63],
+                                   rest == 2 ? signs[group >> 6 & 63] : '=', '='};
+        std::copy_n(characters, padded ? 4 : rest + 1, to);
     }
-    out.setStorage(text);
+}
+
+bool encodeBase64(ByteView bytes, std::string_view alphabet, bool padded, StringBuffer& out) {
+    if (bytes.empty()) {
+        return true;
+    }
+    const std::size_t count = base64Size(bytes.size(), padded);
+    if (count > kMaxTextSize - out.getSize() ||
+        !out.reserve(static_cast<std::uint32_t>(out.getSize() + count))) {
+        return false;
+    }
+    char* const to = out.freeRoom(count);
+    if (to == nullptr) {
+        return false;
+    }
+    putBase64(bytes, alphabet, padded, to);
+    out.takeRoom(count);
     return true;
 }
 
@@ -173,6 +183,13 @@ bool decode(std::string_view text, Encoding encoding, DataBuffer& out) {
     case Encoding::HexLower: return decodeHex(text, out);
     }
     return false;
+}
+
+std::string_view base64In(ByteView bytes, std::span<char> room) noexcept {
+    const std::size_t count = base64Size(bytes.size(), true);
+    assert(room.size() >= count);
+    putBase64(bytes, kBase64Alphabet, true, room.data());
+    return {room.data(), count};
 }
 
 bool encode(ByteView bytes, Encoding encoding, StringBuffer& out) {

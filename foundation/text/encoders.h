@@ -6,6 +6,7 @@
 #include "foundation/text/byte_view.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace vantrel {
@@ -54,6 +55,9 @@ enum class Encoding : std::uint8_t { Base64, Base64Url, Hex, HexLower };
 
 // Append the encoded bytes; false when out of memory, `out` unchanged.
 [[nodiscard]] bool encode(ByteView bytes, Encoding encoding, StringBuffer& out);
+// Base64 of a few bytes, padded, at the front of `room`, which must hold 4 characters for each 3 of
+// them.
+[[nodiscard]] std::string_view base64In(ByteView bytes, std::span<char> room) noexcept;
 
 } // namespace text
 } // namespace vantrel

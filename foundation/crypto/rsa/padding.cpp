@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 
 namespace vantrel::crypto {
@@ -34,6 +35,22 @@ void unmask(std::span<std::uint8_t> data, ByteView seed, int hashId) noexcept {
     }
 }
 
+// The number of bytes FF at the front; eight at a time, since nearly the whole block is of them.
+std::size_t fillOf(ByteView bytes) noexcept {
+    constexpr std::uint64_t kEight = ~std::uint64_t{0};
+    std::size_t fill = 0;
+    for (std::uint64_t word = kEight; bytes.size() - fill >= 8; fill += 8) {
+        std::memcpy(&word, bytes.data() + fill, 8);
+        if (word != kEight) {
+            break;
+        }
+    }
+    while (fill < bytes.size() && bytes[fill] == 0xff) {
+        ++fill;
+    }
+    return fill;
+}
+
 } // namespace
 
 PaddingVerdict checkPkcs1(ByteView block, int hashId, ByteView hash) noexcept {
@@ -41,10 +58,8 @@ PaddingVerdict checkPkcs1(ByteView block, int hashId, ByteView hash) noexcept {
         return PaddingVerdict::NoForm;
     }
     const ByteView afterType = block.subspan(2);
-    const auto fillEnd = std::find_if(afterType.begin(), afterType.end(),
-                                      [](std::uint8_t byte) { return byte != 0xff; });
-    const std::size_t fill = static_cast<std::size_t>(fillEnd - afterType.begin());
-    if (fill < kMinPkcs1Fill || fillEnd == afterType.end() || *fillEnd != 0) {
+    const std::size_t fill = fillOf(afterType);
+    if (fill < kMinPkcs1Fill || fill == afterType.size() || afterType[fill] != 0) {
         return PaddingVerdict::NoForm;
     }
     // The fill ends at the first byte that is not FF, so that comparing what follows it, to the

@@ -5,9 +5,9 @@
 #include "foundation/xml/canon/canon_output.h"
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
+#include "foundation/xml/canon/few_array.h"
 #include "foundation/xml/canon/start_tag_writer.h"
 #include "foundation/xml/canon/stop_search.h"
-#include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
 
@@ -56,8 +56,8 @@ private:
     // begins.
     std::uint32_t m_portionEnd = 0;
     std::uint32_t m_holeStart = 0;
-    GrowArray<std::uint32_t> m_open; // lengths of names whose end tags are to come
-    std::uint32_t m_stops = 0;       // since m_countedFrom
+    FewArray<std::uint32_t, 16> m_open; // lengths of names whose end tags are to come
+    std::uint32_t m_stops = 0;          // since m_countedFrom
     std::uint32_t m_countedFrom = 0;
     // Up to here there are too many stops to search for them.
     std::uint32_t m_tagByTagEnd = 0;

@@ -16,7 +16,7 @@ constexpr std::size_t kLongName = 256;
 NamespaceState::PrefixId NamespaceState::id(std::string_view prefix) {
     const PrefixId number = m_prefixes.number(prefix);
     if (number >= m_bindings.size()) {
-        m_bindings.resize(std::size_t{number} + 1);
+        m_bindings.push_back({}); // numbers are given out one by one
         bindInherited(number);
     }
     return number;
@@ -43,32 +43,37 @@ void NamespaceState::undoUpTo(std::uint32_t offset) noexcept {
     m_nextUndo = m_undo.empty() ? PrefixBinding::kNever : m_undo.back().end;
 }
 
-void NamespaceState::declare(PrefixId prefix, std::string_view name, NamespaceExtent extent) {
+void NamespaceState::declare(PrefixId prefix, std::string_view name, std::string_view written,
+                             NamespaceExtent extent) {
     remember(prefix, extent);
     PrefixBinding& binding = m_bindings[prefix];
     binding.inScope = m_names.number(name);
+    takeWritten(written, binding);
     binding.hidden = false;
     settle(prefix);
 }
 
 void NamespaceState::writeDeclaration(PrefixId prefix) {
     PrefixBinding& binding = m_bindings[prefix];
-    binding.declaration = " xmlns";
+    std::string& made = m_made[prefix];
+    made = " xmlns";
     if (prefix != kDefault) {
-        binding.declaration += ':';
-        binding.declaration += m_prefixes[prefix];
+        made += ':';
+        made += m_prefixes[prefix];
     }
-    binding.declaration += "=\"";
-    appendAttributeEscaped(m_names[binding.inScope], binding.declaration);
-    binding.declaration += '"';
-    binding.declarationOf = binding.inScope;
+    made += "=\"";
+    appendAttributeEscaped(m_names[binding.inScope], made);
+    made += '"';
+    takeWritten(made, binding);
 }
 
-void NamespaceState::inherit(PrefixId prefix, std::string_view name, bool hidden) {
+void NamespaceState::inherit(PrefixId prefix, std::string_view name, std::string_view written,
+                             bool hidden) {
     PrefixBinding& binding = m_bindings[prefix];
     if (!binding.inherited) {
         binding.inherited = true;
         binding.inScope = m_names.number(name);
+        takeWritten(written, binding);
         binding.hidden = hidden;
         settle(prefix);
     }
@@ -107,7 +112,8 @@ void NamespaceState::bindInherited(PrefixId prefix) {
     if (found == nullptr) {
         return;
     }
-    inherit(prefix, m_document->namespaceName(*found), m_inheritedHidden);
+    inherit(prefix, m_document->namespaceName(*found), m_document->canonicalDeclaration(*found),
+            m_inheritedHidden);
     if (m_inheritedWritten && !m_inheritedHidden) {
         PrefixBinding& binding = m_bindings[prefix];
         binding.rendered = binding.inScope;

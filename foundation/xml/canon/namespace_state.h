@@ -2,18 +2,18 @@
 #ifndef FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 #define FOUNDATION_XML_CANON_NAMESPACE_STATE_H
 
+#include "foundation/xml/canon/few_array.h"
 #include "foundation/xml/canon/view_table.h"
-#include "foundation/xml/scan/grow_array.h"
 #include "foundation/xml/scan/inheritance.h"
 
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 namespace vantrel::xml {
 
@@ -35,7 +35,8 @@ struct PrefixBinding {
     std::uint32_t declarationOf = kNever; // the name that `declaration` writes
     // Where what is said here is taken back next, at the earliest.
     std::uint32_t undoneAt = kNever;
-    std::string declaration; // ` xmlns:prefix="name"`, made when first needed
+    // ` xmlns:prefix="name"`: where it stands so in the text, or made when first needed.
+    std::string_view declaration;
 };
 
 // What an element that declares or renders holds for.
@@ -54,10 +55,7 @@ public:
     using PrefixId = std::uint32_t;
     static constexpr PrefixId kDefault = 0;
 
-    NamespaceState() {
-        m_bindings.reserve(kUsual); // mostly the only allocation
-        m_bindings.emplace_back();
-    }
+    NamespaceState() { m_bindings.push_back({}); }
     NamespaceState(const NamespaceState&) = delete;
     NamespaceState& operator=(const NamespaceState&) = delete;
 
@@ -103,8 +101,10 @@ public:
         return a == b ? 0 : compareDistinct(a, b);
     }
 
-    // Binds the prefix within `extent`, of the element at hand.
-    void declare(PrefixId prefix, std::string_view name, NamespaceExtent extent);
+    // Binds the prefix within `extent`, of the element at hand. `written`: the declaration as the
+    // canonical form has it, with a space before it, where it stands so in a text; else empty.
+    void declare(PrefixId prefix, std::string_view name, std::string_view written,
+                 NamespaceExtent extent);
     // Notes that the element at hand writes the binding in scope, and returns how: a namespace
     // declaration with a space before it, valid until the next call.
     [[nodiscard]] std::string_view render(PrefixId prefix, NamespaceExtent extent) {
@@ -121,7 +121,7 @@ public:
     }
     // Binds the prefix for the whole walk, from outside the apex; the first call for a prefix
     // counts.
-    void inherit(PrefixId prefix, std::string_view name, bool hidden);
+    void inherit(PrefixId prefix, std::string_view name, std::string_view written, bool hidden);
 
     // The same for everything in force at `outer`, each prefix when it is first seen. To be called
     // in place of inherit().
@@ -196,6 +196,12 @@ private:
         m_nextUndo = extent.end;
     }
     void undoUpTo(std::uint32_t offset) noexcept;
+    static void takeWritten(std::string_view written, PrefixBinding& binding) noexcept {
+        if (!written.empty()) {
+            binding.declaration = written;
+            binding.declarationOf = binding.inScope;
+        }
+    }
     void writeDeclaration(PrefixId prefix);
     void bindInherited(PrefixId prefix);
     [[nodiscard]] int compareDistinct(std::uint32_t a, std::uint32_t b);
@@ -209,8 +215,9 @@ private:
 
     ViewTable m_prefixes;
     ViewTable m_names;
-    std::vector<PrefixBinding> m_bindings; // by prefix number
-    GrowArray<Undo> m_undo;
+    FewArray<PrefixBinding, kUsual> m_bindings; // by prefix number
+    FewArray<Undo, kUsual> m_undo;
+    std::map<PrefixId, std::string> m_made; // declarations that stand otherwise in the text
     std::uint32_t m_nextUndo = PrefixBinding::kNever; // where the last of m_undo ends
     std::uint32_t m_end = PrefixBinding::kNever;
     std::array<Recent, 16> m_recent;

@@ -86,9 +86,14 @@ bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
     std::size_t bytes = 0;
     std::array<const NamespaceDecl*, kMostWalked> found; // the first `count` of them
     std::size_t count = 0;
-    for (ElementId above = m_document.parent(apex); above != kNoElement;
+    std::uint32_t behind = m_nextDeclaration;
+    for (ElementId above = m_document.parent(apex); above != kNoElement && behind != 0;
          above = m_document.parent(above)) {
-        const std::span<const NamespaceDecl> declarations = m_document.namespaceDecls(above);
+        const std::span<const NamespaceDecl> declarations =
+            m_document.namespaceDeclsBefore(above, behind);
+        if (!declarations.empty()) {
+            behind = static_cast<std::uint32_t>(declarations.data() - m_declarations.data());
+        }
         steps += 1 + declarations.size();
         if (steps > kMostWalked) {
             return false;
@@ -104,7 +109,8 @@ bool StartTagWriter::inheritByWalk(ElementId apex, bool hidden) {
     for (const NamespaceDecl* const declaration : std::span(found.data(), count)) {
         if (declaration->prefixId != kXmlPrefix) {
             const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration->prefixId));
-            m_namespaces.inherit(prefix, m_document.namespaceName(*declaration), hidden);
+            m_namespaces.inherit(prefix, m_document.namespaceName(*declaration),
+                                 m_document.canonicalDeclaration(*declaration), hidden);
         }
     }
     return true;
@@ -164,7 +170,8 @@ void StartTagWriter::declareNamespaces(std::uint32_t start) {
         const NamespaceDecl& declaration = m_declarations[m_nextDeclaration];
         if (declaration.prefixId != kXmlPrefix) {
             const PrefixId prefix = m_namespaces.id(m_document.prefixText(declaration.prefixId));
-            m_namespaces.declare(prefix, m_document.namespaceName(declaration), extentOf(start));
+            m_namespaces.declare(prefix, m_document.namespaceName(declaration),
+                                 m_document.canonicalDeclaration(declaration), extentOf(start));
             m_declared.push_back(prefix);
         }
         ++m_nextDeclaration;
@@ -180,14 +187,12 @@ void StartTagWriter::addDeclared(std::string_view elementName, std::size_t first
         return;
     }
     const std::size_t last = m_attributes.size();
-    const auto at = [this](std::size_t index) {
-        return m_attributes.begin() + static_cast<std::ptrdiff_t>(index);
-    };
+    const auto at = [this](std::size_t index) { return m_attributes.begin() + index; };
     std::sort(at(first), at(last), [](const TagAttribute& a, const TagAttribute& b) {
         return a.source.name < b.source.name;
     });
     for (const DeclaredAttribute& attribute : declared) {
-        const auto found = std::lower_bound(
+        auto* const found = std::lower_bound(
             at(first), at(last), std::string_view(attribute.name),
             [](const TagAttribute& a, std::string_view name) { return a.source.name < name; });
         if (found != at(last) && found->source.name == attribute.name) {
@@ -219,7 +224,7 @@ void StartTagWriter::inheritXmlAttributes(ElementId apex) {
         return;
     }
     if (!inheritXmlAttributesByWalk(apex)) {
-        m_attributes.resize(m_ownAttributes);
+        m_attributes.truncate(m_ownAttributes);
         inheritXmlAttributesByTable(apex);
     }
 }
@@ -250,10 +255,11 @@ bool StartTagWriter::inheritXmlAttributesByWalk(ElementId apex) {
     const auto isNoXmlAttribute = [](const TagAttribute& attribute) {
         return attribute.source.prefix() != kXmlPrefixText;
     };
-    const auto inherited = m_attributes.begin() + static_cast<std::ptrdiff_t>(m_ownAttributes);
+    TagAttribute* const inherited = m_attributes.begin() + m_ownAttributes;
     std::for_each(m_attributes.begin(), inherited, isTaken);
-    const auto kept = std::remove_if(inherited, m_attributes.end(), isNoXmlAttribute);
-    m_attributes.erase(std::remove_if(inherited, kept, isTaken), m_attributes.end());
+    TagAttribute* const kept = std::remove_if(inherited, m_attributes.end(), isNoXmlAttribute);
+    const TagAttribute* const end = std::remove_if(inherited, kept, isTaken);
+    m_attributes.truncate(static_cast<std::size_t>(end - m_attributes.begin()));
     sortFew(inherited, m_attributes.end(), [](const TagAttribute& a, const TagAttribute& b) {
         return a.source.name < b.source.name;
     });
@@ -271,7 +277,6 @@ void StartTagWriter::inheritXmlAttributesByTable(ElementId apex) {
     const InheritedXmlAttributes& inherited = m_document.inheritedXmlAttributes();
     const ElementId outer = m_document.parent(apex);
     inherited.namesAt(outer, m_ranks);
-    m_attributes.reserve(m_attributes.size() + m_ranks.size());
     for (const std::uint32_t rank : m_ranks) {
         const TypedAttribute& attribute = inherited.nearest(rank, outer);
         if (!std::binary_search(own.begin(), own.end(), attribute.source.name)) {
@@ -332,7 +337,7 @@ void StartTagWriter::putNamespacesOfApex(std::uint32_t start) {
     inherited.prefixesAt(m_outer, m_ranks);
     std::vector<std::uint32_t> known = knownRanks(inherited);
     sortDue();
-    auto due = m_due.begin();
+    const PrefixId* due = m_due.begin();
     auto nextKnown = known.begin();
     for (const std::uint32_t rank : m_ranks) {
         while (due != m_due.end() && m_namespaces.prefixText(*due) < inherited.prefix(rank)) {
@@ -345,8 +350,9 @@ void StartTagWriter::putNamespacesOfApex(std::uint32_t start) {
             putInherited(inherited, rank);
         }
     }
-    std::for_each(due, m_due.end(),
-                  [&](PrefixId prefix) { m_out.put(m_namespaces.render(prefix, extent)); });
+    for (; due != m_due.end(); ++due) {
+        m_out.put(m_namespaces.render(*due, extent));
+    }
     m_namespaces.inheritedAreWritten();
 }
 
@@ -414,7 +420,7 @@ void StartTagWriter::sortAttributes() {
 
 // Inherited attributes come sorted by local name, and so in any of the orders.
 template <class Less> void StartTagWriter::sortAttributesBy(Less less) {
-    const auto inherited = m_attributes.begin() + static_cast<std::ptrdiff_t>(m_ownAttributes);
+    TagAttribute* const inherited = m_attributes.begin() + m_ownAttributes;
     sortFew(m_attributes.begin(), inherited, less);
     if (inherited != m_attributes.end()) {
         std::inplace_merge(m_attributes.begin(), inherited, m_attributes.end(), less);

@@ -5,6 +5,7 @@
 #include "foundation/xml/canon/canon_output.h"
 #include "foundation/xml/canon/canon_window.h"
 #include "foundation/xml/canon/canonicalizer.h"
+#include "foundation/xml/canon/few_array.h"
 #include "foundation/xml/canon/namespace_state.h"
 #include "foundation/xml/scan/inheritance.h"
 #include "foundation/xml/scan/start_tag.h"
@@ -179,10 +180,10 @@ private:
     std::uint32_t m_openedName = 0;
 
     // Of the tag at hand; kept to reuse their memory.
-    std::vector<TagAttribute> m_attributes;
+    FewArray<TagAttribute, 4> m_attributes;
     std::size_t m_ownAttributes = 0; // those behind are inherited, and in order
-    std::vector<PrefixId> m_declared;
-    std::vector<PrefixId> m_due; // whose declarations it must write
+    FewArray<PrefixId, 8> m_declared;
+    FewArray<PrefixId, 8> m_due; // whose declarations it must write
     std::string m_value;
     // Of the apex.
     std::vector<std::uint32_t> m_ranks;

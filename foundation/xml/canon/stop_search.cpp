@@ -6,6 +6,10 @@
 
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace vantrel::xml {
 
 namespace {
@@ -46,7 +50,20 @@ bool mayStayInValue(const char* at) noexcept {
     return *at == '&' && (std::memcmp(at, "&amp;", 5) == 0 || canonicalAttributeReference(at) != 0);
 }
 
+// Of a tag of many attributes it may be far away.
 std::uint32_t tagStartBefore(const char* text, std::uint32_t place) noexcept {
+#if defined(__SSE2__)
+    constexpr std::uint32_t kBlock = sizeof(__m128i);
+    for (const __m128i less = _mm_set1_epi8('<'); place >= kBlock; place -= kBlock) {
+        __m128i block;
+        std::memcpy(&block, text + place - kBlock, kBlock);
+        const auto found = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, less)));
+        if (found != 0) {
+            const auto behind = static_cast<unsigned>(__builtin_clz(found)) - 16; // of 16 bits
+            return place - 1 - behind;
+        }
+    }
+#endif
     do {
         --place;
     } while (text[place] != '<');

@@ -3,16 +3,45 @@
 
 #include "foundation/xml/scan/hash_bytes.h"
 
-#include <functional>
+#include <cstddef>
+#include <cstring>
 
 namespace vantrel::xml {
+
+namespace {
+
+// Prefixes and namespace names are short, and a call to compare them costs more than they do. The
+// names of a family differ in their last bytes.
+bool isSame(std::string_view a, std::string_view b) noexcept {
+    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    if (a.size() != b.size()) {
+        return false;
+    }
+    if (a.size() < kWord) {
+        std::size_t same = 0;
+        while (same < a.size() && a[same] == b[same]) {
+            ++same;
+        }
+        return same == a.size();
+    }
+    const auto wordAt = [](std::string_view text, std::size_t at) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + at, kWord);
+        return word;
+    };
+    const std::size_t last = a.size() - kWord;
+    return wordAt(a, last) == wordAt(b, last) && wordAt(a, 0) == wordAt(b, 0) &&
+           (a.size() <= 2 * kWord || a == b);
+}
+
+} // namespace
 
 std::uint32_t ViewTable::find(std::string_view text) {
     if (!m_slots.empty()) {
         return findHashed(text);
     }
     for (std::uint32_t number = 1; number < m_views.size(); ++number) {
-        if (m_views[number] == text) {
+        if (isSame(m_views[number], text)) {
             return number;
         }
     }
@@ -26,7 +55,7 @@ std::uint32_t ViewTable::find(std::string_view text) {
 std::uint32_t ViewTable::findHashed(std::string_view text) {
     std::size_t slot = hashBytes(text) & (m_slots.size() - 1);
     while (m_slots[slot] != 0) {
-        if (m_views[m_slots[slot]] == text) {
+        if (isSame(m_views[m_slots[slot]], text)) {
             return m_slots[slot];
         }
         slot = (slot + 1) & (m_slots.size() - 1);

@@ -2,6 +2,8 @@
 #ifndef FOUNDATION_XML_CANON_VIEW_TABLE_H
 #define FOUNDATION_XML_CANON_VIEW_TABLE_H
 
+#include "foundation/xml/canon/few_array.h"
+
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -12,10 +14,7 @@ namespace vantrel::xml {
 // copied: they must outlive the table.
 class ViewTable final {
 public:
-    ViewTable() {
-        m_views.reserve(kFew + 1); // most documents need no more, and one allocation
-        m_views.emplace_back();
-    }
+    ViewTable() { m_views.push_back({}); }
 
     [[nodiscard]] std::uint32_t number(std::string_view text) {
         return text.empty() ? 0 : find(text);
@@ -35,7 +34,7 @@ private:
     [[nodiscard]] std::uint32_t findHashed(std::string_view text);
     void index();
 
-    std::vector<std::string_view> m_views;
+    FewArray<std::string_view, kFew + 1> m_views; // most documents need no more
     std::vector<std::uint32_t> m_slots; // open hash table of numbers; empty while there are few
 };
 

@@ -151,7 +151,11 @@ bool XmlSigLocate::FindXmlSigByRefDigest(const StringBuffer& digestValue, const 
     std::string packed;
     std::string_view wanted = digestValue.view();
     // Who has read the digest from a document has left it out already.
-    if (std::any_of(wanted.begin(), wanted.end(), xml::isSpace)) {
+    unsigned char lowest = 0xFF; // of all octets, which are looked at many at a time
+    for (const char c : wanted) {
+        lowest = std::min(lowest, static_cast<unsigned char>(c));
+    }
+    if (lowest <= ' ') {
         try {
             appendWithoutSpace(wanted, packed);
         } catch (const std::bad_alloc&) {

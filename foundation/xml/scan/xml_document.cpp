@@ -113,6 +113,9 @@ bool XmlDocument::sourceRange(ElementId id, TextRange& range) const noexcept {
 }
 
 std::uint32_t XmlDocument::firstNamespaceDecl(ElementId id) const noexcept {
+    if (id == 0) {
+        return 0;
+    }
     const auto* const found = std::lower_bound(
         m_namespaces.begin(), m_namespaces.end(), id,
         [](const NamespaceDecl& decl, ElementId element) { return decl.element < element; });
@@ -127,11 +130,43 @@ std::span<const NamespaceDecl> XmlDocument::namespaceDecls(ElementId id) const n
     return m_namespaces.span().subspan(first, firstNamespaceDecl(id + 1) - first);
 }
 
+std::span<const NamespaceDecl> XmlDocument::namespaceDeclsBefore(
+    ElementId id, std::uint32_t behind) const noexcept {
+    if (behind == 0 || m_namespaces[behind - 1].element < id) {
+        return {};
+    }
+    // Often it is the last one, or the first of all.
+    const bool isLast = m_namespaces[behind - 1].element == id;
+    const bool isOnly = isLast && (behind == 1 || m_namespaces[behind - 2].element != id);
+    const std::uint32_t first = isOnly ? behind - 1 : firstNamespaceDecl(id);
+    std::uint32_t end = behind;
+    if (!isLast) {
+        end = m_namespaces[first].element == id ? firstNamespaceDecl(id + 1) : first;
+    }
+    return m_namespaces.span().subspan(first, end - first);
+}
+
 std::string_view XmlDocument::namespaceName(const NamespaceDecl& decl) const noexcept {
     const std::uint32_t length = decl.valueLength & ~kSideStorage;
     return (decl.valueLength & kSideStorage) != 0
                ? std::string_view(m_side).substr(decl.valueStart, length)
                : text().substr(decl.valueStart, length);
+}
+
+// The value has nothing to escape in it, but perhaps the other quote around it.
+std::string_view XmlDocument::canonicalDeclaration(const NamespaceDecl& decl) const noexcept {
+    constexpr std::string_view kEnd = "=\"";
+    const std::size_t prefix = prefixText(decl.prefixId).size();
+    const std::size_t before = (prefix == 0 ? 6 : 7 + prefix) + kEnd.size();
+    if ((decl.valueLength & kSideStorage) != 0 || decl.valueStart < before) {
+        return {};
+    }
+    const std::string_view declaration =
+        text().substr(decl.valueStart - before, before + decl.valueLength + 1);
+    // White space before the sign would stand where the name begins.
+    const bool isUsual = declaration[0] == ' ' && declaration[1] == 'x' &&
+                         declaration.substr(before - kEnd.size(), kEnd.size()) == kEnd;
+    return isUsual ? declaration : std::string_view();
 }
 
 bool XmlDocument::lookUpNamespace(ElementId id, std::string_view prefix,

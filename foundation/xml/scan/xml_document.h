@@ -171,6 +171,10 @@ public:
     }
     // Those of one element; by binary search, and at once for a document without any on the way.
     [[nodiscard]] std::span<const NamespaceDecl> namespaceDecls(ElementId id) const noexcept;
+    // The same where those of later elements begin at index `behind`, or those of some of them: for
+    // a walk over ancestors, whose declarations stand shortly before.
+    [[nodiscard]] std::span<const NamespaceDecl> namespaceDeclsBefore(
+        ElementId id, std::uint32_t behind) const noexcept;
     // Index in namespaceDecls() of the first declaration of element `id` or of a later element.
     [[nodiscard]] std::uint32_t firstNamespaceDecl(ElementId id) const noexcept;
     // Distinct declared prefixes have ids 0, 1, ...: 0 is the default namespace (empty prefix), 1
@@ -186,6 +190,9 @@ public:
     // The namespace name, normalised: references resolved, as written otherwise. Empty for
     // xmlns="".
     [[nodiscard]] std::string_view namespaceName(const NamespaceDecl& decl) const noexcept;
+    // The declaration as a canonical form has it, with one space before it, where it stands so in
+    // text(); else empty.
+    [[nodiscard]] std::string_view canonicalDeclaration(const NamespaceDecl& decl) const noexcept;
     // The namespace name bound to `prefix` at an element; empty for no namespace. False when the
     // prefix is undeclared (which only a fragment can contain).
     [[nodiscard]] bool lookUpNamespace(ElementId id, std::string_view prefix,

@@ -197,7 +197,15 @@ TEST(Memory, RunsOutWhileCausesAreSearched) {
 
 TEST(Memory, RunsOutWhileCanonicalizing) {
     ClsXmlDSig verifier;
-    XString text(readText(sourcePath("examples/orders.xml")));
+    // More of everything than a walk has room for without an allocation.
+    std::string declarations;
+    std::string attributes;
+    for (int i = 0; i < 40; ++i) {
+        const std::string prefix = "p" + std::to_string(i);
+        declarations += " xmlns:" + prefix + "='urn:" + prefix + "'";
+        attributes += " " + prefix + ":a=''";
+    }
+    XString text("<r" + declarations + "><e" + attributes + "/></r>");
     XString expected;
     XString version("1.1");
     ASSERT_TRUE(verifier.CanonicalizeXml(text, version, true, expected));

@@ -116,6 +116,15 @@ private:
     std::size_t m_size;
 };
 
+// With its namespace declarations as the canonical form has them.
+std::string inDoubleQuotes(std::string text) {
+    constexpr std::string_view kName = "='urn:0'";
+    for (std::size_t at = 0; (at = text.find("='urn:", at)) != text.npos; at += kName.size()) {
+        text[at + 1] = text[at + kName.size() - 1] = '"';
+    }
+    return text;
+}
+
 // Any attribute declaration makes the canonicalizer take every tag apart.
 TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
     int compared = 0;
@@ -126,6 +135,7 @@ TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
                                       CanonCall{.form = "exc", .prefixes = "qq #default"}}) {
             const auto out = canonical(text, call);
             ASSERT_EQ(out, canonical(declared, call)) << text;
+            ASSERT_EQ(out, canonical(inDoubleQuotes(text), call)) << text;
             if (out) {
                 ++compared;
                 ASSERT_EQ(canonical(*out, call), out) << text;
@@ -196,7 +206,8 @@ private:
                       : "";
         m_open += "<" + tag;
         for (const auto& [name, value] : attributes) {
-            m_open += " " + name + "='" + value + "'";
+            const std::string quote = m_random.below(2) == 0 ? "'" : "\"";
+            m_open += " " + name + "=" + quote + value + quote;
         }
         m_open += ">";
         m_close.insert(0, "</" + tag + ">" + (m_close.empty() ? "" : "<x xmlns:b='urn:x'/>"));
@@ -245,6 +256,46 @@ TEST(CanonPaths, DeepElementsInheritWhatShallowOnesDo) {
     EXPECT_GT(compared, 3000); // in some, two prefixes make two attributes one
 }
 
+// A walk over ancestors finds the declarations that a look-up finds, and takes them from the text
+// only where they stand there as they are written.
+TEST(CanonPaths, DeclarationsOnTheWayUpAreThoseOfALookUp) {
+    std::size_t fromText = 0;
+    std::size_t others = 0;
+    for (std::uint64_t seed = 0; seed < 40; ++seed) {
+        xml::ParseFailure why;
+        const auto document =
+            xml::XmlDocument::parse(StringBuffer{DeepElement(seed).deep()}, {}, why);
+        if (document == nullptr) { // two prefixes may make two attributes one
+            continue;
+        }
+        const auto all = document->namespaceDecls();
+        for (xml::ElementId element = 0; element < document->elementCount(); ++element) {
+            std::uint32_t behind = document->firstNamespaceDecl(element);
+            for (auto above = document->parent(element); above != xml::kNoElement;
+                 above = document->parent(above)) {
+                const auto found = document->namespaceDeclsBefore(above, behind);
+                const auto expected = document->namespaceDecls(above);
+                ASSERT_EQ(found.size(), expected.size());
+                if (!found.empty()) {
+                    ASSERT_EQ(found.data(), expected.data());
+                    behind = static_cast<std::uint32_t>(found.data() - all.data());
+                }
+            }
+        }
+        for (const xml::NamespaceDecl& decl : all) {
+            const std::string_view written = document->canonicalDeclaration(decl);
+            ++(written.empty() ? others : fromText);
+            std::string expected = " xmlns";
+            const std::string_view prefix = document->prefixText(decl.prefixId);
+            expected.append(prefix.empty() ? "" : ":").append(prefix).append("=\"");
+            expected.append(document->namespaceName(decl)).append("\"");
+            EXPECT_TRUE(written.empty() || written == expected) << written;
+        }
+    }
+    EXPECT_GT(fromText, 100U);
+    EXPECT_GT(others, 100U);
+}
+
 TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
     xml::NamespaceState state;
     std::vector<std::string> prefixes;
@@ -267,7 +318,7 @@ TEST(NamespaceState, ManyPrefixesBindAndUnbind) {
     };
     for (std::uint32_t depth = 1; depth < 1000; ++depth) {
         const auto prefix = state.id(prefixes[depth]);
-        state.declare(prefix, depth % 2 == 0 ? "urn:even" : "urn:odd", extent(depth));
+        state.declare(prefix, depth % 2 == 0 ? "urn:even" : "urn:odd", {}, extent(depth));
         EXPECT_TRUE(isPending(depth));
         EXPECT_EQ(state.render(prefix, extent(depth)),
                   " xmlns:" + prefixes[depth] +
