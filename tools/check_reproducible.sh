@@ -6,11 +6,13 @@
 set -eu
 top=$(dirname "$(dirname "$(readlink -f "$0")")")
 [ $# -gt 0 ] || set -- xmldsig xmldsig_static vantrel
+# Once, since both builds take long and work may go on meanwhile.
+commit=$(git -C "$top" rev-parse HEAD)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 for name in one another-folder; do
     mkdir "$work/$name"
-    git -C "$top" archive HEAD | tar -x -C "$work/$name"
+    git -C "$top" archive "$commit" | tar -x -C "$work/$name"
     echo "building in $name ..."
     if ! (cd "$work/$name" && cmake --preset release -DBUILD_SHARED_LIBS=ON && cmake --build --preset release --target "$@") >"$work/$name.log" 2>&1; then
         tail -n 40 "$work/$name.log"
