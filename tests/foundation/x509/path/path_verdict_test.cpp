@@ -87,7 +87,9 @@ TEST(PathVerdict, EveryProblemHasItsCode) {
     made.issue("strict", "root", kCa + "policyConstraints=requireExplicitPolicy:0\n");
     made.issue("broken", "root", kCa + "nameConstraints=DER:3000\n");
     made.issue("ruled", "root", kCa + "certificatePolicies=1.2.3,1.2.4\n");
-    made.issue("by_ruled", "ruled", kUser + std::string("certificatePolicies=1.2.4\n"));
+    made.issue("by_ruled", "ruled",
+               kUser + std::string("certificatePolicies=1.2.4\n"
+                                   "crlDistributionPoints=URI:http://a/\n"));
     for (const char* const issuer :
          {"notca", "nosign", "short", "below", "odd", "server", "strict", "broken"}) {
         made.issue(std::string("by_") + issuer, issuer, kUser);
