@@ -351,7 +351,7 @@ def zatca():
     Reasons = 0 0
     Log = Will validate according to ZATCA rules...
     NoLog = Retry with ZATCA rules...
-    Accommodations = zatca.rules xpath.from-root
+    Accommodations = zatca.rules xpath.by-shape
 
     What = the option in lower case, loaded from bytes
     Key = k256
@@ -366,7 +366,7 @@ def zatca():
     WithoutReferences = false
     Reasons = 0 0
     Log = Retry with ZATCA rules...
-    Accommodations = zatca.auto zatca.rules xpath.from-root
+    Accommodations = zatca.auto zatca.rules xpath.by-shape
 
     What = a changed amount; the value covers the stored digest only
     Key = k256
@@ -788,8 +788,9 @@ def xpath_shapes():
         block = signature(ref("", octets, xpath(expression, algorithm, attributes, rest), INC))
         document = cac.format(left_out + kept, f"{block}\n{behind}")
         number = f"\n    Log = commonXPathOption: {option}" if option else ""
-        bent = " xpath.from-root" if "(//" in expression else ""
-        good = IMPLIED if bent or name == "filter2-extensions" else GOOD
+        # None of them declares its prefixes, and by XPath each has another meaning, or none.
+        good = GOOD if "Signature" in expression and "cac:" not in expression else IMPLIED
+        bent = "" if name == "filter2-extensions" else " xpath.by-shape"
         case(f"xpath/{name}", document, good + bent + number + runs + changed("<Sum>1 => <Sum>2"))
 
     other = signature(ref("#none", b"", value="AAAA"), id="other", value="AAAA", signed=b"")
@@ -1502,6 +1503,13 @@ def bent_readings():
         case(f"bent/c14n11-{name}", f'<r {outer}><a Id="x">1</a>{signature(ref("#x", digested, C14N11))}</r>', runs(code))
         below = signature(ref("#x", b'<a Id="x">1</a>', EXC), c14n_method=C14N11, scope=inherited)
         case(f"bent/signed-info-{name}", f'<r {outer}><a Id="x">1</a>{below}</r>', runs(code))
+    own = "not(ancestor-or-self::ds:Signature)"
+    for name, expression, code in (("signature", own, ""), ("no-more", f"{own} and true()", ""),
+                                   ("more", f"{own} and not(self::a)", "xpath.by-shape")):
+        case(f"bent/xpath-{name}", enveloped("<r><a>1</a>@</r>", xpath(expression), INC, prefix="ds:"), runs(code))
+    for name, more, code in (("signature", "", ""), ("more", '<XPath Filter="subtract">/r/a</XPath>', "xpath.by-shape")):
+        subtracted = xpath("/descendant::ds:Signature", FILTER2, ' Filter="subtract"', more)
+        case(f"bent/filter2-{name}", enveloped("<r><a>1</a>@</r>", subtracted, INC, prefix="ds:"), runs(code))
     for bits, code in ((128, "hmac.length-ignored"), (256, "")):
         case(f"bent/whole-hmac-{bits}", enveloped("<r><a>1</a>@</r>", ENVELOPED, INC, method=MORE + "hmac-sha256", key="hmac",
                                                   inner=f"<HMACOutputLength>{bits}</HMACOutputLength>"), runs(code, "hmac"))

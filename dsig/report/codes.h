@@ -55,8 +55,8 @@ inline constexpr std::string_view kC14n11As10 = "c14n.11-as-10";
 inline constexpr std::string_view kCommentsKept = "c14n.comments-kept";
 // The signature was left out of the whole document without the enveloped-signature transform.
 inline constexpr std::string_view kEnvelopedImplied = "enveloped.implied";
-// An XPath that begins at the root was taken for one that begins at each node.
-inline constexpr std::string_view kXPathFromRoot = "xpath.from-root";
+// What an XPath transform takes out was known by pieces of its expression; it asks for other nodes.
+inline constexpr std::string_view kXPathByShape = "xpath.by-shape";
 // The whole HMAC matched, though HMACOutputLength asks for another length.
 inline constexpr std::string_view kHmacLengthIgnored = "hmac.length-ignored";
 } // namespace accommodation

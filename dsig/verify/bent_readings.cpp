@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/verify/bent_readings.h"
 
-#include "dsig/document/canonicalization_method.h"
 #include "dsig/document/standards.h"
 #include "dsig/reference/recommended_reference.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/signed_octets.h"
 #include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/text/strings.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -30,32 +31,43 @@ bool leftSignatureOutUnasked(const ReferenceResult& reference) {
            });
 }
 
-// XPath 1.0, 2: a path that begins with a slash begins at the root, wherever the expression is
-// asked, so that one such element anywhere leaves no node at all.
-bool asksFromRoot(const ReferenceText& text) {
-    return std::ranges::any_of(text.transforms, [](const TransformReport& transform) {
-        return std::ranges::any_of(
-            transform.expressions, [](const TransformReport::Expression& expression) {
-                return expression.xpath.find("not(//ancestor-or-self") != std::string::npos;
-            });
+using Expression = TransformReport::Expression;
+
+bool hasExpression(const ReferenceText& text, const std::function<bool(const Expression&)>& fits) {
+    return std::ranges::any_of(text.transforms, [&](const TransformReport& transform) {
+        return std::ranges::any_of(transform.expressions, fits);
     });
 }
 
-// XML Signature, 4.4.3.3: "" and "#id" name nodes without comments, whatever method comes then. The
-// first method that leaves comments out decides.
-bool mayHaveKeptComments(const Document& document, const ReferenceText& text) {
-    bool asked = false;
-    for (const TransformReport& transform : text.transforms) {
-        const StringBuffer algorithm(transform.algorithm.c_str());
-        if (!namesInclusive(algorithm) && !namesExclusive(algorithm)) {
-            continue;
-        }
-        if (!chosenCanonicalization(algorithm, nullptr).withComments) {
-            return false;
-        }
-        asked = true;
-    }
-    return asked && document.structure->text().find("<!--") != std::string_view::npos;
+// XPath 1.0, 2: a path that begins with a slash begins at the root, wherever the expression is
+// asked, so that one such element anywhere leaves no node at all.
+bool asksFromRoot(const ReferenceText& text) {
+    return hasExpression(text, [](const Expression& expression) {
+        return expression.xpath.find("not(//ancestor-or-self") != std::string::npos;
+    });
+}
+
+// Expressions are known by pieces of them (xpath_shapes.h), and what else they ask for is passed
+// over. The usual ones are carried out as they say, by the prefix that the signature itself has.
+bool mayAskForMore(const Selection& selection, const ReferenceText& text) {
+    const std::string tag(selection.signature->getTag());
+    const std::string usual = "not(ancestor-or-self::" + tag + ")";
+    const std::string usualFilter = "/descendant::" + tag;
+    return hasExpression(text, [&](const Expression& expression) {
+        return !(expression.filter.empty() && expression.xpath == usual) &&
+               !(expression.filter == "subtract" && expression.xpath == usualFilter);
+    });
+}
+
+// XML Signature, 4.4.3.3: "" and "#id" name nodes without comments, whatever method comes then.
+bool mayHaveKeptComments(const Document& document, const ReferenceText& reference) {
+    return std::ranges::any_of(reference.transforms,
+                               [](const TransformReport& transform) {
+                                   return text::findTextNoCase(transform.algorithm,
+                                                               "WithComments") !=
+                                          std::string_view::npos;
+                               }) &&
+           document.structure->text().find("<!--") != std::string_view::npos;
 }
 
 // Canonical XML 1.1 is carried out as 1.0 is.
@@ -82,28 +94,26 @@ void noteBentReference(const VerifyQuery& query, ReferenceResult& reference) {
         reference.accommodations.add(accommodation::kEnvelopedImplied);
     }
     if (asksFromRoot(*reference.text)) {
-        reference.accommodations.add(accommodation::kXPathFromRoot);
+        reference.accommodations.add(accommodation::kXPathByShape);
     }
     if (!plain || !reference.accommodations.codes().empty()) {
         return;
     }
-    const bool comments = mayHaveKeptComments(*query.document, *reference.text);
-    if ((comments || mayDifferBy11(*query.document, reference)) &&
-        !isByRecommendation(query, reference)) {
-        reference.accommodations.add(comments ? accommodation::kCommentsKept
-                                              : accommodation::kC14n11As10);
+    const std::string_view suspect =
+        mayAskForMore(query.selection, *reference.text)         ? accommodation::kXPathByShape
+        : mayHaveKeptComments(*query.document, *reference.text) ? accommodation::kCommentsKept
+        : mayDifferBy11(*query.document, reference)             ? accommodation::kC14n11As10
+                                                                : std::string_view();
+    if (!suspect.empty() && !isByRecommendation(query, reference)) {
+        reference.accommodations.add(suspect);
     }
 }
 
 // XML Signature, 6.3.1: a code is as long as the method says, or else it is no code of the method.
 void noteWholeHmac(const VerifyQuery& query, SignatureReport& report) {
-    if (report.value != ValueCheck::Valid || report.standards.contains(standard::kHmacLength)) {
-        return;
-    }
-    LogNull log;
-    const SignatureMethod method =
-        readSignatureMethod(report.signatureMethod, nullptr, !report.givenRulesOnly, log);
-    if (method.keyType != kKeyTypeHmac) {
+    const bool isWhole = std::ranges::any_of(
+        report.keys, [](const KeyReport& key) { return key.used && key.type == "HMAC"; });
+    if (!isWhole || report.standards.contains(standard::kHmacLength)) {
         return;
     }
     const Ref<ClsXml> element =
@@ -112,6 +122,9 @@ void noteWholeHmac(const VerifyQuery& query, SignatureReport& report) {
     if (!element || !element->getChildContentUtf8("*:HMACOutputLength", length, false)) {
         return;
     }
+    LogNull log;
+    const SignatureMethod method =
+        readSignatureMethod(report.signatureMethod, nullptr, !report.givenRulesOnly, log);
     length.trim2();
     if (length.view() != std::to_string(8 * crypto::hashDigestSize(method.hashAlg))) {
         report.accommodations.add(accommodation::kHmacLengthIgnored);

@@ -115,6 +115,12 @@ for name, document, uri, transforms, octets, codes, covers, left_out, letter, op
     few = verify(text, *options, "--limit", "xpathSteps=10")
     check(f"{name}: limit", few["status"] == "valid" if name == "external" else few["references"][0]["cause"]["code"] == "limit", few)
 
+# A manifest in the signature is found in a few elements and among many.
+plain = signed("<r>SIG</r>", "", transform(ENVELOPED) + transform(EXCLUSIVE), "<r></r>")
+for count in (1, 100):
+    found = verify(plain.replace("</Signature>", "<Object>" + "<z/>" * count + "<Manifest/></Object></Signature>"))
+    check(f"manifest beside {count}", found["status"] == "valid" and "manifest-not-checked" in found["warnings"], found["warnings"])
+
 # What costs too much, or is no expression, fails with a cause, and soon.
 many = "<r>" + "<a><b/></a>" * 30_000 + "SIG</r>"
 for name, expression in (("nested", "not(" * 50_000), ("following", "count(following::*[following::*]) = 5"),

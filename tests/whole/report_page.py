@@ -112,7 +112,7 @@ def excluded_stretches(report):
         for reference in signature["references"]:
             if signature["status"] == "valid" and reference["status"] == "match" and reference["signed"]:
                 for one in reference["excluded"]:
-                    if one["why"] != "enveloped-signature":
+                    if one["why"] != "enveloped-signature" and one["path"] != signature["path"]:
                         yield one["start"], one["start"] + one["length"]
 
 

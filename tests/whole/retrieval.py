@@ -28,6 +28,7 @@ def certificate(key, name):
 
 
 signing.openssl("genrsa", "-out", "other.pem", "2048")
+signing.openssl("pkey", "-in", "other.pem", "-pubout", "-out", "other.pub")
 mine, other = certificate("key.pem", "mine"), certificate("other.pem", "other")
 modulus = signing.openssl("rsa", "-in", "key.pem", "-noout", "-modulus").decode().strip().split("=")[1]
 modulus = base64.b64encode(bytes.fromhex(modulus)).decode()
@@ -47,6 +48,11 @@ def retrieval(uri, kind="X509Data", inside=""):
 def xpath(expression):
     return (f'<Transform Algorithm="http://www.w3.org/TR/1999/REC-xpath-19991116"><XPath xmlns:ds="{DS}">{expression}</XPath>'
             "</Transform>")
+
+
+def verified(*options):
+    done = subprocess.run([sys.argv[1], "verify", "--json", *options, folder / "document.xml"], capture_output=True, check=False)
+    return json.loads(done.stdout)["signatures"][0]
 
 
 BASE64 = f'<Transform Algorithm="{DS}base64"/>'
@@ -71,9 +77,9 @@ for method, found in (
         (retrieval("#mine-data", inside=BASE64 * 2), "no-key")):
     signed = signature(ref("", f"<r>{body}</r>".encode(), ENVELOPED, EXC), key_info=f"<KeyInfo>{method}</KeyInfo>")
     (folder / "document.xml").write_text(f"<r>{body}{signed}</r>")
-    done = subprocess.run([sys.argv[1], "verify", "--json", folder / "document.xml"], capture_output=True, check=False)
-    report = json.loads(done.stdout)["signatures"][0]
+    report = verified()
     code = report["status"] if report["status"] == "valid" else report["cause"]["code"]
     check(method, code == found, (code, report["keys"]))
+    check(f"{method}, another key alone may be used", verified("--key", folder / "other.pub", "--only-key")["status"] != "valid")
 shutil.rmtree(folder)
 finish()

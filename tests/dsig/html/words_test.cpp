@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dsig/html/words.h"
 
+#include "dsig/html/escape.h"
 #include "dsig/report/codes.h"
 
 #include <set>
@@ -24,6 +25,12 @@ TEST(PageWords, EachWarningHasItsOwnSentence) {
     EXPECT_EQ(sentences.size(), std::size(warnings));
     EXPECT_FALSE(sentences.contains(""));
     EXPECT_EQ(html::sentenceOf("no-such-warning"), "");
+}
+
+TEST(PageWords, WhatCannotBeShownIsNumbered) {
+    std::string shown;
+    html::appendText("a\xFF<\x01", shown);
+    EXPECT_EQ(shown, "a<b class=\"x\">FF</b>&lt;<b class=\"x\">U+0001</b>");
 }
 
 TEST(PageWords, AlgorithmsHaveTheirLastPart) {

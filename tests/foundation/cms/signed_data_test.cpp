@@ -134,6 +134,45 @@ TEST(SignedData, EverySignerMustVerify) {
                         "exactly one signer"));
 }
 
+// The signature is over the attributes in DER's order, whatever theirs in the message, or over them
+// as they stand. What stands behind the message is no part of it.
+TEST(SignedData, AttributesInAnotherOrder) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    TestAuthority authority(openssl);
+    authority.issue("one", "", kTsaExtensions, "rsa");
+    Bytes message = authority.sign("one", "content");
+    cms::SignedData data;
+    std::string_view whyNot;
+    ASSERT_EQ(cms::parseSignedData(message, data, whyNot), cms::SignedDataVerdict::Parsed);
+    Bytes padded = message;
+    padded.insert(padded.end(), 2, 0);
+    cms::SignedData again;
+    ASSERT_EQ(cms::parseSignedData(padded, again, whyNot), cms::SignedDataVerdict::Parsed);
+    EXPECT_EQ(again.size, message.size());
+    const ByteView attributes = data.signers.at(0).signedAttributes;
+    const auto placeOf = [&message](ByteView part) {
+        return message.begin() + (part.data() - message.data());
+    };
+    const auto first = placeOf(attributes);
+    const auto second = first + 2 + first[1];
+    const auto signature = placeOf(data.signers[0].signature);
+    std::rotate(first, second, second + 2 + second[1]);
+    EXPECT_TRUE(verifyMessage(message, nullptr).verified);
+    *signature ^= 1U;
+    EXPECT_TRUE(saysWhy(verifyMessage(message, nullptr), "signature of the signed data is"));
+
+    // A SET of them, as they stand, instead of the tag that the message has.
+    Bytes asTheyStand(first - (attributes.size() < 0x80 ? 2 : 3),
+                      first + static_cast<std::ptrdiff_t>(attributes.size()));
+    asTheyStand[0] = 0x31;
+    test::writeFile(authority.file("attributes"), textOf(asTheyStand));
+    authority.run({"dgst", "-sha256", "-sign", "one.key", "-out", "value", "attributes"});
+    const Bytes value = test::readFile(authority.file("value"));
+    ASSERT_EQ(value.size(), data.signers[0].signature.size());
+    std::copy(value.begin(), value.end(), signature);
+    EXPECT_TRUE(verifyMessage(message, nullptr).verified);
+}
+
 TEST(SignedData, TokensWithFaultsAreRefused) {
     VANTREL_NEED_PROGRAM(openssl, "openssl");
     TestAuthority authority(openssl);

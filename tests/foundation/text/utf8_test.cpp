@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The validation of UTF-8, on every kernel.
 
+#include "foundation/text/utf8.h"
+
 #include "foundation/text/utf8_kernels.h"
 #include "tests/support/bytes.h"
 
@@ -52,6 +54,19 @@ TEST(Utf8, KernelsStopAtTheFirstFault) {
                 ASSERT_EQ(kernel.run(text), valid) << kernel.name << toHex(bytesOf(text));
             }
         }
+    }
+}
+
+// A byte beyond ASCII at every place, between texts that are ASCII.
+TEST(Utf8, AsciiPrefixEndsWhereAsciiDoes) {
+    for (std::size_t at = 0; at < 300; ++at) {
+        std::string text(900, 'a');
+        text[300 + at] = '\x80';
+        EXPECT_EQ(text::asciiPrefix(std::string_view(text).substr(300, 300)), at);
+        text[300 + at] = 'a';
+        text[299] = '\xC3';
+        text[600] = '\xC3';
+        EXPECT_EQ(text::asciiPrefix(std::string_view(text).substr(300, at)), at);
     }
 }
 

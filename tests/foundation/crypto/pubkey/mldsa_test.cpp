@@ -71,5 +71,32 @@ TEST(MlDsa, HintsMoveToTheNextHighPart) {
     }
 }
 
+// FIPS 204, algorithm 21, with four places and two rows.
+TEST(MlDsa, HintsHaveOneForm) {
+    const auto rowsOf = [](const char* hex) {
+        crypto::mldsa::Hints rows[2];
+        const Bytes bytes = fromHex(hex);
+        std::string out;
+        if (!crypto::mldsa::unpackHints(rows, bytes, 4)) {
+            return std::string("refused");
+        }
+        for (const crypto::mldsa::Hints& row : rows) {
+            for (std::size_t place = 0; place < row.size(); ++place) {
+                out += row.test(place) ? std::to_string(place) + " " : "";
+            }
+            out += "; ";
+        }
+        return out;
+    };
+    EXPECT_EQ(rowsOf("000000000000"), "; ; ");
+    EXPECT_EQ(rowsOf("0105FF000203"), "1 5 ; 255 ; ");
+    EXPECT_EQ(rowsOf("050102030104"), "5 ; 1 2 3 ; ");
+    // Ends that go back or lie beyond the places; places out of order or twice; more than is used.
+    for (const char* const bad : {"010203040201", "010203040405", "010203040505", "050100000202",
+                                  "010100000202", "010200000101"}) {
+        EXPECT_EQ(rowsOf(bad), "refused") << bad;
+    }
+}
+
 } // namespace
 } // namespace vantrel::test

@@ -84,6 +84,8 @@ TEST(PathVerdict, EveryProblemHasItsCode) {
     made.issue("server", "root", kCa + "extendedKeyUsage=serverAuth\n");
     made.issue("strict", "root", kCa + "policyConstraints=requireExplicitPolicy:0\n");
     made.issue("broken", "root", kCa + "nameConstraints=DER:3000\n");
+    made.issue("ruled", "root", kCa + "certificatePolicies=1.2.3,1.2.4\n");
+    made.issue("by_ruled", "ruled", kUser + std::string("certificatePolicies=1.2.4\n"));
     for (const char* const issuer :
          {"notca", "nosign", "short", "below", "odd", "server", "strict", "broken"}) {
         made.issue(std::string("by_") + issuer, issuer, kUser);
@@ -114,6 +116,13 @@ TEST(PathVerdict, EveryProblemHasItsCode) {
          "extended-key-usage server"},
         {"by_strict", "strict", "root", same, "policy by_strict"},
         {"user", "middle", "root", [](PathQuery& q) { q.explicitPolicy = true; }, "policy user"},
+        {"by_ruled", "ruled", "root", [](PathQuery& q) { q.explicitPolicy = true; }, ""},
+        {"by_ruled", "ruled", "root",
+         [](PathQuery& q) {
+             q.explicitPolicy = true;
+             q.policies = {"1.2.3"};
+         },
+         "policy by_ruled"},
         {"user", "middle", "root", [](PathQuery& q) { q.keyUsage = x509::kUsageCrlSign; },
          "key-usage user"},
         {"user", "middle", "root", [](PathQuery& q) { q.name = "dns:b.example"; },
