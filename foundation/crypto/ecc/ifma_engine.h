@@ -9,13 +9,15 @@
 
 namespace vantrel::crypto {
 
-// The engine of a curve with a = -3 that sums with the AVX-512 IFMA instructions. The multiples of
+// The engine of a curve with a = -3 that adds and doubles with the AVX-512 IFMA instructions; what
+// needs an inversion is left to the scalar field. The multiples of
 // a key that is used once keep the Z they are computed with: such a point is added as quickly as
 // one with Z = 1, which would take an inversion.
 template <class Lanes>
 class IfmaEngine final
     : public WeierstrassEngine<typename Lanes::Field, CoefficientA::MinusThree, Lanes> {
     using Base = WeierstrassEngine<typename Lanes::Field, CoefficientA::MinusThree, Lanes>;
+    using typename Base::Affine;
     using typename Base::Jacobian;
     using typename Base::Term;
     using Sum = IfmaSum<Lanes>;
@@ -40,6 +42,12 @@ public:
     }
 
 protected:
+    [[nodiscard]] Jacobian doubled(const Affine& p, std::size_t times) const noexcept override {
+        Sum running;
+        running.start(Lanes::entryOf(p), false);
+        running.twice(times);
+        return running.value();
+    }
     [[nodiscard]] Jacobian sum(std::span<const Term> terms) const noexcept override {
         Jacobian result;
         return sumUp(result, terms, {}) ? result : Base::sum(terms);

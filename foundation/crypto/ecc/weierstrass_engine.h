@@ -167,6 +167,15 @@ protected:
         setDigits(term, scalar, first, count, width);
     }
 
+    // 2^times * p
+    [[nodiscard]] virtual Jacobian doubled(const Affine& p, std::size_t times) const noexcept {
+        Jacobian result{p.x, p.y, m_field.one()};
+        for (std::size_t i = 0; i < times; ++i) {
+            m_arithmetic.doubleInPlace(result);
+        }
+        return result;
+    }
+
     // The sum of all terms.
     [[nodiscard]] virtual Jacobian sum(std::span<const Term> terms) const noexcept {
         Jacobian result{};
@@ -236,11 +245,7 @@ private:
                 oddMultiples(tables[i], p);
             }
             if (i + 1 < tables.size()) {
-                Jacobian q{p.x, p.y, m_field.one()};
-                for (std::size_t bit = 0; bit < m_pieceBits; ++bit) {
-                    m_arithmetic.doubleInPlace(q);
-                }
-                p = m_arithmetic.affine(q);
+                p = m_arithmetic.affine(doubled(p, m_pieceBits));
             }
         }
     }
