@@ -44,7 +44,7 @@ public:
                                          const PreparedKey& key,
                                          const CurveNumber& r) const noexcept = 0;
 
-    // The tables of Q = (x, y), which cost about as much as one verification; null when there is no
+    // The tables of Q = (x, y), which cost one verification and up to a half; null when there is no
     // memory for them.
     [[nodiscard]] virtual std::unique_ptr<PreparedKey> prepare(
         const CurveNumber& x, const CurveNumber& y) const noexcept = 0;
