@@ -24,6 +24,7 @@ signing.begin(folder)
 
 def certificate(key, name):
     pem = signing.openssl("req", "-x509", "-key", key, "-subj", f"/CN={name}", "-days", "9").decode()
+    (folder / f"{name}.crt").write_text(pem)
     return "".join(pem.splitlines()[1:-1])
 
 
@@ -81,5 +82,9 @@ for method, found in (
     code = report["status"] if report["status"] == "valid" else report["cause"]["code"]
     check(method, code == found, (code, report["keys"]))
     check(f"{method}, another key alone may be used", verified("--key", folder / "other.pub", "--only-key")["status"] != "valid")
+    if code == "valid" and "certificateSha256" in report["keys"][0]:
+        # Nobody but the document vouches for it, until the caller gives it as well.
+        warned = ["key-from-document" in verified(*given)["warnings"] for given in ((), ("--cert", folder / "mine.crt"))]
+        check(f"{method}, whose key it is", warned == [True, False], warned)
 shutil.rmtree(folder)
 finish()
