@@ -5,6 +5,7 @@
 
 #include "dsig/keys/key_report.h"
 #include "dsig/keys/known_to_caller.h"
+#include "dsig/keys/named_keys.h"
 #include "dsig/verify/signature_method.h"
 #include "dsig/verify/try_keys.h"
 #include "foundation/base/ClsBinData.h"
@@ -17,6 +18,8 @@
 #include "tests/support/vectors.h"
 
 #include <optional>
+#include <set>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -302,6 +305,16 @@ TEST(TryKeys, TheOutcomeSaysWhichKeyAndWhyNot) {
         EXPECT_EQ(value.log.errors.empty(), *c.error == '\0') << value.log.errors;
         EXPECT_TRUE(value.log.hasError(c.error)) << value.log.errors;
     }
+}
+
+// As they stand, and without white space around them.
+TEST(CandidateKeys, NamesOfKeys) {
+    LogNull log;
+    const Ref<ClsXml> info = Ref<ClsXml>::adopt(ClsXml::createNewCls());
+    ASSERT_TRUE(info->loadXml(StringBuffer("<k xmlns:d='u'><d:KeyName> a\n</d:KeyName><KeyName>b"
+                                           "</KeyName><KeyName> </KeyName><KeyName/></k>"),
+                              false, log));
+    EXPECT_EQ(dsig::keyNames(*info), (std::set<std::string>{" a\n", "a", "b", " "}));
 }
 
 } // namespace

@@ -67,13 +67,30 @@ std::shared_ptr<const io::RandomAccess> accessTo(ByteView bytes) {
     return std::make_shared<io::MemoryAccess>(DataBuffer(bytes));
 }
 
+// A disk that fails once, when it has been read so often.
+class FailingAccess final : public io::RandomAccess {
+public:
+    FailingAccess(ByteView bytes, int readings) : m_bytes(DataBuffer(bytes)), m_left(readings) {}
+    [[nodiscard]] std::uint64_t size() const noexcept override { return m_bytes.size(); }
+    [[nodiscard]] bool read(std::uint64_t offset,
+                            std::span<std::uint8_t> room) const noexcept override {
+        return m_left-- != 0 && m_bytes.read(offset, room);
+    }
+    [[nodiscard]] bool hasFailed() const noexcept { return m_left < 0; }
+
+private:
+    io::MemoryAccess m_bytes;
+    mutable int m_left;
+};
+
 // Opens the archive and reads every member. The first fault; empty for none. `members` := name,
 // size and sum of each.
-std::string readAll(ByteView bytes, std::string& members, const ZipLimits& limits = kAmple) {
+std::string readAll(const std::shared_ptr<const io::RandomAccess>& access, std::string& members,
+                    const ZipLimits& limits = kAmple) {
     ZipArchive archive;
     std::string fault;
     members.clear();
-    if (!archive.open(accessTo(bytes), limits, fault)) {
+    if (!archive.open(access, limits, fault)) {
         EXPECT_FALSE(fault.empty());
         return fault;
     }
@@ -89,6 +106,10 @@ std::string readAll(ByteView bytes, std::string& members, const ZipLimits& limit
         EXPECT_EQ(archive.find(member.name), &member);
     }
     return {};
+}
+
+std::string readAll(ByteView bytes, std::string& members, const ZipLimits& limits = kAmple) {
+    return readAll(accessTo(bytes), members, limits);
 }
 
 bool saysOneOf(const std::string& fault, const std::string& parts) {
@@ -170,6 +191,24 @@ TEST(ZipArchive, SoundArchivesAreRead) {
         const std::string name = c.text("Name");
         EXPECT_EQ(readAll(c.base64("Archive"), members), "") << c.where() << name;
         EXPECT_EQ(members, c.textOr("Members", "")) << c.where() << name;
+    });
+}
+
+TEST(ZipArchive, NoReadingMayFail) {
+    forEachVector("zip/archives.vec", "sound", [](VecCase& c) {
+        const Bytes archive = c.base64("Archive");
+        const std::string name = c.text("Name");
+        const std::string sound = c.textOr("Members", "");
+        for (int readings = 0;; ++readings) {
+            const auto access = std::make_shared<FailingAccess>(ByteView(archive), readings);
+            std::string members;
+            const std::string fault = readAll(access, members);
+            EXPECT_EQ(fault.empty(), !access->hasFailed()) << c.where() << readings;
+            if (!access->hasFailed()) {
+                EXPECT_EQ(members, sound) << name;
+                break;
+            }
+        }
     });
 }
 
