@@ -93,7 +93,7 @@ void failEachOf(const std::string& name, ClsXmlDSig& verifier, bool expected,
         ASSERT_EQ(operation(verifier), expected) << name << " after allocation " << n << "\n"
                                                  << logOf(verifier);
     }
-    EXPECT_GT(n, 20) << name;
+    EXPECT_GT(n, 10) << name;
     std::printf("%s: up to allocation %ld\n", name.c_str(), n);
 }
 

@@ -28,12 +28,13 @@ TEST(CpuFeatures, ALimitTakesAwayAndGivesBack) {
     EXPECT_EQ(features(), before);
 }
 
+#if defined(__x86_64__)
 // What is not found is only slower, so that no other test would miss it.
 TEST(CpuFeatures, WhatTheSystemSaysIsFound) {
     std::ifstream file("/proc/cpuinfo");
     std::string line;
-    while (std::getline(file, line) && line.find("flags") != 0 && line.find("Features") != 0) {}
-    if (!file) {
+    while (std::getline(file, line) && line.find("flags") != 0) {}
+    if (!file || std::getenv("VANTREL_CPU") != nullptr) {
         GTEST_SKIP() << "/proc/cpuinfo does not name the extensions of this processor";
     }
     line += ' ';
@@ -42,7 +43,6 @@ TEST(CpuFeatures, WhatTheSystemSaysIsFound) {
         const char* words; // of the kernel, all of which must be there
     };
     const Case cases[] = {
-#if defined(__x86_64__)
         {Feature::Sse2, "sse2"},
         {Feature::Ssse3, "ssse3"},
         {Feature::Sse41, "ssse3 sse4_1"},
@@ -54,12 +54,6 @@ TEST(CpuFeatures, WhatTheSystemSaysIsFound) {
         {Feature::Avx512, "avx512f avx512dq avx512bw avx512vl"},
         {Feature::Avx512Ifma, "avx512f avx512ifma"},
         {Feature::Avx512Vbmi, "avx512f avx512vbmi avx512_vbmi2"},
-#elif defined(__aarch64__)
-        {Feature::Neon, "asimd"},
-        {Feature::Sha, "sha1 sha2"},
-        {Feature::Sha512, "sha512"},
-        {Feature::Crc32, "crc32"},
-#endif
     };
     for (const Case& c : cases) {
         std::istringstream words(c.words);
@@ -71,6 +65,7 @@ TEST(CpuFeatures, WhatTheSystemSaysIsFound) {
         EXPECT_EQ(supports(c.feature), present) << c.words;
     }
 }
+#endif
 
 TEST(CpuFeatures, LimitTexts) {
     Feature allowed = Feature::None;
