@@ -6,6 +6,7 @@
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/canon/XmlCanon.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -45,6 +46,38 @@ bool formOfLibxml2(std::string_view text, const XmlCanon& canon, std::string& fo
     xmlFreeDoc(document);
     return size >= 0;
 }
+
+// libxml2 binds the prefixes of an entity's elements where the entity is first used, or not at all.
+bool hasPrefixesInEntities(std::string_view text) {
+    constexpr std::string_view kDeclaration = "<!ENTITY";
+    for (std::size_t at = text.find(kDeclaration); at != std::string_view::npos;
+         at = text.find(kDeclaration, at + 1)) {
+        const std::size_t open = text.find_first_of("\"'", at);
+        if (open == std::string_view::npos) {
+            return false;
+        }
+        const std::string_view value = text.substr(open, text.find(text[open], open + 1) - open);
+        // A reference may stand for either character.
+        if (value.find_first_of("<&") != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// It writes names of namespaces as they are; Canonical XML escapes them like any attribute's value.
+bool hasEscapedNamespaces(std::string_view form) {
+    constexpr std::string_view kDeclaration = " xmlns";
+    for (std::size_t at = form.find(kDeclaration); at != std::string_view::npos;
+         at = form.find(kDeclaration, at + 1)) {
+        const std::size_t open = form.find('"', at);
+        const std::size_t close = form.find('"', std::min(open, form.size() - 1) + 1);
+        if (open < close && form.substr(open, close - open).find('&') != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
 #endif
 
 } // namespace
@@ -70,7 +103,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
 #if defined(VANTREL_HAS_LIBXML2)
     std::string wanted;
-    if (formOfLibxml2(text, canon, wanted) && form.view() != wanted) {
+    if (formOfLibxml2(text, canon, wanted) && form.view() != wanted &&
+        !hasPrefixesInEntities(text) && !hasEscapedNamespaces(form.view())) {
         std::fprintf(stderr, "here:\n%.*s\nlibxml2:\n%s\n", static_cast<int>(form.view().size()),
                      form.view().data(), wanted.c_str());
         std::abort();
