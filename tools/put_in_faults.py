@@ -171,6 +171,8 @@ class Step:
 class Checkout:
     def __init__(self, folder, commit):
         self.folder, self.build = folder, folder / "build" / "faults"
+        # HEAD is this tree's, not that of the checkout from the last time.
+        commit = output_of(["git", "rev-parse", commit], TOP).strip()
         if not folder.exists():
             output_of(["git", "worktree", "add", "--detach", folder, commit], TOP)
         output_of(["git", "checkout", "--force", "--detach", commit], folder)
