@@ -166,6 +166,58 @@ template <std::size_t N> VANTREL_IFMA_STEP Quad<N> load(const IfmaPoint<N>& q) n
     return z;
 }
 
+// The steps that fields in Montgomery form have in common: digits of 52 bits, whose carries run
+// through.
+template <std::size_t kDigits> struct MontgomerySteps {
+    using Number = Quad<kDigits>;
+    using Columns = Quad<2 * kDigits>;
+
+    // x is not negative.
+    VANTREL_IFMA_STEP Number carried(const Number& x) noexcept {
+        Number z = x;
+#pragma GCC unroll 16
+        for (std::size_t i = 1; i < kDigits; ++i) {
+            const __m256i carry = _mm256_srai_epi64(z.digit[i - 1], kWordBits);
+            z.digit[i] = _mm256_add_epi64(z.digit[i], carry);
+        }
+        return z;
+    }
+    VANTREL_IFMA_STEP Number settled(const Number& x) noexcept { return x; }
+    VANTREL_IFMA_STEP Number stored(const Number& x) noexcept {
+        Number z;
+#pragma GCC unroll 16
+        for (std::size_t i = 0; i < kDigits; ++i) {
+            z.digit[i] = _mm256_and_si256(x.digit[i], all(kWordMask));
+        }
+        return z;
+    }
+    template <int> VANTREL_IFMA_STEP Number difference(const Number& x, const Number& y) noexcept {
+        return differenceOf(x, y);
+    }
+
+protected:
+    // What a row of a product adds to the columns of its low and high halves.
+    VANTREL_IFMA_STEP void addRow(Columns& low, Columns& high, const Number& x, const Number& y,
+                                  std::size_t row) noexcept {
+#pragma GCC unroll 16
+        for (std::size_t j = 0; j < kDigits; ++j) {
+            const std::size_t at = row + j;
+            low.digit[at] = _mm256_madd52lo_epu64(low.digit[at], x.digit[row], y.digit[j]);
+            high.digit[at + 1] =
+                _mm256_madd52hi_epu64(high.digit[at + 1], x.digit[row], y.digit[j]);
+        }
+    }
+    // The columns that are left when the lower ones have been made zero.
+    VANTREL_IFMA_STEP Number upperHalf(const Columns& low, const Columns& high) noexcept {
+        Number z;
+#pragma GCC unroll 16
+        for (std::size_t i = 0; i < kDigits; ++i) {
+            z.digit[i] = _mm256_add_epi64(low.digit[kDigits + i], high.digit[kDigits + i]);
+        }
+        return z;
+    }
+};
+
 } // namespace vantrel::crypto::ifma
 
 #endif

@@ -11,32 +11,21 @@ using namespace ifma;
 // Numbers modulo p = 2^384 - 2^128 - 2^96 + 2^32 - 1 in eight digits of 52 bits, in Montgomery form
 // with R = 2^416. Sums have signed digits of at most 62 bits and stay between -32 p and 32 p; a
 // factor is below 128 p, and of its digits the low 52 bits count.
-struct P384Lanes::Steps {
-    using Number = Quad<kDigits>;
-
+struct P384Lanes::Steps : MontgomerySteps<P384Lanes::kDigits> {
     // x * y / R below 1.01 p, in digits below 2^57: a column sums up to 15 halves of products and
     // what the rows of the reduction add, which may be negative. A function of its own: in seven
     // copies it would take more than the caches of instructions hold.
     VANTREL_IFMA __attribute__((noinline)) static Number multiply(const Number& x,
                                                                   const Number& y) noexcept {
         const __m256i mask = all(kWordMask);
-        __m256i low[2 * kDigits];
-        __m256i high[2 * kDigits];
-#pragma GCC unroll 16
-        for (std::size_t i = 0; i < 2 * kDigits; ++i) {
-            low[i] = _mm256_setzero_si256();
-            high[i] = _mm256_setzero_si256();
-        }
+        Columns low = zeros<2 * kDigits>();
+        Columns high = zeros<2 * kDigits>();
 #pragma GCC unroll 16
         for (std::size_t i = 0; i < kDigits; ++i) {
-#pragma GCC unroll 16
-            for (std::size_t j = 0; j < kDigits; ++j) {
-                low[i + j] = _mm256_madd52lo_epu64(low[i + j], x.digit[i], y.digit[j]);
-                high[i + j + 1] = _mm256_madd52hi_epu64(high[i + j + 1], x.digit[i], y.digit[j]);
-            }
+            addRow(low, high, x, y, i);
             // -1/p is 2^32 + 1 modulo 2^52. The lowest digit of q * p fills t up to a multiple of
             // 2^52; its 2^96 and 2^128 are subtracted from the next three digits.
-            const __m256i t = _mm256_add_epi64(low[i], high[i]);
+            const __m256i t = _mm256_add_epi64(low.digit[i], high.digit[i]);
             const __m256i q = _mm256_add_epi64(t, _mm256_slli_epi64(t, 32));
             const __m256i low52 = _mm256_and_si256(q, mask);
             const __m256i carry = _mm256_srai_epi64(_mm256_add_epi64(t, mask), kWordBits);
@@ -44,48 +33,21 @@ struct P384Lanes::Steps {
             const __m256i less2 = _mm256_add_epi64(
                 _mm256_srli_epi64(low52, 8), _mm256_and_si256(_mm256_slli_epi64(q, 24), mask));
             const __m256i less3 = _mm256_srli_epi64(low52, 28);
-            low[i + 1] = _mm256_add_epi64(low[i + 1], _mm256_sub_epi64(carry, less1));
-            high[i + 1] = _mm256_madd52hi_epu64(high[i + 1], q, all((Limb{1} << 32) - 1));
-            high[i + 2] = _mm256_sub_epi64(high[i + 2], less2);
-            high[i + 3] = _mm256_sub_epi64(high[i + 3], less3);
-            low[i + 7] = _mm256_madd52lo_epu64(low[i + 7], q, all(Limb{1} << 20));
-            high[i + 8] = _mm256_madd52hi_epu64(high[i + 8], q, all(Limb{1} << 20));
+            low.digit[i + 1] = _mm256_add_epi64(low.digit[i + 1], _mm256_sub_epi64(carry, less1));
+            high.digit[i + 1] =
+                _mm256_madd52hi_epu64(high.digit[i + 1], q, all((Limb{1} << 32) - 1));
+            high.digit[i + 2] = _mm256_sub_epi64(high.digit[i + 2], less2);
+            high.digit[i + 3] = _mm256_sub_epi64(high.digit[i + 3], less3);
+            low.digit[i + 7] = _mm256_madd52lo_epu64(low.digit[i + 7], q, all(Limb{1} << 20));
+            high.digit[i + 8] = _mm256_madd52hi_epu64(high.digit[i + 8], q, all(Limb{1} << 20));
         }
-        Number z;
-#pragma GCC unroll 16
-        for (std::size_t i = 0; i < kDigits; ++i) {
-            z.digit[i] = _mm256_add_epi64(low[kDigits + i], high[kDigits + i]);
-        }
-        return z;
-    }
-
-    // Carries run through; x is not negative.
-    VANTREL_IFMA_STEP Number carried(const Number& x) noexcept {
-        Number z = x;
-#pragma GCC unroll 16
-        for (std::size_t i = 1; i < kDigits; ++i) {
-            const __m256i carry = _mm256_srai_epi64(z.digit[i - 1], kWordBits);
-            z.digit[i] = _mm256_add_epi64(z.digit[i], carry);
-        }
-        return z;
+        return upperHalf(low, high);
     }
 
     VANTREL_IFMA_STEP Number reduced(const Number& x) noexcept {
         return plusPrimes<32>(x, all(~Limb{0}));
     }
     VANTREL_IFMA_STEP Number factor(const Number& x) noexcept { return reduced(x); }
-    VANTREL_IFMA_STEP Number settled(const Number& x) noexcept { return x; }
-    VANTREL_IFMA_STEP Number stored(const Number& x) noexcept {
-        Number z;
-#pragma GCC unroll 16
-        for (std::size_t i = 0; i < kDigits; ++i) {
-            z.digit[i] = _mm256_and_si256(x.digit[i], all(kWordMask));
-        }
-        return z;
-    }
-    template <int> VANTREL_IFMA_STEP Number difference(const Number& x, const Number& y) noexcept {
-        return differenceOf(x, y);
-    }
     VANTREL_IFMA_STEP Number negated(const Number& x, __m256i sign) noexcept {
         return plusPrimes<64>(withSign(x, sign), sign);
     }
