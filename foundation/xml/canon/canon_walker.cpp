@@ -87,11 +87,23 @@ void CanonWalker::walkElement(ElementId apex) {
     findHole(record.start);
     m_portionEnd = record.start + CanonOutput::kPortion;
     m_out.skipTo(record.start);
-    m_window.open(record.start, record.end);
+    m_window.open(record.end);
     m_tags.inherit(apex);
+    const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
+    m_nextStop = std::lower_bound(stops.data(), stops.data() + stops.size(), record.start);
+    if (!m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag) {
+        m_knownEnd = std::min(record.end, m_document.tidyKnownUpTo());
+    }
     for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
         std::uint32_t due = std::min(m_portionEnd, m_holeStart);
-        if (at < m_tagByTagEnd) {
+        if (at < m_knownEnd) {
+            due = std::max(at, std::min(due, m_tags.nextEvent()));
+            at = passTidy(at, std::min(due, m_knownEnd));
+            if (at < due) {
+                at = at < m_knownEnd ? passStop(at) : at;
+                continue;
+            }
+        } else if (at < m_tagByTagEnd) {
             at = walkTagByTag(at, std::min(due, record.end));
         } else {
             // A long tag may have passed the end of the portion.
@@ -108,6 +120,18 @@ void CanonWalker::walkElement(ElementId apex) {
         }
     }
     m_out.copyUpTo(record.end);
+}
+
+std::uint32_t CanonWalker::passTidy(std::uint32_t at, std::uint32_t limit) {
+    const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
+    const std::uint32_t* const last = stops.data() + stops.size();
+    while (m_nextStop != last && *m_nextStop < at) {
+        ++m_nextStop;
+    }
+    const std::uint32_t stop = m_nextStop != last ? std::min(limit, *m_nextStop) : limit;
+    m_tags.passTidy(at, stop);
+    // What has to be declared in a tag that the limit cuts through may be behind that.
+    return std::max(stop, m_out.stretchStart());
 }
 
 std::uint32_t CanonWalker::walkTagByTag(std::uint32_t at, std::uint32_t limit) {
@@ -196,7 +220,7 @@ std::uint32_t CanonWalker::passStop(std::uint32_t at) {
     case '/': return endTag(at);
     case '!': return commentOrCdata(at);
     case '?': return instruction(at);
-    default: return m_tags.write(at);
+    default: return at < m_knownEnd ? m_tags.writeUntidy(at) : m_tags.write(at);
     }
 }
 

@@ -38,11 +38,8 @@ public:
         : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
           m_make(chosenCanonMaskKernel().run) {}
 
-    // The walk begins at `begin`; the masks will not be asked for what lies behind `end`.
-    void open(std::uint32_t begin, std::uint32_t end) noexcept {
-        m_limit = end;
-        slideTo(begin);
-    }
+    // The masks will not be asked for what lies behind `end`.
+    void open(std::uint32_t end) noexcept { m_limit = end; }
 
     // The shape of the start tag at `at`. Tags longer than 64 bytes have no '>' in the word, so
     // they are never tidy; passOver (start_tag_writer.h) reads those.
@@ -101,7 +98,7 @@ private:
     const std::uint32_t m_size;
     const MakeCanonMasks m_make;
     std::uint32_t m_limit = 0;
-    std::uint32_t m_begin = 0; // of the stretch
+    std::uint32_t m_begin = 0; // of the stretch, which is empty at first
     std::uint32_t m_safe = 0;  // 64 bits from any offset before this one lie in the stretch
     CanonMasks m_masks[kBlocks + 1];
 };

@@ -80,6 +80,33 @@ public:
         prefix = found.prefix;
         return found.pending;
     }
+    // What recentId() and isPending() remember: prefixes of up to eight bytes as numbers.
+    struct Recent {
+        std::uint64_t key = 0;
+        PrefixId prefix = kDefault;
+        bool pending = false; // as in the binding
+    };
+    // The bytes before the first colon among the eight at `at` as such a number; 0 without one.
+    [[nodiscard, gnu::always_inline]] static std::uint64_t keyBeforeColon(const char* at) noexcept {
+        constexpr std::uint64_t kOnes = 0x0101010101010101;
+        std::uint64_t bytes = 0;
+        std::memcpy(&bytes, at, sizeof bytes);
+        const std::uint64_t others = bytes ^ (kOnes * ':');
+        // The top bit of each byte that is zero; and, where a carry goes, of some behind it.
+        const std::uint64_t colons = (others - kOnes) & ~others & (kOnes << 7);
+        if (colons == 0) {
+            return 0;
+        }
+        if constexpr (std::endian::native == std::endian::little) {
+            return bytes & (((colons & (0 - colons)) - 1) >> 7);
+        }
+        return keyOf(at, static_cast<std::uint32_t>(std::string_view(at, 8).find(':')));
+    }
+    // Null when that one is not among those remembered.
+    [[nodiscard, gnu::always_inline]] const Recent* findRecent(std::uint64_t key) const noexcept {
+        const Recent& found = m_recent[slotOf(key)];
+        return found.key == key ? &found : nullptr;
+    }
     [[nodiscard]] PrefixId size() const noexcept {
         return static_cast<PrefixId>(m_bindings.size());
     }
@@ -155,11 +182,6 @@ private:
         std::uint32_t inScope;
         std::uint32_t rendered;
         std::uint32_t undoneAt;
-    };
-    struct Recent {
-        std::uint64_t key = 0;
-        PrefixId prefix = kDefault;
-        bool pending = false; // as in the binding
     };
 
     // A prefix of one to eight bytes as a number. No prefix holds a NUL, so it tells the length as

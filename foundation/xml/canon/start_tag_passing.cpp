@@ -3,6 +3,8 @@
 #include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/stop_bytes.h"
 
+#include <algorithm>
+
 namespace vantrel::xml {
 
 namespace {
@@ -56,6 +58,62 @@ bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) cons
         before = name;
     }
     return true;
+}
+
+// Asked for in document order.
+std::size_t StartTagWriter::firstElementFrom(std::uint32_t at) const noexcept {
+    std::size_t element = m_reached;
+    for (const std::size_t near = std::min(element + kNear, m_elements.size());
+         element != near && m_elements[element].start < at;) {
+        ++element;
+    }
+    if (element != m_elements.size() && m_elements[element].start < at) {
+        const auto* const found =
+            std::partition_point(m_elements.data() + element, m_elements.data() + m_elements.size(),
+                                 [at](const ElementRecord& record) { return record.start < at; });
+        element = static_cast<std::size_t>(found - m_elements.data());
+    }
+    return element;
+}
+
+// Whether the prefix of the tag at `start` has to be declared there, or the default namespace.
+inline bool StartTagWriter::isElementPending(std::uint32_t start, PrefixId& prefix) {
+    const char* const name = m_text.data() + start + 1;
+    if (m_text.size() - start > 8) [[likely]] {
+        const std::uint64_t key = NamespaceState::keyBeforeColon(name);
+        if (key == 0 && m_hasShortPrefixes) {
+            prefix = NamespaceState::kDefault;
+            return m_namespaces[prefix].pending;
+        }
+        // A colon behind the name makes a key that no prefix has.
+        if (const auto* const found = m_namespaces.findRecent(key); found != nullptr && key != 0)
+            [[likely]] {
+            prefix = found->prefix;
+            return found->pending;
+        }
+    }
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    const std::uint32_t length = scanName(m_text.data(), start + 1, size).prefixLength;
+    return m_namespaces.isPending(name, length, prefix);
+}
+
+void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    std::size_t element = firstElementFrom(at);
+    for (; element != m_elements.size() && m_elements[element].start < limit; ++element) {
+        const ElementRecord& record = m_elements[element];
+        m_namespaces.leave(record.start);
+        PrefixId prefix = 0;
+        if (!isElementPending(record.start, prefix)) {
+            continue;
+        }
+        const bool isLeaf =
+            element + 1 == m_elements.size() || m_elements[element + 1].start >= record.end;
+        const std::uint32_t nameEnd =
+            record.start + 1 + scanName(m_text.data(), record.start + 1, size).length;
+        m_out.copyUpToAndPut(nameEnd, m_namespaces.render(prefix, {record.end, isLeaf}));
+    }
+    m_reached = static_cast<ElementId>(std::min(element, m_elements.size() - 1));
 }
 
 // The rest of a tag that was passed over: writes the declarations that are due, and the end tag of
