@@ -30,7 +30,7 @@ constexpr std::uint32_t kNowhere = std::numeric_limits<std::uint32_t>::max();
 
 CanonWalker::CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink)
     : m_document(document), m_request(request), m_text(document.text()), m_window(m_text),
-      m_out(m_text.data(), sink), m_tags(document, request, m_window, m_out),
+      m_out(m_text, sink), m_tags(document, request, m_window, m_out),
       m_findStop(chosenStopSearchKernel().run) {}
 
 // Canonical XML 1.0, 2.3: comments and processing instructions outside the root element stand on

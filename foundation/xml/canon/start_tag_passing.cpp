@@ -4,6 +4,11 @@
 #include "foundation/xml/scan/stop_bytes.h"
 
 #include <algorithm>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace vantrel::xml {
 
@@ -18,6 +23,27 @@ bool comesBefore(const char* before, const char* name) noexcept {
     }
     return *before == '=' || (*name != '=' && static_cast<unsigned char>(*before) <
                                                   static_cast<unsigned char>(*name));
+}
+
+// Where the name at `at`, in a tag that stands as it is to be written, ends in a space or a '>'.
+std::uint32_t tidyNameEnd(std::string_view text, std::uint32_t at) noexcept {
+#if defined(__SSE2__)
+    constexpr std::uint32_t kBlock = sizeof(__m128i);
+    for (; text.size() - at >= kBlock; at += kBlock) {
+        __m128i block;
+        std::memcpy(&block, text.data() + at, kBlock);
+        const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(' ')),
+                                          _mm_cmpeq_epi8(block, _mm_set1_epi8('>')));
+        const auto found = static_cast<unsigned>(_mm_movemask_epi8(ends));
+        if (found != 0) [[likely]] {
+            return at + static_cast<std::uint32_t>(__builtin_ctz(found));
+        }
+    }
+#endif
+    while (text[at] != ' ' && text[at] != '>') {
+        ++at;
+    }
+    return at;
 }
 
 } // namespace
@@ -98,7 +124,6 @@ inline bool StartTagWriter::isElementPending(std::uint32_t start, PrefixId& pref
 }
 
 void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
-    const auto size = static_cast<std::uint32_t>(m_text.size());
     std::size_t element = firstElementFrom(at);
     for (; element != m_elements.size() && m_elements[element].start < limit; ++element) {
         const ElementRecord& record = m_elements[element];
@@ -109,8 +134,7 @@ void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
         }
         const bool isLeaf =
             element + 1 == m_elements.size() || m_elements[element + 1].start >= record.end;
-        const std::uint32_t nameEnd =
-            record.start + 1 + scanName(m_text.data(), record.start + 1, size).length;
+        const std::uint32_t nameEnd = tidyNameEnd(m_text, record.start + 1);
         m_out.copyUpToAndPut(nameEnd, m_namespaces.render(prefix, {record.end, isLeaf}));
     }
     m_reached = static_cast<ElementId>(std::min(element, m_elements.size() - 1));

@@ -255,9 +255,10 @@ std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uin
         name->lastElement = element;
         const std::uint32_t value = start + name->length + 2;
         const std::uint16_t opening = twoBytesAt(text + value - 2);
-        std::uint32_t end = value;
+        std::uint32_t end = glance.find<kNameStops>(value);
+        const std::uint32_t nameEnd = end;
         if (opening == twoBytes('=', '"')) [[likely]] {
-            end = glance.find<kDoubleQuoteStops>(value);
+            end = text[end] == '"' ? end : glance.find<kDoubleQuoteStops>(value);
         } else if (opening == twoBytes('=', '\'')) {
             end = glance.find<kSingleQuoteStops>(value);
         } else {
@@ -266,7 +267,7 @@ std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uin
         if (end >= glance.end || text[end] != text[value - 1]) [[unlikely]] {
             return unusual;
         }
-        const bool isName = glance.find<kNameStops>(value) == end;
+        const bool isName = end == nameEnd;
         if (name->isId) {
             // A value of name characters is its own normalised form.
             if (idStart != 0 || !isName) {
