@@ -4,6 +4,7 @@
 
 #include "foundation/xml/canon/canonicalizer.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -21,7 +22,8 @@ public:
     static constexpr std::size_t kBlock = 64;
 
     CanonOutput(std::string_view text, CanonSink& sink) noexcept
-        : m_text(text.data()), m_size(text.size()), m_sink(sink) {}
+        : m_text(text.data()), m_lastBlock(text.size() - std::min(text.size(), kBlock)),
+          m_sink(sink) {}
 
     // Where the stretch that is not yet written begins.
     [[nodiscard]] std::uint32_t stretchStart() const noexcept { return m_start; }
@@ -34,8 +36,8 @@ public:
     // readable bytes behind it.
     [[gnu::always_inline]] void copyUpToAndPut(std::uint32_t offset, std::string_view piece) {
         const std::size_t size = offset - m_start;
-        if ((size | piece.size()) >= kShort || sizeof m_buffer - m_used < 3 * kShort ||
-            m_size - offset < kBlock) [[unlikely]] {
+        if ((size | piece.size()) >= kShort || m_used > kBuffer - 3 * kShort ||
+            offset > m_lastBlock) [[unlikely]] {
             copyUpTo(offset);
             put(piece);
             return;
@@ -110,7 +112,7 @@ private:
     void putLong(std::string_view piece);
 
     const char* m_text;
-    const std::size_t m_size;
+    const std::size_t m_lastBlock; // offset of the last kBlock bytes
     CanonSink& m_sink;
     std::uint32_t m_start = 0;
     bool m_refused = false;

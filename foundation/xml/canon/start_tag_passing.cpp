@@ -14,6 +14,10 @@ namespace vantrel::xml {
 
 namespace {
 
+// Bytes of a name at a glance; and of a prefix, which has its colon among them.
+constexpr std::size_t kLookedAt = 8;
+constexpr std::size_t kMostBytes = kLookedAt - 1;
+
 // True when the name at `before` comes before the other one, byte by byte. Names end at '=' and
 // differ.
 bool comesBefore(const char* before, const char* name) noexcept {
@@ -87,25 +91,21 @@ bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) cons
 }
 
 // Asked for in document order.
-std::size_t StartTagWriter::firstElementFrom(std::uint32_t at) const noexcept {
-    std::size_t element = m_reached;
-    for (const std::size_t near = std::min(element + kNear, m_elements.size());
-         element != near && m_elements[element].start < at;) {
+const ElementRecord* StartTagWriter::firstElementFrom(std::uint32_t at) const noexcept {
+    const ElementRecord* const end = m_elements.data() + m_elements.size();
+    const ElementRecord* element = m_elements.data() + m_reached;
+    const ElementRecord* const near = end - element < kNear ? end : element + kNear;
+    const auto isBefore = [at](const ElementRecord& record) { return record.start < at; };
+    while (element != near && isBefore(*element)) {
         ++element;
     }
-    if (element != m_elements.size() && m_elements[element].start < at) {
-        const auto* const found =
-            std::partition_point(m_elements.data() + element, m_elements.data() + m_elements.size(),
-                                 [at](const ElementRecord& record) { return record.start < at; });
-        element = static_cast<std::size_t>(found - m_elements.data());
-    }
-    return element;
+    return element != near ? element : std::partition_point(element, end, isBefore);
 }
 
 // Whether the prefix of the tag at `start` has to be declared there, or the default namespace.
 inline bool StartTagWriter::isElementPending(std::uint32_t start, PrefixId& prefix) {
     const char* const name = m_text.data() + start + 1;
-    if (m_text.size() - start > 8) [[likely]] {
+    if (m_text.size() - start > kLookedAt) [[likely]] {
         const std::uint64_t key = NamespaceState::keyBeforeColon(name);
         if (key == 0 && m_hasShortPrefixes) {
             prefix = NamespaceState::kDefault;
@@ -123,21 +123,67 @@ inline bool StartTagWriter::isElementPending(std::uint32_t start, PrefixId& pref
     return m_namespaces.isPending(name, length, prefix);
 }
 
+// Elements that have none in them and a prefix that none around them uses often stand together, and
+// all have to declare it.
+struct StartTagWriter::LeafDeclaration {
+    std::uint64_t bytes = 1; // of a name, the prefix and the colon; where others are left out
+    std::uint64_t mask = 0;
+    std::string_view text;
+
+    // Eight bytes of `name` are readable.
+    void take(const char* name, std::size_t prefixLength, std::string_view declaration) noexcept {
+        mask = NamespaceState::firstBytes(static_cast<std::uint32_t>(prefixLength) + 1);
+        bytes = eightBytes(name) & mask;
+        text = declaration;
+    }
+    void forget() noexcept {
+        bytes = 1;
+        mask = 0;
+    }
+    [[nodiscard]] bool serves(const char* name) const noexcept {
+        return (eightBytes(name) & mask) == bytes;
+    }
+
+private:
+    [[nodiscard]] static std::uint64_t eightBytes(const char* name) noexcept {
+        std::uint64_t value = 0;
+        std::memcpy(&value, name, sizeof value);
+        return value;
+    }
+};
+
 void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
-    std::size_t element = firstElementFrom(at);
-    for (; element != m_elements.size() && m_elements[element].start < limit; ++element) {
-        const ElementRecord& record = m_elements[element];
-        m_namespaces.leave(record.start);
-        PrefixId prefix = 0;
-        if (!isElementPending(record.start, prefix)) {
+    const ElementRecord* const end = m_elements.data() + m_elements.size();
+    const ElementRecord* element = firstElementFrom(at);
+    // From here on a name has less than eight bytes behind it.
+    const std::size_t readable = m_text.size() - std::min(m_text.size(), kLookedAt);
+    LeafDeclaration ofLeaf;
+    for (; element != end && element->start < limit; ++element) {
+        const std::uint32_t start = element->start;
+        if (m_namespaces.leave(start)) {
+            ofLeaf.forget();
+        }
+        const char* const name = m_text.data() + start + 1;
+        const bool isLeaf = element + 1 == end || element[1].start >= element->end;
+        if (isLeaf && start < readable && ofLeaf.serves(name)) {
+            m_out.copyUpToAndPut(tidyNameEnd(m_text, start + 1), ofLeaf.text);
             continue;
         }
-        const bool isLeaf =
-            element + 1 == m_elements.size() || m_elements[element + 1].start >= record.end;
-        const std::uint32_t nameEnd = tidyNameEnd(m_text, record.start + 1);
-        m_out.copyUpToAndPut(nameEnd, m_namespaces.render(prefix, {record.end, isLeaf}));
+        PrefixId prefix = 0;
+        if (!isElementPending(start, prefix)) {
+            continue;
+        }
+        const std::string_view declaration =
+            m_namespaces.render(prefix, {element->end, isLeaf});
+        m_out.copyUpToAndPut(tidyNameEnd(m_text, start + 1), declaration);
+        const std::size_t length = m_namespaces.prefixText(prefix).size();
+        if (!isLeaf) {
+            ofLeaf.forget();
+        } else if (length - 1 < kMostBytes && start < readable) {
+            ofLeaf.take(name, length, declaration);
+        }
     }
-    m_reached = static_cast<ElementId>(std::min(element, m_elements.size() - 1));
+    m_reached = static_cast<ElementId>(std::min(element, end - 1) - m_elements.data());
 }
 
 // The rest of a tag that was passed over: writes the declarations that are due, and the end tag of

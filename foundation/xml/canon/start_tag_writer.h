@@ -123,9 +123,10 @@ private:
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passOver(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
+    struct LeafDeclaration;
     [[nodiscard]] bool isElementPending(std::uint32_t start, PrefixId& prefix);
     void passTidyByPrefix(std::uint32_t at, std::uint32_t limit);
-    [[nodiscard]] std::size_t firstElementFrom(std::uint32_t at) const noexcept;
+    [[nodiscard]] const ElementRecord* firstElementFrom(std::uint32_t at) const noexcept;
     [[nodiscard]] bool areOrdered(std::uint32_t start, const TagShape& shape) const noexcept;
     void finishPassed(std::uint32_t start, std::uint32_t contentEnd, const PassedTag& tag);
     [[nodiscard, gnu::always_inline]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
