@@ -173,8 +173,7 @@ void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
         if (!isElementPending(start, prefix)) {
             continue;
         }
-        const std::string_view declaration =
-            m_namespaces.render(prefix, {element->end, isLeaf});
+        const std::string_view declaration = m_namespaces.render(prefix, {element->end, isLeaf});
         m_out.copyUpToAndPut(tidyNameEnd(m_text, start + 1), declaration);
         const std::size_t length = m_namespaces.prefixText(prefix).size();
         if (!isLeaf) {

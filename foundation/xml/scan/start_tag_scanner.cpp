@@ -160,7 +160,8 @@ bool DocumentScanner::isTidyTag(std::uint32_t nameEnd, std::uint32_t close) cons
             return false;
         }
         before = name;
-        const auto end = static_cast<std::uint32_t>(attribute.value + attribute.valueLength - m_text);
+        const auto end =
+            static_cast<std::uint32_t>(attribute.value + attribute.valueLength - m_text);
         auto stop = static_cast<std::uint32_t>(attribute.value - m_text);
         while ((stop = findAttributeStop(m_text, stop, m_size, '"')) != end) {
             if (!rest(stop).starts_with(kAmpersand)) {
