@@ -77,7 +77,7 @@ void CanonWalker::walkOutside(std::uint32_t begin, std::uint32_t end, bool befor
     }
 }
 
-void CanonWalker::walkElement(ElementId apex) {
+void CanonWalker::walkSubtree(ElementId apex) {
     const ElementRecord& record = m_document.element(apex);
     const auto holes = m_request.omitted;
     m_nextHole = static_cast<std::size_t>(
@@ -86,9 +86,10 @@ void CanonWalker::walkElement(ElementId apex) {
         holes.begin());
     findHole(record.start);
     m_portionEnd = record.start + CanonOutput::kPortion;
+    m_stops = 0;
+    m_tagByTagEnd = 0;
     m_out.skipTo(record.start);
     m_window.open(record.start, record.end);
-    m_tags.inherit(apex);
     for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
         std::uint32_t due = std::min(m_portionEnd, m_holeStart);
         if (at < m_tagByTagEnd) {
