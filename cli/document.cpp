@@ -107,7 +107,7 @@ int forEachFile(const Arguments& arguments, bool inputByDefault,
     }
     // The worst outcome of all, which is the highest number.
     int code = kEverythingHolds;
-    for (std::string name; names.next(name);) {
+    for (std::string name; names.next(name, true);) {
         std::string complaint;
         code = std::max(code, work(name, complaint));
         // Behind what the work wrote, and with the file's name, since there may be many.

@@ -17,6 +17,8 @@
 #include <memory>
 #include <system_error>
 
+#include <sys/stat.h>
+
 // The only place of the tool that reads what it is given by name. Documents are read whole:
 // canonicalization needs the text at hand, and the library addresses it by offsets of 32 bits. Only
 // lists of names, which have no limit, are read line by line.
@@ -172,19 +174,21 @@ bool NameSource::open(const Arguments& arguments, bool inputByDefault, std::stri
     if (m_list != nullptr && *list != "-" && std::filesystem::is_directory(*list, ignored)) {
         systemError = EISDIR;
     } else if (m_list != nullptr) {
+        struct stat facts {};
+        m_listIsFile = ::fstat(::fileno(m_list), &facts) == 0 && S_ISREG(facts.st_mode);
         return true;
     }
     complaint = whyNotRead("--files-from", *list, systemError, "it cannot be opened");
     return false;
 }
 
-bool NameSource::next(std::string& name) {
+bool NameSource::next(std::string& name, bool mayWait) {
     // A loop, since a directory may hold nothing.
     for (;;) {
         if (!m_names.empty()) {
             name = std::move(m_names.back());
             m_names.pop_back();
-        } else if (m_list == nullptr || !nextLine(name)) {
+        } else if (m_list == nullptr || !(mayWait || m_listIsFile) || !nextLine(name)) {
             return false;
         }
         std::error_code ignored;

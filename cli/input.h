@@ -56,9 +56,10 @@ public:
     // at all, standard input named twice, a list that cannot be opened.
     [[nodiscard]] bool open(const Arguments& arguments, bool inputByDefault,
                             std::string& complaint);
-    // False at the end. A line of a list ends in LF or CRLF, with --null in NUL; empty ones are
+    // False at the end; with `mayWait` false also where a list is to be read whose writer may be
+    // waited for. A line of a list ends in LF or CRLF, with --null in NUL; empty ones are
     // passed over. A read error ends the list.
-    [[nodiscard]] bool next(std::string& name);
+    [[nodiscard]] bool next(std::string& name, bool mayWait);
     // The number of names, 0 when a list or a directory makes it unknown: for the progress bar and
     // the threads.
     [[nodiscard]] std::size_t total() const noexcept { return m_total; }
@@ -77,6 +78,7 @@ private:
     bool m_recursive = false;
     char m_lineEnd = '\n';
     std::FILE* m_list = nullptr;
+    bool m_listIsFile = false; // all of it is there
 };
 
 } // namespace vantrel::cli

@@ -8,14 +8,11 @@
 #include <thread>
 #include <vector>
 
-// With Delivery::Collected the thread that emits looks for results by itself after a while, and is
-// woken where others wait for it only.
-//
 // Two locks, always taken in this order: m_nameMutex, by the one thread that reads names; then
 // m_mutex, shortly, for the counters and the results that wait. Names are numbered as they are
-// read, and result n is emitted when all before it have been, or at once where that is wanted. One
-// condition serves all three reasons to wait (room in the window, the next result, the end), as
-// there are few threads to wake.
+// read, and result n is emitted when all before it have been, or at once where that is wanted, by
+// the thread that made it or the one that is emitting already. So nobody is woken for a result, but
+// for room only.
 namespace vantrel::cli {
 
 namespace {
@@ -23,9 +20,10 @@ namespace {
 // Against a slip of the keyboard: each thread holds a document in memory.
 constexpr int kMostJobs = 1024;
 
-// Results are collected for so long, and of each thread about as many at most: several times what
-// it makes of small files in that time, so that nobody waits for the thread that hands them on.
-constexpr std::chrono::milliseconds kCollected{2};
+// Names are taken together that are worked on in about so long; of each thread as many results at
+// most wait as it makes of small files in several times that, so that nobody waits for room.
+constexpr std::chrono::microseconds kCollected{1000};
+constexpr std::size_t kMostTogether = 32;
 constexpr std::size_t kMostCollected = 512;
 constexpr std::size_t kMostCollectedOctets = std::size_t{1} << 20;
 
@@ -49,50 +47,78 @@ void OrderedRunner::run(std::size_t jobs) {
     // Enough for the others to go on while one works on a large file, little enough for memory.
     m_window = 4 * jobs;
     m_mostTaken = (m_delivery == Delivery::AtOnce ? 4 : kMostCollected) * jobs;
+    if (jobs == 1) {
+        runAlone();
+        return;
+    }
+    for (std::size_t i = 0; i < jobs; ++i) {
+        m_batches.emplace_back();
+    }
     std::vector<std::thread> threads;
     try {
-        while (jobs > 1 && threads.size() < jobs) {
-            threads.emplace_back([this] { workUntilEnd(); });
+        while (threads.size() + 1 < jobs) {
+            Batch& own = m_batches[threads.size() + 1];
+            threads.emplace_back([this, &own] { workUntilEnd(own); });
         }
     } catch (const std::system_error&) {
         // Fewer threads do it as well.
     }
-    if (threads.empty()) {
-        runAlone();
-        return;
-    }
-    // Where fewer threads than wanted could be started, those there are do all the work.
-    emitAll();
+    workUntilEnd(m_batches.front());
     for (std::thread& thread : threads) {
         thread.join();
+    }
+    if (m_fault != nullptr) {
+        std::rethrow_exception(m_fault);
     }
 }
 
 void OrderedRunner::runAlone() {
     std::string name;
-    while (m_next(name)) {
+    while (m_next(name, true)) {
         m_emit(m_work(name), false);
     }
 }
 
-void OrderedRunner::workUntilEnd() {
-    std::size_t index = 0;
-    std::string name;
-    while (takeName(index, name)) {
-        FileResult result = m_work(name);
-        if (keep(index, std::move(result))) {
-            m_changed.notify_all();
+void OrderedRunner::workUntilEnd(Batch& own) {
+    try {
+        while (takeNames(own) || takeFromOthers(own)) {
+            workOn(own);
         }
+    } catch (...) {
+        fail();
     }
 }
 
-bool OrderedRunner::keep(std::size_t index, FileResult&& result) {
+void OrderedRunner::fail() {
     const std::lock_guard lock(m_mutex);
-    m_waitingOctets += octetsOf(result);
-    m_waiting.emplace(index, std::move(result));
-    // Where the thread that emits does not wait, it looks by itself before it does.
-    const bool isDue = m_order == ResultOrder::AsDone || index == m_emitted;
-    return (m_delivery == Delivery::AtOnce && isDue) || m_ended;
+    if (m_fault == nullptr) {
+        m_fault = std::current_exception();
+    }
+    m_ended = true;
+    m_hasRoom.notify_all();
+}
+
+void OrderedRunner::workOn(Batch& own) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    Clock::time_point handedOn = start;
+    const std::size_t count = own.names.size();
+    std::vector<Done> results;
+    results.reserve(count);
+    for (std::size_t i = own.begun++; i < count; i = own.begun++) {
+        results.push_back({own.first + i, m_work(own.names[i])});
+        const Clock::time_point now = Clock::now();
+        // Where there is much to do nothing waits for the rest of the batch.
+        if (now - handedOn >= kCollected) {
+            handOn(results);
+            handedOn = now;
+        }
+    }
+    handOn(results);
+    if (m_delivery == Delivery::Collected) {
+        const bool isQuick = Clock::now() - start < kCollected / 2;
+        own.most = isQuick ? std::min(2 * own.most, kMostTogether) : (own.most + 1) / 2;
+    }
 }
 
 // More than a few a thread only as long as they are small.
@@ -101,74 +127,77 @@ bool OrderedRunner::hasRoom() const noexcept {
     return open < m_window || (open < m_mostTaken && m_waitingOctets < kMostCollectedOctets);
 }
 
-bool OrderedRunner::takeName(std::size_t& index, std::string& name) {
+bool OrderedRunner::takeNames(Batch& own) {
     // Held while waiting for room, too: then nobody else could take a name either. The other lock
-    // is given up before a name is read, since that may block for as long as the list's writer
+    // is given up before names are read, since that may block for as long as the list's writer
     // likes.
     const std::lock_guard oneReader(m_nameMutex);
     {
         std::unique_lock lock(m_mutex);
-        const auto goesOn = [this] { return m_ended || hasRoom(); };
-        if (!goesOn()) {
-            m_changed.notify_all();
-            m_changed.wait(lock, goesOn);
-        }
+        m_hasRoom.wait(lock, [this] { return m_ended || hasRoom(); });
         if (m_ended) {
             return false;
         }
     }
-    // `m_taken` may be raised after reading: only the holder of `m_nameMutex` changes it.
-    const bool found = m_next(name);
-    const std::lock_guard lock(m_mutex);
-    if (found) {
-        index = m_taken++;
-    } else {
-        m_ended = true;
-        m_changed.notify_all();
+    std::vector<std::string> names;
+    std::string name;
+    bool found = m_next(name, true);
+    while (found) {
+        names.push_back(std::move(name));
+        found = names.size() < own.most && m_next(name, false);
     }
-    return found;
+    const std::lock_guard lock(m_mutex);
+    // `m_taken` may be raised after reading: only the holder of `m_nameMutex` changes it.
+    own.first = m_taken;
+    m_taken += names.size();
+    own.names = std::move(names);
+    own.begun = 0;
+    m_ended = m_ended || own.names.empty();
+    return !own.names.empty();
 }
 
-std::map<std::size_t, FileResult>::iterator OrderedRunner::dueResult(std::size_t emitted) {
-    return m_order == ResultOrder::AsDone ? m_waiting.begin() : m_waiting.find(emitted);
+bool OrderedRunner::takeFromOthers(Batch& own) {
+    const std::lock_guard lock(m_mutex);
+    for (Batch& other : m_batches) {
+        const std::size_t i = m_fault == nullptr ? other.begun++ : other.names.size();
+        if (i < other.names.size()) {
+            const std::size_t place = other.first + i;
+            own.names.assign(1, std::move(other.names[i]));
+            own.first = place;
+            own.begun = 0;
+            return true;
+        }
+    }
+    return false;
 }
 
 std::vector<FileResult> OrderedRunner::takeDue() {
     std::vector<FileResult> due;
-    for (auto next = dueResult(m_emitted); next != m_waiting.end();
-         next = dueResult(m_emitted + due.size())) {
-        due.push_back(std::move(next->second));
-        m_waiting.erase(next);
+    while (!m_waiting.empty() &&
+           (m_order == ResultOrder::AsDone || m_waiting.begin()->first == m_emitted + due.size())) {
+        due.push_back(std::move(m_waiting.begin()->second));
+        m_waiting.erase(m_waiting.begin());
     }
     return due;
 }
 
-void OrderedRunner::waitForResults(std::unique_lock<std::mutex>& lock) {
-    const auto isDue = [this] {
-        return dueResult(m_emitted) != m_waiting.end() || (m_ended && m_emitted == m_taken);
-    };
-    if (m_delivery == Delivery::AtOnce) {
-        m_changed.wait(lock, isDue);
-        return;
+void OrderedRunner::handOn(std::vector<Done>& results) {
+    std::unique_lock lock(m_mutex);
+    for (Done& done : results) {
+        m_waitingOctets += octetsOf(done.result);
+        m_waiting.emplace_hint(m_waiting.end(), done.place, std::move(done.result));
     }
-    // Woken by the end, and by whoever has no room; else it is time to look.
-    if (!m_ended) {
-        m_changed.wait_for(lock, kCollected);
-    }
-    while (!isDue()) {
-        m_changed.wait_for(lock, kCollected);
+    results.clear();
+    if (!m_isEmitting) {
+        m_isEmitting = true;
+        emitDue(lock);
+        m_isEmitting = false;
     }
 }
 
-void OrderedRunner::emitAll() {
-    std::unique_lock lock(m_mutex);
-    for (;;) {
-        waitForResults(lock);
-        const std::vector<FileResult> due = takeDue();
-        if (due.empty()) {
-            return;
-        }
-        // Printing may block on a full pipe; the workers go on meanwhile, as far as the window lets
+void OrderedRunner::emitDue(std::unique_lock<std::mutex>& lock) {
+    for (std::vector<FileResult> due = takeDue(); !due.empty(); due = takeDue()) {
+        // Printing may block on a full pipe; the others go on meanwhile, as far as the window lets
         // them.
         lock.unlock();
         std::size_t octets = 0;
@@ -179,7 +208,7 @@ void OrderedRunner::emitAll() {
         lock.lock();
         m_waitingOctets -= octets;
         m_emitted += due.size();
-        m_changed.notify_all();
+        m_hasRoom.notify_one();
     }
 }
 

@@ -5,8 +5,11 @@
 #include "cli/options.h"
 #include "cli/verify_file.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <deque>
+#include <exception>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -19,8 +22,8 @@ namespace vantrel::cli {
 enum class ResultOrder { OfNames, AsDone };
 
 // When results are handed on: each at once, since somebody may wait for it before giving the next
-// name; or those of some milliseconds together, since waking the thread that hands them on costs
-// more than a small file.
+// name; or those of a millisecond together, since taking names and handing results on one by one
+// costs more than a small file where threads do it side by side.
 enum class Delivery { AtOnce, Collected };
 
 // Works on files in parallel and hands the results on in the order that is asked for. No more
@@ -30,42 +33,59 @@ enum class Delivery { AtOnce, Collected };
 // the results. A name is whatever the work understands: a file's name, a request.
 class OrderedRunner final {
 public:
-    // The next name; false at the end. Called by one thread at a time, not always the same; it may
-    // block.
-    using Next = std::function<bool(std::string& name)>;
-    // Makes the result of one file; called by several threads at once. It must not throw: nobody on
-    // its thread could catch that.
+    // The next name; false at the end, and where it is not at hand and `mayWait` is false. Called
+    // by one thread at a time, not always the same.
+    using Next = std::function<bool(std::string& name, bool mayWait)>;
+    // Makes the result of one file; called by several threads at once.
     using Work = std::function<FileResult(const std::string& name)>;
-    // Takes the results, one after the other. `more`: another one follows at once.
+    // Takes the results, one after the other, of one thread at a time, not always the same. `more`:
+    // another one follows at once.
     using Emit = std::function<void(const FileResult& result, bool more)>;
 
     OrderedRunner(Next next, Work work, Emit emit, ResultOrder order, Delivery delivery)
         : m_next(std::move(next)), m_work(std::move(work)), m_emit(std::move(emit)), m_order(order),
           m_delivery(delivery) {}
 
-    // `work` runs on `jobs` threads, `emit` on the calling one. Where no thread can be started the
-    // caller does the work itself. Returns when every name has been worked on and emitted; called
-    // once. `jobs` is at least 1.
+    // Works on `jobs` threads, of which the calling one is one; where no other can be started it
+    // does the work alone. Returns when every name has been worked on and emitted; called once.
+    // `jobs` is at least 1. What one of the functions throws ends the run and is thrown to the
+    // caller.
     void run(std::size_t jobs);
 
 private:
+    // The names that a thread took together. Others take from them what it has not begun when there
+    // is nothing else left.
+    struct Batch {
+        std::vector<std::string> names;
+        std::size_t first = 0;          // the place of the first name
+        std::atomic<std::size_t> begun; // how many, and more where somebody looked in vain
+        std::size_t most = 1;           // names to be taken together the next time
+    };
+
+    struct Done {
+        std::size_t place;
+        FileResult result;
+    };
+
     void runAlone();
-    // What each thread does.
-    void workUntilEnd();
-    // Puts a result where it waits for its turn; true when others are to be woken for it.
-    [[nodiscard]] bool keep(std::size_t index, FileResult&& result);
-    // The next name with its place in the order, once there is room for its result; false at the
-    // end.
-    [[nodiscard]] bool takeName(std::size_t& index, std::string& name);
-    void emitAll();
+    // What each of several threads does.
+    void workUntilEnd(Batch& own);
+    // Works on one after the other of the names, and hands on what is due in between.
+    void workOn(Batch& own);
+    // The next names, once there is room for their results; false at the end.
+    [[nodiscard]] bool takeNames(Batch& own);
+    // A name that another thread took and has not begun, at the end of all.
+    [[nodiscard]] bool takeFromOthers(Batch& own);
+    // Puts results where they wait for their turn, and emits all that are due unless another thread
+    // is about it, which then emits these, too.
+    void handOn(std::vector<Done>& results);
     // Whether one more name may be taken. With m_mutex held, as are the next ones.
     [[nodiscard]] bool hasRoom() const noexcept;
-    // Waits for a result that is due, or the end of all.
-    void waitForResults(std::unique_lock<std::mutex>& lock);
-    // The result that is due behind `emitted` others; the end where it is not there.
-    [[nodiscard]] std::map<std::size_t, FileResult>::iterator dueResult(std::size_t emitted);
     // All that are due now, in the order in which they are emitted.
     [[nodiscard]] std::vector<FileResult> takeDue();
+    void emitDue(std::unique_lock<std::mutex>& lock);
+    // Ends the run for what was thrown.
+    void fail();
 
     const Next m_next;
     const Work m_work;
@@ -74,15 +94,18 @@ private:
     const Delivery m_delivery;
 
     std::mutex m_nameMutex; // one thread at a time reads names, which may block
-    std::mutex m_mutex;     // the fields below
-    std::condition_variable m_changed;
+    std::mutex m_mutex;     // the fields below, and the names of batches but for their owners' use
+    std::condition_variable m_hasRoom;
+    std::deque<Batch> m_batches;                 // one a thread
     std::map<std::size_t, FileResult> m_waiting; // done, by place, not yet emitted
     std::size_t m_waitingOctets = 0;             // of these, and of those being emitted
     std::size_t m_window = 1;    // names taken and not yet emitted, whatever their results
     std::size_t m_mostTaken = 1; // the same, where their results are small
     std::size_t m_taken = 0;
     std::size_t m_emitted = 0; // how many; in the order of names everything below this place
+    bool m_isEmitting = false; // a thread is about it
     bool m_ended = false;      // no more names
+    std::exception_ptr m_fault;
 };
 
 // The number of threads: that of --jobs, else one a processor. False, with `complaint`, for a

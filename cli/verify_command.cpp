@@ -124,11 +124,11 @@ int verifyFiles(const Arguments& arguments, bool explains) {
     const ReportForm form = arguments.has("--quiet")  ? ReportForm::None
                             : arguments.has("--json") ? ReportForm::Json
                                                       : ReportForm::Text;
-    // The work runs on many threads, what follows it on this one, file by file in the order of the
-    // names.
+    // The work runs on many threads, what follows it on one at a time, file by file in the order of
+    // the names.
     Printer printer(arguments, settings, form, names.total());
     OrderedRunner runner(
-        [&names](std::string& name) { return names.next(name); },
+        [&names](std::string& name, bool mayWait) { return names.next(name, mayWait); },
         [&settings, form](const std::string& name) { return verifyFile(name, settings, form); },
         [&printer](const FileResult& result, bool more) { printer.print(result, more); },
         ResultOrder::OfNames,

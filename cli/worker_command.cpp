@@ -43,7 +43,10 @@ void keep(char octet, std::size_t& room, std::string& line) noexcept {
 // The next line of standard input that is not blank; false at the end. Of one that is too long for
 // a request so much is kept that this shows. Called by one thread at a time, hence the unlocked
 // reading.
-bool nextRequest(std::string& line) {
+bool nextRequest(std::string& line, bool mayWait) {
+    if (!mayWait) {
+        return false;
+    }
     if (line.capacity() > kKeptCapacity) {
         line = std::string();
     }

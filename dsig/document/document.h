@@ -30,6 +30,8 @@ class WorkBudget;
 
 namespace vantrel::dsig {
 
+class RepeatedReference;
+
 // The key of a KeyValue that was read last: the signatures of a document often carry the same one,
 // and setting up a key costs a good part of using it. Empty before the first.
 struct LastKeyValue {
@@ -88,6 +90,12 @@ struct Document final {
     CertificateCache certificates;
     LastKeyValue lastKeyValue;
     ReferenceForm lastReference;
+    // What the references that matched have in common (dsig/reference/repeated_reference.h); null
+    // until there were two of them.
+    std::shared_ptr<RepeatedReference> repeatedReference;
+    const char* matchedTail = nullptr; // of the form of the one that matched last
+    std::uint64_t repeatedMatches = 0; // references that were found to match by it
+    bool mayRepeat = true;             // false: each is checked step by step
     // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
     // report needs it, and by the digests of a hash algorithm (dsig/keys/carried_certificates.h).
     std::optional<std::map<std::string, xml::ElementId, std::less<>>> certificatesByKey;

@@ -78,6 +78,17 @@ bool WorkAccount::takeTransforms(std::uint64_t count, LogBase& log) {
     return true;
 }
 
+bool WorkAccount::takeDone(std::uint64_t transforms, std::uint64_t octets) {
+    const std::uint64_t spent = m_spent.sum().octets;
+    const std::uint64_t most = mostOctets();
+    if (m_limits.timeIsUp() || transforms > kUsualTransforms ||
+        transforms > m_limits.transformsPerReference || spent > most || octets > most - spent) {
+        return false;
+    }
+    m_spent.add({.octets = octets});
+    return true;
+}
+
 std::uint64_t WorkAccount::mostSteps() const noexcept {
     if (m_limits.xpathSteps != Limits().xpathSteps) {
         return m_limits.xpathSteps;

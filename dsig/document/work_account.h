@@ -38,6 +38,9 @@ public:
     [[nodiscard]] std::uint64_t mostTransforms() const noexcept {
         return m_limits.transformsPerReference;
     }
+    // Both for a reference whose check is done already; false, and nothing is taken or logged,
+    // where one of them would be refused, or the transforms count for the document.
+    [[nodiscard]] bool takeDone(std::uint64_t transforms, std::uint64_t octets);
     // Steps of work on nodes. It is done within stepsLeft(), and taken afterwards; false, as for
     // the others, where that was not enough.
     [[nodiscard]] std::uint64_t stepsLeft() const noexcept;

@@ -8,6 +8,7 @@
 #include "dsig/reference/internal_reference.h"
 #include "dsig/reference/recommended_reference.h"
 #include "dsig/reference/reference_target.h"
+#include "dsig/reference/repeated_reference.h"
 #include "dsig/report/causes.h"
 #include "foundation/base/LogContextExitor.h"
 
@@ -51,9 +52,8 @@ void retry(const ReferenceQuery& query, Rules& rules, ReferenceResult& result, L
     }
 }
 
-} // namespace
-
-ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+// The usual way.
+ReferenceResult checkStepByStep(const ReferenceQuery& query, Rules& rules, LogBase& log) {
     const LogContextExitor context(log, "verifyReferenceDigest");
     const bool attrSortBug = rules.attrSortBug;
     const bool noAttrSortRetry = rules.noAttrSortRetry;
@@ -71,6 +71,19 @@ ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules, LogBas
     if (!result.matched() && query.document != nullptr) {
         query.document->account.noteFailedReference();
     }
+    return result;
+}
+
+} // namespace
+
+ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+    ReferenceResult result;
+    if (matchesRepeated(query, rules, result, log)) {
+        return result;
+    }
+    const LogBase::Place before = log.place();
+    result = checkStepByStep(query, rules, log);
+    learnRepeated(query, rules, result, before, log);
     return result;
 }
 

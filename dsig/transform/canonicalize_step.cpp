@@ -17,30 +17,6 @@ namespace {
 // EBICS messages sign all elements that are marked, together; at most this many of them.
 constexpr std::size_t kMostEbicsElements = 100;
 
-// EBICS references write `#xpointer(//*[@authenticate='true'])`. The expression is recognised by
-// its words, so quotes and axes may differ; it is never evaluated. An Id that holds all three words
-// is taken for it as well.
-bool isEbicsFragment(const StringBuffer& fragmentId) {
-    constexpr std::string_view kLongest = "authenticate";
-    return fragmentId.equals("EBICS") ||
-           (fragmentId.getSize() > kLongest.size() && fragmentId.containsSubstring("xpointer") &&
-            fragmentId.containsSubstring("authenticate") && fragmentId.containsSubstring("true"));
-}
-
-// Exclusive XML Canonicalization 1.0, section 4. Without a list each namespace is written where it
-// is visibly used.
-void takeChoice(const CanonicalizationChoice& choice, XmlCanon& canonicalizer, LogBase& log) {
-    canonicalizer.m_method = choice.exclusive ? kExclusive : kInclusive;
-    canonicalizer.m_withComments = choice.withComments;
-    if (!choice.prefixList) {
-        return;
-    }
-    if (log.verbose()) {
-        log.LogDataSb("inclusiveNamespacesPrefixList", *choice.prefixList);
-    }
-    setPrefixList(canonicalizer, *choice.prefixList);
-}
-
 // Hands octets on as long as the document's account allows. Without this a small document with many
 // references to its root would cost the square of its size. A text of its own has no account and is
 // not bounded here.
@@ -181,6 +157,29 @@ RefReason canonicalizeForEbics(const XmlCanon& canonicalizer, WorkingText& text,
 
 } // namespace
 
+bool isEbicsFragment(std::string_view fragmentId) noexcept {
+    constexpr std::string_view kLongest = "authenticate";
+    const auto holds = [fragmentId](std::string_view word) {
+        return fragmentId.find(word) != std::string_view::npos;
+    };
+    return fragmentId == "EBICS" || (fragmentId.size() > kLongest.size() && holds("xpointer") &&
+                                     holds(kLongest) && holds("true"));
+}
+
+// Exclusive XML Canonicalization 1.0, section 4. Without a list each namespace is written where it
+// is visibly used.
+void takeChoice(const CanonicalizationChoice& choice, XmlCanon& canonicalizer, LogBase& log) {
+    canonicalizer.m_method = choice.exclusive ? kExclusive : kInclusive;
+    canonicalizer.m_withComments = choice.withComments;
+    if (!choice.prefixList) {
+        return;
+    }
+    if (log.verbose()) {
+        log.LogDataSb("inclusiveNamespacesPrefixList", *choice.prefixList);
+    }
+    setPrefixList(canonicalizer, *choice.prefixList);
+}
+
 void configureAttrSort(XmlCanon& canonicalizer, const Rules& rules, LogBase& log) {
     if (!rules.emulatesAttrSort()) {
         return;
@@ -198,7 +197,7 @@ RefReason canonicalizeStep(const CanonicalizationChoice& choice, WorkingText& te
     takeChoice(choice, canonicalizer, log);
     configureAttrSort(canonicalizer, rules, log);
 
-    if (isEbicsFragment(fragmentId)) {
+    if (isEbicsFragment(fragmentId.view())) {
         return canonicalizeForEbics(canonicalizer, text, sink, leniencies, log);
     }
     xml::ElementId target = xml::kNoElement;

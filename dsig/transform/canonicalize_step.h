@@ -13,6 +13,8 @@
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <string_view>
+
 namespace vantrel::dsig {
 
 // The canonicalization transform (Canonical XML 1.0, Exclusive XML Canonicalization 1.0). The
@@ -26,6 +28,14 @@ namespace vantrel::dsig {
 [[nodiscard]] RefReason canonicalizeStep(const CanonicalizationChoice& choice, WorkingText& text,
                                          const StringBuffer& fragmentId, xml::CanonSink* sink,
                                          const Rules& rules, CodeSet& leniencies, LogBase& log);
+
+// Sets method, comments and prefixes of a canonicalizer as they were chosen.
+void takeChoice(const CanonicalizationChoice& choice, XmlCanon& canonicalizer, LogBase& log);
+
+// EBICS references write `#xpointer(//*[@authenticate='true'])`. The expression is recognised by
+// its words, so quotes and axes may differ; it is never evaluated. An Id that holds all three words
+// is taken for it as well.
+[[nodiscard]] bool isEbicsFragment(std::string_view fragmentId) noexcept;
 
 // Sets the attribute order of the rules, which is logged where it is a faulty one. Without such a
 // rule nothing changes: namespace name, then local name (Canonical XML 1.0, 2.2).

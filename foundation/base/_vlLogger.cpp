@@ -326,6 +326,32 @@ void _vlLogger::LogBracketed(const char* key, std::string_view text) {
     entry.addLeftOut(text.size() - shown.size());
 }
 
+std::string_view _vlLogger::entriesSince(Place before) const noexcept {
+    const bool holdsError = m_lastError.size != 0 && m_lastError.start >= before.size;
+    if (m_cut || holdsError || before.size > m_text.getSize()) {
+        return {};
+    }
+    return m_text.view().substr(before.size);
+}
+
+void _vlLogger::putEntries(std::span<const std::string_view> pieces) {
+    std::size_t size = 0;
+    for (const std::string_view piece : pieces) {
+        size += piece.size();
+    }
+    char* at = m_text.freeRoom(size);
+    if (at == nullptr) {
+        for (const std::string_view piece : pieces) {
+            m_text.appendView(piece);
+        }
+        return;
+    }
+    for (const std::string_view piece : pieces) {
+        at = std::copy(piece.begin(), piece.end(), at);
+    }
+    m_text.takeRoom(size);
+}
+
 void _vlLogger::clearLog() noexcept {
     m_text.clear();
     m_firstError = {};

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace vantrel {
@@ -35,6 +36,13 @@ public:
     void setLastJsonData(const StringBuffer& json) override { m_lastJsonData = json; }
     void clearLastJsonData() override { m_lastJsonData.clear(); }
     [[nodiscard]] bool isRecording() const noexcept override { return !m_cut; }
+    [[nodiscard]] Place place() const noexcept override { return {m_text.getSize(), m_depth}; }
+    [[nodiscard]] std::string_view entriesSince(Place before) const noexcept override;
+    [[nodiscard]] bool takesEntries(std::uint32_t depth,
+                                    std::size_t bytes) const noexcept override {
+        return depth == m_depth && !m_cut && std::uint64_t{m_text.getSize()} + bytes <= m_limit;
+    }
+    void putEntries(std::span<const std::string_view> pieces) override;
     // Escapes bracketed values like the others, so that every line of the text is a line of the
     // log: for who shows it line by line. Off by default; forgetting the text does not change it.
     void setOneLineValues(bool oneLine) noexcept { m_oneLineValues = oneLine; }

@@ -5,7 +5,9 @@
 #include "foundation/text/StringBuffer.h"
 #include "foundation/text/byte_view.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace vantrel {
@@ -34,6 +36,27 @@ public:
     virtual void clearLastJsonData() = 0;
     // False for a log that discards everything: lets a writer skip preparing large values.
     [[nodiscard]] virtual bool isRecording() const noexcept = 0;
+
+    // Entries that differ from others in a few values only can be written in one piece. Where the
+    // log stands: how much of its text there is, and how many contexts are open.
+    struct Place {
+        std::uint32_t size = 0;
+        std::uint32_t depth = 0;
+    };
+    [[nodiscard]] virtual Place place() const noexcept { return {}; }
+    // The entries since then as they stand in the text; empty where one of them is an error, or for
+    // a log without a text. Valid until the next entry.
+    [[nodiscard]] virtual std::string_view entriesSince(Place /*before*/) const noexcept {
+        return {};
+    }
+    // Whether putEntries takes so many bytes of entries that were read at this depth.
+    [[nodiscard]] virtual bool takesEntries(std::uint32_t /*depth*/,
+                                            std::size_t /*bytes*/) const noexcept {
+        return false;
+    }
+    // Writes them, in pieces. Values among them stand as they are: they have no control characters
+    // and are not long.
+    virtual void putEntries(std::span<const std::string_view> /*pieces*/) {}
 
     void LogDataSb(const char* key, const StringBuffer& value) { logText(key, value.view()); }
     void LogDataX(const char* key, const XString& value);

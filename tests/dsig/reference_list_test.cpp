@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
-// References that are read with what is known of the one before them, beside the same read alone.
+// References that are read, or checked, with what is known of those before them, beside the same
+// without.
 
+#include "dsig/document/document.h"
 #include "dsig/document/reference_form.h"
 #include "dsig/reference/DSigReference.h"
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/tree/ClsXml.h"
 #include "foundation/xml/tree/tag_pattern.h"
+#include "tests/dsig/document_case.h"
+#include "tests/dsig/test_access.h"
 
 #include <random>
 #include <string>
@@ -22,8 +26,8 @@ public:
     explicit Words(unsigned seed) : m_random(seed) {}
 
     // Mostly the first: what the references of a list have in common.
-    std::string pick(const std::vector<std::string_view>& words) {
-        return std::string(words[m_random() % 8 != 0 ? 0 : m_random() % words.size()]);
+    std::string pick(const std::vector<std::string>& words) {
+        return words[m_random() % 8 != 0 ? 0 : m_random() % words.size()];
     }
 
 private:
@@ -94,6 +98,102 @@ TEST(ReferenceList, ReadsEachAsIfItWereAlone) {
         }
     }
     EXPECT_GT(taken, 300U); // the short way was gone
+}
+
+// A document with elements of many kinds and a signature with a reference to each.
+std::string randomList(unsigned seed, const std::vector<std::string>& digests) {
+    Words words(seed);
+    const std::string canonical = words.pick({"http://www.w3.org/2001/10/xml-exc-c14n#",
+                                              "http://www.w3.org/2006/12/xml-c14n11#WithComments"});
+    const std::string transform = "<Transform Algorithm='" + canonical + "'";
+    std::string text = words.pick({"", "<!DOCTYPE r [<!ENTITY e 'x'><!ATTLIST a b CDATA 'd'>]>",
+                                   "<!DOCTYPE r [<!ENTITY e 'x'>]>"});
+    const std::string entity = text.empty() ? "" : words.pick({"", "&e;"});
+    text += "<r xmlns:p='urn:p' xmlns='urn:d' xml:lang='en' xmlns:q='urn:q'>" + entity +
+            words.pick({"", "<LAU/>"});
+    std::string references;
+    for (std::size_t i = 0; i < digests.size(); ++i) {
+        const std::string number = words.pick({"y", ""}).empty() ? "" : std::to_string(i);
+        const std::string id =
+            words.pick({"i", "j&amp;", "EBICS", "k k", "&#39;", "xpointer(/)"}) + number;
+        const std::string name = words.pick({"p:a", "a", "q:a"});
+        const std::string outer = words.pick({"", "in xmlns:p='urn:other' xmlns=''", "in"});
+        text +=
+            (outer.empty() ? "" : "<" + outer + ">") + "<" + name +
+            words.pick({" b='1'", "", " xmlns:q='urn:q2'", " p:z='&#10;'"}) + " Id=\"" + id +
+            "\">" +
+            words.pick({"<q:b>1 &amp; 2</q:b>", "\r\n<!--c-->", "<![CDATA[<]]>", "<b xmlns=''/>",
+                        "<p:b xmlns:p='urn:p'/>", "<q:b xml:id='n' a='2'  />"}) +
+            std::string(words.pick({"", "long"}).size() * 5000U, 'x') + "</" + name + ">" +
+            (outer.empty() ? "" : "</in>");
+        const std::string quote = words.pick({"\"", "'"});
+        references +=
+            "<Reference" + words.pick({"", " Id='x'"}) + " URI=" + quote +
+            words.pick({"#", " #", ""}) + words.pick({id, "xpointer(id(&#39;" + id + "&#39;))"}) +
+            quote + words.pick({">", " >"}) +
+            words.pick({"<Transforms>" + transform + "/></Transforms>", "",
+                        "<Transforms>" + transform +
+                            "><InclusiveNamespaces PrefixList='q "
+                            "#default'/></Transform></Transforms>"}) +
+            words.pick({"<DigestMethod Algorithm='http://www.w3.org/2001/04/xmlenc#sha256'/>",
+                        "<DigestMethod Algorithm='urn:sha1'/>", "<DigestMethod/>"}) +
+            "<DigestValue>" + digests[i] + "</DigestValue></Reference>" + words.pick({"", "\n"});
+    }
+    return text + "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#' Id='" +
+           words.pick({"S", "", "0"}) + "'><SignedInfo><CanonicalizationMethod Algorithm='" +
+           canonical + "'/><SignatureMethod Algorithm='x#rsa-sha256'/>" + references +
+           "</SignedInfo><SignatureValue>AAAA</SignatureValue></Signature></r>";
+}
+
+// What a verification says, the same a second time: the report, and the log behind it.
+std::string verified(ClsXmlDSig& verifier, const std::string& text, bool mayRepeat) {
+    loadText(verifier, text);
+    ClsXmlDSigTestAccess::structure(verifier).mayRepeat = mayRepeat;
+    std::string said;
+    for (int i = 0; i < 2; ++i) {
+        static_cast<void>(verifier.VerifySignature(true));
+        XString report;
+        verifier.get_LastJsonData(report);
+        said += report.getUtf8() + ("\n" + logOf(verifier)) +
+                std::to_string(ClsXmlDSigTestAccess::structure(verifier).account.octets());
+    }
+    return said;
+}
+
+// A digest, mostly the right one.
+std::string changed(std::string digest, Words& words) {
+    const std::string change = words.pick({"", "wrong", "end", "\n", "<!--c-->", "&#65;"});
+    if (change == "wrong" || change == "end") {
+        // Of the last character some bits do not count.
+        char& at = digest[change == "end" ? digest.find_last_not_of('=') : 0];
+        at = at == 'A' ? 'B' : 'A';
+        return digest;
+    }
+    return digest.insert(digest.size() / 2, change);
+}
+
+// The digests are mostly those that the usual way computes.
+TEST(ReferenceList, ChecksEachAsIfItWereAlone) {
+    std::uint64_t repeated = 0;
+    for (unsigned seed = 0; seed < 300; ++seed) {
+        Words words(seed + 1000);
+        std::vector<std::string> digests(10, "AAAA");
+        ClsXmlDSig first;
+        static_cast<void>(verified(first, randomList(seed, digests), false));
+        const json::JsonValue report = reportOf(first);
+        for (std::size_t i = 0; i < digests.size(); ++i) {
+            const json::JsonValue* const found =
+                report.find("references")->elements()[i].find("digest");
+            const std::string computed = found != nullptr ? textOf(*found, "computed") : "";
+            digests[i] = changed(computed.empty() ? "AAAA" : computed, words);
+        }
+        const std::string text = randomList(seed, digests);
+        ClsXmlDSig plain;
+        ClsXmlDSig quick;
+        ASSERT_EQ(verified(quick, text, true), verified(plain, text, false)) << text;
+        repeated += ClsXmlDSigTestAccess::structure(quick).repeatedMatches;
+    }
+    EXPECT_GT(repeated, 1000U);
 }
 
 } // namespace

@@ -207,9 +207,8 @@ bool XmlCanon::canonicalizeElement(const XmlDocument& document, ElementId apex,
     }
 }
 
-bool XmlCanon::canonicalizeApex(const XmlDocument& document, ElementId apex,
-                                std::span<const TextRange> omitted, xml::CanonSink& sink) const {
-    std::vector<std::string_view> prefixes;
+xml::CanonRequest XmlCanon::request(std::vector<std::string_view>& prefixes) const {
+    prefixes.clear();
     for (int i = 0; i < m_inclusivePrefixes.getSize(); ++i) {
         if (const StringBuffer* const prefix = m_inclusivePrefixes.sbAt(i); prefix != nullptr) {
             prefixes.push_back(prefix->view());
@@ -220,11 +219,18 @@ bool XmlCanon::canonicalizeApex(const XmlDocument& document, ElementId apex,
         m_method == kExclusiveMethod ? xml::CanonMethod::Exclusive : xml::CanonMethod::Inclusive;
     request.withComments = m_withComments;
     request.prefixes = prefixes;
-    request.apex = apex;
     request.inheritNamespaces = m_signedDocFlag;
     request.order = m_duplicateAttrSortBug ? m_faultyOrder : xml::AttributeOrder::Canonical;
-    request.omitted = omitted;
-    return xml::canonicalize(document, request, sink);
+    return request;
+}
+
+bool XmlCanon::canonicalizeApex(const XmlDocument& document, ElementId apex,
+                                std::span<const TextRange> omitted, xml::CanonSink& sink) const {
+    std::vector<std::string_view> prefixes;
+    xml::CanonRequest asked = request(prefixes);
+    asked.apex = apex;
+    asked.omitted = omitted;
+    return xml::canonicalize(document, asked, sink);
 }
 
 } // namespace vantrel

@@ -69,6 +69,9 @@ public:
     [[nodiscard]] bool canonicalizeElement(const xml::XmlDocument& document, xml::ElementId apex,
                                            std::span<const xml::TextRange> omitted,
                                            xml::CanonSink& sink, LogBase& log) const;
+    // What the fields ask for, of the whole document; `prefixes` becomes what the request points
+    // at.
+    [[nodiscard]] xml::CanonRequest request(std::vector<std::string_view>& prefixes) const;
     // How long a canonical form of this text may be that is kept as a text, and the error line when
     // it is longer.
     [[nodiscard]] static std::uint64_t formLimit(const StringBuffer& xml) noexcept;

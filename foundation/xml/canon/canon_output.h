@@ -74,8 +74,13 @@ public:
     }
     [[nodiscard]] bool refused() const noexcept { return m_refused; }
 
-private:
+    // What is collected and not handed over yet, and forgetting it.
+    [[nodiscard]] std::string_view collected() const noexcept { return {m_buffer, m_used}; }
+    void forget() noexcept { m_used = 0; }
+
     static constexpr std::size_t kBuffer = std::size_t{16} << 10;
+
+private:
     static constexpr std::size_t kShort = 256; // a power of two
 
     // Most pieces are short, and a call costs more than they do. The two copies of a size may

@@ -77,7 +77,7 @@ void CanonWalker::walkOutside(std::uint32_t begin, std::uint32_t end, bool befor
     }
 }
 
-void CanonWalker::walkElement(ElementId apex) {
+void CanonWalker::walkSubtree(ElementId apex) {
     const ElementRecord& record = m_document.element(apex);
     const auto holes = m_request.omitted;
     m_nextHole = static_cast<std::size_t>(
@@ -86,14 +86,14 @@ void CanonWalker::walkElement(ElementId apex) {
         holes.begin());
     findHole(record.start);
     m_portionEnd = record.start + CanonOutput::kPortion;
+    m_stops = 0;
+    m_tagByTagEnd = 0;
     m_out.skipTo(record.start);
     m_window.open(record.end);
-    m_tags.inherit(apex);
     const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
     m_nextStop = std::lower_bound(stops.data(), stops.data() + stops.size(), record.start);
-    if (!m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag) {
-        m_knownEnd = std::min(record.end, m_document.tidyKnownUpTo());
-    }
+    const bool isKnown = !m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag;
+    m_knownEnd = isKnown ? std::min(record.end, m_document.tidyKnownUpTo()) : 0;
     for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
         std::uint32_t due = std::min(m_portionEnd, m_holeStart);
         if (at < m_knownEnd) {

@@ -10,6 +10,7 @@
 #include "foundation/xml/canon/stop_search.h"
 
 #include <cstdint>
+#include <string_view>
 
 namespace vantrel::xml {
 
@@ -21,10 +22,32 @@ public:
     CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink);
 
     void walkDocument();
-    void walkElement(ElementId apex);
+    void walkElement(ElementId apex) {
+        m_tags.inherit(apex);
+        walkSubtree(apex);
+    }
     [[nodiscard]] bool finish() { return m_out.finish(); }
 
+    // The forms of several elements, one after the other: children of one element, but for the
+    // first, whatever it is. False where there can be no second.
+    [[nodiscard]] bool walkFirst(ElementId apex) {
+        m_tags.inherit(apex);
+        const bool canGoOn = m_tags.keepInherited();
+        walkSubtree(apex);
+        return canGoOn;
+    }
+    void walkNext(ElementId apex) {
+        m_out.forget();
+        m_tags.goOnWith(apex);
+        walkSubtree(apex);
+    }
+    // The form of the last one, where the sink was given nothing of it; else empty.
+    [[nodiscard]] std::string_view form() const noexcept {
+        return m_out.refused() ? std::string_view() : m_out.collected();
+    }
+
 private:
+    void walkSubtree(ElementId apex);
     // Comments and processing instructions before or behind the root, each on a line of its own
     // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
     // part of the canonical form.

@@ -38,8 +38,12 @@ public:
         : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
           m_make(chosenCanonMaskKernel().run) {}
 
-    // The masks will not be asked for what lies behind `end`.
-    void open(std::uint32_t end) noexcept { m_limit = end; }
+    // From here on the masks will not be asked for what lies behind `end`.
+    void open(std::uint32_t end) noexcept {
+        m_limit = end;
+        m_begin = 0;
+        m_safe = 0;
+    }
 
     // The shape of the start tag at `at`. Tags longer than 64 bytes have no '>' in the word, so
     // they are never tidy; passOver (start_tag_writer.h) reads those.
@@ -98,7 +102,7 @@ private:
     const std::uint32_t m_size;
     const MakeCanonMasks m_make;
     std::uint32_t m_limit = 0;
-    std::uint32_t m_begin = 0; // of the stretch, which is empty at first
+    std::uint32_t m_begin = 0; // of the stretch
     std::uint32_t m_safe = 0;  // 64 bits from any offset before this one lie in the stretch
     CanonMasks m_masks[kBlocks + 1];
 };

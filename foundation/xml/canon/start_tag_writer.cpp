@@ -69,11 +69,21 @@ void StartTagWriter::goOnAt(std::uint32_t offset) {
     }
 }
 
-void StartTagWriter::inherit(ElementId apex) {
+void StartTagWriter::startAt(ElementId apex) {
     m_reached = apex;
-    m_namespaces.endAt(m_elements[apex].end);
     m_nextDeclaration = apex == 0 ? 0 : m_document.firstNamespaceDecl(apex);
     findNextDeclaring();
+}
+
+// Everything that the last apex and its subtree did is taken back.
+void StartTagWriter::goOnWith(ElementId apex) {
+    m_namespaces.leave(PrefixBinding::kNever);
+    startAt(apex);
+}
+
+void StartTagWriter::inherit(ElementId apex) {
+    startAt(apex);
+    m_namespaces.endAt(m_elements[apex].end);
     const bool hidden = !m_request.inheritNamespaces;
     if (!inheritByWalk(apex, hidden)) {
         m_outer = m_document.parent(apex);

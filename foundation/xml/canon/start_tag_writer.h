@@ -50,6 +50,14 @@ public:
     // Takes over what the apex inherits from its ancestors. To be called before its tag is written,
     // unless the apex is the root.
     void inherit(ElementId apex);
+    // For several apexes that are children of one element, in any order: once inherit() was called
+    // for the first, what is inherited may be kept for the others; false where it is not all at
+    // hand. goOnWith() then stands in for inherit().
+    [[nodiscard]] bool keepInherited() noexcept {
+        m_namespaces.endAt(PrefixBinding::kNever);
+        return m_outer == kNoElement;
+    }
+    void goOnWith(ElementId apex);
     // Writes the start tag at `start`, and the end tag of an empty element. Returns the offset
     // behind it. Tags come in document order, that of the apex by writeApex; one that findStop
     // leaves out need not come.
@@ -79,8 +87,9 @@ public:
     }
     // How long the name in the last tag is; 0 for an element that has no end tag.
     [[nodiscard]] std::uint32_t openedName() const noexcept { return m_openedName; }
+    // With the exclusive method and no list of prefixes an apex is a tag like any other.
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
-        return rewrite(start, apex);
+        return m_exclusive && m_request.prefixes.empty() ? write(start) : rewrite(start, apex);
     }
     // For a search that meets names on its way (stop_search.h), with the exclusive method: the
     // prefix in the `length` bytes at `start`, and whether the tag there, which uses it, has to
@@ -139,6 +148,7 @@ private:
     void declareNamespaces(std::uint32_t start);
     void findNextDeclaring() noexcept;
     [[nodiscard]] NamespaceExtent extentOf(std::uint32_t start);
+    void startAt(ElementId apex);
     [[nodiscard]] bool inheritByWalk(ElementId apex, bool hidden);
     void inheritXmlAttributes(ElementId apex);
     [[nodiscard]] bool inheritXmlAttributesByWalk(ElementId apex);
