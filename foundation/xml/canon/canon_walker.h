@@ -15,8 +15,10 @@
 namespace vantrel::xml {
 
 // Walks once over the text of an element, or of a whole document, and writes its canonical form.
-// What need not change is only passed over. The document was checked when it was scanned, so the
-// walk trusts the text: every '<' begins markup that ends, every end tag has its start tag.
+// What need not change is only passed over: from one place to the next that was noted when the
+// document was scanned (XmlDocument::untidyPlaces), or, where that gave up, that a search finds.
+// The document was checked then, so the walk trusts the text: every '<' begins markup that ends,
+// every end tag has its start tag.
 class CanonWalker final {
 public:
     CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink);

@@ -102,7 +102,7 @@ private:
             std::swap(names[0], names[names.size() - 1]);
         }
         std::string text;
-        if (rarely()) {
+        if (m_random.below(12) == 0) {
             text += pick({" xmlns:p", " xmlns:p", " xmlns"}) +
                     "='urn:" + std::to_string(m_random.below(4)) + "'";
         }
