@@ -437,7 +437,7 @@ private:
 
 bool canonicalizeNodes(const NodeIndex& index, const NodeBits& set, const NodeSetRequest& request,
                        WorkBudget& budget, CanonSink& sink) {
-    return sink.expect(index.document().text().size()) &&
+    return sink.expect(index.document().text().size(), false) &&
            NodeSetWriter(index, set, request, budget, sink).run();
 }
 

@@ -352,7 +352,7 @@ public:
         ++pieces;
         return true;
     }
-    bool expect(std::uint64_t size) override {
+    bool expect(std::uint64_t size, bool /*mostlyAsTheyStand*/) override {
         expected += size;
         return size <= most;
     }
