@@ -90,17 +90,23 @@ void CanonWalker::walkSubtree(ElementId apex) {
     m_tagByTagEnd = 0;
     m_out.skipTo(record.start);
     m_window.open(record.end);
-    const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
-    m_nextStop = std::lower_bound(stops.data(), stops.data() + stops.size(), record.start);
+    const std::span<const UntidyPlace> stops = m_document.untidyPlaces();
+    m_nextStop = std::partition_point(
+        stops.data(), stops.data() + stops.size(),
+        [&record](UntidyPlace place) { return place.offset() < record.start; });
     const bool isKnown = !m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag;
     m_knownEnd = isKnown ? std::min(record.end, m_document.tidyKnownUpTo()) : 0;
-    for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
+    std::uint32_t at = record.start;
+    if (at >= m_knownEnd || !m_tags.isApexUsual()) {
+        at = m_tags.writeApex(apex, at);
+    }
+    while (at < record.end) {
         std::uint32_t due = std::min(m_portionEnd, m_holeStart);
         if (at < m_knownEnd) {
             due = std::max(at, std::min(due, m_tags.nextEvent()));
             at = passTidy(at, std::min(due, m_knownEnd));
             if (at < due) {
-                at = at < m_knownEnd ? passStop(at) : at;
+                at = at < m_knownEnd ? passUntidy(at) : at;
                 continue;
             }
         } else if (at < m_tagByTagEnd) {
@@ -123,15 +129,25 @@ void CanonWalker::walkSubtree(ElementId apex) {
 }
 
 std::uint32_t CanonWalker::passTidy(std::uint32_t at, std::uint32_t limit) {
-    const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
-    const std::uint32_t* const last = stops.data() + stops.size();
-    while (m_nextStop != last && *m_nextStop < at) {
+    const std::span<const UntidyPlace> stops = m_document.untidyPlaces();
+    const UntidyPlace* const last = stops.data() + stops.size();
+    while (m_nextStop != last && m_nextStop->offset() < at) {
         ++m_nextStop;
     }
-    const std::uint32_t stop = m_nextStop != last ? std::min(limit, *m_nextStop) : limit;
+    const std::uint32_t stop = m_nextStop != last ? std::min(limit, m_nextStop->offset()) : limit;
     m_tags.passTidy(at, stop);
     // What has to be declared in a tag that the limit cuts through may be behind that.
     return std::max(stop, m_out.stretchStart());
+}
+
+// At the next of the places that are known.
+std::uint32_t CanonWalker::passUntidy(std::uint32_t at) {
+    if (m_nextStop->isEmptyTag()) {
+        return m_tags.writeEmpty(at);
+    }
+    const char next = m_text[at + 1];
+    const bool isStartTag = m_text[at] == '<' && next != '/' && next != '!' && next != '?';
+    return isStartTag ? m_tags.writeUntidy(at) : passStop(at);
 }
 
 std::uint32_t CanonWalker::walkTagByTag(std::uint32_t at, std::uint32_t limit) {
@@ -220,7 +236,7 @@ std::uint32_t CanonWalker::passStop(std::uint32_t at) {
     case '/': return endTag(at);
     case '!': return commentOrCdata(at);
     case '?': return instruction(at);
-    default: return at < m_knownEnd ? m_tags.writeUntidy(at) : m_tags.write(at);
+    default: return m_tags.write(at);
     }
 }
 

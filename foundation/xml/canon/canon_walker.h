@@ -56,6 +56,7 @@ private:
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
     // From `at` to the first place that the document knows to be untidy, or to `limit`.
     [[nodiscard]] std::uint32_t passTidy(std::uint32_t at, std::uint32_t limit);
+    [[nodiscard]] std::uint32_t passUntidy(std::uint32_t at);
     // From `at` to `limit` without a search for stops: every tag is one. For stretches where there
     // are many. Returns where it got to, outside of tags.
     [[nodiscard]] std::uint32_t walkTagByTag(std::uint32_t at, std::uint32_t limit);
@@ -88,7 +89,7 @@ private:
     std::uint32_t m_countedFrom = 0;
     // Up to here the document knows the stops, of which the next one is m_nextStop.
     std::uint32_t m_knownEnd = 0;
-    const std::uint32_t* m_nextStop = nullptr;
+    const UntidyPlace* m_nextStop = nullptr;
     // Up to here there are too many stops to search for them.
     std::uint32_t m_tagByTagEnd = 0;
     std::size_t m_nextHole = 0;

@@ -141,7 +141,8 @@ public:
                  NamespaceExtent extent);
     // Notes that the element at hand writes the binding in scope, and returns how: a namespace
     // declaration with a space before it, valid until the next call.
-    [[nodiscard]] std::string_view render(PrefixId prefix, NamespaceExtent extent) {
+    [[nodiscard, gnu::always_inline]] std::string_view render(PrefixId prefix,
+                                                              NamespaceExtent extent) {
         PrefixBinding& binding = m_bindings[prefix];
         if (!extent.isLeaf) {
             remember(prefix, extent);

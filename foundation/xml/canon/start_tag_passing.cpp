@@ -185,6 +185,23 @@ void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
     m_reached = static_cast<ElementId>(std::min(element, end - 1) - m_elements.data());
 }
 
+std::uint32_t StartTagWriter::writeEmpty(std::uint32_t start) {
+    m_namespaces.leave(start);
+    const ElementRecord* const element = firstElementFrom(start);
+    m_reached = static_cast<ElementId>(element - m_elements.data());
+    const std::uint32_t contentEnd = element->end - 2;
+    const std::uint32_t nameEnd = std::min(tidyNameEnd(m_text, start + 1), contentEnd);
+    PrefixId prefix = 0;
+    if (m_exclusive && isElementPending(start, prefix)) {
+        m_out.copyUpToAndPut(nameEnd, m_namespaces.render(prefix, {element->end, true}));
+    }
+    m_out.copyUpTo(contentEnd);
+    m_out.put("></");
+    m_out.put(m_text.substr(start + 1, nameEnd - start - 1));
+    m_out.skipTo(element->end - 1); // its '>'
+    return element->end;
+}
+
 // The rest of a tag that was passed over: writes the declarations that are due, and the end tag of
 // an empty element. `contentEnd` is the offset of what closes the tag: '>', "/>" or " />".
 void StartTagWriter::finishPassed(std::uint32_t start, std::uint32_t contentEnd,

@@ -78,6 +78,8 @@ public:
         return start == m_nextDeclaring || !passOver(start, tag) ? rewrite(start, kNoElement)
                                                                  : tag.end;
     }
+    // The same for the tag of an empty element that is canonical but for the end tag.
+    [[nodiscard]] std::uint32_t writeEmpty(std::uint32_t start);
     // From `at` to `limit` all tags are canonical as they stand, have no prefixed attributes and
     // declare nothing: writes the declarations that are due in those that begin there.
     void passTidy(std::uint32_t at, std::uint32_t limit) {
@@ -88,8 +90,11 @@ public:
     // How long the name in the last tag is; 0 for an element that has no end tag.
     [[nodiscard]] std::uint32_t openedName() const noexcept { return m_openedName; }
     // With the exclusive method and no list of prefixes an apex is a tag like any other.
+    [[nodiscard]] bool isApexUsual() const noexcept {
+        return m_exclusive && m_request.prefixes.empty();
+    }
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
-        return m_exclusive && m_request.prefixes.empty() ? write(start) : rewrite(start, apex);
+        return isApexUsual() ? write(start) : rewrite(start, apex);
     }
     // For a search that meets names on its way (stop_search.h), with the exclusive method: the
     // prefix in the `length` bytes at `start`, and whether the tag there, which uses it, has to

@@ -22,6 +22,11 @@ bool equalsIgnoreCase(std::string_view text, std::string_view lower) noexcept {
     });
 }
 
+// One that a canonical form has as well.
+bool isTidyReference(std::string_view rest) noexcept {
+    return rest.starts_with("&amp;") || rest.starts_with("&lt;") || rest.starts_with("&gt;");
+}
+
 } // namespace
 
 DocumentScanner::DocumentScanner(XmlDocument& document, Mode mode)
@@ -118,7 +123,9 @@ bool DocumentScanner::readContent(std::uint32_t& at) {
             return false;
         }
         if (m_text[at] != '<') [[unlikely]] {
-            m_document.noteUntidy(at);
+            if (!isTidyReference(rest(at))) {
+                m_document.noteUntidy(at);
+            }
             at = readTextSpecial(at);
         } else if (m_text[at + 1] == '/') {
             at = readEndTag(at);

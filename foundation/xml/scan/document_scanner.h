@@ -130,7 +130,8 @@ private:
     [[nodiscard]] std::uint32_t readEquals(std::uint32_t at);
     [[nodiscard]] std::uint32_t readName(std::uint32_t at, std::uint32_t& prefixLength);
     [[nodiscard]] std::uint32_t readOddName(std::uint32_t at, std::uint32_t& prefixLength);
-    [[nodiscard]] bool isTidyTag(std::uint32_t nameEnd, std::uint32_t close) const noexcept;
+    void noteTag(std::uint32_t at, std::uint32_t nameEnd, std::uint32_t close);
+    [[nodiscard]] bool areTidy(std::uint32_t from, std::uint32_t to) const noexcept;
     [[nodiscard]] bool addDefaults(std::string_view element, std::uint32_t offset);
     [[nodiscard]] bool takeAttributes(ElementId element);
     [[nodiscard]] bool declareNamespace(ElementId element, const Read& attribute);

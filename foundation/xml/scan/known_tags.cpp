@@ -193,7 +193,7 @@ inline std::uint32_t DocumentScanner::readKnownTags(const Glance& glance, std::u
                 break;
             }
             if (isEmpty || !isTidy) {
-                m_document.noteUntidy(begin + at);
+                m_document.noteUntidy(begin + at, isTidy);
             }
         }
         records[element] = {begin + at, begin + end + 1};

@@ -126,8 +126,8 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     if (m_glances && !isNoted) {
         learnElement(nameStart, nameEnd - nameStart, prefixLength);
     }
-    if (!simple ? !isTidyTag(nameEnd, behind) : m_text[behind] != '>') {
-        m_document.noteUntidy(at);
+    if (!simple || m_text[behind] != '>') {
+        noteTag(at, nameEnd, behind);
     }
     if (m_text[behind] == '>') {
         Open& open = m_open.back();
@@ -143,11 +143,20 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     return closeElement(behind + 2);
 }
 
-// Whether the tag that was read, with attributes or white space, stands as a canonical form writes
-// it: XmlDocument::untidyPlaces(). `close`: of its '>' or '/'.
-bool DocumentScanner::isTidyTag(std::uint32_t nameEnd, std::uint32_t close) const noexcept {
+// For XmlDocument::untidyPlaces(). `close`: of its '>' or '/'.
+void DocumentScanner::noteTag(std::uint32_t at, std::uint32_t nameEnd, std::uint32_t close) {
+    const bool isTidy = nameEnd == close || areTidy(nameEnd, close);
+    const bool isEmpty = m_text[close] == '/';
+    if (isEmpty || !isTidy) {
+        m_document.noteUntidy(at, isTidy);
+    }
+}
+
+// Whether the attributes that were read stand as a canonical form writes them, and nothing else;
+// also where one is a declaration, at which the canonicalizer stops anyway.
+bool DocumentScanner::areTidy(std::uint32_t from, std::uint32_t to) const noexcept {
     constexpr std::string_view kAmpersand = "&amp;";
-    const char* at = m_text + nameEnd;
+    const char* at = m_text + from;
     std::string_view before;
     for (const Read& attribute : m_attributes) {
         if (attribute.namespaceDecl) {
@@ -171,7 +180,7 @@ bool DocumentScanner::isTidyTag(std::uint32_t nameEnd, std::uint32_t close) cons
         }
         at = m_text + end + 1;
     }
-    return at == m_text + close && *at == '>';
+    return at == m_text + to;
 }
 
 // From behind the name of the element to its '>' or '/'.

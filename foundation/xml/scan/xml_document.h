@@ -11,6 +11,7 @@
 #include "foundation/xml/scan/prefix_table.h"
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -59,6 +60,21 @@ struct SignatureElement {
     SignatureKind kind;
     std::uint8_t signedInfoCount; // SignedInfo children: 0, 1, or 2 for more than one
     ElementId signedInfo;         // the first of them, or kNoElement
+};
+
+// See XmlDocument::untidyPlaces().
+class UntidyPlace final {
+public:
+    UntidyPlace(std::uint32_t offset, bool isEmptyTag) noexcept
+        : m_packed(offset << 1 | (isEmptyTag ? 1U : 0U)) {}
+
+    [[nodiscard]] std::uint32_t offset() const noexcept { return m_packed >> 1; }
+    // The tag of an empty element, which needs an end tag in place of its '/', and no more.
+    [[nodiscard]] bool isEmptyTag() const noexcept { return (m_packed & 1U) != 0; }
+
+private:
+    static_assert(kMaxDocumentSize <= std::numeric_limits<std::uint32_t>::max() / 2);
+    std::uint32_t m_packed;
 };
 
 struct ParseOptions {
@@ -126,7 +142,7 @@ public:
     // declarations need not be among them, but all with other prefixed attributes are. They are
     // known up to tidyKnownUpTo(), which is outside of tags; where there are many that is before
     // the end.
-    [[nodiscard]] std::span<const std::uint32_t> untidyPlaces() const noexcept {
+    [[nodiscard]] std::span<const UntidyPlace> untidyPlaces() const noexcept {
         return m_untidy.span();
     }
     [[nodiscard]] std::uint32_t tidyKnownUpTo() const noexcept { return m_tidyKnownUpTo; }
@@ -266,14 +282,14 @@ private:
         }
     }
     // Places come in their order. Where many stand together, a search finds them as fast.
-    void noteUntidy(std::uint32_t place) {
+    void noteUntidy(std::uint32_t place, bool isEmptyTag = false) {
         if (place >= m_tidyKnownUpTo) {
             return;
         }
         if (m_untidy.size() > kUntidyAtOnce + place / kOctetsPerUntidy) {
             m_tidyKnownUpTo = place;
         } else {
-            m_untidy.push_back(place);
+            m_untidy.push_back(UntidyPlace(place, isEmptyTag));
         }
     }
     [[nodiscard]] const NamespaceDecl* nearestDeclaration(ElementId id,
@@ -291,7 +307,7 @@ private:
     PrefixTable m_prefixes;
     IdTable m_ids;
     GrowArray<ElementId> m_xmlAttributes;
-    GrowArray<std::uint32_t> m_untidy;
+    GrowArray<UntidyPlace> m_untidy;
     std::uint32_t m_tidyKnownUpTo = 0xFFFFFFFF;
     std::vector<SignatureElement> m_signatures;
     std::string m_side; // normalised values that do not stand in the text as they are

@@ -32,6 +32,11 @@ std::string everythingOf(const xml::XmlDocument& document) {
     for (const xml::ElementId element : document.elementsWithXmlAttributes()) {
         add(element);
     }
+    for (const xml::UntidyPlace place : document.untidyPlaces()) {
+        add(place.offset());
+        add(place.isEmptyTag() ? 1 : 0);
+    }
+    add(document.tidyKnownUpTo());
     for (const std::string_view id : {"i1", "i2", "i3", "i 4", ""}) {
         xml::ElementId element = xml::kNoElement;
         all += id;
@@ -199,6 +204,21 @@ TEST(KnownTags, ShortWaysChangeNothing) {
     }
 
     EXPECT_GT(done, 1'000'000U); // bytes of well-formed documents
+}
+
+// In a text that is tidy first, they are given up from somewhere in the rest on.
+TEST(UntidyPlaces, AreFewForTheSizeOfTheText) {
+    std::string text = "<r>" + std::string(100000, 't');
+    const std::size_t tidy = text.size();
+    for (int i = 0; i < 100000; ++i) {
+        text += "<a/>";
+    }
+    xml::ParseFailure why;
+    const auto document = xml::XmlDocument::parse(StringBuffer{text + "</r>"}, {}, why);
+    ASSERT_TRUE(document);
+    EXPECT_GT(document->untidyPlaces().size(), tidy / 128);
+    EXPECT_LT(document->untidyPlaces().size(), text.size() / 128);
+    EXPECT_EQ(document->tidyKnownUpTo(), tidy + 4 * document->untidyPlaces().size());
 }
 
 } // namespace
