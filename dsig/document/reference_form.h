@@ -38,9 +38,10 @@ struct RepeatedRun {
     };
 
     xml::ElementId signature = xml::kNoElement;
-    std::size_t first = 0;   // index of the first
-    std::string_view middle; // between Id and digest
-    std::string_view tail;   // behind the digest
+    std::size_t first = 0; // index of the first
+    std::string_view
+        head; // of each, up to the Id; its place tells one run's references from others
+    std::string_view tail; // behind the digest
     std::vector<Parts> parts;
 };
 

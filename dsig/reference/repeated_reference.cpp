@@ -178,10 +178,10 @@ void RepeatedReference::noteRun(const ReferenceQuery& query, const Parts& parts)
     RepeatedRun& run = query.document->repeatedRun;
     const auto index = static_cast<std::size_t>(query.index);
     if (run.signature != query.selection.element() || run.first + run.parts.size() != index ||
-        run.tail.data() != m_tail.data()) {
+        run.head.data() != m_head.data()) {
         run.signature = query.selection.element();
         run.first = index;
-        run.middle = m_middle;
+        run.head = m_head;
         run.tail = m_tail;
         run.parts.clear();
     }

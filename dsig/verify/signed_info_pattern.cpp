@@ -98,13 +98,13 @@ bool SignedInfoPattern::learn(Document& document, const Selection& selection,
         std::count(run.tail.begin(), run.tail.end(), '<') != 2) {
         return false;
     }
-    m_parent = document.structure->parent(run.signature);
+    m_parent = m_last.parentOf(*document.structure, run.signature);
     m_front = extent.front;
     m_back = extent.back;
     m_hasBetween = run.parts.size() > 1;
     m_between = m_hasBetween ? between(document, selection, 0) : std::string_view();
     m_algorithm = algorithm;
-    m_runTail = run.tail.data();
+    m_runHead = run.head.data();
     // White space that no canonicalization changes.
     if (m_between.find_first_not_of(" \t\n") != kNowhere) {
         return false;
@@ -154,13 +154,13 @@ bool SignedInfoPattern::cutForm(const RepeatedRun& run) {
 }
 
 bool SignedInfoPattern::compose(Document& document, const Selection& selection,
-                                xml::ElementId signedInfo, StringBuffer& form) const {
+                                xml::ElementId signedInfo, StringBuffer& form) {
     const RepeatedRun& run = document.repeatedRun;
     Extent extent;
-    if (run.tail.data() != m_runTail || (run.parts.size() > 1 && !m_hasBetween) ||
+    if (run.head.data() != m_runHead || (run.parts.size() > 1 && !m_hasBetween) ||
         !extentOf(document, selection, signedInfo, extent) || extent.front != m_front ||
         extent.back != m_back || !m_outside.is(extent.outside, selection.id.view()) ||
-        document.structure->parent(run.signature) != m_parent) {
+        m_last.parentOf(*document.structure, run.signature) != m_parent) {
         return false;
     }
     std::uint64_t size = m_formFront.size() + m_formBack.size();

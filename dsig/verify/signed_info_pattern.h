@@ -30,7 +30,7 @@ public:
     // The form of the SignedInfo of the selected signature; false, nothing done, where it is none
     // of these.
     [[nodiscard]] bool compose(Document& document, const Selection& selection,
-                               xml::ElementId signedInfo, StringBuffer& form) const;
+                               xml::ElementId signedInfo, StringBuffer& form);
     [[nodiscard]] const StringBuffer& algorithm() const noexcept { return m_algorithm; }
 
 private:
@@ -55,6 +55,7 @@ private:
                                                   std::size_t number);
     [[nodiscard]] bool cutForm(const RepeatedRun& run);
 
+    xml::ChildFinder m_last;                   // signature that was asked about
     xml::ElementId m_parent = xml::kNoElement; // of the signature
     AroundId m_outside;
     std::string_view m_front;
@@ -70,7 +71,7 @@ private:
     std::string_view m_middle;
     std::string_view m_tail;
     std::string_view m_formBack;
-    const char* m_runTail = nullptr; // of which references
+    const char* m_runHead = nullptr; // of the references
 };
 
 } // namespace vantrel::dsig
