@@ -139,12 +139,13 @@ std::string randomList(unsigned seed, const std::vector<std::string>& digests, b
         lists.back() +=
             "<Reference" + words.pick({"", " Id='x'"}) + " URI=" + quote +
             (byPointer ? pointer : uri) + quote + words.pick({">", " >"}) +
-            words.pick({"<Transforms>" + transform + "'/></Transforms>", "",
-                        "<Transforms>" + transform +
-                            "'><InclusiveNamespaces PrefixList='q "
-                            "#default'/></Transform></Transforms>",
-                        "<Transforms>" + transform + "' /></Transforms>",
-                        "<Transforms>" + transform + "'\n/></Transforms>"}) +
+            words.pick(
+                {"<Transforms>" + transform + "'/></Transforms>", "",
+                 "<Transforms>" + transform +
+                     "'><InclusiveNamespaces PrefixList='q "
+                     "#default'/></Transform></Transforms>",
+                 "<Transforms>" + transform.substr(0, transform.size() - 1) + "?'/></Transforms>",
+                 "<Transforms>" + transform + "'\n/></Transforms>"}) +
             words.pick({"<DigestMethod Algorithm='http://www.w3.org/2001/04/xmlenc#sha256'/>",
                         "<DigestMethod Algorithm='urn:sha1'/>", "<DigestMethod/>"}) +
             "<DigestValue>" + digests[i] + "</DigestValue></Reference>" + words.pick({"", "\n"});
