@@ -27,8 +27,10 @@ public:
     HashSink(int hashAlg, unsigned threads) noexcept : m_threads(threads), m_hasher(hashAlg) {}
     ~HashSink() override { endThread(); }
 
-    [[nodiscard]] bool expect(std::uint64_t octets) override {
-        if (m_threads > 1 && octets >= kWorthAThread && !m_thread.joinable()) {
+    [[nodiscard]] bool expect(std::uint64_t octets, bool mostlyAsTheyStand) override {
+        // Passing them to another thread costs more than there is to do beside the hash.
+        if (m_threads > 1 && octets >= kWorthAThread && !mostlyAsTheyStand &&
+            !m_thread.joinable()) {
             startThread();
         }
         return true;

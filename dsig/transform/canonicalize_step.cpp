@@ -26,9 +26,9 @@ public:
         : m_next(next), m_account(account), m_log(log) {}
 
     // What is to be read counts as well as what is written.
-    [[nodiscard]] bool expect(std::uint64_t octets) override {
+    [[nodiscard]] bool expect(std::uint64_t octets, bool mostlyAsTheyStand) override {
         return (m_account == nullptr || m_account->takeOctets(octets, m_log)) &&
-               m_next.expect(octets);
+               m_next.expect(octets, mostlyAsTheyStand);
     }
     [[nodiscard]] bool write(const char* data, std::size_t size) override {
         return (m_account == nullptr || m_account->takeOctets(size, m_log)) &&

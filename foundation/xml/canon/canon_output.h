@@ -4,6 +4,7 @@
 
 #include "foundation/xml/canon/canonicalizer.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,8 +19,11 @@ namespace vantrel::xml {
 class CanonOutput final {
 public:
     static constexpr std::uint32_t kPortion = 32U << 10;
+    static constexpr std::size_t kBlock = 64;
 
-    CanonOutput(const char* text, CanonSink& sink) noexcept : m_text(text), m_sink(sink) {}
+    CanonOutput(std::string_view text, CanonSink& sink) noexcept
+        : m_text(text.data()), m_lastBlock(text.size() - std::min(text.size(), kBlock)),
+          m_sink(sink) {}
 
     // Where the stretch that is not yet written begins.
     [[nodiscard]] std::uint32_t stretchStart() const noexcept { return m_start; }
@@ -28,17 +32,19 @@ public:
         put(std::string_view(m_text + m_start, offset - m_start));
         m_start = offset;
     }
-    // The same, and `piece` behind it.
+    // The same, and `piece` behind it: a part of the text before `offset`, or one with kBlock
+    // readable bytes behind it.
     [[gnu::always_inline]] void copyUpToAndPut(std::uint32_t offset, std::string_view piece) {
         const std::size_t size = offset - m_start;
-        if (size > kShort || piece.size() > kShort || sizeof m_buffer - m_used < 2 * kShort) {
+        if ((size | piece.size()) >= kShort || m_used > kBuffer - 3 * kShort ||
+            offset > m_lastBlock) [[unlikely]] {
             copyUpTo(offset);
             put(piece);
             return;
         }
         char* const to = m_buffer + m_used;
-        copy(to, {m_text + m_start, size});
-        copy(to + size, piece);
+        copyBlocks(to, m_text + m_start, size);
+        copyBlocks(to + size, piece.data(), piece.size());
         m_used += size + piece.size();
         m_start = offset;
     }
@@ -75,7 +81,7 @@ public:
     static constexpr std::size_t kBuffer = std::size_t{16} << 10;
 
 private:
-    static constexpr std::size_t kShort = 256;
+    static constexpr std::size_t kShort = 256; // a power of two
 
     // Most pieces are short, and a call costs more than they do. The two copies of a size may
     // overlap.
@@ -98,10 +104,20 @@ private:
         }
     }
 
+    // Reads and writes less than kBlock bytes more: lengths vary too much for a branch for each.
+    [[gnu::always_inline]] static void copyBlocks(char* to, const char* from,
+                                                  std::size_t size) noexcept {
+        std::memcpy(to, from, kBlock);
+        for (std::size_t done = kBlock; done < size; done += kBlock) {
+            std::memcpy(to + done, from + done, kBlock);
+        }
+    }
+
     void flush();
     void putLong(std::string_view piece);
 
     const char* m_text;
+    const std::size_t m_lastBlock; // offset of the last kBlock bytes
     CanonSink& m_sink;
     std::uint32_t m_start = 0;
     bool m_refused = false;

@@ -30,7 +30,7 @@ constexpr std::uint32_t kNowhere = std::numeric_limits<std::uint32_t>::max();
 
 CanonWalker::CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink)
     : m_document(document), m_request(request), m_text(document.text()), m_window(m_text),
-      m_out(m_text.data(), sink), m_tags(document, request, m_window, m_out),
+      m_out(m_text, sink), m_tags(document, request, m_window, m_out),
       m_findStop(chosenStopSearchKernel().run) {}
 
 // Canonical XML 1.0, 2.3: comments and processing instructions outside the root element stand on
@@ -89,10 +89,23 @@ void CanonWalker::walkSubtree(ElementId apex) {
     m_stops = 0;
     m_tagByTagEnd = 0;
     m_out.skipTo(record.start);
-    m_window.open(record.start, record.end);
-    for (std::uint32_t at = m_tags.writeApex(apex, record.start); at < record.end;) {
+    m_window.open(record.end);
+    const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
+    m_nextStop = std::lower_bound(stops.data(), stops.data() + stops.size(), record.start);
+    const bool isKnown = !m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag;
+    m_knownEnd = isKnown ? std::min(record.end, m_document.tidyKnownUpTo()) : 0;
+    const bool isAnyTag = m_tags.writesApexAsAny() && record.start < m_knownEnd;
+    std::uint32_t at = isAnyTag ? record.start : m_tags.writeApex(apex, record.start);
+    while (at < record.end) {
         std::uint32_t due = std::min(m_portionEnd, m_holeStart);
-        if (at < m_tagByTagEnd) {
+        if (at < m_knownEnd) {
+            due = std::max(at, std::min(due, m_tags.nextEvent()));
+            at = passTidy(at, std::min(due, m_knownEnd));
+            if (at < due) {
+                at = at < m_knownEnd ? passStop(at) : at;
+                continue;
+            }
+        } else if (at < m_tagByTagEnd) {
             at = walkTagByTag(at, std::min(due, record.end));
         } else {
             // A long tag may have passed the end of the portion.
@@ -109,6 +122,18 @@ void CanonWalker::walkSubtree(ElementId apex) {
         }
     }
     m_out.copyUpTo(record.end);
+}
+
+std::uint32_t CanonWalker::passTidy(std::uint32_t at, std::uint32_t limit) {
+    const std::span<const std::uint32_t> stops = m_document.untidyPlaces();
+    const std::uint32_t* const last = stops.data() + stops.size();
+    while (m_nextStop != last && *m_nextStop < at) {
+        ++m_nextStop;
+    }
+    const std::uint32_t stop = m_nextStop != last ? std::min(limit, *m_nextStop) : limit;
+    m_tags.passTidy(at, stop);
+    // What has to be declared in a tag that the limit cuts through may be behind that.
+    return std::max(stop, m_out.stretchStart());
 }
 
 std::uint32_t CanonWalker::walkTagByTag(std::uint32_t at, std::uint32_t limit) {
@@ -197,7 +222,7 @@ std::uint32_t CanonWalker::passStop(std::uint32_t at) {
     case '/': return endTag(at);
     case '!': return commentOrCdata(at);
     case '?': return instruction(at);
-    default: return m_tags.write(at);
+    default: return at < m_knownEnd ? m_tags.writeUntidy(at) : m_tags.write(at);
     }
 }
 

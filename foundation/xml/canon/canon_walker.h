@@ -15,8 +15,10 @@
 namespace vantrel::xml {
 
 // Walks once over the text of an element, or of a whole document, and writes its canonical form.
-// What need not change is only passed over. The document was checked when it was scanned, so the
-// walk trusts the text: every '<' begins markup that ends, every end tag has its start tag.
+// What need not change is only passed over: from one place to the next that was noted when the
+// document was scanned (XmlDocument::untidyPlaces), or, where that gave up, that a search finds.
+// The document was checked then, so the walk trusts the text: every '<' begins markup that ends,
+// every end tag has its start tag.
 class CanonWalker final {
 public:
     CanonWalker(const XmlDocument& document, const CanonRequest& request, CanonSink& sink);
@@ -52,6 +54,8 @@ private:
     // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
     // part of the canonical form.
     void walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot);
+    // From `at` to the first place that the document knows to be untidy, or to `limit`.
+    [[nodiscard]] std::uint32_t passTidy(std::uint32_t at, std::uint32_t limit);
     // From `at` to `limit` without a search for stops: every tag is one. For stretches where there
     // are many. Returns where it got to, outside of tags.
     [[nodiscard]] std::uint32_t walkTagByTag(std::uint32_t at, std::uint32_t limit);
@@ -82,6 +86,9 @@ private:
     FewArray<std::uint32_t, 16> m_open; // lengths of names whose end tags are to come
     std::uint32_t m_stops = 0;          // since m_countedFrom
     std::uint32_t m_countedFrom = 0;
+    // Up to here the document knows the stops, of which the next one is m_nextStop.
+    std::uint32_t m_knownEnd = 0;
+    const std::uint32_t* m_nextStop = nullptr;
     // Up to here there are too many stops to search for them.
     std::uint32_t m_tagByTagEnd = 0;
     std::size_t m_nextHole = 0;

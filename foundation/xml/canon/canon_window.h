@@ -38,10 +38,11 @@ public:
         : m_text(text.data()), m_size(static_cast<std::uint32_t>(text.size())),
           m_make(chosenCanonMaskKernel().run) {}
 
-    // The walk begins at `begin`; the masks will not be asked for what lies behind `end`.
-    void open(std::uint32_t begin, std::uint32_t end) noexcept {
+    // From here on the masks will not be asked for what lies behind `end`.
+    void open(std::uint32_t end) noexcept {
         m_limit = end;
-        slideTo(begin);
+        m_begin = 0;
+        m_safe = 0;
     }
 
     // The shape of the start tag at `at`. Tags longer than 64 bytes have no '>' in the word, so

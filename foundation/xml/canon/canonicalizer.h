@@ -57,8 +57,11 @@ public:
     virtual ~CanonSink() = default;
 
     // Told once, before anything is written, how many octets of text will be gone over, since what
-    // is left out of the canonical form costs work as well. False ends it likewise.
-    [[nodiscard]] virtual bool expect(std::uint64_t /*octets*/) { return true; }
+    // is left out of the canonical form costs work as well; and whether nearly all of them are
+    // handed on as they stand, which costs next to nothing. False ends it likewise.
+    [[nodiscard]] virtual bool expect(std::uint64_t /*octets*/, bool /*mostlyAsTheyStand*/) {
+        return true;
+    }
     [[nodiscard]] virtual bool write(const char* data, std::size_t size) = 0;
 };
 

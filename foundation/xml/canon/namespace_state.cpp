@@ -64,7 +64,9 @@ void NamespaceState::writeDeclaration(PrefixId prefix) {
     made += "=\"";
     appendAttributeEscaped(m_names[binding.inScope], made);
     made += '"';
-    takeWritten(made, binding);
+    const std::size_t size = made.size();
+    made.append(CanonOutput::kBlock, ' '); // is read along
+    takeWritten(std::string_view(made).substr(0, size), binding);
 }
 
 void NamespaceState::inherit(PrefixId prefix, std::string_view name, std::string_view written,

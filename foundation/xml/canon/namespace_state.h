@@ -80,6 +80,40 @@ public:
         prefix = found.prefix;
         return found.pending;
     }
+    // What recentId() and isPending() remember: prefixes of up to eight bytes as numbers.
+    struct Recent {
+        std::uint64_t key = 0;
+        PrefixId prefix = kDefault;
+        bool pending = false; // as in the binding
+    };
+    // All ones in the first `length` bytes of such a number, 1 to 8.
+    [[nodiscard, gnu::always_inline]] static std::uint64_t firstBytes(
+        std::uint32_t length) noexcept {
+        const std::uint32_t others = 64 - 8 * length;
+        const std::uint64_t ones = ~std::uint64_t{0};
+        return std::endian::native == std::endian::little ? ones >> others : ones << others;
+    }
+    // The bytes before the first colon among the eight at `at` as such a number; 0 without one.
+    [[nodiscard, gnu::always_inline]] static std::uint64_t keyBeforeColon(const char* at) noexcept {
+        constexpr std::uint64_t kOnes = 0x0101010101010101;
+        std::uint64_t bytes = 0;
+        std::memcpy(&bytes, at, sizeof bytes);
+        const std::uint64_t others = bytes ^ (kOnes * ':');
+        // The top bit of each byte that is zero; and, where a carry goes, of some behind it.
+        const std::uint64_t colons = (others - kOnes) & ~others & (kOnes << 7);
+        if (colons == 0) {
+            return 0;
+        }
+        if constexpr (std::endian::native == std::endian::little) {
+            return bytes & (((colons & (0 - colons)) - 1) >> 7);
+        }
+        return keyOf(at, static_cast<std::uint32_t>(std::string_view(at, 8).find(':')));
+    }
+    // Null when that one is not among those remembered.
+    [[nodiscard, gnu::always_inline]] const Recent* findRecent(std::uint64_t key) const noexcept {
+        const Recent& found = m_recent[slotOf(key)];
+        return found.key == key ? &found : nullptr;
+    }
     [[nodiscard]] PrefixId size() const noexcept {
         return static_cast<PrefixId>(m_bindings.size());
     }
@@ -133,11 +167,13 @@ public:
     // What holds at `end` and behind it will not be asked for: an element that ends there takes
     // nothing back.
     void endAt(std::uint32_t end) noexcept { m_end = end; }
-    // Takes back what elements that end at `offset` or before did.
-    [[gnu::always_inline]] void leave(std::uint32_t offset) noexcept {
+    // Takes back what elements that end at `offset` or before did; false when that is nothing.
+    [[gnu::always_inline]] bool leave(std::uint32_t offset) noexcept {
         if (m_nextUndo <= offset) [[unlikely]] {
             undoUpTo(offset);
+            return true;
         }
+        return false;
     }
     // Whether no tag without a prefix has to declare that up to `offset`.
     [[nodiscard]] bool isDefaultClearUpTo(std::uint32_t offset) const noexcept {
@@ -156,11 +192,6 @@ private:
         std::uint32_t rendered;
         std::uint32_t undoneAt;
     };
-    struct Recent {
-        std::uint64_t key = 0;
-        PrefixId prefix = kDefault;
-        bool pending = false; // as in the binding
-    };
 
     // A prefix of one to eight bytes as a number. No prefix holds a NUL, so it tells the length as
     // well. Eight bytes must be readable at `at`.
@@ -168,9 +199,7 @@ private:
                                                                  std::uint32_t length) noexcept {
         std::uint64_t key = 0;
         std::memcpy(&key, at, sizeof key);
-        const std::uint32_t others = 64 - 8 * length;
-        const std::uint64_t ones = ~std::uint64_t{0};
-        return key & (std::endian::native == std::endian::little ? ones >> others : ones << others);
+        return key & firstBytes(length);
     }
     [[nodiscard]] static constexpr std::uint32_t slotOf(std::uint64_t key) noexcept {
         return static_cast<std::uint32_t>((key * 0x9E3779B97F4A7C15) >> 60);

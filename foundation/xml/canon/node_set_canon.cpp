@@ -57,7 +57,7 @@ public:
     NodeSetWriter(const NodeIndex& index, const NodeBits& set, const NodeSetRequest& request,
                   WorkBudget& budget, CanonSink& sink)
         : m_index(index), m_set(set), m_request(request), m_budget(budget),
-          m_out(index.document().text().data(), sink) {
+          m_out(index.document().text(), sink) {
         for (const std::string_view prefix : request.prefixes) {
             m_listed.insert(prefix == "#default" ? std::string_view() : prefix);
         }
@@ -437,7 +437,7 @@ private:
 
 bool canonicalizeNodes(const NodeIndex& index, const NodeBits& set, const NodeSetRequest& request,
                        WorkBudget& budget, CanonSink& sink) {
-    return sink.expect(index.document().text().size()) &&
+    return sink.expect(index.document().text().size(), false) &&
            NodeSetWriter(index, set, request, budget, sink).run();
 }
 

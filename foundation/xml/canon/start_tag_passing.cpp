@@ -3,9 +3,20 @@
 #include "foundation/xml/scan/name_scan.h"
 #include "foundation/xml/scan/stop_bytes.h"
 
+#include <algorithm>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace vantrel::xml {
 
 namespace {
+
+// Bytes of a name at a glance; and of a prefix, which has its colon among them.
+constexpr std::size_t kLookedAt = 8;
+constexpr std::size_t kMostBytes = kLookedAt - 1;
 
 // True when the name at `before` comes before the other one, byte by byte. Names end at '=' and
 // differ.
@@ -16,6 +27,27 @@ bool comesBefore(const char* before, const char* name) noexcept {
     }
     return *before == '=' || (*name != '=' && static_cast<unsigned char>(*before) <
                                                   static_cast<unsigned char>(*name));
+}
+
+// Where the name at `at`, in a tag that stands as it is to be written, ends in a space or a '>'.
+std::uint32_t tidyNameEnd(std::string_view text, std::uint32_t at) noexcept {
+#if defined(__SSE2__)
+    constexpr std::uint32_t kBlock = sizeof(__m128i);
+    for (; text.size() - at >= kBlock; at += kBlock) {
+        __m128i block;
+        std::memcpy(&block, text.data() + at, kBlock);
+        const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(' ')),
+                                          _mm_cmpeq_epi8(block, _mm_set1_epi8('>')));
+        const auto found = static_cast<unsigned>(_mm_movemask_epi8(ends));
+        if (found != 0) [[likely]] {
+            return at + static_cast<std::uint32_t>(__builtin_ctz(found));
+        }
+    }
+#endif
+    while (text[at] != ' ' && text[at] != '>') {
+        ++at;
+    }
+    return at;
 }
 
 } // namespace
@@ -56,6 +88,101 @@ bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) cons
         before = name;
     }
     return true;
+}
+
+// Asked for in document order.
+const ElementRecord* StartTagWriter::firstElementFrom(std::uint32_t at) const noexcept {
+    const ElementRecord* const end = m_elements.data() + m_elements.size();
+    const ElementRecord* element = m_elements.data() + m_reached;
+    const ElementRecord* const near = end - element < kNear ? end : element + kNear;
+    const auto isBefore = [at](const ElementRecord& record) { return record.start < at; };
+    while (element != near && isBefore(*element)) {
+        ++element;
+    }
+    return element != near ? element : std::partition_point(element, end, isBefore);
+}
+
+// Whether the prefix of the tag at `start` has to be declared there, or the default namespace.
+inline bool StartTagWriter::isElementPending(std::uint32_t start, PrefixId& prefix) {
+    const char* const name = m_text.data() + start + 1;
+    if (m_text.size() - start > kLookedAt) [[likely]] {
+        const std::uint64_t key = NamespaceState::keyBeforeColon(name);
+        if (key == 0 && m_hasShortPrefixes) {
+            prefix = NamespaceState::kDefault;
+            return m_namespaces[prefix].pending;
+        }
+        // A colon behind the name makes a key that no prefix has.
+        if (const auto* const found = m_namespaces.findRecent(key); found != nullptr && key != 0)
+            [[likely]] {
+            prefix = found->prefix;
+            return found->pending;
+        }
+    }
+    const auto size = static_cast<std::uint32_t>(m_text.size());
+    const std::uint32_t length = scanName(m_text.data(), start + 1, size).prefixLength;
+    return m_namespaces.isPending(name, length, prefix);
+}
+
+// Elements that have none in them and a prefix that none around them uses often stand together, and
+// all have to declare it.
+struct StartTagWriter::LeafDeclaration {
+    std::uint64_t bytes = 1; // of a name, the prefix and the colon; where others are left out
+    std::uint64_t mask = 0;
+    std::string_view text;
+
+    // Eight bytes of `name` are readable.
+    void take(const char* name, std::size_t prefixLength, std::string_view declaration) noexcept {
+        mask = NamespaceState::firstBytes(static_cast<std::uint32_t>(prefixLength) + 1);
+        bytes = eightBytes(name) & mask;
+        text = declaration;
+    }
+    void forget() noexcept {
+        bytes = 1;
+        mask = 0;
+    }
+    [[nodiscard]] bool serves(const char* name) const noexcept {
+        return (eightBytes(name) & mask) == bytes;
+    }
+
+private:
+    [[nodiscard]] static std::uint64_t eightBytes(const char* name) noexcept {
+        std::uint64_t value = 0;
+        std::memcpy(&value, name, sizeof value);
+        return value;
+    }
+};
+
+void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
+    const ElementRecord* const end = m_elements.data() + m_elements.size();
+    const ElementRecord* element = firstElementFrom(at);
+    // From here on a name has less than eight bytes behind it.
+    const std::size_t readable = m_text.size() - std::min(m_text.size(), kLookedAt);
+    LeafDeclaration ofLeaf;
+    for (; element != end && element->start < limit; ++element) {
+        const std::uint32_t start = element->start;
+        if (m_namespaces.leave(start)) {
+            ofLeaf.forget();
+        }
+        const char* const name = m_text.data() + start + 1;
+        const bool isLeaf = element + 1 == end || element[1].start >= element->end;
+        if (isLeaf && start < readable && ofLeaf.serves(name)) {
+            m_out.copyUpToAndPut(tidyNameEnd(m_text, start + 1), ofLeaf.text);
+            continue;
+        }
+        PrefixId prefix = 0;
+        if (!isElementPending(start, prefix)) {
+            continue;
+        }
+        const std::string_view declaration = m_namespaces.render(prefix, {element->end, isLeaf});
+        m_out.copyUpToAndPut(tidyNameEnd(m_text, start + 1), declaration);
+        const std::size_t length = m_namespaces.prefixText(prefix).size();
+        if (!isLeaf) {
+            ofLeaf.forget();
+        } else if (length - 1 < kMostBytes && start < readable) {
+            ofLeaf.take(name, length, declaration);
+        }
+    }
+    m_reached = static_cast<ElementId>(std::min(element, end - 1) - m_elements.data());
 }
 
 // The rest of a tag that was passed over: writes the declarations that are due, and the end tag of

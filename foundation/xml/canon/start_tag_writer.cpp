@@ -44,6 +44,7 @@ StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& 
       m_declarations(document.namespaceDecls()),
       m_exclusive(request.method == CanonMethod::Exclusive),
       m_hasDeclaredAttributes(document.hasAttributeTypes()),
+      m_hasShortPrefixes(document.longestPrefix() < 8 && !document.isFragment()),
       m_localNameOrder(request.order == AttributeOrder::LocalName) {
     if (m_exclusive) {
         for (const std::string_view prefix : request.prefixes) {

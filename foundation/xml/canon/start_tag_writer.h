@@ -71,11 +71,28 @@ public:
         m_openedName = tag.selfClosing ? 0 : tag.nameLength;
         return tag.end;
     }
+    // The same for a tag that is not canonical as it stands.
+    [[nodiscard]] std::uint32_t writeUntidy(std::uint32_t start) {
+        m_namespaces.leave(start);
+        PassedTag tag;
+        return start == m_nextDeclaring || !passOver(start, tag) ? rewrite(start, kNoElement)
+                                                                 : tag.end;
+    }
+    // From `at` to `limit` all tags are canonical as they stand, have no prefixed attributes and
+    // declare nothing: writes the declarations that are due in those that begin there.
+    void passTidy(std::uint32_t at, std::uint32_t limit) {
+        if (m_exclusive) {
+            passTidyByPrefix(at, limit);
+        }
+    }
     // How long the name in the last tag is; 0 for an element that has no end tag.
     [[nodiscard]] std::uint32_t openedName() const noexcept { return m_openedName; }
-    // With the exclusive method and no list of prefixes an apex is a tag like any other.
     [[nodiscard]] std::uint32_t writeApex(ElementId apex, std::uint32_t start) {
-        return m_exclusive && m_request.prefixes.empty() ? write(start) : rewrite(start, apex);
+        return writesApexAsAny() ? write(start) : rewrite(start, apex);
+    }
+    // With the exclusive method and no list of prefixes an apex is a tag like any other.
+    [[nodiscard]] bool writesApexAsAny() const noexcept {
+        return m_exclusive && m_request.prefixes.empty();
     }
     // For a search that meets names on its way (stop_search.h), with the exclusive method: the
     // prefix in the `length` bytes at `start`, and whether the tag there, which uses it, has to
@@ -118,6 +135,10 @@ private:
     [[nodiscard]] bool passAtAGlance(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passOver(std::uint32_t start, PassedTag& tag);
     [[nodiscard]] bool passAttributes(std::uint32_t& at);
+    struct LeafDeclaration;
+    [[nodiscard]] bool isElementPending(std::uint32_t start, PrefixId& prefix);
+    void passTidyByPrefix(std::uint32_t at, std::uint32_t limit);
+    [[nodiscard]] const ElementRecord* firstElementFrom(std::uint32_t at) const noexcept;
     [[nodiscard]] bool areOrdered(std::uint32_t start, const TagShape& shape) const noexcept;
     void finishPassed(std::uint32_t start, std::uint32_t contentEnd, const PassedTag& tag);
     [[nodiscard, gnu::always_inline]] PrefixId prefixAt(std::uint32_t start, std::uint32_t length) {
@@ -176,6 +197,7 @@ private:
     const std::span<const NamespaceDecl> m_declarations;
     const bool m_exclusive;
     const bool m_hasDeclaredAttributes; // by the DTD
+    const bool m_hasShortPrefixes;      // of up to seven bytes, with the colon in eight
     // Attributes of one prefix may stand behind unqualified ones in every order but LocalName.
     const bool m_localNameOrder;
     NamespaceState m_namespaces;

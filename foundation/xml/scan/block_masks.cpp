@@ -15,7 +15,7 @@ constexpr std::array<std::uint8_t, 256> makeStopTable() {
     for (unsigned c = 0; c < 256; ++c) {
         const bool named = c < 0x80 && (kByteClasses[c] & kNameByte) != 0;
         const bool opening = c == '<' || c == '&';
-        const unsigned stops = (static_cast<unsigned>(opening || c == ']') << kMarkupStops) |
+        const unsigned stops = (static_cast<unsigned>(opening || c == '>') << kMarkupStops) |
                                (static_cast<unsigned>(!named) << kNameStops) |
                                (static_cast<unsigned>(opening || c == '"') << kDoubleQuoteStops) |
                                (static_cast<unsigned>(opening || c == '\'') << kSingleQuoteStops) |

@@ -20,7 +20,7 @@ inline constexpr std::uint32_t kBlockSize = 64;
 inline constexpr std::uint32_t kWindowBlocks = 256;
 
 enum StopClass : unsigned {
-    kMarkupStops,      // '<', '&', ']': what character data must be searched for
+    kMarkupStops,      // '<', '&', '>': what character data must be searched for
     kNameStops,        // every byte that is no ASCII name character
     kDoubleQuoteStops, // '"', '<', '&'
     kSingleQuoteStops, // '\'', '<', '&'

@@ -49,7 +49,7 @@ void classifyNeon(const char* text, std::size_t count, bool hasBefore, BlockMask
         const text::NeonBlock bytes(text);
         const std::uint64_t opening = bytes.maskOf(
             [](uint8x16_t part) { return vorrq_u8(equalsNeon(part, '<'), equalsNeon(part, '&')); });
-        masks.rows[kMarkupStops][block] = opening | bytes.equals(']');
+        masks.rows[kMarkupStops][block] = opening | bytes.equals('>');
         masks.rows[kNameStops][block] = bytes.maskOf(isUnnamed);
         masks.rows[kDoubleQuoteStops][block] = opening | bytes.equals('"');
         masks.rows[kSingleQuoteStops][block] = opening | bytes.equals('\'');

@@ -50,7 +50,7 @@ Sixteen classifySixteen(const char* text) noexcept {
     const __m128i allowed = _mm_or_si128(cr, inRange(bytes, '\t', '\n'));
     const __m128i low = inRange(bytes, '\0', '\x1F');
     Sixteen out;
-    out.stops[kMarkupStops] = maskOf(_mm_or_si128(opening, equals(']')));
+    out.stops[kMarkupStops] = maskOf(_mm_or_si128(opening, equals('>')));
     out.stops[kNameStops] = maskOf(named) ^ 0xFFFFU;
     out.stops[kDoubleQuoteStops] = maskOf(_mm_or_si128(opening, equals('"')));
     out.stops[kSingleQuoteStops] = maskOf(_mm_or_si128(opening, equals('\'')));
@@ -200,7 +200,7 @@ VANTREL_AVX2 void classifyAvx2(const char* text, std::size_t count, bool hasBefo
         const __m256i kindsA = kinds32(a);
         const __m256i kindsB = kinds32(b);
         met = _mm256_or_si256(met, _mm256_or_si256(kindsA, kindsB));
-        masks.rows[kMarkupStops][block] = withOpening(']');
+        masks.rows[kMarkupStops][block] = withOpening('>');
         masks.rows[kNameStops][block] =
             rowWord(_mm256_cmpeq_epi8(_mm256_and_si256(kindsA, named), zero),
                     _mm256_cmpeq_epi8(_mm256_and_si256(kindsB, named), zero));
@@ -232,7 +232,7 @@ VANTREL_AVX512 void classifyAvx512(const char* text, std::size_t count, bool has
                                                _mm512_shuffle_epi8(highTable, high));
         met = _mm512_or_si512(met, kinds);
         const std::uint64_t opening = equals64(bytes, '<') | equals64(bytes, '&');
-        masks.rows[kMarkupStops][block] = opening | equals64(bytes, ']');
+        masks.rows[kMarkupStops][block] = opening | equals64(bytes, '>');
         masks.rows[kNameStops][block] = _mm512_testn_epi8_mask(kinds, named);
         masks.rows[kDoubleQuoteStops][block] = opening | equals64(bytes, '"');
         masks.rows[kSingleQuoteStops][block] = opening | equals64(bytes, '\'');

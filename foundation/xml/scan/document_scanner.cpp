@@ -118,12 +118,14 @@ bool DocumentScanner::readContent(std::uint32_t& at) {
             return false;
         }
         if (m_text[at] != '<') [[unlikely]] {
+            m_document.noteUntidy(at);
             at = readTextSpecial(at);
         } else if (m_text[at + 1] == '/') {
             at = readEndTag(at);
         } else if (isNameStartByte(m_text[at + 1])) [[likely]] {
             at = readStartTag(at);
         } else {
+            m_document.noteUntidy(at);
             at = readOtherMarkup(at);
         }
         if (at == kFailed) [[unlikely]] {
@@ -175,6 +177,7 @@ std::uint32_t DocumentScanner::readEndTag(std::uint32_t at) {
 
 // An end tag with white space in it, or a wrong one.
 std::uint32_t DocumentScanner::readOddEndTag(std::uint32_t at) {
+    m_document.noteUntidy(at);
     const std::string_view name = nameOf(m_open.back());
     const std::size_t length = matchName(rest(at + 2));
     if (length == 0) {
@@ -233,8 +236,8 @@ std::uint32_t DocumentScanner::readTextSpecial(std::uint32_t at) {
     if (m_text[at] == '&') {
         return readReference(at, false);
     }
-    if (m_text[at + 1] == ']' && m_text[at + 2] == '>') {
-        return fail(at, "Character data may not contain \"]]>\"");
+    if (closesCdata(m_text + at)) {
+        return fail(at - 2, "Character data may not contain \"]]>\"");
     }
     return at + 1;
 }

@@ -103,6 +103,10 @@ private:
     [[nodiscard]] std::uint32_t readComment(std::uint32_t at);
     [[nodiscard]] std::uint32_t readProcessingInstruction(std::uint32_t at);
     [[nodiscard]] std::uint32_t readTextSpecial(std::uint32_t at);
+    // At a '>' in character data, before which a tag or other markup ended, with another '>'.
+    [[nodiscard]] static bool closesCdata(const char* greater) noexcept {
+        return *(greater - 1) == ']' && *(greater - 2) == ']';
+    }
     [[nodiscard]] std::uint32_t readReference(std::uint32_t at, bool inAttribute);
     [[nodiscard]] std::uint32_t readEntityReference(std::uint32_t at, std::string_view name,
                                                     bool inAttribute);
@@ -114,7 +118,8 @@ private:
     [[nodiscard]] std::uint32_t readKnownTags(std::uint32_t at);
     [[nodiscard]] std::uint32_t readKnownTags(const Glance& glance, std::uint32_t at);
     [[nodiscard]] std::uint32_t glanceAtAttributes(const Glance& glance, std::uint32_t at,
-                                                   ElementId element, KnownName& owner);
+                                                   ElementId element, KnownName& owner,
+                                                   bool& isTidy);
     void learnElement(std::uint32_t nameStart, std::uint32_t length, std::uint32_t prefixLength);
     void learnAttribute(const Read& attribute, std::uint32_t prefixId, bool isId);
 
@@ -125,6 +130,7 @@ private:
     [[nodiscard]] std::uint32_t readEquals(std::uint32_t at);
     [[nodiscard]] std::uint32_t readName(std::uint32_t at, std::uint32_t& prefixLength);
     [[nodiscard]] std::uint32_t readOddName(std::uint32_t at, std::uint32_t& prefixLength);
+    [[nodiscard]] bool isTidyTag(std::uint32_t nameEnd, std::uint32_t close) const noexcept;
     [[nodiscard]] bool addDefaults(std::string_view element, std::uint32_t offset);
     [[nodiscard]] bool takeAttributes(ElementId element);
     [[nodiscard]] bool declareNamespace(ElementId element, const Read& attribute);

@@ -6,6 +6,7 @@
 #include "foundation/xml/scan/char_class.h"
 #include "foundation/xml/scan/document_scanner.h"
 #include "foundation/xml/scan/references.h"
+#include "foundation/xml/scan/stop_bytes.h"
 
 #include <algorithm>
 #include <bit>
@@ -35,8 +36,9 @@ std::uint16_t twoBytesAt(const char* text) noexcept {
 }
 
 // The length of the reference to a predefined entity or an allowed character that begins `rest`, of
-// 6 bytes or more; 0 for another one.
-std::uint32_t referenceLength(std::string_view rest) noexcept {
+// 6 bytes or more; 0 for another one. `isTidy`: a canonical form has it like that.
+std::uint32_t referenceLength(std::string_view rest, bool& isTidy) noexcept {
+    isTidy = true;
     const auto is = [text = rest.data()]<std::size_t N>(const char(&reference)[N]) {
         return std::memcmp(text, reference, N - 1) == 0;
     };
@@ -46,10 +48,26 @@ std::uint32_t referenceLength(std::string_view rest) noexcept {
     if (is("&lt;") || is("&gt;")) {
         return 4;
     }
+    isTidy = false;
     const ReferenceForm form = matchReference(rest);
     const bool isRight =
         form.kind == ReferenceKind::Character || form.kind == ReferenceKind::Predefined;
     return isRight ? form.length : 0;
+}
+
+bool comesBehind(std::string_view name, std::string_view before) noexcept {
+    if (before.empty() || before[0] != name[0]) {
+        return before.empty() ||
+               static_cast<unsigned char>(before[0]) < static_cast<unsigned char>(name[0]);
+    }
+    return before < name;
+}
+
+// Whether an attribute value with its closing quote at `end`, and more text behind, holds no white
+// space but spaces.
+bool isPlainValue(const char* text, std::uint32_t start, std::uint32_t end) noexcept {
+    constexpr std::uint32_t kAtOnce = 16; // that search looks at
+    return findAttributeStop(text, start, end + kAtOnce, '"') == end;
 }
 
 } // namespace
@@ -136,11 +154,14 @@ inline std::uint32_t DocumentScanner::readKnownTags(const Glance& glance, std::u
             continue;
         }
         if (*here != '<') [[unlikely]] {
-            const bool closesCdata = here[1] == ']' && here[2] == '>';
-            const std::uint32_t length =
-                *here == '&' ? referenceLength(rest(begin + at)) : (closesCdata ? 0U : 1U);
+            bool isTidy = false;
+            const std::uint32_t length = *here == '&' ? referenceLength(rest(begin + at), isTidy)
+                                                      : (closesCdata(here) ? 0U : 1U);
             if (length == 0) {
                 break;
+            }
+            if (!isTidy) [[unlikely]] {
+                m_document.noteUntidy(begin + at);
             }
             at += length;
             continue;
@@ -164,11 +185,15 @@ inline std::uint32_t DocumentScanner::readKnownTags(const Glance& glance, std::u
         }
         bool isEmpty = false;
         if (text[end] != '>') {
-            end = text[end] == ' ' ? glanceAtAttributes(glance, end, element, *name) : end;
+            bool isTidy = true;
+            end = text[end] == ' ' ? glanceAtAttributes(glance, end, element, *name, isTidy) : end;
             isEmpty = text[end] == '/';
             end += isEmpty ? 1 : 0;
             if (text[end] != '>') [[unlikely]] {
                 break;
+            }
+            if (isEmpty || !isTidy) {
+                m_document.noteUntidy(begin + at);
             }
         }
         records[element] = {begin + at, begin + end + 1};
@@ -187,15 +212,17 @@ inline std::uint32_t DocumentScanner::readKnownTags(const Glance& glance, std::u
 
 // Reads attributes of the usual form from `at`, the space before the first, to the end of the tag,
 // and notes its Id. Returns the offset of the '>' or "/>", or of something that is neither when
-// something unusual was met.
+// something unusual was met. Clears `isTidy` where a canonical form may write them otherwise.
 std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uint32_t at,
-                                                  ElementId element, KnownName& owner) {
+                                                  ElementId element, KnownName& owner,
+                                                  bool& isTidy) {
     const std::uint32_t unusual = at;
     const char* const text = glance.text;
     std::uint32_t qualified = 0;
     std::uint32_t idStart = 0;
     std::uint32_t idEnd = 0;
     std::uint16_t* guess = &owner.attribute;
+    std::string_view before;
     do {
         const std::uint32_t start = at + 1;
         KnownName* name = &m_knownAttributes[*guess];
@@ -207,6 +234,7 @@ std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uin
             const std::uint32_t length = glance.nameLength(start);
             if (length == 0) {
                 at = start; // a space before the end of the tag, or something else
+                isTidy = false;
                 break;
             }
             const std::uint32_t slot = m_knownAttributes.find(text + start, length);
@@ -217,7 +245,8 @@ std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uin
             name = &m_knownAttributes[slot];
         }
         guess = &name->next;
-        qualified += name->prefixId != kXmlPrefix ? 1 : 0;
+        const bool isQualified = name->prefixId != kXmlPrefix;
+        qualified += isQualified ? 1 : 0;
         // No name twice; two with prefixes have to be compared by what these are bound to.
         if (name->lastElement == element || qualified > 1 || m_bound[name->prefixId] == kUnbound)
             [[unlikely]] {
@@ -226,9 +255,10 @@ std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uin
         name->lastElement = element;
         const std::uint32_t value = start + name->length + 2;
         const std::uint16_t opening = twoBytesAt(text + value - 2);
-        std::uint32_t end = value;
+        std::uint32_t end = glance.find<kNameStops>(value);
+        const std::uint32_t nameEnd = end;
         if (opening == twoBytes('=', '"')) [[likely]] {
-            end = glance.find<kDoubleQuoteStops>(value);
+            end = text[end] == '"' ? end : glance.find<kDoubleQuoteStops>(value);
         } else if (opening == twoBytes('=', '\'')) {
             end = glance.find<kSingleQuoteStops>(value);
         } else {
@@ -237,14 +267,21 @@ std::uint32_t DocumentScanner::glanceAtAttributes(const Glance& glance, std::uin
         if (end >= glance.end || text[end] != text[value - 1]) [[unlikely]] {
             return unusual;
         }
+        const bool isName = end == nameEnd;
         if (name->isId) {
             // A value of name characters is its own normalised form.
-            if (idStart != 0 || glance.find<kNameStops>(value) != end) {
+            if (idStart != 0 || !isName) {
                 return unusual;
             }
             idStart = value;
             idEnd = end;
         }
+        const std::string_view here(text + start, name->length);
+        if (isQualified || text[end] != '"' || !comesBehind(here, before) ||
+            !(isName || isPlainValue(text, value, end))) {
+            isTidy = false;
+        }
+        before = here;
         at = end + 1;
     } while (text[at] == ' ');
     const bool isClosed = text[at] == '>' || twoBytesAt(text + at) == twoBytes('/', '>');

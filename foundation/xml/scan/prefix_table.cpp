@@ -3,6 +3,8 @@
 
 #include "foundation/xml/scan/hash_bytes.h"
 
+#include <algorithm>
+
 namespace vantrel::xml {
 
 PrefixTable::PrefixTable() : m_slots(32, 0) {
@@ -40,6 +42,7 @@ std::uint32_t PrefixTable::findOrAdd(std::string_view prefix) {
     m_entries.push_back({static_cast<std::uint32_t>(m_names.size()),
                          static_cast<std::uint32_t>(prefix.size()), hash});
     m_names.append(prefix);
+    m_longest = std::max(m_longest, prefix.size());
     m_slots[slot] = id + 1;
     if (m_entries.size() * 2 > m_slots.size()) {
         grow();

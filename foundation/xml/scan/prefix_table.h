@@ -2,6 +2,7 @@
 #ifndef FOUNDATION_XML_SCAN_PREFIX_TABLE_H
 #define FOUNDATION_XML_SCAN_PREFIX_TABLE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,6 +25,8 @@ public:
     [[nodiscard]] std::string_view text(std::uint32_t id) const noexcept {
         return {m_names.data() + m_entries[id].start, m_entries[id].length};
     }
+    // Bytes of the longest prefix.
+    [[nodiscard]] std::size_t longest() const noexcept { return m_longest; }
     [[nodiscard]] std::uint32_t size() const noexcept {
         return static_cast<std::uint32_t>(m_entries.size());
     }
@@ -40,6 +43,7 @@ private:
 
     std::string m_names; // all prefixes, one after another
     std::vector<Entry> m_entries;
+    std::size_t m_longest = 0;
     std::vector<std::uint32_t> m_slots; // id + 1, 0 where free; a power of two of them
 };
 

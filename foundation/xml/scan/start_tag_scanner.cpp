@@ -126,6 +126,9 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
     if (m_glances && !isNoted) {
         learnElement(nameStart, nameEnd - nameStart, prefixLength);
     }
+    if (!simple ? !isTidyTag(nameEnd, behind) : m_text[behind] != '>') {
+        m_document.noteUntidy(at);
+    }
     if (m_text[behind] == '>') {
         Open& open = m_open.back();
         const bool undoes = m_rebound.size() != open.reboundBefore;
@@ -138,6 +141,37 @@ std::uint32_t DocumentScanner::readStartTag(std::uint32_t at) {
         return fail(behind, "The start tag is not closed by '>'");
     }
     return closeElement(behind + 2);
+}
+
+// Whether the tag that was read, with attributes or white space, stands as a canonical form writes
+// it: XmlDocument::untidyPlaces(). `close`: of its '>' or '/'.
+bool DocumentScanner::isTidyTag(std::uint32_t nameEnd, std::uint32_t close) const noexcept {
+    constexpr std::string_view kAmpersand = "&amp;";
+    const char* at = m_text + nameEnd;
+    std::string_view before;
+    for (const Read& attribute : m_attributes) {
+        if (attribute.namespaceDecl) {
+            return true;
+        }
+        const std::string_view name = attribute.nameView();
+        if (*at != ' ' || attribute.name != at + 1 || attribute.prefixLength != 0 ||
+            attribute.value != at + name.size() + 3 || attribute.value[-1] != '"' ||
+            before >= name) {
+            return false;
+        }
+        before = name;
+        const auto end =
+            static_cast<std::uint32_t>(attribute.value + attribute.valueLength - m_text);
+        auto stop = static_cast<std::uint32_t>(attribute.value - m_text);
+        while ((stop = findAttributeStop(m_text, stop, m_size, '"')) != end) {
+            if (!rest(stop).starts_with(kAmpersand)) {
+                return false;
+            }
+            stop += static_cast<std::uint32_t>(kAmpersand.size());
+        }
+        at = m_text + end + 1;
+    }
+    return at == m_text + close && *at == '>';
 }
 
 // From behind the name of the element to its '>' or '/'.

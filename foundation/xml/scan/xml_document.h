@@ -120,6 +120,16 @@ public:
     [[nodiscard]] bool isFragment() const noexcept { return m_fragment; }
     // Facts that let a reader take a short way.
     [[nodiscard]] bool hasCarriageReturn() const noexcept { return m_hasCarriageReturn; }
+    // What a canonical form may write otherwise than it stands, though no carriage return and no
+    // attribute type is the reason: the offsets, ascending, of start tags, end tags, other markup,
+    // references and single characters in the root. Not for what namespaces ask for, so tags with
+    // declarations need not be among them, but all with other prefixed attributes are. They are
+    // known up to tidyKnownUpTo(), which is outside of tags; where there are many that is before
+    // the end.
+    [[nodiscard]] std::span<const std::uint32_t> untidyPlaces() const noexcept {
+        return m_untidy.span();
+    }
+    [[nodiscard]] std::uint32_t tidyKnownUpTo() const noexcept { return m_tidyKnownUpTo; }
 
     // Elements. There is always at least one: the root, element 0. Records stand in document order,
     // so the subtree of an element is [id, subtreeEnd(id)), and its first child is the one behind
@@ -180,6 +190,7 @@ public:
     // Distinct declared prefixes have ids 0, 1, ...: 0 is the default namespace (empty prefix), 1
     // is "xml", which is never in namespaceDecls() unless the document declares it.
     [[nodiscard]] std::uint32_t prefixCount() const noexcept { return m_prefixes.size(); }
+    [[nodiscard]] std::size_t longestPrefix() const noexcept { return m_prefixes.longest(); }
     [[nodiscard]] std::string_view prefixText(std::uint32_t prefixId) const noexcept {
         return m_prefixes.text(prefixId);
     }
@@ -254,9 +265,23 @@ private:
             m_xmlAttributes.push_back(element);
         }
     }
+    // Places come in their order. Where many stand together, a search finds them as fast.
+    void noteUntidy(std::uint32_t place) {
+        if (place >= m_tidyKnownUpTo) {
+            return;
+        }
+        if (m_untidy.size() > kUntidyAtOnce + place / kOctetsPerUntidy) {
+            m_tidyKnownUpTo = place;
+        } else {
+            m_untidy.push_back(place);
+        }
+    }
     [[nodiscard]] const NamespaceDecl* nearestDeclaration(ElementId id,
                                                           std::uint32_t prefixId) const;
     [[nodiscard]] bool toSource(std::uint32_t offset, std::uint32_t& source) const noexcept;
+
+    static constexpr std::size_t kUntidyAtOnce = 32;
+    static constexpr std::uint32_t kOctetsPerUntidy = 128;
 
     StringBuffer m_source;
     StringBuffer m_text;
@@ -266,6 +291,8 @@ private:
     PrefixTable m_prefixes;
     IdTable m_ids;
     GrowArray<ElementId> m_xmlAttributes;
+    GrowArray<std::uint32_t> m_untidy;
+    std::uint32_t m_tidyKnownUpTo = 0xFFFFFFFF;
     std::vector<SignatureElement> m_signatures;
     std::string m_side; // normalised values that do not stand in the text as they are
     std::unique_ptr<const DocumentType> m_documentType;

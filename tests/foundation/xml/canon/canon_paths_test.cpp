@@ -42,9 +42,10 @@ TEST(CanonMasks, KernelsAgreeWithThePortableOne) {
 // Random elements whose start tags are canonical, or nearly so.
 class TagMaker final {
 public:
-    // One in ten is longer than what is classified or handed over at a time.
+    // One in ten is longer than what is classified or handed over at a time; one in three is tidy
+    // almost everywhere.
     explicit TagMaker(std::uint64_t seed)
-        : m_random(seed), m_size(m_random.below(10) == 0 ? 80000 : 600) {}
+        : m_random(seed), m_isTidy(seed % 3 == 0), m_size(m_random.below(10) == 0 ? 80000 : 600) {}
 
     std::string document() {
         const std::string root = pick({"r", "p:r"});
@@ -62,7 +63,10 @@ public:
     }
 
 private:
-    bool rarely() { return m_random.below(12) == 0; }
+    bool rarely() { return m_random.below(m_isTidy ? 1000 : 12) == 0; }
+    std::string oddity(std::initializer_list<const char*> list) {
+        return m_isTidy && m_random.below(100) != 0 ? "" : pick(list);
+    }
     std::string pick(std::initializer_list<const char*> list) {
         return list.begin()[m_random.below(list.size())];
     }
@@ -76,8 +80,8 @@ private:
         }
         tag += rarely() ? " >" : ">";
         tag += std::string(m_random.below(90), 't') +
-               pick({"", "", ">", "&amp;", "\r\n", "\"", "'", "&#65;&lt;", "<!-- '>\"<a b='-->",
-                     "<?p  \"?>", "<![CDATA[<a b=\">]]>"});
+               oddity({"", "", ">", "&amp;", "\r\n", "\"", "'", "&#65;&lt;", "<!-- '>\"<a b='-->",
+                       "<?p  \"?>", "<![CDATA[<a b=\">]]>"});
         for (std::uint64_t i = 0, count = depth == 0 ? 0 : m_random.below(3); i < count; ++i) {
             tag += element(depth - 1);
         }
@@ -89,7 +93,8 @@ private:
         std::vector<std::string> names;
         for (const char* const name : {"A", "a", "a-b", "a.b", "a1", "aa", "ab", "b", "p:a", "p:b",
                                        "qq:a", "verylongprefix:b", "xml:lang"}) {
-            if (m_random.below(5) == 0) {
+            const bool isPrefixed = std::string_view(name).find(':') != std::string_view::npos;
+            if (m_random.below(m_isTidy && isPrefixed ? 300 : 5) == 0) {
                 names.emplace_back(name);
             }
         }
@@ -97,15 +102,15 @@ private:
             std::swap(names[0], names[names.size() - 1]);
         }
         std::string text;
-        if (rarely()) {
+        if (m_random.below(12) == 0) {
             text += pick({" xmlns:p", " xmlns:p", " xmlns"}) +
                     "='urn:" + std::to_string(m_random.below(4)) + "'";
         }
         for (const std::string& name : names) {
             const char quote = rarely() ? '\'' : '"';
             text += (rarely() ? "  " : " ") + name + (rarely() ? " = " : "=") + quote;
-            const std::string value = pick({"", "", ">", "a b", "'", "=", "x:y", "/", "\"", "&lt;",
-                                            "\n", "&quot;", "&amp;&#xD;", "&gt;"});
+            const std::string value = oddity({"", "", ">", "a b", "'", "=", "x:y", "/", "\"",
+                                              "&lt;", "\n", "&quot;", "&amp;&#xD;", "&gt;"});
             text += value[0] == quote ? "" : value;
             text += std::string(m_random.below(4) == 0 ? m_random.below(70) : 1, 'v') + quote;
         }
@@ -113,6 +118,7 @@ private:
     }
 
     RandomBytes m_random;
+    bool m_isTidy;
     std::size_t m_size;
 };
 
@@ -125,7 +131,8 @@ std::string inDoubleQuotes(std::string text) {
     return text;
 }
 
-// Any attribute declaration makes the canonicalizer take every tag apart.
+// Any attribute declaration makes the canonicalizer take every tag apart, and a carriage return
+// makes it search for what is not tidy, though behind the root none is written.
 TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
     int compared = 0;
     for (std::uint64_t seed = 0; seed < 3000; ++seed) {
@@ -136,6 +143,7 @@ TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
             const auto out = canonical(text, call);
             ASSERT_EQ(out, canonical(declared, call)) << text;
             ASSERT_EQ(out, canonical(inDoubleQuotes(text), call)) << text;
+            ASSERT_EQ(out, canonical(text + '\r', call)) << text;
             if (out) {
                 ++compared;
                 ASSERT_EQ(canonical(*out, call), out) << text;
@@ -344,7 +352,7 @@ public:
         ++pieces;
         return true;
     }
-    bool expect(std::uint64_t size) override {
+    bool expect(std::uint64_t size, bool /*mostlyAsTheyStand*/) override {
         expected += size;
         return size <= most;
     }
