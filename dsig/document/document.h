@@ -31,6 +31,7 @@ class WorkBudget;
 namespace vantrel::dsig {
 
 class RepeatedReference;
+class SignedInfoPattern;
 
 // The key of a KeyValue that was read last: the signatures of a document often carry the same one,
 // and setting up a key costs a good part of using it. Empty before the first.
@@ -93,6 +94,9 @@ struct Document final {
     // What the references that matched have in common (dsig/reference/repeated_reference.h); null
     // until there were two of them.
     std::shared_ptr<RepeatedReference> repeatedReference;
+    RepeatedRun repeatedRun; // the last one
+    // How SignedInfo with such references is canonicalized (dsig/verify/signed_info_pattern.h).
+    std::shared_ptr<SignedInfoPattern> signedInfoPattern;
     const char* matchedTail = nullptr; // of the form of the one that matched last
     std::uint64_t repeatedMatches = 0; // references that were found to match by it
     bool mayRepeat = true;             // false: each is checked step by step

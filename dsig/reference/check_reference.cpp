@@ -74,16 +74,24 @@ ReferenceResult checkStepByStep(const ReferenceQuery& query, Rules& rules, LogBa
     return result;
 }
 
+// The same, and what others may repeat is learned from it.
+ReferenceResult checkAndLearn(const ReferenceQuery& query, Rules& rules, LogBase& log) {
+    const LogBase::Place before = log.place();
+    ReferenceResult result = checkStepByStep(query, rules, log);
+    learnRepeated(query, rules, result, before, log);
+    return result;
+}
+
 } // namespace
 
 ReferenceResult checkReference(const ReferenceQuery& query, Rules& rules, LogBase& log) {
-    ReferenceResult result;
-    if (matchesRepeated(query, rules, result, log)) {
-        return result;
+    if (query.document == nullptr || query.document->repeatedReference == nullptr) {
+        return checkAndLearn(query, rules, log);
     }
-    const LogBase::Place before = log.place();
-    result = checkStepByStep(query, rules, log);
-    learnRepeated(query, rules, result, before, log);
+    ReferenceResult result;
+    if (!matchesRepeated(query, rules, result, log)) {
+        result = checkAndLearn(query, rules, log);
+    }
     return result;
 }
 

@@ -97,15 +97,11 @@ public:
                              bool& isRight);
 
 private:
-    // The pieces of one reference.
-    struct Parts {
-        std::string_view uri; // "#" and the Id
-        std::string_view digest;
-
-        [[nodiscard]] std::string_view id() const noexcept { return uri.substr(1); }
-    };
+    using Parts = RepeatedRun::Parts;
 
     [[nodiscard]] bool readParts(std::string_view reference, Parts& parts) const noexcept;
+
+    void noteRun(const ReferenceQuery& query, const Parts& parts) const;
 
     const xml::XmlDocument& m_document;
     std::string_view m_head;   // of the element, up to the Id
@@ -178,6 +174,20 @@ bool RepeatedReference::readParts(std::string_view reference, Parts& parts) cons
            !isEbicsFragment(parts.id());
 }
 
+void RepeatedReference::noteRun(const ReferenceQuery& query, const Parts& parts) const {
+    RepeatedRun& run = query.document->repeatedRun;
+    const auto index = static_cast<std::size_t>(query.index);
+    if (run.signature != query.selection.element() || run.first + run.parts.size() != index ||
+        run.head.data() != m_head.data()) {
+        run.signature = query.selection.element();
+        run.first = index;
+        run.head = m_head;
+        run.tail = m_tail;
+        run.parts.clear();
+    }
+    run.parts.push_back(parts);
+}
+
 bool RepeatedReference::check(const ReferenceQuery& query, ReferenceResult& result, LogBase& log,
                               bool& isRight) {
     isRight = true;
@@ -219,6 +229,7 @@ bool RepeatedReference::check(const ReferenceQuery& query, ReferenceResult& resu
         return false;
     }
     m_entries.put(values, log);
+    noteRun(query, parts);
     result.index = query.index;
     result.checked = true;
     result.digestMethod = m_digestMethod;

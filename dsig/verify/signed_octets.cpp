@@ -7,12 +7,14 @@
 #include "dsig/transform/doda.h"
 #include "dsig/transform/recommended_transforms.h"
 #include "dsig/transform/working_text.h"
+#include "dsig/verify/signed_info_pattern.h"
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/xml/canon/XmlCanon.h"
 #include "foundation/xml/scan/start_tag.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "foundation/xml/tree/ClsXml.h"
 
+#include <memory>
 #include <utility>
 
 namespace vantrel::dsig {
@@ -140,6 +142,53 @@ bool runRoute(Document& document, const Selection& selection, const Rules& rules
     return takeInvoiceHash(document, selection, first, out, leniencies, log);
 }
 
+// SignedInfo as it stands in the document, by the recommendations alone.
+bool isOfNoProfile(const Rules& rules) noexcept {
+    return !rules.siiDocument && !rules.satDoda && !rules.zatca && !rules.skXmlSignedDoc &&
+           !rules.emulatesAttrSort();
+}
+
+// Where it reads like one that was canonicalized before.
+bool takeByPattern(Document& document, const Selection& selection, xml::ElementId signedInfo,
+                   SignedOctets& out) {
+    if (document.signedInfoPattern == nullptr ||
+        !document.signedInfoPattern->compose(document, selection, signedInfo, out.text)) {
+        return false;
+    }
+    out.algorithm = document.signedInfoPattern->algorithm();
+    return true;
+}
+
+// The same where others may read like this one, or its own references do.
+bool learnPattern(Document& document, const Selection& selection, xml::ElementId signedInfo,
+                  const XmlCanon& canonicalizer, SignedOctets& out, LogBase& log) {
+    if (document.repeatedRun.signature != selection.element()) {
+        return false;
+    }
+    auto learned = std::make_shared<SignedInfoPattern>();
+    if (!learned->learn(document, selection, signedInfo, canonicalizer, out.algorithm, log)) {
+        return false;
+    }
+    document.signedInfoPattern = std::move(learned);
+    return takeByPattern(document, selection, signedInfo, out);
+}
+
+// The usual way, step by step.
+bool makeStepByStep(Document& document, const Selection& selection, const Rules& rules,
+                    const XmlSigLocate& locator, const DSigReference& first,
+                    xml::ElementId repeatable, SignedOctets& out, CodeSet& leniencies,
+                    LogBase& log) {
+    const std::size_t bent = leniencies.codes().size();
+    XmlCanon canonicalizer;
+    if (!configure(selection, rules, out.algorithm, canonicalizer, leniencies, log)) {
+        return false;
+    }
+    return (repeatable != xml::kNoElement && leniencies.codes().size() == bent &&
+            learnPattern(document, selection, repeatable, canonicalizer, out, log)) ||
+           runRoute(document, selection, rules, locator, first, canonicalizer, out, leniencies,
+                    log);
+}
+
 } // namespace
 
 bool makeSignedOctets(Document& document, const Selection& selection, const Rules& rules,
@@ -150,10 +199,13 @@ bool makeSignedOctets(Document& document, const Selection& selection, const Rule
         log.LogBracketed("signedInfo", document.structure->sourceText().view().substr(
                                            locator.m_signedInfoStart, locator.m_signedInfoLength));
     }
-    XmlCanon canonicalizer;
-    if (!configure(selection, rules, out.algorithm, canonicalizer, leniencies, log) ||
-        !runRoute(document, selection, rules, locator, first, canonicalizer, out, leniencies,
-                  log)) {
+    const bool mayRepeat = !document.repeatedRun.parts.empty() && isOfNoProfile(rules);
+    const xml::ElementId repeatable =
+        mayRepeat ? document.structure->elementAtSourceOffset(locator.m_signedInfoStart)
+                  : xml::kNoElement;
+    if ((repeatable == xml::kNoElement || !takeByPattern(document, selection, repeatable, out)) &&
+        !makeStepByStep(document, selection, rules, locator, first, repeatable, out, leniencies,
+                        log)) {
         return false;
     }
     if (log.verbose()) {

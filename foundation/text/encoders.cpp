@@ -75,13 +75,15 @@ void putBase64(ByteView bytes, std::string_view alphabet, bool padded, char* to)
     const char* const signs = alphabet.data();
     const std::size_t rest = bytes.size() % 3;
     const std::size_t full = bytes.size() - rest;
-    for (std::size_t i = 0; i < full; i += 3) {
-        const std::uint32_t group = static_cast<std::uint32_t>(bytes[i]) << 16 |
-                                    static_cast<std::uint32_t>(bytes[i + 1]) << 8 | bytes[i + 2];
-        const char four[] = {signs[group >> 18], signs[group >> 12 & 63], signs[group >> 6 & 63],
-                             signs[group & 63]};
-        std::memcpy(to, four, sizeof four);
-        to += sizeof four;
+    const std::uint8_t* from = bytes.data();
+    const auto sign = [signs](std::uint32_t bits) { return signs[bits & 63]; };
+    for (std::size_t left = full; left != 0; left -= 3, from += 3, to += 4) {
+        const std::uint32_t high = static_cast<std::uint32_t>(from[0]) << 4 | from[1] >> 4;
+        const std::uint32_t low = static_cast<std::uint32_t>(from[1] & 15U) << 8 | from[2];
+        to[0] = sign(high >> 6);
+        to[1] = sign(high);
+        to[2] = sign(low >> 6);
+        to[3] = sign(low);
     }
     if (rest != 0) {
         const std::uint32_t second = rest == 2 ? bytes[full + 1] : 0;

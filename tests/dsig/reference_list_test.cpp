@@ -100,22 +100,26 @@ TEST(ReferenceList, ReadsEachAsIfItWereAlone) {
     EXPECT_GT(taken, 300U); // the short way was gone
 }
 
-// A document with elements of many kinds and a signature with a reference to each.
-std::string randomList(unsigned seed, const std::vector<std::string>& digests) {
+// A document with elements of many kinds and signatures with a reference to each. `byPointer`: the
+// references name them in a way that is always taken for an Id.
+std::string randomList(unsigned seed, const std::vector<std::string>& digests, bool byPointer) {
     Words words(seed);
-    const std::string canonical = words.pick({"http://www.w3.org/2001/10/xml-exc-c14n#",
-                                              "http://www.w3.org/2006/12/xml-c14n11#WithComments"});
-    const std::string transform = "<Transform Algorithm='" + canonical + "'";
+    const std::string canonical = seed % 2 == 0
+                                      ? "http://www.w3.org/2001/10/xml-exc-c14n#"
+                                      : "http://www.w3.org/2006/12/xml-c14n11#WithComments";
+    const std::string transform = "<Transform Algorithm='" + canonical;
     std::string text = words.pick({"", "<!DOCTYPE r [<!ENTITY e 'x'><!ATTLIST a b CDATA 'd'>]>",
                                    "<!DOCTYPE r [<!ENTITY e 'x'>]>"});
     const std::string entity = text.empty() ? "" : words.pick({"", "&e;"});
     text += "<r xmlns:p='urn:p' xmlns='urn:d' xml:lang='en' xmlns:q='urn:q'>" + entity +
             words.pick({"", "<LAU/>"});
-    std::string references;
+    const std::size_t each = 1 + seed % 5;
+    std::vector<std::string> lists;
     for (std::size_t i = 0; i < digests.size(); ++i) {
         const std::string number = words.pick({"y", ""}).empty() ? "" : std::to_string(i);
-        const std::string id =
-            words.pick({"i", "j&amp;", "EBICS", "k k", "&#39;", "xpointer(/)"}) + number;
+        const std::string id = words.pick({"i", "j&amp;", "EBICS", "xpointer-authenticate-true",
+                                           "k k", "&#39;", "xpointer(/)"}) +
+                               number;
         const std::string name = words.pick({"p:a", "a", "q:a"});
         const std::string outer = words.pick({"", "in xmlns:p='urn:other' xmlns=''", "in"});
         text +=
@@ -127,35 +131,64 @@ std::string randomList(unsigned seed, const std::vector<std::string>& digests) {
             std::string(words.pick({"", "long"}).size() * 5000U, 'x') + "</" + name + ">" +
             (outer.empty() ? "" : "</in>");
         const std::string quote = words.pick({"\"", "'"});
-        references +=
+        if (i % each == 0) {
+            lists.emplace_back();
+        }
+        const std::string pointer = "#xpointer(id(&#39;" + id + "&#39;))";
+        const std::string uri = words.pick({"#" + id, pointer, " #" + id, id});
+        lists.back() +=
             "<Reference" + words.pick({"", " Id='x'"}) + " URI=" + quote +
-            words.pick({"#", " #", ""}) + words.pick({id, "xpointer(id(&#39;" + id + "&#39;))"}) +
-            quote + words.pick({">", " >"}) +
-            words.pick({"<Transforms>" + transform + "/></Transforms>", "",
-                        "<Transforms>" + transform +
-                            "><InclusiveNamespaces PrefixList='q "
-                            "#default'/></Transform></Transforms>"}) +
+            (byPointer ? pointer : uri) + quote + words.pick({">", " >"}) +
+            words.pick(
+                {"<Transforms>" + transform + "'/></Transforms>", "",
+                 "<Transforms>" + transform +
+                     "'><InclusiveNamespaces PrefixList='q "
+                     "#default'/></Transform></Transforms>",
+                 "<Transforms>" + transform.substr(0, transform.size() - 1) + "?'/></Transforms>",
+                 "<Transforms>" + transform + "'\n/></Transforms>"}) +
             words.pick({"<DigestMethod Algorithm='http://www.w3.org/2001/04/xmlenc#sha256'/>",
                         "<DigestMethod Algorithm='urn:sha1'/>", "<DigestMethod/>"}) +
             "<DigestValue>" + digests[i] + "</DigestValue></Reference>" + words.pick({"", "\n"});
     }
-    return text + "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#' Id='" +
-           words.pick({"S", "", "0"}) + "'><SignedInfo><CanonicalizationMethod Algorithm='" +
-           canonical + "'/><SignatureMethod Algorithm='x#rsa-sha256'/>" + references +
-           "</SignedInfo><SignatureValue>AAAA</SignatureValue></Signature></r>";
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+        const std::string outer = words.pick({"", "w xmlns:p='urn:w' xml:space='preserve'"});
+        text +=
+            (outer.empty() ? "" : "<" + outer + ">") + "<Signature Id='" +
+            words.pick({"S" + std::to_string(i), "", "0"}) +
+            "' xmlns='http://www.w3.org/2000/09/xmldsig#'" + words.pick({"", " xml:lang='fr'"}) +
+            "><SignedInfo><CanonicalizationMethod Algorithm='" + canonical + "'/>" +
+            words.pick({"<SignatureMethod Algorithm='x#rsa-sha256'/>", "<x xmlns:q='urn:x'/>"}) +
+            lists[i] + words.pick({"", "<!--end-->"}) +
+            "</SignedInfo><SignatureValue>AAAA</SignatureValue></Signature>" +
+            (outer.empty() ? "" : "</w>");
+    }
+    return text + "</r>";
 }
 
-// What a verification says, the same a second time: the report, and the log behind it.
-std::string verified(ClsXmlDSig& verifier, const std::string& text, bool mayRepeat) {
+// What the verification of each signature says, twice: the report, the log behind it, and the
+// octets that were signed.
+std::string verified(ClsXmlDSig& verifier, const std::string& text, bool mayRepeat,
+                     std::vector<std::string>* computed = nullptr) {
     loadText(verifier, text);
     ClsXmlDSigTestAccess::structure(verifier).mayRepeat = mayRepeat;
     std::string said;
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2 * verifier.get_NumSignatures(); ++i) {
+        verifier.put_Selector(i % verifier.get_NumSignatures());
         static_cast<void>(verifier.VerifySignature(true));
         XString report;
         verifier.get_LastJsonData(report);
         said += report.getUtf8() + ("\n" + logOf(verifier)) +
                 std::to_string(ClsXmlDSigTestAccess::structure(verifier).account.octets());
+        const json::JsonValue values = reportOf(verifier);
+        for (const json::JsonValue& one : values.find("references")->elements()) {
+            const json::JsonValue* const digest = one.find("digest");
+            if (computed != nullptr) {
+                computed->push_back(digest != nullptr ? textOf(*digest, "computed") : "");
+            }
+        }
+        ClsBinData octets;
+        static_cast<void>(verifier.SignedInfoOctets(octets));
+        said += asText(octets.data().view());
     }
     return said;
 }
@@ -175,25 +208,26 @@ std::string changed(std::string digest, Words& words) {
 // The digests are mostly those that the usual way computes.
 TEST(ReferenceList, ChecksEachAsIfItWereAlone) {
     std::uint64_t repeated = 0;
+    std::size_t composed = 0;
     for (unsigned seed = 0; seed < 300; ++seed) {
         Words words(seed + 1000);
         std::vector<std::string> digests(10, "AAAA");
+        std::vector<std::string> computed;
         ClsXmlDSig first;
-        static_cast<void>(verified(first, randomList(seed, digests), false));
-        const json::JsonValue report = reportOf(first);
+        static_cast<void>(verified(first, randomList(seed, digests, true), false, &computed));
         for (std::size_t i = 0; i < digests.size(); ++i) {
-            const json::JsonValue* const found =
-                report.find("references")->elements()[i].find("digest");
-            const std::string computed = found != nullptr ? textOf(*found, "computed") : "";
-            digests[i] = changed(computed.empty() ? "AAAA" : computed, words);
+            digests[i] = changed(computed[i].empty() ? "AAAA" : computed[i], words);
         }
-        const std::string text = randomList(seed, digests);
+        const std::string text = randomList(seed, digests, false);
         ClsXmlDSig plain;
         ClsXmlDSig quick;
         ASSERT_EQ(verified(quick, text, true), verified(plain, text, false)) << text;
-        repeated += ClsXmlDSigTestAccess::structure(quick).repeatedMatches;
+        const dsig::Document& known = ClsXmlDSigTestAccess::structure(quick);
+        repeated += known.repeatedMatches;
+        composed += known.signedInfoPattern != nullptr ? 1U : 0U;
     }
     EXPECT_GT(repeated, 1000U);
+    EXPECT_GT(composed, 150U);
 }
 
 } // namespace

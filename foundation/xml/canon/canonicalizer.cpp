@@ -7,12 +7,13 @@ namespace vantrel::xml {
 
 namespace {
 
-// The last of the sibling elements from `first` on that begin before `end`.
+// The last of the sibling elements from `first` on, which is not the root, that begin before `end`.
 ElementId lastSiblingBefore(const XmlDocument& document, ElementId first, std::uint32_t end) {
+    const ElementId parent = document.parent(first);
     ElementId last = first;
-    for (ElementId next = document.nextSibling(last);
+    for (ElementId next = document.nextChild(parent, last);
          next != kNoElement && document.element(next).start < end;
-         next = document.nextSibling(last)) {
+         next = document.nextChild(parent, last)) {
         last = next;
     }
     return last;

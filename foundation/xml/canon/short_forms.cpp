@@ -8,7 +8,7 @@ std::string_view ShortForms::of(ElementId apex) {
     if (record.end - record.start > kMost) {
         return {};
     }
-    const ElementId parent = m_document.parent(apex);
+    const ElementId parent = m_last.parentOf(m_document, apex);
     const bool goesOn = m_canGoOn && m_parent == parent;
     m_canGoOn = false; // should memory run out in the middle
     bool mayGoOn = true;

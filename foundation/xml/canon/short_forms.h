@@ -41,6 +41,7 @@ private:
     std::optional<CanonWalker> m_walker; // of the last form
     bool m_canGoOn = false;              // with another child of m_parent
     ElementId m_parent = kNoElement;
+    ChildFinder m_last;
 };
 
 } // namespace vantrel::xml

@@ -323,6 +323,24 @@ private:
     mutable std::unique_ptr<const InheritedXmlAttributes> m_inheritedXmlAttributes;
 };
 
+// Finds the parents of elements that mostly stand one behind the other in the same one.
+class ChildFinder final {
+public:
+    [[nodiscard]] ElementId parentOf(const XmlDocument& document, ElementId element) noexcept {
+        const bool isNext = m_parent != kNoElement && document.subtreeEnd(m_last) == element &&
+                            document.element(element).start < document.element(m_parent).end;
+        if (!isNext) {
+            m_parent = document.parent(element);
+        }
+        m_last = element;
+        return m_parent;
+    }
+
+private:
+    ElementId m_last = 0;
+    ElementId m_parent = kNoElement; // of that; none before the first and for the root
+};
+
 } // namespace vantrel::xml
 
 #endif
