@@ -128,13 +128,14 @@ inline bool StartTagWriter::isElementPending(std::uint32_t start, PrefixId& pref
 struct StartTagWriter::LeafDeclaration {
     std::uint64_t bytes = 1; // of a name, the prefix and the colon; where others are left out
     std::uint64_t mask = 0;
+    PrefixId prefix = 0;
+    std::uint32_t bound = 0; // what to
     std::string_view text;
 
     // Eight bytes of `name` are readable.
-    void take(const char* name, std::size_t prefixLength, std::string_view declaration) noexcept {
+    void take(const char* name, std::size_t prefixLength) noexcept {
         mask = NamespaceState::firstBytes(static_cast<std::uint32_t>(prefixLength) + 1);
         bytes = eightBytes(name) & mask;
-        text = declaration;
     }
     void forget() noexcept {
         bytes = 1;
@@ -161,7 +162,10 @@ void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
     for (; element != end && element->start < limit; ++element) {
         const std::uint32_t start = element->start;
         if (m_namespaces.leave(start)) {
-            ofLeaf.forget();
+            const PrefixBinding& binding = m_namespaces[ofLeaf.prefix];
+            if (!binding.pending || binding.inScope != ofLeaf.bound) {
+                ofLeaf.forget();
+            }
         }
         const char* const name = m_text.data() + start + 1;
         const bool isLeaf = element + 1 == end || element[1].start >= element->end;
@@ -176,10 +180,13 @@ void StartTagWriter::passTidyByPrefix(std::uint32_t at, std::uint32_t limit) {
         const std::string_view declaration = m_namespaces.render(prefix, {element->end, isLeaf});
         m_out.copyUpToAndPut(tidyNameEnd(m_text, start + 1), declaration);
         const std::size_t length = m_namespaces.prefixText(prefix).size();
-        if (!isLeaf) {
+        if (isLeaf && length - 1 < kMostBytes && start < readable) {
+            ofLeaf.take(name, length);
+            ofLeaf.prefix = prefix;
+            ofLeaf.bound = m_namespaces[prefix].inScope;
+            ofLeaf.text = declaration;
+        } else if (prefix == ofLeaf.prefix) {
             ofLeaf.forget();
-        } else if (length - 1 < kMostBytes && start < readable) {
-            ofLeaf.take(name, length, declaration);
         }
     }
     m_reached = static_cast<ElementId>(std::min(element, end - 1) - m_elements.data());

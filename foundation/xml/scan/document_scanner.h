@@ -67,6 +67,7 @@ private:
         std::uint32_t offset; // of the name, or of the start tag for a default
         bool fromText;        // false: a default of the document type declaration
         bool namespaceDecl;
+        bool hasReference;
         std::uint64_t key; // first eight bytes of the name and its length, for a quick comparison
 
         [[nodiscard]] std::string_view nameView() const noexcept { return {name, nameLength}; }

@@ -6,6 +6,10 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace vantrel::xml {
 namespace {
 
@@ -27,6 +31,26 @@ bool isQualifiedName(std::string_view name, std::size_t colon) noexcept {
     }
     const std::string_view local = name.substr(colon + 1);
     return colon != 0 && local.find(':') == local.npos && matchName(local) != 0;
+}
+
+constexpr std::size_t kBlockOfValue = 16;
+
+// Whether a value of that length and more has no white space but spaces.
+bool isPlain(std::string_view value) noexcept {
+#if defined(__SSE2__)
+    __m128i least = _mm_set1_epi8(' ');
+    for (std::size_t at = 0; at < value.size(); at += kBlockOfValue) {
+        __m128i block;
+        std::memcpy(&block, value.data() + std::min(at, value.size() - kBlockOfValue),
+                    sizeof block);
+        least = _mm_min_epu8(least, block);
+    }
+    const __m128i spaces = _mm_cmpeq_epi8(least, _mm_set1_epi8(' '));
+    return _mm_movemask_epi8(spaces) == 0xFFFF;
+#else
+    return std::all_of(value.begin(), value.end(),
+                       [](char c) { return static_cast<unsigned char>(c) >= ' '; });
+#endif
 }
 
 bool isIdName(std::string_view name, std::string_view local) noexcept {
@@ -169,6 +193,13 @@ bool DocumentScanner::areTidy(std::uint32_t from, std::uint32_t to) const noexce
             return false;
         }
         before = name;
+        if (!attribute.hasReference && attribute.valueLength >= kBlockOfValue) {
+            if (!isPlain(attribute.valueView())) {
+                return false;
+            }
+            at = attribute.value + attribute.valueLength + 1;
+            continue;
+        }
         const auto end =
             static_cast<std::uint32_t>(attribute.value + attribute.valueLength - m_text);
         auto stop = static_cast<std::uint32_t>(attribute.value - m_text);
@@ -244,6 +275,7 @@ std::uint32_t DocumentScanner::readAttribute(std::uint32_t at) {
         if (m_text[end] == '<') {
             return fail(end, "An attribute value may not contain '<'");
         }
+        attribute.hasReference = true;
         end = readReference(end, true);
         if (end == kFailed) {
             return kFailed;
