@@ -13,10 +13,13 @@ namespace vantrel::dsig {
 
 void startReport(Document* document, const Selection& selection, const Rules& rules,
                  SignatureReport& report) {
-    // Taking the members of a new one over would cost twice as much.
-    static_assert(std::is_nothrow_default_constructible_v<SignatureReport>);
-    std::destroy_at(&report);
-    std::construct_at(&report);
+    // Taking the members of a new one over costs twice as much, but may have to be.
+    if constexpr (std::is_nothrow_default_constructible_v<SignatureReport>) {
+        std::destroy_at(&report);
+        std::construct_at(&report);
+    } else {
+        report = SignatureReport();
+    }
     report.present = true;
     report.profile = rules.profileName;
     report.index = selection.index;

@@ -176,7 +176,7 @@ bool SignedInfoPattern::compose(Document& document, const Selection& selection,
         !form.reserve(static_cast<std::uint32_t>(size))) {
         return false;
     }
-    char* const begin = form.freeRoom(size);
+    char* const begin = form.freeRoom(static_cast<std::size_t>(size));
     if (begin == nullptr) {
         return false;
     }

@@ -94,7 +94,8 @@ bool StartTagWriter::areOrdered(std::uint32_t start, const TagShape& shape) cons
 const ElementRecord* StartTagWriter::firstElementFrom(std::uint32_t at) const noexcept {
     const ElementRecord* const end = m_elements.data() + m_elements.size();
     const ElementRecord* element = m_elements.data() + m_reached;
-    const ElementRecord* const near = end - element < kNear ? end : element + kNear;
+    const ElementRecord* const near =
+        static_cast<std::size_t>(end - element) < kNear ? end : element + kNear;
     const auto isBefore = [at](const ElementRecord& record) { return record.start < at; };
     while (element != near && isBefore(*element)) {
         ++element;
