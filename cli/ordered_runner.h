@@ -23,7 +23,8 @@ enum class ResultOrder { OfNames, AsDone };
 
 // When results are handed on: each at once, since somebody may wait for it before giving the next
 // name; or those of a millisecond together, since taking names and handing results on one by one
-// costs more than a small file where threads do it side by side.
+// costs more than a small file where threads do it side by side. A large file that comes in such a
+// millisecond holds back the few results before it.
 enum class Delivery { AtOnce, Collected };
 
 // Works on files in parallel and hands the results on in the order that is asked for. No more

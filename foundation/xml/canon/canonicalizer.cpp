@@ -44,8 +44,9 @@ bool isHole(const XmlDocument& document, TextRange range) {
 bool canonicalize(const XmlDocument& document, const CanonRequest& request, CanonSink& sink) {
     const bool whole = request.apex == kNoElement;
     const ElementRecord& apex = document.element(whole ? 0 : request.apex);
-    const bool mostlyAsTheyStand =
-        request.method == CanonMethod::Inclusive && document.tidyKnownUpTo() >= apex.end;
+    const bool mostlyAsTheyStand = request.method == CanonMethod::Inclusive &&
+                                   !document.hasCarriageReturn() &&
+                                   document.tidyKnownUpTo() >= apex.end;
     if (!sink.expect(whole ? document.text().size() : apex.end - apex.start, mostlyAsTheyStand)) {
         return false;
     }
