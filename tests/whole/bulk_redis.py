@@ -6,6 +6,7 @@ Usage: bulk_redis.py TOOL [COUNT]. Exits with 77 without redis-server or the cli
 import json
 import pathlib
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -25,16 +26,22 @@ COUNT = int(sys.argv[2]) if len(sys.argv) > 2 else 1000
 IDLE_MS = 1500
 
 
+def listens(path):
+    """The socket is there some time before somebody listens."""
+    with socket.socket(socket.AF_UNIX) as probe:
+        return probe.connect_ex(str(path)) == 0
+
+
 def serve(folder):
     """A server behind a socket in the folder, which leaves the machine's own server and its data alone."""
-    socket = folder / "redis.sock"
-    server = subprocess.Popen(["redis-server", "--port", "0", "--unixsocket", str(socket), "--dir", str(folder), "--save", ""],
+    path = folder / "redis.sock"
+    server = subprocess.Popen(["redis-server", "--port", "0", "--unixsocket", str(path), "--dir", str(folder), "--save", ""],
                               stdout=subprocess.DEVNULL)
     for _ in range(500):
-        if socket.exists():
+        if listens(path):
             break
         time.sleep(0.01)
-    return server, f"unix://{socket}"
+    return server, f"unix://{path}"
 
 
 def consumer(url, name, *more):
