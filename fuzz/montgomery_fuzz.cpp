@@ -13,6 +13,26 @@
 using namespace vantrel;
 using namespace vantrel::crypto;
 
+// x, half of it and so on: together as one by one.
+static void checkPowersOfEach(const MontgomeryModulus& modulus, std::vector<Limb> x, Limb odd) {
+    const Limb exponent[1] = {odd};
+    std::vector<Limb> numbers;
+    std::vector<Limb> expected;
+    for (std::size_t i = 0; i < kPowersAtOnce; ++i) {
+        numbers.insert(numbers.end(), x.begin(), x.end());
+        std::vector<Limb> one(x.size());
+        modulus.power(one, x, exponent);
+        expected.insert(expected.end(), one.begin(), one.end());
+        for (std::size_t k = 0; k < x.size(); ++k) {
+            x[k] = x[k] >> 1 | (k + 1 < x.size() ? x[k + 1] << (kLimbBits - 1) : 0);
+        }
+    }
+    modulus.powerOfEach(numbers, numbers, exponent);
+    if (numbers != expected) {
+        std::abort();
+    }
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 4 || size > 1100) {
         return 0;
@@ -46,6 +66,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             modulus.power(result, x, exponent);
             if (result != expected) {
                 std::abort();
+            }
+            if (modulus.hasFastPowerOfEach()) {
+                checkPowersOfEach(modulus, x, exponent[0] | 1);
             }
         }
     }

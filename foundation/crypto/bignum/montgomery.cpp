@@ -93,6 +93,14 @@ void fromDigits(std::span<Limb> x, std::span<const Limb> digits, std::size_t bit
     }
 }
 
+// Calls step(isSet, isLast) for the bits of an exponent from the second highest down.
+template <class Step>
+void forEachBitBelowTop(std::span<const Limb> exponent, const Step& step) noexcept {
+    for (std::size_t i = bitLength(exponent) - 1; i-- > 0;) {
+        step((exponent[i / kLimbBits] >> (i % kLimbBits) & 1) != 0, i == 0);
+    }
+}
+
 } // namespace
 
 MontgomeryModulus& MontgomeryModulus::operator=(const MontgomeryModulus& other) noexcept {
@@ -266,16 +274,90 @@ void MontgomeryModulus::power(std::span<Limb> z, std::span<const Limb> x,
     // The last factor of an odd exponent is x itself, not its Montgomery form: that leaves the
     // Montgomery form in the same step.
     const bool odd = (exponent[0] & 1) != 0;
-    for (std::size_t i = bitLength(exponent) - 1; i-- > 0;) {
+    forEachBitBelowTop(exponent, [&](bool isSet, bool isLast) {
         square(result, result);
-        if ((exponent[i / kLimbBits] >> (i % kLimbBits) & 1) != 0) {
-            multiply(result, result, i == 0 ? plain : form);
+        if (isSet) {
+            multiply(result, result, isLast ? plain : form);
         }
-    }
+    });
     if (odd && bitLength(exponent) > 1) {
         fromKernel(z, result);
     } else {
         leave(z, result);
+    }
+}
+
+bool MontgomeryModulus::hasFastPowerOfEach() const noexcept {
+    return m_kernel->run.squareBeside != nullptr && m_limbs <= kMaxLimbsBeside;
+}
+
+void MontgomeryModulus::powerOfEach(std::span<Limb> z, std::span<const Limb> x,
+                                    std::span<const Limb> exponent) const noexcept {
+    assert(x.size() % m_limbs == 0 && x.size() <= kPowersAtOnce * m_limbs);
+    assert((exponent[0] & 1) != 0 && bitLength(exponent) > 1);
+    if (x.size() > m_limbs && hasFastPowerOfEach()) {
+        powersBeside(z, x, exponent);
+        return;
+    }
+    for (std::size_t at = 0; at < x.size(); at += m_limbs) {
+        power(z.subspan(at, m_limbs), x.subspan(at, m_limbs), exponent);
+    }
+}
+
+void MontgomeryModulus::rSquaredOf(std::span<Limb> z) const noexcept {
+    Buffer own;
+    const std::span<const Limb> known = rSquared(own);
+    if (z.size() == m_steps) {
+        std::copy_n(known.begin(), z.size(), z.begin());
+        return;
+    }
+    Buffer buffer;
+    const std::span<Limb> x(buffer.data(), m_limbs);
+    fromKernel(x, known);
+    for (std::size_t i = 2 * (z.size() - m_steps); i > 0; --i) {
+        shiftModulo(x, m_kernel->radixBits, value(), bitLength(value()));
+    }
+    toKernel(z, x);
+}
+
+void MontgomeryModulus::powersBeside(std::span<Limb> z, std::span<const Limb> x,
+                                     std::span<const Limb> exponent) const noexcept {
+    using Words = std::array<Limb, kMaxDigitsBeside * kNumbersBeside>;
+    const MontgomeryProducts& run = m_kernel->run;
+    const std::size_t size = (m_steps + kDigitsBeside - 1) / kDigitsBeside * kDigitsBeside;
+    alignas(64) Words plain;
+    alignas(64) Words form;
+    alignas(64) Words result;
+    std::array<Limb, kMaxDigitsBeside> buffer;
+    const std::span<Limb> digits(buffer.data(), size);
+    // Where there are fewer numbers, zeros take the other places.
+    for (std::size_t k = 0; k < kNumbersBeside; ++k) {
+        const bool isThere = k * m_limbs < x.size();
+        toKernel(digits, isThere ? x.subspan(k * m_limbs, m_limbs) : std::span<const Limb>());
+        for (std::size_t i = 0; i < size; ++i) {
+            plain[kNumbersBeside * i + k] = digits[i];
+        }
+    }
+    rSquaredOf(digits);
+    for (std::size_t i = 0; i < size; ++i) {
+        std::fill_n(result.begin() + kNumbersBeside * i, kNumbersBeside, digits[i]);
+    }
+    const Limb* const n = m_kernelN.data();
+    run.multiplyBeside(form.data(), plain.data(), result.data(), n, m_negInverse, size);
+    std::copy_n(form.begin(), kNumbersBeside * size, result.begin());
+    // The last factor leaves the Montgomery form, as in power().
+    forEachBitBelowTop(exponent, [&](bool isSet, bool isLast) {
+        run.squareBeside(result.data(), result.data(), n, m_negInverse, size);
+        if (isSet) {
+            run.multiplyBeside(result.data(), result.data(), isLast ? plain.data() : form.data(), n,
+                               m_negInverse, size);
+        }
+    });
+    for (std::size_t k = 0; k * m_limbs < z.size(); ++k) {
+        for (std::size_t i = 0; i < size; ++i) {
+            digits[i] = result[kNumbersBeside * i + k];
+        }
+        fromKernel(z.subspan(k * m_limbs, m_limbs), digits);
     }
 }
 

@@ -14,6 +14,7 @@ namespace vantrel::crypto {
 
 inline constexpr std::size_t kMaxModulusBits = 16384;
 inline constexpr std::size_t kMaxModulusLimbs = kMaxModulusBits / kLimbBits;
+inline constexpr std::size_t kPowersAtOnce = 8;
 
 struct MontgomeryKernel;
 
@@ -55,11 +56,22 @@ public:
     void power(std::span<Limb> z, std::span<const Limb> x,
                std::span<const Limb> exponent) const noexcept;
 
+    // The same power of several numbers, at most kPowersAtOnce, which stand one behind the other in
+    // x and z, value().size() limbs each. The exponent is odd and above 1. z may be x.
+    void powerOfEach(std::span<Limb> z, std::span<const Limb> x,
+                     std::span<const Limb> exponent) const noexcept;
+    // Whether that takes less time than so many powers one by one.
+    [[nodiscard]] bool hasFastPowerOfEach() const noexcept;
+
 private:
     void copyFrom(const MontgomeryModulus& other) noexcept;
     // R^2 mod n in the kernel's radix: what is kept, or `own` while another thread works that out.
     [[nodiscard]] std::span<const Limb> rSquared(std::span<Limb> own) const noexcept;
     void computeRSquared(std::span<Limb> form) const noexcept;
+    void powersBeside(std::span<Limb> z, std::span<const Limb> x,
+                      std::span<const Limb> exponent) const noexcept;
+    // z[size] := R^2 mod n in the kernel's radix, for the R of numbers with so many digits.
+    void rSquaredOf(std::span<Limb> z) const noexcept;
     // Between limbs and the digits of the kernel; the latter reduces from below 2n.
     void toKernel(std::span<Limb> z, std::span<const Limb> x) const noexcept;
     void fromKernel(std::span<Limb> z, std::span<const Limb> x) const noexcept;

@@ -13,7 +13,8 @@ constexpr MontgomeryKernel kKernels[] = {
 #if defined(__x86_64__)
     {{"ifma",
       Feature::Avx512 | Feature::Avx512Ifma | Feature::Bmi2,
-      {montgomeryMultiplyIfma, montgomerySquareIfma}},
+      {montgomeryMultiplyIfma, montgomerySquareIfma, montgomeryMultiplyBesideIfma,
+       montgomerySquareBesideIfma}},
      52,
      true,
      8,

@@ -4,6 +4,7 @@
 
 #include "foundation/cpu/kernel_list.h"
 #include "foundation/crypto/bignum/limbs.h"
+#include "foundation/crypto/bignum/montgomery.h"
 
 #include <cstddef>
 #include <span>
@@ -21,7 +22,21 @@ using MontgomerySquare = void (*)(Limb* z, const Limb* x, const Limb* n, Limb ne
 struct MontgomeryProducts {
     MontgomeryMultiply multiply;
     MontgomerySquare square;
+    // The same on kNumbersBeside numbers at once: digit i of number k is word kNumbersBeside * i +
+    // k of x, y and z, which begin at multiples of 64 octets; n is one number, and `size` a
+    // multiple of kDigitsBeside. z may be x, y or both. Null where that gains nothing.
+    MontgomeryMultiply multiplyBeside = nullptr;
+    MontgomerySquare squareBeside = nullptr;
 };
+
+inline constexpr std::size_t kNumbersBeside = kPowersAtOnce;
+inline constexpr std::size_t kDigitsBeside = 4;
+// The largest modulus for that in limbs, and the digits of its numbers: of 52 bits at least, with
+// two bits to spare.
+inline constexpr std::size_t kMaxLimbsBeside = 64;
+inline constexpr std::size_t kMaxDigitsBeside =
+    (kMaxLimbsBeside * kLimbBits + 2 + 52 * kDigitsBeside - 1) / (52 * kDigitsBeside) *
+    kDigitsBeside;
 
 // A kernel for Montgomery products, and the numbers that it takes. A digit of `radixBits` bits
 // stands in each 64-bit word.

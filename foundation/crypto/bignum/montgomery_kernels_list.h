@@ -27,6 +27,10 @@ void montgomeryMultiplyIfma(Limb* z, const Limb* x, const Limb* y, const Limb* n
                             std::size_t size) noexcept;
 void montgomerySquareIfma(Limb* z, const Limb* x, const Limb* n, Limb negInverse,
                           std::size_t size) noexcept;
+void montgomeryMultiplyBesideIfma(Limb* z, const Limb* x, const Limb* y, const Limb* n,
+                                  Limb negInverse, std::size_t size) noexcept;
+void montgomerySquareBesideIfma(Limb* z, const Limb* x, const Limb* n, Limb negInverse,
+                                std::size_t size) noexcept;
 #endif
 
 } // namespace vantrel::crypto

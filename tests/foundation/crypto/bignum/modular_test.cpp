@@ -125,6 +125,52 @@ TEST(MontgomeryModulus, KernelsAgreeWithPortable) {
     }
 }
 
+// Powers side by side against single ones on the portable kernel, for sizes at which R is the same
+// for both and at which it is not.
+TEST(MontgomeryModulus, PowersOfSeveralNumbersAreThoseOfEach) {
+    RandomBytes random(9);
+    const auto ours = std::make_unique<MontgomeryModulus>();
+    const auto portable = std::make_unique<MontgomeryModulus>();
+    for (const std::size_t limbs : {1U, 16U, 17U, 32U, 33U, 48U, 63U, 64U, 65U}) {
+        for (const Limb top : {Limb{1}, Limb{1} << 63, ~Limb{0}}) {
+            Number n(limbs, ~Limb{0}); // every carry is needed
+            if (top != ~Limb{0}) {
+                std::generate(n.begin(), n.end(), [&] { return random.word(); });
+            }
+            n.back() = top;
+            n[0] |= limbs == 1 ? 3 : 1;
+            portable->set(n, montgomeryKernels().back());
+            ours->set(n);
+            EXPECT_EQ(ours->hasFastPowerOfEach(), ours->kernel().name == "ifma");
+            const Number exponents[] = {{3}, {65537}, {random.word() | 1, random.word() | 1}};
+            for (std::size_t count = 1; count <= kPowersAtOnce; ++count) {
+                Number numbers;
+                for (std::size_t i = 0; i < count; ++i) {
+                    Number x(limbs);
+                    std::generate(x.begin(), x.end(), [&] { return random.word(); });
+                    x.back() %= n.back();
+                    if (i % 4 == 1) { // n - 1
+                        x = n;
+                        x[0] -= 1;
+                    } else if (i % 4 == 2) { // 0 and 1
+                        x.assign(limbs, 0);
+                        x[0] = i / 4;
+                    }
+                    numbers.insert(numbers.end(), x.begin(), x.end());
+                }
+                const Number& e = exponents[count % 3];
+                Number expected(numbers.size());
+                for (std::size_t at = 0; at < numbers.size(); at += limbs) {
+                    portable->power(std::span(expected).subspan(at, limbs),
+                                    std::span(numbers).subspan(at, limbs), e);
+                }
+                ours->powerOfEach(numbers, numbers, e);
+                ASSERT_EQ(numbers, expected) << limbs << ' ' << top << ' ' << count;
+            }
+        }
+    }
+}
+
 // What is worked out with the first number is worked out by one thread, or by each for itself; a
 // copy takes over what there is by then.
 TEST(MontgomeryModulus, ThreadsShareANewOne) {
