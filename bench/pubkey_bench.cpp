@@ -137,6 +137,24 @@ void rsa(benchmark::State& state, const Case& item, bool once) {
         });
 }
 
+// The public operation alone; `count` values together, the time of one.
+void recover(benchmark::State& state, const Case& item, std::size_t count) {
+    vantrel::RsaKeyData key;
+    std::string_view whyNot;
+    const std::vector<vantrel::ByteView> values(count, item.signature);
+    Bytes blocks(count * item.signature.size());
+    if (!key.load(number(item.key, OSSL_PKEY_PARAM_RSA_N), number(item.key, OSSL_PKEY_PARAM_RSA_E),
+                  whyNot)) {
+        state.SkipWithError("no key");
+        return;
+    }
+    while (state.KeepRunningBatch(static_cast<std::int64_t>(count))) {
+        if (key.recoverEach(values, blocks).count() != count) {
+            state.SkipWithError("not recovered");
+        }
+    }
+}
+
 void dsa(benchmark::State& state, const Case& item, bool once) {
     const Bytes p = number(item.key, OSSL_PKEY_PARAM_FFC_P);
     const Bytes q = number(item.key, OSSL_PKEY_PARAM_FFC_Q);
@@ -235,7 +253,14 @@ template <class Ours> void registerCase(Case item, Ours function) {
 
 const bool kRegistered = [] {
     for (const unsigned bits : {2048U, 3072U, 4096U}) {
-        registerCase(sign("RSA-" + std::to_string(bits), EVP_RSA_gen(bits), 32), rsa);
+        const Case item = sign("RSA-" + std::to_string(bits), EVP_RSA_gen(bits), 32);
+        registerCase(item, rsa);
+        for (const std::size_t count : {1U, 5U, 8U}) {
+            const std::string name = item.name + "/ValuesTogether/" + std::to_string(count);
+            benchmark::RegisterBenchmark(name.c_str(), [item, count](benchmark::State& state) {
+                recover(state, item, count);
+            });
+        }
     }
     const std::array<std::array<const char*, 2>, 5> curves = {
         {{"P-256", "P-256"},

@@ -50,24 +50,56 @@ bool RsaKeyData::load(ByteView modulusBE, ByteView exponentBE, std::string_view&
     return true;
 }
 
+bool RsaKeyData::toNumber(ByteView signature, std::span<Limb> x) const noexcept {
+    return isLoaded() && signature.size() == sizeInBytes() && crypto::loadBigEndian(x, signature) &&
+           crypto::lessThan(x, m_montgomery.value());
+}
+
+std::span<const Limb> RsaKeyData::exponentIn(Exponent& limbs) const noexcept {
+    const std::span<Limb> e(limbs.data(), crypto::limbsForBits(m_exponentSize * 8));
+    static_cast<void>(crypto::loadBigEndian(e, exponent())); // it fits
+    return e;
+}
+
 bool RsaKeyData::recover(ByteView signature, std::span<std::uint8_t> out) const noexcept {
-    if (!isLoaded() || signature.size() != sizeInBytes() || out.size() != sizeInBytes()) {
-        return false;
-    }
-    const std::span<const Limb> n = m_montgomery.value();
     std::array<Limb, crypto::kMaxModulusLimbs> buffer;
-    const std::span<Limb> x(buffer.data(), n.size());
-    if (!crypto::loadBigEndian(x, signature) || !crypto::lessThan(x, n)) {
+    const std::span<Limb> x(buffer.data(), m_montgomery.value().size());
+    if (out.size() != sizeInBytes() || !toNumber(signature, x)) {
         return false;
     }
-    std::array<Limb, crypto::limbsForBits(kMaxRsaBitsWithAnyExponent)> exponentBuffer;
-    const std::span<Limb> e(exponentBuffer.data(), crypto::limbsForBits(m_exponentSize * 8));
-    if (!crypto::loadBigEndian(e, exponent())) {
-        return false;
-    }
-    m_montgomery.power(x, x, e);
+    Exponent exponentBuffer;
+    m_montgomery.power(x, x, exponentIn(exponentBuffer));
     crypto::storeBigEndian(out, x);
     return true;
+}
+
+// A value that is none of this key's takes its place with a zero.
+RsaKeyData::Recovered RsaKeyData::recoverEach(std::span<const ByteView> signatures,
+                                              std::span<std::uint8_t> out) const noexcept {
+    Recovered recovered;
+    const std::size_t limbs = m_montgomery.value().size();
+    if (signatures.size() > kRsaValuesAtOnce || out.size() != signatures.size() * sizeInBytes()) {
+        return recovered;
+    }
+    std::array<Limb, kRsaValuesAtOnce * crypto::kMaxModulusLimbs> buffer;
+    const std::span<Limb> numbers(buffer.data(), signatures.size() * limbs);
+    for (std::size_t i = 0; i < signatures.size(); ++i) {
+        const std::span<Limb> x = numbers.subspan(i * limbs, limbs);
+        recovered[i] = toNumber(signatures[i], x);
+        if (!recovered[i]) {
+            std::fill(x.begin(), x.end(), 0);
+        }
+    }
+    if (recovered.none()) {
+        return recovered;
+    }
+    Exponent exponentBuffer;
+    m_montgomery.powerOfEach(numbers, numbers, exponentIn(exponentBuffer));
+    for (std::size_t i = 0; i < signatures.size(); ++i) {
+        crypto::storeBigEndian(out.subspan(i * sizeInBytes(), sizeInBytes()),
+                               numbers.subspan(i * limbs, limbs));
+    }
+    return recovered;
 }
 
 } // namespace vantrel

@@ -6,6 +6,7 @@
 #include "foundation/text/byte_view.h"
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -17,6 +18,7 @@ inline constexpr std::size_t kWeakRsaBits = 1024; // below it a key is accepted 
 inline constexpr std::size_t kMaxRsaBits = 16384;
 // Above this modulus size the exponent is limited to 64 bits, which bounds the work of one check.
 inline constexpr std::size_t kMaxRsaBitsWithAnyExponent = 3072;
+inline constexpr std::size_t kRsaValuesAtOnce = crypto::kPowersAtOnce;
 
 // One RSA public key with everything precomputed that verification needs. Fixed storage of about
 // ten kilobytes. Immutable once loaded: several threads may verify with one key.
@@ -44,8 +46,24 @@ public:
     // out := signature^e mod n, both of exactly sizeInBytes() bytes. False when the signature has
     // another size or is not below the modulus.
     [[nodiscard]] bool recover(ByteView signature, std::span<std::uint8_t> out) const noexcept;
+    // The same for several signatures, at most kRsaValuesAtOnce, together. The blocks are written
+    // one behind the other, sizeInBytes() bytes each. Bit i of the result is what recover() would
+    // return for signature i; where it is not set, the bytes of that block mean nothing.
+    using Recovered = std::bitset<kRsaValuesAtOnce>;
+    [[nodiscard]] Recovered recoverEach(std::span<const ByteView> signatures,
+                                        std::span<std::uint8_t> out) const noexcept;
+    // Whether that takes less time than one by one.
+    [[nodiscard]] bool isFasterTogether() const noexcept {
+        return isLoaded() && m_montgomery.hasFastPowerOfEach();
+    }
 
 private:
+    using Exponent = std::array<crypto::Limb, crypto::limbsForBits(kMaxRsaBitsWithAnyExponent)>;
+
+    // x := the number of a signature, false as recover(); and the limbs of the exponent.
+    [[nodiscard]] bool toNumber(ByteView signature, std::span<crypto::Limb> x) const noexcept;
+    [[nodiscard]] std::span<const crypto::Limb> exponentIn(Exponent& limbs) const noexcept;
+
     std::size_t m_bits = 0;
     std::size_t m_exponentSize = 0;
     crypto::MontgomeryModulus m_montgomery;

@@ -4,6 +4,7 @@
 #include "foundation/crypto/rsa/RsaVerifier.h"
 #include "foundation/crypto/rsa/digest_info.h"
 #include "foundation/crypto/rsa/padding.h"
+#include "foundation/crypto/rsa/recovered_values.h"
 #include "foundation/text/LogBase.h"
 #include "tests/support/vectors.h"
 
@@ -96,6 +97,45 @@ TEST(RsaVerifier, OddInputsNeverVerify) {
         EXPECT_NE(verify(key, changed, s.hash, kHashSha256, 1, 7), "valid");
         byte ^= 1;
     }
+}
+
+// One behind the other or together: the same blocks, and a value that is none spoils no other.
+TEST(RsaKeyData, ValuesTogetherAreRecoveredAsOneByOne) {
+    const Sample s = rsaSample();
+    RsaKeyData key;
+    std::string_view whyNot;
+    ASSERT_TRUE(key.load(s.n, s.e, whyNot));
+    RsaKeyData other;
+    ASSERT_TRUE(other.load(s.n, Bytes{5}, whyNot));
+    Bytes belowModulus = s.n;
+    belowModulus.back() ^= 1;
+    const Bytes zero(s.n.size());
+    Bytes nearly = s.signature;
+    nearly[0] -= 1;
+    const Bytes shorter(s.signature.begin() + 1, s.signature.end());
+    const std::vector<ByteView> values = {s.signature, s.n, belowModulus, shorter,
+                                          nearly,      {},  s.signature,  zero};
+    for (std::size_t first = 0; first < values.size(); ++first) {
+        const std::span some = std::span(values).subspan(first);
+        Bytes blocks(some.size() * s.n.size());
+        const RsaKeyData::Recovered recovered = key.recoverEach(some, blocks);
+        RecoveredValues known;
+        known.recover(key, some);
+        for (std::size_t i = 0; i < some.size(); ++i) {
+            Bytes block(s.n.size());
+            EXPECT_EQ(recovered[i], key.recover(some[i], block)) << first << ' ' << i;
+            const auto at = blocks.begin() + static_cast<std::ptrdiff_t>(i * block.size());
+            EXPECT_TRUE(!recovered[i] || std::equal(block.begin(), block.end(), at));
+            const ByteView held = known.find(key, some[i]);
+            EXPECT_EQ(Bytes(held.begin(), held.end()), recovered[i] ? block : Bytes());
+            EXPECT_TRUE(known.find(other, some[i]).empty());
+        }
+        EXPECT_EQ(known.find(key, values[2]).empty(), first > 2);
+        EXPECT_EQ(recovered, RsaKeyData::Recovered("11010101") >> first);
+    }
+    Bytes small(s.n.size());
+    EXPECT_TRUE(key.recoverEach(values, small).none()) << "no room";
+    EXPECT_TRUE(RsaKeyData().recoverEach(values, small).none()) << "no key";
 }
 
 // One changed byte of a right block is never a match, and where the form ends decides which way.

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/crypto/rsa/recovered_values.h"
+
+#include <algorithm>
+
+namespace vantrel {
+
+// What the key does not take is not held: its refusal is found out anew.
+void RecoveredValues::recover(const RsaKeyData& key, std::span<const ByteView> signatures) {
+    const std::size_t size = key.sizeInBytes();
+    m_held.reset();
+    m_modulus.assign(key.modulus().begin(), key.modulus().end());
+    m_exponent.assign(key.exponent().begin(), key.exponent().end());
+    m_signatures.resize(signatures.size() * size);
+    m_blocks.resize(signatures.size() * size);
+    m_held = key.recoverEach(signatures, m_blocks);
+    for (std::size_t i = 0; i < signatures.size(); ++i) {
+        if (m_held[i]) {
+            std::ranges::copy(signatures[i], std::span(m_signatures).subspan(i * size).begin());
+        }
+    }
+}
+
+ByteView RecoveredValues::find(const RsaKeyData& key, ByteView signature) const noexcept {
+    const std::size_t size = m_modulus.size();
+    if (signature.size() != size || asText(key.modulus()) != asText(m_modulus) ||
+        asText(key.exponent()) != asText(m_exponent)) {
+        return {};
+    }
+    for (std::size_t i = 0; i < m_held.size(); ++i) {
+        if (m_held[i] && asText(signature) == asText(m_signatures).substr(i * size, size)) {
+            return ByteView(m_blocks).subspan(i * size, size);
+        }
+    }
+    return {};
+}
+
+} // namespace vantrel
