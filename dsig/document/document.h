@@ -7,6 +7,7 @@
 #include "dsig/document/key_account.h"
 #include "dsig/document/parsed_transforms.h"
 #include "dsig/document/reference_form.h"
+#include "dsig/document/rsa_look_ahead.h"
 #include "dsig/document/token_index.h"
 #include "dsig/document/work_account.h"
 #include "foundation/text/RefCountedObject.h"
@@ -99,12 +100,14 @@ struct Document final {
     std::shared_ptr<SignedInfoPattern> signedInfoPattern;
     const char* matchedTail = nullptr; // of the form of the one that matched last
     std::uint64_t repeatedMatches = 0; // references that were found to match by it
-    bool mayRepeat = true;             // false: each is checked step by step
+    // False: each reference is checked step by step, and each value by itself.
+    bool mayRepeat = true;
     // The elements that hold certificates, by the SHA-256 of their public keys' octets; made when a
     // report needs it, and by the digests of a hash algorithm (dsig/keys/carried_certificates.h).
     std::optional<std::map<std::string, xml::ElementId, std::less<>>> certificatesByKey;
     std::map<int, std::map<std::string, xml::ElementId, std::less<>>> certificatesByDigest;
     KeyAccount keyAccount;
+    RsaLookAhead rsaLookAhead;
     // What judging the trust in its signatures has cost so far (dsig/trust/signer_trust.h).
     std::uint64_t trustWork = 0;
     // Where texts are in pieces; found when a report needs it (dsig/report/split_text.h).

@@ -33,13 +33,22 @@ enum class KeyVerdict { Verified, SignatureInvalid, WrongKey, Failed };
 // PKCS #1 v1.5, or PSS where the method has a mask.
 KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& log) {
     const bool pss = query.method.mgfHashAlg != kHashNone;
+    Document* const document = query.document;
+    const RecoveredValues* const recovered =
+        document != nullptr ? document->rsaLookAhead.before(*document->structure, query.index, key,
+                                                            query.signature.view())
+                            : nullptr;
     bool verified = false;
     bool wrongKey = false;
     const bool ran = RsaVerifier::verifyHashExt(
         query.signature.getData2(), query.signature.getSize(), query.hash.getData2(),
         query.hash.getSize(), query.method.hashAlg, pss ? kPaddingPss : kPaddingPkcs1,
-        query.method.mgfHashAlg, verified, key, 0, true, wrongKey, log, query.method.saltLength);
+        query.method.mgfHashAlg, verified, key, 0, true, wrongKey, log, query.method.saltLength,
+        recovered);
 
+    if (verified && document != nullptr) {
+        document->rsaLookAhead.noteVerified(*document->structure, query.index, key);
+    }
     if (!ran) {
         return wrongKey ? KeyVerdict::WrongKey : KeyVerdict::Failed;
     }

@@ -2,6 +2,7 @@
 #ifndef DSIG_VERIFY_TRY_KEYS_H
 #define DSIG_VERIFY_TRY_KEYS_H
 
+#include "dsig/document/document.h"
 #include "dsig/document/key_account.h"
 #include "dsig/keys/candidate_keys.h"
 #include "dsig/verify/signature_method.h"
@@ -30,6 +31,9 @@ struct ValueQuery {
     // The limit of that account, for all signatures of the document together.
     std::uint64_t mostKeyOperations;
     ByteView context = {}; // EdDSA, ML-DSA
+    // RSA: whose signature it is, by its index, where values may be worked out together; else null.
+    Document* document = nullptr;
+    int index = 0;
 };
 
 // What became of the search. Only `verified` says that the value is right; the rest is for the

@@ -270,9 +270,15 @@ bool checkWithKeys(const VerifyQuery& query, SignedValue& value, SignatureReport
     KeyAccount& account = query.document->keyAccount;
     // What an earlier verification of this signature took is given back before keys are tried.
     account.begin(query.selection.index);
-    const ValueQuery asked{value.asked,         value.octets, value.hash,
-                           value.value,         account,      query.limits.keyOperations,
-                           value.context.view()};
+    const ValueQuery asked{value.asked,
+                           value.octets,
+                           value.hash,
+                           value.value,
+                           account,
+                           query.limits.keyOperations,
+                           value.context.view(),
+                           query.document->mayRepeat ? query.document : nullptr,
+                           query.selection.index};
     ValueOutcome outcome;
     if (!keys.empty()) {
         outcome = tryKeys(asked, keys, log);

@@ -1,16 +1,26 @@
 // SPDX-License-Identifier: MIT
-// References that are read, or checked, with what is known of those before them, beside the same
-// without.
+// References and signature values that are read, or checked, with what is known of those before
+// them, beside the same without.
 
 #include "dsig/document/document.h"
 #include "dsig/document/reference_form.h"
 #include "dsig/reference/DSigReference.h"
+#include "foundation/asn1/der_reader.h"
+#include "foundation/crypto/bignum/montgomery_kernels.h"
+#include "foundation/crypto/hash/_vlHash.h"
+#include "foundation/crypto/hash/hash_ids.h"
+#include "foundation/crypto/rsa/RsaKeyData.h"
+#include "foundation/crypto/rsa/digest_info.h"
 #include "foundation/text/LogBase.h"
+#include "foundation/text/encoders.h"
 #include "foundation/xml/tree/ClsXml.h"
 #include "foundation/xml/tree/tag_pattern.h"
 #include "tests/dsig/document_case.h"
 #include "tests/dsig/test_access.h"
+#include "tests/support/corpus.h"
+#include "tests/support/key_messages.h"
 
+#include <map>
 #include <random>
 #include <string>
 #include <string_view>
@@ -166,14 +176,14 @@ std::string randomList(unsigned seed, const std::vector<std::string>& digests, b
 }
 
 // What the verification of each signature says, twice: the report, the log behind it, and the
-// octets that were signed.
+// octets that were signed. `step`: from one to the next, begun again at the end.
 std::string verified(ClsXmlDSig& verifier, const std::string& text, bool mayRepeat,
-                     std::vector<std::string>* computed = nullptr) {
+                     std::vector<std::string>* computed = nullptr, int step = 1) {
     loadText(verifier, text);
     ClsXmlDSigTestAccess::structure(verifier).mayRepeat = mayRepeat;
     std::string said;
     for (int i = 0; i < 2 * verifier.get_NumSignatures(); ++i) {
-        verifier.put_Selector(i % verifier.get_NumSignatures());
+        verifier.put_Selector(i * step % verifier.get_NumSignatures());
         static_cast<void>(verifier.VerifySignature(true));
         XString report;
         verifier.get_LastJsonData(report);
@@ -228,6 +238,118 @@ TEST(ReferenceList, ChecksEachAsIfItWereAlone) {
     }
     EXPECT_GT(repeated, 1000U);
     EXPECT_GT(composed, 150U);
+}
+
+// RSASSA-PKCS1-v1_5 (RFC 8017, 8.2.1) with a key of tests/vectors/key_sources, in base64.
+std::string signedBy(const std::string& name, const DataBuffer& octets) {
+    const std::string pem = readText(vectorPath("key_sources/" + name + ".key"));
+    const std::size_t start = pem.find('\n');
+    DataBuffer der;
+    der.appendEncoded(pem.substr(start, pem.find("-----END") - start), "base64");
+    // PrivateKeyInfo ::= SEQUENCE { version, algorithm, OCTET STRING of
+    //     RSAPrivateKey ::= SEQUENCE { version, modulus, publicExponent, privateExponent, ... } }
+    asn1::DerReader info(der.view());
+    asn1::DerReader numbers;
+    ByteView modulus;
+    ByteView exponent;
+    EXPECT_TRUE(info.enter(asn1::Tag::Sequence, info) && info.skip() && info.skip() &&
+                info.enter(asn1::Tag::OctetString, info) &&
+                info.enter(asn1::Tag::Sequence, numbers) && numbers.skip() &&
+                numbers.read(asn1::Tag::Integer, modulus) && numbers.skip() &&
+                numbers.read(asn1::Tag::Integer, exponent));
+    RsaKeyData key; // whose public operation is the private one
+    std::string_view whyNot;
+    EXPECT_TRUE(key.load(modulus, exponent, whyNot)) << whyNot;
+    DataBuffer hash;
+    _vlHash::doHash(octets.getData2(), octets.getSize(), kHashSha256, hash);
+    const ByteView prefix = crypto::digestInfoPrefix(kHashSha256, true);
+    Bytes block(key.sizeInBytes() - prefix.size() - hash.getSize(), 0xFF);
+    block.front() = 0;
+    block[1] = 1;
+    block.back() = 0;
+    block.insert(block.end(), prefix.begin(), prefix.end());
+    block.insert(block.end(), hash.view().begin(), hash.view().end());
+    EXPECT_TRUE(key.recover(block, block));
+    StringBuffer value;
+    ContentCoding::encodeBase64(block.data(), size32(block), value);
+    return std::string(value.view());
+}
+
+// A message signed many times, each in its own way, mostly with the right value and its key. Where
+// the seed is even, two keys take turns.
+std::string randomValues(unsigned seed, int count) {
+    Words words(seed);
+    const std::string message = keyMessage("message", "", "@KEY@");
+    const std::string end = "</ds:Signature>";
+    const std::size_t start = message.find("<ds:Signature ");
+    const std::size_t behind = message.find(end) + end.size();
+    const std::size_t value = message.find("<ds:SignatureValue>") + 19;
+    const std::size_t valueEnd = message.find("</ds:SignatureValue>");
+    std::vector<std::string> pieces = {message.substr(0, start)};
+    std::vector<std::string> signers;
+    for (int i = 0; i < count; ++i) {
+        signers.emplace_back(seed % 2 == 0 && i / 3 % 2 == 0 ? "other" : "signer");
+        std::string key = "<ds:KeyValue>" +
+                          keyValueNamed("rsa." + words.pick({signers.back(), "other"})) +
+                          "</ds:KeyValue>";
+        key.replace(key.find("AQAB"), 4, words.pick({"AQAB", "Aw=="}));
+        std::string front = message.substr(start, value - start);
+        pieces.back() += front.insert(front.find(" URI="), " Id='R" + std::to_string(i) + "'");
+        pieces.push_back(message.substr(valueEnd, behind - valueEnd));
+        pieces.back().replace(pieces.back().find("@KEY@"), 5, key);
+    }
+    pieces.back() += message.substr(behind);
+    std::string text;
+    for (const std::string& piece : pieces) {
+        text += piece;
+    }
+    ClsXmlDSig verifier;
+    loadText(verifier, text);
+    text = pieces.front();
+    std::string last = "AAAA";
+    for (int i = 0; i < count; ++i) {
+        verifier.put_Selector(i);
+        ClsBinData octets;
+        EXPECT_TRUE(verifier.SignedInfoOctets(octets));
+        const std::size_t at = static_cast<std::size_t>(i);
+        const std::string right = signedBy(signers[at], octets.data());
+        std::string nearly = last;
+        nearly[at % 60] = nearly[at % 60] == 'A' ? 'B' : 'A';
+        text += words.pick({right, last, nearly, "AAAA", "<!--c-->" + right, right + "&#10;",
+                            std::string(341, '/') + "w==", ""}) +
+                pieces[at + 1];
+        last = right; // of other octets than the next one's
+    }
+    return text;
+}
+
+TEST(ValueList, ChecksEachAsIfItWereAlone) {
+    constexpr int kCount = 20;
+    const bool hasKernel = crypto::chosenMontgomeryKernel(32).run.squareBeside != nullptr;
+    std::map<int, std::uint64_t> hits;
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        const std::string text = randomValues(seed, kCount);
+        for (const int step : {1, kCount - 1, 7}) {
+            ClsXmlDSig plain;
+            ClsXmlDSig quick;
+            ASSERT_EQ(verified(quick, text, true, nullptr, step),
+                      verified(plain, text, false, nullptr, step))
+                << text;
+            hits[step] += ClsXmlDSigTestAccess::structure(quick).rsaLookAhead.hits();
+        }
+    }
+    EXPECT_EQ(hits[1] > 100, hasKernel);
+    EXPECT_EQ(hits[kCount - 1], 0U);
+}
+
+// Where keys take turns, or the caller leaves signatures out: it is tried ever more seldom.
+TEST(ValueList, LittleIsWorkedOutInVain) {
+    for (const unsigned seed : {0U, 1U}) {
+        ClsXmlDSig verifier;
+        const std::string text = randomValues(seed, 101);
+        static_cast<void>(verified(verifier, text, true, nullptr, seed == 0 ? 1 : 9));
+        EXPECT_LE(ClsXmlDSigTestAccess::structure(verifier).rsaLookAhead.workedOut(), 40U);
+    }
 }
 
 } // namespace
