@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """What verifications take of memory: files and parts of packages that are larger than what the process may have,
-and documents whose canonical form is larger than what it may take beside the text. Usage: memory.py TOOL. Exits
+documents whose canonical form is larger than what it may take beside the text, and a request that is longer than any. Usage: memory.py TOOL. Exits
 with 77 where openssl or a limit of memory is absent; else ends with "N passed, N failed"."""
 
 import base64
@@ -43,11 +43,11 @@ print(os.waitstatus_to_exitcode(status), usage.ru_maxrss)
 """
 
 
-def run(*arguments, limit=0):
+def run(*arguments, limit=0, command=("verify", "--quiet"), stdin=None):
     """The exit code and the peak of resident memory in MB."""
-    done = subprocess.run((sys.executable, "-c", RUNNER, str(limit), TOOL, "verify", "--quiet", *arguments),
-                          capture_output=True, check=True)
-    code, peak = map(int, done.stdout.split())
+    done = subprocess.run((sys.executable, "-c", RUNNER, str(limit), TOOL, *command, *arguments),
+                          capture_output=True, check=True, stdin=stdin)
+    code, peak = map(int, done.stdout.splitlines()[-1].split())
     return code, peak / 1024
 
 
@@ -114,8 +114,19 @@ def larger_form(folder):
         check(f"{name}: peak", peak < 2.2 * size + 8, (peak, size))
 
 
+def longer_request(folder):
+    """A line of the worker's that is four times as long as any may be; what can be answered is kept, no more."""
+    with open(folder / "requests", "wb") as requests:
+        requests.truncate(1024 * MB)  # octets of no request, and no end of the line
+    with open(folder / "requests", "rb") as requests:
+        code, peak = run(command=("worker",), stdin=requests)
+    check("a request of a gigabyte", code == 0, code)
+    check("a request of a gigabyte: peak", peak < 800, peak)
+
+
 with tempfile.TemporaryDirectory() as name:
     signing.begin(pathlib.Path(name))
     larger_than_memory(pathlib.Path(name))
     larger_form(pathlib.Path(name))
+    longer_request(pathlib.Path(name))
 finish()

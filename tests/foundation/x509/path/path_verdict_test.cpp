@@ -372,6 +372,35 @@ TEST(PathVerdict, AnswersOfResponders) {
     EXPECT_EQ(problemsWith("unfit"), "revocation-unknown user");
 }
 
+// Answers count from the second on in which the certificate was issued.
+TEST(PathVerdict, AnswerAtOnce) {
+    VANTREL_NEED_PROGRAM(openssl, "openssl");
+    SmallAuthority small(openssl);
+    test::TestAuthority& made = small.authority();
+    const Account account(made);
+    test::Bytes answer;
+    bool isAtOnce = false;
+    for (int tries = 0; tries < 50 && !isAtOnce; ++tries) {
+        made.issue("user", "middle", kUser);
+        const std::string text =
+            made.run({"x509", "-in", "user.pem", "-noout", "-serial", "-startdate"});
+        const std::string serial = text.substr(7, text.find('\n') - 7); // behind "serial="
+        const std::size_t date = text.find("notBefore=") + 10;
+        account.setLine("V\t491231235959Z\t\t" + serial + "\tunknown\t/CN=user");
+        answer = account.answer("middle");
+        const std::string about =
+            made.run({"ocsp", "-respin", "answer.der", "-noverify", "-resp_text"});
+        isAtOnce = about.find("Produced At: " + text.substr(date, text.find('\n', date) - date)) !=
+                   std::string::npos;
+    }
+    ASSERT_TRUE(isAtOnce);
+    PathCase path = small.path("user");
+    path.add(small.read("middle.pem"), path.query.anchors);
+    path.material->addOcspResponse(answer, path.query.ocspResponses);
+    path.query.checkRevocation = true;
+    EXPECT_EQ(problemsOf(path.run()), "");
+}
+
 // The issuer's word on a responder, by a list or an answer of its own, goes before his; an issuer
 // that wrote that nobody need ask is not asked.
 TEST(PathVerdict, RevokedResponders) {
