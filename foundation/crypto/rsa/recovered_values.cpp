@@ -16,7 +16,7 @@ void RecoveredValues::recover(const RsaKeyData& key, std::span<const ByteView> s
     m_held = key.recoverEach(signatures, m_blocks);
     for (std::size_t i = 0; i < signatures.size(); ++i) {
         if (m_held[i]) {
-            std::ranges::copy(signatures[i], std::span(m_signatures).subspan(i * size).begin());
+            std::copy(signatures[i].begin(), signatures[i].end(), m_signatures.data() + i * size);
         }
     }
 }
