@@ -59,18 +59,18 @@ Outcome compare(const Contest& contest, double seconds) {
     std::vector<double> peers;
     std::vector<double> ratios;
     double spent = 0;
+    bool isSlow = false; // a peer that takes minutes gets one turn
     while (ours.size() < kFewestTurns || spent < seconds) {
-        const std::time_t begin = std::time(nullptr);
         ours.push_back(contest.ours());
         spent += std::max(ours.back(), kLeastMeasured);
-        if (contest.peer) {
+        if (contest.peer && !isSlow) {
+            const std::time_t begin = std::time(nullptr);
             peers.push_back(contest.peer());
             spent += std::max(peers.back(), kLeastMeasured);
-            ratios.push_back(peers.back() / ours.back());
+            isSlow = std::time(nullptr) - begin > 60;
         }
-        // One turn of minutes is enough.
-        if (std::time(nullptr) - begin > 60) {
-            break;
+        if (!peers.empty()) {
+            ratios.push_back(peers.back() / ours.back());
         }
     }
     Outcome outcome;

@@ -29,7 +29,7 @@ struct Outcome {
 };
 
 // Lets both take turns for about so many seconds, three turns at least, so that both see the same
-// state of the machine.
+// state of the machine; a peer that takes more than a minute takes one.
 [[nodiscard]] Outcome compare(const Contest& contest, double seconds);
 
 // What one call of `work` takes, out of as many calls as make it measurable: processor time of this
