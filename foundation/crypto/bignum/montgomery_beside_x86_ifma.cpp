@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "foundation/cpu/avx512_intrinsics.h"
 #include "foundation/crypto/bignum/montgomery_kernels.h"
 #include "foundation/crypto/bignum/montgomery_kernels_list.h"
 
 #if defined(__x86_64__)
 
 #include <algorithm>
-
-// The compiler's own header reads an undefined vector where the value does not matter, and gcc 12
-// warns of it wherever the intrinsics are inlined.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
 
 // Almost-Montgomery products of eight numbers side by side, in radix 2^52 with the AVX-512 IFMA
 // instructions: digit i of all eight in one vector. No digit ever changes its lane, and no number

@@ -2,17 +2,10 @@
 #ifndef FOUNDATION_CRYPTO_ECC_IFMA_LANES_H
 #define FOUNDATION_CRYPTO_ECC_IFMA_LANES_H
 
+#include "foundation/cpu/avx512_intrinsics.h"
 #include "foundation/crypto/ecc/ifma_sum.h"
 
 #if defined(__x86_64__)
-
-// The compiler's own header reads an undefined vector where the value does not matter, and gcc 12
-// warns of it wherever the intrinsics are inlined.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
 
 // Only for files whose whole name ends in _x86_ifma.cpp.
 // Nothing in them depends on data but numbers; checks of each digit's address would make clang work

@@ -3,15 +3,8 @@
 
 #define VANTREL_SHA3_TARGET __attribute__((target("avx512f,avx512vl")))
 
+#include "foundation/cpu/avx512_intrinsics.h"
 #include "foundation/crypto/hash/sha3_rounds.h"
-
-// The compiler's own header reads an undefined vector where the value does not matter, and gcc 12
-// warns of it wherever the intrinsics are inlined.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
 
 namespace vantrel::crypto {
 

@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: MIT
 #if defined(__x86_64__)
 
+#include "foundation/cpu/avx512_intrinsics.h"
 #include "foundation/crypto/hash/sha2_rounds.h"
 
 #include <algorithm>
 #include <utility>
-
-// The compiler's own header reads an undefined vector where the value does not matter, and gcc 12
-// warns of it wherever the intrinsics are inlined.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
 
 #define VANTREL_TARGET_AVX512 __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,bmi,bmi2")))
 
