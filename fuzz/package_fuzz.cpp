@@ -4,6 +4,7 @@
 // contents. The archive around them is sound, so that check sums keep nothing away, and now and
 // then a signature is signed anew by a secret: a part that is covered then cannot change.
 #include "api/verify.h"
+#include "dsig/package/relationships.h"
 #include "fuzz/secret_signature.h"
 #include "tests/dsig/truth/places.h"
 #include "tests/support/stored_zip.h"
@@ -82,6 +83,14 @@ bool signBySecret(Members& members) {
     return fuzz::putValue(*document, 0);
 }
 
+// Whether a place is in a relationship of signatures: nobody can sign the way to a signature, and
+// to follow it needs its part in any case of letters.
+bool isOnTheWayToSignatures(std::string_view part, std::size_t place) {
+    const std::size_t begin = std::min(part.rfind('<', place), place);
+    const std::string_view tag = part.substr(begin, part.find('>', place) - begin);
+    return tag.find(dsig::kSignatureTypes) != tag.npos || tag.find('&') != tag.npos;
+}
+
 // Of XML what is content, of others letters and figures, so that base64 has another meaning, too.
 std::vector<std::size_t> placesIn(const std::string& part) {
     xml::ParseFailure why;
@@ -112,6 +121,9 @@ void requireCoverage(const Members& members, const VerifyResult& result) {
         }
         seed = seed * 6364136223846793005U + 1;
         const std::size_t place = places[(seed >> 20) % places.size()];
+        if (part.name.ends_with(".rels") && isOnTheWayToSignatures(*contents, place)) {
+            continue;
+        }
         test::changeContent(*contents, place);
         const VerifyResult other = verdictOf(changed);
         const auto again = std::ranges::find_if(other.signatures, [&](const auto& each) {

@@ -106,14 +106,14 @@ bool Package::readRelated(std::string_view source, std::vector<std::string>& tar
     const zip::ZipMember* const member = memberOf(relationshipsOf(source));
     DataBuffer xml;
     std::string fault;
-    std::vector<Relationship> all;
+    Relationships all;
     if (member == nullptr) {
         return true;
     }
     if (!readXml(indexOf(*member), xml, fault) || !readRelationships(xml, all, log)) {
         return false;
     }
-    for (const Relationship& one : all) {
+    for (const Relationship& one : all.list) {
         const bool isWanted = type.empty() ? isOfSignatures(one) : one.type == type;
         if (isWanted && !one.isExternal) {
             targets.push_back(targetOf(one, source));

@@ -17,8 +17,6 @@ namespace {
 
 constexpr std::string_view kRelationshipsNamespace =
     "http://schemas.openxmlformats.org/package/2006/relationships";
-constexpr std::string_view kSignatureTypes =
-    "http://schemas.openxmlformats.org/package/2006/relationships/digital-signature/";
 constexpr std::string_view kFolder = "_rels/";
 constexpr std::string_view kEnding = ".rels";
 
@@ -26,17 +24,38 @@ bool isKnownAttribute(std::string_view name) {
     return name == "Id" || name == "Type" || name == "Target" || name == "TargetMode";
 }
 
-// Attributes that the schema does not know are not digested, so that they make the part not whole.
+bool isDeclaration(std::string_view name) { return name == "xmlns" || name.starts_with("xmlns:"); }
+
+bool hasText(const ClsXml& element) {
+    StringBuffer content;
+    element.getContentSb(content);
+    return content.view().find_first_not_of(" \t\r\n") != std::string_view::npos;
+}
+
 Relationship readOne(const ClsXml& element) {
     Relationship one;
     one.id = attributeOf(element, "Id");
     one.type = attributeOf(element, "Type");
     one.target = attributeOf(element, "Target");
     one.isExternal = attributeOf(element, "TargetMode") == "External";
-    for (const auto& [name, value] : element.attributes()) {
-        one.isPlain = one.isPlain && (isKnownAttribute(name) || name.starts_with("xmlns"));
-    }
     return one;
+}
+
+// Nothing else is digested of a relationship.
+bool isPlain(const ClsXml& relationship) {
+    const auto attributes = relationship.attributes();
+    return relationship.get_NumChildren() == 0 && !hasText(relationship) &&
+           std::ranges::all_of(attributes, [](const auto& attribute) {
+               return isKnownAttribute(attribute.first) || isDeclaration(attribute.first);
+           });
+}
+
+// Whether all that can be said of the root itself are namespaces.
+bool isPlainRoot(const ClsXml& root) {
+    const auto attributes = root.attributes();
+    return root.document()->doctypeRange().empty() && !hasText(root) &&
+           std::ranges::all_of(
+               attributes, [](const auto& attribute) { return isDeclaration(attribute.first); });
 }
 
 // Canonical XML 1.0, 2.3: attribute nodes.
@@ -65,7 +84,7 @@ std::string_view folderOf(std::string_view part) {
 
 } // namespace
 
-bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out, LogBase& log) {
+bool readRelationships(const DataBuffer& part, Relationships& out, LogBase& log) {
     const Ref<ClsXml> root = parsePart(part, log);
     if (!root) {
         return false;
@@ -74,16 +93,19 @@ bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out, L
         log.LogError("The part holds no relationships.");
         return false;
     }
+    out.isPlain = isPlainRoot(*root);
     // Signers name relationships by their Ids: of two with one Id, either could be meant.
     std::set<std::string> ids;
     for (const xml::ElementId child : childElements(*root)) {
         const Ref<ClsXml> element = handleOn(*root, child);
         if (element->localName() != "Relationship" ||
             element->namespaceUri() != kRelationshipsNamespace) {
+            out.isPlain = false;
             continue;
         }
-        out.push_back(readOne(*element));
-        if (!ids.insert(out.back().id).second) {
+        out.isPlain = out.isPlain && isPlain(*element);
+        out.list.push_back(readOne(*element));
+        if (!ids.insert(out.list.back().id).second) {
             log.LogError("Two relationships of a part have the same Id.");
             return false;
         }
@@ -135,7 +157,7 @@ std::string targetOf(const Relationship& relationship, std::string_view source) 
 
 RefReason transformRelationships(const ClsXml& transform, const DataBuffer& part, DataBuffer& out,
                                  bool& isWhole, LogBase& log) {
-    std::vector<Relationship> all;
+    Relationships all;
     if (!readRelationships(part, all, log)) {
         return RefReason::TransformFailed;
     }
@@ -153,17 +175,15 @@ RefReason transformRelationships(const ClsXml& transform, const DataBuffer& part
         }
     }
     // By the octets of the Ids, as UTF-8 sorts like the characters.
-    std::sort(all.begin(), all.end(),
-              [](const Relationship& one, const Relationship& other) { return one.id < other.id; });
+    std::ranges::sort(all.list, {}, &Relationship::id);
     std::string text = "<Relationships xmlns=\"" + std::string(kRelationshipsNamespace) + "\">";
     // What is left out is not signed: whoever changes it changes what the part refers to.
-    isWhole = true;
-    for (const Relationship& one : all) {
+    isWhole = all.isPlain;
+    for (const Relationship& one : all.list) {
         if (!ids.contains(one.id) && !types.contains(one.type)) {
             isWhole = isWhole && isOfSignatures(one);
             continue;
         }
-        isWhole = isWhole && one.isPlain;
         text += "<Relationship";
         appendAttribute("Id", one.id, text);
         appendAttribute("Target", one.target, text);

@@ -19,9 +19,18 @@ struct Relationship {
     std::string type;
     std::string target;
     bool isExternal = false;
-    bool isPlain = true; // it has no attributes beyond those that the schema knows
 };
 
+// What a part of relationships holds.
+struct Relationships {
+    std::vector<Relationship> list;
+    // Nothing but them, and in them nothing that the schema does not know; no document type either.
+    bool isPlain = true;
+};
+
+// What the types of all relationships of signatures begin with.
+inline constexpr std::string_view kSignatureTypes =
+    "http://schemas.openxmlformats.org/package/2006/relationships/digital-signature/";
 inline constexpr std::string_view kOriginType =
     "http://schemas.openxmlformats.org/package/2006/relationships/digital-signature/origin";
 inline constexpr std::string_view kSignatureType =
@@ -31,8 +40,7 @@ inline constexpr std::string_view kRelationshipTransform =
 
 // False after an error line, when the part is not well formed, is another document, or has one Id
 // twice.
-[[nodiscard]] bool readRelationships(const DataBuffer& part, std::vector<Relationship>& out,
-                                     LogBase& log);
+[[nodiscard]] bool readRelationships(const DataBuffer& part, Relationships& out, LogBase& log);
 
 // There for the signatures themselves, which cannot cover them all.
 [[nodiscard]] bool isOfSignatures(const Relationship& relationship) noexcept;
@@ -44,8 +52,8 @@ inline constexpr std::string_view kRelationshipTransform =
 [[nodiscard]] std::string targetOf(const Relationship& relationship, std::string_view source);
 
 // The transform: of the relationships those that `transform` names by Id or type, in the order of
-// their Ids, with the default of TargetMode. `out` := the text, which is canonical; `isWhole` := no
-// relationship is left out but those of signatures. Match, or why not.
+// their Ids, with the default of TargetMode. `out` := the text, which is canonical; `isWhole` :=
+// nothing is left out but the relationships of signatures. Match, or why not.
 [[nodiscard]] RefReason transformRelationships(const ClsXml& transform, const DataBuffer& part,
                                                DataBuffer& out, bool& isWhole, LogBase& log);
 

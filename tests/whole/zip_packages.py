@@ -181,6 +181,16 @@ def check_opc():
         down[0], ("rId1", "urn:more", "http://example.com/"))), "invalid", missing=parts, cause="digest-mismatch")
     expect("opc, relationship added", changed(honest, "word/_rels/document.xml.rels", rels(
         *down, ("rId3", "urn:more", "x.xml"))), "valid", missing=["word/_rels/document.xml.rels"])
+    # What the transform does not digest keeps the part from being covered as a whole.
+    for old, new in ((b"<Relationships ", b'<Relationships lang="de" '), (b"</Relationships>", b"<More/></Relationships>"),
+                     (b"</Relationships>", b'<x:More xmlns:x="urn:x"/></Relationships>'), (b"</Relationships>", b"more</Relationships>"),
+                     (b'styles.xml"/>', b'styles.xml" lang="de"/>'), (b'styles.xml"/>', b'styles.xml">more</Relationship>'),
+                     (b'styles.xml"/>', b'styles.xml"><More/></Relationship>'), (b"<Relationships ", b"<!DOCTYPE Relationships><Relationships ")):
+        part = rels(*down).replace(old, new)
+        expect(f"opc, {new} beside relationships", changed(honest, "word/_rels/document.xml.rels", part), "valid",
+               missing=["word/_rels/document.xml.rels"])
+    expect("opc, comment beside relationships", changed(honest, "word/_rels/document.xml.rels", rels(*down).replace(
+        b"</Relationships>", b"<!-- more --></Relationships>")), "valid")
     expect("opc, part added", honest + [("word/x.xml", b"<x/>")], "valid", missing=["word/x.xml"])
     expect("opc, part taken out", changed(honest, "word/more.xml", None), "invalid", missing=without("word/more.xml"),
            cause="external-missing")
