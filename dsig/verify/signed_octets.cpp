@@ -196,8 +196,8 @@ bool makeSignedOctets(Document& document, const Selection& selection, const Rule
                       CodeSet& leniencies, LogBase& log) {
     // By the ZATCA rules the value is not over SignedInfo, and the log does not show it as such.
     if (!rules.zatca) {
-        log.LogBracketed("signedInfo", document.structure->sourceText().view().substr(
-                                           locator.m_signedInfoStart, locator.m_signedInfoLength));
+        log.LogBracketedPart("signedInfo", document.structure->sourceText(),
+                             locator.m_signedInfoStart, locator.m_signedInfoLength);
     }
     const bool mayRepeat = !document.repeatedRun.parts.empty() && isOfNoProfile(rules);
     const xml::ElementId repeatable =

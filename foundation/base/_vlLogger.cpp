@@ -326,9 +326,55 @@ void _vlLogger::LogBracketed(const char* key, std::string_view text) {
     entry.addLeftOut(text.size() - shown.size());
 }
 
+void _vlLogger::LogBracketedPart(const char* key, const StringBuffer& text, std::uint32_t start,
+                                 std::uint32_t length) {
+    const std::string_view part = text.view().substr(start, length);
+    if (part.size() < kWorthSharing || part.size() > kMaxBracketedValue || m_oneLineValues ||
+        m_shared.length != 0) {
+        LogBracketed(key, part);
+        return;
+    }
+    if (!takes(part.size())) {
+        return;
+    }
+    std::uint32_t position = 0;
+    {
+        Entry entry(*this);
+        entry.add(text::viewOf(key));
+        entry.add(": [");
+        position = entry.position();
+        entry.add("]");
+    }
+    // Without memory for the entry there is no place for its value.
+    if (position < m_text.getSize()) {
+        m_shared = {text, start, static_cast<std::uint32_t>(part.size()), position};
+    }
+}
+
+void _vlLogger::putShared() noexcept {
+    if (m_shared.length == 0) {
+        return;
+    }
+    const std::string_view text = m_text.view();
+    const std::size_t position = std::min<std::size_t>(m_shared.position, text.size());
+    StringBuffer whole;
+    if (!whole.reserve(static_cast<std::uint32_t>(size()))) {
+        return;
+    }
+    whole.appendView(text.substr(0, position));
+    whole.appendView(m_shared.text.view().substr(m_shared.start, m_shared.length));
+    whole.appendView(text.substr(position));
+    for (Line* const error : {&m_firstError, &m_lastError}) {
+        error->start += error->start >= position ? m_shared.length : 0;
+    }
+    m_text.takeSb(whole);
+    m_shared = {};
+}
+
 std::string_view _vlLogger::entriesSince(Place before) const noexcept {
     const bool holdsError = m_lastError.size != 0 && m_lastError.start >= before.size;
-    if (m_cut || holdsError || before.size > m_text.getSize()) {
+    const bool isShared = m_shared.length != 0 && m_shared.position >= before.size;
+    if (m_cut || holdsError || isShared || before.size > m_text.getSize()) {
         return {};
     }
     return m_text.view().substr(before.size);
@@ -354,6 +400,7 @@ void _vlLogger::putEntries(std::span<const std::string_view> pieces) {
 
 void _vlLogger::clearLog() noexcept {
     m_text.clear();
+    m_shared = {};
     m_firstError = {};
     m_lastError = {};
     m_firstLateError.clear();

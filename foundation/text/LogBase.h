@@ -66,6 +66,12 @@ public:
     void LogDataHexDb(const char* key, const DataBuffer& value);
     // The value stands in brackets, so that white space at its ends stays visible.
     virtual void LogBracketed(const char* key, std::string_view text) = 0;
+    // The same for the `length` bytes from `start` of a text, which a log may share with its owner
+    // instead of copying them.
+    virtual void LogBracketedPart(const char* key, const StringBuffer& text, std::uint32_t start,
+                                  std::uint32_t length) {
+        LogBracketed(key, text.view().substr(start, length));
+    }
 
     [[nodiscard]] bool verbose() const noexcept { return m_verbose; }
     void setVerbose(bool verbose) noexcept { m_verbose = verbose; }

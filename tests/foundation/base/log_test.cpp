@@ -168,6 +168,49 @@ TEST(Logger, EndsAtItsLimitAndRemembersErrors) {
     }
 }
 
+// A part that is shared until the log is read leaves what a copy would have left.
+TEST(Logger, SharesPartsOfTextsWithoutATrace) {
+    for (const std::size_t size :
+         {std::size_t{5}, _vlLogger::kWorthSharing, _vlLogger::kMaxBracketedValue + 1}) {
+        for (const std::uint64_t room :
+             {std::uint64_t{1}, std::uint64_t{100}, std::uint64_t{1} << 30}) {
+            for (const bool oneLine : {false, true}) {
+                const StringBuffer text("<a>\n" + std::string(size, 'v') + "</a>");
+                const auto part = static_cast<std::uint32_t>(size);
+                _vlLogger sharing;
+                _vlLogger copying;
+                for (_vlLogger* const log : {&sharing, &copying}) {
+                    const bool shares = log == &sharing;
+                    const auto putPart = [&](std::uint32_t start) {
+                        if (shares) {
+                            log->LogBracketedPart("part", text, start, part);
+                        } else {
+                            log->LogBracketed("part", text.view().substr(start, part));
+                        }
+                    };
+                    log->setOneLineValues(oneLine);
+                    log->setLimit(size + room);
+                    const LogContextExitor outer(*log, "outer");
+                    log->LogError("first");
+                    putPart(3);
+                    log->LogError("second");
+                    putPart(2);
+                    log->LogInfo("third");
+                    for (int i = 0; i < 2; ++i) {
+                        EXPECT_EQ(log->firstErrorLine(), "first");
+                        EXPECT_EQ(log->lastErrorLine(), "second");
+                        static_cast<void>(log->text());
+                    }
+                    log->LogInfo("fourth");
+                }
+                EXPECT_EQ(sharing.text().view(), copying.text().view()) << size << " " << room;
+                sharing.clearLog();
+                EXPECT_TRUE(sharing.text().isEmpty());
+            }
+        }
+    }
+}
+
 // Replayed, a tape leaves what the same calls would have left.
 TEST(Logger, TapesAreReplayedAsTheyWereWritten) {
     const auto write = [](LogBase& log) {
