@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -107,7 +106,6 @@ private:
     std::string_view m_head;   // of the element, up to the Id
     std::string_view m_middle; // between the Id and the digest
     std::string_view m_tail;   // behind the digest
-    StringBuffer m_digestMethod;
     int m_hashAlg = kHashNone;
     std::size_t m_digestSize = 0; // of its text
     std::uint64_t m_transforms = 0;
@@ -140,7 +138,6 @@ bool RepeatedReference::learn(const ReferenceQuery& query, const ReferenceResult
     }
     m_middle = whole.substr(behindId, digestStart - behindId);
     m_tail = form.tail;
-    m_digestMethod = form.digest.method;
     m_hashAlg = form.digest.hashAlg;
     m_digestSize = digest.size();
     CanonicalizationChoice choice;
@@ -232,13 +229,10 @@ bool RepeatedReference::check(const ReferenceQuery& query, ReferenceResult& resu
     noteRun(query, parts);
     result.index = query.index;
     result.checked = true;
-    result.digestMethod = m_digestMethod;
+    result.asWritten = true;
     result.covers = "element";
     result.coveredElements.assign({&target, 1});
     result.octetCount = form.size();
-    if (!result.uri.setView(parts.uri) || !result.computedDigest.setView(parts.digest)) {
-        throw std::bad_alloc();
-    }
     return true;
 }
 

@@ -74,6 +74,9 @@ struct ReferenceResult {
     StringBuffer uri;
     bool external = false;
     StringBuffer digestMethod;
+    // What the reference says of itself, and its digest, which is right, are what the document has:
+    // they are taken from there before a report is written (verify/complete_report.h).
+    bool asWritten = false;
     bool checked = false;
     // Means something only when `checked` is true.
     RefReason reason = RefReason::Match; // of the last attempt

@@ -15,6 +15,8 @@
 #include "dsig/verify/report_steps.h"
 #include "dsig/verify/signature_method.h"
 
+#include <utility>
+
 namespace vantrel::dsig {
 
 namespace {
@@ -44,10 +46,14 @@ TransformReport describeTransform(const ClsXml& transform) {
     return report;
 }
 
-ReferenceText textOf(const ClsXml& element) {
+void takeText(const ClsXml& element, ReferenceResult& result) {
     LogNull log;
     DSigReference reference;
     reference.parseReference(element, log);
+    if (result.asWritten) {
+        result.describe(reference.m_uri, reference.m_digestMethod);
+        result.computedDigest = reference.m_digestValue;
+    }
     ReferenceText text;
     text.digest = reference.m_digestValue;
     if (const Ref<ClsXml> transforms =
@@ -56,7 +62,7 @@ ReferenceText textOf(const ClsXml& element) {
             text.transforms.push_back(describeTransform(*handleOn(*transforms, child)));
         }
     }
-    return text;
+    result.text = std::move(text);
 }
 
 // What of the recommendations the methods and the key needed. A digest that was found by the guess
@@ -131,7 +137,7 @@ void completeReport(const VerifyQuery& query, const Rules& rules, SignatureRepor
             LogNull log;
             if (const Ref<ClsXml> element =
                     referenceElement(query.document, query.selection, reference.index, log)) {
-                reference.text = textOf(*element);
+                takeText(*element, reference);
             }
         }
         report.signer = describeSigner(report.keys, query.keys);
