@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Canonicalization of arbitrary text. A canonical form must be well-formed and its own canonical
 // form, and that of all nodes of the document; so must an element by its offset and by its number;
-// and signatures left out while walking make no difference to signatures cut out of the text.
+// and signatures left out while walking make no difference to signatures cut out of the text, nor
+// does it whether the walk waits for the end of the text to be read.
 
 #include "foundation/text/LogBase.h"
 #include "foundation/xml/canon/XmlCanon.h"
+#include "foundation/xml/canon/form_ahead.h"
 #include "foundation/xml/canon/node_set_canon.h"
 #include "foundation/xml/locate/XmlSigRemoval.h"
+#include "foundation/xml/scan/document_scanner.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -66,6 +69,38 @@ void checkElement(const StringBuffer& text, std::uint8_t number, const XmlCanon&
     }
 }
 
+// The form that is written while the text is read, some octets at a time.
+void checkAhead(const StringBuffer& text, std::uint8_t number, const XmlCanon& canon) {
+    StringBuffer form;
+    xml::StringBufferSink sink(form, XmlCanon::formLimit(text));
+    xml::CanonRequest request;
+    request.method =
+        canon.m_method == 2 ? xml::CanonMethod::Exclusive : xml::CanonMethod::Inclusive;
+    request.apex = number % 2 == 0 ? xml::kNoElement : 0;
+    xml::FormAhead ahead(request.method, number % 2 == 0, sink);
+    const auto document = xml::DocumentScanner::newDocument(text, text);
+    xml::DocumentScanner scanner(*document, xml::DocumentScanner::Mode::Document);
+    scanner.followEach(1U + number, &ahead);
+    if (scanner.scan() != xml::ScanOutcome::Done) {
+        return;
+    }
+    xml::TextRange hole;
+    if (!document->signatures().empty()) {
+        const auto& signature = document->element(document->signatures().front().element);
+        hole = xml::rangeOf(signature.start, signature.end);
+        request.omitted = {&hole, xml::isHole(*document, hole) ? 1U : 0U};
+    }
+    if (!ahead.isFrontOf(*document, request)) {
+        return;
+    }
+    StringBuffer plain;
+    xml::StringBufferSink plainSink(plain, XmlCanon::formLimit(text));
+    if (ahead.finish(request) != xml::canonicalize(*document, request, plainSink) ||
+        form.view() != plain.view()) {
+        std::abort();
+    }
+}
+
 // Neighbours are one hole.
 std::vector<xml::TextRange> united(const std::vector<xml::TextRange>& ranges) {
     std::vector<xml::TextRange> out;
@@ -103,6 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
     checkElement(text, data[1], canon);
+    checkAhead(text, data[1], canon);
     _vlXmlDtd dtd;
     XmlSigRemoval removal;
     StringBuffer rest;

@@ -31,6 +31,7 @@ class WorkBudget;
 
 namespace vantrel::dsig {
 
+class DigestAhead;
 class RepeatedReference;
 class SignedInfoPattern;
 
@@ -92,6 +93,8 @@ struct Document final {
     CertificateCache certificates;
     LastKeyValue lastKeyValue;
     ReferenceForm lastReference;
+    // What was hashed while it was read (dsig/reference/digest_ahead.h); null for nothing.
+    std::shared_ptr<DigestAhead> digestAhead;
     // What the references that matched have in common (dsig/reference/repeated_reference.h); null
     // until there were two of them.
     std::shared_ptr<RepeatedReference> repeatedReference;

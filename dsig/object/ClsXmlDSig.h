@@ -257,6 +257,7 @@ private:
     // Lets go of the document and its elements, and of nothing else.
     void releaseDocument();
     bool parseLoadedText(const text::XmlEncoding& encoding, LogBase& log);
+    [[nodiscard]] bool readDocument(LogBase& log);
     bool selectBySignatureId(const StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);
     void checkSetZatca(LogBase& log);

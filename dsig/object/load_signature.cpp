@@ -4,6 +4,7 @@
 #include "dsig/document/document.h"
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/object/object_state.h"
+#include "dsig/reference/digest_ahead.h"
 #include "dsig/transform/profile_detection.h"
 #include "dsig/transform/signature_profile.h"
 #include "foundation/base/ClsBinData.h"
@@ -69,6 +70,7 @@ void ClsXmlDSig::unloadDocument() {
 
 void ClsXmlDSig::releaseDocument() {
     m_state->document.reset();
+    m_state->digestAhead.reset();
     if (m_xmlRoot != nullptr) {
         m_xmlRoot->decRefCount();
         m_xmlRoot = nullptr;
@@ -84,11 +86,27 @@ bool ClsXmlDSig::parseLoadedText(const text::XmlEncoding& encoding, LogBase& log
     m_state->rulesAtLoad = rules();
     m_state->encodingMismatch = encoding.verdict == text::XmlEncodingVerdict::Mismatch;
     m_xmlRoot = ClsXml::createNewCls();
-    if (m_xmlRoot == nullptr || !text::acceptEncoding(encoding, log) ||
-        !m_xmlRoot->loadXml(m_xmlText, false, log)) {
+    if (m_xmlRoot == nullptr || !text::acceptEncoding(encoding, log) || !readDocument(log)) {
         return false;
     }
     return m_xmlRoot->findSignatures(m_signatures, log);
+}
+
+bool ClsXmlDSig::readDocument(LogBase& log) {
+    xml::ParseOptions options;
+    std::shared_ptr<dsig::DigestAhead> ahead;
+    if (m_state->threads > 1) {
+        ahead = dsig::DigestAhead::guess(m_xmlText.view());
+        options.follower = ahead != nullptr ? &ahead->follower() : nullptr;
+    }
+    if (!m_xmlRoot->loadXml(m_xmlText, options, log)) {
+        return false;
+    }
+    if (ahead != nullptr) {
+        ahead->endReading();
+        m_state->digestAhead = std::move(ahead);
+    }
+    return true;
 }
 
 void ClsXmlDSig::SetPackage(std::shared_ptr<dsig::ExternalParts> package, std::string_view part,
@@ -196,6 +214,7 @@ dsig::Document& ClsXmlDSig::structure() {
         m_state->document =
             std::make_unique<dsig::Document>(m_xmlRoot->document(), m_state->limits);
         m_state->document->threads = m_state->threads;
+        m_state->document->digestAhead = std::move(m_state->digestAhead);
         // Known since loading, when there was no Document yet to keep it.
         m_state->document->encodingMismatch = m_state->encodingMismatch;
         // What comes from an entity was not there when the loaded text was searched.

@@ -27,6 +27,7 @@ namespace vantrel::dsig {
 // report of the last operation, and settings of its own.
 struct ObjectState {
     std::unique_ptr<Document> document; // made at first need; gone with the next load
+    std::shared_ptr<DigestAhead> digestAhead; // of a document that was loaded before that
     Rules rulesAtLoad;                  // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;

@@ -14,6 +14,8 @@
 
 namespace vantrel::dsig {
 
+class DigestAhead;
+
 // Hashes canonical octets as they come, while they are still in the processor's cache. The
 // canonical form is never held as a whole, so its size does not matter to memory. Any number of
 // pieces makes the same digest as one.
@@ -23,18 +25,23 @@ namespace vantrel::dsig {
 // here, so the outcome is the same either way.
 class HashSink final : public xml::CanonSink {
 public:
-    // `threads`: that may be at work, this one counted.
-    HashSink(int hashAlg, unsigned threads) noexcept : m_threads(threads), m_hasher(hashAlg) {}
+    // `threads`: that may be at work, this one counted. `ahead`: what may have been hashed before;
+    // null for nothing.
+    HashSink(int hashAlg, unsigned threads, DigestAhead* ahead = nullptr) noexcept
+        : m_threads(threads), m_ahead(ahead), m_hasher(hashAlg) {}
     ~HashSink() override { endThread(); }
 
     [[nodiscard]] bool expect(std::uint64_t octets, bool mostlyAsTheyStand) override {
         // Passing them to another thread costs more than there is to do beside the hash.
         if (m_threads > 1 && octets >= kWorthAThread && !mostlyAsTheyStand &&
             !m_thread.joinable()) {
-            startThread();
+            static_cast<void>(startThread());
         }
         return true;
     }
+    [[nodiscard]] Ahead takeFormAhead(const xml::XmlDocument& document,
+                                      const xml::CanonRequest& request,
+                                      std::uint64_t& octets) override;
     [[nodiscard]] bool write(const char* data, std::size_t size) override {
         if (m_thread.joinable()) [[unlikely]] {
             m_ring.write(asBytes({data, size}));
@@ -53,13 +60,21 @@ public:
     // Octets written so far.
     [[nodiscard]] std::uint64_t size() const noexcept { return m_size; }
 
+    // From here on a second thread hashes what is written, up to endThread(). False where none is
+    // to be had.
+    bool startThread();
+    void endThread();
+    // Goes on where another one got to, whose thread has ended.
+    void take(const HashSink& other) noexcept {
+        m_hasher = other.m_hasher;
+        m_size = other.m_size;
+    }
+
 private:
     static constexpr std::uint64_t kWorthAThread = std::uint64_t{4} << 20;
 
-    void startThread();
-    void endThread();
-
     const unsigned m_threads;
+    DigestAhead* const m_ahead;
     crypto::Hasher m_hasher; // the thread's while there is one
     std::uint64_t m_size = 0;
     ByteRing m_ring;

@@ -139,7 +139,7 @@ private:
     // Builds the octets and digests them, as they come where nothing has to look at them.
     RefReason compute(Attempt& attempt) {
         const int hashAlg = m_reference.getHashAlg();
-        HashSink sink(hashAlg, m_query.document->threads);
+        HashSink sink(hashAlg, m_query.document->threads, m_query.document->digestAhead.get());
         // Whoever needs the octets themselves afterwards gets them as a text. What comes from an
         // entity was not there when the loaded text was searched for an authentication block.
         const bool mayHoldLau = m_rules.mayHoldLau || m_query.document->structure->isExpanded();

@@ -30,6 +30,16 @@ public:
         return (m_account == nullptr || m_account->takeOctets(octets, m_log)) &&
                m_next.expect(octets, mostlyAsTheyStand);
     }
+    [[nodiscard]] Ahead takeFormAhead(const xml::XmlDocument& document,
+                                      const xml::CanonRequest& request,
+                                      std::uint64_t& octets) override {
+        const Ahead ahead = m_next.takeFormAhead(document, request, octets);
+        const bool isDue = ahead == Ahead::Taken && m_account != nullptr;
+        return !isDue ||
+                       m_account->takeOctets(xml::octetsToGoOver(document, request) + octets, m_log)
+                   ? ahead
+                   : Ahead::Refused;
+    }
     [[nodiscard]] bool write(const char* data, std::size_t size) override {
         return (m_account == nullptr || m_account->takeOctets(size, m_log)) &&
                m_next.write(data, size);

@@ -17,7 +17,7 @@ namespace vantrel {
 // some kilobytes of work: who has waited goes on when there is a good part of the ring to do.
 class ByteRing final {
 public:
-    static constexpr std::size_t kSize = std::size_t{256} << 10;
+    static constexpr std::size_t kSize = std::size_t{512} << 10;
 
     // False when there is no memory for it; nothing else may then be called.
     [[nodiscard]] bool open();

@@ -37,16 +37,19 @@ CanonWalker::CanonWalker(const XmlDocument& document, const CanonRequest& reques
 // lines of their own; everything else there is left out.
 void CanonWalker::walkDocument() {
     const ElementRecord& root = m_document.element(0);
-    const TextRange declaration = m_document.xmlDeclRange();
-    std::uint32_t begin = declaration.end();
-    if (declaration.empty()) {
-        begin = m_text.starts_with(kByteOrderMark)
-                    ? static_cast<std::uint32_t>(kByteOrderMark.size())
-                    : 0;
-    }
-    walkOutside(begin, root.start, true);
+    walkOutside(contentBegin(), root.start, true);
     walkElement(0);
     walkOutside(root.end, static_cast<std::uint32_t>(m_text.size()), false);
+}
+
+// Behind the XML declaration.
+std::uint32_t CanonWalker::contentBegin() const noexcept {
+    const TextRange declaration = m_document.xmlDeclRange();
+    if (!declaration.empty()) {
+        return declaration.end();
+    }
+    return m_text.starts_with(kByteOrderMark) ? static_cast<std::uint32_t>(kByteOrderMark.size())
+                                              : 0;
 }
 
 void CanonWalker::walkOutside(std::uint32_t begin, std::uint32_t end, bool beforeRoot) {
@@ -78,29 +81,69 @@ void CanonWalker::walkOutside(std::uint32_t begin, std::uint32_t end, bool befor
 }
 
 void CanonWalker::walkSubtree(ElementId apex) {
-    const ElementRecord& record = m_document.element(apex);
+    const std::uint32_t end = m_document.element(apex).end;
+    begin(apex, end);
+    walkTo(end);
+    m_out.copyUpTo(end);
+}
+
+void CanonWalker::walkFront(bool whole, std::uint32_t offset) {
+    if (whole) {
+        walkOutside(contentBegin(), m_document.element(0).start, true);
+    }
+    m_tags.followFromRoot();
+    begin(0, static_cast<std::uint32_t>(m_text.size()));
+    walkOnTo(offset);
+}
+
+void CanonWalker::walkOnTo(std::uint32_t offset) {
+    m_tags.learnMore();
+    learnKnown(offset);
+    walkTo(offset);
+}
+
+void CanonWalker::walkRest(bool whole) {
+    const std::uint32_t end = m_document.element(0).end;
+    findHole(m_at);
+    walkOnTo(end);
+    m_out.copyUpTo(end);
+    if (whole) {
+        walkOutside(end, static_cast<std::uint32_t>(m_text.size()), false);
+    }
+}
+
+void CanonWalker::begin(ElementId apex, std::uint32_t windowEnd) {
+    const std::uint32_t start = m_document.element(apex).start;
     const auto holes = m_request.omitted;
     m_nextHole = static_cast<std::size_t>(
         std::find_if(holes.begin(), holes.end(),
-                     [&](TextRange hole) { return hole.start > record.start; }) -
+                     [start](TextRange hole) { return hole.start > start; }) -
         holes.begin());
-    findHole(record.start);
-    m_portionEnd = record.start + CanonOutput::kPortion;
+    findHole(start);
+    m_portionEnd = start + CanonOutput::kPortion;
     m_stops = 0;
     m_tagByTagEnd = 0;
-    m_out.skipTo(record.start);
-    m_window.open(record.end);
-    const std::span<const UntidyPlace> stops = m_document.untidyPlaces();
-    m_nextStop = std::partition_point(
-        stops.data(), stops.data() + stops.size(),
-        [&record](UntidyPlace place) { return place.offset() < record.start; });
-    const bool isKnown = !m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag;
-    m_knownEnd = isKnown ? std::min(record.end, m_document.tidyKnownUpTo()) : 0;
-    std::uint32_t at = record.start;
-    if (at >= m_knownEnd || !m_tags.isApexUsual()) {
-        at = m_tags.writeApex(apex, at);
+    m_out.skipTo(start);
+    m_window.open(windowEnd);
+    m_at = start;
+    learnKnown(windowEnd);
+    if (start >= m_knownEnd || !m_tags.isApexUsual()) {
+        m_at = m_tags.writeApex(apex, start);
     }
-    while (at < record.end) {
+}
+
+// Up to where, but not beyond `limit`, the places that are untidy are known.
+void CanonWalker::learnKnown(std::uint32_t limit) {
+    const std::span<const UntidyPlace> stops = m_document.untidyPlaces();
+    m_nextStop = std::partition_point(stops.data(), stops.data() + stops.size(),
+                                      [this](UntidyPlace place) { return place.offset() < m_at; });
+    const bool isKnown = !m_document.hasCarriageReturn() && !m_tags.stopRules().everyTag;
+    m_knownEnd = isKnown ? std::min(limit, m_document.tidyKnownUpTo()) : 0;
+}
+
+void CanonWalker::walkTo(std::uint32_t limit) {
+    std::uint32_t at = m_at;
+    while (at < limit) {
         std::uint32_t due = std::min(m_portionEnd, m_holeStart);
         if (at < m_knownEnd) {
             due = std::max(at, std::min(due, m_tags.nextEvent()));
@@ -110,13 +153,13 @@ void CanonWalker::walkSubtree(ElementId apex) {
                 continue;
             }
         } else if (at < m_tagByTagEnd) {
-            at = walkTagByTag(at, std::min(due, record.end));
+            at = walkTagByTag(at, std::min(due, limit));
         } else {
             // A long tag may have passed the end of the portion.
             due = std::max(at, std::min(due, m_tags.nextEvent()));
-            at = m_findStop(m_window, m_tags, m_text, at, std::min(due, record.end));
+            at = m_findStop(m_window, m_tags, m_text, at, std::min(due, limit));
         }
-        if (at < record.end) {
+        if (at < limit) {
             if (at >= due) {
                 at = event(at);
             } else {
@@ -125,7 +168,7 @@ void CanonWalker::walkSubtree(ElementId apex) {
             }
         }
     }
-    m_out.copyUpTo(record.end);
+    m_at = at;
 }
 
 std::uint32_t CanonWalker::passTidy(std::uint32_t at, std::uint32_t limit) {

@@ -38,6 +38,13 @@ public:
         walkSubtree(apex);
         return canGoOn;
     }
+    // The front of the form of a document that is still being read (parse_follower.h), or of its
+    // root: up to `offset`, where a start tag below the root begins, and each time up to a later
+    // one. At last, when all is read, the rest with what the request leaves out by then.
+    void walkFront(bool whole, std::uint32_t offset);
+    void walkOnTo(std::uint32_t offset);
+    void walkRest(bool whole);
+    [[nodiscard]] std::uint32_t reached() const noexcept { return m_at; }
     void walkNext(ElementId apex) {
         m_out.forget();
         m_tags.goOnWith(apex);
@@ -50,6 +57,12 @@ public:
 
 private:
     void walkSubtree(ElementId apex);
+    // At the apex, whose start tag is written where that is not to be passed like any other.
+    void begin(ElementId apex, std::uint32_t windowEnd);
+    void learnKnown(std::uint32_t limit);
+    // From m_at to `limit`, outside of tags.
+    void walkTo(std::uint32_t limit);
+    [[nodiscard]] std::uint32_t contentBegin() const noexcept;
     // Comments and processing instructions before or behind the root, each on a line of its own
     // (Canonical XML 1.0, 2.3). What else stands there, white space and the document type, is not
     // part of the canonical form.
@@ -80,6 +93,7 @@ private:
     CanonOutput m_out;
     StartTagWriter m_tags;
     const FindStop m_findStop;
+    std::uint32_t m_at = 0; // where a walk has got to
     // Where to hand over what was passed, while it is still in the cache, and where the next hole
     // begins.
     std::uint32_t m_portionEnd = 0;

@@ -41,13 +41,26 @@ bool isHole(const XmlDocument& document, TextRange range) {
     return !(before == '\r' && after == '\n') && before != ']';
 }
 
+std::uint64_t octetsToGoOver(const XmlDocument& document, const CanonRequest& request) noexcept {
+    if (request.apex == kNoElement) {
+        return document.text().size();
+    }
+    const ElementRecord& apex = document.element(request.apex);
+    return apex.end - apex.start;
+}
+
 bool canonicalize(const XmlDocument& document, const CanonRequest& request, CanonSink& sink) {
+    std::uint64_t octets = 0;
+    const CanonSink::Ahead ahead = sink.takeFormAhead(document, request, octets);
+    if (ahead != CanonSink::Ahead::No) {
+        return ahead == CanonSink::Ahead::Taken;
+    }
     const bool whole = request.apex == kNoElement;
     const ElementRecord& apex = document.element(whole ? 0 : request.apex);
     const bool mostlyAsTheyStand = request.method == CanonMethod::Inclusive &&
                                    !document.hasCarriageReturn() &&
                                    document.tidyKnownUpTo() >= apex.end;
-    if (!sink.expect(whole ? document.text().size() : apex.end - apex.start, mostlyAsTheyStand)) {
+    if (!sink.expect(octetsToGoOver(document, request), mostlyAsTheyStand)) {
         return false;
     }
     CanonWalker walker(document, request, sink);

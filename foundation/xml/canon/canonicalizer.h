@@ -47,6 +47,8 @@ enum class AttributeOrder : std::uint8_t {
     LocalName,       // local name only, ties by namespace name
 };
 
+struct CanonRequest;
+
 // Takes canonical octets as they come, in pieces of at most a few ten kilobytes that are valid for
 // the duration of the call. Returning false ends the canonicalization, which then fails.
 class CanonSink {
@@ -63,6 +65,14 @@ public:
         return true;
     }
     [[nodiscard]] virtual bool write(const char* data, std::size_t size) = 0;
+    // Asked before anything else: whether it has the form already (form_ahead.h), so that nothing
+    // has to be written; `octets` := its size then. It may refuse that as well.
+    enum class Ahead : std::uint8_t { No, Taken, Refused };
+    [[nodiscard]] virtual Ahead takeFormAhead(const XmlDocument& /*document*/,
+                                              const CanonRequest& /*request*/,
+                                              std::uint64_t& /*octets*/) {
+        return Ahead::No;
+    }
 };
 
 // Appends to a text, as long as that does not grow beyond `limit` bytes.
@@ -106,6 +116,10 @@ struct CanonRequest {
 // declarations of all. False only when the sink refuses. May throw std::bad_alloc.
 [[nodiscard]] bool canonicalize(const XmlDocument& document, const CanonRequest& request,
                                 CanonSink& sink);
+
+// How many octets of text it goes over.
+[[nodiscard]] std::uint64_t octetsToGoOver(const XmlDocument& document,
+                                           const CanonRequest& request) noexcept;
 
 } // namespace vantrel::xml
 

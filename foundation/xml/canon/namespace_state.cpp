@@ -2,6 +2,7 @@
 #include "foundation/xml/canon/namespace_state.h"
 
 #include "foundation/xml/canon/escape.h"
+#include "foundation/xml/scan/parse_follower.h"
 
 #include <algorithm>
 
@@ -39,6 +40,22 @@ void NamespaceState::undoUpTo(std::uint32_t offset) noexcept {
         binding.hidden = (last.prefix & kHiddenBit) != 0;
         binding.undoneAt = last.undoneAt;
         settle(prefix);
+    }
+    m_nextUndo = m_undo.empty() ? PrefixBinding::kNever : m_undo.back().end;
+}
+
+void NamespaceState::learnEnds(std::span<const ElementRecord> elements) noexcept {
+    const auto learn = [elements](std::uint32_t& end) {
+        if (end >= kStillOpen && end != PrefixBinding::kNever) {
+            end = elements[end - kStillOpen].end;
+        }
+    };
+    for (Undo& undo : m_undo) {
+        learn(undo.end);
+        learn(undo.undoneAt);
+    }
+    for (PrefixBinding& binding : m_bindings) {
+        learn(binding.undoneAt);
     }
     m_nextUndo = m_undo.empty() ? PrefixBinding::kNever : m_undo.back().end;
 }

@@ -176,6 +176,9 @@ public:
         }
         return false;
     }
+    // Puts in the ends of elements that had not ended when they declared or rendered something
+    // (parse_follower.h); what has still not ended may be asked for again.
+    void learnEnds(std::span<const ElementRecord> elements) noexcept;
     // Whether no tag without a prefix has to declare that up to `offset`.
     [[nodiscard]] bool isDefaultClearUpTo(std::uint32_t offset) const noexcept {
         return !m_bindings[kDefault].pending && m_bindings[kDefault].undoneAt >= offset;

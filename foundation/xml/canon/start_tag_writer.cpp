@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::string_view kXmlPrefixText = "xml";
 constexpr std::size_t kInsertionSortLimit = 8;
+constexpr std::size_t kShortPrefix = 8;
 // Ancestors and declarations on them that are gone over for what the apex inherits, and the bytes
 // of their start tags or of the namespace names. Beyond, the document's tables are asked, so that
 // many small elements below much stay cheap.
@@ -44,7 +45,7 @@ StartTagWriter::StartTagWriter(const XmlDocument& document, const CanonRequest& 
       m_declarations(document.namespaceDecls()),
       m_exclusive(request.method == CanonMethod::Exclusive),
       m_hasDeclaredAttributes(document.hasAttributeTypes()),
-      m_hasShortPrefixes(document.longestPrefix() < 8 && !document.isFragment()),
+      m_hasShortPrefixes(document.longestPrefix() < kShortPrefix && !document.isFragment()),
       m_localNameOrder(request.order == AttributeOrder::LocalName) {
     if (m_exclusive) {
         for (const std::string_view prefix : request.prefixes) {
@@ -72,6 +73,14 @@ void StartTagWriter::goOnAt(std::uint32_t offset) {
 void StartTagWriter::startAt(ElementId apex) {
     m_reached = apex;
     m_nextDeclaration = apex == 0 ? 0 : m_document.firstNamespaceDecl(apex);
+    findNextDeclaring();
+}
+
+void StartTagWriter::learnMore() {
+    m_elements = m_document.elements();
+    m_declarations = m_document.namespaceDecls();
+    m_hasShortPrefixes = m_document.longestPrefix() < kShortPrefix && !m_document.isFragment();
+    m_namespaces.learnEnds(m_elements);
     findNextDeclaring();
 }
 

@@ -58,6 +58,10 @@ public:
         return m_outer == kNoElement;
     }
     void goOnWith(ElementId apex);
+    // For a walk from the root of a document that is still being read, instead of inherit(); and to
+    // be called whenever more of it was read.
+    void followFromRoot() { startAt(0); }
+    void learnMore();
     // Writes the start tag at `start`, and the end tag of an empty element. Returns the offset
     // behind it. Tags come in document order, that of the apex by writeApex; one that findStop
     // leaves out need not come.
@@ -195,11 +199,11 @@ private:
     CanonWindow& m_window;
     CanonOutput& m_out;
     const std::string_view m_text;
-    const std::span<const ElementRecord> m_elements;
-    const std::span<const NamespaceDecl> m_declarations;
+    std::span<const ElementRecord> m_elements;
+    std::span<const NamespaceDecl> m_declarations;
     const bool m_exclusive;
     const bool m_hasDeclaredAttributes; // by the DTD
-    const bool m_hasShortPrefixes;      // of up to seven bytes, with the colon in eight
+    bool m_hasShortPrefixes;            // of up to seven bytes, with the colon in eight
     // Attributes of one prefix may stand behind unqualified ones in every order but LocalName.
     const bool m_localNameOrder;
     NamespaceState m_namespaces;

@@ -14,6 +14,8 @@ namespace vantrel::xml {
 namespace {
 
 constexpr std::size_t kManyRecords = 1024;
+constexpr std::size_t kMostFollowed = 1024; // open elements
+constexpr std::uint32_t kNever = 0xFFFFFFFF;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool equalsIgnoreCase(std::string_view text, std::string_view lower) noexcept {
@@ -47,6 +49,9 @@ ScanOutcome DocumentScanner::scan() {
     if (at != kFailed) {
         m_rootStart = at;
         m_glances = m_glances && !m_checkTypes && !m_document.hasAttributeDefaults();
+        if (m_follower != nullptr && m_document.m_documentType == nullptr) {
+            m_toldNext = at + m_followed;
+        }
         at = readStartTag(at);
     }
     if (at != kFailed && readContent(at) && readEpilog(at)) {
@@ -138,8 +143,25 @@ bool DocumentScanner::readContent(std::uint32_t& at) {
         if (at == kFailed) [[unlikely]] {
             return false;
         }
+        if (at >= m_toldNext) [[unlikely]] {
+            tellFollower(at);
+        }
     }
     return true;
+}
+
+void DocumentScanner::tellFollower(std::uint32_t at) {
+    // Values that do not stand in the text as they are may move while more of them come.
+    if (m_open.size() > kMostFollowed || !m_document.m_side.empty()) {
+        m_toldNext = kNever;
+        return;
+    }
+    m_toldNext = at + m_followed;
+    m_document.m_hasCarriageReturn = m_window.facts().carriageReturn;
+    for (const Open& open : m_open) {
+        m_document.m_elements[open.element].end = kStillOpen | open.element;
+    }
+    m_follower->reached(m_document, m_document.m_elements.back().start);
 }
 
 bool DocumentScanner::readEpilog(std::uint32_t at) {

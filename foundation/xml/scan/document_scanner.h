@@ -3,6 +3,7 @@
 #define FOUNDATION_XML_SCAN_DOCUMENT_SCANNER_H
 
 #include "foundation/xml/scan/known_names.h"
+#include "foundation/xml/scan/parse_follower.h"
 #include "foundation/xml/scan/text_window.h"
 #include "foundation/xml/scan/xml_document.h"
 
@@ -29,6 +30,11 @@ public:
 
     // For tests: without the short ways of known_tags.cpp, which change no result.
     void takeNoShortWays() noexcept { m_glances = false; }
+    // Tells `follower` about every so many octets how far it is.
+    void followEach(std::uint32_t octets, ParseFollower* follower) noexcept {
+        m_followed = octets;
+        m_follower = follower;
+    }
     [[nodiscard]] ScanOutcome scan();
     // After Refused: where (in the text that was read) and why.
     [[nodiscard]] std::uint32_t failureOffset() const noexcept { return m_failureOffset; }
@@ -97,6 +103,7 @@ private:
     [[nodiscard]] std::uint32_t readXmlDecl(std::uint32_t at);
     [[nodiscard]] std::uint32_t readDoctype(std::uint32_t at);
     [[nodiscard]] bool readContent(std::uint32_t& at);
+    void tellFollower(std::uint32_t at);
     [[nodiscard]] bool readEpilog(std::uint32_t at);
     [[nodiscard]] std::uint32_t readEndTag(std::uint32_t at);
     [[nodiscard]] std::uint32_t readOddEndTag(std::uint32_t at);
@@ -174,6 +181,9 @@ private:
     bool m_checkTypes = false;
     bool m_glances = true; // tags may be read by readKnownTags
     std::uint32_t m_rootStart = 0;
+    ParseFollower* m_follower = nullptr;
+    std::uint32_t m_followed = 0;          // octets at once
+    std::uint32_t m_toldNext = 0xFFFFFFFF; // where the follower is told the next time
     std::uint32_t m_failureOffset = 0;
     std::string m_failureMessage;
 

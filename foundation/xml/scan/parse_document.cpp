@@ -8,6 +8,8 @@
 namespace vantrel::xml {
 namespace {
 
+constexpr std::uint32_t kFollowed = 128U << 10; // octets that a follower is told of at once
+
 // Line and column of an offset, both from 1. CR, LF and CR LF end a line; a column is a character.
 void locate(std::string_view text, std::uint32_t offset, ParseFailure& why) {
     why.offset = offset;
@@ -47,6 +49,9 @@ std::shared_ptr<const XmlDocument> DocumentScanner::parse(const StringBuffer& te
     }
     std::shared_ptr<XmlDocument> document = newDocument(text, text);
     DocumentScanner scanner(*document, mode);
+    if (mode == Mode::Document) {
+        scanner.followEach(kFollowed, options.follower);
+    }
     const ScanOutcome outcome = scanner.scan();
     if (outcome == ScanOutcome::Refused) {
         locate(text.view(), scanner.failureOffset(), why);

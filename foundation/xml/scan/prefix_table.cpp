@@ -39,9 +39,7 @@ std::uint32_t PrefixTable::findOrAdd(std::string_view prefix) {
         return m_slots[slot] - 1;
     }
     const std::uint32_t id = size();
-    m_entries.push_back({static_cast<std::uint32_t>(m_names.size()),
-                         static_cast<std::uint32_t>(prefix.size()), hash});
-    m_names.append(prefix);
+    m_entries.push_back({prefix, hash});
     m_longest = std::max(m_longest, prefix.size());
     m_slots[slot] = id + 1;
     if (m_entries.size() * 2 > m_slots.size()) {

@@ -15,7 +15,8 @@ inline constexpr std::uint32_t kDefaultPrefix = 0; // the empty prefix
 inline constexpr std::uint32_t kXmlPrefix = 1;     // "xml"
 
 // Numbers the distinct prefixes of a document: an open-addressing hash table. The number of a
-// prefix indexes arrays of whoever keeps state per prefix.
+// prefix indexes arrays of whoever keeps state per prefix. Prefixes are not copied: they must
+// outlive the table.
 class PrefixTable final {
 public:
     PrefixTable();
@@ -23,7 +24,7 @@ public:
     [[nodiscard]] std::uint32_t find(std::string_view prefix) const noexcept;
     [[nodiscard]] std::uint32_t findOrAdd(std::string_view prefix);
     [[nodiscard]] std::string_view text(std::uint32_t id) const noexcept {
-        return {m_names.data() + m_entries[id].start, m_entries[id].length};
+        return m_entries[id].text;
     }
     // Bytes of the longest prefix.
     [[nodiscard]] std::size_t longest() const noexcept { return m_longest; }
@@ -33,15 +34,13 @@ public:
 
 private:
     struct Entry {
-        std::uint32_t start;
-        std::uint32_t length;
+        std::string_view text;
         std::uint32_t hash;
     };
 
     [[nodiscard]] std::uint32_t slotOf(std::string_view prefix, std::uint32_t hash) const noexcept;
     void grow();
 
-    std::string m_names; // all prefixes, one after another
     std::vector<Entry> m_entries;
     std::size_t m_longest = 0;
     std::vector<std::uint32_t> m_slots; // id + 1, 0 where free; a power of two of them

@@ -26,6 +26,8 @@ inline constexpr std::string_view kXmlDsigNamespace = "http://www.w3.org/2000/09
 inline constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 inline constexpr std::string_view kXmlnsNamespace = "http://www.w3.org/2000/xmlns/";
 
+class ParseFollower;
+
 struct TextRange {
     std::uint32_t start = 0;
     std::uint32_t length = 0;
@@ -80,6 +82,8 @@ private:
 struct ParseOptions {
     // The text was cut out of a document: undeclared prefixes are tolerated.
     bool fragment = false;
+    // Told how far the document has been read (parse_follower.h); null for nobody.
+    ParseFollower* follower = nullptr;
 };
 
 // Where and why a text was refused. Line and column count from 1, columns in characters; the offset

@@ -33,9 +33,13 @@ ClsXml* ClsXml::handleOn(ElementId element) const {
 }
 
 bool ClsXml::loadXml(const StringBuffer& text, bool fragment, LogBase& log) {
+    return loadXml(text, xml::ParseOptions{.fragment = fragment}, log);
+}
+
+bool ClsXml::loadXml(const StringBuffer& text, const xml::ParseOptions& options, LogBase& log) {
     return text::noThrow(false, [&] {
         xml::ParseFailure why;
-        auto document = xml::XmlDocument::parse(text, {fragment}, why);
+        auto document = xml::XmlDocument::parse(text, options, why);
         if (document == nullptr) {
             const std::string line = "The XML is not well-formed at line " +
                                      std::to_string(why.line) + ", column " +

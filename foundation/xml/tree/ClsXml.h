@@ -19,6 +19,7 @@
 namespace vantrel {
 
 namespace xml {
+struct ParseOptions;
 class XmlDocument;
 } // namespace xml
 
@@ -47,6 +48,7 @@ public:
     // document, so undeclared prefixes are tolerated. A failure is one error line with line, column
     // and reason; the handle is unchanged then.
     bool loadXml(const StringBuffer& text, bool fragment, LogBase& log);
+    bool loadXml(const StringBuffer& text, const xml::ParseOptions& options, LogBase& log);
 
     // The element with its subtree as XML, as it stands in the text, with entities of the document
     // type declaration expanded and attribute defaults added. `unused` has no meaning.

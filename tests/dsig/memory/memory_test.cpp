@@ -171,6 +171,34 @@ TEST(Memory, RunsOutWhileValuesAreWorkedOutTogether) {
     });
 }
 
+// A document that is digested while it is read, as far as memory lasts.
+TEST(Memory, RunsOutWhileALargeDocumentIsReadByTwoThreads) {
+    std::string text = "<r xmlns:p='urn:p'>";
+    while (text.size() < std::size_t{9} << 19) {
+        text += "<p:e x='1'>te&gt;xt</p:e>";
+    }
+    text += "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#'><SignedInfo><Reference URI=''>"
+            "<Transforms><Transform Algorithm='http://www.w3.org/2000/09/"
+            "xmldsig#enveloped-signature'/></Transforms><DigestMethod "
+            "Algorithm='http://www.w3.org/2001/04/xmlenc#sha256'/><DigestValue>?</DigestValue>"
+            "</Reference></SignedInfo><SignatureValue>AAAA</SignatureValue></Signature></r>";
+    ClsXmlDSig verifier;
+    XString document(text);
+    ASSERT_TRUE(verifier.LoadSignature(document) && !verifier.VerifyReferenceDigest(0));
+    XString json;
+    verifier.get_LastJsonData(json);
+    const std::string_view report = json.getUtf8Sb().view();
+    constexpr std::string_view kComputed = "\"computed\":\"";
+    const std::size_t computed = report.find(kComputed) + kComputed.size();
+    text.replace(text.find('?'), 1, report.substr(computed, report.find('"', computed) - computed));
+    const XString right(text);
+    verifier.SetThreads(2);
+    failEachOf("ahead", verifier, true, [&](ClsXmlDSig& it) {
+        document.copyFromX(right);
+        return it.LoadSignature(document) && it.VerifyReferenceDigest(0);
+    });
+}
+
 bool isReport(const XString& json, std::string_view status) {
     // Without an allocation of the test's own, which could be the one that fails.
     constexpr std::string_view kStatus = "\"status\":\"";

@@ -3,6 +3,7 @@
 // show.
 
 #include "dsig/object/ClsXmlDSig.h"
+#include "dsig/reference/digest_ahead.h"
 #include "foundation/base/ClsBinData.h"
 #include "foundation/base/ClsStringArray.h"
 #include "foundation/x509/ClsXmlCertVault.h"
@@ -123,6 +124,110 @@ TEST(Threads, LargeDigestsDoNotDependOnTheirNumber) {
     const std::string limited = report(1, "9000000");
     EXPECT_NE(limited.find("\"code\":\"limit\""), std::string::npos) << limited;
     EXPECT_EQ(report(2, "9000000"), limited);
+}
+
+// A document of some megabytes with a signature at its end, which digests the document or its root
+// in one of several ways.
+struct LargeDocument {
+    std::string prolog;
+    std::string middle;     // between two halves of much content
+    std::string uri;        // of its only reference
+    std::string transforms; // but for the first, the enveloped-signature transform
+    std::string digest = "http://www.w3.org/2001/04/xmlenc#sha256";
+    bool isAhead = true; // it can be digested while it is read
+
+    [[nodiscard]] std::string text() const {
+        static const std::string half = [] {
+            std::string made;
+            for (int i = 0; made.size() < std::size_t{9} << 18; ++i) {
+                made += "<p:e x='" + std::to_string(i) + "'><q:f>te&gt;xt</q:f></p:e>\n";
+            }
+            return made;
+        }();
+        return prolog + "<r xmlns:p='urn:p' xmlns:q='urn:q' Id='r'>" + half + middle + half +
+               "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#'><SignedInfo>"
+               "<CanonicalizationMethod Algorithm='http://www.w3.org/2001/10/xml-exc-c14n#'/>"
+               "<SignatureMethod Algorithm='http://www.w3.org/2001/04/xmldsig-more#rsa-sha256'/>"
+               "<Reference URI='" +
+               uri +
+               "'><Transforms><Transform "
+               "Algorithm='http://www.w3.org/2000/09/xmldsig#enveloped-signature'/>" +
+               transforms + "</Transforms><DigestMethod Algorithm='" + digest +
+               "'/><DigestValue>AAAA</DigestValue></Reference></SignedInfo>"
+               "<SignatureValue>AAAA</SignatureValue></Signature></r>\n<!-- c --><?d?>";
+    }
+};
+
+// What the second thread finds while the document is read is what one thread finds afterwards: the
+// report holds the digest and the number of octets.
+TEST(Threads, DigestsMadeWhileReadingAreThoseMadeThen) {
+    const std::string open = "<Transform Algorithm='http://www.w3.org/";
+    const std::string exclusive = open + "2001/10/xml-exc-c14n#'/>";
+    const std::string inclusive = open + "TR/2001/REC-xml-c14n-20010315'/>";
+    const std::string listed = open +
+                               "2001/10/xml-exc-c14n#'><InclusiveNamespaces PrefixList='p' "
+                               "xmlns='http://www.w3.org/2001/10/xml-exc-c14n#'/></Transform>";
+    const std::string sha1 = "http://www.w3.org/2000/09/xmldsig#sha1";
+    const std::string other = "<Signature><SignedInfo/></Signature>";
+    const LargeDocument documents[] = {
+        {"", "", "", exclusive},
+        {"<?xml version='1.0'?><!-- c --><?d e?>", "\r\n", "", inclusive},
+        {"", "<!-- c --><q:f xmlns:q='urn:a'/><f xmlns='urn:f'/>", "", "", sha1},
+        {"", "<a xmlns='urn:b' a='' A=''/>", "#r", exclusive},
+        {"", "<p:e xmlns:p='&#x75;rn:c'/>", "#r", inclusive},
+        {"", other, "", exclusive},
+        {"<!DOCTYPE r [<!ATTLIST q:f a CDATA 'b'>]>", "", "", exclusive, sha1, false},
+        {"", "", "", listed, sha1, false},
+        {"", "", "", exclusive + exclusive, sha1, false},
+        {"", "", "", open + "TR/2001/REC-xml-c14n-20010315#WithComments'/>", sha1, false},
+        {"", "", "#other", exclusive, sha1, true},
+        {"", "<p:unclosed>", "", exclusive, sha1, true},
+    };
+    for (const LargeDocument& large : documents) {
+        const std::string text = large.text();
+        EXPECT_EQ(dsig::DigestAhead::guess(text) != nullptr,
+                  large.isAhead || !large.prolog.empty());
+        const auto found = [&text](int threads) {
+            ClsXmlDSig verifier;
+            verifier.SetThreads(threads);
+            XString xml(text);
+            const bool isLoaded = verifier.LoadSignature(xml);
+            std::string all;
+            for (int i = 0; i < 2; ++i) {
+                verifier.put_Selector(verifier.get_NumSignatures() - 1);
+                verifier.VerifySignature(true);
+                XString json;
+                verifier.get_LastJsonData(json);
+                all += logOf(verifier);
+                all += json.getUtf8Sb().view();
+            }
+            EXPECT_EQ(isLoaded, text.find("<p:unclosed>") == text.npos);
+            return all;
+        };
+        ASSERT_EQ(found(2), found(1)) << large.middle << large.transforms;
+    }
+}
+
+// Where it can be done, the digest is ready before anything is asked.
+TEST(Threads, FormsOfLargeDocumentsAreTakenOnce) {
+    const LargeDocument large{"", "", "", ""};
+    const StringBuffer text(large.text());
+    const auto ahead = dsig::DigestAhead::guess(text.view());
+    ASSERT_NE(ahead, nullptr);
+    xml::ParseFailure why;
+    const auto document = xml::XmlDocument::parse(text, {.follower = &ahead->follower()}, why);
+    ASSERT_NE(document, nullptr) << why.message;
+    ahead->endReading();
+    xml::CanonRequest request;
+    for (const bool isRight : {false, true, false}) {
+        request.withComments = !isRight && request.apex == xml::kNoElement;
+        dsig::HashSink sink(kHashSha256, 1, ahead.get());
+        std::uint64_t octets = 0;
+        const auto taken = sink.takeFormAhead(*document, request, octets);
+        EXPECT_EQ(taken, isRight ? xml::CanonSink::Ahead::Taken : xml::CanonSink::Ahead::No);
+        EXPECT_EQ(octets > text.getSize() / 2, isRight);
+        request.withComments = false;
+    }
 }
 
 // Each operation finds a whole document and a whole report: of the one document or of the other.

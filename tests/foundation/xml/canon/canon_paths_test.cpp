@@ -2,7 +2,9 @@
 // The ways through the canonicalizer that exist for speed only, against the plain ones.
 
 #include "foundation/xml/canon/canon_masks.h"
+#include "foundation/xml/canon/form_ahead.h"
 #include "foundation/xml/canon/namespace_state.h"
+#include "foundation/xml/scan/document_scanner.h"
 #include "tests/foundation/xml/canon/canon_support.h"
 #include "tests/support/bytes.h"
 
@@ -161,6 +163,77 @@ TEST(CanonPaths, TagsPassedOverEqualTagsTakenApart) {
         }
     }
     EXPECT_GT(compared, 6000);
+}
+
+// Written while the document is read, by as many octets at a time, and then with what it is to
+// leave out; nothing where it could not be used.
+std::optional<std::string> formAhead(const std::string& text, xml::CanonMethod method, bool whole,
+                                     std::uint32_t octets, xml::TextRange& hole,
+                                     std::string& expected) {
+    StringBuffer form;
+    xml::StringBufferSink sink(form, 1U << 30);
+    xml::FormAhead ahead(method, whole, sink);
+    const StringBuffer source(text);
+    const auto document = xml::DocumentScanner::newDocument(source, source);
+    xml::DocumentScanner scanner(*document, xml::DocumentScanner::Mode::Document);
+    scanner.followEach(octets, &ahead);
+    if (scanner.scan() != xml::ScanOutcome::Done) {
+        return std::nullopt;
+    }
+    xml::CanonRequest request;
+    request.method = method;
+    request.apex = whole ? xml::kNoElement : 0;
+    if (!document->signatures().empty()) {
+        const auto& record = document->element(document->signatures().front().element);
+        hole = xml::rangeOf(record.start, record.end);
+        request.omitted = {&hole, xml::isHole(*document, hole) ? 1U : 0U};
+    }
+    StringBuffer plain;
+    xml::StringBufferSink plainSink(plain, 1U << 30);
+    EXPECT_TRUE(xml::canonicalize(*document, request, plainSink));
+    expected = plain.view();
+    if (!ahead.isFrontOf(*document, request)) {
+        return std::nullopt;
+    }
+    EXPECT_TRUE(ahead.finish(request));
+    EXPECT_FALSE(ahead.isFrontOf(*document, request));
+    return std::string(form.view());
+}
+
+TEST(CanonPaths, FormsWrittenWhileReadingEqualThoseWrittenThen) {
+    const std::string signature = "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#'>"
+                                  "<SignedInfo/><q:x xmlns:q='urn:q'/></Signature>";
+    int compared = 0;
+    for (std::uint64_t seed = 0; seed < 3000; ++seed) {
+        RandomBytes random(seed);
+        std::string text = TagMaker(seed).document();
+        // Behind one of the elements; in every third document in front of what follows it.
+        const std::size_t end = text.find("</", random.below(text.size() - 8));
+        text.insert(seed % 3 == 0 ? std::min(text.find('>', end) + 1, text.rfind("</"))
+                                  : text.rfind("</"),
+                    signature);
+        if (seed % 4 == 1) { // default namespaces that come and go around much
+            const std::string many = "<e></e>" + TagMaker(seed + 3000).document() + "<e></e>";
+            const std::string open = "<q:w xmlns:q='urn:q' xmlns='urn:w1'><w xmlns='urn:w2'>"
+                                     "<q:w xmlns='urn:w1'>";
+            text.insert(0, open + (seed % 8 == 1 ? "\r" : "") + many);
+            text += many + "</q:w>" + many + "</w>" + many + "</q:w>";
+        }
+        text = "<?xml version='1.0'?><?a  b?><!-- c -->" + text + "<?d?>\n";
+        for (const auto method : {xml::CanonMethod::Inclusive, xml::CanonMethod::Exclusive}) {
+            const bool whole = random.below(2) == 0;
+            const auto octets =
+                static_cast<std::uint32_t>(1 + random.below(seed % 4 < 2 ? 30 : 9000));
+            xml::TextRange hole;
+            std::string expected;
+            const auto form = formAhead(text, method, whole, octets, hole, expected);
+            if (form) {
+                ++compared;
+                ASSERT_EQ(*form, expected) << text << octets;
+            }
+        }
+    }
+    EXPECT_GT(compared, 3100);
 }
 
 // An element with many ancestors, or fewer with long values, whose declarations and xml: attributes
