@@ -209,6 +209,10 @@ private:
     // The result is what this attempt found.
     void take(Attempt& attempt) { take(attempt, attempt.input.text.takeCoverage()); }
     void take(Attempt& attempt, Coverage coverage) {
+        // Of white space alone, decoded, there is a digest.
+        if (attempt.octetCount == 0 && !attempt.calculated.isEmpty()) {
+            coverage.coverNothing();
+        }
         reportCoverage(*m_query.document, std::move(coverage), m_result);
         m_result.octetCount = attempt.octetCount;
         if (attempt.plainDigest.isEmpty()) {

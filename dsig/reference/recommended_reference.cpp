@@ -164,13 +164,16 @@ private:
     }
 
     // Whatever is left out lies in what is covered (node_coverage.h).
-    static void reportCoverage(const Coverage& coverage, ReferenceResult& result) {
+    static void reportCoverage(Coverage coverage, ReferenceResult& result) {
+        if (result.octetCount == 0) {
+            coverage.coverNothing();
+        }
         result.covers = coverage.wholeDocument                ? "document"
                         : coverage.elements.all().size() == 1 ? "element"
                                                               : "elements";
-        result.coveredElements = coverage.elements;
+        result.coveredElements = std::move(coverage.elements);
         result.coverageKnown = coverage.known;
-        result.excluded = coverage.excluded;
+        result.excluded = std::move(coverage.excluded);
     }
 
     void fill(const StringBuffer& digest, RefReason reason, ReferenceResult& result) {

@@ -44,6 +44,13 @@ struct Coverage {
     ElementList elements;            // unless it is the whole document
     std::vector<Exclusion> excluded; // in the order in which it was taken out
     bool known = true; // false: something was taken out that has no place in the loaded text
+
+    // Nothing at all was digested, whatever it was taken from.
+    void coverNothing() {
+        wholeDocument = false;
+        elements = {};
+        excluded.clear();
+    }
 };
 
 // Both ranges are in the same text; equal ones are inside each other.

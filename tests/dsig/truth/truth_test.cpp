@@ -163,6 +163,35 @@ void checkManifest(const std::string& manifest, const std::string& folder) {
     show("corpus", figures);
 }
 
+// A digest of no octets holds whatever stands there.
+TEST(Truth, NothingIsCoveredWhereNoOctetIsDigested) {
+    const std::string open = "<Transforms><Transform Algorithm='http://www.w3.org/";
+    for (const std::string& transforms :
+         {open + "2000/09/xmldsig#base64'/></Transforms>",
+          open + "TR/1999/REC-xpath-19991116'><XPath>not(//self::*)</XPath></Transform>"
+                 "</Transforms>",
+          open +
+              "TR/1999/REC-xpath-19991116'><XPath>count(self::text()) = 1</XPath></Transform>"
+              "<Transform Algorithm='http://www.w3.org/2000/09/xmldsig#base64'/></Transforms>"}) {
+        ClsXmlDSig verifier;
+        loadText(verifier,
+                 "<r xmlns='http://www.w3.org/2000/09/xmldsig#'><d Id='x'> <a> </a></d><Signature>"
+                 "<SignedInfo><Reference URI='#x'>" +
+                     transforms +
+                     "<DigestMethod Algorithm='http://www.w3.org/2001/04/xmlenc#sha256'/>"
+                     "<DigestValue>47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU=</DigestValue>"
+                     "</Reference></SignedInfo></Signature></r>");
+        EXPECT_TRUE(verifier.VerifyReferenceDigest(0)) << logOf(verifier);
+        XString json;
+        verifier.get_LastJsonData(json);
+        EXPECT_NE(json.getUtf8Sb().view().find("\"octets\":0"), std::string_view::npos);
+        EXPECT_NE(
+            json.getUtf8Sb().view().find("\"covers\":\"elements\",\"paths\":[],\"excluded\":[]"),
+            std::string_view::npos)
+            << transforms << json.getUtf8();
+    }
+}
+
 TEST(Truth, CoveredTextOfTheCorpusCannotChange) {
     VANTREL_NEED_CORPUS(manifest, "xmldsig/manifest.json");
     checkManifest(manifest, corpusPath("xmldsig"));
