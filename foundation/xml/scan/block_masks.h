@@ -62,7 +62,7 @@ struct TextFacts {
 
 // Classifies `count` blocks from `text` on. Where `hasBefore`, the 64 bytes before `text` are
 // readable and belong to the text; a character that begins there is checked with the block it ends
-// in. A character that the last block leaves unfinished is not reported.
+// in. One that the last block leaves unfinished need not be reported before it is.
 using ClassifyBlocks = void (*)(const char* text, std::size_t count, bool hasBefore,
                                 BlockMasks& masks, TextFacts& facts) noexcept;
 
