@@ -51,10 +51,10 @@ inline constexpr std::size_t kShortPath = 256;
 inline constexpr std::size_t kLongPaths = std::size_t{16} << 20;
 
 // Paths from the root, "/Batch/Item[3]": qualified names, with the one-based position where
-// siblings share the name. Positions are worked out once for all children of a parent, so paths to
-// all children of one element cost no more than one pass over them; and the way up from an element
-// is gone only once where it is longer than what is shown. A path that was cut ends in "/...". The
-// document must outlive the object.
+// siblings share the name. After a few that are searched for, positions are worked out once for all
+// children of a parent, so paths to all children of one element cost few passes over them; and the
+// way up from an element is gone only once where it is longer than what is shown. A path that was
+// cut ends in "/...". The document must outlive the object.
 class ElementPaths final {
 public:
     explicit ElementPaths(const XmlDocument& document) noexcept : m_document(document) {}
@@ -75,13 +75,16 @@ private:
     }
     // Position among like-named siblings, from 1; 0 for an only one.
     [[nodiscard]] std::uint32_t position(ElementId element);
+    [[nodiscard]] std::uint32_t positionBySearch(ElementId parent, ElementId element);
     void numberChildren(ElementId parent);
     [[nodiscard]] bool climb(ElementId element, CutPaths& cutPaths);
     void rememberCut(std::size_t count, ElementId last, CutPaths& cutPaths);
     [[nodiscard]] std::string_view nameUpTo(ElementId element, std::size_t most) const noexcept;
 
     const XmlDocument& m_document;
-    std::unordered_map<ElementId, std::uint32_t> m_positions; // of the children of numbered parents
+    // Of the children of numbered parents, and of those that were searched for.
+    std::unordered_map<ElementId, std::uint32_t> m_positions;
+    std::unordered_map<ElementId, std::uint32_t> m_searches; // among the children of a parent
     CutPaths m_cutLong;
     CutPaths m_cutShort;
     std::vector<ElementId> m_steps; // from an element up to the root
