@@ -26,9 +26,9 @@ namespace vantrel::dsig {
 // What a verifier keeps besides its prescribed members: what was made of the loaded document, the
 // report of the last operation, and settings of its own.
 struct ObjectState {
-    std::unique_ptr<Document> document; // made at first need; gone with the next load
+    std::unique_ptr<Document> document;       // made at first need; gone with the next load
     std::shared_ptr<DigestAhead> digestAhead; // of a document that was loaded before that
-    Rules rulesAtLoad;                  // as loading set them
+    Rules rulesAtLoad;                        // as loading set them
     // Kept as values and written as JSON when somebody asks.
     SignatureReport report;
     // By which the caller accepts signatures; null for none. Survives loads.
