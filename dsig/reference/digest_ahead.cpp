@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t kWorthAhead = std::size_t{4} << 20;
 constexpr std::size_t kSearched = std::size_t{64} << 10; // at the end of the text
 constexpr std::size_t kReference = 2048;                 // on either side of the transform
+constexpr std::uint64_t kMostOfText = 4;                 // the form may have so many times the text
 constexpr std::string_view kEnveloped = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 
 // The value of the first attribute of this name, which is given with its "="; cuts `text` down to
@@ -41,7 +42,7 @@ std::unique_ptr<DigestAhead> DigestAhead::guess(std::string_view text) {
     if (text.size() < kWorthAhead || !planOf(text, plan)) {
         return nullptr;
     }
-    std::unique_ptr<DigestAhead> ahead(new DigestAhead(plan));
+    std::unique_ptr<DigestAhead> ahead(new DigestAhead(plan, kMostOfText * text.size()));
     return ahead->m_sink.startThread() ? std::move(ahead) : nullptr;
 }
 
@@ -80,8 +81,9 @@ bool DigestAhead::planOf(std::string_view text, Plan& plan) {
     return true;
 }
 
-DigestAhead::DigestAhead(const Plan& plan)
-    : m_hashAlg(plan.hashAlg), m_sink(plan.hashAlg, 2), m_form(plan.method, plan.whole, m_sink) {}
+DigestAhead::DigestAhead(const Plan& plan, std::uint64_t mostOctets)
+    : m_hashAlg(plan.hashAlg), m_sink(plan.hashAlg, 2), m_limited(m_sink, mostOctets),
+      m_form(plan.method, plan.whole, m_limited) {}
 
 bool DigestAhead::give(const xml::XmlDocument& document, const xml::CanonRequest& request,
                        int hashAlg, HashSink& sink) {

@@ -7,6 +7,8 @@
 #include "foundation/xml/scan/parse_follower.h"
 #include "foundation/xml/scan/xml_document.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -24,6 +26,8 @@ public:
     [[nodiscard]] xml::ParseFollower& follower() noexcept { return m_form; }
     // All has been read; what a second thread could do is done.
     void endReading() { m_sink.endThread(); }
+    // Octets hashed so far.
+    [[nodiscard]] std::uint64_t octets() const noexcept { return m_sink.size(); }
 
     // Where this is the front of the form that `request` asks for and of the hash: hashes the rest,
     // and gives all to `sink`, once.
@@ -37,11 +41,26 @@ private:
         int hashAlg;
     };
 
-    explicit DigestAhead(const Plan& plan);
+    // Hands on no more than so many octets: namespaces can make a form much longer than its text,
+    // and nobody has asked for it yet.
+    class LimitedSink final : public xml::CanonSink {
+    public:
+        LimitedSink(HashSink& next, std::uint64_t most) noexcept : m_next(next), m_most(most) {}
+        [[nodiscard]] bool write(const char* data, std::size_t size) override {
+            return m_next.size() + size <= m_most && m_next.write(data, size);
+        }
+
+    private:
+        HashSink& m_next;
+        const std::uint64_t m_most;
+    };
+
+    DigestAhead(const Plan& plan, std::uint64_t mostOctets);
     [[nodiscard]] static bool planOf(std::string_view text, Plan& plan);
 
     const int m_hashAlg;
     HashSink m_sink;
+    LimitedSink m_limited;
     xml::FormAhead m_form;
 };
 

@@ -7,6 +7,12 @@
 
 namespace vantrel::xml {
 
+namespace {
+
+constexpr std::uint32_t kMostPrefixes = 256;
+
+} // namespace
+
 FormAhead::FormAhead(CanonMethod method, bool whole, CanonSink& sink) noexcept : m_sink(sink) {
     m_request.method = method;
     m_request.apex = whole ? kNoElement : 0;
@@ -15,13 +21,18 @@ FormAhead::FormAhead(CanonMethod method, bool whole, CanonSink& sink) noexcept :
 FormAhead::~FormAhead() = default;
 
 void FormAhead::reached(const XmlDocument& document, std::uint32_t offset) {
-    if (m_atSignature) {
+    if (m_isOver) {
+        return;
+    }
+    if (document.prefixCount() > kMostPrefixes) {
+        m_isOver = true;
+        m_walker.reset();
         return;
     }
     // A signature may be left out, and then with all that stands in it.
     if (!document.signatures().empty()) {
         const std::uint32_t start = document.element(document.signatures().front().element).start;
-        m_atSignature = start <= offset;
+        m_isOver = start <= offset;
         offset = std::min(offset, start);
     }
     if (m_walker != nullptr) {

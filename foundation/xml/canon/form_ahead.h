@@ -14,7 +14,8 @@ class CanonWalker;
 
 // The canonical form of a document, or of its root, written while the document is read: all before
 // the first signature, for a sink that has the time. What is asked for later decides whether it was
-// of use; the octets are those that canonicalize() writes.
+// of use; the octets are those that canonicalize() writes. Documents with very many prefixes are
+// left alone, since all of them are looked at each time.
 class FormAhead final : public ParseFollower {
 public:
     // No prefixes and no comments, and nothing left out. `whole`: with what stands outside of the
@@ -34,7 +35,7 @@ private:
     CanonSink& m_sink;
     const XmlDocument* m_document = nullptr;
     std::unique_ptr<CanonWalker> m_walker; // null before the first tag and when all is written
-    bool m_atSignature = false;
+    bool m_isOver = false;                 // nothing more is written before finish()
 };
 
 } // namespace vantrel::xml

@@ -230,6 +230,40 @@ TEST(Threads, FormsOfLargeDocumentsAreTakenOnce) {
     }
 }
 
+// What nobody has asked for yet may cost no more than a few times the document.
+TEST(Threads, FormsThatAreMuchLongerThanTheirTextsAreNotMadeAhead) {
+    std::string prefixes;
+    for (int i = 0; i < 2000; ++i) {
+        prefixes += " xmlns:p" + std::to_string(i) + "='urn:p'";
+    }
+    LargeDocument large;
+    large.transforms = "<Transform Algorithm='http://www.w3.org/2001/10/xml-exc-c14n#'/>";
+    for (const std::string& declared :
+         {" xmlns:n='" + std::string(100000, 'n') + "'", prefixes, std::string()}) {
+        std::string text = large.text();
+        text.insert(text.find("<p:e"), "<b" + declared + "/><a" + declared + ">");
+        text.insert(text.find("<Signature "), "</a>");
+        for (std::size_t at = 0; !declared.empty() && (at = text.find("q:f", at)) != text.npos;) {
+            text[at] = declared == prefixes ? 'p' : 'n';
+        }
+        const StringBuffer source(text);
+        const auto ahead = dsig::DigestAhead::guess(source.view());
+        ASSERT_NE(ahead, nullptr);
+        xml::ParseFailure why;
+        const auto document =
+            xml::XmlDocument::parse(source, {.follower = &ahead->follower()}, why);
+        ASSERT_NE(document, nullptr) << why.message;
+        ahead->endReading();
+        EXPECT_LE(ahead->octets(), 4 * text.size());
+        dsig::HashSink sink(kHashSha256, 1, ahead.get());
+        std::uint64_t octets = 0;
+        xml::CanonRequest request;
+        request.method = xml::CanonMethod::Exclusive;
+        EXPECT_EQ(sink.takeFormAhead(*document, request, octets),
+                  declared.empty() ? xml::CanonSink::Ahead::Taken : xml::CanonSink::Ahead::No);
+    }
+}
+
 // Each operation finds a whole document and a whole report: of the one document or of the other.
 TEST(Threads, OneVerifierVerifiesWhileItIsAsked) {
     const std::string texts[] = {readText(sourcePath("examples/orders.xml")),
