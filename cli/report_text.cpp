@@ -152,7 +152,8 @@ std::string targetOf(const JsonValue& reference) {
                exceptions(reference);
     }
     if (covers == "elements") {
-        return "elements " + wordsOf(reference, "paths") + exceptions(reference);
+        const std::string paths = wordsOf(reference, "paths");
+        return (paths.empty() ? "nothing" : "elements " + paths) + exceptions(reference);
     }
     if (const std::string_view part = textOf(reference, "part"); !part.empty()) {
         return "part " + printable(part);

@@ -201,7 +201,9 @@ std::string target(const JsonValue& reference, const ReferencePlaces& places, st
         return "element " + linkTo(id, isMarked, escaped(textOf(reference, "path"))) + except;
     }
     if (covers == "elements") {
-        return linkTo(id, isMarked, "elements") + " " + words(reference, "paths") + except;
+        const std::string paths = words(reference, "paths");
+        return (paths.empty() ? "nothing" : linkTo(id, isMarked, "elements") + " " + paths) +
+               except;
     }
     // What is not in this document cannot be linked to.
     if (const std::string_view part = textOf(reference, "part"); !part.empty()) {
