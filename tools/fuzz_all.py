@@ -229,8 +229,16 @@ def coverage_table(files):
     return "\n".join(lines)
 
 
+def next_time(hour_and_minute):
+    """When it will be so late for the first time from now on."""
+    now = datetime.datetime.now()
+    hour, minute = map(int, hour_and_minute.split(":"))
+    then = now.replace(hour=hour, minute=minute, second=0, microsecond=0)
+    return then if then > now else then + datetime.timedelta(days=1)
+
+
 def is_over(campaign, until):
-    return campaign.stop.is_set() or (until is not None and datetime.datetime.now().strftime("%H:%M") >= until)
+    return campaign.stop.is_set() or (until is not None and datetime.datetime.now() >= until)
 
 
 def main():
@@ -238,7 +246,7 @@ def main():
     options.add_argument("--work", type=pathlib.Path, required=True)
     options.add_argument("--seconds", type=float, default=60)
     options.add_argument("--rounds", type=int, default=1, help="0: until --until or a signal")
-    options.add_argument("--until", help="begin no turn of a target at or after this time of today")
+    options.add_argument("--until", type=next_time, help="begin no turn of a target at or after this time, HH:MM")
     options.add_argument("--jobs", type=int, default=1)
     options.add_argument("--nice", type=int, default=19)
     options.add_argument("--build", type=pathlib.Path, help="where the programs are, by default build/fuzz/fuzz")
