@@ -20,8 +20,10 @@ constexpr std::string_view kRelationshipsNamespace =
 constexpr std::string_view kFolder = "_rels/";
 constexpr std::string_view kEnding = ".rels";
 
-bool isKnownAttribute(std::string_view name) {
-    return name == "Id" || name == "Type" || name == "Target" || name == "TargetMode";
+// Any other mode is digested as if it were "Internal".
+bool isKnownAttribute(std::string_view name, std::string_view value) {
+    return name == "Id" || name == "Type" || name == "Target" ||
+           (name == "TargetMode" && (value == "Internal" || value == "External"));
 }
 
 bool isDeclaration(std::string_view name) { return name == "xmlns" || name.starts_with("xmlns:"); }
@@ -46,7 +48,8 @@ bool isPlain(const ClsXml& relationship) {
     const auto attributes = relationship.attributes();
     return relationship.get_NumChildren() == 0 && !hasText(relationship) &&
            std::ranges::all_of(attributes, [](const auto& attribute) {
-               return isKnownAttribute(attribute.first) || isDeclaration(attribute.first);
+               return isKnownAttribute(attribute.first, attribute.second) ||
+                      isDeclaration(attribute.first);
            });
 }
 

@@ -185,10 +185,13 @@ def check_opc():
     for old, new in ((b"<Relationships ", b'<Relationships lang="de" '), (b"</Relationships>", b"<More/></Relationships>"),
                      (b"</Relationships>", b'<x:More xmlns:x="urn:x"/></Relationships>'), (b"</Relationships>", b"more</Relationships>"),
                      (b'styles.xml"/>', b'styles.xml" lang="de"/>'), (b'styles.xml"/>', b'styles.xml">more</Relationship>'),
-                     (b'styles.xml"/>', b'styles.xml"><More/></Relationship>'), (b"<Relationships ", b"<!DOCTYPE Relationships><Relationships ")):
+                     (b'styles.xml"/>', b'styles.xml"><More/></Relationship>'), (b"<Relationships ", b"<!DOCTYPE Relationships><Relationships "),
+                     (b'styles.xml"/>', b'styles.xml" TargetMode="iNternal"/>'), (b'styles.xml"/>', b'styles.xml" TargetMode=""/>')):
         part = rels(*down).replace(old, new)
         expect(f"opc, {new} beside relationships", changed(honest, "word/_rels/document.xml.rels", part), "valid",
                missing=["word/_rels/document.xml.rels"])
+    expect("opc, mode written out", changed(honest, "word/_rels/document.xml.rels", rels(*down).replace(
+        b'styles.xml"/>', b'styles.xml" TargetMode="Internal"/>')), "valid")
     expect("opc, comment beside relationships", changed(honest, "word/_rels/document.xml.rels", rels(*down).replace(
         b"</Relationships>", b"<!-- more --></Relationships>")), "valid")
     expect("opc, part added", honest + [("word/x.xml", b"<x/>")], "valid", missing=["word/x.xml"])

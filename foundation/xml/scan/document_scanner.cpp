@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::size_t kManyRecords = 1024;
 constexpr std::size_t kMostFollowed = 1024; // open elements
-constexpr std::uint32_t kNever = 0xFFFFFFFF;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool equalsIgnoreCase(std::string_view text, std::string_view lower) noexcept {

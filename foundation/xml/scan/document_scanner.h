@@ -55,6 +55,7 @@ private:
                                                             ParseFailure& why);
 
     static constexpr std::uint32_t kFailed = 0xFFFFFFFF;
+    static constexpr std::uint32_t kNever = 0xFFFFFFFF;
     // In m_bound: not bound, and the prefix xml where no declaration binds it.
     static constexpr std::uint32_t kUnbound = 0xFFFFFFFF;
     static constexpr std::uint32_t kBuiltIn = 0xFFFFFFFE;
@@ -182,8 +183,8 @@ private:
     bool m_glances = true; // tags may be read by readKnownTags
     std::uint32_t m_rootStart = 0;
     ParseFollower* m_follower = nullptr;
-    std::uint32_t m_followed = 0;          // octets at once
-    std::uint32_t m_toldNext = 0xFFFFFFFF; // where the follower is told the next time
+    std::uint32_t m_followed = 0;      // octets at once
+    std::uint32_t m_toldNext = kNever; // where the follower is told the next time
     std::uint32_t m_failureOffset = 0;
     std::string m_failureMessage;
 
