@@ -18,22 +18,6 @@ namespace {
 // Fewer values than that take as long together as one by one.
 constexpr std::size_t kFewest = 6;
 
-// Appends the value of a signature where it has the size wanted and stands as plain text in a
-// SignatureValue of no more than a usual length; others wait for their turn. XML Signature, 4.3.
-bool appendValue(const xml::XmlDocument& document, xml::ElementId signature, std::size_t size,
-                 DataBuffer& values) {
-    const xml::ElementId element = document.firstChildNamed(signature, "SignatureValue");
-    std::string_view text;
-    if (element == xml::kNoElement ||
-        document.element(element).end - document.element(element).start > 2 * size + 256 ||
-        !xml::plainElementContent(document, element, text)) {
-        return false;
-    }
-    DataBuffer value;
-    return text::decodeBase64(text, value) && value.getSize() == size &&
-           values.append(value.getData2(), value.getSize());
-}
-
 } // namespace
 
 bool RsaLookAhead::isInRow(int index, const RsaKeyData& key) const noexcept {
@@ -58,22 +42,52 @@ void RsaLookAhead::settle() noexcept {
     }
 }
 
-const RecoveredValues* RsaLookAhead::before(const xml::XmlDocument& document, int index,
-                                            const RsaKeyData& key, ByteView value) {
-    if (!m_recovered.find(key, value).empty()) {
+ByteView RsaLookAhead::before(const xml::XmlDocument& document, int index, const RsaKeyData& key,
+                              ByteView value) {
+    const ByteView block = m_recovered.find(key, value);
+    if (!block.empty()) {
         ++m_hits;
         ++m_used;
-        return &m_recovered;
+        return block;
     }
     if (!isInRow(index, key) || m_row < m_neededRow || !key.isFasterTogether()) {
-        return nullptr;
+        return {};
     }
     settle();
     if (m_row < m_neededRow) {
-        return nullptr;
+        return {};
     }
     recover(document, index, key, value);
-    return &m_recovered;
+    return m_recovered.find(key, value);
+}
+
+// Equal texts are decoded to equal octets, wherever they stand.
+ByteView RsaLookAhead::decoded(std::string_view text) const noexcept {
+    const auto found = std::ranges::find(m_texts, text);
+    if (found == m_texts.end()) {
+        return {};
+    }
+    const std::size_t size = m_values.getSize() / m_texts.size();
+    return m_values.view().subspan(static_cast<std::size_t>(found - m_texts.begin()) * size, size);
+}
+
+// The value of a signature where it has the size wanted and stands as plain text in a
+// SignatureValue of no more than a usual length; others wait for their turn. XML Signature, 4.3.
+void RsaLookAhead::readValue(const xml::XmlDocument& document, xml::ElementId signature,
+                             std::size_t size) {
+    const xml::ElementId element = document.firstChildNamed(signature, "SignatureValue");
+    std::string_view text;
+    if (element == xml::kNoElement ||
+        document.element(element).end - document.element(element).start > 2 * size + 256 ||
+        !xml::plainElementContent(document, element, text)) {
+        return;
+    }
+    const std::uint32_t before = m_values.getSize();
+    if (text::decodeBase64(text, m_values) && m_values.getSize() - before == size) {
+        m_texts.push_back(text);
+    } else {
+        static_cast<void>(m_values.resize(before));
+    }
 }
 
 void RsaLookAhead::recover(const xml::XmlDocument& document, int index, const RsaKeyData& key,
@@ -82,14 +96,16 @@ void RsaLookAhead::recover(const xml::XmlDocument& document, int index, const Rs
     const std::size_t size = key.sizeInBytes();
     const std::size_t first = static_cast<std::size_t>(index) + 1;
     const std::size_t end = std::min(signatures.size(), first + kRsaValuesAtOnce - 1);
-    DataBuffer following;
+    m_texts.clear();
+    m_texts.reserve(kRsaValuesAtOnce); // the two stay in step
+    m_values.clear();
     for (std::size_t i = first; i < end; ++i) {
-        static_cast<void>(appendValue(document, signatures[i].element, size, following));
+        readValue(document, signatures[i].element, size);
     }
     std::array<ByteView, kRsaValuesAtOnce> values = {value};
     std::size_t count = 1;
-    for (std::size_t at = 0; at < following.getSize(); at += size) {
-        values[count++] = following.view().subspan(at, size);
+    for (std::size_t at = 0; at < m_values.getSize(); at += size) {
+        values[count++] = m_values.view().subspan(at, size);
     }
     if (count < kFewest) {
         putOff();

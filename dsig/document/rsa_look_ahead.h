@@ -3,11 +3,15 @@
 #define DSIG_DOCUMENT_RSA_LOOK_AHEAD_H
 
 #include "foundation/crypto/rsa/recovered_values.h"
+#include "foundation/text/DataBuffer.h"
 #include "foundation/text/byte_view.h"
 #include "foundation/xml/scan/xml_document.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace vantrel::dsig {
 
@@ -19,9 +23,12 @@ namespace vantrel::dsig {
 class RsaLookAhead final {
 public:
     // To be asked before `value`, that of the signature with this zero-based index, is checked with
-    // the key. What is known by then, of this value or of others; null for nothing of this one.
-    [[nodiscard]] const RecoveredValues* before(const xml::XmlDocument& document, int index,
-                                                const RsaKeyData& key, ByteView value);
+    // the key. The block that the key recovers from it, where that is known by then; valid until
+    // the next call.
+    [[nodiscard]] ByteView before(const xml::XmlDocument& document, int index,
+                                  const RsaKeyData& key, ByteView value);
+    // What a value's text (base64) is decoded to, where that was done already; empty otherwise.
+    [[nodiscard]] ByteView decoded(std::string_view text) const noexcept;
     // The key has verified the signature.
     void noteVerified(const xml::XmlDocument& document, int index, const RsaKeyData& key);
 
@@ -36,11 +43,16 @@ private:
     void putOff() noexcept;
     void recover(const xml::XmlDocument& document, int index, const RsaKeyData& key,
                  ByteView value);
+    void readValue(const xml::XmlDocument& document, xml::ElementId signature, std::size_t size);
 
     static constexpr unsigned kLeastRow = 2;
     static constexpr unsigned kMostRow = 1U << 20;
 
     RecoveredValues m_recovered;
+    // The values that follow the one that was asked for: their texts, which stand in the document,
+    // and what they are decoded to, one behind the other.
+    std::vector<std::string_view> m_texts;
+    DataBuffer m_values;
     unsigned m_used = 0;   // of those held
     bool m_settled = true; // whether they have paid is known
     std::uint64_t m_workedOut = 0;

@@ -75,6 +75,10 @@ bool readKeyValues(const ClsXml& keyInfo, LastKeyValue& last, std::vector<Ref<Cl
             return false;
         }
         keys.push_back(Ref<ClsPublicKey>::share(last.key.get()));
+        if (document.subtreeEnd(element) - element ==
+            document.subtreeEnd(keyValue) - keyValue - 1) {
+            break; // it is all there is
+        }
     }
     return true;
 }

@@ -34,10 +34,10 @@ enum class KeyVerdict { Verified, SignatureInvalid, WrongKey, Failed };
 KeyVerdict verifyWithRsaKey(const ValueQuery& query, RsaKeyData& key, LogBase& log) {
     const bool pss = query.method.mgfHashAlg != kHashNone;
     Document* const document = query.document;
-    const RecoveredValues* const recovered =
+    const ByteView recovered =
         document != nullptr ? document->rsaLookAhead.before(*document->structure, query.index, key,
                                                             query.signature.view())
-                            : nullptr;
+                            : ByteView();
     bool verified = false;
     bool wrongKey = false;
     const bool ran = RsaVerifier::verifyHashExt(

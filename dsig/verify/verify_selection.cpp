@@ -89,8 +89,10 @@ bool readValue(const VerifyQuery& query, SignedValue& value, SignatureReport& re
         log.LogError("Unable to find the SignatureValue element.");
         return false;
     }
-    if (!ContentCoding::decodeBase64ToDb(value.text.getString(), value.text.getSize(),
-                                         value.value)) {
+    const ByteView known = query.document->rsaLookAhead.decoded(value.text.view());
+    if (known.empty()
+            ? !text::decodeBase64(value.text.view(), value.value)
+            : !value.value.append(known.data(), static_cast<std::uint32_t>(known.size()))) {
         log.LogError("Failed to decode base64 SignatureValue.");
         return false;
     }

@@ -22,8 +22,8 @@ namespace text {
 inline constexpr std::size_t kBase64Slack = 64;
 
 // Decodes whole groups of four characters of the standard alphabet and returns the number of
-// characters taken. It stops before the block that holds any other character, and where less than
-// a block is left; blocks are at most 64 characters.
+// characters taken. It stops before the block that holds any other character, or before the group,
+// and where less than a block is left, or than a group; blocks are at most 64 characters.
 using Base64DecodeBlocks = std::size_t (*)(const char* text, std::size_t length,
                                            std::uint8_t* out) noexcept;
 // Copies the text without white space (space, TAB, CR, LF); returns the number of characters left.

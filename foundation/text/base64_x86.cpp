@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "foundation/cpu/avx512_intrinsics.h"
 #include "foundation/text/base64_kernels.h"
 #include "foundation/text/base64_vectors.h"
 
@@ -7,8 +8,6 @@
 #include "foundation/text/strings.h"
 
 #include <array>
-
-#include <immintrin.h>
 
 // The values are found by looking up the upper half of each character, or the character itself
 // where the processor can; two multiply-and-add steps join four of them to 24 bits, and a shuffle
@@ -128,40 +127,64 @@ __attribute__((target("avx2"))) std::size_t base64SqueezeAvx2(const char* text, 
     return kept + base64SqueezePortable(text + at, length - at, out + kept);
 }
 
-__attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi"))) std::size_t
-base64DecodeBlocksAvx512(const char* text, std::size_t length, std::uint8_t* out) noexcept {
-    const __m512i lowValues = _mm512_loadu_si512(kBase64Values.data());
-    const __m512i highValues = _mm512_loadu_si512(kBase64Values.data() + 64);
-    const __m512i packOrder = _mm512_loadu_si512(kPackOrder.data());
-    std::size_t taken = 0;
-    for (; length - taken >= 64; taken += 64) {
-        const __m512i chars = _mm512_loadu_si512(text + taken);
+namespace {
+
+struct ByteDecoder {
+    __m512i lowValues;
+    __m512i highValues;
+    __m512i packOrder;
+
+    // Writes what 64 characters stand for; the number of them that stand in whole groups at the
+    // front.
+    __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi"),
+                   always_inline)) inline std::size_t
+    decode(__m512i chars, std::uint8_t* out) const noexcept {
         const __m512i values = _mm512_permutex2var_epi8(lowValues, chars, highValues);
-        if (_mm512_movepi8_mask(_mm512_or_si512(values, chars)) != 0) {
-            break;
-        }
         const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(kPairFactors));
         const __m512i quads = _mm512_madd_epi16(pairs, _mm512_set1_epi32(kQuadFactors));
         _mm512_storeu_si512(out, _mm512_maskz_permutexvar_epi8(~__mmask64{0}, packOrder, quads));
-        out += 48;
+        const std::uint64_t foreign = _mm512_movepi8_mask(_mm512_or_si512(values, chars));
+        return foreign == 0 ? 64 : static_cast<std::size_t>(__builtin_ctzll(foreign)) / 4 * 4;
     }
-    return taken;
+};
+
+} // namespace
+
+__attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi"))) std::size_t
+base64DecodeBlocksAvx512(const char* text, std::size_t length, std::uint8_t* out) noexcept {
+    const ByteDecoder decoder{_mm512_loadu_si512(kBase64Values.data()),
+                              _mm512_loadu_si512(kBase64Values.data() + 64),
+                              _mm512_loadu_si512(kPackOrder.data())};
+    std::size_t taken = 0;
+    for (; length - taken >= 64; taken += 64, out += 48) {
+        const std::size_t groups = decoder.decode(_mm512_loadu_si512(text + taken), out);
+        if (groups != 64) {
+            return taken + groups;
+        }
+    }
+    // Zeros behind the end belong to no group.
+    return taken == length
+               ? taken
+               : taken + decoder.decode(_mm512_maskz_loadu_epi8(cpu::octetsThere(length - taken),
+                                                                text + taken),
+                                        out);
 }
 
 __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,popcnt"))) std::size_t
 base64SqueezeAvx512(const char* text, std::size_t length, char* out) noexcept {
     std::size_t kept = 0;
-    std::size_t at = 0;
-    for (; length - at >= 64; at += 64) {
-        const __m512i chars = _mm512_loadu_si512(text + at);
+    for (std::size_t at = 0; at < length; at += 64) {
+        const __mmask64 inText = cpu::octetsThere(length - at);
+        const __m512i chars = _mm512_maskz_loadu_epi8(inText, text + at);
         const __mmask64 spaces = _mm512_cmpeq_epi8_mask(chars, _mm512_set1_epi8(' ')) |
                                  _mm512_cmpeq_epi8_mask(chars, _mm512_set1_epi8('\t')) |
                                  _mm512_cmpeq_epi8_mask(chars, _mm512_set1_epi8('\r')) |
                                  _mm512_cmpeq_epi8_mask(chars, _mm512_set1_epi8('\n'));
-        _mm512_storeu_si512(out + kept, _mm512_maskz_compress_epi8(~spaces, chars));
-        kept += 64 - static_cast<std::size_t>(__builtin_popcountll(spaces));
+        const __mmask64 keep = inText & ~spaces;
+        _mm512_storeu_si512(out + kept, _mm512_maskz_compress_epi8(keep, chars));
+        kept += static_cast<std::size_t>(__builtin_popcountll(keep));
     }
-    return kept + base64SqueezePortable(text + at, length - at, out + kept);
+    return kept;
 }
 
 } // namespace vantrel::text

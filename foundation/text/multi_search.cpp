@@ -56,6 +56,7 @@ private:
 
 constexpr MultiSearchKernel kMultiSearchKernels[] = {
 #if defined(__x86_64__)
+    {"avx512", cpu::Feature::Avx512 | cpu::Feature::Avx512Vbmi, nextCandidateAvx512},
     {"avx2", cpu::Feature::Avx2, nextCandidateAvx2},
 #elif defined(__aarch64__)
     {"neon", cpu::Feature::Neon, nextCandidateNeon},

@@ -36,6 +36,9 @@ void findAllWith(const MultiSearchKernel& kernel, std::string_view text, const N
 // For Feature::Avx2. Where less than a block of 32 is left it goes on portably.
 [[nodiscard]] Candidate nextCandidateAvx2(const MultiSearchFilter& filter, std::string_view text,
                                           std::size_t from) noexcept;
+// For Feature::Avx512 with Avx512Vbmi.
+[[nodiscard]] Candidate nextCandidateAvx512(const MultiSearchFilter& filter, std::string_view text,
+                                            std::size_t from) noexcept;
 #elif defined(__aarch64__)
 // For Feature::Neon, likewise with blocks of 16.
 [[nodiscard]] Candidate nextCandidateNeon(const MultiSearchFilter& filter, std::string_view text,

@@ -4,7 +4,6 @@
 #include "foundation/crypto/hash/hash_ids.h"
 #include "foundation/crypto/rsa/RsaKeyData.h"
 #include "foundation/crypto/rsa/padding.h"
-#include "foundation/crypto/rsa/recovered_values.h"
 #include "foundation/text/LogBase.h"
 
 #include <algorithm>
@@ -15,26 +14,11 @@ namespace vantrel {
 
 using crypto::PaddingVerdict;
 
-namespace {
-
-// As recover() of the key.
-bool recoverBlock(const RsaKeyData& key, ByteView signature, const RecoveredValues* recovered,
-                  std::span<std::uint8_t> block) {
-    const ByteView known = recovered != nullptr ? recovered->find(key, signature) : ByteView();
-    if (known.empty()) {
-        return key.recover(signature, block);
-    }
-    std::copy(known.begin(), known.end(), block.begin());
-    return true;
-}
-
-} // namespace
-
 bool RsaVerifier::verifyHashExt(const std::uint8_t* signature, std::uint32_t signatureLength,
                                 const std::uint8_t* hash, std::uint32_t hashLength, int hashId,
                                 int padding, int mgfHashId, bool& verified, RsaKeyData& key,
                                 int /*reserved*/, bool /*strict*/, bool& wrongKey, LogBase& log,
-                                int saltLength, const RecoveredValues* recovered) {
+                                int saltLength, ByteView recovered) {
     verified = false;
     wrongKey = false;
     if (!key.isLoaded()) {
@@ -58,8 +42,9 @@ bool RsaVerifier::verifyHashExt(const std::uint8_t* signature, std::uint32_t sig
 
     std::array<std::uint8_t, kMaxRsaBits / 8> buffer;
     const std::span<std::uint8_t> block(buffer.data(), key.sizeInBytes());
-    if (signature == nullptr ||
-        !recoverBlock(key, {signature, signatureLength}, recovered, block)) {
+    if (recovered.size() == block.size()) {
+        std::ranges::copy(recovered, block.begin());
+    } else if (signature == nullptr || !key.recover({signature, signatureLength}, block)) {
         wrongKey = true;
         return false;
     }

@@ -3,13 +3,13 @@
 #define FOUNDATION_CRYPTO_RSA_RSAVERIFIER_H
 
 #include "foundation/crypto/rsa/padding.h"
+#include "foundation/text/byte_view.h"
 
 #include <cstdint>
 
 namespace vantrel {
 
 class LogBase;
-class RecoveredValues;
 class RsaKeyData;
 
 inline constexpr int kPaddingPkcs1 = 1; // RSASSA-PKCS1-v1_5
@@ -32,14 +32,13 @@ public:
     // PKCS #1: the whole expected block is compared, with and without the NULL parameter. PSS: a
     // salt of `saltLength` bytes, or of any length; `mgfHashId` is the hash of MGF1. `reserved` and
     // `strict` are kept for the contract: `reserved` has no meaning, and `strict` false changes
-    // nothing, for there is no lenient mode. What `recovered` (may be null) holds is taken from
-    // there instead of being worked out.
+    // nothing, for there is no lenient mode. `recovered`: the block that the key recovers from the
+    // signature, where that is known; it is worked out otherwise.
     static bool verifyHashExt(const std::uint8_t* signature, std::uint32_t signatureLength,
                               const std::uint8_t* hash, std::uint32_t hashLength, int hashId,
                               int padding, int mgfHashId, bool& verified, RsaKeyData& key,
                               int reserved, bool strict, bool& wrongKey, LogBase& log,
-                              int saltLength = crypto::kAnySalt,
-                              const RecoveredValues* recovered = nullptr);
+                              int saltLength = crypto::kAnySalt, ByteView recovered = {});
 };
 
 } // namespace vantrel

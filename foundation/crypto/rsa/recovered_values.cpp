@@ -27,9 +27,11 @@ ByteView RecoveredValues::find(const RsaKeyData& key, ByteView signature) const 
         asText(key.exponent()) != asText(m_exponent)) {
         return {};
     }
-    for (std::size_t i = 0; i < m_held.size(); ++i) {
-        if (m_held[i] && asText(signature) == asText(m_signatures).substr(i * size, size)) {
-            return ByteView(m_blocks).subspan(i * size, size);
+    const std::string_view wanted = asText(signature);
+    for (std::size_t at = 0; at < m_signatures.size(); at += size) {
+        if (m_held[at / size] &&
+            std::string_view(asText(m_signatures)).substr(at, size) == wanted) {
+            return ByteView(m_blocks).subspan(at, size);
         }
     }
     return {};
