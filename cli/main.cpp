@@ -20,12 +20,12 @@ namespace vantrel::cli {
 
 namespace {
 
-// What one file needed is kept for the next, up to 64 MB a thread. Given back, its pages would have
+// What one file needed is kept for the next, up to 16 MB a thread. Given back, its pages would have
 // to be filled with zeros again, which takes nearly as long as verifying a thousand references.
 void keepFreedMemory() noexcept {
 #if defined(__GLIBC__)
-    mallopt(M_MMAP_THRESHOLD, 32 << 20);
-    mallopt(M_TRIM_THRESHOLD, 64 << 20);
+    mallopt(M_MMAP_THRESHOLD, 2 << 20); // larger blocks are given back
+    mallopt(M_TRIM_THRESHOLD, 16 << 20);
 #endif
 }
 
