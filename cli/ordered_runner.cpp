@@ -8,6 +8,10 @@
 #include <thread>
 #include <vector>
 
+#if defined(__linux__)
+#include <sched.h>
+#endif
+
 // Two locks, always taken in this order: m_nameMutex, by the one thread that reads names; then
 // m_mutex, shortly, for the counters and the results that wait. Names are numbered as they are
 // read, and result n is emitted when all before it have been, or at once where that is wanted, by
@@ -31,6 +35,18 @@ std::size_t octetsOf(const FileResult& result) {
     return result.heading.size() + result.report.size() + result.errors.size();
 }
 
+// That this process may run on. The C++ library counts those of the machine, and reads a file for
+// it.
+std::size_t numProcessors() {
+#if defined(__linux__)
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0) {
+        return static_cast<std::size_t>(std::max(1, CPU_COUNT(&set)));
+    }
+#endif
+    return std::max(1U, std::thread::hardware_concurrency());
+}
+
 } // namespace
 
 bool jobsFor(const Arguments& arguments, std::size_t& jobs, std::string& complaint) {
@@ -38,8 +54,7 @@ bool jobsFor(const Arguments& arguments, std::size_t& jobs, std::string& complai
     if (!arguments.number("--jobs", 1, kMostJobs, asked, complaint)) {
         return false;
     }
-    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
-    jobs = asked ? static_cast<std::size_t>(*asked) : processors;
+    jobs = asked ? static_cast<std::size_t>(*asked) : numProcessors();
     return true;
 }
 
