@@ -6,6 +6,8 @@
 #include "foundation/xml/tree/element_text.h"
 #include "foundation/xml/tree/tag_pattern.h"
 
+#include <new>
+#include <string>
 #include <vector>
 
 namespace vantrel::dsig {
@@ -130,9 +132,15 @@ bool signatureValue(const ClsXml* signature, StringBuffer& base64, LogBase& log)
     if (signature == nullptr) {
         return false;
     }
-    if (!signature->getChildContentUtf8("*:SignatureValue", base64, false)) {
+    const xml::XmlDocument& document = *signature->document();
+    const xml::ElementId value = document.firstChildNamed(signature->elementId(), "SignatureValue");
+    if (value == xml::kNoElement) {
         log.LogError("No SignatureValue child.");
         return false;
+    }
+    std::string storage;
+    if (!base64.setView(xml::elementContent(document, value, storage))) {
+        throw std::bad_alloc();
     }
     // Some signers write the character reference for a carriage return as text.
     if (base64.view().find('&') != std::string_view::npos) {

@@ -6,6 +6,7 @@
 #include "dsig/keys/security_tokens.h"
 #include "foundation/base/LogContextExitor.h"
 #include "foundation/text/StringBuffer.h"
+#include "foundation/xml/scan/xml_document.h"
 
 #include <cstdint>
 #include <vector>
@@ -19,13 +20,16 @@ Ref<ClsXml> keyInfoOf(const Selection& selection, int numSignatures, LogBase& lo
     if (selection.signature == nullptr) {
         return {};
     }
-    Ref<ClsXml> keyInfo = Ref<ClsXml>::adopt(selection.signature->findChild("*:KeyInfo"));
-    if (!keyInfo) {
+    const ClsXml& signature = *selection.signature;
+    const xml::ElementId keyInfo =
+        signature.document()->firstChildNamed(signature.elementId(), "KeyInfo");
+    if (keyInfo == xml::kNoElement) {
         // KeyInfo is optional (XML Signature 4.5), so the line ends nothing: the caller's keys are
         // tried all the same.
         log.LogError("No KeyInfo child.");
+        return {};
     }
-    return keyInfo;
+    return handleOn(signature, keyInfo);
 }
 
 namespace {

@@ -143,13 +143,8 @@ bool ClsXml::contentOf(ElementId element, StringBuffer& out) const {
     if (element == kNoElement) {
         return false;
     }
-    std::string read;
-    std::string_view content;
-    if (!xml::plainElementContent(*m_document, element, content)) {
-        xml::appendElementContent(*m_document, element, read);
-        content = read;
-    }
-    if (!out.setView(content)) {
+    std::string storage;
+    if (!out.setView(xml::elementContent(*m_document, element, storage))) {
         throw std::bad_alloc();
     }
     return true;

@@ -102,7 +102,19 @@ bool plainElementContent(const XmlDocument& document, ElementId element,
     const std::size_t stop = std::min(inside.find('<'), inside.size());
     content = inside.substr(0, stop);
     return (stop == inside.size() || inside[stop + 1] == '/') &&
-           content.find('&') == content.npos && content.find('\r') == content.npos;
+           content.find('&') == content.npos &&
+           (!document.hasCarriageReturn() || content.find('\r') == content.npos);
+}
+
+std::string_view elementContent(const XmlDocument& document, ElementId element,
+                                std::string& storage) {
+    std::string_view content;
+    if (plainElementContent(document, element, content)) {
+        return content;
+    }
+    storage.clear();
+    appendElementContent(document, element, storage);
+    return storage;
 }
 
 bool attributeValue(const XmlDocument& document, ElementId element, const NamePattern& pattern,

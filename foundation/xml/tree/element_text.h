@@ -23,6 +23,10 @@ void appendElementContent(const XmlDocument& document, ElementId element, std::s
 [[nodiscard]] bool plainElementContent(const XmlDocument& document, ElementId element,
                                        std::string_view& content) noexcept;
 
+// The content in either case, as a view of the document's text or of `storage`.
+[[nodiscard]] std::string_view elementContent(const XmlDocument& document, ElementId element,
+                                              std::string& storage);
+
 // Calls visit(name, value) for each attribute of an element in document order, defaults last, until
 // it returns false. Values are normalised; views hold until the visit returns. Namespace
 // declarations are attributes, too.
