@@ -5,13 +5,13 @@
 #include "foundation/crypto/ecc/curve_engine.h"
 #include "foundation/crypto/ecc/jacobian.h"
 #include "foundation/crypto/ecc/wnaf.h"
+#include "foundation/text/once.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <span>
 
@@ -124,7 +124,7 @@ protected:
     [[nodiscard]] const Arithmetic& arithmetic() const noexcept { return m_arithmetic; }
     // Makes the generator's tables behind the first, once.
     void needAllPieces() const noexcept {
-        std::call_once(m_piecesMade, [this] {
+        m_piecesMade.run([this] {
             fillTables(std::span<GeneratorTable>(m_generator), point(m_curve.gx, m_curve.gy), 1);
         });
     }
@@ -256,7 +256,7 @@ private:
     Element m_a{};
     Element m_b{};
     Arithmetic m_arithmetic;
-    mutable std::once_flag m_piecesMade;
+    mutable Once m_piecesMade;
     mutable std::array<GeneratorTable, kPieces> m_generator;
 };
 

@@ -54,7 +54,7 @@ void IdTable::buildIndex(std::string_view text, std::string_view side) const {
 
 IdMatch IdTable::find(std::string_view wanted, std::string_view text, std::string_view side,
                       ElementId& element) const {
-    std::call_once(m_built, [&] { buildIndex(text, side); });
+    m_built.run([&] { buildIndex(text, side); });
     IdMatch match = IdMatch::None;
     ElementId found = kNoElement;
     for (std::uint32_t at = m_buckets[hashBytes(wanted) & (m_buckets.size() - 1)]; at != 0;

@@ -2,11 +2,11 @@
 #ifndef FOUNDATION_XML_SCAN_ID_TABLE_H
 #define FOUNDATION_XML_SCAN_ID_TABLE_H
 
+#include "foundation/text/once.h"
 #include "foundation/xml/scan/element_id.h"
 #include "foundation/xml/scan/grow_array.h"
 
 #include <cstdint>
-#include <mutex>
 #include <string_view>
 
 namespace vantrel::xml {
@@ -44,7 +44,7 @@ private:
 
     mutable GrowArray<Entry> m_entries;
     mutable GrowArray<std::uint32_t> m_buckets; // index + 1 of the first entry
-    mutable std::once_flag m_built;
+    mutable Once m_built;
 };
 
 } // namespace vantrel::xml

@@ -207,14 +207,13 @@ std::string_view XmlDocument::namespaceUri(ElementId id) const {
 }
 
 const InheritedNamespaces& XmlDocument::inheritedNamespaces() const {
-    std::call_once(m_namespacesInherited, [this] {
-        m_inheritedNamespaces = std::make_unique<const InheritedNamespaces>(*this);
-    });
+    m_namespacesInherited.run(
+        [this] { m_inheritedNamespaces = std::make_unique<const InheritedNamespaces>(*this); });
     return *m_inheritedNamespaces;
 }
 
 const InheritedXmlAttributes& XmlDocument::inheritedXmlAttributes() const {
-    std::call_once(m_xmlAttributesInherited, [this] {
+    m_xmlAttributesInherited.run([this] {
         m_inheritedXmlAttributes = std::make_unique<const InheritedXmlAttributes>(*this);
     });
     return *m_inheritedXmlAttributes;

@@ -3,6 +3,7 @@
 #define FOUNDATION_XML_SCAN_XML_DOCUMENT_H
 
 #include "foundation/text/StringBuffer.h"
+#include "foundation/text/once.h"
 #include "foundation/xml/scan/document_type.h"
 #include "foundation/xml/scan/element_tree.h"
 #include "foundation/xml/scan/grow_array.h"
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -321,8 +321,8 @@ private:
     TextRange m_xmlDeclRange;
     bool m_fragment = false;
     bool m_hasCarriageReturn = false;
-    mutable std::once_flag m_namespacesInherited;
-    mutable std::once_flag m_xmlAttributesInherited;
+    mutable Once m_namespacesInherited;
+    mutable Once m_xmlAttributesInherited;
     mutable std::unique_ptr<const InheritedNamespaces> m_inheritedNamespaces;
     mutable std::unique_ptr<const InheritedXmlAttributes> m_inheritedXmlAttributes;
 };
