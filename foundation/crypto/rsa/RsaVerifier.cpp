@@ -43,7 +43,7 @@ bool RsaVerifier::verifyHashExt(const std::uint8_t* signature, std::uint32_t sig
     std::array<std::uint8_t, kMaxRsaBits / 8> buffer;
     const std::span<std::uint8_t> block(buffer.data(), key.sizeInBytes());
     if (recovered.size() == block.size()) {
-        std::ranges::copy(recovered, block.begin());
+        std::copy(recovered.begin(), recovered.end(), block.begin());
     } else if (signature == nullptr || !key.recover({signature, signatureLength}, block)) {
         wrongKey = true;
         return false;
