@@ -8,6 +8,8 @@
 #include "dsig/object/ClsXmlDSig.h"
 #include "dsig/trust/demands.h"
 #include "foundation/json/json_value.h"
+#include "foundation/text/DataBuffer.h"
+#include "foundation/text/LogBase.h"
 #include "foundation/xml/scan/xml_document.h"
 #include "fuzz/secret_signature.h"
 #include "fuzz/xmlsec_peer.h"
@@ -164,11 +166,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0 || size > kLargest) {
         return 0;
     }
-    std::string document(asText({data, size}));
-    // The offsets of reports do not count it.
-    if (document.starts_with("\xEF\xBB\xBF")) {
-        document.erase(0, 3);
+    // The offsets of reports are those of the text in UTF-8, without a byte-order mark.
+    DataBuffer text;
+    LogNull log;
+    if (!text.append(ByteView(data, size)) || !text.convertXmlToUtf8(log)) {
+        return 0;
     }
+    std::string document(asText(text.view()));
     // Any but the first only now and then.
     const int signature = size % 4 == 0 ? 1 : 0;
     if (!signBySecret(document, signature)) {
