@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 """Fuzzes all targets in turns, each for the same processor time, and keeps a record of what was done and found.
 
-    tools/fuzz_all.py --work FOLDER [--seconds N] [--rounds N] [--until HH:MM] [--jobs N] [--seeds FOLDER]
-                      [--build FOLDER] [--no-build] [TARGET...]
+    tools/fuzz_all.py --work FOLDER [--seconds N] [--rounds N] [--until HH:MM] [--up-to MINUTES] [--jobs N]
+                      [--seeds FOLDER] [--build FOLDER] [--no-build] [TARGET...]
     tools/fuzz_all.py --work FOLDER --coverage [TARGET...]      what the corpora reach, by source file
     tools/fuzz_all.py --work FOLDER --table                     the record as a table, nothing is run
     tools/fuzz_all.py --work FOLDER --gather TARGET...          what each begins with, in corpus/TARGET; nothing is run
@@ -12,14 +12,15 @@ FOLDER holds corpus/TARGET (which grows), findings/TARGET, log/TARGET and record
 files of fuzz/corpus/TARGET, the documents of the tests and what stands in the folders of --seeds where their endings fit it, and its
 words of fuzz/dictionaries.
 --seconds is processor time of a target in a round, from when it has read its corpus on, so that a busy machine changes nothing. --no-build takes the programs as they are,
-new ones from round to round. SIGTERM or control-C ends the targets at work and keeps what they did. The exit code is 1 where this
-run found something."""
+new ones from round to round. --up-to leaves out the targets whose record has so many minutes, and gives no other more than it lacks.
+SIGTERM or control-C ends the targets at work and keeps what they did. The exit code is 1 where this run found something."""
 
 import argparse
 import concurrent.futures
 import datetime
 import hashlib
 import json
+import math
 import os
 import pathlib
 import re
@@ -122,9 +123,9 @@ class Campaign:
         path.write_text(words)
         return path
 
-    def run_once(self, target, seconds):
-        """Runs a target until its time is over or it finds something: (processor seconds, output). The engine's limit for an input goes by the
-        clock, which means little at the lowest priority, so it is a wide one."""
+    def run_once(self, target, seconds, most):
+        """Runs a target until it has had its seconds beside those for reading, or `most` of all, or finds something: (processor seconds,
+        output). The engine's limit for an input goes by the clock, which means little at the lowest priority, so it is a wide one."""
         findings, log = self.folder("findings", target), self.folder("log", "") / f"{target}.log"
         dictionary = self.dictionary(target)
         command = ["nice", "-n", self.nice, self.programs / f"fuzz_{target}", "-print_final_stats=1", "-timeout=900", "-report_slow_units=300",
@@ -137,20 +138,24 @@ class Campaign:
                 used = max(used, processor_seconds(process.pid))
                 if read is None and "INITED" in log.read_text(errors="replace"):
                     read = used
-                if self.stop.is_set() or (read is not None and used - read >= seconds):
+                if self.stop.is_set() or (read is not None and (used - read >= seconds or used >= most)):
                     process.send_signal(signal.SIGUSR1)  # ends after the input that it is at
                 time.sleep(0.5)
         return used, log.read_text(errors="replace")
 
-    def fuzz(self, target, seconds):
+    def lacks(self, target, minutes):
+        """The processor seconds that the target's record has less than so many minutes."""
+        return 60 * minutes - self.record.get(target, {}).get("cpuSeconds", 0)
+
+    def fuzz(self, target, seconds, minutes):
         """One turn of a target. A target that finds something goes on once more, and then waits for its next turn."""
         before = set(self.folder("findings", target).iterdir())
         left = seconds
         for _ in range(2):
-            used, output = self.run_once(target, left)
+            used, output = self.run_once(target, left, self.lacks(target, minutes))
             left -= used
             self.keep(target, used, output, before)
-            if left <= 1 or self.stop.is_set():
+            if left <= 1 or self.lacks(target, minutes) <= 0 or self.stop.is_set():
                 break
 
     def keep(self, target, used, output, before):
@@ -247,6 +252,7 @@ def main():
     options.add_argument("--seconds", type=float, default=60)
     options.add_argument("--rounds", type=int, default=1, help="0: until --until or a signal")
     options.add_argument("--until", type=next_time, help="begin no turn of a target at or after this time, HH:MM")
+    options.add_argument("--up-to", type=float, default=math.inf, help="leave out targets that have so many processor minutes")
     options.add_argument("--jobs", type=int, default=1)
     options.add_argument("--nice", type=int, default=19)
     options.add_argument("--build", type=pathlib.Path, help="where the programs are, by default build/fuzz/fuzz")
@@ -280,8 +286,10 @@ def main():
     while (given.rounds == 0 or done < given.rounds) and not is_over(campaign, given.until):
         done += 1
         with concurrent.futures.ThreadPoolExecutor(given.jobs) as pool:
-            turns = campaign.least_first(given.targets or targets_in(programs))
-            list(pool.map(lambda target: None if is_over(campaign, given.until) else campaign.fuzz(target, given.seconds), turns))
+            turns = [target for target in campaign.least_first(given.targets or targets_in(programs)) if campaign.lacks(target, given.up_to) > 0]
+            if not turns:
+                break
+            list(pool.map(lambda target: None if is_over(campaign, given.until) else campaign.fuzz(target, given.seconds, given.up_to), turns))
         print(f"round {done}\n{campaign.table()}", flush=True)
     return 1 if campaign.found else 0
 
